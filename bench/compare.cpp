@@ -1,0 +1,456 @@
+// Side-by-side measurement against CGAL's Delaunay triangulations.
+//
+// Every row of the table pits our side against a reference on the same input in the same run. The two take
+// turns, so that a slow minute of the machine hits both, and the median of the ratios of the single rounds is
+// what counts. Each side works in a child process of its own, which keeps the memory that it has once got,
+// and its first turn does not count: where the system provides memory only when it is touched, a virtual
+// machine above all, that can cost as much as the triangulation, and the side that happens to get pages fresh
+// from the other one wins. Input, preparation and destruction are not timed. Where both compute the same
+// thing their results are compared; a difference ends the run.
+
+#include <CGAL/Delaunay_triangulation_2.h>
+#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Triangulation_hierarchy_2.h>
+#include <CGAL/Triangulation_vertex_base_with_info_2.h>
+#include <CGAL/version.h>
+#include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "generators.h"
+#include "taro25d/Taro_2D.h"
+
+namespace {
+
+using namespace bench;
+using LUMO_TARO25D::Taro_2D;
+
+using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
+using CgalPoint = Kernel::Point_2;
+using CgalPoints = std::vector<CgalPoint>;
+using Delaunay = CGAL::Delaunay_triangulation_2<Kernel>;
+
+template <class VertexBase>
+using DelaunayOf = CGAL::Delaunay_triangulation_2<Kernel, CGAL::Triangulation_data_structure_2<VertexBase>>;
+using IndexedDelaunay = DelaunayOf<CGAL::Triangulation_vertex_base_with_info_2<unsigned, Kernel>>;
+using Hierarchy = CGAL::Triangulation_hierarchy_2<
+    DelaunayOf<CGAL::Triangulation_hierarchy_vertex_base_2<CGAL::Triangulation_vertex_base_2<Kernel>>>>;
+
+// ---- Measuring ----
+
+struct Sample {
+    double cpu = 0.0;                     // seconds of processor time
+    double wall = 0.0;                    // seconds
+    double peak = 0.0;                    // bytes a vertex above what was there before
+    std::array<std::size_t, 2> result{};  // what both sides must agree on
+};
+
+double now(clockid_t clock) {
+    timespec time;
+    clock_gettime(clock, &time);
+    return double(time.tv_sec) + 1e-9 * double(time.tv_nsec);
+}
+
+template <class Work>
+Sample timed(Work work) {
+    Sample sample;
+    const double wall = now(CLOCK_MONOTONIC), cpu = now(CLOCK_PROCESS_CPUTIME_ID);
+    work();
+    sample.cpu = now(CLOCK_PROCESS_CPUTIME_ID) - cpu;
+    sample.wall = now(CLOCK_MONOTONIC) - wall;
+    return sample;
+}
+
+double peakBytes() {
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return 1024.0 * double(usage.ru_maxrss);
+}
+
+using Side = std::function<Sample()>;
+
+/// A child process that does the work of one side, turn by turn.
+class Worker {
+  public:
+    /// With bKeepMemory the memory of one turn serves the next.
+    Worker(const Side& side, bool bKeepMemory) {
+        if (pipe(aOrders_) != 0 || pipe(aSamples_) != 0) throw std::runtime_error("no pipes");
+        child_ = fork();
+        if (child_ < 0) throw std::runtime_error("no process");
+        if (child_ == 0) work(side, bKeepMemory);
+        close(aOrders_[0]);
+        close(aSamples_[1]);
+    }
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+    ~Worker() {
+        kill(child_, SIGKILL);
+        close(aOrders_[1]);
+        close(aSamples_[0]);
+        waitpid(child_, nullptr, 0);
+    }
+
+    Sample turn() {
+        Sample sample;
+        if (write(aOrders_[1], "", 1) != 1 || read(aSamples_[0], &sample, sizeof sample) != sizeof sample)
+            throw std::runtime_error("a measured process has failed");
+        return sample;
+    }
+
+  private:
+    /// Until the orders end. The peak is counted from what the process inherits: the input, already touched.
+    [[noreturn]] void work(const Side& side, bool bKeepMemory) noexcept {
+        close(aOrders_[1]);
+        if (bKeepMemory) {
+            mallopt(M_MMAP_MAX, 0);
+            mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+        }
+        const double before = peakBytes();
+        for (char order; read(aOrders_[0], &order, 1) == 1;) {
+            Sample sample = side();
+            sample.peak = (peakBytes() - before) / double(sample.result[0]);
+            if (write(aSamples_[1], &sample, sizeof sample) != sizeof sample) _exit(1);
+        }
+        _exit(0);
+    }
+
+    int aOrders_[2], aSamples_[2];  // reading and writing ends
+    pid_t child_;
+};
+
+// ---- The work of both sides ----
+
+CgalPoints toCgal(const Points& vPoints) {
+    CgalPoints vResult;
+    vResult.reserve(vPoints.size());
+    for (const Point2& point : vPoints) vResult.emplace_back(point.x(), point.y());
+    return vResult;
+}
+
+Sample ourBulk(const Points& vPoints) {
+    Taro_2D taro;
+    std::vector<Point2*> vHandles;
+    Sample sample = timed([&] { taro.insert(vPoints, vHandles); });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+template <class Triangulation, class Input>
+Sample cgalBulk(const Input& vInput) {
+    Triangulation triangulation;
+    Sample sample = timed([&] { triangulation.insert(vInput.begin(), vInput.end()); });
+    sample.result = {triangulation.number_of_vertices(), triangulation.number_of_faces()};
+    return sample;
+}
+
+Sample ourSingle(const Points& vExisting, const Points& vPoints) {
+    Taro_2D taro;
+    taro.insert(vExisting);
+    Sample sample = timed([&] {
+        for (const Point2& point : vPoints) taro.insert(point);
+    });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+Sample cgalSingle(const CgalPoints& vExisting, const CgalPoints& vPoints) {
+    Hierarchy hierarchy;
+    hierarchy.insert(vExisting.begin(), vExisting.end());
+    Sample sample = timed([&] {
+        for (const CgalPoint& point : vPoints) hierarchy.insert(point);
+    });
+    sample.result = {hierarchy.number_of_vertices(), hierarchy.number_of_faces()};
+    return sample;
+}
+
+Sample ourLocate(const Taro_2D& taro, const Points& vQueries) {
+    std::size_t numInside = 0;
+    Sample sample = timed([&] {
+        for (const Point2& query : vQueries) numInside += taro.locate(query) != nullptr;
+    });
+    sample.result = {taro.numberOfPoints(), numInside};
+    return sample;
+}
+
+/// Each location starts at the last face where bFromLast is set, else where the structure itself likes to.
+template <class Triangulation>
+Sample cgalLocate(const Triangulation& triangulation, const CgalPoints& vQueries, bool bFromLast) {
+    std::size_t numInside = 0;
+    typename Triangulation::Face_handle face;
+    Sample sample = timed([&] {
+        for (const CgalPoint& query : vQueries) {
+            face = triangulation.locate(query, bFromLast ? face : nullptr);
+            numInside += !triangulation.is_infinite(face);
+        }
+    });
+    sample.result = {triangulation.number_of_vertices(), numInside};
+    return sample;
+}
+
+// ---- The table's rows ----
+
+struct Contest {
+    Side ours, reference;
+    bool bSameResult = true;
+};
+
+struct Row {
+    const char* name;
+    const char* work;
+    const char* reference;
+    double goal;              // upper limit of ours / reference; of ours in bytes for memory
+    double Sample::*measure;  // what is compared
+    std::function<Contest()> prepare;
+};
+
+Contest bulk(Points vInput) {
+    auto pOurs = std::make_shared<const Points>(std::move(vInput));
+    auto pCgal = std::make_shared<const CgalPoints>(toCgal(*pOurs));
+    return {[pOurs] { return ourBulk(*pOurs); }, [pCgal] { return cgalBulk<Delaunay>(*pCgal); }};
+}
+
+Contest bulkIndexed(Points vInput) {
+    auto pOurs = std::make_shared<const Points>(std::move(vInput));
+    auto pCgal = std::make_shared<std::vector<std::pair<CgalPoint, unsigned>>>();
+    for (const Point2& point : *pOurs)
+        pCgal->emplace_back(CgalPoint(point.x(), point.y()), unsigned(pCgal->size()));
+    return {[pOurs] { return ourBulk(*pOurs); }, [pCgal] { return cgalBulk<IndexedDelaunay>(*pCgal); }};
+}
+
+/// Our own time for one input against our own time for another.
+Contest ownBulk(Points vInput, Points vReference) {
+    auto pInput = std::make_shared<const Points>(std::move(vInput));
+    auto pReference = std::make_shared<const Points>(std::move(vReference));
+    return {[pInput] { return ourBulk(*pInput); }, [pReference] { return ourBulk(*pReference); }, false};
+}
+
+Contest single(Points vExisting, Points vInput) {
+    auto pExisting = std::make_shared<const Points>(std::move(vExisting));
+    auto pInput = std::make_shared<const Points>(std::move(vInput));
+    auto pCgalExisting = std::make_shared<const CgalPoints>(toCgal(*pExisting));
+    auto pCgalInput = std::make_shared<const CgalPoints>(toCgal(*pInput));
+    return {[=] { return ourSingle(*pExisting, *pInput); },
+            [=] { return cgalSingle(*pCgalExisting, *pCgalInput); }};
+}
+
+template <class Triangulation>
+Contest location(const Points& vPoints, Points vInput, bool bFromLast) {
+    auto pTaro = std::make_shared<Taro_2D>();
+    pTaro->insert(vPoints);
+    const CgalPoints vCgalPoints = toCgal(vPoints);
+    auto pCgal = std::make_shared<Triangulation>(vCgalPoints.begin(), vCgalPoints.end());
+    auto pQueries = std::make_shared<const Points>(std::move(vInput));
+    auto pCgalQueries = std::make_shared<const CgalPoints>(toCgal(*pQueries));
+    return {[=] { return ourLocate(*pTaro, *pQueries); },
+            [=] { return cgalLocate(*pCgal, *pCgalQueries, bFromLast); }};
+}
+
+Points inCurveOrder(Points vPoints) {
+    sortAlongCurve(vPoints);
+    return vPoints;
+}
+
+/// The sizes shrink with the scale, which is 1 for the run that counts.
+std::vector<Row> makeRows(double scale) {
+    const auto size = [scale](double n) { return std::size_t(n * scale); };
+    const std::size_t million = size(1e6), fourMillion = size(4e6), hundredThousand = size(1e5);
+    const char* const cgalRange = "`Delaunay_triangulation_2` from a range";
+    const char* const cgalIndexed = "the same, keeping the input index";
+    const char* const cgalHierarchy = "`Triangulation_hierarchy_2`";
+    constexpr auto cpu = &Sample::cpu, peak = &Sample::peak;
+    return {
+        {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu,
+         [=] { return bulk(uniform(million)); }},
+        {"bulk-uniform-index", "bulk, 1,000,000 uniform", cgalIndexed, 0.38, cpu,
+         [=] { return bulkIndexed(uniform(million)); }},
+        {"bulk-clustered", "bulk, 1,000,000 in 200 gaussian clusters", cgalRange, 0.55, cpu,
+         [=] { return bulk(clustered(million)); }},
+        {"bulk-grid", "bulk, integer grid 1000 x 1000, shuffled", cgalRange, 0.65, cpu,
+         [=] { return bulk(grid(million)); }},
+        {"bulk-survey", "bulk, 1,000,000 on survey lines", cgalRange, 0.65, cpu,
+         [=] { return bulk(surveyLines(million)); }},
+        {"bulk-uniform-4m", "bulk, 4,000,000 uniform", cgalRange, 0.53, cpu,
+         [=] { return bulk(uniform(fourMillion)); }},
+        {"bulk-collinear", "bulk, 50,000 exactly collinear", "own bulk, 1,000,000 uniform", 0.1, cpu,
+         [=] { return ownBulk(collinear(size(5e4)), uniform(million)); }},
+        {"stray-survey", "bulk, survey lines and (0, 0)", "own, without the stray point", 1.5, cpu,
+         [=] { return ownBulk(withStray(surveyLines(million), 0.0, 0.0), surveyLines(million)); }},
+        {"stray-uniform", "bulk, uniform and (1e300, 1e300)", "own, without the stray point", 1.5, cpu,
+         [=] { return ownBulk(withStray(uniform(million), 1e300, 1e300), uniform(million)); }},
+        {"locate-random", "1,000,000 random locations in 1,000,000", cgalHierarchy, 0.8, cpu,
+         [=] { return location<Hierarchy>(uniform(million), uniform(million, 11), false); }},
+        {"locate-sorted", "the same along a Hilbert curve", "`locate` from the last face", 1.2, cpu,
+         [=] { return location<Delaunay>(uniform(million), inCurveOrder(uniform(million, 11)), true); }},
+        {"single-empty", "one by one, 100,000 from empty", cgalHierarchy, 1.0, cpu,
+         [=] { return single({}, uniform(hundredThousand, 12)); }},
+        {"single-million", "one by one, 100,000 into 1,000,000", cgalHierarchy, 1.0, cpu,
+         [=] { return single(uniform(million), uniform(hundredThousand, 12)); }},
+        {"memory", "peak memory, bulk, 1,000,000 uniform", cgalRange, 210.0, peak,
+         [=] { return bulk(uniform(million)); }},
+        {"memory-4m", "peak memory, bulk, 4,000,000 uniform", cgalRange, 210.0, peak,
+         [=] { return bulk(uniform(fourMillion)); }},
+    };
+}
+
+// ---- Running and reporting ----
+
+struct Options {
+    double scale = 1.0;
+    int numRounds = 5;
+    bool bFresh = false;  // a new process for each turn, which pays for its memory
+    std::string only;     // part of a row's name
+};
+
+struct Outcome {
+    std::vector<Sample> vOurs, vReference;
+    std::vector<double> vRatios;
+
+    void add(const Sample& ours, const Sample& reference, double Sample::*measure) {
+        vOurs.push_back(ours);
+        vReference.push_back(reference);
+        vRatios.push_back(ours.*measure / reference.*measure);
+    }
+};
+
+double median(std::vector<double> vValues) {
+    std::sort(vValues.begin(), vValues.end());
+    const std::size_t half = vValues.size() / 2;
+    return vValues.size() % 2 == 1 ? vValues[half] : 0.5 * (vValues[half - 1] + vValues[half]);
+}
+
+double median(const std::vector<Sample>& vSamples, double Sample::*measure) {
+    std::vector<double> vValues;
+    for (const Sample& sample : vSamples) vValues.push_back(sample.*measure);
+    return median(std::move(vValues));
+}
+
+Outcome run(const Row& row, const Options& options) {
+    const Contest contest = row.prepare();
+    malloc_trim(0);
+    const bool bFresh = options.bFresh || row.measure == &Sample::peak;
+    std::unique_ptr<Worker> pOurs, pReference;
+    Outcome outcome;
+    for (int round = bFresh ? 1 : 0; round <= options.numRounds; ++round) {
+        if (bFresh || round == 0) {
+            pOurs = std::make_unique<Worker>(contest.ours, !bFresh);
+            pReference = std::make_unique<Worker>(contest.reference, !bFresh);
+        }
+        const Sample ours = pOurs->turn(), reference = pReference->turn();
+        if (contest.bSameResult && ours.result != reference.result)
+            throw std::runtime_error(std::string(row.name) + ": the two sides disagree");
+        if (round > 0) outcome.add(ours, reference, row.measure);
+    }
+    return outcome;
+}
+
+/// Processor time with the wall clock beside it, or bytes.
+std::string describe(const std::vector<Sample>& vSamples, bool bMemory) {
+    std::ostringstream text;
+    text << std::fixed;
+    if (bMemory)
+        text << std::setprecision(0) << median(vSamples, &Sample::peak) << " B";
+    else
+        text << std::setprecision(3) << median(vSamples, &Sample::cpu) << " s ("
+             << median(vSamples, &Sample::wall) << ")";
+    return text.str();
+}
+
+std::string tableLine(const Row& row, const Outcome& outcome) {
+    const bool bMemory = row.measure == &Sample::peak;
+    const double ratio = median(outcome.vRatios);
+    const double judged = bMemory ? median(outcome.vOurs, row.measure) : ratio;
+    const auto [lowest, highest] = std::minmax_element(outcome.vRatios.begin(), outcome.vRatios.end());
+    std::ostringstream line;
+    line << "| " << row.name << " | " << row.work << " | " << row.reference << " | "
+         << describe(outcome.vOurs, bMemory) << " | " << describe(outcome.vReference, bMemory)
+         << " | at most " << row.goal << (bMemory ? " B" : " x") << " | " << std::fixed
+         << std::setprecision(3) << ratio << " (" << *lowest << " to " << *highest << ") | "
+         << (judged <= row.goal ? "yes" : "**no**") << " |\n";
+    return line.str();
+}
+
+std::string processorName() {
+    std::ifstream file("/proc/cpuinfo");
+    for (std::string line; std::getline(file, line);)
+        if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+    return "unknown processor";
+}
+
+Options readOptions(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string option = argv[i];
+        const bool bHasValue = i + 1 < argc;
+        if (option == "--quick") {
+            options.scale = 0.1;
+            options.numRounds = 3;
+        } else if (option == "--fresh") {
+            options.bFresh = true;
+        } else if (option == "--rounds" && bHasValue) {
+            options.numRounds = std::max(1, std::atoi(argv[++i]));
+        } else if (option == "--only" && bHasValue) {
+            options.only = argv[++i];
+        } else {
+            throw std::runtime_error("usage: compare [--quick] [--fresh] [--rounds N] [--only PART_OF_NAME]");
+        }
+    }
+    return options;
+}
+
+void printHead(int argc, char** argv, const Options& options) {
+    std::cout << "- machine: " << processorName() << ", " << sysconf(_SC_NPROCESSORS_ONLN) << " cores\n"
+              << "- compiler: g++ " << __VERSION__ << "; CGAL " << CGAL_VERSION_STR << "\n- command: `";
+    for (int i = 0; i < argc; ++i) std::cout << (i ? " " : "") << argv[i];
+    std::cout << "`, the median of " << options.numRounds << " rounds\n";
+    if (options.scale != 1.0)
+        std::cout << "- **sizes are " << options.scale << " x those stated: the goals do not apply**\n";
+#if !defined(__OPTIMIZE__) || !defined(NDEBUG)
+    std::cout << "- **not an optimised build: the numbers mean nothing**\n";
+#endif
+}
+
+void compare(int argc, char** argv) {
+    const Options options = readOptions(argc, argv);
+    std::string table;
+    for (const Row& row : makeRows(options.scale)) {
+        if (std::string(row.name).find(options.only) == std::string::npos) continue;
+        const std::string line = tableLine(row, run(row, options));
+        std::cerr << line;
+        table += line;
+    }
+    if (table.empty()) throw std::runtime_error("no row has a name with " + options.only);
+    printHead(argc, argv, options);
+    std::cout << "\n| row | work | against | ours: processor (wall) | reference | goal | ratio (range) | "
+                 "reached |\n"
+              << "|---|---|---|---|---|---|---|---|\n"
+              << table;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        compare(argc, argv);
+    } catch (const std::exception& failure) {
+        std::cerr << "compare: " << failure.what() << "\n";
+        return 1;
+    }
+}

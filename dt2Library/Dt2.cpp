@@ -1,0 +1,562 @@
+// Life of the engine, and insertion of points.
+//
+// A new vertex is located by a walk over orientation tests that starts near its place on the Hilbert curve,
+// splits the triangle, the edge or the piece of hull that it hits, and flips edges until every one is
+// Delaunay again (Lawson 1977). Invariants: corners are counterclockwise, links are mutual, the vertex being
+// inserted is corner 0 of every triangle on the flip stack, and the flip stack is empty between operations.
+//
+// Many points at once are first put into curve order, records included, so that neighbours in the plane are
+// neighbours in memory; then the middle one is inserted first and both halves after it, which keeps walks
+// short (2.6 steps) without the long fans of triangles that a straight sweep along the curve would build and
+// flip away again. All of it takes expected linear time but for the location of points from scratch, O(log
+// n). Memory: 40 bytes a vertex, 48 a triangle, and 44 a vertex in the vault and the lists.
+
+#include "Dt2.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+#include "diagnostics.h"
+#include "taro25d/TriangleAroundVertexIterator.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr int HILBERT_BITS = 30;
+constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
+constexpr int MAX_ORDERED_STEPS = 1000;
+
+constexpr int CODE_INSIDE = -1;
+constexpr int CODE_DUPLICATE = 4;
+constexpr int CODE_WALK_ON = 5;
+
+std::string& filenamePrefix() {
+    static std::string prefix;
+    return prefix;
+}
+
+/// The index under which pT is linked in its neighbour pN.
+inline int indexOfNeighbour(const Triangle2* pN, const Triangle2* pT) {
+    return static_cast<int>(pN->getOppositeTriangle(1) == pT) +
+           2 * static_cast<int>(pN->getOppositeTriangle(2) == pT);
+}
+
+/// Links edge i of pT and the edge under which pOldT is linked in pN. A null neighbour is the hull.
+inline void relink(Triangle2* pT, int i, Triangle2* pN, const Triangle2* pOldT) {
+    pT->setOppositeTriangle(i, pN);
+    if (pN) pN->setOppositeTriangle(indexOfNeighbour(pN, pOldT), pT);
+}
+
+inline void setTriangle(Triangle2* pT, Point2* p0, Point2* p1, Point2* p2) {
+    pT->setCorner(0, p0);
+    pT->setCorner(1, p1);
+    pT->setCorner(2, p2);
+}
+
+/// The flip of edge i of pT, whose neighbour pN has it as edge j: (a, b, c) and (d, c, b) become (a, b, d)
+/// and (a, d, c).
+inline void flipEdge(Triangle2* pT, int i, Triangle2* pN, int j) {
+    const int i1 = incIndexBy1(i), i2 = incIndexBy2(i), j1 = incIndexBy1(j), j2 = incIndexBy2(j);
+    Point2 *a = pT->getCorner(i), *b = pT->getCorner(i1), *c = pT->getCorner(i2), *d = pN->getCorner(j);
+    Triangle2 *pAcrossCA = pT->getOppositeTriangle(i1), *pAcrossAB = pT->getOppositeTriangle(i2);
+    Triangle2 *pAcrossBD = pN->getOppositeTriangle(j1), *pAcrossDC = pN->getOppositeTriangle(j2);
+    setTriangle(pT, a, b, d);
+    relink(pT, 0, pAcrossBD, pN);
+    pT->setOppositeTriangle(1, pN);
+    pT->setOppositeTriangle(2, pAcrossAB);
+    setTriangle(pN, a, d, c);
+    pN->setOppositeTriangle(0, pAcrossDC);
+    relink(pN, 1, pAcrossCA, pT);
+    pN->setOppositeTriangle(2, pT);
+    a->setIncidentTriangle(pN);
+    b->setIncidentTriangle(pT);
+    c->setIncidentTriangle(pN);
+    d->setIncidentTriangle(pN);
+}
+
+/// Moves a hull edge to the next one counterclockwise, rotating around the vertex between them.
+void toNextHullEdge(Triangle2*& pT, int& i) {
+    i = incIndexBy1(i);
+    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
+        i = incIndexBy1(indexOfNeighbour(pN, pT));
+        pT = pN;
+    }
+}
+
+void toPreviousHullEdge(Triangle2*& pT, int& i) {
+    i = incIndexBy2(i);
+    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
+        i = incIndexBy2(indexOfNeighbour(pN, pT));
+        pT = pN;
+    }
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Life
+
+Dt2::Dt2(unsigned numExpectedVertices) : hilbertCurve_(0.0, 0.0, 0.0, 0.0, HILBERT_BITS), vertexVault_(this) {
+    constexpr unsigned MAX_VERTEX_BLOCK = 2500000;
+    const int numVertices = static_cast<int>(std::clamp(numExpectedVertices, 3u, MAX_VERTEX_BLOCK));
+    vertexPool_.init(numVertices, MAX_VERTEX_BLOCK);
+    trianglePool_.init(2 * numVertices + 10, 2083333);
+    insertionBox_.setGeomTest(&geomTest_);
+}
+
+Dt2::~Dt2() = default;
+
+int Dt2::setNumCPU(int n) {
+    if (n == 0) n = static_cast<int>(std::thread::hardware_concurrency());
+    numCPU_ = n > 0 ? n : 1;
+    return numCPU_;
+}
+
+void Dt2::internalDebug(int topic, int, const std::string& text) {
+    if (topic == 0) vertexVault_.showData(text);
+    if (topic == 1) vertexVault_.checkVault();
+    if (topic == 2) vertexVault_.debugDups();
+}
+
+void Dt2::setDev(const std::string& text, int, double) { filenamePrefix() = text; }
+
+std::string Dt2::getFilenamePrefix() { return filenamePrefix(); }
+
+Point2* Dt2::createVertex(const Point2& point) {
+    if (vRecycledVertices_.empty()) return new (vertexPool_.getElement()) Point2(point);
+    Point2* pVtx = vRecycledVertices_.back();
+    vRecycledVertices_.pop_back();
+    return new (pVtx) Point2(point);
+}
+
+inline Triangle2* Dt2::newTriangleRecord() {
+    if (!vRecycledTriangles_.empty()) {
+        Triangle2* pT = vRecycledTriangles_.back();
+        vRecycledTriangles_.pop_back();
+        return new (pT) Triangle2();
+    }
+    return new (trianglePool_.getElement()) Triangle2();
+}
+
+Triangle2* Dt2::createTriangle(Point2* p0, Point2* p1, Point2* p2) {
+    Triangle2* pT = newTriangleRecord();
+    setTriangle(pT, p0, p1, p2);
+    p0->setIncidentTriangle(pT);
+    p1->setIncidentTriangle(pT);
+    p2->setIncidentTriangle(pT);
+    return pT;
+}
+
+void Dt2::getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles) {
+    vFreshTriangles.clear();
+    for (size_t i = 0; i < n; ++i) vFreshTriangles.push_back(newTriangleRecord());
+}
+
+void Dt2::storeRecycledT(const std::vector<Triangle2*>& vTriangles) {
+    for (Triangle2* pT : vTriangles) {
+        setTriangle(pT, nullptr, nullptr, nullptr);  // tells a dead record from a live one
+        vRecycledTriangles_.push_back(pT);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// One point
+
+void Dt2::reconfigure() {
+    double minX, minY, maxX, maxY;
+    insertionBox_.getBounds(minX, minY, maxX, maxY);
+    hilbertCurve_ = HC2(minX, minY, maxX, maxY, HILBERT_BITS);
+    vertexVault_.reconfiguration();
+}
+
+void Dt2::enlargeBoxForPoint(const Point2& point) {
+    if (insertionBox_.isInBox(point)) return;
+    insertionBox_.add(point);
+    insertionBox_.doubleTheBox();
+    reconfigure();
+}
+
+Point2* Dt2::insert(const Point2& point) {
+    if (!isFinite(point)) {
+        warning("Dt2::insert()", "non-finite coordinates, point refused");
+        return nullptr;
+    }
+    enlargeBoxForPoint(point);
+    if (!vertexVault_.isFullDimensional()) return insertWhileCollinear(point);
+    Point2* pVtx = createVertex(point);
+    const unsigned key = hilbertCurve_.iReset(point.x(), point.y());
+    vertexVault_.addItem(key, pVtx);
+    insertVertex(pVtx, vertexVault_.getCloseTriangle(key, point.x(), point.y()));
+    if (!vertexVault_.dupIsClean()) return vertexVault_.treatOneDupGetHandle(pVtx);
+    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    return pVtx;
+}
+
+Point2* Dt2::insertWhileCollinear(const Point2& point) {
+    if (Point2* pExisting = vertexVault_.getVertexPointer(point)) return pExisting;
+    Point2* pVtx = createVertex(point);
+    vertexVault_.addItem(hilbertCurve_.iReset(point.x(), point.y()), pVtx);
+    createFullDimTriangle(0);
+    return pVtx;
+}
+
+bool Dt2::createFullDimTriangle(size_t numPreExistingVtx) {
+    TARO_ASSERT_TEXT(!vertexVault_.isFullDimensional(), "!vertexVault.bFullDimensional");
+    Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
+    if (!vertexVault_.getThreeInitialPoints(p0, p1, p2)) return false;
+    vertexVault_.setFullDimensional(true);
+    if (numPreExistingVtx == 0) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    Triangle2* pT = createTriangle(p0, p1, p2);
+    progress_.incProgress(3);
+    const size_t numVertices = vertexVault_.getSize();
+    TARO_ASSERT_TEXT(numPreExistingVtx <= numVertices, "numPreExistingVtx<=(size_t)distance(startIt,stopIt)");
+    const ItemIterator start = vertexVault_.getData().data();
+    triangulateGate(start, start + numPreExistingVtx, pT);
+    triangulateGate(start + numPreExistingVtx, start + numVertices, pT);
+    return true;
+}
+
+Triangle2* Dt2::insertVertex(Point2*& pVtx, Triangle2* pHint) {
+    if (progress_.isActive()) progress_.incProgress(1);
+    Triangle2* pT = pHint;
+    int idx = -1;
+    const int code = locateConflictTriangle(pVtx, pT, idx);
+    if (code != CODE_INSIDE) return triangulateCoplanarOrDuplicate(pVtx, pT, code);
+    if (idx == -1) {
+        initVCheckT13(pT, pVtx);
+    } else {
+        initVCheckT24(pT, pVtx, idx);
+    }
+    legalize(pVtx);
+    return pT;
+}
+
+int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
+    TARO_ASSERT_TEXT(pT != nullptr, "pStartTriangle!=__null");
+    idx = -1;
+    int i = 0;
+    int numEdges = 3;  // still to be tested in this triangle, from edge i on
+    for (int numSteps = 0; numEdges > 0;) {
+        const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
+        const Orientation2 ori = geomTest_.getOrientation2(pT->getCorner(afterNext), pT->getCorner(next), p);
+        if (ori == ORIENTATION2_CCW) {
+            Triangle2* pN = pT->getOppositeTriangle(i);
+            if (!pN) return i;
+            // p lies strictly inside the edge of entry, which need not be tested again. A walk that takes so
+            // long may be going in circles, as it can among constraints: from then on it starts at any edge.
+            const bool bOrdered = ++numSteps <= MAX_ORDERED_STEPS;
+            i = bOrdered ? incIndexBy1(indexOfNeighbour(pN, pT)) : std::rand() % 3;
+            numEdges = bOrdered ? 2 : 3;
+            idx = -1;
+            pT = pN;
+            continue;
+        }
+        if (ori == ORIENTATION2_COLLINEAR) {
+            for (int k = 0; k < 3; ++k) {
+                if (*pT->getCorner(k) == *p) return CODE_DUPLICATE;
+            }
+            idx = i;
+            if (!pT->getOppositeTriangle(i)) {
+                const int code = locateCoplanarExtension(p, pT, idx);
+                if (code != CODE_WALK_ON) return code;
+                i = 0;
+                numEdges = 3;
+                idx = -1;
+                continue;
+            }
+        }
+        i = next;
+        --numEdges;
+    }
+    return CODE_INSIDE;
+}
+
+int Dt2::locateCoplanarExtension(const Point2* p, Triangle2*& pT, int& idx) const {
+    for (const int i : {incIndexBy1(idx), incIndexBy2(idx)}) {
+        const Orientation2 ori =
+            geomTest_.getOrientation2(pT->getCorner(incIndexBy2(i)), pT->getCorner(incIndexBy1(i)), p);
+        if (ori != ORIENTATION2_CCW) continue;
+        Triangle2* pN = pT->getOppositeTriangle(i);
+        if (!pN) return i;
+        pT = pN;
+        return CODE_WALK_ON;
+    }
+    return idx;
+}
+
+Triangle2* Dt2::triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int code) {
+    if (code != CODE_DUPLICATE) return insertVertexCH(pVtx, pT, code);
+    for (int i = 0; i < 3; ++i) {
+        if (*pT->getCorner(i) != *pVtx) continue;
+        vertexVault_.registerDup(pVtx, pT->getCorner(i));
+        return pT;
+    }
+    error("triangulateCoplanarOrDuplicate()", "Proxy not found");
+    TARO_ASSERT_TEXT(false, "Proxy not found");
+    return nullptr;
+}
+
+void Dt2::initVCheckT13(Triangle2* pT, Point2* v) {
+    Point2 *a = pT->getCorner(0), *b = pT->getCorner(1), *c = pT->getCorner(2);
+    Triangle2 *pAcrossBC = pT->getOppositeTriangle(0), *pAcrossCA = pT->getOppositeTriangle(1),
+              *pAcrossAB = pT->getOppositeTriangle(2);
+    Triangle2* pBC = createTriangle(v, b, c);
+    Triangle2* pCA = createTriangle(v, c, a);
+    setTriangle(pT, v, a, b);
+    relink(pBC, 0, pAcrossBC, pT);
+    relink(pCA, 0, pAcrossCA, pT);
+    pT->setOppositeTriangle(0, pAcrossAB);
+    pT->setOppositeTriangle(1, pBC);
+    pT->setOppositeTriangle(2, pCA);
+    pBC->setOppositeTriangle(1, pCA);
+    pBC->setOppositeTriangle(2, pT);
+    pCA->setOppositeTriangle(1, pT);
+    pCA->setOppositeTriangle(2, pBC);
+    v->setIncidentTriangle(pT);
+    a->setIncidentTriangle(pT);
+    b->setIncidentTriangle(pT);
+    if (pAcrossAB) vFlipStack_.push_back(pT);
+    if (pAcrossBC) vFlipStack_.push_back(pBC);
+    if (pAcrossCA) vFlipStack_.push_back(pCA);
+}
+
+void Dt2::initVCheckT24(Triangle2* pT, Point2* v, int idx) {
+    // v on the edge b-c between (a, b, c) and (d, c, b) makes (v, a, b), (v, c, a), (v, d, c) and (v, b, d).
+    Triangle2* pNeigA = pT->getOppositeTriangle(idx);
+    TARO_ASSERT_TEXT(pNeigA != nullptr, "pNeigA!=__null");
+    const int idxN = indexOfNeighbour(pNeigA, pT);
+    Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)),
+           *c = pT->getCorner(incIndexBy2(idx)), *d = pNeigA->getCorner(idxN);
+    Triangle2 *pAcrossCA = pT->getOppositeTriangle(incIndexBy1(idx)),
+              *pAcrossAB = pT->getOppositeTriangle(incIndexBy2(idx)),
+              *pAcrossBD = pNeigA->getOppositeTriangle(incIndexBy1(idxN)),
+              *pAcrossDC = pNeigA->getOppositeTriangle(incIndexBy2(idxN));
+    Triangle2 *pAB = pT, *pCA = createTriangle(v, c, a), *pDC = pNeigA, *pBD = createTriangle(v, b, d);
+    relink(pCA, 0, pAcrossCA, pT);
+    relink(pBD, 0, pAcrossBD, pNeigA);
+    setTriangle(pAB, v, a, b);
+    setTriangle(pDC, v, d, c);
+    pAB->setOppositeTriangle(0, pAcrossAB);
+    pDC->setOppositeTriangle(0, pAcrossDC);
+    Triangle2* const aAround[4] = {pAB, pCA, pDC, pBD};  // clockwise around v
+    for (int k = 0; k < 4; ++k) {
+        aAround[k]->setOppositeTriangle(2, aAround[(k + 1) % 4]);
+        aAround[k]->setOppositeTriangle(1, aAround[(k + 3) % 4]);
+        aAround[k]->getCorner(1)->setIncidentTriangle(aAround[k]);
+    }
+    v->setIncidentTriangle(pAB);
+    for (Triangle2* pNew : aAround) {
+        if (pNew->getOppositeTriangle(0)) vFlipStack_.push_back(pNew);
+    }
+}
+
+void Dt2::legalize(const Point2* v) {
+    while (!vFlipStack_.empty()) {
+        Triangle2* pT = vFlipStack_.back();
+        Triangle2* pN = pT->getOppositeTriangle(0);
+        const int j = pN ? indexOfNeighbour(pN, pT) : 0;
+        const bool bFlip = pN &&
+                           geomTest_.circleInc(pN->getCorner(j), pT->getCorner(2), pT->getCorner(1), v) &&
+                           !isConstraintEdge(pT, 0) && !bFlipsSuppressed_;
+        if (bFlip) {
+            flipEdge(pT, 0, pN, j);
+            vFlipStack_.push_back(pN);
+        } else {
+            vFlipStack_.pop_back();
+        }
+    }
+}
+
+Triangle2* Dt2::flip(Triangle2* pT, int i) {
+    Triangle2* pN = pT->getOppositeTriangle(i);
+    flipEdge(pT, i, pN, indexOfNeighbour(pN, pT));
+    return pN;
+}
+
+bool Dt2::canBeFlipped(Triangle2* pT, int i) const {
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    if (isConstraintEdge(pT, i) || !pN) return false;
+    const Point2* a = pT->getCorner(i);
+    const Point2* d = pN->getCorner(indexOfNeighbour(pN, pT));
+    return geomTest_.getOrientation2(a, d, pT->getCorner(incIndexBy1(i))) == ORIENTATION2_CW &&
+           geomTest_.getOrientation2(a, d, pT->getCorner(incIndexBy2(i))) == ORIENTATION2_CCW;
+}
+
+void Dt2::bfsFlipIncident(Point2* pVtx) {
+    std::vector<Triangle2*> vQueue;
+    getIncidentTriangles(pVtx, vQueue);
+    for (size_t k = 0; k < vQueue.size(); ++k) {
+        Triangle2* pT = vQueue[k];
+        for (int i = 0; i < 3; ++i) {
+            Triangle2* pN = pT->getOppositeTriangle(i);
+            if (!pN || isConstraintEdge(pT, i)) continue;
+            const Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
+            if (geomTest_.circleInc3state(pT, pFar) != CINC2_INCIRCLE) continue;
+            vQueue.push_back(flip(pT, i));
+            vQueue.push_back(pT);
+            break;
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Outside the convex hull
+
+Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int idx) {
+    const Orientation2 ori =
+        geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v);
+    if (ori == ORIENTATION2_COLLINEAR) {
+        splitHullEdge(v, pT, idx);
+    } else {
+        vHullPatch_.clear();
+        determineHullPatchLeft(vHullPatch_, pT, idx, v);
+        std::reverse(vHullPatch_.begin(), vHullPatch_.end());
+        vHullPatch_.emplace_back(pT, idx);
+        determineHullPatchRight(vHullPatch_, pT, idx, v);
+        fanFromHullPatch(v);
+    }
+    legalize(v);
+    return v->getIncidentTriangle();
+}
+
+void Dt2::splitHullEdge(Point2* v, Triangle2* pT, int idx) {
+    // v on the hull edge b-c of (a, b, c) makes (v, a, b) and (v, c, a).
+    Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)),
+           *c = pT->getCorner(incIndexBy2(idx));
+    Triangle2 *pAcrossCA = pT->getOppositeTriangle(incIndexBy1(idx)),
+              *pAcrossAB = pT->getOppositeTriangle(incIndexBy2(idx));
+    Triangle2* pCA = createTriangle(v, c, a);
+    relink(pCA, 0, pAcrossCA, pT);
+    setTriangle(pT, v, a, b);
+    pT->setOppositeTriangle(0, pAcrossAB);
+    pT->setOppositeTriangle(1, nullptr);
+    pT->setOppositeTriangle(2, pCA);
+    pCA->setOppositeTriangle(1, pT);
+    v->setIncidentTriangle(pT);
+    a->setIncidentTriangle(pT);
+    b->setIncidentTriangle(pT);
+    vFlipStack_.push_back(pT);
+    vFlipStack_.push_back(pCA);
+}
+
+void Dt2::determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                 const Point2* v) const {
+    for (toPreviousHullEdge(pT, idx);
+         geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v) ==
+         ORIENTATION2_CW;
+         toPreviousHullEdge(pT, idx)) {
+        vPatch.emplace_back(pT, idx);
+    }
+}
+
+void Dt2::determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                  const Point2* v) const {
+    for (toNextHullEdge(pT, idx);
+         geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v) ==
+         ORIENTATION2_CW;
+         toNextHullEdge(pT, idx)) {
+        vPatch.emplace_back(pT, idx);
+    }
+}
+
+void Dt2::fanFromHullPatch(Point2* v) {
+    Triangle2* pPrevious = nullptr;
+    for (const auto& [pT, k] : vHullPatch_) {
+        Triangle2* pNew = createTriangle(v, pT->getCorner(incIndexBy2(k)), pT->getCorner(incIndexBy1(k)));
+        pNew->setOppositeTriangle(0, pT);
+        pT->setOppositeTriangle(k, pNew);
+        pNew->setOppositeTriangle(1, pPrevious);
+        if (pPrevious) pPrevious->setOppositeTriangle(2, pNew);
+        pPrevious = pNew;
+        vFlipStack_.push_back(pNew);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Many points
+
+void Dt2::insertVector(const std::vector<Point2>& vPoints) { insertBulk(PointSource(vPoints), nullptr); }
+
+void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandlesOut) {
+    vHandlesOut.assign(vPoints.size(), nullptr);
+    insertBulk(PointSource(vPoints), vHandlesOut.data());
+}
+
+void Dt2::enlargeBoxForBulk(const PointSource& source) {
+    Bbox2 box;
+    size_t numRefused = 0;
+    for (size_t i = 0; i < source.size(); ++i) {
+        const Point2 point = source[i];
+        if (isFinite(point)) {
+            box.add(point);
+        } else {
+            ++numRefused;
+        }
+    }
+    if (numRefused > 0) {
+        warning("Dt2::insertVector()",
+                "non-finite coordinates, points refused: " + std::to_string(numRefused));
+    }
+    if (!box.isValid() ||
+        (insertionBox_.isInBox(box.getMinPoint()) && insertionBox_.isInBox(box.getMaxPoint())))
+        return;
+    insertionBox_.add(box.getMinPoint());
+    insertionBox_.add(box.getMaxPoint());
+    reconfigure();
+}
+
+void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
+    const size_t n = source.size();
+    if (n == 0) return;
+    vertexPool_.expect(n);
+    trianglePool_.expect(2 * n + 3);
+    TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
+    enlargeBoxForBulk(source);
+    const size_t numSteps = n + n / 10;
+    progress_.start("insert vertices", numSteps, Progress::fineStep(numSteps));
+    const size_t numPreExisting = vertexVault_.getSize();
+    vertexVault_.iReset_vector(source, aHandles);
+    progress_.incProgress(n / 10);
+    const size_t numItems = vertexVault_.getSize();
+    if (!vertexVault_.isFullDimensional()) {
+        createFullDimTriangle(numPreExisting);
+    } else if (numPreExisting < numItems) {
+        const ItemIterator start = vertexVault_.getData().data();
+        const IdxVtxAct* pFirst = start[numPreExisting];
+        triangulateGate(start + numPreExisting, start + numItems,
+                        vertexVault_.getCloseTriangle(pFirst->idx, pFirst->vtx->x(), pFirst->vtx->y()));
+    }
+    vertexVault_.treatDupsAndHandles(aHandles, aHandles ? n : 0);
+    TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
+    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    progress_.finish();
+}
+
+void Dt2::triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
+    triangulateRec(begin, end, pStartT);
+}
+
+void Dt2::triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
+    const auto insertItem = [this](ItemIterator item, Triangle2* pHint) {
+        Point2* pVtx = (*item)->vtx;
+        // The three vertices of the first triangle are in the mesh already.
+        return pVtx->getIncidentTriangle() ? pVtx->getIncidentTriangle() : insertVertex(pVtx, pHint);
+    };
+    if (end - begin <= MAX_RANGE_IN_SEQUENCE) {
+        for (; begin < end; ++begin) pStartT = insertItem(begin, pStartT);
+        return;
+    }
+    const ItemIterator middle = begin + (end - begin) / 2;
+    Triangle2* pIncT = insertItem(middle, pStartT);
+    TARO_ASSERT_TEXT(pIncT != nullptr, "pIncT!=NULL");
+    triangulateRec(begin, middle, pIncT);
+    // Flips have moved the triangle since; the vertex knows a better one, unless it was a duplicate.
+    if (Triangle2* pT = (*middle)->vtx->getIncidentTriangle()) pIncT = pT;
+    triangulateRec(middle + 1, end, pIncT);
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,249 @@
+#pragma once
+
+#include <cmath>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "GeomTest.h"
+#include "HC2.h"
+#include "Progress.h"
+#include "SimplePool.h"
+#include "VertexVault.h"
+#include "taro25d/Bbox2.h"
+#include "taro25d/MsgBase.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+class Visualizer2;
+
+/// The engine: one triangulation with everything it owns. This declaration is the table of contents of the
+/// Dt2*.cpp files, each of which defines one block of members.
+///
+/// Two phases. As long as all vertices are collinear they stand in the vault alone and there are no
+/// triangles. From the first vertex off the line on, every operation leaves a valid triangulation: corners
+/// counterclockwise, links mutual, every edge Delaunay (or, later, a constraint).
+class Dt2 {
+  public:
+    // ---- Dt2.cpp: life and insertion
+    // --------------------------------------------------------------------------------
+
+    explicit Dt2(unsigned numExpectedVertices);
+    ~Dt2();
+    Dt2(const Dt2&) = delete;
+    Dt2& operator=(const Dt2&) = delete;
+
+    int setNumCPU(int n);
+    int getNumCPU() const { return numCPU_; }
+    void setName(const std::string& name) { name_ = name; }
+    const std::string& getName() const { return name_; }
+    void internalDebug(int topic, int detail, const std::string& text);
+    void setDev(const std::string& text, int number, double value);
+    /// The prefix of the names of diagnostic files.
+    static std::string getFilenamePrefix();
+    Progress& getProgress() { return progress_; }
+
+    Point2* insert(const Point2& point);
+    void insertVector(const std::vector<Point2>& vPoints);
+    void insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandlesOut);
+    /// Bulk insertion; aHandles is null or has one place for each point.
+    void insertBulk(const PointSource& source, Point2** aHandles);
+
+    /// Inserts a vertex that is already in the vault, starting the search at the hint. Returns a triangle
+    /// incident to the vertex, or, when its position is taken (noted in the vault), one incident to the
+    /// vertex that stands there.
+    Triangle2* insertVertex(Point2*& pVtx, Triangle2* pHint);
+    /// Walks from pT to the triangle that p hits. Returns -1 with pT containing p strictly (idx -1) or on its
+    /// inner edge idx; 0 to 2 with p outside the hull across that edge of pT, or on that hull edge; 4 with p
+    /// equal to a corner. Visibility walk with the edge of entry left out (Devillers, Pion, Teillaud 2002).
+    int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const;
+
+    /// A place in a list of vault items.
+    using ItemIterator = IdxVtxAct* const*;
+    /// Inserts the vertices of a range of vault items that are not in the mesh yet.
+    void triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
+    /// Inserts the middle one first, then the left and the right half.
+    void triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
+    /// Leaves the collinear phase if it can; the first numPreExistingVtx vault items are inserted first.
+    bool createFullDimTriangle(size_t numPreExistingVtx);
+
+    Triangle2* createTriangle(Point2* p0, Point2* p1, Point2* p2);
+    /// Flips edge i of pT without any test; pT and the returned triangle both keep the corner i of pT as
+    /// corner 0.
+    Triangle2* flip(Triangle2* pT, int i);
+    /// True if edge i is no constraint edge, has a neighbour, and the quadrilateral is strictly convex.
+    bool canBeFlipped(Triangle2* pT, int i) const;
+    bool isConstraintEdge(const Triangle2*, int) const { return false; }
+    bool isConstraintVertex(const Point2*) const { return false; }
+    /// Restores the Delaunay property by Lawson flips from the triangles around a vertex.
+    void bfsFlipIncident(Point2* pVtx);
+    /// Collects hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the
+    /// hull (Left, seen from v) or counterclockwise (Right); that edge itself is not tested and not included.
+    void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                const Point2* v) const;
+    void determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                 const Point2* v) const;
+    void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
+    void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
+
+    Point2* createVertex(const Point2& point);
+    void recycleVertex(Point2* pVtx) { vRecycledVertices_.push_back(pVtx); }
+
+    /// True if x, y and z are all finite.
+    static bool isFinite(const Point2& point) {
+        return std::isfinite(point.x()) && std::isfinite(point.y()) && std::isfinite(point.z());
+    }
+    const HC2& getHilbertCurve() const { return hilbertCurve_; }
+    GeomTest& getGeomTest() const { return geomTest_; }
+    VertexVault& getVertexVault() { return vertexVault_; }
+
+    // ---- Dt2_locate.cpp: location, heights, neighbourhoods, the hull, drawing
+    // -----------------------------------------
+
+    Triangle2* locate(const Point2& point) const;
+    bool getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const;
+    bool getNearbyHeight(double x, double y, double& height, double tolerance) const;
+
+    Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
+    bool isEdge(Point2* p0, Point2* p1) const;
+    void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
+    void getIncidentVertices(Point2* pVtx, std::vector<Point2*>& vIncidentVertices) const;
+    /// The vertices of the hull, counterclockwise.
+    void getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const;
+    /// The hull edges as (triangle, edge index), counterclockwise.
+    void getConvexHull(std::vector<std::pair<Triangle2*, int>>& vHullEdges) const;
+
+    size_t numberOfTriangles() const;
+    void getTrianglePointers(std::vector<Triangle2*>& vTriangles) const;
+    /// A live triangle; null when there are none.
+    Triangle2* getOneValidTriangle() const { return vertexVault_.getOneValidTriangle(); }
+    size_t numberOfPoints() const { return vertexVault_.computeNumberOfPoints(); }
+    void getVertexPointers(std::vector<Point2*>& vVertices) const {
+        vertexVault_.getVertexPointers(vVertices);
+    }
+    /// The vertex with the x and y of a point; null if there is none.
+    Point2* getVertexPointer(const Point2& point) const;
+    bool is2D() const { return vertexVault_.isFullDimensional(); }
+    Bbox2 computeBoundingBox() const { return vertexVault_.computeBoundingBox(); }
+
+    void show(const std::string& filename, bool bWithConstraints) const;
+    void show(Visualizer2* pVisualizer, bool bWithConstraints) const;
+
+    // ---- Dt2_remove.cpp: removal of vertices
+    // --------------------------------------------------------------------------
+
+    /// Takes a vertex out; null, a vertex of a constraint and a stranger only get a warning. O(k log k) for k
+    /// neighbours.
+    void remove(Point2* pVtx);
+    /// The same for a vertex on the hull. With false the caller restores the Delaunay property.
+    void remove_CHVersion(Point2* pVtx, bool bRestoreDelaunay);
+    /// With t = (v, p, q) and the next triangle around v (v, q, d): makes them (p, q, d) and (p, d, v), if
+    /// the first is counterclockwise and the second not clockwise. Returns the second one, or null if nothing
+    /// has been done.
+    Triangle2* flipForRemove(Point2* pVtx, Triangle2* t);
+    /// From now on each removal appends the triangles that it has made to a list, which is not owned; null
+    /// ends that.
+    void reportCreatedTriangles(std::vector<Triangle2*>* pvTriangles) { pvCreatedTriangles_ = pvTriangles; }
+
+    // ---- Dt2_check.cpp: consistency and statistics
+    // --------------------------------------------------------------------
+
+    /// Checks corners, links, incident triangles and the hull, and with the flag that every edge is Delaunay.
+    /// Reports and draws what is wrong.
+    bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
+    void statistics(const std::string& name) const;
+
+  private:
+    // ---- Dt2.cpp
+    // ----------------------------------------------------------------------------------------------------
+
+    void enlargeBoxForPoint(const Point2& point);
+    void enlargeBoxForBulk(const PointSource& source);
+    void reconfigure();
+    Point2* insertWhileCollinear(const Point2& point);
+
+    int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int& idx) const;
+    Triangle2* triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int code);
+    void initVCheckT13(Triangle2* pT, Point2* v);
+    void initVCheckT24(Triangle2* pT, Point2* v, int idx);
+    Triangle2* insertVertexCH(Point2* v, Triangle2* pT, int idx);
+    void splitHullEdge(Point2* v, Triangle2* pT, int idx);
+    void fanFromHullPatch(Point2* v);
+    void legalize(const Point2* v);
+    Triangle2* newTriangleRecord();
+
+    // ---- Dt2_locate.cpp
+    // ---------------------------------------------------------------------------------------------
+
+    /// A triangle from which a walk to the point is short.
+    Triangle2* getCloseTriangle(const Point2& point) const;
+    /// Walks to any point with finite x and y, with the result of locateConflictTriangle.
+    int walkTo(const Point2& point, Triangle2*& pT) const;
+    void getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const;
+    void dropCollinear(std::vector<Point2*>& vRing) const;
+
+    // ---- Dt2_remove.cpp
+    // ---------------------------------------------------------------------------------------------
+
+    /// What flipForRemove would cut off at a triangle around the vertex that is being removed.
+    struct Ear {
+        double rank;
+        Triangle2* pT;
+        const Point2 *pFrom, *pTo;
+
+        /// On a heap, the smallest rank comes first.
+        bool operator<(const Ear& other) const { return rank > other.rank; }
+    };
+
+    /// Fills vUmbrella_ with the triangles around the vertex, counterclockwise. False if it is on the hull;
+    /// then they go from one hull edge to the other.
+    bool collectUmbrella(const Point2* pVtx);
+    void removeInnerVertex(Point2* pVtx);
+    /// Flips as long as there are more than minDegree triangles and a flip is possible; returns how many are
+    /// left.
+    size_t reduceDegree(Point2* pVtx, size_t minDegree);
+    void offerEar(const Point2* pVtx, Triangle2* pT);
+    bool takeEar(const Point2* pVtx, Ear& ear);
+    [[noreturn]] void watchDogFailed(const Point2* pVtx);
+    void mergeUmbrella(const Point2* pVtx);
+    void takeOutUmbrella(const Point2* pVtx);
+    bool flipUnlessDelaunay(Triangle2* pT, int i);
+    void restoreDelaunay();
+    /// The end of each removal in a mesh.
+    void discardVertex(Point2* pVtx);
+
+    // ---- Dt2_check.cpp
+    // ----------------------------------------------------------------------------------------------
+
+    bool checkTriangle(const Triangle2* pT) const;
+    bool checkEmptyCircle(const Triangle2* pT) const;
+    bool checkVertices() const;
+    bool checkHull(const std::vector<Triangle2*>& vTriangles) const;
+    void showFailures(const std::vector<Triangle2*>& vFailed) const;
+
+    // ---- State
+    // ------------------------------------------------------------------------------------------------------
+
+    mutable GeomTest geomTest_;  // mutable: it holds scratch numbers, and location may raise its error bound
+    Bbox2 insertionBox_;
+    HC2 hilbertCurve_;
+    SimplePool<Point2> vertexPool_;
+    SimplePool<Triangle2> trianglePool_;  // also the list of all triangles; dead ones have no corners
+    VertexVault vertexVault_;
+    std::vector<Triangle2*> vRecycledTriangles_;
+    std::vector<Point2*> vRecycledVertices_;
+    std::vector<Triangle2*> vFlipStack_;  // empty between operations
+    std::vector<std::pair<Triangle2*, int>> vHullPatch_;
+    std::vector<Triangle2*> vUmbrella_;  // the rest is the scratch of removal
+    std::vector<Ear> vEars_;             // a heap
+    std::vector<Triangle2*> vNewTriangles_;
+    std::vector<Triangle2*>* pvCreatedTriangles_ = nullptr;  // not owned; null: nobody wants to know
+    bool bFlipsSuppressed_ = false;                          // while triangles are imported as they are
+    int numCPU_ = 1;
+    std::string name_;
+    Progress progress_;
+};
+
+}  // namespace LUMO_TARO25D

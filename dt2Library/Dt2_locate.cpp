@@ -1,0 +1,344 @@
+// Location, heights, neighbourhoods, the hull, and drawing: what a triangulation can be asked.
+//
+// Location walks over orientation tests from a triangle that stands near the point on the Hilbert curve, so
+// it takes O(log n) for the start and a constant expected number of steps. Everything around a vertex is a
+// rotation through the neighbour links: counterclockwise, with a jump over the gap at a hull vertex.
+//
+// A height is that of the plane through the three corners. Where the corners are collinear up to rounding,
+// the plane is arbitrarily steep and its value may leave the range of the corners; then the two longest
+// edges, which run side by side there, give the height between them. Outside the hull, the nearest hull point
+// is sought among the hull edges that see the point: those form one piece of the hull around the edge at
+// which the walk ended.
+//
+// No query changes the triangulation. A query point beyond all coordinates so far may only make the
+// predicates' first filter more careful, and since it stays so, queries that cannot have an answer are turned
+// away by the box before.
+
+#include "Dt2.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <iterator>
+
+#include "diagnostics.h"
+#include "taro25d/Color.h"
+#include "taro25d/TriangleAroundVertexIterator.h"
+#include "taro25d/Vector2.h"
+#include "taro25d/Visualizer2.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr int CODE_DUPLICATE = 4;
+constexpr double HEIGHT_TOLERANCE = 0.001;
+
+/// Recycled records have no corners.
+bool isAlive(const Triangle2* pT) { return pT->getCorner(0) != nullptr; }
+
+/// The ends of edge i.
+const Point2& getSrc(const Triangle2& triangle, int i) { return *triangle.getCorner(incIndexBy1(i)); }
+const Point2& getTrg(const Triangle2& triangle, int i) { return *triangle.getCorner(incIndexBy2(i)); }
+
+/// The height on the plane through the corners, computed from coordinates times a power of two; not finite
+/// where the corners are collinear or a number leaves the range of doubles.
+double getHeightOnPlane(const Triangle2& triangle, const Point2& place, double factor) {
+    const Point2 &origin = *triangle.getCorner(0), &p = *triangle.getCorner(1), &q = *triangle.getCorner(2);
+    const auto relative = [&](const Point2& point) {
+        return Vector2(factor * point.x() - factor * origin.x(), factor * point.y() - factor * origin.y(),
+                       0.0);
+    };
+    const Vector2 toP = relative(p), toQ = relative(q);
+    const double scale = std::max(getBinaryScale(toP), getBinaryScale(toQ));
+    const Vector2 u = toP / scale, v = toQ / scale, w = relative(place) / scale;
+    const double z0 = factor * origin.z(), dzP = factor * p.z() - z0, dzQ = factor * q.z() - z0;
+    const double rise = (crossProduct2D(w, v) * dzP + crossProduct2D(u, w) * dzQ) / crossProduct2D(u, v);
+    return (z0 + rise) / factor;
+}
+
+double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
+    const double z = getHeightOnPlane(triangle, place, 1.0);
+    return std::isfinite(z) ? z : getHeightOnPlane(triangle, place, 0x1p-6);
+}
+
+/// The mean of the heights on the two longest edges, or, when these disagree, false and the middle of the
+/// height range.
+bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double zMin, double zMax,
+                          double& height) {
+    std::array<std::pair<double, int>, 3> aEdges;
+    for (int i = 0; i < 3; ++i) aEdges[i] = {distance2D(getSrc(triangle, i), getTrg(triangle, i)), i};
+    std::sort(aEdges.begin(), aEdges.end());
+    const auto heightOnEdge = [&](int i) {
+        return getZOnSegment(getSrc(triangle, i), getTrg(triangle, i), place.x(), place.y());
+    };
+    const double h1 = heightOnEdge(aEdges[1].second), h2 = heightOnEdge(aEdges[2].second);
+    // With its sign: where the longest edge is the higher one, the mean counts however far they are apart.
+    const bool bAgree = h1 - h2 < HEIGHT_TOLERANCE;
+    height = bAgree ? std::clamp(0.5 * h1 + 0.5 * h2, zMin, zMax) : 0.5 * zMin + 0.5 * zMax;
+    return bAgree;
+}
+
+bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double& height) {
+    for (int i = 0; i < 3; ++i) {
+        if (*triangle.getCorner(i) != place) continue;
+        height = triangle.getCorner(i)->z();
+        return true;
+    }
+    const auto [zMin, zMax] =
+        std::minmax({triangle.getCorner(0)->z(), triangle.getCorner(1)->z(), triangle.getCorner(2)->z()});
+    if (zMin == zMax) {
+        height = zMin;
+        return true;
+    }
+    const double z = getHeightOnPlane(triangle, place);
+    if (z - zMax < HEIGHT_TOLERANCE && zMin - z < HEIGHT_TOLERANCE) {
+        height = std::clamp(z, zMin, zMax);
+        return true;
+    }
+    return getHeightOnLongEdges(triangle, place, zMin, zMax, height);
+}
+
+/// The height of the nearest point of some hull edges, given as (triangle, index), unless it is farther than
+/// the tolerance.
+bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges, const Point2& place,
+                      double tolerance, double& height) {
+    double bestDistance = tolerance;
+    bool bFound = false;
+    const auto offer = [&](const Point2& candidate) {
+        const double distance = distance2D(place, candidate);
+        if (!(distance <= bestDistance)) return;
+        bestDistance = distance;
+        height = candidate.z();
+        bFound = true;
+    };
+    for (const auto& [pT, i] : vHullEdges) {
+        const Point2 &src = getSrc(*pT, i), &trg = getTrg(*pT, i);
+        const Point2 foot = getFootPoint(place, src, trg);
+        if (approxHasOn(src, trg, foot)) offer(foot);
+        offer(src);
+        offer(trg);
+    }
+    return bFound;
+}
+
+/// The first triangle around a vertex that passes the test; null if none does or the vertex has no triangles.
+template <class TestT>
+Triangle2* findIncidentTriangle(const Point2* pVtx, const TestT& test) {
+    if (!pVtx || !pVtx->getIncidentTriangle()) return nullptr;
+    TriangleAroundVertexIterator it(pVtx);
+    Triangle2* const pFirst = *it;
+    do {
+        if (test(*it)) return *it;
+        ++it;
+    } while (*it != pFirst);
+    return nullptr;
+}
+
+/// Moves a hull edge to the next one counterclockwise.
+void toNextHullEdge(Triangle2*& pT, int& i) {
+    i = incIndexBy1(i);
+    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
+        i = incIndexBy1(pN->getIntraTriangleIndex(pT));
+        pT = pN;
+    }
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Location
+
+Triangle2* Dt2::getCloseTriangle(const Point2& point) const {
+    return vertexVault_.getCloseTriangle(hilbertCurve_.iReset(point.x(), point.y()), point.x(), point.y());
+}
+
+int Dt2::walkTo(const Point2& point, Triangle2*& pT) const {
+    const double maxCoord = std::max(std::abs(point.x()), std::abs(point.y()));
+    if (maxCoord > geomTest_.getMaxAbsCoord()) geomTest_.setStaticBound(maxCoord);
+    pT = getCloseTriangle(point);
+    int idx = -1;
+    return locateConflictTriangle(&point, pT, idx);
+}
+
+Triangle2* Dt2::locate(const Point2& point) const {
+    if (!is2D() || !insertionBox_.isInBox(point)) return nullptr;
+    Triangle2* pT = nullptr;
+    const int code = walkTo(point, pT);
+    if (code == -1 || code == CODE_DUPLICATE) return pT;
+    const Orientation2 ori = geomTest_.getOrientation2(&getSrc(*pT, code), &getTrg(*pT, code), &point);
+    return ori == ORIENTATION2_CW ? nullptr : pT;
+}
+
+Point2* Dt2::getVertexPointer(const Point2& point) const {
+    if (!is2D()) return vertexVault_.getVertexPointer(point);
+    Triangle2* pT = nullptr;
+    if (!insertionBox_.isInBox(point) || walkTo(point, pT) != CODE_DUPLICATE) return nullptr;
+    int i = 0;
+    while (*pT->getCorner(i) != point) ++i;
+    return pT->getCorner(i);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Heights
+
+bool Dt2::getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const {
+    if (!is2D() || !std::isfinite(x) || !std::isfinite(y)) return false;
+    const Point2 place(x, y, 0.0);
+    const Triangle2* pT = pApproxT ? pApproxT : locate(place);
+    if (pT) return getHeightInTriangle(*pT, place, height);
+    return tolerance > 0.0 && getNearbyHeight(x, y, height, tolerance);
+}
+
+bool Dt2::getNearbyHeight(double x, double y, double& height, double tolerance) const {
+    if (!is2D() || !std::isfinite(x) || !std::isfinite(y)) return false;
+    const Bbox2& box = insertionBox_;
+    const double distanceToBox =
+        std::max({box.getMinX() - x, x - box.getMaxX(), box.getMinY() - y, y - box.getMaxY()});
+    if (distanceToBox > tolerance) return false;
+    const Point2 place(x, y, 0.0);
+    Triangle2* pCurTriangle = nullptr;
+    const int intState = walkTo(place, pCurTriangle);
+    TARO_ASSERT_TEXT(pCurTriangle != nullptr, "pCurTriangle!=__null");
+    TARO_ASSERT_TEXT(intState > -1 && intState < 4, "intState>-1 && intState<4");
+    std::vector<std::pair<Triangle2*, int>> vPatch{{pCurTriangle, intState}};
+    determineHullPatchLeft(vPatch, pCurTriangle, intState, &place);
+    determineHullPatchRight(vPatch, pCurTriangle, intState, &place);
+    return getNearestHeight(vPatch, place, tolerance, height);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Around a vertex
+
+Triangle2* Dt2::getAdjacentTriangle(Point2* p0, Point2* p1) const {
+    TARO_ASSERT_TEXT(p0 != nullptr, "p0!=__null");
+    TARO_ASSERT_TEXT(p1 != nullptr, "p1!=__null");
+    TARO_ASSERT_TEXT(p0 != p1, "p0!=p1");
+    return findIncidentTriangle(p0, [p0, p1](const Triangle2* pT) {
+        return pT->getCorner(incIndexBy1(pT->getIntraTriangleIndex(p0))) == p1;
+    });
+}
+
+bool Dt2::isEdge(Point2* p0, Point2* p1) const {
+    return p0 != p1 &&
+           findIncidentTriangle(p0, [p1](const Triangle2* pT) { return pT->hasVertex(p1); }) != nullptr;
+}
+
+void Dt2::getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const {
+    TriangleAroundVertexIterator it(pVtx);
+    Triangle2* const pFirst = *it;
+    do {
+        vIncidentT.push_back(*it);
+        ++it;
+    } while (*it != pFirst);
+}
+
+void Dt2::getIncidentVertices(Point2* pVtx, std::vector<Point2*>& vIncidentVertices) const {
+    std::vector<Triangle2*> vIncidentT;
+    getIncidentTriangles(pVtx, vIncidentT);
+    std::vector<Point2*> vNeighbours;
+    vNeighbours.reserve(2 * vIncidentT.size());
+    for (const Triangle2* pT : vIncidentT) {
+        const int k = pT->getIntraTriangleIndex(pVtx);
+        vNeighbours.push_back(pT->getCorner(incIndexBy1(k)));
+        vNeighbours.push_back(pT->getCorner(incIndexBy2(k)));
+    }
+    oneInstance(vNeighbours);
+    vIncidentVertices.insert(vIncidentVertices.end(), vNeighbours.begin(), vNeighbours.end());
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The hull
+
+void Dt2::getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const {
+    std::vector<std::pair<Triangle2*, int>> vHullEdges;
+    getConvexHull(vHullEdges);
+    if (vHullEdges.empty()) return;
+    std::vector<Point2*> vRing;
+    vRing.reserve(vHullEdges.size());
+    for (const auto& [pT, i] : vHullEdges) vRing.push_back(pT->getCorner(incIndexBy1(i)));
+    if (!bAllVertices) dropCollinear(vRing);
+    vConvexHullPoints.insert(vConvexHullPoints.end(), vRing.begin(), vRing.end());
+    TARO_ASSERT_TEXT(!vConvexHullPoints.empty(), "!vConvexHullPoints.empty()");
+}
+
+void Dt2::dropCollinear(std::vector<Point2*>& vRing) const {
+    const size_t n = vRing.size();
+    std::vector<Point2*> vSimplified;
+    for (size_t i = 0; i <= n; ++i) {
+        Point2* pVtx = vRing[i % n];
+        const Orientation2 ori = geomTest_.getOrientation2(vRing[(i + n - 1) % n], pVtx, vRing[(i + 1) % n]);
+        if (ori != ORIENTATION2_COLLINEAR) vSimplified.push_back(pVtx);
+    }
+    // The ring begins at a true corner, which has been kept at both ends.
+    TARO_ASSERT_TEXT(!vSimplified.empty() && vSimplified[0] == vSimplified.back(),
+                     "vSimplified[0]==vSimplified.back()");
+    vSimplified.pop_back();
+    vRing.swap(vSimplified);
+}
+
+void Dt2::getConvexHull(std::vector<std::pair<Triangle2*, int>>& vHullEdges) const {
+    if (!is2D()) {
+        warning("Dt2::getConvexHull()", "is2D() is false, the triangulation is not full dimensional yet");
+        return;
+    }
+    Triangle2* pStartT = nullptr;
+    int startEdge = -1;
+    getLeftmostHullEdge(pStartT, startEdge);
+    Triangle2* pT = pStartT;
+    int i = startEdge;
+    do {
+        vHullEdges.emplace_back(pT, i);
+        toNextHullEdge(pT, i);
+    } while (pT != pStartT || i != startEdge);
+}
+
+void Dt2::getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const {
+    std::vector<Point2*> vVertices;
+    getVertexPointers(vVertices);
+    const auto isLess = [](const Point2* p, const Point2* q) { return *p < *q; };
+    const auto leftmost = std::min_element(vVertices.begin(), vVertices.end(), isLess);
+    const Point2* pStartVtx = leftmost == vVertices.end() ? nullptr : *leftmost;
+    TARO_ASSERT_TEXT(pStartVtx != nullptr, "pStartVtx!=__null");
+    TARO_ASSERT_TEXT(pStartVtx->getIncidentTriangle() != nullptr, "pStartT!=__null");
+    TriangleAroundVertexIterator it(pStartVtx);
+    it.loop();
+    pStartT = *it;
+    const int axisIdx = pStartT->getIntraTriangleIndex(pStartVtx);
+    startEdge = incIndexBy2(axisIdx);
+    TARO_ASSERT_TEXT(pStartT->getOppositeTriangle(startEdge) == nullptr,
+                     "pStartT->getOppositeTriangle(incIndexBy2(axisIdx))==__null");
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// All triangles
+
+size_t Dt2::numberOfTriangles() const {
+    const size_t numAllT = trianglePool_.getNumElements(), numDeadT = vRecycledTriangles_.size();
+    TARO_ASSERT_TEXT(numDeadT <= numAllT, "numDeadT<=numAllT");
+    return numAllT - numDeadT;
+}
+
+void Dt2::getTrianglePointers(std::vector<Triangle2*>& vTriangles) const {
+    reserveMore(vTriangles, numberOfTriangles());
+    trianglePool_.forEach([&](Triangle2* pT) {
+        if (isAlive(pT)) vTriangles.push_back(pT);
+    });
+}
+
+void Dt2::show(const std::string& filename, bool bWithConstraints) const {
+    Visualizer2 visualizer(filename);
+    show(&visualizer, bWithConstraints);
+    visualizer.writeFile();
+}
+
+void Dt2::show(Visualizer2* pVisualizer, bool) const {
+    if (!pVisualizer) return;
+    std::vector<Triangle2*> vTriangles;
+    getTrianglePointers(vTriangles);
+    pVisualizer->addObject(vTriangles, Color());
+}
+
+}  // namespace LUMO_TARO25D

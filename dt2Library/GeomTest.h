@@ -1,0 +1,227 @@
+#pragma once
+
+// The predicates on which every combinatorial decision rests. Each is a ladder of stages, from a few
+// floating-point operations with an error bound up to rational arithmetic; a stage answers only when it is
+// certain, so the answer is always the sign of the exact determinant of the coordinates, which are taken as
+// exact values. The first rung is inlined into the caller, all others are out of line.
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "taro25d/Orientation2.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// The result of the three-state in-circle test.
+enum CINC2 {
+    CINC2_ZERO = 0,      ///< on the circumcircle
+    CINC2_INCIRCLE = 1,  ///< strictly inside
+    CINC2_OUTCIRCLE = 2  ///< strictly outside
+};
+
+/// The result of the segment-pair test.
+enum IntersectionType {
+    IST_NOIS = 0,       ///< no common point
+    IST_COLLINEAR = 1,  ///< on one line, with at least one common point
+    IST_REGULAR = 2     ///< a proper crossing or a touch
+};
+
+/// The in-circle determinant of three corners relative to the query point; Wide is the type of the products
+/// of degree 4.
+template <class T, class Wide = T>
+inline Wide inCircleDeterminant(T ax, T ay, T bx, T by, T cx, T cy) {
+    return Wide(ax * ax + ay * ay) * Wide(bx * cy - by * cx) +
+           Wide(bx * bx + by * by) * Wide(cx * ay - cy * ax) +
+           Wide(cx * cx + cy * cy) * Wide(ax * by - ay * bx);
+}
+
+/// The same with the absolute values of all products.
+inline double inCirclePermanent(double ax, double ay, double bx, double by, double cx, double cy) {
+    return (ax * ax + ay * ay) * (std::abs(bx * cy) + std::abs(by * cx)) +
+           (bx * bx + by * by) * (std::abs(cx * ay) + std::abs(cy * ax)) +
+           (cx * cx + cy * cy) * (std::abs(ax * by) + std::abs(ay * bx));
+}
+
+/// Orientation, in-circle and intersection predicates. x and y alone count, except where a height is asked
+/// for.
+///
+/// An instance holds the static error bound of its owner's coordinates and scratch rationals: two threads
+/// must not use one instance at once. The rationals are created when they are first needed, so that an
+/// instance is cheap to build. The floating-point environment must round to nearest (the interval stage alone
+/// accepts every mode). Coordinates that are not finite fail with TaroException when they reach a rational
+/// stage.
+class GeomTest {
+  public:
+    GeomTest() = default;
+    GeomTest(const GeomTest&) = delete;
+    GeomTest& operator=(const GeomTest&) = delete;
+
+    /// Sets the static error bounds for coordinates of magnitude at most |maxCoord|. The owner calls it
+    /// before it tests points that exceed the stored magnitude, and never lowers it.
+    void setStaticBound(double maxCoord) {
+        maxAbsCoord_ = std::abs(maxCoord);
+        staticBoundPos_ = maxAbsCoord_ >= minStaticCoord ? staticFactor * (maxAbsCoord_ * maxAbsCoord_)
+                                                         : std::numeric_limits<double>::infinity();
+        staticBoundNeg_ = -staticBoundPos_;
+        inCircleFloor_ = inCircleFloor(maxAbsCoord_);
+    }
+    /// The magnitude for which the static bounds hold; 0 at first.
+    double getMaxAbsCoord() const { return maxAbsCoord_; }
+
+    /// The side of the directed line a->b on which c lies. A cyclic shift of the arguments changes nothing, a
+    /// swap of two exchanges CCW and CW. Points beyond `getMaxAbsCoord` may get a wrong answer.
+    Orientation2 getOrientation2(const Point2* a, const Point2* b, const Point2* c) {
+        const double det = orientationDeterminant(*a, *b, *c);
+        if (det > staticBoundPos_) return ORIENTATION2_CCW;
+        if (det < staticBoundNeg_) return ORIENTATION2_CW;
+        return undecidedOri2(a, b, c);
+    }
+    /// The same by interval arithmetic, with the rational stage behind it; needs no static bound. The
+    /// rounding mode is changed for the duration of the call only.
+    Orientation2 dynamicFilterOri2(const Point2* a, const Point2* b, const Point2* c);
+    /// The same by rational arithmetic alone.
+    Orientation2 exact_getOrientation2(const Point2* a, const Point2* b, const Point2* c);
+
+    /// True if q lies strictly inside the circumcircle of the counterclockwise triangle p0, p1, p2, or is the
+    /// fourth corner of an axis-parallel rectangle with it. Any other point on the circle is outside. Cyclic
+    /// shifts of the corners change nothing.
+    bool circleInc(const Point2* p0, const Point2* p1, const Point2* p2, const Point2* q) {
+        const int sign = filteredInCircle(*p0, *p1, *p2, *q, inCircleFloor_);
+        return sign != 0 ? sign > 0 : exact_circleInc(p0, p1, p2, q);
+    }
+    /// The same without the inlined filter, for callers who have evaluated it.
+    bool exact_circleInc(const Point2* p0, const Point2* p1, const Point2* p2, const Point2* q);
+    bool exact_circleInc(const Triangle2* t, const Point2* q) {
+        return exact_circleInc(t->getCorner(0), t->getCorner(1), t->getCorner(2), q);
+    }
+
+    /// The position of q relative to the circumcircle of a counterclockwise triangle; every point on the
+    /// circle is CINC2_ZERO.
+    CINC2 circleInc3state(const Triangle2* t, const Point2* q) {
+        const int sign =
+            filteredInCircle(*t->getCorner(0), *t->getCorner(1), *t->getCorner(2), *q, inCircleFloor_);
+        return sign != 0 ? (sign > 0 ? CINC2_INCIRCLE : CINC2_OUTCIRCLE) : exact_circleInc3state(t, q);
+    }
+    /// The same without the inlined filter.
+    CINC2 exact_circleInc3state(const Triangle2* t, const Point2* q);
+
+    /// How the closed segments p0p1 and p2p3 meet, decided exactly; the coordinates must respect the static
+    /// bound. A segment of zero length counts as its point: it is IST_COLLINEAR with a segment on which it
+    /// lies.
+    IntersectionType getIntersectionType(const Point2& p0, const Point2& p1, const Point2& p2,
+                                         const Point2& p3);
+    /// The intersection of the lines p0p1 and p2p3, computed without error and then rounded towards zero.
+    /// Parallel lines are reported and fail with TaroException.
+    void getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3,
+                                   double& x, double& y);
+    /// The height at (x, y) on the segment pq, linear along the axis in which its ends differ more, computed
+    /// without error and then rounded towards zero. Beyond the ends it goes on linearly. The height of p if p
+    /// and q have the same x and y.
+    double exactGetZOnSegment(const Point2& p, const Point2& q, double x, double y);
+
+    /// 1 if d is on the side of the plane abc from which a, b, c turn counterclockwise, 2 on the other side,
+    /// 0 for a zero determinant; in plain floating-point arithmetic, not exact.
+    static int getOrientation3_inexact(const Point2* a, const Point2* b, const Point2* c, const Point2* d);
+
+    /// The names of the enumerators, "UNKNOWN" for any other value.
+    static std::string getString(CINC2 cinc);
+    static std::string getString(IntersectionType ist);
+    /// "COL", "CCW" or "CW".
+    static std::string getUserFriendlyOrientation(Orientation2 ori);
+
+    /// Prints how each stage of the orientation test judges the points.
+    void debug(const Point2* a, const Point2* b, const Point2* c);
+
+    // The single stages, from cheap to dear, for the ladders above and their tests. Each gives the sign of
+    // the determinant, or nothing where it cannot be certain.
+
+    /// Compares the orientation determinant with the error that its two products can have.
+    static std::optional<int> productFilterOri2(const Point2& a, const Point2& b, const Point2& c);
+    /// Decides by error-free transformations; nothing if a difference is out of their exponent range.
+    static std::optional<int> expansionOri2(const Point2& a, const Point2& b, const Point2& c);
+    /// A lower and an upper bound of the determinant, by directed rounding; they can be infinite or NaN.
+    static double lowerBoundOri2(const Point2& a, const Point2& b, const Point2& c);
+    static double upperBoundOri2(const Point2& a, const Point2& b, const Point2& c);
+
+    /// Compares the in-circle determinant with the error that its products can have, whatever the static
+    /// bound.
+    static std::optional<int> localFilterInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
+                                                  const Point2& q);
+    /// Decides by integers if the coordinate differences are multiples below 2^30 of one power of two.
+    static std::optional<int> integerInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
+                                              const Point2& q);
+    /// Compares the determinant in doubled precision with its error bound; nothing out of exponent range.
+    static std::optional<int> doubleDoubleInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
+                                                   const Point2& q);
+    /// Decides by error-free transformations; nothing if a difference is out of their exponent range.
+    static std::optional<int> expansionInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
+                                                const Point2& q);
+    /// Always answers.
+    int rationalInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
+
+    /// Whether a rational orientation or in-circle stage has ever been reached.
+    bool hasRationals() const { return pPredicateRationals_ != nullptr; }
+
+  private:
+    struct PredicateRationals;
+    struct LineRationals;
+    struct Discard {
+        void operator()(PredicateRationals* pRationals) const;
+        void operator()(LineRationals* pRationals) const;
+    };
+
+    // From this magnitude on, what underflow takes from the orientation determinant is far below the bound.
+    static constexpr double minStaticCoord = 1e-140;
+    static constexpr double staticFactor = 12.0 * std::numeric_limits<double>::epsilon();
+
+    static double orientationDeterminant(const Point2& a, const Point2& b, const Point2& c) {
+        return (a.x() - c.x()) * (b.y() - c.y()) - (a.y() - c.y()) * (b.x() - c.x());
+    }
+    static Orientation2 toOrientation(int sign) {
+        return sign > 0 ? ORIENTATION2_CCW : sign < 0 ? ORIENTATION2_CW : ORIENTATION2_COLLINEAR;
+    }
+    static double inCircleFloor(double m);
+    static int filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q,
+                                double floor);
+    Orientation2 undecidedOri2(const Point2* a, const Point2* b, const Point2* c);
+    int undecidedInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
+    PredicateRationals& predicateRationals();
+    LineRationals& lineRationals();
+
+    double staticBoundPos_ = 0.0;
+    double staticBoundNeg_ = 0.0;
+    double maxAbsCoord_ = 0.0;
+    double inCircleFloor_ = std::numeric_limits<double>::infinity();
+    std::unique_ptr<PredicateRationals, Discard> pPredicateRationals_;
+    std::unique_ptr<LineRationals, Discard> pLineRationals_;
+};
+
+/// What underflow can take from the in-circle determinant of coordinates or differences of magnitude at most
+/// m, with a wide margin; infinite where the determinant could overflow. Each of the 12 products of two
+/// differences (at most 2 m) loses at most h = 2^-1075 and is multiplied by a factor of at most 8 m^2; the 3
+/// outer products lose h each. Together 96 h m^2 + 3 h, or 2.4e-322 m^2 + 8e-324. Up to m = 1e75, all sums
+/// stay below 2e302.
+inline double GeomTest::inCircleFloor(double m) {
+    return m <= 1e75 ? 1e-300 * (1.0 + (1e-10 * m) * (1e-10 * m)) : std::numeric_limits<double>::infinity();
+}
+
+/// The sign of the in-circle determinant, or 0 if it is not certain. 3.33e-15 is three times what rounding
+/// can take from the determinant, relative to its permanent (Shewchuk 1997). By |uv| <= (u^2 + v^2) / 2, the
+/// permanent is at most what stands here in its place, which costs a third of it.
+inline int GeomTest::filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q,
+                                      double floor) {
+    const double ax = p0.x() - q.x(), ay = p0.y() - q.y();
+    const double bx = p1.x() - q.x(), by = p1.y() - q.y();
+    const double cx = p2.x() - q.x(), cy = p2.y() - q.y();
+    const double det = inCircleDeterminant(ax, ay, bx, by, cx, cy);
+    const double a = ax * ax + ay * ay, b = bx * bx + by * by, c = cx * cx + cy * cy;
+    const double bound = 3.33e-15 * (a * b + b * c + c * a) + floor;
+    return det > bound ? 1 : det < -bound ? -1 : 0;
+}
+
+}  // namespace LUMO_TARO25D

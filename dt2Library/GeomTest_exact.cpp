@@ -1,0 +1,163 @@
+// The last stages: rational arithmetic (GNU MP), in which every double is exact and nothing rounds.
+
+#include <gmp.h>
+
+#include "GeomTest.h"
+#include "diagnostics.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// A rational that lives as long as its owner; it converts to what the functions of GNU MP take.
+class Rational {
+  public:
+    Rational() { mpq_init(value_); }
+    ~Rational() { mpq_clear(value_); }
+    Rational(const Rational&) = delete;
+    Rational& operator=(const Rational&) = delete;
+
+    operator mpq_ptr() { return value_; }
+    int sign() const { return mpq_sgn(value_); }
+
+    void set(double value) {
+        TARO_ASSERT(std::isfinite(value));
+        mpq_set_d(value_, value);
+    }
+
+  private:
+    mpq_t value_;
+};
+
+/// result = ux * vy - uy * vx
+void crossProduct(Rational& result, Rational& ux, Rational& uy, Rational& vx, Rational& vy,
+                  Rational& scratch) {
+    mpq_mul(result, ux, vy);
+    mpq_mul(scratch, uy, vx);
+    mpq_sub(result, result, scratch);
+}
+
+}  // namespace
+
+struct GeomTest::PredicateRationals {
+    Rational x[4], y[4];    // the points
+    Rational dx[3], dy[3];  // relative to the last one
+    Rational product0, product1;
+    Rational sqLength[3], cross[3];
+    Rational det;
+
+    void setPoint(int i, const Point2& point) {
+        x[i].set(point.x());
+        y[i].set(point.y());
+    }
+    /// Makes the differences of the points before the given one to it.
+    void subtract(int origin) {
+        for (int i = 0; i < origin; ++i) {
+            mpq_sub(dx[i], x[i], x[origin]);
+            mpq_sub(dy[i], y[i], y[origin]);
+        }
+    }
+};
+
+struct GeomTest::LineRationals {
+    Rational x[4], y[4];              // the ends of both segments
+    Rational dx0, dy0, dx1, dy1;      // their directions
+    Rational dx, dy;                  // from the start of the first to the start of the second
+    Rational start, end, position;    // along one segment, on one axis
+    Rational z[2];                    // the heights of its ends
+    Rational numerator, denominator;  // their quotient is the parameter, 0 at the start and 1 at the end
+    Rational parameter, scratch;
+
+    void setPoint(int i, const Point2& point) {
+        x[i].set(point.x());
+        y[i].set(point.y());
+    }
+};
+
+void GeomTest::Discard::operator()(PredicateRationals* pRationals) const { delete pRationals; }
+void GeomTest::Discard::operator()(LineRationals* pRationals) const { delete pRationals; }
+
+GeomTest::PredicateRationals& GeomTest::predicateRationals() {
+    if (!pPredicateRationals_) pPredicateRationals_.reset(new PredicateRationals);
+    return *pPredicateRationals_;
+}
+
+GeomTest::LineRationals& GeomTest::lineRationals() {
+    if (!pLineRationals_) pLineRationals_.reset(new LineRationals);
+    return *pLineRationals_;
+}
+
+Orientation2 GeomTest::exact_getOrientation2(const Point2* a, const Point2* b, const Point2* c) {
+    PredicateRationals& r = predicateRationals();
+    r.setPoint(0, *a);
+    r.setPoint(1, *b);
+    r.setPoint(2, *c);
+    r.subtract(2);
+    mpq_mul(r.product0, r.dx[0], r.dy[1]);
+    mpq_mul(r.product1, r.dy[0], r.dx[1]);
+    return toOrientation(mpq_cmp(r.product0, r.product1));
+}
+
+int GeomTest::rationalInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
+    PredicateRationals& r = predicateRationals();
+    r.setPoint(0, p0);
+    r.setPoint(1, p1);
+    r.setPoint(2, p2);
+    r.setPoint(3, q);
+    r.subtract(3);
+    mpq_set_ui(r.det, 0, 1);
+    for (int i = 0; i < 3; ++i) {
+        const int next = (i + 1) % 3, last = (i + 2) % 3;
+        mpq_mul(r.sqLength[i], r.dx[i], r.dx[i]);
+        mpq_mul(r.product0, r.dy[i], r.dy[i]);
+        mpq_add(r.sqLength[i], r.sqLength[i], r.product0);
+        crossProduct(r.cross[i], r.dx[next], r.dy[next], r.dx[last], r.dy[last], r.product0);
+        mpq_mul(r.product1, r.sqLength[i], r.cross[i]);
+        mpq_add(r.det, r.det, r.product1);
+    }
+    return r.det.sign();
+}
+
+void GeomTest::getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2,
+                                         const Point2& p3, double& x, double& y) {
+    LineRationals& r = lineRationals();
+    const Point2* aPoint[4] = {&p0, &p1, &p2, &p3};
+    for (int i = 0; i < 4; ++i) r.setPoint(i, *aPoint[i]);
+    mpq_sub(r.dx0, r.x[1], r.x[0]);
+    mpq_sub(r.dy0, r.y[1], r.y[0]);
+    mpq_sub(r.dx1, r.x[3], r.x[2]);
+    mpq_sub(r.dy1, r.y[3], r.y[2]);
+    mpq_sub(r.dx, r.x[2], r.x[0]);
+    mpq_sub(r.dy, r.y[2], r.y[0]);
+    crossProduct(r.denominator, r.dx0, r.dy0, r.dx1, r.dy1, r.scratch);
+    if (r.denominator.sign() == 0) error("GeomTest::getIntersectionCoords()", "denom=0 -> parallel segments");
+    TARO_ASSERT_TEXT(r.denominator.sign() != 0, "denom!=0");
+    crossProduct(r.numerator, r.dx, r.dy, r.dx1, r.dy1, r.scratch);
+    mpq_div(r.parameter, r.numerator, r.denominator);
+    mpq_mul(r.dx0, r.dx0, r.parameter);
+    mpq_mul(r.dy0, r.dy0, r.parameter);
+    mpq_add(r.x[0], r.x[0], r.dx0);
+    mpq_add(r.y[0], r.y[0], r.dy0);
+    x = mpq_get_d(r.x[0]);
+    y = mpq_get_d(r.y[0]);
+}
+
+double GeomTest::exactGetZOnSegment(const Point2& p, const Point2& q, double x, double y) {
+    if (p == q) return p.z();
+    const bool bAlongX = std::abs(q.x() - p.x()) >= std::abs(q.y() - p.y());
+    LineRationals& r = lineRationals();
+    r.start.set(bAlongX ? p.x() : p.y());
+    r.end.set(bAlongX ? q.x() : q.y());
+    r.position.set(bAlongX ? x : y);
+    r.z[0].set(p.z());
+    r.z[1].set(q.z());
+    mpq_sub(r.numerator, r.position, r.start);
+    mpq_sub(r.denominator, r.end, r.start);
+    mpq_div(r.parameter, r.numerator, r.denominator);
+    mpq_sub(r.z[1], r.z[1], r.z[0]);
+    mpq_mul(r.z[1], r.z[1], r.parameter);
+    mpq_add(r.z[0], r.z[0], r.z[1]);
+    return mpq_get_d(r.z[0]);
+}
+
+}  // namespace LUMO_TARO25D

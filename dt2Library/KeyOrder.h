@@ -1,0 +1,149 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "HC2.h"
+#include "LargePages.h"
+
+namespace LUMO_TARO25D {
+
+/// A point on its way into spatial order: its key and its index in the caller's list.
+struct KeyedIndex {
+    std::uint32_t key;
+    std::uint32_t index;
+};
+
+/// Runs of equal keys up to this length are searched one by one. Longer ones, as when one stray point widens
+/// the box so much that all others share a few cells, are ordered by a second curve over the box of the run,
+/// and so on.
+constexpr size_t MAX_RUN_OF_EQUAL_KEYS = 64;
+
+/// Sorts [first, last) by key; equal keys keep their order. Linear. The scratch vector only saves
+/// allocations.
+void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch);
+
+/// The curve for a run of points: over their own box, so that not all of them share one key. Null when all
+/// are equal.
+template <class PointAt>
+std::unique_ptr<HC2> makeCurveOfRun(size_t begin, size_t end, const PointAt& pointAt) {
+    double minX = pointAt(begin).x(), maxX = minX, minY = pointAt(begin).y(), maxY = minY;
+    for (size_t i = begin + 1; i < end; ++i) {
+        const double x = pointAt(i).x(), y = pointAt(i).y();
+        minX = std::min(minX, x);
+        maxX = std::max(maxX, x);
+        minY = std::min(minY, y);
+        maxY = std::max(maxY, y);
+    }
+    if (minX == maxX && minY == maxY) return nullptr;
+    return std::make_unique<HC2>(minX, minY, maxX, maxY, 30);
+}
+
+/// Puts points into spatial order: by key, inside a long run of equal keys by the curve of the run, and the
+/// few points of a short run by x, y and index. So equal positions stand side by side, the first in input
+/// order in front.
+template <class PointAt>
+class KeyOrder {
+  public:
+    /// pointAt(index) is the point of an entry.
+    explicit KeyOrder(const PointAt& pointAt) : pointAt_(pointAt) {}
+
+    /// Orders [first, last), whose keys are set. Linear but for the short runs.
+    void sort(KeyedIndex* first, KeyedIndex* last) {
+        sortByKey(first, last, vScratch_);
+        for (KeyedIndex* end; first < last; first = end) {
+            end = first + 1;
+            while (end < last && end->key == first->key) ++end;
+            if (end - first > 1) sortRun(first, end);
+        }
+    }
+
+  private:
+    void sortRun(KeyedIndex* first, KeyedIndex* last) {
+        const size_t length = static_cast<size_t>(last - first);
+        if (length <= MAX_RUN_OF_EQUAL_KEYS) {
+            std::sort(first, last, [&](const KeyedIndex& a, const KeyedIndex& b) { return isBefore(a, b); });
+            return;
+        }
+        const auto pCurve = makeCurveOfRun(0, length, [&](size_t i) { return pointAt_(first[i].index); });
+        if (!pCurve) return;
+        const std::uint32_t key = first->key;
+        for (KeyedIndex* p = first; p < last; ++p) {
+            const auto point = pointAt_(p->index);
+            p->key = pCurve->iReset(point.x(), point.y());
+        }
+        sort(first, last);
+        for (KeyedIndex* p = first; p < last; ++p) p->key = key;
+    }
+
+    bool isBefore(const KeyedIndex& a, const KeyedIndex& b) const {
+        const auto p = pointAt_(a.index), q = pointAt_(b.index);
+        if (p.x() != q.x()) return p.x() < q.x();
+        if (p.y() != q.y()) return p.y() < q.y();
+        return a.index < b.index;
+    }
+
+    const PointAt& pointAt_;
+    LargeVector<KeyedIndex> vScratch_;
+};
+
+/// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long
+/// run.
+class KeyIndex {
+  public:
+    /// Rebuilds the index for the positions [begin, end) of a list in spatial order: keyAt(i) and pointAt(i)
+    /// are the key and the point at a position.
+    template <class KeyAt, class PointAt>
+    void build(size_t begin, size_t end, const KeyAt& keyAt, const PointAt& pointAt) {
+        begin_ = begin;
+        vRuns_.clear();
+        vKeys_.clear();
+        vKeys_.reserve(end - begin);
+        for (size_t i = begin; i < end; ++i) vKeys_.push_back(keyAt(i));
+        for (size_t first = 0, last; first < vKeys_.size(); first = last) {
+            last = endOfRun(first);
+            if (last - first > MAX_RUN_OF_EQUAL_KEYS) addRun(begin + first, begin + last, pointAt);
+        }
+    }
+
+    /// The positions [first, second) of the items that share the key of (x, y) down to the finest curve; an
+    /// empty range where such items would stand when there are none. Logarithmic.
+    std::pair<size_t, size_t> find(std::uint32_t key, double x, double y) const;
+
+  private:
+    struct Run;
+
+    size_t endOfRun(size_t first) const {
+        size_t last = first;
+        while (last < vKeys_.size() && vKeys_[last] == vKeys_[first]) ++last;
+        return last;
+    }
+
+    template <class PointAt>
+    void addRun(size_t begin, size_t end, const PointAt& pointAt);
+
+    size_t begin_ = 0;
+    LargeVector<std::uint32_t> vKeys_;
+    std::vector<Run> vRuns_;  // in order of position
+};
+
+struct KeyIndex::Run {
+    size_t begin;
+    std::unique_ptr<HC2> pCurve;
+    KeyIndex index;
+};
+
+template <class PointAt>
+void KeyIndex::addRun(size_t begin, size_t end, const PointAt& pointAt) {
+    Run run{begin, makeCurveOfRun(begin, end, pointAt), {}};
+    if (!run.pCurve) return;
+    const auto keyAt = [&](size_t i) { return run.pCurve->iReset(pointAt(i).x(), pointAt(i).y()); };
+    run.index.build(begin, end, keyAt, pointAt);
+    vRuns_.push_back(std::move(run));
+}
+
+}  // namespace LUMO_TARO25D

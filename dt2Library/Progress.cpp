@@ -1,0 +1,65 @@
+#include "Progress.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace LUMO_TARO25D {
+
+void Progress::subscribe(MsgType type, MsgBase* pListener) {
+    if (!pListener || isSubscribed(type, pListener)) return;
+    mListeners_.emplace(type, pListener);
+    updateActive();
+}
+
+void Progress::unsubscribe(MsgType type, MsgBase* pListener) {
+    const auto range = mListeners_.equal_range(type);
+    const auto it =
+        std::find_if(range.first, range.second, [&](const auto& pair) { return pair.second == pListener; });
+    if (it != range.second) mListeners_.erase(it);
+    updateActive();
+}
+
+bool Progress::isSubscribed(MsgType type, const MsgBase* pListener) const {
+    const auto range = mListeners_.equal_range(type);
+    return std::any_of(range.first, range.second, [&](const auto& pair) { return pair.second == pListener; });
+}
+
+void Progress::broadcast(MsgType type, const std::string& message, double value) {
+    // Over a copy, since a listener may change the map; one that was taken out meanwhile may be dead.
+    const auto range = mListeners_.equal_range(type);
+    const std::vector<std::pair<const MsgType, MsgBase*>> vListeners(range.first, range.second);
+    for (const auto& [listenerType, pListener] : vListeners) {
+        if (isSubscribed(listenerType, pListener)) pListener->update(type, message, value);
+    }
+}
+
+void Progress::start(const std::string& name, size_t total, size_t step) {
+    name_ = name;
+    total_ = total;
+    step_ = step > 0 ? step : std::max<size_t>(1, total / 100);
+    nextReport_ = step_;
+    numDone_ = 0;
+    updateActive();
+}
+
+void Progress::setEnabled(bool bEnabled) {
+    bEnabled_ = bEnabled;
+    updateActive();
+}
+
+void Progress::updateActive() { bActive_ = bEnabled_ && total_ > 0 && hasListeners(MT_PROGRESS); }
+
+void Progress::sendUpdate() {
+    const size_t numDone = numDone_;
+    const bool bComplete = numDone >= total_;
+    nextReport_ = bComplete ? NEVER : (numDone / step_ + 1) * step_;
+    broadcast(MT_PROGRESS, name_,
+              bComplete ? 1.0 : static_cast<double>(numDone) / static_cast<double>(total_));
+}
+
+void Progress::finish() {
+    if (isActive() && nextReport_ != NEVER) broadcast(MT_PROGRESS, name_, 1.0);
+    reset();
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <limits>
+#include <map>
+#include <string>
+
+#include "diagnostics.h"
+#include "taro25d/MsgBase.h"
+
+namespace LUMO_TARO25D {
+
+/// The listeners of one object of the library, and how far its running operation has come.
+///
+/// An operation announces itself with `start`, counts with `incProgress` and ends with `finish` (or `reset`
+/// when it fails); only one runs at a time. Everything belongs to the calling thread, except that workers may
+/// ask `isActive` and `count`: what they have counted is reported when the calling thread calls `report`.
+class Progress : public MessageSink {
+  public:
+    /// Adds a listener (not owned) unless exactly this pair is present already. Null is ignored.
+    void subscribe(MsgType type, MsgBase* pListener);
+    void unsubscribe(MsgType type, MsgBase* pListener);
+    bool hasListeners(MsgType type) const { return mListeners_.count(type) > 0; }
+
+    /// Calls every listener of the type, in the order of subscription. A listener may subscribe and
+    /// unsubscribe, itself included, while it is called.
+    void broadcast(MsgType type, const std::string& message, double value);
+    /// Hands a text of the warning or error channel to the listeners of MT_WARNING.
+    void receive(const std::string& message) override { broadcast(MT_WARNING, message, 0.0); }
+
+    /// Announces an operation of so many steps. It reports every `step` steps; 0 means a hundredth of the
+    /// total, but at least 1.
+    void start(const std::string& name, size_t total, size_t step = 0);
+    /// A hundredth of the total too, but every step is reported until that makes 4.
+    static size_t fineStep(size_t total) { return total / 100 < 4 ? 1 : total / 100; }
+    /// While disabled, nothing is counted or reported.
+    void setEnabled(bool bEnabled);
+
+    /// True while counting is worth it: there are listeners, an operation is announced and progress is not
+    /// disabled.
+    bool isActive() const { return bActive_.load(std::memory_order_relaxed); }
+    /// Counts steps and reports, once, if the counter has reached or passed a multiple of the step.
+    void incProgress(size_t numSteps) {
+        count(numSteps);
+        report();
+    }
+    /// Counts steps without reporting; any thread may call it.
+    void count(size_t numSteps) {
+        if (isActive()) numDone_.fetch_add(numSteps, std::memory_order_relaxed);
+    }
+    /// Reports if a multiple of the step was reached or passed since the last report.
+    void report() {
+        if (isActive() && numDone_.load(std::memory_order_relaxed) >= nextReport_) sendUpdate();
+    }
+
+    /// Ends the operation: listeners hear 1.0 unless they have heard it already.
+    void finish();
+    /// Ends the operation silently.
+    void reset() { start(std::string(), 0); }
+
+  private:
+    bool isSubscribed(MsgType type, const MsgBase* pListener) const;
+    void updateActive();
+    void sendUpdate();
+
+    static constexpr size_t NEVER = std::numeric_limits<size_t>::max();
+
+    std::multimap<MsgType, MsgBase*> mListeners_;
+    std::string name_;
+    size_t total_ = 0;
+    size_t step_ = 1;
+    size_t nextReport_ = NEVER;  // NEVER once 1.0 was sent
+    bool bEnabled_ = true;
+    std::atomic<bool> bActive_{false};
+    std::atomic<size_t> numDone_{0};
+};
+
+}  // namespace LUMO_TARO25D

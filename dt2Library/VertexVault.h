@@ -1,0 +1,169 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "KeyOrder.h"
+#include "SimplePool.h"
+#include "taro25d/Bbox2.h"
+#include "taro25d/Point2.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+class Triangle2;
+
+/// One entry of the register: a vertex under the Hilbert key of its position.
+struct IdxVtxAct {
+    unsigned idx;
+    bool active;  // false once the vertex was removed
+    Point2* vtx;
+};
+
+static_assert(sizeof(IdxVtxAct) == 16, "register items are laid out for cache density");
+
+/// Points on their way into the register: a vector of points, or an array of (x, y, z) triples. Not owned.
+class PointSource {
+  public:
+    explicit PointSource(const std::vector<Point2>& vPoints)
+        : pPoints_(vPoints.data()), aCoordinates_(nullptr), numPoints_(vPoints.size()) {}
+    PointSource(size_t numPoints, const double* aCoordinates)
+        : pPoints_(nullptr), aCoordinates_(aCoordinates), numPoints_(numPoints) {}
+
+    size_t size() const { return numPoints_; }
+    Point2 operator[](size_t i) const {
+        if (pPoints_) return pPoints_[i];
+        return Point2(aCoordinates_[3 * i], aCoordinates_[3 * i + 1], aCoordinates_[3 * i + 2]);
+    }
+    /// Asks the processor to fetch a point that will be wanted soon.
+    void prefetch(size_t i) const {
+        if (pPoints_) {
+            __builtin_prefetch(pPoints_ + i);
+        } else {
+            __builtin_prefetch(aCoordinates_ + 3 * i);
+        }
+    }
+
+  private:
+    const Point2* pPoints_;
+    const double* aCoordinates_;
+    size_t numPoints_;
+};
+
+/// The register of all vertices of a triangulation: in the order of their Hilbert keys up to the last sort,
+/// with newer ones behind. It tells whether a position is taken (equal x and y), keeps the duplicates of a
+/// running bulk insertion, and knows a triangle near any position, from which a walk starts.
+class VertexVault {
+  public:
+    enum SortMode {
+        SM_ALWAYS = 0,
+        SM_IF_DUE = 1  // only when the list has grown or thinned out enough since the last sort
+    };
+
+    explicit VertexVault(Dt2* pDt2);
+
+    /// True once there are triangles; before that all vertices are collinear.
+    bool isFullDimensional() const { return bFullDimensional_; }
+    void setFullDimensional(bool bFullDimensional) { bFullDimensional_ = bFullDimensional; }
+
+    /// @name Registration
+    /// @{
+
+    /// Appends an item for a vertex.
+    void addItem(unsigned idx, Point2* vtx);
+    /// Takes a vertex out; the pointer stands for nothing afterwards.
+    void removeAndInvalidateVtx(Point2* pVtx);
+    /// Makes vertices of many points and appends them in spatial order. Equal positions among them become one
+    /// vertex, the first in input order; so do positions that are taken already, as long as there are no
+    /// triangles (later, insertion finds these). Points with a coordinate that is not finite are left out.
+    /// aHandles, unless null, receives a vertex (or null) for each point.
+    void iReset_vector(const PointSource& source, Point2** aHandles);
+    void sortIV(SortMode mode);
+    /// Recomputes all keys after the frame of the curve has changed.
+    void reconfiguration();
+
+    /// @}
+    /// @name Look-up
+    /// @{
+
+    /// The position of the active item with the x and y of p, or NOT_FOUND. Only sorted items are seen.
+    size_t getIdxOfPoint(const Point2& p) const;
+    /// The vertex with the x and y of p; null if there is none. Items behind the sorted ones are searched one
+    /// by one.
+    Point2* getVertexPointer(const Point2& p) const;
+    /// The position of the item that holds this vertex. Constant.
+    size_t getIdxOfActiveVtx(const Point2* pVtx) const;
+    /// A triangle at a vertex near (x, y), whose key is idx. Null when there is none.
+    Triangle2* getCloseTriangle(unsigned idx, double x, double y) const;
+    /// The triangle of the first vertex that has one; null before there are triangles.
+    Triangle2* getOneValidTriangle() const;
+    /// Three vertices that are not collinear, in counterclockwise order; false when all are collinear.
+    bool getThreeInitialPoints(Point2*& p0, Point2*& p1, Point2*& p2);
+
+    static constexpr size_t NOT_FOUND = static_cast<size_t>(-1);
+
+    /// @}
+    /// @name Duplicates of a running insertion
+    /// @{
+
+    /// Notes that dup stands at the position of orig. May be called from several threads.
+    void registerDup(Point2* dup, Point2* orig);
+    bool dupIsClean() const { return mDuplicates_.empty(); }
+    /// Resolves the only duplicate: discards its record and returns the vertex that stands there.
+    Point2* treatOneDupGetHandle(Point2* dup);
+    /// Replaces duplicates among the handles, discards their records and forgets them. The handles may be
+    /// null.
+    void treatDupsAndHandles(Point2** aHandles, size_t numHandles);
+
+    /// @}
+    /// @name Access
+    /// @{
+
+    Bbox2 computeBoundingBox() const;
+    /// The number of active vertices.
+    size_t computeNumberOfPoints() const { return static_cast<size_t>(numItems_); }
+    /// The number of items, inactive ones included.
+    size_t getSize() const { return vItems_.size(); }
+    bool empty() const { return numItems_ == 0; }
+    void getVertexPointers(std::vector<Point2*>& vVertices) const;
+    LargeVector<IdxVtxAct*>& getData() { return vItems_; }
+
+    void showData(const std::string& name) const;
+    /// Checks positions, order and counts; reports what is wrong.
+    bool checkVault() const;
+    void debugDups() const;
+
+    /// @}
+
+  private:
+    bool isSortDue() const;
+    /// The finite points in spatial order.
+    LargeVector<KeyedIndex> orderPoints(const PointSource& source) const;
+    Point2* findStoredOrCreate(unsigned key, const Point2& point, bool bSearch);
+    void setItems(LargeVector<IdxVtxAct*>& vItems);
+    void rebuildIndex();
+    void recycle(IdxVtxAct* pItem);
+    void replaceDuplicateVertexHandlesFullDim(Point2** aHandles, size_t numHandles);
+    Triangle2* triangleAt(size_t position) const;
+
+    Dt2* pDt2_;
+    LargeVector<IdxVtxAct*> vItems_;
+    SimplePool<IdxVtxAct> itemPool_;
+    LargeVector<IdxVtxAct*> vRecycledItems_;
+    KeyIndex keyIndex_;
+    size_t numSorted_ = 0;
+
+    std::map<Point2*, Point2*> mDuplicates_;
+    std::mutex dupMutex_;
+
+    int numRemovedSinceSort_ = 0;
+    int numItems_ = 0;
+    int resortLimit_ = -1;
+    bool bFullDimensional_ = false;
+    size_t numKnownCollinear_ = 0;  // so many items at the front lie on one line
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,464 @@
+// The page of a Visualizer2: objects are collected as plain coordinates, extending the range as they come,
+// and are mapped to the page and written in one pass. PostScript keeps a current path that grows until
+// "stroke" draws it: a colour applies to everything in the path, so "stroke" precedes each change of colour,
+// and a path that grows without limit is slow to draw or refused by old interpreters, hence a "stroke" now
+// and then.
+
+#include "taro25d/Visualizer2.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <initializer_list>
+#include <limits>
+#include <locale>
+#include <optional>
+#include <utility>
+
+#include "diagnostics.h"
+#include "taro25d/Circle2.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Label.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr size_t MAX_HEADER_LINES = 10;
+constexpr size_t MAX_HEADER_LENGTH = 120;
+constexpr size_t OBJECTS_PER_STROKE = 31;
+constexpr double PAGE_LEFT = 50.0;
+constexpr double PAGE_BOTTOM = 200.0;
+constexpr double PAGE_EXTENT = 480.0;
+constexpr double LINE_SPACING = 1.2;  // of a label, in font sizes
+constexpr float MAX_LINE_WIDTH = 1000.0f;
+
+/// A position in the drawing or on the page.
+struct XY {
+    double x, y;
+    bool operator==(const XY& other) const { return x == other.x && y == other.y; }
+    bool operator<(const XY& other) const { return x < other.x || (x == other.x && y < other.y); }
+};
+
+struct Line {
+    XY src, trg;
+};
+struct Corners {
+    XY a, b, c;
+};
+struct Disk {
+    XY center;
+    double radius;
+};
+
+template <class ShapeT>
+using ColoredList = std::vector<std::pair<ShapeT, Color>>;
+
+XY toXY(const Point2& point) { return {point.x(), point.y()}; }
+
+/// The value moved into [0, maximum]; 0 for NaN.
+float clamped(float value, float maximum) { return value > 0.0f ? std::min(value, maximum) : 0.0f; }
+
+/// The colour as an interpreter accepts it, and as colours can be sorted.
+Color drawable(Color color) {
+    color.r = clamped(color.r, 1.0f);
+    color.g = clamped(color.g, 1.0f);
+    color.b = clamped(color.b, 1.0f);
+    color.width = clamped(color.width, MAX_LINE_WIDTH);
+    return color;
+}
+
+/// The text with a blank for each control character: these have no glyph, and a line end would end a comment.
+std::string printable(std::string text) {
+    const auto isControl = [](unsigned char c) { return c < 32 || c == 127; };
+    std::replace_if(text.begin(), text.end(), isControl, ' ');
+    return text;
+}
+
+/// The text as it stands between the parentheses of a PostScript string.
+std::string quoted(const std::string& text) {
+    std::string result;
+    for (const char c : printable(text)) {
+        if (c == '(' || c == ')' || c == '\\') result += '\\';
+        result += c;
+    }
+    return result;
+}
+
+/// The largest size, 6 to 12, with which the lines fit into the block in height and, at a guess, in width.
+int headerFontSize(size_t numLines, size_t maxLength) {
+    size_t size = std::min<size_t>(12, 100 / numLines - 2);
+    if (maxLength > 0) size = std::min(size, 500 / maxLength);
+    return static_cast<int>(std::max<size_t>(size, 6));
+}
+
+/// One axis of the bounding box of what was collected.
+struct Interval {
+    double min = std::numeric_limits<double>::max();
+    double max = std::numeric_limits<double>::lowest();
+
+    void add(double value) {
+        min = std::min(min, value);
+        max = std::max(max, value);
+    }
+
+    /// Makes the width positive: an empty interval becomes [0, 0], and one value gets 1 on both sides, or the
+    /// next double where 1 is lost.
+    void complete() {
+        if (min > max) min = max = 0.0;
+        if (min < max) return;
+        min = std::min(min - 1.0, std::nextafter(min, std::numeric_limits<double>::lowest()));
+        max = std::max(max + 1.0, std::nextafter(max, std::numeric_limits<double>::max()));
+    }
+};
+
+}  // namespace
+
+class PostscriptPage {
+  public:
+    explicit PostscriptPage(const std::string& filename);
+
+    const std::string& getFilename() const { return filename_; }
+    bool isClosed() const { return bClosed_; }
+
+    void add(const XY& point, const Color& color);
+    void add(const Line& line, const Color& color);
+    void add(const Corners& corners, const Color& color);
+    void add(const Disk& disk, const Color& color);
+    void add(const Label& label, const Color& color);
+    void addHeaderLine(const std::string& text);
+
+    void write();
+
+  private:
+    bool include(std::initializer_list<XY> corners);
+
+    void setRange();
+    double scaledDouble(double difference) const { return PAGE_EXTENT * difference / extent_; }
+    XY scaledPoint(const XY& point) const;
+
+    void writeProlog();
+    void writeRange(const char* name, const Interval& range, int y);
+    void writeHeaderLines();
+    template <class ShapeT>
+    void writeAll(const ColoredList<ShapeT>& vShapes);
+    void draw(const XY& point, const Color& color);
+    void draw(const Line& line, const Color& color);
+    void draw(const Corners& corners, const Color& color);
+    void draw(const Disk& disk, const Color& color);
+    void draw(const Label& label, const Color& color);
+
+    void drawCross(const XY& position, const Color& color);
+    void fill() { out_ << "gsave\n  fill\ngrestore\n"; }
+    void moveTo(const XY& position) { out_ << position.x << '\t' << position.y << "\tmoveto\n"; }
+    void lineTo(const XY& position) { out_ << position.x << '\t' << position.y << "\tlineto\n"; }
+    void changeColor(const Color& color);
+    void periodicStroke();
+
+    std::string filename_;
+    std::ofstream out_;
+    bool bClosed_ = false;
+
+    ColoredList<Line> vLines_;
+    ColoredList<Disk> vDisks_;
+    ColoredList<XY> vPoints_;
+    ColoredList<Corners> vTriangles_;
+    ColoredList<Label> vLabels_;
+    std::vector<std::string> vHeaderLines_;
+
+    Interval rangeX_, rangeY_;
+    double shrink_ = 1.0;                          // a power of 2 by which coordinates are multiplied first
+    double extent_ = 1.0;                          // the larger of width and height, multiplied with it
+    std::optional<Color> currentColor_ = Color();  // none after a fill, which leaves a colour of its own
+    size_t numDrawn_ = 0;
+};
+
+PostscriptPage::PostscriptPage(const std::string& filename) : filename_(filename) {
+    out_.imbue(std::locale::classic());
+    out_.open(filename);
+}
+
+// --- collecting ---
+
+/// Extends the range and returns true, or does nothing and returns false if a coordinate is not finite.
+bool PostscriptPage::include(std::initializer_list<XY> corners) {
+    for (const XY& corner : corners) {
+        if (!std::isfinite(corner.x) || !std::isfinite(corner.y)) return false;
+    }
+    for (const XY& corner : corners) {
+        rangeX_.add(corner.x);
+        rangeY_.add(corner.y);
+    }
+    return true;
+}
+
+void PostscriptPage::add(const XY& point, const Color& color) {
+    if (include({point})) vPoints_.emplace_back(point, drawable(color));
+}
+
+void PostscriptPage::add(const Line& line, const Color& color) {
+    if (include({line.src, line.trg})) vLines_.emplace_back(line, drawable(color));
+}
+
+void PostscriptPage::add(const Corners& corners, const Color& color) {
+    if (include({corners.a, corners.b, corners.c})) vTriangles_.emplace_back(corners, drawable(color));
+}
+
+void PostscriptPage::add(const Disk& disk, const Color& color) {
+    const auto& [center, radius] = disk;
+    if (include({{center.x - radius, center.y - radius}, {center.x + radius, center.y + radius}})) {
+        vDisks_.emplace_back(disk, drawable(color));
+    }
+}
+
+void PostscriptPage::add(const Label& label, const Color& color) {
+    if (include({toXY(label.getPosition())})) vLabels_.emplace_back(label, drawable(color));
+}
+
+void PostscriptPage::addHeaderLine(const std::string& text) {
+    if (vHeaderLines_.size() < MAX_HEADER_LINES) {
+        vHeaderLines_.push_back(text);
+    } else {
+        warning("Visualizer2::addHeaderLine()",
+                "skipping text [\"" + text + "\"], maximum number of header lines reached");
+    }
+}
+
+// --- mapping to the page ---
+
+/// Completes the range. Where width or height could overflow, and 480 times it with them, coordinates are
+/// shrunk first.
+void PostscriptPage::setRange() {
+    rangeX_.complete();
+    rangeY_.complete();
+    const double largest = std::max({-rangeX_.min, rangeX_.max, -rangeY_.min, rangeY_.max});
+    shrink_ = largest > 1e300 ? 0x1p-20 : 1.0;
+    extent_ = std::max(rangeX_.max * shrink_ - rangeX_.min * shrink_,
+                       rangeY_.max * shrink_ - rangeY_.min * shrink_);
+}
+
+XY PostscriptPage::scaledPoint(const XY& point) const {
+    return {PAGE_LEFT + scaledDouble(point.x * shrink_ - rangeX_.min * shrink_),
+            PAGE_BOTTOM + scaledDouble(point.y * shrink_ - rangeY_.min * shrink_)};
+}
+
+// --- writing ---
+
+void PostscriptPage::write() {
+    setRange();
+    std::sort(vPoints_.begin(), vPoints_.end());
+    vPoints_.erase(std::unique(vPoints_.begin(), vPoints_.end()), vPoints_.end());
+
+    writeProlog();
+    writeHeaderLines();
+    writeAll(vTriangles_);
+    writeAll(vLines_);
+    writeAll(vPoints_);
+    writeAll(vDisks_);
+    writeAll(vLabels_);
+    out_ << "stroke\nshowpage\n%%Trailer\n";
+
+    out_.close();
+    bClosed_ = true;
+    if (!out_) warning("Visualizer2::writeFile()", "could not write " + filename_);
+}
+
+void PostscriptPage::writeProlog() {
+    out_ << "%!PS-Adobe-1.0\n\t%%Creator: LUMO PostscriptWriter\n\t%%Title: " << printable(filename_)
+         << "\n\t%%CreationDate: none\n"
+            "\t%%DocumentMedia: A4 595 842 0 () ()\n\t%%Orientation: Portrait\n\t%%Pages: 1"
+            "\t%%DocumentFonts: Times-Roman Helvetica\n\t%%EndComments\n\t%%BeginProlog\n\t%%EndProlog\n"
+            "\t%%Page: Lumo PostscriptWriter 1\n"
+            "0.05\tsetlinewidth\n\t0\t0\t0\tsetrgbcolor\n\t/Times-Roman findfont 17 scalefont\n\tsetfont\n"
+            "40\t740\tmoveto\n\t("
+         << quoted(filename_)
+         << ")\tshow\n"
+            "0.4\t0.4\t0.4\tsetrgbcolor\n\t/Times-Roman findfont 10 scalefont\n\tsetfont\n"
+            "0.0\t0.0\t0.0\tsetrgbcolor\n\t/Times-Roman findfont 10 scalefont\n\tsetfont\n";
+    writeRange("x", rangeX_, 705);
+    writeRange("y", rangeY_, 695);
+}
+
+void PostscriptPage::writeRange(const char* name, const Interval& range, int y) {
+    out_ << "40\t" << y << "\tmoveto\n(" << name << "-Range: [" << range.min << " - " << range.max << "] =";
+    const double width = range.max - range.min;
+    if (std::isfinite(width)) {
+        out_ << width;
+    } else {
+        out_ << static_cast<long double>(range.max) - range.min;
+    }
+    out_ << ")\tshow\n";
+}
+
+/// The block of text lines right of the ranges, and the L-shaped rule beside and under it.
+void PostscriptPage::writeHeaderLines() {
+    const size_t numLines = vHeaderLines_.size();
+    if (numLines == 0) return;
+    size_t maxLength = 0;
+    for (const std::string& text : vHeaderLines_) maxLength = std::max(maxLength, text.size());
+    const int fontSize = headerFontSize(numLines, maxLength);
+    const int pitch = fontSize + 2;
+    const int top = 695 + static_cast<int>(numLines) * pitch;
+
+    out_ << "0.0\t0.0\t0.0\tsetrgbcolor\n\t/Times-Roman findfont " << fontSize << " scalefont\n\tsetfont\n";
+    int y = top;
+    for (const std::string& text : vHeaderLines_) {
+        y -= pitch;
+        out_ << "240\t" << y << "\tmoveto\n(" << quoted(text.substr(0, MAX_HEADER_LENGTH)) << ")\tshow\n";
+    }
+    // The last line stands twice: pages are compared as text, and this is how they have always looked.
+    out_ << "237\t692\tmoveto\n237\t" << top
+         << "\tlineto\n237\t692\tmoveto\n570\t692\tlineto\n570\t692\tlineto\n";
+}
+
+template <class ShapeT>
+void PostscriptPage::writeAll(const ColoredList<ShapeT>& vShapes) {
+    for (const auto& [shape, color] : vShapes) {
+        changeColor(color);
+        draw(shape, color);
+        periodicStroke();
+    }
+}
+
+void PostscriptPage::draw(const Corners& corners, const Color& color) {
+    moveTo(scaledPoint(corners.a));
+    lineTo(scaledPoint(corners.b));
+    lineTo(scaledPoint(corners.c));
+    out_ << "closepath\n";
+    if (!color.bFill) return;
+    fill();
+    out_ << "  0.3 0.3 .3 setrgbcolor\n" << color.width << "\tsetlinewidth\n";
+    currentColor_.reset();
+}
+
+void PostscriptPage::draw(const Line& line, const Color&) {
+    moveTo(scaledPoint(line.src));
+    lineTo(scaledPoint(line.trg));
+}
+
+void PostscriptPage::draw(const XY& point, const Color& color) { drawCross(scaledPoint(point), color); }
+
+void PostscriptPage::draw(const Disk& disk, const Color& color) {
+    const XY center = scaledPoint(disk.center);
+    const double radius = scaledDouble(disk.radius * shrink_);
+    moveTo({center.x + radius, center.y});
+    out_ << center.x << '\t' << center.y << '\t' << radius << "\t0\t360\tarc\n";
+    if (color.bFill) fill();
+    out_ << "stroke\n";
+}
+
+void PostscriptPage::draw(const Label& label, const Color& color) {
+    XY position = scaledPoint(toXY(label.getPosition()));
+    const int size = std::max(1, label.getSize());
+    if (label.isMarked()) drawCross(position, color);
+    out_ << "/Arial findfont " << size << " scalefont\n setfont\n";
+    const std::string& text = label.getText();
+    for (size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
+        end = text.find('\n', start);
+        moveTo(position);
+        out_ << '(' << quoted(text.substr(start, end - start)) << ")\tshow\nstroke\n";
+        position.y -= LINE_SPACING * size;
+    }
+}
+
+void PostscriptPage::drawCross(const XY& position, const Color& color) {
+    const auto [x, y] = position;
+    const double s = std::max(1.5, 2.0 * color.width);
+    moveTo({x - s, y - s});
+    lineTo({x + s, y + s});
+    moveTo({x - s, y + s});
+    lineTo({x + s, y - s});
+}
+
+void PostscriptPage::changeColor(const Color& color) {
+    if (currentColor_ == color) return;
+    currentColor_ = color;
+    out_ << "stroke\n"
+         << color.r << '\t' << color.g << '\t' << color.b << "\tsetrgbcolor\n"
+         << color.width << "\tsetlinewidth\n";
+}
+
+void PostscriptPage::periodicStroke() {
+    if (++numDrawn_ % OBJECTS_PER_STROKE == 0) out_ << "stroke\n";
+}
+
+// --- what the client sees ---
+
+Visualizer2::Visualizer2(const std::string& filename) {
+    std::cout << "\033[0;31mVisualizer2:: Writing " + filename + "\033[m\n" << std::flush;
+    pPage_ = std::make_unique<PostscriptPage>(filename);
+}
+
+Visualizer2::~Visualizer2() {
+    if (pPage_->isClosed()) return;
+    std::cout << "Calling Visualizer2::writeFile() to complete an unfinished visualization [" +
+                     pPage_->getFilename() + "]\n"
+              << std::flush;
+    writeFile();
+}
+
+void Visualizer2::addObject(const Point2& point, const Color& color) { pPage_->add(toXY(point), color); }
+
+void Visualizer2::addObject(const std::vector<Point2>& vPoints, const Color& color) {
+    for (const Point2& point : vPoints) addObject(point, color);
+}
+
+void Visualizer2::addObject(const std::vector<Point2*>& vPoints, const Color& color) {
+    for (const Point2* pPoint : vPoints) {
+        if (pPoint) addObject(*pPoint, color);
+    }
+}
+
+void Visualizer2::addObject(const Segment2& segment, const Color& color) {
+    pPage_->add(Line{toXY(segment.getSrc()), toXY(segment.getTrg())}, color);
+}
+
+void Visualizer2::addObject(const std::vector<Segment2>& vSegments, const Color& color) {
+    for (const Segment2& segment : vSegments) addObject(segment, color);
+}
+
+void Visualizer2::addObject(const Edge2& edge, const Color& color) {
+    if (!edge.getTriangle() || !edge.getSrc() || !edge.getTrg()) return;
+    pPage_->add(Line{toXY(*edge.getSrc()), toXY(*edge.getTrg())}, color);
+}
+
+void Visualizer2::addObject(const std::vector<Edge2>& vEdges, const Color& color) {
+    for (const Edge2& edge : vEdges) addObject(edge, color);
+}
+
+void Visualizer2::addObject(const Circle2& circle, const Color& color) {
+    pPage_->add(Disk{toXY(circle.getCenter()), circle.getRadius()}, color);
+}
+
+void Visualizer2::addObject(const Triangle2& triangle, const Color& color) {
+    const Point2* p0 = triangle.getCorner(0);
+    const Point2* p1 = triangle.getCorner(1);
+    const Point2* p2 = triangle.getCorner(2);
+    if (p0 && p1 && p2) pPage_->add(Corners{toXY(*p0), toXY(*p1), toXY(*p2)}, color);
+}
+
+void Visualizer2::addObject(const std::vector<Triangle2>& vTriangles, const Color& color) {
+    for (const Triangle2& triangle : vTriangles) addObject(triangle, color);
+}
+
+void Visualizer2::addObject(const std::vector<Triangle2*>& vTriangles, const Color& color) {
+    for (const Triangle2* pT : vTriangles) {
+        if (pT) addObject(*pT, color);
+    }
+}
+
+void Visualizer2::addObject(const Label& label, const Color& color) { pPage_->add(label, color); }
+
+void Visualizer2::addHeaderLine(const std::string& text) { pPage_->addHeaderLine(text); }
+
+void Visualizer2::writeFile() {
+    if (pPage_->isClosed()) {
+        warning("Visualizer2::writeFile()", "No effect. File has already been closed");
+    } else {
+        pPage_->write();
+    }
+}
+
+}  // namespace LUMO_TARO25D

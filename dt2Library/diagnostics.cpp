@@ -1,0 +1,54 @@
+#include "diagnostics.h"
+
+#include <fstream>
+
+#include "taro25d/TaroException.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+thread_local MessageSink* pCurrentSink = nullptr;
+
+void print(const char* color, const std::string& location, const char* kind, const std::string& message) {
+    // One write for the whole line, so that lines of two threads do not mix.
+    std::cout << std::string(color) + "      [Taro2D-Message] " + location + kind + message + "\033[m\n"
+              << std::flush;
+    if (pCurrentSink) pCurrentSink->receive(message);
+}
+
+/// "…/dt2Library/Dt2.cpp" becomes "dt2Library/Dt2".
+std::string sourceName(const std::string& file) {
+    const size_t start = file.rfind("dt2Library/");
+    const std::string name = start == std::string::npos ? file : file.substr(start);
+    return name.substr(0, name.rfind('.'));
+}
+
+}  // namespace
+
+MessageScope::MessageScope(MessageSink* pSink) : pPrevious_(pCurrentSink) { pCurrentSink = pSink; }
+MessageScope::~MessageScope() { pCurrentSink = pPrevious_; }
+
+void error(const std::string& location, const std::string& message) {
+    print("\033[0;31m", location, ", ERROR: ", message);
+}
+
+void warning(const std::string& location, const std::string& message) {
+    print("\033[0;93m", location, ", WARNING: ", message);
+}
+
+void assertionFailed(const char* condition, const char* file, int line) {
+    const std::string message = "Condition [ " + std::string(condition) + " failed ]";
+    std::ofstream("TARO_LOG.txt", std::ios::app) << "Taro, " << message << "\n";
+    error("Taro", message);
+    std::cout << "      " + sourceName(file) + ":" + std::to_string(line) + "\n" << std::flush;
+    throw TaroException();
+}
+
+TaroException::TaroException() noexcept = default;
+TaroException::TaroException(const TaroException&) noexcept = default;
+TaroException& TaroException::operator=(const TaroException&) noexcept = default;
+TaroException::~TaroException() = default;
+const char* TaroException::what() const noexcept { return "LUMO_TARO25D::TaroException"; }
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <vector>
+
+#include "taro25d/Point2.h"
+#include "taro25d/Vector2.h"
+
+namespace LUMO_TARO25D {
+
+/// The index after i on a triangle: (i + 1) mod 3.
+inline int incIndexBy1(int i) { return i == 2 ? 0 : i + 1; }
+
+/// Sorts a vector and drops repeated elements.
+template <class T>
+void oneInstance(std::vector<T>& vElements) {
+    std::sort(vElements.begin(), vElements.end(), std::less<T>());
+    vElements.erase(std::unique(vElements.begin(), vElements.end()), vElements.end());
+}
+
+/// Makes room for n more elements: exactly so many the first time, so that one large batch wastes nothing,
+/// but at least doubling later, so that many small batches stay linear.
+template <class Vector>
+void reserveMore(Vector& vElements, size_t n) {
+    const size_t numWanted = vElements.size() + n;
+    if (numWanted > vElements.capacity()) vElements.reserve(std::max(numWanted, 2 * vElements.capacity()));
+}
+
+/// The vector from one point to another.
+inline Vector2 getVector25D(const Point2& src, const Point2& trg) {
+    return Vector2(trg.x() - src.x(), trg.y() - src.y(), trg.z() - src.z());
+}
+/// The vector from one point to another in x-y; its z is 0.
+inline Vector2 getVector2D(const Point2& src, const Point2& trg) {
+    return Vector2(trg.x() - src.x(), trg.y() - src.y(), 0.0);
+}
+
+/// Distances, plain and squared. The plain ones hold also where the square overflows or underflows.
+inline double sqDistance2D(const Point2& a, const Point2& b) { return getVector2D(a, b).sqLength(); }
+inline double sqDistance25D(const Point2& a, const Point2& b) { return getVector25D(a, b).sqLength(); }
+inline double distance2D(const Point2& a, const Point2& b) { return getVector2D(a, b).length(); }
+inline double distance25D(const Point2& a, const Point2& b) { return getVector25D(a, b).length(); }
+
+/// The z component of the cross product.
+inline double crossProduct2D(const Vector2& a, const Vector2& b) { return a.x() * b.y() - a.y() * b.x(); }
+
+/// The power of two next to the largest component: dividing by it brings the vector near length 1 without
+/// rounding, so that products of components neither overflow nor underflow. 1 for the zero vector.
+double getBinaryScale(const Vector2& v);
+
+/// True if a point that lies on the line a-b up to rounding is between a and b, ends included: it is no
+/// farther in x-y from either end than they are from each other.
+bool approxHasOn(const Point2& a, const Point2& b, const Point2& point);
+
+}  // namespace LUMO_TARO25D

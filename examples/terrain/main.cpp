@@ -1,0 +1,202 @@
+// A tour of the library on a real piece of ground: read points, triangulate them, measure the mesh, ask for
+// heights, check it, draw it. Each chapter is a function of its own, in the order in which main calls them.
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <exception>
+#include <filesystem>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "options.h"
+#include "picture.h"
+#include "progress_bar.h"
+#include "readers.h"
+#include "taro25d/taro25d.h"
+
+using namespace LUMO_TARO25D;
+using namespace terrain;
+
+namespace {
+
+/// What the program returns to the shell.
+enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1, BAD_USAGE = 2 };
+
+void printChapter(const std::string& title) { std::cout << "\n" << title << "\n"; }
+
+/// Starts a line of a table.
+std::ostream& row(const std::string& name) { return std::cout << "  " << std::left << std::setw(16) << name; }
+
+// ---- Reading ----
+
+std::vector<Point2> readGround(const std::string& filename) {
+    printChapter("Reading " + filename);
+    std::vector<Point2> vPoints = readPoints(filename);
+    row("points") << vPoints.size() << "\n";
+    return vPoints;
+}
+
+// ---- Triangulating: all points in one call, which is much faster than one by one ----
+
+void triangulate(const std::vector<Point2>& vPoints, Taro_2D& ground) {
+    printChapter("Triangulating");
+    ProgressBar bar;
+    ground.subscribe(MT_PROGRESS, &bar);
+    const auto start = std::chrono::steady_clock::now();
+    ground.insert(vPoints);
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+    ground.unsubscribe(MT_PROGRESS, &bar);
+
+    row("time") << std::fixed << std::setprecision(3) << seconds.count() << " s, " << std::setprecision(0)
+                << static_cast<double>(vPoints.size()) / seconds.count() << " points per second\n"
+                << std::defaultfloat << std::setprecision(10);
+}
+
+// ---- Measuring: everything can be reached from the lists of triangles and vertices ----
+
+void printCounts(const Taro_2D& ground, size_t numPointsRead) {
+    row("vertices") << ground.numberOfPoints() << " (" << numPointsRead - ground.numberOfPoints()
+                    << " points at places that were taken)\n";
+    row("triangles") << ground.numberOfTriangles() << "\n";
+}
+
+void printExtent(const Taro_2D& ground) {
+    const Bbox2 box = ground.computeBoundingBox();
+    row("bounding box") << "x " << box.getMinX() << " to " << box.getMaxX() << ", y " << box.getMinY()
+                        << " to " << box.getMaxY() << "\n";
+    std::vector<Point2*> vHull, vCorners;
+    ground.getConvexHull(true, vHull);
+    ground.getConvexHull(false, vCorners);
+    row("convex hull") << vHull.size() << " vertices, " << vCorners.size() << " of them corners\n";
+}
+
+void printHeightRange(const Taro_2D& ground) {
+    std::vector<Point2*> vVertices;
+    ground.getVertexPointers(vVertices);
+    const auto isLower = [](const Point2* pA, const Point2* pB) { return pA->z() < pB->z(); };
+    const auto [lowest, highest] = std::minmax_element(vVertices.begin(), vVertices.end(), isLower);
+    row("heights") << (*lowest)->z() << " to " << (*highest)->z() << "\n";
+}
+
+void printAngles(const Taro_2D& ground) {
+    std::vector<Triangle2*> vTriangles;
+    ground.getTrianglePointers(vTriangles);
+    double smallest = 180, largest = 0;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            smallest = std::min(smallest, pT->getInteriorAngle2D(i));
+            largest = std::max(largest, pT->getInteriorAngle2D(i));
+        }
+    }
+    row("angles") << smallest << " to " << largest << " degrees\n";
+}
+
+void measure(const Taro_2D& ground, size_t numPointsRead) {
+    printChapter("Measuring");
+    printCounts(ground, numPointsRead);
+    printExtent(ground);
+    printHeightRange(ground);
+    printAngles(ground);
+}
+
+// ---- Heights: the surface between the vertices ----
+
+/// Two places on the ground, and one outside.
+std::vector<Point2> proposePlaces(const Taro_2D& ground) {
+    const Bbox2 box = ground.computeBoundingBox();
+    const double width = box.getMaxX() - box.getMinX(), height = box.getMaxY() - box.getMinY();
+    const auto place = [&](double x, double y) {
+        return Point2(box.getMinX() + x * width, box.getMinY() + y * height, 0);
+    };
+    return {place(0.5, 0.5), place(0.31, 0.72), place(1.03, 0.4)};
+}
+
+void printHeight(const Taro_2D& ground, const Point2& place, const std::string& name, double tolerance) {
+    std::ostringstream text;
+    text << std::setprecision(8);
+    double height = 0;
+    if (ground.getHeight(place.x(), place.y(), height)) {
+        text << height;
+    } else if (ground.getHeight(place.x(), place.y(), height, nullptr, tolerance)) {
+        text << "outside; " << height << " at the nearest point of the hull";
+    } else {
+        text << "outside";
+    }
+    std::cout << "  " << name << " (" << place.x() << ", " << place.y() << "): " << text.str() << "\n";
+}
+
+/// Answers at the places asked for, or at proposed ones, and returns them for the picture.
+std::vector<Mark> printHeights(const Taro_2D& ground, std::vector<Point2> vPlaces) {
+    printChapter("Heights");
+    if (vPlaces.empty()) vPlaces = proposePlaces(ground);
+    const Bbox2 box = ground.computeBoundingBox();
+    const double tolerance = 0.1 * std::hypot(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY());
+    std::vector<Mark> vMarks;
+    for (const Point2& place : vPlaces) {
+        vMarks.push_back({place, std::to_string(vMarks.size() + 1)});
+        printHeight(ground, place, vMarks.back().name, tolerance);
+    }
+    return vMarks;
+}
+
+// ---- Checking: the library can prove its own result ----
+
+bool check(const Taro_2D& ground) {
+    printChapter("Checking");
+    const bool bSound = ground.checkValidity(true, "terrain");
+    row("structure") << (bSound ? "sound, and all circumcircles are empty" : "DAMAGED") << "\n";
+    return bSound;
+}
+
+// ---- Drawing ----
+
+void toPng(const std::string& filename) {
+    if (!std::filesystem::is_regular_file(filename)) throw BadInput(filename + ": cannot be written");
+    if (convertToPng(filename)) return;
+    std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
+}
+
+void draw(const Taro_2D& ground, const std::vector<Mark>& vMarks, const std::filesystem::path& folder) {
+    printChapter("Drawing");
+    std::filesystem::create_directories(folder);
+    const std::string overview = folder / "terrain.ps", summit = folder / "summit.ps";
+    drawOverview(overview, ground, vMarks);
+    toPng(overview);
+    drawSummit(summit, ground);
+    toPng(summit);
+}
+
+// ---- The tour ----
+
+ExitStatus tour(const Options& options) {
+    const std::vector<Point2> vPoints = readGround(options.input);
+    Taro_2D ground;
+    triangulate(vPoints, ground);
+    if (!ground.is2D()) throw BadInput(options.input + ": all points lie on one line, no triangles");
+    measure(ground, vPoints.size());
+    const std::vector<Mark> vMarks = printHeights(ground, options.vPlaces);
+    const bool bSound = check(ground);
+    if (options.bPicture) draw(ground, vMarks, options.outFolder);
+    return bSound ? ALL_IS_WELL : BAD_DATA;
+}
+
+}  // namespace
+
+int main(int numArguments, char** aArguments) {
+    try {
+        const Options options = parseOptions(numArguments, aArguments);
+        if (!options.bHelp) return tour(options);
+        std::cout << USAGE;
+        return ALL_IS_WELL;
+    } catch (const UsageError& problem) {
+        std::cerr << "terrain: " << problem.what() << "\n\n" << USAGE;
+        return BAD_USAGE;
+    } catch (const std::exception& problem) {
+        std::cerr << "terrain: " << problem.what() << "\n";
+        return BAD_DATA;
+    }
+}

@@ -1,0 +1,64 @@
+#include "options.h"
+
+#include <optional>
+
+#include "readers.h"
+
+using LUMO_TARO25D::Point2;
+
+namespace terrain {
+
+const char* const USAGE =
+    "usage: terrain FILE [--height X,Y]... [--out FOLDER] [--no-picture]\n"
+    "\n"
+    "Triangulates the points of FILE, measures the mesh, checks it and draws it.\n"
+    "\n"
+    "FILE is an ESRI ASCII grid, text with x y z on each line, or CSV with x,y,z.\n"
+    "  --height X,Y   print the height of the ground there; may be repeated\n"
+    "  --out FOLDER   write the pictures there (default: the current folder)\n"
+    "  --no-picture   draw nothing\n"
+    "  --help         print this text\n"
+    "\n"
+    "Exit status: 0 all is well, 1 the data cannot be used, 2 wrong usage.\n";
+
+namespace {
+
+Point2 parsePlace(const std::string& text) {
+    const size_t comma = text.find(',');
+    const std::optional<double> x = toNumber(text.substr(0, comma));
+    const std::optional<double> y = toNumber(comma == std::string::npos ? "" : text.substr(comma + 1));
+    if (!x || !y) throw UsageError("--height takes two numbers X,Y, not '" + text + "'");
+    return Point2(*x, *y, 0);
+}
+
+}  // namespace
+
+Options parseOptions(int numArguments, char** aArguments) {
+    const std::vector<std::string> vArguments(aArguments + 1, aArguments + numArguments);
+    Options options;
+    for (auto it = vArguments.begin(); it != vArguments.end(); ++it) {
+        const auto value = [&] {
+            if (it + 1 == vArguments.end()) throw UsageError(*it + " needs a value");
+            return *++it;
+        };
+        if (*it == "--help" || *it == "-h") {
+            options.bHelp = true;
+        } else if (*it == "--no-picture") {
+            options.bPicture = false;
+        } else if (*it == "--out") {
+            options.outFolder = value();
+        } else if (*it == "--height") {
+            options.vPlaces.push_back(parsePlace(value()));
+        } else if (it->substr(0, 1) == "-") {
+            throw UsageError("unknown option " + *it);
+        } else if (!options.input.empty()) {
+            throw UsageError("more than one file: " + options.input + " and " + *it);
+        } else {
+            options.input = *it;
+        }
+    }
+    if (!options.bHelp && options.input.empty()) throw UsageError("which file?");
+    return options;
+}
+
+}  // namespace terrain

@@ -1,0 +1,47 @@
+// PostScript becomes PNG in ghostscript, which runs as a child process without a shell.
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <vector>
+
+#include "picture.h"
+
+namespace terrain {
+
+namespace {
+
+/// Runs a program found in PATH to its end; true if it was found and succeeded.
+bool run(const std::vector<std::string>& vArguments) {
+    std::vector<char*> vRaw;
+    for (const std::string& argument : vArguments) vRaw.push_back(const_cast<char*>(argument.c_str()));
+    vRaw.push_back(nullptr);
+    pid_t child = 0;
+    if (posix_spawnp(&child, vRaw[0], nullptr, nullptr, vRaw.data(), environ) != 0) return false;
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// A path as ghostscript takes it for an output file: a '%' would stand for the number of the page.
+std::string escaped(const std::string& path) {
+    std::string result;
+    for (const char c : path) result += c == '%' ? "%%" : std::string(1, c);
+    return result;
+}
+
+}  // namespace
+
+bool convertToPng(const std::string& filename) {
+    // Absolute, so that no name looks like an option. Three pixels make one, which smooths all edges; and of
+    // the page, which is A4, only the part that is drawn upon is kept.
+    const std::filesystem::path input = std::filesystem::absolute(filename);
+    const std::string output = escaped(std::filesystem::path(input).replace_extension(".png"));
+    return run({"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-sDEVICE=png16m", "-r600",
+                "-dDownScaleFactor=3", "-dDEVICEWIDTHPOINTS=595", "-dDEVICEHEIGHTPOINTS=590", "-dFIXEDMEDIA",
+                "-sOutputFile=" + output, "-c", "<< /Install { 0 -180 translate } >> setpagedevice", "-f",
+                input});
+}
+
+}  // namespace terrain

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "taro25d/Colorname.h"
+#include "taro25d/export.h"
+
+namespace LUMO_TARO25D {
+
+/// How an object is drawn: its colour, the width of its lines, and whether closed shapes are filled.
+class TARO25D_API Color {
+  public:
+    /// Black, width 0.05, no fill.
+    Color() : r(0.0f), g(0.0f), b(0.0f), width(0.05f), bFill(false) {}
+    /// Components from 0 to 1, line width in page units (1/72 inch).
+    Color(double r, double g, double b, double width = 0.05, bool bFill = false);
+    /// A named colour. A value that names none gives black and a warning.
+    Color(Colorname name, float width = 0.05f, bool bFill = false);
+    /// The same for a width of another arithmetic type, which would otherwise be ambiguous with the three
+    /// components.
+    template <class WidthT>
+    Color(Colorname name, WidthT width, bool bFill) : Color(name, static_cast<float>(width), bFill) {}
+
+    /// Equality and order over all fields, in their order.
+    bool operator==(const Color& other) const;
+    bool operator!=(const Color& other) const;
+    bool operator<(const Color& other) const;
+
+    /// The next name of a cycle that the whole process shares, for objects that only have to differ. It
+    /// starts with CGREEN, goes up to CCYAN and begins again; CRED, CYELLOW and CWHITE are never handed out.
+    /// Safe to call from any thread.
+    static Colorname getNextColorName();
+
+    float r, g, b;  ///< components, 0 to 1
+    float width;    ///< line width in page units
+    bool bFill;     ///< fill circles and triangles
+};
+
+}  // namespace LUMO_TARO25D

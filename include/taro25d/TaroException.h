@@ -1,0 +1,23 @@
+#pragma once
+
+#include <exception>
+
+#include "taro25d/export.h"
+
+namespace LUMO_TARO25D {
+
+/// Thrown when an internal consistency condition fails, or when a query is made on a vertex that is not part
+/// of a triangulation. It carries no message of its own: the condition has been printed on standard output
+/// and appended to "TARO_LOG.txt" in the working directory before it is thrown.
+class TARO25D_API TaroException : public std::exception {
+  public:
+    TaroException() noexcept;
+    TaroException(const TaroException&) noexcept;
+    TaroException& operator=(const TaroException&) noexcept;
+    ~TaroException() override;
+
+    /// The name of the class; always the same text.
+    const char* what() const noexcept override;
+};
+
+}  // namespace LUMO_TARO25D

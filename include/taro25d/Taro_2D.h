@@ -1,0 +1,182 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "taro25d/Bbox2.h"
+#include "taro25d/MsgBase.h"
+#include "taro25d/MsgType.h"
+#include "taro25d/Orientation2.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
+#include "taro25d/export.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+class Visualizer2;
+
+/// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
+///
+/// One object is one triangulation. It owns every vertex and triangle it hands out; such pointers stay valid
+/// until the triangulation is destroyed. Any finite double is a legal coordinate: all decisions are exact. A
+/// coordinate that is NaN or infinite is refused with a warning.
+///
+/// As long as all points are collinear (or there are fewer than three) there are vertices but no triangles:
+/// `is2D()` is false and queries answer null, false or nothing. The first point off the line triangulates
+/// everything at once.
+///
+/// An object is used by one thread at a time; two objects may live in two threads. Wrong calls print a
+/// warning on standard output, change nothing and return null or false; only a failed internal condition
+/// throws TaroException.
+class TARO25D_API Taro_2D {
+  public:
+    /// @name Construction, threads and naming
+    /// @{
+
+    /// An empty triangulation. The expected number of vertices sizes the first memory blocks; any number
+    /// works.
+    explicit Taro_2D(unsigned numExpectedVertices = 3);
+    ~Taro_2D();
+    Taro_2D(const Taro_2D&) = delete;
+    Taro_2D& operator=(const Taro_2D&) = delete;
+
+    /// Creates the engine with one thread. The constructor has done so; calling it again discards everything
+    /// that the triangulation holds, listeners included, and starts anew.
+    void initTaro(unsigned numExpectedVertices);
+
+    /// The number of threads for bulk insertion: n > 0 sets n, n < 0 sets 1, n == 0 the number of hardware
+    /// threads. Returns the number now in force.
+    int setNumCPU(int n);
+    /// The same as setNumCPU(0).
+    int enableMultithreading();
+
+    /// A label that diagnostic output shows.
+    void setName(const std::string& name);
+    const std::string& getName() const;
+
+    /// The engine; an incomplete type for clients.
+    Dt2* getImpl() const;
+    /// For the library's developers: prints internal state. No behaviour for clients.
+    void internal(int topic, int detail, std::string text);
+    /// For the library's developers: the text becomes the prefix of the names of diagnostic files.
+    void setDev(const std::string& text, int number, double value);
+
+    /// @}
+    /// @name Insertion
+    /// @{
+
+    /// Inserts one point. Returns the new vertex, or the existing vertex with the same x and y (the new
+    /// height and custom index are dropped). A coordinate that is NaN or infinite gives a warning and null.
+    /// O(log n) expected.
+    Point2* insert(const Point2& point);
+    /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one
+    /// warning.
+    void insert(const std::vector<Point2>& vPoints);
+    /// Inserts many points; vHandles is replaced by one vertex for each point, in input order: for a
+    /// duplicate the vertex at that position (among equal positions of one call the first stays), null for a
+    /// non-finite point.
+    void insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles);
+    /// Inserts numPoints points given as consecutive (x, y, z) triples; aHandles receives numPoints vertices
+    /// in input order, as above. Neither array is kept. A number that is not positive inserts nothing.
+    void insert(int numPoints, double* aCoordinates, Point2** aHandles);
+
+    /// Triangulates the points in a temporary triangulation with this one's number of threads and returns the
+    /// wall time in seconds. This triangulation does not change.
+    double measureTrianguluationTime(std::vector<Point2>& vPoints);
+
+    /// @}
+    /// @name Removal
+    /// @{
+
+    /// Removes a vertex; the triangulation of the others stays Delaunay, and its border their convex hull.
+    /// The pointer and the triangles around the vertex stand for nothing afterwards: their records are used
+    /// again for what is inserted or created next. When all vertices that are left are collinear there are no
+    /// triangles any more, and insertion starts from there. Null, a vertex of a constraint, and a pointer
+    /// that is no vertex of this triangulation (a vertex removed before, for one) get a warning and change
+    /// nothing. O(k log k) for a vertex with k neighbours; before is2D(), O(n).
+    void remove(Point2* pVtx);
+
+    /// @}
+    /// @name Queries
+    /// @{
+
+    /// The triangle that contains the point, inside or on its boundary; null outside the convex hull, for a
+    /// non-finite point, and before is2D(). O(log n) expected; queries in spatial order are several times
+    /// faster than random ones.
+    Triangle2* locate(const Point2& point) const;
+
+    /// The height of the surface at (x, y). Returns false where there is none. pApproxT, when given, is taken
+    /// as the triangle without any test that it contains (x, y). Outside the hull, a tolerance greater than 0
+    /// takes the height of the nearest point of the hull within that distance.
+    bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr,
+                   double tolerance = 0.0) const;
+
+    /// The triangle that has the directed edge p0 -> p1 on its counterclockwise boundary; null if there is
+    /// none. Null or equal vertices fail with TaroException.
+    Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
+    /// Appends the triangles around a vertex in counterclockwise order. A vertex without triangles fails with
+    /// TaroException.
+    void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
+    /// Appends the neighbours of a vertex, each once, in no particular order. A vertex without triangles
+    /// fails with TaroException.
+    void getIncidentVertices(Point2* pVtx, std::vector<Point2*>& vIncidentVertices) const;
+    /// Appends all triangles.
+    void getTrianglePointers(std::vector<Triangle2*>& vTriangles) const;
+    /// Appends all vertices.
+    void getVertexPointers(std::vector<Point2*>& vVertices) const;
+    /// Appends the vertices of the convex hull, counterclockwise, each once. With bAllVertices false those on
+    /// a straight piece between two others are left out. Before is2D() it warns and appends nothing.
+    void getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const;
+
+    size_t numberOfPoints() const;
+    size_t numberOfTriangles() const;
+    /// True once there are triangles, that is three vertices that are not collinear.
+    bool is2D() const;
+    /// The box of all vertices; invalid when there are none.
+    Bbox2 computeBoundingBox() const;
+
+    /// Checks the whole structure: different corners, mutual links, and with bCheckEmptyCircleProperty by
+    /// exact tests that no vertex lies inside the circumcircle of a neighbouring triangle. Prints what it
+    /// finds under the given name and draws pictures of failures. O(n). True when all is well, and, with a
+    /// warning, before is2D().
+    bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
+    /// Prints the number of triangles and the distribution of their interior angles.
+    void statistics(const std::string& name) const;
+
+    /// The exact orientation of three points. Independent of the triangulation; may be called from any
+    /// thread. A null pointer cannot occur; non-finite coordinates fail with TaroException.
+    Orientation2 getOrientation(const Point2& p0, const Point2& p1, const Point2& p2) const;
+
+    /// @}
+    /// @name Output and messages
+    /// @{
+
+    /// Draws all triangles into a PostScript file.
+    void show(const std::string& filename, bool bWithConstraints = true) const;
+    /// Adds all triangles to a drawing; not owned.
+    void show(Visualizer2* pVisualizer, bool bWithConstraints = true) const;
+
+    /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned
+    /// and is called from the thread that calls the triangulation.
+    void subscribe(MsgType type, MsgBase* pListener);
+    /// Removes a listener; nothing happens when it is not subscribed.
+    void unsubscribe(MsgType type, MsgBase* pListener);
+
+    /// @}
+
+  private:
+    std::unique_ptr<Dt2> pDt2_;
+};
+
+/// @name Deprecated
+/// Point-cloud reconstruction has moved to a separate library. These print a notice that says so and do
+/// nothing else.
+/// @{
+TARO25D_API void reconstruct(const std::vector<Point2>& vPoints);
+TARO25D_API void reconstruct(const std::vector<Point2>& vPoints, const std::string& outFilename);
+TARO25D_API void reconstruct(const std::string& inFilename, const std::string& outFilename);
+/// @}
+
+}  // namespace LUMO_TARO25D

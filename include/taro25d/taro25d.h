@@ -1,0 +1,25 @@
+#pragma once
+
+/// All of the library's public headers.
+
+#include "taro25d/Bbox2.h"
+#include "taro25d/Bbox3.h"
+#include "taro25d/Circle2.h"
+#include "taro25d/Color.h"
+#include "taro25d/Colorname.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Label.h"
+#include "taro25d/MsgBase.h"
+#include "taro25d/MsgType.h"
+#include "taro25d/Orientation2.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/TaroException.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/Triangle2.h"
+#include "taro25d/TriangleAroundVertexIterator.h"
+#include "taro25d/Vector2.h"
+#include "taro25d/Visualizer2.h"
+#include "taro25d/export.h"
+#include "taro25d/freeFunctions.h"
+#include "taro25d/version.h"

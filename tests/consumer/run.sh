@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# Installs the library and uses it as clients do: the examples through find_package, and the first program of the README
+# through pkg-config and the plain compiler.
+#   run.sh shared|static SCRATCH_FOLDER [BUILD_FOLDER]
+# BUILD_FOLDER is an existing build of that linkage; without it the library is built here.
+set -euo pipefail
+
+linkage=$1
+scratch=$2
+source=$(cd "$(dirname "$0")/../.." && pwd)
+build=${3-$scratch/library}
+prefix=$scratch/prefix
+rm -rf "$prefix" "$scratch/examples" "$scratch/readme"
+mkdir -p "$scratch/readme"
+
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+
+if [[ $build == "$scratch/library" ]]; then
+    shared=OFF
+    [[ $linkage == shared ]] && shared=ON
+    # How it links does not depend on the optimisation, and this compiles fastest.
+    cmake -S "$source" -B "$build" -DCMAKE_BUILD_TYPE=Debug -DBUILD_SHARED_LIBS=$shared \
+        -DTARO25D_BUILD_TESTS=OFF -DTARO25D_BUILD_EXAMPLES=OFF -DTARO25D_BUILD_BENCH=OFF
+    cmake --build "$build"
+fi
+cmake --install "$build" --prefix "$prefix"
+
+export PKG_CONFIG_PATH
+PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name taro25d.pc)")
+version=$(pkg-config --modversion taro25d)
+
+library=$(find "$prefix" -name 'libtaro25d.so' -o -name 'libtaro25d.a')
+strip --strip-debug "$(readlink -f "$library")"
+grep -r -l -F -e "$source/dt2Library" -e "$source/include" "$prefix" && fail "an installed file tells where it was built"
+if [[ $linkage == shared ]]; then
+    readelf --dynamic "$library" | grep -q "SONAME.*\[libtaro25d\.so\.${version%%.*}\]" || fail "SONAME"
+    foreign=$(nm --dynamic --defined-only --demangle "$library" | grep ' [TDBR] ' |
+        grep -v -E ' (vtable for |typeinfo for |typeinfo name for )?LUMO_TARO25D::' || true)
+    [[ -z $foreign ]] || fail "exported, but not of the namespace: $foreign"
+fi
+
+cmake -S "$source/examples" -B "$scratch/examples" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH="$prefix"
+cmake --build "$scratch/examples"
+
+# The first code block of the given language in the README.
+block() {
+    awk -v fence="\`\`\`$1" '$0 == fence {on = 1; next} on && /^```/ {exit} on' "$source/README.md"
+}
+cd "$scratch/readme"
+block cpp >main.cpp
+block text >expected.txt
+read -r -a flags <<<"$(pkg-config --cflags --libs taro25d)"
+"${CXX:-g++}" -std=c++17 -Wall -Wextra -Wpedantic -Werror main.cpp -o main "${flags[@]}"
+LD_LIBRARY_PATH=$(dirname "$library") ./main >printed.txt
+diff expected.txt printed.txt || fail "the README shows another output than its program prints"

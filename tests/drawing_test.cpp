@@ -1,0 +1,334 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <limits>
+#include <locale>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "taro25d/Circle2.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Label.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Triangle2.h"
+#include "taro25d/Visualizer2.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+const double INF = std::numeric_limits<double>::infinity();
+const double MAX = std::numeric_limits<double>::max();
+
+/// A path that no other test or process uses at the same time.
+std::string pathOf(const std::string& name) {
+    return testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() +
+           std::to_string(getpid()) + name;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream stream(path);
+    std::stringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
+/// What the functor prints on standard output.
+template <class F>
+std::string printedBy(F functor) {
+    testing::internal::CaptureStdout();
+    functor();
+    return testing::internal::GetCapturedStdout();
+}
+
+/// The file that a scene gives.
+template <class F>
+std::string drawn(F addObjects) {
+    const std::string path = pathOf(".ps");
+    printedBy([&] {
+        Visualizer2 vis(path);
+        addObjects(vis);
+        vis.writeFile();
+    });
+    const std::string text = readFile(path);
+    std::remove(path.c_str());
+    return text;
+}
+
+size_t countOf(const std::string& needle, const std::string& text) {
+    size_t count = 0;
+    for (size_t pos = text.find(needle); pos != std::string::npos; pos = text.find(needle, pos + 1)) ++count;
+    return count;
+}
+
+bool contains(const std::string& text, const std::string& needle) {
+    return text.find(needle) != std::string::npos;
+}
+
+std::string prologOf(const std::string& comment, const std::string& title) {
+    return "%!PS-Adobe-1.0\n\t%%Creator: LUMO PostscriptWriter\n\t%%Title: " + comment +
+           "\n\t%%CreationDate: none\n\t%%DocumentMedia: A4 595 842 0 () ()\n\t%%Orientation: Portrait\n"
+           "\t%%Pages: 1\t%%DocumentFonts: Times-Roman Helvetica\n\t%%EndComments\n\t%%BeginProlog\n"
+           "\t%%EndProlog\n\t%%Page: Lumo PostscriptWriter 1\n0.05\tsetlinewidth\n\t0\t0\t0\tsetrgbcolor\n"
+           "\t/Times-Roman findfont 17 scalefont\n\tsetfont\n40\t740\tmoveto\n\t(" +
+           title +
+           ")\tshow\n0.4\t0.4\t0.4\tsetrgbcolor\n\t/Times-Roman findfont 10 scalefont\n\tsetfont\n"
+           "0.0\t0.0\t0.0\tsetrgbcolor\n\t/Times-Roman findfont 10 scalefont\n\tsetfont\n";
+}
+
+}  // namespace
+
+TEST(Color, ConstructorsNamesAndOrder) {
+    const Color red(CRED), alsoRed(1, 0, 0), gray(0.5, 0.5, 0.5, 0.1, true), pink(CPINK, 0.25, true);
+    EXPECT_EQ(red, alsoRed);
+    EXPECT_EQ(Color(), Color(CBLACK));
+    EXPECT_EQ(gray.width, 0.1f);
+    EXPECT_EQ(pink, Color(1, 0.4, 0.7, 0.25, true));
+    EXPECT_NE(red, Color(CRED, 0.1f));
+    EXPECT_NE(red, Color(CRED, 0.05f, true));
+    EXPECT_EQ(Color(COLIVE, 2, false), Color(0.5, 0.5, 0, 2));
+    EXPECT_EQ(Color(CDARKBROWN).b, 0.074f);
+    // One field after the other decides.
+    const std::set<Color> sColors = {
+        red, gray, pink, Color(), Color(CBLACK, 0.05f, true), Color(CBLACK, 0.04f, true)};
+    EXPECT_EQ(std::vector<Color>(sColors.begin(), sColors.end()),
+              (std::vector<Color>{Color(CBLACK, 0.04f, true), Color(), Color(CBLACK, 0.05f, true), gray, red,
+                                  pink}));
+
+    std::unique_ptr<Color> pUnknown;
+    EXPECT_EQ(
+        printedBy([&] { pUnknown = std::make_unique<Color>(static_cast<Colorname>(17), 0.5f, true); }),
+        "\033[0;93m      [Taro2D-Message] Color::Color, WARNING: Colorname unknown, returning black\033[m\n");
+    EXPECT_EQ(*pUnknown, Color(0, 0, 0, 0.5, true));
+}
+
+TEST(Color, NextNamesCycleWithoutRedYellowAndWhite) {
+    Colorname previous = Color::getNextColorName();
+    for (int i = 0; i < 30; ++i) {
+        const Colorname next = Color::getNextColorName();
+        EXPECT_EQ(next, previous == CCYAN ? CGREEN : previous + 1);
+        previous = next;
+    }
+    // Two threads together take every name equally often.
+    std::vector<int> avCount[2] = {std::vector<int>(17), std::vector<int>(17)};
+    const auto take = [](std::vector<int>& vCount) {
+        for (int i = 0; i < 7000; ++i) ++vCount[Color::getNextColorName()];
+    };
+    std::thread thread(take, std::ref(avCount[0]));
+    take(avCount[1]);
+    thread.join();
+    for (int name = 0; name < 17; ++name) {
+        EXPECT_EQ(avCount[0][name] + avCount[1][name], name >= CGREEN && name <= CCYAN ? 1000 : 0) << name;
+    }
+}
+
+TEST(Visualizer2, WritesTheExactTextOfASmallScene) {
+    const std::string path = pathOf(".ps");
+    Visualizer2* pVis = nullptr;
+    EXPECT_EQ(printedBy([&] { pVis = new Visualizer2(path); }),
+              "\033[0;31mVisualizer2:: Writing " + path + "\033[m\n");
+    Point2 p0(0, 0, 7), p1(10, 0, 7), p2(0, 5, 7);
+    Triangle2 triangle(&p0, &p1, &p2);
+    // Added in another order than drawn.
+    pVis->addObject(Label(Point2(1, 1, 0), "f(x)\n\\", true, 10), Color(CBLUE));
+    pVis->addObject(Circle2(5, 2.5, 4), Color(CGREEN, 0.5, true));
+    pVis->addObject(Circle2(5, 2.5, 1), Color(CGREEN));
+    pVis->addObject(std::vector<Point2>{p1, p0, p1}, Color(CRED));
+    pVis->addObject(std::vector<Point2*>{&p0, nullptr}, Color(CRED));
+    pVis->addObject(p0, Color(CORANGE, 2));
+    pVis->addObject(Segment2(p1, p2), Color());
+    pVis->addObject(Edge2(&triangle, 1), Color());
+    pVis->addObject(triangle, Color(CRED, 0.1, true));
+    pVis->addObject(std::vector<Triangle2*>{&triangle, nullptr}, Color(CRED, 0.1, true));
+    pVis->addObject(std::vector<Triangle2>{triangle, Triangle2()}, Color(CRED));
+    p0.set(100, 100, 100);  // coordinates have been copied
+    pVis->addHeaderLine("one");
+    pVis->addHeaderLine("(two)");
+    EXPECT_EQ(printedBy([&] { pVis->writeFile(); }), "");
+
+    const std::string filled =
+        "stroke\n1\t0\t0\tsetrgbcolor\n0.1\tsetlinewidth\n"
+        "50\t200\tmoveto\n530\t200\tlineto\n50\t440\tlineto\nclosepath\ngsave\n  fill\ngrestore\n"
+        "  0.3 0.3 .3 setrgbcolor\n0.1\tsetlinewidth\n";
+    const std::string expected =
+        prologOf(path, path) +
+        "40\t705\tmoveto\n(x-Range: [0 - 10] =10)\tshow\n40\t695\tmoveto\n(y-Range: [0 - 5] =5)\tshow\n"
+        "0.0\t0.0\t0.0\tsetrgbcolor\n\t/Times-Roman findfont 12 scalefont\n\tsetfont\n"
+        "240\t709\tmoveto\n(one)\tshow\n240\t695\tmoveto\n(\\(two\\))\tshow\n"
+        "237\t692\tmoveto\n237\t723\tlineto\n237\t692\tmoveto\n570\t692\tlineto\n570\t692\tlineto\n" +
+        filled + filled +
+        "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+        "50\t200\tmoveto\n530\t200\tlineto\n50\t440\tlineto\nclosepath\n"
+        "stroke\n0\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+        "530\t200\tmoveto\n50\t440\tlineto\n"
+        "50\t440\tmoveto\n50\t200\tlineto\n"
+        "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+        "48.5\t198.5\tmoveto\n51.5\t201.5\tlineto\n48.5\t201.5\tmoveto\n51.5\t198.5\tlineto\n"
+        "stroke\n1\t0.627\t0\tsetrgbcolor\n2\tsetlinewidth\n"
+        "46\t196\tmoveto\n54\t204\tlineto\n46\t204\tmoveto\n54\t196\tlineto\n"
+        "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+        "528.5\t198.5\tmoveto\n531.5\t201.5\tlineto\n528.5\t201.5\tmoveto\n531.5\t198.5\tlineto\n"
+        "stroke\n0\t1\t0\tsetrgbcolor\n0.5\tsetlinewidth\n"
+        "386\t320\tmoveto\n290\t320\t96\t0\t360\tarc\ngsave\n  fill\ngrestore\nstroke\n"
+        "stroke\n0\t1\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+        "338\t320\tmoveto\n290\t320\t48\t0\t360\tarc\nstroke\n"
+        "stroke\n0\t0\t1\tsetrgbcolor\n0.05\tsetlinewidth\n"
+        "96.5\t246.5\tmoveto\n99.5\t249.5\tlineto\n96.5\t249.5\tmoveto\n99.5\t246.5\tlineto\n"
+        "/Arial findfont 10 scalefont\n setfont\n"
+        "98\t248\tmoveto\n(f\\(x\\))\tshow\nstroke\n98\t236\tmoveto\n(\\\\)\tshow\nstroke\n"
+        "stroke\nshowpage\n%%Trailer\n";
+    EXPECT_EQ(readFile(path), expected);
+
+    EXPECT_EQ(printedBy([&] { pVis->writeFile(); }),
+              "\033[0;93m      [Taro2D-Message] Visualizer2::writeFile(), WARNING: "
+              "No effect. File has already been closed\033[m\n");
+    EXPECT_EQ(printedBy([&] { delete pVis; }), "");
+    EXPECT_EQ(readFile(path), expected);
+    std::remove(path.c_str());
+}
+
+TEST(Visualizer2, DestructorWritesAnUnfinishedFile) {
+    const std::string path = pathOf(".ps");
+    auto pVis = std::make_unique<Visualizer2>(path);
+    pVis->addObject(Point2(3, 4, 0), Color());
+    EXPECT_EQ(printedBy([&] { pVis.reset(); }),
+              "Calling Visualizer2::writeFile() to complete an unfinished visualization [" + path + "]\n");
+    EXPECT_EQ(
+        readFile(path),
+        prologOf(path, path) +
+            "40\t705\tmoveto\n(x-Range: [2 - 4] =2)\tshow\n40\t695\tmoveto\n(y-Range: [3 - 5] =2)\tshow\n"
+            "288.5\t438.5\tmoveto\n291.5\t441.5\tlineto\n288.5\t441.5\tmoveto\n291.5\t438.5\tlineto\n"
+            "stroke\nshowpage\n%%Trailer\n");
+    std::remove(path.c_str());
+}
+
+TEST(Visualizer2, AFileThatCannotBeWrittenOnlyWarns) {
+    const std::string printed = printedBy([&] {
+        Visualizer2 vis(pathOf("/x.ps"));
+        vis.addObject(Point2(1, 2, 3), Color());
+        vis.writeFile();
+        vis.writeFile();
+    });
+    EXPECT_TRUE(contains(printed, "could not write"));
+    EXPECT_TRUE(contains(printed, "No effect. File has already been closed"));
+}
+
+TEST(Visualizer2, StrokesAfterEvery31Objects) {
+    const std::string text = drawn([](Visualizer2& vis) {
+        std::vector<Segment2> vSegments;
+        for (int i = 0; i < 2000; ++i) vSegments.emplace_back(Point2(i, 0, 0), Point2(0, i + 1, 0));
+        vis.addObject(vSegments, Color(CRED));
+    });
+    EXPECT_EQ(countOf("1\t0\t0\tsetrgbcolor\n", text), 1u);
+    EXPECT_EQ(countOf("stroke\n", text), 1u + 2000 / 31 + 1u);
+    std::istringstream lines(text.substr(text.find("1\t0\t0\tsetrgbcolor")));
+    std::string line;
+    size_t numSegments = 0;
+    while (std::getline(lines, line)) {
+        if (contains(line, "lineto")) ++numSegments;
+        if (line == "stroke" && numSegments < 2000) {
+            EXPECT_EQ(numSegments % 31, 0u);
+        }
+    }
+    EXPECT_EQ(numSegments, 2000u);
+}
+
+TEST(Visualizer2, HeaderLinesShrinkAndAreLimited) {
+    const struct {
+        size_t numLines, length;
+        int fontSize;
+    } aCase[] = {{1, 1, 12},  {1, 0, 12},  {10, 0, 8},  {10, 20, 8}, {7, 20, 12}, {8, 20, 10},
+                 {1, 50, 10}, {2, 100, 6}, {1, 120, 6}, {3, 121, 6}, {1, 5000, 6}};
+    for (const auto& c : aCase) {
+        const std::string text = drawn([&](Visualizer2& vis) {
+            for (size_t i = 0; i < c.numLines; ++i)
+                vis.addHeaderLine(std::string(i == 0 ? c.length : 0, 'x'));
+        });
+        const int pitch = c.fontSize + 2;
+        const int top = 695 + static_cast<int>(c.numLines) * pitch;
+        EXPECT_TRUE(contains(text, "findfont " + std::to_string(c.fontSize) + " scalefont\n\tsetfont\n240\t" +
+                                       std::to_string(top - pitch) + "\tmoveto\n(" +
+                                       std::string(std::min<size_t>(c.length, 120), 'x') + ")\tshow\n"))
+            << c.numLines << " lines of " << c.length;
+        EXPECT_TRUE(contains(text, "\n237\t" + std::to_string(top) + "\tlineto\n"));
+        EXPECT_EQ(countOf("\n240\t", text), c.numLines);
+    }
+
+    const std::string path = pathOf(".ps");
+    const std::string printed = printedBy([&] {
+        Visualizer2 vis(path);
+        for (int i = 0; i < 11; ++i) vis.addHeaderLine("line " + std::to_string(i));
+    });
+    const std::string text = readFile(path);
+    EXPECT_TRUE(contains(printed, "skipping text [\"line 10\"], maximum number of header lines reached"));
+    EXPECT_EQ(countOf("(line ", text), 10u);
+    EXPECT_TRUE(contains(text, "findfont 8 scalefont\n\tsetfont\n240\t785\tmoveto\n(line 0)"));
+    EXPECT_TRUE(contains(text, "240\t695\tmoveto\n(line 9)"));
+    std::remove(path.c_str());
+}
+
+TEST(Visualizer2, AnyInputGivesAValidPage) {
+    const double NaN = std::numeric_limits<double>::quiet_NaN();
+    const Point2 origin(0, 0, 0);
+    const std::string empty = drawn([](Visualizer2&) {});
+    EXPECT_TRUE(contains(empty, "(x-Range: [-1 - 1] =2)"));
+    // What is not finite takes no part, neither in the range nor in the drawing.
+    EXPECT_EQ(empty, drawn([&](Visualizer2& vis) {
+                  Point2 bad(0, NaN, 0), good(1, 1, 0), other(5, 5, 0);
+                  vis.addObject(Point2(INF, 0, 0), Color());
+                  vis.addObject(Segment2(good, bad), Color());
+                  vis.addObject(Triangle2(&good, &bad, &other), Color());
+                  vis.addObject(Edge2(nullptr, 0), Color());
+                  vis.addObject(Circle2(1, 1, -1), Color());
+                  vis.addObject(Circle2(1, 1, INF), Color());
+                  vis.addObject(Label(bad, "text"), Color());
+              }));
+    const double aScale[] = {5e-324, 1e-310, 1e-300, 1e17, 1e299, 1e305, MAX};
+    for (const double scale : aScale) {
+        const std::string text = drawn([&](Visualizer2& vis) {
+            vis.addObject(Segment2(Point2(-scale, scale, 0), Point2(scale, -scale, 0)), Color(CRED));
+        });
+        EXPECT_TRUE(contains(text, "\n50\t680\tmoveto\n530\t200\tlineto\n")) << scale;
+        EXPECT_FALSE(contains(text, "inf") || contains(text, "nan")) << scale;
+        const std::string point =
+            drawn([&](Visualizer2& vis) { vis.addObject(Point2(scale, -scale, 0), Color(CRED)); });
+        EXPECT_FALSE(contains(point, "inf") || contains(point, "nan")) << scale;
+    }
+    // Attributes beyond their range are moved into it; texts cannot leave their string or comment.
+    const std::string text = drawn([&](Visualizer2& vis) {
+        vis.addObject(origin, Color(NaN, INF, -1, INF));
+        vis.addObject(Point2(1, 1, 0), Color(NaN, 1, 0, 1000));
+        vis.addObject(Label(origin, "", false, 0), Color());
+        vis.addHeaderLine("a\r\nb\\)");
+    });
+    EXPECT_EQ(countOf("0\t1\t0\tsetrgbcolor\n1000\tsetlinewidth\n", text), 1u);
+    EXPECT_TRUE(contains(text, "/Arial findfont 1 scalefont\n"));
+    EXPECT_TRUE(contains(text, "()\tshow\n"));
+    EXPECT_TRUE(contains(text, "(a  b\\\\\\))\tshow\n"));
+    const std::string path = pathOf(" (1)\n.ps");
+    printedBy([&] { Visualizer2 vis(path); });
+    const std::string shown = pathOf(" \\(1\\) .ps");
+    EXPECT_EQ(readFile(path).substr(0, 400), prologOf(pathOf(" (1) .ps"), shown).substr(0, 400));
+    std::remove(path.c_str());
+}
+
+TEST(Visualizer2, TheGlobalLocaleDoesNotMatter) {
+    struct Comma : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const auto scene = [](Visualizer2& vis) {
+        vis.addObject(Segment2(Point2(0.5, 0, 0), Point2(12345.5, 1, 0)), Color(CPINK));
+        vis.addObject(Label(Point2(1, 1, 0), "x", false, 12345), Color());
+    };
+    const std::string expected = drawn(scene);
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
+    const std::string text = drawn(scene);
+    std::locale::global(before);
+    EXPECT_EQ(text, expected);
+}

@@ -1,0 +1,15 @@
+# Fails unless taro25d.h includes every other public header. Argument: the folder of the public headers.
+
+set(folder ${CMAKE_ARGV3})
+file(GLOB headers RELATIVE ${folder} ${folder}/*.h)
+list(REMOVE_ITEM headers taro25d.h)
+file(READ ${folder}/taro25d.h umbrella)
+foreach(header IN LISTS headers)
+  string(FIND "${umbrella}" "#include \"taro25d/${header}\"" place)
+  if(place EQUAL -1)
+    list(APPEND missing ${header})
+  endif()
+endforeach()
+if(missing)
+  message(FATAL_ERROR "taro25d.h does not include: ${missing}")
+endif()
