@@ -230,8 +230,7 @@ Contest bulk(Points vInput) {
 Contest bulkIndexed(Points vInput) {
     auto pOurs = std::make_shared<const Points>(std::move(vInput));
     auto pCgal = std::make_shared<std::vector<std::pair<CgalPoint, unsigned>>>();
-    for (const Point2& point : *pOurs)
-        pCgal->emplace_back(CgalPoint(point.x(), point.y()), unsigned(pCgal->size()));
+    for (const Point2& point : *pOurs) pCgal->emplace_back(CgalPoint(point.x(), point.y()), unsigned(pCgal->size()));
     return {[pOurs] { return ourBulk(*pOurs); }, [pCgal] { return cgalBulk<IndexedDelaunay>(*pCgal); }};
 }
 
@@ -247,8 +246,7 @@ Contest single(Points vExisting, Points vInput) {
     auto pInput = std::make_shared<const Points>(std::move(vInput));
     auto pCgalExisting = std::make_shared<const CgalPoints>(toCgal(*pExisting));
     auto pCgalInput = std::make_shared<const CgalPoints>(toCgal(*pInput));
-    return {[=] { return ourSingle(*pExisting, *pInput); },
-            [=] { return cgalSingle(*pCgalExisting, *pCgalInput); }};
+    return {[=] { return ourSingle(*pExisting, *pInput); }, [=] { return cgalSingle(*pCgalExisting, *pCgalInput); }};
 }
 
 template <class Triangulation>
@@ -259,8 +257,7 @@ Contest location(const Points& vPoints, Points vInput, bool bFromLast) {
     auto pCgal = std::make_shared<Triangulation>(vCgalPoints.begin(), vCgalPoints.end());
     auto pQueries = std::make_shared<const Points>(std::move(vInput));
     auto pCgalQueries = std::make_shared<const CgalPoints>(toCgal(*pQueries));
-    return {[=] { return ourLocate(*pTaro, *pQueries); },
-            [=] { return cgalLocate(*pCgal, *pCgalQueries, bFromLast); }};
+    return {[=] { return ourLocate(*pTaro, *pQueries); }, [=] { return cgalLocate(*pCgal, *pCgalQueries, bFromLast); }};
 }
 
 Points inCurveOrder(Points vPoints) {
@@ -277,8 +274,7 @@ std::vector<Row> makeRows(double scale) {
     const char* const cgalHierarchy = "`Triangulation_hierarchy_2`";
     constexpr auto cpu = &Sample::cpu, peak = &Sample::peak;
     return {
-        {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu,
-         [=] { return bulk(uniform(million)); }},
+        {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu, [=] { return bulk(uniform(million)); }},
         {"bulk-uniform-index", "bulk, 1,000,000 uniform", cgalIndexed, 0.38, cpu,
          [=] { return bulkIndexed(uniform(million)); }},
         {"bulk-clustered", "bulk, 1,000,000 in 200 gaussian clusters", cgalRange, 0.55, cpu,
@@ -368,8 +364,8 @@ std::string describe(const std::vector<Sample>& vSamples, bool bMemory) {
     if (bMemory)
         text << std::setprecision(0) << median(vSamples, &Sample::peak) << " B";
     else
-        text << std::setprecision(3) << median(vSamples, &Sample::cpu) << " s ("
-             << median(vSamples, &Sample::wall) << ")";
+        text << std::setprecision(3) << median(vSamples, &Sample::cpu) << " s (" << median(vSamples, &Sample::wall)
+             << ")";
     return text.str();
 }
 
@@ -379,10 +375,9 @@ std::string tableLine(const Row& row, const Outcome& outcome) {
     const double judged = bMemory ? median(outcome.vOurs, row.measure) : ratio;
     const auto [lowest, highest] = std::minmax_element(outcome.vRatios.begin(), outcome.vRatios.end());
     std::ostringstream line;
-    line << "| " << row.name << " | " << row.work << " | " << row.reference << " | "
-         << describe(outcome.vOurs, bMemory) << " | " << describe(outcome.vReference, bMemory)
-         << " | at most " << row.goal << (bMemory ? " B" : " x") << " | " << std::fixed
-         << std::setprecision(3) << ratio << " (" << *lowest << " to " << *highest << ") | "
+    line << "| " << row.name << " | " << row.work << " | " << row.reference << " | " << describe(outcome.vOurs, bMemory)
+         << " | " << describe(outcome.vReference, bMemory) << " | at most " << row.goal << (bMemory ? " B" : " x")
+         << " | " << std::fixed << std::setprecision(3) << ratio << " (" << *lowest << " to " << *highest << ") | "
          << (judged <= row.goal ? "yes" : "**no**") << " |\n";
     return line.str();
 }

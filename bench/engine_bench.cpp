@@ -81,9 +81,8 @@ void timeQueries(State& state, QueryOrder order, Query query) {
 }
 
 void location(State& state, QueryOrder order) {
-    timeQueries(state, order, [](const Taro_2D& taro, const Point2& query) {
-        benchmark::DoNotOptimize(taro.locate(query));
-    });
+    timeQueries(state, order,
+                [](const Taro_2D& taro, const Point2& query) { benchmark::DoNotOptimize(taro.locate(query)); });
 }
 
 void height(State& state, QueryOrder order) {
@@ -115,8 +114,7 @@ Orientation2 orientationOfTriangulation(const Point2* p0, const Point2* p1, cons
     return taro.getOrientation(*p0, *p1, *p2);
 }
 
-void orientation(State& state, Orientation2 (*test)(const Point2*, const Point2*, const Point2*),
-                 Triples (*make)()) {
+void orientation(State& state, Orientation2 (*test)(const Point2*, const Point2*, const Point2*), Triples (*make)()) {
     const Triples vTriples = make();
     std::size_t next = 0;
     for (auto _ : state) {
@@ -150,8 +148,7 @@ void addInsertions() {
 }
 
 void addQueries() {
-    for (const auto& [order, name] :
-         {std::pair(QUERY_RANDOM, "random"), std::pair(QUERY_ALONG_CURVE, "alongCurve")}) {
+    for (const auto& [order, name] : {std::pair(QUERY_RANDOM, "random"), std::pair(QUERY_ALONG_CURVE, "alongCurve")}) {
         add(std::string("location/") + name, location, order);
         add(std::string("height/") + name, height, order);
     }

@@ -175,8 +175,7 @@ inline Triples randomTriples() {
 inline Triples surveyTriples() {
     return makeTriples([](Random& random, Triple& triple) {
         const double x = random.between(4.5e5, 4.6e5), y = random.between(5.2e6, 5.3e6);
-        for (Point2& point : triple)
-            point.set(x + random.between(0.0, 5.0), y + random.between(0.0, 5.0), 0.0);
+        for (Point2& point : triple) point.set(x + random.between(0.0, 5.0), y + random.between(0.0, 5.0), 0.0);
     });
 }
 

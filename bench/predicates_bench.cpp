@@ -40,8 +40,7 @@ void setAround(Random& random, Quadruple& quadruple, double x, double y, Radius 
 
 Quadruples randomQuadruples() {
     return makeQuadruples([](Random& random, Quadruple& quadruple) {
-        setAround(random, quadruple, random.unit(), random.unit(),
-                  [&] { return random.between(0.0005, 0.001); });
+        setAround(random, quadruple, random.unit(), random.unit(), [&] { return random.between(0.0005, 0.001); });
     });
 }
 
@@ -63,8 +62,7 @@ Quadruples nearlyCocircularQuadruples() {
 Quadruples gridCellQuadruples() {
     return makeQuadruples([](Random& random, Quadruple& quadruple) {
         const double x = double(random.below(1000)), y = double(random.below(1000));
-        quadruple = {Point2(x, y, 0.0), Point2(x + 1, y, 0.0), Point2(x + 1, y + 1, 0.0),
-                     Point2(x, y + 1, 0.0)};
+        quadruple = {Point2(x, y, 0.0), Point2(x + 1, y, 0.0), Point2(x + 1, y + 1, 0.0), Point2(x, y + 1, 0.0)};
     });
 }
 
@@ -95,15 +93,13 @@ void timePredicate(State& state, const std::vector<Arguments>& vArguments, Test 
 }
 
 void orientation(State& state, Triples (*make)()) {
-    timePredicate(state, make(), [](GeomTest& geomTest, const Triple& p) {
-        return geomTest.getOrientation2(&p[0], &p[1], &p[2]);
-    });
+    timePredicate(state, make(),
+                  [](GeomTest& geomTest, const Triple& p) { return geomTest.getOrientation2(&p[0], &p[1], &p[2]); });
 }
 
 void intervalOrientation(State& state, Triples (*make)()) {
-    timePredicate(state, make(), [](GeomTest& geomTest, const Triple& p) {
-        return geomTest.dynamicFilterOri2(&p[0], &p[1], &p[2]);
-    });
+    timePredicate(state, make(),
+                  [](GeomTest& geomTest, const Triple& p) { return geomTest.dynamicFilterOri2(&p[0], &p[1], &p[2]); });
 }
 
 void rationalOrientation(State& state, Triples (*make)()) {

@@ -73,9 +73,7 @@ void Bbox2::getBounds(double& minX, double& minY, double& maxX, double& maxY) co
     maxY = maxY_;
 }
 
-Point2 Bbox2::computeCenter() const {
-    return Point2(0.5 * minX_ + 0.5 * maxX_, 0.5 * minY_ + 0.5 * maxY_, 0.0);
-}
+Point2 Bbox2::computeCenter() const { return Point2(0.5 * minX_ + 0.5 * maxX_, 0.5 * minY_ + 0.5 * maxY_, 0.0); }
 
 void Bbox2::getOffsetCorners(double offset, std::vector<Point2>& vCorners) const {
     const double minX = minX_ - offset, minY = minY_ - offset, maxX = maxX_ + offset, maxY = maxY_ + offset;

@@ -36,9 +36,7 @@ static_assert(sizeof(aNamedColor) / sizeof(Rgb) == CWHITE + 1, "one entry for ea
 
 auto fields(const Color& c) { return std::tie(c.r, c.g, c.b, c.width, c.bFill); }
 
-Colorname nextName(Colorname name) {
-    return static_cast<Colorname>((name + (name < CCYAN ? 1 : 2)) % CYELLOW);
-}
+Colorname nextName(Colorname name) { return static_cast<Colorname>((name + (name < CCYAN ? 1 : 2)) % CYELLOW); }
 
 }  // namespace
 
@@ -49,8 +47,7 @@ Color::Color(double r, double g, double b, double width, bool bFill)
       width(static_cast<float>(width)),
       bFill(bFill) {}
 
-Color::Color(Colorname name, float width, bool bFill)
-    : r(0.0f), g(0.0f), b(0.0f), width(width), bFill(bFill) {
+Color::Color(Colorname name, float width, bool bFill) : r(0.0f), g(0.0f), b(0.0f), width(width), bFill(bFill) {
     if (name < CRED || name > CWHITE) {
         warning("Color::Color", "Colorname unknown, returning black");
         return;

@@ -16,9 +16,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <numeric>
 #include <thread>
 
+#include "InserterMT.h"
 #include "diagnostics.h"
+#include "links.h"
+#include "parallel.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "tools.h"
 
@@ -28,6 +32,7 @@ namespace {
 
 constexpr int HILBERT_BITS = 30;
 constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
+constexpr size_t MIN_VERTICES_FOR_THREADS = 1000;
 constexpr int MAX_ORDERED_STEPS = 1000;
 
 constexpr int CODE_INSIDE = -1;
@@ -39,16 +44,25 @@ std::string& filenamePrefix() {
     return prefix;
 }
 
-/// The index under which pT is linked in its neighbour pN.
-inline int indexOfNeighbour(const Triangle2* pN, const Triangle2* pT) {
-    return static_cast<int>(pN->getOppositeTriangle(1) == pT) +
-           2 * static_cast<int>(pN->getOppositeTriangle(2) == pT);
+HC2 makeCurve(const Bbox2& box) {
+    return HC2(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), HILBERT_BITS);
 }
 
-/// Links edge i of pT and the edge under which pOldT is linked in pN. A null neighbour is the hull.
-inline void relink(Triangle2* pT, int i, Triangle2* pN, const Triangle2* pOldT) {
-    pT->setOppositeTriangle(i, pN);
-    if (pN) pN->setOppositeTriangle(indexOfNeighbour(pN, pOldT), pT);
+/// Narrows a range to where nine tenths of a sample lie, with room for their extent on both sides. What is left out gets
+/// the keys of border cells; without this, one stray point would flatten the cells of all others.
+void leaveStraysOut(std::vector<double>& vSample, double& min, double& max) {
+    constexpr size_t MIN_SAMPLE_SIZE = 64;
+    if (vSample.size() < MIN_SAMPLE_SIZE) return;
+    const auto quantile = [&vSample](size_t rank) {
+        const auto place = vSample.begin() + static_cast<std::ptrdiff_t>(rank);
+        std::nth_element(vSample.begin(), place, vSample.end());
+        return *place;
+    };
+    const double low = quantile(vSample.size() / 20), high = quantile(vSample.size() - 1 - vSample.size() / 20);
+    const double room = high - low;
+    if (!(room > 0.0)) return;
+    min = std::max(min, low - room);
+    max = std::min(max, high + room);
 }
 
 inline void setTriangle(Triangle2* pT, Point2* p0, Point2* p1, Point2* p2) {
@@ -166,11 +180,43 @@ void Dt2::storeRecycledT(const std::vector<Triangle2*>& vTriangles) {
 // ---------------------------------------------------------------------------------------------------------------------
 // One point
 
-void Dt2::reconfigure() {
+Bbox2 Dt2::chooseCurveBox(const PointSource* pComing) const {
+    constexpr size_t SAMPLE_SIZE = 1000;
+    std::vector<double> vX, vY;
+    const auto addSample = [&](size_t n, const auto& pointAt) {
+        for (size_t k = 0, size = std::min(n, SAMPLE_SIZE); k < size; ++k) {
+            const Point2 point = pointAt(n / size * k + n % size * k / size);
+            if (!isFinite(point)) continue;
+            vX.push_back(point.x());
+            vY.push_back(point.y());
+        }
+    };
+    const auto& vItems = vertexVault_.getData();
+    addSample(vItems.size(), [&](size_t i) { return *vItems[i]->vtx; });
+    if (pComing) addSample(pComing->size(), [&](size_t i) { return (*pComing)[i]; });
     double minX, minY, maxX, maxY;
     insertionBox_.getBounds(minX, minY, maxX, maxY);
-    hilbertCurve_ = HC2(minX, minY, maxX, maxY, HILBERT_BITS);
+    leaveStraysOut(vX, minX, maxX);
+    leaveStraysOut(vY, minY, maxY);
+    return Bbox2(minX, minY, maxX, maxY);
+}
+
+void Dt2::reconfigure(const PointSource* pComing) {
+    curveBox_ = chooseCurveBox(pComing);
+    hilbertCurve_ = makeCurve(curveBox_);
     vertexVault_.reconfiguration();
+}
+
+bool Dt2::refreshHilbertCurve() {
+    const Bbox2 box = chooseCurveBox(nullptr);
+    const auto differ = [](double a, double b) { return a > 4.0 * b || b > 4.0 * a; };
+    if (!differ(box.getMaxX() - box.getMinX(), curveBox_.getMaxX() - curveBox_.getMinX()) &&
+        !differ(box.getMaxY() - box.getMinY(), curveBox_.getMaxY() - curveBox_.getMinY())) {
+        return false;
+    }
+    curveBox_ = box;
+    hilbertCurve_ = makeCurve(curveBox_);
+    return true;
 }
 
 void Dt2::enlargeBoxForPoint(const Point2& point) {
@@ -190,10 +236,20 @@ Point2* Dt2::insert(const Point2& point) {
     Point2* pVtx = createVertex(point);
     const unsigned key = hilbertCurve_.iReset(point.x(), point.y());
     vertexVault_.addItem(key, pVtx);
-    insertVertex(pVtx, vertexVault_.getCloseTriangle(key, point.x(), point.y()));
+    insertVertex(pVtx, getStartTriangle(key, point));
     if (!vertexVault_.dupIsClean()) return vertexVault_.treatOneDupGetHandle(pVtx);
+    pLastVtx_ = pVtx;
     vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
+}
+
+Triangle2* Dt2::getStartTriangle(unsigned key, const Point2& point) const {
+    Triangle2* pT = vertexVault_.getCloseTriangle(key, point.x(), point.y());
+    // Points that come in the order of a survey are near the last one, which the sorted part of the vault does not
+    // know yet. (A vertex that was removed meanwhile has no triangle, or is another vertex by now.)
+    if (!pLastVtx_ || !pLastVtx_->getIncidentTriangle()) return pT;
+    const bool bNearer = sqDistance2D(*pLastVtx_, point) < sqDistance2D(*pT->getCorner(0), point);
+    return bNearer ? pLastVtx_->getIncidentTriangle() : pT;
 }
 
 Point2* Dt2::insertWhileCollinear(const Point2& point) {
@@ -208,12 +264,17 @@ bool Dt2::createFullDimTriangle(size_t numPreExistingVtx) {
     TARO_ASSERT_TEXT(!vertexVault_.isFullDimensional(), "!vertexVault.bFullDimensional");
     Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
     if (!vertexVault_.getThreeInitialPoints(p0, p1, p2)) return false;
-    vertexVault_.setFullDimensional(true);
-    if (numPreExistingVtx == 0) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
-    Triangle2* pT = createTriangle(p0, p1, p2);
-    progress_.incProgress(3);
     const size_t numVertices = vertexVault_.getSize();
     TARO_ASSERT_TEXT(numPreExistingVtx <= numVertices, "numPreExistingVtx<=(size_t)distance(startIt,stopIt)");
+    vertexVault_.setFullDimensional(true);
+    if (numPreExistingVtx == 0) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    Triangle2* pT = nullptr;
+    if (vertexVault_.hasFakeBox()) {
+        pT = triangulateFakeBox();
+    } else {
+        pT = createTriangle(p0, p1, p2);
+        progress_.incProgress(3);
+    }
     const ItemIterator start = vertexVault_.getData().data();
     triangulateGate(start, start + numPreExistingVtx, pT);
     triangulateGate(start + numPreExistingVtx, start + numVertices, pT);
@@ -235,14 +296,14 @@ Triangle2* Dt2::insertVertex(Point2*& pVtx, Triangle2* pHint) {
     return pT;
 }
 
-int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
+int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest) {
     TARO_ASSERT_TEXT(pT != nullptr, "pStartTriangle!=__null");
     idx = -1;
     int i = 0;
     int numEdges = 3;  // still to be tested in this triangle, from edge i on
     for (int numSteps = 0; numEdges > 0;) {
         const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
-        const Orientation2 ori = geomTest_.getOrientation2(pT->getCorner(afterNext), pT->getCorner(next), p);
+        const Orientation2 ori = geomTest.getOrientation2(pT->getCorner(afterNext), pT->getCorner(next), p);
         if (ori == ORIENTATION2_CCW) {
             Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN) return i;
@@ -261,7 +322,7 @@ int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const
             }
             idx = i;
             if (!pT->getOppositeTriangle(i)) {
-                const int code = locateCoplanarExtension(p, pT, idx);
+                const int code = locateCoplanarExtension(p, pT, i, geomTest);
                 if (code != CODE_WALK_ON) return code;
                 i = 0;
                 numEdges = 3;
@@ -275,10 +336,10 @@ int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const
     return CODE_INSIDE;
 }
 
-int Dt2::locateCoplanarExtension(const Point2* p, Triangle2*& pT, int& idx) const {
+int Dt2::locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest) {
     for (const int i : {incIndexBy1(idx), incIndexBy2(idx)}) {
         const Orientation2 ori =
-            geomTest_.getOrientation2(pT->getCorner(incIndexBy2(i)), pT->getCorner(incIndexBy1(i)), p);
+            geomTest.getOrientation2(pT->getCorner(incIndexBy2(i)), pT->getCorner(incIndexBy1(i)), p);
         if (ori != ORIENTATION2_CCW) continue;
         Triangle2* pN = pT->getOppositeTriangle(i);
         if (!pN) return i;
@@ -329,8 +390,8 @@ void Dt2::initVCheckT24(Triangle2* pT, Point2* v, int idx) {
     Triangle2* pNeigA = pT->getOppositeTriangle(idx);
     TARO_ASSERT_TEXT(pNeigA != nullptr, "pNeigA!=__null");
     const int idxN = indexOfNeighbour(pNeigA, pT);
-    Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)),
-           *c = pT->getCorner(incIndexBy2(idx)), *d = pNeigA->getCorner(idxN);
+    Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)), *c = pT->getCorner(incIndexBy2(idx)),
+           *d = pNeigA->getCorner(idxN);
     Triangle2 *pAcrossCA = pT->getOppositeTriangle(incIndexBy1(idx)),
               *pAcrossAB = pT->getOppositeTriangle(incIndexBy2(idx)),
               *pAcrossBD = pNeigA->getOppositeTriangle(incIndexBy1(idxN)),
@@ -359,8 +420,7 @@ void Dt2::legalize(const Point2* v) {
         Triangle2* pT = vFlipStack_.back();
         Triangle2* pN = pT->getOppositeTriangle(0);
         const int j = pN ? indexOfNeighbour(pN, pT) : 0;
-        const bool bFlip = pN &&
-                           geomTest_.circleInc(pN->getCorner(j), pT->getCorner(2), pT->getCorner(1), v) &&
+        const bool bFlip = pN && geomTest_.circleInc(pN->getCorner(j), pT->getCorner(2), pT->getCorner(1), v) &&
                            !isConstraintEdge(pT, 0) && !bFlipsSuppressed_;
         if (bFlip) {
             flipEdge(pT, 0, pN, j);
@@ -425,8 +485,7 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int idx) {
 
 void Dt2::splitHullEdge(Point2* v, Triangle2* pT, int idx) {
     // v on the hull edge b-c of (a, b, c) makes (v, a, b) and (v, c, a).
-    Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)),
-           *c = pT->getCorner(incIndexBy2(idx));
+    Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)), *c = pT->getCorner(incIndexBy2(idx));
     Triangle2 *pAcrossCA = pT->getOppositeTriangle(incIndexBy1(idx)),
               *pAcrossAB = pT->getOppositeTriangle(incIndexBy2(idx));
     Triangle2* pCA = createTriangle(v, c, a);
@@ -445,9 +504,8 @@ void Dt2::splitHullEdge(Point2* v, Triangle2* pT, int idx) {
 
 void Dt2::determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
                                  const Point2* v) const {
-    for (toPreviousHullEdge(pT, idx);
-         geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v) ==
-         ORIENTATION2_CW;
+    for (toPreviousHullEdge(pT, idx); geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)),
+                                                                pT->getCorner(incIndexBy2(idx)), v) == ORIENTATION2_CW;
          toPreviousHullEdge(pT, idx)) {
         vPatch.emplace_back(pT, idx);
     }
@@ -455,9 +513,8 @@ void Dt2::determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch
 
 void Dt2::determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
                                   const Point2* v) const {
-    for (toNextHullEdge(pT, idx);
-         geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v) ==
-         ORIENTATION2_CW;
+    for (toNextHullEdge(pT, idx); geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)),
+                                                            pT->getCorner(incIndexBy2(idx)), v) == ORIENTATION2_CW;
          toNextHullEdge(pT, idx)) {
         vPatch.emplace_back(pT, idx);
     }
@@ -487,33 +544,42 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>&
 }
 
 void Dt2::enlargeBoxForBulk(const PointSource& source) {
-    Bbox2 box;
-    size_t numRefused = 0;
-    for (size_t i = 0; i < source.size(); ++i) {
-        const Point2 point = source[i];
-        if (isFinite(point)) {
-            box.add(point);
-        } else {
-            ++numRefused;
+    const size_t numParts = numParallelParts(numCPU_, source.size());
+    std::vector<Bbox2> vBoxes(numParts);
+    std::vector<size_t> vNumRefused(numParts, 0);
+    parallelFor(numCPU_, source.size(), [&](size_t begin, size_t end, int part) {
+        Bbox2 box;
+        for (size_t i = begin; i < end; ++i) {
+            const Point2 point = source[i];
+            if (isFinite(point)) {
+                box.add(point);
+            } else {
+                ++vNumRefused[static_cast<size_t>(part)];
+            }
         }
+        vBoxes[static_cast<size_t>(part)] = box;
+    });
+    Bbox2 box;
+    for (const Bbox2& partBox : vBoxes) {
+        if (partBox.isValid()) box + partBox;
     }
+    const size_t numRefused = std::accumulate(vNumRefused.begin(), vNumRefused.end(), size_t(0));
     if (numRefused > 0) {
-        warning("Dt2::insertVector()",
-                "non-finite coordinates, points refused: " + std::to_string(numRefused));
+        warning("Dt2::insertVector()", "non-finite coordinates, points refused: " + std::to_string(numRefused));
     }
-    if (!box.isValid() ||
-        (insertionBox_.isInBox(box.getMinPoint()) && insertionBox_.isInBox(box.getMaxPoint())))
+    if (!box.isValid() || (insertionBox_.isInBox(box.getMinPoint()) && insertionBox_.isInBox(box.getMaxPoint())))
         return;
+    // A box that grows again and again is doubled, or each batch would cost as much as all before it.
+    const bool bGrowsAgain = insertionBox_.isValid();
     insertionBox_.add(box.getMinPoint());
     insertionBox_.add(box.getMaxPoint());
-    reconfigure();
+    if (bGrowsAgain) insertionBox_.doubleTheBox();
+    reconfigure(&source);
 }
 
 void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     const size_t n = source.size();
     if (n == 0) return;
-    vertexPool_.expect(n);
-    trianglePool_.expect(2 * n + 3);
     TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
     enlargeBoxForBulk(source);
     const size_t numSteps = n + n / 10;
@@ -522,22 +588,49 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     vertexVault_.iReset_vector(source, aHandles);
     progress_.incProgress(n / 10);
     const size_t numItems = vertexVault_.getSize();
+    trianglePool_.expect(2 * (numItems - numPreExisting) + 3, numCPU_ == 1);
+    const bool bInBox = isWorthThreads(numItems - numPreExisting) && vertexVault_.createFakeBox(insertionBox_);
     if (!vertexVault_.isFullDimensional()) {
         createFullDimTriangle(numPreExisting);
     } else if (numPreExisting < numItems) {
+        if (bInBox) insertFakeBox();
         const ItemIterator start = vertexVault_.getData().data();
         const IdxVtxAct* pFirst = start[numPreExisting];
         triangulateGate(start + numPreExisting, start + numItems,
                         vertexVault_.getCloseTriangle(pFirst->idx, pFirst->vtx->x(), pFirst->vtx->y()));
     }
-    vertexVault_.treatDupsAndHandles(aHandles, aHandles ? n : 0);
+    if (bInBox) vertexVault_.removeFakeBox();
+    vertexVault_.treatDupsAndHandles(numPreExisting, aHandles, aHandles ? n : 0);
     TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
     vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     progress_.finish();
 }
 
+bool Dt2::isWorthThreads(size_t numVertices) const { return numCPU_ >= 2 && numVertices >= MIN_VERTICES_FOR_THREADS; }
+
 void Dt2::triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
-    triangulateRec(begin, end, pStartT);
+    if (vertexVault_.hasFakeBox() && isWorthThreads(static_cast<size_t>(end - begin))) {
+        InserterMT(this).go(begin, end, vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle());
+    } else {
+        triangulateRec(begin, end, pStartT);
+    }
+}
+
+Triangle2* Dt2::triangulateFakeBox() {
+    Point2* corner[4];
+    for (size_t i = 0; i < 4; ++i) corner[i] = vertexVault_.getFakeBoxCorner(i);
+    Triangle2* pT = createTriangle(corner[0], corner[1], corner[2]);
+    Triangle2* pN = createTriangle(corner[0], corner[2], corner[3]);
+    pT->setOppositeTriangle(1, pN);
+    pN->setOppositeTriangle(2, pT);
+    return pT;
+}
+
+void Dt2::insertFakeBox() {
+    for (size_t i = 0; i < 4; ++i) {
+        Point2* pCorner = vertexVault_.getFakeBoxCorner(i);
+        insertVertex(pCorner, i == 0 ? getOneValidTriangle() : vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle());
+    }
 }
 
 void Dt2::triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {

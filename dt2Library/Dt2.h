@@ -7,6 +7,7 @@
 
 #include "GeomTest.h"
 #include "HC2.h"
+#include "MinTree.h"
 #include "Progress.h"
 #include "SimplePool.h"
 #include "VertexVault.h"
@@ -58,7 +59,11 @@ class Dt2 {
     /// Walks from pT to the triangle that p hits. Returns -1 with pT containing p strictly (idx -1) or on its
     /// inner edge idx; 0 to 2 with p outside the hull across that edge of pT, or on that hull edge; 4 with p
     /// equal to a corner. Visibility walk with the edge of entry left out (Devillers, Pion, Teillaud 2002).
-    int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const;
+    int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
+        return locateConflictTriangle(p, pT, idx, geomTest_);
+    }
+    /// The same with other predicates, so that several threads may walk through a mesh at rest.
+    static int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest);
 
     /// A place in a list of vault items.
     using ItemIterator = IdxVtxAct* const*;
@@ -88,6 +93,11 @@ class Dt2 {
     void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
     void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
 
+    RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
+    RecordSupply<Point2> takeVertexRecords(size_t n) {
+        vertexPool_.expect(n, numCPU_ == 1);
+        return {vertexPool_, vRecycledVertices_, n};
+    }
     Point2* createVertex(const Point2& point);
     void recycleVertex(Point2* pVtx) { vRecycledVertices_.push_back(pVtx); }
 
@@ -96,6 +106,9 @@ class Dt2 {
         return std::isfinite(point.x()) && std::isfinite(point.y()) && std::isfinite(point.z());
     }
     const HC2& getHilbertCurve() const { return hilbertCurve_; }
+    /// Lays the curve anew if it has become far too wide or too narrow for the vertices. The keys are not changed;
+    /// returns whether they have to be.
+    bool refreshHilbertCurve();
     GeomTest& getGeomTest() const { return geomTest_; }
     VertexVault& getVertexVault() { return vertexVault_; }
 
@@ -120,9 +133,7 @@ class Dt2 {
     /// A live triangle; null when there are none.
     Triangle2* getOneValidTriangle() const { return vertexVault_.getOneValidTriangle(); }
     size_t numberOfPoints() const { return vertexVault_.computeNumberOfPoints(); }
-    void getVertexPointers(std::vector<Point2*>& vVertices) const {
-        vertexVault_.getVertexPointers(vVertices);
-    }
+    void getVertexPointers(std::vector<Point2*>& vVertices) const { vertexVault_.getVertexPointers(vVertices); }
     /// The vertex with the x and y of a point; null if there is none.
     Point2* getVertexPointer(const Point2& point) const;
     bool is2D() const { return vertexVault_.isFullDimensional(); }
@@ -139,6 +150,8 @@ class Dt2 {
     void remove(Point2* pVtx);
     /// The same for a vertex on the hull. With false the caller restores the Delaunay property.
     void remove_CHVersion(Point2* pVtx, bool bRestoreDelaunay);
+    /// The same for the mesh alone: the vertex stays in the vault, if it is there at all.
+    void takeOutHullVertex(Point2* pVtx, bool bRestoreDelaunay);
     /// With t = (v, p, q) and the next triangle around v (v, q, d): makes them (p, q, d) and (p, d, v), if
     /// the first is counterclockwise and the second not clockwise. Returns the second one, or null if nothing
     /// has been done.
@@ -161,10 +174,16 @@ class Dt2 {
 
     void enlargeBoxForPoint(const Point2& point);
     void enlargeBoxForBulk(const PointSource& source);
-    void reconfigure();
+    bool isWorthThreads(size_t numVertices) const;
+    Triangle2* triangulateFakeBox();
+    void insertFakeBox();
+    /// Lays the curve anew over the insertion box and recomputes all keys; pComing are points about to be inserted.
+    void reconfigure(const PointSource* pComing = nullptr);
+    Bbox2 chooseCurveBox(const PointSource* pComing) const;
     Point2* insertWhileCollinear(const Point2& point);
+    Triangle2* getStartTriangle(unsigned key, const Point2& point) const;
 
-    int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int& idx) const;
+    static int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest);
     Triangle2* triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int code);
     void initVCheckT13(Triangle2* pT, Point2* v);
     void initVCheckT24(Triangle2* pT, Point2* v, int idx);
@@ -187,32 +206,28 @@ class Dt2 {
     // ---- Dt2_remove.cpp
     // ---------------------------------------------------------------------------------------------
 
-    /// What flipForRemove would cut off at a triangle around the vertex that is being removed.
-    struct Ear {
-        double rank;
-        Triangle2* pT;
-        const Point2 *pFrom, *pTo;
-
-        /// On a heap, the smallest rank comes first.
-        bool operator<(const Ear& other) const { return rank > other.rank; }
+    /// An edge from the vertex v that is being removed to a neighbour.
+    struct Rib {
+        Triangle2* pT;          // the triangle counterclockwise of it; null where there is none
+        double x, y;            // of the neighbour, relative to v
+        size_t previous, next;  // around v, as positions in vRibs_
     };
 
-    /// Fills vUmbrella_ with the triangles around the vertex, counterclockwise. False if it is on the hull;
-    /// then they go from one hull edge to the other.
-    bool collectUmbrella(const Point2* pVtx);
-    void removeInnerVertex(Point2* pVtx);
-    /// Flips as long as there are more than minDegree triangles and a flip is possible; returns how many are
-    /// left.
-    size_t reduceDegree(Point2* pVtx, size_t minDegree);
-    void offerEar(const Point2* pVtx, Triangle2* pT);
-    bool takeEar(const Point2* pVtx, Ear& ear);
-    [[noreturn]] void watchDogFailed(const Point2* pVtx);
-    void mergeUmbrella(const Point2* pVtx);
-    void takeOutUmbrella(const Point2* pVtx);
-    bool flipUnlessDelaunay(Triangle2* pT, int i);
+    /// Fills vUmbrella_ with the triangles around a vertex, counterclockwise. False if it is on the hull; then they go
+    /// from one hull edge to the other.
+    bool collectUmbrella(const Point2* v);
+    void removeInnerVertex(Point2* v);
+    /// Flips as long as there are more than minDegree triangles and a flip is possible; returns how many are left.
+    size_t reduceDegree(Point2* v, size_t minDegree);
+    void spreadUmbrella(const Point2* v);
+    double getRankOfEar(size_t i) const;
+    void dropRib(size_t i);
+    [[noreturn]] void watchDogFailed(const Point2* v);
+    void mergeUmbrella(const Point2* v);
+    void takeOutUmbrella(const Point2* v);
     void restoreDelaunay();
-    /// The end of each removal in a mesh.
-    void discardVertex(Point2* pVtx);
+    bool flipUnlessDelaunay(Triangle2* pT, int i);
+    void discardVertex(Point2* v);
 
     // ---- Dt2_check.cpp
     // ----------------------------------------------------------------------------------------------
@@ -228,16 +243,19 @@ class Dt2 {
 
     mutable GeomTest geomTest_;  // mutable: it holds scratch numbers, and location may raise its error bound
     Bbox2 insertionBox_;
+    Bbox2 curveBox_;  // what the curve lies over: the insertion box without its few stray points
     HC2 hilbertCurve_;
     SimplePool<Point2> vertexPool_;
     SimplePool<Triangle2> trianglePool_;  // also the list of all triangles; dead ones have no corners
     VertexVault vertexVault_;
     std::vector<Triangle2*> vRecycledTriangles_;
     std::vector<Point2*> vRecycledVertices_;
+    const Point2* pLastVtx_ = nullptr;    // the last one inserted singly
     std::vector<Triangle2*> vFlipStack_;  // empty between operations
     std::vector<std::pair<Triangle2*, int>> vHullPatch_;
-    std::vector<Triangle2*> vUmbrella_;  // the rest is the scratch of removal
-    std::vector<Ear> vEars_;             // a heap
+    std::vector<Triangle2*> vUmbrella_;  // this and the next three are scratch of removal
+    std::vector<Rib> vRibs_;
+    MinTree earRanks_;  // in the place of a rib, of the ear between its end and the end of the one after the next
     std::vector<Triangle2*> vNewTriangles_;
     std::vector<Triangle2*>* pvCreatedTriangles_ = nullptr;  // not owned; null: nobody wants to know
     bool bFlipsSuppressed_ = false;                          // while triangles are imported as they are

@@ -40,8 +40,8 @@ bool hasLink(const Triangle2& triangle, const Triangle2* pN) {
 bool isSharedEdge(const Triangle2& triangle, int i, const Triangle2& neighbour) {
     const int j = neighbour.getIntraTriangleIndex(&triangle);
     return neighbour.getCorner(incIndexBy1(j)) == triangle.getCorner(incIndexBy2(i)) &&
-           neighbour.getCorner(incIndexBy2(j)) == triangle.getCorner(incIndexBy1(i)) &&
-           neighbour.getCorner(j) && neighbour.getCorner(j) != triangle.getCorner(i);
+           neighbour.getCorner(incIndexBy2(j)) == triangle.getCorner(incIndexBy1(i)) && neighbour.getCorner(j) &&
+           neighbour.getCorner(j) != triangle.getCorner(i);
 }
 
 /// Broken triangles have no areas to print.
@@ -67,8 +67,7 @@ bool fail(const char* message, const Triangle2* pT, const Triangle2* pN = nullpt
 
 bool Dt2::checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const {
     if (!is2D()) {
-        warning("Dt2::checkValidity()",
-                "not fulldimensional yet (empty or all points collinear), Returning true");
+        warning("Dt2::checkValidity()", "not fulldimensional yet (empty or all points collinear), Returning true");
         return true;
     }
     std::vector<Triangle2*> vTriangles, vFailed;
@@ -107,8 +106,7 @@ bool Dt2::checkEmptyCircle(const Triangle2* pT) const {
         // The test is symmetric, so one side of each edge is enough.
         if (!pN || std::less<>()(pN, pT) || isConstraintEdge(pT, i)) continue;
         const Point2* pFar = pN->getCorner(pN->getIntraTriangleIndex(pT));
-        if (geomTest_.circleInc3state(pT, pFar) == CINC2_INCIRCLE)
-            bOk = fail("Sphere inclusion test failed ", pT, pN);
+        if (geomTest_.circleInc3state(pT, pFar) == CINC2_INCIRCLE) bOk = fail("Sphere inclusion test failed ", pT, pN);
     }
     return bOk;
 }
@@ -138,16 +136,15 @@ bool Dt2::checkHull(const std::vector<Triangle2*>& vTriangles) const {
     for (size_t k = 0; k < numHullEdges; ++k) {
         const auto& [pT, i] = vHullEdges[k];
         const auto& [pNext, j] = vHullEdges[(k + 1) % numHullEdges];
-        bConvex =
-            bConvex && geomTest_.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)),
-                                                 pNext->getCorner(incIndexBy2(j))) != ORIENTATION2_CW;
+        bConvex = bConvex && geomTest_.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)),
+                                                       pNext->getCorner(incIndexBy2(j))) != ORIENTATION2_CW;
     }
     if (!bConvex) std::cout << "The hull is not convex\n";
     if (numOpenEdges != numHullEdges) std::cout << "Edges without neighbor that are not on the hull\n";
     const bool bEuler = vTriangles.size() + numHullEdges + 2 == 2 * numberOfPoints();
     if (!bEuler) {
-        std::cout << "Euler's formula does not hold: " << numberOfPoints() << " vertices, "
-                  << vTriangles.size() << " triangles, " << numHullEdges << " hull edges\n";
+        std::cout << "Euler's formula does not hold: " << numberOfPoints() << " vertices, " << vTriangles.size()
+                  << " triangles, " << numHullEdges << " hull edges\n";
     }
     return bConvex && numOpenEdges == numHullEdges && bEuler;
 }
@@ -192,8 +189,8 @@ void Dt2::statistics(const std::string& name) const {
         << std::fixed << std::setprecision(2);
     for (size_t bin = 0; bin < numBins; ++bin) {
         const double share = numAllAngles > 0 ? 100.0 * aNumAngles[bin] / numAllAngles : 0.0;
-        out << std::setw(3) << bin * 10 << " - " << std::setw(3) << (bin + 1) * 10
-            << " degrees: " << std::setw(10) << aNumAngles[bin] << std::setw(8) << share << " %\n";
+        out << std::setw(3) << bin * 10 << " - " << std::setw(3) << (bin + 1) * 10 << " degrees: " << std::setw(10)
+            << aNumAngles[bin] << std::setw(8) << share << " %\n";
     }
     std::cout << out.str() << std::flush;
 }

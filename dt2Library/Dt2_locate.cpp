@@ -48,8 +48,7 @@ const Point2& getTrg(const Triangle2& triangle, int i) { return *triangle.getCor
 double getHeightOnPlane(const Triangle2& triangle, const Point2& place, double factor) {
     const Point2 &origin = *triangle.getCorner(0), &p = *triangle.getCorner(1), &q = *triangle.getCorner(2);
     const auto relative = [&](const Point2& point) {
-        return Vector2(factor * point.x() - factor * origin.x(), factor * point.y() - factor * origin.y(),
-                       0.0);
+        return Vector2(factor * point.x() - factor * origin.x(), factor * point.y() - factor * origin.y(), 0.0);
     };
     const Vector2 toP = relative(p), toQ = relative(q);
     const double scale = std::max(getBinaryScale(toP), getBinaryScale(toQ));
@@ -66,8 +65,7 @@ double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
 
 /// The mean of the heights on the two longest edges, or, when these disagree, false and the middle of the
 /// height range.
-bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double zMin, double zMax,
-                          double& height) {
+bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double zMin, double zMax, double& height) {
     std::array<std::pair<double, int>, 3> aEdges;
     for (int i = 0; i < 3; ++i) aEdges[i] = {distance2D(getSrc(triangle, i), getTrg(triangle, i)), i};
     std::sort(aEdges.begin(), aEdges.end());
@@ -103,8 +101,8 @@ bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double&
 
 /// The height of the nearest point of some hull edges, given as (triangle, index), unless it is farther than
 /// the tolerance.
-bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges, const Point2& place,
-                      double tolerance, double& height) {
+bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges, const Point2& place, double tolerance,
+                      double& height) {
     double bestDistance = tolerance;
     bool bFound = false;
     const auto offer = [&](const Point2& candidate) {
@@ -195,8 +193,7 @@ bool Dt2::getHeight(double x, double y, double& height, Triangle2* pApproxT, dou
 bool Dt2::getNearbyHeight(double x, double y, double& height, double tolerance) const {
     if (!is2D() || !std::isfinite(x) || !std::isfinite(y)) return false;
     const Bbox2& box = insertionBox_;
-    const double distanceToBox =
-        std::max({box.getMinX() - x, x - box.getMaxX(), box.getMinY() - y, y - box.getMaxY()});
+    const double distanceToBox = std::max({box.getMinX() - x, x - box.getMaxX(), box.getMinY() - y, y - box.getMaxY()});
     if (distanceToBox > tolerance) return false;
     const Point2 place(x, y, 0.0);
     Triangle2* pCurTriangle = nullptr;
@@ -216,14 +213,12 @@ Triangle2* Dt2::getAdjacentTriangle(Point2* p0, Point2* p1) const {
     TARO_ASSERT_TEXT(p0 != nullptr, "p0!=__null");
     TARO_ASSERT_TEXT(p1 != nullptr, "p1!=__null");
     TARO_ASSERT_TEXT(p0 != p1, "p0!=p1");
-    return findIncidentTriangle(p0, [p0, p1](const Triangle2* pT) {
-        return pT->getCorner(incIndexBy1(pT->getIntraTriangleIndex(p0))) == p1;
-    });
+    return findIncidentTriangle(
+        p0, [p0, p1](const Triangle2* pT) { return pT->getCorner(incIndexBy1(pT->getIntraTriangleIndex(p0))) == p1; });
 }
 
 bool Dt2::isEdge(Point2* p0, Point2* p1) const {
-    return p0 != p1 &&
-           findIncidentTriangle(p0, [p1](const Triangle2* pT) { return pT->hasVertex(p1); }) != nullptr;
+    return p0 != p1 && findIncidentTriangle(p0, [p1](const Triangle2* pT) { return pT->hasVertex(p1); }) != nullptr;
 }
 
 void Dt2::getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const {

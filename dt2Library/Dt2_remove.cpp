@@ -2,29 +2,32 @@
 //
 // The triangles around the vertex v form its umbrella. Where p, q, d are neighbours of v in a row, the flip
 // of the edge v-q turns two triangles of the umbrella into the ear (p, q, d), which no longer touches v, and
-// one that still does: the umbrella has shrunk by one. Around an inner vertex, this goes on until three
-// triangles are left, which merge into one; such a flip exists as long as there are more, provided that the
-// triangle that keeps v may be flat. At a hull vertex it goes on as long as there is an ear; then the
-// umbrella lies outside the hull of the other vertices and is taken out. (A vertex on a straight piece of the
-// hull ends with a single flat triangle.)
+// one that still does: the umbrella has lost a rib. Around an inner vertex this goes on until three triangles
+// are left, which merge into one. There always is such a flip before, provided that the triangle that keeps v
+// may become flat. At a hull vertex it goes on as long as there is an ear; what is left then lies outside the
+// hull of the other vertices and is taken out. (On a straight piece of the hull this is a single flat
+// triangle.)
 //
-// Which ear comes next decides how much work is left for the Lawson flips that make the new triangles
-// Delaunay: lift all points to the paraboloid and move v up. Each ear then becomes part of the lower hull
-// when v passes its plane, so the ears are taken in the order of the height of their planes over v, from a
-// heap (Devillers 1999). In exact arithmetic all ears would be Delaunay triangles at once; here the order is
-// computed with rounding, all decisions are exact, and the check afterwards finds next to nothing to flip.
-// Triangles outside the umbrella never change: their circles stay empty. So every edge that must be checked
-// is the base p-d of an ear.
+// The order of the ears decides how much work is left for the Lawson flips that make the new triangles
+// Delaunay. Lift all points to the paraboloid and move v up: an ear becomes part of the lower hull when v
+// passes its plane. So the ear whose plane is the lowest over v comes next, and in exact arithmetic every ear
+// would be Delaunay at once (Devillers 1999). Here heights are rounded, and beyond 1e75 they overflow, but
+// all decisions are exact: flips as well as the check afterwards, which finds next to nothing to flip.
+// Triangles outside the umbrella never change, because their circles stay empty; so the only edges to check
+// are those that ears were cut off along.
 //
-// A vertex of degree k costs O(k log k).
+// A vertex of degree k costs O(k log k), the heights being kept in a tournament tree. No memory is allocated
+// once the scratch vectors have grown to the largest degree.
 
 #include "Dt2.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iostream>
 #include <limits>
 
 #include "diagnostics.h"
+#include "links.h"
 #include "taro25d/Color.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Visualizer2.h"
@@ -34,49 +37,33 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The edge of an ear that a flip has created behind which the vertex is removed: corner 1 is the tip.
+constexpr double NO_EAR = std::numeric_limits<double>::infinity();
+constexpr double UNLIKELY_EAR = std::numeric_limits<double>::max();
+
+/// The edge that a flip has cut an ear off along: its tip is corner 1.
 constexpr int BASE_OF_EAR = 1;
 
-/// The index under which pT is linked in its neighbour pN.
-inline int indexOfNeighbour(const Triangle2* pN, const Triangle2* pT) {
-    return static_cast<int>(pN->getOppositeTriangle(1) == pT) +
-           2 * static_cast<int>(pN->getOppositeTriangle(2) == pT);
-}
-
-inline int indexOfVertex(const Triangle2* pT, const Point2* pVtx) {
-    return static_cast<int>(pT->getCorner(1) == pVtx) + 2 * static_cast<int>(pT->getCorner(2) == pVtx);
-}
-
-/// The next triangle around a corner, counterclockwise.
-inline Triangle2* getNext(const Triangle2* pT, const Point2* pVtx) {
-    return pT->getOppositeTriangle(incIndexBy1(indexOfVertex(pT, pVtx)));
-}
-
-inline Triangle2* getPrevious(const Triangle2* pT, const Point2* pVtx) {
-    return pT->getOppositeTriangle(incIndexBy2(indexOfVertex(pT, pVtx)));
-}
-
-/// Corners of a triangle of the umbrella, counterclockwise from v.
-inline Point2* getFirstNeighbour(const Triangle2* pT, const Point2* pVtx) {
-    return pT->getCorner(incIndexBy1(indexOfVertex(pT, pVtx)));
-}
-
-inline Point2* getSecondNeighbour(const Triangle2* pT, const Point2* pVtx) {
-    return pT->getCorner(incIndexBy2(indexOfVertex(pT, pVtx)));
-}
-
-/// How far above v, lifted to the paraboloid, the plane of the ear (p, q, d) passes. Infinite for what is no
-/// ear.
-inline double getRank(const Point2* v, const Point2* p, const Point2* q, const Point2* d) {
-    const double px = p->x() - v->x(), py = p->y() - v->y(), qx = q->x() - v->x(), qy = q->y() - v->y(),
-                 dx = d->x() - v->x(), dy = d->y() - v->y();
+/// The height over v, which is the origin, of the plane through p, q and d lifted to the paraboloid.
+double getRank(double px, double py, double qx, double qy, double dx, double dy) {
     const double pq = px * qy - py * qx, qd = qx * dy - qy * dx, pd = px * dy - py * dx;
     const double area = pq + qd - pd;
-    const double rank =
-        ((px * px + py * py) * qd - (qx * qx + qy * qy) * pd + (dx * dx + dy * dy) * pq) / area;
-    constexpr double inf = std::numeric_limits<double>::infinity();
-    return area > 0.0 && rank < inf ? rank : inf;
+    const double rank = ((px * px + py * py) * qd - (qx * qx + qy * qy) * pd + (dx * dx + dy * dy) * pq) / area;
+    return area > 0.0 && rank < UNLIKELY_EAR ? rank : UNLIKELY_EAR;
 }
+
+/// The corners of a triangle (v, first, second).
+Point2* getFirst(const Triangle2* pT, const Point2* v) { return pT->getCorner(incIndexBy1(indexOfVertex(pT, v))); }
+Point2* getSecond(const Triangle2* pT, const Point2* v) { return pT->getCorner(incIndexBy2(indexOfVertex(pT, v))); }
+
+/// The neighbours of a triangle (v, first, second): the next and the previous one around v, counterclockwise,
+/// and the one across the edge opposite v.
+Triangle2* getNext(const Triangle2* pT, const Point2* v) {
+    return pT->getOppositeTriangle(incIndexBy1(indexOfVertex(pT, v)));
+}
+Triangle2* getPrevious(const Triangle2* pT, const Point2* v) {
+    return pT->getOppositeTriangle(incIndexBy2(indexOfVertex(pT, v)));
+}
+Triangle2* getOuter(const Triangle2* pT, const Point2* v) { return pT->getOppositeTriangle(indexOfVertex(pT, v)); }
 
 }  // namespace
 
@@ -90,6 +77,7 @@ void Dt2::remove(Point2* pVtx) {
         warning("Dt2::remove()", "Illegal: Can't remove a constraint vertex");
         return;
     }
+    __builtin_prefetch(pVtx->getIncidentTriangle());
     vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     if (vertexVault_.getIdxOfActiveVtx(pVtx) == VertexVault::NOT_FOUND) {
         std::cout << *pVtx << "\n";
@@ -105,41 +93,50 @@ void Dt2::remove(Point2* pVtx) {
     }
 }
 
-bool Dt2::collectUmbrella(const Point2* pVtx) {
+bool Dt2::collectUmbrella(const Point2* v) {
     vUmbrella_.clear();
-    Triangle2* const pFirst = pVtx->getIncidentTriangle();
-    Triangle2* pT = pFirst;
+    Triangle2* const pStartT = v->getIncidentTriangle();
+    Triangle2 *pT = pStartT, *pScout = pStartT;
     do {
         vUmbrella_.push_back(pT);
-        pT = getNext(pT, pVtx);
-    } while (pT && pT != pFirst);
+        // What is wanted soon is fetched while the rotation waits for the next triangle; a scout goes the other way round.
+        __builtin_prefetch(getOuter(pT, v));
+        __builtin_prefetch(getFirst(pT, v));
+        if (pScout) pScout = getPrevious(pScout, v);
+        __builtin_prefetch(pScout);
+        pT = getNext(pT, v);
+    } while (pT && pT != pStartT);
     if (pT) return true;
-    const auto numAfterFirst = static_cast<std::ptrdiff_t>(vUmbrella_.size());
-    for (pT = getPrevious(pFirst, pVtx); pT; pT = getPrevious(pT, pVtx)) vUmbrella_.push_back(pT);
-    std::reverse(vUmbrella_.begin() + numAfterFirst, vUmbrella_.end());
-    std::rotate(vUmbrella_.begin(), vUmbrella_.begin() + numAfterFirst, vUmbrella_.end());
+    const auto numFromStart = static_cast<std::ptrdiff_t>(vUmbrella_.size());
+    for (pT = getPrevious(pStartT, v); pT; pT = getPrevious(pT, v)) vUmbrella_.push_back(pT);
+    std::reverse(vUmbrella_.begin() + numFromStart, vUmbrella_.end());
+    std::rotate(vUmbrella_.begin(), vUmbrella_.begin() + numFromStart, vUmbrella_.end());
     return false;
 }
 
-void Dt2::removeInnerVertex(Point2* pVtx) {
-    if (reduceDegree(pVtx, 3) > 3) watchDogFailed(pVtx);
-    mergeUmbrella(pVtx);
+void Dt2::removeInnerVertex(Point2* v) {
+    if (reduceDegree(v, 3) > 3) watchDogFailed(v);
+    mergeUmbrella(v);
     restoreDelaunay();
-    discardVertex(pVtx);
+    discardVertex(v);
 }
 
-void Dt2::remove_CHVersion(Point2* pVtx, bool bRestoreDelaunay) {
-    if (!pVtx->getIncidentTriangle()) throw TaroException();
-    collectUmbrella(pVtx);
-    reduceDegree(pVtx, 1);
-    takeOutUmbrella(pVtx);
+void Dt2::takeOutHullVertex(Point2* v, bool bRestoreDelaunay) {
+    collectUmbrella(v);
+    reduceDegree(v, 1);
+    takeOutUmbrella(v);
     if (bRestoreDelaunay) restoreDelaunay();
-    if (numberOfTriangles() == 0) vertexVault_.setFullDimensional(false);
-    discardVertex(pVtx);
 }
 
-void Dt2::discardVertex(Point2* pVtx) {
-    vertexVault_.removeAndInvalidateVtx(pVtx);
+void Dt2::remove_CHVersion(Point2* v, bool bRestoreDelaunay) {
+    if (!v->getIncidentTriangle()) throw TaroException();
+    takeOutHullVertex(v, bRestoreDelaunay);
+    if (numberOfTriangles() == 0) vertexVault_.setFullDimensional(false);
+    discardVertex(v);
+}
+
+void Dt2::discardVertex(Point2* v) {
+    vertexVault_.removeAndInvalidateVtx(v);
     if (!pvCreatedTriangles_) return;
     pvCreatedTriangles_->insert(pvCreatedTriangles_->end(), vNewTriangles_.begin(), vNewTriangles_.end());
 }
@@ -147,50 +144,62 @@ void Dt2::discardVertex(Point2* pVtx) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Shrinking the umbrella
 
-void Dt2::offerEar(const Point2* pVtx, Triangle2* pT) {
-    const Triangle2* pN = pT ? getNext(pT, pVtx) : nullptr;
-    if (!pN) return;
-    const Point2 *p = getFirstNeighbour(pT, pVtx), *q = getSecondNeighbour(pT, pVtx),
-                 *d = getSecondNeighbour(pN, pVtx);
-    vEars_.push_back({getRank(pVtx, p, q, d), pT, p, d});
-    std::push_heap(vEars_.begin(), vEars_.end());
-}
-
-bool Dt2::takeEar(const Point2* pVtx, Ear& ear) {
-    while (!vEars_.empty()) {
-        std::pop_heap(vEars_.begin(), vEars_.end());
-        ear = vEars_.back();
-        vEars_.pop_back();
-        // Flips nearby have changed it unless its corners are still the same.
-        if (ear.pT->hasVertex(pVtx) && getFirstNeighbour(ear.pT, pVtx) == ear.pFrom &&
-            getSecondNeighbour(getNext(ear.pT, pVtx), pVtx) == ear.pTo) {
-            return true;
-        }
-    }
-    return false;
-}
-
-size_t Dt2::reduceDegree(Point2* pVtx, size_t minDegree) {
+size_t Dt2::reduceDegree(Point2* v, size_t minDegree) {
     vNewTriangles_.clear();
-    vEars_.clear();
     size_t degree = vUmbrella_.size();
     if (degree <= minDegree) return degree;
-    for (Triangle2* pT : vUmbrella_) offerEar(pVtx, pT);
-    for (Ear ear; degree > minDegree && takeEar(pVtx, ear);) {
-        Triangle2* pT = flipForRemove(pVtx, ear.pT);
-        if (!pT) continue;
+    spreadUmbrella(v);
+    while (degree > minDegree && earRanks_.getMin() < NO_EAR) {
+        const size_t i = earRanks_.getPlaceOfMin();
+        Triangle2* pEar = vRibs_[i].pT;
+        earRanks_.set(i,
+                      NO_EAR);  // if the flip is refused, for as long as its three neighbours stay in a row
+        if (!flipForRemove(v, pEar)) continue;
+        vNewTriangles_.push_back(pEar);
+        dropRib(i);
         --degree;
-        vNewTriangles_.push_back(ear.pT);
-        offerEar(pVtx, pT);
-        offerEar(pVtx, getPrevious(pT, pVtx));
     }
     return degree;
 }
 
+void Dt2::spreadUmbrella(const Point2* v) {
+    const size_t n = vUmbrella_.size();
+    const bool bOnHull = !getNext(vUmbrella_.back(), v);
+    vRibs_.resize(n + bOnHull);
+    for (size_t i = 0; i < vRibs_.size(); ++i) {
+        Rib& rib = vRibs_[i];
+        rib.pT = i < n ? vUmbrella_[i] : nullptr;
+        const Point2* pEnd = i < n ? getFirst(vUmbrella_[i], v) : getSecond(vUmbrella_.back(), v);
+        rib.x = pEnd->x() - v->x();
+        rib.y = pEnd->y() - v->y();
+        rib.previous = i - 1;
+        rib.next = i + 1;
+    }
+    vRibs_.front().previous = vRibs_.size() - 1;
+    vRibs_.back().next = 0;
+    earRanks_.build(vRibs_.size(), [this](size_t i) { return getRankOfEar(i); });
+}
+
+double Dt2::getRankOfEar(size_t i) const {
+    const Rib &p = vRibs_[i], &q = vRibs_[p.next], &d = vRibs_[q.next];
+    return p.pT && q.pT ? getRank(p.x, p.y, q.x, q.y, d.x, d.y) : NO_EAR;
+}
+
+void Dt2::dropRib(size_t i) {
+    // The flip has left the triangle of the next rib between the end of this one and the end of the one after
+    // the next.
+    const Rib& dropped = vRibs_[i];
+    Rib &previous = vRibs_[dropped.previous], &next = vRibs_[dropped.next];
+    previous.next = dropped.next;
+    next.previous = dropped.previous;
+    next.x = dropped.x;
+    next.y = dropped.y;
+    earRanks_.set(dropped.next, getRankOfEar(dropped.next));
+    earRanks_.set(dropped.previous, getRankOfEar(dropped.previous));
+}
+
 Triangle2* Dt2::flipForRemove(Point2* pVtx, Triangle2* t) {
-    const Triangle2* pN = getNext(t, pVtx);
-    Point2 *p = getFirstNeighbour(t, pVtx), *q = getSecondNeighbour(t, pVtx),
-           *d = getSecondNeighbour(pN, pVtx);
+    const Point2 *p = getFirst(t, pVtx), *q = getSecond(t, pVtx), *d = getSecond(getNext(t, pVtx), pVtx);
     if (geomTest_.getOrientation2(p, q, d) != ORIENTATION2_CCW ||
         geomTest_.getOrientation2(p, d, pVtx) == ORIENTATION2_CW) {
         return nullptr;
@@ -198,11 +207,11 @@ Triangle2* Dt2::flipForRemove(Point2* pVtx, Triangle2* t) {
     return flip(t, incIndexBy1(indexOfVertex(t, pVtx)));
 }
 
-void Dt2::watchDogFailed(const Point2* pVtx) {
-    collectUmbrella(pVtx);
+void Dt2::watchDogFailed(const Point2* v) {
+    collectUmbrella(v);
     Visualizer2 visualizer(getFilenamePrefix() + "watchDogFailed.ps");
     show(&visualizer, true);
-    visualizer.addObject(*pVtx, Color(CRED));
+    visualizer.addObject(*v, Color(CRED));
     visualizer.writeFile();
     std::cout << "vUmbrellaT.size()=" << vUmbrella_.size() << std::endl;
     TARO_ASSERT_TEXT(false, "false");
@@ -211,40 +220,45 @@ void Dt2::watchDogFailed(const Point2* pVtx) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Without the vertex
 
-void Dt2::mergeUmbrella(const Point2* pVtx) {
+void Dt2::mergeUmbrella(const Point2* v) {
     // (v, a, b), (v, b, c) and (v, c, a) become (c, a, b) in the first record.
-    Triangle2 *pAB = pVtx->getIncidentTriangle(), *pBC = getNext(pAB, pVtx), *pCA = getNext(pBC, pVtx);
-    Point2 *a = getFirstNeighbour(pAB, pVtx), *b = getFirstNeighbour(pBC, pVtx),
-           *c = getFirstNeighbour(pCA, pVtx);
-    const int k = indexOfVertex(pAB, pVtx);
+    Triangle2 *pAB = v->getIncidentTriangle(), *pBC = getNext(pAB, v), *pCA = getNext(pBC, v);
+    Point2 *a = getFirst(pAB, v), *b = getFirst(pBC, v), *c = getFirst(pCA, v);
+    const int k = indexOfVertex(pAB, v);
     pAB->setCorner(k, c);
-    const auto takeOver = [&](int i, const Triangle2* pT) {
-        Triangle2* pN = pT->getOppositeTriangle(indexOfVertex(pT, pVtx));
-        pAB->setOppositeTriangle(i, pN);
-        if (pN) pN->setOppositeTriangle(indexOfNeighbour(pN, pT), pAB);
-    };
-    takeOver(incIndexBy1(k), pBC);
-    takeOver(incIndexBy2(k), pCA);
+    relink(pAB, incIndexBy1(k), getOuter(pBC, v), pBC);
+    relink(pAB, incIndexBy2(k), getOuter(pCA, v), pCA);
     for (Point2* pCorner : {a, b, c}) pCorner->setIncidentTriangle(pAB);
     vNewTriangles_.push_back(pAB);
     vUmbrella_.assign({pBC, pCA});
     storeRecycledT(vUmbrella_);
 }
 
-void Dt2::takeOutUmbrella(const Point2* pVtx) {
-    collectUmbrella(pVtx);
+void Dt2::takeOutUmbrella(const Point2* v) {
+    collectUmbrella(v);
     for (const Triangle2* pT : vUmbrella_) {
-        getFirstNeighbour(pT, pVtx)->setIncidentTriangle(nullptr);
-        getSecondNeighbour(pT, pVtx)->setIncidentTriangle(nullptr);
+        getFirst(pT, v)->setIncidentTriangle(nullptr);
+        getSecond(pT, v)->setIncidentTriangle(nullptr);
     }
     for (const Triangle2* pT : vUmbrella_) {
-        Triangle2* pN = pT->getOppositeTriangle(indexOfVertex(pT, pVtx));
-        if (!pN) continue;  // only when nothing but collinear vertices remains
-        pN->setOppositeTriangle(indexOfNeighbour(pN, pT), nullptr);
-        getFirstNeighbour(pT, pVtx)->setIncidentTriangle(pN);
-        getSecondNeighbour(pT, pVtx)->setIncidentTriangle(pN);
+        Triangle2* pOuter = getOuter(pT, v);
+        if (!pOuter) continue;  // the last one went: only collinear vertices remain, or this edge would be a dent
+        pOuter->setOppositeTriangle(indexOfNeighbour(pOuter, pT), nullptr);
+        getFirst(pT, v)->setIncidentTriangle(pOuter);
+        getSecond(pT, v)->setIncidentTriangle(pOuter);
     }
     storeRecycledT(vUmbrella_);
+}
+
+void Dt2::restoreDelaunay() {
+    for (Triangle2* pEar : vNewTriangles_) flipUnlessDelaunay(pEar, BASE_OF_EAR);
+    while (!vFlipStack_.empty()) {
+        Triangle2* pT = vFlipStack_.back();
+        vFlipStack_.pop_back();
+        for (int i = 0; i < 3; ++i) {
+            if (flipUnlessDelaunay(pT, i)) break;  // and pT is on the stack again
+        }
+    }
 }
 
 bool Dt2::flipUnlessDelaunay(Triangle2* pT, int i) {
@@ -255,17 +269,6 @@ bool Dt2::flipUnlessDelaunay(Triangle2* pT, int i) {
     vFlipStack_.push_back(pT);
     vFlipStack_.push_back(flip(pT, i));
     return true;
-}
-
-void Dt2::restoreDelaunay() {
-    for (Triangle2* pEar : vNewTriangles_) flipUnlessDelaunay(pEar, BASE_OF_EAR);
-    while (!vFlipStack_.empty()) {
-        Triangle2* pT = vFlipStack_.back();
-        vFlipStack_.pop_back();
-        for (int i = 0; i < 3; ++i) {
-            if (flipUnlessDelaunay(pT, i)) break;
-        }
-    }
 }
 
 }  // namespace LUMO_TARO25D

@@ -81,8 +81,8 @@ struct InCircleFactors {
 
 /// Adds (ux^2 + uy^2) (vx wy - vy wx).
 template <int CAPACITY>
-void addInCircleTerm(ExactSum<CAPACITY>& det, DoubleDouble ux, DoubleDouble uy, DoubleDouble vx,
-                     DoubleDouble vy, DoubleDouble wx, DoubleDouble wy) {
+void addInCircleTerm(ExactSum<CAPACITY>& det, DoubleDouble ux, DoubleDouble uy, DoubleDouble vx, DoubleDouble vy,
+                     DoubleDouble wx, DoubleDouble wy) {
     ExactSum<16> sqLength, cross;
     sqLength.addProduct(ux, ux);
     sqLength.addProduct(uy, uy);
@@ -121,18 +121,14 @@ bool isFourthCorner(const Point2& p0, const Point2& p1, const Point2& p2, const 
 }  // namespace
 
 Orientation2 GeomTest::undecidedOri2(const Point2* a, const Point2* b, const Point2* c) {
-    std::optional<int> sign = productFilterOri2(*a, *b, *c);
-    if (!sign) sign = expansionOri2(*a, *b, *c);
+    const std::optional<int> sign = expansionOri2(*a, *b, *c);
     return sign ? toOrientation(*sign) : dynamicFilterOri2(a, b, c);
 }
 
 std::optional<int> GeomTest::productFilterOri2(const Point2& a, const Point2& b, const Point2& c) {
     const double left = (a.x() - c.x()) * (b.y() - c.y());
     const double right = (a.y() - c.y()) * (b.x() - c.x());
-    const double det = left - right;
-    // (3 + 16 u) u; the 16 u^2 cover what underflow takes. Infinite and NaN values compare false.
-    const double sum = std::abs(left) + std::abs(right);
-    if (sum > 1e-280 && std::abs(det) > 3.3306690738754716e-16 * sum) return signOf(det);
+    if (isSureOri2(left - right, left, right)) return signOf(left - right);
     return std::nullopt;
 }
 
@@ -140,8 +136,7 @@ std::optional<int> GeomTest::expansionOri2(const Point2& a, const Point2& b, con
     const DoubleDouble f = twoDiff(a.x(), c.x()), g = twoDiff(b.y(), c.y());
     const DoubleDouble h = twoDiff(a.y(), c.y()), k = twoDiff(b.x(), c.x());
     if (!areInRange<2>({f, g, h, k})) return std::nullopt;
-    if (f.lo == 0.0 && g.lo == 0.0 && h.lo == 0.0 && k.lo == 0.0)
-        return compareProducts(f.hi, g.hi, h.hi, k.hi);
+    if (f.lo == 0.0 && g.lo == 0.0 && h.lo == 0.0 && k.lo == 0.0) return compareProducts(f.hi, g.hi, h.hi, k.hi);
     const DoubleDouble det = f * g - h * k;
     // Each product is off by 9 u^2 and their difference by 3 u^2 more, below 2^-102 of the sum of the
     // magnitudes.
@@ -163,30 +158,26 @@ CINC2 GeomTest::exact_circleInc3state(const Triangle2* t, const Point2* q) {
 }
 
 int GeomTest::undecidedInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
-    const bool bHugeCoordinates = inCircleFloor_ > 1e-280;
-    std::optional<int> sign;
-    if (bHugeCoordinates) sign = localFilterInCircle(p0, p1, p2, q);
+    std::optional<int> sign = permanentInCircle(p0, p1, p2, q);
     if (!sign) sign = integerInCircle(p0, p1, p2, q);
     if (!sign) sign = doubleDoubleInCircle(p0, p1, p2, q);
     if (!sign) sign = expansionInCircle(p0, p1, p2, q);
     return sign ? *sign : rationalInCircle(p0, p1, p2, q);
 }
 
-std::optional<int> GeomTest::localFilterInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
-                                                 const Point2& q) {
+std::optional<int> GeomTest::permanentInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     const double ax = p0.x() - q.x(), ay = p0.y() - q.y();
     const double bx = p1.x() - q.x(), by = p1.y() - q.y();
     const double cx = p2.x() - q.x(), cy = p2.y() - q.y();
     const double det = inCircleDeterminant(ax, ay, bx, by, cx, cy);
-    const double largest =
-        std::max({std::abs(ax), std::abs(ay), std::abs(bx), std::abs(by), std::abs(cx), std::abs(cy)});
-    const double bound = 3.33e-15 * inCirclePermanent(ax, ay, bx, by, cx, cy) + inCircleFloor(largest);
+    const double squares = ax * ax + ay * ay + bx * bx + by * by + cx * cx + cy * cy;
+    const double underflow = 1e-300 * (squares + 1.0);
+    const double bound = 3.33e-15 * inCirclePermanent(ax, ay, bx, by, cx, cy) + underflow;
     if (std::abs(det) > bound) return signOf(det);
     return std::nullopt;
 }
 
-std::optional<int> GeomTest::integerInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
-                                             const Point2& q) {
+std::optional<int> GeomTest::integerInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     const double aCoord[6] = {p0.x(), p0.y(), p1.x(), p1.y(), p2.x(), p2.y()};
     const double aOrigin[6] = {q.x(), q.y(), q.x(), q.y(), q.x(), q.y()};
     double aDiff[6], largest = 0.0;
@@ -208,8 +199,8 @@ std::optional<int> GeomTest::integerInCircle(const Point2& p0, const Point2& p1,
     }
     if (!bExact) return std::nullopt;
     // Squared lengths and cross products stay below 2^61, their products below 2^122.
-    const Int128 det = inCircleDeterminant<std::int64_t, Int128>(aMultiple[0], aMultiple[1], aMultiple[2],
-                                                                 aMultiple[3], aMultiple[4], aMultiple[5]);
+    const Int128 det = inCircleDeterminant<std::int64_t, Int128>(aMultiple[0], aMultiple[1], aMultiple[2], aMultiple[3],
+                                                                 aMultiple[4], aMultiple[5]);
     return (det > 0) - (det < 0);
 }
 
@@ -225,8 +216,7 @@ std::optional<int> GeomTest::doubleDoubleInCircle(const Point2& p0, const Point2
     return std::nullopt;
 }
 
-std::optional<int> GeomTest::expansionInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
-                                               const Point2& q) {
+std::optional<int> GeomTest::expansionInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     const InCircleFactors d(p0, p1, p2, q);
     if (!d.inRange()) return std::nullopt;
     ExactSum<3 * 16 * 16 * 2> det;
@@ -236,8 +226,7 @@ std::optional<int> GeomTest::expansionInCircle(const Point2& p0, const Point2& p
     return det.sign();
 }
 
-IntersectionType GeomTest::getIntersectionType(const Point2& p0, const Point2& p1, const Point2& p2,
-                                               const Point2& p3) {
+IntersectionType GeomTest::getIntersectionType(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3) {
     const Orientation2 o1 = getOrientation2(&p0, &p1, &p2), o2 = getOrientation2(&p0, &p1, &p3);
     if (o1 == ORIENTATION2_COLLINEAR && o2 == ORIENTATION2_COLLINEAR) {
         if (p0 == p1 && getOrientation2(&p2, &p3, &p0) != ORIENTATION2_COLLINEAR) return IST_NOIS;
@@ -307,7 +296,7 @@ std::string GeomTest::getUserFriendlyOrientation(Orientation2 ori) {
 }
 
 void GeomTest::debug(const Point2* a, const Point2* b, const Point2* c) {
-    const double simple = orientationDeterminant(*a, *b, *c);
+    const double simple = (a->x() - c->x()) * (b->y() - c->y()) - (a->y() - c->y()) * (b->x() - c->x());
     std::cout << *a << "\n" << *b << "\n" << *c << "\n";
     std::cout << "STATIC BOUND=" << staticBoundPos_ << "\nsimple result=" << simple << "\n";
     std::cout << "simple test says "

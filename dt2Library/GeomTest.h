@@ -35,8 +35,7 @@ enum IntersectionType {
 /// of degree 4.
 template <class T, class Wide = T>
 inline Wide inCircleDeterminant(T ax, T ay, T bx, T by, T cx, T cy) {
-    return Wide(ax * ax + ay * ay) * Wide(bx * cy - by * cx) +
-           Wide(bx * bx + by * by) * Wide(cx * ay - cy * ax) +
+    return Wide(ax * ax + ay * ay) * Wide(bx * cy - by * cx) + Wide(bx * bx + by * by) * Wide(cx * ay - cy * ax) +
            Wide(cx * cx + cy * cy) * Wide(ax * by - ay * bx);
 }
 
@@ -65,10 +64,10 @@ class GeomTest {
     /// before it tests points that exceed the stored magnitude, and never lowers it.
     void setStaticBound(double maxCoord) {
         maxAbsCoord_ = std::abs(maxCoord);
-        staticBoundPos_ = maxAbsCoord_ >= minStaticCoord ? staticFactor * (maxAbsCoord_ * maxAbsCoord_)
-                                                         : std::numeric_limits<double>::infinity();
+        const bool bSafe = maxAbsCoord_ >= minStaticCoord && maxAbsCoord_ <= maxStaticCoord;
+        staticBoundPos_ =
+            bSafe ? staticFactor * (maxAbsCoord_ * maxAbsCoord_) : std::numeric_limits<double>::infinity();
         staticBoundNeg_ = -staticBoundPos_;
-        inCircleFloor_ = inCircleFloor(maxAbsCoord_);
     }
     /// The magnitude for which the static bounds hold; 0 at first.
     double getMaxAbsCoord() const { return maxAbsCoord_; }
@@ -76,9 +75,12 @@ class GeomTest {
     /// The side of the directed line a->b on which c lies. A cyclic shift of the arguments changes nothing, a
     /// swap of two exchanges CCW and CW. Points beyond `getMaxAbsCoord` may get a wrong answer.
     Orientation2 getOrientation2(const Point2* a, const Point2* b, const Point2* c) {
-        const double det = orientationDeterminant(*a, *b, *c);
+        const double left = (a->x() - c->x()) * (b->y() - c->y());
+        const double right = (a->y() - c->y()) * (b->x() - c->x());
+        const double det = left - right;
         if (det > staticBoundPos_) return ORIENTATION2_CCW;
         if (det < staticBoundNeg_) return ORIENTATION2_CW;
+        if (isSureOri2(det, left, right)) return det > 0.0 ? ORIENTATION2_CCW : ORIENTATION2_CW;
         return undecidedOri2(a, b, c);
     }
     /// The same by interval arithmetic, with the rational stage behind it; needs no static bound. The
@@ -91,7 +93,7 @@ class GeomTest {
     /// fourth corner of an axis-parallel rectangle with it. Any other point on the circle is outside. Cyclic
     /// shifts of the corners change nothing.
     bool circleInc(const Point2* p0, const Point2* p1, const Point2* p2, const Point2* q) {
-        const int sign = filteredInCircle(*p0, *p1, *p2, *q, inCircleFloor_);
+        const int sign = filteredInCircle(*p0, *p1, *p2, *q);
         return sign != 0 ? sign > 0 : exact_circleInc(p0, p1, p2, q);
     }
     /// The same without the inlined filter, for callers who have evaluated it.
@@ -103,8 +105,7 @@ class GeomTest {
     /// The position of q relative to the circumcircle of a counterclockwise triangle; every point on the
     /// circle is CINC2_ZERO.
     CINC2 circleInc3state(const Triangle2* t, const Point2* q) {
-        const int sign =
-            filteredInCircle(*t->getCorner(0), *t->getCorner(1), *t->getCorner(2), *q, inCircleFloor_);
+        const int sign = filteredInCircle(*t->getCorner(0), *t->getCorner(1), *t->getCorner(2), *q);
         return sign != 0 ? (sign > 0 ? CINC2_INCIRCLE : CINC2_OUTCIRCLE) : exact_circleInc3state(t, q);
     }
     /// The same without the inlined filter.
@@ -113,12 +114,11 @@ class GeomTest {
     /// How the closed segments p0p1 and p2p3 meet, decided exactly; the coordinates must respect the static
     /// bound. A segment of zero length counts as its point: it is IST_COLLINEAR with a segment on which it
     /// lies.
-    IntersectionType getIntersectionType(const Point2& p0, const Point2& p1, const Point2& p2,
-                                         const Point2& p3);
+    IntersectionType getIntersectionType(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3);
     /// The intersection of the lines p0p1 and p2p3, computed without error and then rounded towards zero.
     /// Parallel lines are reported and fail with TaroException.
-    void getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3,
-                                   double& x, double& y);
+    void getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3, double& x,
+                                   double& y);
     /// The height at (x, y) on the segment pq, linear along the axis in which its ends differ more, computed
     /// without error and then rounded towards zero. Beyond the ends it goes on linearly. The height of p if p
     /// and q have the same x and y.
@@ -148,19 +148,15 @@ class GeomTest {
     static double lowerBoundOri2(const Point2& a, const Point2& b, const Point2& c);
     static double upperBoundOri2(const Point2& a, const Point2& b, const Point2& c);
 
-    /// Compares the in-circle determinant with the error that its products can have, whatever the static
-    /// bound.
-    static std::optional<int> localFilterInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
-                                                  const Point2& q);
+    /// Compares the in-circle determinant with the error that its products can have.
+    static std::optional<int> permanentInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     /// Decides by integers if the coordinate differences are multiples below 2^30 of one power of two.
-    static std::optional<int> integerInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
-                                              const Point2& q);
+    static std::optional<int> integerInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     /// Compares the determinant in doubled precision with its error bound; nothing out of exponent range.
     static std::optional<int> doubleDoubleInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
                                                    const Point2& q);
     /// Decides by error-free transformations; nothing if a difference is out of their exponent range.
-    static std::optional<int> expansionInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
-                                                const Point2& q);
+    static std::optional<int> expansionInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     /// Always answers.
     int rationalInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
 
@@ -175,19 +171,22 @@ class GeomTest {
         void operator()(LineRationals* pRationals) const;
     };
 
-    // From this magnitude on, what underflow takes from the orientation determinant is far below the bound.
-    static constexpr double minStaticCoord = 1e-140;
+    // Between these magnitudes, what underflow takes from the orientation determinant is far below the bound,
+    // and nothing overflows.
+    static constexpr double minStaticCoord = 1e-140, maxStaticCoord = 1e150;
     static constexpr double staticFactor = 12.0 * std::numeric_limits<double>::epsilon();
 
-    static double orientationDeterminant(const Point2& a, const Point2& b, const Point2& c) {
-        return (a.x() - c.x()) * (b.y() - c.y()) - (a.y() - c.y()) * (b.x() - c.x());
+    /// Whether rounding cannot have changed the sign of a difference of two products of differences: (3 + 16
+    /// u) u times the sum of the products (Shewchuk 1997); the 16 u^2 cover what underflow takes. Infinite
+    /// and NaN values compare false.
+    static bool isSureOri2(double det, double left, double right) {
+        const double sum = std::abs(left) + std::abs(right);
+        return sum > 1e-280 && std::abs(det) > 3.3306690738754716e-16 * sum;
     }
     static Orientation2 toOrientation(int sign) {
         return sign > 0 ? ORIENTATION2_CCW : sign < 0 ? ORIENTATION2_CW : ORIENTATION2_COLLINEAR;
     }
-    static double inCircleFloor(double m);
-    static int filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q,
-                                double floor);
+    static int filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     Orientation2 undecidedOri2(const Point2* a, const Point2* b, const Point2* c);
     int undecidedInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     PredicateRationals& predicateRationals();
@@ -196,31 +195,25 @@ class GeomTest {
     double staticBoundPos_ = 0.0;
     double staticBoundNeg_ = 0.0;
     double maxAbsCoord_ = 0.0;
-    double inCircleFloor_ = std::numeric_limits<double>::infinity();
     std::unique_ptr<PredicateRationals, Discard> pPredicateRationals_;
     std::unique_ptr<LineRationals, Discard> pLineRationals_;
 };
 
-/// What underflow can take from the in-circle determinant of coordinates or differences of magnitude at most
-/// m, with a wide margin; infinite where the determinant could overflow. Each of the 12 products of two
-/// differences (at most 2 m) loses at most h = 2^-1075 and is multiplied by a factor of at most 8 m^2; the 3
-/// outer products lose h each. Together 96 h m^2 + 3 h, or 2.4e-322 m^2 + 8e-324. Up to m = 1e75, all sums
-/// stay below 2e302.
-inline double GeomTest::inCircleFloor(double m) {
-    return m <= 1e75 ? 1e-300 * (1.0 + (1e-10 * m) * (1e-10 * m)) : std::numeric_limits<double>::infinity();
-}
-
 /// The sign of the in-circle determinant, or 0 if it is not certain. 3.33e-15 is three times what rounding
 /// can take from the determinant, relative to its permanent (Shewchuk 1997). By |uv| <= (u^2 + v^2) / 2, the
-/// permanent is at most what stands here in its place, which costs a third of it.
-inline int GeomTest::filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q,
-                                      double floor) {
+/// permanent is at most ab + bc + ca for the squared lengths a, b, c, which cost a third of it. Adding 1e-140
+/// to two of them makes the bound hold under underflow too: each of the products of two differences loses at
+/// most h = 2^-1075 and is multiplied by at most the sum s of the squared lengths, so that all losses
+/// together stay below 20 h (s + 1), and the bound is greater by 3.33e-155 s + 3.33e-295. What overflows in
+/// the determinant also does so in the bound, and an infinite bound or NaN is exceeded by nothing.
+inline int GeomTest::filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     const double ax = p0.x() - q.x(), ay = p0.y() - q.y();
     const double bx = p1.x() - q.x(), by = p1.y() - q.y();
     const double cx = p2.x() - q.x(), cy = p2.y() - q.y();
     const double det = inCircleDeterminant(ax, ay, bx, by, cx, cy);
-    const double a = ax * ax + ay * ay, b = bx * bx + by * by, c = cx * cx + cy * cy;
-    const double bound = 3.33e-15 * (a * b + b * c + c * a) + floor;
+    constexpr double lift = 1e-140;
+    const double a = ax * ax + ay * ay + lift, b = bx * bx + by * by, c = cx * cx + cy * cy + lift;
+    const double bound = 3.33e-15 * (a * (b + c) + b * c);
     return det > bound ? 1 : det < -bound ? -1 : 0;
 }
 

@@ -30,8 +30,7 @@ class Rational {
 };
 
 /// result = ux * vy - uy * vx
-void crossProduct(Rational& result, Rational& ux, Rational& uy, Rational& vx, Rational& vy,
-                  Rational& scratch) {
+void crossProduct(Rational& result, Rational& ux, Rational& uy, Rational& vx, Rational& vy, Rational& scratch) {
     mpq_mul(result, ux, vy);
     mpq_mul(scratch, uy, vx);
     mpq_sub(result, result, scratch);
@@ -118,8 +117,8 @@ int GeomTest::rationalInCircle(const Point2& p0, const Point2& p1, const Point2&
     return r.det.sign();
 }
 
-void GeomTest::getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2,
-                                         const Point2& p3, double& x, double& y) {
+void GeomTest::getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3,
+                                         double& x, double& y) {
     LineRationals& r = lineRationals();
     const Point2* aPoint[4] = {&p0, &p1, &p2, &p3};
     for (int i = 0; i < 4; ++i) r.setPoint(i, *aPoint[i]);
@@ -131,7 +130,7 @@ void GeomTest::getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, con
     mpq_sub(r.dy, r.y[2], r.y[0]);
     crossProduct(r.denominator, r.dx0, r.dy0, r.dx1, r.dy1, r.scratch);
     if (r.denominator.sign() == 0) error("GeomTest::getIntersectionCoords()", "denom=0 -> parallel segments");
-    TARO_ASSERT_TEXT(r.denominator.sign() != 0, "denom!=0");
+    TARO_ASSERT_TEXT(r.denominator.sign() != 0, "denom=0 -> parallel segments");
     crossProduct(r.numerator, r.dx, r.dy, r.dx1, r.dy1, r.scratch);
     mpq_div(r.parameter, r.numerator, r.denominator);
     mpq_mul(r.dx0, r.dx0, r.parameter);

@@ -47,8 +47,7 @@ double multiplyDifferences(double a, double b, double c, double d, int roundingM
 double boundOfProduct(double a, double b, double c, double d, bool bUpper) {
     const bool bNegative = (b < a) != (d < c);
     if (bNegative == bUpper) return multiplyDifferences(a, b, c, d, FE_TOWARDZERO);
-    const double magnitude =
-        multiplyDifferences(b < a ? a : b, b < a ? b : a, d < c ? c : d, d < c ? d : c, FE_UPWARD);
+    const double magnitude = multiplyDifferences(b < a ? a : b, b < a ? b : a, d < c ? c : d, d < c ? d : c, FE_UPWARD);
     return bNegative ? -magnitude : magnitude;
 }
 

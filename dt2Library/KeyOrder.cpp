@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "parallel.h"
+
 namespace LUMO_TARO25D {
 
 namespace {
@@ -9,32 +11,33 @@ namespace {
 constexpr unsigned DIGIT_BITS = 11;
 constexpr size_t NUM_DIGITS = size_t(1) << DIGIT_BITS;
 
-void sortByDigit(const KeyedIndex* first, const KeyedIndex* last, KeyedIndex* to, unsigned shift) {
-    std::array<std::uint32_t, NUM_DIGITS> place{};
-    for (const KeyedIndex* p = first; p < last; ++p) ++place[(p->key >> shift) % NUM_DIGITS];
+/// One pass: each thread counts the digits of its part, then moves its part to the places that are left for
+/// it.
+void sortByDigit(const KeyedIndex* from, size_t length, KeyedIndex* to, unsigned shift, int numThreads) {
+    using Places = std::array<std::uint32_t, NUM_DIGITS>;
+    std::vector<Places> vPlaces(numParallelParts(numThreads, length));
+    const auto digitOf = [shift](const KeyedIndex& entry) { return (entry.key >> shift) % NUM_DIGITS; };
+    parallelFor(numThreads, length, [&](size_t begin, size_t end, int threadIdx) {
+        Places& count = vPlaces[static_cast<size_t>(threadIdx)];
+        for (size_t i = begin; i < end; ++i) ++count[digitOf(from[i])];
+    });
     std::uint32_t start = 0;
-    for (std::uint32_t& slot : place) {
-        const std::uint32_t count = slot;
-        slot = start;
-        start += count;
+    for (size_t digit = 0; digit < NUM_DIGITS; ++digit) {
+        for (Places& place : vPlaces) {
+            const std::uint32_t count = place[digit];
+            place[digit] = start;
+            start += count;
+        }
     }
-    for (const KeyedIndex* p = first; p < last; ++p) to[place[(p->key >> shift) % NUM_DIGITS]++] = *p;
-}
-
-/// The first position whose key is not below the given one, without branches that a processor would have to
-/// guess.
-size_t lowerBound(const LargeVector<std::uint32_t>& vKeys, std::uint32_t key) {
-    const std::uint32_t* base = vKeys.data();
-    for (size_t n = vKeys.size(); n > 0; n -= (n + 1) / 2) {
-        const size_t half = (n + 1) / 2;
-        base += base[half - 1] < key ? half : 0;
-    }
-    return static_cast<size_t>(base - vKeys.data());
+    parallelFor(numThreads, length, [&](size_t begin, size_t end, int threadIdx) {
+        Places& place = vPlaces[static_cast<size_t>(threadIdx)];
+        for (size_t i = begin; i < end; ++i) to[place[digitOf(from[i])]++] = from[i];
+    });
 }
 
 }  // namespace
 
-void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch) {
+void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch, int numThreads) {
     const size_t length = static_cast<size_t>(last - first);
     if (length < NUM_DIGITS) {
         std::stable_sort(first, last, [](const KeyedIndex& a, const KeyedIndex& b) { return a.key < b.key; });
@@ -42,14 +45,38 @@ void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vSc
     }
     if (vScratch.size() < length) vScratch.resize(length);
     KeyedIndex* pOther = vScratch.data();
-    sortByDigit(first, last, pOther, 0);
-    sortByDigit(pOther, pOther + length, first, DIGIT_BITS);
-    sortByDigit(first, last, pOther, 2 * DIGIT_BITS);
-    std::copy(pOther, pOther + length, first);
+    sortByDigit(first, length, pOther, 0, numThreads);
+    sortByDigit(pOther, length, first, DIGIT_BITS, numThreads);
+    sortByDigit(first, length, pOther, 2 * DIGIT_BITS, numThreads);
+    parallelFor(numThreads, length,
+                [&](size_t begin, size_t end, int) { std::copy(pOther + begin, pOther + end, first + begin); });
+}
+
+void KeyIndex::buildBuckets(int numThreads) {
+    vBucketStart_.clear();
+    if (vKeys_.empty()) return;
+    const auto numBuckets = [this] { return (vKeys_.back() >> bucketShift_) + size_t(1); };
+    for (bucketShift_ = 0; numBuckets() > vKeys_.size() / 8 + 1;) ++bucketShift_;
+    vBucketStart_.resize(numBuckets() + 1);
+    parallelFor(numThreads, vKeys_.size(), [this](size_t begin, size_t end, int) {
+        for (size_t i = begin; i < end; ++i) {
+            const size_t bucket = vKeys_[i] >> bucketShift_;
+            const size_t previous = i == 0 ? 0 : (vKeys_[i - 1] >> bucketShift_) + size_t(1);
+            for (size_t b = previous; b <= bucket; ++b) vBucketStart_[b] = static_cast<std::uint32_t>(i);
+        }
+    });
+    vBucketStart_.back() = static_cast<std::uint32_t>(vKeys_.size());
+}
+
+size_t KeyIndex::lowerBound(std::uint32_t key) const {
+    const size_t bucket = key >> bucketShift_;
+    if (bucket + 1 >= vBucketStart_.size()) return vKeys_.size();
+    const auto first = vKeys_.begin() + vBucketStart_[bucket], last = vKeys_.begin() + vBucketStart_[bucket + 1];
+    return static_cast<size_t>(std::lower_bound(first, last, key) - vKeys_.begin());
 }
 
 std::pair<size_t, size_t> KeyIndex::find(std::uint32_t key, double x, double y) const {
-    const size_t first = lowerBound(vKeys_, key);
+    const size_t first = lowerBound(key);
     size_t last = first;
     while (last < vKeys_.size() && vKeys_[last] == key && last - first <= MAX_RUN_OF_EQUAL_KEYS) ++last;
     if (last - first > MAX_RUN_OF_EQUAL_KEYS) {

@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "HC2.h"
-#include "LargePages.h"
+#include "LargeVector.h"
+#include "parallel.h"
 
 namespace LUMO_TARO25D {
 
@@ -25,7 +26,7 @@ constexpr size_t MAX_RUN_OF_EQUAL_KEYS = 64;
 
 /// Sorts [first, last) by key; equal keys keep their order. Linear. The scratch vector only saves
 /// allocations.
-void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch);
+void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch, int numThreads);
 
 /// The curve for a run of points: over their own box, so that not all of them share one key. Null when all
 /// are equal.
@@ -50,11 +51,11 @@ template <class PointAt>
 class KeyOrder {
   public:
     /// pointAt(index) is the point of an entry.
-    explicit KeyOrder(const PointAt& pointAt) : pointAt_(pointAt) {}
+    explicit KeyOrder(const PointAt& pointAt, int numThreads = 1) : pointAt_(pointAt), numThreads_(numThreads) {}
 
     /// Orders [first, last), whose keys are set. Linear but for the short runs.
     void sort(KeyedIndex* first, KeyedIndex* last) {
-        sortByKey(first, last, vScratch_);
+        sortByKey(first, last, vScratch_, numThreads_);
         for (KeyedIndex* end; first < last; first = end) {
             end = first + 1;
             while (end < last && end->key == first->key) ++end;
@@ -88,6 +89,7 @@ class KeyOrder {
     }
 
     const PointAt& pointAt_;
+    int numThreads_;
     LargeVector<KeyedIndex> vScratch_;
 };
 
@@ -98,12 +100,14 @@ class KeyIndex {
     /// Rebuilds the index for the positions [begin, end) of a list in spatial order: keyAt(i) and pointAt(i)
     /// are the key and the point at a position.
     template <class KeyAt, class PointAt>
-    void build(size_t begin, size_t end, const KeyAt& keyAt, const PointAt& pointAt) {
+    void build(size_t begin, size_t end, const KeyAt& keyAt, const PointAt& pointAt, int numThreads = 1) {
         begin_ = begin;
         vRuns_.clear();
-        vKeys_.clear();
-        vKeys_.reserve(end - begin);
-        for (size_t i = begin; i < end; ++i) vKeys_.push_back(keyAt(i));
+        vKeys_.resize(end - begin);
+        parallelFor(numThreads, vKeys_.size(), [&](size_t first, size_t last, int) {
+            for (size_t i = first; i < last; ++i) vKeys_[i] = keyAt(begin + i);
+        });
+        buildBuckets(numThreads);
         for (size_t first = 0, last; first < vKeys_.size(); first = last) {
             last = endOfRun(first);
             if (last - first > MAX_RUN_OF_EQUAL_KEYS) addRun(begin + first, begin + last, pointAt);
@@ -117,6 +121,8 @@ class KeyIndex {
   private:
     struct Run;
 
+    void buildBuckets(int numThreads);
+    size_t lowerBound(std::uint32_t key) const;
     size_t endOfRun(size_t first) const {
         size_t last = first;
         while (last < vKeys_.size() && vKeys_[last] == vKeys_[first]) ++last;
@@ -128,6 +134,10 @@ class KeyIndex {
 
     size_t begin_ = 0;
     LargeVector<std::uint32_t> vKeys_;
+    // The first position of the keys that have the same leading bits, about eight of them on the average, and
+    // one more entry for the end: the search looks at one cache line here and at one or two of the keys.
+    LargeVector<std::uint32_t> vBucketStart_;
+    unsigned bucketShift_ = 0;
     std::vector<Run> vRuns_;  // in order of position
 };
 

@@ -13,8 +13,7 @@ void Progress::subscribe(MsgType type, MsgBase* pListener) {
 
 void Progress::unsubscribe(MsgType type, MsgBase* pListener) {
     const auto range = mListeners_.equal_range(type);
-    const auto it =
-        std::find_if(range.first, range.second, [&](const auto& pair) { return pair.second == pListener; });
+    const auto it = std::find_if(range.first, range.second, [&](const auto& pair) { return pair.second == pListener; });
     if (it != range.second) mListeners_.erase(it);
     updateActive();
 }
@@ -53,8 +52,7 @@ void Progress::sendUpdate() {
     const size_t numDone = numDone_;
     const bool bComplete = numDone >= total_;
     nextReport_ = bComplete ? NEVER : (numDone / step_ + 1) * step_;
-    broadcast(MT_PROGRESS, name_,
-              bComplete ? 1.0 : static_cast<double>(numDone) / static_cast<double>(total_));
+    broadcast(MT_PROGRESS, name_, bComplete ? 1.0 : static_cast<double>(numDone) / static_cast<double>(total_));
 }
 
 void Progress::finish() {

@@ -1,15 +1,38 @@
 #pragma once
 
+#include <algorithm>
+#include <cstdlib>
 #include <list>
-#include <numeric>
-
-#include "LargePages.h"
+#include <utility>
+#include <vector>
 
 namespace LUMO_TARO25D {
 
 /// Prints the message on standard output and ends the process: without memory for records nothing can go on.
 [[noreturn]] void poolFailure(const char* message);
 void printNumberOfContainers(size_t numBlocks);
+/// Has the system provide memory at once, which is cheaper than page by page at the first touch. Only a hint.
+void touchAhead(void* pStart, size_t numBytes);
+
+/// Records taken from a pool together: they lie in one piece, or in a few where blocks end.
+template <class T>
+class PoolRange {
+  public:
+    size_t size() const { return size_; }
+    T* operator[](size_t i) const {
+        size_t k = vPieces_.size() - 1;
+        while (i < vPieces_[k].first) --k;
+        return vPieces_[k].second + (i - vPieces_[k].first);
+    }
+    void append(T* pPiece, size_t n) {
+        vPieces_.emplace_back(size_, pPiece);
+        size_ += n;
+    }
+
+  private:
+    std::vector<std::pair<size_t, T*>> vPieces_;  // the index of the first record, and its address
+    size_t size_ = 0;
+};
 
 /// Hands out records from large blocks, in order, and releases all of them at once when it is destroyed.
 /// Records are not constructed: the caller writes every field. Single-threaded.
@@ -21,7 +44,7 @@ class SimplePool {
     SimplePool& operator=(const SimplePool&) = delete;
     ~SimplePool() {
         if (blocks_.size() > 1000) printNumberOfContainers(blocks_.size());
-        for (T* pBlock : blocks_) freeLargePages(pBlock);
+        for (T* pBlock : blocks_) std::free(pBlock);
         bUntouched_ = true;
     }
 
@@ -41,8 +64,9 @@ class SimplePool {
         if (n < 0) n = automaticSize();
         if (n > maxBlockSize_) n = maxBlockSize_;
         if (!blockSizes_.empty()) blockSizes_.back() = nextIdx_ + 1;
+        numBefore_ += static_cast<size_t>(nextIdx_ + 1);
         blockSizes_.push_back(n);
-        T* pBlock = static_cast<T*>(allocateOnLargePages(sizeof(T) * static_cast<size_t>(n)));
+        T* pBlock = static_cast<T*>(std::malloc(sizeof(T) * static_cast<size_t>(n)));
         if (!pBlock) poolFailure("SimplePool::alloc(..), ERROR: Out of memory");
         blocks_.push_back(pBlock);
         pCurrent_ = pBlock;
@@ -58,13 +82,29 @@ class SimplePool {
         return pCurrent_ + nextIdx_;
     }
 
-    /// Announces that about n more records will be wanted, so that the next block is made to measure.
-    void expect(size_t n) {
+    /// The next n records.
+    PoolRange<T> getElements(size_t n) {
+        PoolRange<T> range;
+        while (range.size() < n) {
+            if (nextIdx_ + 1 == currentSize_) grow();
+            const size_t numLeft = static_cast<size_t>(currentSize_ - nextIdx_ - 1);
+            const size_t numTaken = std::min(numLeft, n - range.size());
+            range.append(pCurrent_ + nextIdx_ + 1, numTaken);
+            nextIdx_ += static_cast<int>(numTaken);
+        }
+        return range;
+    }
+
+    /// Announces that n records will be wanted soon, so that the next block holds them in one piece; but
+    /// blocks grow with the pool all the same, so that many small announcements make few blocks. With bTouch,
+    /// their memory is provided now.
+    void expect(size_t n, bool bTouch = false) {
         const size_t numLeft = static_cast<size_t>(currentSize_ - nextIdx_ - 1);
-        if (n <= numLeft) return;
-        const size_t numMissing = n - numLeft;
-        growthSize_ =
-            numMissing < static_cast<size_t>(maxBlockSize_) ? static_cast<int>(numMissing) : maxBlockSize_;
+        if (n > numLeft) {
+            const size_t size = std::max(n - numLeft, getNumElements() / 2);
+            growthSize_ = static_cast<int>(std::min(size, static_cast<size_t>(maxBlockSize_)));
+            touchSize_ = bTouch ? n - numLeft : 0;
+        }
     }
 
     /// Calls f for every record handed out so far, in that order.
@@ -79,10 +119,7 @@ class SimplePool {
     }
 
     /// The number of records handed out so far.
-    size_t getNumElements() const {
-        const size_t numAllocated = std::accumulate(blockSizes_.begin(), blockSizes_.end(), size_t(0));
-        return numAllocated - static_cast<size_t>(currentSize_ - nextIdx_ - 1);
-    }
+    size_t getNumElements() const { return numBefore_ + static_cast<size_t>(nextIdx_ + 1); }
 
     const std::list<int>& getBlockSizes() const { return blockSizes_; }
 
@@ -96,6 +133,9 @@ class SimplePool {
     void grow() {
         alloc(growthSize_);
         growthSize_ = -1;
+        const size_t numTouched = std::min(touchSize_, static_cast<size_t>(currentSize_));
+        touchSize_ -= numTouched;
+        if (numTouched > 0) touchAhead(pCurrent_, numTouched * sizeof(T));
     }
 
     std::list<T*> blocks_;
@@ -106,7 +146,30 @@ class SimplePool {
     bool bInitialized_ = false;
     bool bUntouched_ = false;  // no block was added since initialisation
     int growthSize_ = -1;      // what automatic growth passes to alloc
+    size_t touchSize_ = 0;     // so many records of the next blocks are wanted for certain
+    size_t numBefore_ = 0;     // records handed out from the blocks before the newest
     int maxBlockSize_ = 0;
+};
+
+/// Records for one operation, taken in advance: recycled ones first, then fresh ones from the pool. Not
+/// initialised.
+template <class T>
+class RecordSupply {
+  public:
+    RecordSupply() = default;
+    RecordSupply(SimplePool<T>& pool, std::vector<T*>& vRecycled, size_t n) {
+        const size_t numReused = std::min(n, vRecycled.size());
+        vReused_.assign(vRecycled.end() - static_cast<std::ptrdiff_t>(numReused), vRecycled.end());
+        vRecycled.resize(vRecycled.size() - numReused);
+        fresh_ = pool.getElements(n - numReused);
+    }
+
+    size_t size() const { return vReused_.size() + fresh_.size(); }
+    T* operator[](size_t i) const { return i < vReused_.size() ? vReused_[i] : fresh_[i - vReused_.size()]; }
+
+  private:
+    std::vector<T*> vReused_;
+    PoolRange<T> fresh_;
 };
 
 }  // namespace LUMO_TARO25D

@@ -49,13 +49,9 @@ const std::string& Taro_2D::getName() const { return pDt2_->getName(); }
 
 Dt2* Taro_2D::getImpl() const { return pDt2_.get(); }
 
-void Taro_2D::internal(int topic, int detail, std::string text) {
-    call(pDt2_)->internalDebug(topic, detail, text);
-}
+void Taro_2D::internal(int topic, int detail, std::string text) { call(pDt2_)->internalDebug(topic, detail, text); }
 
-void Taro_2D::setDev(const std::string& text, int number, double value) {
-    pDt2_->setDev(text, number, value);
-}
+void Taro_2D::setDev(const std::string& text, int number, double value) { pDt2_->setDev(text, number, value); }
 
 Point2* Taro_2D::insert(const Point2& point) { return call(pDt2_)->insert(point); }
 
@@ -72,6 +68,7 @@ void Taro_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles) {
 }
 
 double Taro_2D::measureTrianguluationTime(std::vector<Point2>& vPoints) {
+    const MessageScope scope(&pDt2_->getProgress());
     Dt2 engine(3);
     engine.setNumCPU(pDt2_->getNumCPU());
     const Timer timer("[quiet] Delaunay point insertion");
@@ -81,10 +78,10 @@ double Taro_2D::measureTrianguluationTime(std::vector<Point2>& vPoints) {
 
 void Taro_2D::remove(Point2* pVtx) { call(pDt2_)->remove(pVtx); }
 
-Triangle2* Taro_2D::locate(const Point2& point) const { return call(pDt2_)->locate(point); }
+Triangle2* Taro_2D::locate(const Point2& point) const { return pDt2_->locate(point); }
 
 bool Taro_2D::getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const {
-    return call(pDt2_)->getHeight(x, y, height, pApproxT, tolerance);
+    return pDt2_->getHeight(x, y, height, pApproxT, tolerance);
 }
 
 Triangle2* Taro_2D::getAdjacentTriangle(Point2* p0, Point2* p1) const {
@@ -103,9 +100,7 @@ void Taro_2D::getTrianglePointers(std::vector<Triangle2*>& vTriangles) const {
     call(pDt2_)->getTrianglePointers(vTriangles);
 }
 
-void Taro_2D::getVertexPointers(std::vector<Point2*>& vVertices) const {
-    call(pDt2_)->getVertexPointers(vVertices);
-}
+void Taro_2D::getVertexPointers(std::vector<Point2*>& vVertices) const { call(pDt2_)->getVertexPointers(vVertices); }
 
 void Taro_2D::getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const {
     call(pDt2_)->getConvexHull(bAllVertices, vConvexHullPoints);
@@ -139,9 +134,7 @@ void Taro_2D::show(Visualizer2* pVisualizer, bool bWithConstraints) const {
 
 void Taro_2D::subscribe(MsgType type, MsgBase* pListener) { pDt2_->getProgress().subscribe(type, pListener); }
 
-void Taro_2D::unsubscribe(MsgType type, MsgBase* pListener) {
-    pDt2_->getProgress().unsubscribe(type, pListener);
-}
+void Taro_2D::unsubscribe(MsgType type, MsgBase* pListener) { pDt2_->getProgress().unsubscribe(type, pListener); }
 
 void reconstruct(const std::vector<Point2>&) { printReconstructNotice(); }
 void reconstruct(const std::vector<Point2>&, const std::string&) { printReconstructNotice(); }

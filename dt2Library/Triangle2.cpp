@@ -197,14 +197,12 @@ double Triangle2::computeArea(double l0, double l1, double l2) const {
 
 double Triangle2::getInteriorAngle2D(int i) const {
     const Point2& corner = *aCorner_[i];
-    return getAngle(getVector2D(corner, *aCorner_[incIndexBy1(i)]),
-                    getVector2D(corner, *aCorner_[incIndexBy2(i)]));
+    return getAngle(getVector2D(corner, *aCorner_[incIndexBy1(i)]), getVector2D(corner, *aCorner_[incIndexBy2(i)]));
 }
 
 double Triangle2::getInteriorAngle25D(int i) const {
     const Point2& corner = *aCorner_[i];
-    return getAngle(getVector25D(corner, *aCorner_[incIndexBy1(i)]),
-                    getVector25D(corner, *aCorner_[incIndexBy2(i)]));
+    return getAngle(getVector25D(corner, *aCorner_[incIndexBy1(i)]), getVector25D(corner, *aCorner_[incIndexBy2(i)]));
 }
 
 Vector2 Triangle2::getNormalVector() const {

@@ -28,8 +28,7 @@ Vector2 normalize(const Vector2& v) {
 }
 
 Vector2 crossProduct(const Vector2& a, const Vector2& b) {
-    return Vector2(a.y() * b.z() - a.z() * b.y(), a.z() * b.x() - a.x() * b.z(),
-                   a.x() * b.y() - a.y() * b.x());
+    return Vector2(a.y() * b.z() - a.z() * b.y(), a.z() * b.x() - a.x() * b.z(), a.x() * b.y() - a.y() * b.x());
 }
 
 double getAngleDegree(const Vector2& a, const Vector2& b) {

@@ -1,11 +1,15 @@
 #include "VertexVault.h"
 
+#include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cmath>
 #include <iostream>
+#include <numeric>
 
 #include "Dt2.h"
 #include "diagnostics.h"
+#include "parallel.h"
 #include "tools.h"
 
 namespace LUMO_TARO25D {
@@ -13,7 +17,7 @@ namespace LUMO_TARO25D {
 namespace {
 
 // Points are read in curve order, which is random in memory: so many reads are under way at once.
-constexpr size_t PREFETCH_DISTANCE = 16;
+constexpr size_t PREFETCH_DISTANCE = 48;
 
 }  // namespace
 
@@ -50,16 +54,23 @@ void VertexVault::removeAndInvalidateVtx(Point2* pVtx) {
 }
 
 LargeVector<KeyedIndex> VertexVault::orderPoints(const PointSource& source) const {
+    const int numThreads = pDt2_->getNumCPU();
     const HC2& curve = pDt2_->getHilbertCurve();
-    LargeVector<KeyedIndex> vKeyed;
-    vKeyed.reserve(source.size());
-    for (size_t i = 0; i < source.size(); ++i) {
-        const Point2 point = source[i];
-        if (Dt2::isFinite(point))
-            vKeyed.push_back({curve.iReset(point.x(), point.y()), static_cast<std::uint32_t>(i)});
+    LargeVector<KeyedIndex> vKeyed(source.size());
+    std::atomic<bool> bAllFinite{true};
+    parallelFor(numThreads, source.size(), [&](size_t begin, size_t end, int) {
+        for (size_t i = begin; i < end; ++i) {
+            const Point2 point = source[i];
+            if (!Dt2::isFinite(point)) bAllFinite = false;
+            vKeyed[i] = {curve.iReset(point.x(), point.y()), static_cast<std::uint32_t>(i)};
+        }
+    });
+    if (!bAllFinite) {
+        const auto isRefused = [&](const KeyedIndex& entry) { return !Dt2::isFinite(source[entry.index]); };
+        vKeyed.erase(std::remove_if(vKeyed.begin(), vKeyed.end(), isRefused), vKeyed.end());
     }
     const auto pointAt = [&](size_t i) { return source[i]; };
-    KeyOrder(pointAt).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
+    KeyOrder(pointAt, numThreads).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
     return vKeyed;
 }
 
@@ -68,18 +79,15 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
     const bool bSearch = !bFullDimensional_ && !bFirst;
     if (bSearch) sortIV(SM_ALWAYS);
     const LargeVector<KeyedIndex> vKeyed = orderPoints(source);
-    itemPool_.expect(vKeyed.size());
-    reserveMore(vItems_, vKeyed.size());
-    Point2* pLast = nullptr;
-    for (size_t i = 0; i < vKeyed.size(); ++i) {
-        const KeyedIndex& entry = vKeyed[i];
-        if (i + PREFETCH_DISTANCE < vKeyed.size()) {
-            source.prefetch(vKeyed[i + PREFETCH_DISTANCE].index);
-            if (aHandles) __builtin_prefetch(aHandles + vKeyed[i + PREFETCH_DISTANCE].index, 1);
+    if (bSearch) {
+        Point2* pLast = nullptr;
+        for (const KeyedIndex& entry : vKeyed) {
+            const Point2 point = source[entry.index];
+            if (!pLast || *pLast != point) pLast = findStoredOrCreate(entry.key, point);
+            if (aHandles) aHandles[entry.index] = pLast;
         }
-        const Point2 point = source[entry.index];
-        if (!pLast || *pLast != point) pLast = findStoredOrCreate(entry.key, point, bSearch);
-        if (aHandles) aHandles[entry.index] = pLast;
+    } else {
+        iReset_vector_mt(source, vKeyed, aHandles);
     }
     if (!bFirst) return;
     numSorted_ = vItems_.size();
@@ -87,24 +95,61 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
     rebuildIndex();
 }
 
-Point2* VertexVault::findStoredOrCreate(unsigned key, const Point2& point, bool bSearch) {
-    if (bSearch) {
-        const size_t position = getIdxOfPoint(point);
-        if (position != NOT_FOUND) return vItems_[position]->vtx;
-    }
+Point2* VertexVault::findStoredOrCreate(unsigned key, const Point2& point) {
+    const size_t position = getIdxOfPoint(point);
+    if (position != NOT_FOUND) return vItems_[position]->vtx;
     Point2* pVtx = pDt2_->createVertex(point);
     addItem(key, pVtx);
     return pVtx;
 }
 
+void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<KeyedIndex>& vKeyed,
+                                   Point2** aHandles) {
+    const int numThreads = pDt2_->getNumCPU();
+    const size_t n = vKeyed.size();
+    const auto isDuplicate = [&](size_t i) {
+        return i > 0 && vKeyed[i].key == vKeyed[i - 1].key && source[vKeyed[i].index] == source[vKeyed[i - 1].index];
+    };
+    // The first pass counts the vertices of each part, so that the second one knows where they go.
+    std::vector<size_t> vNumBefore(numParallelParts(numThreads, n) + 1, 0);
+    parallelFor(numThreads, n, [&](size_t begin, size_t end, int part) {
+        size_t& count = vNumBefore[static_cast<size_t>(part) + 1];
+        for (size_t i = begin; i < end; ++i) count += !isDuplicate(i);
+    });
+    std::partial_sum(vNumBefore.begin(), vNumBefore.end(), vNumBefore.begin());
+    const size_t numNew = vNumBefore.back(), numOld = vItems_.size();
+    itemPool_.expect(numNew, numThreads == 1);
+    const RecordSupply<Point2> vertices = pDt2_->takeVertexRecords(numNew);
+    const RecordSupply<IdxVtxAct> items(itemPool_, vRecycledItems_, numNew);
+    reserveMore(vItems_, numNew);
+    vItems_.resize(numOld + numNew);
+    numItems_ += static_cast<int>(numNew);
+    parallelFor(numThreads, n, [&](size_t begin, size_t end, int part) {
+        size_t k = vNumBefore[static_cast<size_t>(part)];  // vertices so far
+        for (size_t i = begin; i < end; ++i) {
+            if (i + PREFETCH_DISTANCE < n) {
+                source.prefetch(vKeyed[i + PREFETCH_DISTANCE].index);
+                if (aHandles) __builtin_prefetch(aHandles + vKeyed[i + PREFETCH_DISTANCE].index, 1);
+            }
+            if (!isDuplicate(i)) {
+                Point2* pVtx = new (vertices[k]) Point2(source[vKeyed[i].index]);
+                pVtx->vaultPos_ = static_cast<unsigned>(numOld + k);
+                vItems_[numOld + k] = new (items[k]) IdxVtxAct{vKeyed[i].key, true, pVtx};
+                ++k;
+            }
+            if (aHandles) aHandles[vKeyed[i].index] = vertices[k - 1];
+        }
+    });
+}
+
 bool VertexVault::isSortDue() const {
     return vItems_.size() > 1.35 * numSorted_ ||
-           (numRemovedSinceSort_ > 0.5 * numSorted_ && numRemovedSinceSort_ >= 1001) ||
-           numItems_ > resortLimit_;
+           (numRemovedSinceSort_ > 0.5 * numSorted_ && numRemovedSinceSort_ >= 1001) || numItems_ > resortLimit_;
 }
 
 void VertexVault::sortIV(SortMode mode) {
     if (mode != SM_ALWAYS && !isSortDue()) return;
+    if (pDt2_->refreshHilbertCurve()) recomputeKeys();
     numRemovedSinceSort_ = 0;
     LargeVector<KeyedIndex> vKeyed;
     vKeyed.reserve(vItems_.size());
@@ -115,20 +160,24 @@ void VertexVault::sortIV(SortMode mode) {
             recycle(vItems_[i]);
         }
     }
-    const auto pointAt = [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; };
-    KeyOrder(pointAt).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
-    LargeVector<IdxVtxAct*> vSorted;
-    vSorted.reserve(vKeyed.size());
-    for (const KeyedIndex& entry : vKeyed) vSorted.push_back(vItems_[entry.index]);
-    setItems(vSorted);
+    mtSort(vKeyed);
     numSorted_ = vItems_.size();
     resortLimit_ = INT_MAX;  // from here on growth and removals alone decide
     rebuildIndex();
 }
 
-void VertexVault::setItems(LargeVector<IdxVtxAct*>& vItems) {
-    vItems_.swap(vItems);
-    for (size_t i = 0; i < vItems_.size(); ++i) vItems_[i]->vtx->vaultPos_ = static_cast<unsigned>(i);
+void VertexVault::mtSort(LargeVector<KeyedIndex>& vKeyed) {
+    const int numThreads = pDt2_->getNumCPU();
+    const auto pointAt = [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; };
+    KeyOrder(pointAt, numThreads).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
+    LargeVector<IdxVtxAct*> vSorted(vKeyed.size());
+    parallelFor(numThreads, vKeyed.size(), [&](size_t begin, size_t end, int) {
+        for (size_t i = begin; i < end; ++i) {
+            vSorted[i] = vItems_[vKeyed[i].index];
+            vSorted[i]->vtx->vaultPos_ = static_cast<unsigned>(i);
+        }
+    });
+    vItems_.swap(vSorted);
     numItems_ = static_cast<int>(vItems_.size());
     numKnownCollinear_ = 0;
 }
@@ -136,15 +185,21 @@ void VertexVault::setItems(LargeVector<IdxVtxAct*>& vItems) {
 void VertexVault::rebuildIndex() {
     keyIndex_.build(
         0, numSorted_, [&](size_t i) { return vItems_[i]->idx; },
-        [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; });
+        [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; }, pDt2_->getNumCPU());
+}
+
+void VertexVault::recomputeKeys() {
+    const HC2& curve = pDt2_->getHilbertCurve();
+    parallelFor(pDt2_->getNumCPU(), vItems_.size(), [&](size_t begin, size_t end, int) {
+        for (size_t i = begin; i < end; ++i) {
+            if (vItems_[i]->active) vItems_[i]->idx = curve.iReset(vItems_[i]->vtx->x(), vItems_[i]->vtx->y());
+        }
+    });
 }
 
 void VertexVault::reconfiguration() {
     if (vItems_.empty()) return;
-    const HC2& curve = pDt2_->getHilbertCurve();
-    for (IdxVtxAct* pItem : vItems_) {
-        if (pItem->active) pItem->idx = curve.iReset(pItem->vtx->x(), pItem->vtx->y());
-    }
+    recomputeKeys();
     sortIV(SM_ALWAYS);
 }
 
@@ -171,8 +226,7 @@ Point2* VertexVault::getVertexPointer(const Point2& p) const {
 
 size_t VertexVault::getIdxOfActiveVtx(const Point2* pVtx) const {
     const size_t position = pVtx->vaultPos_;
-    const bool bHeld =
-        position < vItems_.size() && vItems_[position]->active && vItems_[position]->vtx == pVtx;
+    const bool bHeld = position < vItems_.size() && vItems_[position]->active && vItems_[position]->vtx == pVtx;
     return bHeld ? position : NOT_FOUND;
 }
 
@@ -183,7 +237,8 @@ Triangle2* VertexVault::triangleAt(size_t position) const {
 
 Triangle2* VertexVault::getCloseTriangle(unsigned idx, double x, double y) const {
     const size_t middle = keyIndex_.find(idx, x, y).first;
-    for (size_t distance = 0; distance < numSorted_; ++distance) {
+    // Growing strides: where many vertices in a row have been removed, the next one is far but soon found.
+    for (size_t distance = 0; distance < numSorted_; distance += 1 + distance / 8) {
         if (middle + distance < numSorted_) {
             if (Triangle2* pT = triangleAt(middle + distance)) return pT;
         }
@@ -239,13 +294,12 @@ Point2* VertexVault::treatOneDupGetHandle(Point2* dup) {
     return pOrig;
 }
 
-void VertexVault::treatDupsAndHandles(Point2** aHandles, size_t numHandles) {
+void VertexVault::treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t numHandles) {
     if (mDuplicates_.empty()) return;
     replaceDuplicateVertexHandlesFullDim(aHandles, numHandles);
-    // Duplicates are among the items of the running insertion, behind the sorted ones, and never got a
-    // triangle.
-    size_t numKept = numSorted_;
-    for (size_t i = numSorted_; i < vItems_.size(); ++i) {
+    // Duplicates are among the items of the running insertion and never got a triangle.
+    size_t numKept = firstNew;
+    for (size_t i = firstNew; i < vItems_.size(); ++i) {
         IdxVtxAct* pItem = vItems_[i];
         if (pItem->active && !pItem->vtx->getIncidentTriangle()) {
             pDt2_->recycleVertex(pItem->vtx);
@@ -270,6 +324,35 @@ void VertexVault::replaceDuplicateVertexHandlesFullDim(Point2** aHandles, size_t
 
 void VertexVault::debugDups() const {
     for (const auto& entry : mDuplicates_) std::cout << *entry.first << " -> " << *entry.second << "\n";
+}
+
+Point2* VertexVault::getOriginal(Point2* pVtx) const {
+    const auto it = mDuplicates_.find(pVtx);
+    return it == mDuplicates_.end() ? pVtx : it->second;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The box around a parallel insertion
+
+bool VertexVault::createFakeBox(const Bbox2& box) {
+    Bbox2 fakeBox = box;
+    fakeBox.enlargeRanges(1.01);
+    const bool bStrictlyAround = fakeBox.getMinX() < box.getMinX() && box.getMaxX() < fakeBox.getMaxX() &&
+                                 fakeBox.getMinY() < box.getMinY() && box.getMaxY() < fakeBox.getMaxY();
+    if (!bStrictlyAround) return false;
+    fakeBox.setGeomTest(&pDt2_->getGeomTest());
+    std::vector<Point2> vCorners;
+    fakeBox.getCorners(vCorners);
+    for (size_t i = 0; i < 4; ++i) aFakeBoxCorner_[i] = pDt2_->createVertex(vCorners[i]);
+    return true;
+}
+
+void VertexVault::removeFakeBox() {
+    for (Point2*& pCorner : aFakeBoxCorner_) {
+        if (pCorner->getIncidentTriangle()) pDt2_->takeOutHullVertex(pCorner, true);
+        pDt2_->recycleVertex(pCorner);
+        pCorner = nullptr;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -38,13 +38,13 @@ class PointSource {
         if (pPoints_) return pPoints_[i];
         return Point2(aCoordinates_[3 * i], aCoordinates_[3 * i + 1], aCoordinates_[3 * i + 2]);
     }
-    /// Asks the processor to fetch a point that will be wanted soon.
+    /// Asks the processor to fetch a point that will be wanted soon; it may lie on two cache lines.
     void prefetch(size_t i) const {
-        if (pPoints_) {
-            __builtin_prefetch(pPoints_ + i);
-        } else {
-            __builtin_prefetch(aCoordinates_ + 3 * i);
-        }
+        const char* pFirst = pPoints_ ? reinterpret_cast<const char*>(pPoints_ + i)
+                                      : reinterpret_cast<const char*>(aCoordinates_ + 3 * i);
+        const size_t numBytes = pPoints_ ? sizeof(Point2) : 3 * sizeof(double);
+        __builtin_prefetch(pFirst);
+        __builtin_prefetch(pFirst + numBytes - 1);
     }
 
   private:
@@ -116,7 +116,23 @@ class VertexVault {
     Point2* treatOneDupGetHandle(Point2* dup);
     /// Replaces duplicates among the handles, discards their records and forgets them. The handles may be
     /// null.
-    void treatDupsAndHandles(Point2** aHandles, size_t numHandles);
+    void treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t numHandles);
+
+    /// The vertex at whose position a registered duplicate stands; any other vertex itself.
+    Point2* getOriginal(Point2* pVtx) const;
+
+    /// @}
+    /// @name The box around a parallel insertion
+    /// @{
+
+    /// Makes four vertices at the corners of the box enlarged by 1.01, counterclockwise; they are no items of
+    /// the vault. Returns false, and makes none, where rounding leaves no room between the box and the
+    /// enlarged one.
+    bool createFakeBox(const Bbox2& box);
+    bool hasFakeBox() const { return aFakeBoxCorner_[0] != nullptr; }
+    Point2* getFakeBoxCorner(size_t i) const { return aFakeBoxCorner_[i]; }
+    /// Takes them out of the mesh again and discards them.
+    void removeFakeBox();
 
     /// @}
     /// @name Access
@@ -129,7 +145,7 @@ class VertexVault {
     size_t getSize() const { return vItems_.size(); }
     bool empty() const { return numItems_ == 0; }
     void getVertexPointers(std::vector<Point2*>& vVertices) const;
-    LargeVector<IdxVtxAct*>& getData() { return vItems_; }
+    const LargeVector<IdxVtxAct*>& getData() const { return vItems_; }
 
     void showData(const std::string& name) const;
     /// Checks positions, order and counts; reports what is wrong.
@@ -142,8 +158,12 @@ class VertexVault {
     bool isSortDue() const;
     /// The finite points in spatial order.
     LargeVector<KeyedIndex> orderPoints(const PointSource& source) const;
-    Point2* findStoredOrCreate(unsigned key, const Point2& point, bool bSearch);
-    void setItems(LargeVector<IdxVtxAct*>& vItems);
+    Point2* findStoredOrCreate(unsigned key, const Point2& point);
+    /// Makes vertices of ordered points, equal positions into one, on all threads.
+    void iReset_vector_mt(const PointSource& source, const LargeVector<KeyedIndex>& vKeyed, Point2** aHandles);
+    /// Puts the listed items, and only these, into order, on all threads.
+    void mtSort(LargeVector<KeyedIndex>& vKeyed);
+    void recomputeKeys();
     void rebuildIndex();
     void recycle(IdxVtxAct* pItem);
     void replaceDuplicateVertexHandlesFullDim(Point2** aHandles, size_t numHandles);
@@ -152,10 +172,11 @@ class VertexVault {
     Dt2* pDt2_;
     LargeVector<IdxVtxAct*> vItems_;
     SimplePool<IdxVtxAct> itemPool_;
-    LargeVector<IdxVtxAct*> vRecycledItems_;
+    std::vector<IdxVtxAct*> vRecycledItems_;
     KeyIndex keyIndex_;
     size_t numSorted_ = 0;
 
+    Point2* aFakeBoxCorner_[4] = {nullptr, nullptr, nullptr, nullptr};
     std::map<Point2*, Point2*> mDuplicates_;
     std::mutex dupMutex_;
 

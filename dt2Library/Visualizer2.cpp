@@ -235,8 +235,7 @@ void PostscriptPage::setRange() {
     rangeY_.complete();
     const double largest = std::max({-rangeX_.min, rangeX_.max, -rangeY_.min, rangeY_.max});
     shrink_ = largest > 1e300 ? 0x1p-20 : 1.0;
-    extent_ = std::max(rangeX_.max * shrink_ - rangeX_.min * shrink_,
-                       rangeY_.max * shrink_ - rangeY_.min * shrink_);
+    extent_ = std::max(rangeX_.max * shrink_ - rangeX_.min * shrink_, rangeY_.max * shrink_ - rangeY_.min * shrink_);
 }
 
 XY PostscriptPage::scaledPoint(const XY& point) const {
@@ -309,8 +308,7 @@ void PostscriptPage::writeHeaderLines() {
         out_ << "240\t" << y << "\tmoveto\n(" << quoted(text.substr(0, MAX_HEADER_LENGTH)) << ")\tshow\n";
     }
     // The last line stands twice: pages are compared as text, and this is how they have always looked.
-    out_ << "237\t692\tmoveto\n237\t" << top
-         << "\tlineto\n237\t692\tmoveto\n570\t692\tlineto\n570\t692\tlineto\n";
+    out_ << "237\t692\tmoveto\n237\t" << top << "\tlineto\n237\t692\tmoveto\n570\t692\tlineto\n570\t692\tlineto\n";
 }
 
 template <class ShapeT>
@@ -393,8 +391,8 @@ Visualizer2::Visualizer2(const std::string& filename) {
 
 Visualizer2::~Visualizer2() {
     if (pPage_->isClosed()) return;
-    std::cout << "Calling Visualizer2::writeFile() to complete an unfinished visualization [" +
-                     pPage_->getFilename() + "]\n"
+    std::cout << "Calling Visualizer2::writeFile() to complete an unfinished visualization [" + pPage_->getFilename() +
+                     "]\n"
               << std::flush;
     writeFile();
 }

@@ -12,8 +12,7 @@ thread_local MessageSink* pCurrentSink = nullptr;
 
 void print(const char* color, const std::string& location, const char* kind, const std::string& message) {
     // One write for the whole line, so that lines of two threads do not mix.
-    std::cout << std::string(color) + "      [Taro2D-Message] " + location + kind + message + "\033[m\n"
-              << std::flush;
+    std::cout << std::string(color) + "      [Taro2D-Message] " + location + kind + message + "\033[m\n" << std::flush;
     if (pCurrentSink) pCurrentSink->receive(message);
 }
 

@@ -49,8 +49,7 @@ inline DoubleDouble twoProduct(double a, double b) {
     return {product, std::fma(a, b, -product)};
 #else
     const DoubleDouble halvesA = splitInHalves(a), halvesB = splitInHalves(b);
-    const double rest =
-        ((product - halvesA.hi * halvesB.hi) - halvesA.lo * halvesB.hi) - halvesA.hi * halvesB.lo;
+    const double rest = ((product - halvesA.hi * halvesB.hi) - halvesA.lo * halvesB.hi) - halvesA.hi * halvesB.lo;
     return {product, halvesA.lo * halvesB.lo - rest};
 #endif
 }

@@ -165,11 +165,9 @@ Point2 barycenter(const Point2& a, const Point2& b, const Point2& c) {
     return Point2(getMean(a.x(), b.x(), c.x()), getMean(a.y(), b.y(), c.y()), getMean(a.z(), b.z(), c.z()));
 }
 
-bool getIntersectionPoint(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
-                          Point2& result) {
+bool getIntersectionPoint(const Point2& a, const Point2& b, const Point2& c, const Point2& d, Point2& result) {
     double x, y;
-    if (!getTransversalIntersection(a, b, c, d, x, y))
-        return getIntersectionPointNoRounding(a, b, c, d, result);
+    if (!getTransversalIntersection(a, b, c, d, x, y)) return getIntersectionPointNoRounding(a, b, c, d, result);
     result = getPointAbove(a, b, x, y);
     return true;
 }
@@ -182,8 +180,8 @@ bool getIntersectionPointNoRounding(const Point2& a, const Point2& b, const Poin
     return true;
 }
 
-bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
-                                     double& x, double& y) {
+bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d, double& x,
+                                     double& y) {
     if (!isFinite(a) || !isFinite(b) || !isFinite(c) || !isFinite(d) || areParallel(a, b, c, d)) return false;
     GeomTest().getIntersectionCoords_gmp(a, b, c, d, x, y);
     return true;

@@ -5,8 +5,7 @@
 #endif
 
 #define TARO_STRING(x) #x
-#define TARO_VERSION_STRING(major, minor, revision) \
-    TARO_STRING(major) "." TARO_STRING(minor) "." TARO_STRING(revision)
+#define TARO_VERSION_STRING(major, minor, revision) TARO_STRING(major) "." TARO_STRING(minor) "." TARO_STRING(revision)
 
 namespace LUMO_TARO25D {
 

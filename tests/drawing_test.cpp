@@ -65,9 +65,7 @@ size_t countOf(const std::string& needle, const std::string& text) {
     return count;
 }
 
-bool contains(const std::string& text, const std::string& needle) {
-    return text.find(needle) != std::string::npos;
-}
+bool contains(const std::string& text, const std::string& needle) { return text.find(needle) != std::string::npos; }
 
 std::string prologOf(const std::string& comment, const std::string& title) {
     return "%!PS-Adobe-1.0\n\t%%Creator: LUMO PostscriptWriter\n\t%%Title: " + comment +
@@ -93,16 +91,13 @@ TEST(Color, ConstructorsNamesAndOrder) {
     EXPECT_EQ(Color(COLIVE, 2, false), Color(0.5, 0.5, 0, 2));
     EXPECT_EQ(Color(CDARKBROWN).b, 0.074f);
     // One field after the other decides.
-    const std::set<Color> sColors = {
-        red, gray, pink, Color(), Color(CBLACK, 0.05f, true), Color(CBLACK, 0.04f, true)};
+    const std::set<Color> sColors = {red, gray, pink, Color(), Color(CBLACK, 0.05f, true), Color(CBLACK, 0.04f, true)};
     EXPECT_EQ(std::vector<Color>(sColors.begin(), sColors.end()),
-              (std::vector<Color>{Color(CBLACK, 0.04f, true), Color(), Color(CBLACK, 0.05f, true), gray, red,
-                                  pink}));
+              (std::vector<Color>{Color(CBLACK, 0.04f, true), Color(), Color(CBLACK, 0.05f, true), gray, red, pink}));
 
     std::unique_ptr<Color> pUnknown;
-    EXPECT_EQ(
-        printedBy([&] { pUnknown = std::make_unique<Color>(static_cast<Colorname>(17), 0.5f, true); }),
-        "\033[0;93m      [Taro2D-Message] Color::Color, WARNING: Colorname unknown, returning black\033[m\n");
+    EXPECT_EQ(printedBy([&] { pUnknown = std::make_unique<Color>(static_cast<Colorname>(17), 0.5f, true); }),
+              "\033[0;93m      [Taro2D-Message] Color::Color, WARNING: Colorname unknown, returning black\033[m\n");
     EXPECT_EQ(*pUnknown, Color(0, 0, 0, 0.5, true));
 }
 
@@ -129,8 +124,7 @@ TEST(Color, NextNamesCycleWithoutRedYellowAndWhite) {
 TEST(Visualizer2, WritesTheExactTextOfASmallScene) {
     const std::string path = pathOf(".ps");
     Visualizer2* pVis = nullptr;
-    EXPECT_EQ(printedBy([&] { pVis = new Visualizer2(path); }),
-              "\033[0;31mVisualizer2:: Writing " + path + "\033[m\n");
+    EXPECT_EQ(printedBy([&] { pVis = new Visualizer2(path); }), "\033[0;31mVisualizer2:: Writing " + path + "\033[m\n");
     Point2 p0(0, 0, 7), p1(10, 0, 7), p2(0, 5, 7);
     Triangle2 triangle(&p0, &p1, &p2);
     // Added in another order than drawn.
@@ -197,12 +191,11 @@ TEST(Visualizer2, DestructorWritesAnUnfinishedFile) {
     pVis->addObject(Point2(3, 4, 0), Color());
     EXPECT_EQ(printedBy([&] { pVis.reset(); }),
               "Calling Visualizer2::writeFile() to complete an unfinished visualization [" + path + "]\n");
-    EXPECT_EQ(
-        readFile(path),
-        prologOf(path, path) +
-            "40\t705\tmoveto\n(x-Range: [2 - 4] =2)\tshow\n40\t695\tmoveto\n(y-Range: [3 - 5] =2)\tshow\n"
-            "288.5\t438.5\tmoveto\n291.5\t441.5\tlineto\n288.5\t441.5\tmoveto\n291.5\t438.5\tlineto\n"
-            "stroke\nshowpage\n%%Trailer\n");
+    EXPECT_EQ(readFile(path),
+              prologOf(path, path) +
+                  "40\t705\tmoveto\n(x-Range: [2 - 4] =2)\tshow\n40\t695\tmoveto\n(y-Range: [3 - 5] =2)\tshow\n"
+                  "288.5\t438.5\tmoveto\n291.5\t441.5\tlineto\n288.5\t441.5\tmoveto\n291.5\t438.5\tlineto\n"
+                  "stroke\nshowpage\n%%Trailer\n");
     std::remove(path.c_str());
 }
 
@@ -245,8 +238,7 @@ TEST(Visualizer2, HeaderLinesShrinkAndAreLimited) {
                  {1, 50, 10}, {2, 100, 6}, {1, 120, 6}, {3, 121, 6}, {1, 5000, 6}};
     for (const auto& c : aCase) {
         const std::string text = drawn([&](Visualizer2& vis) {
-            for (size_t i = 0; i < c.numLines; ++i)
-                vis.addHeaderLine(std::string(i == 0 ? c.length : 0, 'x'));
+            for (size_t i = 0; i < c.numLines; ++i) vis.addHeaderLine(std::string(i == 0 ? c.length : 0, 'x'));
         });
         const int pitch = c.fontSize + 2;
         const int top = 695 + static_cast<int>(c.numLines) * pitch;

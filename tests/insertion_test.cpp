@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <sstream>
@@ -14,7 +16,6 @@
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
 #include "support/generators.h"
-#include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
 
 using namespace LUMO_TARO25D;
@@ -36,12 +37,8 @@ void insertBulk(Taro_2D& mesh, const PointVector& vPoints, Handles& vHandles) {
 void insertArray(Taro_2D& mesh, const PointVector& vPoints, Handles& vHandles) {
     std::vector<double> vCoordinates;
     for (const Point2& p : vPoints) vCoordinates.insert(vCoordinates.end(), {p.x(), p.y(), p.z()});
-    Handles vMade(vPoints.size());
-    mesh.insert(static_cast<int>(vPoints.size()), vCoordinates.data(), vMade.data());
-    for (size_t i = 0; i < vMade.size(); ++i) {
-        if (vMade[i]) vMade[i]->setCustomIndex(vPoints[i].getCustomIndex());
-    }
-    vHandles.insert(vHandles.end(), vMade.begin(), vMade.end());
+    vHandles.resize(vHandles.size() + vPoints.size());
+    mesh.insert(static_cast<int>(vPoints.size()), vCoordinates.data(), &*vHandles.end() - vPoints.size());
 }
 
 using Insert = void (*)(Taro_2D&, const PointVector&, Handles&);
@@ -54,18 +51,17 @@ struct Way {
 
 const Way ways[] = {{"singly", {insertSingly}},
                     {"in bulk", {insertBulk}},
-                    {"in bulk, in two halves", {insertBulk, insertBulk}},
-                    {"mixed", {insertSingly, insertBulk, insertSingly, insertBulk, insertBulk}}};
+                    {"in two halves", {insertBulk, insertBulk}},
+                    {"mixed", {insertSingly, insertArray, insertSingly, insertBulk, insertBulk}}};
 
 void insertIn(const Way& way, const PointVector& vPoints, Taro_2D& mesh, Handles& vHandles) {
     const size_t numParts = way.vParts.size(), n = vPoints.size();
     for (size_t k = 0; k < numParts; ++k) {
-        const PointVector vPart(vPoints.begin() + n * k / numParts, vPoints.begin() + n * (k + 1) / numParts);
-        way.vParts[k](mesh, vPart, vHandles);
+        const auto begin = vPoints.begin() + n * k / numParts, end = vPoints.begin() + n * (k + 1) / numParts;
+        way.vParts[k](mesh, PointVector(begin, end), vHandles);
     }
 }
 
-/// Inserts the points in each way and lets the oracle judge.
 void checkAllWays(const PointVector& vPoints) {
     for (const Way& way : ways) {
         SCOPED_TRACE(way.name);
@@ -75,16 +71,27 @@ void checkAllWays(const PointVector& vPoints) {
         const DelaunayOracle oracle(mesh, vPoints);
         ASSERT_TRUE(oracle.check());
         ASSERT_TRUE(oracle.checkHandles(vHandles));
-        if (mesh.is2D()) {
-            ASSERT_TRUE(mesh.checkValidity(true, way.name));
-        }
+        ASSERT_TRUE(!mesh.is2D() || mesh.checkValidity(true, way.name));
     }
 }
 
-void checkBulk(const PointVector& vPoints) {
+void checkAfterEachPoint(const PointVector& vPoints) {
     Taro_2D mesh;
-    mesh.insert(vPoints);
-    ASSERT_TRUE(DelaunayOracle(mesh, vPoints).check());
+    PointVector vSoFar;
+    for (const Point2& point : vPoints) {
+        vSoFar.push_back(point);
+        mesh.insert(point);
+        ASSERT_TRUE(DelaunayOracle(mesh, vSoFar).check());
+    }
+}
+
+/// Turned by a number of right angles and moved.
+PointVector transformed(PointVector vPoints, int numTurns, double dx, double dy) {
+    for (Point2& p : vPoints) {
+        for (int i = 0; i < numTurns; ++i) p.set(-p.y(), p.x(), p.z());
+        p.set(p.x() + dx, p.y() + dy, p.z());
+    }
+    return vPoints;
 }
 
 /// Triangles and vertices in their order, by coordinates.
@@ -98,33 +105,8 @@ std::string describe(const Taro_2D& mesh) {
     }
     Handles vVertices;
     mesh.getVertexPointers(vVertices);
-    for (const Point2* pVtx : vVertices) text << "\n" << pVtx->getCustomIndex();
+    for (const Point2* pVtx : vVertices) text << "\n" << pVtx->z();
     return text.str();
-}
-
-/// Turned by a number of right angles and moved.
-PointVector transformed(PointVector vPoints, int numTurns, double dx, double dy) {
-    for (Point2& p : vPoints) {
-        for (int i = 0; i < numTurns; ++i) p.set(-p.y(), p.x(), p.z());
-        p.set(p.x() + dx, p.y() + dy, p.z());
-    }
-    return vPoints;
-}
-
-/// The corners of a quadrilateral in every order: does the diagonal end at the corner inserted last?
-std::vector<bool> diagonalsEndAtLast(PointVector vCorners) {
-    std::vector<bool> vResult;
-    std::sort(vCorners.begin(), vCorners.end());
-    do {
-        Taro_2D mesh;
-        Handles vHandles;
-        insertSingly(mesh, vCorners, vHandles);
-        EXPECT_EQ(mesh.numberOfTriangles(), 2u);
-        Handles vNeighbours;
-        mesh.getIncidentVertices(vHandles.back(), vNeighbours);
-        vResult.push_back(vNeighbours.size() == 3);
-    } while (std::next_permutation(vCorners.begin(), vCorners.end()));
-    return vResult;
 }
 
 size_t degree(const Taro_2D& mesh, Point2* pVtx) {
@@ -133,7 +115,21 @@ size_t degree(const Taro_2D& mesh, Point2* pVtx) {
     return vTriangles.size();
 }
 
-/// Points from a file of binary triples; empty where there is none.
+/// How many of the 24 orders of the corners of a quadrilateral make a diagonal that ends at the last one.
+int numDiagonalsAtLastCorner(PointVector vCorners) {
+    int num = 0;
+    std::sort(vCorners.begin(), vCorners.end());
+    do {
+        Taro_2D mesh;
+        Handles vHandles;
+        insertSingly(mesh, vCorners, vHandles);
+        EXPECT_EQ(mesh.numberOfTriangles(), 2u);
+        num += degree(mesh, vHandles.back()) == 2;
+    } while (std::next_permutation(vCorners.begin(), vCorners.end()));
+    return num;
+}
+
+/// Points from a file of binary triples.
 PointVector readPoints(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     std::uint64_t n = 0;
@@ -145,50 +141,43 @@ PointVector readPoints(const std::filesystem::path& path) {
     return vPoints;
 }
 
+/// Lines of "x y z" in any notation of strtod, with comments after #.
 PointVector readCorpusFile(const std::filesystem::path& path) {
     PointVector vPoints;
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
-        line = line.substr(0, line.find('#'));
-        char* next = line.data();
-        double xyz[3];
-        int num = 0;
-        for (char* end = next; num < 3 && (xyz[num] = std::strtod(next, &end), end != next); next = end)
-            ++num;
-        EXPECT_TRUE(num == 0 || num == 3) << path << ": " << line;
-        if (num == 3) vPoints.emplace_back(xyz[0], xyz[1], xyz[2]);
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string x, y, z;
+        if (!(words >> x)) continue;
+        EXPECT_TRUE(words >> y >> z) << path << ": " << line;
+        vPoints.emplace_back(std::stod(x), std::stod(y), std::stod(z));
     }
-    for (size_t i = 0; i < vPoints.size(); ++i) vPoints[i].setCustomIndex(static_cast<int>(i));
     return vPoints;
 }
 
 class EveryGenerator : public testing::TestWithParam<Generator> {};
 
 TEST_P(EveryGenerator, GivesADelaunayTriangulation) {
-    for (const size_t n : {7u, 40u, 400u}) {
-        for (int seed = 0; seed < (n < 400 ? 8 : 1); ++seed) {
-            SCOPED_TRACE(testing::Message() << GetParam().name << ", n " << n << ", seed " << seed);
-            Random random(seed);
-            checkAllWays(GetParam().make(n, random));
-            if (HasFatalFailure()) return;
-        }
+    for (int seed = 0; seed < 17 && !HasFatalFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        checkAllWays(GetParam().make(seed == 16 ? 300 : seed % 2 ? 7 : 40, random));
     }
 }
 
-TEST_P(EveryGenerator, DependsOnTheInputAlone) {
+TEST_P(EveryGenerator, GivesTheSameTrianglesInTheSameOrderAgain) {
     Random random(1);
-    const PointVector vPoints = GetParam().make(300, random);
+    const PointVector vPoints = GetParam().make(200, random);
     for (const Way& way : ways) {
         std::vector<std::unique_ptr<char[]>> vNoise;
         std::string first;
-        for (int run = 0; run < 3; ++run) {
-            Taro_2D mesh(1 + 50 * run);  // blocks of other sizes, at other addresses
-            for (int i = 0; i < 200; ++i)
-                vNoise.push_back(std::make_unique<char[]>(size_t(integer(random, 1, 5000))));
-            for (int i = 0; i < 100; ++i) vNoise.erase(vNoise.begin() + long(random() % vNoise.size()));
+        for (const unsigned numExpected : {3u, 70u, 1000u}) {  // blocks of other sizes, at other addresses
+            Taro_2D mesh(numExpected);
+            for (int i = 0; i < 200; ++i) vNoise.push_back(std::make_unique<char[]>(size_t(integer(random, 1, 5000))));
+            for (int i = 0; i < 100; ++i) vNoise.erase(vNoise.begin() + long(integer(random, 0, 99)));
             Handles vHandles;
             insertIn(way, vPoints, mesh, vHandles);
-            if (run == 0) first = describe(mesh);
+            if (first.empty()) first = describe(mesh);
             ASSERT_EQ(describe(mesh), first) << way.name;
         }
     }
@@ -207,6 +196,7 @@ TEST(Insertion, OfTheCorpus) {
         ++numFiles;
         PointVector vShuffled = vPoints;
         Random random(1);
+        checkAfterEachPoint(vPoints);
         checkAllWays(vPoints);
         for (int i = 0; i < 5; ++i) {
             std::shuffle(vShuffled.begin(), vShuffled.end(), random);
@@ -222,82 +212,46 @@ TEST(Insertion, OfRealData) {
     if (std::string(TARO25D_SHARED_DATA_DIR).empty()) GTEST_SKIP() << "the folder of shared data is absent";
     const struct {
         const char* name;
-        size_t numPoints, numTriangles;  // 0: not known from elsewhere
+        size_t numPoints, numTriangles;
     } aFiles[] = {{"delaunator_robustness1", 79, 141},
                   {"delaunator_robustness2", 968, 1924},
                   {"delaunator_ukraine", 867, 1711},
-                  {"landslide_pre10m", 9638, 0}};
+                  {"landslide_pre10m", 9638, 2 * 78 * 121}};
     for (const auto& file : aFiles) {
         SCOPED_TRACE(file.name);
-        const PointVector vPoints = readPoints(std::filesystem::path(TARO25D_SHARED_DATA_DIR) / "points" /
-                                               (std::string(file.name) + ".xyzb"));
-        ASSERT_FALSE(vPoints.empty());
+        const PointVector vPoints = readPoints(TARO25D_SHARED_DATA_DIR + std::string("/points/") + file.name + ".xyzb");
         Taro_2D mesh;
         mesh.insert(vPoints);
         EXPECT_EQ(mesh.numberOfPoints(), file.numPoints);
-        if (file.numTriangles > 0) {
-            EXPECT_EQ(mesh.numberOfTriangles(), file.numTriangles);
-        }
+        EXPECT_EQ(mesh.numberOfTriangles(), file.numTriangles);
         checkAllWays(vPoints);
     }
 }
 
-TEST(Insertion, OfLargeSets) {
-    Random random(7);
+TEST(Insertion, OfALargeGrid) {
     const size_t side = static_cast<size_t>(std::sqrt(static_cast<double>(scaled(1000000))));
+    Random random(1);
     Taro_2D mesh;
-    mesh.insert(makeGrid(side, 0, 0, 1, random));
+    mesh.insert(makeGrid(side, -3, 7, 1, random));
     EXPECT_EQ(mesh.numberOfTriangles(), 2 * (side - 1) * (side - 1));
     EXPECT_TRUE(mesh.checkValidity(true, "grid"));
-    for (const Generator& generator : generators) {
-        SCOPED_TRACE(generator.name);
-        checkBulk(generator.make(scaled(6000), random));
-    }
-}
-
-TEST(Insertion, OfThePointsBeforeTheFirstTriangle) {
-    for (const Way& way : ways) {
-        SCOPED_TRACE(way.name);
-        Taro_2D mesh;
-        Handles vHandles;
-        PointVector vAll;
-        const PointVector aSteps[] = {{Point2(0, 0, 1)},
-                                      {Point2(0, 0, 2), Point2(0, 0, 3)},
-                                      {Point2(1, 1, 0)},
-                                      {Point2(2, 2, 0), Point2(1, 1, 4), Point2(-7, -7, 0)}};
-        for (const PointVector& vStep : aSteps) {
-            insertIn(way, vStep, mesh, vHandles);
-            vAll.insert(vAll.end(), vStep.begin(), vStep.end());
-            EXPECT_TRUE(DelaunayOracle(mesh, vAll).check());
-        }
-        EXPECT_EQ(mesh.numberOfPoints(), 4u);
-        EXPECT_FALSE(mesh.is2D());
-        insertIn(way, {Point2(0, 1, 0)}, mesh, vHandles);
-        EXPECT_EQ(mesh.numberOfPoints(), 5u);
-        EXPECT_EQ(mesh.numberOfTriangles(), 3u);
-    }
 }
 
 TEST(Insertion, OfALongCollinearRunAndThenAPointOffTheLine) {
-    const size_t n = scaled(10000);
+    const double n = double(scaled(10000));
     Random random(3);
-    std::vector<double> vPositions(n);
-    for (size_t i = 0; i < n; ++i) vPositions[i] = static_cast<double>(i);
-    std::shuffle(vPositions.begin(), vPositions.end(), random);
-    const std::pair<double, double> aDirections[] = {{1, 0}, {0, 1}, {1, 1}, {-3, 7}};
-    for (const auto& [dx, dy] : aDirections) {
+    for (const auto& [dx, dy] : {XY(1, 0), XY(0, 1), XY(1, 1), XY(-3, 7)}) {
         for (const Way& way : {ways[0], ways[1]}) {
             SCOPED_TRACE(testing::Message() << dx << " " << dy << " " << way.name);
-            PointVector vPoints;
-            for (const double i : vPositions) vPoints.emplace_back(i * dx, i * dy, 0.0);
+            PointVector vPoints = makePoints(size_t(n), [dx = dx, dy = dy](double i) { return XY(i * dx, i * dy); });
+            std::shuffle(vPoints.begin(), vPoints.end(), random);
             Taro_2D mesh;
             Handles vHandles;
             insertIn(way, vPoints, mesh, vHandles);
             EXPECT_FALSE(mesh.is2D());
-            vPoints.emplace_back(0.4 * double(n) * dx + 1e-3 * dy, 0.4 * double(n) * dy - 1e-3 * dx, 0.0);
-            vHandles.push_back(mesh.insert(vPoints.back()));
-            EXPECT_EQ(mesh.numberOfTriangles(), n - 1);
-            EXPECT_EQ(degree(mesh, vHandles.back()), n - 1);
+            vPoints.emplace_back(0.4 * n * dx + 1e-3 * dy, 0.4 * n * dy - 1e-3 * dx, 0.0);
+            Point2* pApex = mesh.insert(vPoints.back());
+            EXPECT_EQ(degree(mesh, pApex), mesh.numberOfTriangles());
             EXPECT_TRUE(DelaunayOracle(mesh, vPoints).check());
         }
     }
@@ -307,113 +261,77 @@ TEST(Insertion, RefusesPointsThatAreNotFinite) {
     constexpr double inf = std::numeric_limits<double>::infinity();
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const PointVector vBad{Point2(nan, 0, 0), Point2(0, -inf, 0), Point2(0, 0, inf), Point2(0, 0, nan)};
-    const std::string single = "Dt2::insert(), WARNING: non-finite coordinates, point refused\033[m\n";
-    const std::string bulk =
-        "Dt2::insertVector(), WARNING: non-finite coordinates, points refused: 4\033[m\n";
+    const PointVector vSome{vBad[0],         Point2(0, 0, 5), vBad[1], Point2(4, 0, 0),
+                            Point2(0, 1, 0), Point2(0, 0, 6), vBad[2], vBad[3]};
+    const std::string head = "\033[0;93m      [Taro2D-Message] Dt2::insert";
+    const std::string single = head + "(), WARNING: non-finite coordinates, point refused\033[m\n";
+    const std::string bulk = head + "Vector(), WARNING: non-finite coordinates, points refused: 4\033[m\n";
     const std::pair<Insert, std::string> aCases[] = {
-        {insertSingly, single + "@" + single + "@" + single + "@" + single},
-        {insertBulk, bulk},
-        {insertArray, bulk}};
-    for (auto [insert, text] : aCases) {
-        const std::string head = "\033[0;93m      [Taro2D-Message] ";
-        for (size_t at; (at = text.find('@')) != std::string::npos;) text.replace(at, 1, head);
+        {insertSingly, single + single + single + single}, {insertBulk, bulk}, {insertArray, bulk}};
+    for (const auto& [insert, text] : aCases) {
         Taro_2D mesh;
-        PointVector vAll = vBad;
-        Handles vHandles;
-        for (const bool bWithGoodOnes : {false, true}) {
-            if (bWithGoodOnes) {
-                vAll.insert(vAll.begin() + 1, Point2(0, 0, 5));
-                vAll.insert(vAll.begin() + 3, {Point2(4, 0, 0), Point2(0, 1, 0), Point2(0, 0, 6)});
-            }
-            vHandles.clear();
+        for (const PointVector& vPoints : {vBad, vSome}) {
+            Handles vHandles;
             const StdoutCapture capture;
-            insert(mesh, vAll, vHandles);
-            EXPECT_EQ(capture.text(), head + text);
-            EXPECT_EQ(mesh.is2D(), bWithGoodOnes);
-            EXPECT_TRUE(DelaunayOracle(mesh, vAll).check());
-            EXPECT_TRUE(DelaunayOracle(mesh, vAll).checkHandles(vHandles));
+            insert(mesh, vPoints, vHandles);
+            EXPECT_EQ(capture.text(), text);
+            EXPECT_TRUE(DelaunayOracle(mesh, vPoints).check());
+            EXPECT_TRUE(DelaunayOracle(mesh, vPoints).checkHandles(vHandles));
         }
     }
 }
 
 TEST(Insertion, OfNothingDoesNothing) {
     Taro_2D mesh(0);
-    Point2 vertex;
-    Point2* pUntouched = &vertex;
+    Point2 other;
+    Point2* pUntouched = &other;
     Handles vHandles{pUntouched};
     mesh.insert(PointVector());
     mesh.insert(PointVector(), vHandles);
     EXPECT_TRUE(vHandles.empty()) << "handles are replaced";
     mesh.insert(0, nullptr, nullptr);
     mesh.insert(-1, nullptr, &pUntouched);
-    EXPECT_EQ(pUntouched, &vertex);
+    EXPECT_EQ(pUntouched, &other);
     EXPECT_EQ(mesh.numberOfPoints(), 0u);
 }
 
-TEST(Insertion, OfADuplicateGivesTheVertexThatWasThereFirst) {
-    Random random(5);
-    const PointVector vPoints = makeGrid(9, 0, 0, 1, random);
-    for (const Insert insert : {insertSingly, insertBulk, insertArray}) {
-        Taro_2D mesh;
-        Handles vFirst, vAgain;
-        PointVector vTwice;
-        for (const Point2& p : vPoints) {
-            vTwice.push_back(p);
-            vTwice.emplace_back(p.x(), p.y(), -1.0);
-        }
-        insert(mesh, vTwice, vFirst);
-        for (size_t i = 0; i < vTwice.size(); i += 2) {
-            EXPECT_EQ(vFirst[i], vFirst[i + 1]);
-            EXPECT_EQ(vFirst[i]->z(), vTwice[i].z());
-        }
-        insert(mesh, vTwice, vAgain);
-        EXPECT_EQ(vFirst, vAgain);
-        EXPECT_EQ(mesh.numberOfPoints(), 81u);
-        EXPECT_TRUE(mesh.getImpl()->getVertexVault().checkVault());
-    }
-}
-
 TEST(Insertion, DiagonalOfARectangleEndsAtTheCornerInsertedLast) {
-    const std::vector<bool> vAlways(24, true), vNever(24, false);
     for (const double width : {1.0, 0.25, 3e5}) {
         for (const double x : {0.0, 4.5e5, -1e12}) {
-            EXPECT_EQ(diagonalsEndAtLast({Point2(x, 2, 0), Point2(x + width, 2, 0), Point2(x, 3, 0),
-                                          Point2(x + width, 3, 0)}),
-                      vAlways)
-                << width << " at " << x;
+            const PointVector vRectangle{Point2(x, 2, 0), Point2(x + width, 2, 0), Point2(x, 3, 0),
+                                         Point2(x + width, 3, 0)};
+            EXPECT_EQ(numDiagonalsAtLastCorner(vRectangle), 24) << width << " at " << x;
         }
     }
-    // Cocircular, but no axis-parallel rectangle.
-    EXPECT_EQ(diagonalsEndAtLast({Point2(5, 0, 0), Point2(0, 5, 0), Point2(-5, 0, 0), Point2(0, -5, 0)}),
-              vNever);
-    EXPECT_EQ(diagonalsEndAtLast({Point2(3, 4, 0), Point2(-4, 3, 0), Point2(-3, -4, 0), Point2(4, -3, 0)}),
-              vNever);
-    EXPECT_EQ(diagonalsEndAtLast({Point2(5, 0, 0), Point2(3, 4, 0), Point2(-3, 4, 0), Point2(0, -5, 0)}),
-              vNever);
+    // Cocircular, but no axis-parallel rectangles.
+    for (const double x : {4, 5}) {
+        const double y = std::sqrt(25 - x * x);
+        const PointVector vTurned{Point2(x, y, 0), Point2(-y, x, 0), Point2(-x, -y, 0), Point2(y, -x, 0)};
+        EXPECT_EQ(numDiagonalsAtLastCorner(vTurned), 0);
+    }
+    EXPECT_EQ(numDiagonalsAtLastCorner({Point2(5, 0, 0), Point2(3, 4, 0), Point2(-3, 4, 0), Point2(0, -5, 0)}), 0);
 }
 
 TEST(Insertion, OnAnEdgeSplitsIt) {
-    const PointVector vRhombus{Point2(-2, 0, 0), Point2(2, 0, 0), Point2(0, 3, 0), Point2(0, -3, 0)};
     const struct {
         Point2 point;
         size_t degree, numTriangles;
     } aCases[] = {{Point2(0.5, 0, 0), 4, 4}, {Point2(1, 1.5, 0), 2, 3}};  // an inner edge, a hull edge
     for (const auto& c : aCases) {
         Taro_2D mesh;
-        mesh.insert(vRhombus);
+        mesh.insert({Point2(-2, 0, 0), Point2(2, 0, 0), Point2(0, 3, 0), Point2(0, -3, 0)});
         EXPECT_EQ(degree(mesh, mesh.insert(c.point)), c.degree);
         EXPECT_EQ(mesh.numberOfTriangles(), c.numTriangles);
     }
 }
 
-TEST(Insertion, TwoTriangulationsLiveInTwoThreads) {
+TEST(Insertion, InTwoThreadsAtOnceIsThatOfOneThread) {
     std::string aTexts[4];
     const auto run = [&aTexts](size_t slot) {
         Random random(slot % 2);
-        const PointVector vPoints = generators[slot % 2 == 0 ? 3 : 4].make(1500, random);
         Taro_2D mesh;
         Handles vHandles;
-        insertIn(ways[3], vPoints, mesh, vHandles);
+        insertIn(ways[3], generators[2 + slot % 2].make(1500, random), mesh, vHandles);
         aTexts[slot] = describe(mesh);
     };
     run(0);
@@ -425,13 +343,10 @@ TEST(Insertion, TwoTriangulationsLiveInTwoThreads) {
     EXPECT_EQ(aTexts[1], aTexts[3]);
 }
 
-TEST(Flip, KeepsTheConventionAndIsUndoneByFlips) {
+TEST(Flip, FollowsTheConventionAndIsUndoneByLawsonFlips) {
     Random random(11);
-    for (const char* name : {"Uniform", "Grid", "NearlyOnDiagonal"}) {
-        const auto* pGenerator =
-            std::find_if(std::begin(generators), std::end(generators),
-                         [&](const Generator& g) { return g.name == std::string(name); });
-        const PointVector vPoints = pGenerator->make(150, random);
+    for (const Generator& generator : generators) {
+        const PointVector vPoints = generator.make(20, random);
         Taro_2D mesh;
         mesh.insert(vPoints);
         Dt2& engine = *mesh.getImpl();
@@ -454,7 +369,7 @@ TEST(Flip, KeepsTheConventionAndIsUndoneByFlips) {
             }
             ASSERT_EQ(b->getIncidentTriangle(), pT);
             for (const Point2* p : {a, c, d}) ASSERT_EQ(p->getIncidentTriangle(), pN);
-            engine.bfsFlipIncident(k % 2 ? a : b);  // both have a triangle at the new edge, if not the edge
+            engine.bfsFlipIncident(k % 2 ? a : b);
             ASSERT_TRUE(DelaunayOracle(mesh, vPoints).check());
         }
     }

@@ -25,11 +25,8 @@ constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 /// Random numbers and points with a seed that every failure shows.
 class Random {
   public:
-    explicit Random(unsigned seed)
-        : trace_(__FILE__, __LINE__, "seed " + std::to_string(seed)), engine_(seed) {}
-    double number(double min, double max) {
-        return std::uniform_real_distribution<double>(min, max)(engine_);
-    }
+    explicit Random(unsigned seed) : trace_(__FILE__, __LINE__, "seed " + std::to_string(seed)), engine_(seed) {}
+    double number(double min, double max) { return std::uniform_real_distribution<double>(min, max)(engine_); }
     int integer(int min, int max) { return std::uniform_int_distribution<int>(min, max)(engine_); }
     Point2 point(double center, double size) {
         return Point2(center + number(-size, size), center + number(-size, size), number(-size, size));
@@ -47,9 +44,7 @@ std::string toText(const T& object) {
     return stream.str();
 }
 
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 void expectNear(const Vector2& v, double x, double y, double z, double tolerance = 0.0) {
     EXPECT_NEAR(v.x(), x, tolerance);
@@ -116,8 +111,7 @@ TEST(Segment2, EqualityIsUndirectedAndFlat) {
     EXPECT_NE(segment, Segment2(Point2(0, 0, 5), Point2(0, 0, 5)));
     EXPECT_TRUE(segment.getSqLen2D() == 25.0 && segment.getSqLen25D() == 169.0);
     segment.swapSrcTrg();
-    EXPECT_TRUE(samePoint(segment.getSrc(), Point2(3, 4, 17)) &&
-                samePoint(segment.getTrg(), Point2(0, 0, 5)));
+    EXPECT_TRUE(samePoint(segment.getSrc(), Point2(3, 4, 17)) && samePoint(segment.getTrg(), Point2(0, 0, 5)));
 }
 
 TEST(Bbox2, IsEmptyUntilItHasAPointAndThenClosed) {
@@ -128,10 +122,8 @@ TEST(Bbox2, IsEmptyUntilItHasAPointAndThenClosed) {
     EXPECT_FALSE(box.isValid() || Bbox2(1, 0, 0, 1).isValid() || getBox({}).isValid());
 
     box.add({Point2(3, -1, 0), Point2(1, 2, 0)});
-    for (const Point2& corner : {Point2(1, -1, 0), Point2(3, 2, 0), Point2(3, 0, 0)})
-        EXPECT_TRUE(box.isInBox(corner));
-    EXPECT_FALSE(box.isInBox(Point2(std::nextafter(3.0, 4.0), 0, 0)) ||
-                 box.isInBox(Point2(notANumber, 0, 0)));
+    for (const Point2& corner : {Point2(1, -1, 0), Point2(3, 2, 0), Point2(3, 0, 0)}) EXPECT_TRUE(box.isInBox(corner));
+    EXPECT_FALSE(box.isInBox(Point2(std::nextafter(3.0, 4.0), 0, 0)) || box.isInBox(Point2(notANumber, 0, 0)));
     EXPECT_TRUE(box.doIntersect(Bbox2(3, 2, 4, 4)));
     EXPECT_FALSE(box.doIntersect(Bbox2(0, 2.5, 9, 4)) || box.doIntersect(Bbox2(3.5, -9, 4, 9)));
 
@@ -141,10 +133,9 @@ TEST(Bbox2, IsEmptyUntilItHasAPointAndThenClosed) {
     std::vector<Point2> vCorners;
     sum.getCorners(vCorners);
     sum.getOffsetCorners(1, vCorners);
-    EXPECT_EQ(
-        vCorners,
-        (std::vector<Point2>{
-            {0, -1, 0}, {3, -1, 0}, {3, 5, 0}, {0, 5, 0}, {-1, -2, 0}, {4, -2, 0}, {4, 6, 0}, {-1, 6, 0}}));
+    EXPECT_EQ(vCorners,
+              (std::vector<Point2>{
+                  {0, -1, 0}, {3, -1, 0}, {3, 5, 0}, {0, 5, 0}, {-1, -2, 0}, {4, -2, 0}, {4, 6, 0}, {-1, 6, 0}}));
     EXPECT_EQ(sum.computeCenter(), Point2(1.5, 2, 0));
 }
 
@@ -249,8 +240,7 @@ TEST(FreeFunctions, FeetAreOnTheLineAndDistancesPerpendicularAtEveryScale) {
             EXPECT_NEAR(distance2D(p, foot) / scale, getPointLineDistance2D(p, a, b) / scale, 1e-14);
             EXPECT_NEAR(normalize(getVector2D(a, b)) * (getVector2D(p, foot) / scale), 0, 1e-14);
             EXPECT_NEAR(normalize(getVector25D(a, b)) * (getVector25D(p, foot3) / scale), 0, 1e-14);
-            EXPECT_NEAR(crossProduct(normalize(getVector25D(a, b)), getVector25D(a, foot3) / scale).length(),
-                        0, 1e-13);
+            EXPECT_NEAR(crossProduct(normalize(getVector25D(a, b)), getVector25D(a, foot3) / scale).length(), 0, 1e-13);
             EXPECT_EQ(foot.z(), getZOnSegment(a, b, foot.x(), foot.y()));
             const double t = normalize(getVector2D(a, b)) * (getVector2D(a, p) / distance2D(a, b));
             EXPECT_EQ(approxHasOn(a, b, foot), t > 0 && t < 1) << t;
@@ -286,9 +276,7 @@ TEST(FreeFunctions, NormalsAreUnitUpwardAndZeroForCollinearPoints) {
     expectNear(getNormalVector(Point2(0, 0, 7), Point2(9, 0, 7), Point2(0, 2, 7), ok), 0, 0, 1);
     EXPECT_TRUE(ok);
     for (double scale : {1e-200, 1.0, 1e200}) {
-        const auto scaled = [&](double x, double y, double z) {
-            return Point2(x * scale, y * scale, z * scale);
-        };
+        const auto scaled = [&](double x, double y, double z) { return Point2(x * scale, y * scale, z * scale); };
         // A sliver with two long sides: every starting corner must give the same normal.
         const Point2 p = scaled(0, 0, 0), q = scaled(1, 2, 3), r = scaled(1 - 1e-9, 2 + 1e-9, 3);
         const Vector2 normal = normalize(Vector2(3, 3, -3));
@@ -309,8 +297,7 @@ TEST(FreeFunctions, MeansAreExactFarFromTheOriginAndDoNotOverflow) {
     EXPECT_EQ(centerWithShift(high, high), high);
     EXPECT_EQ(centerWithShift(high, low), Point2(0, 0, 0));
     EXPECT_NEAR(barycenter(high, high, low).x() / DBL_MAX, 1.0 / 3.0, 1e-15);
-    EXPECT_NEAR(getMinInteriorAngle(Point2(0, 0, 0), Point2(1, 0, 50), Point2(0, std::sqrt(3.0), 0)), 30,
-                1e-6);
+    EXPECT_NEAR(getMinInteriorAngle(Point2(0, 0, 0), Point2(1, 0, 50), Point2(0, std::sqrt(3.0), 0)), 30, 1e-6);
     EXPECT_EQ(getMinInteriorAngle(a, a, b), 0.0);
 }
 
@@ -319,12 +306,9 @@ TEST(FreeFunctions, IntersectionsMatchRationalsAndParallelsAreFoundExactly) {
     int numParallel = 0, numSteep = 0;
     for (int i = 0; i < 3000; ++i) {
         const int size = i % 3 == 0 ? 3 : i % 3 == 1 ? 1000 : 1 << 30;
-        const auto point = [&] {
-            return Point2(random.integer(-size, size), random.integer(-size, size), i);
-        };
+        const auto point = [&] { return Point2(random.integer(-size, size), random.integer(-size, size), i); };
         const Point2 a = point(), b = point(), c = point();
-        const Point2 d =
-            i % 2 ? point() : c + getVector2D(a, b) * random.integer(-2, 2) + Vector2(0, i % 4 / 2, 0);
+        const Point2 d = i % 2 ? point() : c + getVector2D(a, b) * random.integer(-2, 2) + Vector2(0, i % 4 / 2, 0);
         using Q = mpq_class;
         const Q ux = Q(b.x()) - a.x(), uy = Q(b.y()) - a.y(), vx = Q(d.x()) - c.x(), vy = Q(d.y()) - c.y();
         const Q det = ux * vy - uy * vx;
@@ -351,8 +335,8 @@ TEST(FreeFunctions, IntersectionsMatchRationalsAndParallelsAreFoundExactly) {
     Point2 result;
     double x, y;
     const Point2 o(0, 0, 0), e(1, 1, 0);
-    EXPECT_TRUE(getIntersectionPoint(Point2(-1e200, -1e200, 0), Point2(1e200, 1e200, 0),
-                                     Point2(-1e-200, 1e-200, 0), Point2(1e-200, -1e-200, 0), result));
+    EXPECT_TRUE(getIntersectionPoint(Point2(-1e200, -1e200, 0), Point2(1e200, 1e200, 0), Point2(-1e-200, 1e-200, 0),
+                                     Point2(1e-200, -1e-200, 0), result));
     EXPECT_EQ(result, o);
     EXPECT_FALSE(getIntersectionPoint(o, o, e, Point2(1, 2, 0), result));
     EXPECT_FALSE(getIntersectionCoordsNoRounding(o, Point2(notANumber, 1, 0), e, o, x, y));
@@ -431,8 +415,7 @@ TEST_F(TwoTriangles, FailedIndexLookupsNameThePoints) {
     const Triangle2 stranger(&b, &d, nullptr);
     StdoutCapture capture;
     EXPECT_THROW(left.getIntraTriangleIndex(&d), TaroException);
-    EXPECT_TRUE(contains(capture.text(), bug + toText(d)) &&
-                contains(capture.text(), "dt2Library/Triangle2:"));
+    EXPECT_TRUE(contains(capture.text(), bug + toText(d)) && contains(capture.text(), "dt2Library/Triangle2:"));
     EXPECT_THROW(left.getIntraTriangleIndex(&a, &d), TaroException);
     EXPECT_TRUE(contains(capture.text(), bug + toText(a) + " " + toText(d)));
     EXPECT_THROW(left.getIntraTriangleIndex(&stranger), TaroException);
@@ -453,8 +436,8 @@ TEST_F(TwoTriangles, MeasuresOfTheRightTriangle) {
     const Vector2 normal = normalize(Vector2(0, -2, 1));
     expectNear(left.getNormalVector(), normal.x(), normal.y(), normal.z(), 1e-15);
     EXPECT_TRUE(left.hasOnEdge(0, Point2(0.25, 0.75, 9)) && left.hasOnEdge(1, c) && left.hasOnEdge(1, a));
-    EXPECT_FALSE(left.hasOnEdge(0, Point2(0.25, 0.75 + 1e-16, 9)) ||
-                 left.hasOnEdge(1, Point2(0, -1e-300, 0)) || left.hasOnEdge(2, Point2(0.5, 1e-300, 0)));
+    EXPECT_FALSE(left.hasOnEdge(0, Point2(0.25, 0.75 + 1e-16, 9)) || left.hasOnEdge(1, Point2(0, -1e-300, 0)) ||
+                 left.hasOnEdge(2, Point2(0.5, 1e-300, 0)));
 }
 
 TEST_F(TwoTriangles, TextShowsAreasOrientationAndNeighbours) {
@@ -462,11 +445,11 @@ TEST_F(TwoTriangles, TextShowsAreasOrientationAndNeighbours) {
         return "Triangle(" + toText(static_cast<const void*>(&t)) + "): " + rest + "\n";
     };
     EXPECT_EQ(toText(left), header(left, "area2D=0.5, area2.5D=1.11803, CCW") + "0: " + toText(a) +
-                                "\t oppTriangle: " + toText(static_cast<void*>(&right)) + "\n1: " +
-                                toText(b) + "\t oppTriangle: 0\n2: " + toText(c) + "\t oppTriangle: 0\n");
+                                "\t oppTriangle: " + toText(static_cast<void*>(&right)) + "\n1: " + toText(b) +
+                                "\t oppTriangle: 0\n2: " + toText(c) + "\t oppTriangle: 0\n");
     Triangle2 clockwise(&a, &c, &b), flat(&a, &b, &a);
-    EXPECT_TRUE(contains(toText(clockwise),
-                         header(clockwise, "area2D=0.5, area2.5D=1.11803, ATTENTION, CLOCKWISE CORNERS!")));
+    EXPECT_TRUE(
+        contains(toText(clockwise), header(clockwise, "area2D=0.5, area2.5D=1.11803, ATTENTION, CLOCKWISE CORNERS!")));
     EXPECT_TRUE(contains(toText(flat), header(flat, "area2D=0, area2.5D=0, ATTENTION, COLLINEAR CORNERS")));
 }
 
@@ -475,12 +458,12 @@ TEST_F(TwoTriangles, AreaWithoutANumberIsReportedAndFails) {
     EXPECT_NEAR(left.getArea2D(), 0.5, 1e-15);
     StdoutCapture capture;
     EXPECT_THROW(left.getArea25D(), TaroException);
-    const std::vector<std::string> vParts{
-        "WARNING: warning, sqDistance25D, nan value, no distance", "p0=" + toText(b) + "\np1=" + toText(c),
-        "Triangle2::computeArea(), WARNING: invalid value, no area for this triangle",
-        "ownHalfCircf=nan\nCorners are: \n" + toText(a) + "\n" + toText(b) + "\n" + toText(c) +
-            "\nlen0=1\nlen1=nan\nlen2=nan",
-        "Condition [ false failed ]"};
+    const std::vector<std::string> vParts{"WARNING: warning, sqDistance25D, nan value, no distance",
+                                          "p0=" + toText(b) + "\np1=" + toText(c),
+                                          "Triangle2::computeArea(), WARNING: invalid value, no area for this triangle",
+                                          "ownHalfCircf=nan\nCorners are: \n" + toText(a) + "\n" + toText(b) + "\n" +
+                                              toText(c) + "\nlen0=1\nlen1=nan\nlen2=nan",
+                                          "Condition [ false failed ]"};
     for (const std::string& part : vParts) EXPECT_TRUE(contains(capture.text(), part)) << part;
 }
 
@@ -506,16 +489,14 @@ TEST(Triangle2, CircumcentreIsAccurateForGoodTrianglesAnywhere) {
     for (const auto& [center, size] : aCase) {
         int numAccurate = 0, numTriangles = 0;
         while (numTriangles < 200) {
-            Point2 p = random.point(center, size), q = random.point(center, size),
-                   r = random.point(center, size);
+            Point2 p = random.point(center, size), q = random.point(center, size), r = random.point(center, size);
             if (getOrientation2(&p, &q, &r) != ORIENTATION2_CCW) std::swap(q, r);
             if (getMinInteriorAngle(p, q, r) < 15) continue;
             ++numTriangles;
             const Triangle2 triangle(&p, &q, &r);
             const Point2 dual = triangle.getDual(bAccurate);
             numAccurate += bAccurate;
-            EXPECT_LT(distanceSpread(triangle, dual),
-                      std::max(1e-6 * std::abs(size), 3e-16 * std::abs(center)));
+            EXPECT_LT(distanceSpread(triangle, dual), std::max(1e-6 * std::abs(size), 3e-16 * std::abs(center)));
         }
         EXPECT_TRUE(numAccurate == 200 || center > 1e10) << center << " " << size;
     }
@@ -526,8 +507,7 @@ TEST(Triangle2, CircumcentreOfNeedlesAndFlatTrianglesIsFlaggedHonestly) {
     bool bAccurate = false;
     int numAccurate = 0;
     for (int i = 0; i < 400; ++i) {
-        const double angle = 0.0157 * i, x = std::cos(angle), y = std::sin(angle),
-                     bulge = i % 2 ? 1e-7 : 1e-12;
+        const double angle = 0.0157 * i, x = std::cos(angle), y = std::sin(angle), bulge = i % 2 ? 1e-7 : 1e-12;
         Point2 a(1e3, 1e3, 0), b(1e3 + x, 1e3 + y, 0), c(1e3 + x / 2 + y * bulge, 1e3 + y / 2 - x * bulge, 0);
         if (getOrientation2(&a, &c, &b) != ORIENTATION2_CCW) continue;
         const Triangle2 needle(&a, &c, &b);

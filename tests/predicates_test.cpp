@@ -209,7 +209,7 @@ void checkInCircleStages(Points points, std::map<std::string, int>& mAnswers) {
     const Point2 &a = points[0], &b = points[1], &c = points[2], &q = points[3];
     const int expected = exactInCircle(a, b, c, q);
     GeomTest geomTest;
-    expectSign(expected, GeomTest::localFilterInCircle(a, b, c, q), "filter", mAnswers);
+    expectSign(expected, GeomTest::permanentInCircle(a, b, c, q), "filter", mAnswers);
     expectSign(expected, GeomTest::integerInCircle(a, b, c, q), "integer", mAnswers);
     expectSign(expected, GeomTest::doubleDoubleInCircle(a, b, c, q), "double-double", mAnswers);
     expectSign(expected, GeomTest::expansionInCircle(a, b, c, q), "expansion", mAnswers);
@@ -262,8 +262,7 @@ TEST(Predicates, StaticBoundHoldsAtTheLimitsOfItsRange) {
          {-1074, -1022, -540, -536, -535, -534, -533, -530, -512, -470, -465, 0, 480, 500, 510, 511, 1022})
         for (int i = 0; i < 300; ++i) {
             Points points = source.get(std::array{0, 1, 3, 6}[i % 4]);
-            for (Point2& p : points)
-                p.set(std::ldexp(p.x() / 4, exponent), std::ldexp(p.y() / 4, exponent), 0.0);
+            for (Point2& p : points) p.set(std::ldexp(p.x() / 4, exponent), std::ldexp(p.y() / 4, exponent), 0.0);
             GeomTest geomTest;
             geomTest.setStaticBound(-getMaxCoord(points));
             ASSERT_EQ(getMaxCoord(points), geomTest.getMaxAbsCoord());
@@ -287,8 +286,7 @@ TEST(Predicates, UnderflowIsNotMistakenForASign) {
 TEST(Predicates, CommonCasesNeedNoRationals) {
     GeomTest geomTest;
     geomTest.setStaticBound(1e9);
-    const Points upright = {at(0.1, 7), at(0.1, -1e300), at(0.1, 5e-324)},
-                 level = {at(7, 0), at(-2, 0), at(1e-300, 0)};
+    const Points upright = {at(0.1, 7), at(0.1, -1e300), at(0.1, 5e-324)}, level = {at(7, 0), at(-2, 0), at(1e-300, 0)};
     EXPECT_EQ(ORIENTATION2_COLLINEAR, geomTest.dynamicFilterOri2(&upright[0], &upright[1], &upright[2]));
     EXPECT_EQ(ORIENTATION2_COLLINEAR, geomTest.dynamicFilterOri2(&level[0], &level[1], &level[2]));
     const Points p = {at(0.1, 0.4), at(1e-9, 4e-9), at(3e-17, 12e-17), at(512345.678, 5412345.678)};
@@ -331,8 +329,7 @@ TEST(Predicates, RecordedOrientationCases) {
     const char* pFolder = std::getenv("TARO25D_SHARED_DATA");
     const std::string folder = pFolder ? pFolder : TARO25D_SHARED_DATA_DIR;
     std::ifstream file(folder + "/predicates/orientation_cases.txt");
-    if (!file)
-        GTEST_SKIP() << "no orientation_cases.txt: set TARO25D_SHARED_DATA to the folder of the test data";
+    if (!file) GTEST_SKIP() << "no orientation_cases.txt: set TARO25D_SHARED_DATA to the folder of the test data";
     int numCases = 0, index, expected;
     double ax, ay, bx, by, cx, cy;
     while (file >> index >> ax >> ay >> bx >> by >> cx >> cy >> expected) {
@@ -387,17 +384,17 @@ TEST(Predicates, IntersectionTypeOfSegments) {
     const struct {
         Point2 p0, p1, p2, p3;
         IntersectionType expected;
-    } aCase[] = {{at(0, 0), at(2, 2), at(0, 2), at(2, 0), IST_REGULAR},    // crossing
-                 {at(0, 0), at(2, 0), at(1, 0), at(1, 5), IST_REGULAR},    // T
-                 {at(0, 0), at(2, 0), at(2, 0), at(3, 5), IST_REGULAR},    // common end, not on one line
-                 {at(0, 0), at(2, 0), at(3, 0), at(3, 5), IST_NOIS},       // end on the line, off the segment
-                 {at(0, 0), at(2, 0), at(0, 1), at(2, 1), IST_NOIS},       // parallel
-                 {at(0, 0), at(2, 0), at(5, -1), at(5, 1), IST_NOIS},      // crosses the line only
-                 {at(0, 0), at(1, 1), at(1, 1), at(2, 2), IST_COLLINEAR},  // common end
-                 {at(0, 0), at(1, 1), at(up, up), at(2, 2), IST_NOIS},     // one ulp apart
-                 {at(0, 0), at(3, 6), at(2, 4), at(1, 2), IST_COLLINEAR},  // nested
-                 {at(0, 5), at(0, 1), at(0, 0), at(0, 1), IST_COLLINEAR},  // upright
-                 {at(-huge, 0), at(huge, 0), at(0, 0), at(1, 0), IST_COLLINEAR},  // squared lengths overflow
+    } aCase[] = {{at(0, 0), at(2, 2), at(0, 2), at(2, 0), IST_REGULAR},              // crossing
+                 {at(0, 0), at(2, 0), at(1, 0), at(1, 5), IST_REGULAR},              // T
+                 {at(0, 0), at(2, 0), at(2, 0), at(3, 5), IST_REGULAR},              // common end, not on one line
+                 {at(0, 0), at(2, 0), at(3, 0), at(3, 5), IST_NOIS},                 // end on the line, off the segment
+                 {at(0, 0), at(2, 0), at(0, 1), at(2, 1), IST_NOIS},                 // parallel
+                 {at(0, 0), at(2, 0), at(5, -1), at(5, 1), IST_NOIS},                // crosses the line only
+                 {at(0, 0), at(1, 1), at(1, 1), at(2, 2), IST_COLLINEAR},            // common end
+                 {at(0, 0), at(1, 1), at(up, up), at(2, 2), IST_NOIS},               // one ulp apart
+                 {at(0, 0), at(3, 6), at(2, 4), at(1, 2), IST_COLLINEAR},            // nested
+                 {at(0, 5), at(0, 1), at(0, 0), at(0, 1), IST_COLLINEAR},            // upright
+                 {at(-huge, 0), at(huge, 0), at(0, 0), at(1, 0), IST_COLLINEAR},     // squared lengths overflow
                  {at(0, 0), at(5e-324, 0), at(1e-323, 0), at(2e-323, 0), IST_NOIS},  // or underflow
                  {at(1, 1), at(1, 1), at(0, 0), at(2, 2), IST_COLLINEAR},            // a point on a segment
                  {at(1, 1.5), at(1, 1.5), at(0, 0), at(2, 2), IST_NOIS},             // a point beside it
@@ -432,8 +429,7 @@ TEST(Predicates, IntersectionCoordsAreExactUpToTheLastRounding) {
     }
     const StdoutCapture capture;
     double x, y;
-    EXPECT_THROW(geomTest.getIntersectionCoords_gmp(at(0, 0), at(1, 1), at(1, 0), at(2, 1), x, y),
-                 TaroException);
+    EXPECT_THROW(geomTest.getIntersectionCoords_gmp(at(0, 0), at(1, 1), at(1, 0), at(2, 1), x, y), TaroException);
     EXPECT_NE(std::string::npos,
               capture.text().find("GeomTest::getIntersectionCoords(), ERROR: denom=0 -> parallel segments"));
 }
@@ -461,8 +457,8 @@ TEST(Predicates, SpatialOrientation) {
 TEST(Predicates, Texts) {
     std::string names;
     for (int i = 0; i < 4; ++i)
-        names += getString(static_cast<Orientation2>(i)) + " " + GeomTest::getString(static_cast<CINC2>(i)) +
-                 " " + GeomTest::getString(static_cast<IntersectionType>(i)) + " " +
+        names += getString(static_cast<Orientation2>(i)) + " " + GeomTest::getString(static_cast<CINC2>(i)) + " " +
+                 GeomTest::getString(static_cast<IntersectionType>(i)) + " " +
                  GeomTest::getUserFriendlyOrientation(static_cast<Orientation2>(i)) + "\n";
     EXPECT_EQ(
         "ORIENTATION2_COLLINEAR CINC2_ZERO IST_NOIS COL\n"
@@ -475,9 +471,8 @@ TEST(Predicates, Texts) {
     const struct {
         Point2 c;
         std::string simple, exact;
-    } aCase[] = {{at(0, 1), "positive", "POSITIVE"},
-                 {at(0, -1), "negative", "NEGATIVE"},
-                 {at(3, 0), "'no idea'", "ZERO"}};
+    } aCase[] = {
+        {at(0, 1), "positive", "POSITIVE"}, {at(0, -1), "negative", "NEGATIVE"}, {at(3, 0), "'no idea'", "ZERO"}};
     for (const auto& test : aCase) {
         GeomTest geomTest;
         geomTest.setStaticBound(3);
@@ -490,7 +485,6 @@ TEST(Predicates, Texts) {
                                                  "Result of dynamic ub: ",
                                                  "Result of dynamic lb: ",
                                                  "exact test says " + test.exact};
-        for (const std::string& part : vParts)
-            EXPECT_NE(std::string::npos, capture.text().find(part)) << part;
+        for (const std::string& part : vParts) EXPECT_NE(std::string::npos, capture.text().find(part)) << part;
     }
 }

@@ -153,8 +153,7 @@ TEST(Locate, RefusesWhatCannotBeInside) {
         EXPECT_EQ(square.mesh.getImpl()->getVertexPointer(Point2(bad, 0.5, 0.0)), nullptr);
     }
     EXPECT_NE(square.mesh.locate(Point2(0.25, 1.0, NOT_A_NUMBER)), nullptr);
-    EXPECT_LT(square.mesh.getImpl()->getGeomTest().getMaxAbsCoord(), 10.0)
-        << "filters suffered from far queries";
+    EXPECT_LT(square.mesh.getImpl()->getGeomTest().getMaxAbsCoord(), 10.0) << "filters suffered from far queries";
 }
 
 /// The height of the plane through the corners at p, in rational numbers; false for thin triangles, in which
@@ -166,8 +165,7 @@ bool getExactHeight(const Triangle2& t, const Point2& p, mpq_class& height) {
     const mpq_class sqSize = std::max(mpq_class(u.sqLength()), mpq_class(v.sqLength()));
     if (det * det < 1e-16 * sqSize * sqSize) return false;
     height =
-        a.z() +
-        (exactCross(w, v) * (mpq_class(b.z()) - a.z()) + exactCross(u, w) * (mpq_class(c.z()) - a.z())) / det;
+        a.z() + (exactCross(w, v) * (mpq_class(b.z()) - a.z()) + exactCross(u, w) * (mpq_class(c.z()) - a.z())) / det;
     return true;
 }
 
@@ -227,17 +225,15 @@ TEST(Height, OutsideTheHullNeedsATolerance) {
         double x, y, tolerance;
         bool bFound;
         double height;
-    } aCases[] = {{0.25, -0.5, 0.0, false, 0.0},        {0.25, -0.5, 0.4375, false, 0.0},
-                  {0.25, -0.5, 0.5, true, 0.25},        {0.75, 1.5, 1.0, true, 0.75},
-                  {-3.0, -4.0, 5.0, true, 0.0},         {4.0, 5.0, 4.999, false, 0.0},
-                  {4.0, 5.0, 5.0, true, 1.0},           {4.0, 1.0, 3.0, true, 1.0},
-                  {1e300, 0.5, 1.0, false, 0.0},        {1e300, 0.5, 1e301, true, 1.0},
-                  {2.0, 0.5, INF, true, 1.0},           {2.0, 0.5, NOT_A_NUMBER, false, 0.0},
-                  {NOT_A_NUMBER, 0.5, 1.0, false, 0.0}, {0.5, INF, INF, false, 0.0}};
+    } aCases[] = {
+        {0.25, -0.5, 0.0, false, 0.0},        {0.25, -0.5, 0.4375, false, 0.0}, {0.25, -0.5, 0.5, true, 0.25},
+        {0.75, 1.5, 1.0, true, 0.75},         {-3.0, -4.0, 5.0, true, 0.0},     {4.0, 5.0, 4.999, false, 0.0},
+        {4.0, 5.0, 5.0, true, 1.0},           {4.0, 1.0, 3.0, true, 1.0},       {1e300, 0.5, 1.0, false, 0.0},
+        {1e300, 0.5, 1e301, true, 1.0},       {2.0, 0.5, INF, true, 1.0},       {2.0, 0.5, NOT_A_NUMBER, false, 0.0},
+        {NOT_A_NUMBER, 0.5, 1.0, false, 0.0}, {0.5, INF, INF, false, 0.0}};
     for (const auto& c : aCases) {
         double height = 0.0;
-        EXPECT_EQ(square.mesh.getHeight(c.x, c.y, height, nullptr, c.tolerance), c.bFound)
-            << c.x << ", " << c.y;
+        EXPECT_EQ(square.mesh.getHeight(c.x, c.y, height, nullptr, c.tolerance), c.bFound) << c.x << ", " << c.y;
         EXPECT_DOUBLE_EQ(height, c.height) << c.x << ", " << c.y;
     }
     double height = 0.0;
@@ -374,10 +370,8 @@ TEST(Queries, BeforeTheFirstTriangleAnswerNothing) {
     EXPECT_TRUE(mesh.checkValidity(true, "line"));
     mesh.statistics("line");
     expectPrinted(
-        capture,
-        {"Dt2::getConvexHull(), WARNING: is2D() is false, the triangulation is not full dimensional yet",
-         "not fulldimensional yet (empty or all points collinear), Returning true",
-         "Number of triangles: 0"});
+        capture, {"Dt2::getConvexHull(), WARNING: is2D() is false, the triangulation is not full dimensional yet",
+                  "not fulldimensional yet (empty or all points collinear), Returning true", "Number of triangles: 0"});
 }
 
 TEST(Queries, DoNotSeeRecycledTriangles) {
@@ -408,18 +402,14 @@ Point2* makeRosette(Taro_2D& mesh) {
 TEST(Validity, FindsEachKindOfDamage) {
     static Point2 foreign(0.0, 0.1, 0.0);
     const Damage aDamages[] = {
-        {"Less than three different corners",
-         [](Dt2&, Triangle2* pT, Point2*) { pT->setCorner(1, nullptr); }},
-        {"Corners are not counterclockwise",
-         [](Dt2&, Triangle2*, Point2* pInner) { pInner->set(0.9, 0.9, 0.0); }},
+        {"Less than three different corners", [](Dt2&, Triangle2* pT, Point2*) { pT->setCorner(1, nullptr); }},
+        {"Corners are not counterclockwise", [](Dt2&, Triangle2*, Point2* pInner) { pInner->set(0.9, 0.9, 0.0); }},
         {"Inconsistent neighborships:",
          [](Dt2&, Triangle2* pT, Point2*) {
              for (int i = 0; i < 3; ++i) pT->setOppositeTriangle(i, nullptr);
          }},
         {"Neighbor found but inconsistent intra triangle indices:",
-         [](Dt2&, Triangle2* pT, Point2* pInner) {
-             pT->setCorner(pT->getIntraTriangleIndex(pInner), &foreign);
-         }},
+         [](Dt2&, Triangle2* pT, Point2* pInner) { pT->setCorner(pT->getIntraTriangleIndex(pInner), &foreign); }},
         {"Sphere inclusion test failed ",
          [](Dt2& engine, Triangle2* pT, Point2*) {
              int i = 0;
@@ -437,9 +427,7 @@ TEST(Validity, FindsEachKindOfDamage) {
              pN->setOppositeTriangle(pN->getIntraTriangleIndex(pT), nullptr);
          }},
         {"The hull is not convex",
-         [](Dt2& engine, Triangle2*, Point2*) {
-             engine.getVertexPointer(Point2(1.0, 0.0, 0.0))->set(0.3, 0.0, 0.0);
-         }},
+         [](Dt2& engine, Triangle2*, Point2*) { engine.getVertexPointer(Point2(1.0, 0.0, 0.0))->set(0.3, 0.0, 0.0); }},
         {"Euler's formula does not hold", [](Dt2& engine, Triangle2* pT, Point2*) {
              engine.createTriangle(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
              for (int i = 0; i < 3; ++i) pT->getCorner(i)->setIncidentTriangle(pT);
@@ -453,8 +441,8 @@ TEST(Validity, FindsEachKindOfDamage) {
         const bool bCircles = std::string(damage.message).find("Sphere") == 0;
         const StdoutCapture capture;
         EXPECT_FALSE(mesh.checkValidity(bCircles, "damaged"));
-        expectPrinted(capture, {damage.message, "\ncheckValidity, bug, name=damaged",
-                                "Writing checkValidityFailed.ps"});
+        expectPrinted(capture,
+                      {damage.message, "\ncheckValidity, bug, name=damaged", "Writing checkValidityFailed.ps"});
         EXPECT_TRUE(!bCircles || mesh.checkValidity(false, "all but the circles"));
     }
 }
@@ -468,10 +456,9 @@ TEST(Queries, PrintStatisticsAndDrawings) {
     mesh.statistics("four points");
     mesh.show(static_cast<Visualizer2*>(nullptr));
     mesh.show("four.ps");
-    expectPrinted(capture,
-                  {"\n\n\n********* MESH STATISTICS (four points) **********\n\n", "Number of triangles: 2\n",
-                   "INTERIOR ANGLES", " 30 -  40 degrees:          2   33.33 %\n",
-                   "110 - 120 degrees:          1   16.67 %\n", "Writing four.ps"});
+    expectPrinted(capture, {"\n\n\n********* MESH STATISTICS (four points) **********\n\n", "Number of triangles: 2\n",
+                            "INTERIOR ANGLES", " 30 -  40 degrees:          2   33.33 %\n",
+                            "110 - 120 degrees:          1   16.67 %\n", "Writing four.ps"});
 }
 
 }  // namespace

@@ -21,8 +21,7 @@ std::string refusal(const std::string& text) {
 std::string pointsOf(const std::string& text) {
     std::string result;
     for (const Point2& point : parsePoints("in", text)) {
-        for (const double value : {point.x(), point.y(), point.z()})
-            result += std::to_string(value).substr(0, 4) + " ";
+        for (const double value : {point.x(), point.y(), point.z()}) result += std::to_string(value).substr(0, 4) + " ";
         result += "| ";
     }
     return result;

@@ -66,8 +66,8 @@ void printCounts(const Taro_2D& ground, size_t numPointsRead) {
 
 void printExtent(const Taro_2D& ground) {
     const Bbox2 box = ground.computeBoundingBox();
-    row("bounding box") << "x " << box.getMinX() << " to " << box.getMaxX() << ", y " << box.getMinY()
-                        << " to " << box.getMaxY() << "\n";
+    row("bounding box") << "x " << box.getMinX() << " to " << box.getMaxX() << ", y " << box.getMinY() << " to "
+                        << box.getMaxY() << "\n";
     std::vector<Point2*> vHull, vCorners;
     ground.getConvexHull(true, vHull);
     ground.getConvexHull(false, vCorners);

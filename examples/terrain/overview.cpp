@@ -52,8 +52,7 @@ double roundLength(double length) {
 
 /// Every edge once: in the triangle that has it in ascending order, or on the hull.
 bool isOwnEdge(const Triangle2& triangle, int i) {
-    return !triangle.getOppositeTriangle(i) ||
-           *triangle.getCorner((i + 1) % 3) < *triangle.getCorner((i + 2) % 3);
+    return !triangle.getOppositeTriangle(i) || *triangle.getCorner((i + 1) % 3) < *triangle.getCorner((i + 2) % 3);
 }
 
 void drawEdges(const Triangle2& triangle, const Shading& shading, Visualizer2& drawing) {
@@ -62,8 +61,7 @@ void drawEdges(const Triangle2& triangle, const Shading& shading, Visualizer2& d
         if (!isOwnEdge(triangle, i)) continue;
         const Triangle2* pN = triangle.getOppositeTriangle(i);
         const Color color = mixed(own, pN ? shading.ofTriangle(*pN) : own, 0.9, 0.15);
-        drawing.addObject(Segment2(*triangle.getCorner((i + 1) % 3), *triangle.getCorner((i + 2) % 3)),
-                          color);
+        drawing.addObject(Segment2(*triangle.getCorner((i + 1) % 3), *triangle.getCorner((i + 2) % 3)), color);
     }
 }
 
@@ -71,17 +69,14 @@ void drawEdges(const Triangle2& triangle, const Shading& shading, Visualizer2& d
 class Frame {
   public:
     explicit Frame(const Bbox2& box)
-        : corner_(box.getMinPoint()),
-          extent_(std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY())) {}
+        : corner_(box.getMinPoint()), extent_(std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY())) {}
 
     double extent() const { return extent_; }
     /// A length on the page, in points. A tenth of the page is needed for what stands below the ground.
     double points(double number) const { return number * 1.1 * extent_ / PAGE_EXTENT; }
     /// A position below the ground: a fraction of its extent from the left, and points of the page from its
     /// lower edge.
-    Point2 below(double fraction, double down) const {
-        return moved(corner_, fraction * extent_, -points(down));
-    }
+    Point2 below(double fraction, double down) const { return moved(corner_, fraction * extent_, -points(down)); }
     /// A text centred at a position.
     Label centred(const Point2& position, const std::string& text) const {
         const double halfWidth = 0.27 * FONT_SIZE * static_cast<double>(text.size());
@@ -102,8 +97,7 @@ void drawColorBar(const Frame& frame, const Shading& shading, Visualizer2& drawi
         const double begin = 1.0 * i / NUM_PIECES, end = 1.0 * (i + 1) / NUM_PIECES;
         Color color = shading.ofHeight(height((begin + end) / 2));
         color.width = 12;
-        drawing.addObject(Segment2(frame.below(LENGTH * begin, BARS), frame.below(LENGTH * end, BARS)),
-                          color);
+        drawing.addObject(Segment2(frame.below(LENGTH * begin, BARS), frame.below(LENGTH * end, BARS)), color);
     }
     for (const double t : {0.0, 0.25, 0.5, 0.75, 1.0}) {
         drawing.addObject(frame.centred(frame.below(LENGTH * t, NUMBERS), toText(height(t), 5)), CBLACK);

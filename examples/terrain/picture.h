@@ -16,8 +16,7 @@ struct Mark {
 
 /// Draws the whole ground, coloured by height and lit from the north-west, with a legend and the given marks.
 /// A mesh that is too fine for a page is drawn coarser.
-void drawOverview(const std::string& filename, const LUMO_TARO25D::Taro_2D& ground,
-                  const std::vector<Mark>& vMarks);
+void drawOverview(const std::string& filename, const LUMO_TARO25D::Taro_2D& ground, const std::vector<Mark>& vMarks);
 
 /// Draws the mesh around the highest vertex as it is, with the heights of its vertices.
 void drawSummit(const std::string& filename, const LUMO_TARO25D::Taro_2D& ground);

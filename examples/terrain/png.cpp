@@ -38,10 +38,9 @@ bool convertToPng(const std::string& filename) {
     // the page, which is A4, only the part that is drawn upon is kept.
     const std::filesystem::path input = std::filesystem::absolute(filename);
     const std::string output = escaped(std::filesystem::path(input).replace_extension(".png"));
-    return run({"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-sDEVICE=png16m", "-r600",
-                "-dDownScaleFactor=3", "-dDEVICEWIDTHPOINTS=595", "-dDEVICEHEIGHTPOINTS=590", "-dFIXEDMEDIA",
-                "-sOutputFile=" + output, "-c", "<< /Install { 0 -180 translate } >> setpagedevice", "-f",
-                input});
+    return run({"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-sDEVICE=png16m", "-r600", "-dDownScaleFactor=3",
+                "-dDEVICEWIDTHPOINTS=595", "-dDEVICEHEIGHTPOINTS=590", "-dFIXEDMEDIA", "-sOutputFile=" + output, "-c",
+                "<< /Install { 0 -180 translate } >> setpagedevice", "-f", input});
 }
 
 }  // namespace terrain

@@ -20,14 +20,13 @@ void ProgressBar::update(LUMO_TARO25D::MsgType, const std::string& message, doub
 void ProgressBar::drawBar(const std::string& message, int percent) const {
     constexpr size_t WIDTH = 40;
     const size_t numDone = WIDTH * static_cast<size_t>(percent) / 100;
-    std::cout << "\r  " << message << " [" << std::string(numDone, '#') << std::string(WIDTH - numDone, '.')
-              << "] " << percent << " %";
+    std::cout << "\r  " << message << " [" << std::string(numDone, '#') << std::string(WIDTH - numDone, '.') << "] "
+              << percent << " %";
 }
 
 void ProgressBar::printTenths(const std::string& message, int percent) const {
     if (lastPercent_ < 0) std::cout << "  " << message << ':';
-    for (int tenth = lastPercent_ / 10 + 1; tenth <= percent / 10; ++tenth)
-        std::cout << ' ' << 10 * tenth << '%';
+    for (int tenth = lastPercent_ / 10 + 1; tenth <= percent / 10; ++tenth) std::cout << ' ' << 10 * tenth << '%';
 }
 
 }  // namespace terrain

@@ -152,9 +152,8 @@ GridHeader::GridHeader(Text& text) {
 }
 
 bool GridHeader::isKey(const std::string& word) {
-    static const std::array<const char*, 10> aKeys{"ncols",     "nrows",       "xllcorner", "xllcenter",
-                                                   "yllcorner", "yllcenter",   "cellsize",  "dx",
-                                                   "dy",        "nodata_value"};
+    static const std::array<const char*, 10> aKeys{"ncols",     "nrows",    "xllcorner", "xllcenter", "yllcorner",
+                                                   "yllcenter", "cellsize", "dx",        "dy",        "nodata_value"};
     return std::find(aKeys.begin(), aKeys.end(), word) != aKeys.end();
 }
 
@@ -221,8 +220,7 @@ struct Fields {
         ++numFields;
     }
     bool haveNumber() const {
-        return std::any_of(aFields.begin(), aFields.end(),
-                           [](std::string_view field) { return toNumber(field); });
+        return std::any_of(aFields.begin(), aFields.end(), [](std::string_view field) { return toNumber(field); });
     }
 };
 
@@ -322,8 +320,6 @@ std::vector<Point2> parsePoints(const std::string& name, std::string_view text) 
     return isGrid(content) ? parseGrid(content) : parseList(content);
 }
 
-std::vector<Point2> readPoints(const std::string& filename) {
-    return parsePoints(filename, readFile(filename));
-}
+std::vector<Point2> readPoints(const std::string& filename) { return parsePoints(filename, readFile(filename)); }
 
 }  // namespace terrain

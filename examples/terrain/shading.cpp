@@ -23,9 +23,7 @@ const std::array<std::array<double, 3>, 6> RAMP{{{0.25, 0.50, 0.35},
                                                  {0.97, 0.96, 0.95}}};
 
 /// How steep the surface is: the tangent of its slope.
-double steepness(const Vector2& normal) {
-    return normal.z() > 0 ? std::hypot(normal.x(), normal.y()) / normal.z() : 0;
-}
+double steepness(const Vector2& normal) { return normal.z() > 0 ? std::hypot(normal.x(), normal.y()) / normal.z() : 0; }
 
 /// Mean over the area.
 double meanSteepness(const std::vector<Triangle2*>& vTriangles) {

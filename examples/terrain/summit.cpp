@@ -19,9 +19,7 @@ namespace {
 bool isLower(const Point2* pA, const Point2* pB) { return pA->z() < pB->z(); }
 
 /// How far two points are apart in x or y, whichever is more.
-double distance(const Point2& a, const Point2& b) {
-    return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y()));
-}
+double distance(const Point2& a, const Point2& b) { return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y())); }
 
 /// Half the side of the square around a point that holds about so many vertices, whatever their density.
 double halfSideOfSquare(std::vector<Point2*> vVertices, const Point2& centre, size_t numVertices) {
@@ -38,8 +36,7 @@ std::vector<Triangle2*> trianglesAround(const Taro_2D& ground, const Point2& cen
     std::vector<Triangle2*> vTriangles;
     ground.getTrianglePointers(vTriangles);
     const auto isOutside = [&](const Triangle2* pT) {
-        return distance(*pT->getCorner(0), centre) > halfSide ||
-               distance(*pT->getCorner(1), centre) > halfSide ||
+        return distance(*pT->getCorner(0), centre) > halfSide || distance(*pT->getCorner(1), centre) > halfSide ||
                distance(*pT->getCorner(2), centre) > halfSide;
     };
     vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isOutside), vTriangles.end());
@@ -51,8 +48,7 @@ void drawVertex(const Point2& vertex, bool bSummit, double pagePoint, Visualizer
     const double radius = (bSummit ? 2.4 : 1.2) * pagePoint;
     std::ostringstream height;
     height << vertex.z();
-    drawing.addObject(Circle2(vertex.x(), vertex.y(), radius * radius),
-                      Color(bSummit ? CRED : CBLACK, 0.2f, true));
+    drawing.addObject(Circle2(vertex.x(), vertex.y(), radius * radius), Color(bSummit ? CRED : CBLACK, 0.2f, true));
     const Point2 beside(vertex.x() + 2 * pagePoint, vertex.y() + 2 * pagePoint, 0);
     drawing.addObject(Label(beside, height.str(), false, 7), CBLACK);
 }

@@ -33,7 +33,7 @@ class TARO25D_API Bbox2 {
         minY_ = std::min(minY_, point.y());
         maxX_ = std::max(maxX_, point.x());
         maxY_ = std::max(maxY_, point.y());
-        bValid_ = true;
+        bValid_ = minX_ <= maxX_ && minY_ <= maxY_;  // not after nothing but NaN
         if (pGeomTest_) raiseStaticBound();
     }
     /// Extends the box to all points of a list.
@@ -46,8 +46,7 @@ class TARO25D_API Bbox2 {
     bool isValid() const { return bValid_; }
     /// True if the point lies in the box or on its boundary; false for an invalid box.
     bool isInBox(const Point2& point) const {
-        return bValid_ && minX_ <= point.x() && point.x() <= maxX_ && minY_ <= point.y() &&
-               point.y() <= maxY_;
+        return bValid_ && minX_ <= point.x() && point.x() <= maxX_ && minY_ <= point.y() && point.y() <= maxY_;
     }
     /// True if the boxes overlap or touch. An invalid box on either side is reported and fails with
     /// TaroException.

@@ -16,7 +16,7 @@ class TARO25D_API MsgBase {
 
     /// Receives one message. `message` is the name of the running operation (MT_PROGRESS) or the text of the
     /// warning (MT_WARNING); `value` is the fraction done (MT_PROGRESS) or 0. Do not change the triangulation
-    /// from here.
+    /// from here, and do not throw: an exception would leave it unfinished.
     virtual void update(MsgType type, const std::string& message, double value) = 0;
 };
 

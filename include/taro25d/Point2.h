@@ -18,8 +18,7 @@ class TARO25D_API Point2 {
   public:
     /// The origin, with custom index -1.
     Point2() : x_(0.0), y_(0.0), z_(0.0), pIncidentT_(nullptr), customIndex_(-1), vaultPos_(0) {}
-    Point2(double x, double y, double z)
-        : x_(x), y_(y), z_(z), pIncidentT_(nullptr), customIndex_(-1), vaultPos_(0) {}
+    Point2(double x, double y, double z) : x_(x), y_(y), z_(z), pIncidentT_(nullptr), customIndex_(-1), vaultPos_(0) {}
 
     /// A copy takes coordinates and custom index; it is not a vertex, so it has no incident triangle.
     Point2(const Point2& other)
@@ -84,9 +83,7 @@ static_assert(sizeof(Point2) == 40, "the vertex record is laid out for cache den
 inline bool ltPoint(const Point2& a, const Point2& b) { return a < b; }
 
 /// True only if x, y and z are all exactly equal; NaN equals nothing.
-inline bool samePoint(const Point2& a, const Point2& b) {
-    return a.x() == b.x() && a.y() == b.y() && a.z() == b.z();
-}
+inline bool samePoint(const Point2& a, const Point2& b) { return a.x() == b.x() && a.y() == b.y() && a.z() == b.z(); }
 
 /// "Point2 (" address "," custom index "): " x ", " y ", " z
 TARO25D_API std::ostream& operator<<(std::ostream& stream, const Point2& point);

@@ -6,9 +6,9 @@
 
 namespace LUMO_TARO25D {
 
-/// Thrown when an internal consistency condition fails, or when a query is made on a vertex that is not part
-/// of a triangulation. It carries no message of its own: the condition has been printed on standard output
-/// and appended to "TARO_LOG.txt" in the working directory before it is thrown.
+/// Thrown when an internal consistency condition fails, and by queries on a vertex that has no triangle. It carries
+/// no message of its own: a failed condition has been printed on standard output and appended to "TARO_LOG.txt" in the
+/// working directory before.
 class TARO25D_API TaroException : public std::exception {
   public:
     TaroException() noexcept;

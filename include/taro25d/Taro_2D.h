@@ -19,9 +19,9 @@ class Visualizer2;
 
 /// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
 ///
-/// One object is one triangulation. It owns every vertex and triangle it hands out; such pointers stay valid
-/// until the triangulation is destroyed. Any finite double is a legal coordinate: all decisions are exact. A
-/// coordinate that is NaN or infinite is refused with a warning.
+/// One object is one triangulation. It owns every vertex and triangle it hands out; such pointers stay valid until the
+/// triangulation is destroyed, but removing a vertex ends that vertex and the triangles around it. Any finite double is
+/// a legal coordinate: all decisions are exact. A coordinate that is NaN or infinite is refused with a warning.
 ///
 /// As long as all points are collinear (or there are fewer than three) there are vertices but no triangles:
 /// `is2D()` is false and queries answer null, false or nothing. The first point off the line triangulates
@@ -60,7 +60,8 @@ class TARO25D_API Taro_2D {
     Dt2* getImpl() const;
     /// For the library's developers: prints internal state. No behaviour for clients.
     void internal(int topic, int detail, std::string text);
-    /// For the library's developers: the text becomes the prefix of the names of diagnostic files.
+    /// For the library's developers: the text becomes the prefix of the names of diagnostic files, of all triangulations
+    /// of the process. Not while another thread uses one.
     void setDev(const std::string& text, int number, double value);
 
     /// @}
@@ -109,9 +110,10 @@ class TARO25D_API Taro_2D {
 
     /// The height of the surface at (x, y). Returns false where there is none. pApproxT, when given, is taken
     /// as the triangle without any test that it contains (x, y). Outside the hull, a tolerance greater than 0
-    /// takes the height of the nearest point of the hull within that distance.
-    bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr,
-                   double tolerance = 0.0) const;
+    /// takes the height of the nearest point of the hull within that distance. For a point beside a given triangle, or
+    /// one without area, there may be no sound height: then `height` gets the middle of the corner heights, and the
+    /// result is false.
+    bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
 
     /// The triangle that has the directed edge p0 -> p1 on its counterclockwise boundary; null if there is
     /// none. Null or equal vertices fail with TaroException.
@@ -130,7 +132,9 @@ class TARO25D_API Taro_2D {
     /// a straight piece between two others are left out. Before is2D() it warns and appends nothing.
     void getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const;
 
+    /// The number of vertices.
     size_t numberOfPoints() const;
+    /// The number of triangles; 0 before is2D().
     size_t numberOfTriangles() const;
     /// True once there are triangles, that is three vertices that are not collinear.
     bool is2D() const;
@@ -153,9 +157,10 @@ class TARO25D_API Taro_2D {
     /// @name Output and messages
     /// @{
 
-    /// Draws all triangles into a PostScript file.
+    /// Draws all triangles into a PostScript file. bWithConstraints is for constraint segments, of which there are none
+    /// yet.
     void show(const std::string& filename, bool bWithConstraints = true) const;
-    /// Adds all triangles to a drawing; not owned.
+    /// Adds all triangles to a drawing, which is not owned; null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithConstraints = true) const;
 
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned

@@ -22,8 +22,7 @@ class TARO25D_API Triangle2 {
   public:
     Triangle2() : aCorner_{nullptr, nullptr, nullptr}, aOpposite_{nullptr, nullptr, nullptr} {}
     /// A free-standing triangle without neighbours; the points are referred to, not copied.
-    Triangle2(Point2* p0, Point2* p1, Point2* p2)
-        : aCorner_{p0, p1, p2}, aOpposite_{nullptr, nullptr, nullptr} {}
+    Triangle2(Point2* p0, Point2* p1, Point2* p2) : aCorner_{p0, p1, p2}, aOpposite_{nullptr, nullptr, nullptr} {}
 
     Point2* getCorner(int i) const { return aCorner_[i]; }
     Triangle2* getOppositeTriangle(int i) const { return aOpposite_[i]; }

@@ -16,6 +16,16 @@ class TARO25D_API TriangleAroundVertexIterator {
 
     TriangleAroundVertexIterator& operator++();
     TriangleAroundVertexIterator& operator--();
+    TriangleAroundVertexIterator operator++(int) {
+        TriangleAroundVertexIterator old = *this;
+        ++*this;
+        return old;
+    }
+    TriangleAroundVertexIterator operator--(int) {
+        TriangleAroundVertexIterator old = *this;
+        --*this;
+        return old;
+    }
 
     /// The current triangle; never null.
     Triangle2* operator*() const { return pCurrentT_; }

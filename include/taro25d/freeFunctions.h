@@ -61,11 +61,11 @@ TARO25D_API Point2 barycenter(const Point2& a, const Point2& b, const Point2& c)
 TARO25D_API bool getIntersectionPoint(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
                                       Point2& result);
 /// The same point with x and y computed in rational numbers and rounded once. A few microseconds.
-TARO25D_API bool getIntersectionPointNoRounding(const Point2& a, const Point2& b, const Point2& c,
-                                                const Point2& d, Point2& result);
+TARO25D_API bool getIntersectionPointNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
+                                                Point2& result);
 /// The x and y of getIntersectionPointNoRounding.
-TARO25D_API bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c,
-                                                 const Point2& d, double& x, double& y);
+TARO25D_API bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
+                                                 double& x, double& y);
 
 /// The smallest power of two, not above 1, that changes d when added to it; NaN for NaN. A few dozen steps
 /// for numbers around 1, a thousand for zero.

@@ -32,8 +32,8 @@ inline int exactOrientation(const LUMO_TARO25D::Point2& a, const LUMO_TARO25D::P
 
 /// 1 if q is strictly inside the circumcircle of the counterclockwise triangle a, b, c, -1 if it is outside,
 /// 0 if it is on it; the opposite for a clockwise triangle.
-inline int exactInCircle(const LUMO_TARO25D::Point2& a, const LUMO_TARO25D::Point2& b,
-                         const LUMO_TARO25D::Point2& c, const LUMO_TARO25D::Point2& q) {
+inline int exactInCircle(const LUMO_TARO25D::Point2& a, const LUMO_TARO25D::Point2& b, const LUMO_TARO25D::Point2& c,
+                         const LUMO_TARO25D::Point2& q) {
     const ExactVector u(a, q), v(b, q), w(c, q);
     const mpq_class det =
         u.sqLength() * exactCross(v, w) + v.sqLength() * exactCross(w, u) + w.sqLength() * exactCross(u, v);

@@ -1,0 +1,287 @@
+// A chunk inserts its vertices into a mesh that other threads change at the same time, without locks.
+//
+// Each vertex is inserted by its conflict region (Bowyer 1981, Watson 1981): all triangles whose circumcircle
+// contains it, found from the one it hits through the links. They are replaced by a fan from the vertex to
+// the border of the region. Nothing is written before the whole region is known, and the vertex is left to
+// the calling thread if one triangle of the region has a corner outside the extended box.
+//
+// Why that is safe. Chunks run at the same time only if their extended boxes A and B are disjoint. A writes
+//   - corners and links of triangles with all three corners in A, and the incident triangle of vertices in A;
+//   - of a triangle beyond the border of a region the one link across the border, an edge with both ends in
+//   A.
+// So the corners of a triangle with a corner in A, and a link across an edge with an end in A, are never
+// written by B; these alone does A read: it turns around vertices in A and walks and searches through
+// triangles that lie in A, looks at the corners of the triangle across an edge, which has two of them in A,
+// and finds the place of that edge there by corners, not by links. Coordinates do not change at all. The fan
+// reuses the records of its region before fresh ones, which belong to the chunk alone. What a thread wrote is
+// seen by the next one through the mutex of the inserter.
+//
+// The extended box must hold the conflict regions of the chunk's points, or too many are left over. A
+// circumcircle that contains a point of the chunk's box meets a side of the box or lies inside it; conflict
+// regions shrink as the mesh grows, so what the coarse mesh tells before the start stays true.
+
+#include "Chunk.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Dt2.h"
+#include "diagnostics.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
+constexpr double BALL_MARGIN = 1.05;
+constexpr double BOX_MARGIN = 1.02;
+constexpr double MIN_BOX_WIDTH = 0.001;
+
+constexpr int CODE_INSIDE = -1;
+constexpr int CODE_DUPLICATE = 4;
+constexpr int CODE_LEAVES_BOX = 5;
+
+/// The index of the corner of pN that is neither of the two.
+int indexOfFarCorner(const Triangle2* pN, const Point2* p, const Point2* q) {
+    for (int i = 0; i < 2; ++i) {
+        if (pN->getCorner(i) != p && pN->getCorner(i) != q) return i;
+    }
+    return 2;
+}
+
+/// The circumcircle, to within a thousandth of its radius; false for a triangle too flat for that. The
+/// margins of the extended box allow for it, and unlike the circumcentre that clients get, it depends on no
+/// scale.
+bool getBall(const Triangle2* pT, Point2& center, double& radius) {
+    const Point2& a = *pT->getCorner(0);
+    const double ux = pT->getCorner(1)->x() - a.x(), uy = pT->getCorner(1)->y() - a.y();
+    const double vx = pT->getCorner(2)->x() - a.x(), vy = pT->getCorner(2)->y() - a.y();
+    const double det = ux * vy - uy * vx, uu = ux * ux + uy * uy, vv = vx * vx + vy * vy;
+    if (!(det > 1e-12 * (std::abs(ux * vy) + std::abs(uy * vx)))) return false;
+    const double x = (vy * uu - uy * vv) / (2.0 * det), y = (ux * vv - vx * uu) / (2.0 * det);
+    center = Point2(a.x() + x, a.y() + y, 0.0);
+    radius = BALL_MARGIN * std::sqrt(x * x + y * y);
+    return std::isfinite(radius);
+}
+
+Bbox2 intersection(const Bbox2& a, const Bbox2& b) {
+    return Bbox2(std::max(a.getMinX(), b.getMinX()), std::max(a.getMinY(), b.getMinY()),
+                 std::min(a.getMaxX(), b.getMaxX()), std::min(a.getMaxY(), b.getMaxY()));
+}
+
+}  // namespace
+
+Chunk::Chunk(Dt2* pDt2, const Bbox2& engineBox, int label, const LargeVector<IdxVtxAct*>& vItems, size_t start,
+             size_t end, const Point2* pAnchor)
+    : pDt2_(pDt2), label_(label), vItems_(vItems), start_(start), end_(end), pAnchor_(pAnchor), engineBox_(engineBox) {
+    geomTest_.setStaticBound(1.01 * std::max({std::abs(engineBox.getMinX()), std::abs(engineBox.getMinY()),
+                                              std::abs(engineBox.getMaxX()), std::abs(engineBox.getMaxY())}));
+    triangles_ = pDt2->takeTriangleRecords(2 * (end - start));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The extended box
+
+void Chunk::determineExtBox() {
+    Bbox2 box;
+    box.add(*pAnchor_);
+    for (size_t i = start_; i < end_; ++i) box.add(*vItems_[i]->vtx);
+    // A side of no length meets too few circles.
+    const double maxX = std::min(box.getMinX() + MIN_BOX_WIDTH, engineBox_.getMaxX());
+    const double maxY = std::min(box.getMinY() + MIN_BOX_WIDTH, engineBox_.getMaxY());
+    if (box.getMinX() == box.getMaxX()) box.add(Point2(maxX, box.getMinY(), 0.0));
+    if (box.getMinY() == box.getMaxY()) box.add(Point2(box.getMinX(), maxY, 0.0));
+    extBox_ = box;
+    std::vector<Point2> vCorners;
+    box.getCorners(vCorners);
+    Triangle2* pStartT = pAnchor_->getIncidentTriangle();
+    for (size_t k = 0; k < 4; ++k) {
+        int idx;
+        pDt2_->locateConflictTriangle(&vCorners[k], pStartT, idx, geomTest_);
+        TARO_ASSERT_TEXT(pStartT != nullptr, "pStartT!=__null");
+        std::unordered_set<Triangle2*> sVisited;
+        grow(vCorners[k], vCorners[(k + 1) % 4], pStartT, sVisited);
+    }
+    extBox_.enlargeRanges(BOX_MARGIN);
+    extBox_ = intersection(extBox_, engineBox_);
+}
+
+void Chunk::grow(const Point2& p0, const Point2& p1, Triangle2* pStartT, std::unordered_set<Triangle2*>& sVisited) {
+    std::vector<Triangle2*> vQueue{pStartT};
+    sVisited.insert(pStartT);
+    for (size_t k = 0; k < vQueue.size(); ++k) {
+        if (!doesBallIntersect(p0, p1, vQueue[k])) continue;
+        for (int i = 0; i < 3; ++i) {
+            Triangle2* pN = vQueue[k]->getOppositeTriangle(i);
+            if (pN && sVisited.insert(pN).second) vQueue.push_back(pN);
+        }
+    }
+}
+
+bool Chunk::doesBallIntersect(const Point2& p0, const Point2& p1, const Triangle2* pT) {
+    Point2 center;
+    double radius;
+    if (!getBall(pT, center, radius)) {
+        for (int i = 0; i < 3; ++i) extBox_.add(*pT->getCorner(i));
+        return true;
+    }
+    const bool bVertical = p0.x() == p1.x();
+    const double distance = bVertical ? std::abs(center.x() - p0.x()) : std::abs(center.y() - p0.y());
+    if (distance > radius) return false;
+    const double low = bVertical ? std::min(p0.y(), p1.y()) : std::min(p0.x(), p1.x());
+    const double high = bVertical ? std::max(p0.y(), p1.y()) : std::max(p0.x(), p1.x());
+    const double along = bVertical ? center.y() : center.x();
+    if (along < low || along > high) {
+        const double beyond = along < low ? low - along : along - high;
+        if (std::hypot(beyond, distance) > radius) return false;
+    }
+    extBox_.add(Point2(center.x() - radius, center.y() - radius, 0.0));
+    extBox_.add(Point2(center.x() + radius, center.y() + radius, 0.0));
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Insertion
+
+void Chunk::insert() {
+    state_ = CS_STARTED;
+    localTriangulateRec(start_, end_, getStartTriangle());
+    pDt2_->getProgress().count(end_ - start_ - vDeferred_.size());
+    state_ = CS_DONE;
+}
+
+void Chunk::finalize() {
+    std::vector<Triangle2*> vUnused;
+    while (numTrianglesUsed_ < triangles_.size()) vUnused.push_back(triangles_[numTrianglesUsed_++]);
+    pDt2_->storeRecycledT(vUnused);
+    for (Point2* pVtx : vDeferred_) pDt2_->insertVertex(pVtx, pAnchor_->getIncidentTriangle());
+    vDeferred_.clear();
+}
+
+void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
+    if (end - start <= MAX_RANGE_IN_SEQUENCE) {
+        for (size_t i = start; i < end; ++i) pStartT = localInsertVertex(vItems_[i]->vtx, pStartT);
+        return;
+    }
+    const size_t middle = start + (end - start) / 2;
+    Triangle2* pIncT = localInsertVertex(vItems_[middle]->vtx, pStartT);
+    localTriangulateRec(start, middle, pIncT);
+    if (Triangle2* pT = vItems_[middle]->vtx->getIncidentTriangle()) pIncT = pT;
+    localTriangulateRec(middle + 1, end, pIncT);
+}
+
+bool Chunk::isInBox(const Triangle2* pT) const {
+    return extBox_.isInBox(*pT->getCorner(0)) && extBox_.isInBox(*pT->getCorner(1)) &&
+           extBox_.isInBox(*pT->getCorner(2));
+}
+
+/// A triangle at the anchor that lies in the box; null if there is none.
+Triangle2* Chunk::getStartTriangle() const {
+    Triangle2* const pFirst = pAnchor_->getIncidentTriangle();
+    Triangle2* pT = pFirst;
+    do {
+        if (isInBox(pT)) return pT;
+        // Across the edge from the corner after next to the anchor, counterclockwise.
+        pT = pT->getOppositeTriangle(incIndexBy1(pT->getIntraTriangleIndex(pAnchor_)));
+    } while (pT && pT != pFirst);
+    return nullptr;
+}
+
+/// Inserts a vertex, or leaves it to the calling thread, or notes a duplicate. Returns a triangle in the box
+/// to go on from.
+Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
+    Triangle2* pT = pHint;
+    const int code = pT ? locateInsideConflictT(pVtx, pT) : CODE_LEAVES_BOX;
+    if (code == CODE_DUPLICATE) {
+        for (int i = 0; i < 3; ++i) {
+            if (*pT->getCorner(i) == *pVtx) pDt2_->getVertexVault().registerDup(pVtx, pT->getCorner(i));
+        }
+        return pT;
+    }
+    if (code == CODE_INSIDE && collectConflictRegion(pVtx, pT)) return localInitVCheckT13(pVtx);
+    vDeferred_.push_back(pVtx);
+    return pHint;
+}
+
+/// The walk of the engine, but inside the box: a step out of it ends the walk.
+int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
+    int i = 0;
+    for (int numEdges = 3; numEdges > 0;) {
+        const Point2 *pNext = pT->getCorner(incIndexBy1(i)), *pAfterNext = pT->getCorner(incIndexBy2(i));
+        const Orientation2 ori = geomTest_.getOrientation2(pAfterNext, pNext, p);
+        if (ori == ORIENTATION2_CCW) {
+            Triangle2* pN = pT->getOppositeTriangle(i);
+            if (!pN) return CODE_LEAVES_BOX;
+            const int j = indexOfFarCorner(pN, pNext, pAfterNext);
+            if (!extBox_.isInBox(*pN->getCorner(j))) return CODE_LEAVES_BOX;
+            pT = pN;
+            i = incIndexBy1(j);
+            numEdges = 2;
+            continue;
+        }
+        if (ori == ORIENTATION2_COLLINEAR && (*pNext == *p || *pAfterNext == *p)) return CODE_DUPLICATE;
+        i = incIndexBy1(i);
+        --numEdges;
+    }
+    return CODE_INSIDE;
+}
+
+/// Fills the region and its border without changing anything. Returns false if a triangle of it is not in the
+/// box.
+bool Chunk::collectConflictRegion(const Point2* v, Triangle2* pT) {
+    vRegion_.assign(1, pT);
+    vBorder_.clear();
+    vOpenEdges_.assign({{pT, 2}, {pT, 1}, {pT, 0}});
+    bool bInBox = true;
+    while (bInBox && !vOpenEdges_.empty()) {
+        const OpenEdge edge = vOpenEdges_.back();
+        vOpenEdges_.pop_back();
+        bInBox = crossOpenEdge(edge, v);
+    }
+    return bInBox;
+}
+
+/// Adds what lies across an edge to the region, with its two other edges to be crossed next, or the edge to
+/// the border. No vertex is inside a region, so no triangle is reached twice, and the border comes in
+/// counterclockwise order.
+bool Chunk::crossOpenEdge(const OpenEdge& edge, const Point2* v) {
+    Point2 *pSrc = edge.pT->getCorner(incIndexBy1(edge.idx)), *pTrg = edge.pT->getCorner(incIndexBy2(edge.idx));
+    Triangle2* pN = edge.pT->getOppositeTriangle(edge.idx);
+    const int j = pN ? indexOfFarCorner(pN, pSrc, pTrg) : -1;
+    if (!pN || !geomTest_.circleInc(pN->getCorner(j), pTrg, pSrc, v)) {
+        vBorder_.push_back({pSrc, pTrg, pN, j});
+        return true;
+    }
+    vRegion_.push_back(pN);
+    vOpenEdges_.push_back({pN, incIndexBy2(j)});
+    vOpenEdges_.push_back({pN, incIndexBy1(j)});
+    return extBox_.isInBox(*pN->getCorner(j));
+}
+
+Triangle2* Chunk::localCreateTriangleMT() {
+    TARO_ASSERT(numTrianglesUsed_ < triangles_.size());
+    return triangles_[numTrianglesUsed_++];
+}
+
+/// Replaces the region by a fan from v to its border. Returns a triangle of v.
+Triangle2* Chunk::localInitVCheckT13(Point2* v) {
+    const size_t numNew = vBorder_.size();
+    while (vRegion_.size() < numNew) vRegion_.push_back(localCreateTriangleMT());
+    for (size_t k = 0; k < numNew; ++k) {
+        const BorderEdge& edge = vBorder_[k];
+        Triangle2* pNew = vRegion_[k];
+        pNew->setCorner(0, v);
+        pNew->setCorner(1, edge.pSrc);
+        pNew->setCorner(2, edge.pTrg);
+        pNew->setOppositeTriangle(0, edge.pOuterT);
+        pNew->setOppositeTriangle(1, vRegion_[k + 1 < numNew ? k + 1 : 0]);
+        pNew->setOppositeTriangle(2, vRegion_[k > 0 ? k - 1 : numNew - 1]);
+        if (edge.pOuterT) edge.pOuterT->setOppositeTriangle(edge.outerIdx, pNew);
+        edge.pSrc->setIncidentTriangle(pNew);
+    }
+    v->setIncidentTriangle(vRegion_[0]);
+    return vRegion_[0];
+}
+
+}  // namespace LUMO_TARO25D

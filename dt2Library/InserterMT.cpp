@@ -1,0 +1,118 @@
+#include "InserterMT.h"
+
+#include <sched.h>
+#include <time.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+
+#include "diagnostics.h"
+#include "parallel.h"
+
+namespace LUMO_TARO25D {
+
+InserterMT::InserterMT(Dt2* pDt2) : pDt2_(pDt2) {
+    const VertexVault& vault = pDt2->getVertexVault();
+    for (size_t i = 0; i < 4; ++i) engineBox_.add(*vault.getFakeBoxCorner(i));
+}
+
+void InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* pStartT) {
+    const size_t root = static_cast<size_t>(2.0 * std::sqrt(static_cast<double>(end - begin)));
+    LargeVector<IdxVtxAct*> vDenseVtx, vSparseVtx;
+    splitSmallBig(5 * root, begin, end, vDenseVtx, vSparseVtx);
+    TARO_ASSERT_TEXT(vDenseVtx.size() + vSparseVtx.size() == static_cast<size_t>(end - begin),
+                     "vDenseVtx.size()+vSparseVtx.size()==(size_t)distance(start_it,end_it)");
+    TARO_ASSERT_TEXT(!vSparseVtx.empty(), "!vSparseVtx.empty()");
+    TARO_ASSERT_TEXT(pStartT != nullptr, "pStartT!=__null");
+    pDt2_->triangulateRec(vSparseVtx.data(), vSparseVtx.data() + vSparseVtx.size(), pStartT);
+    createChunks(root, vDenseVtx, vSparseVtx);
+    startWork(pDt2_->getNumCPU());
+    for (const auto& pChunk : vChunks_) pChunk->finalize();
+}
+
+void InserterMT::splitSmallBig(size_t k, Dt2::ItemIterator begin, Dt2::ItemIterator end,
+                               LargeVector<IdxVtxAct*>& vDenseVtx, LargeVector<IdxVtxAct*>& vSparseVtx) {
+    const size_t n = static_cast<size_t>(end - begin);
+    const size_t m = std::min(n / 2, k);
+    sparseStep_ = n / m;
+    vDenseVtx.reserve(n);
+    vSparseVtx.reserve(m);
+    for (size_t i = 0; i < n; ++i) {
+        const bool bSparse = i % (sparseStep_ + 1) == sparseStep_;
+        (bSparse ? vSparseVtx : vDenseVtx).push_back(begin[i]);
+    }
+}
+
+void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& vDenseVtx,
+                              const LargeVector<IdxVtxAct*>& vSparseVtx) {
+    const size_t numDense = vDenseVtx.size();
+    const size_t size = numDense / numChunks, small = size / 3;
+    for (size_t start = 0, end = 0; end < numDense; start += size) {
+        end = std::min(start + size, numDense);
+        const size_t rest = numDense - end;
+        if (rest <= 999 && rest <= small) end = numDense;  // a short tail makes no chunk of its own
+        // The sparse item behind the first dense ones stands among them on the curve.
+        const IdxVtxAct* pAnchor = vSparseVtx[std::min(start / sparseStep_, vSparseVtx.size() - 1)];
+        vChunks_.push_back(std::make_unique<Chunk>(pDt2_, engineBox_, static_cast<int>(vChunks_.size()), vDenseVtx,
+                                                   start, end, pDt2_->getVertexVault().getOriginal(pAnchor->vtx)));
+        sWaiting_.insert(vChunks_.back().get());
+    }
+}
+
+void InserterMT::startWork(int numThreads) {
+    Progress& progress = pDt2_->getProgress();
+    const int num = static_cast<int>(std::min(static_cast<size_t>(numThreads), vChunks_.size()));
+    std::atomic<size_t> nextChunk{0};
+    runOnThreads(num, [&](int) {
+        for (size_t i = nextChunk++; i < vChunks_.size(); i = nextChunk++) vChunks_[i]->determineExtBox();
+    });
+    runOnThreads(
+        num, [this](int) { workOnChunks(); }, [&progress] { progress.report(); });
+}
+
+void InserterMT::workOnChunks() {
+    for (;;) {
+        bool bNoneWaiting = false;
+        Chunk* pChunk = getWork(bNoneWaiting);
+        if (!pChunk && bNoneWaiting) return;
+        if (!pChunk) {
+            // All that wait touch one that runs.
+            sched_yield();
+            const timespec oneMillisecond{0, 1000000};
+            nanosleep(&oneMillisecond, nullptr);
+            continue;
+        }
+        try {
+            pChunk->insert();
+        } catch (...) {
+            release(pChunk, true);
+            throw;
+        }
+        release(pChunk, false);
+    }
+}
+
+Chunk* InserterMT::getWork(bool& bNoneWaiting) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    bNoneWaiting = sWaiting_.empty();
+    const auto isFree = [this](const Chunk* pChunk) {
+        return std::none_of(sStarted_.begin(), sStarted_.end(), [pChunk](const Chunk* pStarted) {
+            return pChunk->getExtBox().doIntersect(pStarted->getExtBox());
+        });
+    };
+    const auto it = std::find_if(sWaiting_.begin(), sWaiting_.end(), isFree);
+    if (it == sWaiting_.end()) return nullptr;
+    Chunk* pChunk = *it;
+    sWaiting_.erase(it);
+    sStarted_.insert(pChunk);
+    return pChunk;
+}
+
+void InserterMT::release(Chunk* pChunk, bool bFailed) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    sStarted_.erase(pChunk);
+    if (bFailed) sWaiting_.clear();  // the others stop too
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "taro25d/Triangle2.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+// How triangles hang together, for the loops that live on it: unlike the members of Triangle2, these do not
+// check that what is asked for is there.
+
+/// The index of a corner of pT.
+inline int indexOfVertex(const Triangle2* pT, const Point2* pVtx) {
+    return pT->getCorner(1) == pVtx ? 1 : 2 * static_cast<int>(pT->getCorner(2) == pVtx);
+}
+
+/// The index under which pT is linked in its neighbour pN.
+inline int indexOfNeighbour(const Triangle2* pN, const Triangle2* pT) {
+    return static_cast<int>(pN->getOppositeTriangle(1) == pT) + 2 * static_cast<int>(pN->getOppositeTriangle(2) == pT);
+}
+
+/// Links edge i of pT and the edge under which pOldT is linked in pN. A null neighbour is the hull.
+inline void relink(Triangle2* pT, int i, Triangle2* pN, const Triangle2* pOldT) {
+    pT->setOppositeTriangle(i, pN);
+    if (pN) pN->setOppositeTriangle(indexOfNeighbour(pN, pOldT), pT);
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,87 @@
+#include "parallel.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// How many threads are still running, and the first exception of any of them.
+class Crew {
+  public:
+    explicit Crew(int numRunning) : numRunning_(numRunning) {}
+
+    void work(const std::function<void(int)>& f, int threadIdx) {
+        std::exception_ptr pException;
+        try {
+            f(threadIdx);
+        } catch (...) {
+            pException = std::current_exception();
+        }
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (!pFirstException_) pFirstException_ = pException;
+        if (--numRunning_ == 0) allDone_.notify_one();
+    }
+
+    void wait(const std::function<void()>& onWait) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        while (numRunning_ > 0) {
+            allDone_.wait_for(lock, std::chrono::milliseconds(5));
+            if (!onWait) continue;
+            lock.unlock();
+            onWait();
+            lock.lock();
+        }
+    }
+
+    const std::exception_ptr& getFirstException() const { return pFirstException_; }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable allDone_;
+    int numRunning_;
+    std::exception_ptr pFirstException_;
+};
+
+}  // namespace
+
+void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::function<void()>& onWait) {
+    if (numThreads <= 1) {
+        f(0);
+        return;
+    }
+    Crew crew(numThreads);
+    std::vector<std::thread> vThreads;
+    for (int i = 0; i < numThreads; ++i) {
+        try {
+            vThreads.emplace_back([&crew, &f, i] { crew.work(f, i); });
+        } catch (const std::system_error&) {
+            crew.work(f, i);  // the system has no more threads: the calling one does the work
+        }
+    }
+    crew.wait(onWait);
+    for (std::thread& thread : vThreads) thread.join();
+    if (crew.getFirstException()) std::rethrow_exception(crew.getFirstException());
+}
+
+size_t numParallelParts(int numThreads, size_t n) {
+    constexpr size_t MIN_PER_THREAD = 10000;  // for less, starting a thread costs more than it brings
+    return std::clamp<size_t>(n / MIN_PER_THREAD, 1, static_cast<size_t>(std::max(numThreads, 1)));
+}
+
+void parallelFor(int numThreads, size_t n, const std::function<void(size_t, size_t, int)>& f) {
+    const size_t num = numParallelParts(numThreads, n);
+    runOnThreads(static_cast<int>(num), [&](int threadIdx) {
+        const size_t t = static_cast<size_t>(threadIdx);
+        f(n / num * t + n % num * t / num, n / num * (t + 1) + n % num * (t + 1) / num, threadIdx);
+    });
+}
+
+}  // namespace LUMO_TARO25D
