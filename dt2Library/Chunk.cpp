@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_set>
 
 #include "Dt2.h"
 #include "diagnostics.h"
@@ -36,18 +37,15 @@ namespace {
 constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
 constexpr double BALL_MARGIN = 1.05;
 constexpr double BOX_MARGIN = 1.02;
-constexpr double MIN_BOX_WIDTH = 0.001;
 
 constexpr int CODE_INSIDE = -1;
 constexpr int CODE_DUPLICATE = 4;
 constexpr int CODE_LEAVES_BOX = 5;
 
 /// The index of the corner of pN that is neither of the two.
-int indexOfFarCorner(const Triangle2* pN, const Point2* p, const Point2* q) {
-    for (int i = 0; i < 2; ++i) {
-        if (pN->getCorner(i) != p && pN->getCorner(i) != q) return i;
-    }
-    return 2;
+inline int indexOfFarCorner(const Triangle2* pN, const Point2* p, const Point2* q) {
+    const auto isFar = [&](int i) { return pN->getCorner(i) != p && pN->getCorner(i) != q; };
+    return static_cast<int>(isFar(1)) + 2 * static_cast<int>(isFar(2));
 }
 
 /// The circumcircle, to within a thousandth of its radius; false for a triangle too flat for that. The
@@ -87,31 +85,18 @@ void Chunk::determineExtBox() {
     Bbox2 box;
     box.add(*pAnchor_);
     for (size_t i = start_; i < end_; ++i) box.add(*vItems_[i]->vtx);
-    // A side of no length meets too few circles.
-    const double maxX = std::min(box.getMinX() + MIN_BOX_WIDTH, engineBox_.getMaxX());
-    const double maxY = std::min(box.getMinY() + MIN_BOX_WIDTH, engineBox_.getMaxY());
-    if (box.getMinX() == box.getMaxX()) box.add(Point2(maxX, box.getMinY(), 0.0));
-    if (box.getMinY() == box.getMaxY()) box.add(Point2(box.getMinX(), maxY, 0.0));
     extBox_ = box;
-    std::vector<Point2> vCorners;
-    box.getCorners(vCorners);
-    Triangle2* pStartT = pAnchor_->getIncidentTriangle();
-    for (size_t k = 0; k < 4; ++k) {
-        int idx;
-        pDt2_->locateConflictTriangle(&vCorners[k], pStartT, idx, geomTest_);
-        TARO_ASSERT_TEXT(pStartT != nullptr, "pStartT!=__null");
-        std::unordered_set<Triangle2*> sVisited;
-        grow(vCorners[k], vCorners[(k + 1) % 4], pStartT, sVisited);
-    }
+    grow(box);
     extBox_.enlargeRanges(BOX_MARGIN);
     extBox_ = intersection(extBox_, engineBox_);
 }
 
-void Chunk::grow(const Point2& p0, const Point2& p1, Triangle2* pStartT, std::unordered_set<Triangle2*>& sVisited) {
-    std::vector<Triangle2*> vQueue{pStartT};
-    sVisited.insert(pStartT);
+/// Circles that meet a common set hang together through neighbours, so the search begins at the anchor, which is in the box.
+void Chunk::grow(const Bbox2& box) {
+    std::vector<Triangle2*> vQueue{pAnchor_->getIncidentTriangle()};
+    std::unordered_set<Triangle2*> sVisited{vQueue[0]};
     for (size_t k = 0; k < vQueue.size(); ++k) {
-        if (!doesBallIntersect(p0, p1, vQueue[k])) continue;
+        if (!doesBallIntersect(box, vQueue[k])) continue;
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = vQueue[k]->getOppositeTriangle(i);
             if (pN && sVisited.insert(pN).second) vQueue.push_back(pN);
@@ -119,23 +104,16 @@ void Chunk::grow(const Point2& p0, const Point2& p1, Triangle2* pStartT, std::un
     }
 }
 
-bool Chunk::doesBallIntersect(const Point2& p0, const Point2& p1, const Triangle2* pT) {
+bool Chunk::doesBallIntersect(const Bbox2& box, const Triangle2* pT) {
     Point2 center;
     double radius;
     if (!getBall(pT, center, radius)) {
         for (int i = 0; i < 3; ++i) extBox_.add(*pT->getCorner(i));
         return true;
     }
-    const bool bVertical = p0.x() == p1.x();
-    const double distance = bVertical ? std::abs(center.x() - p0.x()) : std::abs(center.y() - p0.y());
-    if (distance > radius) return false;
-    const double low = bVertical ? std::min(p0.y(), p1.y()) : std::min(p0.x(), p1.x());
-    const double high = bVertical ? std::max(p0.y(), p1.y()) : std::max(p0.x(), p1.x());
-    const double along = bVertical ? center.y() : center.x();
-    if (along < low || along > high) {
-        const double beyond = along < low ? low - along : along - high;
-        if (std::hypot(beyond, distance) > radius) return false;
-    }
+    const double x = std::max({box.getMinX() - center.x(), 0.0, center.x() - box.getMaxX()});
+    const double y = std::max({box.getMinY() - center.y(), 0.0, center.y() - box.getMaxY()});
+    if (!(x * x + y * y <= radius * radius)) return false;
     extBox_.add(Point2(center.x() - radius, center.y() - radius, 0.0));
     extBox_.add(Point2(center.x() + radius, center.y() + radius, 0.0));
     return true;
@@ -227,36 +205,38 @@ int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
     return CODE_INSIDE;
 }
 
-/// Fills the region and its border without changing anything. Returns false if a triangle of it is not in the
-/// box.
-bool Chunk::collectConflictRegion(const Point2* v, Triangle2* pT) {
-    vRegion_.assign(1, pT);
-    vBorder_.clear();
-    vOpenEdges_.assign({{pT, 2}, {pT, 1}, {pT, 0}});
-    bool bInBox = true;
-    while (bInBox && !vOpenEdges_.empty()) {
-        const OpenEdge edge = vOpenEdges_.back();
-        vOpenEdges_.pop_back();
-        bInBox = crossOpenEdge(edge, v);
+/// Finds the region and its border without changing anything. Returns false if a triangle of it is not in the box.
+///
+/// The edges of the region are crossed in counterclockwise order: what lies across one is added to the region, with its
+/// two other edges to be crossed next, or else the edge to the border. No vertex is inside a region, so no triangle is
+/// reached twice.
+bool Chunk::collectConflictRegion(const Point2* v, Triangle2* pHitT) {
+    Triangle2* aOpenT[MAX_REGION + 2] = {pHitT, pHitT, pHitT};
+    int aOpenIdx[MAX_REGION + 2] = {2, 1, 0};
+    size_t numOpen = 3, regionSize = 0, borderSize = 0;
+    aRegion_[regionSize++] = pHitT;
+    while (numOpen > 0) {
+        const Triangle2* pT = aOpenT[--numOpen];
+        const int i = aOpenIdx[numOpen];
+        Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
+        Triangle2* pN = pT->getOppositeTriangle(i);
+        const int j = pN ? indexOfFarCorner(pN, pSrc, pTrg) : 0;
+        if (pN && geomTest_.circleInc(pN->getCorner(j), pTrg, pSrc, v)) {
+            if (regionSize == MAX_REGION || !extBox_.isInBox(*pN->getCorner(j))) return false;
+            aRegion_[regionSize++] = pN;
+            aOpenT[numOpen] = aOpenT[numOpen + 1] = pN;
+            aOpenIdx[numOpen] = incIndexBy2(j);
+            aOpenIdx[numOpen + 1] = incIndexBy1(j);
+            numOpen += 2;
+        } else {
+            aBorderSrc_[borderSize] = pSrc;
+            aBorderOuterT_[borderSize] = pN;
+            aBorderOuterIdx_[borderSize++] = j;
+        }
     }
-    return bInBox;
-}
-
-/// Adds what lies across an edge to the region, with its two other edges to be crossed next, or the edge to
-/// the border. No vertex is inside a region, so no triangle is reached twice, and the border comes in
-/// counterclockwise order.
-bool Chunk::crossOpenEdge(const OpenEdge& edge, const Point2* v) {
-    Point2 *pSrc = edge.pT->getCorner(incIndexBy1(edge.idx)), *pTrg = edge.pT->getCorner(incIndexBy2(edge.idx));
-    Triangle2* pN = edge.pT->getOppositeTriangle(edge.idx);
-    const int j = pN ? indexOfFarCorner(pN, pSrc, pTrg) : -1;
-    if (!pN || !geomTest_.circleInc(pN->getCorner(j), pTrg, pSrc, v)) {
-        vBorder_.push_back({pSrc, pTrg, pN, j});
-        return true;
-    }
-    vRegion_.push_back(pN);
-    vOpenEdges_.push_back({pN, incIndexBy2(j)});
-    vOpenEdges_.push_back({pN, incIndexBy1(j)});
-    return extBox_.isInBox(*pN->getCorner(j));
+    regionSize_ = regionSize;
+    borderSize_ = borderSize;
+    return true;
 }
 
 Triangle2* Chunk::localCreateTriangleMT() {
@@ -266,22 +246,22 @@ Triangle2* Chunk::localCreateTriangleMT() {
 
 /// Replaces the region by a fan from v to its border. Returns a triangle of v.
 Triangle2* Chunk::localInitVCheckT13(Point2* v) {
-    const size_t numNew = vBorder_.size();
-    while (vRegion_.size() < numNew) vRegion_.push_back(localCreateTriangleMT());
+    const size_t numNew = borderSize_;
+    while (regionSize_ < numNew) aRegion_[regionSize_++] = localCreateTriangleMT();
+    aBorderSrc_[numNew] = aBorderSrc_[0];
     for (size_t k = 0; k < numNew; ++k) {
-        const BorderEdge& edge = vBorder_[k];
-        Triangle2* pNew = vRegion_[k];
+        Triangle2 *pNew = aRegion_[k], *pOuterT = aBorderOuterT_[k];
         pNew->setCorner(0, v);
-        pNew->setCorner(1, edge.pSrc);
-        pNew->setCorner(2, edge.pTrg);
-        pNew->setOppositeTriangle(0, edge.pOuterT);
-        pNew->setOppositeTriangle(1, vRegion_[k + 1 < numNew ? k + 1 : 0]);
-        pNew->setOppositeTriangle(2, vRegion_[k > 0 ? k - 1 : numNew - 1]);
-        if (edge.pOuterT) edge.pOuterT->setOppositeTriangle(edge.outerIdx, pNew);
-        edge.pSrc->setIncidentTriangle(pNew);
+        pNew->setCorner(1, aBorderSrc_[k]);
+        pNew->setCorner(2, aBorderSrc_[k + 1]);
+        pNew->setOppositeTriangle(0, pOuterT);
+        pNew->setOppositeTriangle(1, aRegion_[k + 1 < numNew ? k + 1 : 0]);
+        pNew->setOppositeTriangle(2, aRegion_[k > 0 ? k - 1 : numNew - 1]);
+        if (pOuterT) pOuterT->setOppositeTriangle(aBorderOuterIdx_[k], pNew);
+        aBorderSrc_[k]->setIncidentTriangle(pNew);
     }
-    v->setIncidentTriangle(vRegion_[0]);
-    return vRegion_[0];
+    v->setIncidentTriangle(aRegion_[0]);
+    return aRegion_[0];
 }
 
 }  // namespace LUMO_TARO25D

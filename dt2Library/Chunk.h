@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <unordered_set>
 #include <vector>
 
 #include "GeomTest.h"
@@ -36,21 +35,9 @@ class Chunk {
 
   private:
     enum State { CS_WAITING = 0, CS_STARTED = 1, CS_DONE = 2 };
-    /// An edge src -> trg around a conflict region, counterclockwise, and what lies across it.
-    struct BorderEdge {
-        Point2 *pSrc, *pTrg;
-        Triangle2* pOuterT;  // null on the hull
-        int outerIdx;        // of the edge in pOuterT
-    };
-    /// An edge of a conflict region still to be crossed.
-    struct OpenEdge {
-        Triangle2* pT;
-        int idx;
-    };
-
-    void grow(const Point2& p0, const Point2& p1, Triangle2* pStartT, std::unordered_set<Triangle2*>& sVisited);
-    /// Whether the circumcircle meets the segment; if so, the extended box is grown by it.
-    bool doesBallIntersect(const Point2& p0, const Point2& p1, const Triangle2* pT);
+    void grow(const Bbox2& box);
+    /// Whether the circumcircle meets the box; if so, the extended box is grown by it.
+    bool doesBallIntersect(const Bbox2& box, const Triangle2* pT);
 
     void localTriangulateRec(size_t start, size_t end, Triangle2* pStartT);
     Triangle2* localInsertVertex(Point2* pVtx, Triangle2* pHint);
@@ -58,7 +45,6 @@ class Chunk {
     bool isInBox(const Triangle2* pT) const;
     int locateInsideConflictT(const Point2* p, Triangle2*& pT);
     bool collectConflictRegion(const Point2* v, Triangle2* pT);
-    bool crossOpenEdge(const OpenEdge& edge, const Point2* v);
     Triangle2* localInitVCheckT13(Point2* v);
     Triangle2* localCreateTriangleMT();
 
@@ -75,9 +61,15 @@ class Chunk {
     RecordSupply<Triangle2> triangles_;  // as many as the insertions can need
     size_t numTrianglesUsed_ = 0;
     std::vector<Point2*> vDeferred_;  // for the calling thread
-    std::vector<Triangle2*> vRegion_;
-    std::vector<BorderEdge> vBorder_;
-    std::vector<OpenEdge> vOpenEdges_;
+    // A conflict region and what is around it. Almost all have less than ten triangles; a vertex with a larger one than
+    // fits is left to the calling thread. Arrays of single words, because a record that is read as a whole right after
+    // its parts were written would wait for them.
+    static constexpr size_t MAX_REGION = 60;
+    size_t regionSize_ = 0, borderSize_ = 0;
+    Triangle2* aRegion_[MAX_REGION + 2];
+    Point2* aBorderSrc_[MAX_REGION + 3];  // the border, counterclockwise; each edge ends where the next one begins
+    Triangle2* aBorderOuterT_[MAX_REGION + 2];  // what lies across; null on the hull
+    int aBorderOuterIdx_[MAX_REGION + 2];       // the index of the edge there
 };
 
 }  // namespace LUMO_TARO25D

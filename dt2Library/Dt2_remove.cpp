@@ -96,14 +96,19 @@ void Dt2::remove(Point2* pVtx) {
 bool Dt2::collectUmbrella(const Point2* v) {
     vUmbrella_.clear();
     Triangle2* const pStartT = v->getIncidentTriangle();
+    // The waits for memory overlap: a scout goes the other way round, and what is wanted later is fetched now.
+    const auto fetchAround = [v](const Triangle2* pT) {
+        __builtin_prefetch(getOuter(pT, v));
+        __builtin_prefetch(getFirst(pT, v));
+    };
     Triangle2 *pT = pStartT, *pScout = pStartT;
     do {
         vUmbrella_.push_back(pT);
-        // What is wanted soon is fetched while the rotation waits for the next triangle; a scout goes the other way round.
-        __builtin_prefetch(getOuter(pT, v));
-        __builtin_prefetch(getFirst(pT, v));
-        if (pScout) pScout = getPrevious(pScout, v);
-        __builtin_prefetch(pScout);
+        fetchAround(pT);
+        if (pScout) {
+            fetchAround(pScout);
+            pScout = getPrevious(pScout, v);
+        }
         pT = getNext(pT, v);
     } while (pT && pT != pStartT);
     if (pT) return true;

@@ -19,14 +19,8 @@ class Crew {
     explicit Crew(int numRunning) : numRunning_(numRunning) {}
 
     void work(const std::function<void(int)>& f, int threadIdx) {
-        std::exception_ptr pException;
-        try {
-            f(threadIdx);
-        } catch (...) {
-            pException = std::current_exception();
-        }
+        keepException([&] { f(threadIdx); });
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (!pFirstException_) pFirstException_ = pException;
         if (--numRunning_ == 0) allDone_.notify_one();
     }
 
@@ -36,7 +30,7 @@ class Crew {
             allDone_.wait_for(lock, std::chrono::milliseconds(5));
             if (!onWait) continue;
             lock.unlock();
-            onWait();
+            keepException(onWait);
             lock.lock();
         }
     }
@@ -44,6 +38,16 @@ class Crew {
     const std::exception_ptr& getFirstException() const { return pFirstException_; }
 
   private:
+    template <class F>
+    void keepException(const F& f) {
+        try {
+            f();
+        } catch (...) {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            if (!pFirstException_) pFirstException_ = std::current_exception();
+        }
+    }
+
     std::mutex mutex_;
     std::condition_variable allDone_;
     int numRunning_;
