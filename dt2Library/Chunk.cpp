@@ -63,6 +63,12 @@ bool getBall(const Triangle2* pT, Point2& center, double& radius) {
     return std::isfinite(radius);
 }
 
+/// Whether a box covers more than half of the extent of the other one in both directions.
+bool isMostOf(const Bbox2& box, const Bbox2& whole) {
+    return box.getMaxX() - box.getMinX() > 0.5 * (whole.getMaxX() - whole.getMinX()) &&
+           box.getMaxY() - box.getMinY() > 0.5 * (whole.getMaxY() - whole.getMinY());
+}
+
 Bbox2 intersection(const Bbox2& a, const Bbox2& b) {
     return Bbox2(std::max(a.getMinX(), b.getMinX()), std::max(a.getMinY(), b.getMinY()),
                  std::min(a.getMaxX(), b.getMaxX()), std::min(a.getMaxY(), b.getMaxY()));
@@ -97,6 +103,10 @@ void Chunk::grow(const Bbox2& box) {
     std::unordered_set<Triangle2*> sVisited{vQueue[0]};
     for (size_t k = 0; k < vQueue.size(); ++k) {
         if (!doesBallIntersect(box, vQueue[k])) continue;
+        if (isMostOf(extBox_, engineBox_)) {
+            extBox_ = engineBox_;  // points on a circle, for one: the chunk will run alone anyway
+            return;
+        }
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = vQueue[k]->getOppositeTriangle(i);
             if (pN && sVisited.insert(pN).second) vQueue.push_back(pN);
