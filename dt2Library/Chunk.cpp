@@ -24,10 +24,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <unordered_set>
 
 #include "Dt2.h"
 #include "diagnostics.h"
+#include "links.h"
 #include "tools.h"
 
 namespace LUMO_TARO25D {
@@ -42,10 +44,12 @@ constexpr int CODE_INSIDE = -1;
 constexpr int CODE_DUPLICATE = 4;
 constexpr int CODE_LEAVES_BOX = 5;
 
-/// The index of the corner of pN that is neither of the two.
-inline int indexOfFarCorner(const Triangle2* pN, const Point2* p, const Point2* q) {
-    const auto isFar = [&](int i) { return pN->getCorner(i) != p && pN->getCorner(i) != q; };
-    return static_cast<int>(isFar(1)) + 2 * static_cast<int>(isFar(2));
+/// The corner of a triangle that is neither of two given ones. Which one it is cannot be guessed, so no branch may depend
+/// on it: what two of three addresses share with the third cancels out.
+inline Point2* getFarCorner(const Triangle2* pT, const Point2* p, const Point2* q) {
+    const auto bits = [](const Point2* pVtx) { return reinterpret_cast<std::uintptr_t>(pVtx); };
+    const std::uintptr_t all = bits(pT->getCorner(0)) ^ bits(pT->getCorner(1)) ^ bits(pT->getCorner(2));
+    return reinterpret_cast<Point2*>(all ^ bits(p) ^ bits(q));
 }
 
 /// The circumcircle, to within a thousandth of its radius; false for a triangle too flat for that. The
@@ -201,10 +205,10 @@ int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
         if (ori == ORIENTATION2_CCW) {
             Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN) return CODE_LEAVES_BOX;
-            const int j = indexOfFarCorner(pN, pNext, pAfterNext);
-            if (!extBox_.isInBox(*pN->getCorner(j))) return CODE_LEAVES_BOX;
+            const Point2* pFar = getFarCorner(pN, pNext, pAfterNext);
+            if (!extBox_.isInBox(*pFar)) return CODE_LEAVES_BOX;
             pT = pN;
-            i = incIndexBy1(j);
+            i = incIndexBy1(indexOfVertex(pN, pFar));
             numEdges = 2;
             continue;
         }
@@ -230,9 +234,10 @@ bool Chunk::collectConflictRegion(const Point2* v, Triangle2* pHitT) {
         const int i = aOpenIdx[numOpen];
         Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
         Triangle2* pN = pT->getOppositeTriangle(i);
-        const int j = pN ? indexOfFarCorner(pN, pSrc, pTrg) : 0;
-        if (pN && geomTest_.circleInc(pN->getCorner(j), pTrg, pSrc, v)) {
-            if (regionSize == MAX_REGION || !extBox_.isInBox(*pN->getCorner(j))) return false;
+        const Point2* pFar = pN ? getFarCorner(pN, pSrc, pTrg) : nullptr;
+        const int j = pN ? indexOfVertex(pN, pFar) : 0;
+        if (pN && geomTest_.circleInc(pFar, pTrg, pSrc, v)) {
+            if (regionSize == MAX_REGION || !extBox_.isInBox(*pFar)) return false;
             aRegion_[regionSize++] = pN;
             aOpenT[numOpen] = aOpenT[numOpen + 1] = pN;
             aOpenIdx[numOpen] = incIndexBy2(j);

@@ -198,6 +198,7 @@ Bbox2 Dt2::chooseCurveBox(const PointSource* pComing) const {
     insertionBox_.getBounds(minX, minY, maxX, maxY);
     leaveStraysOut(vX, minX, maxX);
     leaveStraysOut(vY, minY, maxY);
+    widenShortSide(minX, minY, maxX, maxY);
     return Bbox2(minX, minY, maxX, maxY);
 }
 
@@ -256,7 +257,7 @@ Point2* Dt2::insertWhileCollinear(const Point2& point) {
     if (Point2* pExisting = vertexVault_.getVertexPointer(point)) return pExisting;
     Point2* pVtx = createVertex(point);
     vertexVault_.addItem(hilbertCurve_.iReset(point.x(), point.y()), pVtx);
-    createFullDimTriangle(0);
+    if (!createFullDimTriangle(0)) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -28,6 +29,15 @@ constexpr size_t MAX_RUN_OF_EQUAL_KEYS = 64;
 /// allocations.
 void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch, int numThreads);
 
+/// Widens the short side of a box that is longer than four times its width. With cells as flat as a long corridor, or as
+/// two sites far apart, the order would be that of one coordinate alone.
+inline void widenShortSide(double& minX, double& minY, double& maxX, double& maxY) {
+    constexpr double largest = std::numeric_limits<double>::max();
+    const double halfX = 0.5 * maxX - 0.5 * minX, halfY = 0.5 * maxY - 0.5 * minY;
+    if (halfX < 0.25 * halfY) maxX = std::min(largest, minX + 2.0 * halfY);
+    if (halfY < 0.25 * halfX) maxY = std::min(largest, minY + 2.0 * halfX);
+}
+
 /// The curve for a run of points: over their own box, so that not all of them share one key. Null when all
 /// are equal.
 template <class PointAt>
@@ -41,6 +51,7 @@ std::unique_ptr<HC2> makeCurveOfRun(size_t begin, size_t end, const PointAt& poi
         maxY = std::max(maxY, y);
     }
     if (minX == maxX && minY == maxY) return nullptr;
+    widenShortSide(minX, minY, maxX, maxY);
     return std::make_unique<HC2>(minX, minY, maxX, maxY, 30);
 }
 

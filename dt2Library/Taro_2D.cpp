@@ -63,7 +63,7 @@ void Taro_2D::insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& v
 
 void Taro_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles) {
     if (numPoints <= 0) return;
-    std::fill_n(aHandles, numPoints, nullptr);
+    if (aHandles) std::fill_n(aHandles, numPoints, nullptr);
     call(pDt2_)->insertBulk(PointSource(static_cast<size_t>(numPoints), aCoordinates), aHandles);
 }
 

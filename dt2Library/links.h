@@ -10,7 +10,9 @@ namespace LUMO_TARO25D {
 
 /// The index of a corner of pT.
 inline int indexOfVertex(const Triangle2* pT, const Point2* pVtx) {
-    return pT->getCorner(1) == pVtx ? 1 : 2 * static_cast<int>(pT->getCorner(2) == pVtx);
+    const int i = static_cast<int>(pT->getCorner(1) == pVtx) + 2 * static_cast<int>(pT->getCorner(2) == pVtx);
+    if (i > 2) __builtin_unreachable();
+    return i;
 }
 
 /// The index under which pT is linked in its neighbour pN.

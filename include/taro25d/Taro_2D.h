@@ -80,7 +80,7 @@ class TARO25D_API Taro_2D {
     /// non-finite point.
     void insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles);
     /// Inserts numPoints points given as consecutive (x, y, z) triples; aHandles receives numPoints vertices
-    /// in input order, as above. Neither array is kept. A number that is not positive inserts nothing.
+    /// in input order, as above, unless it is null. Neither array is kept. A number that is not positive inserts nothing.
     void insert(int numPoints, double* aCoordinates, Point2** aHandles);
 
     /// Triangulates the points in a temporary triangulation with this one's number of threads and returns the
