@@ -37,7 +37,7 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
-constexpr double BALL_MARGIN = 1.05;
+constexpr double BALL_MARGIN = 0.05;
 constexpr double BOX_MARGIN = 1.02;
 
 constexpr int CODE_INSIDE = -1;
@@ -63,7 +63,9 @@ bool getBall(const Triangle2* pT, Point2& center, double& radius) {
     if (!(det > 1e-12 * (std::abs(ux * vy) + std::abs(uy * vx)))) return false;
     const double x = (vy * uu - uy * vv) / (2.0 * det), y = (ux * vv - vx * uu) / (2.0 * det);
     center = Point2(a.x() + x, a.y() + y, 0.0);
-    radius = BALL_MARGIN * std::sqrt(x * x + y * y);
+    // A margin of the radius, but where that is far beyond the triangle, at the hull, of the triangle.
+    radius = std::sqrt(x * x + y * y);
+    radius += BALL_MARGIN * std::min(radius, std::sqrt(std::max(uu, vv)));
     return std::isfinite(radius);
 }
 
@@ -71,6 +73,23 @@ bool getBall(const Triangle2* pT, Point2& center, double& radius) {
 bool isMostOf(const Bbox2& box, const Bbox2& whole) {
     return box.getMaxX() - box.getMinX() > 0.5 * (whole.getMaxX() - whole.getMinX()) &&
            box.getMaxY() - box.getMinY() > 0.5 * (whole.getMaxY() - whole.getMinY());
+}
+
+/// How far a value is outside a range.
+double distanceToRange(double value, double min, double max) { return std::max({min - value, 0.0, value - max}); }
+
+/// Extends a box to the part of a disc that lies in the whole box: of a huge disc beyond the hull, a flat cap.
+void addBall(Bbox2& box, const Point2& center, double radius, const Bbox2& whole) {
+    const double dx = distanceToRange(center.x(), whole.getMinX(), whole.getMaxX());
+    const double dy = distanceToRange(center.y(), whole.getMinY(), whole.getMaxY());
+    const double halfX = std::sqrt(std::max(0.0, (radius - dy) * (radius + dy)));
+    const double halfY = std::sqrt(std::max(0.0, (radius - dx) * (radius + dx)));
+    const auto addClamped = [&](double x, double y) {
+        box.add(Point2(std::clamp(x, whole.getMinX(), whole.getMaxX()), std::clamp(y, whole.getMinY(), whole.getMaxY()),
+                       0.0));
+    };
+    addClamped(center.x() - halfX, center.y() - halfY);
+    addClamped(center.x() + halfX, center.y() + halfY);
 }
 
 Bbox2 intersection(const Bbox2& a, const Bbox2& b) {
@@ -125,11 +144,10 @@ bool Chunk::doesBallIntersect(const Bbox2& box, const Triangle2* pT) {
         for (int i = 0; i < 3; ++i) extBox_.add(*pT->getCorner(i));
         return true;
     }
-    const double x = std::max({box.getMinX() - center.x(), 0.0, center.x() - box.getMaxX()});
-    const double y = std::max({box.getMinY() - center.y(), 0.0, center.y() - box.getMaxY()});
+    const double x = distanceToRange(center.x(), box.getMinX(), box.getMaxX());
+    const double y = distanceToRange(center.y(), box.getMinY(), box.getMaxY());
     if (!(x * x + y * y <= radius * radius)) return false;
-    extBox_.add(Point2(center.x() - radius, center.y() - radius, 0.0));
-    extBox_.add(Point2(center.x() + radius, center.y() + radius, 0.0));
+    addBall(extBox_, center, radius, engineBox_);
     return true;
 }
 
@@ -225,9 +243,13 @@ int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
 /// two other edges to be crossed next, or else the edge to the border. No vertex is inside a region, so no triangle is
 /// reached twice.
 bool Chunk::collectConflictRegion(const Point2* v, Triangle2* pHitT) {
-    Triangle2* aOpenT[MAX_REGION + 2] = {pHitT, pHitT, pHitT};
-    int aOpenIdx[MAX_REGION + 2] = {2, 1, 0};
-    size_t numOpen = 3, regionSize = 0, borderSize = 0;
+    Triangle2* aOpenT[MAX_REGION + 2];  // the edges still to be crossed
+    int aOpenIdx[MAX_REGION + 2];
+    size_t numOpen = 0, regionSize = 0, borderSize = 0;
+    for (int i = 2; i >= 0; --i) {
+        aOpenT[numOpen] = pHitT;
+        aOpenIdx[numOpen++] = i;
+    }
     aRegion_[regionSize++] = pHitT;
     while (numOpen > 0) {
         const Triangle2* pT = aOpenT[--numOpen];

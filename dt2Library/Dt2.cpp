@@ -589,7 +589,7 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     vertexVault_.iReset_vector(source, aHandles);
     progress_.incProgress(n / 10);
     const size_t numItems = vertexVault_.getSize();
-    trianglePool_.expect(2 * (numItems - numPreExisting) + 3, numCPU_ == 1);
+    trianglePool_.expect(2 * (numItems - numPreExisting) + 3, numCPU_);
     const bool bInBox = isWorthThreads(numItems - numPreExisting) && vertexVault_.createFakeBox(insertionBox_);
     if (!vertexVault_.isFullDimensional()) {
         createFullDimTriangle(numPreExisting);

@@ -95,7 +95,7 @@ class Dt2 {
 
     RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
     RecordSupply<Point2> takeVertexRecords(size_t n) {
-        vertexPool_.expect(n, numCPU_ == 1);
+        vertexPool_.expect(n, numCPU_);
         return {vertexPool_, vRecycledVertices_, n};
     }
     Point2* createVertex(const Point2& point);

@@ -34,14 +34,17 @@ void InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* p
 void InserterMT::splitSmallBig(size_t k, Dt2::ItemIterator begin, Dt2::ItemIterator end,
                                LargeVector<IdxVtxAct*>& vDenseVtx, LargeVector<IdxVtxAct*>& vSparseVtx) {
     const size_t n = static_cast<size_t>(end - begin);
-    const size_t m = std::min(n / 2, k);
-    sparseStep_ = n / m;
-    vDenseVtx.reserve(n);
-    vSparseVtx.reserve(m);
-    for (size_t i = 0; i < n; ++i) {
-        const bool bSparse = i % (sparseStep_ + 1) == sparseStep_;
-        (bSparse ? vSparseVtx : vDenseVtx).push_back(begin[i]);
-    }
+    sparseStep_ = n / std::min(n / 2, k);
+    const size_t group = sparseStep_ + 1;  // the last item of each group of so many is sparse
+    vSparseVtx.resize(n / group);
+    vDenseVtx.resize(n - n / group);
+    parallelFor(pDt2_->getNumCPU(), n, [&](size_t first, size_t last, int) {
+        for (size_t i = first; i < last; ++i) {
+            const size_t numSparseBefore = i / group;
+            const bool bSparse = i % group == sparseStep_;
+            (bSparse ? vSparseVtx[numSparseBefore] : vDenseVtx[i - numSparseBefore]) = begin[i];
+        }
+    });
 }
 
 void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& vDenseVtx,

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "parallel.h"
+
 namespace LUMO_TARO25D {
 
 void poolFailure(const char* message) {
@@ -17,15 +19,19 @@ void printNumberOfContainers(size_t numBlocks) {
     std::cout << "SimplePool::~SimplePool: Number of containers to release: " << numBlocks << std::endl;
 }
 
-void touchAhead(void* pStart, size_t numBytes) {
+void touchAhead(void* pStart, size_t numBytes, int numThreads) {
 #ifdef MADV_POPULATE_WRITE
     constexpr std::uintptr_t PAGE = 4096;
-    const std::uintptr_t first = (reinterpret_cast<std::uintptr_t>(pStart) + PAGE - 1) & ~(PAGE - 1);
-    const std::uintptr_t last = (reinterpret_cast<std::uintptr_t>(pStart) + numBytes) & ~(PAGE - 1);
-    if (first < last) madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
+    const std::uintptr_t first = (reinterpret_cast<std::uintptr_t>(pStart) + PAGE - 1) / PAGE;
+    const std::uintptr_t last = (reinterpret_cast<std::uintptr_t>(pStart) + numBytes) / PAGE;
+    if (first >= last) return;
+    parallelFor(numThreads, last - first, [first](size_t begin, size_t end, int) {
+        madvise(reinterpret_cast<void*>((first + begin) * PAGE), (end - begin) * PAGE, MADV_POPULATE_WRITE);
+    });
 #else
     static_cast<void>(pStart);
     static_cast<void>(numBytes);
+    static_cast<void>(numThreads);
 #endif
 }
 

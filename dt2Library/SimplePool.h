@@ -12,7 +12,7 @@ namespace LUMO_TARO25D {
 [[noreturn]] void poolFailure(const char* message);
 void printNumberOfContainers(size_t numBlocks);
 /// Has the system provide memory at once, which is cheaper than page by page at the first touch. Only a hint.
-void touchAhead(void* pStart, size_t numBytes);
+void touchAhead(void* pStart, size_t numBytes, int numThreads);
 
 /// Records taken from a pool together: they lie in one piece, or in a few where blocks end.
 template <class T>
@@ -96,14 +96,15 @@ class SimplePool {
     }
 
     /// Announces that n records will be wanted soon, so that the next block holds them in one piece; but
-    /// blocks grow with the pool all the same, so that many small announcements make few blocks. With bTouch,
-    /// their memory is provided now.
-    void expect(size_t n, bool bTouch = false) {
+    /// blocks grow with the pool all the same, so that many small announcements make few blocks. With threads
+    /// to touch it, their memory is provided now.
+    void expect(size_t n, int numTouchThreads = 0) {
         const size_t numLeft = static_cast<size_t>(currentSize_ - nextIdx_ - 1);
         if (n > numLeft) {
             const size_t size = std::max(n - numLeft, getNumElements() / 2);
             growthSize_ = static_cast<int>(std::min(size, static_cast<size_t>(maxBlockSize_)));
-            touchSize_ = bTouch ? n - numLeft : 0;
+            touchSize_ = numTouchThreads > 0 ? n - numLeft : 0;
+            numTouchThreads_ = numTouchThreads;
         }
     }
 
@@ -135,7 +136,7 @@ class SimplePool {
         growthSize_ = -1;
         const size_t numTouched = std::min(touchSize_, static_cast<size_t>(currentSize_));
         touchSize_ -= numTouched;
-        if (numTouched > 0) touchAhead(pCurrent_, numTouched * sizeof(T));
+        if (numTouched > 0) touchAhead(pCurrent_, numTouched * sizeof(T), numTouchThreads_);
     }
 
     std::list<T*> blocks_;
@@ -146,8 +147,9 @@ class SimplePool {
     bool bInitialized_ = false;
     bool bUntouched_ = false;  // no block was added since initialisation
     int growthSize_ = -1;      // what automatic growth passes to alloc
-    size_t touchSize_ = 0;     // so many records of the next blocks are wanted for certain
-    size_t numBefore_ = 0;     // records handed out from the blocks before the newest
+    int numTouchThreads_ = 0;
+    size_t touchSize_ = 0;  // so many records of the next blocks are wanted for certain
+    size_t numBefore_ = 0;  // records handed out from the blocks before the newest
     int maxBlockSize_ = 0;
 };
 
