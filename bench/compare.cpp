@@ -145,8 +145,9 @@ CgalPoints toCgal(const Points& vPoints) {
     return vResult;
 }
 
-Sample ourBulk(const Points& vPoints) {
+Sample ourBulk(const Points& vPoints, int numThreads = 1) {
     Taro_2D taro;
+    taro.setNumCPU(numThreads);
     std::vector<Point2*> vHandles;
     Sample sample = timed([&] { taro.insert(vPoints, vHandles); });
     sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
@@ -178,6 +179,31 @@ Sample cgalSingle(const CgalPoints& vExisting, const CgalPoints& vPoints) {
         for (const CgalPoint& point : vPoints) hierarchy.insert(point);
     });
     sample.result = {hierarchy.number_of_vertices(), hierarchy.number_of_faces()};
+    return sample;
+}
+
+/// Removes every step-th vertex of the input, in input order, which is random.
+Sample ourRemove(const Points& vPoints, std::size_t step) {
+    Taro_2D taro;
+    std::vector<Point2*> vHandles;
+    taro.insert(vPoints, vHandles);
+    Sample sample = timed([&] {
+        for (std::size_t i = 0; i < vHandles.size(); i += step) taro.remove(vHandles[i]);
+    });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+Sample cgalRemove(const std::vector<std::pair<CgalPoint, unsigned>>& vInput, std::size_t step) {
+    IndexedDelaunay triangulation;
+    triangulation.insert(vInput.begin(), vInput.end());
+    std::vector<IndexedDelaunay::Vertex_handle> vHandles(vInput.size());
+    for (auto vertex = triangulation.finite_vertices_begin(); vertex != triangulation.finite_vertices_end(); ++vertex)
+        vHandles[vertex->info()] = vertex;
+    Sample sample = timed([&] {
+        for (std::size_t i = 0; i < vHandles.size(); i += step) triangulation.remove(vHandles[i]);
+    });
+    sample.result = {triangulation.number_of_vertices(), triangulation.number_of_faces()};
     return sample;
 }
 
@@ -227,11 +253,36 @@ Contest bulk(Points vInput) {
     return {[pOurs] { return ourBulk(*pOurs); }, [pCgal] { return cgalBulk<Delaunay>(*pCgal); }};
 }
 
+std::shared_ptr<std::vector<std::pair<CgalPoint, unsigned>>> toIndexedCgal(const Points& vPoints) {
+    auto pResult = std::make_shared<std::vector<std::pair<CgalPoint, unsigned>>>();
+    for (const Point2& point : vPoints)
+        pResult->emplace_back(CgalPoint(point.x(), point.y()), unsigned(pResult->size()));
+    return pResult;
+}
+
 Contest bulkIndexed(Points vInput) {
     auto pOurs = std::make_shared<const Points>(std::move(vInput));
-    auto pCgal = std::make_shared<std::vector<std::pair<CgalPoint, unsigned>>>();
-    for (const Point2& point : *pOurs) pCgal->emplace_back(CgalPoint(point.x(), point.y()), unsigned(pCgal->size()));
+    auto pCgal = toIndexedCgal(*pOurs);
     return {[pOurs] { return ourBulk(*pOurs); }, [pCgal] { return cgalBulk<IndexedDelaunay>(*pCgal); }};
+}
+
+Contest removal(Points vInput) {
+    constexpr std::size_t step = 10;
+    auto pOurs = std::make_shared<const Points>(std::move(vInput));
+    auto pCgal = toIndexedCgal(*pOurs);
+    return {[pOurs] { return ourRemove(*pOurs, step); }, [pCgal] { return cgalRemove(*pCgal, step); }};
+}
+
+/// Two threads of our own against one.
+Contest twoThreads(Points vInput) {
+    auto pInput = std::make_shared<const Points>(std::move(vInput));
+    return {[pInput] { return ourBulk(*pInput, 2); }, [pInput] { return ourBulk(*pInput); }};
+}
+
+Contest twoThreadsAgainstCgal(Points vInput) {
+    auto pInput = std::make_shared<const Points>(std::move(vInput));
+    auto pCgal = std::make_shared<const CgalPoints>(toCgal(*pInput));
+    return {[pInput] { return ourBulk(*pInput, 2); }, [pCgal] { return cgalBulk<Delaunay>(*pCgal); }};
 }
 
 /// Our own time for one input against our own time for another.
@@ -272,7 +323,7 @@ std::vector<Row> makeRows(double scale) {
     const char* const cgalRange = "`Delaunay_triangulation_2` from a range";
     const char* const cgalIndexed = "the same, keeping the input index";
     const char* const cgalHierarchy = "`Triangulation_hierarchy_2`";
-    constexpr auto cpu = &Sample::cpu, peak = &Sample::peak;
+    constexpr auto cpu = &Sample::cpu, wall = &Sample::wall, peak = &Sample::peak;
     return {
         {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu, [=] { return bulk(uniform(million)); }},
         {"bulk-uniform-index", "bulk, 1,000,000 uniform", cgalIndexed, 0.38, cpu,
@@ -299,6 +350,16 @@ std::vector<Row> makeRows(double scale) {
          [=] { return single({}, uniform(hundredThousand, 12)); }},
         {"single-million", "one by one, 100,000 into 1,000,000", cgalHierarchy, 1.0, cpu,
          [=] { return single(uniform(million), uniform(hundredThousand, 12)); }},
+        {"remove", "removal of 100,000 random vertices from 1,000,000", "`remove`", 1.0, cpu,
+         [=] { return removal(uniform(million)); }},
+        {"threads-uniform", "bulk, 4,000,000 uniform, 2 threads, wall", "own, 1 thread", 1 / 1.8, wall,
+         [=] { return twoThreads(uniform(fourMillion)); }},
+        {"threads-cgal", "bulk, 4,000,000 uniform, 2 threads, wall", cgalRange, 0.3, wall,
+         [=] { return twoThreadsAgainstCgal(uniform(fourMillion)); }},
+        {"threads-clustered", "bulk, 1,000,000 clustered, 2 threads, wall", "own, 1 thread", 1 / 1.6, wall,
+         [=] { return twoThreads(clustered(million)); }},
+        {"threads-survey", "bulk, 1,000,000 on survey lines, 2 threads, wall", "own, 1 thread", 1 / 1.6, wall,
+         [=] { return twoThreads(surveyLines(million)); }},
         {"memory", "peak memory, bulk, 1,000,000 uniform", cgalRange, 210.0, peak,
          [=] { return bulk(uniform(million)); }},
         {"memory-4m", "peak memory, bulk, 4,000,000 uniform", cgalRange, 210.0, peak,

@@ -38,6 +38,8 @@ class Dt2 {
 
     int setNumCPU(int n);
     int getNumCPU() const { return numCPU_; }
+    /// As many threads as the hardware has.
+    void enableMT() { setNumCPU(0); }
     void setName(const std::string& name) { name_ = name; }
     const std::string& getName() const { return name_; }
     void internalDebug(int topic, int detail, const std::string& text);

@@ -41,7 +41,10 @@ void Taro_2D::initTaro(unsigned numExpectedVertices) { pDt2_ = std::make_unique<
 
 int Taro_2D::setNumCPU(int n) { return pDt2_->setNumCPU(n); }
 
-int Taro_2D::enableMultithreading() { return setNumCPU(0); }
+int Taro_2D::enableMultithreading() {
+    pDt2_->enableMT();
+    return pDt2_->getNumCPU();
+}
 
 void Taro_2D::setName(const std::string& name) { pDt2_->setName(name); }
 

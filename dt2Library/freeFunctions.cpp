@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
 
 #include "GeomTest.h"
 #include "diagnostics.h"
@@ -212,5 +213,7 @@ Bbox2 getBox(const std::vector<Point2>& vPoints) {
     box.add(vPoints);
     return box;
 }
+
+int getNumCPU() { return static_cast<int>(std::thread::hardware_concurrency()); }
 
 }  // namespace LUMO_TARO25D

@@ -42,8 +42,9 @@ std::vector<Point2> readGround(const std::string& filename) {
 
 // ---- Triangulating: all points in one call, which is much faster than one by one ----
 
-void triangulate(const std::vector<Point2>& vPoints, Taro_2D& ground) {
+void triangulate(const std::vector<Point2>& vPoints, int numThreads, Taro_2D& ground) {
     printChapter("Triangulating");
+    row("threads") << ground.setNumCPU(numThreads) << "\n";
     ProgressBar bar;
     ground.subscribe(MT_PROGRESS, &bar);
     const auto start = std::chrono::steady_clock::now();
@@ -175,7 +176,7 @@ void draw(const Taro_2D& ground, const std::vector<Mark>& vMarks, const std::fil
 ExitStatus tour(const Options& options) {
     const std::vector<Point2> vPoints = readGround(options.input);
     Taro_2D ground;
-    triangulate(vPoints, ground);
+    triangulate(vPoints, options.numThreads, ground);
     if (!ground.is2D()) throw BadInput(options.input + ": all points lie on one line, no triangles");
     measure(ground, vPoints.size());
     const std::vector<Mark> vMarks = printHeights(ground, options.vPlaces);

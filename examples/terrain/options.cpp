@@ -9,12 +9,13 @@ using LUMO_TARO25D::Point2;
 namespace terrain {
 
 const char* const USAGE =
-    "usage: terrain FILE [--height X,Y]... [--out FOLDER] [--no-picture]\n"
+    "usage: terrain FILE [--height X,Y]... [--threads N] [--out FOLDER] [--no-picture]\n"
     "\n"
     "Triangulates the points of FILE, measures the mesh, checks it and draws it.\n"
     "\n"
     "FILE is an ESRI ASCII grid, text with x y z on each line, or CSV with x,y,z.\n"
     "  --height X,Y   print the height of the ground there; may be repeated\n"
+    "  --threads N    insert the points on N threads, 0 for all of the machine (default: 1)\n"
     "  --out FOLDER   write the pictures there (default: the current folder)\n"
     "  --no-picture   draw nothing\n"
     "  --help         print this text\n"
@@ -29,6 +30,13 @@ Point2 parsePlace(const std::string& text) {
     const std::optional<double> y = toNumber(comma == std::string::npos ? "" : text.substr(comma + 1));
     if (!x || !y) throw UsageError("--height takes two numbers X,Y, not '" + text + "'");
     return Point2(*x, *y, 0);
+}
+
+int parseNumThreads(const std::string& text) {
+    const std::optional<double> num = toNumber(text);
+    constexpr double MAX_THREADS = 1024;
+    if (!num || !(*num >= 0 && *num <= MAX_THREADS)) throw UsageError("--threads takes 0 to 1024, not '" + text + "'");
+    return static_cast<int>(*num);
 }
 
 }  // namespace
@@ -49,6 +57,8 @@ Options parseOptions(int numArguments, char** aArguments) {
             options.outFolder = value();
         } else if (*it == "--height") {
             options.vPlaces.push_back(parsePlace(value()));
+        } else if (*it == "--threads") {
+            options.numThreads = parseNumThreads(value());
         } else if (it->substr(0, 1) == "-") {
             throw UsageError("unknown option " + *it);
         } else if (!options.input.empty()) {

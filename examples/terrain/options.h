@@ -20,6 +20,7 @@ struct Options {
     std::string input;
     std::filesystem::path outFolder = ".";
     std::vector<LUMO_TARO25D::Point2> vPlaces;  ///< where the height is asked for (x and y); perhaps none
+    int numThreads = 1;
     bool bPicture = true;
     bool bHelp = false;
 };

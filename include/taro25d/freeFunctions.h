@@ -78,4 +78,7 @@ TARO25D_API Bbox3 getBbox(const Point2& p, const Point2& q, const Point2& r, dou
 /// The box of a list of points; invalid for an empty list. Linear.
 TARO25D_API Bbox2 getBox(const std::vector<Point2>& vPoints);
 
+/// The number of hardware threads that the system reports; 0 when it does not know.
+TARO25D_API int getNumCPU();
+
 }  // namespace LUMO_TARO25D
