@@ -23,8 +23,8 @@
 // computed product is off by less than 12 u m^2 (1 - 4 u), and if the true difference of two products is
 // not positive, the computed ones differ by less than 24 u m^2 (1 - 4 u). Rounding that difference adds
 // less than a factor 1 + u; the two roundings in the bound itself take less than a factor 1 - 2 u. What is
-// left, 24 u^2 m^2, covers two products that underflow by 2^-1075 each, from m = 1e-140 on. Overflow of a
-// product keeps the order of the two or makes their difference NaN.
+// left, 24 u^2 m^2, covers two products that underflow by 2^-1075 each, from m = 1e-140 on. Up to m = 1e150
+// nothing overflows; a product that does would beat one that just does not, whatever the true ones are.
 
 #include "GeomTest.h"
 

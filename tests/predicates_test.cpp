@@ -272,6 +272,17 @@ TEST(Predicates, StaticBoundHoldsAtTheLimitsOfItsRange) {
         }
 }
 
+TEST(Predicates, OverflowIsNotMistakenForASign) {
+    // One rounded product is infinite, the other one just not; the true ones stand the other way round.
+    const Point2 a = at(0x1.571b8f05f8c8ap+511, 0x1.82960c53f909ep+510),
+                 b = at(0x1.b915fa1286fd9p+510, 0x1.9a4057d922b1ap+508),
+                 c = at(-0x1.8b84ff670fd0fp+510, -0x1.b164533147ceep+511);
+    ASSERT_EQ(-1, exactOrientation(a, b, c));
+    GeomTest geomTest;
+    geomTest.setStaticBound(0x1.b164533147ceep+511);
+    EXPECT_EQ(ORIENTATION2_CW, geomTest.getOrientation2(&a, &b, &c));
+}
+
 TEST(Predicates, UnderflowIsNotMistakenForASign) {
     // The true products are 1.5 h (1 - 2^-55) and a little more, h = 2^-1074; rounded, they are 2 h and h.
     const double s = 0x1p-537, x = 0x1p-30;
