@@ -92,21 +92,15 @@ inline void flipEdge(Triangle2* pT, int i, Triangle2* pN, int j) {
     d->setIncidentTriangle(pN);
 }
 
-/// Moves a hull edge to the next one counterclockwise, rotating around the vertex between them.
-void toNextHullEdge(Triangle2*& pT, int& i) {
-    i = incIndexBy1(i);
-    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
-        i = incIndexBy1(indexOfNeighbour(pN, pT));
-        pT = pN;
-    }
-}
-
-void toPreviousHullEdge(Triangle2*& pT, int& i) {
-    i = incIndexBy2(i);
-    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
-        i = incIndexBy2(indexOfNeighbour(pN, pT));
-        pT = pN;
-    }
+/// Appends the hull edges that v sees strictly, from the one that a first step reaches on.
+template <class Step>
+void collectVisibleHullEdges(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int i, const Point2* v,
+                             GeomTest& geomTest, Step step) {
+    const auto isVisible = [&] {
+        return geomTest.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), v) ==
+               ORIENTATION2_CW;
+    };
+    for (step(pT, i); isVisible(); step(pT, i)) vPatch.emplace_back(pT, i);
 }
 
 }  // namespace
@@ -505,20 +499,12 @@ void Dt2::splitHullEdge(Point2* v, Triangle2* pT, int idx) {
 
 void Dt2::determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
                                  const Point2* v) const {
-    for (toPreviousHullEdge(pT, idx); geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)),
-                                                                pT->getCorner(incIndexBy2(idx)), v) == ORIENTATION2_CW;
-         toPreviousHullEdge(pT, idx)) {
-        vPatch.emplace_back(pT, idx);
-    }
+    collectVisibleHullEdges(vPatch, pT, idx, v, geomTest_, toPreviousHullEdge);
 }
 
 void Dt2::determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
                                   const Point2* v) const {
-    for (toNextHullEdge(pT, idx); geomTest_.getOrientation2(pT->getCorner(incIndexBy1(idx)),
-                                                            pT->getCorner(incIndexBy2(idx)), v) == ORIENTATION2_CW;
-         toNextHullEdge(pT, idx)) {
-        vPatch.emplace_back(pT, idx);
-    }
+    collectVisibleHullEdges(vPatch, pT, idx, v, geomTest_, toNextHullEdge);
 }
 
 void Dt2::fanFromHullPatch(Point2* v) {

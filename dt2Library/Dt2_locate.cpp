@@ -22,6 +22,7 @@
 #include <iterator>
 
 #include "diagnostics.h"
+#include "links.h"
 #include "taro25d/Color.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Vector2.h"
@@ -133,15 +134,6 @@ Triangle2* findIncidentTriangle(const Point2* pVtx, const TestT& test) {
         ++it;
     } while (*it != pFirst);
     return nullptr;
-}
-
-/// Moves a hull edge to the next one counterclockwise.
-void toNextHullEdge(Triangle2*& pT, int& i) {
-    i = incIndexBy1(i);
-    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
-        i = incIndexBy1(pN->getIntraTriangleIndex(pT));
-        pT = pN;
-    }
 }
 
 }  // namespace

@@ -26,4 +26,21 @@ inline void relink(Triangle2* pT, int i, Triangle2* pN, const Triangle2* pOldT) 
     if (pN) pN->setOppositeTriangle(indexOfNeighbour(pN, pOldT), pT);
 }
 
+/// Moves a hull edge to the next one counterclockwise, rotating around the vertex between them.
+inline void toNextHullEdge(Triangle2*& pT, int& i) {
+    i = incIndexBy1(i);
+    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
+        i = incIndexBy1(indexOfNeighbour(pN, pT));
+        pT = pN;
+    }
+}
+
+inline void toPreviousHullEdge(Triangle2*& pT, int& i) {
+    i = incIndexBy2(i);
+    while (Triangle2* pN = pT->getOppositeTriangle(i)) {
+        i = incIndexBy2(indexOfNeighbour(pN, pT));
+        pT = pN;
+    }
+}
+
 }  // namespace LUMO_TARO25D
