@@ -53,8 +53,7 @@ inline Point2* getFarCorner(const Triangle2* pT, const Point2* p, const Point2* 
 }
 
 /// The circumcircle, to within a thousandth of its radius; false for a triangle too flat for that. The
-/// margins of the extended box allow for it, and unlike the circumcentre that clients get, it depends on no
-/// scale.
+/// margins of the extended box allow for it, and unlike the circumcentre that clients get, it depends on no scale.
 bool getBall(const Triangle2* pT, Point2& center, double& radius) {
     const Point2& a = *pT->getCorner(0);
     const double ux = pT->getCorner(1)->x() - a.x(), uy = pT->getCorner(1)->y() - a.y();

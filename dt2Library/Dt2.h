@@ -28,8 +28,7 @@ class Visualizer2;
 /// counterclockwise, links mutual, every edge Delaunay (or, later, a constraint).
 class Dt2 {
   public:
-    // ---- Dt2.cpp: life and insertion
-    // --------------------------------------------------------------------------------
+    // ---- Dt2.cpp: life and insertion ------------------------------------------------------------------------------
 
     explicit Dt2(unsigned numExpectedVertices);
     ~Dt2();
@@ -77,8 +76,7 @@ class Dt2 {
     bool createFullDimTriangle(size_t numPreExistingVtx);
 
     Triangle2* createTriangle(Point2* p0, Point2* p1, Point2* p2);
-    /// Flips edge i of pT without any test; pT and the returned triangle both keep the corner i of pT as
-    /// corner 0.
+    /// Flips edge i of pT without any test; pT and the returned triangle both keep the corner i of pT as corner 0.
     Triangle2* flip(Triangle2* pT, int i);
     /// True if edge i is no constraint edge, has a neighbour, and the quadrilateral is strictly convex.
     bool canBeFlipped(Triangle2* pT, int i) const;
@@ -114,8 +112,7 @@ class Dt2 {
     GeomTest& getGeomTest() const { return geomTest_; }
     VertexVault& getVertexVault() { return vertexVault_; }
 
-    // ---- Dt2_locate.cpp: location, heights, neighbourhoods, the hull, drawing
-    // -----------------------------------------
+    // ---- Dt2_locate.cpp: location, heights, neighbourhoods, the hull, drawing -------------------------------------
 
     Triangle2* locate(const Point2& point) const;
     bool getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const;
@@ -144,8 +141,7 @@ class Dt2 {
     void show(const std::string& filename, bool bWithConstraints) const;
     void show(Visualizer2* pVisualizer, bool bWithConstraints) const;
 
-    // ---- Dt2_remove.cpp: removal of vertices
-    // --------------------------------------------------------------------------
+    // ---- Dt2_remove.cpp: removal of vertices ----------------------------------------------------------------------
 
     /// Takes a vertex out; null, a vertex of a constraint and a stranger only get a warning. O(k log k) for k
     /// neighbours.
@@ -158,12 +154,10 @@ class Dt2 {
     /// the first is counterclockwise and the second not clockwise. Returns the second one, or null if nothing
     /// has been done.
     Triangle2* flipForRemove(Point2* pVtx, Triangle2* t);
-    /// From now on each removal appends the triangles that it has made to a list, which is not owned; null
-    /// ends that.
+    /// From now on each removal appends the triangles that it has made to a list, which is not owned; null ends that.
     void reportCreatedTriangles(std::vector<Triangle2*>* pvTriangles) { pvCreatedTriangles_ = pvTriangles; }
 
-    // ---- Dt2_check.cpp: consistency and statistics
-    // --------------------------------------------------------------------
+    // ---- Dt2_check.cpp: consistency and statistics ----------------------------------------------------------------
 
     /// Checks corners, links, incident triangles and the hull, and with the flag that every edge is Delaunay.
     /// Reports and draws what is wrong.
@@ -171,8 +165,7 @@ class Dt2 {
     void statistics(const std::string& name) const;
 
   private:
-    // ---- Dt2.cpp
-    // ----------------------------------------------------------------------------------------------------
+    // ---- Dt2.cpp --------------------------------------------------------------------------------------------------
 
     void enlargeBoxForPoint(const Point2& point);
     void enlargeBoxForBulk(const PointSource& source);
@@ -195,8 +188,7 @@ class Dt2 {
     void legalize(const Point2* v);
     Triangle2* newTriangleRecord();
 
-    // ---- Dt2_locate.cpp
-    // ---------------------------------------------------------------------------------------------
+    // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
 
     /// A triangle from which a walk to the point is short.
     Triangle2* getCloseTriangle(const Point2& point) const;
@@ -205,8 +197,7 @@ class Dt2 {
     void getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const;
     void dropCollinear(std::vector<Point2*>& vRing) const;
 
-    // ---- Dt2_remove.cpp
-    // ---------------------------------------------------------------------------------------------
+    // ---- Dt2_remove.cpp -------------------------------------------------------------------------------------------
 
     /// An edge from the vertex v that is being removed to a neighbour.
     struct Rib {
@@ -231,8 +222,7 @@ class Dt2 {
     bool flipUnlessDelaunay(Triangle2* pT, int i);
     void discardVertex(Point2* v);
 
-    // ---- Dt2_check.cpp
-    // ----------------------------------------------------------------------------------------------
+    // ---- Dt2_check.cpp --------------------------------------------------------------------------------------------
 
     bool checkTriangle(const Triangle2* pT) const;
     bool checkEmptyCircle(const Triangle2* pT) const;
@@ -240,8 +230,7 @@ class Dt2 {
     bool checkHull(const std::vector<Triangle2*>& vTriangles) const;
     void showFailures(const std::vector<Triangle2*>& vFailed) const;
 
-    // ---- State
-    // ------------------------------------------------------------------------------------------------------
+    // ---- State ----------------------------------------------------------------------------------------------------
 
     mutable GeomTest geomTest_;  // mutable: it holds scratch numbers, and location may raise its error bound
     Bbox2 insertionBox_;

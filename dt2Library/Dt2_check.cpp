@@ -155,8 +155,7 @@ void Dt2::showFailures(const std::vector<Triangle2*>& vFailed) const {
     show(&overview, true);
     overview.addObject(vFailed, Color(CRED, 0.05, true));
     overview.writeFile();
-    // A circle may be much larger than the whole triangulation, and failures may be tiny in it: hence a
-    // second picture.
+    // A circle may be much larger than the whole triangulation, and failures may be tiny in it: hence a second picture.
     Visualizer2 circles(prefix + "_circles.ps");
     circles.addObject(vFailed, Color(CRED, 0.05, true));
     for (const Triangle2* pT : vFailed) {

@@ -64,8 +64,7 @@ double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
     return std::isfinite(z) ? z : getHeightOnPlane(triangle, place, 0x1p-6);
 }
 
-/// The mean of the heights on the two longest edges, or, when these disagree, false and the middle of the
-/// height range.
+/// The mean of the heights on the two longest edges, or, when these disagree, false and the middle of the height range.
 bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double zMin, double zMax, double& height) {
     std::array<std::pair<double, int>, 3> aEdges;
     for (int i = 0; i < 3; ++i) aEdges[i] = {distance2D(getSrc(triangle, i), getTrg(triangle, i)), i};

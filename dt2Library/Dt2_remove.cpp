@@ -5,8 +5,7 @@
 // one that still does: the umbrella has lost a rib. Around an inner vertex this goes on until three triangles
 // are left, which merge into one. There always is such a flip before, provided that the triangle that keeps v
 // may become flat. At a hull vertex it goes on as long as there is an ear; what is left then lies outside the
-// hull of the other vertices and is taken out. (On a straight piece of the hull this is a single flat
-// triangle.)
+// hull of the other vertices and is taken out. (On a straight piece of the hull this is a single flat triangle.)
 //
 // The order of the ears decides how much work is left for the Lawson flips that make the new triangles
 // Delaunay. Lift all points to the paraboloid and move v up: an ear becomes part of the lower hull when v
@@ -191,8 +190,7 @@ double Dt2::getRankOfEar(size_t i) const {
 }
 
 void Dt2::dropRib(size_t i) {
-    // The flip has left the triangle of the next rib between the end of this one and the end of the one after
-    // the next.
+    // The flip has left the triangle of the next rib between the end of this one and the end of the one after the next.
     const Rib& dropped = vRibs_[i];
     Rib &previous = vRibs_[dropped.previous], &next = vRibs_[dropped.next];
     previous.next = dropped.next;

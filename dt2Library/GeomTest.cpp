@@ -138,8 +138,7 @@ std::optional<int> GeomTest::expansionOri2(const Point2& a, const Point2& b, con
     if (!areInRange<2>({f, g, h, k})) return std::nullopt;
     if (f.lo == 0.0 && g.lo == 0.0 && h.lo == 0.0 && k.lo == 0.0) return compareProducts(f.hi, g.hi, h.hi, k.hi);
     const DoubleDouble det = f * g - h * k;
-    // Each product is off by 9 u^2 and their difference by 3 u^2 more, below 2^-102 of the sum of the
-    // magnitudes.
+    // Each product is off by 9 u^2 and their difference by 3 u^2 more, below 2^-102 of the sum of the magnitudes.
     if (std::abs(det.hi) > 0x1p-100 * (std::abs(f.hi * g.hi) + std::abs(h.hi * k.hi))) return signOf(det.hi);
     ExactSum<16> exactDet;
     exactDet.addProduct(f, g);
@@ -210,8 +209,7 @@ std::optional<int> GeomTest::doubleDoubleInCircle(const Point2& p0, const Point2
     if (!d.inRange()) return std::nullopt;
     const DoubleDouble det = inCircleDeterminant(d.ax, d.ay, d.bx, d.by, d.cx, d.cy);
     const double permanent = inCirclePermanent(d.ax.hi, d.ay.hi, d.bx.hi, d.by.hi, d.cx.hi, d.cy.hi);
-    // Squared lengths and cross products are off by 12 u^2, their products by 33 u^2, the sum by 39 u^2:
-    // below 2^-100.
+    // Squared lengths and cross products are off by 12 u^2, their products by 33 u^2, the sum by 39 u^2: below 2^-100.
     if (std::abs(det.hi) > 0x1p-98 * permanent) return signOf(det.hi);
     return std::nullopt;
 }

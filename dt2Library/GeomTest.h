@@ -46,14 +46,12 @@ inline double inCirclePermanent(double ax, double ay, double bx, double by, doub
            (cx * cx + cy * cy) * (std::abs(ax * by) + std::abs(ay * bx));
 }
 
-/// Orientation, in-circle and intersection predicates. x and y alone count, except where a height is asked
-/// for.
+/// Orientation, in-circle and intersection predicates. x and y alone count, except where a height is asked for.
 ///
 /// An instance holds the static error bound of its owner's coordinates and scratch rationals: two threads
 /// must not use one instance at once. The rationals are created when they are first needed, so that an
 /// instance is cheap to build. The floating-point environment must round to nearest (the interval stage alone
-/// accepts every mode). Coordinates that are not finite fail with TaroException when they reach a rational
-/// stage.
+/// accepts every mode). Coordinates that are not finite fail with TaroException when they reach a rational stage.
 class GeomTest {
   public:
     GeomTest() = default;
@@ -112,8 +110,7 @@ class GeomTest {
     CINC2 exact_circleInc3state(const Triangle2* t, const Point2* q);
 
     /// How the closed segments p0p1 and p2p3 meet, decided exactly; the coordinates must respect the static
-    /// bound. A segment of zero length counts as its point: it is IST_COLLINEAR with a segment on which it
-    /// lies.
+    /// bound. A segment of zero length counts as its point: it is IST_COLLINEAR with a segment on which it lies.
     IntersectionType getIntersectionType(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3);
     /// The intersection of the lines p0p1 and p2p3, computed without error and then rounded towards zero.
     /// Parallel lines are reported and fail with TaroException.

@@ -70,8 +70,7 @@ double GeomTest::lowerBoundOri2(const Point2& a, const Point2& b, const Point2& 
 Orientation2 GeomTest::dynamicFilterOri2(const Point2* a, const Point2* b, const Point2* c) {
     if (a->x() == b->x() && b->x() == c->x()) return ORIENTATION2_COLLINEAR;
     if (a->y() == b->y() && b->y() == c->y()) return ORIENTATION2_COLLINEAR;
-    // A bound that is NaN (infinity times zero, infinity less infinity) compares false and leaves the
-    // decision open.
+    // A bound that is NaN (infinity times zero, infinity less infinity) compares false and leaves the decision open.
     if (upperBoundOri2(*a, *b, *c) < 0.0) return ORIENTATION2_CW;
     if (lowerBoundOri2(*a, *b, *c) > 0.0) return ORIENTATION2_CCW;
     return exact_getOrientation2(a, b, c);

@@ -17,8 +17,7 @@ class InserterMT {
     /// The mesh must stand in the fake box of the vault.
     explicit InserterMT(Dt2* pDt2);
 
-    /// Inserts the items, which are in curve order and lie strictly inside the mesh, starting the search at
-    /// pStartT.
+    /// Inserts the items, which are in curve order and lie strictly inside the mesh, starting the search at pStartT.
     void go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* pStartT);
 
   private:

@@ -25,8 +25,7 @@ struct KeyedIndex {
 /// and so on.
 constexpr size_t MAX_RUN_OF_EQUAL_KEYS = 64;
 
-/// Sorts [first, last) by key; equal keys keep their order. Linear. The scratch vector only saves
-/// allocations.
+/// Sorts [first, last) by key; equal keys keep their order. Linear. The scratch vector only saves allocations.
 void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch, int numThreads);
 
 /// Widens the short side of a box that is longer than four times its width. With cells as flat as a long corridor, or as
@@ -38,8 +37,7 @@ inline void widenShortSide(double& minX, double& minY, double& maxX, double& max
     if (halfY < 0.25 * halfX) maxY = std::min(largest, minY + 2.0 * halfX);
 }
 
-/// The curve for a run of points: over their own box, so that not all of them share one key. Null when all
-/// are equal.
+/// The curve for a run of points: over their own box, so that not all of them share one key. Null when all are equal.
 template <class PointAt>
 std::unique_ptr<HC2> makeCurveOfRun(size_t begin, size_t end, const PointAt& pointAt) {
     double minX = pointAt(begin).x(), maxX = minX, minY = pointAt(begin).y(), maxY = minY;
@@ -104,8 +102,7 @@ class KeyOrder {
     LargeVector<KeyedIndex> vScratch_;
 };
 
-/// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long
-/// run.
+/// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long run.
 class KeyIndex {
   public:
     /// Rebuilds the index for the positions [begin, end) of a list in spatial order: keyAt(i) and pointAt(i)

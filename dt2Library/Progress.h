@@ -37,8 +37,7 @@ class Progress : public MessageSink {
     /// While disabled, nothing is counted or reported.
     void setEnabled(bool bEnabled);
 
-    /// True while counting is worth it: there are listeners, an operation is announced and progress is not
-    /// disabled.
+    /// True while counting is worth it: there are listeners, an operation is announced and progress is not disabled.
     bool isActive() const { return bActive_.load(std::memory_order_relaxed); }
     /// Counts steps and reports, once, if the counter has reached or passed a multiple of the step.
     void incProgress(size_t numSteps) {

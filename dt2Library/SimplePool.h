@@ -153,8 +153,7 @@ class SimplePool {
     int maxBlockSize_ = 0;
 };
 
-/// Records for one operation, taken in advance: recycled ones first, then fresh ones from the pool. Not
-/// initialised.
+/// Records for one operation, taken in advance: recycled ones first, then fresh ones from the pool. Not initialised.
 template <class T>
 class RecordSupply {
   public:

@@ -6,8 +6,7 @@
 
 namespace LUMO_TARO25D {
 
-/// A named stop watch on wall time. Stopping it prints the label and the time, unless the label begins with
-/// "[quiet]".
+/// A named stop watch on wall time. Stopping it prints the label and the time, unless the label begins with "[quiet]".
 class Timer {
   public:
     explicit Timer(const std::string& label) : label_(label), start_(std::chrono::steady_clock::now()) {}

@@ -58,8 +58,7 @@ double getOffset(double c0, double c1, double c2) {
 }
 
 /// Searches the perpendicular bisector of the edge a-b for the point that is as far from apex as from a.
-/// Halving a range needs no division by the area, so it also works for corners that are collinear up to
-/// rounding.
+/// Halving a range needs no division by the area, so it also works for corners that are collinear up to rounding.
 Point2 bisectForCenter(const Point2& apex, const Point2& a, const Point2& b) {
     const Point2 mid = centerWithShift(a, b);
     const Vector2 direction = getVector2D(b, a).orthogonalVector();

@@ -8,8 +8,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-// With the vertex at corner k, edge k+1 runs from corner k+2 to the vertex and edge k+2 from the vertex to
-// corner k+1.
+// With the vertex at corner k, edge k+1 runs from corner k+2 to the vertex and edge k+2 from the vertex to corner k+1.
 
 Triangle2* getCounterclockwiseNeighbour(const Triangle2* pT, const Point2* pVtx) {
     return pT->getOppositeTriangle(incIndexBy1(pT->getIntraTriangleIndex(pVtx)));

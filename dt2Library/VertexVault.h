@@ -91,8 +91,7 @@ class VertexVault {
 
     /// The position of the active item with the x and y of p, or NOT_FOUND. Only sorted items are seen.
     size_t getIdxOfPoint(const Point2& p) const;
-    /// The vertex with the x and y of p; null if there is none. Items behind the sorted ones are searched one
-    /// by one.
+    /// The vertex with the x and y of p; null if there is none. Items behind the sorted ones are searched one by one.
     Point2* getVertexPointer(const Point2& p) const;
     /// The position of the item that holds this vertex. Constant.
     size_t getIdxOfActiveVtx(const Point2* pVtx) const;
@@ -114,8 +113,7 @@ class VertexVault {
     bool dupIsClean() const { return mDuplicates_.empty(); }
     /// Resolves the only duplicate: discards its record and returns the vertex that stands there.
     Point2* treatOneDupGetHandle(Point2* dup);
-    /// Replaces duplicates among the handles, discards their records and forgets them. The handles may be
-    /// null.
+    /// Replaces duplicates among the handles, discards their records and forgets them. The handles may be null.
     void treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t numHandles);
 
     /// The vertex at whose position a registered duplicate stands; any other vertex itself.
@@ -126,8 +124,7 @@ class VertexVault {
     /// @{
 
     /// Makes four vertices at the corners of the box enlarged by 1.01, counterclockwise; they are no items of
-    /// the vault. Returns false, and makes none, where rounding leaves no room between the box and the
-    /// enlarged one.
+    /// the vault. Returns false, and makes none, where rounding leaves no room between the box and the enlarged one.
     bool createFakeBox(const Bbox2& box);
     bool hasFakeBox() const { return aFakeBoxCorner_[0] != nullptr; }
     Point2* getFakeBoxCorner(size_t i) const { return aFakeBoxCorner_[i]; }

@@ -1,8 +1,7 @@
 // The page of a Visualizer2: objects are collected as plain coordinates, extending the range as they come,
 // and are mapped to the page and written in one pass. PostScript keeps a current path that grows until
 // "stroke" draws it: a colour applies to everything in the path, so "stroke" precedes each change of colour,
-// and a path that grows without limit is slow to draw or refused by old interpreters, hence a "stroke" now
-// and then.
+// and a path that grows without limit is slow to draw or refused by old interpreters, hence a "stroke" now and then.
 
 #include "taro25d/Visualizer2.h"
 
@@ -228,8 +227,7 @@ void PostscriptPage::addHeaderLine(const std::string& text) {
 
 // --- mapping to the page ---
 
-/// Completes the range. Where width or height could overflow, and 480 times it with them, coordinates are
-/// shrunk first.
+/// Completes the range. Where width or height could overflow, and 480 times it with them, coordinates are shrunk first.
 void PostscriptPage::setRange() {
     rangeX_.complete();
     rangeY_.complete();

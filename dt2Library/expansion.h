@@ -74,8 +74,7 @@ inline DoubleDouble operator*(DoubleDouble a, DoubleDouble b) {
 /// A pass of `distill` adds the terms up and leaves every rounding error as a new term, so the sum stays
 /// exact. Of n terms with the total magnitude M, the errors together have at most n u M (u = 2^-53): either
 /// the rounded sum outweighs them, which settles the sign, or M shrinks to 3 n u M or less. As all terms are
-/// multiples of one unit, passes end with a sign or without a term; it takes one for every 40 to 50 bits that
-/// cancel.
+/// multiples of one unit, passes end with a sign or without a term; it takes one for every 40 to 50 bits that cancel.
 template <int CAPACITY>
 class ExactSum {
   public:

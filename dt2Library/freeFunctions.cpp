@@ -136,8 +136,7 @@ double getArea25D(const Point2& a, const Point2& b, const Point2& c) {
 }
 
 double computeArea(double l0, double l1, double l2) {
-    // The formula multiplies four lengths; a scale by a power of two keeps that in range and changes no
-    // digit.
+    // The formula multiplies four lengths; a scale by a power of two keeps that in range and changes no digit.
     const double scale = getBinaryScale(Vector2(l0, l1, l2));
     return computeAreaUnscaled(l0 / scale, l1 / scale, l2 / scale) * scale * scale;
 }

@@ -48,8 +48,7 @@ class TARO25D_API Bbox2 {
     bool isInBox(const Point2& point) const {
         return bValid_ && minX_ <= point.x() && point.x() <= maxX_ && minY_ <= point.y() && point.y() <= maxY_;
     }
-    /// True if the boxes overlap or touch. An invalid box on either side is reported and fails with
-    /// TaroException.
+    /// True if the boxes overlap or touch. An invalid box on either side is reported and fails with TaroException.
     bool doIntersect(const Bbox2& other) const {
         if (!bValid_ || !other.bValid_) failInvalid("Bbox2::doIntersect()", "bbox invalid");
         return minX_ <= other.maxX_ && other.minX_ <= maxX_ && minY_ <= other.maxY_ && other.minY_ <= maxY_;

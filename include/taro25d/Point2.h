@@ -9,8 +9,7 @@ namespace LUMO_TARO25D {
 class Triangle2;
 class Vector2;
 
-/// A point with a height. It is the value a client passes in, and the record of a vertex inside a
-/// triangulation.
+/// A point with a height. It is the value a client passes in, and the record of a vertex inside a triangulation.
 ///
 /// Topology is decided on x and y alone: z never takes part in equality or order. A point that is not a
 /// vertex (freshly constructed, copied, or returned by a helper function) has no incident triangle.

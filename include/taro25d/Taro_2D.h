@@ -35,8 +35,7 @@ class TARO25D_API Taro_2D {
     /// @name Construction, threads and naming
     /// @{
 
-    /// An empty triangulation. The expected number of vertices sizes the first memory blocks; any number
-    /// works.
+    /// An empty triangulation. The expected number of vertices sizes the first memory blocks; any number works.
     explicit Taro_2D(unsigned numExpectedVertices = 3);
     ~Taro_2D();
     Taro_2D(const Taro_2D&) = delete;
@@ -72,8 +71,7 @@ class TARO25D_API Taro_2D {
     /// height and custom index are dropped). A coordinate that is NaN or infinite gives a warning and null.
     /// O(log n) expected.
     Point2* insert(const Point2& point);
-    /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one
-    /// warning.
+    /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one warning.
     void insert(const std::vector<Point2>& vPoints);
     /// Inserts many points; vHandles is replaced by one vertex for each point, in input order: for a
     /// duplicate the vertex at that position (among equal positions of one call the first stays), null for a
@@ -176,8 +174,7 @@ class TARO25D_API Taro_2D {
 };
 
 /// @name Deprecated
-/// Point-cloud reconstruction has moved to a separate library. These print a notice that says so and do
-/// nothing else.
+/// Point-cloud reconstruction has moved to a separate library. These print a notice that says so and do nothing else.
 /// @{
 TARO25D_API void reconstruct(const std::vector<Point2>& vPoints);
 TARO25D_API void reconstruct(const std::vector<Point2>& vPoints, const std::string& outFilename);

@@ -16,8 +16,7 @@ inline int incIndexBy2(int i) { return i == 0 ? 2 : i - 1; }
 ///
 /// Edge i is opposite corner i and runs from corner (i+1) mod 3 to corner (i+2) mod 3. Opposite triangle i
 /// lies across edge i and is null where the edge is on the convex hull. Links are mutual. Triangles that a
-/// triangulation hands out are its own: read them, do not change them. Indices are 0, 1 or 2 and are not
-/// checked.
+/// triangulation hands out are its own: read them, do not change them. Indices are 0, 1 or 2 and are not checked.
 class TARO25D_API Triangle2 {
   public:
     Triangle2() : aCorner_{nullptr, nullptr, nullptr}, aOpposite_{nullptr, nullptr, nullptr} {}

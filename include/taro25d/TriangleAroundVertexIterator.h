@@ -37,8 +37,7 @@ class TARO25D_API TriangleAroundVertexIterator {
     bool operator!=(const TriangleAroundVertexIterator& other) const { return !(*this == other); }
 
     /// The wrap-around step: moves clockwise to the last triangle before the hull, where the counterclockwise
-    /// order of a hull vertex begins. Around an inner vertex there is no such place: it comes back to where
-    /// it was.
+    /// order of a hull vertex begins. Around an inner vertex there is no such place: it comes back to where it was.
     void loop();
 
   private:

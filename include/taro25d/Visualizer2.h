@@ -17,8 +17,7 @@ class PostscriptPage;
 class Segment2;
 class Triangle2;
 
-/// Draws points, segments, circles, triangles and labels in the x-y plane into a PostScript file of one A4
-/// page.
+/// Draws points, segments, circles, triangles and labels in the x-y plane into a PostScript file of one A4 page.
 ///
 /// Objects are collected first; `writeFile` (or the destructor) then scales all of them into a square of 480
 /// page units, keeping the aspect ratio, and writes the page. Whatever the order of adding, triangles are at
