@@ -6,7 +6,8 @@
 // the calling thread if one triangle of the region has a corner outside the extended box.
 //
 // Why that is safe. Chunks run at the same time only if their extended boxes A and B are disjoint. A writes
-//   - corners and links of triangles with all three corners in A, and the incident triangle of vertices in A;
+//   - corners and links of triangles with all three corners in A and of fresh ones, and the incident triangle of
+//     vertices in A;
 //   - of a triangle beyond the border of a region the one link across the border, an edge with both ends in
 //   A.
 // So the corners of a triangle with a corner in A, and a link across an edge with an end in A, are never
@@ -62,7 +63,7 @@ bool getBall(const Triangle2* pT, Point2& center, double& radius) {
     if (!(det > 1e-12 * (std::abs(ux * vy) + std::abs(uy * vx)))) return false;
     const double x = (vy * uu - uy * vv) / (2.0 * det), y = (ux * vv - vx * uu) / (2.0 * det);
     center = Point2(a.x() + x, a.y() + y, 0.0);
-    // A margin of the radius, but where that is far beyond the triangle, at the hull, of the triangle.
+    // The margin is a share of the radius, or of the longest side where the radius is far greater, as at the hull.
     radius = std::sqrt(x * x + y * y);
     radius += BALL_MARGIN * std::min(radius, std::sqrt(std::max(uu, vv)));
     return std::isfinite(radius);
@@ -160,10 +161,15 @@ void Chunk::insert() {
     state_ = CS_DONE;
 }
 
-void Chunk::finalize() {
+void Chunk::giveBackTriangles() {
     std::vector<Triangle2*> vUnused;
     while (numTrianglesUsed_ < triangles_.size()) vUnused.push_back(triangles_[numTrianglesUsed_++]);
     pDt2_->storeRecycledT(vUnused);
+}
+
+void Chunk::finalize() {
+    TARO_ASSERT(state_ == CS_DONE);
+    giveBackTriangles();
     for (Point2* pVtx : vDeferred_) pDt2_->insertVertex(pVtx, pAnchor_->getIncidentTriangle());
     vDeferred_.clear();
 }
@@ -213,7 +219,8 @@ Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
     return pHint;
 }
 
-/// The walk of the engine, but inside the box: a step out of it ends the walk.
+/// A walk like that of the engine, but a step out of the box ends it. It cannot go in circles: chunks are inserted where
+/// there are no constraints, so that the mesh is Delaunay (Devillers, Pion, Teillaud 2002).
 int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
     int i = 0;
     for (int numEdges = 3; numEdges > 0;) {

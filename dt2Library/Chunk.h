@@ -32,6 +32,8 @@ class Chunk {
     /// Gives the records that were not needed to the engine, and inserts what the chunk had to leave; on the
     /// calling thread.
     void finalize();
+    /// The first part of that, which is due even after a failure.
+    void giveBackTriangles();
 
   private:
     enum State { CS_WAITING = 0, CS_STARTED = 1, CS_DONE = 2 };

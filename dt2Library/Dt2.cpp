@@ -44,6 +44,18 @@ std::string& filenamePrefix() {
     return prefix;
 }
 
+/// Ends a progress when an operation fails before it has done so itself.
+class ProgressEnd {
+  public:
+    explicit ProgressEnd(Progress& progress) : progress_(progress) {}
+    ~ProgressEnd() { progress_.reset(); }
+    ProgressEnd(const ProgressEnd&) = delete;
+    ProgressEnd& operator=(const ProgressEnd&) = delete;
+
+  private:
+    Progress& progress_;
+};
+
 HC2 makeCurve(const Bbox2& box) {
     return HC2(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), HILBERT_BITS);
 }
@@ -291,14 +303,14 @@ Triangle2* Dt2::insertVertex(Point2*& pVtx, Triangle2* pHint) {
     return pT;
 }
 
-int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest) {
+int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
     TARO_ASSERT_TEXT(pT != nullptr, "pStartTriangle!=__null");
     idx = -1;
     int i = 0;
     int numEdges = 3;  // still to be tested in this triangle, from edge i on
     for (int numSteps = 0; numEdges > 0;) {
         const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
-        const Orientation2 ori = geomTest.getOrientation2(pT->getCorner(afterNext), pT->getCorner(next), p);
+        const Orientation2 ori = geomTest_.getOrientation2(pT->getCorner(afterNext), pT->getCorner(next), p);
         if (ori == ORIENTATION2_CCW) {
             Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN) return i;
@@ -317,7 +329,7 @@ int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx, GeomT
             }
             idx = i;
             if (!pT->getOppositeTriangle(i)) {
-                const int code = locateCoplanarExtension(p, pT, i, geomTest);
+                const int code = locateCoplanarExtension(p, pT, i);
                 if (code != CODE_WALK_ON) return code;
                 i = 0;
                 numEdges = 3;
@@ -331,10 +343,10 @@ int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx, GeomT
     return CODE_INSIDE;
 }
 
-int Dt2::locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest) {
+int Dt2::locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx) const {
     for (const int i : {incIndexBy1(idx), incIndexBy2(idx)}) {
         const Orientation2 ori =
-            geomTest.getOrientation2(pT->getCorner(incIndexBy2(i)), pT->getCorner(incIndexBy1(i)), p);
+            geomTest_.getOrientation2(pT->getCorner(incIndexBy2(i)), pT->getCorner(incIndexBy1(i)), p);
         if (ori != ORIENTATION2_CCW) continue;
         Triangle2* pN = pT->getOppositeTriangle(i);
         if (!pN) return i;
@@ -536,15 +548,17 @@ void Dt2::enlargeBoxForBulk(const PointSource& source) {
     std::vector<size_t> vNumRefused(numParts, 0);
     parallelFor(numCPU_, source.size(), [&](size_t begin, size_t end, int part) {
         Bbox2 box;
+        size_t numRefused = 0;
         for (size_t i = begin; i < end; ++i) {
             const Point2 point = source[i];
             if (isFinite(point)) {
                 box.add(point);
             } else {
-                ++vNumRefused[static_cast<size_t>(part)];
+                ++numRefused;
             }
         }
         vBoxes[static_cast<size_t>(part)] = box;
+        vNumRefused[static_cast<size_t>(part)] = numRefused;
     });
     Bbox2 box;
     for (const Bbox2& partBox : vBoxes) {
@@ -571,6 +585,7 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     enlargeBoxForBulk(source);
     const size_t numSteps = n + n / 10;
     progress_.start("insert vertices", numSteps, Progress::fineStep(numSteps));
+    const ProgressEnd progressEnd(progress_);
     const size_t numPreExisting = vertexVault_.getSize();
     vertexVault_.iReset_vector(source, aHandles);
     progress_.incProgress(n / 10);
@@ -593,7 +608,9 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     progress_.finish();
 }
 
-bool Dt2::isWorthThreads(size_t numVertices) const { return numCPU_ >= 2 && numVertices >= MIN_VERTICES_FOR_THREADS; }
+bool Dt2::isWorthThreads(size_t numVertices) const {
+    return numCPU_ >= 2 && numVertices >= MIN_VERTICES_FOR_THREADS && !hasConstraints();
+}
 
 void Dt2::triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
     if (vertexVault_.hasFakeBox() && isWorthThreads(static_cast<size_t>(end - begin))) {

@@ -60,11 +60,7 @@ class Dt2 {
     /// Walks from pT to the triangle that p hits. Returns -1 with pT containing p strictly (idx -1) or on its
     /// inner edge idx; 0 to 2 with p outside the hull across that edge of pT, or on that hull edge; 4 with p
     /// equal to a corner. Visibility walk with the edge of entry left out (Devillers, Pion, Teillaud 2002).
-    int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
-        return locateConflictTriangle(p, pT, idx, geomTest_);
-    }
-    /// The same with other predicates, so that several threads may walk through a mesh at rest.
-    static int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest);
+    int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const;
 
     /// A place in a list of vault items.
     using ItemIterator = IdxVtxAct* const*;
@@ -80,6 +76,7 @@ class Dt2 {
     Triangle2* flip(Triangle2* pT, int i);
     /// True if edge i is no constraint edge, has a neighbour, and the quadrilateral is strictly convex.
     bool canBeFlipped(Triangle2* pT, int i) const;
+    bool hasConstraints() const { return false; }
     bool isConstraintEdge(const Triangle2*, int) const { return false; }
     bool isConstraintVertex(const Point2*) const { return false; }
     /// Restores the Delaunay property by Lawson flips from the triangles around a vertex.
@@ -178,7 +175,7 @@ class Dt2 {
     Point2* insertWhileCollinear(const Point2& point);
     Triangle2* getStartTriangle(unsigned key, const Point2& point) const;
 
-    static int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest);
+    int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx) const;
     Triangle2* triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int code);
     void initVCheckT13(Triangle2* pT, Point2* v);
     void initVCheckT24(Triangle2* pT, Point2* v, int idx);

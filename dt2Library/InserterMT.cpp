@@ -27,7 +27,12 @@ void InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* p
     TARO_ASSERT_TEXT(pStartT != nullptr, "pStartT!=__null");
     pDt2_->triangulateRec(vSparseVtx.data(), vSparseVtx.data() + vSparseVtx.size(), pStartT);
     createChunks(root, vDenseVtx, vSparseVtx);
-    startWork(pDt2_->getNumCPU());
+    try {
+        startWork(pDt2_->getNumCPU());
+    } catch (...) {
+        for (const auto& pChunk : vChunks_) pChunk->giveBackTriangles();
+        throw;
+    }
     for (const auto& pChunk : vChunks_) pChunk->finalize();
 }
 

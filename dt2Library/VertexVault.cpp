@@ -113,8 +113,9 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
     // The first pass counts the vertices of each part, so that the second one knows where they go.
     std::vector<size_t> vNumBefore(numParallelParts(numThreads, n) + 1, 0);
     parallelFor(numThreads, n, [&](size_t begin, size_t end, int part) {
-        size_t& count = vNumBefore[static_cast<size_t>(part) + 1];
+        size_t count = 0;
         for (size_t i = begin; i < end; ++i) count += !isDuplicate(i);
+        vNumBefore[static_cast<size_t>(part) + 1] = count;
     });
     std::partial_sum(vNumBefore.begin(), vNumBefore.end(), vNumBefore.begin());
     const size_t numNew = vNumBefore.back(), numOld = vItems_.size();
@@ -350,6 +351,7 @@ bool VertexVault::createFakeBox(const Bbox2& box) {
 void VertexVault::removeFakeBox() {
     for (Point2*& pCorner : aFakeBoxCorner_) {
         if (pCorner->getIncidentTriangle()) pDt2_->takeOutHullVertex(pCorner, true);
+        pCorner->setIncidentTriangle(nullptr);
         pDt2_->recycleVertex(pCorner);
         pCorner = nullptr;
     }

@@ -5,7 +5,6 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -63,10 +62,11 @@ void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::
     }
     Crew crew(numThreads);
     std::vector<std::thread> vThreads;
+    vThreads.reserve(static_cast<size_t>(numThreads));
     for (int i = 0; i < numThreads; ++i) {
         try {
             vThreads.emplace_back([&crew, &f, i] { crew.work(f, i); });
-        } catch (const std::system_error&) {
+        } catch (...) {
             crew.work(f, i);  // the system has no more threads: the calling one does the work
         }
     }

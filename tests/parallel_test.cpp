@@ -110,6 +110,22 @@ TEST(Parallel, LeavesNoTraceOfTheBox) {
     }
 }
 
+TEST(Parallel, AStartAtARemovedVertexIsSafe) {
+    // The record of the vertex inserted last serves a corner of the box, which is gone again afterwards.
+    Taro_2D mesh;
+    mesh.setNumCPU(2);
+    std::vector<Point2*> vVertices;
+    mesh.insert(makeUniform(3000, 11), vVertices);
+    Point2* pLast = mesh.insert(Point2(0.5, 0.25, 0.0));
+    for (size_t i = 0; i < 1000; ++i) mesh.remove(vVertices[i]);
+    mesh.remove(pLast);
+    mesh.insert(makeUniform(1000, 12));
+    for (const double x : {-1.0, 1.0}) {
+        for (const double y : {-1.0, 1.0}) mesh.insert(Point2(x, y, 0.0));
+    }
+    EXPECT_TRUE(mesh.checkValidity(true, "after the box"));
+}
+
 TEST(Parallel, ReportsProgressFromTheCallingThread) {
     struct Listener : MsgBase {
         std::thread::id caller = std::this_thread::get_id();
