@@ -38,6 +38,9 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
+constexpr size_t MAX_GROWTH = 2000;
+constexpr int MAX_STEPS = 500;
+constexpr size_t MAX_DEFERRED = 100;
 constexpr double BALL_MARGIN = 0.05;
 constexpr double BOX_MARGIN = 1.02;
 
@@ -126,8 +129,8 @@ void Chunk::grow(const Bbox2& box) {
     std::unordered_set<Triangle2*> sVisited{vQueue[0]};
     for (size_t k = 0; k < vQueue.size(); ++k) {
         if (!doesBallIntersect(box, vQueue[k])) continue;
-        if (isMostOf(extBox_, engineBox_)) {
-            extBox_ = engineBox_;  // points on a circle, for one: the chunk will run alone anyway
+        if (isMostOf(extBox_, engineBox_) || vQueue.size() > MAX_GROWTH) {
+            extBox_ = engineBox_;  // points on a circle, for one: the chunk will run alone
             return;
         }
         for (int i = 0; i < 3; ++i) {
@@ -157,7 +160,7 @@ bool Chunk::doesBallIntersect(const Bbox2& box, const Triangle2* pT) {
 void Chunk::insert() {
     state_ = CS_STARTED;
     localTriangulateRec(start_, end_, getStartTriangle());
-    pDt2_->getProgress().count(end_ - start_ - vDeferred_.size());
+    pDt2_->getProgress().count(end_ - start_ - numDeferred_);
     state_ = CS_DONE;
 }
 
@@ -170,8 +173,14 @@ void Chunk::giveBackTriangles() {
 void Chunk::finalize() {
     TARO_ASSERT(state_ == CS_DONE);
     giveBackTriangles();
-    for (Point2* pVtx : vDeferred_) pDt2_->insertVertex(pVtx, pAnchor_->getIncidentTriangle());
-    vDeferred_.clear();
+    if (numDeferred_ == 0) return;
+    LargeVector<IdxVtxAct*> vRest;
+    for (size_t i = start_; i < end_; ++i) {
+        Point2* pVtx = vItems_[i]->vtx;
+        const bool bDuplicate = pDt2_->getVertexVault().getOriginal(pVtx) != pVtx;
+        if (!pVtx->getIncidentTriangle() && !bDuplicate) vRest.push_back(vItems_[i]);
+    }
+    pDt2_->triangulateRec(vRest.data(), vRest.data() + vRest.size(), pAnchor_->getIncidentTriangle());
 }
 
 void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
@@ -207,7 +216,9 @@ Triangle2* Chunk::getStartTriangle() const {
 /// to go on from.
 Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
     Triangle2* pT = pHint;
-    const int code = pT ? locateInsideConflictT(pVtx, pT) : CODE_LEAVES_BOX;
+    // Where so many have to be left, long walks would only delay the others.
+    const bool bTry = pT && numDeferred_ < MAX_DEFERRED;
+    const int code = bTry ? locateInsideConflictT(pVtx, pT) : CODE_LEAVES_BOX;
     if (code == CODE_DUPLICATE) {
         for (int i = 0; i < 3; ++i) {
             if (*pT->getCorner(i) == *pVtx) pDt2_->getVertexVault().registerDup(pVtx, pT->getCorner(i));
@@ -215,20 +226,20 @@ Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
         return pT;
     }
     if (code == CODE_INSIDE && collectConflictRegion(pVtx, pT)) return localInitVCheckT13(pVtx);
-    vDeferred_.push_back(pVtx);
+    ++numDeferred_;
     return pHint;
 }
 
-/// A walk like that of the engine, but a step out of the box ends it. It cannot go in circles: chunks are inserted where
+/// A walk like that of the engine, but a step out of the box, or too many, end it. It cannot go in circles: chunks are inserted where
 /// there are no constraints, so that the mesh is Delaunay (Devillers, Pion, Teillaud 2002).
 int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
     int i = 0;
-    for (int numEdges = 3; numEdges > 0;) {
+    for (int numEdges = 3, numSteps = 0; numEdges > 0;) {
         const Point2 *pNext = pT->getCorner(incIndexBy1(i)), *pAfterNext = pT->getCorner(incIndexBy2(i));
         const Orientation2 ori = geomTest_.getOrientation2(pAfterNext, pNext, p);
         if (ori == ORIENTATION2_CCW) {
             Triangle2* pN = pT->getOppositeTriangle(i);
-            if (!pN) return CODE_LEAVES_BOX;
+            if (!pN || ++numSteps > MAX_STEPS) return CODE_LEAVES_BOX;
             const Point2* pFar = getFarCorner(pN, pNext, pAfterNext);
             if (!extBox_.isInBox(*pFar)) return CODE_LEAVES_BOX;
             pT = pN;

@@ -62,7 +62,7 @@ class Chunk {
 
     RecordSupply<Triangle2> triangles_;  // as many as the insertions can need
     size_t numTrianglesUsed_ = 0;
-    std::vector<Point2*> vDeferred_;  // for the calling thread
+    size_t numDeferred_ = 0;  // vertices left for the calling thread
     // A conflict region and what is around it. Almost all have less than ten triangles; a vertex with a larger one than
     // fits is left to the calling thread. Arrays of single words, because a record that is read as a whole right after
     // its parts were written would wait for them.

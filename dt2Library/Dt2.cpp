@@ -591,7 +591,10 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     progress_.incProgress(n / 10);
     const size_t numItems = vertexVault_.getSize();
     trianglePool_.expect(2 * (numItems - numPreExisting) + 3, numCPU_);
-    const bool bInBox = isWorthThreads(numItems - numPreExisting) && vertexVault_.createFakeBox(insertionBox_);
+    // The chunks of a batch that is small beside the mesh would each have to look at much of it.
+    const size_t numNew = numItems - numPreExisting;
+    const bool bInBox =
+        isWorthThreads(numNew) && 4 * numNew >= numPreExisting && vertexVault_.createFakeBox(insertionBox_);
     if (!vertexVault_.isFullDimensional()) {
         createFullDimTriangle(numPreExisting);
     } else if (numPreExisting < numItems) {
