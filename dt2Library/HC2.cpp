@@ -44,16 +44,17 @@ unsigned checkedNumBits(int numBits) {
 
 }  // namespace
 
-HC2::Axis::Axis(double min, double max, unsigned gridSize) : min(min), prescale(1.0), maxCell(gridSize - 1) {
+HC2::Axis::Axis(double min, double max, unsigned gridSize) : prescale(1.0), maxCell(gridSize - 1) {
     if (!(max * 0.5 - min * 0.5 < 0x1p1000)) prescale = 0x1p-60;
     if (max - min < 0x1p-900) prescale = 0x1p200;
-    const double width = max * prescale - min * prescale;
+    origin = min * prescale;
+    const double width = max * prescale - origin;
     scale = width > 0.0 ? gridSize / width : 0.0;
 }
 
 unsigned HC2::Axis::cell(double coordinate) const {
     // With prescale 1 this is (coordinate - min) * scale to the last bit.
-    const double position = (coordinate * prescale - min * prescale) * scale;
+    const double position = (coordinate * prescale - origin) * scale;
     if (!(position > 0.0)) return 0;
     return position < maxCell ? static_cast<unsigned>(position) : maxCell;
 }

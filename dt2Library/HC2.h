@@ -22,7 +22,7 @@ class HC2 {
         Axis(double min, double max, unsigned gridSize);
         unsigned cell(double coordinate) const;
 
-        double min, prescale, scale;
+        double prescale, origin, scale;
         unsigned maxCell;
     };
 

@@ -70,8 +70,13 @@ void KeyIndex::buildBuckets(int numThreads) {
 size_t KeyIndex::lowerBound(std::uint32_t key) const {
     const size_t bucket = key >> bucketShift_;
     if (bucket + 1 >= vBucketStart_.size()) return vKeys_.size();
-    const auto first = vKeys_.begin() + vBucketStart_[bucket], last = vKeys_.begin() + vBucketStart_[bucket + 1];
-    return static_cast<size_t>(std::lower_bound(first, last, key) - vKeys_.begin());
+    size_t first = vBucketStart_[bucket], last = vBucketStart_[bucket + 1];
+    while (last - first > 16) {
+        const size_t middle = first + (last - first) / 2;
+        (vKeys_[middle] < key ? first : last) = middle;
+    }
+    while (first < last && vKeys_[first] < key) ++first;
+    return first;
 }
 
 std::pair<size_t, size_t> KeyIndex::find(std::uint32_t key, double x, double y) const {

@@ -237,7 +237,9 @@ Triangle2* VertexVault::triangleAt(size_t position) const {
 }
 
 Triangle2* VertexVault::getCloseTriangle(unsigned idx, double x, double y) const {
-    const size_t middle = keyIndex_.find(idx, x, y).first;
+    size_t middle = keyIndex_.find(idx, x, y).first;
+    // The item before may be nearer along the curve.
+    if (middle > 0 && middle < numSorted_ && idx - vItems_[middle - 1]->idx < vItems_[middle]->idx - idx) --middle;
     // Growing strides: where many vertices in a row have been removed, the next one is far but soon found.
     for (size_t distance = 0; distance < numSorted_; distance += 1 + distance / 8) {
         if (middle + distance < numSorted_) {
