@@ -8,8 +8,7 @@
 // Why that is safe. Chunks run at the same time only if their extended boxes A and B are disjoint. A writes
 //   - corners and links of triangles with all three corners in A and of fresh ones, and the incident triangle of
 //     vertices in A;
-//   - of a triangle beyond the border of a region the one link across the border, an edge with both ends in
-//   A.
+//   - of a triangle beyond the border of a region the one link across the border, an edge with both ends in A.
 // So the corners of a triangle with a corner in A, and a link across an edge with an end in A, are never
 // written by B; these alone does A read: it turns around vertices in A and walks and searches through
 // triangles that lie in A, looks at the corners of the triangle across an edge, which has two of them in A,
@@ -37,15 +36,14 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
+// Beyond these, a chunk stops looking and takes the whole mesh for its box, a walk ends, and all that is left of a chunk
+// goes to the calling thread: so that odd distributions of points cost little more than on one thread.
 constexpr size_t MAX_GROWTH = 2000;
 constexpr int MAX_STEPS = 500;
 constexpr size_t MAX_DEFERRED = 100;
+
 constexpr double BALL_MARGIN = 0.05;
 constexpr double BOX_MARGIN = 1.02;
-
-constexpr int CODE_INSIDE = -1;
-constexpr int CODE_DUPLICATE = 4;
 constexpr int CODE_LEAVES_BOX = 5;
 
 /// The corner of a triangle that is neither of two given ones. Which one it is cannot be guessed, so no branch may depend
@@ -184,7 +182,7 @@ void Chunk::finalize() {
 }
 
 void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
-    if (end - start <= MAX_RANGE_IN_SEQUENCE) {
+    if (end - start <= static_cast<size_t>(Dt2::MAX_RANGE_IN_SEQUENCE)) {
         for (size_t i = start; i < end; ++i) pStartT = localInsertVertex(vItems_[i]->vtx, pStartT);
         return;
     }
@@ -219,19 +217,19 @@ Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
     // Where so many have to be left, long walks would only delay the others.
     const bool bTry = pT && numDeferred_ < MAX_DEFERRED;
     const int code = bTry ? locateInsideConflictT(pVtx, pT) : CODE_LEAVES_BOX;
-    if (code == CODE_DUPLICATE) {
+    if (code == Dt2::CODE_DUPLICATE) {
         for (int i = 0; i < 3; ++i) {
             if (*pT->getCorner(i) == *pVtx) pDt2_->getVertexVault().registerDup(pVtx, pT->getCorner(i));
         }
         return pT;
     }
-    if (code == CODE_INSIDE && collectConflictRegion(pVtx, pT)) return localInitVCheckT13(pVtx);
+    if (code == Dt2::CODE_INSIDE && collectConflictRegion(pVtx, pT)) return localInitVCheckT13(pVtx);
     ++numDeferred_;
     return pHint;
 }
 
-/// A walk like that of the engine, but a step out of the box, or too many, end it. It cannot go in circles: chunks are inserted where
-/// there are no constraints, so that the mesh is Delaunay (Devillers, Pion, Teillaud 2002).
+/// A walk like that of the engine, but a step out of the box, or too many, end it. It cannot go in circles: chunks are
+/// inserted where there are no constraints, so that the mesh is Delaunay (Devillers, Pion, Teillaud 2002).
 int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
     int i = 0;
     for (int numEdges = 3, numSteps = 0; numEdges > 0;) {
@@ -247,11 +245,11 @@ int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
             numEdges = 2;
             continue;
         }
-        if (ori == ORIENTATION2_COLLINEAR && (*pNext == *p || *pAfterNext == *p)) return CODE_DUPLICATE;
+        if (ori == ORIENTATION2_COLLINEAR && (*pNext == *p || *pAfterNext == *p)) return Dt2::CODE_DUPLICATE;
         i = incIndexBy1(i);
         --numEdges;
     }
-    return CODE_INSIDE;
+    return Dt2::CODE_INSIDE;
 }
 
 /// Finds the region and its border without changing anything. Returns false if a triangle of it is not in the box.

@@ -31,12 +31,9 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr int HILBERT_BITS = 30;
-constexpr ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
 constexpr size_t MIN_VERTICES_FOR_THREADS = 1000;
 constexpr int MAX_ORDERED_STEPS = 1000;
 
-constexpr int CODE_INSIDE = -1;
-constexpr int CODE_DUPLICATE = 4;
 constexpr int CODE_WALK_ON = 5;
 
 std::string& filenamePrefix() {
@@ -590,7 +587,8 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     vertexVault_.iReset_vector(source, aHandles);
     progress_.incProgress(n / 10);
     const size_t numItems = vertexVault_.getSize();
-    trianglePool_.expect(2 * (numItems - numPreExisting) + 3, numCPU_);
+    const size_t numTriangles = 2 * (numItems - numPreExisting) + 3;
+    trianglePool_.expect(numTriangles - std::min(numTriangles, vRecycledTriangles_.size()), numCPU_);
     // The chunks of a batch that is small beside the mesh would each have to look at much of it.
     const size_t numNew = numItems - numPreExisting;
     const bool bInBox =

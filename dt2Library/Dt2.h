@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -61,6 +63,7 @@ class Dt2 {
     /// inner edge idx; 0 to 2 with p outside the hull across that edge of pT, or on that hull edge; 4 with p
     /// equal to a corner. Visibility walk with the edge of entry left out (Devillers, Pion, Teillaud 2002).
     int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const;
+    static constexpr int CODE_INSIDE = -1, CODE_DUPLICATE = 4;
 
     /// A place in a list of vault items.
     using ItemIterator = IdxVtxAct* const*;
@@ -68,6 +71,8 @@ class Dt2 {
     void triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
     /// Inserts the middle one first, then the left and the right half.
     void triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
+    /// Ranges up to this size are inserted one after the other.
+    static constexpr std::ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
     /// Leaves the collinear phase if it can; the first numPreExistingVtx vault items are inserted first.
     bool createFullDimTriangle(size_t numPreExistingVtx);
 
@@ -92,7 +97,7 @@ class Dt2 {
 
     RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
     RecordSupply<Point2> takeVertexRecords(size_t n) {
-        vertexPool_.expect(n, numCPU_);
+        vertexPool_.expect(n - std::min(n, vRecycledVertices_.size()), numCPU_);
         return {vertexPool_, vRecycledVertices_, n};
     }
     Point2* createVertex(const Point2& point);

@@ -34,7 +34,6 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr int CODE_DUPLICATE = 4;
 constexpr double HEIGHT_TOLERANCE = 0.001;
 
 /// Recycled records have no corners.

@@ -119,7 +119,7 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
     });
     std::partial_sum(vNumBefore.begin(), vNumBefore.end(), vNumBefore.begin());
     const size_t numNew = vNumBefore.back(), numOld = vItems_.size();
-    itemPool_.expect(numNew, numThreads);
+    itemPool_.expect(numNew - std::min(numNew, vRecycledItems_.size()), numThreads);
     const RecordSupply<Point2> vertices = pDt2_->takeVertexRecords(numNew);
     const RecordSupply<IdxVtxAct> items(itemPool_, vRecycledItems_, numNew);
     reserveMore(vItems_, numNew);

@@ -72,8 +72,9 @@ class TARO25D_API Taro_2D {
     /// O(log n) expected.
     Point2* insert(const Point2& point);
     /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one warning. With
-    /// setNumCPU above 1, batches of 1000 vertices and more are inserted on several threads: vertices, heights and
-    /// handles are the same for any number, and so are the triangles but for the diagonals between points on one circle.
+    /// setNumCPU above 1, batches of 1000 vertices and more that are not small beside the mesh are inserted on several
+    /// threads: vertices, heights and handles are the same for any number, and so are the triangles but for the
+    /// diagonals between points on one circle.
     void insert(const std::vector<Point2>& vPoints);
     /// Inserts many points; vHandles is replaced by one vertex for each point, in input order: for a
     /// duplicate the vertex at that position (among equal positions of one call the first stays), null for a
