@@ -14,6 +14,8 @@
 #include "taro25d/Orientation2.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Segment2.h"
+#include "taro25d/SegmentChecker.h"
+#include "taro25d/SegmentIntersectionType.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Triangle2.h"

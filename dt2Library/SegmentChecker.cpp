@@ -1,0 +1,429 @@
+#include "taro25d/SegmentChecker.h"
+
+// Which segments of a set meet, and how.
+//
+// Two closed segments can only meet where their bounding boxes do, so the candidates of a segment come from an
+// R-tree over the boxes (Guttman 1984), loaded all at once (Leutenegger, Lopez and Edgington 1997). The boxes
+// are the coordinates themselves, never rounded, and box queries only compare, so no candidate is lost.
+//
+// Each candidate pair is classified by signs of exact orientation determinants and comparisons of coordinates,
+// from the special to the general:
+//   1. a segment of length zero, or two equal segments;
+//   2. a common end point: they overlap only if they leave it along one line in the same direction;
+//   3. no common end point: where the ends of t lie relative to the line of s. Both on the line: overlap or
+//      nothing. One on the line: a touch if it is between the ends of s. On different sides: the line of s
+//      meets t, and it remains to be seen whether the line of t meets s.
+// The invariant: a step sees only pairs that no earlier step answered, so that general position needs no
+// thought about degenerate ones. On one line, the lexicographic order of points is the order along the line.
+//
+// The tree answers in an order of its own; results are put into the order of the input. Searching all pairs
+// takes n log n plus the number of pairs whose boxes touch.
+
+#include <algorithm>
+#include <boost/geometry/geometries/box.hpp>
+#include <boost/geometry/geometries/point.hpp>
+#include <boost/geometry/index/rtree.hpp>
+#include <boost/iterator/function_output_iterator.hpp>
+#include <cmath>
+#include <unordered_map>
+
+#include "GeomTest.h"
+#include "Progress.h"
+#include "diagnostics.h"
+#include "taro25d/Color.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Visualizer2.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+using Intersectors = std::vector<std::pair<Segment2*, SegmentIntersectionType>>;
+
+bool isFinite(const Segment2& segment) {
+    const Point2 &src = segment.getSrc(), &trg = segment.getTrg();
+    return std::isfinite(src.x()) && std::isfinite(src.y()) && std::isfinite(trg.x()) && std::isfinite(trg.y());
+}
+
+double getMaxAbsCoord(const Segment2& segment) {
+    const Point2 &src = segment.getSrc(), &trg = segment.getTrg();
+    return std::max({std::abs(src.x()), std::abs(src.y()), std::abs(trg.x()), std::abs(trg.y())});
+}
+
+bool isPoint(const Segment2& segment) { return segment.getSrc() == segment.getTrg(); }
+
+bool hasEndPoint(const Segment2& segment, const Point2& point) {
+    return segment.getSrc() == point || segment.getTrg() == point;
+}
+
+bool haveCommonEndPoint(const Segment2& s, const Segment2& t) {
+    return hasEndPoint(t, s.getSrc()) || hasEndPoint(t, s.getTrg());
+}
+
+const Point2& getCommonEndPoint(const Segment2& s, const Segment2& t) {
+    return hasEndPoint(t, s.getSrc()) ? s.getSrc() : s.getTrg();
+}
+
+const Point2& getOtherEndPoint(const Segment2& segment, const Point2& end) {
+    return segment.getSrc() == end ? segment.getTrg() : segment.getSrc();
+}
+
+/// Whether a point on the line of a segment is strictly between its ends.
+bool hasOnCollinearPoint(const Segment2& segment, const Point2& point) {
+    const auto [first, last] = std::minmax(segment.getSrc(), segment.getTrg());
+    return first < point && point < last;
+}
+
+/// The common part of two segments that overlap on one line, in the direction of the first.
+Segment2 commonRange(const Segment2& s, const Segment2& t) {
+    const auto [sFirst, sLast] = std::minmax(s.getSrc(), s.getTrg());
+    const auto [tFirst, tLast] = std::minmax(t.getSrc(), t.getTrg());
+    Segment2 common(std::max(sFirst, tFirst), std::min(sLast, tLast));
+    if (s.getTrg() < s.getSrc()) common.swapSrcTrg();
+    return common;
+}
+
+/// The point of a segment at a place in x-y.
+Point2 liftPoint(const Segment2& segment, const Point2& place) {
+    return Point2(place.x(), place.y(), getZOnSegment(segment.getSrc(), segment.getTrg(), place.x(), place.y()));
+}
+
+Segment2 liftSegment(const Segment2& segment, const Segment2& place) {
+    return Segment2(liftPoint(segment, place.getSrc()), liftPoint(segment, place.getTrg()));
+}
+
+/// Where segments with exactly one common point meet.
+Point2 getCommonPoint(const Segment2& s, const Segment2& t) {
+    if (isPoint(s)) return s.getSrc();
+    if (isPoint(t)) return t.getSrc();
+    if (haveCommonEndPoint(s, t)) return getCommonEndPoint(s, t);
+    Point2 result;
+    getIntersectionPointNoRounding(s.getSrc(), s.getTrg(), t.getSrc(), t.getTrg(), result);
+    return result;
+}
+
+bool isReported(SegmentIntersectionType type, bool bAlsoEndPoints) {
+    switch (type) {
+        case SIT_SEGMENT:
+        case SIT_POINT:
+            return true;
+        case SIT_ENDPOINT:
+            return bAlsoEndPoints;
+        case SIT_NONE:
+            return false;
+        default:
+            error("getIntersectors()", "impossible case");
+            return false;
+    }
+}
+
+/// Decides how two segments meet.
+class SegmentClassifier {
+  public:
+    SegmentIntersectionType getIntersectionType(const Segment2& s, const Segment2& t) {
+        if (!isFinite(s) || !isFinite(t)) return SIT_NONE;
+        const double coord = std::max(getMaxAbsCoord(s), getMaxAbsCoord(t));
+        if (coord > geomTest_.getMaxAbsCoord()) geomTest_.setStaticBound(coord);
+        const SegmentIntersectionType type = getIntersectionType_degeneratePart(s, t);
+        if (type != SIT_UNINITIALIZED) return type;
+        return haveCommonEndPoint(s, t) ? getIntersectionType_endPointPart(s, t)
+                                        : getIntersectionType_generalPart(s, t);
+    }
+
+  private:
+    Orientation2 getOrientation(const Segment2& segment, const Point2& point) {
+        return geomTest_.getOrientation2(&segment.getSrc(), &segment.getTrg(), &point);
+    }
+
+    SegmentIntersectionType getIntersectionType_point(const Point2& point, const Segment2& t) {
+        if (hasEndPoint(t, point)) return SIT_ENDPOINT;
+        const bool bOn = hasOnCollinearPoint(t, point) && getOrientation(t, point) == ORIENTATION2_COLLINEAR;
+        return bOn ? SIT_POINT : SIT_NONE;
+    }
+
+    /// SIT_UNINITIALIZED if both segments have a length and they are not equal.
+    SegmentIntersectionType getIntersectionType_degeneratePart(const Segment2& s, const Segment2& t) {
+        if (isPoint(s)) return getIntersectionType_point(s.getSrc(), t);
+        if (isPoint(t)) return getIntersectionType_point(t.getSrc(), s);
+        return s == t ? SIT_SEGMENT : SIT_UNINITIALIZED;
+    }
+
+    SegmentIntersectionType getIntersectionType_endPointPart(const Segment2& s, const Segment2& t) {
+        const Point2& common = getCommonEndPoint(s, t);
+        const Point2 &endOfS = getOtherEndPoint(s, common), &endOfT = getOtherEndPoint(t, common);
+        const bool bOverlap = (hasOnCollinearPoint(s, endOfT) || hasOnCollinearPoint(t, endOfS)) &&
+                              getOrientation(s, endOfT) == ORIENTATION2_COLLINEAR;
+        return bOverlap ? SIT_SEGMENT : SIT_ENDPOINT;
+    }
+
+    SegmentIntersectionType getIntersectionType_generalPart(const Segment2& s, const Segment2& t) {
+        const Point2 &p1 = s.getSrc(), &p2 = s.getTrg(), &p3 = t.getSrc(), &p4 = t.getTrg();
+        TARO_ASSERT_TEXT(p1 != p3 && p1 != p4 && p2 != p3 && p2 != p4, "p1!=p3 && p1!=p4 && p2!=p3 && p2!=p4");
+        const Orientation2 ori123 = getOrientation(s, p3), ori124 = getOrientation(s, p4);
+        if (ori123 == ORIENTATION2_COLLINEAR && ori124 == ORIENTATION2_COLLINEAR) return getTypeOnOneLine(s, t);
+        if (ori123 == ori124) return SIT_NONE;
+        if (ori123 == ORIENTATION2_COLLINEAR) return hasOnCollinearPoint(s, p3) ? SIT_POINT : SIT_NONE;
+        if (ori124 == ORIENTATION2_COLLINEAR) return hasOnCollinearPoint(s, p4) ? SIT_POINT : SIT_NONE;
+
+        const Orientation2 ori341 = getOrientation(t, p1), ori342 = getOrientation(t, p2);
+        if (ori341 != ori342) return SIT_POINT;  // if one is collinear, it is where the line of s meets t
+        TARO_ASSERT_TEXT(ori341 != ORIENTATION2_COLLINEAR, "ori341!=ORIENTATION2_COLLINEAR");
+        return SIT_NONE;
+    }
+
+    static SegmentIntersectionType getTypeOnOneLine(const Segment2& s, const Segment2& t) {
+        const bool bOverlap = hasOnCollinearPoint(s, t.getSrc()) || hasOnCollinearPoint(s, t.getTrg()) ||
+                              hasOnCollinearPoint(t, s.getSrc()) || hasOnCollinearPoint(t, s.getTrg());
+        return bOverlap ? SIT_SEGMENT : SIT_NONE;
+    }
+
+    GeomTest geomTest_;
+};
+
+/// The segments in the order of adding, where each of them stands, and which are near a given one.
+class SegmentIndex {
+  public:
+    size_t size() const { return vSegments_.size(); }
+    Segment2* operator[](size_t index) const { return vSegments_[index]; }
+    auto begin() const { return vSegments_.begin(); }
+    auto end() const { return vSegments_.end(); }
+
+    size_t find(const Segment2* pSegment) const {
+        const auto it = mIndex_.find(pSegment);
+        return it == mIndex_.end() ? size() : it->second;
+    }
+
+    void add(const std::vector<Segment2*>& vSegments) {
+        reserveMore(vSegments_, vSegments.size());
+        mIndex_.reserve(vSegments_.capacity());
+        for (Segment2* pSegment : vSegments) {
+            if (pSegment && mIndex_.emplace(pSegment, size()).second) vSegments_.push_back(pSegment);
+        }
+    }
+
+    /// Calls visit(index) for every segment whose box touches that of the given one, in any order; nothing
+    /// has a box that is not finite.
+    template <class Visit>
+    void forEachCandidate(const Segment2& segment, Visit visit) {
+        if (!isFinite(segment)) return;
+        updateTree();
+        const auto take = [&](const Entry& entry) { visit(entry.second); };
+        tree_.query(boost::geometry::index::intersects(getBox(segment)), boost::make_function_output_iterator(take));
+    }
+
+  private:
+    using Corner = boost::geometry::model::point<double, 2, boost::geometry::cs::cartesian>;
+    using Box = boost::geometry::model::box<Corner>;
+    using Entry = std::pair<Box, size_t>;
+    using Tree = boost::geometry::index::rtree<Entry, boost::geometry::index::quadratic<16>>;
+
+    static Box getBox(const Segment2& segment) {
+        const auto [minX, maxX] = std::minmax({segment.getSrc().x(), segment.getTrg().x()});
+        const auto [minY, maxY] = std::minmax({segment.getSrc().y(), segment.getTrg().y()});
+        return {Corner(minX, minY), Corner(maxX, maxY)};
+    }
+
+    /// Loading makes the better tree, and costs less than inserting unless few segments are new.
+    void updateTree() {
+        if (size() - numInTree_ > numInTree_ / 8) return loadTree();
+        for (; numInTree_ < size(); ++numInTree_) {
+            const Segment2& segment = *vSegments_[numInTree_];
+            if (isFinite(segment)) tree_.insert(Entry(getBox(segment), numInTree_));
+        }
+    }
+
+    void loadTree() {
+        std::vector<Entry> vEntries;
+        vEntries.reserve(size());
+        for (size_t i = 0; i < size(); ++i) {
+            if (isFinite(*vSegments_[i])) vEntries.emplace_back(getBox(*vSegments_[i]), i);
+        }
+        tree_ = Tree(vEntries.begin(), vEntries.end());
+        numInTree_ = size();
+    }
+
+    std::vector<Segment2*> vSegments_;
+    std::unordered_map<const Segment2*, size_t> mIndex_;
+    Tree tree_;
+    size_t numInTree_ = 0;  // the first so many segments are in the tree, as far as they are finite
+};
+
+}  // namespace
+
+struct SegmentCheckerState {
+    SegmentIndex segments;
+    SegmentClassifier classifier;
+    Progress progress;
+};
+
+SegmentChecker::SegmentChecker() : pState_(std::make_unique<SegmentCheckerState>()) {}
+SegmentChecker::SegmentChecker(const std::vector<Segment2*>& vSegments) : SegmentChecker() { addSegments(vSegments); }
+SegmentChecker::~SegmentChecker() = default;
+
+void SegmentChecker::addSegments(const std::vector<Segment2*>& vSegments) { pState_->segments.add(vSegments); }
+
+size_t SegmentChecker::getNumberOfSegments() const { return pState_->segments.size(); }
+
+Segment2* SegmentChecker::getSegment(size_t index) const {
+    if (index < getNumberOfSegments()) return pState_->segments[index];
+    const MessageScope scope(&pState_->progress);
+    warning("SegmentChecker::getSegment()", "index out of range, returning NULL");
+    return nullptr;
+}
+
+size_t SegmentChecker::getIndex(const Segment2* pSegment) const { return pState_->segments.find(pSegment); }
+
+SegmentIntersectionType SegmentChecker::getIntersectionType(const Segment2* pSegment0,
+                                                            const Segment2* pSegment1) const {
+    if (!pSegment0 || !pSegment1) return SIT_NONE;
+    return pState_->classifier.getIntersectionType(*pSegment0, *pSegment1);
+}
+
+// ---- Searching ----
+
+void SegmentChecker::getIntersectors(Segment2* pSegment, bool bAlsoEndPoints, Intersectors& vIntersectors) const {
+    if (!pSegment) return;
+    const MessageScope scope(&pState_->progress);
+    SegmentIndex& segments = pState_->segments;
+    std::vector<std::pair<size_t, SegmentIntersectionType>> vFound;
+    segments.forEachCandidate(*pSegment, [&](size_t i) {
+        if (segments[i] == pSegment) return;
+        const SegmentIntersectionType type = getIntersectionType(pSegment, segments[i]);
+        if (isReported(type, bAlsoEndPoints)) vFound.emplace_back(i, type);
+    });
+    std::sort(vFound.begin(), vFound.end());
+    for (const auto& [i, type] : vFound) vIntersectors.emplace_back(segments[i], type);
+}
+
+void SegmentChecker::getIllegalSegments(bool bAlsoEndPoints, std::vector<Segment2*>& vIllegalSegments) const {
+    const MessageScope scope(&pState_->progress);
+    SegmentIndex& segments = pState_->segments;
+    std::vector<char> vIllegal(segments.size(), false);
+    pState_->progress.start("check segments", segments.size());
+    for (size_t i = 0; i < segments.size(); ++i) {
+        // Each pair once; how the two meet does not matter when both are known to be illegal.
+        segments.forEachCandidate(*segments[i], [&](size_t j) {
+            if (j <= i || (vIllegal[i] && vIllegal[j])) return;
+            if (isReported(getIntersectionType(segments[i], segments[j]), bAlsoEndPoints)) {
+                vIllegal[i] = vIllegal[j] = true;
+            }
+        });
+        pState_->progress.incProgress(1);
+    }
+    pState_->progress.finish();
+    for (size_t i = 0; i < segments.size(); ++i) {
+        if (vIllegal[i]) vIllegalSegments.push_back(segments[i]);
+    }
+}
+
+// ---- What two segments have in common ----
+
+void SegmentChecker::getIntersectionPoint(SegmentIntersectionType type, const Segment2* pSegment0,
+                                          const Segment2* pSegment1, Point2& pointOn0, Point2& pointOn1) const {
+    if ((type != SIT_POINT && type != SIT_ENDPOINT) || getIntersectionType(pSegment0, pSegment1) != type) {
+        const MessageScope scope(&pState_->progress);
+        return warning("SegmentChecker::getIntersectionPoint()", "no common point of this type");
+    }
+    const Point2 common = getCommonPoint(*pSegment0, *pSegment1);
+    pointOn0 = liftPoint(*pSegment0, common);
+    pointOn1 = liftPoint(*pSegment1, common);
+}
+
+void SegmentChecker::getIntersectionSegment(const Segment2* pSegment0, const Segment2* pSegment1, Segment2& overlapOn0,
+                                            Segment2& overlapOn1) const {
+    if (getIntersectionType(pSegment0, pSegment1) != SIT_SEGMENT) {
+        const MessageScope scope(&pState_->progress);
+        return warning("SegmentChecker::getIntersectionSegment()", "the segments do not overlap");
+    }
+    const Segment2 s = *pSegment0, t = *pSegment1;  // a result may be one of the two
+    const Segment2 common = commonRange(s, t);
+    overlapOn0 = liftSegment(s, common);
+    overlapOn1 = liftSegment(t, common);
+}
+
+std::string SegmentChecker::getIntersectionTypeString(SegmentIntersectionType type) {
+    switch (type) {
+        case SIT_UNINITIALIZED:
+            return "SIT_UNINITIALIZED";
+        case SIT_NONE:
+            return "SIT_NONE";
+        case SIT_SEGMENT:
+            return "SIT_SEGMENT";
+        case SIT_POINT:
+            return "SIT_POINT";
+        case SIT_ENDPOINT:
+            return "SIT_ENDPOINT";
+        default:
+            return "UNKNOWN SIT";
+    }
+}
+
+// ---- Drawing ----
+
+namespace {
+
+/// A segment, or a cross where a line of length zero would not be seen.
+void draw(const Segment2& segment, const Color& color, Visualizer2& visualizer) {
+    if (isPoint(segment)) {
+        visualizer.addObject(segment.getSrc(), color);
+    } else {
+        visualizer.addObject(segment, color);
+    }
+}
+
+void drawCommonPart(const SegmentChecker& checker, const Segment2& s, const Segment2& t, SegmentIntersectionType type,
+                    Visualizer2& visualizer) {
+    if (type == SIT_SEGMENT) {
+        Segment2 overlapOn0, overlapOn1;
+        checker.getIntersectionSegment(&s, &t, overlapOn0, overlapOn1);
+        visualizer.addObject(overlapOn0, Color(CORANGE, 1.5f));
+    } else {
+        Point2 pointOn0, pointOn1;
+        checker.getIntersectionPoint(type, &s, &t, pointOn0, pointOn1);
+        visualizer.addObject(Point2(pointOn0.x(), pointOn0.y(), 0.0), Color(CBLUE, 1.0f));
+    }
+}
+
+}  // namespace
+
+void SegmentChecker::showSegments(const std::string& filename) const {
+    const MessageScope scope(&pState_->progress);
+    Visualizer2 visualizer(filename);
+    visualizer.addHeaderLine(std::to_string(getNumberOfSegments()) + " segments");
+    for (const Segment2* pSegment : pState_->segments) draw(*pSegment, Color(CBLACK, 0.2f), visualizer);
+    visualizer.writeFile();
+}
+
+void SegmentChecker::showIllegalSegments(bool bAlsoEndPoints, const std::string& filename) const {
+    const MessageScope scope(&pState_->progress);
+    std::vector<Segment2*> vIllegal;
+    getIllegalSegments(bAlsoEndPoints, vIllegal);
+    Visualizer2 visualizer(filename);
+    visualizer.addHeaderLine(std::to_string(getNumberOfSegments()) + " segments, " + std::to_string(vIllegal.size()) +
+                             " of them illegal (red)");
+    visualizer.addHeaderLine("common points: blue, overlaps: orange");
+
+    auto nextIllegal = vIllegal.begin();  // both lists are in the order of adding
+    for (const Segment2* pSegment : pState_->segments) {
+        const bool bIllegal = nextIllegal != vIllegal.end() && *nextIllegal == pSegment;
+        draw(*pSegment, bIllegal ? Color(CRED, 0.4f) : Color(CGRAY, 0.1f), visualizer);
+        if (bIllegal) ++nextIllegal;
+    }
+    for (Segment2* pSegment : vIllegal) {
+        Intersectors vIntersectors;
+        getIntersectors(pSegment, bAlsoEndPoints, vIntersectors);
+        for (const auto& [pOther, type] : vIntersectors) {
+            if (getIndex(pSegment) < getIndex(pOther)) drawCommonPart(*this, *pSegment, *pOther, type, visualizer);
+        }
+    }
+    visualizer.writeFile();
+}
+
+// ---- Listeners ----
+
+void SegmentChecker::subscribe(MsgType type, MsgBase* pListener) { pState_->progress.subscribe(type, pListener); }
+void SegmentChecker::unsubscribe(MsgType type, MsgBase* pListener) { pState_->progress.unsubscribe(type, pListener); }
+
+}  // namespace LUMO_TARO25D
