@@ -1,4 +1,4 @@
-// Side-by-side measurement against CGAL's Delaunay triangulations.
+// Side-by-side measurement against CGAL's Delaunay triangulations and VTK's contours.
 //
 // Every row of the table pits our side against a reference on the same input in the same run. The two take
 // turns, so that a slow minute of the machine hits both, and the median of the ratios of the single rounds is
@@ -36,12 +36,19 @@
 #include <vector>
 
 #include "generators.h"
+#include "taro25d/IsoContours.h"
 #include "taro25d/Taro_2D.h"
+#ifdef TARO25D_COMPARE_VTK
+#include "vtk_contours.h"
+#endif
 
 namespace {
 
 using namespace bench;
+using LUMO_TARO25D::IsoContours;
+using LUMO_TARO25D::Segment2;
 using LUMO_TARO25D::Taro_2D;
+using LUMO_TARO25D::Triangle2;
 
 using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
 using CgalPoint = Kernel::Point_2;
@@ -231,6 +238,38 @@ Sample cgalLocate(const Triangulation& triangulation, const CgalPoints& vQueries
     return sample;
 }
 
+#ifdef TARO25D_COMPARE_VTK
+
+/// The number of segments at all heights. Lines are not compared: VTK cuts an open one where it began to join it.
+Sample ourContours(const std::vector<Triangle2*>& vTriangles, const std::vector<double>& vHeights) {
+    std::vector<std::vector<Segment2>> vvContours;
+    Sample sample = timed([&] {
+        const IsoContours isoContours(vTriangles);
+        for (const double height : vHeights) isoContours.getContours(height, vvContours);
+    });
+    for (const auto& vContour : vvContours) sample.result[0] += vContour.size();
+    return sample;
+}
+
+Sample vtkContours(const VtkSurface& surface, const std::vector<double>& vHeights, bool bTree) {
+    std::size_t numSegments = 0;
+    Sample sample = timed([&] { numSegments = surface.contour(vHeights, bTree); });
+    sample.result[0] = numSegments;
+    return sample;
+}
+
+/// Even steps through the heights of a terrain, but not to the ends.
+std::vector<double> levels(const std::vector<Triangle2*>& vTriangles, std::size_t numLevels) {
+    const IsoContours isoContours(vTriangles);
+    const double low = isoContours.getMinHeight(), high = isoContours.getMaxHeight();
+    std::vector<double> vHeights;
+    for (std::size_t i = 1; i <= numLevels; ++i)
+        vHeights.push_back(low + (high - low) * double(i) / double(numLevels + 1));
+    return vHeights;
+}
+
+#endif
+
 // ---- The table's rows ----
 
 struct Contest {
@@ -311,6 +350,21 @@ Contest location(const Points& vPoints, Points vInput, bool bFromLast) {
     return {[=] { return ourLocate(*pTaro, *pQueries); }, [=] { return cgalLocate(*pCgal, *pCgalQueries, bFromLast); }};
 }
 
+#ifdef TARO25D_COMPARE_VTK
+
+Contest contours(const Points& vPoints, std::size_t numLevels, bool bVtkTree) {
+    auto pTaro = std::make_shared<Taro_2D>();
+    pTaro->insert(vPoints);
+    std::vector<Triangle2*> vTriangles;
+    pTaro->getTrianglePointers(vTriangles);
+    auto pVtk = std::make_shared<const VtkSurface>(vTriangles);
+    const std::vector<double> vHeights = levels(vTriangles, numLevels);
+    return {[pTaro, vTriangles, vHeights] { return ourContours(vTriangles, vHeights); },
+            [=] { return vtkContours(*pVtk, vHeights, bVtkTree); }};
+}
+
+#endif
+
 Points inCurveOrder(Points vPoints) {
     sortAlongCurve(vPoints);
     return vPoints;
@@ -352,6 +406,12 @@ std::vector<Row> makeRows(double scale) {
          [=] { return single(uniform(million), uniform(hundredThousand, 12)); }},
         {"remove", "removal of 100,000 random vertices from 1,000,000", "`remove`", 1.0, cpu,
          [=] { return removal(uniform(million)); }},
+#ifdef TARO25D_COMPARE_VTK
+        {"contours", "50 contours of 1,000,000 points, tree included", "`vtkContourFilter`, `vtkStripper`", 0.5, cpu,
+         [=] { return contours(hills(million), 50, false); }},
+        {"contours-tree", "the same", "the same with `UseScalarTree`", 0.5, cpu,
+         [=] { return contours(hills(million), 50, true); }},
+#endif
         {"threads-uniform", "bulk, 4,000,000 uniform, 2 threads, wall", "own, 1 thread", 1 / 1.8, wall,
          [=] { return twoThreads(uniform(fourMillion)); }},
         {"threads-cgal", "bulk, 4,000,000 uniform, 2 threads, wall", cgalRange, 0.3, wall,
@@ -473,7 +533,11 @@ Options readOptions(int argc, char** argv) {
 
 void printHead(int argc, char** argv, const Options& options) {
     std::cout << "- machine: " << processorName() << ", " << sysconf(_SC_NPROCESSORS_ONLN) << " cores\n"
-              << "- compiler: g++ " << __VERSION__ << "; CGAL " << CGAL_VERSION_STR << "\n- command: `";
+              << "- compiler: g++ " << __VERSION__ << "; CGAL " << CGAL_VERSION_STR;
+#ifdef TARO25D_COMPARE_VTK
+    std::cout << "; VTK " << vtkVersion();
+#endif
+    std::cout << "\n- command: `";
     for (int i = 0; i < argc; ++i) std::cout << (i ? " " : "") << argv[i];
     std::cout << "`, the median of " << options.numRounds << " rounds\n";
     if (options.scale != 1.0)

@@ -53,6 +53,19 @@ inline Points uniform(std::size_t n, std::uint64_t seed = 1) {
     return vPoints;
 }
 
+/// The same with hills on hills, down to a few hundred points each, so that contours are long and wind.
+inline Points hills(std::size_t n) {
+    Points vPoints = uniform(n);
+    for (Point2& point : vPoints) {
+        double height = 0.0;
+        for (double frequency = 2.0; frequency < 200.0; frequency *= 2.0)
+            height += 100.0 / frequency * std::sin(frequency * (3.0 * point.x() + 0.7 * point.y()) + frequency) *
+                      std::cos(frequency * (2.6 * point.y() - 0.9 * point.x()));
+        point.set(point.x(), point.y(), height);
+    }
+    return vPoints;
+}
+
 /// 200 gaussian clusters, their centres uniform in the unit square, in random order.
 inline Points clustered(std::size_t n) {
     constexpr std::size_t numClusters = 200;

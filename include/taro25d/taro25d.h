@@ -8,6 +8,7 @@
 #include "taro25d/Color.h"
 #include "taro25d/Colorname.h"
 #include "taro25d/Edge2.h"
+#include "taro25d/IsoContours.h"
 #include "taro25d/Label.h"
 #include "taro25d/MsgBase.h"
 #include "taro25d/MsgType.h"

@@ -1,0 +1,31 @@
+#pragma once
+
+// The contours of VTK, kept apart from the program that measures them: its headers are many.
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "taro25d/Triangle2.h"
+
+namespace bench {
+
+std::string vtkVersion();
+
+/// A surface as VTK takes it.
+class VtkSurface {
+  public:
+    explicit VtkSurface(const std::vector<LUMO_TARO25D::Triangle2*>& vTriangles);
+    ~VtkSurface();
+
+    /// vtkContourFilter at all heights at once, its segments joined into lines by vtkStripper; with a search tree over the
+    /// heights if wanted. Returns the number of segments.
+    std::size_t contour(const std::vector<double>& vHeights, bool bTree) const;
+
+  private:
+    struct Data;
+    std::unique_ptr<Data> pData_;
+};
+
+}  // namespace bench

@@ -1,0 +1,149 @@
+#include "CrossingGraph.h"
+
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// Mixes the bits of a number into a hash (the finisher of Stafford 2011). Equal numbers have equal hashes, zeros too.
+std::uint64_t mixed(std::uint64_t hash, double number) {
+    number += 0.0;
+    std::uint64_t bits;
+    std::memcpy(&bits, &number, sizeof bits);
+    hash = (hash ^ bits) * 0xbf58476d1ce4e5b9;
+    hash = (hash ^ (hash >> 27)) * 0x94d049bb133111eb;
+    return hash ^ (hash >> 31);
+}
+
+std::uint64_t hashOf(const Point2& low, const Point2& high) {
+    std::uint64_t hash = mixed(mixed(mixed(1, low.x()), low.y()), low.z());
+    return mixed(mixed(mixed(hash, high.x()), high.y()), high.z());
+}
+
+bool isSame(const Point2* pA, const Point2* pB) { return pA == pB || samePoint(*pA, *pB); }
+
+/// Where a height lies between two others: 0 to 1.
+double fractionAt(double height, double low, double high) {
+    const double range = high - low;
+    return std::isfinite(range) ? (height - low) / range : (0.5 * height - 0.5 * low) / (0.5 * high - 0.5 * low);
+}
+
+}  // namespace
+
+CrossingGraph::CrossingGraph(double height, size_t maxTriangles) : height_(height) {
+    size_t size = 4;
+    while (size < 4 * maxTriangles) size *= 2;
+    vTable_.assign(size, Index(NONE));
+    vCrossings_.reserve(maxTriangles + maxTriangles / 8);
+}
+
+// ---- Collecting ----
+
+bool CrossingGraph::add(const Triangle2& triangle) {
+    const auto isHigh = [&](int i) { return triangle.getCorner(i)->z() > height_; };
+    const int alone = isHigh(0) == isHigh(1) ? 2 : isHigh(0) == isHigh(2) ? 1 : 0;
+    const Point2* pAlone = triangle.getCorner(alone);
+    const Index a = findCrossing(pAlone, triangle.getCorner(incIndexBy1(alone)));
+    const Index b = findCrossing(pAlone, triangle.getCorner(incIndexBy2(alone)));
+    return a == b || (link(a, b) && link(b, a));  // one edge only: two corners are equal
+}
+
+CrossingGraph::Index CrossingGraph::findCrossing(const Point2* pA, const Point2* pB) {
+    if (pB->z() < pA->z()) std::swap(pA, pB);
+    const size_t mask = vTable_.size() - 1;
+    size_t slot = hashOf(*pA, *pB) & mask;
+    for (; vTable_[slot] != NONE; slot = (slot + 1) & mask) {
+        const Crossing& crossing = vCrossings_[vTable_[slot]];
+        if (isSame(crossing.pLow, pA) && isSame(crossing.pHigh, pB)) return vTable_[slot];
+    }
+    vTable_[slot] = static_cast<Index>(vCrossings_.size());
+    vCrossings_.push_back(makeCrossing(pA, pB));
+    return vTable_[slot];
+}
+
+CrossingGraph::Crossing CrossingGraph::makeCrossing(const Point2* pLow, const Point2* pHigh) const {
+    const double t = fractionAt(height_, pLow->z(), pHigh->z());
+    const double x = interpolate(pLow->x(), pHigh->x(), t), y = interpolate(pLow->y(), pHigh->y(), t);
+    return {pLow, pHigh, x, y, {NONE, NONE}, false};
+}
+
+bool CrossingGraph::link(Index from, Index to) {
+    Index* aNext = vCrossings_[from].aNext;
+    if (aNext[1] != NONE) return false;
+    aNext[aNext[0] == NONE ? 0 : 1] = to;
+    return true;
+}
+
+// ---- Chaining ----
+
+void CrossingGraph::appendPolylines(std::vector<std::vector<Segment2>>& vvPolylines) {
+    appendSorted(false, vvPolylines);
+    appendSorted(true, vvPolylines);
+}
+
+/// The closed ones are what is left when the open ones have been taken.
+void CrossingGraph::appendSorted(bool bClosed, std::vector<std::vector<Segment2>>& vvPolylines) {
+    std::vector<std::vector<Segment2>> vvFresh;
+    for (Index i = 0; i < vCrossings_.size(); ++i) {
+        const Crossing& crossing = vCrossings_[i];
+        if (crossing.bVisited || (!bClosed && crossing.aNext[1] != NONE)) continue;
+        Chain vChain = walkFrom(i);
+        direct(vChain, bClosed);
+        std::vector<Segment2> vPolyline = toPolyline(vChain, bClosed);
+        if (!vPolyline.empty()) vvFresh.push_back(std::move(vPolyline));
+    }
+    std::stable_sort(vvFresh.begin(), vvFresh.end(),
+                     [](const auto& a, const auto& b) { return a.front().getSrc() < b.front().getSrc(); });
+    reserveMore(vvPolylines, vvFresh.size());
+    std::move(vvFresh.begin(), vvFresh.end(), std::back_inserter(vvPolylines));
+}
+
+CrossingGraph::Chain CrossingGraph::walkFrom(Index start) {
+    Chain vChain;
+    for (Index previous = NONE, i = start; i != NONE && !vCrossings_[i].bVisited;) {
+        Crossing& crossing = vCrossings_[i];
+        crossing.bVisited = true;
+        vChain.push_back(i);
+        const Index next = crossing.aNext[crossing.aNext[0] == previous ? 1 : 0];
+        previous = std::exchange(i, next);
+    }
+    return vChain;
+}
+
+/// Lets the higher ground be on the left, and a closed chain begin at its smallest point.
+void CrossingGraph::direct(Chain& vChain, bool bClosed) {
+    for (size_t i = bClosed ? 0 : 1; i < vChain.size(); ++i) {
+        const Crossing& from = vCrossings_[i == 0 ? vChain.back() : vChain[i - 1]];
+        const Orientation2 side = sideOfHigherGround(from, vCrossings_[vChain[i]]);
+        if (side == ORIENTATION2_CW) std::reverse(vChain.begin(), vChain.end());
+        if (side != ORIENTATION2_COLLINEAR) break;
+    }
+    if (!bClosed) return;
+    const auto isSmaller = [this](Index a, Index b) { return toPoint(a) < toPoint(b); };
+    std::rotate(vChain.begin(), std::min_element(vChain.begin(), vChain.end(), isSmaller), vChain.end());
+}
+
+/// On the way from one crossing to the next, through a triangle. Counterclockwise is the left; collinear when the
+/// triangle has no area. Its corners tell more than the two points, which rounding has moved.
+Orientation2 CrossingGraph::sideOfHigherGround(const Crossing& from, const Crossing& to) {
+    if (isSame(from.pHigh, to.pHigh)) return geomTest_.dynamicFilterOri2(from.pHigh, from.pLow, to.pLow);
+    return geomTest_.dynamicFilterOri2(from.pLow, to.pHigh, from.pHigh);
+}
+
+std::vector<Segment2> CrossingGraph::toPolyline(const Chain& vChain, bool bClosed) const {
+    std::vector<Segment2> vPolyline;
+    vPolyline.reserve(vChain.size());
+    const size_t numPieces = bClosed ? vChain.size() : vChain.size() - 1;
+    for (size_t i = 0; i < numPieces; ++i) {
+        const Point2 src = toPoint(vChain[i]), trg = toPoint(vChain[i + 1 < vChain.size() ? i + 1 : 0]);
+        if (src != trg) vPolyline.emplace_back(src, trg);
+    }
+    return vPolyline;
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "GeomTest.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// The number at the part t, 0 to 1, of the way from a to b; never outside of them.
+inline double interpolate(double a, double b, double t) {
+    const double difference = b - a;
+    const double value = std::isfinite(difference) ? a + t * difference : (1.0 - t) * a + t * b;
+    return std::clamp(value, std::min(a, b), std::max(a, b));
+}
+
+/// The crossings of a horizontal plane with the edges of a surface, joined into chains by the triangles that it cuts.
+/// The plane must not pass through a corner: then it crosses two edges of a triangle, or none.
+///
+/// A crossing is known by its edge, not by its point: both triangles of an edge find the same one, and so do triangles
+/// that have equal corners without sharing them, while points that rounding makes equal stay apart. Edges are found by
+/// a hash of their ends' coordinates, so that everything but the order of the result is linear in the triangles cut.
+class CrossingGraph {
+  public:
+    /// For at most so many triangles.
+    CrossingGraph(double height, size_t maxTriangles);
+
+    /// Adds a triangle that the plane cuts. False if one of its edges has more than two triangles: the crossings do
+    /// not form chains.
+    bool add(const Triangle2& triangle);
+
+    /// Appends the chains as polylines with the higher ground on the left: open ones first, then closed ones, which
+    /// begin at their smallest points; both ordered by their first points. Pieces without length are left out. Once.
+    void appendPolylines(std::vector<std::vector<Segment2>>& vvPolylines);
+
+  private:
+    using Index = std::uint32_t;
+    using Chain = std::vector<Index>;
+    static constexpr Index NONE = std::numeric_limits<Index>::max();
+
+    struct Crossing {
+        const Point2 *pLow, *pHigh;
+        double x, y;
+        Index aNext[2];
+        bool bVisited;
+    };
+
+    Index findCrossing(const Point2* pA, const Point2* pB);
+    Crossing makeCrossing(const Point2* pLow, const Point2* pHigh) const;
+    bool link(Index from, Index to);
+
+    void appendSorted(bool bClosed, std::vector<std::vector<Segment2>>& vvPolylines);
+    Chain walkFrom(Index start);
+    void direct(Chain& vChain, bool bClosed);
+    Orientation2 sideOfHigherGround(const Crossing& from, const Crossing& to);
+    std::vector<Segment2> toPolyline(const Chain& vChain, bool bClosed) const;
+    Point2 toPoint(Index i) const { return Point2(vCrossings_[i].x, vCrossings_[i].y, height_); }
+
+    double height_;
+    std::vector<Crossing> vCrossings_;
+    std::vector<Index> vTable_;  // open addressing, at most half full
+    GeomTest geomTest_;
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,194 @@
+#include "taro25d/IsoContours.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <sstream>
+#include <tuple>
+
+#include "CrossingGraph.h"
+#include "HeightTree.h"
+#include "diagnostics.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+// ---- Heights ----
+
+/// The triangles that a height cuts.
+struct Cut {
+    std::vector<Triangle2*> vTriangles;
+    bool bThroughCorner;  // the height is forbidden
+};
+
+/// Any corner at the height belongs to a triangle that the tree finds, so no list of forbidden heights is needed.
+Cut cutAt(const HeightTree& tree, double height) {
+    Cut cut;
+    cut.vTriangles.reserve(10000);
+    tree.getElements(height, cut.vTriangles);
+    cut.bThroughCorner = std::any_of(cut.vTriangles.begin(), cut.vTriangles.end(), [height](const Triangle2* pT) {
+        return pT->getCorner(0)->z() == height || pT->getCorner(1)->z() == height || pT->getCorner(2)->z() == height;
+    });
+    return cut;
+}
+
+/// About a thousand units in the last place, or one where these are not small.
+double getFirstStep(double height) {
+    double step = getUlp(height);
+    if (1000.0 * step < 1e-6) step *= 1000.0;
+    while (!(height + step > height)) step *= 2.0;
+    return step;
+}
+
+void warnOfHeight(bool bVerbose, const std::string& problem, double height, const std::string& rest) {
+    if (!bVerbose) return;
+    std::ostringstream text;
+    text << problem << " at height z=" << height << rest << " Use bVerbose=false to suppress this message.";
+    warning("IsoContours::getContours()", text.str());
+}
+
+/// The cut at the smallest step above a height that avoids all corners, to which the height is moved.
+Cut cutAbove(const HeightTree& tree, double& height, bool bVerbose) {
+    double step = getFirstStep(height);
+    Cut cut = cutAt(tree, height + step);
+    while (cut.bThroughCorner) {
+        step *= 2.0;
+        cut = cutAt(tree, height + step);
+    }
+    TARO_ASSERT_TEXT(height + step > height, "height+add>height");
+    std::ostringstream rest;
+    rest << ". Adding " << step << " automatically.\n     ";
+    warnOfHeight(bVerbose, "Degenerate intersection", height, rest.str());
+    height += step;
+    return cut;
+}
+
+const char* const ADVICE = ".\n      Please add a little noise and try again.";
+
+// ---- Profiles ----
+
+/// A vertical plane along a direction. Lengths are in units of its own: eighths, so that nothing overflows.
+class VerticalPlane {
+  public:
+    VerticalPlane(const Point2& point, const Vector2& direction) : point_(point), direction_(direction) {}
+
+    /// Positive to the left of the plane, 0 on it.
+    double sideOf(const Point2& point) const {
+        return direction_.x() * (0.125 * point.y() - 0.125 * point_.y()) -
+               direction_.y() * (0.125 * point.x() - 0.125 * point_.x());
+    }
+    /// Increases along the direction.
+    double positionOf(const Point2& point) const {
+        return direction_.x() * (0.125 * point.x()) + direction_.y() * (0.125 * point.y());
+    }
+    /// Appends the segment in which the plane cuts a triangle, or passes along one of its edges.
+    void cut(const Triangle2& triangle, std::vector<Segment2>& vSegments) const;
+    /// Along the plane.
+    bool isBefore(const Segment2& a, const Segment2& b) const {
+        return std::make_tuple(positionOf(a.getSrc()), positionOf(a.getTrg())) <
+               std::make_tuple(positionOf(b.getSrc()), positionOf(b.getTrg()));
+    }
+
+  private:
+    Point2 point_;
+    Vector2 direction_;
+};
+
+/// Both triangles of an edge start from its left end, so that they get the same point.
+Point2 pointBetween(const Point2& left, double sideOfLeft, const Point2& right, double sideOfRight) {
+    const double t = sideOfLeft / (sideOfLeft - sideOfRight);
+    return Point2(interpolate(left.x(), right.x(), t), interpolate(left.y(), right.y(), t),
+                  interpolate(left.z(), right.z(), t));
+}
+
+void VerticalPlane::cut(const Triangle2& triangle, std::vector<Segment2>& vSegments) const {
+    std::array<Point2, 3> aPoint;
+    std::array<double, 3> aSide;
+    for (int i = 0; i < 3; ++i) aSide[i] = sideOf(*triangle.getCorner(i));
+    size_t numPoints = 0;
+    for (int i = 0; i < 3; ++i) {
+        const int j = incIndexBy1(i);
+        const Point2 &a = *triangle.getCorner(i), &b = *triangle.getCorner(j);
+        if (aSide[i] == 0.0) aPoint[numPoints++].set(a.x(), a.y(), a.z());
+        if (aSide[i] > 0.0 && aSide[j] < 0.0) aPoint[numPoints++] = pointBetween(a, aSide[i], b, aSide[j]);
+        if (aSide[i] < 0.0 && aSide[j] > 0.0) aPoint[numPoints++] = pointBetween(b, aSide[j], a, aSide[i]);
+    }
+    if (numPoints != 2 || aPoint[0] == aPoint[1]) return;
+    const bool bForward = positionOf(aPoint[0]) < positionOf(aPoint[1]);
+    vSegments.emplace_back(aPoint[bForward ? 0 : 1], aPoint[bForward ? 1 : 0]);
+}
+
+bool isSameSegment(const Segment2& a, const Segment2& b) {
+    return samePoint(a.getSrc(), b.getSrc()) && samePoint(a.getTrg(), b.getTrg());
+}
+
+/// About length 1; the x axis for a direction that is none.
+Vector2 toDirection(const Vector2& v) {
+    const Vector2 direction(v.x(), v.y(), 0.0);
+    const bool bUsable = std::isfinite(v.x()) && std::isfinite(v.y()) && !direction.isDegenerate();
+    return bUsable ? direction / getBinaryScale(direction) : Vector2(1.0, 0.0, 0.0);
+}
+
+std::vector<Triangle2*> trianglesOf(const Taro_2D& surface) {
+    std::vector<Triangle2*> vTriangles;
+    surface.getTrianglePointers(vTriangles);
+    return vTriangles;
+}
+
+}  // namespace
+
+IsoContours::IsoContours(const std::vector<Triangle2*>& vTriangles)
+    : direction_(1.0, 0.0, 0.0), pTree_(std::make_unique<HeightTree>(vTriangles)) {}
+
+IsoContours::IsoContours(const std::vector<Point2>& vPoints, const Vector2& direction)
+    : direction_(toDirection(direction)), pSurface_(std::make_unique<Taro_2D>()) {
+    pSurface_->insert(vPoints);
+    pTree_ = std::make_unique<HeightTree>(trianglesOf(*pSurface_));
+}
+
+IsoContours::~IsoContours() = default;
+
+double IsoContours::getMinHeight() const { return pTree_->isEmpty() ? -1.0 : pTree_->getMin(); }
+
+double IsoContours::getMaxHeight() const { return pTree_->isEmpty() ? -1.0 : pTree_->getMax(); }
+
+bool IsoContours::getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose,
+                              bool bAutoAdjustHeight) const {
+    Cut cut = cutAt(*pTree_, height);
+    if (cut.bThroughCorner && !bAutoAdjustHeight) {
+        warnOfHeight(bVerbose, "Degenerate intersection", height, ADVICE);
+        return false;
+    }
+    if (cut.bThroughCorner) cut = cutAbove(*pTree_, height, bVerbose);
+    TARO_ASSERT_TEXT(!cut.bThroughCorner, "sForbiddenHeights.find(height)==sForbiddenHeights.end()");
+
+    CrossingGraph graph(height, cut.vTriangles.size());
+    for (const Triangle2* pT : cut.vTriangles) {
+        if (graph.add(*pT)) continue;
+        warnOfHeight(bVerbose, "Bad numerical accuracy", height, ADVICE);
+        return false;
+    }
+    graph.appendPolylines(vvContours);
+    return true;
+}
+
+bool IsoContours::getProfile(const Point2& point, std::vector<Segment2>& vSegments) const {
+    if (!std::isfinite(point.x()) || !std::isfinite(point.y())) {
+        warning("IsoContours::getProfile()", "non-finite coordinates, no profile");
+        return false;
+    }
+    const VerticalPlane plane(point, direction_);
+    std::vector<Segment2> vCuts;
+    pTree_->forEach([&](const Triangle2& triangle) { plane.cut(triangle, vCuts); });
+    std::sort(vCuts.begin(), vCuts.end(), [&](const auto& a, const auto& b) { return plane.isBefore(a, b); });
+    // Both triangles of an edge in the plane give that edge.
+    vCuts.erase(std::unique(vCuts.begin(), vCuts.end(), isSameSegment), vCuts.end());
+    vSegments.insert(vSegments.end(), vCuts.begin(), vCuts.end());
+    return true;
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "taro25d/Point2.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Triangle2.h"
+#include "taro25d/Vector2.h"
+#include "taro25d/export.h"
+
+namespace LUMO_TARO25D {
+
+class HeightTree;
+class Taro_2D;
+
+/// Contour lines and profiles of a surface made of triangles.
+///
+/// An object is built once and then asked for any number of heights. It finds the triangles that a height cuts through
+/// a tree, so that a query costs time for those triangles only, however large the surface is. Queries change nothing:
+/// several threads may ask one object at once.
+class TARO25D_API IsoContours {
+  public:
+    /// The surface of a list of triangles, usually all triangles of a triangulation or of a zone. The list is copied,
+    /// the triangles and their corners are not: they must outlive this object, and not change. Triangles need not know
+    /// their neighbours; edges are the same when their end points are equal in x, y and z. Left out are null pointers
+    /// and triangles with a corner that is null or has a coordinate that is NaN or infinite. O(n log n).
+    explicit IsoContours(const std::vector<Triangle2*>& vTriangles);
+    /// The surface of the Delaunay triangulation of some points, which this object makes and owns. Its profiles run
+    /// along the direction given, of which x and y count; a direction without a length in x-y, or one that is not
+    /// finite, stands for the x axis. Contours do not depend on it. Points that are all on one line give an empty
+    /// surface. O(n log n).
+    IsoContours(const std::vector<Point2>& vPoints, const Vector2& direction);
+    ~IsoContours();
+    IsoContours(const IsoContours&) = delete;
+    IsoContours& operator=(const IsoContours&) = delete;
+
+    /// The height of the lowest corner; -1.0 for an empty surface.
+    double getMinHeight() const;
+    /// The height of the highest corner; -1.0 for an empty surface.
+    double getMaxHeight() const;
+
+    /// Appends the contours at a height. Each is one whole polyline: the target of a segment is the source of the next.
+    /// It is closed (the last target is the first source) or ends where the surface ends. All its points have the
+    /// height as z, and lie on edges of the triangles. **Higher ground is on the left** of every polyline, so that
+    /// contours run counterclockwise around summits; on a surface that overhangs, of the first triangle that has an
+    /// area in x-y.
+    ///
+    /// The order does not depend on addresses: open polylines come first, then closed ones, both ordered by their first
+    /// points; a closed one begins at its smallest point (by x, then y).
+    ///
+    /// A contour is not well defined at the height of a corner. With bAutoAdjustHeight the contours are then those at a
+    /// height some units in the last place above, which is their z; without it nothing is appended, and false is
+    /// returned. False is also the answer, whatever the height, when it cuts an edge that has more than two triangles.
+    /// With bVerbose each of these three gives a warning. Where the steps between such a height and the corner are too
+    /// small for the coordinates, points coincide: polylines may touch there, but are still whole.
+    ///
+    /// Otherwise the result is true, also for a height that nothing has. O(k + log n) for k cut triangles that are
+    /// small compared with the surface, never more than O(k log n).
+    bool getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose = true,
+                     bool bAutoAdjustHeight = true) const;
+
+    /// Appends the profile of the surface in the vertical plane through a point: the segments, in the triangles or along
+    /// their edges, from which the surface rises or falls to the next. The plane runs along the direction of the
+    /// constructor, or the x axis for an object made from triangles, and the segments have that direction and order.
+    /// Where the surface is in one piece, so are they: each target is the next source. z of the point does not matter,
+    /// and vertical triangles do not count. A point with an x or y that is not finite gets a warning and false;
+    /// otherwise the result is true, also when the plane misses the surface. O(n).
+    bool getProfile(const Point2& point, std::vector<Segment2>& vSegments) const;
+
+  private:
+    Vector2 direction_;
+    std::unique_ptr<Taro_2D> pSurface_;  // null for triangles of the client
+    std::unique_ptr<HeightTree> pTree_;
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,472 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+#include <functional>
+#include <limits>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "HeightTree.h"
+#include "support/capture.h"
+#include "support/generators.h"
+#include "taro25d/IsoContours.h"
+#include "taro25d/Taro_2D.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+using Polyline = std::vector<Segment2>;
+using Polylines = std::vector<Polyline>;
+
+constexpr double INF = std::numeric_limits<double>::infinity();
+constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
+constexpr double MAX = std::numeric_limits<double>::max();
+
+std::vector<Triangle2*> trianglesOf(const Taro_2D& mesh) {
+    std::vector<Triangle2*> vTriangles;
+    mesh.getTrianglePointers(vTriangles);
+    return vTriangles;
+}
+
+Polylines contours(const IsoContours& iso, double height) {
+    Polylines vvContours;
+    EXPECT_TRUE(iso.getContours(height, vvContours, false));
+    return vvContours;
+}
+
+/// The integer points of a square around the origin, with heights.
+void insertGrid(int halfSide, const std::function<double(double, double)>& heightAt, Taro_2D& mesh) {
+    PointVector vPoints;
+    for (int x = -halfSide; x <= halfSide; ++x)
+        for (int y = -halfSide; y <= halfSide; ++y) vPoints.emplace_back(x, y, heightAt(x, y));
+    mesh.insert(vPoints);
+}
+
+bool isClosed(const Polyline& vPolyline) { return samePoint(vPolyline.front().getSrc(), vPolyline.back().getTrg()); }
+
+/// Positive for a closed polyline that runs counterclockwise.
+double areaOf(const Polyline& vPolyline) {
+    double area = 0;
+    for (const Segment2& s : vPolyline)
+        area += 0.5 * (s.getSrc().x() * s.getTrg().y() - s.getSrc().y() * s.getTrg().x());
+    return area;
+}
+
+double lengthOf(const Polyline& vPolyline) {
+    double length = 0;
+    for (const Segment2& s : vPolyline) length += std::sqrt(s.getSqLen25D());
+    return length;
+}
+
+std::string toText(const Polylines& vvPolylines) {
+    std::ostringstream text;
+    text.precision(17);
+    for (const Polyline& vPolyline : vvPolylines) {
+        for (const Segment2& s : vPolyline)
+            text << s.getSrc().x() << " " << s.getSrc().y() << " " << s.getSrc().z() << ", ";
+        text << vPolyline.back().getTrg().x() << " " << vPolyline.back().getTrg().y() << "\n";
+    }
+    return text.str();
+}
+
+/// What a query prints, and whether it succeeds without a contour or fails: either appends nothing.
+std::string printedBy(const IsoContours& iso, double height, bool bVerbose, bool bAutoAdjustHeight, bool bExpected) {
+    Polylines vvContours;
+    const StdoutCapture capture;
+    EXPECT_EQ(iso.getContours(height, vvContours, bVerbose, bAutoAdjustHeight), bExpected);
+    if (!bExpected) {
+        EXPECT_TRUE(vvContours.empty());
+    }
+    return capture.text();
+}
+
+std::string warningOf(const std::string& text) {
+    return "\033[0;93m      [Taro2D-Message] IsoContours::getContours(), WARNING: " + text + "\033[m\n";
+}
+
+/// The contours of all triangles one by one, in long double: their total length; and how many connected pieces they
+/// make, by joining triangles across common edges again and again.
+class Oracle {
+  public:
+    Oracle(const std::vector<Triangle2*>& vTriangles, double height) {
+        for (const Triangle2* pT : vTriangles)
+            if (pieceOf(*pT, height) > 0) vCut_.push_back(pT);
+        std::vector<size_t> vLabel(vCut_.size());
+        std::iota(vLabel.begin(), vLabel.end(), 0);
+        for (bool bChanged = true; bChanged;) {
+            bChanged = false;
+            for (size_t i = 0; i < vCut_.size(); ++i)
+                for (size_t j = 0; j < vCut_.size(); ++j)
+                    if (vLabel[j] < vLabel[i] && shareCutEdge(*vCut_[i], *vCut_[j], height))
+                        vLabel[i] = vLabel[j], bChanged = true;
+        }
+        for (size_t i = 0; i < vLabel.size(); ++i) numPieces += vLabel[i] == i;
+    }
+
+    double length = 0;
+    size_t numPieces = 0;
+
+  private:
+    double pieceOf(const Triangle2& t, double height) {
+        std::vector<std::pair<long double, long double>> vPoints;
+        for (int i = 0; i < 3; ++i) {
+            const Point2 &a = *t.getCorner(i), &b = *t.getCorner((i + 1) % 3);
+            if ((a.z() > height) == (b.z() > height)) continue;
+            const long double f =
+                (static_cast<long double>(height) - a.z()) / (static_cast<long double>(b.z()) - a.z());
+            vPoints.emplace_back(a.x() + f * (static_cast<long double>(b.x()) - a.x()),
+                                 a.y() + f * (static_cast<long double>(b.y()) - a.y()));
+        }
+        if (vPoints.empty()) return 0;
+        length +=
+            static_cast<double>(std::hypot(vPoints[0].first - vPoints[1].first, vPoints[0].second - vPoints[1].second));
+        return 1;
+    }
+    static bool shareCutEdge(const Triangle2& s, const Triangle2& t, double height) {
+        for (int i = 0; i < 3; ++i) {
+            const Point2 *pA = s.getCorner((i + 1) % 3), *pB = s.getCorner((i + 2) % 3);
+            if (s.getOppositeTriangle(i) == &t && (pA->z() > height) != (pB->z() > height)) return true;
+        }
+        return false;
+    }
+
+    std::vector<const Triangle2*> vCut_;
+};
+
+/// Whole, on the surface, higher ground on the left, and open only between two points of the hull.
+void expectSound(const Taro_2D& mesh, const Polyline& vPolyline, double height) {
+    for (size_t i = 0; i < vPolyline.size(); ++i) {
+        const Point2 &src = vPolyline[i].getSrc(), &trg = vPolyline[i].getTrg();
+        EXPECT_NE(src, trg);
+        EXPECT_EQ(src.z(), height);
+        if (i > 0) {
+            EXPECT_TRUE(samePoint(vPolyline[i - 1].getTrg(), src));
+        }
+        double surface = 0;
+        EXPECT_TRUE(mesh.getHeight(src.x(), src.y(), surface, nullptr, 1e-9));
+        EXPECT_NEAR(surface, height, 1e-7);
+        const Triangle2* pT = mesh.locate(Point2(0.5 * (src.x() + trg.x()), 0.5 * (src.y() + trg.y()), 0));
+        if (!pT || vPolyline[i].getSqLen2D() < 1e-8) continue;
+        const Vector2 normal = pT->getNormalVector();
+        EXPECT_GE(normal.x() * (trg.y() - src.y()) - normal.y() * (trg.x() - src.x()), 0);  // uphill is -normal
+    }
+    for (const Point2& end : {vPolyline.front().getSrc(), vPolyline.back().getTrg()}) {
+        const Triangle2* pT = mesh.locate(Point2(end.x() * (1 + 1e-9), end.y() * (1 + 1e-9), 0));
+        EXPECT_TRUE(isClosed(vPolyline) || pT == nullptr);
+    }
+}
+
+}  // namespace
+
+TEST(IsoContours, AgreeWithASlowOracleOnEveryLevel) {
+    for (const unsigned seed : {1u, 2u, 3u, 4u}) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        PointVector vPoints;
+        for (size_t i = 0; i < scaled(1500); ++i) {
+            const double x = uniform(random, -1, 1), y = uniform(random, -1, 1);
+            vPoints.emplace_back(x, y, std::sin(5 * x) * std::cos(4 * y) + uniform(random, 0, 0.05 * seed));
+        }
+        Taro_2D mesh;
+        mesh.insert(vPoints);
+        const std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
+        const IsoContours iso(vTriangles);
+        for (double part = 0.05; part < 1; part += 0.1) {
+            const double height = iso.getMinHeight() + part * (iso.getMaxHeight() - iso.getMinHeight());
+            const Oracle oracle(vTriangles, height);
+            const Polylines vvContours = contours(iso, height);
+            double length = 0;
+            for (const Polyline& vPolyline : vvContours) {
+                expectSound(mesh, vPolyline, height);
+                length += lengthOf(vPolyline);
+            }
+            EXPECT_EQ(vvContours.size(), oracle.numPieces);
+            EXPECT_NEAR(length, oracle.length, 1e-9 * oracle.length);
+        }
+    }
+}
+
+TEST(IsoContours, ShapesOfGround) {
+    const struct {
+        const char* name;
+        double (*heightAt)(double x, double y);
+        double height;
+        size_t numOpen, numClosed;
+        double sign;  // of the area of closed ones
+    } aCase[] = {
+        {"summit", [](double x, double y) { return -x * x - y * y; }, -10.5, 0, 1, 1},
+        {"hollow", [](double x, double y) { return x * x + y * y; }, 10.5, 0, 1, -1},
+        {"summit at the level", [](double x, double y) { return -x * x - y * y; }, 0, 0, 0, 0},
+        {"hollow at the level", [](double x, double y) { return 1 + x * x + y * y; }, 1, 0, 1, -1},
+        {"saddle above", [](double x, double y) { return x * y; }, 0.5, 2, 0, 0},
+        {"saddle below", [](double x, double y) { return x * y; }, -0.5, 2, 0, 0},
+        {"saddle at the level", [](double x, double y) { return x * y; }, 0, 2, 0, 0},
+        {"saddle at a large level", [](double x, double y) { return 500 + x * x - y * y; }, 500, 2, 0, 0},
+        {"monkey saddle at the level", [](double x, double y) { return x * (x * x - 3 * y * y); }, 0, 3, 0, 0},
+        {"plateau below", [](double x, double y) { return std::max(0.0, 9 - x * x - y * y); }, 0, 0, 1, 1},
+        {"plateau above", [](double x, double y) { return std::min(3.0, 9 - x * x - y * y); }, 3, 0, 0, 0},
+        {"plateau half way", [](double x, double y) { return std::floor((x - 0.5 * y) / 4); }, 0, 1, 0, 0},
+        {"level ground", [](double, double) { return 7.0; }, 7, 0, 0, 0},
+        {"rim", [](double x, double y) { return -std::abs(std::hypot(x, y) - 4); }, -1.1, 0, 2, 0},
+        {"two summits", [](double x, double y) { return -std::abs(std::abs(x) - 3) - y * y; }, -1.5, 0, 2, 1},
+        {"nested", [](double x, double y) { return std::cos(1.5 * std::min(std::hypot(x, y), 6.2)); }, 0.1, 0, 3, 0},
+        {"slope", [](double x, double y) { return 2 * x + y; }, 0, 1, 0, 0},
+    };
+    for (const auto& c : aCase) {
+        SCOPED_TRACE(c.name);
+        Taro_2D mesh;
+        insertGrid(6, c.heightAt, mesh);
+        const Polylines vvContours = contours(IsoContours(trianglesOf(mesh)), c.height);
+        size_t numOpen = 0, numClosed = 0;
+        for (size_t i = 0; i < vvContours.size(); ++i) {
+            const Polyline& vPolyline = vvContours[i];
+            ++(isClosed(vPolyline) ? numClosed : numOpen);
+            expectSound(mesh, vPolyline, vPolyline[0].getSrc().z());
+            EXPECT_NEAR(vPolyline[0].getSrc().z(), c.height, 1e-9);
+            if (c.sign != 0) {
+                EXPECT_GT(c.sign * areaOf(vPolyline), 0);
+            }
+            // Open ones first, then closed ones, each by its first point; closed ones from their smallest.
+            if (i > 0 && isClosed(vPolyline) == isClosed(vvContours[i - 1])) {
+                EXPECT_LE(vvContours[i - 1][0].getSrc().x(), vPolyline[0].getSrc().x());
+            }
+            for (const Segment2& s : vPolyline) EXPECT_FALSE(isClosed(vPolyline) && s.getSrc() < vPolyline[0].getSrc());
+        }
+        EXPECT_EQ(numOpen, c.numOpen);
+        EXPECT_EQ(numClosed, c.numClosed);
+        EXPECT_TRUE(numOpen == 0 || !isClosed(vvContours[0]));
+    }
+}
+
+TEST(IsoContours, HeightsOfCornersAreMovedOrRefused) {
+    Point2 a(0, 0, 300), b(4, 0, 310), c(0, 4, 290);
+    Triangle2 triangle(&a, &b, &c);
+    const IsoContours iso({&triangle});
+    EXPECT_EQ(iso.getMinHeight(), 290);
+    EXPECT_EQ(iso.getMaxHeight(), 310);
+
+    const double step = 1000 * std::ldexp(1.0, -44);
+    std::ostringstream text;
+    text << "Degenerate intersection at height z=300. Adding " << step
+         << " automatically.\n      Use bVerbose=false to suppress this message.";
+    EXPECT_EQ(printedBy(iso, 300, true, true, true), warningOf(text.str()));
+    EXPECT_EQ(printedBy(iso, 300, false, true, true), "");
+    EXPECT_EQ(printedBy(iso, 300, true, false, false),
+              warningOf("Degenerate intersection at height z=300.\n      Please add a little noise and try again. Use "
+                        "bVerbose=false to suppress this message."));
+    EXPECT_EQ(printedBy(iso, 300, false, false, false), "");
+    const Polylines vvContours = contours(iso, 300);
+    ASSERT_EQ(vvContours.size(), 1u);
+    EXPECT_EQ(vvContours[0][0].getSrc().z(), 300 + step);
+    EXPECT_NEAR(areaOf({vvContours[0][0], Segment2(vvContours[0][0].getTrg(), a)}), 0, 1e-9);
+
+    for (const double outside : {289.0, 311.0, -INF, INF, NOT_A_NUMBER, -1e300}) {
+        EXPECT_EQ(printedBy(iso, outside, true, false, true), "") << outside;
+        EXPECT_TRUE(contours(iso, outside).empty());
+    }
+    EXPECT_EQ(printedBy(iso, 305, true, false, true), "");
+    Polylines vvAppended = vvContours;
+    EXPECT_TRUE(iso.getContours(305, vvAppended));
+    EXPECT_EQ(vvAppended.size(), 2u);
+
+    // While the next height is taken too, the step doubles; where it is lost, it grows until it is not.
+    for (const double height : {0.0, 1.0, -1.0, 1e-300, 1e9, 9007199254740992.0, -9007199254740992.0, 1e17, -1e100}) {
+        SCOPED_TRACE(height);
+        double first = 0.5;
+        if (height + 0.5 > height) {
+            while (height + first / 2 != height) first /= 2;
+            if (1000 * first < 1e-6) first *= 1000;
+        } else {
+            for (first = 1; !(height + first > height);) first *= 2;
+        }
+        const double next = height + first;
+        Point2 p(0, 0, height), q(1, 0, next), r(0, 1, height - 2 * std::abs(height) - 1),
+            s(1, 1, height + 2 * std::abs(height) + 1);
+        Triangle2 t0(&p, &q, &r), t1(&q, &s, &r);
+        const Polylines vvFound = contours(IsoContours({&t0, &t1}), height);
+        ASSERT_EQ(vvFound.size(), 1u);
+        while (height + first == next) first *= 2;
+        EXPECT_EQ(vvFound[0][0].getSrc().z(), height + first);
+    }
+}
+
+TEST(IsoContours, UnusualTriangles) {
+    Point2 a(0, 0, 0), b(2, 0, 2), c(0, 2, 4), d(2, 2, 1), e(-1, 3, 1), bad(1, 1, NOT_A_NUMBER), far(INF, 0, 0);
+    const IsoContours nothing({}), onlyBad({nullptr});
+    for (const IsoContours* pIso : {&nothing, &onlyBad}) {
+        EXPECT_EQ(pIso->getMinHeight(), -1.0);
+        EXPECT_EQ(pIso->getMaxHeight(), -1.0);
+        EXPECT_TRUE(contours(*pIso, 1).empty());
+    }
+    Triangle2 good(&a, &b, &c), withNaN(&a, &b, &bad), withInf(&a, &b, &far), recycled;
+    const IsoContours mixed({&withNaN, &recycled, &good, nullptr, &withInf});
+    EXPECT_EQ(mixed.getMaxHeight(), 4);
+    EXPECT_EQ(toText(contours(mixed, 1)), toText(contours(IsoContours({&good}), 1)));
+    EXPECT_EQ(toText(contours(mixed, 1)), "0 0.5 1, 1 0\n");
+
+    // Clockwise corners change nothing, nor do corners in one place and triangles on edge, which only join.
+    Triangle2 clockwise(&a, &c, &b), doubled(&a, &a, &c), onEdge(&a, &b, &b);
+    EXPECT_EQ(toText(contours(IsoContours({&clockwise, &doubled, &onEdge}), 1)), "0 0.5 1, 1 0\n");
+    Point2 below(2, 0, -1), top(0, 0, 9);
+    Triangle2 wall(&a, &below, &b), wallOnly(&a, &b, &top);
+    EXPECT_EQ(toText(contours(IsoContours({&wall, &good}), 1)), "0 0.5 1, 1 0 1, 2 0\n");
+    EXPECT_EQ(contours(IsoContours({&wallOnly}), 1).size(), 1u);
+
+    // Three triangles at one edge: no chain. Elsewhere the same triangles are good.
+    Triangle2 second(&b, &d, &c), third(&b, &e, &c);
+    const IsoContours fan({&good, &second, &third});
+    EXPECT_EQ(printedBy(fan, 2.5, true, true, false),
+              warningOf("Bad numerical accuracy at height z=2.5.\n      Please add a little noise and try again. Use "
+                        "bVerbose=false to suppress this message."));
+    EXPECT_EQ(printedBy(fan, 2.5, false, false, false), "");
+    EXPECT_EQ(contours(fan, 0.5).size(), 1u);
+
+    // The largest numbers, and the smallest.
+    for (const double scale : {0.9 * MAX, 1e-300}) {
+        Point2 p(-scale, -scale, -scale), q(scale, -scale, -scale), r(scale, scale, scale);
+        Triangle2 huge(&p, &q, &r);
+        const Polylines vvContours = contours(IsoContours({&huge}), scale / 2);
+        ASSERT_EQ(vvContours.size(), 1u);
+        EXPECT_NEAR(vvContours[0][0].getSrc().x() / scale, 0.5, 1e-15);
+        EXPECT_NEAR(vvContours[0][0].getTrg().x() / scale, 1, 1e-15);
+        EXPECT_NEAR(vvContours[0][0].getTrg().y() / scale, 0.5, 1e-15);
+    }
+}
+
+TEST(IsoContours, NeitherAddressesNorOrderNorSharingOfCornersMatter) {
+    Random random(5);
+    Taro_2D mesh;
+    insertGrid(
+        15, [&](double x, double y) { return std::sin(x) * y + uniform(random, 0, 1); }, mesh);
+    std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
+    const IsoContours iso(vTriangles);
+    std::shuffle(vTriangles.begin(), vTriangles.end(), random);
+    std::deque<Point2> vCorners;
+    std::deque<Triangle2> vLoose;
+    std::vector<Triangle2*> vpLoose;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            const Point2& corner = *pT->getCorner(i);
+            vCorners.emplace_front(corner.x() == 0 && vLoose.size() % 2 ? -0.0 : corner.x(), corner.y(), corner.z());
+        }
+        vpLoose.push_back(&vLoose.emplace_front(&vCorners[2], &vCorners[1], &vCorners[0]));
+    }
+    const IsoContours loose(vpLoose);
+    for (double height = -15.05; height < 15; ++height) {
+        const std::string expected = toText(contours(iso, height));
+        EXPECT_EQ(toText(contours(loose, height)), expected);
+        EXPECT_EQ(toText(contours(IsoContours(vTriangles), height)), expected);
+    }
+}
+
+TEST(IsoContours, OneLongLineInAStripOfManyTriangles) {
+    const size_t n = scaled(1000000);
+    std::vector<Point2> vPoints;
+    for (size_t i = 0; i < n + 2; ++i) vPoints.emplace_back(double(i), double(i % 2), double(i % 2));
+    std::vector<Triangle2> vTriangles;
+    std::vector<Triangle2*> vpTriangles;
+    for (size_t i = 0; i < n; ++i) vTriangles.emplace_back(&vPoints[i], &vPoints[i + 1], &vPoints[i + 2]);
+    for (Triangle2& triangle : vTriangles) vpTriangles.push_back(&triangle);
+    const Polylines vvContours = contours(IsoContours(vpTriangles), 0.5);
+    ASSERT_EQ(vvContours.size(), 1u);
+    EXPECT_EQ(vvContours[0].size(), n);
+    EXPECT_EQ(vvContours[0][0].getSrc(), Point2(0.5, 0.5, 0));
+}
+
+TEST(HeightTree, FindsWhatALinearSearchFinds) {
+    Random random(6);
+    for (const size_t n : {1, 2, 3, 7, 64, 300}) {
+        std::deque<Point2> vPoints;
+        std::deque<Triangle2> vTriangles;
+        std::vector<Triangle2*> vpTriangles;
+        for (size_t i = 0; i < n; ++i) {
+            const double base = integer(random, 0, 100), range = integer(random, 0, i % 5 == 0 ? 50 : 3);
+            for (int j = 0; j < 3; ++j) vPoints.emplace_front(0, 0, base + range * integer(random, 0, 2) / 2);
+            vpTriangles.push_back(&vTriangles.emplace_front(&vPoints[0], &vPoints[1], &vPoints[2]));
+        }
+        const HeightTree tree(vpTriangles);
+        for (double height = -1; height < 152; height += 0.5) {
+            std::vector<Triangle2*> vFound, vExpected;
+            tree.getElements(height, vFound);
+            for (Triangle2* pT : vpTriangles) {
+                const auto [low, high] =
+                    std::minmax({pT->getCorner(0)->z(), pT->getCorner(1)->z(), pT->getCorner(2)->z()});
+                if (low <= height && height <= high) vExpected.push_back(pT);
+            }
+            std::sort(vFound.begin(), vFound.end());
+            std::sort(vExpected.begin(), vExpected.end());
+            EXPECT_EQ(vFound, vExpected);
+        }
+    }
+}
+
+TEST(IsoContours, ProfilesFollowTheSurface) {
+    Random random(7);
+    Taro_2D mesh;
+    PointVector vPoints{Point2(-5, -5, 1), Point2(5, -5, 2), Point2(5, 5, 3), Point2(-5, 5, 4)};
+    for (int i = 0; i < 400; ++i)
+        vPoints.emplace_back(uniform(random, -5, 5), uniform(random, -5, 5), uniform(random, 0, 3));
+    for (int i = -4; i < 5; ++i) vPoints.emplace_back(i, i, uniform(random, 0, 3));
+    mesh.insert(vPoints);
+    const struct {
+        Point2 point;
+        Vector2 direction;
+        double length;  // in x-y
+    } aCase[] = {
+        {{0, 0, 99}, {1, 0, 0}, 10},
+        {{0, 1, 0}, {-2e300, 0, 5}, 10},
+        {{1, 0, 0}, {0, 3, 0}, 10},
+        {{2, 2, 0}, {1, 1, 0}, 10 * M_SQRT2},
+        {{3, 3, 0}, {-1e-9, -1e-9, 0}, 10 * M_SQRT2},
+        {{0, 0, 0}, {1, 2, 0}, 5 * std::sqrt(5)},
+        {{0, 5, 0}, {1, 0, 0}, 10},
+        {{0, -5, 0}, {1, 0, 0}, 10},
+        {{5, 7, 0}, {0, -1, 0}, 10},
+        {{0, 2, 0}, {0, 0, 1}, 10},
+        {{0, 2, 0}, {NOT_A_NUMBER, 1, 0}, 10},
+        {{0, 5.5, 0}, {1, 0, 0}, 0},
+        {{5, -5, 0}, {1, 1, 0}, 0},
+    };
+    for (const auto& c : aCase) {
+        SCOPED_TRACE(testing::Message() << c.point << " " << c.direction.x() << " " << c.direction.y());
+        const IsoContours iso(vPoints, c.direction);
+        Polyline vProfile;
+        EXPECT_TRUE(iso.getProfile(c.point, vProfile));
+        double length = 0;
+        for (size_t i = 0; i < vProfile.size(); ++i) {
+            const Point2 &src = vProfile[i].getSrc(), &trg = vProfile[i].getTrg();
+            length += std::sqrt(vProfile[i].getSqLen2D());
+            if (std::isfinite(c.direction.x()) && c.direction.z() != 1) {
+                EXPECT_GT((trg.x() - src.x()) * c.direction.x() + (trg.y() - src.y()) * c.direction.y(), 0);
+            }
+            if (i > 0) {
+                EXPECT_TRUE(samePoint(vProfile[i - 1].getTrg(), src));
+            }
+            for (const double t : {0.0, 0.3, 1.0}) {
+                double surface = 0;
+                EXPECT_TRUE(mesh.getHeight((1 - t) * src.x() + t * trg.x(), (1 - t) * src.y() + t * trg.y(), surface,
+                                           nullptr, 1e-9));
+                EXPECT_NEAR((1 - t) * src.z() + t * trg.z(), surface, 1e-7);
+            }
+        }
+        EXPECT_NEAR(length, c.length, 1e-9);
+    }
+    // The points' surface has contours, too; one made from triangles looks along the x axis, and may have gaps.
+    const IsoContours iso(vPoints, Vector2(0, 1, 0)), sameSurface(trianglesOf(mesh));
+    EXPECT_EQ(toText(contours(iso, 1.55)), toText(contours(sameSurface, 1.55)));
+    Point2 a(0, 0, 0), b(1, 0, 1), c(0, 1, 2), d(2, 0, 5), e(3, 0, 5), f(2, 1, 5);
+    Triangle2 left(&a, &b, &c), right(&d, &e, &f);
+    Polyline vProfile;
+    EXPECT_TRUE(IsoContours({&right, &left}).getProfile(Point2(7, 0.5, 0), vProfile));
+    EXPECT_EQ(toText({{vProfile[0]}, {vProfile[1]}}), "0 0.5 1, 0.5 0.5\n2 0.5 5, 2.5 0.5\n");
+    const StdoutCapture capture;
+    EXPECT_FALSE(iso.getProfile(Point2(0, NOT_A_NUMBER, 0), vProfile));
+    EXPECT_TRUE(IsoContours({{0, 0, 0}, {1, 1, 1}}, Vector2(1, 1, 0)).getProfile(Point2(), vProfile));
+    EXPECT_EQ(vProfile.size(), 2u);
+    EXPECT_NE(capture.text().find("IsoContours::getProfile(), WARNING: non-finite coordinates, no profile"),
+              std::string::npos);
+}
