@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "HeightTree.h"
 #include "support/capture.h"
 #include "support/generators.h"
 #include "taro25d/IsoContours.h"
@@ -242,6 +241,36 @@ TEST(IsoContours, ShapesOfGround) {
     }
 }
 
+TEST(IsoContours, AreWholeWhereRoundingMakesTheirPointsCoincide) {
+    // Whole heights, so that plateaus and saddles of all kinds are at each level, and coordinates so large that the
+    // step above the level is lost in them.
+    for (const unsigned seed : {1u, 2u, 3u}) {
+        Random random(seed);
+        PointVector vPoints = makeGrid(20, 450000, 5200000, 1, random);
+        for (Point2& point : vPoints) point.set(point.x(), point.y(), integer(random, -1, 2));
+        Taro_2D mesh;
+        mesh.insert(vPoints);
+        const std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
+        for (const double height : {-1.0, 0.0, 1.0}) {
+            size_t numOpenEnds = 0, numEndsOnHull = 0;
+            double length = 0;
+            const Polylines vvContours = contours(IsoContours(vTriangles), height);
+            for (const Polyline& vPolyline : vvContours) {
+                for (size_t i = 1; i < vPolyline.size(); ++i)
+                    EXPECT_TRUE(samePoint(vPolyline[i - 1].getTrg(), vPolyline[i].getSrc()));
+                numOpenEnds += isClosed(vPolyline) ? 0 : 2;
+                length += lengthOf(vPolyline);
+            }
+            for (const Triangle2* pT : vTriangles)
+                for (int i = 0; i < 3; ++i)
+                    numEndsOnHull += !pT->getOppositeTriangle(i) && (pT->getCorner((i + 1) % 3)->z() > height) !=
+                                                                        (pT->getCorner((i + 2) % 3)->z() > height);
+            EXPECT_LE(numOpenEnds, numEndsOnHull);  // both ends may be at one corner of the hull
+            EXPECT_NEAR(length, Oracle(vTriangles, height).length, 1e-6 * length);
+        }
+    }
+}
+
 TEST(IsoContours, HeightsOfCornersAreMovedOrRefused) {
     Point2 a(0, 0, 300), b(4, 0, 310), c(0, 4, 290);
     Triangle2 triangle(&a, &b, &c);
@@ -375,33 +404,6 @@ TEST(IsoContours, OneLongLineInAStripOfManyTriangles) {
     ASSERT_EQ(vvContours.size(), 1u);
     EXPECT_EQ(vvContours[0].size(), n);
     EXPECT_EQ(vvContours[0][0].getSrc(), Point2(0.5, 0.5, 0));
-}
-
-TEST(HeightTree, FindsWhatALinearSearchFinds) {
-    Random random(6);
-    for (const size_t n : {1, 2, 3, 7, 64, 300}) {
-        std::deque<Point2> vPoints;
-        std::deque<Triangle2> vTriangles;
-        std::vector<Triangle2*> vpTriangles;
-        for (size_t i = 0; i < n; ++i) {
-            const double base = integer(random, 0, 100), range = integer(random, 0, i % 5 == 0 ? 50 : 3);
-            for (int j = 0; j < 3; ++j) vPoints.emplace_front(0, 0, base + range * integer(random, 0, 2) / 2);
-            vpTriangles.push_back(&vTriangles.emplace_front(&vPoints[0], &vPoints[1], &vPoints[2]));
-        }
-        const HeightTree tree(vpTriangles);
-        for (double height = -1; height < 152; height += 0.5) {
-            std::vector<Triangle2*> vFound, vExpected;
-            tree.getElements(height, vFound);
-            for (Triangle2* pT : vpTriangles) {
-                const auto [low, high] =
-                    std::minmax({pT->getCorner(0)->z(), pT->getCorner(1)->z(), pT->getCorner(2)->z()});
-                if (low <= height && height <= high) vExpected.push_back(pT);
-            }
-            std::sort(vFound.begin(), vFound.end());
-            std::sort(vExpected.begin(), vExpected.end());
-            EXPECT_EQ(vFound, vExpected);
-        }
-    }
 }
 
 TEST(IsoContours, ProfilesFollowTheSurface) {
