@@ -1,4 +1,4 @@
-// Side-by-side measurement against CGAL's Delaunay triangulations and VTK's contours.
+// Side-by-side measurement against CGAL's Delaunay and constrained Delaunay triangulations and VTK's contours.
 //
 // Every row of the table pits our side against a reference on the same input in the same run. The two take
 // turns, so that a slow minute of the machine hits both, and the median of the ratios of the single rounds is
@@ -8,7 +8,9 @@
 // from the other one wins. Input, preparation and destruction are not timed. Where both compute the same
 // thing their results are compared; a difference ends the run.
 
+#include <CGAL/Constrained_Delaunay_triangulation_2.h>
 #include <CGAL/Delaunay_triangulation_2.h>
+#include <CGAL/Exact_predicates_exact_constructions_kernel.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 #include <CGAL/Triangulation_hierarchy_2.h>
 #include <CGAL/Triangulation_vertex_base_with_info_2.h>
@@ -23,6 +25,7 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iomanip>
@@ -60,6 +63,12 @@ using DelaunayOf = CGAL::Delaunay_triangulation_2<Kernel, CGAL::Triangulation_da
 using IndexedDelaunay = DelaunayOf<CGAL::Triangulation_vertex_base_with_info_2<unsigned, Kernel>>;
 using Hierarchy = CGAL::Triangulation_hierarchy_2<
     DelaunayOf<CGAL::Triangulation_hierarchy_vertex_base_2<CGAL::Triangulation_vertex_base_2<Kernel>>>>;
+
+/// Points at which constraints cross are rounded by the first one, as ours are, and exact in the second one.
+using RoundingConstrained =
+    CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Default, CGAL::Exact_predicates_tag>;
+using ExactConstrained = CGAL::Constrained_Delaunay_triangulation_2<CGAL::Exact_predicates_exact_constructions_kernel,
+                                                                    CGAL::Default, CGAL::Exact_intersections_tag>;
 
 // ---- Measuring ----
 
@@ -238,6 +247,70 @@ Sample cgalLocate(const Triangulation& triangulation, const CgalPoints& vQueries
     return sample;
 }
 
+struct LineWork {
+    Points vPoints;
+    Segments vSegments;
+};
+
+void insert(const LineWork& work, Taro_2D& taro) {
+    taro.insert(work.vPoints);
+    taro.createConstraint(work.vSegments, LUMO_TARO25D::CIS_CONSTRAINED_DELAUNAY);
+}
+
+Sample ourConstrained(const LineWork& work) {
+    Taro_2D taro;
+    Sample sample = timed([&] { insert(work, taro); });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+/// All points, those at the ends of the segments included, and the segments as pairs of indices.
+template <class Constrained>
+struct CgalLineWork {
+    std::vector<typename Constrained::Point> vPoints;
+    std::vector<std::pair<std::size_t, std::size_t>> vSegments;
+
+    explicit CgalLineWork(const LineWork& work) {
+        const auto add = [this](const Point2& point) { vPoints.emplace_back(point.x(), point.y()); };
+        for (const Point2& point : work.vPoints) add(point);
+        for (const Segment2& segment : work.vSegments) {
+            vSegments.emplace_back(vPoints.size(), vPoints.size() + 1);
+            add(segment.getSrc());
+            add(segment.getTrg());
+        }
+    }
+};
+
+template <class Constrained>
+Sample cgalConstrained(const CgalLineWork<Constrained>& work) {
+    Constrained triangulation;
+    Sample sample = timed([&] {
+        triangulation.insert_constraints(work.vPoints.begin(), work.vPoints.end(), work.vSegments.begin(),
+                                         work.vSegments.end());
+    });
+    sample.result = {triangulation.number_of_vertices(), triangulation.number_of_faces()};
+    return sample;
+}
+
+/// The segments alone, each in a call of its own.
+Sample ourSegments(const LineWork& work) {
+    Taro_2D taro;
+    taro.insert(work.vPoints);
+    Sample sample = timed([&] {
+        for (const Segment2& segment : work.vSegments)
+            taro.createConstraint({segment}, LUMO_TARO25D::CIS_CONSTRAINED_DELAUNAY);
+    });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+Sample ourLoad(const std::string& filename) {
+    Taro_2D taro;
+    Sample sample = timed([&] { taro.load(filename.c_str()); });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
 #ifdef TARO25D_COMPARE_VTK
 
 /// The number of segments at all heights. Lines are not compared: VTK cuts an open one where it began to join it.
@@ -350,6 +423,48 @@ Contest location(const Points& vPoints, Points vInput, bool bFromLast) {
     return {[=] { return ourLocate(*pTaro, *pQueries); }, [=] { return cgalLocate(*pCgal, *pCgalQueries, bFromLast); }};
 }
 
+using SharedLineWork = std::shared_ptr<const LineWork>;
+
+SharedLineWork share(Points vPoints, Segments vSegments) {
+    return std::make_shared<const LineWork>(LineWork{std::move(vPoints), std::move(vSegments)});
+}
+
+/// Where crossings are rounded, the number of points depends on the order in which they are found.
+template <class Constrained>
+Contest constrained(const SharedLineWork& pWork, bool bSameResult) {
+    auto pCgal = std::make_shared<const CgalLineWork<Constrained>>(*pWork);
+    return {[pWork] { return ourConstrained(*pWork); }, [pCgal] { return cgalConstrained(*pCgal); }, bSameResult};
+}
+
+Contest ownConstrained(const SharedLineWork& pWork, const SharedLineWork& pReference) {
+    return {[pWork] { return ourConstrained(*pWork); }, [pReference] { return ourConstrained(*pReference); }, false};
+}
+
+/// Segments into a mesh that is there, against making that mesh.
+Contest segmentsAgainstMesh(const SharedLineWork& pWork) {
+    return {[pWork] { return ourSegments(*pWork); }, [pWork] { return ourBulk(pWork->vPoints); }, false};
+}
+
+Contest ownSegments(const SharedLineWork& pWork, const SharedLineWork& pReference) {
+    return {[pWork] { return ourSegments(*pWork); }, [pReference] { return ourSegments(*pReference); }, false};
+}
+
+/// The name of a file that goes with its last user.
+std::shared_ptr<const std::string> makeTemporaryName() {
+    const auto path = std::filesystem::temp_directory_path() / ("compare" + std::to_string(getpid()));
+    return {new std::string(path), [](const std::string* pName) {
+                std::filesystem::remove(*pName);
+                delete pName;
+            }};
+}
+
+Contest loading(const SharedLineWork& pWork) {
+    auto pName = makeTemporaryName();
+    Taro_2D taro;
+    insert(*pWork, taro);
+    if (!taro.save(pName->c_str())) throw std::runtime_error("cannot write " + *pName);
+    return {[pName] { return ourLoad(*pName); }, [pWork] { return ourConstrained(*pWork); }};
+}
 #ifdef TARO25D_COMPARE_VTK
 
 Contest contours(const Points& vPoints, std::size_t numLevels, bool bVtkTree) {
@@ -377,6 +492,7 @@ std::vector<Row> makeRows(double scale) {
     const char* const cgalRange = "`Delaunay_triangulation_2` from a range";
     const char* const cgalIndexed = "the same, keeping the input index";
     const char* const cgalHierarchy = "`Triangulation_hierarchy_2`";
+    const char* const cgalConstraints = "`insert_constraints`";
     constexpr auto cpu = &Sample::cpu, wall = &Sample::wall, peak = &Sample::peak;
     return {
         {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu, [=] { return bulk(uniform(million)); }},
@@ -406,6 +522,30 @@ std::vector<Row> makeRows(double scale) {
          [=] { return single(uniform(million), uniform(hundredThousand, 12)); }},
         {"remove", "removal of 100,000 random vertices from 1,000,000", "`remove`", 1.0, cpu,
          [=] { return removal(uniform(million)); }},
+        {"constraints-short", "20,000 disjoint short segments and 100,000 uniform points", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share(uniform(size(1e5)), shortSegments(size(2e4))), true); }},
+        {"constraints-short-million", "200,000 and 1,000,000", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share(uniform(million), shortSegments(size(2e5))), true); }},
+        {"constraints-growth", "200,000 and 1,000,000", "own, 20,000 and 100,000", 12.0, cpu,
+         [=] {
+             return ownConstrained(share(uniform(million), shortSegments(size(2e5))),
+                                   share(uniform(size(1e5)), shortSegments(size(2e4))));
+         }},
+        {"constraints-crossing", "300 long segments that cross 34,000 times and 100,000 uniform points",
+         cgalConstraints, 2.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share(uniform(size(1e5)), longSegments(300)), false); }},
+        {"constraints-crossing-exact", "the same", "the same with exact constructions", 0.3, cpu,
+         [=] { return constrained<ExactConstrained>(share(uniform(size(1e5)), longSegments(300)), false); }},
+        {"constraint-across", "one segment across a mesh of 1,000,000 points", "own bulk of these", 0.01, cpu,
+         [=] { return segmentsAgainstMesh(share(uniform(million), acrossSegments(1))); }},
+        {"constraint-across-growth", "20 segments across a mesh of 1,000,000 points, one by one",
+         "own, a tenth as long", 10.0 * std::log(2100.0) / std::log(210.0), cpu,
+         [=] {
+             const Points vPoints = uniform(million);
+             return ownSegments(share(vPoints, acrossSegments(20)), share(vPoints, acrossSegments(20, 0.1)));
+         }},
+        {"load", "file of 1,000,000 points and 100,000 segments", "own, inserting them from memory", 1.3, cpu,
+         [=] { return loading(share(uniform(million), shortSegments(size(1e5)))); }},
 #ifdef TARO25D_COMPARE_VTK
         {"contours", "50 contours of 1,000,000 points, tree included", "`vtkContourFilter`, `vtkStripper`", 0.5, cpu,
          [=] { return contours(hills(million), 50, false); }},

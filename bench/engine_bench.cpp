@@ -1,9 +1,13 @@
-// What a client's calls cost: insertion, location, heights and orientation. The rate is counted in points (or
+// What a client's calls cost: insertion, the file, location, heights and orientation. The rate is counted in points (or
 // queries) per second; building and destroying what a call works on is not timed.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
 #include <limits>
 #include <memory>
 #include <string>
@@ -11,6 +15,7 @@
 #include <vector>
 
 #include "generators.h"
+#include "taro25d/Segment2.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/freeFunctions.h"
 
@@ -19,6 +24,7 @@ namespace {
 using namespace bench;
 using benchmark::State;
 using LUMO_TARO25D::Orientation2;
+using LUMO_TARO25D::Segment2;
 using LUMO_TARO25D::Taro_2D;
 using LUMO_TARO25D::Triangle2;
 
@@ -125,6 +131,60 @@ void orientation(State& state, Orientation2 (*test)(const Point2*, const Point2*
     state.SetItemsProcessed(state.iterations());
 }
 
+/// Short segments, each in a cell of its own, so that none touches another.
+std::vector<Segment2> disjointSegments(std::size_t numPerSide) {
+    Random random(21);
+    const double size = 1.0 / double(numPerSide);
+    std::vector<Segment2> vSegments;
+    for (std::size_t i = 0; i < numPerSide * numPerSide; ++i) {
+        const double x = double(i % numPerSide) * size, y = double(i / numPerSide) * size;
+        const auto pointInCell = [&] {
+            return Point2(x + random.between(0.1, 0.9) * size, y + random.between(0.1, 0.9) * size, 0.0);
+        };
+        const Point2 src = pointInCell(), trg = pointInCell();
+        vSegments.emplace_back(src, trg);
+    }
+    return vSegments;
+}
+
+/// Saves a mesh of a million points and a hundred thousand constraints, and loads it into a fresh one. Loading is also
+/// counted in the time that insertion of the same from memory takes, just before.
+void file(State& state) {
+    using Clock = std::chrono::steady_clock;
+    using Seconds = std::chrono::duration<double>;
+    const std::string name = std::filesystem::temp_directory_path() / ("engine_bench." + std::to_string(getpid()));
+    const std::vector<Segment2> vSegments = disjointSegments(316);
+    Points vPoints = uniform(1'000'000 - 2 * vSegments.size());
+    for (const Segment2& segment : vSegments) {
+        vPoints.push_back(segment.getSrc());
+        vPoints.push_back(segment.getTrg());
+    }
+    Seconds inserting{}, saving{}, loading{};
+    for (auto _ : state) {
+        auto pTaro = std::make_unique<Taro_2D>();
+        const auto start = Clock::now();
+        pTaro->insert(vPoints);
+        pTaro->createConstraint(vSegments, LUMO_TARO25D::CIS_CONSTRAINED_DELAUNAY);
+        inserting += Clock::now() - start;
+
+        const auto startOfSaving = Clock::now();
+        const bool bSaved = pTaro->save(name.c_str());
+        saving += Clock::now() - startOfSaving;
+
+        pTaro = std::make_unique<Taro_2D>();
+        const auto startOfLoading = Clock::now();
+        const bool bLoaded = pTaro->load(name.c_str());
+        const Seconds time = Clock::now() - startOfLoading;
+        loading += time;
+        state.SetIterationTime(time.count());
+        if (!bSaved || !bLoaded) state.SkipWithError("no file");
+    }
+    std::filesystem::remove(name);
+    state.counters["load/insert"] = loading / inserting;
+    state.counters["save/insert"] = saving / inserting;
+    state.SetItemsProcessed(state.iterations() * std::int64_t(vPoints.size()));
+}
+
 template <class Function, class... Arguments>
 auto* add(const std::string& name, Function function, Arguments... arguments) {
     return benchmark::RegisterBenchmark(name.c_str(), function, arguments...);
@@ -145,6 +205,7 @@ void addInsertions() {
     }
     addInsertion("bulkInsertion/collinear", bulkInsertion, collinear)->Arg(50'000);
     addInsertion("singleInsertion/intoMillion", singleInsertionIntoMillion);
+    addInsertion("file/load", file)->UseManualTime();
 }
 
 void addQueries() {

@@ -14,11 +14,14 @@
 #include <vector>
 
 #include "taro25d/Point2.h"
+#include "taro25d/Segment2.h"
 
 namespace bench {
 
 using LUMO_TARO25D::Point2;
+using LUMO_TARO25D::Segment2;
 using Points = std::vector<Point2>;
+using Segments = std::vector<Segment2>;
 
 class Random {
   public:
@@ -35,8 +38,9 @@ class Random {
 };
 
 /// Fisher and Yates.
-inline void shuffle(Points& vPoints, Random& random) {
-    for (std::size_t i = vPoints.size(); i > 1; --i) std::swap(vPoints[i - 1], vPoints[random.below(i)]);
+template <class T>
+void shuffle(std::vector<T>& vItems, Random& random) {
+    for (std::size_t i = vItems.size(); i > 1; --i) std::swap(vItems[i - 1], vItems[random.below(i)]);
 }
 
 /// A smooth surface, so that heights are no constants.
@@ -164,6 +168,54 @@ inline constexpr Shape aShapes[] = {
     {"grid", grid},
     {"survey", surveyLines},
 };
+
+// ---- Segments in the unit square ----
+
+inline Point2 onSurface(double x, double y) { return Point2(x, y, surface(x, y)); }
+
+/// Disjoint ones in random order: one in each of n cells of a square grid.
+inline Segments shortSegments(std::size_t n) {
+    Random random(8);
+    const auto side = std::size_t(std::ceil(std::sqrt(double(n))));
+    const auto end = [&](std::size_t cell) {
+        const double x = double(cell % side) + random.unit(), y = double(cell / side) + random.unit();
+        return onSurface(x / double(side), y / double(side));
+    };
+    Segments vSegments;
+    vSegments.reserve(n);
+    for (std::size_t cell = 0; cell < n; ++cell) {
+        const Point2 src = end(cell);
+        vSegments.emplace_back(src, end(cell));
+    }
+    shuffle(vSegments, random);
+    return vSegments;
+}
+
+/// Long chords of a circle, each turned at random: three of four pairs cross.
+inline Segments longSegments(std::size_t n) {
+    constexpr double maxDeviation = 1.15;
+    Random random(9);
+    const auto end = [](double angle) { return onSurface(0.5 + 0.5 * std::cos(angle), 0.5 + 0.5 * std::sin(angle)); };
+    Segments vSegments;
+    vSegments.reserve(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        const double angle = random.between(0.0, 2.0 * M_PI);
+        vSegments.emplace_back(end(angle), end(angle + M_PI + random.between(-maxDeviation, maxDeviation)));
+    }
+    return vSegments;
+}
+
+/// Side by side from the left to the right of the square, or only the share of that way.
+inline Segments acrossSegments(std::size_t n, double share = 1.0) {
+    Segments vSegments;
+    vSegments.reserve(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        const double offset = 0.1 * double(i) / double(n);
+        vSegments.emplace_back(onSurface(0.05, 0.4 + offset),
+                               onSurface(0.05 + 0.9 * share, 0.4 + offset + 0.13 * share));
+    }
+    return vSegments;
+}
 
 // ---- Arguments of the predicates ----
 

@@ -19,6 +19,8 @@
 #include <numeric>
 #include <thread>
 
+#include "ConstraintMgr.h"
+#include "InnerVtxMgr.h"
 #include "InserterMT.h"
 #include "diagnostics.h"
 #include "links.h"
@@ -40,18 +42,6 @@ std::string& filenamePrefix() {
     static std::string prefix;
     return prefix;
 }
-
-/// Ends a progress when an operation fails before it has done so itself.
-class ProgressEnd {
-  public:
-    explicit ProgressEnd(Progress& progress) : progress_(progress) {}
-    ~ProgressEnd() { progress_.reset(); }
-    ProgressEnd(const ProgressEnd&) = delete;
-    ProgressEnd& operator=(const ProgressEnd&) = delete;
-
-  private:
-    Progress& progress_;
-};
 
 HC2 makeCurve(const Bbox2& box) {
     return HC2(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), HILBERT_BITS);
@@ -123,6 +113,8 @@ Dt2::Dt2(unsigned numExpectedVertices) : hilbertCurve_(0.0, 0.0, 0.0, 0.0, HILBE
     vertexPool_.init(numVertices, MAX_VERTEX_BLOCK);
     trianglePool_.init(2 * numVertices + 10, 2083333);
     insertionBox_.setGeomTest(&geomTest_);
+    pConstraintMgr_ = std::make_unique<ConstraintMgr>(this);
+    pInnerVtxMgr_ = std::make_unique<InnerVtxMgr>();
 }
 
 Dt2::~Dt2() = default;
@@ -137,6 +129,8 @@ void Dt2::internalDebug(int topic, int, const std::string& text) {
     if (topic == 0) vertexVault_.showData(text);
     if (topic == 1) vertexVault_.checkVault();
     if (topic == 2) vertexVault_.debugDups();
+    if (topic == 3) pConstraintMgr_->writeConstraints(text);
+    if (topic == 4) pConstraintMgr_->writeConstraintsBIN(text);
 }
 
 void Dt2::setDev(const std::string& text, int, double) { filenamePrefix() = text; }
@@ -390,6 +384,7 @@ void Dt2::initVCheckT13(Triangle2* pT, Point2* v) {
 }
 
 void Dt2::initVCheckT24(Triangle2* pT, Point2* v, int idx) {
+    if (isConstraint(pT, idx)) splitConstraintAt(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v);
     // v on the edge b-c between (a, b, c) and (d, c, b) makes (v, a, b), (v, c, a), (v, d, c) and (v, b, d).
     Triangle2* pNeigA = pT->getOppositeTriangle(idx);
     TARO_ASSERT_TEXT(pNeigA != nullptr, "pNeigA!=__null");
@@ -425,7 +420,7 @@ void Dt2::legalize(const Point2* v) {
         Triangle2* pN = pT->getOppositeTriangle(0);
         const int j = pN ? indexOfNeighbour(pN, pT) : 0;
         const bool bFlip = pN && geomTest_.circleInc(pN->getCorner(j), pT->getCorner(2), pT->getCorner(1), v) &&
-                           !isConstraintEdge(pT, 0) && !bFlipsSuppressed_;
+                           !isConstraint(pT, 0) && !bFlipsSuppressed_;
         if (bFlip) {
             flipEdge(pT, 0, pN, j);
             vFlipStack_.push_back(pN);
@@ -443,7 +438,7 @@ Triangle2* Dt2::flip(Triangle2* pT, int i) {
 
 bool Dt2::canBeFlipped(Triangle2* pT, int i) const {
     const Triangle2* pN = pT->getOppositeTriangle(i);
-    if (isConstraintEdge(pT, i) || !pN) return false;
+    if (isConstraint(pT, i) || !pN) return false;
     const Point2* a = pT->getCorner(i);
     const Point2* d = pN->getCorner(indexOfNeighbour(pN, pT));
     return geomTest_.getOrientation2(a, d, pT->getCorner(incIndexBy1(i))) == ORIENTATION2_CW &&
@@ -451,20 +446,28 @@ bool Dt2::canBeFlipped(Triangle2* pT, int i) const {
 }
 
 void Dt2::bfsFlipIncident(Point2* pVtx) {
-    std::vector<Triangle2*> vQueue;
-    getIncidentTriangles(pVtx, vQueue);
-    for (size_t k = 0; k < vQueue.size(); ++k) {
-        Triangle2* pT = vQueue[k];
+    getIncidentTriangles(pVtx, vFlipStack_);
+    flipUntilDelaunay();
+}
+
+void Dt2::flipUntilDelaunay() {
+    while (!vFlipStack_.empty()) {
+        Triangle2* pT = vFlipStack_.back();
+        vFlipStack_.pop_back();
         for (int i = 0; i < 3; ++i) {
-            Triangle2* pN = pT->getOppositeTriangle(i);
-            if (!pN || isConstraintEdge(pT, i)) continue;
-            const Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
-            if (geomTest_.circleInc3state(pT, pFar) != CINC2_INCIRCLE) continue;
-            vQueue.push_back(flip(pT, i));
-            vQueue.push_back(pT);
-            break;
+            if (flipUnlessDelaunay(pT, i)) break;  // and pT is on the stack again
         }
     }
+}
+
+bool Dt2::flipUnlessDelaunay(Triangle2* pT, int i) {
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    if (!pN) return false;
+    const Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
+    if (geomTest_.circleInc3state(pT, pFar) != CINC2_INCIRCLE || isConstraint(pT, i)) return false;
+    vFlipStack_.push_back(pT);
+    vFlipStack_.push_back(flip(pT, i));
+    return true;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -488,6 +491,7 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int idx) {
 }
 
 void Dt2::splitHullEdge(Point2* v, Triangle2* pT, int idx) {
+    if (isConstraint(pT, idx)) splitConstraintAt(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v);
     // v on the hull edge b-c of (a, b, c) makes (v, a, b) and (v, c, a).
     Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)), *c = pT->getCorner(incIndexBy2(idx));
     Triangle2 *pAcrossCA = pT->getOppositeTriangle(incIndexBy1(idx)),

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,12 +15,19 @@
 #include "SimplePool.h"
 #include "VertexVault.h"
 #include "taro25d/Bbox2.h"
+#include "taro25d/ConstraintInsertionStrategy.h"
 #include "taro25d/MsgBase.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
 
 namespace LUMO_TARO25D {
 
+class ConstraintGraph2;
+class ConstraintMgr;
+class ConstraintSegment2;
+class Edge2;
+class InnerVtxMgr;
+class Segment2;
 class Visualizer2;
 
 /// The engine: one triangulation with everything it owns. This declaration is the table of contents of the
@@ -81,9 +89,6 @@ class Dt2 {
     Triangle2* flip(Triangle2* pT, int i);
     /// True if edge i is no constraint edge, has a neighbour, and the quadrilateral is strictly convex.
     bool canBeFlipped(Triangle2* pT, int i) const;
-    bool hasConstraints() const { return false; }
-    bool isConstraintEdge(const Triangle2*, int) const { return false; }
-    bool isConstraintVertex(const Point2*) const { return false; }
     /// Restores the Delaunay property by Lawson flips from the triangles around a vertex.
     void bfsFlipIncident(Point2* pVtx);
     /// Collects hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the
@@ -159,6 +164,46 @@ class Dt2 {
     /// From now on each removal appends the triangles that it has made to a list, which is not owned; null ends that.
     void reportCreatedTriangles(std::vector<Triangle2*>* pvTriangles) { pvCreatedTriangles_ = pvTriangles; }
 
+    // ---- Dt2_constraints.cpp: constraint segments in the mesh ------------------------------------------------------
+
+    /// Inserts the ends of the segments, establishes what can be established, and returns the graph, which the engine
+    /// owns; null with a warning for an empty list and for coordinates that are not finite.
+    ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
+                                       bool bOrientedSegments);
+    /// The same for edges of the mesh.
+    ConstraintGraph2* createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis);
+    /// Establishes all segments that wait for it.
+    void applyConstraintsAndZones();
+
+    bool hasConstraints() const { return bHasConstraints_; }
+    /// From the first segment on, loops over edges have to ask whether one is a constraint.
+    void noteConstraints() { bHasConstraints_ = true; }
+    /// Whether edge i of a triangle is a constraint.
+    bool isConstraint(const Triangle2* pT, int i) const { return bHasConstraints_ && isConstraintAmongSome(pT, i); }
+    bool isConstraint(Point2* p0, Point2* p1) const;
+    bool isConstraintVertex(const Point2* pVtx) const;
+    ConstraintSegment2* getAliveConstraintSegment(Point2* p0, Point2* p1) const;
+    void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+    void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+    ConstraintMgr* getConstraintManager() const { return pConstraintMgr_.get(); }
+    InnerVtxMgr* getInnerVtxManager() const { return pInnerVtxMgr_.get(); }
+    /// The number of vertices, those of a running bulk insertion included; O(1).
+    size_t getApproxNumPoints() const { return vertexVault_.getSize(); }
+
+    /// Appends the triangles whose interior the segment from p to q crosses, in order from p. Both are vertices.
+    void getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const;
+    /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh, splitting it and what it crosses.
+    void newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
+    /// Splits a segment of a conforming strategy, or finds that it is an edge; the pieces have to follow.
+    void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
+    /// Kills a segment and makes the mesh Delaunay where its edge was.
+    void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
+
+    // ---- Dt2_file.cpp: the triangulation file ---------------------------------------------------------------------
+
+    bool save(const char* filename) const;
+    bool load(const char* filename);
+
     // ---- Dt2_check.cpp: consistency and statistics ----------------------------------------------------------------
 
     /// Checks corners, links, incident triangles and the hull, and with the flag that every edge is Delaunay.
@@ -188,6 +233,9 @@ class Dt2 {
     void splitHullEdge(Point2* v, Triangle2* pT, int idx);
     void fanFromHullPatch(Point2* v);
     void legalize(const Point2* v);
+    /// Flips the edges of the triangles on the stack, and of those that this makes, until all are Delaunay or constraints.
+    void flipUntilDelaunay();
+    bool flipUnlessDelaunay(Triangle2* pT, int i);
     Triangle2* newTriangleRecord();
 
     // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
@@ -221,8 +269,52 @@ class Dt2 {
     void mergeUmbrella(const Point2* v);
     void takeOutUmbrella(const Point2* v);
     void restoreDelaunay();
-    bool flipUnlessDelaunay(Triangle2* pT, int i);
     void discardVertex(Point2* v);
+
+    // ---- Dt2_constraints.cpp --------------------------------------------------------------------------------------
+
+    /// An edge on the border of a region that is being triangulated again: of a triangle inside, which is on its way
+    /// out, or of a new one outside.
+    struct Border {
+        Triangle2* pT;
+        int i;
+        bool bInside;
+    };
+    /// Where two constraints cross, and the one that was there first.
+    using Crossing = std::pair<Point2, ConstraintSegment2*>;
+
+    static constexpr size_t MAX_CROSSINGS_EACH = 10;
+
+    bool isConstraintAmongSome(const Triangle2* pT, int i) const;
+    void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit);
+    /// Where the way from p to q leaves the triangles around p: across edge i of pT, or along an edge to the returned
+    /// vertex.
+    Point2* leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
+    /// Follows the way from p to q across edge i of pT. Returns the side on which the far corner of the next triangle
+    /// lies; i becomes the next edge on the way, or the index of the far corner if that is on it.
+    Orientation2 crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
+    /// Takes away one obstacle, or all that is left; false if it was a crossing.
+    bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
+    void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
+    /// Makes the segment an edge, unless there is an obstacle: a vertex, which is returned, or a crossing.
+    Point2* newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS);
+    Point2* getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
+                        std::vector<Crossing>& vPairIspCS) const;
+    /// The crossing of two segments, with the height on the first one; an end of either that is as near as rounding
+    /// brings it.
+    static void getIntersectionPoint(const Point2& s0, const Point2& s1, const Point2& t0, const Point2& t1,
+                                     Point2& result);
+    void replaceRegion(const std::vector<Triangle2*>& vOldTriangles, std::vector<Border>& vLeft,
+                       std::vector<Border>& vRight);
+    /// Triangulates what is between a border, counterclockwise without the segment, and the segment. Returns the last
+    /// triangle; the border is then its edge at the segment.
+    Triangle2* triangulatePolygon(std::vector<Border>& vBorder, std::vector<Triangle2*>& vNewTriangles);
+    void flipToMatchCDT(const std::vector<Triangle2*>& vTriangles);
+    bool isTooShortToSplit(const Point2& src, const Point2& trg) const;
+    Point2 getMiddle(const ConstraintSegment2* pCSeg) const;
+    /// Takes away one obstacle; returns a segment that has to follow at once, or null.
+    ConstraintSegment2* splitConforming(ConstraintSegment2* pCSeg);
+    bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);
 
     // ---- Dt2_check.cpp --------------------------------------------------------------------------------------------
 
@@ -230,6 +322,7 @@ class Dt2 {
     bool checkEmptyCircle(const Triangle2* pT) const;
     bool checkVertices() const;
     bool checkHull(const std::vector<Triangle2*>& vTriangles) const;
+    bool checkConstraints() const;
     void showFailures(const std::vector<Triangle2*>& vFailed) const;
 
     // ---- State ----------------------------------------------------------------------------------------------------
@@ -251,7 +344,10 @@ class Dt2 {
     MinTree earRanks_;  // in the place of a rib, of the ear between its end and the end of the one after the next
     std::vector<Triangle2*> vNewTriangles_;
     std::vector<Triangle2*>* pvCreatedTriangles_ = nullptr;  // not owned; null: nobody wants to know
-    bool bFlipsSuppressed_ = false;                          // while triangles are imported as they are
+    std::unique_ptr<ConstraintMgr> pConstraintMgr_;
+    std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
+    bool bHasConstraints_ = false;
+    bool bFlipsSuppressed_ = false;  // while triangles are imported as they are
     int numCPU_ = 1;
     std::string name_;
     Progress progress_;

@@ -1,11 +1,12 @@
 // Consistency of the whole structure, and statistics.
 //
 // The check rests on what the engine stores, not on the functions that it checks: each triangle by itself
-// (corners, orientation), each pair of neighbours (mutual links over the same two corners, empty circles),
-// each vertex (a live incident triangle). Only when all of these hold is it safe to rotate around vertices,
-// which the walk along the hull does. The hull must be one convex ring that holds every edge without a
-// neighbour; together with Euler's formula, which counts the vertices in, nothing can then overlap or be
-// missing. O(n), with exact tests where filters fail.
+// (corners, orientation), each pair of neighbours (mutual links over the same two corners), each vertex (a
+// live incident triangle). Only when all of these hold is it safe to rotate around vertices, which the walk
+// along the hull does. The hull must be one convex ring that holds every edge without a neighbour; together
+// with Euler's formula, which counts the vertices in, nothing can then overlap or be missing. In such a mesh
+// circles must be empty across all edges but constraints, and every alive constraint segment must be an edge.
+// O(n), with exact tests where filters fail.
 
 #include "Dt2.h"
 
@@ -19,6 +20,7 @@
 #include "diagnostics.h"
 #include "taro25d/Circle2.h"
 #include "taro25d/Color.h"
+#include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer2.h"
 #include "tools.h"
 
@@ -73,9 +75,16 @@ bool Dt2::checkValidity(bool bCheckEmptyCircleProperty, const std::string& name)
     std::vector<Triangle2*> vTriangles, vFailed;
     getTrianglePointers(vTriangles);
     for (Triangle2* pT : vTriangles) {
-        if (!checkTriangle(pT) || (bCheckEmptyCircleProperty && !checkEmptyCircle(pT))) vFailed.push_back(pT);
+        if (!checkTriangle(pT)) vFailed.push_back(pT);
     }
-    if (vFailed.empty() && checkVertices() && checkHull(vTriangles)) return true;
+    bool bOk = vFailed.empty() && checkVertices() && checkHull(vTriangles);
+    if (bOk) {
+        for (Triangle2* pT : vTriangles) {
+            if (bCheckEmptyCircleProperty && !checkEmptyCircle(pT)) vFailed.push_back(pT);
+        }
+        bOk = checkConstraints() && vFailed.empty();
+    }
+    if (bOk) return true;
     std::cout << "\ncheckValidity, bug, name=" << name << std::endl;
     showFailures(vFailed);
     return false;
@@ -104,7 +113,7 @@ bool Dt2::checkEmptyCircle(const Triangle2* pT) const {
     for (int i = 0; i < 3; ++i) {
         const Triangle2* pN = pT->getOppositeTriangle(i);
         // The test is symmetric, so one side of each edge is enough.
-        if (!pN || std::less<>()(pN, pT) || isConstraintEdge(pT, i)) continue;
+        if (!pN || std::less<>()(pN, pT) || isConstraint(pT, i)) continue;
         const Point2* pFar = pN->getCorner(pN->getIntraTriangleIndex(pT));
         if (geomTest_.circleInc3state(pT, pFar) == CINC2_INCIRCLE) bOk = fail("Sphere inclusion test failed ", pT, pN);
     }
@@ -147,6 +156,28 @@ bool Dt2::checkHull(const std::vector<Triangle2*>& vTriangles) const {
                   << " triangles, " << numHullEdges << " hull edges\n";
     }
     return bConvex && numOpenEdges == numHullEdges && bEuler;
+}
+
+/// Every alive constraint segment must be an edge.
+bool Dt2::checkConstraints() const {
+    if (!hasConstraints()) return true;
+    std::vector<ConstraintSegment2*> vContained, vMissing;
+    getAliveConstraintSegments(vContained);
+    const size_t numAlive = vContained.size();
+    const auto firstMissing = std::stable_partition(
+        vContained.begin(), vContained.end(),
+        [this](const ConstraintSegment2* pCSeg) { return isEdge(pCSeg->getSrc(), pCSeg->getTrg()); });
+    vMissing.assign(firstMissing, vContained.end());
+    vContained.erase(firstMissing, vContained.end());
+    std::cout << "\n* ConstraintSegments (alive): " << numAlive << ", contained: " << vContained.size()
+              << ", missing: " << vMissing.size() << "\n";
+    if (vMissing.empty()) return true;
+    for (const ConstraintSegment2* pCSeg : vMissing) std::cout << "Not contained: " << *pCSeg << "\n";
+    Visualizer2 picture(getFilenamePrefix() + "checkValidityConstraints.ps");
+    picture.addObject(vContained, Color(CGREEN));
+    picture.addObject(vMissing, Color(CRED));
+    picture.writeFile();
+    return false;
 }
 
 void Dt2::showFailures(const std::vector<Triangle2*>& vFailed) const {

@@ -121,19 +121,6 @@ bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges,
     return bFound;
 }
 
-/// The first triangle around a vertex that passes the test; null if none does or the vertex has no triangles.
-template <class TestT>
-Triangle2* findIncidentTriangle(const Point2* pVtx, const TestT& test) {
-    if (!pVtx || !pVtx->getIncidentTriangle()) return nullptr;
-    TriangleAroundVertexIterator it(pVtx);
-    Triangle2* const pFirst = *it;
-    do {
-        if (test(*it)) return *it;
-        ++it;
-    } while (*it != pFirst);
-    return nullptr;
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -319,11 +306,15 @@ void Dt2::show(const std::string& filename, bool bWithConstraints) const {
     visualizer.writeFile();
 }
 
-void Dt2::show(Visualizer2* pVisualizer, bool) const {
+void Dt2::show(Visualizer2* pVisualizer, bool bWithConstraints) const {
     if (!pVisualizer) return;
     std::vector<Triangle2*> vTriangles;
     getTrianglePointers(vTriangles);
     pVisualizer->addObject(vTriangles, Color());
+    if (!bWithConstraints) return;
+    std::vector<ConstraintSegment2*> vCSegs;
+    getAliveConstraintSegments(vCSegs);
+    pVisualizer->addObject(vCSegs, Color(CBLUE, 0.5f));
 }
 
 }  // namespace LUMO_TARO25D

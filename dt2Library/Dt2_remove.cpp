@@ -25,6 +25,7 @@
 #include <iostream>
 #include <limits>
 
+#include "InnerVtxMgr.h"
 #include "diagnostics.h"
 #include "links.h"
 #include "taro25d/Color.h"
@@ -140,6 +141,7 @@ void Dt2::remove_CHVersion(Point2* v, bool bRestoreDelaunay) {
 }
 
 void Dt2::discardVertex(Point2* v) {
+    pInnerVtxMgr_->eraseVtx(v);
     vertexVault_.removeAndInvalidateVtx(v);
     if (!pvCreatedTriangles_) return;
     pvCreatedTriangles_->insert(pvCreatedTriangles_->end(), vNewTriangles_.begin(), vNewTriangles_.end());
@@ -255,23 +257,7 @@ void Dt2::takeOutUmbrella(const Point2* v) {
 
 void Dt2::restoreDelaunay() {
     for (Triangle2* pEar : vNewTriangles_) flipUnlessDelaunay(pEar, BASE_OF_EAR);
-    while (!vFlipStack_.empty()) {
-        Triangle2* pT = vFlipStack_.back();
-        vFlipStack_.pop_back();
-        for (int i = 0; i < 3; ++i) {
-            if (flipUnlessDelaunay(pT, i)) break;  // and pT is on the stack again
-        }
-    }
-}
-
-bool Dt2::flipUnlessDelaunay(Triangle2* pT, int i) {
-    const Triangle2* pN = pT->getOppositeTriangle(i);
-    if (!pN || isConstraintEdge(pT, i)) return false;
-    const Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
-    if (geomTest_.circleInc3state(pT, pFar) != CINC2_INCIRCLE) return false;
-    vFlipStack_.push_back(pT);
-    vFlipStack_.push_back(flip(pT, i));
-    return true;
+    flipUntilDelaunay();
 }
 
 }  // namespace LUMO_TARO25D

@@ -75,4 +75,16 @@ class Progress : public MessageSink {
     std::atomic<size_t> numDone_{0};
 };
 
+/// Ends a progress when an operation fails before it has done so itself.
+class ProgressEnd {
+  public:
+    explicit ProgressEnd(Progress& progress) : progress_(progress) {}
+    ~ProgressEnd() { progress_.reset(); }
+    ProgressEnd(const ProgressEnd&) = delete;
+    ProgressEnd& operator=(const ProgressEnd&) = delete;
+
+  private:
+    Progress& progress_;
+};
+
 }  // namespace LUMO_TARO25D

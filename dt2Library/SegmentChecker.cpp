@@ -145,9 +145,10 @@ class SegmentClassifier {
 
     /// SIT_UNINITIALIZED if both segments have a length and they are not equal.
     SegmentIntersectionType getIntersectionType_degeneratePart(const Segment2& s, const Segment2& t) {
+        if (s == t) return SIT_SEGMENT;
         if (isPoint(s)) return getIntersectionType_point(s.getSrc(), t);
         if (isPoint(t)) return getIntersectionType_point(t.getSrc(), s);
-        return s == t ? SIT_SEGMENT : SIT_UNINITIALIZED;
+        return SIT_UNINITIALIZED;
     }
 
     SegmentIntersectionType getIntersectionType_endPointPart(const Segment2& s, const Segment2& t) {

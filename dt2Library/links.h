@@ -1,6 +1,7 @@
 #pragma once
 
 #include "taro25d/Triangle2.h"
+#include "taro25d/TriangleAroundVertexIterator.h"
 #include "tools.h"
 
 namespace LUMO_TARO25D {
@@ -41,6 +42,19 @@ inline void toPreviousHullEdge(Triangle2*& pT, int& i) {
         i = incIndexBy2(indexOfNeighbour(pN, pT));
         pT = pN;
     }
+}
+
+/// The first triangle around a vertex that passes the test; null if none does or the vertex has no triangles.
+template <class TestT>
+Triangle2* findIncidentTriangle(const Point2* pVtx, const TestT& test) {
+    if (!pVtx || !pVtx->getIncidentTriangle()) return nullptr;
+    TriangleAroundVertexIterator it(pVtx);
+    Triangle2* const pFirst = *it;
+    do {
+        if (test(*it)) return *it;
+        ++it;
+    } while (*it != pFirst);
+    return nullptr;
 }
 
 }  // namespace LUMO_TARO25D

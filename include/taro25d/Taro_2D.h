@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "taro25d/Bbox2.h"
+#include "taro25d/ConstraintInsertionStrategy.h"
 #include "taro25d/MsgBase.h"
 #include "taro25d/MsgType.h"
 #include "taro25d/Orientation2.h"
@@ -14,7 +15,10 @@
 
 namespace LUMO_TARO25D {
 
+class ConstraintGraph2;
+class ConstraintSegment2;
 class Dt2;
+class Segment2;
 class Visualizer2;
 
 /// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
@@ -142,10 +146,11 @@ class TARO25D_API Taro_2D {
     /// The box of all vertices; invalid when there are none.
     Bbox2 computeBoundingBox() const;
 
-    /// Checks the whole structure: different corners, mutual links, and with bCheckEmptyCircleProperty by
-    /// exact tests that no vertex lies inside the circumcircle of a neighbouring triangle. Prints what it
-    /// finds under the given name and draws pictures of failures. O(n). True when all is well, and, with a
-    /// warning, before is2D().
+    /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges,
+    /// and with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a
+    /// triangle across an edge that is no constraint. Prints what it finds under the given name, and how many
+    /// constraint segments there are if there are any, and draws pictures of failures. O(n). True when all is
+    /// well, and, with a warning, before is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     /// Prints the number of triangles and the distribution of their interior angles.
     void statistics(const std::string& name) const;
@@ -155,13 +160,57 @@ class TARO25D_API Taro_2D {
     Orientation2 getOrientation(const Point2& p0, const Point2& p1, const Point2& p2) const;
 
     /// @}
+    /// @name Constraints
+    /// @{
+
+    /// Forces segments (breaklines, boundaries) into the mesh: their end points are inserted, and every piece of them
+    /// becomes an edge that no later operation flips. A segment is split at vertices that lie on it and where it crosses
+    /// other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the constraint that
+    /// was there first. With bOrientedSegments the graph keeps the direction of each segment; segments that form one
+    /// closed, simple chain make a polygon, which runs counterclockwise, either way.
+    ///
+    /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
+    /// applyConstraintsAndZones(). An empty list, or an end point that is not finite, gets a warning and null, and nothing
+    /// is inserted; a segment of length zero gets a warning and is left out. O(k log k) for a segment that crosses k
+    /// triangles.
+    ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
+                                       bool bOrientedSegments = false);
+    /// Establishes the segments that were created before the triangulation was two-dimensional. A warning, and nothing
+    /// else, before is2D().
+    void applyConstraintsAndZones();
+
+    /// Whether edge i of a triangle is a constraint.
+    bool isConstraint(Triangle2* pT, int i) const;
+    /// Whether there is an alive constraint segment between two vertices, in any order.
+    bool isConstraint(Point2* p0, Point2* p1) const;
+    /// Whether a vertex is or was the end of a constraint segment.
+    bool isConstraint(Point2* pVtx) const;
+    /// The alive constraint segment between two vertices, in any order; null if there is none.
+    ConstraintSegment2* getConstraintSegment(Point2* p0, Point2* p1) const;
+    /// Appends the alive constraint segments, which are edges of the mesh, in no particular order.
+    void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+    /// Appends all constraint segments, those that were split included.
+    void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+
+    /// @}
+    /// @name File
+    /// @{
+
+    /// Writes all vertices and alive constraint segments to a binary file. A plain file is replaced only when everything
+    /// has been written. Returns false, after a line on standard output if the file cannot be opened, when that fails.
+    bool save(const char* filename) const;
+    /// Inserts what `save` wrote: the vertices, and the segments as constraints of strategy CIS_CONSTRAINED_DELAUNAY.
+    /// Returns false, with a line on standard output and nothing changed, if the file cannot be read or is not one that
+    /// `save` wrote.
+    bool load(const char* filename);
+
+    /// @}
     /// @name Output and messages
     /// @{
 
-    /// Draws all triangles into a PostScript file. bWithConstraints is for constraint segments, of which there are none
-    /// yet.
+    /// Draws all triangles into a PostScript file, with bWithConstraints the alive constraint segments on top.
     void show(const std::string& filename, bool bWithConstraints = true) const;
-    /// Adds all triangles to a drawing, which is not owned; null is ignored.
+    /// Adds the same to a drawing, which is not owned; null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithConstraints = true) const;
 
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned

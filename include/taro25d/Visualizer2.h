@@ -10,6 +10,7 @@
 namespace LUMO_TARO25D {
 
 class Circle2;
+class ConstraintSegment2;
 class Edge2;
 class Label;
 class Point2;
@@ -43,6 +44,8 @@ class TARO25D_API Visualizer2 {
     void addObject(const std::vector<Segment2>& vSegments, const Color& color);
     void addObject(const Edge2& edge, const Color& color);
     void addObject(const std::vector<Edge2>& vEdges, const Color& color);
+    /// Adds constraint segments, alive or dead, as the segments between their two vertices.
+    void addObject(const std::vector<ConstraintSegment2*>& vCSegs, const Color& color);
     /// Adds a circle, filled if the colour says so.
     void addObject(const Circle2& circle, const Color& color);
     /// Adds a triangle. A filled one gets a grey outline of the colour's width.

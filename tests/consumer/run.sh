@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the library and uses it as clients do: the examples through find_package, and the first program of the README
-# through pkg-config and the plain compiler.
+# Installs the library and uses it as clients do: the examples through find_package, and the programs in the README and in
+# the guide through pkg-config and the plain compiler.
 #   run.sh shared|static SCRATCH_FOLDER [BUILD_FOLDER]
 # BUILD_FOLDER is an existing build of that linkage; without it the library is built here.
 set -euo pipefail
@@ -10,8 +10,8 @@ scratch=$2
 source=$(cd "$(dirname "$0")/../.." && pwd)
 build=${3-$scratch/library}
 prefix=$scratch/prefix
-rm -rf "$prefix" "$scratch/examples" "$scratch/readme"
-mkdir -p "$scratch/readme"
+rm -rf "$prefix" "$scratch/examples" "$scratch/pages"
+mkdir -p "$scratch/pages"
 
 fail() {
     echo "FAILED: $*" >&2
@@ -45,14 +45,24 @@ fi
 cmake -S "$source/examples" -B "$scratch/examples" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH="$prefix"
 cmake --build "$scratch/examples"
 
-# The first code block of the given language in the README.
-block() {
-    awk -v fence="\`\`\`$1" '$0 == fence {on = 1; next} on && /^```/ {exit} on' "$source/README.md"
+# programs PAGE.md: each complete program of a page as PAGE1.cpp, PAGE2.cpp, ..., and the text that follows, which it
+# prints, as PAGE1.txt, ...
+programs() {
+    awk -v page="$(basename "$1" .md)" '
+        language == "" && /^```./ { language = substr($0, 4); text = ""; next }
+        /^```$/ {
+            if (language == "cpp" && text ~ /int main/) printf "%s", text >(page (++num) ".cpp")
+            if (language == "text" && num) printf "%s", text >(page num ".txt")
+            language = ""
+        }
+        language != "" { text = text $0 "\n" }' "$1"
 }
-cd "$scratch/readme"
-block cpp >main.cpp
-block text >expected.txt
+cd "$scratch/pages"
+programs "$source/README.md"
+programs "$source/docs/guide.md"
 read -r -a flags <<<"$(pkg-config --cflags --libs taro25d)"
-"${CXX:-g++}" -std=c++17 -Wall -Wextra -Wpedantic -Werror main.cpp -o main "${flags[@]}"
-LD_LIBRARY_PATH=$(dirname "$library") ./main >printed.txt
-diff expected.txt printed.txt || fail "the README shows another output than its program prints"
+for program in README1 guide1; do
+    "${CXX:-g++}" -std=c++17 -Wall -Wextra -Wpedantic -Werror $program.cpp -o $program "${flags[@]}"
+    LD_LIBRARY_PATH=$(dirname "$library") ./$program >printed.txt
+    diff $program.txt printed.txt || fail "$program.cpp prints something else than its page shows"
+done

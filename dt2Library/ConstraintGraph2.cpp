@@ -1,0 +1,319 @@
+// Constraint graphs: the segments of one batch, their directions, and whether they make one closed chain.
+//
+// Segments store their ends in pointer order, so each graph keeps for each of its segments, split ones and pieces
+// included, whether its own direction is the opposite. A split hands the direction of the parent down to both children:
+// the one at the source comes first. Read in this order, the leaves below the segments of a chain are again a chain.
+//
+// Whether a batch is a polygon is a question about its ends alone: every vertex joins two segments, and one walk from
+// segment to segment uses all of them. The walk starts at the vertex with the smallest x, then y, which is a strictly
+// convex corner of any simple polygon; the turn there tells which way round is counterclockwise. O(n log n), and O(n) for
+// a batch in which that vertex does not join two segments.
+
+#include "taro25d/ConstraintGraph2.h"
+
+#include <algorithm>
+#include <functional>
+#include <iostream>
+#include <iterator>
+
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "GeomTest.h"
+#include "diagnostics.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Visualizer2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+Point2* getOtherEnd(const ConstraintSegment2* pCSeg, const Point2* pEnd) {
+    return pCSeg->getSrc() == pEnd ? pCSeg->getTrg() : pCSeg->getSrc();
+}
+
+bool hasEnd(const ConstraintSegment2* pCSeg, const Point2* pVtx) {
+    return pCSeg->getSrc() == pVtx || pCSeg->getTrg() == pVtx;
+}
+
+const Point2* getLeftmostEnd(const std::vector<ConstraintSegment2*>& vCSegs) {
+    const Point2* pLeftmost = vCSegs.front()->getSrc();
+    for (const ConstraintSegment2* pCSeg : vCSegs) {
+        for (const Point2* pEnd : {pCSeg->getSrc(), pCSeg->getTrg()}) {
+            if (*pEnd < *pLeftmost) pLeftmost = pEnd;
+        }
+    }
+    return pLeftmost;
+}
+
+/// The segments at each vertex.
+class Incidence {
+  public:
+    explicit Incidence(const std::vector<ConstraintSegment2*>& vCSegs) {
+        vEntries_.reserve(2 * vCSegs.size());
+        for (ConstraintSegment2* pCSeg : vCSegs) {
+            vEntries_.emplace_back(pCSeg->getSrc(), pCSeg);
+            vEntries_.emplace_back(pCSeg->getTrg(), pCSeg);
+        }
+        std::sort(vEntries_.begin(), vEntries_.end(), before);
+    }
+
+    /// The segment that a chain goes on with after another one that ends at a vertex; null if not exactly two meet there.
+    ConstraintSegment2* getNext(const ConstraintSegment2* pCSeg, const Point2* pVtx) const {
+        const auto range = std::equal_range(vEntries_.begin(), vEntries_.end(), Entry(pVtx, nullptr), before);
+        if (range.second - range.first != 2) return nullptr;
+        ConstraintSegment2 *pFirst = range.first->second, *pSecond = (range.first + 1)->second;
+        if (pFirst != pCSeg && pSecond != pCSeg) return refuse("Impossible case1!");
+        if (pFirst == pSecond) return refuse("Impossible case2!");
+        return pFirst == pCSeg ? pSecond : pFirst;
+    }
+
+    static ConstraintSegment2* refuse(const char* message) {
+        warning("ConstraintGraph2::checkAndSortPolygon()", message);
+        return nullptr;
+    }
+
+  private:
+    using Entry = std::pair<const Point2*, ConstraintSegment2*>;
+    static bool before(const Entry& a, const Entry& b) { return std::less<const Point2*>()(a.first, b.first); }
+
+    std::vector<Entry> vEntries_;
+};
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Construction
+
+ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
+                                   ConstraintInsertionStrategy cis)
+    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis) {
+    makeSelfOwner(vCSegs);
+    const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
+    bOriented_ = bPolygon_;
+    if (bPolygon_) return;
+    Directions vDirections;
+    vDirections.reserve(vProperCSegs.size());
+    for (ConstraintSegment2* pCSeg : vProperCSegs) vDirections.emplace_back(pCSeg, false);
+    enterDirections(vDirections);
+}
+
+ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
+                                   const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis)
+    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis), bOriented_(true) {
+    makeSelfOwner(vCSegs);
+    const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
+    if (bPolygon_) return;
+    Directions vDirections;
+    vDirections.reserve(vProperCSegs.size());
+    for (ConstraintSegment2* pCSeg : vProperCSegs) {
+        const auto q_it = mPPReverse.find(VertexPair(pCSeg->getSrc(), pCSeg->getTrg()));
+        TARO_ASSERT_TEXT(q_it != mPPReverse.end(), "q_it!=mPPReverse.end()");
+        vDirections.emplace_back(pCSeg, q_it->second);
+    }
+    enterDirections(vDirections);
+}
+
+void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs) {
+    for (ConstraintSegment2* pCSeg : vCSegs) pCSeg->addOwnerRecursive(this);
+}
+
+std::vector<ConstraintSegment2*> ConstraintGraph2::init(const std::vector<ConstraintSegment2*>& vCSegs) {
+    std::vector<ConstraintSegment2*> vProperCSegs;
+    vProperCSegs.reserve(vCSegs.size());
+    for (ConstraintSegment2* pCSeg : vCSegs) {
+        if (*pCSeg->getSrc() != *pCSeg->getTrg()) {
+            vProperCSegs.push_back(pCSeg);
+        } else {
+            warning("ConstraintGraph2::ConstraintGraph2()", "Ignoring a degenerate constraint segment");
+        }
+    }
+    bPolygon_ = checkAndSortPolygon(vProperCSegs);
+    return vProperCSegs;
+}
+
+void ConstraintGraph2::enterDirections(const Directions& vDirections) {
+    TARO_ASSERT_TEXT(vCSegParents_.empty(), "vCSegParents.empty()");
+    TARO_ASSERT_TEXT(mCSegReverse_.empty(), "mCSegReverse.empty()");
+    using Entry = std::pair<VertexPair, Directions::value_type>;  // sorted without looking into the segments
+    std::vector<Entry> vSorted;
+    vSorted.reserve(vDirections.size());
+    vCSegParents_.reserve(vDirections.size());
+    for (const auto& direction : vDirections) {
+        vCSegParents_.push_back(direction.first);
+        vSorted.emplace_back(VertexPair(direction.first->getSrc(), direction.first->getTrg()), direction);
+    }
+    std::stable_sort(vSorted.begin(), vSorted.end(), [](const Entry& a, const Entry& b) { return a.first < b.first; });
+    for (const Entry& entry : vSorted) mCSegReverse_.insert(mCSegReverse_.end(), entry.second);
+    for (ConstraintSegment2* pCSeg : vCSegParents_) {
+        if (!pCSeg->isAlive()) setDirectionsRecursive(pCSeg);
+    }
+}
+
+void ConstraintGraph2::setDirectionsRecursive(ConstraintSegment2* pCSeg) {
+    std::vector<ConstraintSegment2*> vStack{pCSeg};
+    while (!vStack.empty()) {
+        ConstraintSegment2* pParent = vStack.back();
+        vStack.pop_back();
+        ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
+        getDirectChildren(pParent, pChild0, pChild1);
+        Point2* pSrc = getOrientedSrc(pParent);
+        Point2* pTrg = getOtherEnd(pParent, pSrc);
+        // What the graph knows already keeps its direction, and so does everything below it.
+        const bool bNew0 = mCSegReverse_.emplace(pChild0, pChild0->getSrc() != pSrc).second;
+        const bool bNew1 = mCSegReverse_.emplace(pChild1, pChild1->getTrg() != pTrg).second;
+        if (bNew0 && !pChild0->isAlive()) vStack.push_back(pChild0);
+        if (bNew1 && !pChild1->isAlive()) vStack.push_back(pChild1);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Polygons
+
+bool ConstraintGraph2::checkAndSortPolygon(const std::vector<ConstraintSegment2*>& vCSegs) {
+    Directions vChain;
+    if (!checkAndSortPolygonSub(vCSegs, vChain)) return false;
+    enterDirections(vChain);
+    return true;
+}
+
+bool ConstraintGraph2::checkAndSortPolygonSub(const std::vector<ConstraintSegment2*>& vCSegs,
+                                              Directions& vChain) const {
+    if (vCSegs.size() < 3) return false;
+    const Point2* pStart = getLeftmostEnd(vCSegs);
+    std::vector<ConstraintSegment2*> vAtStart;
+    std::copy_if(vCSegs.begin(), vCSegs.end(), std::back_inserter(vAtStart),
+                 [pStart](const ConstraintSegment2* pCSeg) { return hasEnd(pCSeg, pStart); });
+    if (vAtStart.size() != 2) return false;
+    const Orientation2 turn =
+        pGeomTest_->getOrientation2(pStart, getOtherEnd(vAtStart[0], pStart), getOtherEnd(vAtStart[1], pStart));
+    if (turn == ORIENTATION2_COLLINEAR) return false;
+
+    const Incidence incidence(vCSegs);
+    vChain.reserve(vCSegs.size());
+    ConstraintSegment2* pCSeg = vAtStart[turn == ORIENTATION2_CCW ? 0 : 1];
+    for (const Point2* pVtx = pStart; vChain.size() < vCSegs.size();) {
+        vChain.emplace_back(pCSeg, pCSeg->getSrc() != pVtx);
+        pVtx = getOtherEnd(pCSeg, pVtx);
+        if (pVtx == pStart) return vChain.size() == vCSegs.size();
+        pCSeg = incidence.getNext(pCSeg, pVtx);
+        if (!pCSeg) return false;
+    }
+    Incidence::refuse("Impossible case3!");
+    return false;
+}
+
+void ConstraintGraph2::getPolygonVertices(std::vector<Point2*>& vVertices) const {
+    if (!bPolygon_) return;
+    std::vector<ConstraintSegment2*> vChain;
+    getAliveConstraintChain(vChain);
+    for (size_t i = 0; i < vChain.size(); ++i) {
+        Point2* pSrc = getOrientedSrc(vChain[i]);
+        vVertices.push_back(pSrc);
+        if (getOtherEnd(vChain[i], pSrc) == getOrientedSrc(vChain[(i + 1) % vChain.size()])) continue;
+        std::cout << "BUG in ConstraintGraph2::getPolygonVertices\nFor constraint segment pCSeg: " << *vChain[i]
+                  << "\nownerCG=" << this << "\n";
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Directions and pieces
+
+bool ConstraintGraph2::isConstraint(ConstraintSegment2* pCSeg) const {
+    return pCSeg->isAlive() && mCSegReverse_.count(pCSeg) > 0;
+}
+
+bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
+    if (p0 == p1) return false;
+    const auto ends = std::minmax(p0, p1, std::less<Point2*>());
+    const ConstraintSegment2 key(ends.first, ends.second, CIS_CONFORMING_SURFACE_Z);
+    const auto it = mCSegReverse_.find(&key);
+    return it != mCSegReverse_.end() && it->first->isAlive();
+}
+
+bool ConstraintGraph2::isReverse(ConstraintSegment2* pCSeg) const { return getOrientedSrc(pCSeg) != pCSeg->getSrc(); }
+
+Point2* ConstraintGraph2::getOrientedSrc(const ConstraintSegment2* pCSeg) const {
+    const auto q_it = mCSegReverse_.find(pCSeg);
+    TARO_ASSERT_TEXT(q_it != mCSegReverse_.end(), "q_it!=mCSegReverse.end()");
+    return q_it->second ? pCSeg->getTrg() : pCSeg->getSrc();
+}
+
+void ConstraintGraph2::getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
+                                         ConstraintSegment2*& pChild1) const {
+    ConstraintSegment2 *pKid0 = nullptr, *pKid1 = nullptr;
+    Point2* pSplit = nullptr;
+    pParent->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
+    if (pParent->isAlive()) return;
+    TARO_ASSERT_TEXT(pKid0 && pKid1, "pKid0!=__null && pKid1!=__null");
+    const Point2* pSrc = getOrientedSrc(pParent);
+    const Point2* pTrg = getOtherEnd(pParent, pSrc);
+    pChild0 = hasEnd(pKid0, pSrc) ? pKid0 : pKid1;
+    pChild1 = hasEnd(pKid0, pSrc) ? pKid1 : pKid0;
+    TARO_ASSERT_TEXT(hasEnd(pChild0, pSrc), "pChild0->getSrc()==pSrc || pChild0->getTrg()==pSrc");
+    TARO_ASSERT_TEXT(hasEnd(pChild1, pTrg), "pChild1->getSrc()==pTrg || pChild1->getTrg()==pTrg");
+}
+
+void ConstraintGraph2::getAliveConstraintChain(std::vector<ConstraintSegment2*>& vAliveCSegs) const {
+    std::vector<ConstraintSegment2*> vStack(vCSegParents_.rbegin(), vCSegParents_.rend());
+    while (!vStack.empty()) {
+        ConstraintSegment2* pCSeg = vStack.back();
+        vStack.pop_back();
+        if (pCSeg->isAlive()) {
+            vAliveCSegs.push_back(pCSeg);
+            continue;
+        }
+        ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
+        getDirectChildren(pCSeg, pChild0, pChild1);
+        vStack.push_back(pChild1);
+        vStack.push_back(pChild0);
+    }
+}
+
+void ConstraintGraph2::getOriginalConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
+    vCSegs.insert(vCSegs.end(), vCSegParents_.begin(), vCSegParents_.end());
+}
+
+void ConstraintGraph2::getChildConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
+    for (ConstraintSegment2* pCSeg : vCSegParents_) {
+        if (pCSeg->isAlive()) {
+            vCSegs.push_back(pCSeg);
+        } else {
+            pCSeg->getChildrenRec(vCSegs);
+        }
+    }
+}
+
+void ConstraintGraph2::updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager) {
+    TARO_ASSERT_TEXT(!pParentCSeg->isAlive(), "!pParentCSeg->isAlive()");
+    TARO_ASSERT_TEXT(mCSegReverse_.count(pParentCSeg) > 0, "q_it!=mCSegReverse.end()");
+    setDirectionsRecursive(pParentCSeg);
+    ConstraintSegment2 *pCSeg0 = nullptr, *pCSeg1 = nullptr;
+    Point2* pSplit = nullptr;
+    pParentCSeg->getChildrenAndSplitPoint(pCSeg0, pCSeg1, pSplit);
+    TARO_ASSERT_TEXT(pSplit != nullptr, "pSplit!=__null");
+    mSplitVertices_[pSplit] = pParentCSeg;
+    if (bUpdateManager) pDt2_->getConstraintManager()->updateConstraintSegment(pParentCSeg, pCSeg0, pCSeg1);
+}
+
+bool ConstraintGraph2::dbg_hasDirection(const ConstraintSegment2* pCSeg) const {
+    return mCSegReverse_.find(pCSeg) != mCSegReverse_.end();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Drawing
+
+void ConstraintGraph2::show(const std::string& filename) const {
+    Visualizer2 visualizer(filename);
+    show(&visualizer, Color(CRED));
+}
+
+void ConstraintGraph2::show(Visualizer2* pVisualizer, const Color& color) const {
+    if (!pVisualizer) return;
+    std::vector<ConstraintSegment2*> vCSegs;
+    getChildConstraintSegments(vCSegs);
+    for (const ConstraintSegment2* pCSeg : vCSegs) {
+        pVisualizer->addObject(Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()), color);
+    }
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,386 @@
+// The constraint segments and graphs of one triangulation.
+//
+// Whether an edge is a constraint is asked for every edge that a flip or a walk looks at, and the answer is nearly always
+// no. A bitmap over vertex addresses settles most questions without a search: a clear bit says that no segment has ever
+// ended at the vertex. Vertices are 40 bytes and come from a few blocks, so the low bits of an address divided by 32 tell
+// all vertices of a few hundred thousand apart.
+//
+// Establishing segments is a list of work in passes: whoever is split on the way gives its leaves to the next pass. Every
+// split of a conforming segment halves it, and its pieces cannot become shorter than the arithmetic allows, so the limit
+// on passes is never reached unless rounding plays tricks.
+
+#include "ConstraintMgr.h"
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <limits>
+
+#include "Dt2.h"
+#include "Progress.h"
+#include "diagnostics.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr size_t NUM_BITMAP_WORDS = 4096;
+constexpr size_t MIN_POINTS_FOR_BITMAP = 10000;
+constexpr int MAX_PASSES = 499;
+
+/// The place of a vertex in the bitmap: the word and the bit in it.
+std::pair<size_t, std::uint64_t> getBitmapPlace(const Point2* pVtx) {
+    const std::uintptr_t bit = (reinterpret_cast<std::uintptr_t>(pVtx) >> 5) & 0x3FFFF;
+    return {bit / 64, std::uint64_t(1) << (bit % 64)};
+}
+
+std::vector<ConstraintSegment2*> getAlivePieces(const std::vector<ConstraintSegment2*>& vCSegs) {
+    std::vector<ConstraintSegment2*> vPieces;
+    vPieces.reserve(vCSegs.size());
+    for (ConstraintSegment2* pCSeg : vCSegs) {
+        if (pCSeg->isAlive()) {
+            vPieces.push_back(pCSeg);
+        } else {
+            pCSeg->getChildrenRec(vPieces);
+        }
+    }
+    return vPieces;
+}
+
+/// The alive pieces of a graph, and the file that they go to.
+std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, const std::string& filename) {
+    std::vector<ConstraintSegment2*> vPieces;
+    graph.getChildConstraintSegments(vPieces);
+    std::cout << "writes " << vPieces.size() << " child segments to " << filename << "\n";
+    return vPieces;
+}
+
+}  // namespace
+
+ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2) {}
+
+ConstraintMgr::~ConstraintMgr() {
+    for (const auto& [key, pCSeg] : mSegments_) delete pCSeg;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Questions
+
+ConstraintMgr::VertexPair ConstraintMgr::makeKey(const Point2* p0, const Point2* p1) {
+    const auto ends = std::minmax(p0, p1, std::less<const Point2*>());
+    return VertexPair(const_cast<Point2*>(ends.first), const_cast<Point2*>(ends.second));
+}
+
+bool ConstraintMgr::isConstraintVertex(const Point2* pVtx) const { return sConstraintVertices_.count(pVtx) > 0; }
+
+ConstraintSegment2* ConstraintMgr::getAliveConstraintSegment(const Point2* p0, const Point2* p1) const {
+    ConstraintSegment2* pCSeg = segmentIndex_.find(p0, p1);
+    return pCSeg && pCSeg->isAlive() ? pCSeg : nullptr;
+}
+
+bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Point2* p1) {
+    if (mSegments_.empty()) return false;
+    if (!aVertexBitmap_) {
+        createVertexBitmap();
+    } else if (!hasBit(p0) || !hasBit(p1)) {
+        return false;
+    }
+    return isConstraint(p0, p1);
+}
+
+void ConstraintMgr::createVertexBitmap() {
+    if (pDt2_->getApproxNumPoints() < MIN_POINTS_FOR_BITMAP) return;
+    aVertexBitmap_ = std::make_unique<std::uint64_t[]>(NUM_BITMAP_WORDS);
+    for (const Point2* pVtx : sConstraintVertices_) setBit(pVtx);
+}
+
+bool ConstraintMgr::hasBit(const Point2* pVtx) const {
+    const auto [word, bit] = getBitmapPlace(pVtx);
+    return (aVertexBitmap_[word] & bit) != 0;
+}
+
+void ConstraintMgr::setBit(const Point2* pVtx) {
+    const auto [word, bit] = getBitmapPlace(pVtx);
+    if (aVertexBitmap_) aVertexBitmap_[word] |= bit;
+}
+
+void ConstraintMgr::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
+    for (const auto& [key, pCSeg] : mSegments_) {
+        if (pCSeg->isAlive()) vCSegs.push_back(pCSeg);
+    }
+}
+
+void ConstraintMgr::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
+    reserveMore(vCSegs, mSegments_.size());
+    for (const auto& [key, pCSeg] : mSegments_) vCSegs.push_back(pCSeg);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Segments
+
+ConstraintSegment2* ConstraintMgr::makeSegment(const VertexPair& ends, ConstraintInsertionStrategy cis) {
+    pDt2_->noteConstraints();
+    setBit(ends.first);
+    setBit(ends.second);
+    auto* pCSeg = new ConstraintSegment2(ends.first, ends.second, cis);
+    segmentIndex_.add(ends.first, ends.second, pCSeg);
+    return pCSeg;
+}
+
+ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
+    TARO_ASSERT_TEXT(p0 != p1, "p0<p1");
+    if (ConstraintSegment2* pExisting = segmentIndex_.find(p0, p1)) return pExisting;
+    const VertexPair key = makeKey(p0, p1);
+    sConstraintVertices_.insert(p0);
+    sConstraintVertices_.insert(p1);
+    ConstraintSegment2* pCSeg = makeSegment(key, cis);
+    const bool bOK = mSegments_.emplace(key, pCSeg).second;
+    TARO_ASSERT(bOK);
+    return pCSeg;
+}
+
+std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std::vector<VertexPair>& vPairs,
+                                                                      ConstraintInsertionStrategy cis) {
+    // Places in the map are made in its order, which is fast; the segments in input order, which numbers them.
+    std::vector<std::pair<VertexPair, size_t>> vSorted;
+    vSorted.reserve(vPairs.size());
+    for (const auto& [p0, p1] : vPairs) {
+        if (p0 != p1) {
+            vSorted.emplace_back(makeKey(p0, p1), vSorted.size());
+            continue;
+        }
+        std::cout << *p0 << " <-> " << *p1 << "\n";
+        warning("ConstraingMgr::createConstraint",
+                "(0) Identical source and endpoint, a constraint segment has been skipped");
+    }
+    std::sort(vSorted.begin(), vSorted.end());
+    std::vector<SegmentMap::iterator> vPlaces(vSorted.size());
+    auto place = mSegments_.begin();
+    for (const auto& [key, i] : vSorted) {
+        place = mSegments_.emplace_hint(place, key, nullptr);
+        vPlaces[i] = place;
+    }
+    segmentIndex_.reserve(mSegments_.size());
+    std::vector<const Point2*> vNewEnds;
+    std::vector<ConstraintSegment2*> vCSegs;
+    vCSegs.reserve(vPlaces.size());
+    for (const auto& it : vPlaces) {
+        if (!it->second) {
+            it->second = makeSegment(it->first, cis);
+            vNewEnds.insert(vNewEnds.end(), {it->first.first, it->first.second});
+        }
+        vCSegs.push_back(it->second);
+    }
+    oneInstance(vNewEnds);
+    auto hint = sConstraintVertices_.begin();
+    for (const Point2* pEnd : vNewEnds) hint = sConstraintVertices_.insert(hint, pEnd);
+    return vCSegs;
+}
+
+bool ConstraintMgr::canBeSplitAt(const ConstraintSegment2* pCSeg, Point2* pSplit) const {
+    std::vector<ConstraintSegment2*> vStack;
+    const auto pushIfDead = [&vStack](ConstraintSegment2* p) {
+        if (!p->isAlive()) vStack.push_back(p);
+    };
+    for (const Point2* pEnd : {pCSeg->getSrc(), pCSeg->getTrg()}) {
+        if (ConstraintSegment2* pChild = segmentIndex_.find(pEnd, pSplit)) pushIfDead(pChild);
+    }
+    while (!vStack.empty()) {
+        ConstraintSegment2* pAncestor = vStack.back();
+        vStack.pop_back();
+        if (pAncestor == pCSeg) return false;
+        ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
+        Point2* pSplitBefore = nullptr;
+        pAncestor->getChildrenAndSplitPoint(pChild0, pChild1, pSplitBefore);
+        for (ConstraintSegment2* pChild : {pChild0, pChild1}) {
+            if (pChild == pCSeg) return false;
+            if (pChild) pushIfDead(pChild);
+        }
+    }
+    return true;
+}
+
+void ConstraintMgr::updateConstraintSegment(ConstraintSegment2* pParentCSeg, ConstraintSegment2* pCSeg0,
+                                            ConstraintSegment2* pCSeg1) {
+    TARO_ASSERT_TEXT(!pParentCSeg->isAlive(), "!pParentCSeg->isAlive()");
+    TARO_ASSERT_TEXT(pCSeg0 != pCSeg1, "pCSeg0!=pCSeg1");
+    const VertexPair key0(pCSeg0->getSrc(), pCSeg0->getTrg()), key1(pCSeg1->getSrc(), pCSeg1->getTrg());
+    TARO_ASSERT_TEXT(std::less<Point2*>()(key0.first, key0.second), "key0.first<key0.second");
+    TARO_ASSERT_TEXT(std::less<Point2*>()(key1.first, key1.second), "key1.first<key1.second");
+    mSegments_.emplace(key0, pCSeg0);
+    mSegments_.emplace(key1, pCSeg1);
+    for (const Point2* pEnd : {key0.first, key0.second, key1.first, key1.second}) {
+        sConstraintVertices_.insert(pEnd);
+        setBit(pEnd);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Graphs
+
+ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>& vPairs,
+                                                  ConstraintInsertionStrategy cis, bool bApply) {
+    const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
+    vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, cis));
+    if (bApply) establishWithProgress(getAlivePieces(vCSegs), "establish constraints");
+    return vGraphs_.back().get();
+}
+
+ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis,
+                                                  bool bApply) {
+    std::vector<VertexPair> vPairs;
+    vPairs.reserve(vEdges.size());
+    for (const Edge2* pEdge : vEdges) vPairs.emplace_back(pEdge->getSrc(), pEdge->getTrg());
+    return createConstraint(vPairs, cis, bApply);
+}
+
+ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Segment2>& vSegments,
+                                                  ConstraintInsertionStrategy cis) {
+    return createConstraint(insertEnds(vSegments), cis, true);
+}
+
+ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Segment2>& vSegments,
+                                                           ConstraintInsertionStrategy cis) {
+    if (vSegments.empty()) return nullptr;
+    const std::vector<VertexPair> vPairs = insertEnds(vSegments);
+    const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
+    using Entry = std::pair<VertexPair, bool>;
+    std::vector<Entry> vReverse;
+    vReverse.reserve(vPairs.size());
+    for (const auto& [p0, p1] : vPairs) {
+        const VertexPair key = makeKey(p0, p1);
+        vReverse.emplace_back(key, p0 != key.first);
+    }
+    // Of a segment that comes in both directions the first one counts.
+    std::stable_sort(vReverse.begin(), vReverse.end(),
+                     [](const Entry& a, const Entry& b) { return a.first < b.first; });
+    const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
+    vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, mPPReverse, cis));
+    establishWithProgress(getAlivePieces(vCSegs), "establish constraints");
+    return vGraphs_.back().get();
+}
+
+ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Edge2>& vEdges,
+                                                           ConstraintInsertionStrategy cis) {
+    std::vector<Segment2> vSegments;
+    vSegments.reserve(vEdges.size());
+    for (const Edge2& edge : vEdges) vSegments.emplace_back(*edge.getSrc(), *edge.getTrg());
+    return createConstraint_oriented(vSegments, cis);
+}
+
+std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vector<Segment2>& vSegments) {
+    std::vector<Point2> vEnds;
+    vEnds.reserve(2 * vSegments.size());
+    for (const Segment2& segment : vSegments) {
+        vEnds.push_back(segment.getSrc());
+        vEnds.push_back(segment.getTrg());
+    }
+    std::vector<Point2*> vHandles;
+    pDt2_->insertVector(vEnds, vHandles);
+    std::vector<VertexPair> vPairs;
+    vPairs.reserve(vSegments.size());
+    for (size_t i = 0; i < vHandles.size(); i += 2) vPairs.emplace_back(vHandles[i], vHandles[i + 1]);
+    return vPairs;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Into the mesh
+
+void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
+    if (!pDt2_->is2D()) return;
+    std::vector<ConstraintSegment2*> vStack{pCSeg};
+    while (!vStack.empty()) {
+        pCSeg = vStack.back();
+        vStack.pop_back();
+        if (!pCSeg->isAlive()) {
+            std::vector<ConstraintSegment2*> vLeaves;
+            pCSeg->getChildrenRec(vLeaves);
+            vStack.insert(vStack.end(), vLeaves.rbegin(), vLeaves.rend());
+            continue;
+        }
+        switch (pCSeg->getCIS()) {
+            case CIS_CONSTRAINED_DELAUNAY:
+                pDt2_->newCDT_applyOneCS(pCSeg);
+                break;
+            case CIS_CONFORMING_SURFACE_Z:
+            case CIS_CONFORMING_LINEAR_Z:
+                pDt2_->insertSegmentConformingDelaunay(pCSeg);
+                break;
+            default:
+                error("ConstraintMgr::apply()", "Unknown CIS");
+        }
+    }
+}
+
+void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress* pProgress) {
+    if (!pDt2_->is2D()) return;
+    std::vector<ConstraintSegment2*> vNext;
+    for (int numPasses = 0; numPasses < MAX_PASSES && !vCSegs.empty(); ++numPasses) {
+        for (ConstraintSegment2* pCSeg : vCSegs) {
+            if (pCSeg->isAlive()) applyOneSegment(pCSeg);
+            if (!pCSeg->isAlive()) pCSeg->getChildrenRec(vNext);
+            if (pProgress) pProgress->incProgress(1);
+        }
+        vCSegs.swap(vNext);
+        vNext.clear();
+    }
+    if (vCSegs.empty()) return;
+    warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
+}
+
+void ConstraintMgr::establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, const char* label) {
+    if (!pDt2_->is2D()) return;
+    Progress& progress = pDt2_->getProgress();
+    progress.start(label, vCSegs.size());
+    const ProgressEnd progressEnd(progress);
+    establish(std::move(vCSegs), &progress);
+    progress.finish();
+}
+
+void ConstraintMgr::apply() {
+    std::vector<ConstraintSegment2*> vCSegs;
+    getAliveConstraintSegments(vCSegs);
+    establishWithProgress(std::move(vCSegs), "apply");
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Dumps
+
+/// The number of segments in the first line; then a line for each segment with x, y and z of its source and target, which
+/// give the same numbers when they are read again.
+void ConstraintMgr::writeConstraints(const std::string& prefix) const {
+    for (size_t i = 0; i < vGraphs_.size(); ++i) {
+        const std::string filename = prefix + "_c" + std::to_string(i) + ".con";
+        const std::vector<ConstraintSegment2*> vPieces = announceDump(*vGraphs_[i], filename);
+        std::ofstream file(filename);
+        file << std::setprecision(std::numeric_limits<double>::max_digits10) << vPieces.size() << "\n";
+        for (const ConstraintSegment2* pCSeg : vPieces) {
+            const Point2 &src = *pCSeg->getSrc(), &trg = *pCSeg->getTrg();
+            file << src.x() << " " << src.y() << " " << src.z() << " " << trg.x() << " " << trg.y() << " " << trg.z()
+                 << "\n";
+        }
+        if (!file.flush()) warning("ConstraintMgr::writeConstraints()", "Cannot write " + filename);
+    }
+}
+
+/// The same in the byte order of the machine: the number of segments in 8 bytes, then 6 doubles for each.
+void ConstraintMgr::writeConstraintsBIN(const std::string& prefix) const {
+    for (size_t i = 0; i < vGraphs_.size(); ++i) {
+        const std::string filename = prefix + "_c" + std::to_string(i) + "_con.bin";
+        const std::vector<ConstraintSegment2*> vPieces = announceDump(*vGraphs_[i], filename);
+        std::ofstream file(filename, std::ios::binary);
+        const std::uint64_t numPieces = vPieces.size();
+        file.write(reinterpret_cast<const char*>(&numPieces), sizeof(numPieces));
+        for (const ConstraintSegment2* pCSeg : vPieces) {
+            const Point2 &src = *pCSeg->getSrc(), &trg = *pCSeg->getTrg();
+            const double aNumbers[6] = {src.x(), src.y(), src.z(), trg.x(), trg.y(), trg.z()};
+            file.write(reinterpret_cast<const char*>(aNumbers), sizeof(aNumbers));
+        }
+        if (!file.flush()) warning("ConstraintMgr::writeConstraintsBIN()", "Cannot write " + filename);
+    }
+}
+
+}  // namespace LUMO_TARO25D

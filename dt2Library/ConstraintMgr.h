@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "VertexPairMap.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Segment2.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+class Progress;
+
+/// Owns the constraint segments and graphs of one triangulation, tells which edges are constraints, and establishes
+/// segments in the mesh.
+///
+/// Triangles carry no flags: an edge is a constraint exactly when there is an alive segment between its two vertices.
+class ConstraintMgr {
+  public:
+    using VertexPair = ConstraintGraph2::VertexPair;
+
+    explicit ConstraintMgr(Dt2* pDt2);
+    ~ConstraintMgr();
+    ConstraintMgr(const ConstraintMgr&) = delete;
+    ConstraintMgr& operator=(const ConstraintMgr&) = delete;
+
+    bool hasConstraints() const { return !mSegments_.empty(); }
+    size_t getNumSegments() const { return mSegments_.size(); }
+    /// True for the ends of all segments, dead ones included.
+    bool isConstraintVertex(const Point2* pVtx) const;
+    bool isConstraint(const Point2* p0, const Point2* p1) const { return getAliveConstraintSegment(p0, p1) != nullptr; }
+    /// The same, behind a bitmap of vertex addresses that spares most searches in large triangulations.
+    bool isConstraint_performanceVersion(const Point2* p0, const Point2* p1);
+    /// The alive segment between two vertices in any order, or null.
+    ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
+    /// Append all alive segments, or all segments, by the pointers of their ends.
+    void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+    void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+
+    /// The segment between two different vertices, alive or dead as it is, with the strategy that it has; a new one if
+    /// there is none.
+    ConstraintSegment2* addConstraintSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
+    /// Whether the segment can be split at a vertex: not if a child would be a dead segment that this one came from.
+    bool canBeSplitAt(const ConstraintSegment2* pCSeg, Point2* pSplit) const;
+    /// Takes note of a split that a graph was told of.
+    void updateConstraintSegment(ConstraintSegment2* pParentCSeg, ConstraintSegment2* pCSeg0,
+                                 ConstraintSegment2* pCSeg1);
+
+    /// Create a graph of segments, in the direction given or without one, and establish them if the flag says so.
+    ConstraintGraph2* createConstraint(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                       bool bApply);
+    ConstraintGraph2* createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis, bool bApply);
+    ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis);
+    ConstraintGraph2* createConstraint_oriented(const std::vector<Segment2>& vSegments,
+                                                ConstraintInsertionStrategy cis);
+    ConstraintGraph2* createConstraint_oriented(const std::vector<Edge2>& vEdges, ConstraintInsertionStrategy cis);
+
+    /// Establishes one segment, or its leaves, if the triangulation is two-dimensional.
+    void applyOneSegment(ConstraintSegment2* pCSeg);
+    /// Establishes segments and, in passes, the pieces that this makes of them. Warns if the passes do not suffice.
+    /// With a progress, counts there what a pass has dealt with.
+    void establish(std::vector<ConstraintSegment2*> vCSegs, Progress* pProgress = nullptr);
+    /// Establishes all segments.
+    void apply();
+
+    /// Write the alive segments of each graph to files of their own, for the library's developers.
+    void writeConstraints(const std::string& prefix) const;
+    void writeConstraintsBIN(const std::string& prefix) const;
+
+  private:
+    using SegmentMap = std::map<VertexPair, ConstraintSegment2*>;
+
+    static VertexPair makeKey(const Point2* p0, const Point2* p1);
+    void createVertexBitmap();
+    bool hasBit(const Point2* pVtx) const;
+    void setBit(const Point2* pVtx);
+    ConstraintSegment2* makeSegment(const VertexPair& ends, ConstraintInsertionStrategy cis);
+    /// One segment for each pair of different vertices, in input order.
+    std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
+                                                           ConstraintInsertionStrategy cis);
+    std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
+    void establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, const char* label);
+
+    Dt2* pDt2_;
+    SegmentMap mSegments_;
+    VertexPairMap<ConstraintSegment2> segmentIndex_;  // the same, for the questions of loops over edges
+    std::set<const Point2*> sConstraintVertices_;
+    std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
+    std::unique_ptr<std::uint64_t[]> aVertexBitmap_;  // null until it pays
+};
+
+}  // namespace LUMO_TARO25D

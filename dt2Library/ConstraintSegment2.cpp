@@ -1,0 +1,178 @@
+// Constraint segments and their split trees.
+//
+// A split gives a segment two children that meet at the split vertex; whatever crosses, joins or refines it later goes on
+// at the leaves. The manager holds one segment for each pair of vertices, so two overlapping segments share the pieces
+// that they have in common: a child can have several parents. A run along many collinear vertices is cut at one after
+// the other, which makes a tree as deep as the run is long. Walks over a tree therefore keep their own stack.
+
+#include "taro25d/ConstraintSegment2.h"
+
+#include <functional>
+#include <iostream>
+#include <limits>
+
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "InnerVtxMgr.h"
+#include "diagnostics.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+std::atomic<unsigned> ConstraintSegment2::runningLabel{0};
+
+ConstraintSegment2::ConstraintSegment2(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis)
+    : label_(runningLabel++), p0_(p0), p1_(p1), cis_(cis), adjacentArea_(std::numeric_limits<double>::max()) {
+    TARO_ASSERT_TEXT(std::less<Point2*>()(p0, p1), "p0<p1");
+}
+
+bool ConstraintSegment2::operator<(const ConstraintSegment2& other) const {
+    const std::less<Point2*> less;
+    return p0_ != other.p0_ ? less(p0_, other.p0_) : less(p1_, other.p1_);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Owners and descendants
+
+void ConstraintSegment2::addOwnerRecursive(ConstraintGraph2* pGraph) {
+    sOwners_.insert(pGraph);
+    if (isAlive()) return;
+    std::vector<ConstraintSegment2*> vStack{this};
+    while (!vStack.empty()) {
+        ConstraintSegment2* pCSeg = vStack.back();
+        vStack.pop_back();
+        pCSeg->sOwners_.insert(pGraph);
+        if (pCSeg->isAlive()) continue;
+        ConstraintSegment2 *pKid0 = nullptr, *pKid1 = nullptr;
+        Point2* pSplit = nullptr;
+        pCSeg->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
+        TARO_ASSERT_TEXT(pKid0 && pKid1, "pKid0!=__null && pKid1!=__null");
+        vStack.push_back(pKid1);
+        vStack.push_back(pKid0);
+    }
+}
+
+void ConstraintSegment2::removeOwner(ConstraintGraph2* pGraph) { sOwners_.erase(pGraph); }
+
+void ConstraintSegment2::getChildrenRec(std::vector<ConstraintSegment2*>& vChildren) {
+    std::vector<ConstraintSegment2*> vStack;
+    const auto pushChildren = [&vStack](const ConstraintSegment2* pCSeg) {
+        TARO_ASSERT_TEXT(pCSeg->vChildren_.size() == 2, "vChildren.size()==2");
+        vStack.insert(vStack.end(), pCSeg->vChildren_.rbegin(), pCSeg->vChildren_.rend());
+    };
+    pushChildren(this);
+    while (!vStack.empty()) {
+        ConstraintSegment2* pCSeg = vStack.back();
+        vStack.pop_back();
+        if (pCSeg->isAlive()) {
+            vChildren.push_back(pCSeg);
+        } else {
+            pushChildren(pCSeg);
+        }
+    }
+}
+
+void ConstraintSegment2::getChildrenAndSplitPoint(ConstraintSegment2*& pChild0, ConstraintSegment2*& pChild1,
+                                                  Point2*& pSplit) {
+    if (isAlive()) warning("ConstraintSegment2::getChildrenAndSplitPoint()", "*this is still alive!");
+    if (vChildren_.size() != 2) return;
+    pChild0 = vChildren_[0];
+    pChild1 = vChildren_[1];
+    pSplit = nullptr;
+    for (Point2* pEnd : {pChild0->p0_, pChild0->p1_}) {
+        if (pEnd == pChild1->p0_ || pEnd == pChild1->p1_) pSplit = pEnd;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Splitting
+
+Dt2* ConstraintSegment2::getTriangulation() const { return (*sOwners_.begin())->getDt2(); }
+
+bool ConstraintSegment2::canBeSplitAt(Point2* pSplit) const {
+    if (getTriangulation()->getConstraintManager()->canBeSplitAt(this, pSplit)) return true;
+    warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
+    return false;
+}
+
+void ConstraintSegment2::createChildren(Point2* pSplit) {
+    ConstraintMgr* pManager = getTriangulation()->getConstraintManager();
+    for (Point2* pEnd : {p0_, p1_}) vChildren_.push_back(pManager->addConstraintSegment(pEnd, pSplit, cis_));
+    for (ConstraintGraph2* pOwner : sOwners_) {
+        for (ConstraintSegment2* pChild : vChildren_) pChild->addOwnerRecursive(pOwner);
+    }
+    for (ConstraintGraph2* pOwner : sOwners_) {
+        pOwner->updateSplittedConstraintSegment(this, pOwner == *sOwners_.begin());
+    }
+}
+
+bool ConstraintSegment2::split_combinatorialOnly(Point2* pSplit) {
+    TARO_ASSERT_TEXT(pSplit != nullptr, "pSplit!=__null");
+    TARO_ASSERT(isAlive());
+    TARO_ASSERT_TEXT(p0_ != pSplit && p1_ != pSplit, "p0!=pSplit && p1!=pSplit");
+    TARO_ASSERT_TEXT(!sOwners_.empty(), "!sOwners.empty()");
+    if (!canBeSplitAt(pSplit)) return false;
+    createChildren(pSplit);
+    return true;
+}
+
+Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
+    TARO_ASSERT_TEXT(bAlive_, "bAlive");
+    TARO_ASSERT_TEXT(vChildren_.empty(), "vChildren.empty()");
+    TARO_ASSERT_TEXT(!sOwners_.empty(), "!sOwners.empty()");
+    Dt2* pOwnerDt = getTriangulation();
+    TARO_ASSERT_TEXT(pOwnerDt != nullptr, "pOwnerDt!=__null");
+    if (p == *p0_ || p == *p1_) return nullptr;
+
+    kill();
+    Point2* pSplit = pOwnerDt->insert(p);
+    // Where the split is refused the vertex was there before, so the mesh is as it was.
+    if (!pSplit || pSplit == p0_ || pSplit == p1_ || !canBeSplitAt(pSplit)) unkill();
+    TARO_ASSERT_TEXT(pSplit != nullptr, "pSplit!=__null");
+    if (bAlive_) return nullptr;
+    // A vertex beside the edge leaves it in the mesh, where it is no constraint any more.
+    pOwnerDt->killAndUnestablishConstraintSegment(this);
+    createChildren(pSplit);
+    pOwnerDt->getConstraintManager()->establish({vChildren_[1], vChildren_[0]});
+    if (pOwnerDt->is2D()) pOwnerDt->bfsFlipIncident(pSplit);
+    return pSplit;
+}
+
+bool ConstraintSegment2::splitAndRemovePrev(const Point2& p) {
+    Point2* pSplit = insertAndSplit(p);
+    if (!pSplit) return false;
+    TARO_ASSERT_TEXT(!sOwners_.empty(), "!sOwners.empty()");
+    Dt2* pOwnerDt = getTriangulation();
+    pOwnerDt->getInnerVtxManager()->removePreviouslyInsertedVertices(pSplit, sqDistance2D(*pSplit, *p0_), pOwnerDt);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Printing
+
+bool ConstraintSegment2::dbg_hasDirection() const {
+    std::cout << "ConstraintSegment2::dbg_hasDirection(), label " << label_ << ", " << (isAlive() ? "alive" : "dead")
+              << ", numOwners=" << sOwners_.size() << "\n";
+    bool bAllHave = true;
+    for (const ConstraintGraph2* pOwner : sOwners_) {
+        const bool bHas = pOwner->dbg_hasDirection(this);
+        std::cout << "For one owner CG2: " << pOwner
+                  << (bHas ? " has Direction, true\n" : " NO Direction, NOK NOK NOK\n");
+        bAllHave = bAllHave && bHas;
+    }
+    return bAllHave;
+}
+
+std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& segment) {
+    stream << "ConstraintSegment2 label " << segment.label_ << ", segment " << &segment << ": (" << segment.p0_ << ","
+           << segment.p1_ << ")";
+    if (segment.isAlive()) {
+        stream << " [alive]\n";
+    } else {
+        stream << " [DEAD, numChildren=" << segment.vChildren_.size() << "]\n";
+    }
+    return stream << *segment.p0_ << "\n" << *segment.p1_ << "\nlength=" << distance2D(*segment.p0_, *segment.p1_);
+}
+
+}  // namespace LUMO_TARO25D

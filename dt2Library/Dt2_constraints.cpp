@@ -1,0 +1,447 @@
+// Constraint segments in the mesh.
+//
+// Constrained (newCDT_*): the segment is followed from its source through the triangles that it crosses. Without
+// constraints or vertices in its way, these are taken out, the two polygons on its sides are triangulated, and flips make
+// the region Delaunay again but for constraint edges (Lawson 1977; Chew 1989 for the constrained property). A vertex on the
+// way splits the segment; a constraint edge on the way is split together with it where they cross. The pieces go onto a
+// stack, so that one obstacle is dealt with at a time and the mesh is consistent after each.
+//
+// The polygon on one side is weakly visible from the segment: every vertex of it belongs to a triangle that the segment
+// crosses. Therefore a convex vertex is always an ear, and cutting them off in one pass with a stack triangulates it in
+// linear time (Toussaint, Avis 1982). The border of the region may pass both sides of an edge inside it, or a vertex more
+// than once. Border entries name triangles that are on their way out, whose links still tell what lies across: where
+// that has been replaced already, the replacement has taken over the link, so both sides of an inner edge find each other.
+//
+// Conforming: the segment is split at a vertex next to its source that lies on it, at its crossing with a constraint, or at
+// its midpoint, until every piece is an edge.
+//
+// Crossings are rounded to doubles, so that pieces are not exactly on their segment and may run into vertices or other
+// constraints that it missed; these are obstacles like any other.
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "InnerVtxMgr.h"
+#include "diagnostics.h"
+#include "links.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// Appends the segment, or its leaves if it is dead.
+void pushAliveLeaves(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
+    if (pCSeg->isAlive()) {
+        vStack.push_back(pCSeg);
+    } else {
+        pCSeg->getChildrenRec(vStack);
+    }
+}
+
+bool isEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
+    return point == *pCSeg->getSrc() || point == *pCSeg->getTrg();
+}
+
+/// Whether q is strictly between a and b, all three being exactly collinear: then the order of points is that on the line.
+bool isBetween(const Point2& a, const Point2& b, const Point2& q) { return (a < q && q < b) || (b < q && q < a); }
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Creation and queries
+
+ConstraintGraph2* Dt2::createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
+                                        bool bOrientedSegments) {
+    if (vSegments.empty()) {
+        warning("Dt2::createConstraint(..)", "vSegments is empty, returning NULL");
+        return nullptr;
+    }
+    const auto isSound = [](const Segment2& segment) {
+        return isFinite(segment.getSrc()) && isFinite(segment.getTrg());
+    };
+    if (!std::all_of(vSegments.begin(), vSegments.end(), isSound)) {
+        warning("Dt2::createConstraint(..)", "non-finite coordinates, constraint refused");
+        return nullptr;
+    }
+    return bOrientedSegments ? pConstraintMgr_->createConstraint_oriented(vSegments, cis)
+                             : pConstraintMgr_->createConstraint(vSegments, cis);
+}
+
+ConstraintGraph2* Dt2::createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis) {
+    if (vEdges.empty()) {
+        warning("Dt2::createConstraint(..)", "vEdges is empty, returning NULL");
+        return nullptr;
+    }
+    return pConstraintMgr_->createConstraint(vEdges, cis, true);
+}
+
+void Dt2::applyConstraintsAndZones() {
+    if (!is2D()) {
+        warning("Dt2::applyConstraintsAndZones()", "The triangulation is not full dimensional yet. Nothing to do");
+        return;
+    }
+    pConstraintMgr_->apply();
+}
+
+bool Dt2::isConstraintAmongSome(const Triangle2* pT, int i) const {
+    return pConstraintMgr_->isConstraint_performanceVersion(pT->getCorner(incIndexBy1(i)),
+                                                            pT->getCorner(incIndexBy2(i)));
+}
+
+bool Dt2::isConstraint(Point2* p0, Point2* p1) const { return pConstraintMgr_->isConstraint(p0, p1); }
+
+bool Dt2::isConstraintVertex(const Point2* pVtx) const {
+    return bHasConstraints_ && pConstraintMgr_->isConstraintVertex(pVtx);
+}
+
+ConstraintSegment2* Dt2::getAliveConstraintSegment(Point2* p0, Point2* p1) const {
+    return pConstraintMgr_->getAliveConstraintSegment(p0, p1);
+}
+
+void Dt2::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
+    pConstraintMgr_->getAliveConstraintSegments(vCSegs);
+}
+
+void Dt2::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
+    pConstraintMgr_->getAliveAndDeadConstraintSegments(vCSegs);
+}
+
+void Dt2::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
+    ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
+    TARO_ASSERT_TEXT(pCSeg != nullptr, "pCSeg!=__null");
+    const bool bOK = pCSeg->split_combinatorialOnly(pSplit);
+    TARO_ASSERT(bOK);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The way of a segment through the mesh
+
+Point2* Dt2::leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const {
+    TARO_ASSERT_TEXT(p->getIncidentTriangle() != nullptr, "pSrc->getIncidentTriangle()!=__null");
+    TARO_ASSERT_TEXT(q->getIncidentTriangle() != nullptr, "pTrg->getIncidentTriangle()!=__null");
+    Point2* pOnSegment = nullptr;
+    const auto isExit = [&](Triangle2* pCandidate) {
+        const int k = indexOfVertex(pCandidate, p);
+        Point2 *a = pCandidate->getCorner(incIndexBy1(k)), *b = pCandidate->getCorner(incIndexBy2(k));
+        if (a == q || b == q) {
+            pOnSegment = a == q ? a : b;
+            return true;
+        }
+        const Orientation2 oriA = geomTest_.getOrientation2(p, q, a), oriB = geomTest_.getOrientation2(p, q, b);
+        TARO_ASSERT_TEXT(oriA != ORIENTATION2_COLLINEAR || oriB != ORIENTATION2_COLLINEAR,
+                         "oriA!=ORIENTATION2_COLLINEAR || oriB!=ORIENTATION2_COLLINEAR");
+        if (oriA == ORIENTATION2_COLLINEAR && oriB == ORIENTATION2_CCW) pOnSegment = a;
+        if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnSegment = b;
+        pT = pCandidate;
+        i = k;
+        return pOnSegment || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
+    };
+    const bool bFound = findIncidentTriangle(p, isExit) != nullptr;
+    TARO_ASSERT(bFound);
+    return pOnSegment;
+}
+
+Orientation2 Dt2::crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const {
+    Triangle2* pN = pT->getOppositeTriangle(i);
+    TARO_ASSERT_TEXT(pN != nullptr, "pN!=__null");
+    const int j = indexOfNeighbour(pN, pT);
+    const Point2* pFar = pN->getCorner(j);
+    const Orientation2 ori = pFar == q ? ORIENTATION2_COLLINEAR : geomTest_.getOrientation2(p, q, pFar);
+    pT = pN;
+    i = ori == ORIENTATION2_COLLINEAR ? j : ori == ORIENTATION2_CCW ? incIndexBy1(j) : incIndexBy2(j);
+    return ori;
+}
+
+void Dt2::getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const {
+    while (p != q) {
+        Triangle2* pT = nullptr;
+        int i = 0;
+        const Point2* pReached = leaveVertex(p, q, pT, i);
+        while (!pReached) {
+            vTriangles.push_back(pT);
+            if (crossEdge(p, q, pT, i) != ORIENTATION2_COLLINEAR) continue;
+            vTriangles.push_back(pT);
+            pReached = pT->getCorner(i);
+        }
+        p = pReached;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Constrained segments
+
+void Dt2::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
+    TARO_ASSERT_TEXT(pInitialCSeg->getCIS() == CIS_CONSTRAINED_DELAUNAY,
+                     "pInitialCSeg->getCIS()==CIS_CONSTRAINED_DELAUNAY");
+    TARO_ASSERT_TEXT(pInitialCSeg->isAlive(), "pInitialCSeg->isAlive()");
+    if (pInitialCSeg->getSrc() == pInitialCSeg->getTrg()) {
+        warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint, return");
+        return;
+    }
+    // Each crossing leaves pieces that cannot meet again but by rounding, so there are hardly more than segments.
+    size_t numCrossingsLeft = MAX_CROSSINGS_EACH * (pConstraintMgr_->getNumSegments() + 100);
+    std::vector<ConstraintSegment2*> vStack{pInitialCSeg};
+    while (!vStack.empty()) {
+        ConstraintSegment2* pCSeg = vStack.back();
+        vStack.pop_back();
+        if (!pCSeg->isAlive()) {
+            pCSeg->getChildrenRec(vStack);
+        } else if (pCSeg->getSrc() == pCSeg->getTrg()) {
+            warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint (2), return");
+            return;
+        } else if (!newCDT_insertOrSplit(pCSeg, vStack) && --numCrossingsLeft == 0) {
+            warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
+            return;
+        }
+    }
+}
+
+bool Dt2::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
+    std::vector<Crossing> vPairIspCS;
+    Point2* pExistingVertex = newCDT_traverseCZ(pCSeg, vPairIspCS);
+    if (pExistingVertex) {
+        TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");
+        TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getSrc(), "pExistingVertex!=pCSeg->getSrc()");
+        TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getTrg(), "pExistingVertex!=pCSeg->getTrg()");
+        pInnerVtxMgr_->eraseVtx(pExistingVertex);
+        if (pCSeg->split_combinatorialOnly(pExistingVertex)) pCSeg->getChildrenRec(vStack);
+        return true;
+    }
+    if (vPairIspCS.empty()) return true;
+    TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
+    splitBothAt(vPairIspCS[0], pCSeg, vStack);
+    return false;
+}
+
+void Dt2::splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
+    const auto& [splitPoint, pCrossingCSeg] = crossing;
+    TARO_ASSERT_TEXT(splitPoint != *pCrossingCSeg->getSrc() && splitPoint != *pCrossingCSeg->getTrg(),
+                     "splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg()");
+    const bool bSplitBoth = !isEnd(pCSeg, splitPoint);
+    killAndUnestablishConstraintSegment(pCrossingCSeg);
+    if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
+    pLastVtx_ = pCrossingCSeg->getSrc();  // the crossing is near
+    Point2* pSplit = insert(splitPoint);
+    pInnerVtxMgr_->eraseVtx(pSplit);
+    const auto splitAt = [&](ConstraintSegment2* pKilled) {
+        pKilled->unkill();
+        const bool bSplit = pKilled->split_combinatorialOnly(pSplit);
+        if (bSplit) pKilled->kill();
+        return bSplit;
+    };
+    const bool bCrossingSplit = splitAt(pCrossingCSeg);
+    pushAliveLeaves(pCrossingCSeg, vStack);
+    if (!bCrossingSplit && bSplitBoth) pCSeg->unkill();
+    if (!bCrossingSplit || (bSplitBoth && !splitAt(pCSeg))) return;
+    TARO_ASSERT_TEXT(bSplitBoth || pCSeg->isAlive(), "pCSeg->isAlive()");
+    pushAliveLeaves(pCSeg, vStack);
+}
+
+Point2* Dt2::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) {
+    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    if (pSrc == pTrg) {
+        warning("Dt2::newCDT_traverseCZ()", "Degenerate constraint, return");
+        return nullptr;
+    }
+    Triangle2* pT = nullptr;
+    int i = 0;
+    if (Point2* pReached = leaveVertex(pSrc, pTrg, pT, i)) return pReached == pTrg ? nullptr : pReached;
+    std::vector<Triangle2*> vOldTriangles{pT};
+    std::vector<Border> vLeft{{pT, incIndexBy1(i), true}}, vRight{{pT, incIndexBy2(i), true}};
+    for (;;) {
+        if (isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, vPairIspCS);
+        const Orientation2 ori = crossEdge(pSrc, pTrg, pT, i);
+        vOldTriangles.push_back(pT);
+        if (ori == ORIENTATION2_COLLINEAR) break;
+        if (ori == ORIENTATION2_CCW) vLeft.push_back({pT, incIndexBy1(i), true});
+        if (ori == ORIENTATION2_CW) vRight.push_back({pT, incIndexBy2(i), true});
+    }
+    if (pT->getCorner(i) != pTrg) return pT->getCorner(i);
+    TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");
+    vLeft.push_back({pT, incIndexBy2(i), true});
+    vRight.push_back({pT, incIndexBy1(i), true});
+    std::reverse(vLeft.begin(), vLeft.end());
+    replaceRegion(vOldTriangles, vLeft, vRight);
+    return nullptr;
+}
+
+Point2* Dt2::getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
+                         std::vector<Crossing>& vPairIspCS) const {
+    Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
+    Point2 crossing;
+    getIntersectionPoint(*pE0, *pE1, *pCSeg->getSrc(), *pCSeg->getTrg(), crossing);
+    if (crossing == *pE0) return pE0;
+    if (crossing == *pE1) return pE1;
+    vPairIspCS.emplace_back(crossing, getAliveConstraintSegment(pE0, pE1));
+    TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
+    return nullptr;
+}
+
+void Dt2::getIntersectionPoint(const Point2& s0, const Point2& s1, const Point2& t0, const Point2& t1, Point2& result) {
+    constexpr double SQ_SNAP_DISTANCE = 1e-12;
+    double x = 0.0, y = 0.0;
+    const bool bCross = getIntersectionCoordsNoRounding(s0, s1, t0, t1, x, y);
+    TARO_ASSERT(bCross);
+    const Point2 exact(x, y, 0.0);
+    const Point2* pNearest = nullptr;
+    double sqNearest = std::numeric_limits<double>::max();
+    const auto consider = [&](const Point2& end, const Point2& otherSrc, const Point2& otherTrg) {
+        if (!approxHasOn(otherSrc, otherTrg, end)) return;
+        const double sqDistance = sqDistance2D(end, exact);
+        if (sqDistance > sqNearest || (pNearest && sqDistance == sqNearest && !(end < *pNearest))) return;
+        pNearest = &end;
+        sqNearest = sqDistance;
+    };
+    consider(s0, t0, t1);
+    consider(s1, t0, t1);
+    consider(t0, s0, s1);
+    consider(t1, s0, s1);
+    if (pNearest && sqNearest < SQ_SNAP_DISTANCE) {
+        result = Point2(pNearest->x(), pNearest->y(), pNearest->z());
+        result.setCustomIndex(pNearest->getCustomIndex());
+    } else {
+        result = Point2(x, y, getZOnSegment(s0, s1, x, y));
+    }
+}
+
+void Dt2::replaceRegion(const std::vector<Triangle2*>& vOldTriangles, std::vector<Border>& vLeft,
+                        std::vector<Border>& vRight) {
+    std::vector<Triangle2*> vNewTriangles;
+    vNewTriangles.reserve(vOldTriangles.size());
+    Triangle2* pLeft = triangulatePolygon(vLeft, vNewTriangles);
+    Triangle2* pRight = triangulatePolygon(vRight, vNewTriangles);
+    pLeft->setOppositeTriangle(vLeft[0].i, pRight);
+    pRight->setOppositeTriangle(vRight[0].i, pLeft);
+    storeRecycledT(vOldTriangles);
+    flipToMatchCDT(vNewTriangles);
+}
+
+Triangle2* Dt2::triangulatePolygon(std::vector<Border>& vBorder, std::vector<Triangle2*>& vNewTriangles) {
+    const auto getSrc = [](const Border& border) {
+        return border.pT->getCorner(border.bInside ? incIndexBy1(border.i) : incIndexBy2(border.i));
+    };
+    const auto getTrg = [](const Border& border) {
+        return border.pT->getCorner(border.bInside ? incIndexBy2(border.i) : incIndexBy1(border.i));
+    };
+    const auto link = [](Triangle2* pNew, int k, const Border& border) {
+        Triangle2* pOuter = border.bInside ? border.pT->getOppositeTriangle(border.i) : border.pT;
+        pNew->setOppositeTriangle(k, pOuter);
+        if (pOuter) pOuter->setOppositeTriangle(border.bInside ? indexOfNeighbour(pOuter, border.pT) : border.i, pNew);
+    };
+    size_t size = 0;  // of the stack at the front of vBorder
+    for (size_t k = 0; k < vBorder.size(); ++k) {
+        vBorder[size++] = vBorder[k];
+        while (size >= 2) {
+            const Border first = vBorder[size - 2], second = vBorder[size - 1];
+            Point2 *p0 = getSrc(first), *p1 = getSrc(second), *p2 = getTrg(second);
+            if (geomTest_.getOrientation2(p0, p1, p2) != ORIENTATION2_CCW) break;
+            Triangle2* pNew = createTriangle(p0, p1, p2);
+            link(pNew, 2, first);
+            link(pNew, 0, second);
+            vNewTriangles.push_back(pNew);
+            vBorder[--size - 1] = {pNew, 1, false};
+        }
+    }
+    TARO_ASSERT_TEXT(size == 1 && !vBorder[0].bInside, "borders.size()==1");
+    return vBorder[0].pT;
+}
+
+void Dt2::flipToMatchCDT(const std::vector<Triangle2*>& vTriangles) {
+    vFlipStack_.insert(vFlipStack_.end(), vTriangles.rbegin(), vTriangles.rend());
+    flipUntilDelaunay();
+}
+
+void Dt2::killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg) {
+    pCSeg->kill();
+    Triangle2* pT = getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
+    if (!pT) pT = getAdjacentTriangle(pCSeg->getTrg(), pCSeg->getSrc());
+    if (!pT) return;
+    vFlipStack_.push_back(pT);
+    flipUntilDelaunay();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Conforming segments
+
+void Dt2::insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg) {
+    while (pCSeg) pCSeg = splitConforming(pCSeg);
+}
+
+ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
+    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    std::vector<Point2*> vNeighbours;
+    getIncidentVertices(pSrc, vNeighbours);
+    if (std::find(vNeighbours.begin(), vNeighbours.end(), pTrg) != vNeighbours.end()) return nullptr;
+    for (Point2* q : vNeighbours) {
+        if (geomTest_.getOrientation2(pSrc, pTrg, q) != ORIENTATION2_COLLINEAR || !isBetween(*pSrc, *pTrg, *q))
+            continue;
+        pInnerVtxMgr_->eraseVtx(q);
+        const bool bSplit = pCSeg->split_combinatorialOnly(q);
+        // A row of vertices is no reason to run out of passes: what is left of the segment follows at once.
+        ConstraintSegment2* pRest = bSplit ? getAliveConstraintSegment(q, pTrg) : nullptr;
+        return pRest && pRest->getCIS() != CIS_CONSTRAINED_DELAUNAY ? pRest : nullptr;
+    }
+    const Point2 middle = getMiddle(pCSeg);
+    bool bGoOn = false;
+    if (splitAtFirstConstraint(pCSeg, middle, bGoOn)) return bGoOn ? pCSeg : nullptr;
+    // A midpoint that rounds to an end is as far as doubles go, too.
+    const bool bTooShort = isTooShortToSplit(*pSrc, *pTrg) || isEnd(pCSeg, middle);
+    Point2* pSplit = bTooShort ? nullptr : insert(middle);
+    if (pSplit) {
+        pInnerVtxMgr_->eraseVtx(pSplit);
+        pCSeg->split_combinatorialOnly(pSplit);
+    } else {
+        warning("Dt2::insertSegmentConformingDelaunay()",
+                "Double precision arithmetic does not allow to split a segment further, giving up. Incorrect result!");
+    }
+    return nullptr;
+}
+
+bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
+    const double magnitude = std::max({std::abs(insertionBox_.getMinX()), std::abs(insertionBox_.getMinY()),
+                                       std::abs(insertionBox_.getMaxX()), std::abs(insertionBox_.getMaxY())});
+    const double eps =
+        std::ldexp(std::numeric_limits<double>::epsilon(), static_cast<int>(std::ceil(std::log2(magnitude))));
+    return std::abs(src.x() - trg.x()) < 10.0 * eps && std::abs(src.y() - trg.y()) < 10.0 * eps;
+}
+
+Point2 Dt2::getMiddle(const ConstraintSegment2* pCSeg) const {
+    const Point2 middle = centerWithShift(*pCSeg->getSrc(), *pCSeg->getTrg());
+    double z = 0.0;
+    const bool bOnSurface =
+        pCSeg->getCIS() == CIS_CONFORMING_SURFACE_Z && getHeight(middle.x(), middle.y(), z, nullptr, 0.0);
+    return Point2(middle.x(), middle.y(), bOnSurface ? z : middle.z());
+}
+
+/// A constraint edge across the segment is not flipped, so that midpoints alone would never end: both are split at their
+/// crossing, unless the midpoint lies on that edge and splits it anyway.
+bool Dt2::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn) {
+    const Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    Triangle2* pT = nullptr;
+    int i = 0;
+    if (leaveVertex(pSrc, pTrg, pT, i)) return false;
+    while (!isConstraint(pT, i)) {
+        if (crossEdge(pSrc, pTrg, pT, i) == ORIENTATION2_COLLINEAR) return false;
+    }
+    const Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
+    if (geomTest_.getOrientation2(pE0, pE1, &middle) == ORIENTATION2_COLLINEAR) return false;
+    std::vector<Crossing> vPairIspCS;
+    if (Point2* pExistingVertex = getCrossing(pT, i, pCSeg, vPairIspCS)) {
+        return pCSeg->split_combinatorialOnly(pExistingVertex);
+    }
+    std::vector<ConstraintSegment2*> vPieces;
+    splitBothAt(vPairIspCS[0], pCSeg, vPieces);
+    // The pieces of this segment wait for their turn; what was established before is so again at once.
+    vPieces.clear();
+    pushAliveLeaves(vPairIspCS[0].second, vPieces);
+    pConstraintMgr_->establish(vPieces);
+    bGoOn = pCSeg->isAlive() && !vPairIspCS[0].second->isAlive();  // an end was on the other one, which has given way
+    return true;
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,43 @@
+#include "map.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "taro25d/Color.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Visualizer2.h"
+
+using namespace LUMO_TARO25D;
+
+namespace breaklines {
+
+namespace {
+
+/// The width of a river grows about with the square root of what flows in it.
+double widthOf(const Stream& stream, const Grid& grid) {
+    constexpr double NARROWEST = 0.4, WIDEST = 4.0;
+    const double share = static_cast<double>(stream.numDrained) / static_cast<double>(grid.numCells());
+    return NARROWEST + (WIDEST - NARROWEST) * std::sqrt(share);
+}
+
+void drawStream(const Stream& stream, const Grid& grid, Visualizer2& drawing) {
+    const Color color(0.1, 0.35, 0.85, widthOf(stream, grid));
+    for (std::size_t i = 1; i < stream.vCells.size(); ++i) {
+        drawing.addObject(Segment2(grid.point(stream.vCells[i - 1]), grid.point(stream.vCells[i])), color);
+    }
+}
+
+}  // namespace
+
+void drawMap(const std::string& filename, const Taro_2D& mesh, const Grid& grid, const std::vector<Stream>& vStreams) {
+    std::vector<Triangle2*> vTriangles;
+    mesh.getTrianglePointers(vTriangles);
+    Visualizer2 drawing(filename);
+    drawing.addObject(vTriangles, Color(0.45, 0.4, 0.33, 0.2));
+    for (const Stream& stream : vStreams) drawStream(stream, grid, drawing);
+    drawing.addHeaderLine(std::to_string(vStreams.size()) + " streams as breaklines");
+    drawing.addHeaderLine(std::to_string(vTriangles.size()) + " triangles");
+    drawing.writeFile();
+}
+
+}  // namespace breaklines

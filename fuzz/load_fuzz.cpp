@@ -1,0 +1,96 @@
+// Reads any bytes as a triangulation file. What is refused must leave the mesh empty; what is accepted must make a valid
+// mesh that is the same after it has been saved and loaded again.
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "support/kept.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/MsgBase.h"
+#include "taro25d/Taro_2D.h"
+
+namespace {
+
+using LUMO_TARO25D::ConstraintSegment2;
+using LUMO_TARO25D::Taro_2D;
+
+void require(bool condition, const char* text) {
+    if (condition) return;
+    std::fprintf(stderr, "Violated: %s\n", text);
+    std::abort();
+}
+
+/// A file without a place on the disk.
+class MemoryFile {
+  public:
+    MemoryFile() : descriptor_(memfd_create("mesh", MFD_CLOEXEC)) { require(descriptor_ >= 0, "memfd_create"); }
+    ~MemoryFile() { close(descriptor_); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    void write(const void* pBytes, std::size_t size) {
+        require(::write(descriptor_, pBytes, size) == static_cast<ssize_t>(size), "write");
+    }
+    std::string getName() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+
+  private:
+    int descriptor_;
+};
+
+/// Counts warnings.
+struct Listener : LUMO_TARO25D::MsgBase {
+    void update(LUMO_TARO25D::MsgType, const std::string&, double) override { ++numWarnings; }
+    int numWarnings = 0;
+};
+
+bool isEstablished(const Taro_2D& mesh) {
+    const auto isEdge = [&mesh](const ConstraintSegment2* pCSeg) {
+        return mesh.getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg()) ||
+               mesh.getAdjacentTriangle(pCSeg->getTrg(), pCSeg->getSrc());
+    };
+    std::vector<ConstraintSegment2*> vCSegs;
+    mesh.getAliveConstraintSegments(vCSegs);
+    return !mesh.is2D() || std::all_of(vCSegs.begin(), vCSegs.end(), isEdge);
+}
+
+void requireSameAfterRoundTrip(const Taro_2D& mesh) {
+    const MemoryFile file;
+    require(mesh.save(file.getName().c_str()), "a mesh that was loaded can be saved");
+    Taro_2D copy;
+    require(copy.load(file.getName().c_str()), "a mesh that was saved can be loaded");
+    // Where numbers end, constraints are given up; a new mesh then has another go at them.
+    if (!isEstablished(mesh)) return;
+    require(Kept(copy) == Kept(mesh), "vertices and constraints are the same");
+    require(copy.numberOfTriangles() == mesh.numberOfTriangles(), "there are as many triangles");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    std::cout.rdbuf(nullptr);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t size) {
+    MemoryFile file;
+    file.write(pData, size);
+    Taro_2D mesh;
+    Listener listener;
+    mesh.subscribe(LUMO_TARO25D::MT_WARNING, &listener);
+    if (mesh.load(file.getName().c_str())) {
+        require(!mesh.is2D() || mesh.checkValidity(true, "loaded"), "the mesh is valid");
+        require(listener.numWarnings > 0 || isEstablished(mesh), "no constraint is given up without a warning");
+        requireSameAfterRoundTrip(mesh);
+    } else {
+        require(Kept(mesh) == Kept(Taro_2D()), "what is refused changes nothing");
+    }
+    return 0;
+}

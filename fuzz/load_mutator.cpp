@@ -1,0 +1,62 @@
+// Bytes that are changed at random are hardly ever a triangulation file again. Most inputs are therefore put in order
+// after libFuzzer has changed them: tag and counts, finite numbers, and segments that run between vertices.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* pData, std::size_t size, std::size_t maxSize);
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Random = std::minstd_rand;
+
+constexpr std::size_t VERTEX_SIZE = 24, EMPTY_FILE_SIZE = 20, OFFSET_OF_VERTICES = 12;
+
+template <class T>
+void append(Bytes& vBytes, T value) {
+    const auto* pBytes = reinterpret_cast<const std::uint8_t*>(&value);
+    vBytes.insert(vBytes.end(), pBytes, pBytes + sizeof(value));
+}
+
+/// With bSmall an integer from -8 to 7, as many such points are collinear or on one circle.
+double makeCoordinate(const std::uint8_t* pBytes, bool bSmall) {
+    double value;
+    std::memcpy(&value, pBytes, sizeof(value));
+    return bSmall || !std::isfinite(value) ? (pBytes[7] ^ pBytes[6]) % 16 - 8 : value;
+}
+
+Bytes putInOrder(const Bytes& vOld, Random& random) {
+    const std::size_t numUnits = (vOld.size() - EMPTY_FILE_SIZE) / VERTEX_SIZE;
+    const std::size_t numSegments = random() % (numUnits / 4 + 1), numVertices = numUnits - 2 * numSegments;
+    const bool bSmall = random() % 2 == 0;
+    Bytes vNew;
+    append(vNew, std::int32_t(301));
+    append(vNew, std::uint64_t(numVertices));
+    for (std::size_t i = 0; i < 3 * numVertices; ++i) {
+        append(vNew, makeCoordinate(&vOld[OFFSET_OF_VERTICES + sizeof(double) * i], bSmall));
+    }
+    append(vNew, std::uint64_t(numSegments));
+    for (std::size_t i = 0; i < 2 * numSegments; ++i) {
+        const std::size_t k = OFFSET_OF_VERTICES + VERTEX_SIZE * (random() % numVertices);
+        const Bytes vVertex(&vNew[k], &vNew[k] + VERTEX_SIZE);
+        vNew.insert(vNew.end(), vVertex.begin(), vVertex.end());
+    }
+    return vNew;
+}
+
+}  // namespace
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* pData, std::size_t size, std::size_t maxSize,
+                                               unsigned seed) {
+    Random random(seed);
+    const std::size_t newSize = LLVMFuzzerMutate(pData, size, maxSize);
+    if (newSize < EMPTY_FILE_SIZE || random() % 4 == 0) return newSize;
+    const Bytes vNew = putInOrder(Bytes(pData, pData + newSize), random);
+    std::copy(vNew.begin(), vNew.end(), pData);
+    return vNew.size();
+}

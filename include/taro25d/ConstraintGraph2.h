@@ -1,0 +1,106 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "taro25d/Color.h"
+#include "taro25d/ConstraintInsertionStrategy.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/Point2.h"
+#include "taro25d/export.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+class GeomTest;
+class Visualizer2;
+
+/// The constraint segments that one call of `createConstraint` inserted: a breakline, a boundary, or a closed polygon that
+/// can bound a zone.
+///
+/// The triangulation owns the graph and the segments; both live until it is destroyed. Segments that form one closed,
+/// simple chain make a polygon, which runs counterclockwise whatever direction the client gave. When a segment is split
+/// later, its pieces keep its direction.
+class TARO25D_API ConstraintGraph2 {
+  public:
+    using VertexPair = std::pair<Point2*, Point2*>;
+
+    /// Only the triangulation creates graphs. The segments in input order; a graph that is no polygon has no direction.
+    TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
+                                    ConstraintInsertionStrategy cis);
+    /// The same with a direction: mPPReverse tells for the ends of each segment, smaller pointer first, whether the graph
+    /// runs from the larger to the smaller one.
+    TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
+                                    const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis);
+    ConstraintGraph2(const ConstraintGraph2&) = delete;
+    ConstraintGraph2& operator=(const ConstraintGraph2&) = delete;
+
+    /// The engine of the triangulation; an incomplete type for clients.
+    Dt2* getDt2() const { return pDt2_; }
+    ConstraintInsertionStrategy getInsertionStrategy() const { return cis_; }
+    /// True if the segments form one closed, simple chain.
+    bool isPolygon() const { return bPolygon_; }
+    /// True if the graph has a direction: polygons, and graphs created with oriented segments.
+    bool isOriented() const { return bOriented_; }
+
+    /// Whether a segment is alive and belongs to the graph. O(log n).
+    bool isConstraint(ConstraintSegment2* pCSeg) const;
+    /// Whether two vertices, in any order, are the ends of an alive segment of the graph. O(log n).
+    bool isConstraint(Point2* p0, Point2* p1) const;
+    /// Whether the graph runs from the target to the source of a segment. A segment that the graph does not know fails
+    /// with TaroException.
+    bool isReverse(ConstraintSegment2* pCSeg) const;
+
+    /// The two children of a dead segment, in the direction of the graph.
+    void getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
+                           ConstraintSegment2*& pChild1) const;
+    /// Appends the alive pieces of all segments in the direction of the graph: for a polygon one closed chain.
+    void getAliveConstraintChain(std::vector<ConstraintSegment2*>& vAliveCSegs) const;
+    /// Appends the segments as they were created, in chain order for a polygon, otherwise in input order.
+    void getOriginalConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+    /// Appends the alive pieces of all segments.
+    void getChildConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
+    /// Appends the vertices of a polygon, those at splits included, counterclockwise, each once.
+    void getPolygonVertices(std::vector<Point2*>& vVertices) const;
+
+    /// Tells the graph that one of its segments was split; bUpdateManager is true for the first owner only.
+    TARO25D_HIDDEN void updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager);
+    /// For the library's developers: whether the graph knows a direction of the segment.
+    bool dbg_hasDirection(const ConstraintSegment2* pCSeg) const;
+
+    /// Draws the alive pieces into a PostScript file.
+    void show(const std::string& filename) const;
+    /// Adds the alive pieces to a drawing, which is not owned; null is ignored.
+    void show(Visualizer2* pVisualizer, const Color& color) const;
+
+  private:
+    struct ByEnds {
+        using is_transparent = void;
+        bool operator()(const ConstraintSegment2* a, const ConstraintSegment2* b) const { return *a < *b; }
+    };
+    using ReverseMap = std::map<ConstraintSegment2*, bool, ByEnds>;
+
+    /// Segments with whether they are reversed.
+    using Directions = std::vector<std::pair<ConstraintSegment2*, bool>>;
+
+    void makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs);
+    std::vector<ConstraintSegment2*> init(const std::vector<ConstraintSegment2*>& vCSegs);
+    bool checkAndSortPolygon(const std::vector<ConstraintSegment2*>& vCSegs);
+    bool checkAndSortPolygonSub(const std::vector<ConstraintSegment2*>& vCSegs, Directions& vChain) const;
+    void enterDirections(const Directions& vDirections);
+    void setDirectionsRecursive(ConstraintSegment2* pCSeg);
+    Point2* getOrientedSrc(const ConstraintSegment2* pCSeg) const;
+
+    Dt2* pDt2_;
+    GeomTest* pGeomTest_;
+    ConstraintInsertionStrategy cis_;
+    std::vector<ConstraintSegment2*> vCSegParents_;
+    bool bPolygon_ = false;
+    ReverseMap mCSegReverse_;
+    std::map<Point2*, ConstraintSegment2*> mSplitVertices_;
+    bool bOriented_ = false;
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,1110 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "support/capture.h"
+#include "support/constraint_oracle.h"
+#include "support/generators.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/TaroException.h"
+#include "taro25d/Taro_2D.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+using Segments = std::vector<Segment2>;
+using CSegs = std::vector<ConstraintSegment2*>;
+using Handles = std::vector<Point2*>;
+
+/// Ends the process if a test takes much longer than it should, so that an endless loop fails.
+class Constraint : public testing::Test {
+  protected:
+    Constraint() { alarm(120); }
+    ~Constraint() override { alarm(0); }
+};
+
+constexpr double SNAP_DISTANCE = 1e-6;
+constexpr ConstraintInsertionStrategy strategies[] = {CIS_CONSTRAINED_DELAUNAY, CIS_CONFORMING_SURFACE_Z,
+                                                      CIS_CONFORMING_LINEAR_Z};
+
+Segment2 segment(double x0, double y0, double x1, double y1, double z0 = 0, double z1 = 0) {
+    return Segment2(Point2(x0, y0, z0), Point2(x1, y1, z1));
+}
+
+Segment2 reversed(const Segment2& s) { return Segment2(s.getTrg(), s.getSrc()); }
+
+PointVector square(double from, double to) {
+    return {Point2(from, from, 0), Point2(to, from, 0), Point2(to, to, 0), Point2(from, to, 0)};
+}
+
+testing::AssertionResult says(const std::string& text, const std::string& part) {
+    if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "no \"" << part << "\" in \"" << text << "\"";
+}
+
+/// What was inserted, with the graphs that came of it, and whether the triangulation said that it had to give up.
+struct Work {
+    Taro_2D mesh;
+    std::vector<ConstraintGraph2*> vGraphs;
+    PointVector vPoints;
+    Segments vSegments;
+    std::string output;
+    bool bPending = false;  // segments wait for triangles
+
+    void insert(const Point2& point) {
+        StdoutCapture capture;
+        vPoints.push_back(point);
+        EXPECT_EQ(*mesh.insert(point), point);
+        output += capture.text();
+    }
+    void insertBulk(const PointVector& vMore) {
+        StdoutCapture capture;
+        vPoints.insert(vPoints.end(), vMore.begin(), vMore.end());
+        mesh.insert(vMore);
+        output += capture.text();
+    }
+    ConstraintGraph2* constrain(const Segments& vMore, ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY,
+                                bool bOriented = true) {
+        StdoutCapture capture;
+        vSegments.insert(vSegments.end(), vMore.begin(), vMore.end());
+        ConstraintGraph2* pGraph = mesh.createConstraint(vMore, cis, bOriented);
+        EXPECT_NE(pGraph, nullptr);
+        if (pGraph) vGraphs.push_back(pGraph);
+        output += capture.text();
+        bPending |= !mesh.is2D();
+        return pGraph;
+    }
+    void apply() {
+        StdoutCapture capture;
+        mesh.applyConstraintsAndZones();
+        output += capture.text();
+    }
+    void applyIfPending() {
+        if (!bPending || !mesh.is2D()) return;
+        apply();
+        bPending = false;
+    }
+
+    bool gaveUp() const {
+        return says(output, "insufficient numeric accuracy") || says(output, "Double precision arithmetic");
+    }
+
+    /// By default, crossings may be rounded, each by an ulp, or drawn to an end.
+    testing::AssertionResult check(double tolerance = 4 * SNAP_DISTANCE) const {
+        double magnitude = 0;
+        for (const Segment2& s : vSegments) {
+            for (const Point2& p : {s.getSrc(), s.getTrg()}) {
+                magnitude = std::max({magnitude, std::abs(p.x()), std::abs(p.y())});
+            }
+        }
+        tolerance += 32 * magnitude * std::numeric_limits<double>::epsilon();
+        testing::AssertionResult result = ConstraintOracle(mesh, gaveUp()).check();
+        for (size_t i = 0; result && i < vGraphs.size(); ++i) {
+            result = ConstraintOracle::checkGraph(*vGraphs[i], tolerance);
+        }
+        return result ? result : result << "\n" << output;
+    }
+
+    /// The same, and exactly the edges that should be constraints are, where that can be told. Returns whether it can.
+    bool checkExactly() const {
+        const auto sExpected = expectedEdges(vPoints, vSegments);
+        EXPECT_TRUE(check(sExpected ? 0 : 4 * SNAP_DISTANCE));
+        if (sExpected) {
+            EXPECT_EQ(ConstraintOracle(mesh).aliveEnds(), *sExpected);
+            EXPECT_EQ(output.substr(0, 300), "");
+        }
+        return sExpected.has_value();
+    }
+};
+
+// ---- Scenes that are inserted in every way ----
+
+struct Step {
+    bool bPoint;
+    Segment2 s;
+    ConstraintInsertionStrategy cis;
+};
+
+struct Scene {
+    std::vector<Step> vSteps;
+
+    Scene transformed(int numTurns, double scale, double dx, double dy) const {
+        const auto turn = [&](const Point2& p) {
+            double x = p.x(), y = p.y();
+            for (int i = 0; i < numTurns; ++i) std::swap(x, y), x = -x;
+            return Point2(x * scale + dx, y * scale + dy, p.z());
+        };
+        Scene result = *this;
+        for (Step& step : result.vSteps) step.s = Segment2(turn(step.s.getSrc()), turn(step.s.getTrg()));
+        return result;
+    }
+
+    bool isConstrainedOnly() const {
+        return std::all_of(vSteps.begin(), vSteps.end(),
+                           [](const Step& step) { return step.bPoint || step.cis == CIS_CONSTRAINED_DELAUNAY; });
+    }
+};
+
+/// Step by step, points first, constraints first, and constraints first one by one and backwards.
+constexpr int NUM_WAYS = 4;
+
+void insertIn(int way, const Scene& scene, Work& work) {
+    PointVector vPoints;
+    std::map<ConstraintInsertionStrategy, Segments> mSegments;
+    for (const Step& step : scene.vSteps) {
+        if (way == 0 && step.bPoint) {
+            work.insert(step.s.getSrc());
+        } else if (way == 0) {
+            work.constrain({step.s}, step.cis);
+        } else if (step.bPoint) {
+            vPoints.push_back(step.s.getSrc());
+        } else {
+            mSegments[step.cis].push_back(step.s);
+        }
+    }
+    if (way == 1) work.insertBulk(vPoints);
+    for (const auto& [cis, vSegments] : mSegments) {
+        if (way != 3) work.constrain(vSegments, cis, way == 2);
+        for (auto it = vSegments.rbegin(); way == 3 && it != vSegments.rend(); ++it)
+            work.constrain({reversed(*it)}, cis);
+    }
+    if (way == 2) work.insertBulk(vPoints);
+    for (auto it = vPoints.begin(); way == 3 && it != vPoints.end(); ++it) work.insert(*it);
+    work.applyIfPending();
+}
+
+/// Returns how often the edges could be compared with what they should be.
+int checkAllWays(const Scene& scene) {
+    int numExact = 0;
+    for (int way = 0; way < NUM_WAYS; ++way) {
+        SCOPED_TRACE(testing::Message() << "way " << way);
+        Work work;
+        insertIn(way, scene, work);
+        if (scene.isConstrainedOnly()) {
+            numExact += work.checkExactly();
+        } else {
+            EXPECT_TRUE(work.check());
+        }
+    }
+    return numExact;
+}
+
+/// Lines of "point x y" or a strategy and the coordinates of two ends, in any notation of strtod.
+Scene readCorpusFile(const std::filesystem::path& path) {
+    const std::map<std::string, ConstraintInsertionStrategy> mStrategies{{"constrained", CIS_CONSTRAINED_DELAUNAY},
+                                                                         {"surface_z", CIS_CONFORMING_SURFACE_Z},
+                                                                         {"linear_z", CIS_CONFORMING_LINEAR_Z}};
+    Scene scene;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string kind, number;
+        if (!(words >> kind)) continue;
+        std::vector<double> v;
+        while (words >> number) v.push_back(std::stod(number));
+        const bool bPoint = kind == "point";
+        EXPECT_EQ(v.size(), bPoint ? 2u : 4u) << path << ": " << line;
+        v.resize(4);
+        const double z = static_cast<double>(scene.vSteps.size());
+        scene.vSteps.push_back({bPoint, segment(v[0], v[1], v[2], v[3], z, z + 0.5),
+                                bPoint ? CIS_CONSTRAINED_DELAUNAY : mStrategies.at(kind)});
+    }
+    return scene;
+}
+
+TEST_F(Constraint, EveryFileOfTheCorpus) {
+    int numFiles = 0, numExact = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(TARO25D_CORPUS_DIR "/constraints")) {
+        SCOPED_TRACE(entry.path().filename());
+        const Scene scene = readCorpusFile(entry.path());
+        ASSERT_FALSE(scene.vSteps.empty());
+        ++numFiles;
+        numExact += checkAllWays(scene);
+        Scene shuffled = scene;
+        Random random(1);
+        for (int i = 0; i < 10; ++i) {
+            SCOPED_TRACE(testing::Message() << "shuffled " << i);
+            std::shuffle(shuffled.vSteps.begin(), shuffled.vSteps.end(), random);
+            checkAllWays(shuffled);
+        }
+        for (int numTurns = 1; numTurns < 4; ++numTurns) {
+            SCOPED_TRACE(testing::Message() << "turned " << numTurns);
+            checkAllWays(scene.transformed(numTurns, 1, 0, 0));
+        }
+        for (const double scale : {0x1p-600, 0x1p-40, 0x1p-10, 0x1p10, 0x1p40, 0x1p500}) {
+            SCOPED_TRACE(testing::Message() << "scaled by " << scale);
+            checkAllWays(scene.transformed(1, scale, 0, 0));
+        }
+        for (const double spacing : {1.0, 0.1, 0x1p-20, 0x1p-29}) {
+            SCOPED_TRACE(testing::Message() << "far away, spacing " << spacing);
+            checkAllWays(scene.transformed(0, spacing, 5e6 + 0.3, -4.5e6));
+        }
+    }
+    EXPECT_GT(numFiles, 0) << "no corpus in " << TARO25D_CORPUS_DIR;
+    EXPECT_GT(numExact, 0);
+}
+
+/// Segments between points of the line through (0, 0) and (dx, dy), in both directions.
+Segments segmentsOnLine(int numPoints, double dx, double dy) {
+    Segments vSegments;
+    for (int i = 0; i < numPoints; ++i) {
+        for (int j = 0; j < numPoints; ++j) {
+            if (i != j) vSegments.push_back(segment(i * dx, i * dy, j * dx, j * dy));
+        }
+    }
+    return vSegments;
+}
+
+TEST_F(Constraint, CollinearOverlapsInEveryArrangement) {
+    const struct {
+        double dx, dy;
+        PointVector vPoints;
+    } aLines[] = {{2, 1, square(-20, 20)},                                        // inside
+                  {3, 0, {Point2(0, 9, 0), Point2(4, 9, 0)}},                     // along the hull
+                  {0, 2, {Point2(-1, 1, 0), Point2(1, 3, 0), Point2(0, 3, 0)}}};  // through a vertex and an edge
+    for (const auto& line : aLines) {
+        const Segments vAll = segmentsOnLine(4, line.dx, line.dy);
+        for (const Segment2& a : vAll) {
+            for (const Segment2& b : vAll) {
+                for (int way = 0; way < 4; ++way) {
+                    Work work;
+                    if (way < 3) work.insertBulk(line.vPoints);
+                    if (way == 0) {
+                        work.constrain({a, b}, CIS_CONSTRAINED_DELAUNAY, false);
+                    } else if (way == 1) {
+                        work.constrain({a, b});
+                    } else {  // two graphs; at last before there are triangles
+                        work.constrain({a});
+                        work.constrain({b});
+                    }
+                    if (way == 3) work.insertBulk(line.vPoints);
+                    if (way == 3) work.apply();
+                    ASSERT_TRUE(work.checkExactly() && !HasFailure())
+                        << way << ": " << a.getSrc() << a.getTrg() << b.getSrc() << b.getTrg();
+                }
+            }
+        }
+    }
+}
+
+TEST_F(Constraint, ManyCollinearOverlapsAtOnce) {
+    for (int seed = 0; seed < 100; ++seed) {
+        Random random(seed);
+        Segments vSegments = segmentsOnLine(7, 1, seed % 2 ? 3 : 0);
+        std::shuffle(vSegments.begin(), vSegments.end(), random);
+        vSegments.resize(2 + random() % 12);
+        Work work;
+        if (seed % 3) work.insertBulk({Point2(-3, 40, 0), Point2(9, -40, 0), Point2(9, 7, 0)});
+        if (seed % 4) {
+            work.constrain(vSegments, CIS_CONSTRAINED_DELAUNAY, seed % 4 == 2);
+        } else {
+            for (const Segment2& s : vSegments) work.constrain({s}, strategies[random() % 3]);
+        }
+        if (seed % 3 == 0) work.insertBulk({Point2(-3, 40, 0), Point2(9, -40, 0)});
+        work.apply();
+        ASSERT_TRUE(work.checkExactly() && !HasFailure()) << "seed " << seed;
+    }
+}
+
+/// A segment along a row, a column or a diagonal of an integer grid: crossings of these are doubles.
+Segment2 octilinear(Random& random, int side) {
+    for (;;) {
+        const double x = integer(random, 0, side), y = integer(random, 0, side), length = integer(random, 1, side);
+        const double dx = integer(random, -1, 1), dy = integer(random, -1, 1);
+        const double u = x + length * dx, v = y + length * dy;
+        if ((dx != 0 || dy != 0) && std::min(u, v) >= 0 && std::max(u, v) <= side) return segment(x, y, u, v);
+    }
+}
+
+TEST_F(Constraint, ExactCrossingsInAnyOrder) {
+    for (int seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        Random random(seed);
+        const int side = seed % 2 ? 6 : 16;
+        Scene scene;
+        for (int i = 0; i < 24; ++i) {
+            const bool bPoint = random() % 2;
+            const double x = integer(random, -1, side), y = integer(random, -1, side);
+            scene.vSteps.push_back(
+                {bPoint, bPoint ? segment(x, y, 0, 0) : octilinear(random, side), CIS_CONSTRAINED_DELAUNAY});
+        }
+        ASSERT_EQ(checkAllWays(scene.transformed(0, 2, 0, 0)), NUM_WAYS);
+        if (seed < 20) checkAllWays(scene.transformed(0, 1, 5e6, -4.1e6));
+        if (HasFailure()) return;
+    }
+}
+
+TEST_F(Constraint, StarsThroughOnePoint) {
+    Random random(1);
+    for (const XY& centre : {XY(0, 0), XY(5e6, 4e6), XY(0.1, 0.3), XY(1e5 + 0.1, 0.7)}) {
+        for (const bool bCentreFirst : {false, true}) {
+            Segments vSegments;
+            for (int i = 0; i < 100; ++i) {
+                const double a = integer(random, 1, 30), b = integer(random, -30, 30);
+                vSegments.push_back(segment(centre.first - a, centre.second - b, centre.first + a, centre.second + b));
+            }
+            Work work;
+            if (bCentreFirst) work.insert(Point2(centre.first, centre.second, 7));
+            work.constrain(vSegments);
+            work.checkExactly();
+            // All crossings are within an ulp or so of the centre: one vertex serves them all.
+            EXPECT_LE(work.mesh.numberOfPoints(), 201u);
+        }
+    }
+}
+
+TEST_F(Constraint, HundredsOfMutualCrossings) {
+    const size_t n = scaled(160);
+    for (int seed = 0; seed < 2; ++seed) {
+        Random random(seed);
+        Segments vSegments;
+        const double scale = seed ? 1e4 : 1, origin = seed ? 5e6 : 0;
+        for (size_t i = 0; i < n; ++i) {
+            vSegments.push_back(segment(origin, origin + scale * uniform(random, 0, 1), origin + scale,
+                                        origin + scale * uniform(random, 0, 1)));
+        }
+        Work work;
+        for (int i = 0; i < 500; ++i) {
+            work.vPoints.emplace_back(origin + scale * uniform(random, -0.1, 1.1),
+                                      origin + scale * uniform(random, -0.1, 1.1), 0);
+        }
+        work.mesh.insert(work.vPoints);
+        work.constrain(vSegments);
+        EXPECT_TRUE(work.check()) << "seed " << seed;
+        EXPECT_GT(work.mesh.numberOfPoints(), 500 + 2 * n + n * n / 8);
+        EXPECT_EQ(work.output.substr(0, 300), "");
+    }
+}
+
+TEST_F(Constraint, RunsThroughThousandsOfVertices) {
+    const double side = 2 * std::floor(std::sqrt(static_cast<double>(scaled(3500)))) + 1, last = side - 1;
+    Random random(1);
+    for (const ConstraintInsertionStrategy cis : strategies) {
+        Work work;
+        work.vPoints = makeGrid(static_cast<size_t>(side), 0, 0, 1, random);
+        work.mesh.insert(work.vPoints);
+        work.constrain({segment(last, 5, 0, 5), segment(0, last, last, last), segment(7, 0, 7, last)}, cis);
+        // A conforming segment takes midpoints where the diagonals of the squares run the other way.
+        if (cis == CIS_CONSTRAINED_DELAUNAY) work.constrain({segment(0, 0, last, last), segment(last, 0, 0, last)});
+        EXPECT_EQ(work.mesh.numberOfPoints(), work.vPoints.size());
+        EXPECT_TRUE(work.checkExactly());
+        // Knight's moves cross edges between the vertices that they meet.
+        work.constrain({segment(0, 0, 40, 20), segment(40, 0, 0, 20), segment(0, 3, 30, 63)}, cis);
+        EXPECT_TRUE(work.check());
+    }
+}
+
+TEST_F(Constraint, RunsAlongTwentyThousandCollinearVertices) {
+    // Deep split trees: neither the stack nor the time may follow them down each time.
+    const size_t n = scaled(20000);
+    const double last = static_cast<double>(n) - 1;
+    for (const bool bVerticesFirst : {true, false}) {
+        Work work;
+        work.insert(Point2(last / 2, -last, 0));
+        if (!bVerticesFirst) work.constrain({segment(last, 0, 0, 0), segment(0, 0, last, 0)});
+        work.insertBulk(makePoints(n, [](double i) { return XY(i, 0); }));
+        work.insert(Point2(last / 2, last, 0));
+        if (bVerticesFirst) work.constrain({segment(last, 0, 0, 0), segment(0, 0, last, 0)});
+        EXPECT_TRUE(work.check(0));
+        EXPECT_EQ(ConstraintOracle(work.mesh).aliveEnds().size(), n - 1);
+        EXPECT_EQ(work.output.substr(0, 300), "");
+    }
+    for (const double scale : {1.0, 0x1p-600}) {
+        Work work;
+        work.insertBulk(makePoints(n, [=](double i) { return XY(i * scale, 0); }));
+        work.insertBulk({Point2(0, last * scale, 0), Point2(0, -last * scale, 0)});
+        work.constrain({segment(last * scale, 0, 0, 0)}, CIS_CONFORMING_SURFACE_Z);
+        EXPECT_TRUE(work.check(0));
+        EXPECT_EQ(work.mesh.numberOfPoints(), n + 2);
+        EXPECT_EQ(work.output.substr(0, 300), "");
+    }
+}
+
+// ---- What a segment cuts ----
+
+bool cross(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
+    return oracleOrientation(a, b, c) * oracleOrientation(a, b, d) < 0 &&
+           oracleOrientation(c, d, a) * oracleOrientation(c, d, b) < 0;
+}
+
+TEST_F(Constraint, RegionsThatTouchThemselves) {
+    // An edge that is not crossed but lies between two triangles that are: the border passes both its sides.
+    size_t numBothSides = 0;
+    for (int seed = 0; seed < 60; ++seed) {
+        Random random(seed);
+        Work work;
+        for (int i = 0; i < 150; ++i) {
+            const double x = uniform(random, 0, 1), y = uniform(random, 0, 1);
+            work.vPoints.emplace_back(x, seed % 2 ? 0.1 * y : y, 0);
+        }
+        Handles vHandles;
+        work.mesh.insert(work.vPoints, vHandles);
+        const auto [pFrom, pTo] =
+            std::minmax_element(vHandles.begin(), vHandles.end(), [](Point2* a, Point2* b) { return *a < *b; });
+        const Point2 &p = **pFrom, &q = **pTo;
+        std::vector<Triangle2*> vCut, vAll;
+        work.mesh.getImpl()->getCZ(&p, &q, vCut);
+        work.mesh.getTrianglePointers(vAll);
+        const std::set<Triangle2*> sCut(vCut.begin(), vCut.end());
+        EXPECT_EQ(sCut.size(), vCut.size());
+        for (Triangle2* pT : vAll) {
+            bool bCrossed = false;
+            for (int i = 0; i < 3; ++i) {
+                const Point2 &a = *pT->getCorner((i + 1) % 3), &b = *pT->getCorner((i + 2) % 3);
+                bCrossed |= cross(p, q, a, b);
+                numBothSides += sCut.count(pT) && sCut.count(pT->getOppositeTriangle(i)) && !cross(p, q, a, b);
+            }
+            ASSERT_EQ(bCrossed, sCut.count(pT) != 0);
+        }
+        work.constrain({Segment2(p, q)});
+        ASSERT_TRUE(work.check(0)) << "seed " << seed;
+        EXPECT_EQ(work.mesh.numberOfPoints(), 150u);
+    }
+    EXPECT_GT(numBothSides, 20u);
+}
+
+TEST_F(Constraint, NeighboursChangeNoTriangle) {
+    Work work;
+    work.insertBulk(square(0, 1));
+    std::ostringstream before, after;
+    std::vector<Triangle2*> vTriangles;
+    work.mesh.getTrianglePointers(vTriangles);
+    for (const Triangle2* pT : vTriangles) before << *pT;
+    for (const ConstraintInsertionStrategy cis : strategies) work.constrain({segment(0, 0, 1, 0)}, cis);
+    for (const Triangle2* pT : vTriangles) after << *pT;
+    EXPECT_EQ(before.str(), after.str());
+    EXPECT_TRUE(work.checkExactly());
+    CSegs vCSegs;
+    work.mesh.getAliveAndDeadConstraintSegments(vCSegs);
+    ASSERT_EQ(vCSegs.size(), 1u);
+    EXPECT_EQ(vCSegs[0]->getCIS(), CIS_CONSTRAINED_DELAUNAY) << "the first strategy stays";
+    EXPECT_EQ(vCSegs[0]->getNumberOfOwners(), 3u);
+}
+
+TEST_F(Constraint, EdgesOfTheMesh) {
+    Work work;
+    Random random(1);
+    work.insertBulk(generators[0].make(100, random));
+    std::vector<Triangle2*> vTriangles;
+    work.mesh.getTrianglePointers(vTriangles);
+    Edge2 first(vTriangles[3], 0), second(vTriangles[50], 2);
+    work.vGraphs.push_back(work.mesh.getImpl()->createConstraint({&first, &second}, CIS_CONSTRAINED_DELAUNAY));
+    const std::set<Ends> sExpected{endsOf(*first.getSrc(), *first.getTrg()),
+                                   endsOf(*second.getSrc(), *second.getTrg())};
+    work.insertBulk(generators[0].make(500, random));
+    EXPECT_EQ(ConstraintOracle(work.mesh).aliveEnds(), sExpected);
+    EXPECT_TRUE(work.check());
+}
+
+// ---- Heights ----
+
+double heightAt(const Work& work, double x, double y) {
+    const Point2* pVtx = work.mesh.getImpl()->getVertexPointer(Point2(x, y, 0));
+    return pVtx ? pVtx->z() : std::nan("");
+}
+
+TEST_F(Constraint, CrossingsTakeTheHeightOfWhatWasThereFirst) {
+    for (const bool bOneList : {true, false}) {
+        Work work;
+        work.insertBulk(square(-9, 9));
+        const Segment2 first = segment(-3, -3, 3, 3, 10, 30), second = segment(-4, 4, 4, -4, 100, 200);
+        work.constrain(bOneList ? Segments{first, second} : Segments{first});
+        if (!bOneList) work.constrain({second});
+        EXPECT_EQ(heightAt(work, 0, 0), 20);
+        EXPECT_TRUE(work.checkExactly());
+        EXPECT_EQ(work.mesh.numberOfPoints(), 9u);
+    }
+}
+
+TEST_F(Constraint, MidpointsTakeTheHeightOfTheSurfaceOrTheMeanOfTheEnds) {
+    for (const auto& [cis, height] : {std::pair(CIS_CONFORMING_SURFACE_Z, 100), {CIS_CONFORMING_LINEAR_Z, 15}}) {
+        Work work;
+        work.insertBulk({Point2(2, 0.5, 100), Point2(2, -0.5, 100)});
+        work.constrain({segment(0, 0, 4, 0, 10, 20)}, cis);
+        EXPECT_EQ(heightAt(work, 2, 0), height);
+        EXPECT_EQ(ConstraintOracle(work.mesh).aliveEnds(), (std::set<Ends>{{{0, 0}, {2, 0}}, {{2, 0}, {4, 0}}}));
+        EXPECT_TRUE(work.check(0));
+        EXPECT_TRUE(work.mesh.checkValidity(true, "conforming"));
+    }
+}
+
+TEST_F(Constraint, ConformingSegmentsSplitAtTheVertexOnThemAndAtConstraints) {
+    for (const ConstraintInsertionStrategy cis : {CIS_CONFORMING_SURFACE_Z, CIS_CONFORMING_LINEAR_Z}) {
+        Work work;
+        work.insertBulk({Point2(1, 0, 5), Point2(2, 9, 0), Point2(2, -9, 0)});
+        work.constrain({segment(0, 0, 4, 0)}, cis);
+        EXPECT_EQ(work.mesh.numberOfPoints(), 5u) << "no midpoint";
+        EXPECT_TRUE(work.check(0));
+        // The midpoint of the next one is not on the edge that it crosses; that of the last one is.
+        work.constrain({segment(5, -1, 5, 1, 10, 20)});
+        work.constrain({segment(4.5, 0.5, 7, 0.5, 50, 60)}, cis);
+        EXPECT_EQ(heightAt(work, 5, 0.5), 17.5);
+        work.constrain({segment(4, -0.5, 6, -0.5, 70, 90)}, cis);
+        EXPECT_EQ(heightAt(work, 5, -0.5), cis == CIS_CONFORMING_LINEAR_Z ? 80 : 12.5);
+        EXPECT_TRUE(work.check(0));
+        EXPECT_EQ(work.output.substr(0, 300), "");
+    }
+}
+
+TEST_F(Constraint, AConformingSegmentLeavesTheMeshDelaunay) {
+    for (int seed = 0; seed < 20; ++seed) {
+        Random random(seed);
+        Work work;
+        work.insertBulk(generators[0].make(200, random));
+        work.constrain({segment(-0.9, uniform(random, -1, 1), 0.9, uniform(random, -1, 1))}, strategies[1 + seed % 2]);
+        std::vector<Triangle2*> vTriangles;
+        work.mesh.getTrianglePointers(vTriangles);
+        for (const Triangle2* pT : vTriangles) {
+            for (int i = 0; i < 3; ++i) {
+                const Triangle2* pN = pT->getOppositeTriangle(i);
+                ASSERT_TRUE(!pN || oracleInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2),
+                                                  *pN->getCorner(pN->getIntraTriangleIndex(pT))) <= 0);
+            }
+        }
+        ASSERT_TRUE(work.check()) << "seed " << seed;
+        EXPECT_EQ(work.output.substr(0, 300), "");
+    }
+}
+
+// ---- Where doubles end ----
+
+TEST_F(Constraint, WarnsWhereAConformingSegmentIsTooShortToSplit) {
+    const double ulp = 0x1p-30;
+    Work work;
+    const auto at = [=](double i, double j) { return Point2(5e6 + i * ulp, 5e6 + j * ulp, 0); };
+    work.insertBulk({at(8, 1), at(8, -1), at(-1e12, 0), at(1e12, 1e12)});
+    work.constrain({Segment2(at(0, 0), at(16, 0))}, CIS_CONFORMING_LINEAR_Z);
+    EXPECT_TRUE(says(work.output,
+                     "Dt2::insertSegmentConformingDelaunay(), WARNING: Double precision arithmetic does not "
+                     "allow to split a segment further, giving up. Incorrect result!"));
+    EXPECT_TRUE(work.check());
+}
+
+TEST_F(Constraint, EndsWhereCrossingsHaveNoRoomLeft) {
+    // Segments between neighbouring doubles, of every strategy: crossings round onto ends, beside the line, or back to
+    // where they came from.
+    const struct {
+        const char* name;
+        double origin, step;
+    } aSettings[] = {{"even integers", 0x1p53, 2}, {"far away", 5e6, 0x1p-30},     {"smallest steps", 0.1, 0x1p-56},
+                     {"subnormals", 0, 0x1p-1074}, {"largest", 0x1p1023, 0x1p971}, {"below squares", 0, 0x1p-600},
+                     {"drawn to ends", 0, 1e-7},   {"about to be drawn", 0, 1e-6}};
+    const int numSeeds = static_cast<int>(std::max<size_t>(scaled(40), 8));
+    for (const auto& setting : aSettings) {
+        for (int seed = 0; seed < numSeeds; ++seed) {
+            SCOPED_TRACE(testing::Message() << setting.name << ", seed " << seed);
+            Random random(seed);
+            const int width = 2 << seed % 4;
+            const auto coordinate = [&] { return setting.origin + setting.step * integer(random, 0, width); };
+            Scene scene;
+            for (int i = 0; i < 20; ++i) {
+                Step step{random() % 3 == 0, {}, seed % 3 ? CIS_CONSTRAINED_DELAUNAY : strategies[random() % 3]};
+                do step.s = segment(coordinate(), coordinate(), coordinate(), coordinate());
+                while (step.s.getSrc() == step.s.getTrg());
+                scene.vSteps.push_back(step);
+            }
+            checkAllWays(scene);
+            if (HasFailure()) return;
+        }
+    }
+}
+
+// ---- Before there are triangles ----
+
+TEST_F(Constraint, WaitsUntilThereAreTriangles) {
+    Work work;
+    ConstraintGraph2* pGraph = work.constrain({segment(0, 0, 8, 0), segment(4, 0, 12, 0)});
+    work.constrain({segment(10, 0, 2, 0)}, CIS_CONFORMING_LINEAR_Z);
+    EXPECT_FALSE(work.mesh.is2D());
+    EXPECT_EQ(work.output.substr(0, 300), "");
+    EXPECT_TRUE(work.mesh.isConstraint(work.mesh.getImpl()->getVertexPointer(Point2(8, 0, 0))));
+    work.apply();
+    EXPECT_TRUE(says(work.output,
+                     "Taro2D::applyConstraintsAndZones, WARNING: The triangulation is not 2D yet, can't apply "
+                     "the constraints"));
+    work.output.clear();
+    {
+        StdoutCapture capture;
+        work.mesh.getImpl()->applyConstraintsAndZones();
+        EXPECT_TRUE(says(capture.text(),
+                         "Dt2::applyConstraintsAndZones(), WARNING: The triangulation is not full "
+                         "dimensional yet. Nothing to do"));
+    }
+    CSegs vCSegs;
+    pGraph->getAliveConstraintChain(vCSegs);
+    EXPECT_EQ(vCSegs.size(), 2u) << "only recorded";
+    work.insert(Point2(6, 0, 0));
+    work.insert(Point2(6, 5, 0));
+    work.insert(Point2(6, -5, 0));
+    work.insert(Point2(7, 0, 0));
+    work.apply();
+    work.checkExactly();
+}
+
+TEST_F(Constraint, SurvivesTheReturnToALine) {
+    Work work;
+    work.constrain({segment(0, 0, 4, 0)});
+    Point2* pOff = work.mesh.insert(Point2(1, 1, 0));
+    work.apply();
+    EXPECT_TRUE(work.check(0));
+    work.mesh.remove(pOff);
+    EXPECT_FALSE(work.mesh.is2D());
+    work.insert(Point2(2, 0, 0));
+    work.insert(Point2(3, 7, 0));
+    work.insert(Point2(3, -7, 0));
+    work.apply();
+    work.checkExactly();
+}
+
+// ---- Later insertions and removals ----
+
+TEST_F(Constraint, PointsInsertedLaterSplitItInEveryOwner) {
+    for (const int numThreads : {1, 4}) {
+        Work work;
+        work.mesh.setNumCPU(numThreads);
+        work.insertBulk(square(0, 64));
+        const Segments vSides{segment(0, 0, 64, 0), segment(64, 64, 64, 0), segment(0, 0, 64, 64),
+                              segment(0, 32, 64, 32)};
+        work.constrain(vSides);
+        work.constrain({reversed(vSides[2]), vSides[0]});
+        work.insert(Point2(16, 16, 0));
+        work.insert(Point2(16, 0, 0));
+        work.checkExactly();
+        Random random(1);
+        work.insertBulk(makeGrid(33, 0, 0, 2, random));
+        work.insertBulk(makeGrid(40, -5, 3, 1, random));
+        work.checkExactly();
+    }
+}
+
+TEST_F(Constraint, RemovalIsRefusedForItsVerticesOnly) {
+    Random random(1);
+    Work work;
+    work.insertBulk(makeGrid(9, 0, 0, 1, random));
+    work.constrain({segment(0, 0, 8, 8), segment(1, 7, 7, 2), segment(0, 0, 8, 0)});
+    Handles vVertices;
+    work.mesh.getVertexPointers(vVertices);
+    std::shuffle(vVertices.begin(), vVertices.end(), random);
+    const std::set<Ends> sAlive = ConstraintOracle(work.mesh).aliveEnds();
+    size_t numPoints = vVertices.size();
+    for (Point2* pVtx : vVertices) {
+        const bool bRefused = work.mesh.isConstraint(pVtx);
+        testing::internal::CaptureStderr();
+        StdoutCapture capture;
+        work.mesh.remove(pVtx);
+        EXPECT_EQ(says(capture.text(), "Dt2::remove(), WARNING: Illegal: Can't remove a constraint vertex"), bRefused);
+        EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), !bRefused);
+        numPoints -= !bRefused;
+        ASSERT_EQ(work.mesh.numberOfPoints(), numPoints);
+        ASSERT_TRUE(work.check());
+    }
+    EXPECT_EQ(ConstraintOracle(work.mesh).aliveEnds(), sAlive);
+    EXPECT_LT(numPoints, 30u);
+}
+
+// ---- Segments ----
+
+ConstraintSegment2* onlySegment(const ConstraintGraph2& graph) {
+    CSegs vCSegs;
+    graph.getOriginalConstraintSegments(vCSegs);
+    return vCSegs.at(0);
+}
+
+TEST_F(Constraint, SegmentsAreSplitAtNewPoints) {
+    Random random(3);
+    Work work;
+    work.insertBulk(square(-9, 9));
+    work.insertBulk(makeGrid(5, -2.5, -2.5, 1.25, random));
+    ConstraintGraph2* pFirst = work.constrain({segment(-8, 0.25, 8, 0.25)});
+    ConstraintGraph2* pSecond = work.constrain({segment(8, 0.25, -8, 0.25)});
+    ConstraintSegment2* pRoot = onlySegment(*pFirst);
+    EXPECT_EQ(onlySegment(*pSecond), pRoot);
+    EXPECT_NE(pFirst->isReverse(pRoot), pSecond->isReverse(pRoot));
+    EXPECT_EQ(pRoot->insertAndSplit(Point2(8, 0.25, 3)), nullptr);
+    EXPECT_EQ(pRoot->insertAndSplit(Point2(-8, 0.25, 3)), nullptr);
+    EXPECT_TRUE(pRoot->isAlive());
+    EXPECT_TRUE(work.checkExactly());
+    const size_t numPoints = work.mesh.numberOfPoints();
+
+    Point2* pMiddle = pRoot->insertAndSplit(Point2(0, 0.25, 3));
+    ASSERT_NE(pMiddle, nullptr);
+    EXPECT_TRUE(samePoint(*pMiddle, Point2(0, 0.25, 3)));
+    work.vPoints.push_back(*pMiddle);
+    EXPECT_TRUE(work.checkExactly());
+    StdoutCapture capture;
+    EXPECT_THROW(pRoot->insertAndSplit(Point2(1, 0.25, 0)), TaroException);
+    EXPECT_THROW(pRoot->split_combinatorialOnly(pMiddle), TaroException);
+
+    ConstraintSegment2 *pLeft = nullptr, *pRight = nullptr;
+    Point2* pSplit = nullptr;
+    pFirst->getDirectChildren(pRoot, pLeft, pRight);
+    EXPECT_TRUE(pLeft->getSrc()->x() < 0 || pLeft->getTrg()->x() < 0) << "in the direction of the graph";
+    pSecond->getDirectChildren(pRoot, pRight, pLeft);
+    EXPECT_TRUE(pLeft->getSrc()->x() < 0 || pLeft->getTrg()->x() < 0);
+    pRoot->getChildrenAndSplitPoint(pLeft, pRight, pSplit);
+    EXPECT_EQ(pSplit, pMiddle);
+    EXPECT_EQ(pLeft->getNumberOfOwners(), 2u);
+
+    EXPECT_NE(pLeft->insertAndSplit(Point2(-4, 1, 9)), nullptr) << "beside the line";
+    EXPECT_TRUE(work.check(1));
+    EXPECT_EQ(work.mesh.numberOfPoints(), numPoints + 2);
+    EXPECT_EQ(*pRight->insertAndSplit(Point2(2.5, 2.5, 9)), Point2(2.5, 2.5, 0)) << "at a vertex that was there";
+    EXPECT_TRUE(work.check(3));
+    EXPECT_EQ(work.mesh.numberOfPoints(), numPoints + 2);
+    EXPECT_TRUE(work.mesh.checkValidity(true, "split"));
+}
+
+TEST_F(Constraint, NoSegmentBecomesItsOwnDescendant) {
+    Work work;
+    work.insertBulk(square(-9, 9));
+    ConstraintSegment2* pRoot = onlySegment(*work.constrain({segment(-4, 0, 4, 0)}));
+    work.insert(Point2(0, 0, 0));
+    CSegs vChildren;
+    pRoot->getChildrenRec(vChildren);
+    Point2* pOther = pRoot->getTrg();  // the first child holds the source
+    const auto refuses = [&](const auto& split) {
+        StdoutCapture capture;
+        const bool bSplit = split();
+        return !bSplit && says(capture.text(), "insufficient numeric accuracy, need to skip last insertions");
+    };
+    EXPECT_TRUE(refuses([&] { return vChildren[0]->split_combinatorialOnly(pOther); }));
+    EXPECT_TRUE(refuses([&] { return vChildren[0]->insertAndSplit(*pOther) != nullptr; }));
+    EXPECT_TRUE(work.checkExactly());
+}
+
+TEST_F(Constraint, SplittingCrossesOtherConstraints) {
+    for (const ConstraintInsertionStrategy cis : strategies) {
+        Work work;
+        work.insertBulk(square(-9, 9));
+        ConstraintGraph2* pGraph = work.constrain({segment(-4, 0, 4, 0)}, cis);
+        work.constrain({segment(-3, 1, 3, 1)});
+        EXPECT_NE(onlySegment(*pGraph)->insertAndSplit(Point2(0, 2, 0)), nullptr);
+        EXPECT_TRUE(work.check(2));
+        EXPECT_TRUE(work.mesh.isConstraint(work.mesh.getImpl()->getVertexPointer(Point2(-2, 1, 0))));
+        ConstraintGraph2* pOther = work.constrain({segment(-8, -5, 8, -5)}, cis);
+        EXPECT_TRUE(onlySegment(*pOther)->splitAndRemovePrev(Point2(0, -5, 0)));
+        EXPECT_TRUE(work.check(2));
+    }
+}
+
+TEST_F(Constraint, SegmentsKeepTheirRules) {
+    Work work;
+    work.insertBulk(square(0, 8));
+    ConstraintSegment2* pCSeg = onlySegment(*work.constrain({segment(0, 0, 8, 8)}));
+    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    EXPECT_EQ(pCSeg->getAdjacentArea(), std::numeric_limits<double>::max());
+    ConstraintMgr* pManager = work.mesh.getImpl()->getConstraintManager();
+    EXPECT_EQ(pManager->addConstraintSegment(pTrg, pSrc, CIS_CONFORMING_LINEAR_Z), pCSeg);
+
+    pCSeg->kill();
+    EXPECT_FALSE(pCSeg->isAlive() || work.mesh.isConstraint(pSrc, pTrg) || work.mesh.getConstraintSegment(pSrc, pTrg));
+    EXPECT_TRUE(work.mesh.isConstraint(pSrc)) << "the vertices of dead segments stay constraint vertices";
+    pCSeg->unkill();
+    EXPECT_EQ(work.mesh.getConstraintSegment(pTrg, pSrc), pCSeg);
+
+    StdoutCapture capture;
+    ConstraintSegment2 *pChild0 = pCSeg, *pChild1 = nullptr;
+    Point2* pSplit = pSrc;
+    pCSeg->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);
+    EXPECT_TRUE(pChild0 == pCSeg && pChild1 == nullptr && pSplit == pSrc);
+    EXPECT_TRUE(says(capture.text(), "ConstraintSegment2::getChildrenAndSplitPoint(), WARNING: *this is still alive!"));
+    EXPECT_TRUE(pCSeg->dbg_hasDirection());
+    EXPECT_TRUE(says(capture.text(), "alive, numOwners=1\nFor one owner CG2: "));
+    EXPECT_TRUE(says(capture.text(), " has Direction, true\n"));
+    std::ostringstream text;
+    text << *pCSeg;
+    EXPECT_TRUE(says(text.str(), "[alive]\nPoint2 ("));
+    EXPECT_TRUE(says(text.str(), "length=11.3137"));
+
+    CSegs vChildren;
+    ConstraintSegment2 foreign(pSrc, pTrg + 1, CIS_CONSTRAINED_DELAUNAY);
+    const struct {
+        const char* condition;
+        std::function<void()> act;
+    } aWrong[] = {
+        {"p0<p1", [&] { ConstraintSegment2(pTrg, pSrc, CIS_CONSTRAINED_DELAUNAY); }},
+        {"p0<p1", [&] { ConstraintSegment2(pSrc, pSrc, CIS_CONSTRAINED_DELAUNAY); }},
+        {"p0<p1", [&] { pManager->addConstraintSegment(pSrc, pSrc, CIS_CONSTRAINED_DELAUNAY); }},
+        {"pSplit!=__null", [&] { pCSeg->split_combinatorialOnly(nullptr); }},
+        {"p0!=pSplit && p1!=pSplit", [&] { pCSeg->split_combinatorialOnly(pTrg); }},
+        {"!sOwners.empty()", [&] { foreign.split_combinatorialOnly(pTrg); }},
+        {"!sOwners.empty()", [&] { foreign.insertAndSplit(*pTrg); }},
+        {"vChildren.size()==2", [&] { pCSeg->getChildrenRec(vChildren); }},
+        {"q_it!=mCSegReverse.end()", [&] { work.vGraphs[0]->isReverse(&foreign); }},
+        {"!pParentCSeg->isAlive()", [&] { work.vGraphs[0]->updateSplittedConstraintSegment(pCSeg, true); }},
+        {"pInitialCSeg->isAlive()",
+         [&] {
+             foreign.kill();
+             work.mesh.getImpl()->newCDT_applyOneCS(&foreign);
+         }},
+    };
+    for (const auto& wrong : aWrong) {
+        StdoutCapture message;
+        EXPECT_THROW(wrong.act(), TaroException) << wrong.condition;
+        EXPECT_TRUE(says(message.text(), std::string("Condition [ ") + wrong.condition + " failed ]"));
+    }
+    EXPECT_TRUE(work.checkExactly());
+}
+
+// ---- Graphs ----
+
+TEST_F(Constraint, GraphsOfWrongSegments) {
+    const double nan = std::nan("");
+    const struct {
+        Segments vSegments;
+        const char* text;
+    } aWrong[] = {
+        {{}, "Dt2::createConstraint(..), WARNING: vSegments is empty, returning NULL"},
+        {{segment(0, 0, 5, 5), segment(0, 0, nan, 0)},
+         "Dt2::createConstraint(..), WARNING: non-finite coordinates, constraint refused"},
+        {{segment(0, 0, 5, 5, HUGE_VAL, 0)},
+         "Dt2::createConstraint(..), WARNING: non-finite coordinates, constraint refused"},
+    };
+    Work work;
+    work.insertBulk(square(0, 8));
+    for (const auto& wrong : aWrong) {
+        for (const bool bOriented : {false, true}) {
+            StdoutCapture capture;
+            EXPECT_EQ(work.mesh.getImpl()->createConstraint(wrong.vSegments, CIS_CONSTRAINED_DELAUNAY, bOriented),
+                      nullptr);
+            EXPECT_TRUE(says(capture.text(), wrong.text));
+        }
+    }
+    StdoutCapture capture;
+    EXPECT_EQ(work.mesh.createConstraint({}, CIS_CONSTRAINED_DELAUNAY), nullptr);
+    EXPECT_EQ(work.mesh.getImpl()->createConstraint(std::vector<Edge2*>(), CIS_CONSTRAINED_DELAUNAY), nullptr);
+    EXPECT_TRUE(says(capture.text(),
+                     "Taro_2D::createConstraint(), WARNING: You have not supplied any segments. Returning "
+                     "NULL!"));
+    EXPECT_TRUE(says(capture.text(), "Dt2::createConstraint(..), WARNING: vEdges is empty, returning NULL"));
+    EXPECT_EQ(work.mesh.numberOfPoints(), 4u) << "nothing was inserted";
+    for (const bool bOriented : {false, true}) {
+        work.output.clear();
+        work.constrain({segment(1, 1, 1, 1), segment(1, 2, 6, 2)}, CIS_CONSTRAINED_DELAUNAY, bOriented);
+        EXPECT_TRUE(says(work.output, " <-> "));
+        EXPECT_TRUE(says(work.output,
+                         "ConstraingMgr::createConstraint, WARNING: (0) Identical source and endpoint, a "
+                         "constraint segment has been skipped"));
+        EXPECT_TRUE(work.check(0));
+        EXPECT_EQ(ConstraintOracle(work.mesh).aliveEnds().size(), 1u);
+    }
+}
+
+std::vector<XY> polygonVertices(const ConstraintGraph2& graph) {
+    Handles vVertices;
+    graph.getPolygonVertices(vVertices);
+    std::vector<XY> vResult;
+    for (const Point2* pVtx : vVertices) vResult.push_back(xyOf(*pVtx));
+    return vResult;
+}
+
+TEST_F(Constraint, PolygonsRunCounterclockwiseFromTheirFirstVertex) {
+    Random random(1);
+    const Segments vSides{segment(0, 0, 8, 0), segment(8, 0, 8, 8), segment(8, 8, 4, 2), segment(4, 2, 0, 8),
+                          segment(0, 8, 0, 0)};
+    for (int round = 0; round < 60; ++round) {
+        Segments vGiven = vSides;
+        std::shuffle(vGiven.begin(), vGiven.end(), random);
+        for (Segment2& s : vGiven) {
+            if (round < 10 || (round > 20 && random() % 2)) s = reversed(s);
+        }
+        Work work;
+        work.insertBulk(square(-9, 19));
+        if (round % 3 == 1) work.constrain({segment(4, -3, 4, 12)});
+        ConstraintGraph2* pGraph = work.constrain(vGiven, CIS_CONSTRAINED_DELAUNAY, round % 2);
+        if (round % 3 == 2) work.constrain({segment(4, -3, 4, 12)});
+        ASSERT_TRUE(pGraph->isPolygon() && pGraph->isOriented());
+        std::vector<XY> vExpected{{0, 0}, {8, 0}, {8, 8}, {4, 2}, {0, 8}};
+        if (round % 3) vExpected.insert(vExpected.begin() + 1, {4, 0});
+        EXPECT_EQ(polygonVertices(*pGraph), vExpected);
+        EXPECT_TRUE(work.checkExactly());
+    }
+}
+
+TEST_F(Constraint, OnlyOneSimpleLoopIsAPolygon) {
+    const Segments vTriangle{segment(0, 0, 4, 0), segment(4, 0, 0, 4), segment(0, 4, 0, 0)};
+    const auto with = [&](Segments vMore) {
+        vMore.insert(vMore.end(), vTriangle.begin(), vTriangle.end());
+        return vMore;
+    };
+    const struct {
+        const char* name;
+        Segments vSegments;
+        bool bPolygon;
+    } aCases[] = {
+        {"triangle", vTriangle, true},
+        {"two segments", {vTriangle[0], vTriangle[1]}, false},
+        {"open chain", {segment(0, 0, 1, 0), segment(1, 0, 1, 1), segment(1, 1, 2, 1)}, false},
+        {"tail", with({segment(4, 0, 9, 0)}), false},
+        {"tail at the start", with({segment(-4, 0, 0, 0)}), false},
+        {"two loops", with({segment(6, 0, 9, 0), segment(9, 0, 9, 3), segment(9, 3, 6, 0)}), false},
+        {"loops that touch", with({segment(4, 0, 9, 0), segment(9, 0, 9, 3), segment(9, 3, 4, 0)}), false},
+        {"flat start", {segment(0, 0, 0, 1), segment(0, 1, 0, 2), segment(0, 2, 3, 1), segment(3, 1, 0, 0)}, true}};
+    for (const auto& c : aCases) {
+        for (const bool bOriented : {false, true}) {
+            Work work;
+            work.insertBulk(square(-9, 12));
+            const ConstraintGraph2* pGraph = work.constrain(c.vSegments, CIS_CONSTRAINED_DELAUNAY, bOriented);
+            EXPECT_EQ(pGraph->isPolygon(), c.bPolygon) << c.name;
+            EXPECT_EQ(pGraph->isOriented(), c.bPolygon || bOriented) << c.name;
+            EXPECT_TRUE(work.checkExactly()) << c.name;
+            EXPECT_EQ(polygonVertices(*pGraph).size(), c.bPolygon ? c.vSegments.size() : 0) << c.name;
+        }
+    }
+}
+
+TEST_F(Constraint, GraphsAreWrittenAndDrawn) {
+    Work work;
+    work.insertBulk(square(-9, 9));
+    ConstraintGraph2* pGraph = work.constrain({segment(-4, 0, 4, 0), segment(0, -4, 0, 4)});
+    StdoutCapture capture;
+    work.mesh.getImpl()->getConstraintManager()->writeConstraints("dump");
+    work.mesh.getImpl()->getConstraintManager()->writeConstraintsBIN("dump");
+    EXPECT_TRUE(says(capture.text(), "writes 4 child segments to dump_c"));
+    pGraph->show("graph.ps");
+    work.mesh.show("mesh.ps", true);
+    std::set<std::string> sEndings;
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        const std::string name = entry.path().filename();
+        if (name.rfind("dump_c", 0) == 0) sEndings.insert(name.substr(name.find_first_of("_.", 6)));
+        EXPECT_GT(entry.file_size(), 0u);
+    }
+    EXPECT_EQ(sEndings, (std::set<std::string>{".con", "_con.bin"}));
+    EXPECT_TRUE(std::filesystem::exists("graph.ps"));
+}
+
+// ---- Real line work ----
+
+Segments readSegments(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::uint64_t n = 0;
+    file.read(reinterpret_cast<char*>(&n), sizeof(n));
+    Segments vSegments;
+    double a[4];
+    while (file.read(reinterpret_cast<char*>(a), sizeof(a))) vSegments.push_back(segment(a[0], a[1], a[2], a[3]));
+    EXPECT_EQ(vSegments.size(), n);
+    return vSegments;
+}
+
+TEST_F(Constraint, RealLineWork) {
+    const std::string folder = TARO25D_SHARED_DATA_DIR;
+    if (folder.empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    size_t numFiles = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder + "/segments")) {
+        if (entry.path().extension() != ".segb") continue;
+        SCOPED_TRACE(entry.path().filename());
+        ++numFiles;
+        const Segments vSegments = readSegments(entry.path());
+        for (const ConstraintInsertionStrategy cis : strategies) {
+            if (cis != CIS_CONSTRAINED_DELAUNAY && vSegments.size() > scaled(6000)) continue;
+            Work work;
+            work.constrain(vSegments, cis, cis == CIS_CONSTRAINED_DELAUNAY);
+            EXPECT_TRUE(work.check());
+            EXPECT_FALSE(work.gaveUp());
+        }
+    }
+    EXPECT_GT(numFiles, 0u);
+}
+
+TEST_F(Constraint, RealCounts) {
+    const std::string folder = TARO25D_SHARED_DATA_DIR;
+    if (folder.empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    const struct {
+        const char* name;
+        size_t numNewVertices, numMoreSegments;
+    } aFiles[] = {{"lake_superior", 0, 0}, {"ne_50m_rivers_lake_centerlines", 25, 2 * 25 + 1}};
+    for (const auto& file : aFiles) {
+        Work work;
+        work.constrain(readSegments(folder + "/segments/" + file.name + ".segb"));
+        std::set<XY> sEnds;
+        std::set<Ends> sSegments;
+        for (const Segment2& s : work.vSegments) {
+            sEnds.insert({xyOf(s.getSrc()), xyOf(s.getTrg())});
+            sSegments.insert(endsOf(s.getSrc(), s.getTrg()));
+        }
+        EXPECT_EQ(work.mesh.numberOfPoints() - sEnds.size(), file.numNewVertices) << file.name;
+        EXPECT_EQ(ConstraintOracle(work.mesh).aliveEnds().size() - sSegments.size(), file.numMoreSegments) << file.name;
+    }
+}
+
+// ---- Everything mixed ----
+
+TEST_F(Constraint, MixesOfEverything) {
+    const struct {
+        const char* name;
+        double origin, step;
+        int width;
+    } aSettings[] = {{"small grid", 0, 1, 6},        {"grid", 0, 1, 20},
+                     {"survey", 4.5e6, 0.01, 30000}, {"unit square", 0, 1e-9, 1000000000},
+                     {"large", 0, 1e30, 50},         {"small", 0, 1e-3, 9}};
+    const int numSeeds = static_cast<int>(std::max<size_t>(scaled(10), 2));
+    for (const auto& setting : aSettings) {
+        for (int seed = 0; seed < numSeeds; ++seed) {
+            SCOPED_TRACE(testing::Message() << setting.name << ", seed " << seed);
+            Random random(seed);
+            const auto point = [&] {
+                const double x = integer(random, 0, setting.width), y = integer(random, 0, setting.width);
+                return Point2(setting.origin + setting.step * x, setting.origin + setting.step * y,
+                              uniform(random, 0, 9));
+            };
+            Work work;
+            for (int i = 0; i < 60; ++i) {
+                const int kind = static_cast<int>(random() % 8);
+                if (kind == 0) work.insert(point());
+                if (kind == 1) {
+                    PointVector vPoints;
+                    while (vPoints.size() < 8) vPoints.push_back(point());
+                    work.insertBulk(vPoints);
+                }
+                if (kind == 2 || kind == 3) {
+                    Segments vSegments;
+                    for (size_t k = 1 + random() % 3; vSegments.size() < k;) {
+                        const Segment2 s(point(), point());
+                        if (s.getSrc() != s.getTrg()) vSegments.push_back(s);
+                    }
+                    work.constrain(vSegments, kind == 2 ? CIS_CONSTRAINED_DELAUNAY : strategies[random() % 3],
+                                   random() % 2);
+                }
+                Handles vVertices;
+                work.mesh.getVertexPointers(vVertices);
+                for (int k = 0; k < 3 && kind == 4 && !vVertices.empty(); ++k) {
+                    Point2* pVtx = vVertices[random() % vVertices.size()];
+                    if (work.mesh.isConstraint(pVtx)) continue;
+                    work.mesh.remove(pVtx);
+                    vVertices.erase(std::find(vVertices.begin(), vVertices.end(), pVtx));
+                }
+                CSegs vAlive;
+                work.mesh.getAliveConstraintSegments(vAlive);
+                if (kind == 5 && work.mesh.is2D() && !vAlive.empty()) {
+                    ConstraintSegment2* pCSeg = vAlive[random() % vAlive.size()];
+                    const Point2 &a = *pCSeg->getSrc(), &b = *pCSeg->getTrg();
+                    const double t = integer(random, 0, 4) / 4;
+                    StdoutCapture capture;
+                    pCSeg->insertAndSplit(Point2(a.x() + t * (b.x() - a.x()), a.y() + t * (b.y() - a.y()), 0));
+                    work.output += capture.text();
+                }
+                work.bPending |= !work.mesh.is2D();
+                work.applyIfPending();
+                ASSERT_TRUE(work.check() && !work.gaveUp()) << "step " << i << ", kind " << kind;
+            }
+        }
+    }
+}
+
+}  // namespace
