@@ -1,31 +1,32 @@
 // A chunk inserts its vertices into a mesh that other threads change at the same time, without locks.
 //
-// Each vertex is inserted by its conflict region (Bowyer 1981, Watson 1981): all triangles whose circumcircle
-// contains it, found from the one it hits through the links. They are replaced by a fan from the vertex to
-// the border of the region. Nothing is written before the whole region is known, and the vertex is left to
-// the calling thread if one triangle of the region has a corner outside the extended box.
+// Each vertex is inserted as on one thread, by a split and Lawson flips. But before a flip the corner that it would
+// bring in is tested against the extended box of the chunk. If it is outside, the flips are taken back in reverse order
+// and then the split, and the vertex is left to the calling thread, which inserts it when no chunk runs any more.
 //
-// Why that is safe. Chunks run at the same time only if their extended boxes A and B are disjoint. A writes
-//   - corners and links of triangles with all three corners in A and of fresh ones, and the incident triangle of
+// Why that is safe. Chunks run at the same time only if their extended boxes, closed sets, have no point in common. The
+// chunk with the box A writes, also while it takes something back,
+//   - corners and links of triangles whose three corners are in A, fresh ones included, and the incident triangle of
 //     vertices in A;
-//   - of a triangle beyond the border of a region the one link across the border, an edge with both ends in A.
-// So the corners of a triangle with a corner in A, and a link across an edge with an end in A, are never
-// written by B; these alone does A read: it turns around vertices in A and walks and searches through
-// triangles that lie in A, looks at the corners of the triangle across an edge, which has two of them in A,
-// and finds the place of that edge there by corners, not by links. Coordinates do not change at all. The fan
-// reuses the records of its region before fresh ones, which belong to the chunk alone. What a thread wrote is
-// seen by the next one through the mutex of the inserter.
+//   - of a triangle around them the one link across an edge with both ends in A.
+// So nobody else writes to a triangle with two corners in A, since each of its edges has an end there; nor to the
+// corners of a triangle with one corner in A, nor to its links across the two edges that end there. Only these does the
+// chunk read. It starts at its anchor, a vertex in the mesh that was there before and lies in A, and turns around it
+// until it finds a triangle in A. From there it walks through triangles in A and looks at their neighbours, which have
+// two corners in A: all their words may be read, so that the place of a link in the neighbour is found as on one
+// thread. A vertex that is inserted lies in A, in a triangle in A. Coordinates do not change at all. Fresh records
+// belong to the chunk alone. The map of duplicates has a mutex of its own. What a thread wrote is seen by the next one
+// through the mutex of the inserter.
 //
-// The extended box must hold the conflict regions of the chunk's points, or too many are left over. A
-// circumcircle that contains a point of the chunk's box meets a side of the box or lies inside it; conflict
-// regions shrink as the mesh grows, so what the coarse mesh tells before the start stays true.
+// The extended box must hold what the insertions change, or too many are left over. A circumcircle that contains a
+// point of the chunk's box meets the border of that box or lies inside; circles become smaller as the mesh grows, so
+// what the coarse mesh tells before the start stays true.
 
 #include "Chunk.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <unordered_set>
 
 #include "Dt2.h"
 #include "diagnostics.h"
@@ -36,23 +37,19 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-// Beyond these, a chunk stops looking and takes the whole mesh for its box, a walk ends, and all that is left of a chunk
-// goes to the calling thread: so that odd distributions of points cost little more than on one thread.
+// Beyond these, a chunk stops looking and takes the whole mesh for its box, a walk ends, and all that is left of a
+// chunk goes to the calling thread: so that odd distributions of points cost little more than on one thread.
 constexpr size_t MAX_GROWTH = 2000;
 constexpr int MAX_STEPS = 500;
+constexpr int MAX_FLIPS = 60;
 constexpr size_t MAX_DEFERRED = 100;
 
+// The box of a chunk's vertices is that of every so many of them; the few beyond it are within what is added for the
+// circles.
+constexpr size_t BOX_SAMPLE_STEP = 8;
 constexpr double BALL_MARGIN = 0.05;
 constexpr double BOX_MARGIN = 1.02;
 constexpr int CODE_LEAVES_BOX = 5;
-
-/// The corner of a triangle that is neither of two given ones. Which one it is cannot be guessed, so no branch may depend
-/// on it: what two of three addresses share with the third cancels out.
-inline Point2* getFarCorner(const Triangle2* pT, const Point2* p, const Point2* q) {
-    const auto bits = [](const Point2* pVtx) { return reinterpret_cast<std::uintptr_t>(pVtx); };
-    const std::uintptr_t all = bits(pT->getCorner(0)) ^ bits(pT->getCorner(1)) ^ bits(pT->getCorner(2));
-    return reinterpret_cast<Point2*>(all ^ bits(p) ^ bits(q));
-}
 
 /// The circumcircle, to within a thousandth of its radius; false for a triangle too flat for that. The
 /// margins of the extended box allow for it, and unlike the circumcentre that clients get, it depends on no scale.
@@ -93,6 +90,37 @@ void addBall(Bbox2& box, const Point2& center, double radius, const Bbox2& whole
     addClamped(center.x() + halfX, center.y() + halfY);
 }
 
+/// A set of triangles by open addressing: a chunk visits too few to make an ordinary one worth its allocations.
+class TriangleSet {
+  public:
+    /// Returns false if the triangle is in the set already.
+    bool insert(const Triangle2* pT) {
+        if (2 * numTriangles_ >= vSlots_.size()) enlarge();
+        const Triangle2*& pSlot = slotOf(pT);
+        if (pSlot) return false;
+        pSlot = pT;
+        ++numTriangles_;
+        return true;
+    }
+
+  private:
+    const Triangle2*& slotOf(const Triangle2* pT) {
+        size_t i = reinterpret_cast<std::uintptr_t>(pT) / sizeof(Triangle2);
+        for (i &= vSlots_.size() - 1; vSlots_[i] && vSlots_[i] != pT; i = (i + 1) & (vSlots_.size() - 1)) continue;
+        return vSlots_[i];
+    }
+    void enlarge() {
+        std::vector<const Triangle2*> vOld(2 * vSlots_.size());
+        vOld.swap(vSlots_);
+        for (const Triangle2* pT : vOld) {
+            if (pT) slotOf(pT) = pT;
+        }
+    }
+
+    std::vector<const Triangle2*> vSlots_ = std::vector<const Triangle2*>(256);  // the size is a power of two
+    size_t numTriangles_ = 0;
+};
+
 Bbox2 intersection(const Bbox2& a, const Bbox2& b) {
     return Bbox2(std::max(a.getMinX(), b.getMinX()), std::max(a.getMinY(), b.getMinY()),
                  std::min(a.getMaxX(), b.getMaxX()), std::min(a.getMaxY(), b.getMaxY()));
@@ -105,7 +133,6 @@ Chunk::Chunk(Dt2* pDt2, const Bbox2& engineBox, int label, const LargeVector<Idx
     : pDt2_(pDt2), label_(label), vItems_(vItems), start_(start), end_(end), pAnchor_(pAnchor), engineBox_(engineBox) {
     geomTest_.setStaticBound(1.01 * std::max({std::abs(engineBox.getMinX()), std::abs(engineBox.getMinY()),
                                               std::abs(engineBox.getMaxX()), std::abs(engineBox.getMaxY())}));
-    triangles_ = pDt2->takeTriangleRecords(2 * (end - start));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -114,26 +141,36 @@ Chunk::Chunk(Dt2* pDt2, const Bbox2& engineBox, int label, const LargeVector<Idx
 void Chunk::determineExtBox() {
     Bbox2 box;
     box.add(*pAnchor_);
-    for (size_t i = start_; i < end_; ++i) box.add(*vItems_[i]->vtx);
+    for (size_t i = start_; i < end_; i += BOX_SAMPLE_STEP) box.add(*vItems_[i]->vtx);
+    extBox_ = engineBox_;  // keeps nothing out yet
+    Triangle2* pT = pAnchor_->getIncidentTriangle();
+    const Point2 corner = box.getMinPoint();
+    if (locateInsideConflictT(&corner, pT) == CODE_LEAVES_BOX) return runAlone();
     extBox_ = box;
-    grow(box);
+    grow(box, pT);
     extBox_.enlargeRanges(BOX_MARGIN);
     extBox_ = intersection(extBox_, engineBox_);
 }
 
-/// Circles that meet a common set hang together through neighbours, so the search begins at the anchor, which is in the box.
-void Chunk::grow(const Bbox2& box) {
-    std::vector<Triangle2*> vQueue{pAnchor_->getIncidentTriangle()};
-    std::unordered_set<Triangle2*> sVisited{vQueue[0]};
+void Chunk::runAlone() {
+    extBox_ = engineBox_;
+    bRunsAlone_ = true;
+}
+
+/// Circles that meet a common set hang together through neighbours: here those that meet the border of the box, found
+/// from a triangle at one of its corners.
+void Chunk::grow(const Bbox2& box, Triangle2* pStartT) {
+    std::vector<Triangle2*> vQueue{pStartT};
+    TriangleSet visited;
+    visited.insert(pStartT);
     for (size_t k = 0; k < vQueue.size(); ++k) {
         if (!doesBallIntersect(box, vQueue[k])) continue;
         if (isMostOf(extBox_, engineBox_) || vQueue.size() > MAX_GROWTH) {
-            extBox_ = engineBox_;  // points on a circle, for one: the chunk will run alone
-            return;
+            return runAlone();
         }
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = vQueue[k]->getOppositeTriangle(i);
-            if (pN && sVisited.insert(pN).second) vQueue.push_back(pN);
+            if (pN && visited.insert(pN)) vQueue.push_back(pN);
         }
     }
 }
@@ -148,6 +185,9 @@ bool Chunk::doesBallIntersect(const Bbox2& box, const Triangle2* pT) {
     const double x = distanceToRange(center.x(), box.getMinX(), box.getMaxX());
     const double y = distanceToRange(center.y(), box.getMinY(), box.getMaxY());
     if (!(x * x + y * y <= radius * radius)) return false;
+    const double inside = std::min({center.x() - box.getMinX(), box.getMaxX() - center.x(), center.y() - box.getMinY(),
+                                    box.getMaxY() - center.y()});
+    if (inside > radius) return false;
     addBall(extBox_, center, radius, engineBox_);
     return true;
 }
@@ -158,7 +198,7 @@ bool Chunk::doesBallIntersect(const Bbox2& box, const Triangle2* pT) {
 void Chunk::insert() {
     state_ = CS_STARTED;
     localTriangulateRec(start_, end_, getStartTriangle());
-    pDt2_->getProgress().count(end_ - start_ - numDeferred_);
+    countProgress();
     state_ = CS_DONE;
 }
 
@@ -172,18 +212,18 @@ void Chunk::finalize() {
     TARO_ASSERT(state_ == CS_DONE);
     giveBackTriangles();
     if (numDeferred_ == 0) return;
-    LargeVector<IdxVtxAct*> vRest;
-    for (size_t i = start_; i < end_; ++i) {
-        Point2* pVtx = vItems_[i]->vtx;
-        const bool bDuplicate = pDt2_->getVertexVault().getOriginal(pVtx) != pVtx;
-        if (!pVtx->getIncidentTriangle() && !bDuplicate) vRest.push_back(vItems_[i]);
-    }
-    pDt2_->triangulateRec(vRest.data(), vRest.data() + vRest.size(), pAnchor_->getIncidentTriangle());
+    pDt2_->triangulateRest(vItems_.data() + start_, vItems_.data() + end_, pAnchor_->getIncidentTriangle());
+}
+
+void Chunk::countProgress() {
+    pDt2_->getProgress().count(numNotReported_);
+    numNotReported_ = 0;
 }
 
 void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
     if (end - start <= static_cast<size_t>(Dt2::MAX_RANGE_IN_SEQUENCE)) {
         for (size_t i = start; i < end; ++i) pStartT = localInsertVertex(vItems_[i]->vtx, pStartT);
+        countProgress();
         return;
     }
     const size_t middle = start + (end - start) / 2;
@@ -193,9 +233,14 @@ void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
     localTriangulateRec(middle + 1, end, pIncT);
 }
 
+/// The box holds almost all that are asked for, so that one branch is cheaper than four.
+inline bool Chunk::isInBox(const Point2* p) const {
+    return (extBox_.getMinX() <= p->x()) & (p->x() <= extBox_.getMaxX()) & (extBox_.getMinY() <= p->y()) &
+           (p->y() <= extBox_.getMaxY());
+}
+
 bool Chunk::isInBox(const Triangle2* pT) const {
-    return extBox_.isInBox(*pT->getCorner(0)) && extBox_.isInBox(*pT->getCorner(1)) &&
-           extBox_.isInBox(*pT->getCorner(2));
+    return isInBox(pT->getCorner(0)) && isInBox(pT->getCorner(1)) && isInBox(pT->getCorner(2));
 }
 
 /// A triangle at the anchor that lies in the box; null if there is none.
@@ -217,14 +262,16 @@ Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
     // Where so many have to be left, long walks would only delay the others.
     const bool bTry = pT && numDeferred_ < MAX_DEFERRED;
     const int code = bTry ? locateInsideConflictT(pVtx, pT) : CODE_LEAVES_BOX;
+    ++numNotReported_;
     if (code == Dt2::CODE_DUPLICATE) {
         for (int i = 0; i < 3; ++i) {
             if (*pT->getCorner(i) == *pVtx) pDt2_->getVertexVault().registerDup(pVtx, pT->getCorner(i));
         }
         return pT;
     }
-    if (code == Dt2::CODE_INSIDE && collectConflictRegion(pVtx, pT)) return localInitVCheckT13(pVtx);
+    if (code == Dt2::CODE_INSIDE && localInitVCheckT13(pT, pVtx)) return pT;
     ++numDeferred_;
+    --numNotReported_;
     return pHint;
 }
 
@@ -233,62 +280,24 @@ Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
 int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
     int i = 0;
     for (int numEdges = 3, numSteps = 0; numEdges > 0;) {
-        const Point2 *pNext = pT->getCorner(incIndexBy1(i)), *pAfterNext = pT->getCorner(incIndexBy2(i));
+        const int next = incIndexBy1(i);
+        const Point2 *pNext = pT->getCorner(next), *pAfterNext = pT->getCorner(incIndexBy2(i));
         const Orientation2 ori = geomTest_.getOrientation2(pAfterNext, pNext, p);
         if (ori == ORIENTATION2_CCW) {
-            Triangle2* pN = pT->getOppositeTriangle(i);
-            if (!pN || ++numSteps > MAX_STEPS) return CODE_LEAVES_BOX;
-            const Point2* pFar = getFarCorner(pN, pNext, pAfterNext);
-            if (!extBox_.isInBox(*pFar)) return CODE_LEAVES_BOX;
-            pT = pN;
-            i = incIndexBy1(indexOfVertex(pN, pFar));
+            const Triangle2* pOldT = pT;
+            pT = pT->getOppositeTriangle(i);
+            if (!pT || ++numSteps > MAX_STEPS) return CODE_LEAVES_BOX;
+            const int j = indexOfNeighbour(pT, pOldT);
+            if (!isInBox(pT->getCorner(j))) return CODE_LEAVES_BOX;
+            i = incIndexBy1(j);
             numEdges = 2;
             continue;
         }
         if (ori == ORIENTATION2_COLLINEAR && (*pNext == *p || *pAfterNext == *p)) return Dt2::CODE_DUPLICATE;
-        i = incIndexBy1(i);
+        i = next;
         --numEdges;
     }
     return Dt2::CODE_INSIDE;
-}
-
-/// Finds the region and its border without changing anything. Returns false if a triangle of it is not in the box.
-///
-/// The edges of the region are crossed in counterclockwise order: what lies across one is added to the region, with its
-/// two other edges to be crossed next, or else the edge to the border. No vertex is inside a region, so no triangle is
-/// reached twice.
-bool Chunk::collectConflictRegion(const Point2* v, Triangle2* pHitT) {
-    Triangle2* aOpenT[MAX_REGION + 2];  // the edges still to be crossed
-    int aOpenIdx[MAX_REGION + 2];
-    size_t numOpen = 0, regionSize = 0, borderSize = 0;
-    for (int i = 2; i >= 0; --i) {
-        aOpenT[numOpen] = pHitT;
-        aOpenIdx[numOpen++] = i;
-    }
-    aRegion_[regionSize++] = pHitT;
-    while (numOpen > 0) {
-        const Triangle2* pT = aOpenT[--numOpen];
-        const int i = aOpenIdx[numOpen];
-        Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
-        Triangle2* pN = pT->getOppositeTriangle(i);
-        const Point2* pFar = pN ? getFarCorner(pN, pSrc, pTrg) : nullptr;
-        const int j = pN ? indexOfVertex(pN, pFar) : 0;
-        if (pN && geomTest_.circleInc(pFar, pTrg, pSrc, v)) {
-            if (regionSize == MAX_REGION || !extBox_.isInBox(*pFar)) return false;
-            aRegion_[regionSize++] = pN;
-            aOpenT[numOpen] = aOpenT[numOpen + 1] = pN;
-            aOpenIdx[numOpen] = incIndexBy2(j);
-            aOpenIdx[numOpen + 1] = incIndexBy1(j);
-            numOpen += 2;
-        } else {
-            aBorderSrc_[borderSize] = pSrc;
-            aBorderOuterT_[borderSize] = pN;
-            aBorderOuterIdx_[borderSize++] = j;
-        }
-    }
-    regionSize_ = regionSize;
-    borderSize_ = borderSize;
-    return true;
 }
 
 Triangle2* Chunk::localCreateTriangleMT() {
@@ -296,24 +305,34 @@ Triangle2* Chunk::localCreateTriangleMT() {
     return triangles_[numTrianglesUsed_++];
 }
 
-/// Replaces the region by a fan from v to its border. Returns a triangle of v.
-Triangle2* Chunk::localInitVCheckT13(Point2* v) {
-    const size_t numNew = borderSize_;
-    while (regionSize_ < numNew) aRegion_[regionSize_++] = localCreateTriangleMT();
-    aBorderSrc_[numNew] = aBorderSrc_[0];
-    for (size_t k = 0; k < numNew; ++k) {
-        Triangle2 *pNew = aRegion_[k], *pOuterT = aBorderOuterT_[k];
-        pNew->setCorner(0, v);
-        pNew->setCorner(1, aBorderSrc_[k]);
-        pNew->setCorner(2, aBorderSrc_[k + 1]);
-        pNew->setOppositeTriangle(0, pOuterT);
-        pNew->setOppositeTriangle(1, aRegion_[k + 1 < numNew ? k + 1 : 0]);
-        pNew->setOppositeTriangle(2, aRegion_[k > 0 ? k - 1 : numNew - 1]);
-        if (pOuterT) pOuterT->setOppositeTriangle(aBorderOuterIdx_[k], pNew);
-        aBorderSrc_[k]->setIncidentTriangle(pNew);
+/// Splits the triangle, which is in the box, at v, and flips. Where v is on an edge, the split leaves a flat triangle
+/// there, but the edge is sure to be flipped: v is inside every circle through its ends. If something outside the box
+/// would have to change, or too much, takes everything back and returns false.
+bool Chunk::localInitVCheckT13(Triangle2* pT, Point2* v) {
+    Triangle2 *pBC = localCreateTriangleMT(), *pCA = localCreateTriangleMT();
+    splitTriangle(pT, v, pBC, pCA);
+    Triangle2 *aStack[MAX_FLIPS + 3], *aFlipped[MAX_FLIPS];
+    int numOpen = 0, numFlips = 0;
+    for (Triangle2* pNew : {pT, pBC, pCA}) aStack[numOpen++] = pNew;
+    while (numOpen > 0) {
+        Triangle2* pOpen = aStack[numOpen - 1];
+        Triangle2* pN = pOpen->getOppositeTriangle(0);
+        const int j = pN ? indexOfNeighbour(pN, pOpen) : 0;
+        if (!pN || !geomTest_.circleInc(pN->getCorner(j), pOpen->getCorner(2), pOpen->getCorner(1), v)) {
+            --numOpen;
+            continue;
+        }
+        if (numFlips == MAX_FLIPS || !isInBox(pN->getCorner(j))) {
+            while (numFlips > 0) unflipEdge(aFlipped[--numFlips]);
+            unsplitTriangle(pT, v, pBC, pCA);
+            numTrianglesUsed_ -= 2;
+            return false;
+        }
+        flipEdge(pOpen, 0, pN, j);
+        aFlipped[numFlips++] = pOpen;
+        aStack[numOpen++] = pN;
     }
-    v->setIncidentTriangle(aRegion_[0]);
-    return aRegion_[0];
+    return true;
 }
 
 }  // namespace LUMO_TARO25D

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "Dt2.h"
 #include "GeomTest.h"
 #include "VertexVault.h"
 #include "taro25d/Bbox2.h"
@@ -10,15 +11,12 @@
 
 namespace LUMO_TARO25D {
 
-class Dt2;
-
 /// One piece of a parallel bulk insertion: a range of vertices in curve order, and the extended box inside
 /// which its thread may change the mesh. See Chunk.cpp for why two chunks whose extended boxes are disjoint
 /// never touch the same word.
 class Chunk {
   public:
-    /// The chunk of vItems [start, end), with the triangle records that it will need. pAnchor is a vertex
-    /// near them that is in the mesh already.
+    /// The chunk of vItems [start, end). pAnchor is a vertex near them that is in the mesh already.
     Chunk(Dt2* pDt2, const Bbox2& engineBox, int label, const LargeVector<IdxVtxAct*>& vItems, size_t start, size_t end,
           const Point2* pAnchor);
 
@@ -26,6 +24,10 @@ class Chunk {
     const Bbox2& getExtBox() const { return extBox_; }
     /// Computes the extended box; the mesh must not change meanwhile. Chunks may do so at the same time.
     void determineExtBox();
+    /// Whether the extended box is so large that no other chunk is expected beside it.
+    bool runsAlone() const { return bRunsAlone_; }
+    /// Takes the records that the insertions can need from the engine; on the calling thread, before they start.
+    void takeTriangles() { triangles_ = pDt2_->takeTriangleRecords(2 * (end_ - start_)); }
 
     /// Inserts the vertices, on any thread, while no chunk with a touching extended box runs.
     void insert();
@@ -37,17 +39,20 @@ class Chunk {
 
   private:
     enum State { CS_WAITING = 0, CS_STARTED = 1, CS_DONE = 2 };
-    void grow(const Bbox2& box);
-    /// Whether the circumcircle meets the box; if so, the extended box is grown by it.
+    void grow(const Bbox2& box, Triangle2* pStartT);
+    /// Whether the circumcircle meets the border of the box; if so, the extended box is grown by it.
     bool doesBallIntersect(const Bbox2& box, const Triangle2* pT);
 
+    void runAlone();
+
     void localTriangulateRec(size_t start, size_t end, Triangle2* pStartT);
+    void countProgress();
     Triangle2* localInsertVertex(Point2* pVtx, Triangle2* pHint);
     Triangle2* getStartTriangle() const;
     bool isInBox(const Triangle2* pT) const;
+    bool isInBox(const Point2* p) const;
     int locateInsideConflictT(const Point2* p, Triangle2*& pT);
-    bool collectConflictRegion(const Point2* v, Triangle2* pT);
-    Triangle2* localInitVCheckT13(Point2* v);
+    bool localInitVCheckT13(Triangle2* pT, Point2* v);
     Triangle2* localCreateTriangleMT();
 
     Dt2* pDt2_;
@@ -59,19 +64,12 @@ class Chunk {
     Bbox2 extBox_;
     GeomTest geomTest_;
     State state_ = CS_WAITING;
+    bool bRunsAlone_ = false;
 
     RecordSupply<Triangle2> triangles_;  // as many as the insertions can need
     size_t numTrianglesUsed_ = 0;
-    size_t numDeferred_ = 0;  // vertices left for the calling thread
-    // A conflict region and what is around it. Almost all have less than ten triangles; a vertex with a larger one than
-    // fits is left to the calling thread. Arrays of single words, because a record that is read as a whole right after
-    // its parts were written would wait for them.
-    static constexpr size_t MAX_REGION = 60;
-    size_t regionSize_ = 0, borderSize_ = 0;
-    Triangle2* aRegion_[MAX_REGION + 2];
-    Point2* aBorderSrc_[MAX_REGION + 3];  // the border, counterclockwise; each edge ends where the next one begins
-    Triangle2* aBorderOuterT_[MAX_REGION + 2];  // what lies across; null on the hull
-    int aBorderOuterIdx_[MAX_REGION + 2];       // the index of the edge there
+    size_t numDeferred_ = 0;     // vertices left for the calling thread
+    size_t numNotReported_ = 0;  // vertices done since the progress was counted last
 };
 
 }  // namespace LUMO_TARO25D

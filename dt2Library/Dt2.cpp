@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 #include <numeric>
 #include <thread>
@@ -62,33 +63,6 @@ void leaveStraysOut(std::vector<double>& vSample, double& min, double& max) {
     if (!(room > 0.0)) return;
     min = std::max(min, low - room);
     max = std::min(max, high + room);
-}
-
-inline void setTriangle(Triangle2* pT, Point2* p0, Point2* p1, Point2* p2) {
-    pT->setCorner(0, p0);
-    pT->setCorner(1, p1);
-    pT->setCorner(2, p2);
-}
-
-/// The flip of edge i of pT, whose neighbour pN has it as edge j: (a, b, c) and (d, c, b) become (a, b, d)
-/// and (a, d, c).
-inline void flipEdge(Triangle2* pT, int i, Triangle2* pN, int j) {
-    const int i1 = incIndexBy1(i), i2 = incIndexBy2(i), j1 = incIndexBy1(j), j2 = incIndexBy2(j);
-    Point2 *a = pT->getCorner(i), *b = pT->getCorner(i1), *c = pT->getCorner(i2), *d = pN->getCorner(j);
-    Triangle2 *pAcrossCA = pT->getOppositeTriangle(i1), *pAcrossAB = pT->getOppositeTriangle(i2);
-    Triangle2 *pAcrossBD = pN->getOppositeTriangle(j1), *pAcrossDC = pN->getOppositeTriangle(j2);
-    setTriangle(pT, a, b, d);
-    relink(pT, 0, pAcrossBD, pN);
-    pT->setOppositeTriangle(1, pN);
-    pT->setOppositeTriangle(2, pAcrossAB);
-    setTriangle(pN, a, d, c);
-    pN->setOppositeTriangle(0, pAcrossDC);
-    relink(pN, 1, pAcrossCA, pT);
-    pN->setOppositeTriangle(2, pT);
-    a->setIncidentTriangle(pN);
-    b->setIncidentTriangle(pT);
-    c->setIncidentTriangle(pN);
-    d->setIncidentTriangle(pN);
 }
 
 /// Appends the hull edges that v sees strictly, from the one that a first step reaches on.
@@ -275,12 +249,12 @@ bool Dt2::createFullDimTriangle(size_t numPreExistingVtx) {
     }
     const ItemIterator start = vertexVault_.getData().data();
     triangulateGate(start, start + numPreExistingVtx, pT);
+    if (numPreExistingVtx > 0) pT = (*start)->vtx->getIncidentTriangle();
     triangulateGate(start + numPreExistingVtx, start + numVertices, pT);
     return true;
 }
 
 Triangle2* Dt2::insertVertex(Point2*& pVtx, Triangle2* pHint) {
-    if (progress_.isActive()) progress_.incProgress(1);
     Triangle2* pT = pHint;
     int idx = -1;
     const int code = locateConflictTriangle(pVtx, pT, idx);
@@ -360,27 +334,11 @@ Triangle2* Dt2::triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int
 }
 
 void Dt2::initVCheckT13(Triangle2* pT, Point2* v) {
-    Point2 *a = pT->getCorner(0), *b = pT->getCorner(1), *c = pT->getCorner(2);
-    Triangle2 *pAcrossBC = pT->getOppositeTriangle(0), *pAcrossCA = pT->getOppositeTriangle(1),
-              *pAcrossAB = pT->getOppositeTriangle(2);
-    Triangle2* pBC = createTriangle(v, b, c);
-    Triangle2* pCA = createTriangle(v, c, a);
-    setTriangle(pT, v, a, b);
-    relink(pBC, 0, pAcrossBC, pT);
-    relink(pCA, 0, pAcrossCA, pT);
-    pT->setOppositeTriangle(0, pAcrossAB);
-    pT->setOppositeTriangle(1, pBC);
-    pT->setOppositeTriangle(2, pCA);
-    pBC->setOppositeTriangle(1, pCA);
-    pBC->setOppositeTriangle(2, pT);
-    pCA->setOppositeTriangle(1, pT);
-    pCA->setOppositeTriangle(2, pBC);
-    v->setIncidentTriangle(pT);
-    a->setIncidentTriangle(pT);
-    b->setIncidentTriangle(pT);
-    if (pAcrossAB) vFlipStack_.push_back(pT);
-    if (pAcrossBC) vFlipStack_.push_back(pBC);
-    if (pAcrossCA) vFlipStack_.push_back(pCA);
+    Triangle2 *pBC = newTriangleRecord(), *pCA = newTriangleRecord();
+    splitTriangle(pT, v, pBC, pCA);
+    for (Triangle2* pNew : {pT, pBC, pCA}) {
+        if (pNew->getOppositeTriangle(0)) vFlipStack_.push_back(pNew);
+    }
 }
 
 void Dt2::initVCheckT24(Triangle2* pT, Point2* v, int idx) {
@@ -589,7 +547,20 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
     const ProgressEnd progressEnd(progress_);
     const size_t numPreExisting = vertexVault_.getSize();
     vertexVault_.iReset_vector(source, aHandles);
-    progress_.incProgress(n / 10);
+    try {
+        progress_.incProgress(n / 10);
+        triangulateBulk(numPreExisting);
+    } catch (...) {
+        abandonBulk(numPreExisting, aHandles, n);
+        throw;
+    }
+    vertexVault_.treatDupsAndHandles(numPreExisting, aHandles, aHandles ? n : 0);
+    TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
+    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    progress_.finish();
+}
+
+void Dt2::triangulateBulk(size_t numPreExisting) {
     const size_t numItems = vertexVault_.getSize();
     const size_t numTriangles = 2 * (numItems - numPreExisting) + 3;
     trianglePool_.expect(numTriangles - std::min(numTriangles, vRecycledTriangles_.size()), numCPU_);
@@ -606,11 +577,22 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
         triangulateGate(start + numPreExisting, start + numItems,
                         vertexVault_.getCloseTriangle(pFirst->idx, pFirst->vtx->x(), pFirst->vtx->y()));
     }
-    if (bInBox) vertexVault_.removeFakeBox();
-    vertexVault_.treatDupsAndHandles(numPreExisting, aHandles, aHandles ? n : 0);
-    TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
-    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
-    progress_.finish();
+    if (vertexVault_.hasFakeBox()) vertexVault_.removeFakeBox();
+}
+
+/// After a failure: what is not in the mesh goes, as if it had not been asked for. Only the points that stood on a line
+/// before are all put into the mesh, if there is one now.
+void Dt2::abandonBulk(size_t numPreExisting, Point2** aHandles, size_t numHandles) {
+    progress_.reset();
+    vFlipStack_.clear();
+    if (is2D()) {
+        const ItemIterator start = vertexVault_.getData().data();
+        Triangle2* pT = vertexVault_.hasFakeBox() ? vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle() : nullptr;
+        triangulateRest(start, start + numPreExisting, pT ? pT : getOneValidTriangle());
+    }
+    if (vertexVault_.hasFakeBox()) vertexVault_.removeFakeBox();
+    if (!getOneValidTriangle()) vertexVault_.setFullDimensional(false);
+    vertexVault_.dropUninserted(numPreExisting, aHandles, aHandles ? numHandles : 0);
 }
 
 bool Dt2::isWorthThreads(size_t numVertices) const {
@@ -618,10 +600,10 @@ bool Dt2::isWorthThreads(size_t numVertices) const {
 }
 
 void Dt2::triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
-    if (vertexVault_.hasFakeBox() && isWorthThreads(static_cast<size_t>(end - begin))) {
-        InserterMT(this).go(begin, end, vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle());
-    } else {
+    if (!vertexVault_.hasFakeBox() || !isWorthThreads(static_cast<size_t>(end - begin))) {
         triangulateRec(begin, end, pStartT);
+    } else if (!InserterMT(this).go(begin, end, vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle())) {
+        triangulateRest(begin, end, leaveFakeBox());
     }
 }
 
@@ -642,11 +624,30 @@ void Dt2::insertFakeBox() {
     }
 }
 
+/// Removes the box before its time. Returns a triangle of what is left, or else of what comes.
+Triangle2* Dt2::leaveFakeBox() {
+    vertexVault_.removeFakeBox();
+    if (Triangle2* pT = getOneValidTriangle()) return pT;
+    Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
+    vertexVault_.getThreeInitialPoints(p0, p1, p2);
+    return createTriangle(p0, p1, p2);
+}
+
+void Dt2::triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
+    LargeVector<IdxVtxAct*> vRest;
+    std::copy_if(begin, end, std::back_inserter(vRest), [this](const IdxVtxAct* pItem) {
+        return !pItem->vtx->getIncidentTriangle() && vertexVault_.getOriginal(pItem->vtx) == pItem->vtx;
+    });
+    triangulateRec(vRest.data(), vRest.data() + vRest.size(), pStartT);
+}
+
 void Dt2::triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
     const auto insertItem = [this](ItemIterator item, Triangle2* pHint) {
         Point2* pVtx = (*item)->vtx;
         // The three vertices of the first triangle are in the mesh already.
-        return pVtx->getIncidentTriangle() ? pVtx->getIncidentTriangle() : insertVertex(pVtx, pHint);
+        if (pVtx->getIncidentTriangle()) return pVtx->getIncidentTriangle();
+        if (progress_.isActive()) progress_.incProgress(1);
+        return insertVertex(pVtx, pHint);
     };
     if (end - begin <= MAX_RANGE_IN_SEQUENCE) {
         for (; begin < end; ++begin) pStartT = insertItem(begin, pStartT);

@@ -79,6 +79,8 @@ class Dt2 {
     void triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
     /// Inserts the middle one first, then the left and the right half.
     void triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
+    /// The same for those of a range that neither are in the mesh yet nor have been found to be duplicates.
+    void triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
     /// Ranges up to this size are inserted one after the other.
     static constexpr std::ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
     /// Leaves the collinear phase if it can; the first numPreExistingVtx vault items are inserted first.
@@ -219,6 +221,9 @@ class Dt2 {
     bool isWorthThreads(size_t numVertices) const;
     Triangle2* triangulateFakeBox();
     void insertFakeBox();
+    Triangle2* leaveFakeBox();
+    void triangulateBulk(size_t numPreExisting);
+    void abandonBulk(size_t numPreExisting, Point2** aHandles, size_t numHandles);
     /// Lays the curve anew over the insertion box and recomputes all keys; pComing are points about to be inserted.
     void reconfigure(const PointSource* pComing = nullptr);
     Bbox2 chooseCurveBox(const PointSource* pComing) const;

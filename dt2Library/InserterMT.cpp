@@ -17,7 +17,7 @@ InserterMT::InserterMT(Dt2* pDt2) : pDt2_(pDt2) {
     for (size_t i = 0; i < 4; ++i) engineBox_.add(*vault.getFakeBoxCorner(i));
 }
 
-void InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* pStartT) {
+bool InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* pStartT) {
     const size_t root = static_cast<size_t>(2.0 * std::sqrt(static_cast<double>(end - begin)));
     LargeVector<IdxVtxAct*> vDenseVtx, vSparseVtx;
     splitSmallBig(5 * root, begin, end, vDenseVtx, vSparseVtx);
@@ -27,13 +27,17 @@ void InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* p
     TARO_ASSERT_TEXT(pStartT != nullptr, "pStartT!=__null");
     pDt2_->triangulateRec(vSparseVtx.data(), vSparseVtx.data() + vSparseVtx.size(), pStartT);
     createChunks(root, vDenseVtx, vSparseVtx);
+    determineBoxes(pDt2_->getNumCPU());
+    if (doMostRunAlone()) return false;
     try {
+        for (const auto& pChunk : vChunks_) pChunk->takeTriangles();
         startWork(pDt2_->getNumCPU());
+        for (const auto& pChunk : vChunks_) pChunk->finalize();
     } catch (...) {
         for (const auto& pChunk : vChunks_) pChunk->giveBackTriangles();
         throw;
     }
-    for (const auto& pChunk : vChunks_) pChunk->finalize();
+    return true;
 }
 
 void InserterMT::splitSmallBig(size_t k, Dt2::ItemIterator begin, Dt2::ItemIterator end,
@@ -68,13 +72,24 @@ void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& v
     }
 }
 
+void InserterMT::determineBoxes(int numThreads) {
+    std::atomic<size_t> nextChunk{0};
+    runOnThreads(numThreads, [&](int) {
+        for (size_t i = nextChunk++; i < vChunks_.size(); i = nextChunk++) vChunks_[i]->determineExtBox();
+    });
+}
+
+/// So it is where all points are near the hull, on a circle for one: the triangles at the corners of the fake box then
+/// reach over everything, and have so many neighbours that taking the corners out again would cost more than the rest.
+bool InserterMT::doMostRunAlone() const {
+    const auto runsAlone = [](const auto& pChunk) { return pChunk->runsAlone(); };
+    const auto numAlone = std::count_if(vChunks_.begin(), vChunks_.end(), runsAlone);
+    return 2 * static_cast<size_t>(numAlone) > vChunks_.size();
+}
+
 void InserterMT::startWork(int numThreads) {
     Progress& progress = pDt2_->getProgress();
     const int num = static_cast<int>(std::min(static_cast<size_t>(numThreads), vChunks_.size()));
-    std::atomic<size_t> nextChunk{0};
-    runOnThreads(num, [&](int) {
-        for (size_t i = nextChunk++; i < vChunks_.size(); i = nextChunk++) vChunks_[i]->determineExtBox();
-    });
     runOnThreads(
         num, [this](int) { workOnChunks(); }, [&progress] { progress.report(); });
 }

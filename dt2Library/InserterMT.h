@@ -18,7 +18,8 @@ class InserterMT {
     explicit InserterMT(Dt2* pDt2);
 
     /// Inserts the items, which are in curve order and lie strictly inside the mesh, starting the search at pStartT.
-    void go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* pStartT);
+    /// Returns false, with a few of them inserted, where chunks could only wait for each other.
+    bool go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* pStartT);
 
   private:
     struct ByLabel {
@@ -29,6 +30,8 @@ class InserterMT {
                        LargeVector<IdxVtxAct*>& vSparseVtx);
     void createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& vDenseVtx,
                       const LargeVector<IdxVtxAct*>& vSparseVtx);
+    void determineBoxes(int numThreads);
+    bool doMostRunAlone() const;
     void startWork(int numThreads);
     void workOnChunks();
     /// A waiting chunk that touches none that runs, or null.

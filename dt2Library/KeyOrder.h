@@ -65,21 +65,41 @@ class KeyOrder {
     /// Orders [first, last), whose keys are set. Linear but for the short runs.
     void sort(KeyedIndex* first, KeyedIndex* last) {
         sortByKey(first, last, vScratch_, numThreads_);
-        for (KeyedIndex* end; first < last; first = end) {
-            end = first + 1;
-            while (end < last && end->key == first->key) ++end;
-            if (end - first > 1) sortRun(first, end);
+        const size_t length = static_cast<size_t>(last - first), numParts = numParallelParts(numThreads_, length);
+        std::vector<KeyedIndex*> vCuts(numParts + 1, last);  // at ends of runs, so that each run belongs to one thread
+        for (size_t t = 0; t < numParts; ++t) {
+            vCuts[t] = first + length / numParts * t;
+            while (vCuts[t] > first && vCuts[t] < last && vCuts[t]->key == vCuts[t][-1].key) ++vCuts[t];
+        }
+        std::vector<std::vector<Run>> vvLongRuns(numParts);
+        runOnThreads(static_cast<int>(numParts), [&](int threadIdx) {
+            const size_t t = static_cast<size_t>(threadIdx);
+            sortShortRuns(vCuts[t], vCuts[t + 1], vvLongRuns[t]);
+        });
+        for (const auto& vLongRuns : vvLongRuns) {
+            for (const Run& run : vLongRuns) sortLongRun(run.first, run.second);
         }
     }
 
   private:
-    void sortRun(KeyedIndex* first, KeyedIndex* last) {
-        const size_t length = static_cast<size_t>(last - first);
-        if (length <= MAX_RUN_OF_EQUAL_KEYS) {
-            std::sort(first, last, [&](const KeyedIndex& a, const KeyedIndex& b) { return isBefore(a, b); });
-            return;
+    using Run = std::pair<KeyedIndex*, KeyedIndex*>;
+
+    /// Sorts the short runs of equal keys and lists the long ones.
+    void sortShortRuns(KeyedIndex* first, KeyedIndex* last, std::vector<Run>& vLongRuns) const {
+        for (KeyedIndex* end; first < last; first = end) {
+            end = first + 1;
+            while (end < last && end->key == first->key) ++end;
+            if (static_cast<size_t>(end - first) > MAX_RUN_OF_EQUAL_KEYS) {
+                vLongRuns.emplace_back(first, end);
+            } else if (end - first > 1) {
+                std::sort(first, end, [&](const KeyedIndex& a, const KeyedIndex& b) { return isBefore(a, b); });
+            }
         }
-        const auto pCurve = makeCurveOfRun(0, length, [&](size_t i) { return pointAt_(first[i].index); });
+    }
+
+    void sortLongRun(KeyedIndex* first, KeyedIndex* last) {
+        const auto pCurve =
+            makeCurveOfRun(0, static_cast<size_t>(last - first), [&](size_t i) { return pointAt_(first[i].index); });
         if (!pCurve) return;
         const std::uint32_t key = first->key;
         for (KeyedIndex* p = first; p < last; ++p) {
@@ -116,9 +136,12 @@ class KeyIndex {
             for (size_t i = first; i < last; ++i) vKeys_[i] = keyAt(begin + i);
         });
         buildBuckets(numThreads);
-        for (size_t first = 0, last; first < vKeys_.size(); first = last) {
-            last = endOfRun(first);
-            if (last - first > MAX_RUN_OF_EQUAL_KEYS) addRun(begin + first, begin + last, pointAt);
+        // A long run has one of these positions within so many of its first ones.
+        for (size_t i = 0; i < vKeys_.size(); i += MAX_RUN_OF_EQUAL_KEYS) {
+            const size_t first = beginOfRun(i), last = endOfRun(i);
+            if (last - first <= MAX_RUN_OF_EQUAL_KEYS) continue;
+            addRun(begin + first, begin + last, pointAt);
+            i = (last - 1) / MAX_RUN_OF_EQUAL_KEYS * MAX_RUN_OF_EQUAL_KEYS;
         }
     }
 
@@ -131,6 +154,11 @@ class KeyIndex {
 
     void buildBuckets(int numThreads);
     size_t lowerBound(std::uint32_t key) const;
+    size_t beginOfRun(size_t last) const {
+        size_t first = last;
+        while (first > 0 && vKeys_[first - 1] == vKeys_[last]) --first;
+        return first;
+    }
     size_t endOfRun(size_t first) const {
         size_t last = first;
         while (last < vKeys_.size() && vKeys_[last] == vKeys_[first]) ++last;

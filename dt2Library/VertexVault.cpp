@@ -317,6 +317,22 @@ void VertexVault::treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t
     mDuplicates_.clear();
 }
 
+void VertexVault::dropUninserted(size_t firstNew, Point2** aHandles, size_t numHandles) {
+    replaceDuplicateVertexHandlesFullDim(aHandles, numHandles);
+    mDuplicates_.clear();
+    const auto isUninserted = [](const Point2* pVtx) { return !pVtx->getIncidentTriangle(); };
+    for (size_t i = 0; i < numHandles; ++i) {
+        if (aHandles[i] && isUninserted(aHandles[i]) && aHandles[i]->vaultPos_ >= firstNew) aHandles[i] = nullptr;
+    }
+    for (size_t i = firstNew; i < vItems_.size(); ++i) {
+        if (!vItems_[i]->active || !isUninserted(vItems_[i]->vtx)) continue;
+        vItems_[i]->active = false;
+        --numItems_;
+        pDt2_->recycleVertex(vItems_[i]->vtx);
+    }
+    sortIV(SM_ALWAYS);
+}
+
 void VertexVault::replaceDuplicateVertexHandlesFullDim(Point2** aHandles, size_t numHandles) {
     for (size_t i = 0; i < numHandles; ++i) {
         if (!aHandles[i] || aHandles[i]->getIncidentTriangle()) continue;

@@ -116,6 +116,10 @@ class VertexVault {
     /// Replaces duplicates among the handles, discards their records and forgets them. The handles may be null.
     void treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t numHandles);
 
+    /// After a failure: takes out the items from firstNew on whose vertices have no triangle, forgets duplicates, and
+    /// clears the handles of what is gone.
+    void dropUninserted(size_t firstNew, Point2** aHandles, size_t numHandles);
+
     /// The vertex at whose position a registered duplicate stands; any other vertex itself.
     Point2* getOriginal(Point2* pVtx) const;
 

@@ -27,6 +27,87 @@ inline void relink(Triangle2* pT, int i, Triangle2* pN, const Triangle2* pOldT) 
     if (pN) pN->setOppositeTriangle(indexOfNeighbour(pN, pOldT), pT);
 }
 
+inline void setTriangle(Triangle2* pT, Point2* p0, Point2* p1, Point2* p2) {
+    pT->setCorner(0, p0);
+    pT->setCorner(1, p1);
+    pT->setCorner(2, p2);
+}
+
+inline void setNeighbours(Triangle2* pT, Triangle2* pAcross0, Triangle2* pAcross1, Triangle2* pAcross2) {
+    pT->setOppositeTriangle(0, pAcross0);
+    pT->setOppositeTriangle(1, pAcross1);
+    pT->setOppositeTriangle(2, pAcross2);
+}
+
+/// Splits pT = (a, b, c) at a vertex v in it: it becomes (v, a, b), and two records become (v, b, c) and (v, c, a).
+inline void splitTriangle(Triangle2* pT, Point2* v, Triangle2* pBC, Triangle2* pCA) {
+    Point2 *a = pT->getCorner(0), *b = pT->getCorner(1), *c = pT->getCorner(2);
+    Triangle2 *pAcrossBC = pT->getOppositeTriangle(0), *pAcrossCA = pT->getOppositeTriangle(1),
+              *pAcrossAB = pT->getOppositeTriangle(2);
+    relink(pBC, 0, pAcrossBC, pT);
+    relink(pCA, 0, pAcrossCA, pT);
+    setTriangle(pT, v, a, b);
+    setNeighbours(pT, pAcrossAB, pBC, pCA);
+    setTriangle(pBC, v, b, c);
+    setNeighbours(pBC, pAcrossBC, pCA, pT);
+    setTriangle(pCA, v, c, a);
+    setNeighbours(pCA, pAcrossCA, pT, pBC);
+    v->setIncidentTriangle(pT);
+    a->setIncidentTriangle(pT);
+    b->setIncidentTriangle(pT);
+    c->setIncidentTriangle(pCA);
+}
+
+/// Takes that back; the vertex has no triangle afterwards.
+inline void unsplitTriangle(Triangle2* pT, Point2* v, Triangle2* pBC, Triangle2* pCA) {
+    Point2 *a = pT->getCorner(1), *b = pT->getCorner(2), *c = pBC->getCorner(2);
+    Triangle2* pAcrossAB = pT->getOppositeTriangle(0);
+    setTriangle(pT, a, b, c);
+    relink(pT, 0, pBC->getOppositeTriangle(0), pBC);
+    relink(pT, 1, pCA->getOppositeTriangle(0), pCA);
+    pT->setOppositeTriangle(2, pAcrossAB);
+    v->setIncidentTriangle(nullptr);
+    a->setIncidentTriangle(pT);
+    b->setIncidentTriangle(pT);
+    c->setIncidentTriangle(pT);
+}
+
+/// The flip of edge i of pT, whose neighbour pN has it as edge j: (a, b, c) and (d, c, b) become (a, b, d)
+/// and (a, d, c).
+inline void flipEdge(Triangle2* pT, int i, Triangle2* pN, int j) {
+    const int i1 = incIndexBy1(i), i2 = incIndexBy2(i), j1 = incIndexBy1(j), j2 = incIndexBy2(j);
+    Point2 *a = pT->getCorner(i), *b = pT->getCorner(i1), *c = pT->getCorner(i2), *d = pN->getCorner(j);
+    Triangle2 *pAcrossCA = pT->getOppositeTriangle(i1), *pAcrossAB = pT->getOppositeTriangle(i2);
+    Triangle2 *pAcrossBD = pN->getOppositeTriangle(j1), *pAcrossDC = pN->getOppositeTriangle(j2);
+    setTriangle(pT, a, b, d);
+    relink(pT, 0, pAcrossBD, pN);
+    pT->setOppositeTriangle(1, pN);
+    pT->setOppositeTriangle(2, pAcrossAB);
+    setTriangle(pN, a, d, c);
+    pN->setOppositeTriangle(0, pAcrossDC);
+    relink(pN, 1, pAcrossCA, pT);
+    pN->setOppositeTriangle(2, pT);
+    a->setIncidentTriangle(pN);
+    b->setIncidentTriangle(pT);
+    c->setIncidentTriangle(pN);
+    d->setIncidentTriangle(pN);
+}
+
+/// Takes back the flip of edge 0 of pT: (a, b, d) and its neighbour (a, d, c) become (a, b, c) and (d, c, b).
+inline void unflipEdge(Triangle2* pT) {
+    Triangle2* pN = pT->getOppositeTriangle(1);
+    Point2 *b = pT->getCorner(1), *d = pT->getCorner(2), *c = pN->getCorner(2);
+    Triangle2 *pAcrossBD = pT->getOppositeTriangle(0), *pAcrossDC = pN->getOppositeTriangle(0),
+              *pAcrossCA = pN->getOppositeTriangle(1);
+    pT->setCorner(2, c);
+    pT->setOppositeTriangle(0, pN);
+    relink(pT, 1, pAcrossCA, pN);
+    setTriangle(pN, d, c, b);
+    pN->setOppositeTriangle(0, pT);
+    relink(pN, 1, pAcrossBD, pT);
+    pN->setOppositeTriangle(2, pAcrossDC);
+}
+
 /// Moves a hull edge to the next one counterclockwise, rotating around the vertex between them.
 inline void toNextHullEdge(Triangle2*& pT, int& i) {
     i = incIndexBy1(i);

@@ -26,8 +26,11 @@ class Crew {
     void wait(const std::function<void()>& onWait) {
         std::unique_lock<std::mutex> lock(mutex_);
         while (numRunning_ > 0) {
-            allDone_.wait_for(lock, std::chrono::milliseconds(5));
-            if (!onWait) continue;
+            if (!onWait) {
+                allDone_.wait(lock);
+                continue;
+            }
+            allDone_.wait_for(lock, std::chrono::milliseconds(1));
             lock.unlock();
             keepException(onWait);
             lock.lock();

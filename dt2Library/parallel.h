@@ -7,7 +7,7 @@ namespace LUMO_TARO25D {
 
 /// Runs f(threadIdx) once on each of numThreads threads and waits for all of them; a single one is the
 /// calling thread. The first exception is thrown again when all have ended. While it waits, the calling
-/// thread calls onWait, if given, every few milliseconds.
+/// thread calls onWait, if given, every millisecond.
 void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::function<void()>& onWait = nullptr);
 
 /// The number of ranges that parallelFor makes: one for each thread, but fewer for small n.

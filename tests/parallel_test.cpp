@@ -6,11 +6,17 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cmath>
+#include <functional>
 #include <numeric>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
+#include "Dt2.h"
+#include "InserterMT.h"
 #include "parallel.h"
+#include "support/capture.h"
 #include "support/generators.h"
 #include "taro25d/taro25d.h"
 
@@ -21,6 +27,22 @@ namespace {
 PointVector makeUniform(size_t n, unsigned seed) {
     Random random(seed);
     return makePoints(n, [&](double) { return XY(uniform(random, -1, 1), uniform(random, -1, 1)); });
+}
+
+struct Listener : MsgBase {
+    explicit Listener(const std::function<void(double)>& f) : hear(f) {}
+    void update(MsgType, const std::string& message, double value) override {
+        EXPECT_EQ(message, "insert vertices");
+        hear(value);
+    }
+    std::function<void(double)> hear;
+};
+
+/// Whether an item is inserted by a chunk, not before them, by the way in which they are told apart.
+bool isDense(size_t i, size_t numItems) {
+    const size_t numSparse = std::min(numItems / 2, 5 * static_cast<size_t>(2 * std::sqrt(numItems)));
+    const size_t step = numItems / numSparse;
+    return i % (step + 1) != step;
 }
 
 using Corners = std::array<std::array<double, 2>, 3>;
@@ -126,22 +148,136 @@ TEST(Parallel, AStartAtARemovedVertexIsSafe) {
     EXPECT_TRUE(mesh.checkValidity(true, "after the box"));
 }
 
-TEST(Parallel, ReportsProgressFromTheCallingThread) {
-    struct Listener : MsgBase {
-        std::thread::id caller = std::this_thread::get_id();
-        double last = 0.0;
-        void update(MsgType, const std::string& message, double value) override {
-            EXPECT_EQ(std::this_thread::get_id(), caller);
-            EXPECT_EQ(message, "insert vertices");
-            EXPECT_GE(value, last);
-            last = value;
+TEST(Parallel, PointsNearTheHullAreLeftToOneThread) {
+    Random random(13);
+    const auto onTwoLines = [](double i) { return XY(std::floor(i / 2), std::fmod(i, 2)); };
+    const auto onFourLines = [&](double) {
+        const XY xy(uniform(random, -1, 1), uniform(random, -1e-3, 1e-3));
+        return integer(random, 0, 1) ? xy : XY(xy.second, xy.first);
+    };
+    const auto onParabola = [&](double) {
+        const double x = uniform(random, -1, 1);
+        return XY(x, x * x);
+    };
+    const size_t n = scaled(20000) + 2000;
+    expectSameAsOneThread(makeShuffledPoints(n, onTwoLines, random), 2, 0, false);
+    expectSameAsOneThread(makePoints(n, onFourLines), 2, 0, true);
+    expectSameAsOneThread(makePoints(n, onParabola), 2, 0, true);
+    expectSameAsOneThread(makePoints(n, onParabola), 2, n / 3, true);
+    // The sparse start sees one line alone, and one line stands there before.
+    PointVector vPoints = makePoints(n, onTwoLines);
+    std::stable_partition(vPoints.begin(), vPoints.end(), [](const Point2& point) { return point.y() == 0.0; });
+    expectSameAsOneThread(vPoints, 2, n / 2, false);
+    expectSameAsOneThread(vPoints, 2, 0, false);
+}
+
+TEST(Parallel, AMillionPointsOnManyThreads) {
+    Random random(14);
+    const size_t side = static_cast<size_t>(std::sqrt(scaled(1000000)));
+    std::normal_distribution<double> normal(0, 0.01);
+    const auto inCluster = [&](double) {
+        return XY(integer(random, 0, 14) / 15 + normal(random), integer(random, 0, 14) / 15 + normal(random));
+    };
+    const PointVector aSets[] = {makeUniform(side * side, 15), makePoints(side * side, inCluster),
+                                 makeGrid(side, 4.5e5, 5.2e6, 0.25, random)};
+    for (const PointVector& vPoints : aSets) {
+        size_t numTriangles = 0;
+        for (const int numThreads : {1, 2, 4, 8}) {
+            Taro_2D mesh;
+            mesh.setNumCPU(numThreads);
+            mesh.insert(vPoints);
+            EXPECT_EQ(mesh.numberOfPoints(), vPoints.size());
+            if (numThreads == 1) numTriangles = mesh.numberOfTriangles();
+            EXPECT_EQ(mesh.numberOfTriangles(), numTriangles);
+            EXPECT_TRUE(mesh.checkValidity(true, "many"));
         }
-    } listener;
+    }
+}
+
+TEST(Parallel, ReportsProgressFromTheCallingThread) {
+    const std::thread::id caller = std::this_thread::get_id();
+    double last = 0.0;
+    size_t numUpdates = 0;
+    Listener listener([&](double value) {
+        EXPECT_EQ(std::this_thread::get_id(), caller);
+        EXPECT_GE(value, last);
+        last = value;
+        ++numUpdates;
+    });
     Taro_2D mesh;
     mesh.setNumCPU(3);
     mesh.subscribe(MT_PROGRESS, &listener);
     mesh.insert(makeUniform(30000, 10));
-    EXPECT_EQ(listener.last, 1.0);
+    EXPECT_EQ(last, 1.0);
+    last = 0.0;
+    numUpdates = 0;
+    mesh.insert(makeUniform(30000, 16));  // the corners of the box are no steps
+    EXPECT_EQ(last, 1.0);
+    EXPECT_LE(numUpdates, 101u);
+}
+
+TEST(Parallel, AListenerThatThrowsLeavesWhatIsInserted) {
+    const PointVector vPoints = makeUniform(5000, 17);
+    PointVector vCollinear = makePoints(1500, [](double i) { return XY(i / 1500 - 0.5, 0.0); });
+    for (const int numThreads : {1, 3}) {
+        for (const double limit : {0.05, 0.15, 0.5, 1.0}) {
+            for (const size_t numBefore : {0, 1, 1500}) {
+                SCOPED_TRACE(testing::Message() << numThreads << " " << limit << " " << numBefore);
+                Taro_2D mesh;
+                mesh.setNumCPU(numThreads);
+                mesh.insert(PointVector(vCollinear.begin(), vCollinear.begin() + static_cast<int>(numBefore)));
+                Listener listener([&](double value) {
+                    if (value >= limit) throw std::range_error("enough");
+                });
+                mesh.subscribe(MT_PROGRESS, &listener);
+                std::vector<Point2*> vHandles;
+                EXPECT_THROW(mesh.insert(vPoints, vHandles), std::range_error);
+                const auto isSet = [](const Point2* pVtx) { return pVtx != nullptr; };
+                const auto numInserted = std::count_if(vHandles.begin(), vHandles.end(), isSet);
+                EXPECT_EQ(mesh.numberOfPoints(), numBefore + static_cast<size_t>(numInserted));
+                EXPECT_TRUE(!mesh.is2D() || mesh.checkValidity(true, "thrown"));
+                mesh.unsubscribe(MT_PROGRESS, &listener);
+                mesh.insert(vPoints);
+                EXPECT_EQ(mesh.numberOfPoints(), numBefore + vPoints.size());
+                EXPECT_TRUE(mesh.checkValidity(true, "complete"));
+            }
+        }
+    }
+}
+
+TEST(Parallel, AFailureInsideAChunkLeavesAMesh) {
+    // Three quarters of the new points are there already. That the engine should know these as duplicates before its
+    // workers find them is wrong, and one of them fails.
+    const PointVector vBefore = makeUniform(6000, 18);
+    PointVector vPoints = makeUniform(2000, 19);
+    vPoints.insert(vPoints.end(), vBefore.begin(), vBefore.end());
+    Dt2 engine(3);
+    engine.setNumCPU(3);
+    engine.insertVector(vBefore);
+    Listener listener([&, bFirst = true](double) mutable {
+        if (!std::exchange(bFirst, false)) return;  // later its workers run
+        VertexVault& vault = engine.getVertexVault();
+        for (size_t i = vPoints.size() / 2; vault.dupIsClean() && i < vPoints.size(); ++i) {
+            Point2* pVtx = vault.getData()[vBefore.size() + i]->vtx;
+            Point2* pOriginal = engine.getVertexPointer(*pVtx);
+            if (isDense(i, vPoints.size()) && pOriginal != pVtx) vault.registerDup(pVtx, pOriginal);
+        }
+    });
+    engine.getProgress().subscribe(MT_PROGRESS, &listener);
+    std::vector<Point2*> vHandles;
+    {
+        StdoutCapture capture;
+        EXPECT_THROW(engine.insertVector(vPoints, vHandles), TaroException);
+        EXPECT_NE(capture.text().find("bInserted"), std::string::npos);
+    }
+    engine.getProgress().unsubscribe(MT_PROGRESS, &listener);
+    EXPECT_LT(engine.numberOfPoints(), vPoints.size());
+    for (size_t i = 0; i < vPoints.size(); ++i) EXPECT_TRUE(!vHandles[i] || *vHandles[i] == vPoints[i]);
+    EXPECT_TRUE(engine.checkValidity(true, "failed"));
+    EXPECT_TRUE(engine.getVertexVault().checkVault());
+    engine.insertVector(vPoints);
+    EXPECT_EQ(engine.numberOfPoints(), vPoints.size());
+    EXPECT_TRUE(engine.checkValidity(true, "complete"));
 }
 
 TEST(Parallel, AFailureInAWorkerReachesTheCaller) {
