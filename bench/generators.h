@@ -1,6 +1,6 @@
 #pragma once
 
-// Point sets that the benchmarks share. The same arguments give the same points on every machine: only the
+// Points and segments that the benchmarks share. The same arguments give the same points on every machine: only the
 // raw output of the generator is used, because the distributions of the standard library differ between
 // implementations.
 

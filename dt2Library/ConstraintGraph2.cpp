@@ -87,22 +87,19 @@ class Incidence {
 ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                    ConstraintInsertionStrategy cis)
     : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis) {
-    makeSelfOwner(vCSegs);
     const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
     bOriented_ = bPolygon_;
-    if (bPolygon_) return;
     Directions vDirections;
     vDirections.reserve(vProperCSegs.size());
     for (ConstraintSegment2* pCSeg : vProperCSegs) vDirections.emplace_back(pCSeg, false);
-    enterDirections(vDirections);
+    if (!bPolygon_) enterDirections(vDirections);
+    makeSelfOwner(vCSegs);
 }
 
 ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                    const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis)
     : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis), bOriented_(true) {
-    makeSelfOwner(vCSegs);
     const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
-    if (bPolygon_) return;
     Directions vDirections;
     vDirections.reserve(vProperCSegs.size());
     for (ConstraintSegment2* pCSeg : vProperCSegs) {
@@ -110,9 +107,11 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegmen
         TARO_ASSERT_TEXT(q_it != mPPReverse.end(), "q_it!=mPPReverse.end()");
         vDirections.emplace_back(pCSeg, q_it->second);
     }
-    enterDirections(vDirections);
+    if (!bPolygon_) enterDirections(vDirections);
+    makeSelfOwner(vCSegs);
 }
 
+/// The last thing that a constructor does: a graph that could not be made must not be anybody's owner.
 void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs) {
     for (ConstraintSegment2* pCSeg : vCSegs) pCSeg->addOwnerRecursive(this);
 }
@@ -219,7 +218,7 @@ void ConstraintGraph2::getPolygonVertices(std::vector<Point2*>& vVertices) const
 // Directions and pieces
 
 bool ConstraintGraph2::isConstraint(ConstraintSegment2* pCSeg) const {
-    return pCSeg->isAlive() && mCSegReverse_.count(pCSeg) > 0;
+    return pCSeg && pCSeg->isAlive() && mCSegReverse_.count(pCSeg) > 0;
 }
 
 bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
@@ -305,6 +304,7 @@ bool ConstraintGraph2::dbg_hasDirection(const ConstraintSegment2* pCSeg) const {
 void ConstraintGraph2::show(const std::string& filename) const {
     Visualizer2 visualizer(filename);
     show(&visualizer, Color(CRED));
+    visualizer.writeFile();
 }
 
 void ConstraintGraph2::show(Visualizer2* pVisualizer, const Color& color) const {

@@ -5,9 +5,9 @@
 // ended at the vertex. Vertices are 40 bytes and come from a few blocks, so the low bits of an address divided by 32 tell
 // all vertices of a few hundred thousand apart.
 //
-// Establishing segments is a list of work in passes: whoever is split on the way gives its leaves to the next pass. Every
-// split of a conforming segment halves it, and its pieces cannot become shorter than the arithmetic allows, so the limit
-// on passes is never reached unless rounding plays tricks.
+// Establishing segments is a list of work in passes: whoever is split on the way gives its leaves to the next pass. A
+// midpoint halves a conforming segment, whose pieces cannot become shorter than the arithmetic allows, so the limit on
+// passes is never reached unless rounding plays tricks.
 
 #include "ConstraintMgr.h"
 
@@ -30,6 +30,7 @@ namespace {
 constexpr size_t NUM_BITMAP_WORDS = 4096;
 constexpr size_t MIN_POINTS_FOR_BITMAP = 10000;
 constexpr int MAX_PASSES = 499;
+constexpr size_t MAX_CROSSINGS_EACH = 10;
 
 /// The place of a vertex in the bitmap: the word and the bit in it.
 std::pair<size_t, std::uint64_t> getBitmapPlace(const Point2* pVtx) {
@@ -63,7 +64,7 @@ std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, con
 ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2) {}
 
 ConstraintMgr::~ConstraintMgr() {
-    for (const auto& [key, pCSeg] : mSegments_) delete pCSeg;
+    for (const ConstraintSegment2* pCSeg : vSegments_) delete pCSeg;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -74,7 +75,7 @@ ConstraintMgr::VertexPair ConstraintMgr::makeKey(const Point2* p0, const Point2*
     return VertexPair(const_cast<Point2*>(ends.first), const_cast<Point2*>(ends.second));
 }
 
-bool ConstraintMgr::isConstraintVertex(const Point2* pVtx) const { return sConstraintVertices_.count(pVtx) > 0; }
+bool ConstraintMgr::isConstraintVertex(const Point2* pVtx) const { return constraintVertices_.contains(pVtx); }
 
 ConstraintSegment2* ConstraintMgr::getAliveConstraintSegment(const Point2* p0, const Point2* p1) const {
     ConstraintSegment2* pCSeg = segmentIndex_.find(p0, p1);
@@ -82,7 +83,7 @@ ConstraintSegment2* ConstraintMgr::getAliveConstraintSegment(const Point2* p0, c
 }
 
 bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Point2* p1) {
-    if (mSegments_.empty()) return false;
+    if (vSegments_.empty()) return false;
     if (!aVertexBitmap_) {
         createVertexBitmap();
     } else if (!hasBit(p0) || !hasBit(p1)) {
@@ -94,7 +95,10 @@ bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Poin
 void ConstraintMgr::createVertexBitmap() {
     if (pDt2_->getApproxNumPoints() < MIN_POINTS_FOR_BITMAP) return;
     aVertexBitmap_ = std::make_unique<std::uint64_t[]>(NUM_BITMAP_WORDS);
-    for (const Point2* pVtx : sConstraintVertices_) setBit(pVtx);
+    for (const ConstraintSegment2* pCSeg : vSegments_) {
+        setBit(pCSeg->getSrc());
+        setBit(pCSeg->getTrg());
+    }
 }
 
 bool ConstraintMgr::hasBit(const Point2* pVtx) const {
@@ -107,76 +111,60 @@ void ConstraintMgr::setBit(const Point2* pVtx) {
     if (aVertexBitmap_) aVertexBitmap_[word] |= bit;
 }
 
+const std::vector<ConstraintSegment2*>& ConstraintMgr::getSortedSegments() const {
+    const auto less = [](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; };
+    const auto middle = vSegments_.begin() + static_cast<std::ptrdiff_t>(numSorted_);
+    std::sort(middle, vSegments_.end(), less);
+    std::inplace_merge(vSegments_.begin(), middle, vSegments_.end(), less);
+    numSorted_ = vSegments_.size();
+    return vSegments_;
+}
+
 void ConstraintMgr::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    for (const auto& [key, pCSeg] : mSegments_) {
-        if (pCSeg->isAlive()) vCSegs.push_back(pCSeg);
-    }
+    const auto& vSorted = getSortedSegments();
+    std::copy_if(vSorted.begin(), vSorted.end(), std::back_inserter(vCSegs),
+                 [](const ConstraintSegment2* pCSeg) { return pCSeg->isAlive(); });
 }
 
 void ConstraintMgr::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    reserveMore(vCSegs, mSegments_.size());
-    for (const auto& [key, pCSeg] : mSegments_) vCSegs.push_back(pCSeg);
+    const auto& vSorted = getSortedSegments();
+    vCSegs.insert(vCSegs.end(), vSorted.begin(), vSorted.end());
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Segments
 
-ConstraintSegment2* ConstraintMgr::makeSegment(const VertexPair& ends, ConstraintInsertionStrategy cis) {
-    pDt2_->noteConstraints();
-    setBit(ends.first);
-    setBit(ends.second);
-    auto* pCSeg = new ConstraintSegment2(ends.first, ends.second, cis);
-    segmentIndex_.add(ends.first, ends.second, pCSeg);
-    return pCSeg;
-}
-
 ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
     TARO_ASSERT_TEXT(p0 != p1, "p0<p1");
     if (ConstraintSegment2* pExisting = segmentIndex_.find(p0, p1)) return pExisting;
     const VertexPair key = makeKey(p0, p1);
-    sConstraintVertices_.insert(p0);
-    sConstraintVertices_.insert(p1);
-    ConstraintSegment2* pCSeg = makeSegment(key, cis);
-    const bool bOK = mSegments_.emplace(key, pCSeg).second;
-    TARO_ASSERT(bOK);
+    auto pNew = std::make_unique<ConstraintSegment2>(key.first, key.second, cis);
+    vSegments_.push_back(pNew.get());
+    ConstraintSegment2* pCSeg = pNew.release();
+    segmentIndex_.add(p0, p1, pCSeg);
+    for (const Point2* pEnd : {p0, p1}) {
+        constraintVertices_.insert(pEnd);
+        setBit(pEnd);
+    }
+    pDt2_->noteConstraints();
     return pCSeg;
 }
 
 std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                                       ConstraintInsertionStrategy cis) {
-    // Places in the map are made in its order, which is fast; the segments in input order, which numbers them.
-    std::vector<std::pair<VertexPair, size_t>> vSorted;
-    vSorted.reserve(vPairs.size());
+    reserveMore(vSegments_, vPairs.size());
+    segmentIndex_.reserve(vSegments_.size() + vPairs.size());
+    std::vector<ConstraintSegment2*> vCSegs;
+    vCSegs.reserve(vPairs.size());
     for (const auto& [p0, p1] : vPairs) {
         if (p0 != p1) {
-            vSorted.emplace_back(makeKey(p0, p1), vSorted.size());
+            vCSegs.push_back(addConstraintSegment(p0, p1, cis));
             continue;
         }
         std::cout << *p0 << " <-> " << *p1 << "\n";
         warning("ConstraingMgr::createConstraint",
                 "(0) Identical source and endpoint, a constraint segment has been skipped");
     }
-    std::sort(vSorted.begin(), vSorted.end());
-    std::vector<SegmentMap::iterator> vPlaces(vSorted.size());
-    auto place = mSegments_.begin();
-    for (const auto& [key, i] : vSorted) {
-        place = mSegments_.emplace_hint(place, key, nullptr);
-        vPlaces[i] = place;
-    }
-    segmentIndex_.reserve(mSegments_.size());
-    std::vector<const Point2*> vNewEnds;
-    std::vector<ConstraintSegment2*> vCSegs;
-    vCSegs.reserve(vPlaces.size());
-    for (const auto& it : vPlaces) {
-        if (!it->second) {
-            it->second = makeSegment(it->first, cis);
-            vNewEnds.insert(vNewEnds.end(), {it->first.first, it->first.second});
-        }
-        vCSegs.push_back(it->second);
-    }
-    oneInstance(vNewEnds);
-    auto hint = sConstraintVertices_.begin();
-    for (const Point2* pEnd : vNewEnds) hint = sConstraintVertices_.insert(hint, pEnd);
     return vCSegs;
 }
 
@@ -210,12 +198,9 @@ void ConstraintMgr::updateConstraintSegment(ConstraintSegment2* pParentCSeg, Con
     const VertexPair key0(pCSeg0->getSrc(), pCSeg0->getTrg()), key1(pCSeg1->getSrc(), pCSeg1->getTrg());
     TARO_ASSERT_TEXT(std::less<Point2*>()(key0.first, key0.second), "key0.first<key0.second");
     TARO_ASSERT_TEXT(std::less<Point2*>()(key1.first, key1.second), "key1.first<key1.second");
-    mSegments_.emplace(key0, pCSeg0);
-    mSegments_.emplace(key1, pCSeg1);
-    for (const Point2* pEnd : {key0.first, key0.second, key1.first, key1.second}) {
-        sConstraintVertices_.insert(pEnd);
-        setBit(pEnd);
-    }
+    // Whoever split the segment had its children from here, with their ends taken note of.
+    TARO_ASSERT(segmentIndex_.find(key0.first, key0.second) == pCSeg0);
+    TARO_ASSERT(segmentIndex_.find(key1.first, key1.second) == pCSeg1);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -225,8 +210,9 @@ ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>&
                                                   ConstraintInsertionStrategy cis, bool bApply) {
     const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
     vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, cis));
+    ConstraintGraph2* pGraph = vGraphs_.back().get();
     if (bApply) establishWithProgress(getAlivePieces(vCSegs), "establish constraints");
-    return vGraphs_.back().get();
+    return pGraph;
 }
 
 ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis,
@@ -259,8 +245,9 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Seg
                      [](const Entry& a, const Entry& b) { return a.first < b.first; });
     const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
     vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, mPPReverse, cis));
+    ConstraintGraph2* pGraph = vGraphs_.back().get();
     establishWithProgress(getAlivePieces(vCSegs), "establish constraints");
-    return vGraphs_.back().get();
+    return pGraph;
 }
 
 ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Edge2>& vEdges,
@@ -291,6 +278,7 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
 
 void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
     if (!pDt2_->is2D()) return;
+    if (!bEstablishing_) pDt2_->setCrossingQuota(getQuotaEach());
     std::vector<ConstraintSegment2*> vStack{pCSeg};
     while (!vStack.empty()) {
         pCSeg = vStack.back();
@@ -315,11 +303,19 @@ void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
     }
 }
 
+size_t ConstraintMgr::getQuotaEach() const { return MAX_CROSSINGS_EACH * (vSegments_.size() + 100); }
+
 void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress* pProgress) {
     if (!pDt2_->is2D()) return;
+    // Segments that are established on the way share the quota.
+    const bool bOutermost = !bEstablishing_;
+    bEstablishing_ = true;
+    const size_t quota = getQuotaEach(), numSegments = vCSegs.size();
     std::vector<ConstraintSegment2*> vNext;
     for (int numPasses = 0; numPasses < MAX_PASSES && !vCSegs.empty(); ++numPasses) {
+        if (bOutermost && numPasses == 1) pDt2_->setCrossingQuota(quota * numSegments);
         for (ConstraintSegment2* pCSeg : vCSegs) {
+            if (bOutermost && numPasses == 0) pDt2_->setCrossingQuota(quota);
             if (pCSeg->isAlive()) applyOneSegment(pCSeg);
             if (!pCSeg->isAlive()) pCSeg->getChildrenRec(vNext);
             if (pProgress) pProgress->incProgress(1);
@@ -327,6 +323,7 @@ void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress*
         vCSegs.swap(vNext);
         vNext.clear();
     }
+    if (bOutermost) bEstablishing_ = false;
     if (vCSegs.empty()) return;
     warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
 }

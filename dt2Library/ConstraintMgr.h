@@ -1,14 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "VertexPairMap.h"
+#include "flatSets.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
@@ -32,8 +31,7 @@ class ConstraintMgr {
     ConstraintMgr(const ConstraintMgr&) = delete;
     ConstraintMgr& operator=(const ConstraintMgr&) = delete;
 
-    bool hasConstraints() const { return !mSegments_.empty(); }
-    size_t getNumSegments() const { return mSegments_.size(); }
+    bool hasConstraints() const { return !vSegments_.empty(); }
     /// True for the ends of all segments, dead ones included.
     bool isConstraintVertex(const Point2* pVtx) const;
     bool isConstraint(const Point2* p0, const Point2* p1) const { return getAliveConstraintSegment(p0, p1) != nullptr; }
@@ -76,24 +74,29 @@ class ConstraintMgr {
     void writeConstraintsBIN(const std::string& prefix) const;
 
   private:
-    using SegmentMap = std::map<VertexPair, ConstraintSegment2*>;
-
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
     void createVertexBitmap();
     bool hasBit(const Point2* pVtx) const;
     void setBit(const Point2* pVtx);
-    ConstraintSegment2* makeSegment(const VertexPair& ends, ConstraintInsertionStrategy cis);
+    const std::vector<ConstraintSegment2*>& getSortedSegments() const;
     /// One segment for each pair of different vertices, in input order.
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
+    /// How many crossings one segment may make: a straight one crosses each other one once, and where rounding makes it cross
+    /// again and again there is no way out but to stop.
+    size_t getQuotaEach() const;
     void establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, const char* label);
 
     Dt2* pDt2_;
-    SegmentMap mSegments_;
-    VertexPairMap<ConstraintSegment2> segmentIndex_;  // the same, for the questions of loops over edges
-    std::set<const Point2*> sConstraintVertices_;
+    VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
+    // The same as a list, of which the first ones are in the order of their ends: sorting when somebody asks costs less
+    // than keeping order at each split.
+    mutable std::vector<ConstraintSegment2*> vSegments_;
+    mutable size_t numSorted_ = 0;
+    mutable AddressSet constraintVertices_;  // mutable: it remembers where it looked last
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
+    bool bEstablishing_ = false;
     std::unique_ptr<std::uint64_t[]> aVertexBitmap_;  // null until it pays
 };
 

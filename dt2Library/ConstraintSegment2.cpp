@@ -112,6 +112,7 @@ bool ConstraintSegment2::split_combinatorialOnly(Point2* pSplit) {
     TARO_ASSERT(isAlive());
     TARO_ASSERT_TEXT(p0_ != pSplit && p1_ != pSplit, "p0!=pSplit && p1!=pSplit");
     TARO_ASSERT_TEXT(!sOwners_.empty(), "!sOwners.empty()");
+    const MessageScope scope(&getTriangulation()->getProgress());
     if (!canBeSplitAt(pSplit)) return false;
     createChildren(pSplit);
     return true;
@@ -123,6 +124,7 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
     TARO_ASSERT_TEXT(!sOwners_.empty(), "!sOwners.empty()");
     Dt2* pOwnerDt = getTriangulation();
     TARO_ASSERT_TEXT(pOwnerDt != nullptr, "pOwnerDt!=__null");
+    const MessageScope scope(&pOwnerDt->getProgress());
     if (p == *p0_ || p == *p1_) return nullptr;
 
     kill();

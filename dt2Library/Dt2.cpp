@@ -27,6 +27,7 @@
 #include "links.h"
 #include "parallel.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
+#include "taro25d/Zone2.h"
 #include "tools.h"
 
 namespace LUMO_TARO25D {
@@ -603,7 +604,7 @@ void Dt2::triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStar
     if (!vertexVault_.hasFakeBox() || !isWorthThreads(static_cast<size_t>(end - begin))) {
         triangulateRec(begin, end, pStartT);
     } else if (!InserterMT(this).go(begin, end, vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle())) {
-        triangulateRest(begin, end, leaveFakeBox());
+        leaveFakeBox(begin, end);
     }
 }
 
@@ -624,13 +625,14 @@ void Dt2::insertFakeBox() {
     }
 }
 
-/// Removes the box before its time. Returns a triangle of what is left, or else of what comes.
-Triangle2* Dt2::leaveFakeBox() {
+/// Goes on without the box, from the few vertices that are there already.
+void Dt2::leaveFakeBox(ItemIterator begin, ItemIterator end) {
     vertexVault_.removeFakeBox();
-    if (Triangle2* pT = getOneValidTriangle()) return pT;
+    if (Triangle2* pT = getOneValidTriangle()) return triangulateRest(begin, end, pT);
+    // They were collinear and have lost their triangles, with those that stood there before.
     Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
     vertexVault_.getThreeInitialPoints(p0, p1, p2);
-    return createTriangle(p0, p1, p2);
+    triangulateRest(vertexVault_.getData().data(), end, createTriangle(p0, p1, p2));
 }
 
 void Dt2::triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {

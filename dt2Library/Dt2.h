@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -19,16 +20,21 @@
 #include "taro25d/MsgBase.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
+#include "taro25d/ZoneLocation.h"
 
 namespace LUMO_TARO25D {
 
+class AddressSet;
+class ConnectedComponent;
 class ConstraintGraph2;
 class ConstraintMgr;
 class ConstraintSegment2;
 class Edge2;
+class EdgeSet;
 class InnerVtxMgr;
 class Segment2;
 class Visualizer2;
+class Zone2;
 
 /// The engine: one triangulation with everything it owns. This declaration is the table of contents of the
 /// Dt2*.cpp files, each of which defines one block of members.
@@ -192,6 +198,8 @@ class Dt2 {
     /// The number of vertices, those of a running bulk insertion included; O(1).
     size_t getApproxNumPoints() const { return vertexVault_.getSize(); }
 
+    /// From now on at most so many crossings are made; what is left then is given up with a warning.
+    void setCrossingQuota(size_t quota) { crossingQuota_ = quota; }
     /// Appends the triangles whose interior the segment from p to q crosses, in order from p. Both are vertices.
     void getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const;
     /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh, splitting it and what it crosses.
@@ -200,6 +208,42 @@ class Dt2 {
     void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
     /// Kills a segment and makes the mesh Delaunay where its edge was.
     void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
+
+    // ---- Dt2_zones.cpp: zones ---------------------------------------------------------------------------------------
+
+    // Each form makes a zone that the engine owns, or returns null, with a warning if it may: before there are triangles,
+    // for a graph that is missing, strange or has no direction, and for a location that the form does not make.
+
+    /// Inside or outside a graph; without a graph, of location ZL_GLOBAL or a result, whose operands are set later.
+    Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
+    /// Inside or outside several graphs.
+    Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose = true);
+    /// Grown from a seed.
+    Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose = true);
+    Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
+                      bool bVerbose = true);
+    /// Bounded by edges of the mesh, on their left.
+    Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
+    /// Of exactly these triangles.
+    Zone2* createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose = true);
+    /// False, with a warning, for a zone that the engine does not hold and for an operand of another one.
+    bool deleteZone(Zone2* pZone);
+
+    /// Appends the triangles that are reached from those at the seeds without crossing pieces of the graphs, each once.
+    void growZoneArea(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Point2>& vSeeds,
+                      std::vector<Triangle2*>& vTriangles) const;
+    /// The same from triangles.
+    void spreadBetween(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Triangle2*>& vFrom,
+                       std::vector<Triangle2*>& vTriangles) const;
+
+    // ---- Dt2_cut.cpp: cutting the surface along segments --------------------------------------------------------------
+
+    /// Cuts the triangles along segments, so that the surface keeps its shape.
+    void CUTT_cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints);
+    /// Cuts along a simple polygon and makes a zone of what is inside.
+    Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose);
+    /// Whether the segments, in any order and direction, are the sides of one polygon that does not meet itself.
+    static bool isSimplePolygon(const std::vector<Segment2>& vSegments);
 
     // ---- Dt2_file.cpp: the triangulation file ---------------------------------------------------------------------
 
@@ -221,7 +265,7 @@ class Dt2 {
     bool isWorthThreads(size_t numVertices) const;
     Triangle2* triangulateFakeBox();
     void insertFakeBox();
-    Triangle2* leaveFakeBox();
+    void leaveFakeBox(ItemIterator begin, ItemIterator end);
     void triangulateBulk(size_t numPreExisting);
     void abandonBulk(size_t numPreExisting, Point2** aHandles, size_t numHandles);
     /// Lays the curve anew over the insertion box and recomputes all keys; pComing are points about to be inserted.
@@ -288,8 +332,6 @@ class Dt2 {
     /// Where two constraints cross, and the one that was there first.
     using Crossing = std::pair<Point2, ConstraintSegment2*>;
 
-    static constexpr size_t MAX_CROSSINGS_EACH = 10;
-
     bool isConstraintAmongSome(const Triangle2* pT, int i) const;
     void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit);
     /// Where the way from p to q leaves the triangles around p: across edge i of pT, or along an edge to the returned
@@ -298,7 +340,7 @@ class Dt2 {
     /// Follows the way from p to q across edge i of pT. Returns the side on which the far corner of the next triangle
     /// lies; i becomes the next edge on the way, or the index of the far corner if that is on it.
     Orientation2 crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
-    /// Takes away one obstacle, or all that is left; false if it was a crossing.
+    /// Takes away one obstacle, or all that is left; false if that is beyond the quota.
     bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
     void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
     /// Makes the segment an edge, unless there is an obstacle: a vertex, which is returned, or a crossing.
@@ -320,6 +362,33 @@ class Dt2 {
     /// Takes away one obstacle; returns a segment that has to follow at once, or null.
     ConstraintSegment2* splitConforming(ConstraintSegment2* pCSeg);
     bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);
+
+    // ---- Dt2_zones.cpp ----------------------------------------------------------------------------------------------
+
+    bool canHaveZones(bool bVerbose) const;
+    bool areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const;
+    bool areOwn(const std::vector<Triangle2*>& vTriangles) const;
+    ConstraintGraph2* createBorder(const ConnectedComponent& component);
+    Zone2* registerZone(std::unique_ptr<Zone2> pZone);
+
+    // ---- Dt2_cut.cpp ------------------------------------------------------------------------------------------------
+
+    struct Cut;
+
+    Point2* CUTT_insertAt(Triangle2* pT, int i, const Point2& point, Cut& cut);
+    Point2* CUTT_insert(const Point2& place, Cut& cut);
+    Point2* CUTT_enter(const Point2& outside, const Point2& trg, Cut& cut);
+    Point2* CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg, Cut& cut);
+    Point2* CUTT_leave(Point2* pVtx, const Point2& trg, Triangle2*& pT, int& i) const;
+    bool CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const;
+    bool CUTT_bendEdge(Triangle2* pT, int i, Point2* pVtx, Cut& cut);
+    Point2* CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut);
+    void CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut);
+    void CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut);
+    void CUTT_flipDiagonals(Cut& cut);
+    void CUTT_fixEdges(const Cut& cut, bool bPieces);
+    void CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const;
+    void CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const;
 
     // ---- Dt2_check.cpp --------------------------------------------------------------------------------------------
 
@@ -351,8 +420,10 @@ class Dt2 {
     std::vector<Triangle2*>* pvCreatedTriangles_ = nullptr;  // not owned; null: nobody wants to know
     std::unique_ptr<ConstraintMgr> pConstraintMgr_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
+    std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;
     bool bHasConstraints_ = false;
-    bool bFlipsSuppressed_ = false;  // while triangles are imported as they are
+    size_t crossingQuota_ = 0;
+    bool bFlipsSuppressed_ = false;  // while triangles are cut or imported as they are
     int numCPU_ = 1;
     std::string name_;
     Progress progress_;

@@ -11,12 +11,11 @@
 #include "Dt2.h"
 
 #include <algorithm>
-#include <array>
 #include <functional>
-#include <iomanip>
 #include <iostream>
 #include <sstream>
 
+#include "angles.h"
 #include "diagnostics.h"
 #include "taro25d/Circle2.h"
 #include "taro25d/Color.h"
@@ -160,7 +159,6 @@ bool Dt2::checkHull(const std::vector<Triangle2*>& vTriangles) const {
 
 /// Every alive constraint segment must be an edge.
 bool Dt2::checkConstraints() const {
-    if (!hasConstraints()) return true;
     std::vector<ConstraintSegment2*> vContained, vMissing;
     getAliveConstraintSegments(vContained);
     const size_t numAlive = vContained.size();
@@ -199,29 +197,12 @@ void Dt2::showFailures(const std::vector<Triangle2*>& vFailed) const {
 }
 
 void Dt2::statistics(const std::string& name) const {
-    constexpr size_t numBins = 18;
-    constexpr double binWidth = 10.0;
-    std::array<size_t, numBins> aNumAngles{};
-    size_t numAllAngles = 0;
     std::vector<Triangle2*> vTriangles;
     getTrianglePointers(vTriangles);
-    for (const Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            const double angle = pT->getInteriorAngle2D(i);
-            if (!(angle >= 0.0)) continue;  // corners too far apart for a vector between them
-            ++aNumAngles[std::min(static_cast<size_t>(angle / binWidth), numBins - 1)];
-            ++numAllAngles;
-        }
-    }
     std::ostringstream out;
     out << "\n\n\n********* MESH STATISTICS (" << name << ") **********\n\n"
-        << "Number of triangles: " << vTriangles.size() << "\n\nINTERIOR ANGLES\n"
-        << std::fixed << std::setprecision(2);
-    for (size_t bin = 0; bin < numBins; ++bin) {
-        const double share = numAllAngles > 0 ? 100.0 * aNumAngles[bin] / numAllAngles : 0.0;
-        out << std::setw(3) << bin * 10 << " - " << std::setw(3) << (bin + 1) * 10 << " degrees: " << std::setw(10)
-            << aNumAngles[bin] << std::setw(8) << share << " %\n";
-    }
+        << "Number of triangles: " << vTriangles.size() << "\n\n";
+    printAngles(out, analyzeAngles(vTriangles));
     std::cout << out.str() << std::flush;
 }
 

@@ -183,8 +183,6 @@ void Dt2::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
         warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint, return");
         return;
     }
-    // Each crossing leaves pieces that cannot meet again but by rounding, so there are hardly more than segments.
-    size_t numCrossingsLeft = MAX_CROSSINGS_EACH * (pConstraintMgr_->getNumSegments() + 100);
     std::vector<ConstraintSegment2*> vStack{pInitialCSeg};
     while (!vStack.empty()) {
         ConstraintSegment2* pCSeg = vStack.back();
@@ -194,7 +192,7 @@ void Dt2::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
         } else if (pCSeg->getSrc() == pCSeg->getTrg()) {
             warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint (2), return");
             return;
-        } else if (!newCDT_insertOrSplit(pCSeg, vStack) && --numCrossingsLeft == 0) {
+        } else if (!newCDT_insertOrSplit(pCSeg, vStack)) {
             warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
             return;
         }
@@ -214,12 +212,14 @@ bool Dt2::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<Constraint
     }
     if (vPairIspCS.empty()) return true;
     TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
+    if (crossingQuota_ == 0) return false;
     splitBothAt(vPairIspCS[0], pCSeg, vStack);
-    return false;
+    return true;
 }
 
 void Dt2::splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
     const auto& [splitPoint, pCrossingCSeg] = crossing;
+    --crossingQuota_;
     TARO_ASSERT_TEXT(splitPoint != *pCrossingCSeg->getSrc() && splitPoint != *pCrossingCSeg->getTrg(),
                      "splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg()");
     const bool bSplitBoth = !isEnd(pCSeg, splitPoint);
@@ -434,6 +434,7 @@ bool Dt2::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle
     if (Point2* pExistingVertex = getCrossing(pT, i, pCSeg, vPairIspCS)) {
         return pCSeg->split_combinatorialOnly(pExistingVertex);
     }
+    if (crossingQuota_ == 0) return false;
     std::vector<ConstraintSegment2*> vPieces;
     splitBothAt(vPairIspCS[0], pCSeg, vPieces);
     // The pieces of this segment wait for their turn; what was established before is so again at once.

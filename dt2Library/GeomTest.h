@@ -116,6 +116,10 @@ class GeomTest {
     /// Parallel lines are reported and fail with TaroException.
     void getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3, double& x,
                                    double& y);
+    /// The same numbers from doubled precision with an error bound; false, with x and y as they were, where that does not
+    /// tell how they are rounded, which includes all numbers that are doubles. The lines are not parallel if true.
+    static bool doubleDoubleIntersectionCoords(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3,
+                                               double& x, double& y);
     /// The height at (x, y) on the segment pq, linear along the axis in which its ends differ more, computed
     /// without error and then rounded towards zero. Beyond the ends it goes on linearly. The height of p if p
     /// and q have the same x and y.

@@ -4,6 +4,7 @@
 
 #include "GeomTest.h"
 #include "diagnostics.h"
+#include "expansion.h"
 
 namespace LUMO_TARO25D {
 
@@ -115,6 +116,67 @@ int GeomTest::rationalInCircle(const Point2& p0, const Point2& p1, const Point2&
         mpq_add(r.det, r.det, r.product1);
     }
     return r.det.sign();
+}
+
+namespace {
+
+/// A number in doubled precision that is at most `error` away from the true one.
+struct Bounded {
+    DoubleDouble value;
+    double error;
+};
+
+constexpr double UNIT = 1.3e-32;           // above 2^-106, the square of the unit roundoff
+constexpr double UNDERFLOW_LOSS = 1e-300;  // far above what the products of one number can lose below 2^-1074
+
+/// a b - c d of exact numbers.
+Bounded boundedCrossProduct(DoubleDouble a, DoubleDouble b, DoubleDouble c, DoubleDouble d) {
+    const double magnitude = std::abs(a.hi * b.hi) + std::abs(c.hi * d.hi);
+    return {a * b - c * d, 32.0 * UNIT * magnitude + UNDERFLOW_LOSS};
+}
+
+/// start + numerator / denominator * difference, rounded towards zero; false if the error bound does not tell to which
+/// double.
+bool getCertainCoord(double start, const Bounded& numerator, const Bounded& denominator, DoubleDouble difference,
+                     double& coord) {
+    const DoubleDouble product = numerator.value * difference;
+    const double first = product.hi / denominator.value.hi;
+    const DoubleDouble rest = product - denominator.value * DoubleDouble{first, 0.0};
+    const DoubleDouble offset = twoSum(first, rest.hi / denominator.value.hi);
+    const double absDenominator = std::abs(denominator.value.hi);
+    const double offsetError = 1.01 * (numerator.error * std::abs(difference.hi) / absDenominator +
+                                       std::abs(first) * (denominator.error / absDenominator + 64.0 * UNIT)) +
+                               UNDERFLOW_LOSS * (1.0 + 1.0 / absDenominator);
+    const DoubleDouble sum = DoubleDouble{start, 0.0} + offset;
+    const double error = 1.01 * (offsetError + 8.0 * UNIT * (std::abs(start) + std::abs(first)));
+    const double rounding = std::abs(sum.lo);
+    if (!(rounding > error && std::isfinite(sum.hi))) return false;
+    coord = (sum.lo > 0.0) == (sum.hi > 0.0) ? sum.hi : std::nextafter(sum.hi, 0.0);
+    return rounding + error < std::abs(sum.hi - std::nextafter(sum.hi, 0.0));
+}
+
+}  // namespace
+
+bool GeomTest::doubleDoubleIntersectionCoords(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3,
+                                              double& x, double& y) {
+    constexpr double MAX_COORD = 1e70;  // products of four stay finite
+    for (const Point2* p : {&p0, &p1, &p2, &p3}) {
+        if (!(std::abs(p->x()) < MAX_COORD && std::abs(p->y()) < MAX_COORD)) return false;
+    }
+    const DoubleDouble dx0 = twoDiff(p1.x(), p0.x()), dy0 = twoDiff(p1.y(), p0.y());
+    const DoubleDouble dx1 = twoDiff(p3.x(), p2.x()), dy1 = twoDiff(p3.y(), p2.y());
+    const Bounded denominator = boundedCrossProduct(dx0, dy1, dy0, dx1);
+    if (!(std::abs(denominator.value.hi) > 1e10 * denominator.error)) return false;
+    const DoubleDouble dx = twoDiff(p2.x(), p0.x()), dy = twoDiff(p2.y(), p0.y());
+    const Bounded numerator = boundedCrossProduct(dx, dy1, dy, dx1);
+    double certainX, certainY;
+    if (!getCertainCoord(p0.x(), numerator, denominator, dx0, certainX) ||
+        !getCertainCoord(p0.y(), numerator, denominator, dy0, certainY)) {
+        return false;
+    }
+    x = certainX;
+    y = certainY;
+    return true;
 }
 
 void GeomTest::getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3,

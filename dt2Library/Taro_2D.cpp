@@ -6,6 +6,8 @@
 #include "Dt2.h"
 #include "Timer.h"
 #include "diagnostics.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Segment2.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -25,6 +27,14 @@ class EngineCall {
 };
 
 EngineCall call(const std::unique_ptr<Dt2>& pDt2) { return EngineCall(pDt2.get()); }
+
+template <class... Arguments>
+Zone2* makeZone(const std::unique_ptr<Dt2>& pDt2, bool bVerbose, const Arguments&... arguments) {
+    const MessageScope scope(&pDt2->getProgress());
+    Zone2* pZone = pDt2->createZone(arguments..., bVerbose);
+    if (!pZone && bVerbose) warning("Taro_2D::createZone(..)", "No zone created, returning NULL (bVerbose==true)");
+    return pZone;
+}
 
 void printReconstructNotice() {
     std::cout << "reconstruct(..): point-cloud reconstruction has moved to a separate library, nothing is "
@@ -144,7 +154,7 @@ void Taro_2D::applyConstraintsAndZones() {
     warning("Taro2D::applyConstraintsAndZones", "The triangulation is not 2D yet, can't apply the constraints");
 }
 
-bool Taro_2D::isConstraint(Triangle2* pT, int i) const { return pDt2_->isConstraint(pT, i); }
+bool Taro_2D::isConstraint(Triangle2* pT, int i) const { return pT && 0 <= i && i < 3 && pDt2_->isConstraint(pT, i); }
 
 bool Taro_2D::isConstraint(Point2* p0, Point2* p1) const { return pDt2_->isConstraint(p0, p1); }
 
@@ -160,6 +170,45 @@ void Taro_2D::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSeg
 
 void Taro_2D::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
     pDt2_->getAliveAndDeadConstraintSegments(vCSegs);
+}
+
+Zone2* Taro_2D::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, pGraph, zoneLoc);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vGraphs, zoneLoc);
+}
+
+Zone2* Taro_2D::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, pGraph, zoneLoc, seed);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
+                           bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vGraphs, zoneLoc, seed);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vEdges, zoneLoc);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vTriangles);
+}
+
+Zone2* Taro_2D::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose) {
+    return call(pDt2_)->createZone_cookieCutter(vSegments, bVerbose);
+}
+
+bool Taro_2D::deleteZone(Zone2* pZone) { return call(pDt2_)->deleteZone(pZone); }
+
+void Taro_2D::cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints) {
+    call(pDt2_)->CUTT_cutTriangles(vSegments, bConstraints);
+}
+
+void Taro_2D::cutTriangles(const Point2& src, const Point2& trg, bool bConstraints) {
+    cutTriangles({Segment2(src, trg)}, bConstraints);
 }
 
 bool Taro_2D::save(const char* filename) const { return call(pDt2_)->save(filename); }

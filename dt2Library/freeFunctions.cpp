@@ -182,6 +182,7 @@ bool getIntersectionPointNoRounding(const Point2& a, const Point2& b, const Poin
 
 bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d, double& x,
                                      double& y) {
+    if (GeomTest::doubleDoubleIntersectionCoords(a, b, c, d, x, y)) return true;
     if (!isFinite(a) || !isFinite(b) || !isFinite(c) || !isFinite(d) || areParallel(a, b, c, d)) return false;
     GeomTest().getIntersectionCoords_gmp(a, b, c, d, x, y);
     return true;

@@ -169,6 +169,13 @@ TEST(Parallel, PointsNearTheHullAreLeftToOneThread) {
     std::stable_partition(vPoints.begin(), vPoints.end(), [](const Point2& point) { return point.y() == 0.0; });
     expectSameAsOneThread(vPoints, 2, n / 2, false);
     expectSameAsOneThread(vPoints, 2, 0, false);
+    // What the sparse start sees goes on with that line: all are to start anew without the box.
+    vPoints.clear();
+    for (size_t i = 0; i < 4000; ++i) vPoints.emplace_back(0.001 * static_cast<double>(i), 0.0, 0.0);
+    for (size_t i = 0; i < 4000; ++i) {
+        vPoints.emplace_back(0.001 * (static_cast<double>(i) + 0.5), isDense(i, 4000) ? 1e-9 : 0.0, 0.0);
+    }
+    expectSameAsOneThread(vPoints, 2, 4000, false);
 }
 
 TEST(Parallel, AMillionPointsOnManyThreads) {

@@ -426,8 +426,9 @@ TEST(Predicates, IntersectionTypeOfSegments) {
 TEST(Predicates, IntersectionCoordsAreExactUpToTheLastRounding) {
     PointSource source(5);
     GeomTest geomTest;
-    for (int i = 0; i < 2000; ++i) {
-        const Points p = source.get(i % 2 ? 1 : 4);
+    int numCertain = 0;
+    for (int i = 0; i < 4000; ++i) {
+        const Points p = source.get(i % 8);
         const ExactVector u(p[1], p[0]), v(p[3], p[2]), w(p[2], p[0]);
         const mpq_class denominator = exactCross(u, v);
         if (denominator == 0) continue;
@@ -437,7 +438,11 @@ TEST(Predicates, IntersectionCoordsAreExactUpToTheLastRounding) {
         geomTest.getIntersectionCoords_gmp(p[0], p[1], p[2], p[3], x, y);
         ASSERT_EQ(exactX.get_d(), x) << describe(p);
         ASSERT_EQ(exactY.get_d(), y) << describe(p);
+        double certainX = x, certainY = y;
+        numCertain += GeomTest::doubleDoubleIntersectionCoords(p[0], p[1], p[2], p[3], certainX, certainY);
+        ASSERT_TRUE(certainX == x && certainY == y) << describe(p);
     }
+    EXPECT_GT(numCertain, 1000);
     const StdoutCapture capture;
     double x, y;
     EXPECT_THROW(geomTest.getIntersectionCoords_gmp(at(0, 0), at(1, 1), at(1, 0), at(2, 1), x, y), TaroException);

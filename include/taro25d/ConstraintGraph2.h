@@ -40,7 +40,8 @@ class TARO25D_API ConstraintGraph2 {
     /// The engine of the triangulation; an incomplete type for clients.
     Dt2* getDt2() const { return pDt2_; }
     ConstraintInsertionStrategy getInsertionStrategy() const { return cis_; }
-    /// True if the segments form one closed, simple chain.
+    /// True if the segments form one closed chain that passes each of its vertices once. Whether sides cross is not looked
+    /// at.
     bool isPolygon() const { return bPolygon_; }
     /// True if the graph has a direction: polygons, and graphs created with oriented segments.
     bool isOriented() const { return bOriented_; }
@@ -66,7 +67,7 @@ class TARO25D_API ConstraintGraph2 {
     void getPolygonVertices(std::vector<Point2*>& vVertices) const;
 
     /// Tells the graph that one of its segments was split; bUpdateManager is true for the first owner only.
-    TARO25D_HIDDEN void updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager);
+    void updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager);
     /// For the library's developers: whether the graph knows a direction of the segment.
     bool dbg_hasDirection(const ConstraintSegment2* pCSeg) const;
 
@@ -99,7 +100,7 @@ class TARO25D_API ConstraintGraph2 {
     std::vector<ConstraintSegment2*> vCSegParents_;
     bool bPolygon_ = false;
     ReverseMap mCSegReverse_;
-    std::map<Point2*, ConstraintSegment2*> mSplitVertices_;
+    std::map<Point2*, ConstraintSegment2*> mSplitVertices_;  // who was split there, for debuggers
     bool bOriented_ = false;
 };
 

@@ -11,6 +11,7 @@
 #include "taro25d/Orientation2.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
+#include "taro25d/ZoneLocation.h"
 #include "taro25d/export.h"
 
 namespace LUMO_TARO25D {
@@ -18,8 +19,10 @@ namespace LUMO_TARO25D {
 class ConstraintGraph2;
 class ConstraintSegment2;
 class Dt2;
+class Edge2;
 class Segment2;
 class Visualizer2;
+class Zone2;
 
 /// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
 ///
@@ -61,7 +64,7 @@ class TARO25D_API Taro_2D {
 
     /// The engine; an incomplete type for clients.
     Dt2* getImpl() const;
-    /// For the library's developers: prints internal state. No behaviour for clients.
+    /// For the library's developers: prints internal state or writes it to files. No behaviour for clients.
     void internal(int topic, int detail, std::string text);
     /// For the library's developers: the text becomes the prefix of the names of diagnostic files, of all triangulations
     /// of the process. Not while another thread uses one.
@@ -171,15 +174,15 @@ class TARO25D_API Taro_2D {
     ///
     /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
     /// applyConstraintsAndZones(). An empty list, or an end point that is not finite, gets a warning and null, and nothing
-    /// is inserted; a segment of length zero gets a warning and is left out. O(k log k) for a segment that crosses k
-    /// triangles.
+    /// is inserted; a segment of length zero gets a warning and only its point stays. Where doubles are too coarse for all
+    /// crossings, pieces are given up with a warning. O(k log k) for a segment that crosses k triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                        bool bOrientedSegments = false);
-    /// Establishes the segments that were created before the triangulation was two-dimensional. A warning, and nothing
-    /// else, before is2D().
+    /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices while
+    /// removal had made it one-dimensional again. A warning, and nothing else, before is2D().
     void applyConstraintsAndZones();
 
-    /// Whether edge i of a triangle is a constraint.
+    /// Whether edge i of a triangle is a constraint; false for null and for an i that is no edge.
     bool isConstraint(Triangle2* pT, int i) const;
     /// Whether there is an alive constraint segment between two vertices, in any order.
     bool isConstraint(Point2* p0, Point2* p1) const;
@@ -193,11 +196,65 @@ class TARO25D_API Taro_2D {
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
 
     /// @}
+    /// @name Zones
+    /// Sets of triangles, given by rules. The triangulation owns each zone until deleteZone() or its own end. When nothing
+    /// can be created, the result is null, with warnings unless bVerbose is false: before is2D(), for a graph that is null
+    /// or of another triangulation, for a graph without a direction where one is needed, and for a location other than
+    /// those that are listed.
+    /// @{
+
+    /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all triangles
+    /// (ZL_GLOBAL, graph null). Inside is within a polygon, and on the left of a graph that is none. (A result location
+    /// gives a zone without operands, which is empty.)
+    Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
+    /// The same for several graphs, ZL_INSIDE or ZL_OUTSIDE only. The zone starts along all of them on that side and ends
+    /// at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; what is between them is a
+    /// zoneDifference.
+    Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose = true);
+    /// What is reached from a seed point without crossing the graph (ZL_GROW only). A seed on an edge belongs to either
+    /// side; one outside the hull gives an empty zone.
+    Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose = true);
+    /// The same for several graphs; an empty list lets it grow over everything.
+    Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
+                      bool bVerbose = true);
+    /// What lies on the left of edges and is bounded by them (ZL_BOUNDED only). They become constraints.
+    Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
+    /// Exactly these triangles, as a zone of location ZL_GROW; the border becomes a constraint. Null and repeated pointers
+    /// do not count; one that is no triangle of this triangulation gives null. A part in which all triangles are too thin
+    /// to hold a start point is left out with a warning. O(n), n being the number of all triangles.
+    Zone2* createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose = true);
+
+    /// Cuts the surface along a polygon, as cutTriangles() does, and returns what is inside as a zone of location
+    /// ZL_BOUNDED. The segments, in any order and direction, must be the sides of one polygon that does not meet itself;
+    /// their heights do not count. Outside the hull there is no surface: the zone is then the part that is on it. Segments
+    /// that form no simple polygon change nothing and give null, as does a polygon beside the surface; warnings are
+    /// printed if bVerbose is true.
+    Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose = true);
+
+    /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not hold
+    /// and for an operand of another zone, which must go first.
+    bool deleteZone(Zone2* pZone);
+
+    /// @}
+    /// @name Cutting
+    /// @{
+
+    /// Divides the triangles along segments without changing the surface: every new vertex, ends of segments included, has
+    /// the height of the surface there, to rounding. What is no edge of a Delaunay triangulation afterwards becomes
+    /// constraints of one graph. With bConstraints, all pieces of the segments do, and stay edges whatever is inserted
+    /// later; without, those that are Delaunay do not. Segments may touch, cross and run along edges; what is outside the
+    /// hull is left out. Warns and changes nothing before is2D() and for coordinates that are not finite. O(log n), and
+    /// constant time for each triangle that a segment crosses.
+    void cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints = true);
+    /// The same for the segment between two points.
+    void cutTriangles(const Point2& src, const Point2& trg, bool bConstraints = true);
+
+    /// @}
     /// @name File
     /// @{
 
     /// Writes all vertices and alive constraint segments to a binary file. A plain file is replaced only when everything
-    /// has been written. Returns false, after a line on standard output if the file cannot be opened, when that fails.
+    /// has been written. Returns false, after a line on standard output, when that fails.
     bool save(const char* filename) const;
     /// Inserts what `save` wrote: the vertices, and the segments as constraints of strategy CIS_CONSTRAINED_DELAUNAY.
     /// Returns false, with a line on standard output and nothing changed, if the file cannot be read or is not one that

@@ -26,6 +26,8 @@
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/Visualizer2.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/ZoneLocation.h"
 #include "taro25d/export.h"
 #include "taro25d/freeFunctions.h"
 #include "taro25d/version.h"

@@ -1,0 +1,482 @@
+// Cutting the surface along segments.
+//
+// The surface is the set of triangles in space, so it keeps its shape exactly as long as triangles are only divided: a new
+// vertex inside a triangle divides it in three, one on an edge divides both sides in two, and its height is the one there.
+// No edge is flipped meanwhile. A segment is followed from vertex to vertex: where its way leaves a triangle across an
+// edge, that edge gets a vertex at the crossing, which by this is joined to the vertex where the way came from.
+//
+// A crossing is rounded to doubles and so lies slightly beside its edge. It divides the edge all the same if the four new
+// triangles are counterclockwise. What is nearer than a few rounding errors counts as the same place, so that no slivers
+// of that width come up where segments meet, or follow one another: the way goes through a vertex next to it, and a vertex
+// across that is next to the edge, at its height, takes its place on it, which is a flip. Where nothing else is left the
+// way goes through the nearer end.
+//
+// Then new edges that lie inside what was one triangle are made Delaunay by flips (Lawson 1977), which does not change the
+// surface either. What is not Delaunay now are creases of the old surface, and pieces of the segments. They become
+// constraints, so that a constrained Delaunay triangulation is left.
+//
+// Outside the hull there is no surface. A segment that leaves it ends at the hull, at a vertex that is inserted on or just
+// inside the hull edge. A gap of that width would let a search pass around the end; the triangles that the rest of the way
+// crosses close it.
+//
+// Whether segments make a simple polygon is decided by a triangulation of their ends that takes them one by one: they do
+// if they are one chain and none is split.
+//
+// O(log n) for the ends of a segment, and constant time for each triangle that it crosses.
+
+#include <gmpxx.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "ConnectedComponent.h"
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "diagnostics.h"
+#include "links.h"
+#include "spread.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr const char* COOKIE_CUTTER = "Dt2::createZone_cookieCutter(..)";
+constexpr size_t MAX_STEPS_BACK = 1000;
+
+/// So far apart two places may be, by rounding, that are meant to be one.
+double getResolution(const Point2& a, const Point2& b) {
+    return 0x1p-50 * std::max({std::abs(a.x()), std::abs(a.y()), std::abs(b.x()), std::abs(b.y())});
+}
+
+bool isNear(const Point2& a, const Point2& b) { return distance2D(a, b) <= getResolution(a, b); }
+
+bool isNearLine(const Point2& point, const Point2& a, const Point2& b) {
+    return getPointLineDistance2D(point, a, b) <= std::max(getResolution(a, b), getResolution(point, point));
+}
+
+/// Whether two heights differ by no more than rounding, seen from the heights around.
+bool haveSameHeight(const Point2& a, const Point2& b, const Triangle2& triangle) {
+    const auto [zMin, zMax] =
+        std::minmax({triangle.getCorner(0)->z(), triangle.getCorner(1)->z(), triangle.getCorner(2)->z()});
+    return std::abs(a.z() - b.z()) <= 0x1p-30 * (zMax - zMin);
+}
+
+/// The height on a triangle. In one of the width of a rounding error, as they come up beside segments, doubles would give
+/// any height.
+double getExactHeight(const Triangle2& triangle, const Point2& place) {
+    using Rational = mpq_class;
+    const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
+    const Rational ux = Rational(b.x()) - a.x(), uy = Rational(b.y()) - a.y();
+    const Rational vx = Rational(c.x()) - a.x(), vy = Rational(c.y()) - a.y();
+    const Rational wx = Rational(place.x()) - a.x(), wy = Rational(place.y()) - a.y();
+    const Rational rise =
+        ((wx * vy - wy * vx) * (Rational(b.z()) - a.z()) + (ux * wy - uy * wx) * (Rational(c.z()) - a.z())) /
+        (ux * vy - uy * vx);
+    return Rational(a.z() + rise).get_d();
+}
+
+/// Sets a flag for the length of an operation.
+class FlagScope {
+  public:
+    explicit FlagScope(bool& bFlag) : bFlag_(bFlag) { bFlag_ = true; }
+    ~FlagScope() { bFlag_ = false; }
+    FlagScope(const FlagScope&) = delete;
+    FlagScope& operator=(const FlagScope&) = delete;
+
+  private:
+    bool& bFlag_;
+};
+
+bool isFinite(const Segment2& segment) { return Dt2::isFinite(segment.getSrc()) && Dt2::isFinite(segment.getTrg()); }
+
+/// The corners of a simple polygon, counterclockwise. False for other segments.
+bool getSimplePolygon(const std::vector<Segment2>& vSegments, std::vector<Point2>& vCorners) {
+    if (vSegments.size() < 3 || !std::all_of(vSegments.begin(), vSegments.end(), isFinite)) return false;
+    std::vector<Point2> vEnds;
+    for (const Segment2& segment : vSegments) {
+        if (segment.getSrc() == segment.getTrg()) return false;
+        vEnds.push_back(segment.getSrc());
+        vEnds.push_back(segment.getTrg());
+    }
+    Dt2 engine(static_cast<unsigned>(vSegments.size()));
+    std::vector<Point2*> vHandles;
+    engine.insertVector(vEnds, vHandles);
+    if (!engine.is2D() || engine.numberOfPoints() != vSegments.size()) return false;
+    ConstraintMgr* pManager = engine.getConstraintManager();
+    std::vector<ConstraintMgr::VertexPair> vPairs;
+    for (size_t k = 0; k < vHandles.size(); k += 2) vPairs.emplace_back(vHandles[k], vHandles[k + 1]);
+    const ConstraintGraph2* pGraph = pManager->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, false);
+    if (!pGraph->isPolygon()) return false;
+    for (const auto& [pSrc, pTrg] : vPairs) {
+        ConstraintSegment2* pCSeg = pManager->addConstraintSegment(pSrc, pTrg, CIS_CONSTRAINED_DELAUNAY);
+        pManager->applyOneSegment(pCSeg);
+        if (!pCSeg->isAlive() || engine.getApproxNumPoints() != vSegments.size()) return false;
+    }
+    std::vector<Point2*> vVertices;
+    pGraph->getPolygonVertices(vVertices);
+    for (const Point2* pVtx : vVertices) vCorners.push_back(*pVtx);
+    return true;
+}
+
+/// Whether a point that is on none of the sides is inside a polygon: the number of sides to its right is odd.
+bool isInside(const std::vector<Segment2>& vSides, const Point2& point, GeomTest& geomTest) {
+    bool bInside = false;
+    for (const Segment2& side : vSides) {
+        const bool bUp = side.getSrc().y() <= point.y();
+        if (bUp == (side.getTrg().y() <= point.y())) continue;
+        const Orientation2 ori = geomTest.getOrientation2(&side.getSrc(), &side.getTrg(), &point);
+        if (ori == (bUp ? ORIENTATION2_CCW : ORIENTATION2_CW)) bInside = !bInside;
+    }
+    return bInside;
+}
+
+}  // namespace
+
+/// What a running cut has made.
+struct Dt2::Cut {
+    EdgeSet sPieces;     // of the segments
+    EdgeSet sDiagonals;  // new edges inside what was one triangle, and some that are pieces or creases by now
+    EdgeSet sCreases;    // pieces of old edges that began as diagonals
+    std::vector<std::pair<Point2*, Point2*>> vDirected;  // the pieces in the direction of their segments
+    std::vector<std::pair<Point2*, Point2>> vOpenEnds;   // where a segment leaves the hull, and its end outside
+    AddressSet sTouched;
+    std::vector<Point2*> vTouched;  // every triangle that was changed has one of these as a corner
+
+    void touch(Point2* pVtx) {
+        if (sTouched.insert(pVtx)) vTouched.push_back(pVtx);
+    }
+    void addPiece(Point2* pSrc, Point2* pTrg) {
+        sPieces.insert(pSrc, pTrg);
+        vDirected.emplace_back(pSrc, pTrg);
+        touch(pSrc);
+        touch(pTrg);
+    }
+    bool isDiagonal(const Point2* p0, const Point2* p1) const {
+        return sDiagonals.contains(p0, p1) && !sPieces.contains(p0, p1) && !sCreases.contains(p0, p1);
+    }
+    /// Tells that the edge p0-p1 goes through a vertex from now on.
+    void inherit(const Point2* p0, const Point2* p1, const Point2* pVtx) {
+        const bool bPiece = sPieces.contains(p0, p1);
+        EdgeSet& sHeirs = bPiece ? sPieces : isDiagonal(p0, p1) ? sDiagonals : sCreases;
+        sHeirs.insert(p0, pVtx);
+        sHeirs.insert(pVtx, p1);
+    }
+    /// Appends the changed triangles.
+    void getTriangles(const Dt2& dt2, std::vector<Triangle2*>& vTriangles) const {
+        AddressSet sSeen;
+        std::vector<Triangle2*> vIncidentT;
+        for (Point2* pVtx : vTouched) {
+            vIncidentT.clear();
+            dt2.getIncidentTriangles(pVtx, vIncidentT);
+            for (Triangle2* pT : vIncidentT) {
+                if (sSeen.insert(pT)) vTriangles.push_back(pT);
+            }
+        }
+    }
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// New vertices
+
+Point2* Dt2::CUTT_insertAt(Triangle2* pT, int i, const Point2& point, Cut& cut) {
+    Point2* pVtx = createVertex(point);
+    vertexVault_.addItem(hilbertCurve_.iReset(point.x(), point.y()), pVtx);
+    if (i >= 0) cut.inherit(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), pVtx);
+    if (i < 0) {
+        initVCheckT13(pT, pVtx);
+    } else if (pT->getOppositeTriangle(i)) {
+        initVCheckT24(pT, pVtx, i);
+    } else {
+        splitHullEdge(pVtx, pT, i);
+    }
+    legalize(pVtx);
+    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    cut.touch(pVtx);
+    std::vector<Point2*> vNeighbours;
+    getIncidentVertices(pVtx, vNeighbours);
+    for (const Point2* pNeighbour : vNeighbours) {
+        if (!cut.sPieces.contains(pVtx, pNeighbour) && !cut.sCreases.contains(pVtx, pNeighbour)) {
+            cut.sDiagonals.insert(pVtx, pNeighbour);
+        }
+    }
+    return pVtx;
+}
+
+Point2* Dt2::CUTT_insert(const Point2& place, Cut& cut) {
+    Triangle2* pT = locate(place);
+    if (!pT) return nullptr;
+    for (int i = 0; i < 3; ++i) {
+        if (*pT->getCorner(i) == place) return pT->getCorner(i);
+    }
+    for (int i = 0; i < 3; ++i) {
+        const Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
+        const bool bOnEdge = geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_COLLINEAR ||
+                             (pT->getOppositeTriangle(i) && isNearLine(place, *p0, *p1) &&
+                              approxHasOn(*p0, *p1, place) && CUTT_isSplitSound(pT, i, place));
+        if (!bOnEdge) continue;
+        return CUTT_insertAt(pT, i, Point2(place.x(), place.y(), getZOnSegment(*p0, *p1, place.x(), place.y())), cut);
+    }
+    return CUTT_insertAt(pT, -1, Point2(place.x(), place.y(), getExactHeight(*pT, place)), cut);
+}
+
+/// A vertex where the segment from a point outside the hull enters it, or null if it does not.
+Point2* Dt2::CUTT_enter(const Point2& outside, const Point2& trg, Cut& cut) {
+    Triangle2* pT = nullptr;
+    const int i = walkTo(outside, pT);
+    std::vector<std::pair<Triangle2*, int>> vVisible{{pT, i}};
+    determineHullPatchLeft(vVisible, pT, i, &outside);
+    determineHullPatchRight(vVisible, pT, i, &outside);
+    for (const auto& [pHullT, k] : vVisible) {
+        Point2 *p0 = pHullT->getCorner(incIndexBy1(k)), *p1 = pHullT->getCorner(incIndexBy2(k));
+        const Orientation2 ori0 = geomTest_.getOrientation2(&outside, &trg, p0);
+        const Orientation2 ori1 = geomTest_.getOrientation2(&outside, &trg, p1);
+        if (ori0 == ORIENTATION2_CW || ori1 == ORIENTATION2_CCW || ori0 == ori1) continue;
+        if (geomTest_.getOrientation2(p0, p1, &trg) == ORIENTATION2_CW) return nullptr;
+        Point2* pEntry = ori0 == ORIENTATION2_COLLINEAR ? p0 : ori1 == ORIENTATION2_COLLINEAR ? p1 : nullptr;
+        if (!pEntry) pEntry = CUTT_insertNearHull(Edge2(pHullT, k), outside, trg, cut);
+        cut.vOpenEnds.emplace_back(pEntry, outside);
+        return pEntry;
+    }
+    return nullptr;
+}
+
+/// The vertex where a segment crosses a hull edge, moved inward by as few rounding errors as it takes not to be outside.
+Point2* Dt2::CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg, Cut& cut) {
+    constexpr int MAX_ATTEMPTS = 20;
+    Point2 *p0 = edge.getSrc(), *p1 = edge.getTrg();
+    double x = 0.0, y = 0.0;
+    const bool bCross = getIntersectionCoordsNoRounding(*p0, *p1, src, trg, x, y);
+    TARO_ASSERT(bCross);
+    const Point2 crossing(x, y, 0.0);
+    const Vector2 along = normalize(getVector2D(*p0, *p1));
+    const Vector2 inward = Vector2(-along.y(), along.x(), 0.0) * getResolution(*p0, *p1);
+    Point2* pVtx = CUTT_insert(crossing, cut);
+    for (int k = 0; !pVtx && k < MAX_ATTEMPTS; ++k) pVtx = CUTT_insert(crossing + inward * std::ldexp(0.125, k), cut);
+    if (pVtx) return pVtx;
+    return sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The way of a segment
+
+/// Where the ray from a vertex through a point goes: along an edge to the returned vertex, or across edge i of pT; or
+/// nowhere, then pT is null.
+Point2* Dt2::CUTT_leave(Point2* pVtx, const Point2& trg, Triangle2*& pT, int& i) const {
+    Point2* pOnWay = nullptr;
+    pT = findIncidentTriangle(pVtx, [&](const Triangle2* pCandidate) {
+        i = indexOfVertex(pCandidate, pVtx);
+        Point2 *a = pCandidate->getCorner(incIndexBy1(i)), *b = pCandidate->getCorner(incIndexBy2(i));
+        const Orientation2 oriA = geomTest_.getOrientation2(pVtx, &trg, a);
+        const Orientation2 oriB = geomTest_.getOrientation2(pVtx, &trg, b);
+        if (oriA == ORIENTATION2_COLLINEAR && oriB == ORIENTATION2_CCW) pOnWay = a;
+        if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnWay = b;
+        return pOnWay || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
+    });
+    return pOnWay;
+}
+
+bool Dt2::CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const {
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    const Point2* aRing[4] = {pT->getCorner(i), pT->getCorner(incIndexBy1(i)), pN->getCorner(indexOfNeighbour(pN, pT)),
+                              pT->getCorner(incIndexBy2(i))};
+    for (int k = 0; k < 4; ++k) {
+        if (geomTest_.getOrientation2(aRing[k], aRing[(k + 1) % 4], &point) != ORIENTATION2_CCW) return false;
+    }
+    return true;
+}
+
+/// Makes an edge go through one of the two vertices across, by a flip, if the quadrilateral is strictly convex.
+bool Dt2::CUTT_bendEdge(Triangle2* pT, int i, Point2* pVtx, Cut& cut) {
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i)), *pNear = pT->getCorner(i),
+           *pFar = pN->getCorner(indexOfNeighbour(pN, pT));
+    if (geomTest_.getOrientation2(pNear, p0, pFar) != ORIENTATION2_CCW ||
+        geomTest_.getOrientation2(pFar, p1, pNear) != ORIENTATION2_CCW) {
+        return false;
+    }
+    if (ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1)) {
+        if (!pCSeg->split_combinatorialOnly(pVtx)) return false;
+    }
+    cut.inherit(p0, p1, pVtx);
+    flip(pT, i);
+    cut.sDiagonals.insert(pNear, pFar);
+    cut.touch(pNear);
+    cut.touch(pFar);
+    return true;
+}
+
+/// The next vertex on the way from a vertex across the opposite edge i of pT; the vertex itself where the edge has been
+/// found to go through it.
+Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut) {
+    Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    TARO_ASSERT_TEXT(pN != nullptr, "pN!=__null");
+    Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
+    double x = 0.0, y = 0.0;
+    const bool bCross = getIntersectionCoordsNoRounding(*p0, *p1, *pVtx, trg, x, y);
+    TARO_ASSERT(bCross);
+    const Point2 crossing(x, y, getZOnSegment(*p0, *p1, x, y));
+    for (Point2* pEnd : {p0, p1}) {
+        const bool bNearer = distance2D(*pEnd, trg) < distance2D(*pVtx, trg);
+        if (crossing == *pEnd || (bNearer && isNearLine(*pEnd, *pVtx, trg))) return pEnd;
+    }
+    for (Point2* pAcross : {pVtx, pFar}) {
+        const bool bOnEdge = isNear(crossing, *pAcross) && haveSameHeight(crossing, *pAcross, *pT);
+        if (bOnEdge && CUTT_bendEdge(pT, i, pAcross, cut)) return pAcross;
+    }
+    if (CUTT_isSplitSound(pT, i, crossing)) return CUTT_insertAt(pT, i, crossing, cut);
+    return sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
+}
+
+void Dt2::CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut) {
+    double sqNearest = sqDistance2D(*pVtx, *pTrg);
+    for (size_t numStepsBack = 0; pVtx != pTrg && numStepsBack < MAX_STEPS_BACK;) {
+        Triangle2* pT = nullptr;
+        int i = 0;
+        Point2* pNext = CUTT_leave(pVtx, *pTrg, pT, i);
+        TARO_ASSERT_TEXT(pT != nullptr, "pT!=__null");
+        if (!pNext) pNext = CUTT_cross(pVtx, *pTrg, pT, i, cut);
+        if (pNext != pVtx) cut.addPiece(pVtx, pNext);
+        pVtx = pNext;
+        const double sqDistance = sqDistance2D(*pVtx, *pTrg);
+        numStepsBack += !(sqDistance < sqNearest);
+        sqNearest = std::min(sqNearest, sqDistance);
+    }
+    if (pVtx != pTrg) warning("Dt2::CUTT_cutTriangles()", "insufficient numeric accuracy, a segment ends early");
+}
+
+void Dt2::CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut) {
+    const FlagScope suppressFlips(bFlipsSuppressed_);
+    for (const Segment2& segment : vSegments) {
+        CUTT_insert(segment.getSrc(), cut);
+        CUTT_insert(segment.getTrg(), cut);
+    }
+    for (const Segment2& segment : vSegments) {
+        Point2 *pSrc = CUTT_insert(segment.getSrc(), cut), *pTrg = CUTT_insert(segment.getTrg(), cut);
+        if (!pSrc) pSrc = CUTT_enter(segment.getSrc(), segment.getTrg(), cut);
+        if (!pTrg) pTrg = CUTT_enter(segment.getTrg(), segment.getSrc(), cut);
+        if (pSrc && pTrg) CUTT_cutTowards(pSrc, pTrg, cut);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What is left to do with the edges
+
+void Dt2::CUTT_flipDiagonals(Cut& cut) {
+    cut.getTriangles(*this, vFlipStack_);
+    while (!vFlipStack_.empty()) {
+        Triangle2* pT = vFlipStack_.back();
+        vFlipStack_.pop_back();
+        for (int i = 0; i < 3; ++i) {
+            if (!cut.isDiagonal(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)))) continue;
+            if (!flipUnlessDelaunay(pT, i)) continue;
+            cut.sDiagonals.insert(pT->getCorner(0), pT->getCorner(2));  // the new edge
+            break;
+        }
+    }
+}
+
+/// Makes constraints of the edges that are not Delaunay, and with the flag of all pieces.
+void Dt2::CUTT_fixEdges(const Cut& cut, bool bPieces) {
+    std::vector<Triangle2*> vTriangles;
+    cut.getTriangles(*this, vTriangles);
+    std::vector<ConstraintMgr::VertexPair> vPairs;
+    AddressSet sDone;
+    for (Triangle2* pT : vTriangles) {
+        sDone.insert(pT);
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            if (pN && sDone.contains(pN)) continue;
+            Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
+            const bool bFix =
+                (bPieces && cut.sPieces.contains(p0, p1)) ||
+                (pN && !isConstraint(pT, i) &&
+                 geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE);
+            if (bFix) vPairs.emplace_back(p0, p1);
+        }
+    }
+    if (!vPairs.empty()) pConstraintMgr_->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
+}
+
+void Dt2::CUTT_cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints) {
+    if (!is2D()) {
+        warning("Dt2::CUTT_cutTriangles()", "The triangulation is not full dimensional yet. Nothing to do");
+        return;
+    }
+    if (!std::all_of(vSegments.begin(), vSegments.end(), LUMO_TARO25D::isFinite)) {
+        warning("Dt2::CUTT_cutTriangles()", "non-finite coordinates, segments refused");
+        return;
+    }
+    Cut cut;
+    CUTT_cutSegments(vSegments, cut);
+    CUTT_flipDiagonals(cut);
+    CUTT_fixEdges(cut, bConstraints);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The cookie cutter
+
+bool Dt2::isSimplePolygon(const std::vector<Segment2>& vSegments) {
+    std::vector<Point2> vCorners;
+    return getSimplePolygon(vSegments, vCorners);
+}
+
+Zone2* Dt2::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose) {
+    if (!canHaveZones(bVerbose)) return nullptr;
+    std::vector<Point2> vCorners;
+    if (!getSimplePolygon(vSegments, vCorners)) {
+        if (bVerbose) warning(COOKIE_CUTTER, "the segments form no simple polygon");
+        return nullptr;
+    }
+    std::vector<Segment2> vSides;
+    for (size_t k = 0; k < vCorners.size(); ++k) vSides.emplace_back(vCorners[k], vCorners[(k + 1) % vCorners.size()]);
+    Cut cut;
+    CUTT_cutSegments(vSides, cut);
+    CUTT_flipDiagonals(cut);
+    CUTT_fixEdges(cut, true);
+    std::vector<Triangle2*> vInside;
+    if (!cut.vDirected.empty()) {
+        CUTT_getInside(cut, vInside);
+    } else if (isInside(vSides, getOneValidTriangle()->getBarycenter(), geomTest_)) {
+        getTrianglePointers(vInside);
+    }
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vInside, vBorderEdges);
+    if (!vBorderEdges.empty()) return createZone(vBorderEdges, ZL_BOUNDED, bVerbose);
+    if (bVerbose) warning(COOKIE_CUTTER, "the polygon does not enclose any part of the surface");
+    return nullptr;
+}
+
+/// Marks the triangles that the way of a segment crosses after its end at the hull, and blocks the edges that it follows.
+void Dt2::CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const {
+    while (pVtx) {
+        Triangle2* pT = nullptr;
+        int i = 0;
+        Point2* pNext = CUTT_leave(pVtx, outside, pT, i);
+        if (pNext) sBlocked.insert(pVtx, pNext);
+        while (!pNext && pT) {
+            sMarked.insert(pT);
+            if (!pT->getOppositeTriangle(i)) return;
+            if (crossEdge(pVtx, &outside, pT, i) != ORIENTATION2_COLLINEAR) continue;
+            sMarked.insert(pT);
+            pNext = pT->getCorner(i);
+        }
+        pVtx = pNext;
+    }
+}
+
+void Dt2::CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const {
+    EdgeSet sBlocked = cut.sPieces;
+    AddressSet sMarked;
+    for (const auto& [pEnd, outside] : cut.vOpenEnds) CUTT_closeGap(pEnd, outside, sMarked, sBlocked);
+    std::vector<Triangle2*> vSeeds;
+    for (const auto& [pSrc, pTrg] : cut.vDirected) {
+        if (Triangle2* pT = getAdjacentTriangle(pSrc, pTrg)) vSeeds.push_back(pT);
+    }
+    spread(vSeeds, sBlocked, sMarked, vTriangles);  // leaves marked seeds out
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,203 @@
+// Zones: creation, deletion and growth. What a zone does with its rule is in Zone2.cpp.
+
+#include <algorithm>
+
+#include "ConnectedComponent.h"
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "diagnostics.h"
+#include "spread.h"
+#include "taro25d/Zone2.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr const char* LOCATION = "Dt2::createZone()";
+
+/// Warns if it may; always null.
+Zone2* refuse(bool bVerbose, const std::string& message, const char* location = LOCATION) {
+    if (bVerbose) warning(location, message);
+    return nullptr;
+}
+
+Zone2* refuseLocation(bool bVerbose, const std::string& accepted) {
+    return refuse(bVerbose, "This overloaded version of createZone accepts only " + accepted +
+                                " as zoneLocation. Returning NULL");
+}
+
+bool isWithoutGraph(ZoneLocation zoneLoc) {
+    return zoneLoc == ZL_GLOBAL || (zoneLoc >= ZL_RESULT_UNION && zoneLoc <= ZL_RESULT_SYMMETRIC_DIFFERENCE);
+}
+
+/// Whether the barycentre, rounded as it is, lies strictly inside the triangle.
+bool holdsBarycenter(const Triangle2* pT, GeomTest& geomTest) {
+    const Point2 center = pT->getBarycenter();
+    for (int i = 0; i < 3; ++i) {
+        const Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
+        if (geomTest.getOrientation2(pSrc, pTrg, &center) != ORIENTATION2_CCW) return false;
+    }
+    return true;
+}
+
+const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTest& geomTest) {
+    const auto& vTriangles = component.getTriangles();
+    const auto it = std::find_if(vTriangles.begin(), vTriangles.end(),
+                                 [&](const Triangle2* pT) { return holdsBarycenter(pT, geomTest); });
+    return it == vTriangles.end() ? nullptr : *it;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Creation
+
+bool Dt2::canHaveZones(bool bVerbose) const {
+    if (is2D()) return true;
+    refuse(bVerbose, "The triangulation is not full dimensional yet. Returning NULL");
+    return false;
+}
+
+bool Dt2::areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const {
+    for (const ConstraintGraph2* pGraph : vGraphs) {
+        const char* message = nullptr;
+        if (!pGraph) {
+            message = "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL";
+        } else if (pGraph->getDt2() != this) {
+            message = "The constraint graph belongs to another triangulation, returning NULL";
+        } else if (bOriented && !pGraph->isOriented()) {
+            message = "The constraint graph is not oriented, returning NULL";
+        }
+        if (!message) continue;
+        refuse(bVerbose, message);
+        return false;
+    }
+    return true;
+}
+
+Zone2* Dt2::registerZone(std::unique_ptr<Zone2> pZone) {
+    Zone2* pNew = pZone.get();
+    mZones_.emplace(pNew, std::move(pZone));
+    return pNew;
+}
+
+Zone2* Dt2::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose) {
+    if (!canHaveZones(bVerbose)) return nullptr;
+    if (isWithoutGraph(zoneLoc)) return registerZone(std::make_unique<Zone2>(this, zoneLoc));
+    if (!areUsable({pGraph}, true, bVerbose)) return nullptr;
+    return registerZone(std::make_unique<Zone2>(this, zoneLoc, std::vector<ConstraintGraph2*>{pGraph}));
+}
+
+Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
+    if (!canHaveZones(bVerbose)) return nullptr;
+    if (zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE) return refuseLocation(bVerbose, "ZL_INSIDE and ZL_OUTSIDE");
+    if (vGraphs.empty()) return refuse(bVerbose, "There is no constraint graph, returning NULL");
+    if (!areUsable(vGraphs, true, bVerbose)) return nullptr;
+    return registerZone(std::make_unique<Zone2>(this, zoneLoc, vGraphs));
+}
+
+Zone2* Dt2::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose) {
+    return createZone(std::vector<ConstraintGraph2*>{pGraph}, zoneLoc, seed, bVerbose);
+}
+
+Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
+                       bool bVerbose) {
+    if (!canHaveZones(bVerbose)) return nullptr;
+    if (zoneLoc != ZL_GROW) return refuseLocation(bVerbose, "ZL_GROW");
+    if (!areUsable(vGraphs, false, bVerbose)) return nullptr;
+    return registerZone(std::make_unique<Zone2>(this, zoneLoc, vGraphs, std::vector<Point2>{seed}));
+}
+
+Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose) {
+    if (!canHaveZones(bVerbose)) return nullptr;
+    if (zoneLoc != ZL_BOUNDED) return refuseLocation(bVerbose, "ZL_BOUNDED");
+    if (vEdges.empty()) return refuse(bVerbose, "There are no edges, returning NULL");
+    ConstraintGraph2* pGraph = pConstraintMgr_->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
+    return registerZone(std::make_unique<Zone2>(this, zoneLoc, std::vector<ConstraintGraph2*>{pGraph}));
+}
+
+Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose) {
+    if (!canHaveZones(bVerbose)) return nullptr;
+    AddressSet sSeen;
+    std::vector<Triangle2*> vDifferent;
+    for (Triangle2* pT : vTriangles) {
+        if (pT && sSeen.insert(pT)) vDifferent.push_back(pT);
+    }
+    if (vDifferent.empty()) return refuse(bVerbose, "There are no triangles, returning NULL");
+    if (!areOwn(vDifferent)) {
+        return refuse(bVerbose, "A triangle does not belong to the triangulation, returning NULL");
+    }
+    std::vector<ConnectedComponent> vComponents;
+    getConnectedComponents(vDifferent, vComponents);
+    std::vector<ConstraintGraph2*> vGraphs;
+    std::vector<Point2> vSeeds;
+    for (const ConnectedComponent& component : vComponents) {
+        const Triangle2* pSeedT = findTriangleForSeed(component, geomTest_);
+        if (pSeedT) {
+            vSeeds.push_back(pSeedT->getBarycenter());
+            vGraphs.push_back(createBorder(component));
+        } else {
+            refuse(bVerbose,
+                   "A component has only nearly degenerate triangles, so that the zone would have no start "
+                   "point there. Skipping it");
+        }
+    }
+    if (vSeeds.empty()) return nullptr;
+    return registerZone(std::make_unique<Zone2>(this, ZL_GROW, vGraphs, vSeeds));
+}
+
+ConstraintGraph2* Dt2::createBorder(const ConnectedComponent& component) {
+    std::vector<Edge2> vBorder = component.getUnsortedBorders();
+    std::vector<Edge2*> vEdges;
+    for (Edge2& edge : vBorder) vEdges.push_back(&edge);
+    return createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY);
+}
+
+bool Dt2::areOwn(const std::vector<Triangle2*>& vTriangles) const {
+    AddressSet sOwn;
+    trianglePool_.forEach([&](const Triangle2* pT) {
+        if (pT->getCorner(0)) sOwn.insert(pT);
+    });
+    return std::all_of(vTriangles.begin(), vTriangles.end(),
+                       [&sOwn](const Triangle2* pT) { return sOwn.contains(pT); });
+}
+
+bool Dt2::deleteZone(Zone2* pZone) {
+    const auto it = mZones_.find(pZone);
+    if (it == mZones_.end()) {
+        warning("Dt2::deleteZone(..)", "trying to delete a non-existing zone");
+        return false;
+    }
+    const auto refersToIt = [pZone](const auto& entry) { return entry.first->hasOperand(pZone); };
+    if (std::any_of(mZones_.begin(), mZones_.end(), refersToIt)) {
+        warning("Dt2::deleteZone(..)", "the zone is an operand of another zone");
+        return false;
+    }
+    mZones_.erase(it);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Growth
+
+void Dt2::growZoneArea(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Point2>& vSeeds,
+                       std::vector<Triangle2*>& vTriangles) const {
+    std::vector<Triangle2*> vFrom;
+    for (const Point2& seed : vSeeds) {
+        if (Triangle2* pT = locate(seed)) vFrom.push_back(pT);
+    }
+    spreadBetween(vGraphs, vFrom, vTriangles);
+}
+
+void Dt2::spreadBetween(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Triangle2*>& vFrom,
+                        std::vector<Triangle2*>& vTriangles) const {
+    EdgeSet sPieces;
+    std::vector<ConstraintSegment2*> vCSegs;
+    for (const ConstraintGraph2* pGraph : vGraphs) pGraph->getChildConstraintSegments(vCSegs);
+    for (const ConstraintSegment2* pCSeg : vCSegs) sPieces.insert(pCSeg->getSrc(), pCSeg->getTrg());
+    AddressSet sMarked;
+    spread(vFrom, sPieces, sMarked, vTriangles);
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,374 @@
+// Zones: from the rule to the triangles, and what can be asked about them.
+//
+// A zone inside or outside graphs begins with the triangles along them: on the left of each piece of a graph as it runs
+// (a polygon runs counterclockwise, a border made for a zone has the zone on its left), or on the right for the outside.
+// From there it spreads over all edges that are no piece of one of its graphs. The triangles reached are the queue of the
+// breadth-first search and its result at once; marks are bits by address and the pieces a flat hash table, since the
+// records have no room for flags. Linear in the triangles reached.
+
+#include "taro25d/Zone2.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <sstream>
+
+#include "ConnectedComponent.h"
+#include "Dt2.h"
+#include "angles.h"
+#include "diagnostics.h"
+#include "flatSets.h"
+#include "taro25d/Color.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/Visualizer2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+using TriangleVector = std::vector<Triangle2*>;
+
+/// The alive pieces of a graph as pairs of vertices, each in the direction of the graph.
+void getDirectedPieces(const ConstraintGraph2& graph, std::vector<std::pair<Point2*, Point2*>>& vPieces) {
+    if (graph.isPolygon()) {
+        std::vector<Point2*> vCorners;
+        graph.getPolygonVertices(vCorners);
+        for (size_t i = 0; i < vCorners.size(); ++i) {
+            vPieces.emplace_back(vCorners[i], vCorners[(i + 1) % vCorners.size()]);
+        }
+        return;
+    }
+    std::vector<ConstraintSegment2*> vCSegs;
+    graph.getChildConstraintSegments(vCSegs);
+    for (ConstraintSegment2* pCSeg : vCSegs) {
+        vPieces.emplace_back(pCSeg->getSrc(), pCSeg->getTrg());
+        if (graph.isReverse(pCSeg)) std::swap(vPieces.back().first, vPieces.back().second);
+    }
+}
+
+/// Merges two sorted lists into one.
+TriangleVector merge(ZoneLocation zoneLoc, const TriangleVector& vFirst, const TriangleVector& vSecond) {
+    TriangleVector vMerged;
+    const auto apply = [&](auto operation) {
+        operation(vFirst.begin(), vFirst.end(), vSecond.begin(), vSecond.end(), std::back_inserter(vMerged),
+                  std::less<Triangle2*>());
+    };
+    if (zoneLoc == ZL_RESULT_UNION) apply([](auto... a) { std::set_union(a...); });
+    if (zoneLoc == ZL_RESULT_INTERSECTION) apply([](auto... a) { std::set_intersection(a...); });
+    if (zoneLoc == ZL_RESULT_DIFFERENCE) apply([](auto... a) { std::set_difference(a...); });
+    if (zoneLoc == ZL_RESULT_SYMMETRIC_DIFFERENCE) apply([](auto... a) { std::set_symmetric_difference(a...); });
+    return vMerged;
+}
+
+Zone2* combine(Zone2* pFirst, Zone2* pSecond, ZoneLocation zoneLoc, const char* location) {
+    if (!pFirst || !pSecond || pFirst->getDelaunayTriangulation() != pSecond->getDelaunayTriangulation()) {
+        error(location, "The zones must belong to the same triangulation! Returning NULL");
+        return nullptr;
+    }
+    Zone2* pResult = pFirst->getDelaunayTriangulation()->createZone(nullptr, zoneLoc);
+    if (pResult) pResult->setOperands(pFirst, pSecond);
+    return pResult;
+}
+
+double getArea(const TriangleVector& vTriangles, double (Triangle2::*getArea)() const) {
+    double sum = 0.0;
+    for (const Triangle2* pT : vTriangles) sum += (pT->*getArea)();
+    return sum;
+}
+
+void printAreas(const char* title, const TriangleVector& vTriangles) {
+    std::cout << title << " numT=" << vTriangles.size() << " area2D=" << getArea(vTriangles, &Triangle2::getArea2D)
+              << " area25D=" << getArea(vTriangles, &Triangle2::getArea25D) << "\n";
+}
+
+/// The smallest and the largest of some numbers, and their mean.
+struct Range {
+    double min = std::numeric_limits<double>::max(), max = std::numeric_limits<double>::lowest(), sum = 0.0;
+    size_t size = 0;
+
+    void add(double number) {
+        min = std::min(min, number);
+        max = std::max(max, number);
+        sum += number;
+        ++size;
+    }
+};
+
+void print(std::ostream& out, const char* title, const Range& range) {
+    out << title;
+    if (range.size == 0) {
+        out << "           none\n";
+        return;
+    }
+    out << std::setw(15) << range.min << std::setw(15) << range.max << std::setw(15)
+        << range.sum / static_cast<double>(range.size) << "\n";
+}
+
+}  // namespace
+
+Zone2::Zone2(Dt2* pDt2, ZoneLocation zoneLoc, const std::vector<ConstraintGraph2*>& vGraphs,
+             const std::vector<Point2>& vSeeds)
+    : pDt2_(pDt2), zoneLoc_(zoneLoc), vGraphs_(vGraphs), vSeeds_(vSeeds) {}
+
+void Zone2::setOperands(Zone2* pFirst, Zone2* pSecond) {
+    pFirst_ = pFirst;
+    pSecond_ = pSecond;
+}
+
+void Zone2::getConstraintGraphs(std::vector<ConstraintGraph2*>& vGraphs) const {
+    vGraphs.insert(vGraphs.end(), vGraphs_.begin(), vGraphs_.end());
+}
+
+ConstraintGraph2* Zone2::getConstraintGraph() const {
+    if (vGraphs_.size() == 1) return vGraphs_[0];
+    if (vGraphs_.size() > 1) {
+        warning("Zone2::getConstraintGraph()",
+                "There is more than one constraint graph, use Zone2::getConstraintGraphs() instead. Returning NULL");
+    }
+    return nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The triangles
+
+void Zone2::getTriangles(std::vector<Triangle2*>& vTriangles) const {
+    if (!pDt2_->is2D()) return;
+    switch (zoneLoc_) {
+        case ZL_GLOBAL:
+        case ZL_INSIDE:
+        case ZL_OUTSIDE:
+        case ZL_BOUNDED:
+            bfsFromWorkspace(vTriangles);
+            return;
+        case ZL_GROW:
+            pDt2_->growZoneArea(vGraphs_, vSeeds_, vTriangles);
+            return;
+        case ZL_RESULT_UNION:
+        case ZL_RESULT_INTERSECTION:
+        case ZL_RESULT_DIFFERENCE:
+        case ZL_RESULT_SYMMETRIC_DIFFERENCE:
+            getTriangles_RESULT(vTriangles);
+            return;
+    }
+    error("Zone2::getTriangles()", "unknown zoneLoc value");
+}
+
+void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles) const {
+    if (zoneLoc_ != ZL_INSIDE && zoneLoc_ != ZL_OUTSIDE && zoneLoc_ != ZL_BOUNDED) {
+        error("Zone2::initWorkspace", "Wrong zoneLocation");
+        return;
+    }
+    std::vector<std::pair<Point2*, Point2*>> vPieces;
+    for (const ConstraintGraph2* pGraph : vGraphs_) getDirectedPieces(*pGraph, vPieces);
+    for (const auto& [pSrc, pTrg] : vPieces) {
+        Triangle2* pT = bInside ? pDt2_->getAdjacentTriangle(pSrc, pTrg) : pDt2_->getAdjacentTriangle(pTrg, pSrc);
+        if (pT) vSeedTriangles.push_back(pT);  // none beyond the hull, and at a piece that is not established
+    }
+}
+
+void Zone2::bfsFromWorkspace(std::vector<Triangle2*>& vTriangles) const {
+    TARO_ASSERT_TEXT(zoneLoc_ == ZL_GLOBAL || zoneLoc_ == ZL_INSIDE || zoneLoc_ == ZL_OUTSIDE || zoneLoc_ == ZL_BOUNDED,
+                     "zoneLoc==ZL_GLOBAL || zoneLoc==ZL_INSIDE || zoneLoc==ZL_OUTSIDE || zoneLoc==ZL_BOUNDED");
+    std::vector<Triangle2*> vSeedTriangles;
+    if (zoneLoc_ == ZL_GLOBAL) {
+        vSeedTriangles.push_back(pDt2_->getOneValidTriangle());
+    } else {
+        initWorkspace(zoneLoc_ != ZL_OUTSIDE, vSeedTriangles);
+    }
+    pDt2_->spreadBetween(vGraphs_, vSeedTriangles, vTriangles);
+}
+
+void Zone2::getTriangles_RESULT(std::vector<Triangle2*>& vTriangles) const {
+    SortedLists mLists;
+    const TriangleVector& vSorted = getSorted(mLists);
+    vTriangles.insert(vTriangles.end(), vSorted.begin(), vSorted.end());
+}
+
+/// The triangles in the order of their addresses. A zone that several results refer to is evaluated once.
+const std::vector<Triangle2*>& Zone2::getSorted(SortedLists& mLists) const {
+    const auto it = mLists.find(this);
+    if (it != mLists.end()) return it->second;
+    TriangleVector vSorted;
+    if (pFirst_) {
+        vSorted = merge(zoneLoc_, pFirst_->getSorted(mLists), pSecond_->getSorted(mLists));
+    } else if (zoneLoc_ < ZL_RESULT_UNION || zoneLoc_ > ZL_RESULT_SYMMETRIC_DIFFERENCE) {
+        getTriangles(vSorted);
+        std::sort(vSorted.begin(), vSorted.end(), std::less<Triangle2*>());
+    }
+    return mLists[this] = std::move(vSorted);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Measures and borders
+
+size_t Zone2::getNumberOfTriangles() const {
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    return vTriangles.size();
+}
+
+double Zone2::getArea2D() const {
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    return getArea(vTriangles, &Triangle2::getArea2D);
+}
+
+double Zone2::getArea25D() const {
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    return getArea(vTriangles, &Triangle2::getArea25D);
+}
+
+void Zone2::getVertices(std::vector<Point2*>& vVertices) const {
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    AddressSet sSeen;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            if (sSeen.insert(pT->getCorner(i))) vVertices.push_back(pT->getCorner(i));
+        }
+    }
+}
+
+void Zone2::getBorderEdges(std::vector<Edge2>& vBorderEdges) const {
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    LUMO_TARO25D::getBorderEdges(vTriangles, vBorderEdges);
+}
+
+void Zone2::getBoundaryEdges(std::vector<Edge2>& vBoundaryEdges) const { getBorderEdges(vBoundaryEdges); }
+
+void Zone2::getBoundarySegments(std::vector<Segment2>& vBoundarySegments) const {
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vBorderEdges);
+    for (const Edge2& edge : vBorderEdges) vBoundarySegments.emplace_back(*edge.getSrc(), *edge.getTrg());
+}
+
+Bbox2 Zone2::getBoundingBox() const {
+    std::vector<Point2*> vVertices;
+    getVertices(vVertices);
+    Bbox2 box;
+    for (const Point2* pVtx : vVertices) box.add(*pVtx);
+    return box;
+}
+
+Zone2* Zone2::convertToBoundedZone() {
+    if (zoneLoc_ == ZL_INSIDE) return this;
+    pDt2_->applyConstraintsAndZones();
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vBorderEdges);
+    if (!vBorderEdges.empty()) return pDt2_->createZone(vBorderEdges, ZL_BOUNDED);
+    warning("Zone2::convertToBoundedZone()", "No triangles available, returning NULL");
+    return nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Report and drawing
+
+void Zone2::statistics(const std::string& name) const {
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    std::vector<Point2*> vVertices;
+    getVertices(vVertices);
+    Range heights, lengths2D, lengths25D;
+    for (const Point2* pVtx : vVertices) heights.add(pVtx->z());
+    AddressSet sDone;
+    for (Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            if (pN && sDone.contains(pN)) continue;
+            lengths2D.add(Edge2(pT, i).getLength2D());
+            lengths25D.add(Edge2(pT, i).getLength25D());
+        }
+        sDone.insert(pT);
+    }
+    std::ostringstream out;
+    out << "\n\n\n********* ZONE STATISTICS (" << name << ") **********\n\n"
+        << "Number of triangles: " << vTriangles.size() << "\n"
+        << "Number of vertices:  " << vVertices.size() << "\n"
+        << "Number of edges:     " << lengths2D.size << "\n\n"
+        << std::fixed << std::setprecision(3) << "Area 2D:     " << getArea(vTriangles, &Triangle2::getArea2D) << "\n"
+        << "Area 2.5D:   " << getArea(vTriangles, &Triangle2::getArea25D) << "\n\n"
+        << "                        minimum        maximum           mean\n";
+    print(out, "Height          ", heights);
+    print(out, "Edge length 2D  ", lengths2D);
+    print(out, "Edge length 2.5D", lengths25D);
+    out << "\n";
+    printAngles(out, analyzeAngles(vTriangles));
+    std::cout << out.str() << std::flush;
+}
+
+void Zone2::show(const std::string& filename, bool bWithTriangulation, bool bWithConstraints) const {
+    Visualizer2 visualizer(filename);
+    show(&visualizer, bWithTriangulation, bWithConstraints);
+    visualizer.writeFile();
+}
+
+void Zone2::show(Visualizer2* pVisualizer, bool bWithTriangulation, bool bWithConstraints) const {
+    if (!pVisualizer) return;
+    if (bWithTriangulation) pDt2_->show(pVisualizer, false);
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    pVisualizer->addObject(vTriangles, Color(CPALEGREEN, 0.05, true));
+    for (Triangle2* pT : vTriangles) {
+        for (int i = 0; bWithConstraints && i < 3; ++i) {
+            if (pDt2_->isConstraint(pT, i)) pVisualizer->addObject(Edge2(pT, i), Color(CRED, 0.5));
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Zones from zones
+
+Zone2* zoneUnion(Zone2* pFirst, Zone2* pSecond) {
+    return combine(pFirst, pSecond, ZL_RESULT_UNION, "Zone2::zoneUnion(...)");
+}
+
+Zone2* zoneIntersection(Zone2* pFirst, Zone2* pSecond) {
+    return combine(pFirst, pSecond, ZL_RESULT_INTERSECTION, "zoneUnion(...)");
+}
+
+Zone2* zoneDifference(Zone2* pFirst, Zone2* pSecond) {
+    return combine(pFirst, pSecond, ZL_RESULT_DIFFERENCE, "zoneUnion(...)");
+}
+
+Zone2* zoneSymmetricDifference(Zone2* pFirst, Zone2* pSecond) {
+    return combine(pFirst, pSecond, ZL_RESULT_SYMMETRIC_DIFFERENCE, "zoneUnion(...)");
+}
+
+Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predicate, bool bVerbose) {
+    if (!pZone || !predicate) {
+        warning("Zone2::peelOffIf()", "pZone==NULL or pPredicate==NULL. Returning NULL");
+        return nullptr;
+    }
+    TriangleVector vTriangles;
+    pZone->getTriangles(vTriangles);
+    if (bVerbose) printAreas("\nZone2::peelOffIf(), original Zone:", vTriangles);
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vTriangles, vBorderEdges);
+    AddressSet sInside, sAsked, sPeeled;
+    for (const Triangle2* pT : vTriangles) sInside.insert(pT);
+    TriangleVector vAtBorder;
+    for (const Edge2& edge : vBorderEdges) {
+        if (sAsked.insert(edge.getTriangle())) vAtBorder.push_back(edge.getTriangle());
+    }
+    for (size_t k = 0; k < vAtBorder.size(); ++k) {
+        if (!predicate(vAtBorder[k])) continue;
+        sPeeled.insert(vAtBorder[k]);
+        for (int i = 0; i < 3; ++i) {
+            Triangle2* pN = vAtBorder[k]->getOppositeTriangle(i);
+            if (pN && sInside.contains(pN) && sAsked.insert(pN)) vAtBorder.push_back(pN);
+        }
+    }
+    const auto isPeeled = [&sPeeled](const Triangle2* pT) { return sPeeled.contains(pT); };
+    vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isPeeled), vTriangles.end());
+    if (bVerbose) printAreas("Output Zone:", vTriangles);
+    if (!vTriangles.empty()) return pZone->getDelaunayTriangulation()->createZone(vTriangles);
+    warning("Zone2::peelOffIf()", "No triangles are left. Returning NULL");
+    return nullptr;
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <iosfwd>
+#include <vector>
+
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// How often the interior angles of triangles fall into bins of ten degrees.
+using AngleDistribution = std::array<size_t, 18>;
+
+/// Counts the angles in x-y. Those between corners that are too far apart for a vector between them do not count.
+AngleDistribution analyzeAngles(const std::vector<Triangle2*>& vTriangles);
+
+/// Prints a table with the count and the share of each bin.
+void printAngles(std::ostream& out, const AngleDistribution& angles);
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <tuple>
+#include <unordered_map>
+
+#include "VertexPairMap.h"
+
+namespace LUMO_TARO25D {
+
+/// A set of addresses of records, one bit for each possible one. Records that come from large blocks fill its pages, so
+/// that the marks of a million triangles stay in the cache. Insertion and search take constant time.
+class AddressSet {
+  public:
+    AddressSet() = default;
+    AddressSet(AddressSet&&) = default;
+    AddressSet& operator=(AddressSet&&) = default;
+
+    /// False if the address was in the set before.
+    bool insert(const void* pRecord) {
+        std::uint64_t& word = wordOf(pRecord);
+        const std::uint64_t bit = bitOf(pRecord);
+        const bool bNew = (word & bit) == 0;
+        word |= bit;
+        return bNew;
+    }
+    bool contains(const void* pRecord) { return (wordOf(pRecord) & bitOf(pRecord)) != 0; }
+
+  private:
+    // Records are aligned to 8 bytes; a page of 64 KB of addresses takes 1 KB.
+    static constexpr unsigned ALIGNMENT_BITS = 3, WORD_BITS = 6, PAGE_BITS = 16;
+    using Page = std::array<std::uint64_t, 1u << (PAGE_BITS - WORD_BITS - ALIGNMENT_BITS)>;
+
+    static std::uint64_t bitOf(const void* pRecord) {
+        return std::uint64_t(1) << ((reinterpret_cast<std::uintptr_t>(pRecord) >> ALIGNMENT_BITS) % 64);
+    }
+    std::uint64_t& wordOf(const void* pRecord) {
+        const auto address = reinterpret_cast<std::uintptr_t>(pRecord);
+        const std::uintptr_t key = address >> PAGE_BITS;
+        if (!pLastPage_ || key != lastKey_) {
+            pLastPage_ = &mPages_[key];
+            lastKey_ = key;
+        }
+        return (*pLastPage_)[(address >> (ALIGNMENT_BITS + WORD_BITS)) % std::tuple_size<Page>::value];
+    }
+
+    std::unordered_map<std::uintptr_t, Page> mPages_;
+    Page* pLastPage_ = nullptr;
+    std::uintptr_t lastKey_ = 0;
+};
+
+/// A set of edges, each an unordered pair of different vertices.
+class EdgeSet {
+  public:
+    void insert(const Point2* p0, const Point2* p1) {
+        if (!contains(p0, p1)) pairs_.add(p0, p1, p0);
+    }
+    bool contains(const Point2* p0, const Point2* p1) const { return pairs_.find(p0, p1) != nullptr; }
+
+  private:
+    VertexPairMap<const Point2> pairs_;  // to anything but null
+};
+
+}  // namespace LUMO_TARO25D

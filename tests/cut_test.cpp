@@ -1,0 +1,400 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "Dt2.h"
+#include "support/capture.h"
+#include "support/polygons.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+/// A surface over a box, its heights at random places, and how far heights may be off by rounding.
+struct Surface {
+    Taro_2D mesh;
+    Random random;
+    Bbox2 box;
+    double tolerance = 0;
+    PointVector vSamples;
+
+    Surface(const Generator& generator, size_t n, std::uint64_t seed) : random(seed) {
+        PointVector vPoints = generator.make(n, random);
+        for (Point2& point : vPoints) point.set(point.x(), point.y(), uniform(random, 0, 1));
+        init(vPoints);
+    }
+    explicit Surface(const PointVector& vPoints) : random(1) { init(vPoints); }
+
+    void init(const PointVector& vPoints) {
+        mesh.insert(vPoints);
+        box = mesh.computeBoundingBox();
+        // A rounding error of a coordinate, on the steepest of the triangles that are wide enough to be met by a sample.
+        const double extent = std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY());
+        const double magnitude =
+            std::max({std::abs(box.getMinX()), box.getMaxX(), std::abs(box.getMinY()), box.getMaxY()});
+        tolerance = 1e-15 * magnitude / extent * 1e6 + 1e-12;
+        for (int i = 0; i < 2000; ++i) {
+            const Point2 place = randomPlace();
+            double z;
+            if (mesh.getHeight(place.x(), place.y(), z)) vSamples.emplace_back(place.x(), place.y(), z);
+        }
+    }
+    Point2 randomPlace(double scale = 1) {
+        const Point2 center = box.computeCenter();
+        return Point2(center.x() + scale * (uniform(random, box.getMinX(), box.getMaxX()) - center.x()),
+                      center.y() + scale * (uniform(random, box.getMinY(), box.getMaxY()) - center.y()), 77);
+    }
+    Point2 randomVertex() {
+        std::vector<Point2*> vVertices;
+        mesh.getVertexPointers(vVertices);
+        return *vVertices[static_cast<size_t>(integer(random, 0, static_cast<int>(vVertices.size()) - 1))];
+    }
+
+    testing::AssertionResult isUnchanged() {
+        size_t numOff = 0;
+        double worst = 0;
+        for (const Point2& sample : vSamples) {
+            double z;
+            if (!mesh.getHeight(sample.x(), sample.y(), z)) return testing::AssertionFailure() << "no height";
+            numOff += std::abs(z - sample.z()) > tolerance;
+            worst = std::max(worst, std::abs(z - sample.z()));
+        }
+        if (numOff == 0) return testing::AssertionSuccess();
+        return testing::AssertionFailure() << numOff << " of " << vSamples.size() << " heights are off, by up to "
+                                           << worst << " instead of " << tolerance;
+    }
+    testing::AssertionResult isSound() {
+        const StdoutCapture capture;
+        if (mesh.checkValidity(true, "cut")) return testing::AssertionSuccess();
+        return testing::AssertionFailure() << capture.text();
+    }
+};
+
+/// Whether there is a way along constraints from one end of a segment to the other that keeps to the segment.
+bool isCovered(const Surface& surface, const Segment2& segment) {
+    const double ulp = 1e-15 * std::max(std::abs(surface.box.getMaxX()), std::abs(surface.box.getMaxY())) + 1e-15;
+    Point2* pVtx = const_cast<Taro_2D&>(surface.mesh).insert(segment.getSrc());
+    const Point2& trg = segment.getTrg();
+    for (int numSteps = 0; *pVtx != trg && numSteps < 100000; ++numSteps) {
+        std::vector<Point2*> vNeighbours;
+        surface.mesh.getIncidentVertices(pVtx, vNeighbours);
+        const auto distance = [&](const Point2* p) { return std::hypot(p->x() - trg.x(), p->y() - trg.y()); };
+        const auto next = std::find_if(vNeighbours.begin(), vNeighbours.end(), [&](Point2* p) {
+            return surface.mesh.isConstraint(pVtx, p) && distance(p) < distance(pVtx) &&
+                   getPointLineDistance2D(*p, segment.getSrc(), trg) <= 100 * ulp;
+        });
+        if (next == vNeighbours.end()) return false;
+        pVtx = *next;
+    }
+    return *pVtx == trg;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Segments
+
+TEST(Cut, SurfaceKeepsItsShape) {
+    for (const char* name : {"Uniform", "Grid", "Survey", "Clusters", "Spiral", "RoundedCircle", "PythagoreanCircle"}) {
+        const auto generator = std::find_if(std::begin(generators), std::end(generators),
+                                            [&](const Generator& g) { return g.name == std::string(name); });
+        ASSERT_NE(generator, std::end(generators));
+        for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+            SCOPED_TRACE(std::string(name) + ", seed " + std::to_string(seed));
+            Surface surface(*generator, 300, seed);
+            const double area = surface.mesh.createZone(nullptr, ZL_GLOBAL)->getArea2D();
+            SegmentVector vSegments;
+            for (int i = 0; i < 12; ++i) {
+                vSegments.emplace_back(i % 3 == 0 ? surface.randomVertex() : surface.randomPlace(0.6),
+                                       i % 4 == 0 ? surface.randomVertex() : surface.randomPlace(0.6));
+            }
+            vSegments.push_back(vSegments[0]);
+            vSegments.emplace_back(vSegments[1].getTrg(), vSegments[1].getSrc());
+            vSegments.emplace_back(vSegments[2].getTrg(), vSegments[3].getSrc());
+            const bool bConstraints = seed % 2;
+            surface.mesh.cutTriangles(vSegments, bConstraints);
+            EXPECT_TRUE(surface.isSound());
+            EXPECT_TRUE(surface.isUnchanged());
+            EXPECT_NEAR(surface.mesh.createZone(nullptr, ZL_GLOBAL)->getArea2D(), area, 1e-7 * area)
+                << "Heron's formula";
+            for (const Segment2& segment : vSegments) {
+                const bool bInHull = surface.mesh.locate(segment.getSrc()) && surface.mesh.locate(segment.getTrg());
+                EXPECT_TRUE(!bConstraints || !bInHull || isCovered(surface, segment));
+            }
+            // Cutting again finds everything in place, to rounding.
+            const size_t numPoints = surface.mesh.numberOfPoints();
+            surface.mesh.cutTriangles(vSegments, bConstraints);
+            EXPECT_LE(surface.mesh.numberOfPoints(), 2 * numPoints);
+            EXPECT_TRUE(surface.isSound());
+            EXPECT_TRUE(surface.isUnchanged());
+        }
+    }
+}
+
+TEST(Cut, AddsAVertexForEachCrossing) {
+    Surface surface({{0, 0, 0}, {8, 0, 0}, {8, 8, 8}, {0, 8, 0}, {4, 4, 2}});
+    Taro_2D& mesh = surface.mesh;
+    mesh.cutTriangles({2, 1, 99}, {2, 7, 99});
+    std::map<Point2, double> mHeight;
+    std::vector<Point2*> vVertices;
+    mesh.getVertexPointers(vVertices);
+    for (const Point2* pVtx : vVertices) mHeight[*pVtx] = pVtx->z();
+    ASSERT_EQ(mHeight.size(), 9u);
+    EXPECT_EQ(mHeight.at({2, 1, 0}), 0.5);
+    EXPECT_EQ(mHeight.at({2, 2, 0}), 1);
+    EXPECT_EQ(mHeight.at({2, 6, 0}), 1);
+    EXPECT_EQ(mHeight.at({2, 7, 0}), 1.5);
+    EXPECT_TRUE(surface.isUnchanged());
+    const size_t numPoints = mesh.numberOfPoints();
+    mesh.cutTriangles({0, 0, 0}, {4, 4, 0});
+    EXPECT_EQ(mesh.numberOfPoints(), numPoints) << "along edges";
+    mesh.cutTriangles({4, 4, 0}, {8, 4, 0}, false);
+    EXPECT_EQ(mesh.numberOfPoints(), numPoints + 1);
+    EXPECT_TRUE(surface.isSound());
+}
+
+TEST(Cut, EndsAtTheHull) {
+    for (std::uint64_t seed = 1; seed <= 30; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Surface surface(generators[seed % 2 ? 0 : 3], 60, seed);
+        const size_t numPoints = surface.mesh.numberOfPoints();
+        SegmentVector vSegments;
+        for (int i = 0; i < 20; ++i) {
+            vSegments.emplace_back(surface.randomPlace(3), i % 2 ? surface.randomPlace(3) : surface.randomVertex());
+        }
+        std::vector<Point2*> vHull;
+        surface.mesh.getConvexHull(true, vHull);
+        const auto beyond = [](const Point2& a, const Point2& b) {
+            return Point2(2 * b.x() - a.x(), 2 * b.y() - a.y(), 0);
+        };
+        vSegments.emplace_back(beyond(*vHull[1], *vHull[0]), beyond(*vHull[0], *vHull[1]));
+        vSegments.emplace_back(beyond(*vHull[2], *vHull[1]), *vHull[1]);
+        surface.mesh.cutTriangles(vSegments);
+        EXPECT_GT(surface.mesh.numberOfPoints(), numPoints + 20);
+        EXPECT_TRUE(surface.isSound());
+        EXPECT_TRUE(surface.isUnchanged());
+        std::vector<Point2*> vHullNow;
+        surface.mesh.getConvexHull(false, vHullNow);
+        for (const Point2* pVtx : vHullNow) EXPECT_TRUE(surface.box.isInBox(*pVtx));
+    }
+}
+
+TEST(Cut, RespectsConstraints) {
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random r(seed);
+        PointVector vPoints = generators[0].make(100, r);
+        Taro_2D before;
+        before.insert(vPoints);
+        SegmentVector vLines;
+        for (int i = 0; i < 5; ++i) {
+            vLines.emplace_back(Point2(uniform(r, -1, 1), uniform(r, -1, 1), 1),
+                                Point2(uniform(r, -1, 1), uniform(r, -1, 1), 2));
+        }
+        Surface surface(vPoints);
+        ConstraintGraph2* pGraph = surface.mesh.createConstraint(vLines, CIS_CONSTRAINED_DELAUNAY);
+        for (Point2& sample : surface.vSamples) {
+            double z = 0;
+            surface.mesh.getHeight(sample.x(), sample.y(), z);
+            sample.set(sample.x(), sample.y(), z);
+        }
+        for (int i = 0; i < 10; ++i)
+            surface.mesh.cutTriangles(surface.randomPlace(0.7), surface.randomPlace(0.7), i % 2);
+        EXPECT_TRUE(surface.isSound());
+        EXPECT_TRUE(surface.isUnchanged());
+        for (const Segment2& line : vLines) EXPECT_TRUE(isCovered(surface, line));
+        std::vector<ConstraintSegment2*> vPieces;
+        pGraph->getChildConstraintSegments(vPieces);
+        for (const ConstraintSegment2* pCSeg : vPieces) {
+            EXPECT_TRUE(surface.mesh.getImpl()->isEdge(pCSeg->getSrc(), pCSeg->getTrg()));
+        }
+    }
+}
+
+TEST(Cut, RefusesWhatIsNoSegment) {
+    Taro_2D mesh;
+    const StdoutCapture capture;
+    mesh.cutTriangles({0, 0, 0}, {1, 1, 0});
+    mesh.insert({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
+    mesh.cutTriangles({0.1, 0.1, 0}, {NAN, 1, 0});
+    EXPECT_EQ(mesh.numberOfPoints(), 3u);
+    EXPECT_NE(capture.text().find("not full dimensional"), std::string::npos);
+    EXPECT_NE(capture.text().find("non-finite coordinates"), std::string::npos);
+    mesh.cutTriangles({0.1, 0.1, 0}, {0.1, 0.1, 0});
+    EXPECT_EQ(mesh.numberOfPoints(), 4u) << "a point";
+    mesh.cutTriangles(SegmentVector{});
+    EXPECT_TRUE(mesh.checkValidity(true, "refused"));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The cookie cutter
+
+/// The part of a polygon on the left of a line (Sutherland, Hodgman 1974).
+PointVector clip(const PointVector& vCorners, const Point2& a, const Point2& b) {
+    const auto side = [&](const Point2& p) {
+        return (b.x() - a.x()) * (p.y() - a.y()) - (b.y() - a.y()) * (p.x() - a.x());
+    };
+    PointVector vClipped;
+    for (size_t i = 0; i < vCorners.size(); ++i) {
+        const Point2 &p = vCorners[i], &q = vCorners[(i + 1) % vCorners.size()];
+        const double sideP = side(p), sideQ = side(q);
+        if (sideP >= 0) vClipped.push_back(p);
+        if ((sideP < 0) == (sideQ < 0)) continue;
+        const double t = sideP / (sideP - sideQ);
+        vClipped.emplace_back(p.x() + t * (q.x() - p.x()), p.y() + t * (q.y() - p.y()), 0);
+    }
+    return vClipped;
+}
+
+TEST(CookieCutter, TakesWhatIsInside) {
+    for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Surface surface(generators[seed % 3 == 0 ? 3 : 0], 200, seed);
+        Random& r = surface.random;
+        const Point2 center = surface.randomPlace(0.5);
+        const double radius = (surface.box.getMaxX() - surface.box.getMinX()) * uniform(r, 0.05, 1);
+        PointVector vCorners = makeStar(5 + seed % 20, center.x(), center.y(), radius, r);
+        std::vector<Point2*> vHull;
+        surface.mesh.getConvexHull(false, vHull);
+        PointVector vExpected = vCorners;
+        for (size_t i = 0; i < vHull.size(); ++i)
+            vExpected = clip(vExpected, *vHull[i], *vHull[(i + 1) % vHull.size()]);
+        SegmentVector vSides = makeSides(vCorners);
+        std::shuffle(vSides.begin(), vSides.end(), r);
+        for (size_t i = 0; i < vSides.size(); i += 2) vSides[i].swapSrcTrg();
+        Zone2* pZone = surface.mesh.createZone_cookieCutter(vSides);
+        EXPECT_TRUE(surface.isSound());
+        EXPECT_TRUE(surface.isUnchanged());
+        const double area = vExpected.empty() ? 0 : getArea(vExpected);
+        if (!pZone) {
+            EXPECT_NEAR(area, 0, 1e-9);
+            continue;
+        }
+        EXPECT_EQ(pZone->getZoneLocation(), ZL_BOUNDED);
+        EXPECT_NEAR(pZone->getArea2D(), area, 1e-8 * area);
+        std::vector<Triangle2*> vTriangles;
+        pZone->getTriangles(vTriangles);
+        for (const Triangle2* pT : vTriangles) {
+            EXPECT_TRUE(pT->getArea2D() < 1e-6 * area || isInside(vSides, *pT));
+        }
+        surface.mesh.insert(center);
+        EXPECT_NEAR(pZone->getArea2D(), area, 1e-8 * area);
+    }
+}
+
+TEST(CookieCutter, MeetsTheBorderOfTheSurface) {
+    const struct {
+        PointVector vCorners;
+        double area;
+    } aCases[] = {
+        {makeRectangle(-5, -5, 15, 15), 100},                     // around everything
+        {makeRectangle(0, 0, 10, 10), 100},                       // the hull itself
+        {makeRectangle(-5, 2, 15, 4), 20},                        // a strip across
+        {makeRectangle(0, 0, 3, 3), 9},                           // in a corner
+        {makeRectangle(3, -2, 7, 5), 20},                         // two exits over one side
+        {{{-5, 5, 0}, {5, -5, 0}, {15, 5, 0}, {5, 15, 0}}, 100},  // touching the corners
+        {{{1, 1, 0}, {12, 1, 0}, {12, 9, 0}, {1, 9, 0}, {1, 8, 0}, {11, 8, 0}, {11, 2, 0}, {1, 2, 0}},
+         18},                                // two parts
+        {makeRectangle(20, 20, 30, 30), 0},  // beside
+        {makeRectangle(10, 2, 30, 30), 0},   // touching from outside
+    };
+    for (const auto& [vCorners, area] : aCases) {
+        SCOPED_TRACE(testing::Message() << vCorners[0] << vCorners[2]);
+        for (const double angle : {0.0, 0.3}) {
+            const auto turned = [angle](const PointVector& vPoints) {
+                PointVector vTurned;
+                for (const Point2& p : vPoints) {
+                    vTurned.emplace_back(p.x() * std::cos(angle) - p.y() * std::sin(angle),
+                                         p.x() * std::sin(angle) + p.y() * std::cos(angle), p.z());
+                }
+                return vTurned;
+            };
+            PointVector vPoints = makeRectangle(0, 0, 10, 10);
+            Random r(5);
+            for (int i = 0; i < 30; ++i) vPoints.emplace_back(uniform(r, 0, 10), uniform(r, 0, 10), uniform(r, 0, 1));
+            Surface surface(turned(vPoints));
+            Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(turned(vCorners)), false);
+            EXPECT_NEAR(pZone ? pZone->getArea2D() : 0, area, 1e-9);
+            EXPECT_TRUE(surface.isSound());
+            EXPECT_TRUE(surface.isUnchanged());
+        }
+    }
+}
+
+TEST(CookieCutter, RefusesWhatIsNoSimplePolygon) {
+    const Point2 a(1, 1, 0), b(5, 1, 0), c(5, 5, 0), d(1, 5, 0), e(9, 9, 0);
+    const auto ring = [](const PointVector& vCorners) { return makeSides(vCorners); };
+    const auto joined = [](SegmentVector v, const SegmentVector& w) {
+        v.insert(v.end(), w.begin(), w.end());
+        return v;
+    };
+    EXPECT_TRUE(Dt2::isSimplePolygon(ring({a, b, c, d})));
+    EXPECT_TRUE(Dt2::isSimplePolygon({Segment2(c, b), Segment2(d, a), Segment2(b, a), Segment2(d, c)}));
+    const SegmentVector aBad[] = {
+        {},
+        {Segment2(a, b), Segment2(b, a)},
+        {Segment2(a, b), Segment2(b, c), Segment2(c, d)},  // open
+        ring({a, c, b, d}),                                // crosses itself
+        ring({a, e, b, c}),                                // a corner on a side
+        ring({a, c, e}),                                   // no area
+        joined(ring({a, b, d}), {Segment2(b, e)}),         // a tail
+        joined(ring({a, b, d}), ring({c, e, {9, 5, 0}})),  // two loops
+        ring({a, b, b, c}),                                // a side of length zero
+        ring({a, b, {5, NAN, 0}}),
+        ring({a, b, c, {3, 3, 0}, d, {3, 3, 0}}),  // a vertex twice
+        joined(ring({a, b, c}), ring({a, b, c})),
+    };
+    Taro_2D mesh;
+    mesh.insert({{0, 0, 0}, {10, 0, 1}, {10, 10, 0}, {0, 10, 1}});
+    for (const SegmentVector& vSegments : aBad) {
+        EXPECT_FALSE(Dt2::isSimplePolygon(vSegments));
+        const StdoutCapture capture;
+        EXPECT_EQ(mesh.createZone_cookieCutter(vSegments), nullptr);
+        EXPECT_NE(capture.text().find("Dt2::createZone_cookieCutter(..), WARNING: the segments form no simple polygon"),
+                  std::string::npos);
+        EXPECT_EQ(mesh.createZone_cookieCutter(vSegments, false), nullptr);
+    }
+    EXPECT_EQ(mesh.numberOfPoints(), 4u);
+    EXPECT_EQ(mesh.numberOfTriangles(), 2u);
+    const StdoutCapture capture;
+    EXPECT_NE(mesh.createZone_cookieCutter(ring({a, b, c, d})), nullptr);
+    EXPECT_EQ(capture.text(), "");
+}
+
+TEST(CookieCutter, CutsALakeOutOfATerrain) {
+    const SegmentVector vLake = readSegments("lake_superior.segb");
+    if (vLake.empty()) GTEST_SKIP() << "lake_superior.segb is absent";
+    // The longest ring is the shore.
+    std::multimap<Point2, Point2> mNext;
+    for (const Segment2& segment : vLake) mNext.emplace(segment.getSrc(), segment.getTrg());
+    PointVector vShore;
+    std::set<Point2> sSeen;
+    for (const Segment2& segment : vLake) {
+        PointVector vRing;
+        for (Point2 p = segment.getSrc(); sSeen.insert(p).second && mNext.count(p); p = mNext.find(p)->second) {
+            vRing.push_back(p);
+        }
+        if (vRing.size() > vShore.size()) vShore = vRing;
+    }
+    Bbox2 box;
+    box.add(vShore);
+    Random r(9);
+    PointVector vPoints{
+        box.getMinPoint(), box.getMaxPoint(), {box.getMinX(), box.getMaxY(), 1}, {box.getMaxX(), box.getMinY(), 1}};
+    for (int i = 0; i < 5000; ++i) {
+        vPoints.emplace_back(uniform(r, box.getMinX(), box.getMaxX()), uniform(r, box.getMinY(), box.getMaxY()),
+                             uniform(r, 0, 1));
+    }
+    Surface surface(vPoints);
+    Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(vShore));
+    ASSERT_NE(pZone, nullptr);
+    EXPECT_NEAR(pZone->getArea2D(), std::abs(getArea(vShore)), 1e-9);
+    EXPECT_TRUE(surface.isSound());
+    EXPECT_TRUE(surface.isUnchanged());
+}
+
+}  // namespace

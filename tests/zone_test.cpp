@@ -1,0 +1,644 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+
+#include "ConnectedComponent.h"
+#include "Dt2.h"
+#include "support/capture.h"
+#include "support/polygons.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/Zone2.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+using TriangleSet = std::set<Triangle2*>;
+using TriangleVector = std::vector<Triangle2*>;
+
+TriangleVector listOf(const Zone2* pZone) {
+    TriangleVector vTriangles;
+    pZone->getTriangles(vTriangles);
+    return vTriangles;
+}
+
+TriangleSet setOf(const Zone2* pZone) {
+    const TriangleVector vTriangles = listOf(pZone);
+    TriangleSet sTriangles(vTriangles.begin(), vTriangles.end());
+    EXPECT_EQ(sTriangles.size(), vTriangles.size()) << "a triangle comes twice";
+    return sTriangles;
+}
+
+TriangleSet allOf(const Taro_2D& mesh) {
+    TriangleVector vTriangles;
+    mesh.getTrianglePointers(vTriangles);
+    return TriangleSet(vTriangles.begin(), vTriangles.end());
+}
+
+template <class Test>
+TriangleSet selected(const Taro_2D& mesh, const Test& test) {
+    TriangleSet sSelected;
+    for (Triangle2* pT : allOf(mesh)) {
+        if (test(pT)) sSelected.insert(pT);
+    }
+    return sSelected;
+}
+
+ConstraintGraph2* addPolygon(Taro_2D& mesh, const PointVector& vCorners,
+                             ConstraintInsertionStrategy cis = CIS_CONSTRAINED_DELAUNAY, bool bOriented = false) {
+    return mesh.createConstraint(makeSides(vCorners), cis, bOriented);
+}
+
+PointVector reversed(PointVector vPoints) {
+    std::reverse(vPoints.begin(), vPoints.end());
+    return vPoints;
+}
+
+void insertRandom(Taro_2D& mesh, size_t n, Random& r, double min = 0, double max = 100) {
+    for (size_t i = 0; i < n; ++i) mesh.insert(Point2(uniform(r, min, max), uniform(r, min, max), uniform(r, 0, 9)));
+}
+
+/// A square of side 100 with random points.
+struct Square : Taro_2D {
+    explicit Square(size_t n, std::uint64_t seed = 1) : random(seed) {
+        insert(makeRectangle(0, 0, 100, 100));
+        insertRandom(*this, n, random);
+    }
+    Random random;
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Inside and outside
+
+TEST(Zone, InsideAndOutsideAgreeWithPointInPolygon) {
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Square mesh(150, seed);
+        const PointVector vCorners = makeStar(5 + seed, 50, 50, 60, mesh.random);
+        const auto cis = static_cast<ConstraintInsertionStrategy>(seed % 3);
+        ConstraintGraph2* pGraph = addPolygon(mesh, seed % 2 ? vCorners : reversed(vCorners), cis, seed % 4 >= 2);
+        Zone2 *pInside = mesh.createZone(pGraph, ZL_INSIDE), *pOutside = mesh.createZone(pGraph, ZL_OUTSIDE),
+              *pBounded = mesh.createZone(pGraph, ZL_BOUNDED), *pAll = mesh.createZone(nullptr, ZL_GLOBAL);
+        const double area = getArea(vCorners);
+        const auto check = [&] {
+            // Sides that were split at rounded points are those of the polygon that the zone knows.
+            std::vector<Point2*> vVertices;
+            pGraph->getPolygonVertices(vVertices);
+            PointVector vRing;
+            for (const Point2* pVtx : vVertices) vRing.push_back(*pVtx);
+            const SegmentVector vSides = makeSides(vRing);
+            const auto inside = [&](const Triangle2* pT) { return isInside(vSides, *pT); };
+            EXPECT_EQ(setOf(pInside), selected(mesh, inside));
+            EXPECT_EQ(setOf(pBounded), setOf(pInside));
+            EXPECT_EQ(setOf(pOutside), selected(mesh, std::not_fn(inside)));
+            EXPECT_EQ(setOf(pAll), allOf(mesh));
+            EXPECT_NEAR(pInside->getArea2D(), area, 1e-9 * area);
+        };
+        check();
+        insertRandom(mesh, 100, mesh.random);
+        check();
+        // Crossings split the sides; sides are split as refinement does; a vertex goes.
+        addPolygon(mesh, makeStar(7, 45, 55, 70, mesh.random), CIS_CONFORMING_LINEAR_Z);
+        std::vector<ConstraintSegment2*> vPieces;
+        pGraph->getChildConstraintSegments(vPieces);
+        for (ConstraintSegment2* pCSeg : vPieces) {
+            const Point2 &p = *pCSeg->getSrc(), &q = *pCSeg->getTrg();
+            if (p.y() < q.y()) pCSeg->insertAndSplit(Point2((p.x() + q.x()) / 2, (p.y() + q.y()) / 2, 0));
+        }
+        for (Point2* pVtx : {mesh.insert(Point2(51, 50, 0)), mesh.insert(Point2(1, 50, 0))}) {
+            if (!mesh.isConstraint(pVtx)) mesh.remove(pVtx);
+        }
+        check();
+    }
+}
+
+TEST(Zone, SeveralGraphs) {
+    Square mesh(300);
+    const auto square = [](double min, double max) { return makeRectangle(min, min, max, max); };
+    ConstraintGraph2 *pOuter = addPolygon(mesh, square(10, 90)), *pInner = addPolygon(mesh, square(40, 60)),
+                     *pTouching = addPolygon(mesh, square(90, 95)), *pSharing = addPolygon(mesh, square(60, 90));
+    const auto area = [&](const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc) {
+        Zone2* pZone = mesh.createZone(vGraphs, zoneLoc);
+        setOf(pZone);
+        return pZone->getArea2D();
+    };
+    EXPECT_NEAR(area({pOuter, pInner}, ZL_INSIDE), 6400, 1e-6) << "nested rings give all inside the outer one";
+    EXPECT_NEAR(area({pInner, pTouching}, ZL_INSIDE), 425, 1e-6);
+    EXPECT_NEAR(area({pInner, pSharing}, ZL_INSIDE), 1300, 1e-6) << "touching at a corner";
+    EXPECT_NEAR(area({pInner, pTouching, pSharing}, ZL_OUTSIDE), 10000 - 1325, 1e-6);
+    EXPECT_NEAR(area({pInner, pInner}, ZL_INSIDE), 400, 1e-6);
+    Zone2 *pOuterZone = mesh.createZone(pOuter, ZL_INSIDE), *pInnerZone = mesh.createZone(pInner, ZL_INSIDE);
+    EXPECT_NEAR(zoneDifference(pOuterZone, pInnerZone)->getArea2D(), 6000, 1e-6) << "a ring";
+}
+
+TEST(Zone, OrientedGraphsThatAreNoPolygonHaveTheZoneOnTheirLeft) {
+    Square mesh(300);
+    SegmentVector vRings = makeSides(makeRectangle(10, 10, 90, 90));
+    const SegmentVector vHole = makeSides(reversed(makeRectangle(30, 30, 60, 60)));
+    vRings.insert(vRings.end(), vHole.begin(), vHole.end());
+    ConstraintGraph2* pGraph = mesh.createConstraint(vRings, CIS_CONSTRAINED_DELAUNAY, true);
+    ASSERT_FALSE(pGraph->isPolygon());
+    EXPECT_NEAR(mesh.createZone(pGraph, ZL_INSIDE)->getArea2D(), 5500, 1e-6);
+    EXPECT_NEAR(mesh.createZone(pGraph, ZL_OUTSIDE)->getArea2D(), 4500, 1e-6);
+}
+
+TEST(Zone, LakeWithIslands) {
+    const SegmentVector vLake = readSegments("lake_superior.segb");
+    if (vLake.empty()) GTEST_SKIP() << "lake_superior.segb is absent";
+    // The rings of the outline, by their ends.
+    std::map<Point2, PointVector> mNeighbours;
+    for (const Segment2& segment : vLake) {
+        mNeighbours[segment.getSrc()].push_back(segment.getTrg());
+        mNeighbours[segment.getTrg()].push_back(segment.getSrc());
+    }
+    std::vector<PointVector> vRings;
+    while (!mNeighbours.empty()) {
+        PointVector vRing;
+        for (auto it = mNeighbours.begin(); it != mNeighbours.end();) {
+            vRing.push_back(it->first);
+            const PointVector vNext = it->second;
+            mNeighbours.erase(it);
+            it = std::find_if(mNeighbours.begin(), mNeighbours.end(),
+                              [&](const auto& entry) { return entry.first == vNext[0] || entry.first == vNext[1]; });
+        }
+        vRings.push_back(vRing);
+    }
+    ASSERT_EQ(vRings.size(), 7u);
+    Taro_2D mesh;
+    std::vector<Zone2*> vZones;
+    for (const PointVector& vRing : vRings) {
+        vZones.push_back(nullptr);
+        ConstraintGraph2* pGraph = addPolygon(mesh, vRing);
+        ASSERT_TRUE(pGraph->isPolygon());
+        vZones.back() = mesh.createZone(pGraph, ZL_INSIDE);
+        EXPECT_NEAR(vZones.back()->getArea2D(), std::abs(getArea(vRing)), 1e-12);
+    }
+    const auto isLarger = [](const Zone2* a, const Zone2* b) { return a->getArea2D() > b->getArea2D(); };
+    std::sort(vZones.begin(), vZones.end(), isLarger);
+    Zone2* pWater = vZones[0];
+    for (size_t k = 1; k < vZones.size(); ++k) pWater = zoneDifference(pWater, vZones[k]);
+    EXPECT_NEAR(pWater->getArea2D(), 0.15230242, 1e-8);
+    const auto inWater = [&](const Triangle2* pT) { return isInside(vLake, *pT); };
+    EXPECT_EQ(setOf(pWater), selected(mesh, inWater));
+    Zone2* pBounded = pWater->convertToBoundedZone();
+    EXPECT_EQ(setOf(pBounded), setOf(pWater));
+    const Bbox2 box = pWater->getBoundingBox();
+    Random r(3);
+    for (int i = 0; i < 500; ++i) {
+        mesh.insert(Point2(uniform(r, box.getMinX(), box.getMaxX()), uniform(r, box.getMinY(), box.getMaxY()), 0));
+    }
+    EXPECT_EQ(setOf(pBounded), selected(mesh, inWater));
+    EXPECT_EQ(setOf(pWater), setOf(pBounded));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Growth
+
+TEST(Zone, GrowsFromSeedsUpToItsOwnGraphs) {
+    Square mesh(200);
+    ConstraintGraph2 *pA = addPolygon(mesh, makeRectangle(10, 10, 50, 50)),
+                     *pB = addPolygon(mesh, makeRectangle(50, 10, 90, 50)),
+                     *pLine = mesh.createConstraint({Segment2({0, 70, 0}, {100, 70, 0})}, CIS_CONSTRAINED_DELAUNAY);
+    const auto area = [&](const std::vector<ConstraintGraph2*>& vGraphs, const Point2& seed) {
+        return mesh.createZone(vGraphs, ZL_GROW, seed)->getArea2D();
+    };
+    EXPECT_NEAR(area({pA}, {20, 20, 0}), 1600, 1e-6);
+    EXPECT_NEAR(area({pA}, {60, 20, 0}), 8400, 1e-6) << "the edges of a strange graph do not stop it";
+    EXPECT_NEAR(area({pA, pB, pLine}, {95, 60, 0}), 3800, 1e-6);
+    EXPECT_NEAR(area({pLine}, {50, 50, 0}), 7000, 1e-6) << "a seed on a vertex";
+    EXPECT_NEAR(mesh.createZone(pLine, ZL_GROW, Point2(1, 99, 0))->getArea2D(), 3000, 1e-6) << "an open graph";
+    EXPECT_NEAR(area({}, {20, 20, 0}), 10000, 1e-6);
+    EXPECT_EQ(area({pA}, {-1, 20, 0}), 0) << "outside the hull";
+    EXPECT_EQ(area({pA}, {NAN, 20, 0}), 0);
+    const double onEdge = area({pA, pB}, {50, 30, 0});
+    EXPECT_NEAR(onEdge, 1600, 1e-6) << "on a common edge: either side";
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Combinations
+
+TEST(Zone, ResultsAreThoseOfSets) {
+    Square mesh(300, 5);
+    std::vector<Zone2*> vZones{mesh.createZone(nullptr, ZL_GLOBAL),
+                               mesh.createZone(addPolygon(mesh, makeStar(9, 40, 50, 45, mesh.random)), ZL_INSIDE),
+                               mesh.createZone(addPolygon(mesh, makeStar(9, 60, 50, 45, mesh.random)), ZL_OUTSIDE)};
+    struct Operation {
+        Zone2* (*combine)(Zone2*, Zone2*);
+        bool (*keep)(bool, bool);
+    };
+    const Operation aOperations[] = {{zoneUnion, [](bool a, bool b) { return a || b; }},
+                                     {zoneIntersection, [](bool a, bool b) { return a && b; }},
+                                     {zoneDifference, [](bool a, bool b) { return a && !b; }},
+                                     {zoneSymmetricDifference, [](bool a, bool b) { return a != b; }}};
+    std::vector<std::function<bool(Triangle2*)>> vTests;
+    for (Zone2* pZone : vZones) vTests.emplace_back([pZone](Triangle2* pT) { return setOf(pZone).count(pT) > 0; });
+    struct Combination {
+        size_t first, second;
+        const Operation* pOperation;
+    };
+    std::vector<Combination> vCombinations;
+    for (int i = 0; i < 40; ++i) {
+        const auto pick = [&] {
+            return static_cast<size_t>(integer(mesh.random, 0, static_cast<int>(vZones.size()) - 1));
+        };
+        const Combination c{pick(), pick(), &aOperations[i % 4]};
+        vCombinations.push_back(c);
+        vZones.push_back(c.pOperation->combine(vZones[c.first], vZones[c.second]));
+        EXPECT_EQ(vZones.back()->getZoneLocation(), ZL_RESULT_UNION + i % 4);
+    }
+    for (const int numInserted : {0, 50}) {
+        insertRandom(mesh, static_cast<size_t>(numInserted), mesh.random);
+        const TriangleSet sAll = allOf(mesh);
+        std::vector<TriangleSet> vSets;
+        for (size_t k = 0; k < 3; ++k) vSets.push_back(setOf(vZones[k]));
+        for (size_t k = 0; k < vCombinations.size(); ++k) {
+            const Combination& c = vCombinations[k];
+            TriangleSet sExpected;
+            for (Triangle2* pT : sAll) {
+                if (c.pOperation->keep(vSets[c.first].count(pT) > 0, vSets[c.second].count(pT) > 0)) {
+                    sExpected.insert(pT);
+                }
+            }
+            vSets.push_back(sExpected);
+            const TriangleVector vTriangles = listOf(vZones[3 + k]);
+            EXPECT_EQ(TriangleSet(vTriangles.begin(), vTriangles.end()), sExpected);
+            EXPECT_TRUE(std::is_sorted(vTriangles.begin(), vTriangles.end(), std::less<>()));
+        }
+    }
+}
+
+TEST(Zone, ResultsThatShareOperandsAreEvaluatedOnce) {
+    Square mesh(20);
+    Zone2 *pLast = mesh.createZone(nullptr, ZL_GLOBAL), *pBefore = pLast;
+    for (int i = 0; i < 200; ++i) {
+        Zone2* pNext = zoneUnion(pLast, pBefore);
+        pBefore = pLast;
+        pLast = pNext;
+    }
+    EXPECT_EQ(setOf(pLast), allOf(mesh));
+}
+
+TEST(Zone, OfTwoTriangulationsAreNotCombined) {
+    Square a(10), b(10);
+    Zone2 *pA = a.createZone(nullptr, ZL_GLOBAL), *pB = b.createZone(nullptr, ZL_GLOBAL);
+    const StdoutCapture capture;
+    EXPECT_EQ(zoneUnion(pA, pB), nullptr);
+    EXPECT_EQ(zoneIntersection(pA, nullptr), nullptr);
+    EXPECT_NE(capture.text().find("Zone2::zoneUnion(...), ERROR: The zones must belong to the same triangulation! "
+                                  "Returning NULL"),
+              std::string::npos);
+    EXPECT_NE(capture.text().find("] zoneUnion(...), ERROR"), std::string::npos);
+}
+
+TEST(Zone, DeletionRespectsOperands) {
+    Square mesh(20), other(20);
+    Zone2 *pA = mesh.createZone(nullptr, ZL_GLOBAL), *pB = mesh.createZone(nullptr, ZL_GLOBAL), *pC = zoneUnion(pA, pB),
+          *pD = zoneDifference(pC, pC);
+    const size_t numTriangles = mesh.numberOfTriangles();
+    const StdoutCapture capture;
+    for (Zone2* pOperand : {pA, pB, pC}) EXPECT_FALSE(mesh.deleteZone(pOperand));
+    EXPECT_EQ(pD->getNumberOfTriangles(), 0u);
+    EXPECT_FALSE(other.deleteZone(pD));
+    EXPECT_FALSE(mesh.deleteZone(nullptr));
+    for (Zone2* pZone : {pD, pC, pA, pB}) EXPECT_TRUE(mesh.deleteZone(pZone));
+    EXPECT_FALSE(mesh.deleteZone(pB));
+    EXPECT_EQ(mesh.numberOfTriangles(), numTriangles);
+    EXPECT_NE(capture.text().find("Dt2::deleteZone(..), WARNING: the zone is an operand of another zone"),
+              std::string::npos);
+    EXPECT_NE(capture.text().find("Dt2::deleteZone(..), WARNING: trying to delete a non-existing zone"),
+              std::string::npos);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Zones from triangles
+
+TEST(Zone, FromTrianglesCoversExactlyThese) {
+    for (std::uint64_t seed = 1; seed <= 30; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Taro_2D mesh;
+        Random r(seed);
+        // Grids have corner contacts with collinear borders.
+        mesh.insert(seed % 2 ? makeGrid(8, 0, 0, 10, r)
+                             : makePoints(64, [&](double) { return XY(uniform(r, 0, 70), uniform(r, 0, 70)); }));
+        TriangleVector vAll, vChosen;
+        mesh.getTrianglePointers(vAll);
+        for (Triangle2* pT : vAll) {
+            if (integer(r, 0, 99) < 3.2 * static_cast<double>(seed)) vChosen.push_back(pT);
+        }
+        if (vChosen.empty()) continue;
+        const TriangleSet sChosen(vChosen.begin(), vChosen.end());
+        vChosen.insert(vChosen.end(), {nullptr, vChosen[0], vChosen.back()});
+        Zone2* pZone = mesh.createZone(vChosen);
+        EXPECT_EQ(pZone->getZoneLocation(), ZL_GROW);
+        EXPECT_EQ(setOf(pZone), sChosen);
+        Zone2* pBounded = pZone->convertToBoundedZone();
+        EXPECT_EQ(pBounded->getZoneLocation(), ZL_BOUNDED);
+        EXPECT_EQ(setOf(pBounded), sChosen);
+        const double area = pZone->getArea2D();
+        for (int i = 0; i < 50; ++i) mesh.insert(Point2(uniform(r, 0, 70), uniform(r, 0, 70), 0));
+        EXPECT_EQ(setOf(pBounded), setOf(pZone));
+        EXPECT_NEAR(pBounded->getArea2D(), area, 1e-9 * area);
+        EXPECT_GT(pZone->getNumberOfTriangles(), sChosen.size());
+    }
+}
+
+TEST(Zone, FromStrangeTrianglesIsRefused) {
+    Square mesh(10), other(10);
+    TriangleVector vTriangles, vStrange;
+    mesh.getTrianglePointers(vTriangles);
+    other.getTrianglePointers(vStrange);
+    vTriangles.push_back(vStrange[0]);
+    EXPECT_EQ(mesh.createZone(vTriangles, false), nullptr);
+    EXPECT_EQ(mesh.createZone(TriangleVector{nullptr}, false), nullptr);
+    // The records of triangles that are gone.
+    Point2* pVtx = mesh.insert(Point2(40, 40, 0));
+    TriangleVector vAround;
+    mesh.getIncidentTriangles(pVtx, vAround);
+    mesh.remove(pVtx);
+    EXPECT_EQ(mesh.createZone(vAround, false), nullptr);
+    std::vector<ConstraintSegment2*> vCSegs;
+    mesh.getAliveConstraintSegments(vCSegs);
+    EXPECT_TRUE(vCSegs.empty());
+}
+
+TEST(Zone, ThinTrianglesHaveNoStartPoint) {
+    Taro_2D mesh;
+    const double up = std::nextafter(1.0, 2.0);
+    mesh.insert({{0, 0, 0}, {1, up, 0}, {1, 1, 0}, {9, 0, 0}});
+    TriangleVector vThin;
+    mesh.getTrianglePointers(vThin);
+    vThin.erase(std::remove_if(vThin.begin(), vThin.end(), [](Triangle2* pT) { return pT->getArea2D() > 1e-3; }),
+                vThin.end());
+    ASSERT_EQ(vThin.size(), 2u);
+    const StdoutCapture capture;
+    EXPECT_EQ(mesh.createZone(vThin), nullptr);
+    EXPECT_NE(capture.text().find("no start point"), std::string::npos);
+}
+
+TEST(Zone, ConvertsToABoundedOne) {
+    Square mesh(100);
+    ConstraintGraph2* pGraph = addPolygon(mesh, makeRectangle(20, 20, 80, 80));
+    Zone2* pInside = mesh.createZone(pGraph, ZL_INSIDE);
+    EXPECT_EQ(pInside->convertToBoundedZone(), pInside);
+    Zone2* pOutside = mesh.createZone(pGraph, ZL_OUTSIDE);
+    Zone2* pBounded = pOutside->convertToBoundedZone();
+    EXPECT_EQ(setOf(pBounded), setOf(pOutside));
+    EXPECT_EQ(pOutside->getZoneLocation(), ZL_OUTSIDE);
+    const StdoutCapture capture;
+    EXPECT_EQ(zoneDifference(pInside, pInside)->convertToBoundedZone(), nullptr);
+    EXPECT_NE(capture.text().find("Zone2::convertToBoundedZone(), WARNING: No triangles available, returning NULL"),
+              std::string::npos);
+}
+
+TEST(Zone, PeelsOffTheBorder) {
+    Square mesh(0);
+    const PointVector vStar = makeStar(40, 50, 50, 45, mesh.random);
+    mesh.insert(vStar);
+    Zone2* pAll = mesh.createZone(nullptr, ZL_GLOBAL);
+    struct IsCorner {
+        size_t numCalls = 0;
+        bool operator()(const Triangle2* pT) {
+            ++numCalls;
+            for (int i = 0; i < 3; ++i) {
+                const Point2& p = *pT->getCorner(i);
+                if ((p.x() == 0 || p.x() == 100) && (p.y() == 0 || p.y() == 100)) return true;
+            }
+            return false;
+        }
+    } isCorner;
+    const StdoutCapture capture;
+    Zone2* pPeeled = peelOffIf(pAll, &isCorner);
+    IsCorner slow;
+    EXPECT_EQ(setOf(pPeeled), selected(mesh, [&](const Triangle2* pT) { return !slow(pT); }));
+    EXPECT_LE(isCorner.numCalls, mesh.numberOfTriangles());
+    EXPECT_NE(capture.text().find("\nZone2::peelOffIf(), original Zone: numT="), std::string::npos);
+    EXPECT_NE(capture.text().find("Output Zone: numT="), std::string::npos);
+    // Triangles inside that no one can get at stay.
+    const auto isSmall = [](const Triangle2* pT) { return pT->getArea2D() < 20; };
+    EXPECT_EQ(setOf(peelOffIf(pAll, &isSmall, false)), allOf(mesh)) << "none at the border";
+    const auto always = [](Triangle2*) { return true; };
+    EXPECT_EQ(peelOffIf(pAll, &always, false), nullptr);
+    EXPECT_EQ(peelOffIf(static_cast<Zone2*>(nullptr), &always), nullptr);
+    EXPECT_EQ(peelOffIf(pAll, static_cast<IsCorner*>(nullptr)), nullptr);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Borders, components, reports
+
+TEST(Zone, BordersRunAroundTheZone) {
+    Square mesh(200);
+    Zone2 *pOuter = mesh.createZone(addPolygon(mesh, makeRectangle(10, 10, 90, 90)), ZL_INSIDE),
+          *pInner = mesh.createZone(addPolygon(mesh, makeRectangle(40, 40, 60, 60)), ZL_INSIDE),
+          *pRing = zoneDifference(pOuter, pInner);
+    std::vector<Edge2> vEdges, vBoundary;
+    SegmentVector vSegments;
+    pRing->getBorderEdges(vEdges);
+    pRing->getBoundaryEdges(vBoundary);
+    pRing->getBoundarySegments(vSegments);
+    const TriangleSet sRing = setOf(pRing);
+    double twiceArea = 0;
+    for (const Edge2& edge : vEdges) {
+        EXPECT_EQ(sRing.count(edge.getTriangle()), 1u);
+        EXPECT_EQ(sRing.count(edge.getTriangle()->getOppositeTriangle(edge.getIndex())), 0u);
+        twiceArea += edge.getSrc()->x() * edge.getTrg()->y() - edge.getTrg()->x() * edge.getSrc()->y();
+    }
+    EXPECT_NEAR(twiceArea / 2, 6000, 1e-6);
+    EXPECT_EQ(vEdges.size(), vBoundary.size());
+    ASSERT_EQ(vEdges.size(), vSegments.size());
+    EXPECT_EQ(vSegments[0].getSrc(), *vEdges[0].getSrc());
+    const Bbox2 box = pRing->getBoundingBox();
+    EXPECT_EQ(box.getMinX(), 10);
+    EXPECT_EQ(box.getMaxY(), 90);
+    std::vector<Point2*> vVertices;
+    pRing->getVertices(vVertices);
+    EXPECT_EQ(std::set<Point2*>(vVertices.begin(), vVertices.end()).size(), vVertices.size());
+    // Euler's formula for a ring.
+    EXPECT_EQ(2 * vVertices.size(), sRing.size() + vEdges.size());
+
+    std::vector<ConnectedComponent> vComponents;
+    getConnectedComponents(listOf(pRing), vComponents);
+    ASSERT_EQ(vComponents.size(), 1u);
+    vComponents[0].sortBorders();
+    EXPECT_EQ(vComponents[0].getSize(), sRing.size());
+    EXPECT_EQ(vComponents[0].getSortedBorders().size(), 2u);
+}
+
+TEST(Zone, ComponentsPartitionTheTriangles) {
+    Random r(11);
+    Taro_2D mesh;
+    mesh.insert(makeGrid(15, 0, 0, 1, r));
+    for (int share = 1; share < 10; ++share) {
+        TriangleVector vAll, vChosen;
+        mesh.getTrianglePointers(vAll);
+        for (Triangle2* pT : vAll) {
+            if (integer(r, 0, 9) < share) vChosen.push_back(pT);
+        }
+        std::vector<ConnectedComponent> vComponents;
+        getConnectedComponents(vChosen, vComponents);
+        std::map<const Triangle2*, size_t> mComponent;
+        size_t numBorderEdges = 0;
+        for (size_t k = 0; k < vComponents.size(); ++k) {
+            for (const Triangle2* pT : vComponents[k].getTriangles()) EXPECT_TRUE(mComponent.emplace(pT, k).second);
+        }
+        EXPECT_EQ(mComponent.size(), vChosen.size());
+        for (const auto& [pT, k] : mComponent) {
+            for (int i = 0; i < 3; ++i) {
+                const auto it = mComponent.find(pT->getOppositeTriangle(i));
+                if (it == mComponent.end()) {
+                    ++numBorderEdges;
+                } else {
+                    EXPECT_EQ(it->second, k);
+                }
+            }
+        }
+        for (ConnectedComponent& component : vComponents) {
+            component.sortBorders();
+            for (const ConnectedComponent::Ring& ring : component.getSortedBorders()) {
+                numBorderEdges -= ring.size();
+                for (size_t i = 0; i < ring.size(); ++i) {
+                    EXPECT_EQ(ring[i].getTrg(), ring[(i + 1) % ring.size()].getSrc());
+                }
+            }
+        }
+        EXPECT_EQ(numBorderEdges, 0u) << "every border edge is in one ring";
+    }
+}
+
+TEST(Zone, StatisticsTellWhatASurveyorAsks) {
+    Taro_2D mesh;
+    mesh.insert({{0, 0, 10}, {30, 0, 10}, {0, 40, 10}});
+    std::string text;
+    {
+        const StdoutCapture capture;
+        mesh.createZone(nullptr, ZL_GLOBAL)->statistics("garden");
+        text = capture.text();
+    }
+    for (const char* pExpected : {"(garden)", "Number of triangles: 1\n", "INTERIOR ANGLES\n", "Area 2D:     600.000\n",
+                                  "Area 2.5D:   600.000\n", " 30 -  40 degrees:          1   33.33 %\n",
+                                  "Height                   10.000         10.000         10.000\n",
+                                  "Edge length 2D           30.000         50.000         40.000\n"}) {
+        EXPECT_NE(text.find(pExpected), std::string::npos) << pExpected << text;
+    }
+    const StdoutCapture capture;
+    Zone2* pAll = mesh.createZone(nullptr, ZL_GLOBAL);
+    zoneDifference(pAll, pAll)->statistics("nothing");
+    EXPECT_NE(capture.text().find("Number of triangles: 0\n"), std::string::npos);
+}
+
+TEST(Zone, OrderDoesNotDependOnAddresses) {
+    std::vector<PointVector> vCenters;
+    std::vector<std::unique_ptr<char[]>> vPadding;
+    for (int run = 0; run < 3; ++run) {
+        vPadding.push_back(std::make_unique<char[]>(static_cast<size_t>(1 + 4000 * run * run)));
+        Square mesh(500, 7);
+        ConstraintGraph2* pGraph = addPolygon(mesh, makeStar(12, 50, 50, 45, mesh.random));
+        PointVector vCurrent;
+        for (const Zone2* pZone : {mesh.createZone(pGraph, ZL_INSIDE), mesh.createZone(pGraph, ZL_OUTSIDE),
+                                   mesh.createZone(pGraph, ZL_GROW, Point2(50, 50, 0))}) {
+            for (const Triangle2* pT : listOf(pZone)) vCurrent.push_back(pT->getBarycenter());
+        }
+        vCenters.push_back(vCurrent);
+    }
+    EXPECT_EQ(vCenters[0], vCenters[1]);
+    EXPECT_EQ(vCenters[0], vCenters[2]);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Wrong calls
+
+TEST(Zone, WrongCallsCreateNothing) {
+    Square mesh(50), other(50);
+    ConstraintGraph2 *pGraph = addPolygon(mesh, makeRectangle(20, 20, 80, 80)),
+                     *pOpen = mesh.createConstraint({Segment2({5, 5, 0}, {95, 10, 0})}, CIS_CONSTRAINED_DELAUNAY),
+                     *pStrange = addPolygon(other, makeRectangle(20, 20, 80, 80)), *pNone = nullptr;
+    using Graphs = std::vector<ConstraintGraph2*>;
+    const Point2 seed(50, 50, 0);
+    std::vector<Edge2> vEdges, vNoEdges;
+    mesh.createZone(pGraph, ZL_INSIDE)->getBorderEdges(vEdges);
+    const std::string only = "This overloaded version of createZone accepts only ";
+    const std::string noGraph = "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL";
+    const std::string notOriented = "The constraint graph is not oriented, returning NULL";
+    const std::pair<std::function<Zone2*(bool)>, std::string> aCases[] = {
+        {[&](bool b) { return mesh.createZone(pOpen, ZL_INSIDE, b); }, notOriented},
+        {[&](bool b) { return mesh.createZone(pOpen, ZL_GROW, b); }, notOriented},
+        {[&](bool b) { return mesh.createZone(pNone, ZL_OUTSIDE, b); }, noGraph},
+        {[&](bool b) { return mesh.createZone(pStrange, ZL_INSIDE, b); }, "another triangulation"},
+        {[&](bool b) { return mesh.createZone(Graphs{pGraph}, ZL_GROW, b); },
+         only + "ZL_INSIDE and ZL_OUTSIDE as zoneLocation. Returning NULL"},
+        {[&](bool b) {
+             return mesh.createZone(Graphs{pGraph, pNone}, ZL_INSIDE, b);
+         },
+         noGraph},
+        {[&](bool b) {
+             return mesh.createZone(Graphs{pGraph, pOpen}, ZL_INSIDE, b);
+         },
+         notOriented},
+        {[&](bool b) { return mesh.createZone(Graphs{}, ZL_OUTSIDE, b); }, "no constraint graph"},
+        {[&](bool b) { return mesh.createZone(pGraph, ZL_INSIDE, seed, b); },
+         only + "ZL_GROW as zoneLocation. Returning NULL"},
+        {[&](bool b) { return mesh.createZone(pNone, ZL_GROW, seed, b); }, noGraph},
+        {[&](bool b) { return mesh.createZone(Graphs{pStrange}, ZL_GROW, seed, b); }, "another triangulation"},
+        {[&](bool b) { return mesh.createZone(vEdges, ZL_INSIDE, b); },
+         only + "ZL_BOUNDED as zoneLocation. Returning NULL"},
+        {[&](bool b) { return mesh.createZone(vNoEdges, ZL_BOUNDED, b); }, "no edges"},
+    };
+    for (const auto& [create, message] : aCases) {
+        for (const bool bVerbose : {true, false}) {
+            const StdoutCapture capture;
+            EXPECT_EQ(create(bVerbose), nullptr) << message;
+            if (!bVerbose) {
+                EXPECT_EQ(capture.text(), "") << message;
+                continue;
+            }
+            EXPECT_NE(capture.text().find("Dt2::createZone(), WARNING: "), std::string::npos);
+            EXPECT_NE(capture.text().find(message), std::string::npos) << capture.text();
+            EXPECT_NE(capture.text().find("Taro_2D::createZone(..), WARNING: No zone created, returning NULL "
+                                          "(bVerbose==true)"),
+                      std::string::npos);
+        }
+    }
+    Zone2* pWrong = mesh.createZone(pGraph, static_cast<ZoneLocation>(9));
+    const StdoutCapture capture;
+    EXPECT_EQ(pWrong->getNumberOfTriangles(), 0u);
+    EXPECT_NE(capture.text().find("Zone2::getTriangles(), ERROR: unknown zoneLoc value"), std::string::npos);
+    Zone2* pTwo = mesh.createZone(Graphs{pGraph, pGraph}, ZL_INSIDE);
+    EXPECT_EQ(pTwo->getConstraintGraph(), nullptr);
+    EXPECT_NE(capture.text().find("Zone2::getConstraintGraph(), WARNING: There is more than one constraint graph"),
+              std::string::npos);
+    EXPECT_EQ(mesh.createZone(pGraph, ZL_OUTSIDE)->getConstraintGraph(), pGraph);
+    EXPECT_EQ(mesh.createZone(nullptr, ZL_GLOBAL)->getConstraintGraph(), nullptr);
+    EXPECT_EQ(mesh.createZone(nullptr, ZL_RESULT_UNION)->getNumberOfTriangles(), 0u) << "without operands";
+}
+
+TEST(Zone, BeforeTrianglesAndBeforeConstraints) {
+    Taro_2D mesh;
+    ConstraintGraph2* pGraph = mesh.createConstraint({Segment2({0, 0, 0}, {1, 0, 0}), Segment2({1, 0, 0}, {2, 0, 0})},
+                                                     CIS_CONSTRAINED_DELAUNAY, true);
+    const StdoutCapture capture;
+    EXPECT_EQ(mesh.createZone(pGraph, ZL_INSIDE), nullptr);
+    EXPECT_EQ(mesh.createZone(nullptr, ZL_GLOBAL), nullptr);
+    EXPECT_EQ(mesh.createZone_cookieCutter(makeSides(makeRectangle(0, 0, 1, 1))), nullptr);
+    EXPECT_NE(capture.text().find("WARNING"), std::string::npos);
+    // A vertex on the line that hides the pending segment, and a vertex off it.
+    mesh.insert({{0.5, 1e-3, 0}, {0.5, -1e-3, 0}, {1.5, 1, 0}, {1, -1, 0}});
+    Zone2* pZone = mesh.createZone(pGraph, ZL_INSIDE);
+    setOf(pZone);
+    mesh.applyConstraintsAndZones();
+    EXPECT_GT(setOf(pZone).size(), 0u);
+    std::vector<Point2*> vVertices;
+    mesh.getVertexPointers(vVertices);
+    Taro_2D emptied;
+    emptied.insert({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
+    Zone2* pAll = emptied.createZone(nullptr, ZL_GLOBAL);
+    emptied.remove(emptied.insert(Point2(0, 1, 0)));
+    EXPECT_EQ(pAll->getNumberOfTriangles(), 0u);
+    EXPECT_FALSE(pAll->getBoundingBox().isValid());
+    EXPECT_EQ(pAll->convertToBoundedZone(), nullptr);
+}
+
+}  // namespace
