@@ -20,12 +20,14 @@
 #include <numeric>
 #include <thread>
 
+#include "CandidateQueue.h"
 #include "ConstraintMgr.h"
 #include "InnerVtxMgr.h"
 #include "InserterMT.h"
 #include "diagnostics.h"
 #include "links.h"
 #include "parallel.h"
+#include "taro25d/MeshGenParams.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Zone2.h"
 #include "tools.h"

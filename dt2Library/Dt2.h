@@ -25,6 +25,7 @@
 namespace LUMO_TARO25D {
 
 class AddressSet;
+class CandidateQueue;
 class ConnectedComponent;
 class ConstraintGraph2;
 class ConstraintMgr;
@@ -32,6 +33,8 @@ class ConstraintSegment2;
 class Edge2;
 class EdgeSet;
 class InnerVtxMgr;
+class MeshGenParams;
+class RefCand3;
 class Segment2;
 class Visualizer2;
 class Zone2;
@@ -245,6 +248,20 @@ class Dt2 {
     /// Whether the segments, in any order and direction, are the sides of one polygon that does not meet itself.
     static bool isSimplePolygon(const std::vector<Segment2>& vSegments);
 
+    // ---- Dt2_meshing.cpp: refinement of zones ---------------------------------------------------------------------
+
+    /// Refines a zone with these limits and the default values of all others.
+    void refineClassic(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
+                       bool bAllowConstraintSplitting);
+    /// Inserts vertices into a zone until every triangle meets the limits or cannot be mended.
+    void refineAdvanced(MeshGenParams* pParams);
+    /// The height of a new vertex inside a triangle: of the guide if there is one, otherwise of the surface; where there is
+    /// none, a warning and the mean of the corners.
+    double getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams) const;
+    /// Prints how many triangles of a zone miss each limit, and why; true if there is an excuse for every one. The limits
+    /// are the given one, and those of the last refinement if it was of this zone.
+    bool checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name);
+
     // ---- Dt2_file.cpp: the triangulation file ---------------------------------------------------------------------
 
     bool save(const char* filename) const;
@@ -390,6 +407,24 @@ class Dt2 {
     void CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const;
     void CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const;
 
+    // ---- Dt2_meshing.cpp ------------------------------------------------------------------------------------------
+
+    bool haveValidPreconditions(MeshGenParams* pParams);
+    void refineMain3(MeshGenParams* pParams);
+    /// Inserts the grid that the parameters ask for.
+    void preMeshing(MeshGenParams* pParams);
+    void getInitialRefineCandidates(MeshGenParams* pParams);
+    /// Makes a triangle a candidate, if a refinement is running and it may miss a limit.
+    void addRefCand3(Triangle2* pT);
+    /// The same for the triangles around a new vertex on the left of the way from p0 over it to p1.
+    void addRefCandsInsideZone(Point2* p0, Point2* p1, Point2* pCenter);
+    /// Serves a candidate; true if a vertex was inserted.
+    bool tryRefine(RefCand3* pRC, MeshGenParams* pParams);
+    void insertCircumcenter(RefCand3* pRC, MeshGenParams* pParams);
+    bool splitSegmentInTheWay(RefCand3* pRC, const std::vector<ConstraintGraph2*>& vZoneGraphs);
+    /// Inserts a vertex of the vault into the triangle that holds it, and makes those around it candidates.
+    void insertVertexForRefinement(Point2*& pVertex, Triangle2* pContainingTriangle);
+
     // ---- Dt2_check.cpp --------------------------------------------------------------------------------------------
 
     bool checkTriangle(const Triangle2* pT) const;
@@ -421,6 +456,8 @@ class Dt2 {
     std::unique_ptr<ConstraintMgr> pConstraintMgr_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
     std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;
+    std::unique_ptr<CandidateQueue> pmmAng2RC_;  // only while a refinement runs
+    std::unique_ptr<MeshGenParams> pLastParams_;  // a copy of what the last refinement was asked for
     bool bHasConstraints_ = false;
     size_t crossingQuota_ = 0;
     bool bFlipsSuppressed_ = false;  // while triangles are cut or imported as they are

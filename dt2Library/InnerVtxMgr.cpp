@@ -1,43 +1,65 @@
 #include "InnerVtxMgr.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "Dt2.h"
-#include "diagnostics.h"
+#include "spread.h"
 #include "tools.h"
 
 namespace LUMO_TARO25D {
 
+namespace {
+
+/// The squared distance in x-y from a point to the nearest point of a segment.
+double sqDistanceToSegment(const Point2& p, const Point2& src, const Point2& trg) {
+    const Vector2 direction = getVector2D(src, trg);
+    const double sqLength = direction.sqLength();
+    const double t = sqLength > 0.0 ? std::clamp(getVector2D(src, p) * direction / sqLength, 0.0, 1.0) : 0.0;
+    return sqDistance2D(p, src + direction * t);
+}
+
+/// The corners of the triangles that a circle around a vertex touches, and perhaps a few more, each once, by coordinates.
+/// The circle is in one piece, so these triangles hang together over edges that it touches.
+std::vector<Point2*> getVerticesNearby(const Point2* pCenter, double sqRadius) {
+    std::vector<Triangle2*> vTriangles{pCenter->getIncidentTriangle()};
+    AddressSet sMarked;
+    sMarked.insert(vTriangles.front());
+    const double sqReach = sqRadius * (1.0 + 1e-9);
+    spread(vTriangles, 0, sMarked, [&](const Triangle2* pT, int i, const Triangle2*) {
+        return sqDistanceToSegment(*pCenter, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))) <= sqReach;
+    });
+    std::vector<Point2*> vVertices;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) vVertices.push_back(pT->getCorner(i));
+    }
+    std::sort(vVertices.begin(), vVertices.end(), [](const Point2* p, const Point2* q) { return *p < *q; });
+    vVertices.erase(std::unique(vVertices.begin(), vVertices.end()), vVertices.end());
+    return vVertices;
+}
+
+}  // namespace
+
 void InnerVtxMgr::addVtx(Point2* pVtx) {
-    if (sInsertedInnerPoints_.insert(pVtx).second) mmX2Vtx_.emplace(pVtx->x(), pVtx);
+    if (sInsertedInnerPoints_.insert(pVtx)) ++numInserted_;
 }
 
 void InnerVtxMgr::eraseVtx(Point2* pVtx) {
-    if (sInsertedInnerPoints_.erase(pVtx) == 0) return;
-    const auto range = mmX2Vtx_.equal_range(pVtx->x());
-    mmX2Vtx_.erase(std::find_if(range.first, range.second, [pVtx](const auto& pair) { return pair.second == pVtx; }));
+    if (numInserted_ > 0 && sInsertedInnerPoints_.erase(pVtx)) --numInserted_;
 }
 
 void InnerVtxMgr::removePreviouslyInsertedVertices(Point2* pCenter, double sqRadius, Dt2* pDt2) {
-    const double radius = std::sqrt(sqRadius);
-    const auto end = mmX2Vtx_.upper_bound(pCenter->x() + radius);
-    std::vector<Point2*> vInCircle;
-    for (auto it = mmX2Vtx_.lower_bound(pCenter->x() - radius); it != end; ++it) {
-        if (sqDistance2D(*it->second, *pCenter) < sqRadius) vInCircle.push_back(it->second);
-    }
-    for (Point2* pVtx : vInCircle) {
-        const auto q_it = sInsertedInnerPoints_.find(pVtx);
-        TARO_ASSERT_TEXT(q_it != sInsertedInnerPoints_.end(), "q_it!=sInsertedInnerPoints.end()");
+    if (numInserted_ == 0 || !pCenter->getIncidentTriangle()) return;
+    for (Point2* pVtx : getVerticesNearby(pCenter, sqRadius)) {
+        if (!sInsertedInnerPoints_.contains(pVtx) || !(sqDistance2D(*pVtx, *pCenter) < sqRadius)) continue;
         eraseVtx(pVtx);
         if (!pDt2->isConstraintVertex(pVtx)) pDt2->remove(pVtx);
     }
 }
 
 void InnerVtxMgr::clear() {
-    sInsertedInnerPoints_.clear();
-    mmX2Vtx_.clear();
+    sInsertedInnerPoints_ = AddressSet();
+    numInserted_ = 0;
 }
 
 }  // namespace LUMO_TARO25D

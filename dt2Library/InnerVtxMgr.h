@@ -1,8 +1,8 @@
 #pragma once
 
-#include <map>
-#include <set>
+#include <cstddef>
 
+#include "flatSets.h"
 #include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {
@@ -10,19 +10,22 @@ namespace LUMO_TARO25D {
 class Dt2;
 
 /// The vertices that refinement inserted at circumcentres and may take out again.
+///
+/// It keeps only which ones they are; the mesh itself tells which of them are near a place.
 class InnerVtxMgr {
   public:
     void addVtx(Point2* pVtx);
     /// Forgets a vertex; nothing happens if it is not known.
     void eraseVtx(Point2* pVtx);
-    /// Forgets all vertices closer to a centre than the root of sqRadius, and removes those that are no constraint vertices
-    /// from the triangulation.
+    /// Forgets all vertices closer to a centre, which is a vertex, than the root of sqRadius, and removes those that are no
+    /// constraint vertices from the triangulation, in the order of their coordinates. Linear in the number of triangles
+    /// that the circle touches.
     void removePreviouslyInsertedVertices(Point2* pCenter, double sqRadius, Dt2* pDt2);
     void clear();
 
   private:
-    std::set<Point2*> sInsertedInnerPoints_;
-    std::multimap<double, Point2*> mmX2Vtx_;
+    AddressSet sInsertedInnerPoints_;
+    size_t numInserted_ = 0;
 };
 
 }  // namespace LUMO_TARO25D

@@ -75,6 +75,19 @@ class SimplePool {
         bUntouched_ = false;
     }
 
+    /// Releases all blocks but the first, and starts again at its beginning.
+    void reset() {
+        while (blocks_.size() > 1) {
+            std::free(blocks_.back());
+            blocks_.pop_back();
+        }
+        blockSizes_.resize(1);
+        pCurrent_ = blocks_.front();
+        nextIdx_ = -1;
+        currentSize_ = blockSizes_.front();
+        numBefore_ = 0;
+    }
+
     /// The next record.
     T* getElement() {
         if (nextIdx_ + 1 == currentSize_) grow();

@@ -211,6 +211,26 @@ void Taro_2D::cutTriangles(const Point2& src, const Point2& trg, bool bConstrain
     cutTriangles({Segment2(src, trg)}, bConstraints);
 }
 
+void Taro_2D::refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
+                     bool bAllowConstraintSplitting) {
+    if (!pZone) {
+        std::cerr << "\nWarning: Taro_2D::refine(..) has been called with pZone==NULL\n" << std::endl;
+        return;
+    }
+    if (minAngleDegree > 30.0) {
+        std::cerr << "\nWarning: Taro_2D::refine(..), minAngleDegree can't be >30\n" << std::endl;
+        return;
+    }
+    call(pDt2_)->refineClassic(pZone, minAngleDegree, minEdgeLength, maxEdgeLength, bAllowConstraintSplitting);
+}
+
+void Taro_2D::refineAdvanced(MeshGenParams* pParams) { call(pDt2_)->refineAdvanced(pParams); }
+
+bool Taro_2D::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name,
+                               const AcceptExperimentalFeature&) {
+    return call(pDt2_)->checkZoneQuality(pZone, minAngleDegree, name);
+}
+
 bool Taro_2D::save(const char* filename) const { return call(pDt2_)->save(filename); }
 
 bool Taro_2D::load(const char* filename) { return call(pDt2_)->load(filename); }

@@ -25,6 +25,14 @@ class AddressSet {
         word |= bit;
         return bNew;
     }
+    /// False if the address was not in the set.
+    bool erase(const void* pRecord) {
+        std::uint64_t& word = wordOf(pRecord);
+        const std::uint64_t bit = bitOf(pRecord);
+        const bool bWasIn = (word & bit) != 0;
+        word &= ~bit;
+        return bWasIn;
+    }
     bool contains(const void* pRecord) { return (wordOf(pRecord) & bitOf(pRecord)) != 0; }
 
   private:

@@ -16,10 +16,12 @@
 
 namespace LUMO_TARO25D {
 
+class AcceptExperimentalFeature;
 class ConstraintGraph2;
 class ConstraintSegment2;
 class Dt2;
 class Edge2;
+class MeshGenParams;
 class Segment2;
 class Visualizer2;
 class Zone2;
@@ -248,6 +250,36 @@ class TARO25D_API Taro_2D {
     void cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints = true);
     /// The same for the segment between two points.
     void cutTriangles(const Point2& src, const Point2& trg, bool bConstraints = true);
+
+    /// @}
+    /// @name Mesh generation
+    /// @{
+
+    /// Refines a zone of location ZL_INSIDE or ZL_BOUNDED (convertToBoundedZone() makes such a zone of any other): inserts
+    /// vertices, at circumcentres of bad triangles and in the middle of constraint segments that are in the way, until the
+    /// angles of its triangles are at least minAngleDegree (at most 30) and their edges at most maxEdgeLength long, all
+    /// measured in space. New vertices lie on the surface as it is then. Segments shorter than twice minEdgeLength, and
+    /// with the last flag false all segments, are not split.
+    ///
+    /// What cannot be mended stays: triangles between two constraints that meet at a smaller angle, triangles whose
+    /// circumcentre is behind a segment that may not be split or behind the hull, and triangles as small as numbers allow.
+    /// Triangles with planar angles above 29.5 degrees are good enough in any case. There are at most 50 passes.
+    ///
+    /// Outside the zone nothing changes but the triangles at border segments that are split. The result does not depend on
+    /// memory addresses. Triangles of the zone become invalid; vertices and the zone stay. A null zone and a larger angle
+    /// get a message on standard error, other wrong calls (refineAdvanced()) an error; nothing changes then. O(log n) for
+    /// each new vertex, in memory that follows the number of triangles; listeners of MT_PROGRESS hear of it.
+    void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
+                bool bAllowConstraintSplitting);
+    /// The same with all parameters. Limits that are NaN or not greater than 0, and a growth factor that is NaN, are
+    /// refused with an error and without effect, as are a zone of another triangulation or location and a null pointer.
+    void refineAdvanced(MeshGenParams* pParams);
+    /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
+    /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how many
+    /// triangles miss it, and for each reason to leave them as they are, how many have it. True if there is a reason for
+    /// every one; false, with a warning, for null and a zone of another triangulation. O(n).
+    bool checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name,
+                          const AcceptExperimentalFeature& accept);
 
     /// @}
     /// @name File

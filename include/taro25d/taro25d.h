@@ -2,6 +2,7 @@
 
 /// All of the library's public headers.
 
+#include "taro25d/AcceptExperimentalFeature.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Bbox3.h"
 #include "taro25d/Circle2.h"
@@ -13,6 +14,7 @@
 #include "taro25d/Edge2.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/Label.h"
+#include "taro25d/MeshGenParams.h"
 #include "taro25d/MsgBase.h"
 #include "taro25d/MsgType.h"
 #include "taro25d/Orientation2.h"

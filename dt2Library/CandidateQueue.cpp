@@ -1,0 +1,116 @@
+#include "CandidateQueue.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+
+#include "Dt2.h"
+#include "taro25d/MeshGenParams.h"
+#include "taro25d/Vector2.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr double NO_LIMIT = std::numeric_limits<double>::max();
+
+/// The square of the cosine of an angle in degrees, so much smaller that rounding does not matter where it is compared.
+double sqCosineBelow(double degrees) {
+    const double cosine = std::cos(degrees * (M_PI / 180.0));
+    return cosine * cosine * (1.0 - 1e-7);
+}
+
+double sqArea(const Vector2& u, const Vector2& v) {
+    const double x = u.y() * v.z() - u.z() * v.y(), y = u.z() * v.x() - u.x() * v.z(),
+                 z = u.x() * v.y() - u.y() * v.x();
+    return 0.25 * (x * x + y * y + z * z);
+}
+
+}  // namespace
+
+CandidateQueue::CandidateQueue(Dt2* pDt2, MeshGenParams* pParams)
+    : pDt2_(pDt2),
+      pParams_(pParams),
+      bGrowthLimit_(pParams->growthFactor > 0.0 && pParams->growthFactor != NO_LIMIT),
+      sqCosineOfLimit_(sqCosineBelow(pParams->minAngleDegree)),
+      sqCosineOfCap_(sqCosineBelow(RefCand3::PLANAR_ANGLE_CAP)) {
+    pool_.init(1000, 100000);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What is worth a candidate
+
+/// Whether the smallest angle of a triangle with these squared sides may be below the one with the given cosine. It is
+/// opposite the shortest side a: its cosine is (b^2 + c^2 - a^2) / 2bc. Written so that NaN says yes.
+bool CandidateQueue::mayBeNarrow(const double* aSqLengths, double sqCosine) const {
+    const double a = std::min({aSqLengths[0], aSqLengths[1], aSqLengths[2]});
+    const double c = std::max({aSqLengths[0], aSqLengths[1], aSqLengths[2]});
+    const double b = std::max(std::min(aSqLengths[0], aSqLengths[1]),
+                              std::min(std::max(aSqLengths[0], aSqLengths[1]), aSqLengths[2]));
+    const double numerator = b + c - a;
+    return !(numerator * numerator < 4.0 * b * c * sqCosine);
+}
+
+bool CandidateQueue::mayMissLimit(Triangle2* pT) const {
+    if (bGrowthLimit_) return true;  // the neighbours may have changed when the candidate's turn comes
+    const Point2 &p = *pT->getCorner(0), &q = *pT->getCorner(1), &r = *pT->getCorner(2);
+    const Vector2 aSide[3] = {getVector25D(q, r), getVector25D(r, p), getVector25D(p, q)};
+    double aSqPlanar[3], aSq[3];
+    for (int i = 0; i < 3; ++i) {
+        aSqPlanar[i] = aSide[i].x() * aSide[i].x() + aSide[i].y() * aSide[i].y();
+        aSq[i] = aSqPlanar[i] + aSide[i].z() * aSide[i].z();
+    }
+    constexpr double ALMOST = 1.0 - 1e-7;
+    const double maxLength = pParams_->getMaxEdgeLength(pT), maxArea = pParams_->getMaxTriangleArea(pT);
+    const double maxSq = std::max({aSq[0], aSq[1], aSq[2]});
+    if (maxLength != NO_LIMIT && !(maxSq < maxLength * maxLength * ALMOST)) return true;
+    if (maxArea != NO_LIMIT && !(sqArea(aSide[0], aSide[1]) < maxArea * maxArea * ALMOST)) return true;
+    return mayBeNarrow(aSq, sqCosineOfLimit_) && mayBeNarrow(aSqPlanar, sqCosineOfCap_);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The heap
+
+RefCand3* CandidateQueue::getRecord() {
+    if (vRecycled_.empty()) return pool_.getElement();
+    RefCand3* pRC = vRecycled_.back();
+    vRecycled_.pop_back();
+    return pRC;
+}
+
+void CandidateQueue::add(Triangle2* pT) {
+    if (!mayMissLimit(pT)) return;
+    if (vHeap_.size() >= sweepSize_) sweep();
+    RefCand3* pRC = new (getRecord()) RefCand3(pDt2_, pT);
+    vHeap_.push_back({pRC->getMinAngle(), numAdded_++, pRC});
+    std::push_heap(vHeap_.begin(), vHeap_.end());
+}
+
+RefCand3* CandidateQueue::extractFirst() {
+    std::pop_heap(vHeap_.begin(), vHeap_.end());
+    RefCand3* pRC = vHeap_.back().pRC;
+    vHeap_.pop_back();
+    return pRC;
+}
+
+void CandidateQueue::sweep() {
+    const auto stale = std::remove_if(vHeap_.begin(), vHeap_.end(), [this](const Entry& entry) {
+        if (entry.pRC->isAlive()) return false;
+        giveBack(entry.pRC);
+        return true;
+    });
+    vHeap_.erase(stale, vHeap_.end());
+    std::make_heap(vHeap_.begin(), vHeap_.end());
+    sweepSize_ = std::max(MIN_SWEEP_SIZE, 2 * vHeap_.size());
+}
+
+void CandidateQueue::resetPool() {
+    vHeap_.clear();
+    vRecycled_.clear();
+    pool_.reset();
+    sweepSize_ = MIN_SWEEP_SIZE;
+}
+
+}  // namespace LUMO_TARO25D

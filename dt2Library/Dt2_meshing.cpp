@@ -1,0 +1,455 @@
+// Refinement of zones: Steiner vertices are inserted until every triangle meets the limits, or cannot be mended.
+//
+// The candidate with the smallest angle in space comes first. Its Steiner point is its circumcentre, which is far from all
+// vertices since the triangle is Delaunay, so that no short edge arises (Ruppert 1995, Shewchuk 2002). If a constraint edge
+// is in the way to the centre, or holds it, that edge is split in the middle instead, and circumcentres that were inserted
+// before within the circle over the edge go, because they would force short edges there.
+//
+// Flips never cross constraint edges, so the work stays inside the zone but for what the split of a border segment forces
+// on its other side. Every triangle that arises from a circumcentre or at a split is a candidate at once. What the removal
+// of vertices changes is not: therefore a pass over the whole zone follows, until nothing has been done in one, or 50 are
+// over.
+//
+// It ends: a circumcircle of 16 units in the last place is too small, a segment must have a point between its ends that the
+// numbers can express, and a candidate that meets all limits, or has no usable Steiner point, is dropped.
+//
+// A vertex costs O(log n) for the queue and expected constant time for everything else: the height comes from the triangle
+// that holds the centre, where the walk has ended. No result depends on addresses: the order of candidates is that in which
+// triangles were created, and directions are those of graphs or coordinates.
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <map>
+#include <set>
+
+#include "CandidateQueue.h"
+#include "ConstraintMgr.h"
+#include "Dt2.h"
+#include "GridMesher.h"
+#include "InnerVtxMgr.h"
+#include "diagnostics.h"
+#include "flatSets.h"
+#include "links.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/MeshGenParams.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr int MAX_PASSES = 50;
+
+/// The parameters of the simple call.
+class MyLocalParams : public MeshGenParams {
+  public:
+    using MeshGenParams::MeshGenParams;
+    ~MyLocalParams() override {}
+};
+
+/// Deletes the queue however a refinement ends.
+class QueueGuard {
+  public:
+    explicit QueueGuard(std::unique_ptr<CandidateQueue>& pQueue) : pQueue_(pQueue) {}
+    ~QueueGuard() { pQueue_.reset(); }
+    QueueGuard(const QueueGuard&) = delete;
+    QueueGuard& operator=(const QueueGuard&) = delete;
+
+  private:
+    std::unique_ptr<CandidateQueue>& pQueue_;
+};
+
+/// Tells listeners how far a refinement has come. How many candidates will still arise nobody knows; the share that was
+/// served stands for it. The first pass does nearly all, so each pass takes nine tenths of what is left.
+class RefinementProgress {
+  public:
+    explicit RefinementProgress(Progress& progress) : progress_(progress) {}
+
+    void served(const CandidateQueue& queue) {
+        constexpr size_t STRIDE = 256;
+        if (++numServed_ % STRIDE != 0) return;
+        const double share = static_cast<double>(numServed_) / static_cast<double>(numServed_ + queue.size());
+        report(passBegin_ + PASS_SHARE * (1.0 - passBegin_) * share, MIN_STEP);
+    }
+    void passDone() {
+        passBegin_ += PASS_SHARE * (1.0 - passBegin_);
+        numServed_ = 0;
+        report(passBegin_, MIN_STEP);
+    }
+    void done() { report(1.0, 0.0); }
+
+  private:
+    static constexpr double PASS_SHARE = 0.9, MIN_STEP = 0.01;
+
+    void report(double value, double minStep) {
+        if (value < lastReported_ + minStep) return;
+        lastReported_ = value;
+        progress_.broadcast(MT_PROGRESS, "Mesh refinement", value);
+    }
+
+    Progress& progress_;
+    size_t numServed_ = 0;
+    double passBegin_ = 0.0, lastReported_ = 0.0;
+};
+
+bool isUsableLimit(double limit) { return limit > 0.0; }
+
+/// The locks of segments that have been split hold for their pieces.
+void lockPieces(MeshGenParams& params) {
+    if (!params.pLockedConstraints) return;
+    std::vector<ConstraintSegment2*> vPieces;
+    for (ConstraintSegment2* pCSeg : *params.pLockedConstraints) {
+        if (!pCSeg->isAlive()) pCSeg->getChildrenRec(vPieces);
+    }
+    params.pLockedConstraints->insert(vPieces.begin(), vPieces.end());
+}
+
+/// A copy without what belongs to the client.
+std::unique_ptr<MeshGenParams> copyLimits(const MeshGenParams& params) {
+    auto pCopy = std::make_unique<MyLocalParams>(params.pZone);
+    pCopy->minAngleDegree = params.minAngleDegree;
+    pCopy->minEdgeLength = params.minEdgeLength;
+    pCopy->maxEdgeLength = params.maxEdgeLength;
+    pCopy->maxTriangleArea = params.maxTriangleArea;
+    pCopy->bAllowConstraintSplitting = params.bAllowConstraintSplitting;
+    pCopy->growthFactor = params.growthFactor;
+    pCopy->growthMinArea = params.growthMinArea;
+    if (params.pLockedConstraints)
+        pCopy->pLockedConstraints = new std::set<ConstraintSegment2*>(*params.pLockedConstraints);
+    return pCopy;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Quality
+
+/// The triangles that miss one limit, by the reasons to leave them as they are.
+class LimitReport {
+  public:
+    LimitReport(const char* limit, bool bForAngle) : limit_(limit), bForAngle_(bForAngle) {}
+
+    void miss(RefCand3& candidate, MeshGenParams* pParams) {
+        const char* excuse = candidate.getExcuse(pParams, bForAngle_);
+        ++mExcuses_[excuse ? excuse : UNEXPLAINED];
+        ++numMissing_;
+    }
+    void print() const {
+        std::cout << "  " << limit_ << ": missed by " << numMissing_ << "\n";
+        for (const auto& [excuse, count] : mExcuses_) std::cout << "    " << count << " " << excuse << "\n";
+    }
+    bool isExplained() const { return mExcuses_.count(UNEXPLAINED) == 0; }
+
+  private:
+    static constexpr const char* UNEXPLAINED = "WITHOUT A REASON";
+
+    const char* limit_;
+    bool bForAngle_;
+    size_t numMissing_ = 0;
+    std::map<std::string, size_t> mExcuses_;
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Where to split a segment
+
+/// Whether both ends of edge i are seen from a place beside it: it lies inside one of its two triangles, or between the
+/// ends. Anything farther away could be behind another edge.
+bool isVisible(GeomTest& geomTest, const Triangle2* pT, int i, const Point2& place) {
+    const auto isInside = [&geomTest, &place](const Triangle2* pSide, int k) {
+        const Point2 *pApex = pSide->getCorner(k), *pSrc = pSide->getCorner(incIndexBy1(k)),
+                     *pTrg = pSide->getCorner(incIndexBy2(k));
+        return geomTest.getOrientation2(pSrc, pTrg, &place) != ORIENTATION2_CW &&
+               geomTest.getOrientation2(pTrg, pApex, &place) == ORIENTATION2_CCW &&
+               geomTest.getOrientation2(pApex, pSrc, &place) == ORIENTATION2_CCW;
+    };
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    return isInside(pT, i) || (pN && isInside(pN, indexOfNeighbour(pN, pT)));
+}
+
+/// Finds a point in the middle of an edge that the numbers can express: exactly on it, or else so near that nothing is in
+/// between.
+bool computeCenterWithoutConflict(GeomTest* pGeomTest, Triangle2* pT, int edgeIndex, Point2& splitPoint) {
+    const Point2 *pSrc = pT->getCorner(incIndexBy1(edgeIndex)), *pTrg = pT->getCorner(incIndexBy2(edgeIndex));
+    const Point2 middle = centerWithShift(*pSrc, *pTrg);
+    const double ulpX = getUlp(middle.x()), ulpY = getUlp(middle.y());
+    const auto shifted = [&](int i, int j) { return Point2(middle.x() + i * ulpX, middle.y() + j * ulpY, middle.z()); };
+    const auto take = [&](const Point2& candidate, bool bTake) {
+        if (bTake) splitPoint = candidate;
+        return bTake;
+    };
+    const auto isOnEdge = [&](const Point2& candidate) {
+        return pGeomTest->getOrientation2(pSrc, pTrg, &candidate) == ORIENTATION2_COLLINEAR &&
+               approxHasOn(*pSrc, *pTrg, candidate);
+    };
+    for (const auto& [i, j] : {std::pair(0, 0), std::pair(0, 1), std::pair(1, 0), std::pair(1, 1)}) {
+        const Point2 candidate = shifted(i, j);
+        if (take(candidate, isOnEdge(candidate))) return true;
+    }
+    for (int k = 0; k <= 4; ++k) {
+        for (const int i : {0, k, -k}) {
+            for (const int j : {0, k, -k}) {
+                const Point2 candidate = shifted(i, j);
+                if (take(candidate, isVisible(*pGeomTest, pT, edgeIndex, candidate))) return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// The same for a segment that is in the way; warns where there is no point that is different from the ends.
+bool findSplitPoint(GeomTest& geomTest, Triangle2* pT, int edgeIndex, Point2& splitPoint) {
+    if (!computeCenterWithoutConflict(&geomTest, pT, edgeIndex, splitPoint)) {
+        warning("Dt2::tryRefine()", "no appropriate splitPoint in double precision arithmetic for a triangle");
+        return false;
+    }
+    if (splitPoint != *pT->getCorner(incIndexBy1(edgeIndex)) && splitPoint != *pT->getCorner(incIndexBy2(edgeIndex))) {
+        return true;
+    }
+    warning("Dt2::tryRefine()", "Double precision arithmetic does not allow to split a segment further, giving up");
+    for (int i = 0; i < 3; ++i) {
+        std::cout << "EdgeLen2D(" << i << "): " << std::sqrt(pT->getSquaredEdgeLength2D(i)) << "\n";
+    }
+    return false;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The passes
+
+void Dt2::refineClassic(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
+                        bool bAllowConstraintSplitting) {
+    MyLocalParams params(pZone);
+    params.minAngleDegree = minAngleDegree;
+    params.minEdgeLength = minEdgeLength;
+    params.maxEdgeLength = maxEdgeLength;
+    params.bAllowConstraintSplitting = bAllowConstraintSplitting;
+    refineMain3(&params);
+}
+
+void Dt2::refineAdvanced(MeshGenParams* pParams) { refineMain3(pParams); }
+
+bool Dt2::haveValidPreconditions(MeshGenParams* pParams) {
+    const auto refuse = [](const char* location, const char* message) {
+        error(location, message);
+        return false;
+    };
+    Zone2* pZone = pParams->pZone;
+    if (!pZone) return refuse("Dt2::refineMain2(..)", "pZone==NULL");
+    if (mZones_.count(pZone) == 0) {
+        return refuse("Dt2::refineMain2()", "The zone does not belong to the triangulation, return");
+    }
+    if (pZone->getZoneLocation() != ZL_INSIDE && pZone->getZoneLocation() != ZL_BOUNDED) {
+        return refuse("Dt2::refineMain2()",
+                      "The zoneLocation must be ZL_INSIDE or ZL_BOUNDED. Please convert the zone using "
+                      "pZone->convertToBoundedZone(..)");
+    }
+    if (pParams->minAngleDegree > 30.0) {
+        return refuse("Dt2::refine(..)", "minAngleDegree must be <=30.0, return");
+    }
+    if (!isUsableLimit(pParams->maxEdgeLength) || !isUsableLimit(pParams->maxTriangleArea) ||
+        std::isnan(pParams->growthFactor)) {
+        return refuse("Dt2::refineMain2()", "invalid limit, return");
+    }
+    return true;
+}
+
+void Dt2::refineMain3(MeshGenParams* pParams) {
+    if (!pParams) {
+        error("Dt2::refineMain2(..)", "pParams==NULL");
+        return;
+    }
+    if (pParams->bKeepExistingSteinerPoints) pInnerVtxMgr_->clear();
+    if (!haveValidPreconditions(pParams)) return;
+    lockPieces(*pParams);
+    if (pParams->gridLength > 0.0 && (pParams->gridVector.x() != 0.0 || pParams->gridVector.y() != 0.0)) {
+        preMeshing(pParams);
+    }
+    pLastParams_ = copyLimits(*pParams);
+
+    TARO_ASSERT_TEXT(pmmAng2RC_ == nullptr, "pmmAng2RC==__null");
+    pmmAng2RC_ = std::make_unique<CandidateQueue>(this, pParams);
+    const QueueGuard guard(pmmAng2RC_);
+    RefinementProgress progress(progress_);
+    bool bChanged = true;
+    for (int pass = 0; bChanged && pass < MAX_PASSES; ++pass) {
+        TARO_ASSERT_TEXT(pmmAng2RC_ != nullptr, "pmmAng2RC!=__null");
+        bChanged = false;
+        getInitialRefineCandidates(pParams);
+        while (!pmmAng2RC_->empty()) {
+            RefCand3* pRC = pmmAng2RC_->extractFirst();
+            if (pRC->isAlive()) {
+                pRC->init();
+                bChanged = tryRefine(pRC, pParams) || bChanged;
+            }
+            pmmAng2RC_->giveBack(pRC);
+            progress.served(*pmmAng2RC_);
+        }
+        pmmAng2RC_->resetPool();
+        progress.passDone();
+    }
+    progress.done();
+}
+
+void Dt2::preMeshing(MeshGenParams* pParams) {
+    GridMesher(pParams).insertGridPoints(true);
+    applyConstraintsAndZones();
+}
+
+void Dt2::getInitialRefineCandidates(MeshGenParams* pParams) {
+    std::vector<Triangle2*> vTriangles;
+    pParams->pZone->getTriangles(vTriangles);
+    AddressSet sZone;
+    for (const Triangle2* pT : vTriangles) sZone.insert(pT);
+    // In the order of creation, which does not depend on addresses, and lies in memory one after the other.
+    trianglePool_.forEach([&](Triangle2* pT) {
+        if (sZone.contains(pT)) addRefCand3(pT);
+    });
+}
+
+void Dt2::addRefCand3(Triangle2* pT) {
+    if (pmmAng2RC_ && pT) pmmAng2RC_->add(pT);
+}
+
+void Dt2::addRefCandsInsideZone(Point2* p0, Point2* p1, Point2* pCenter) {
+    constexpr size_t MAX_TRIANGLES = 100;
+    if (p0 == p1 || p0 == pCenter || p1 == pCenter) return;
+    std::vector<Triangle2*> vAround;
+    for (Triangle2* pT = getAdjacentTriangle(pCenter, p1); pT;) {
+        if (vAround.size() == MAX_TRIANGLES) return;
+        vAround.push_back(pT);
+        const int k = indexOfVertex(pT, pCenter);
+        pT = pT->getCorner(incIndexBy2(k)) == p0 ? nullptr : pT->getOppositeTriangle(incIndexBy1(k));
+    }
+    for (Triangle2* pT : vAround) addRefCand3(pT);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// One candidate
+
+bool Dt2::tryRefine(RefCand3* pRC, MeshGenParams* pParams) {
+    TARO_ASSERT_TEXT(pRC->isAlive(), "pRC->isAlive()");
+    TARO_ASSERT_TEXT(pmmAng2RC_ != nullptr, "pmmAng2RC!=__null");
+    if (!pRC->needRefinement(pParams)) return false;
+    if (pRC->getSplitIndex() == RefCand3::SPLIT_NONE) {
+        insertCircumcenter(pRC, pParams);
+        return true;
+    }
+    std::vector<ConstraintGraph2*> vZoneGraphs;
+    pParams->pZone->getConstraintGraphs(vZoneGraphs);
+    TARO_ASSERT_TEXT(!vZoneGraphs.empty(), "pCG!=__null");
+    return splitSegmentInTheWay(pRC, vZoneGraphs);
+}
+
+double Dt2::getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams) const {
+    double z = 0.0;
+    const Taro_2D* pGuide = pParams->pHeightGuide;
+    if (pGuide ? pGuide->getHeight(x, y, z) : getHeight(x, y, z, pT, 0.0)) return z;
+    warning("Dt2::refineMain2()", "No height value available");
+    return pT->getBarycenter().z();
+}
+
+void Dt2::insertCircumcenter(RefCand3* pRC, MeshGenParams* pParams) {
+    const double x = pRC->getSteiner().x(), y = pRC->getSteiner().y();
+    Triangle2* pT = pRC->getContainingTriangle();
+    Point2* pVertex = createVertex(Point2(x, y, getMeshHeight(x, y, pT, pParams)));
+    vertexVault_.addItem(hilbertCurve_.iReset(x, y), pVertex);
+    insertVertexForRefinement(pVertex, pT);
+    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    pInnerVtxMgr_->addVtx(pVertex);
+}
+
+bool Dt2::splitSegmentInTheWay(RefCand3* pRC, const std::vector<ConstraintGraph2*>& vZoneGraphs) {
+    Triangle2* pT = nullptr;
+    int index = -1;
+    pRC->getContainingTriangleAndIndex(pT, index);
+    ConstraintSegment2* pCSeg = pRC->getAliveConstraintSegment(index);
+    if (!pCSeg) return false;  // the hull, where it is no constraint
+    Point2 splitPoint;
+    if (!findSplitPoint(geomTest_, pT, index, splitPoint)) return false;
+
+    const auto isOwner = [pCSeg](ConstraintGraph2* pGraph) { return pGraph->isConstraint(pCSeg); };
+    const auto owner = std::find_if(vZoneGraphs.begin(), vZoneGraphs.end(), isOwner);
+    const bool bBorder = owner != vZoneGraphs.end();
+    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    // In the direction of the zone's graph, or in one that does not depend on addresses.
+    if (bBorder ? (*owner)->isReverse(pCSeg) : *pTrg < *pSrc) std::swap(pSrc, pTrg);
+
+    pLastVtx_ = pSrc;  // the split is near
+    Point2* pInsertedVertex = pCSeg->insertAndSplit(splitPoint);
+    TARO_ASSERT_TEXT(pInsertedVertex != nullptr, "pInsertedVertex!=__null");
+    pInnerVtxMgr_->removePreviouslyInsertedVertices(pInsertedVertex, sqDistance2D(*pInsertedVertex, *pSrc), this);
+    addRefCandsInsideZone(pSrc, pTrg, pInsertedVertex);
+    // A segment that does not bound the zone has it on both sides.
+    if (!bBorder) addRefCandsInsideZone(pTrg, pSrc, pInsertedVertex);
+    return true;
+}
+
+void Dt2::insertVertexForRefinement(Point2*& pVertex, Triangle2* pContainingTriangle) {
+    TARO_ASSERT_TEXT(pContainingTriangle != nullptr, "pContainingTriangle!=__null");
+    TARO_ASSERT_TEXT(vFlipStack_.empty(), "vCheckT.empty()");
+    int onEdge = -1;
+    for (int i = 0; i < 3; ++i) {
+        const Point2 *pSrc = pContainingTriangle->getCorner(incIndexBy1(i)),
+                     *pTrg = pContainingTriangle->getCorner(incIndexBy2(i));
+        if (geomTest_.getOrientation2(pSrc, pTrg, pVertex) == ORIENTATION2_COLLINEAR) onEdge = i;
+    }
+    if (onEdge == -1) {
+        initVCheckT13(pContainingTriangle, pVertex);
+    } else {
+        initVCheckT24(pContainingTriangle, pVertex, onEdge);
+    }
+    legalize(pVertex);
+    // Those that were flipped away again would only be stale.
+    Triangle2* const pFirst = pVertex->getIncidentTriangle();
+    Triangle2* pT = pFirst;
+    do {
+        addRefCand3(pT);
+        pT = pT->getOppositeTriangle(incIndexBy1(indexOfVertex(pT, pVertex)));
+    } while (pT != pFirst);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Quality
+
+bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name) {
+    if (mZones_.count(pZone) == 0) {
+        warning("Dt2::checkZoneQuality()", "The zone does not belong to the triangulation, return");
+        return false;
+    }
+    MyLocalParams defaults(nullptr);
+    MeshGenParams* pParams = pLastParams_ && pLastParams_->pZone == pZone ? pLastParams_.get() : &defaults;
+    pParams->minAngleDegree = minAngleDegree;
+    LimitReport angle("smallest angle", true), length("longest edge", false), area("area", false),
+        growth("growth", false);
+    std::vector<Triangle2*> vTriangles;
+    pZone->getTriangles(vTriangles);
+    double smallestAngle = 180.0;
+    for (Triangle2* pT : vTriangles) {
+        RefCand3 candidate(this, pT);
+        candidate.init();
+        candidate.computeMinMax();
+        smallestAngle = std::min(smallestAngle, candidate.getMinAngle());
+        if (candidate.getMinAngle() < minAngleDegree) angle.miss(candidate, pParams);
+        if (candidate.isTooLong(pParams)) length.miss(candidate, pParams);
+        if (candidate.isTooLarge(pParams)) area.miss(candidate, pParams);
+        const bool bGrown = pParams->growthFactor != std::numeric_limits<double>::max() &&
+                            candidate.needRefinementDueToGrowth(pParams->growthFactor, pParams->growthMinArea);
+        if (bGrown) growth.miss(candidate, pParams);
+    }
+    std::cout << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
+              << " degrees\n";
+    bool bExplained = true;
+    for (const LimitReport* pReport : {&angle, &length, &area, &growth}) {
+        pReport->print();
+        bExplained = bExplained && pReport->isExplained();
+    }
+    std::cout << std::flush;
+    return bExplained;
+}
+
+}  // namespace LUMO_TARO25D

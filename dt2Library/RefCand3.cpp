@@ -1,0 +1,331 @@
+#include "RefCand3.h"
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <iostream>
+#include <limits>
+#include <sstream>
+
+#include "Dt2.h"
+#include "diagnostics.h"
+#include "links.h"
+#include "taro25d/Color.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/MeshGenParams.h"
+#include "taro25d/Vector2.h"
+#include "taro25d/Visualizer2.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr double UNKNOWN = std::numeric_limits<double>::max();
+constexpr int MAX_WALK = 1000;
+
+std::atomic<int> numPictures{0};
+
+std::string text(double value) {
+    std::ostringstream stream;
+    stream << value;
+    return stream.str();
+}
+
+/// What a getter answers, without limits that no triangle could meet.
+double usableLimit(double limit) { return limit > 0.0 ? limit : UNKNOWN; }
+
+/// The side of edge i of a triangle on which a point lies: counterclockwise is inside.
+Orientation2 getSide(GeomTest& geomTest, const Triangle2* pT, int i, const Point2* p) {
+    return geomTest.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), p);
+}
+
+double getSqLength25D(const Point2& p, const Point2& q) {
+    const double sqLength = sqDistance25D(p, q);
+    if (std::isnan(sqLength)) {
+        std::cerr << "warning, sqDistance25D, nan value, no distance\n" << p << "\n" << q << std::endl;
+    }
+    return sqLength;
+}
+
+/// The angle at p in space, with the approximation of pi that limits were tuned with.
+double getNarrowAngle(const Point2& p, const Point2& q, const Point2& r) {
+    const double cosine = normalize(getVector25D(p, q)) * normalize(getVector25D(p, r));
+    return std::acos(std::clamp(cosine, -1.0, 1.0)) / 3.14159 * 180.0;
+}
+
+}  // namespace
+
+std::atomic<int> RefCand3::runningLabel{0};
+
+RefCand3::RefCand3(Dt2* pDt2, Triangle2* pT)
+    : label_(runningLabel.fetch_add(1, std::memory_order_relaxed)),
+      aCorner_{pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)},
+      pDt2_(pDt2),
+      pT_(pT),
+      pContainingT_(pT),
+      steiner_(-UNKNOWN, -UNKNOWN, -UNKNOWN),
+      minAngle_(UNKNOWN) {}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The Steiner point
+
+void RefCand3::init() {
+    pContainingT_ = pT_;
+    computeSteiner();
+    const double maxCoord = std::max(std::abs(steiner_.x()), std::abs(steiner_.y()));
+    radius_ = distance2D(steiner_, *aCorner_[0]);
+    splitIndex_ = SPLIT_USELESS;
+    if (!std::isfinite(maxCoord)) return;
+    GeomTest& geomTest = pDt2_->getGeomTest();
+    if (maxCoord > geomTest.getMaxAbsCoord()) geomTest.setStaticBound(maxCoord);
+    splitIndex_ = walkUntilConstraint(&steiner_, pContainingT_);
+}
+
+void RefCand3::computeSteiner() { steiner_ = pT_->getDual(bAccurate_); }
+
+int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pContainingTriangle) {
+    GeomTest& geomTest = pDt2_->getGeomTest();
+    Triangle2*& pT = pContainingTriangle;
+    const int longest = pT->getMaxIndex();
+    const Point2* pStart = pT->getCorner(longest);
+    const auto liesBeyond = [&](int i) { return getSide(geomTest, pT, i, pCircumcenter) == ORIENTATION2_CW; };
+
+    int exit = -1;
+    for (const int i : {longest, incIndexBy1(longest), incIndexBy2(longest)}) {
+        if (exit == -1 && liesBeyond(i)) exit = i;
+    }
+    for (int numSteps = 0; exit != -1; ++numSteps) {
+        Triangle2* pN = pT->getOppositeTriangle(exit);
+        if (!pN || pDt2_->isConstraint(pT, exit)) return exit;
+        if (numSteps == MAX_WALK) return SPLIT_USELESS;
+        const int entry = indexOfNeighbour(pN, pT);
+        pT = pN;
+        const int right = incIndexBy1(entry), left = incIndexBy2(entry);
+        const bool bBeyondRight = liesBeyond(right), bBeyondLeft = liesBeyond(left);
+        exit = bBeyondRight ? right : bBeyondLeft ? left : -1;
+        // A vertex on the way is passed on its right.
+        if (bBeyondRight && bBeyondLeft &&
+            geomTest.getOrientation2(pStart, pCircumcenter, pT->getCorner(entry)) == ORIENTATION2_CW) {
+            exit = left;
+        }
+    }
+    return judgeArrival(pT, pCircumcenter);
+}
+
+int RefCand3::judgeArrival(Triangle2* pT, const Point2* p) const {
+    GeomTest* pGeomPredicates = &pDt2_->getGeomTest();
+    for (int i = 0; i < 3; ++i) {
+        if (*pT->getCorner(i) == *p) return SPLIT_USELESS;
+    }
+    for (int i = 0; i < 3; ++i) {
+        if (getSide(*pGeomPredicates, pT, i, p) != ORIENTATION2_COLLINEAR) continue;
+        // A centre on the border splits it; inserted as an inner vertex it would leave a flat triangle there.
+        if (!pT->getOppositeTriangle(i) || pDt2_->isConstraint(pT, i)) return i;
+    }
+    if (pT != pT_) return SPLIT_NONE;
+    const auto isNotOutside = [&](int i) { return getSide(*pGeomPredicates, pT, i, p) != ORIENTATION2_CW; };
+    TARO_ASSERT_TEXT(isNotOutside(0),
+                     "pGeomPredicates->getOrientation2(pStartTriangle,0,pCircumcenter)!=ORIENTATION2_CW");
+    TARO_ASSERT_TEXT(isNotOutside(1),
+                     "pGeomPredicates->getOrientation2(pStartTriangle,1,pCircumcenter)!=ORIENTATION2_CW");
+    TARO_ASSERT_TEXT(isNotOutside(2),
+                     "pGeomPredicates->getOrientation2(pStartTriangle,2,pCircumcenter)!=ORIENTATION2_CW");
+    TARO_ASSERT_TEXT(pGeomPredicates->circleInc(aCorner_[0], aCorner_[1], aCorner_[2], p),
+                     "pGeomPredicates->circleInc(pStartTriangle,pCircumcenter)");
+    return SPLIT_NONE;
+}
+
+void RefCand3::getContainingTriangleAndIndex(Triangle2*& pT, int& idx) const {
+    pT = pContainingT_;
+    idx = splitIndex_;
+}
+
+ConstraintSegment2* RefCand3::getAliveConstraintSegment(int i) const {
+    return pDt2_->getAliveConstraintSegment(pContainingT_->getCorner(incIndexBy1(i)),
+                                            pContainingT_->getCorner(incIndexBy2(i)));
+}
+
+bool RefCand3::isConstraint(int i) const { return pDt2_->isConstraint(pContainingT_, i); }
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Measures
+
+double RefCand3::getMinAngle() {
+    if (minAngle_ != UNKNOWN) return minAngle_;
+    const Point2 &c0 = *aCorner_[0], &c1 = *aCorner_[1], &c2 = *aCorner_[2];
+    const Vector2 u = normalize(getVector25D(c0, c1)), v = normalize(getVector25D(c0, c2)),
+                  w = normalize(getVector25D(c1, c2));
+    const double alpha = getAngleDegree(u, v), beta = getAngleDegree(w, u * -1.0);
+    minAngle_ = std::min({beta, 180.0 - alpha - beta, alpha});
+    return minAngle_;
+}
+
+double RefCand3::getMinAngle2D() const {
+    return std::min({pT_->getInteriorAngle2D(0), pT_->getInteriorAngle2D(1), pT_->getInteriorAngle2D(2)});
+}
+
+void RefCand3::computeMinMax() {
+    for (int i = 0; i < 3; ++i) {
+        aSqLengths2D_[static_cast<size_t>(i)] = pT_->getSquaredEdgeLength2D(i);
+        aSqLengths25D_[static_cast<size_t>(i)] = pT_->getSquaredEdgeLength25D(i);
+    }
+    std::sort(aSqLengths2D_.begin(), aSqLengths2D_.end());
+    std::sort(aSqLengths25D_.begin(), aSqLengths25D_.end());
+}
+
+double RefCand3::getQuality2D() const { return radius_ / std::sqrt(aSqLengths2D_[0]); }
+
+double RefCand3::getQuality25D() const {
+    const double a = std::sqrt(aSqLengths25D_[0]), b = std::sqrt(aSqLengths25D_[1]), c = std::sqrt(aSqLengths25D_[2]);
+    const double area = computeArea(a, b, c);
+    // By logarithms, since the product of three lengths may leave the range of doubles.
+    const double radius =
+        area > 0.0 ? std::exp(std::log(a) + std::log(b) + std::log(c) - std::log(4.0 * area)) : -UNKNOWN;
+    return radius / a;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Decisions
+
+bool RefCand3::needRefinement(MeshGenParams* pParams) {
+    if (pParams->debugCommand == 1) debugFlag_ = 1;
+    if (highPriorityReject(pParams)) return false;
+    computeMinMax();
+    if (highPriorityAccept(pParams)) return true;
+    if (hasNarrowConstraintAngle(pParams->minAngleDegree)) return false;
+    if (!(getMinAngle() < pParams->minAngleDegree)) return false;
+    if (getMinAngle2D() > PLANAR_ANGLE_CAP) return false;
+    if (debugFlag_ != 0) reportAcceptance("RefC: minAngle, current=" + text(minAngle_), "_quality25.ps");
+    return true;
+}
+
+bool RefCand3::highPriorityReject(MeshGenParams* pParams) { return illegalSplit(pParams) || !isSafe(); }
+
+bool RefCand3::isTooSmall() const {
+    constexpr double MIN_ULPS = 16.0;
+    const double maxCoord = std::max(std::abs(steiner_.x()), std::abs(steiner_.y()));
+    return !(radius_ >= MIN_ULPS * std::numeric_limits<double>::epsilon() * maxCoord);
+}
+
+bool RefCand3::illegalSplit(MeshGenParams* pParams) { return getObstacle(pParams) != nullptr; }
+
+const char* RefCand3::getObstacle(MeshGenParams* pParams) const {
+    if (splitIndex_ == SPLIT_USELESS || isTooSmall()) return "too small for the numbers";
+    if (splitIndex_ == SPLIT_NONE) return nullptr;
+    if (splitIndex_ < 0 || splitIndex_ > 2) {
+        error("RefCand3::needRefinement", "bug, unexpected case");
+        return "unknown";
+    }
+    if (!pParams->bAllowConstraintSplitting) return "centre behind a segment, and none may be split";
+    const auto* pLocked = pParams->pLockedConstraints;
+    if (pLocked && pLocked->count(getAliveConstraintSegment(splitIndex_)) > 0) return "centre behind a locked segment";
+    const double sqLength = getSqLength25D(*pContainingT_->getCorner(incIndexBy1(splitIndex_)),
+                                           *pContainingT_->getCorner(incIndexBy2(splitIndex_)));
+    const double minLength = 2.0 * pParams->minEdgeLength;
+    const bool bTooShort = minLength > 0.0 && minLength * minLength > sqLength;
+    return bTooShort ? "centre behind a segment too short to split" : nullptr;
+}
+
+const char* RefCand3::getExcuse(MeshGenParams* pParams, bool bForAngle) {
+    if (const char* obstacle = getObstacle(pParams)) return obstacle;
+    if (!isSafe()) return "centre not accurate";
+    if (splitIndex_ >= 0 && !getAliveConstraintSegment(splitIndex_)) return "centre outside the hull";
+    if (!bForAngle) return nullptr;
+    if (hasNarrowConstraintAngle(pParams->minAngleDegree)) return "between constraints at a smaller angle";
+    return getMinAngle2D() > PLANAR_ANGLE_CAP ? "planar angles above 29.5 degrees" : nullptr;
+}
+
+bool RefCand3::isSafe() {
+    if (bAccurate_ || splitIndex_ < 0) return true;
+    const int maxIdx = pT_->getMaxIndex();
+    if (!pDt2_->isConstraint(pT_, maxIdx)) return true;
+    if (getSide(pDt2_->getGeomTest(), pT_, maxIdx, &steiner_) != ORIENTATION2_CCW) return false;
+    if (splitIndex_ == maxIdx) return true;
+    warning("RefCand3::isSafe()", "splitIndex!=maxIdx, numeric");
+    return false;
+}
+
+bool RefCand3::isTooLong(MeshGenParams* pParams) const {
+    const double maxLength = usableLimit(pParams->getMaxEdgeLength(pT_));
+    return getMaxSqSideLength25D() > maxLength * maxLength;
+}
+
+bool RefCand3::isTooLarge(MeshGenParams* pParams) const {
+    const double maxArea = usableLimit(pParams->getMaxTriangleArea(pT_));
+    return maxArea != UNKNOWN && pT_->getArea25D() > maxArea;
+}
+
+bool RefCand3::highPriorityAccept(MeshGenParams* pParams) {
+    if (isTooLong(pParams)) {
+        if (debugFlag_ != 0) {
+            const std::string length = text(std::sqrt(getMaxSqSideLength25D()));
+            reportAcceptance("RefC: sidelength is " + length + " > " + text(pParams->getMaxEdgeLength(pT_)),
+                             "_sidelen.ps");
+        }
+        return true;
+    }
+    if (isTooLarge(pParams)) {
+        if (debugFlag_ != 0) reportAcceptance("RefC: area", "_area.ps");
+        return true;
+    }
+    if (pParams->growthFactor == UNKNOWN) return false;
+    if (!needRefinementDueToGrowth(pParams->growthFactor, pParams->growthMinArea)) return false;
+    if (debugFlag_ != 0) reportAcceptance("RefC: growth", "_growth.ps");
+    return true;
+}
+
+double RefCand3::getNeighbourArea(int i) const {
+    const Point2 *pSrc = aCorner_[incIndexBy1(i)], *pTrg = aCorner_[incIndexBy2(i)];
+    const ConstraintSegment2* pCSeg =
+        pDt2_->getAliveConstraintSegment(const_cast<Point2*>(pSrc), const_cast<Point2*>(pTrg));
+    if (pCSeg) return pCSeg->getAdjacentArea();
+    const Triangle2* pN = pT_->getOppositeTriangle(i);
+    return pN ? pN->getArea25D() : 0.0;
+}
+
+bool RefCand3::needRefinementDueToGrowth(double growthFactor, double growthMinArea) {
+    if (!(growthFactor > 0.0)) return false;
+    const double area = pT_->getArea25D();
+    for (int i = 0; i < 3; ++i) {
+        const double neighbourArea = getNeighbourArea(i);
+        const bool bSkipped = neighbourArea == 0.0 || neighbourArea < growthMinArea || neighbourArea == UNKNOWN;
+        if (!bSkipped && area / neighbourArea > growthFactor) return true;
+    }
+    return false;
+}
+
+bool RefCand3::hasNarrowConstraintAngle(double minAngleDegree) {
+    bool aConstraint[3];
+    for (int i = 0; i < 3; ++i) aConstraint[i] = pDt2_->isConstraint(pT_, i);
+    for (int i = 0; i < 3; ++i) {
+        const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
+        if (!aConstraint[next] || !aConstraint[afterNext]) continue;
+        if (minAngleDegree > getNarrowAngle(*aCorner_[i], *aCorner_[next], *aCorner_[afterNext])) return true;
+    }
+    return false;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// For the library's developers
+
+void RefCand3::reportAcceptance(const std::string& text, const char* suffix) const {
+    std::cout << text << "\n";
+    showT("need_" + std::to_string(numPictures.fetch_add(1)) + suffix);
+}
+
+void RefCand3::showT(const std::string& filename) const {
+    Visualizer2 visualizer(Dt2::getFilenamePrefix() + filename);
+    visualizer.addObject(*pT_, Color(CRED, 0.1f, false));
+    visualizer.writeFile();
+}
+
+void RefCand3::debug() const {
+    std::cout << "RefCand3 " << label_ << (isAlive() ? " [alive]" : " [stale]") << ", steiner=" << steiner_
+              << ", accurate=" << bAccurate_ << ", radius=" << radius_ << ", splitIndex=" << splitIndex_
+              << ", quality2D=" << getQuality2D() << ", quality25D=" << getQuality25D() << "\n"
+              << *pT_ << std::endl;
+}
+
+}  // namespace LUMO_TARO25D

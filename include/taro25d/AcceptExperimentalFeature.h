@@ -1,0 +1,12 @@
+#pragma once
+
+namespace LUMO_TARO25D {
+
+/// Written at a call, AcceptExperimentalFeature() states that the caller knows what the call offers to be experimental:
+/// its report and its verdicts may change with any version. The constructor is explicit, so that braces alone do not do.
+class AcceptExperimentalFeature {
+  public:
+    explicit AcceptExperimentalFeature() = default;
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <limits>
+#include <set>
+
+#include "taro25d/Vector2.h"
+#include "taro25d/export.h"
+
+namespace LUMO_TARO25D {
+
+class ConstraintSegment2;
+class Taro_2D;
+class Triangle2;
+class Zone2;
+
+/// What mesh generation shall achieve in one zone. Set the fields that matter and give it to `Taro_2D::refineAdvanced`.
+///
+/// Lengths and areas are those in space, in the units of the coordinates; angles are in degrees. The largest finite double,
+/// exactly, is no limit. Limits that vary from place to place come from a class derived from this one, which overrides
+/// `getMaxTriangleArea` and `getMaxEdgeLength`.
+///
+/// A plain object of the client. Mesh generation reads it and does not keep it; what the pointers refer to must live as
+/// long as the call.
+class TARO25D_API MeshGenParams {
+  public:
+    /// Default values for a zone, which must be of location ZL_INSIDE or ZL_BOUNDED: for any other there is a message on
+    /// standard error, the grid vector is zero, and mesh generation will refuse the zone.
+    explicit MeshGenParams(Zone2* pZone);
+    /// Deletes the set of locked segments.
+    virtual ~MeshGenParams();
+    MeshGenParams(const MeshGenParams&) = delete;
+    MeshGenParams& operator=(const MeshGenParams&) = delete;
+
+    /// The largest area that a triangle may have where this one is. The triangle is one of the mesh: look at its corners,
+    /// do not change anything. Answers that are NaN or not greater than 0 count as no limit.
+    virtual double getMaxTriangleArea(Triangle2* pT);
+    /// The same for the longest edge.
+    virtual double getMaxEdgeLength(Triangle2* pT);
+
+    /// Protects a segment from being split; its pieces, if it has been split before. Null is ignored.
+    void addLockedConstraint(ConstraintSegment2* pCSeg);
+
+    /// Gives the heights of the new vertices inside the zone; null: the surface of the triangulation itself. Vertices that
+    /// split a constraint segment lie on that segment in any case. Where the guide has no height, a new vertex takes the
+    /// mean height of the triangle that it is inserted into, with a warning.
+    Taro_2D* pHeightGuide = nullptr;
+    /// A tolerance that belongs with the guide. Mesh generation does not read it.
+    double maxHeightError = std::numeric_limits<double>::max();
+    /// The zone to refine; not owned.
+    Zone2* pZone;
+    /// Triangles with a smaller angle are refined, unless their smallest angle in x-y is above 29.5 degrees. At most 30.
+    double minAngleDegree = 20.0;
+    /// Constraint segments shorter than twice this are not split. With 0, refinement goes on as far as numbers allow, which
+    /// in narrow corners can mean very small triangles.
+    double minEdgeLength = 0.001;
+    /// Triangles with a longer edge are refined.
+    double maxEdgeLength = std::numeric_limits<double>::max();
+    /// Triangles with a larger area are refined.
+    double maxTriangleArea = std::numeric_limits<double>::max();
+    /// Without it no constraint segment is split, and triangles that would need that stay as they are.
+    bool bAllowConstraintSplitting = true;
+    /// Triangles are refined whose area is more than this many times that of a neighbour; not greater than 0: no limit.
+    /// Across a constraint segment with an adjacent area, that counts instead of the neighbour's.
+    double growthFactor = std::numeric_limits<double>::max();
+    /// Neighbours with a smaller area do not count for the growth.
+    double growthMinArea = 0.001;
+    /// A further limit, for clients. Mesh generation does not read it.
+    double aspectLimit = 10.0;
+    /// The direction of the rows of the grid. Mesh generation gives it the length 1 when it makes a grid.
+    Vector2 gridVector;
+    /// The spacing of the grid that is inserted before refinement; not greater than 0: no grid.
+    double gridLength = 0.0;
+    /// Whether the vertices of earlier refinements stay. Without it, this one may take out those that are near where it
+    /// splits a constraint segment.
+    bool bKeepExistingSteinerPoints = true;
+    /// 1: each triangle that is refined gets a line on standard output and a picture in the working directory.
+    int debugCommand = 0;
+    /// The segments that must not be split; null until the first is added. Owned. Mesh generation adds the pieces of those
+    /// that have been split before.
+    std::set<ConstraintSegment2*>* pLockedConstraints = nullptr;
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,775 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "Dt2.h"
+#include "GridMesher.h"
+#include "InnerVtxMgr.h"
+#include "RefCand3.h"
+#include "support/capture.h"
+#include "support/mesh_quality.h"
+#include "support/polygons.h"
+#include "taro25d/AcceptExperimentalFeature.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/MeshGenParams.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+using Height = std::function<double(double, double)>;
+
+double flat(double, double) { return 0; }
+double plane(double x, double y) { return 3 + 0.5 * x - 0.25 * y; }
+double steep(double x, double y) { return 40 * std::sin(x / 7) * std::cos(y / 11); }
+
+/// A triangulation with a zone inside polygons.
+struct Scene {
+    std::unique_ptr<Taro_2D> pMesh = std::make_unique<Taro_2D>();
+    std::vector<ConstraintGraph2*> vGraphs;
+    Zone2* pZone = nullptr;
+};
+
+Point2 lift(const Point2& p, const Height& height) { return Point2(p.x(), p.y(), height(p.x(), p.y())); }
+
+SegmentVector lift(const SegmentVector& vSegments, const Height& height) {
+    SegmentVector vLifted;
+    for (const Segment2& s : vSegments) vLifted.emplace_back(lift(s.getSrc(), height), lift(s.getTrg(), height));
+    return vLifted;
+}
+
+/// The first polygon is the outline; others are holes.
+Scene makeScene(const std::vector<PointVector>& vPolygons, const SegmentVector& vInner = {},
+                const Height& height = flat, const PointVector& vPoints = {}) {
+    Scene scene;
+    for (const Point2& p : vPoints) scene.pMesh->insert(lift(p, height));
+    for (const PointVector& vCorners : vPolygons) {
+        scene.vGraphs.push_back(
+            scene.pMesh->createConstraint(lift(makeSides(vCorners), height), CIS_CONSTRAINED_DELAUNAY));
+    }
+    if (!vInner.empty()) scene.pMesh->createConstraint(lift(vInner, height), CIS_CONSTRAINED_DELAUNAY);
+    scene.pMesh->applyConstraintsAndZones();
+    scene.pZone = scene.pMesh->createZone(scene.vGraphs[0], ZL_INSIDE);
+    for (size_t i = 1; i < scene.vGraphs.size(); ++i) {
+        scene.pZone = zoneDifference(scene.pZone, scene.pMesh->createZone(scene.vGraphs[i], ZL_INSIDE));
+    }
+    if (vPolygons.size() > 1) scene.pZone = scene.pZone->convertToBoundedZone();
+    return scene;
+}
+
+Scene makeSquare(double side = 100, const Height& height = flat) {
+    return makeScene({makeRectangle(0, 0, side, side)}, {}, height);
+}
+
+SegmentVector makeRandomSegments(size_t n, double side, Random& r) {
+    SegmentVector vSegments;
+    for (size_t i = 0; i < n; ++i) {
+        const Point2 p(uniform(r, 0.1 * side, 0.9 * side), uniform(r, 0.1 * side, 0.9 * side), 0);
+        vSegments.emplace_back(p,
+                               Point2(p.x() + uniform(r, -0.1, 0.1) * side, p.y() + uniform(r, -0.1, 0.1) * side, 0));
+    }
+    return vSegments;
+}
+
+/// The triangles of a mesh by the coordinates of their corners, sorted: nothing that depends on addresses.
+using Corners = std::array<double, 9>;
+std::vector<Corners> snapshot(const std::vector<Triangle2*>& vTriangles) {
+    std::vector<Corners> vAll;
+    for (const Triangle2* pT : vTriangles) {
+        std::array<const Point2*, 3> aCorner{pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)};
+        std::sort(aCorner.begin(), aCorner.end(), [](const Point2* p, const Point2* q) { return *p < *q; });
+        Corners corners;
+        for (size_t i = 0; i < 9; ++i) {
+            const Point2& p = *aCorner[i / 3];
+            corners[i] = i % 3 == 0 ? p.x() : i % 3 == 1 ? p.y() : p.z();
+        }
+        vAll.push_back(corners);
+    }
+    std::sort(vAll.begin(), vAll.end());
+    return vAll;
+}
+
+std::vector<Corners> snapshot(const Taro_2D& mesh) {
+    std::vector<Triangle2*> vTriangles;
+    mesh.getTrianglePointers(vTriangles);
+    return snapshot(vTriangles);
+}
+
+std::vector<Corners> snapshot(const Zone2* pZone) {
+    std::vector<Triangle2*> vTriangles;
+    pZone->getTriangles(vTriangles);
+    return snapshot(vTriangles);
+}
+
+struct Listener : MsgBase {
+    void update(MsgType, const std::string& message, double value) override {
+        sMessages.insert(message);
+        vValues.push_back(value);
+    }
+    std::set<std::string> sMessages;
+    std::vector<double> vValues;
+};
+
+/// Some points of a real terrain.
+PointVector readTerrain(size_t stride) {
+    std::ifstream file(std::string(TARO25D_EXAMPLE_DATA_DIR) + "/jacksboro.asc");
+    std::map<std::string, double> mHeader;
+    std::string word;
+    for (int i = 0; i < 7 && file >> word; ++i) file >> mHeader[word];
+    const auto numColumns = static_cast<size_t>(mHeader["ncols"]), numRows = static_cast<size_t>(mHeader["nrows"]);
+    PointVector vPoints;
+    double z = 0;
+    for (size_t k = 0; k < numColumns * numRows && file >> z; ++k) {
+        const size_t column = k % numColumns, row = k / numColumns;
+        if (column % stride != 0 || row % stride != 0) continue;
+        vPoints.emplace_back(mHeader["dx"] * static_cast<double>(column), -mHeader["dy"] * static_cast<double>(row), z);
+    }
+    return vPoints;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What is achieved
+
+TEST(Meshing, MeetsTheLimitsOrHasAReason) {
+    Random r(1);
+    const PointVector vSquare = makeRectangle(0, 0, 100, 100), vStar = makeStar(60, 50, 50, 50, r);
+    const std::vector<PointVector> vHoles{makeRectangle(0, 0, 100, 100), makeStar(12, 30, 30, 20, r),
+                                          makeStar(9, 70, 65, 25, r)};
+    const std::vector<PointVector> vWedges{
+        {{0, 0, 0}, {100, 0, 0}, {100, 18, 0}, {50, 60, 0}, {45, 2, 0}, {40, 60, 0}}};
+    const SegmentVector vInner = makeRandomSegments(30, 100, r);
+    struct Case {
+        const char* name;
+        Scene scene;
+        std::function<void(MeshGenParams&)> set;
+    };
+    std::vector<Case> vCases;
+    const auto add = [&](const char* name, Scene scene, std::function<void(MeshGenParams&)> set) {
+        vCases.push_back({name, std::move(scene), std::move(set)});
+    };
+    const auto angle = [](double degrees) { return [=](MeshGenParams& params) { params.minAngleDegree = degrees; }; };
+    add("angle alone", makeScene({vSquare}, vInner), angle(20));
+    add("30 degrees", makeScene({vSquare}, vInner), angle(30));
+    add("star", makeScene({vStar}), angle(25));
+    add("holes", makeScene(vHoles), angle(28));
+    add("narrow corners", makeScene(vWedges), angle(30));
+    add("edge length", makeScene({vSquare}, vInner), [](MeshGenParams& params) { params.maxEdgeLength = 3; });
+    add("area", makeScene(vHoles), [](MeshGenParams& params) { params.maxTriangleArea = 1.5; });
+    add("growth", makeScene({vStar}, vInner), [](MeshGenParams& params) { params.growthFactor = 2; });
+    add("growth near 1", makeScene({makeRectangle(0, 0, 4, 3)}, makeRandomSegments(3, 3, r)),
+        [](MeshGenParams& params) {
+            params.growthFactor = 1.01;
+            params.growthMinArea = 0.01;
+        });
+    add("steep", makeScene({vSquare}, vInner, steep, makeStar(300, 50, 50, 50, r)),
+        [](MeshGenParams& params) { params.maxEdgeLength = 12; });
+    add("no splitting", makeScene({vStar}, vInner), [](MeshGenParams& params) {
+        params.bAllowConstraintSplitting = false;
+        params.maxEdgeLength = 4;
+    });
+    add("long pieces only", makeScene({vStar}, vInner), [](MeshGenParams& params) { params.minEdgeLength = 4; });
+    add("far away, in centimetres", makeScene({makeStar(30, 5e6, 5e6, 0.5, r)}, {}, flat),
+        [](MeshGenParams& params) { params.maxEdgeLength = 0.02; });
+    size_t numBadBefore = 0;
+    for (Case& test : vCases) {
+        SCOPED_TRACE(test.name);
+        MeshGenParams params(test.scene.pZone);
+        test.set(params);
+        const double area = test.scene.pZone->getArea2D();
+        numBadBefore += inspectMesh(*test.scene.pMesh, params).mExcuses.count("");
+        test.scene.pMesh->refineAdvanced(&params);
+        EXPECT_TRUE(isWellMeshed(*test.scene.pMesh, params));
+        EXPECT_NEAR(test.scene.pZone->getArea2D(), area, 1e-9 * area);
+        EXPECT_GT(test.scene.pZone->getNumberOfTriangles(), 20u);
+        const StdoutCapture report;
+        EXPECT_TRUE(test.scene.pMesh->checkZoneQuality(test.scene.pZone, params.minAngleDegree, test.name,
+                                                       AcceptExperimentalFeature()))
+            << report.text();
+    }
+    EXPECT_GE(numBadBefore, vCases.size() - 1) << "the oracle sees nothing";
+}
+
+TEST(Meshing, MeshesRealPolygonsAndRealGround) {
+    for (const char* filename : {"earcut_dude.segb", "earcut_water.segb", "lake_superior.segb"}) {
+        const SegmentVector vSegments = readSegments(filename);
+        if (vSegments.empty()) continue;  // the data is not everywhere
+        SCOPED_TRACE(filename);
+        const StdoutCapture capture;
+        Taro_2D mesh;
+        ConstraintGraph2* pGraph = mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY, true);
+        mesh.applyConstraintsAndZones();
+        std::vector<Triangle2*> vTriangles, vInside;
+        mesh.getTrianglePointers(vTriangles);
+        for (Triangle2* pT : vTriangles) {
+            if (isInside(vSegments, *pT)) vInside.push_back(pT);
+        }
+        ASSERT_NE(pGraph, nullptr);
+        Zone2* pZone = mesh.createZone(vInside)->convertToBoundedZone();
+        MeshGenParams params(pZone);
+        params.minAngleDegree = 25;
+        params.minEdgeLength = 0.01;
+        mesh.refineAdvanced(&params);
+        EXPECT_TRUE(isWellMeshed(mesh, params));
+        EXPECT_GT(pZone->getNumberOfTriangles(), vInside.size());
+    }
+
+    Taro_2D ground;
+    const PointVector vPoints = readTerrain(10);
+    ASSERT_FALSE(vPoints.empty());
+    ground.insert(vPoints);
+    const Bbox2 box = ground.computeBoundingBox();
+    const auto at = [&](double u, double v) {
+        Point2 p(box.getMinX() + u * (box.getMaxX() - box.getMinX()),
+                 box.getMinY() + v * (box.getMaxY() - box.getMinY()), 0);
+        double z = 0;
+        EXPECT_TRUE(ground.getHeight(p.x(), p.y(), z));
+        p.set(p.x(), p.y(), z);
+        return p;
+    };
+    const PointVector vOutline{at(0.1, 0.1), at(0.8, 0.2), at(0.9, 0.9), at(0.3, 0.7)};
+    ConstraintGraph2* pOutline = ground.createConstraint(makeSides(vOutline), CIS_CONSTRAINED_DELAUNAY);
+    ground.createConstraint({Segment2(at(0.3, 0.3), at(0.7, 0.6)), Segment2(at(0.7, 0.6), at(0.8, 0.5))},
+                            CIS_CONSTRAINED_DELAUNAY);
+    ground.applyConstraintsAndZones();
+    MeshGenParams params(ground.createZone(pOutline, ZL_INSIDE));
+    params.maxEdgeLength = 400;
+    ground.refineAdvanced(&params);
+    EXPECT_TRUE(isWellMeshed(ground, params));
+}
+
+TEST(Meshing, LimitsMayDependOnThePlace) {
+    struct Dense : MeshGenParams {
+        using MeshGenParams::MeshGenParams;
+        double getMaxEdgeLength(Triangle2* pT) override { return pT->getBarycenter().x() < 50 ? 2 : maxEdgeLength; }
+        double getMaxTriangleArea(Triangle2* pT) override {
+            return pT->getBarycenter().x() < 50 ? -1 : maxTriangleArea;
+        }
+    };
+    const Scene scene = makeSquare();
+    Dense params(scene.pZone);
+    scene.pMesh->refineAdvanced(&params);
+    EXPECT_TRUE(isWellMeshed(*scene.pMesh, params));
+    std::vector<Triangle2*> vTriangles;
+    scene.pZone->getTriangles(vTriangles);
+    size_t numLeft = 0, numRight = 0;
+    for (const Triangle2* pT : vTriangles) {
+        numLeft += pT->getBarycenter().x() < 50;
+        numRight += pT->getBarycenter().x() > 70;
+        if (pT->getBarycenter().x() >= 50) continue;
+        EXPECT_LE(std::sqrt(pT->getMaxSqEdgeLen2D()), 2);
+    }
+    EXPECT_GT(numLeft, 10 * numRight);
+    EXPECT_LT(numRight, 500u);
+}
+
+TEST(Meshing, SplitsOnlyWhatIsNeitherLockedNorShort) {
+    Scene scene = makeSquare();
+    std::vector<ConstraintSegment2*> vSides;
+    scene.vGraphs[0]->getOriginalConstraintSegments(vSides);
+    // The lock of a segment that was split before holds for its pieces.
+    vSides[0]->insertAndSplit(centerWithShift(*vSides[0]->getSrc(), *vSides[0]->getTrg()));
+    MeshGenParams params(scene.pZone);
+    EXPECT_EQ(params.pLockedConstraints, nullptr);
+    params.addLockedConstraint(vSides[0]);
+    params.addLockedConstraint(vSides[0]);
+    params.addLockedConstraint(nullptr);
+    EXPECT_EQ(params.pLockedConstraints->size(), 1u);
+    params.maxEdgeLength = 5;
+    params.minEdgeLength = 4;
+    scene.pMesh->refineAdvanced(&params);
+    EXPECT_TRUE(isWellMeshed(*scene.pMesh, params));
+    std::vector<ConstraintSegment2*> vPieces;
+    vSides[0]->getChildrenRec(vPieces);
+    EXPECT_EQ(vPieces.size(), 2u);
+    vPieces.clear();
+    vSides[1]->getChildrenRec(vPieces);
+    EXPECT_GE(vPieces.size(), 12u);
+    EXPECT_LE(vPieces.size(), 16u);
+}
+
+TEST(Meshing, RefinesZonesOfSeveralGraphs) {
+    Scene scene = makeScene({makeRectangle(0, 0, 100, 100)});
+    std::vector<ConstraintGraph2*> vGraphs;
+    for (const double x : {10.0, 60.0}) {
+        vGraphs.push_back(
+            scene.pMesh->createConstraint(makeSides(makeRectangle(x, 20, x + 30, 50)), CIS_CONSTRAINED_DELAUNAY));
+    }
+    MeshGenParams params(scene.pMesh->createZone(vGraphs, ZL_INSIDE));
+    params.maxEdgeLength = 4;
+    scene.pMesh->refineAdvanced(&params);
+    EXPECT_TRUE(isWellMeshed(*scene.pMesh, params));
+    EXPECT_NEAR(params.pZone->getArea2D(), 2 * 900, 1e-9);
+    for (const ConstraintGraph2* pGraph : vGraphs) {
+        std::vector<ConstraintSegment2*> vPieces;
+        pGraph->getChildConstraintSegments(vPieces);
+        EXPECT_GE(vPieces.size(), 32u);
+    }
+}
+
+TEST(Meshing, KnowsWhereItMayStop) {
+    // A corner of 10 degrees stays; steep ground with good planar angles is not refined for its angles in space.
+    const Scene wedge = makeScene({{{0, 0, 0}, {100, 0, 0}, {100, 17.63, 0}}});
+    wedge.pMesh->refine(wedge.pZone, 20, 0.001, 1e300, true);
+    MeshGenParams params(wedge.pZone);
+    const MeshQuality quality = inspectMesh(*wedge.pMesh, params);
+    EXPECT_EQ(quality.mExcuses, (std::map<std::string, size_t>{{"narrow", 1}}));
+
+    const Scene cliff =
+        makeScene({{{0, 0, 0}, {10, 0, 0}, {5, 8.7, 0}}}, {}, [](double x, double) { return 1000 * x; });
+    cliff.pMesh->refine(cliff.pZone, 30, 0.001, std::numeric_limits<double>::max(), true);
+    EXPECT_EQ(cliff.pMesh->numberOfTriangles(), 1u);
+
+    const Scene good = makeSquare();
+    good.pMesh->refine(good.pZone, 30, 0.001, 200, true);
+    EXPECT_EQ(good.pMesh->numberOfPoints(), 4u);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// It ends
+
+TEST(Meshing, EndsOnNastyInput) {
+    Random r(3);
+    const PointVector vSliver{{0, 0, 0}, {20, 0, 0}, {20, 1e-7, 0}, {0, 1e-9, 0}};
+    const PointVector vNeedle{{0, 0, 0}, {10, 0, 0}, {10, 10 * std::tan(0.01 * M_PI / 180), 0}};
+    const PointVector vWedge{{0, 0, 0}, {10, 0, 0}, {10, 10 * std::tan(5 * M_PI / 180), 0}};
+    const PointVector vTangent{{0, 0, 0}, {10, 0, 0}, {10, 5, 0}, {5, 1e-6, 0}, {0, 5, 0}};
+    PointVector vFar;
+    for (const Point2& p : makeStar(40, 0, 0, 1, r)) {
+        vFar.emplace_back(5e6 + std::round(p.x() * 100) / 100, 5e6 + std::round(p.y() * 100) / 100, 0);
+    }
+    struct Case {
+        PointVector vCorners;
+        double minEdgeLength, maxEdgeLength;
+    };
+    for (const Case& test : {Case{vSliver, 0.01, 10}, Case{vNeedle, 0.001, 1}, Case{vWedge, 0, 1}, Case{vTangent, 0, 1},
+                             Case{vFar, 0, 0.05}}) {
+        const Scene scene = makeScene({test.vCorners});
+        MeshGenParams params(scene.pZone);
+        params.minEdgeLength = test.minEdgeLength;
+        params.maxEdgeLength = test.maxEdgeLength;
+        const StdoutCapture capture;
+        scene.pMesh->refineAdvanced(&params);
+        EXPECT_LT(scene.pMesh->numberOfPoints(), 300000u);
+        EXPECT_TRUE(scene.pMesh->checkValidity(true, "nasty"));
+    }
+}
+
+TEST(Meshing, RefusesWhatItCannotDo) {
+    Scene scene = makeSquare();
+    const Scene other = makeSquare();
+    Taro_2D& mesh = *scene.pMesh;
+    Zone2* pOutside = mesh.createZone(scene.vGraphs[0], ZL_OUTSIDE);
+    const double nan = std::nan("");
+    testing::internal::CaptureStderr();
+    MeshGenParams outside(pOutside);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\n\n\nMeshGenParams::MeshGenParams(..), ERROR: \n\tbehavior since Taro 1.39: The zoneLocation must be "
+              "ZL_INSIDE or ZL_BOUNDED. Please convert the zone using pZone->convertToBoundedZone(..)\n\n\n");
+    EXPECT_TRUE(outside.gridVector.isDegenerate());
+    struct Case {
+        std::function<void(MeshGenParams&)> set;
+        std::string message;
+    };
+    const std::string invalid = "Dt2::refineMain2(), ERROR: invalid limit, return";
+    for (const Case& test : {
+             Case{[](auto& p) { p.pZone = nullptr; }, "Dt2::refineMain2(..), ERROR: pZone==NULL"},
+             Case{[&](auto& p) { p.pZone = pOutside; },
+                  "Dt2::refineMain2(), ERROR: The zoneLocation must be ZL_INSIDE or "
+                  "ZL_BOUNDED. Please convert the zone using pZone->convertToBoundedZone(..)"},
+             Case{[&](auto& p) { p.pZone = other.pZone; }, "The zone does not belong to the triangulation, return"},
+             Case{[](auto& p) { p.minAngleDegree = 30.000001; },
+                  "Dt2::refine(..), ERROR: minAngleDegree must be <=30.0, return"},
+             Case{[](auto& p) { p.maxEdgeLength = 0; }, invalid},
+             Case{[&](auto& p) { p.maxEdgeLength = nan; }, invalid},
+             Case{[](auto& p) { p.maxTriangleArea = -1; }, invalid},
+             Case{[&](auto& p) { p.maxTriangleArea = nan; }, invalid},
+             Case{[&](auto& p) { p.growthFactor = nan; }, invalid},
+         }) {
+        MeshGenParams params(scene.pZone);
+        params.maxEdgeLength = 10;
+        test.set(params);
+        const StdoutCapture capture;
+        mesh.refineAdvanced(&params);
+        EXPECT_NE(capture.text().find(test.message), std::string::npos) << capture.text();
+        EXPECT_EQ(mesh.numberOfPoints(), 4u);
+    }
+    testing::internal::CaptureStderr();
+    mesh.refine(nullptr, 20, 0.001, 1, true);
+    mesh.refine(scene.pZone, 30.000001, 0.001, 1, true);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\nWarning: Taro_2D::refine(..) has been called with pZone==NULL\n\n"
+              "\nWarning: Taro_2D::refine(..), minAngleDegree can't be >30\n\n");
+    const StdoutCapture capture;
+    mesh.refineAdvanced(nullptr);
+    EXPECT_FALSE(mesh.checkZoneQuality(nullptr, 20, "none", AcceptExperimentalFeature()));
+    EXPECT_EQ(mesh.numberOfPoints(), 4u);
+    mesh.refine(scene.pZone, 30.0, 0.001, 20, true);
+    EXPECT_GT(mesh.numberOfPoints(), 4u);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Heights, and what stays
+
+TEST(Meshing, TakesHeightsFromTheSurface) {
+    // A plane stays one; a breakline stays where it is.
+    const Scene tilted = makeSquare(100, plane);
+    tilted.pMesh->refine(tilted.pZone, 25, 0.001, 5, true);
+    std::vector<Point2*> vVertices;
+    tilted.pMesh->getVertexPointers(vVertices);
+    for (const Point2* p : vVertices) EXPECT_NEAR(p->z(), plane(p->x(), p->y()), 1e-12 * 100);
+
+    const auto ridge = [](double x, double y) { return 50 - std::abs(x - 37 - 0.3 * y); };
+    const Scene roof = makeScene({makeRectangle(0, 0, 100, 100)}, {Segment2({37, 0, 0}, {67, 100, 0})}, ridge);
+    roof.pMesh->refine(roof.pZone, 25, 0.001, 4, true);
+    vVertices.clear();
+    roof.pMesh->getVertexPointers(vVertices);
+    EXPECT_GT(vVertices.size(), 500u);
+    for (const Point2* p : vVertices) EXPECT_NEAR(p->z(), ridge(p->x(), p->y()), 1e-11) << *p;
+}
+
+TEST(Meshing, TakesHeightsFromTheGuide) {
+    // A hill that the border does not know; the guide ends before the zone does.
+    Taro_2D guide;
+    for (double x = 0; x <= 60; x += 5) {
+        for (double y = 0; y <= 100; y += 5) {
+            const double hill = 5 * std::sin(M_PI * x / 100) * std::sin(M_PI * y / 100);
+            guide.insert(Point2(x, y, plane(x, y) + hill));
+        }
+    }
+    const Scene scene = makeSquare(100, plane);
+    MeshGenParams params(scene.pZone);
+    params.pHeightGuide = &guide;
+    params.maxEdgeLength = 8;
+    const StdoutCapture capture;
+    scene.pMesh->refineAdvanced(&params);
+    EXPECT_NE(capture.text().find("Dt2::refineMain2(), WARNING: No height value available"), std::string::npos);
+    std::vector<Point2*> vVertices;
+    scene.pMesh->getVertexPointers(vVertices);
+    size_t numGuided = 0;
+    for (Point2* p : vVertices) {
+        double z = 0;
+        const bool bBorder = scene.pMesh->isConstraint(p), bGuided = !bBorder && guide.getHeight(p->x(), p->y(), z);
+        if (bBorder) z = plane(p->x(), p->y());
+        EXPECT_TRUE(!(bBorder || bGuided) || std::abs(p->z() - z) < 1e-11);
+        EXPECT_GE(p->z(), plane(0, 100)) << "no sentinel";
+        numGuided += bGuided;
+    }
+    EXPECT_GT(numGuided, 50u);
+}
+
+TEST(Meshing, LeavesTheOutsideAlone) {
+    Random r(5);
+    PointVector vPoints;
+    for (int i = 0; i < 300; ++i) vPoints.emplace_back(uniform(r, 0, 100), uniform(r, 0, 100), 0);
+    for (const bool bSplit : {false, true}) {
+        const Scene scene = makeScene({makeRectangle(30, 30, 60, 60)}, {}, flat, vPoints);
+        Zone2* pOutside = scene.pMesh->createZone(scene.vGraphs[0], ZL_OUTSIDE);
+        const std::vector<Corners> vBefore = snapshot(pOutside);
+        MeshGenParams params(scene.pZone);
+        params.bAllowConstraintSplitting = bSplit;
+        params.maxEdgeLength = 3;
+        scene.pMesh->refineAdvanced(&params);
+        EXPECT_TRUE(isWellMeshed(*scene.pMesh, params));
+        const std::vector<Corners> vAfter = snapshot(pOutside);
+        EXPECT_TRUE(bSplit || vBefore == vAfter);
+        for (const Corners& corners : vAfter) {
+            bool bAtBorder = false;
+            for (size_t i = 0; i < 9; i += 3) {
+                const double x = corners[i], y = corners[i + 1];
+                bAtBorder = bAtBorder || (x >= 30 && x <= 60 && y >= 30 && y <= 60);
+            }
+            EXPECT_TRUE(bAtBorder || std::binary_search(vBefore.begin(), vBefore.end(), corners));
+        }
+    }
+}
+
+TEST(Meshing, DoesNotDependOnAddresses) {
+    const auto mesh = [](unsigned capacity) {
+        Random r(8);
+        Taro_2D dt(capacity);
+        const SegmentVector vInner = makeRandomSegments(40, 100, r);
+        ConstraintGraph2* pGraph =
+            dt.createConstraint(lift(makeSides(makeRectangle(0, 0, 100, 100)), steep), CIS_CONSTRAINED_DELAUNAY);
+        dt.createConstraint(lift(vInner, steep), CIS_CONSTRAINED_DELAUNAY);
+        dt.applyConstraintsAndZones();
+        dt.refine(dt.createZone(pGraph, ZL_INSIDE), 25, 0.001, 5, true);
+        return snapshot(dt);
+    };
+    const std::vector<Corners> vFirst = mesh(3);
+    EXPECT_GT(vFirst.size(), 1000u);
+    const std::vector<std::unique_ptr<double[]>> vHoles = [] {
+        std::vector<std::unique_ptr<double[]>> v;
+        for (size_t i = 1; i < 300; ++i) v.push_back(std::make_unique<double[]>(i * 37));
+        return v;
+    }();
+    EXPECT_EQ(mesh(100000), vFirst);
+    EXPECT_EQ(mesh(50), vFirst);
+}
+
+TEST(Meshing, KeepsEarlierVerticesIfAsked) {
+    const auto countLost = [](bool bKeep) {
+        Random r(9);
+        PointVector vPoints;
+        for (int i = 0; i < 100; ++i) vPoints.emplace_back(uniform(r, 20, 80), uniform(r, 20, 80), 0);
+        const Scene scene = makeScene({makeRectangle(0, 0, 100, 100)}, {}, flat, vPoints);
+        // Without splitting, vertices come near the border; later splits push them away.
+        MeshGenParams params(scene.pZone);
+        params.bAllowConstraintSplitting = false;
+        params.maxTriangleArea = 2;
+        scene.pMesh->refineAdvanced(&params);
+        std::vector<Point2*> vBefore, vAfter;
+        scene.pMesh->getVertexPointers(vBefore);
+        std::set<XY> sAfter;
+        params.bAllowConstraintSplitting = true;
+        params.bKeepExistingSteinerPoints = bKeep;
+        params.maxEdgeLength = 20;
+        std::vector<XY> vOld;
+        for (const Point2* p : vBefore) vOld.emplace_back(p->x(), p->y());
+        scene.pMesh->refineAdvanced(&params);
+        scene.pMesh->getVertexPointers(vAfter);
+        for (const Point2* p : vAfter) sAfter.emplace(p->x(), p->y());
+        return std::count_if(vOld.begin(), vOld.end(), [&](const XY& xy) { return sAfter.count(xy) == 0; });
+    };
+    EXPECT_EQ(countLost(true), 0);
+    EXPECT_GT(countLost(false), 0);
+}
+
+TEST(Meshing, ForgetsVerticesThatAreRemoved) {
+    Random r(11);
+    Dt2 dt(3);
+    InnerVtxMgr& manager = *dt.getInnerVtxManager();
+    std::vector<Point2*> vKnown;
+    Point2* pCenter = dt.insert(Point2(0, 0, 0));
+    for (int i = 0; i < 400; ++i) {
+        Point2* pVtx = dt.insert(Point2(uniform(r, -10, 10), uniform(r, -10, 10), 0));
+        if (i % 2 == 0) vKnown.push_back(pVtx);
+    }
+    for (Point2* pVtx : vKnown) manager.addVtx(pVtx);
+    dt.remove(vKnown.back());
+    vKnown.pop_back();
+    const auto isNear = [&](const Point2* p) { return p->x() * p->x() + p->y() * p->y() < 9.0; };
+    const auto numNear = static_cast<size_t>(std::count_if(vKnown.begin(), vKnown.end(), isNear));
+    const size_t numBefore = dt.numberOfPoints();
+    EXPECT_GT(numNear, 5u);
+    manager.removePreviouslyInsertedVertices(pCenter, 9.0, &dt);
+    EXPECT_EQ(dt.numberOfPoints(), numBefore - numNear);
+    manager.removePreviouslyInsertedVertices(pCenter, 9.0, &dt);
+    EXPECT_EQ(dt.numberOfPoints(), numBefore - numNear);
+    EXPECT_TRUE(dt.checkValidity(true, "removed"));
+}
+
+TEST(Meshing, CandidatesKnowTheirTriangle) {
+    Dt2 dt(3);
+    Point2 *a = dt.insert(Point2(0, 0, 0)), *b = dt.insert(Point2(4, 0, 0)), *c = dt.insert(Point2(0, 3, 0));
+    Triangle2* pT = dt.getAdjacentTriangle(a, b);
+    RefCand3 candidate(&dt, pT);
+    candidate.init();
+    candidate.computeMinMax();
+    EXPECT_NEAR(candidate.getMinAngle(), std::atan2(3, 4) * 180 / M_PI, 1e-6);
+    EXPECT_EQ(candidate.getSteiner(), Point2(2, 1.5, 0));
+    EXPECT_EQ(candidate.getRadius(), 2.5);
+    EXPECT_EQ(candidate.getMinSqSideLength2D(), 9);
+    EXPECT_EQ(candidate.getMaxSqSideLength25D(), 25);
+    EXPECT_NEAR(candidate.getQuality2D(), 2.5 / 3, 1e-12);
+    EXPECT_NEAR(candidate.getQuality25D(), 2.5 / 3, 1e-12);
+    // The centre lies on the longest side, which is a hull edge: that bars the way.
+    EXPECT_EQ(candidate.getContainingTriangle(), pT);
+    EXPECT_EQ(candidate.getSplitIndex(), pT->getIntraTriangleIndex(b, c));
+    EXPECT_FALSE(candidate.isConstraint(candidate.getSplitIndex()));
+    EXPECT_TRUE(candidate.isAlive());
+
+    // Across an edge that is no constraint the walk goes on.
+    dt.insert(Point2(5, 4, 0));
+    RefCand3 inner(&dt, dt.getAdjacentTriangle(a, b));
+    inner.init();
+    EXPECT_EQ(inner.getSplitIndex(), RefCand3::SPLIT_NONE);
+    RefCand3 other(&dt, dt.getAdjacentTriangle(a, b));
+    dt.insert(Point2(2, 1, 0));
+    EXPECT_FALSE(other.isAlive());
+    RefCand3 flatter(&dt, dt.getAdjacentTriangle(a, b));
+    EXPECT_TRUE(other > flatter);
+    const StdoutCapture capture;
+    flatter.debug();
+    EXPECT_NE(capture.text().find("[alive]"), std::string::npos);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The grid
+
+TEST(GridMeshing, CentresItsStripes) {
+    for (const double degrees : {0.0, 17.0, 45.0, 100.0}) {
+        const Scene scene = makeScene({makeRectangle(0, 0, 100, 37)});
+        const double angle = degrees * M_PI / 180;
+        MeshGenParams params(scene.pZone);
+        params.gridLength = 4;
+        const Vector2 along(std::cos(angle), std::sin(angle), 0), across(-along.y(), along.x(), 0);
+        std::vector<Segment2> vStripes;
+        GridMesher(&params).createStripes(along, vStripes);
+        std::vector<double> vOffsets;
+        for (const Segment2& stripe : vStripes) vOffsets.push_back(getVector2D(Point2(), stripe.getSrc()) * across);
+        double low = 1e300, high = -1e300;
+        for (const Point2& corner : makeRectangle(0, 0, 100, 37)) {
+            low = std::min(low, getVector2D(Point2(), corner) * across);
+            high = std::max(high, getVector2D(Point2(), corner) * across);
+        }
+        ASSERT_GT(vOffsets.size(), 5u);
+        EXPECT_TRUE(std::is_sorted(vOffsets.begin(), vOffsets.end()));
+        for (size_t i = 1; i < vOffsets.size(); ++i) EXPECT_NEAR(vOffsets[i] - vOffsets[i - 1], 4, 1e-9);
+        EXPECT_NEAR(vOffsets.front() - low, high - vOffsets.back(), 1e-9);
+        EXPECT_GE(vOffsets.front() - low, 2 - 1e-9);
+        EXPECT_LE(vOffsets.front() - low, 4 + 1e-9);
+        params.gridLength = 150;
+        GridMesher(&params).createStripes(along, vStripes);
+        EXPECT_EQ(vStripes.size(), vOffsets.size()) << "wider than the zone";
+    }
+}
+
+TEST(GridMeshing, SeedsZonesThatRefinementCompletes) {
+    for (const double degrees : {0.0, 17.0, 45.0, 90.0, 200.0}) {
+        for (const int mode : {0, 1, 2}) {
+            SCOPED_TRACE(degrees * 10 + mode);
+            Random r(21);
+            const Scene scene = makeScene({makeRectangle(0, 0, 100, 100), makeStar(12, 50, 50, 25, r)},
+                                          {Segment2({10, 5, 0}, {80, 15, 0})}, plane);
+            const double angle = degrees * M_PI / 180;
+            MeshGenParams params(scene.pZone);
+            params.gridLength = 3;
+            params.gridVector = Vector2(5 * std::cos(angle), 5 * std::sin(angle), 0);
+            params.maxEdgeLength = 5;
+            params.bAllowConstraintSplitting = mode != 1;
+            std::vector<ConstraintSegment2*> vSides;
+            scene.vGraphs[0]->getOriginalConstraintSegments(vSides);
+            if (mode == 2) params.addLockedConstraint(vSides[0]);
+            scene.pMesh->refineAdvanced(&params);
+            EXPECT_TRUE(isWellMeshed(*scene.pMesh, params));
+            EXPECT_NEAR(params.gridVector.length(), 1, 1e-12);
+            EXPECT_EQ(vSides[0]->isAlive(), mode != 0);
+            EXPECT_EQ(vSides[1]->isAlive(), mode == 1);
+            std::vector<Triangle2*> vTriangles;
+            scene.pZone->getTriangles(vTriangles);
+            const auto isRegular = [](const Triangle2* pT) {
+                std::array<double, 3> aLength;
+                for (int i = 0; i < 3; ++i) aLength[static_cast<size_t>(i)] = std::sqrt(pT->getSquaredEdgeLength2D(i));
+                std::sort(aLength.begin(), aLength.end());
+                return std::abs(aLength[0] - 3) < 1e-6 && std::abs(aLength[1] - 3) < 1e-6;
+            };
+            EXPECT_GT(2 * std::count_if(vTriangles.begin(), vTriangles.end(), isRegular), vTriangles.size());
+            std::vector<Point2*> vVertices;
+            scene.pMesh->getVertexPointers(vVertices);
+            for (const Point2* p : vVertices) EXPECT_NEAR(p->z(), plane(p->x(), p->y()), 1e-10);
+        }
+    }
+}
+
+TEST(GridMeshing, KeepsWhatWasThere) {
+    // The grid of spacing 20 in this square has its points at 20, 40, ...; one of them is taken, others are near vertices.
+    const PointVector vPoints{{40, 40, 0}, {41, 60, 0}, {62, 40, 0}, {40, 42, 0}};
+    const Scene scene = makeScene({makeRectangle(0, 0, 100, 100)}, {}, flat, vPoints);
+    MeshGenParams params(scene.pZone);
+    params.gridLength = 20;
+    GridMesher(&params).insertGridPoints(false);
+    Dt2* pDt2 = scene.pMesh->getImpl();
+    for (const Point2& p : vPoints) EXPECT_NE(pDt2->getVertexPointer(p), nullptr) << p;
+    EXPECT_EQ(pDt2->getVertexPointer(Point2(40, 60, 0)), nullptr);
+    EXPECT_EQ(pDt2->getVertexPointer(Point2(60, 40, 0)), nullptr);
+    EXPECT_NE(pDt2->getVertexPointer(Point2(80, 80, 0)), nullptr);
+    EXPECT_EQ(scene.pMesh->numberOfPoints(), 4 + 4 + 16 - 3u);
+
+    const Scene small = makeSquare(35);
+    MeshGenParams few(small.pZone);
+    few.gridLength = 20;
+    GridMesher(&few).insertGridPoints(false);
+    EXPECT_EQ(small.pMesh->numberOfPoints(), 4u) << "one grid point is too few";
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What is told
+
+TEST(Meshing, ReportsProgress) {
+    const Scene scene = makeSquare();
+    Listener listener;
+    scene.pMesh->subscribe(MT_PROGRESS, &listener);
+    scene.pMesh->refine(scene.pZone, 25, 0.001, 2, true);
+    EXPECT_EQ(listener.sMessages, std::set<std::string>{"Mesh refinement"});
+    EXPECT_GT(listener.vValues.size(), 10u);
+    EXPECT_TRUE(std::is_sorted(listener.vValues.begin(), listener.vValues.end()));
+    EXPECT_EQ(listener.vValues.back(), 1.0);
+    EXPECT_EQ(std::count(listener.vValues.begin(), listener.vValues.end(), 1.0), 1);
+}
+
+TEST(Meshing, ExplainsEachRefinementIfAsked) {
+    const std::filesystem::path folder(std::string(TARO25D_SCRATCH_DIR) + "/need");
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    std::string text;
+    {
+        const StdoutCapture capture;
+        const auto refine = [&](const std::vector<PointVector>& vPolygons,
+                                const std::function<void(MeshGenParams&)>& set) {
+            const Scene scene = makeScene(vPolygons, {Segment2({10, 10, 0}, {10.5, 10, 0})});
+            scene.pMesh->setDev(folder.string() + "/", 0, 0);
+            MeshGenParams params(scene.pZone);
+            params.minAngleDegree = 0;
+            params.debugCommand = 1;
+            set(params);
+            scene.pMesh->refineAdvanced(&params);
+            scene.pMesh->setDev("", 0, 0);
+        };
+        const std::vector<PointVector> vSquare{makeRectangle(0, 0, 100, 100)};
+        refine(vSquare, [](MeshGenParams& params) { params.maxEdgeLength = 80; });
+        refine(vSquare, [](MeshGenParams& params) { params.maxTriangleArea = 2000; });
+        refine(vSquare, [](MeshGenParams& params) { params.growthFactor = 5; });
+        refine(vSquare, [](MeshGenParams& params) { params.minAngleDegree = 10; });
+        text = capture.text();
+    }
+    const auto count = [&](const std::string& suffix) {
+        return std::count_if(std::filesystem::directory_iterator(folder), {}, [&](const auto& entry) {
+            const std::string name = entry.path().filename();
+            return name.rfind("need_", 0) == 0 && name.find(suffix) != std::string::npos;
+        });
+    };
+    EXPECT_NE(text.find("RefC: sidelength is "), std::string::npos);
+    EXPECT_NE(text.find(" > 80\n"), std::string::npos);
+    EXPECT_NE(text.find("RefC: area\n"), std::string::npos);
+    EXPECT_NE(text.find("RefC: minAngle, current="), std::string::npos);
+    for (const char* suffix : {"_sidelen.ps", "_area.ps", "_growth.ps", "_quality25.ps"})
+        EXPECT_GT(count(suffix), 0) << suffix;
+}
+
+TEST(Meshing, ChecksQualityAgainstTheLastLimits) {
+    const Scene scene = makeScene({makeRectangle(0, 0, 100, 1)});
+    const auto check = [&](double angle) {
+        const StdoutCapture capture;
+        const bool bGood = scene.pMesh->checkZoneQuality(scene.pZone, angle, "strip", AcceptExperimentalFeature());
+        return std::pair(bGood, capture.text());
+    };
+    EXPECT_FALSE(check(20).first);
+    EXPECT_NE(check(20).second.find("smallest angle: missed by 2"), std::string::npos) << check(20).second;
+    EXPECT_NE(check(20).second.find("2 WITHOUT A REASON"), std::string::npos);
+    EXPECT_TRUE(check(0.1).first);
+    MeshGenParams params(scene.pZone);
+    params.bAllowConstraintSplitting = false;
+    params.maxEdgeLength = 50;
+    scene.pMesh->refineAdvanced(&params);
+    const auto [bGood, text] = check(20);
+    EXPECT_TRUE(bGood) << text;
+    EXPECT_NE(text.find("longest edge: missed by 6\n    6 centre behind a segment, and none may be split"),
+              std::string::npos)
+        << text;
+}
