@@ -22,6 +22,8 @@ class CandidateQueue {
 
     /// Makes a candidate for a triangle, if it may miss a limit.
     void add(Triangle2* pT);
+    /// Whether a triangle may miss a limit because a neighbour has become smaller.
+    bool dependsOnNeighbours() const { return bGrowthLimit_; }
     bool empty() const { return vHeap_.empty(); }
     size_t size() const { return vHeap_.size(); }
     /// Takes the first candidate out. Its record is to be given back.

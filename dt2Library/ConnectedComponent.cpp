@@ -30,6 +30,39 @@ void appendBorderEdges(const std::vector<Triangle2*>& vTriangles, AddressSet& sI
     }
 }
 
+/// Moves triangles from a set to a part that grows from a first one and remains a disc: a triangle joins it along one edge
+/// if the part has not come to its far corner yet, or along two. Nothing is enclosed this way, and of a disc nothing is
+/// left over, since triangulated discs are extendably shellable (Danaraj, Klee 1978).
+template <class IsFreeT>
+std::vector<Triangle2*> growDisc(Triangle2* pFirst, const IsFreeT& isFree, AddressSet& sTaken) {
+    std::vector<Triangle2*> vDisc, vStack{pFirst};
+    AddressSet sCorners, sInDisc;
+    const auto isInDisc = [&](const Triangle2* pT) { return pT && sInDisc.contains(pT); };
+    const auto fits = [&](const Triangle2* pT) {
+        int numShared = 0, iShared = 0;
+        for (int i = 0; i < 3; ++i) {
+            if (!isInDisc(pT->getOppositeTriangle(i))) continue;
+            ++numShared;
+            iShared = i;
+        }
+        return vDisc.empty() || numShared == 2 || (numShared == 1 && !sCorners.contains(pT->getCorner(iShared)));
+    };
+    while (!vStack.empty()) {
+        Triangle2* pT = vStack.back();
+        vStack.pop_back();
+        if (sTaken.contains(pT) || !fits(pT)) continue;
+        sTaken.insert(pT);
+        sInDisc.insert(pT);
+        vDisc.push_back(pT);
+        for (int i = 0; i < 3; ++i) {
+            sCorners.insert(pT->getCorner(i));
+            Triangle2* pN = pT->getOppositeTriangle(i);
+            if (pN && isFree(pN)) vStack.push_back(pN);
+        }
+    }
+    return vDisc;
+}
+
 AddressSet toSet(const std::vector<Triangle2*>& vTriangles) {
     AddressSet sTriangles;
     for (const Triangle2* pT : vTriangles) sTriangles.insert(pT);
@@ -48,6 +81,18 @@ void ConnectedComponent::sortBorders() {
             ring.push_back(edge);
         }
         if (!ring.empty()) vRings_.push_back(std::move(ring));
+    }
+}
+
+void ConnectedComponent::splitIntoSimple(std::vector<ConnectedComponent>& vSimple) const {
+    AddressSet sInside = toSet(vTriangles_), sTaken;
+    const auto isFree = [&](const Triangle2* pT) { return sInside.contains(pT) && !sTaken.contains(pT); };
+    for (Triangle2* pFirst : vTriangles_) {
+        if (sTaken.contains(pFirst)) continue;
+        vSimple.emplace_back(growDisc(pFirst, isFree, sTaken));
+        std::vector<Edge2> vBorderEdges;
+        getBorderEdges(vSimple.back().vTriangles_, vBorderEdges);
+        vSimple.back().setUnsortedBorders(std::move(vBorderEdges));
     }
 }
 

@@ -30,6 +30,10 @@ class ConnectedComponent {
     /// The rings, in the order of their first edges, each beginning with it; empty before `sortBorders`.
     const std::vector<Ring>& getSortedBorders() const { return vRings_; }
 
+    /// Divides the component into parts whose borders are single simple polygons, and appends them with their borders. A
+    /// component that is so itself makes one part; holes, and vertices at which it touches itself, are cut open. Linear.
+    void splitIntoSimple(std::vector<ConnectedComponent>& vSimple) const;
+
   private:
     std::vector<Triangle2*> vTriangles_;
     std::vector<Edge2> vBorderEdges_;

@@ -17,10 +17,10 @@
 #include <iterator>
 
 #include "ConstraintMgr.h"
+#include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "GeomTest.h"
 #include "diagnostics.h"
-#include "taro25d/Segment2.h"
 #include "taro25d/Visualizer2.h"
 
 namespace LUMO_TARO25D {
@@ -111,7 +111,8 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegmen
     makeSelfOwner(vCSegs);
 }
 
-/// The last thing that a constructor does: a graph that could not be made must not be anybody's owner.
+/// The last thing that a constructor does: a graph that could not be made must not be anybody's owner. A segment that is
+/// dead without children has been refused by then, because it gives no directions to its pieces.
 void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs) {
     for (ConstraintSegment2* pCSeg : vCSegs) pCSeg->addOwnerRecursive(this);
 }
@@ -273,13 +274,7 @@ void ConstraintGraph2::getOriginalConstraintSegments(std::vector<ConstraintSegme
 }
 
 void ConstraintGraph2::getChildConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    for (ConstraintSegment2* pCSeg : vCSegParents_) {
-        if (pCSeg->isAlive()) {
-            vCSegs.push_back(pCSeg);
-        } else {
-            pCSeg->getChildrenRec(vCSegs);
-        }
-    }
+    for (ConstraintSegment2* pCSeg : vCSegParents_) appendAlivePieces(pCSeg, vCSegs);
 }
 
 void ConstraintGraph2::updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager) {
@@ -302,18 +297,18 @@ bool ConstraintGraph2::dbg_hasDirection(const ConstraintSegment2* pCSeg) const {
 // Drawing
 
 void ConstraintGraph2::show(const std::string& filename) const {
+    std::vector<ConstraintSegment2*> vPieces;
+    getChildConstraintSegments(vPieces);
     Visualizer2 visualizer(filename);
-    show(&visualizer, Color(CRED));
+    visualizer.addObject(vPieces, Color(CRED));
     visualizer.writeFile();
 }
 
 void ConstraintGraph2::show(Visualizer2* pVisualizer, const Color& color) const {
     if (!pVisualizer) return;
-    std::vector<ConstraintSegment2*> vCSegs;
-    getChildConstraintSegments(vCSegs);
-    for (const ConstraintSegment2* pCSeg : vCSegs) {
-        pVisualizer->addObject(Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()), color);
-    }
+    std::vector<ConstraintSegment2*> vPieces;
+    getChildConstraintSegments(vPieces);
+    pVisualizer->addObject(vPieces, color);
 }
 
 }  // namespace LUMO_TARO25D

@@ -18,6 +18,7 @@
 #include <iostream>
 #include <limits>
 
+#include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "Progress.h"
 #include "diagnostics.h"
@@ -41,13 +42,7 @@ std::pair<size_t, std::uint64_t> getBitmapPlace(const Point2* pVtx) {
 std::vector<ConstraintSegment2*> getAlivePieces(const std::vector<ConstraintSegment2*>& vCSegs) {
     std::vector<ConstraintSegment2*> vPieces;
     vPieces.reserve(vCSegs.size());
-    for (ConstraintSegment2* pCSeg : vCSegs) {
-        if (pCSeg->isAlive()) {
-            vPieces.push_back(pCSeg);
-        } else {
-            pCSeg->getChildrenRec(vPieces);
-        }
-    }
+    for (ConstraintSegment2* pCSeg : vCSegs) appendAlivePieces(pCSeg, vPieces);
     return vPieces;
 }
 
@@ -278,7 +273,10 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
 
 void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
     if (!pDt2_->is2D()) return;
-    if (!bEstablishing_) pDt2_->setCrossingQuota(getQuotaEach());
+    if (!bEstablishing_) {
+        pDt2_->setCrossingQuota(getQuotaEach());
+        pDt2_->setCloseCrossingQuota(vSegments_.size() + 100);
+    }
     std::vector<ConstraintSegment2*> vStack{pCSeg};
     while (!vStack.empty()) {
         pCSeg = vStack.back();
@@ -311,6 +309,8 @@ void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress*
     const bool bOutermost = !bEstablishing_;
     bEstablishing_ = true;
     const size_t quota = getQuotaEach(), numSegments = vCSegs.size();
+    // Where rounding makes segments cross again and again, the crossing moves on by the last bit each time.
+    if (bOutermost) pDt2_->setCloseCrossingQuota(vSegments_.size() + 100);
     std::vector<ConstraintSegment2*> vNext;
     for (int numPasses = 0; numPasses < MAX_PASSES && !vCSegs.empty(); ++numPasses) {
         if (bOutermost && numPasses == 1) pDt2_->setCrossingQuota(quota * numSegments);
@@ -324,8 +324,7 @@ void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress*
         vNext.clear();
     }
     if (bOutermost) bEstablishing_ = false;
-    if (vCSegs.empty()) return;
-    warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
+    if (!vCSegs.empty()) warnOfInaccuracy();
 }
 
 void ConstraintMgr::establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, const char* label) {

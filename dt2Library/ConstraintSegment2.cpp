@@ -12,6 +12,7 @@
 #include <limits>
 
 #include "ConstraintMgr.h"
+#include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "InnerVtxMgr.h"
 #include "diagnostics.h"
@@ -36,8 +37,6 @@ bool ConstraintSegment2::operator<(const ConstraintSegment2& other) const {
 // Owners and descendants
 
 void ConstraintSegment2::addOwnerRecursive(ConstraintGraph2* pGraph) {
-    sOwners_.insert(pGraph);
-    if (isAlive()) return;
     std::vector<ConstraintSegment2*> vStack{this};
     while (!vStack.empty()) {
         ConstraintSegment2* pCSeg = vStack.back();
@@ -92,7 +91,7 @@ Dt2* ConstraintSegment2::getTriangulation() const { return (*sOwners_.begin())->
 
 bool ConstraintSegment2::canBeSplitAt(Point2* pSplit) const {
     if (getTriangulation()->getConstraintManager()->canBeSplitAt(this, pSplit)) return true;
-    warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
+    warnOfInaccuracy();
     return false;
 }
 

@@ -44,7 +44,7 @@ class Zone2;
 ///
 /// Two phases. As long as all vertices are collinear they stand in the vault alone and there are no
 /// triangles. From the first vertex off the line on, every operation leaves a valid triangulation: corners
-/// counterclockwise, links mutual, every edge Delaunay (or, later, a constraint).
+/// counterclockwise, links mutual, every edge Delaunay or a constraint.
 class Dt2 {
   public:
     // ---- Dt2.cpp: life and insertion ------------------------------------------------------------------------------
@@ -198,11 +198,15 @@ class Dt2 {
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     ConstraintMgr* getConstraintManager() const { return pConstraintMgr_.get(); }
     InnerVtxMgr* getInnerVtxManager() const { return pInnerVtxMgr_.get(); }
+    /// The largest absolute coordinate of the zone that is being meshed or was meshed last; 0 before.
+    double getZoneMagnitude() const { return zoneMagnitude_; }
     /// The number of vertices, those of a running bulk insertion included; O(1).
     size_t getApproxNumPoints() const { return vertexVault_.getSize(); }
 
-    /// From now on at most so many crossings are made; what is left then is given up with a warning.
+    /// From now on at most so many crossings are made; what is left then is given up with a warning. Those that fall
+    /// next to an end of a segment, in the last bits, have a quota of their own.
     void setCrossingQuota(size_t quota) { crossingQuota_ = quota; }
+    void setCloseCrossingQuota(size_t quota) { closeCrossingQuota_ = quota; }
     /// Appends the triangles whose interior the segment from p to q crosses, in order from p. Both are vertices.
     void getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const;
     /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh, splitting it and what it crosses.
@@ -269,8 +273,8 @@ class Dt2 {
 
     // ---- Dt2_check.cpp: consistency and statistics ----------------------------------------------------------------
 
-    /// Checks corners, links, incident triangles and the hull, and with the flag that every edge is Delaunay.
-    /// Reports and draws what is wrong.
+    /// Checks corners, links, incident triangles and the hull; where these are sound, that alive constraint segments are
+    /// edges, and with the flag that all other edges are Delaunay. Reports and draws what is wrong.
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     void statistics(const std::string& name) const;
 
@@ -359,6 +363,7 @@ class Dt2 {
     Orientation2 crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
     /// Takes away one obstacle, or all that is left; false if that is beyond the quota.
     bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
+    bool isQuotaUsedUp() const { return crossingQuota_ == 0 || closeCrossingQuota_ == 0; }
     void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
     /// Makes the segment an edge, unless there is an obstacle: a vertex, which is returned, or a crossing.
     Point2* newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS);
@@ -456,10 +461,11 @@ class Dt2 {
     std::unique_ptr<ConstraintMgr> pConstraintMgr_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
     std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;
-    std::unique_ptr<CandidateQueue> pmmAng2RC_;  // only while a refinement runs
+    std::unique_ptr<CandidateQueue> pmmAng2RC_;   // only while a refinement runs
     std::unique_ptr<MeshGenParams> pLastParams_;  // a copy of what the last refinement was asked for
+    double zoneMagnitude_ = 0.0;
     bool bHasConstraints_ = false;
-    size_t crossingQuota_ = 0;
+    size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
     bool bFlipsSuppressed_ = false;  // while triangles are cut or imported as they are
     int numCPU_ = 1;
     std::string name_;

@@ -23,6 +23,7 @@
 #include <limits>
 
 #include "ConstraintMgr.h"
+#include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "InnerVtxMgr.h"
 #include "diagnostics.h"
@@ -34,17 +35,18 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Appends the segment, or its leaves if it is dead.
-void pushAliveLeaves(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
-    if (pCSeg->isAlive()) {
-        vStack.push_back(pCSeg);
-    } else {
-        pCSeg->getChildrenRec(vStack);
-    }
-}
-
 bool isEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
     return point == *pCSeg->getSrc() || point == *pCSeg->getTrg();
+}
+
+/// Whether a point is only a few units in the last place away from an end of a segment.
+bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
+    constexpr double FEW_ULP = 8.0 * std::numeric_limits<double>::epsilon();
+    const auto isNext = [](double a, double b) { return std::abs(a - b) <= FEW_ULP * std::abs(b); };
+    const auto isNextTo = [&](const Point2* pEnd) {
+        return isNext(pEnd->x(), point.x()) && isNext(pEnd->y(), point.y());
+    };
+    return isNextTo(pCSeg->getSrc()) || isNextTo(pCSeg->getTrg());
 }
 
 /// Whether q is strictly between a and b, all three being exactly collinear: then the order of points is that on the line.
@@ -193,7 +195,7 @@ void Dt2::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
             warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint (2), return");
             return;
         } else if (!newCDT_insertOrSplit(pCSeg, vStack)) {
-            warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
+            warnOfInaccuracy();
             return;
         }
     }
@@ -212,7 +214,7 @@ bool Dt2::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<Constraint
     }
     if (vPairIspCS.empty()) return true;
     TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
-    if (crossingQuota_ == 0) return false;
+    if (isQuotaUsedUp()) return false;
     splitBothAt(vPairIspCS[0], pCSeg, vStack);
     return true;
 }
@@ -220,6 +222,7 @@ bool Dt2::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<Constraint
 void Dt2::splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
     const auto& [splitPoint, pCrossingCSeg] = crossing;
     --crossingQuota_;
+    closeCrossingQuota_ -= isNextToEnd(pCSeg, splitPoint) || isNextToEnd(pCrossingCSeg, splitPoint);
     TARO_ASSERT_TEXT(splitPoint != *pCrossingCSeg->getSrc() && splitPoint != *pCrossingCSeg->getTrg(),
                      "splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg()");
     const bool bSplitBoth = !isEnd(pCSeg, splitPoint);
@@ -235,11 +238,11 @@ void Dt2::splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::
         return bSplit;
     };
     const bool bCrossingSplit = splitAt(pCrossingCSeg);
-    pushAliveLeaves(pCrossingCSeg, vStack);
+    appendAlivePieces(pCrossingCSeg, vStack);
     if (!bCrossingSplit && bSplitBoth) pCSeg->unkill();
     if (!bCrossingSplit || (bSplitBoth && !splitAt(pCSeg))) return;
     TARO_ASSERT_TEXT(bSplitBoth || pCSeg->isAlive(), "pCSeg->isAlive()");
-    pushAliveLeaves(pCSeg, vStack);
+    appendAlivePieces(pCSeg, vStack);
 }
 
 Point2* Dt2::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) {
@@ -432,14 +435,15 @@ bool Dt2::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle
     if (geomTest_.getOrientation2(pE0, pE1, &middle) == ORIENTATION2_COLLINEAR) return false;
     std::vector<Crossing> vPairIspCS;
     if (Point2* pExistingVertex = getCrossing(pT, i, pCSeg, vPairIspCS)) {
+        pInnerVtxMgr_->eraseVtx(pExistingVertex);
         return pCSeg->split_combinatorialOnly(pExistingVertex);
     }
-    if (crossingQuota_ == 0) return false;
+    if (isQuotaUsedUp()) return false;
     std::vector<ConstraintSegment2*> vPieces;
     splitBothAt(vPairIspCS[0], pCSeg, vPieces);
     // The pieces of this segment wait for their turn; what was established before is so again at once.
     vPieces.clear();
-    pushAliveLeaves(vPairIspCS[0].second, vPieces);
+    appendAlivePieces(vPairIspCS[0].second, vPieces);
     pConstraintMgr_->establish(vPieces);
     bGoOn = pCSeg->isAlive() && !vPairIspCS[0].second->isAlive();  // an end was on the other one, which has given way
     return true;

@@ -10,7 +10,7 @@
 // of vertices changes is not: therefore a pass over the whole zone follows, until nothing has been done in one, or 50 are
 // over.
 //
-// It ends: a circumcircle of 16 units in the last place is too small, a segment must have a point between its ends that the
+// It ends: a circumcircle of 16 units in the last place of the zone's coordinates is too small, a segment must have a point between its ends that the
 // numbers can express, and a candidate that meets all limits, or has no usable Steiner point, is dropped.
 //
 // A vertex costs O(log n) for the queue and expected constant time for everything else: the height comes from the triangle
@@ -98,6 +98,16 @@ class RefinementProgress {
     double passBegin_ = 0.0, lastReported_ = 0.0;
 };
 
+double getMagnitude(const std::vector<Triangle2*>& vTriangles) {
+    double magnitude = 0.0;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            magnitude = std::max({magnitude, std::abs(pT->getCorner(i)->x()), std::abs(pT->getCorner(i)->y())});
+        }
+    }
+    return magnitude;
+}
+
 bool isUsableLimit(double limit) { return limit > 0.0; }
 
 /// The locks of segments that have been split hold for their pieces.
@@ -126,34 +136,6 @@ std::unique_ptr<MeshGenParams> copyLimits(const MeshGenParams& params) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Quality
-
-/// The triangles that miss one limit, by the reasons to leave them as they are.
-class LimitReport {
-  public:
-    LimitReport(const char* limit, bool bForAngle) : limit_(limit), bForAngle_(bForAngle) {}
-
-    void miss(RefCand3& candidate, MeshGenParams* pParams) {
-        const char* excuse = candidate.getExcuse(pParams, bForAngle_);
-        ++mExcuses_[excuse ? excuse : UNEXPLAINED];
-        ++numMissing_;
-    }
-    void print() const {
-        std::cout << "  " << limit_ << ": missed by " << numMissing_ << "\n";
-        for (const auto& [excuse, count] : mExcuses_) std::cout << "    " << count << " " << excuse << "\n";
-    }
-    bool isExplained() const { return mExcuses_.count(UNEXPLAINED) == 0; }
-
-  private:
-    static constexpr const char* UNEXPLAINED = "WITHOUT A REASON";
-
-    const char* limit_;
-    bool bForAngle_;
-    size_t numMissing_ = 0;
-    std::map<std::string, size_t> mExcuses_;
-};
-
-// ---------------------------------------------------------------------------------------------------------------------
 // Where to split a segment
 
 /// Whether both ends of edge i are seen from a place beside it: it lies inside one of its two triangles, or between the
@@ -168,6 +150,10 @@ bool isVisible(GeomTest& geomTest, const Triangle2* pT, int i, const Point2& pla
     };
     const Triangle2* pN = pT->getOppositeTriangle(i);
     return isInside(pT, i) || (pN && isInside(pN, indexOfNeighbour(pN, pT)));
+}
+
+bool isCorner(const Triangle2* pT, const Point2& point) {
+    return point == *pT->getCorner(0) || point == *pT->getCorner(1) || point == *pT->getCorner(2);
 }
 
 /// Finds a point in the middle of an edge that the numbers can express: exactly on it, or else so near that nothing is in
@@ -206,15 +192,52 @@ bool findSplitPoint(GeomTest& geomTest, Triangle2* pT, int edgeIndex, Point2& sp
         warning("Dt2::tryRefine()", "no appropriate splitPoint in double precision arithmetic for a triangle");
         return false;
     }
-    if (splitPoint != *pT->getCorner(incIndexBy1(edgeIndex)) && splitPoint != *pT->getCorner(incIndexBy2(edgeIndex))) {
-        return true;
-    }
+    if (!isCorner(pT, splitPoint)) return true;
     warning("Dt2::tryRefine()", "Double precision arithmetic does not allow to split a segment further, giving up");
     for (int i = 0; i < 3; ++i) {
         std::cout << "EdgeLen2D(" << i << "): " << std::sqrt(pT->getSquaredEdgeLength2D(i)) << "\n";
     }
     return false;
 }
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Quality
+
+/// Whether the segment in the way to a Steiner point, if there is one, has a point to split it at.
+bool canBeSplit(const RefCand3& candidate, GeomTest& geomTest) {
+    Triangle2* pT = nullptr;
+    int index = -1;
+    candidate.getContainingTriangleAndIndex(pT, index);
+    Point2 splitPoint;
+    return index < 0 || (computeCenterWithoutConflict(&geomTest, pT, index, splitPoint) && !isCorner(pT, splitPoint));
+}
+
+/// The triangles that miss one limit, by the reasons to leave them as they are.
+class LimitReport {
+  public:
+    LimitReport(const char* limit, bool bForAngle) : limit_(limit), bForAngle_(bForAngle) {}
+
+    void miss(RefCand3& candidate, MeshGenParams* pParams, GeomTest& geomTest) {
+        const char* excuse = candidate.getExcuse(pParams, bForAngle_);
+        if (!excuse && !canBeSplit(candidate, geomTest))
+            excuse = "centre behind a segment that the numbers cannot split";
+        ++mExcuses_[excuse ? excuse : UNEXPLAINED];
+        ++numMissing_;
+    }
+    void print() const {
+        std::cout << "  " << limit_ << ": missed by " << numMissing_ << "\n";
+        for (const auto& [excuse, count] : mExcuses_) std::cout << "    " << count << " " << excuse << "\n";
+    }
+    bool isExplained() const { return mExcuses_.count(UNEXPLAINED) == 0; }
+
+  private:
+    static constexpr const char* UNEXPLAINED = "WITHOUT A REASON";
+
+    const char* limit_;
+    bool bForAngle_;
+    size_t numMissing_ = 0;
+    std::map<std::string, size_t> mExcuses_;
+};
 
 }  // namespace
 
@@ -270,6 +293,9 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
         preMeshing(pParams);
     }
     pLastParams_ = copyLimits(*pParams);
+    std::vector<Triangle2*> vTriangles;
+    pParams->pZone->getTriangles(vTriangles);
+    zoneMagnitude_ = getMagnitude(vTriangles);
 
     TARO_ASSERT_TEXT(pmmAng2RC_ == nullptr, "pmmAng2RC==__null");
     pmmAng2RC_ = std::make_unique<CandidateQueue>(this, pParams);
@@ -408,8 +434,12 @@ void Dt2::insertVertexForRefinement(Point2*& pVertex, Triangle2* pContainingTria
     Triangle2* const pFirst = pVertex->getIncidentTriangle();
     Triangle2* pT = pFirst;
     do {
+        const int i = indexOfVertex(pT, pVertex);
         addRefCand3(pT);
-        pT = pT->getOppositeTriangle(incIndexBy1(indexOfVertex(pT, pVertex)));
+        if (pmmAng2RC_ && pmmAng2RC_->dependsOnNeighbours() && !isConstraint(pT, i)) {
+            addRefCand3(pT->getOppositeTriangle(i));
+        }
+        pT = pT->getOppositeTriangle(incIndexBy1(i));
     } while (pT != pFirst);
 }
 
@@ -428,18 +458,19 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
         growth("growth", false);
     std::vector<Triangle2*> vTriangles;
     pZone->getTriangles(vTriangles);
+    zoneMagnitude_ = getMagnitude(vTriangles);
     double smallestAngle = 180.0;
     for (Triangle2* pT : vTriangles) {
         RefCand3 candidate(this, pT);
         candidate.init();
         candidate.computeMinMax();
         smallestAngle = std::min(smallestAngle, candidate.getMinAngle());
-        if (candidate.getMinAngle() < minAngleDegree) angle.miss(candidate, pParams);
-        if (candidate.isTooLong(pParams)) length.miss(candidate, pParams);
-        if (candidate.isTooLarge(pParams)) area.miss(candidate, pParams);
+        if (candidate.getMinAngle() < minAngleDegree) angle.miss(candidate, pParams, geomTest_);
+        if (candidate.isTooLong(pParams)) length.miss(candidate, pParams, geomTest_);
+        if (candidate.isTooLarge(pParams)) area.miss(candidate, pParams, geomTest_);
         const bool bGrown = pParams->growthFactor != std::numeric_limits<double>::max() &&
                             candidate.needRefinementDueToGrowth(pParams->growthFactor, pParams->growthMinArea);
-        if (bGrown) growth.miss(candidate, pParams);
+        if (bGrown) growth.miss(candidate, pParams, geomTest_);
     }
     std::cout << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
               << " degrees\n";

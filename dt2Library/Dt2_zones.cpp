@@ -7,6 +7,7 @@
 #include "Dt2.h"
 #include "diagnostics.h"
 #include "spread.h"
+#include "taro25d/MeshGenParams.h"
 #include "taro25d/Zone2.h"
 #include "tools.h"
 
@@ -30,6 +31,9 @@ Zone2* refuseLocation(bool bVerbose, const std::string& accepted) {
 bool isWithoutGraph(ZoneLocation zoneLoc) {
     return zoneLoc == ZL_GLOBAL || (zoneLoc >= ZL_RESULT_UNION && zoneLoc <= ZL_RESULT_SYMMETRIC_DIFFERENCE);
 }
+
+/// False also for the record of a triangle that is gone.
+bool hasTriangle(const Edge2& edge) { return edge.getTriangle() && edge.getTriangle()->getCorner(0); }
 
 /// Whether the barycentre, rounded as it is, lies strictly inside the triangle.
 bool holdsBarycenter(const Triangle2* pT, GeomTest& geomTest) {
@@ -113,6 +117,9 @@ Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, b
     if (!canHaveZones(bVerbose)) return nullptr;
     if (zoneLoc != ZL_BOUNDED) return refuseLocation(bVerbose, "ZL_BOUNDED");
     if (vEdges.empty()) return refuse(bVerbose, "There are no edges, returning NULL");
+    if (!std::all_of(vEdges.begin(), vEdges.end(), hasTriangle)) {
+        return refuse(bVerbose, "An edge has no triangle, returning NULL");
+    }
     ConstraintGraph2* pGraph = pConstraintMgr_->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
     return registerZone(std::make_unique<Zone2>(this, zoneLoc, std::vector<ConstraintGraph2*>{pGraph}));
 }
@@ -174,6 +181,7 @@ bool Dt2::deleteZone(Zone2* pZone) {
         warning("Dt2::deleteZone(..)", "the zone is an operand of another zone");
         return false;
     }
+    if (pLastParams_ && pLastParams_->pZone == pZone) pLastParams_.reset();
     mZones_.erase(it);
     return true;
 }

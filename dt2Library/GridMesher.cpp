@@ -113,7 +113,7 @@ void GridMesher::createStripes(const Vector2& direction, std::vector<Segment2>& 
     const Vector2 across(-direction.y(), direction.x(), 0.0);
     const double usedTargetLength = gridLength_;
     std::tie(first_, last_) = getExtremes(vConstraintPoints, across);
-    double distance = getPointLineDistance2D(last_, first_, first_ + direction * gridLength_);
+    double distance = getVector2D(first_, last_) * across;
     if (distance < usedTargetLength) return;
     if (!(distance / usedTargetLength < MAX_STRIPES)) {
         error("GridMesher::createStripes()", "gridLength is too small for the zone, no grid");

@@ -14,7 +14,7 @@ namespace LUMO_TARO25D {
 /// of a node, so that only its highest is stored: at the place where its second half begins, which is so for one node
 /// only. A node that a query enters has a triangle that is wanted, unless some of its triangles begin above the
 /// height: there is one such node on each floor. Hence O(k log n) for k triangles found (the interval tree of Cormen,
-/// Leiserson, Rivest and Stein 1990), and much less where they stand together in the list.
+/// Leiserson and Rivest 1990), and much less where they stand together in the list.
 class HeightTree {
   public:
     /// Without triangles that are null, or have a corner that is null or not finite.

@@ -205,8 +205,10 @@ bool RefCand3::highPriorityReject(MeshGenParams* pParams) { return illegalSplit(
 
 bool RefCand3::isTooSmall() const {
     constexpr double MIN_ULPS = 16.0;
-    const double maxCoord = std::max(std::abs(steiner_.x()), std::abs(steiner_.y()));
-    return !(radius_ >= MIN_ULPS * std::numeric_limits<double>::epsilon() * maxCoord);
+    // Around the origin numbers would resolve what is no detail of any ground: the zone sets the measure there.
+    const double maxCoord = std::max({std::abs(steiner_.x()), std::abs(steiner_.y()), pDt2_->getZoneMagnitude()});
+    return !(std::isfinite(radius_) && radius_ > 0.0 &&
+             radius_ >= MIN_ULPS * std::numeric_limits<double>::epsilon() * maxCoord);
 }
 
 bool RefCand3::illegalSplit(MeshGenParams* pParams) { return getObstacle(pParams) != nullptr; }
@@ -223,9 +225,7 @@ const char* RefCand3::getObstacle(MeshGenParams* pParams) const {
     if (pLocked && pLocked->count(getAliveConstraintSegment(splitIndex_)) > 0) return "centre behind a locked segment";
     const double sqLength = getSqLength25D(*pContainingT_->getCorner(incIndexBy1(splitIndex_)),
                                            *pContainingT_->getCorner(incIndexBy2(splitIndex_)));
-    const double minLength = 2.0 * pParams->minEdgeLength;
-    const bool bTooShort = minLength > 0.0 && minLength * minLength > sqLength;
-    return bTooShort ? "centre behind a segment too short to split" : nullptr;
+    return 2.0 * pParams->minEdgeLength > std::sqrt(sqLength) ? "centre behind a segment too short to split" : nullptr;
 }
 
 const char* RefCand3::getExcuse(MeshGenParams* pParams, bool bForAngle) {

@@ -91,6 +91,7 @@ class RefCand3 {
 
   private:
     double getMinAngle2D() const;
+    /// Whether the circumcircle is too small, or too large, for the numbers.
     bool isTooSmall() const;
     const char* getObstacle(MeshGenParams* pParams) const;
     int judgeArrival(Triangle2* pT, const Point2* p) const;

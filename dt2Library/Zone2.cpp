@@ -13,6 +13,8 @@
 #include <iostream>
 #include <iterator>
 #include <limits>
+#include <map>
+#include <set>
 #include <sstream>
 
 #include "ConnectedComponent.h"
@@ -31,16 +33,9 @@ namespace {
 
 using TriangleVector = std::vector<Triangle2*>;
 
-/// The alive pieces of a graph as pairs of vertices, each in the direction of the graph.
+/// The alive pieces of a graph as pairs of vertices, each in the direction of the graph. Also those of a polygon are taken
+/// one by one: where constraints have been bent to near vertices, it may run back over itself and be no chain any more.
 void getDirectedPieces(const ConstraintGraph2& graph, std::vector<std::pair<Point2*, Point2*>>& vPieces) {
-    if (graph.isPolygon()) {
-        std::vector<Point2*> vCorners;
-        graph.getPolygonVertices(vCorners);
-        for (size_t i = 0; i < vCorners.size(); ++i) {
-            vPieces.emplace_back(vCorners[i], vCorners[(i + 1) % vCorners.size()]);
-        }
-        return;
-    }
     std::vector<ConstraintSegment2*> vCSegs;
     graph.getChildConstraintSegments(vCSegs);
     for (ConstraintSegment2* pCSeg : vCSegs) {
@@ -181,24 +176,59 @@ void Zone2::bfsFromWorkspace(std::vector<Triangle2*>& vTriangles) const {
     pDt2_->spreadBetween(vGraphs_, vSeedTriangles, vTriangles);
 }
 
+/// Every list is made once, however many results share it, and goes with its last use: of a long chain of results only
+/// a few are there at a time.
 void Zone2::getTriangles_RESULT(std::vector<Triangle2*>& vTriangles) const {
-    SortedLists mLists;
-    const TriangleVector& vSorted = getSorted(mLists);
-    vTriangles.insert(vTriangles.end(), vSorted.begin(), vSorted.end());
+    struct Sorted {
+        TriangleVector vTriangles;
+        size_t numUses = 0;
+    };
+    const std::vector<const Zone2*> vZones = getOperandsFirst();
+    std::map<const Zone2*, Sorted> mSorted;
+    for (const Zone2* pZone : vZones) {
+        if (!pZone->pFirst_) continue;
+        ++mSorted[pZone->pFirst_].numUses;
+        ++mSorted[pZone->pSecond_].numUses;
+    }
+    for (const Zone2* pZone : vZones) {
+        if (!pZone->pFirst_) {
+            mSorted[pZone].vTriangles = pZone->getSorted();
+            continue;
+        }
+        Sorted &first = mSorted[pZone->pFirst_], &second = mSorted[pZone->pSecond_];
+        mSorted[pZone].vTriangles = merge(pZone->zoneLoc_, first.vTriangles, second.vTriangles);
+        for (Sorted* pUsed : {&first, &second}) {
+            if (--pUsed->numUses == 0) pUsed->vTriangles = {};
+        }
+    }
+    const TriangleVector& vResult = mSorted[this].vTriangles;
+    vTriangles.insert(vTriangles.end(), vResult.begin(), vResult.end());
 }
 
-/// The triangles in the order of their addresses. A zone that several results refer to is evaluated once.
-const std::vector<Triangle2*>& Zone2::getSorted(SortedLists& mLists) const {
-    const auto it = mLists.find(this);
-    if (it != mLists.end()) return it->second;
-    TriangleVector vSorted;
-    if (pFirst_) {
-        vSorted = merge(zoneLoc_, pFirst_->getSorted(mLists), pSecond_->getSorted(mLists));
-    } else if (zoneLoc_ < ZL_RESULT_UNION || zoneLoc_ > ZL_RESULT_SYMMETRIC_DIFFERENCE) {
-        getTriangles(vSorted);
-        std::sort(vSorted.begin(), vSorted.end(), std::less<Triangle2*>());
+/// The zones that this one is made of, and itself at last, each once and after its operands.
+std::vector<const Zone2*> Zone2::getOperandsFirst() const {
+    std::vector<const Zone2*> vZones, vStack{this};
+    std::set<const Zone2*> sEntered, sDone;
+    while (!vStack.empty()) {
+        const Zone2* pZone = vStack.back();
+        if (pZone->pFirst_ && sEntered.insert(pZone).second) {
+            vStack.push_back(pZone->pSecond_);
+            vStack.push_back(pZone->pFirst_);
+            continue;
+        }
+        vStack.pop_back();
+        if (sDone.insert(pZone).second) vZones.push_back(pZone);
     }
-    return mLists[this] = std::move(vSorted);
+    return vZones;
+}
+
+/// The triangles of a zone with a rule of its own, in the order of their addresses.
+std::vector<Triangle2*> Zone2::getSorted() const {
+    TriangleVector vSorted;
+    if (zoneLoc_ >= ZL_RESULT_UNION && zoneLoc_ <= ZL_RESULT_SYMMETRIC_DIFFERENCE) return vSorted;  // without operands
+    getTriangles(vSorted);
+    std::sort(vSorted.begin(), vSorted.end(), std::less<Triangle2*>());
+    return vSorted;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

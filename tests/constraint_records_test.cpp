@@ -5,7 +5,6 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <set>
 #include <sstream>
 #include <string>
@@ -52,6 +51,18 @@ Segments chainOf(const PointVector& vPoints, bool bClosed = false) {
     if (bClosed) vSegments.emplace_back(vPoints.back(), vPoints.front());
     return vSegments;
 }
+
+struct Listener : MsgBase {
+    void update(MsgType, const std::string& message, double value) override {
+        vMessages.push_back(message);
+        vValues.push_back(value);
+        if (pMesh) numPoints = pMesh->numberOfPoints();
+    }
+    std::vector<std::string> vMessages;
+    std::vector<double> vValues;
+    const Taro_2D* pMesh = nullptr;
+    size_t numPoints = 0;
+};
 
 unsigned labelOf(const ConstraintSegment2& segment) {
     std::ostringstream stream;
@@ -226,12 +237,15 @@ TEST_F(LineMesh, aSplitWhoseChildWouldBeAnAncestorIsRefused) {
     segment(0, 9)->split_combinatorialOnly(at(5));
     segment(0, 5)->split_combinatorialOnly(at(3));
     const size_t numPoints = mesh.numberOfPoints();
+    Listener listener;
+    mesh.subscribe(MT_WARNING, &listener);
     for (const int beyond : {5, 9}) {
         const StdoutCapture capture;
         EXPECT_FALSE(segment(0, 3)->split_combinatorialOnly(at(beyond)));
         EXPECT_EQ(segment(0, 3)->insertAndSplit(*at(beyond)), nullptr);
         EXPECT_TRUE(contains(capture.text(), "ConstraintMgr::apply(), WARNING: insufficient numeric accuracy, "));
     }
+    EXPECT_EQ(listener.vMessages.size(), 4u);
     EXPECT_TRUE(segment(0, 3)->isAlive());
     EXPECT_EQ(mesh.numberOfPoints(), numPoints);
     EXPECT_TRUE(segment(0, 3)->split_combinatorialOnly(at(1)));
@@ -514,6 +528,29 @@ TEST(ConstraintGraph, refusesWhatTheManagerNeverMakes) {
         "p0<p1"));
 }
 
+TEST_F(LineMesh, aGraphThatCannotBeMadeOwnsNothing) {
+    ConstraintGraph2* pGraph = create(2, 3);
+    create(3, 4);
+    // A polygon, and segments of which another one comes first.
+    const std::vector<Segments> vLists{chainOf({*at(2), *at(3), Point2(2, -1, 0)}, true),
+                                       chainOf({*at(4), *at(3), *at(2)})};
+    for (const Segments& vSegments : vLists) mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);
+    const size_t numOwners = segment(3, 4)->getNumberOfOwners();
+    segment(2, 3)->kill();
+    for (const Segments& vSegments : vLists) {
+        for (const bool bOriented : {false, true}) {
+            const auto createAgain = [&] { mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY, bOriented); };
+            EXPECT_TRUE(contains(textOfFailure(createAgain), "Condition [ pKid0!=__null && pKid1!=__null failed ]"));
+        }
+    }
+    EXPECT_FALSE(contains(textOfFailure([&] { pGraph->show("never.ps"); }), "Writing"));
+    EXPECT_EQ(segment(3, 4)->getNumberOfOwners(), numOwners);
+    segment(2, 3)->unkill();
+    EXPECT_EQ(segment(2, 3)->getNumberOfOwners(), 3u);
+    EXPECT_NE(segment(2, 3)->insertAndSplit(Point2(2.5, 0.25, 0)), nullptr);
+    expectEstablished(mesh);
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // The manager
 
@@ -550,6 +587,8 @@ TEST(ConstraintMgr, makesOneSegmentForEachPairAndKeepsItsFirstStrategy) {
     EXPECT_TRUE(
         mesh.getImpl()->createConstraint({&vEdges[2], &vEdges[1], &vEdges[0]}, CIS_CONSTRAINED_DELAUNAY)->isPolygon());
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(mesh.isConstraint(pT, i));
+    EXPECT_FALSE(mesh.isConstraint(nullptr, 0) || mesh.isConstraint(pT, -1) || mesh.isConstraint(pT, 3));
+    EXPECT_FALSE(pFirst->isConstraint(nullptr));
 }
 
 TEST(ConstraintMgr, answersTheSameWithAndWithoutTheBitmap) {
@@ -588,21 +627,31 @@ TEST(ConstraintMgr, answersTheSameWithAndWithoutTheBitmap) {
 }
 
 TEST(ConstraintMgr, segmentsWaitForTheSecondDimensionAndTellTheirProgress) {
-    struct Listener : MsgBase {
-        void update(MsgType, const std::string& message, double value) override { mLast[message] = value; }
-        std::map<std::string, double> mLast;
-    };
-    Listener listener;
     Taro_2D mesh;
+    Listener listener;
+    listener.pMesh = &mesh;
     mesh.subscribe(MT_PROGRESS, &listener);
     ConstraintGraph2* pGraph = mesh.createConstraint({Segment2({0, 0, 0}, {8, 0, 0})}, CIS_CONSTRAINED_DELAUNAY, true);
-    EXPECT_EQ(listener.mLast.count("establish constraints"), 0u);
+    EXPECT_EQ(std::count(listener.vMessages.begin(), listener.vMessages.end(), "establish constraints"), 0);
     mesh.insert({{3, 0, 0}, {4, 5, 0}, {4, -5, 0}});
     mesh.applyConstraintsAndZones();
-    EXPECT_EQ(listener.mLast.at("apply"), 1.0);
+    EXPECT_EQ(listener.vMessages.back(), "apply");
+    EXPECT_EQ(listener.vValues.back(), 1.0);
     EXPECT_EQ(verticesOfChain(*pGraph).size(), 3u);
-    mesh.createConstraint({Segment2({4, 5, 0}, {4, -5, 0})}, CIS_CONSTRAINED_DELAUNAY);
-    EXPECT_EQ(listener.mLast.at("establish constraints"), 1.0);
+    // Crossings are no steps: the last step comes when all of them have been made.
+    Segments vSegments;
+    for (int i = 1; i <= 20; ++i) {
+        vSegments.emplace_back(Point2(i, 30, 0), Point2(i, 60, 0));
+        vSegments.emplace_back(Point2(0, 30 + i, 0), Point2(30, 30 + i, 0));
+    }
+    mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);
+    ASSERT_GE(listener.vValues.size(), vSegments.size());
+    for (size_t i = 1; i <= vSegments.size(); ++i) {
+        const size_t place = listener.vValues.size() - vSegments.size() + i - 1;
+        EXPECT_EQ(listener.vMessages[place], "establish constraints");
+        EXPECT_EQ(listener.vValues[place], double(i) / double(vSegments.size()));
+    }
+    EXPECT_EQ(listener.numPoints, mesh.numberOfPoints());
     expectEstablished(mesh);
 }
 

@@ -370,6 +370,24 @@ TEST(Meshing, EndsOnNastyInput) {
     }
 }
 
+TEST(Meshing, EndsWhereNumbersResolveMoreThanTheZoneNeeds) {
+    // Around the origin halving could go on down to 1e-308; spokes that differ in height have no narrow angle in space.
+    SegmentVector vSpokes;
+    for (int i = 0; i < 60; ++i) {
+        const double angle = i * M_PI / 30;
+        vSpokes.emplace_back(Point2(0, 0, 0), Point2(8 * std::cos(angle), 8 * std::sin(angle), i % 2 * 50));
+    }
+    const Scene wheel = makeScene({makeRectangle(-10, -10, 10, 10)}, vSpokes);
+    wheel.pMesh->refine(wheel.pZone, 30, 0, 1e300, true);
+    EXPECT_LT(wheel.pMesh->numberOfPoints(), 100000u);
+    // Squares of lengths vanish.
+    const double tiny = 1e-200;
+    const Scene dust =
+        makeScene({{{0, 0, 0}, {10 * tiny, 0, 0}, {10 * tiny, 3 * tiny, 0}, {5 * tiny, 0.01 * tiny, 0}}});
+    dust.pMesh->refine(dust.pZone, 30, 1e-4 * tiny, 1e300, true);
+    EXPECT_LT(dust.pMesh->numberOfPoints(), 1000u);
+}
+
 TEST(Meshing, RefusesWhatItCannotDo) {
     Scene scene = makeSquare();
     const Scene other = makeSquare();

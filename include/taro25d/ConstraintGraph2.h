@@ -46,7 +46,7 @@ class TARO25D_API ConstraintGraph2 {
     /// True if the graph has a direction: polygons, and graphs created with oriented segments.
     bool isOriented() const { return bOriented_; }
 
-    /// Whether a segment is alive and belongs to the graph. O(log n).
+    /// Whether a segment is alive and belongs to the graph; false for null. O(log n).
     bool isConstraint(ConstraintSegment2* pCSeg) const;
     /// Whether two vertices, in any order, are the ends of an alive segment of the graph. O(log n).
     bool isConstraint(Point2* p0, Point2* p1) const;
@@ -57,7 +57,8 @@ class TARO25D_API ConstraintGraph2 {
     /// The two children of a dead segment, in the direction of the graph.
     void getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
                            ConstraintSegment2*& pChild1) const;
-    /// Appends the alive pieces of all segments in the direction of the graph: for a polygon one closed chain.
+    /// Appends the alive pieces of the segments, in the order of getOriginalConstraintSegments(); those of one segment from
+    /// its source to its target, or the other way where isReverse(). For a polygon this is one closed chain.
     void getAliveConstraintChain(std::vector<ConstraintSegment2*>& vAliveCSegs) const;
     /// Appends the segments as they were created, in chain order for a polygon, otherwise in input order.
     void getOriginalConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;

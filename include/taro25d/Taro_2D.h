@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -82,8 +83,8 @@ class TARO25D_API Taro_2D {
     Point2* insert(const Point2& point);
     /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one warning. With
     /// setNumCPU above 1, batches of 1000 vertices and more that are not small beside the mesh are inserted on several
-    /// threads: vertices, heights and handles are the same for any number, and so are the triangles but for the
-    /// diagonals between points on one circle.
+    /// threads as long as there are no constraints: vertices, heights and handles are the same for any number, and so are
+    /// the triangles but for the diagonals between points on one circle.
     void insert(const std::vector<Point2>& vPoints);
     /// Inserts many points; vHandles is replaced by one vertex for each point, in input order: for a
     /// duplicate the vertex at that position (among equal positions of one call the first stays), null for a
@@ -153,9 +154,9 @@ class TARO25D_API Taro_2D {
 
     /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges,
     /// and with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a
-    /// triangle across an edge that is no constraint. Prints what it finds under the given name, and how many
-    /// constraint segments there are if there are any, and draws pictures of failures. O(n). True when all is
-    /// well, and, with a warning, before is2D().
+    /// triangle across an edge that is no constraint. Prints what it finds under the given name, and, if the
+    /// structure is sound, how many alive constraint segments there are and how many of them are missing; draws
+    /// pictures of failures. O(n). True when all is well, and, with a warning, before is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     /// Prints the number of triangles and the distribution of their interior angles.
     void statistics(const std::string& name) const;
@@ -213,13 +214,19 @@ class TARO25D_API Taro_2D {
     /// at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; what is between them is a
     /// zoneDifference.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose = true);
+    /// The same for graphs in braces.
+    Zone2* createZone(std::initializer_list<ConstraintGraph2*> graphs, ZoneLocation zoneLoc, bool bVerbose = true) {
+        return createZone(std::vector<ConstraintGraph2*>(graphs), zoneLoc, bVerbose);
+    }
     /// What is reached from a seed point without crossing the graph (ZL_GROW only). A seed on an edge belongs to either
     /// side; one outside the hull gives an empty zone.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose = true);
     /// The same for several graphs; an empty list lets it grow over everything.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
                       bool bVerbose = true);
-    /// What lies on the left of edges and is bounded by them (ZL_BOUNDED only). They become constraints.
+    /// What lies on the left of edges and is bounded by them (ZL_BOUNDED only); inside, either way round, if they are one
+    /// polygon. They become constraints; only their coordinates count, so they may come from another triangulation. An
+    /// edge without a triangle gives null.
     Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
     /// Exactly these triangles, as a zone of location ZL_GROW; the border becomes a constraint. Null and repeated pointers
     /// do not count; one that is no triangle of this triangulation gives null. A part in which all triangles are too thin

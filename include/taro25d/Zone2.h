@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -81,12 +80,11 @@ class TARO25D_API Zone2 {
     void show(Visualizer2* pVisualizer, bool bWithTriangulation = true, bool bWithConstraints = true) const;
 
   private:
-    using SortedLists = std::map<const Zone2*, std::vector<Triangle2*>>;
-
     void initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles) const;
     void bfsFromWorkspace(std::vector<Triangle2*>& vTriangles) const;
     void getTriangles_RESULT(std::vector<Triangle2*>& vTriangles) const;
-    const std::vector<Triangle2*>& getSorted(SortedLists& mLists) const;
+    std::vector<const Zone2*> getOperandsFirst() const;
+    std::vector<Triangle2*> getSorted() const;
 
     Dt2* pDt2_;
     ZoneLocation zoneLoc_;

@@ -1,0 +1,108 @@
+// The volume of a component is that of the solid between the two surfaces: the triangles at one height, the same triangles
+// at the other, turned over, and walls along the border. By the divergence theorem it is the sum of the signed volumes of
+// the tetrahedra that the triangles of this closed surface make with any point. That point is a corner of the component,
+// so that only differences of coordinates are multiplied: far from the origin nothing is lost.
+
+#include "taro25d/CAF_Component.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "ConnectedComponent.h"
+#include "HeightMap.h"
+#include "diagnostics.h"
+#include "taro25d/Vector2.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// Heights that differ by less are taken for equal.
+constexpr double MIN_DIFFERENCE = 0.0001;
+
+/// Adds up the volume of a solid from the triangles of its surface, counterclockwise seen from outside.
+class Solid {
+  public:
+    explicit Solid(const Point2& apex) : apex_(apex) {}
+
+    void addTriangle(const Point2& p0, const Point2& p1, const Point2& p2) {
+        sixVolumes_ += getVector25D(apex_, p0) * crossProduct(getVector25D(p0, p1), getVector25D(p0, p2));
+    }
+    double getVolume() const { return sixVolumes_ / 6.0; }
+
+  private:
+    Point2 apex_;
+    double sixVolumes_ = 0.0;
+};
+
+}  // namespace
+
+CAF_Component::CAF_Component(std::vector<Triangle2*> vTriangles, const HeightMap& heights, int label)
+    : vTriangles_(std::move(vTriangles)), volume_(BeforeAfter::MISSING), label_(label) {
+    init(heights);
+    setVolume(heights);
+}
+
+void CAF_Component::init(const HeightMap& heights) {
+    for (const Triangle2* pT : vTriangles_) {
+        for (int i = 0; i < 3; ++i) {
+            const BeforeAfter& ofCorner = *heights.find(pT->getCorner(i));
+            const double d = ofCorner.after() - ofCorner.before();
+            if (!(std::abs(d) >= MIN_DIFFERENCE)) continue;
+            if (d > 0.0) {
+                TARO_ASSERT_TEXT(caftype_ != CT_CUT, "caftype!=CT_CUT");
+                caftype_ = CT_FILL;
+            } else {
+                TARO_ASSERT_TEXT(caftype_ != CT_FILL, "caftype!=CT_FILL");
+                caftype_ = CT_CUT;
+            }
+        }
+    }
+}
+
+void CAF_Component::setVolume(const HeightMap& heights) {
+    if (caftype_ == CT_NO_CHANGE) {
+        volume_ = 0.0;
+        return;
+    }
+    const int upper = caftype_ == CT_CUT ? 0 : 1;
+    const auto at = [&heights](const Point2* pVtx, int surface) {
+        return Point2(pVtx->x(), pVtx->y(), heights.find(pVtx)->aHeights[surface]);
+    };
+    const auto top = [&](const Point2* pVtx) { return at(pVtx, upper); };
+    const auto bottom = [&](const Point2* pVtx) { return at(pVtx, 1 - upper); };
+
+    Solid solid(top(vTriangles_[0]->getCorner(0)));
+    for (const Triangle2* pT : vTriangles_) {
+        const Point2 *p0 = pT->getCorner(0), *p1 = pT->getCorner(1), *p2 = pT->getCorner(2);
+        solid.addTriangle(top(p0), top(p1), top(p2));
+        solid.addTriangle(bottom(p0), bottom(p2), bottom(p1));
+    }
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vTriangles_, vBorderEdges);
+    for (const Edge2& edge : vBorderEdges) {
+        const Point2 *pSrc = edge.getSrc(), *pTrg = edge.getTrg();
+        solid.addTriangle(bottom(pSrc), bottom(pTrg), top(pTrg));
+        solid.addTriangle(bottom(pSrc), top(pTrg), top(pSrc));
+    }
+    volume_ = std::max(0.0, solid.getVolume());  // of a sliver, rounding may leave less than nothing
+}
+
+void CAF_Component::getTriangles(std::vector<Triangle2*>& vTriangles) const {
+    vTriangles.insert(vTriangles.end(), vTriangles_.begin(), vTriangles_.end());
+}
+
+void CAF_Component::getBorder(std::vector<Segment2>& vSegments) const {
+    ConnectedComponent component(vTriangles_);
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vTriangles_, vBorderEdges);
+    component.setUnsortedBorders(std::move(vBorderEdges));
+    component.sortBorders();
+    for (const ConnectedComponent::Ring& ring : component.getSortedBorders()) {
+        for (const Edge2& edge : ring) vSegments.emplace_back(*edge.getSrc(), *edge.getTrg());
+    }
+}
+
+}  // namespace LUMO_TARO25D

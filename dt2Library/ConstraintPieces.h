@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vector>
+
+#include "diagnostics.h"
+#include "taro25d/ConstraintSegment2.h"
+
+namespace LUMO_TARO25D {
+
+/// Appends a segment, or its alive leaves if it is dead.
+inline void appendAlivePieces(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vPieces) {
+    if (pCSeg->isAlive()) {
+        vPieces.push_back(pCSeg);
+    } else {
+        pCSeg->getChildrenRec(vPieces);
+    }
+}
+
+/// Says that rounding keeps a segment from becoming edges, so that what is left of it is given up.
+inline void warnOfInaccuracy() {
+    warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
+}
+
+}  // namespace LUMO_TARO25D

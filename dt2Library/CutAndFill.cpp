@@ -1,0 +1,28 @@
+#include "taro25d/CutAndFill.h"
+
+#include "CutAndFillImpl.h"
+
+namespace LUMO_TARO25D {
+
+CutAndFill::CutAndFill(Zone2* pZoneBefore, Zone2* pZoneAfter, double ignoreThreshold)
+    : pImpl_(std::make_unique<CutAndFillImpl>(pZoneBefore, pZoneAfter, ignoreThreshold)) {}
+
+CutAndFill::~CutAndFill() = default;
+
+void CutAndFill::go() { pImpl_->go(); }
+
+size_t CutAndFill::getNumberOfComponents() const { return pImpl_->getNumberOfComponents(); }
+
+CAF_Component* CutAndFill::getComponent(size_t i) const { return pImpl_->getComponent(i); }
+
+void CutAndFill::getDiffZone(Zone2*& pDiffZone, std::map<Point2*, std::pair<double, double>>& mVtx2BeforeAfter) const {
+    pImpl_->getDiffZone(pDiffZone, mVtx2BeforeAfter);
+}
+
+void CutAndFill::show(Visualizer2* pVisualizer) const { pImpl_->show(pVisualizer); }
+
+void CutAndFill::subscribe(MsgType type, MsgBase* pListener) { pImpl_->getProgress().subscribe(type, pListener); }
+
+void CutAndFill::unsubscribe(MsgType type, MsgBase* pListener) { pImpl_->getProgress().unsubscribe(type, pListener); }
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "HeightMap.h"
+#include "Progress.h"
+#include "taro25d/Bbox2.h"
+#include "taro25d/CAF_Component.h"
+#include "taro25d/ConstraintGraph2.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/Triangle2.h"
+#include "taro25d/Zone2.h"
+
+namespace LUMO_TARO25D {
+
+class Visualizer2;
+
+/// The work behind CutAndFill.
+class CutAndFillImpl {
+  public:
+    /// What the combined heights at the corners of a triangle say.
+    enum TriType {
+        TT_INVALID = 0,    // some are above 0 and some below
+        TT_NO_CHANGE = 1,  // all are 0
+        TT_CUT = 2,        // none is below 0
+        TT_FILL = 3        // none is above 0
+    };
+
+    CutAndFillImpl(Zone2* pZoneBefore, Zone2* pZoneAfter, double tolerance);
+    ~CutAndFillImpl();
+
+    Progress& getProgress() { return progress_; }
+    void go();
+
+    size_t getNumberOfComponents() const { return vComponents_.size(); }
+    CAF_Component* getComponent(size_t i) const;
+    void getDiffZone(Zone2*& pDiffZone, std::map<Point2*, std::pair<double, double>>& mVtx2BeforeAfter) const;
+    void show(Visualizer2* pVisualizer) const;
+
+    /// Ends the process with status 1 if z of a corner has left its combined height: somebody writes to the triangulation
+    /// behind this object's back.
+    TriType getTriangleType(const Triangle2* pT) const;
+
+    /// For the library's developers: whether every vertex of a zone of the combined triangulation has both heights, and the
+    /// combined one as its z; prints those that have not. The second one asks for the result.
+    bool checkHeightMap(const Zone2* pCombinedZone) const;
+    bool verifyHeightMap(const std::string& name) const;
+
+  private:
+    using VertexPair = ConstraintGraph2::VertexPair;
+
+    /// One of the two inputs, and what it has become in the combined triangulation.
+    struct Surface {
+        Zone2* pZone;
+        std::vector<Triangle2*> vTriangles;
+        std::vector<Point2> vPoints;  // the corners
+        VertexMap<size_t> mIndices;   // of the corners in vPoints
+        ConstraintGraph2 *pBorder = nullptr, *pEdges = nullptr;
+
+        size_t getIndex(const Point2* pVtx) const { return *mIndices.find(pVtx); }
+        const Point2& getPoint(const Point2* pVtx) const { return vPoints[getIndex(pVtx)]; }
+    };
+
+    /// A zero of the difference on an edge.
+    struct CutHelper {
+        VertexPair edge;  // the end that is nearer to the zero comes first
+        Point2 place;
+        double height;
+        bool bMerged;  // the place is that end
+    };
+
+    /// A piece of the zero line within one triangle: from the zero of one edge to that of another, or to a corner.
+    struct ZeroSegment {
+        VertexPair fromEdge, toEdge;
+        Point2* pToCorner;  // null if there is an edge
+    };
+
+    struct Cuts {
+        std::vector<CutHelper> vCuts;
+        std::vector<ZeroSegment> vZeroLine;
+    };
+
+    void readSurfaces();
+    bool setResultZone();
+    bool insertSurfaces();
+    void insertInnerSegments(int ithInput);
+    bool leaveOutside();
+    void setHeights();
+    void assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput);
+    void complementHeightMap(const std::vector<Point2*>& vVertices);
+    void setOneMissingHeight(const Point2* pVtx, int ithInput);
+    void setCombinedHeights(const std::vector<Point2*>& vVertices);
+    void setToZero(Point2* pVtx);
+    double getCombinedHeight(const Point2* pVtx) const;
+
+    void cutAlongZeroLine();
+    Cuts virtualCut() const;
+    CutHelper cutEdge(const VertexPair& edge) const;
+    static void cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLine);
+    void realCut(const Cuts& cuts);
+    Point2* splitAtZero(const CutHelper& cut);
+    void addNewVertices();
+    void postRound();
+
+    void groupT();
+    void groupT2(const std::vector<Triangle2*>& vTriangles);
+
+    Surface aSurfaces_[2];  // before, after
+    Progress progress_;
+    Taro_2D combined_;
+    Bbox2 overlap_;
+    HeightMap heights_;
+    Zone2* pResultZone_ = nullptr;
+    std::vector<std::unique_ptr<CAF_Component>> vComponents_;
+    double tolerance_;
+    bool bStarted_ = false;
+};
+
+}  // namespace LUMO_TARO25D

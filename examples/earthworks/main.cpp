@@ -1,0 +1,187 @@
+// Earthworks on a real piece of ground: a road platform with slopes is cut into it, and what has to be moved is measured,
+// component by component, and drawn.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <numeric>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "map.h"
+#include "picture.h"
+#include "readers.h"
+#include "road.h"
+#include "taro25d/taro25d.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+const char* const USAGE =
+    "usage: earthworks FILE [--out FOLDER]\n"
+    "\n"
+    "Cuts a road into a site in the middle of the ground through the points of FILE, prints\n"
+    "what is cut and filled, and draws a map of it.\n"
+    "\n"
+    "FILE is an ESRI ASCII grid, text with x y z on each line, or CSV with x,y,z.\n"
+    "  --out FOLDER   write the picture there (default: the current folder)\n"
+    "  --help         print this text\n"
+    "\n"
+    "Exit status: 0 all is well, 1 the data cannot be used, 2 wrong usage.\n";
+
+/// What the program returns to the shell.
+enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1, BAD_USAGE = 2 };
+
+constexpr double SITE_EXTENT = 4000, ROAD_WIDTH = 60, SLOPE_RUN = 2, THRESHOLD = 0.01;  // metres, and 1 in 2
+constexpr size_t MAX_ROWS = 16;
+
+/// The points in a square in the middle.
+std::vector<Point2> takeSite(const std::vector<Point2>& vPoints) {
+    const Point2 centre = getBox(vPoints).computeCenter();
+    std::vector<Point2> vSite;
+    std::copy_if(vPoints.begin(), vPoints.end(), std::back_inserter(vSite), [&](const Point2& p) {
+        return std::max(std::abs(p.x() - centre.x()), std::abs(p.y() - centre.y())) <= SITE_EXTENT / 2;
+    });
+    return vSite;
+}
+
+struct Row {
+    int label;
+    CAFType type;
+    double area, volume, maxDepth;
+};
+
+Row measure(const CAF_Component& component) {
+    Row row{component.getLabel(), component.getCAFType(), 0, component.getVolume(), 0};
+    std::vector<Triangle2*> vTriangles;
+    component.getTriangles(vTriangles);
+    for (const Triangle2* pT : vTriangles) {
+        row.area += pT->getArea2D();
+        for (int i = 0; i < 3; ++i) row.maxDepth = std::max(row.maxDepth, std::abs(pT->getCorner(i)->z()));
+    }
+    return row;
+}
+
+void print(const std::string& label, const char* type, const Row& row) {
+    std::printf("  %9s  %-9s %12.0f %14.0f %10.2f %10.2f\n", label.c_str(), type, row.area, row.volume,
+                row.area > 0 ? row.volume / row.area : 0, row.maxDepth);
+}
+
+/// Adds up the components of one type.
+Row sumOf(const std::vector<Row>& vRows, CAFType type) {
+    Row sum{0, type, 0, 0, 0};
+    for (const Row& row : vRows) {
+        if (row.type != type) continue;
+        sum.area += row.area;
+        sum.volume += row.volume;
+        sum.maxDepth = std::max(sum.maxDepth, row.maxDepth);
+    }
+    return sum;
+}
+
+/// The largest components, by volume and then by area, and the sums of all.
+void printTable(std::vector<Row> vRows) {
+    const char* const aTypes[] = {"no change", "cut", "fill"};
+    const std::vector<Row> vSums{sumOf(vRows, CT_NO_CHANGE), sumOf(vRows, CT_CUT), sumOf(vRows, CT_FILL)};
+    std::stable_sort(vRows.begin(), vRows.end(), [](const Row& a, const Row& b) {
+        return a.volume != b.volume ? a.volume > b.volume : a.area > b.area;
+    });
+    std::printf("\n  component  type         area (m2)    volume (m3)   mean (m)    max (m)\n");
+    for (size_t i = 0; i < std::min(MAX_ROWS, vRows.size()); ++i)
+        print(std::to_string(vRows[i].label), aTypes[vRows[i].type], vRows[i]);
+    if (vRows.size() > MAX_ROWS) std::printf("  and %zu smaller ones\n", vRows.size() - MAX_ROWS);
+    for (const Row& sum : vSums) print("all", aTypes[sum.type], sum);
+}
+
+/// The volume between a surface and height 0.
+double volumeUnder(const Taro_2D& mesh) {
+    std::vector<Triangle2*> vTriangles;
+    mesh.getTrianglePointers(vTriangles);
+    return std::accumulate(vTriangles.begin(), vTriangles.end(), 0.0, [](double sum, const Triangle2* pT) {
+        return sum + pT->getArea2D() * pT->getBarycenter().z();
+    });
+}
+
+void drawAndConvert(const std::filesystem::path& folder, const Taro_2D& after, const CutAndFill& works,
+                    const earthworks::Road& road, const std::vector<Row>& vRows) {
+    std::cout << "\nDrawing\n";
+    std::filesystem::create_directories(folder);
+    const std::string filename = folder / "earthworks.ps";
+    char aText[2][100];
+    std::snprintf(aText[0], sizeof(aText[0]), "Cut %.0f m3, fill %.0f m3", sumOf(vRows, CT_CUT).volume,
+                  sumOf(vRows, CT_FILL).volume);
+    std::snprintf(aText[1], sizeof(aText[1]), "Platform of %.0f m, slopes 1 : %.0f", ROAD_WIDTH, SLOPE_RUN);
+    earthworks::drawMap(filename, after, works, road, {aText[0], aText[1]});
+    if (!std::filesystem::is_regular_file(filename)) throw terrain::BadInput(filename + ": cannot be written");
+    if (!terrain::convertToPng(filename))
+        std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
+}
+
+void run(const std::string& input, const std::filesystem::path& outFolder) {
+    std::cout << "Reading " << input << "\n";
+    const std::vector<Point2> vSite = takeSite(terrain::readPoints(input));
+    Taro_2D before, after;
+    before.insert(vSite);
+    if (!before.is2D()) throw terrain::BadInput(input + ": no ground in the middle");
+    const earthworks::Road road(before, before.computeBoundingBox(), ROAD_WIDTH, SLOPE_RUN);
+    earthworks::buildRoad(before, vSite, road, after);
+    std::printf("\nThe site\n  before: %zu triangles, after: %zu triangles\n", before.numberOfTriangles(),
+                after.numberOfTriangles());
+
+    CutAndFill works(before.createZone(nullptr, ZL_GLOBAL), after.createZone(nullptr, ZL_GLOBAL), THRESHOLD);
+    works.go();
+    std::vector<Row> vRows;
+    for (size_t i = 0; i < works.getNumberOfComponents(); ++i) vRows.push_back(measure(*works.getComponent(i)));
+    std::printf("\nEarth to be moved: %zu components\n", vRows.size());
+    printTable(vRows);
+    std::printf("\n  fill minus cut    %14.0f m3\n  after minus before %13.0f m3\n",
+                sumOf(vRows, CT_FILL).volume - sumOf(vRows, CT_CUT).volume, volumeUnder(after) - volumeUnder(before));
+    std::fflush(stdout);
+    drawAndConvert(outFolder, after, works, road, vRows);
+}
+
+/// A command line that is not understood.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+ExitStatus runWith(const std::vector<std::string>& vArguments) {
+    std::string input, outFolder = ".";
+    for (auto it = vArguments.begin(); it != vArguments.end(); ++it) {
+        if (*it == "--help" || *it == "-h") {
+            std::cout << USAGE;
+            return ALL_IS_WELL;
+        } else if (*it == "--out") {
+            if (it + 1 == vArguments.end()) throw UsageError("--out needs a value");
+            outFolder = *++it;
+        } else if (it->substr(0, 1) == "-") {
+            throw UsageError("unknown option " + *it);
+        } else if (!input.empty()) {
+            throw UsageError("more than one file: " + input + " and " + *it);
+        } else {
+            input = *it;
+        }
+    }
+    if (input.empty()) throw UsageError("which file?");
+    run(input, outFolder);
+    return ALL_IS_WELL;
+}
+
+}  // namespace
+
+int main(int numArguments, char** aArguments) {
+    try {
+        return runWith({aArguments + 1, aArguments + numArguments});
+    } catch (const UsageError& problem) {
+        std::cerr << "earthworks: " << problem.what() << "\n\n" << USAGE;
+        return BAD_USAGE;
+    } catch (const std::exception& problem) {
+        std::cerr << "earthworks: " << problem.what() << "\n";
+        return BAD_DATA;
+    }
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace LUMO_TARO25D {
+
+/// What earthworks have done to a piece of ground.
+enum CAFType {
+    CT_NO_CHANGE = 0,  ///< it is where it was
+    CT_CUT = 1,        ///< it was lowered
+    CT_FILL = 2        ///< it was raised
+};
+
+}  // namespace LUMO_TARO25D
