@@ -155,8 +155,8 @@ void ConstraintGraph2::setDirectionsRecursive(ConstraintSegment2* pCSeg) {
         ConstraintSegment2* pParent = vStack.back();
         vStack.pop_back();
         ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
-        getDirectChildren(pParent, pChild0, pChild1);
         Point2* pSrc = getOrientedSrc(pParent);
+        getChildrenFrom(pSrc, pParent, pChild0, pChild1);
         Point2* pTrg = getOtherEnd(pParent, pSrc);
         // What the graph knows already keeps its direction, and so does everything below it.
         const bool bNew0 = mCSegReverse_.emplace(pChild0, pChild0->getSrc() != pSrc).second;
@@ -240,12 +240,17 @@ Point2* ConstraintGraph2::getOrientedSrc(const ConstraintSegment2* pCSeg) const 
 
 void ConstraintGraph2::getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
                                          ConstraintSegment2*& pChild1) const {
+    if (!pParent->isAlive()) return getChildrenFrom(getOrientedSrc(pParent), pParent, pChild0, pChild1);
+    Point2* pSplit = nullptr;
+    pParent->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);  // warns
+}
+
+void ConstraintGraph2::getChildrenFrom(const Point2* pSrc, ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
+                                       ConstraintSegment2*& pChild1) {
     ConstraintSegment2 *pKid0 = nullptr, *pKid1 = nullptr;
     Point2* pSplit = nullptr;
     pParent->getChildrenAndSplitPoint(pKid0, pKid1, pSplit);
-    if (pParent->isAlive()) return;
     TARO_ASSERT_TEXT(pKid0 && pKid1, "pKid0!=__null && pKid1!=__null");
-    const Point2* pSrc = getOrientedSrc(pParent);
     const Point2* pTrg = getOtherEnd(pParent, pSrc);
     pChild0 = hasEnd(pKid0, pSrc) ? pKid0 : pKid1;
     pChild1 = hasEnd(pKid0, pSrc) ? pKid1 : pKid0;
@@ -279,13 +284,12 @@ void ConstraintGraph2::getChildConstraintSegments(std::vector<ConstraintSegment2
 
 void ConstraintGraph2::updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager) {
     TARO_ASSERT_TEXT(!pParentCSeg->isAlive(), "!pParentCSeg->isAlive()");
-    TARO_ASSERT_TEXT(mCSegReverse_.count(pParentCSeg) > 0, "q_it!=mCSegReverse.end()");
-    setDirectionsRecursive(pParentCSeg);
+    setDirectionsRecursive(pParentCSeg);  // fails on a segment that the graph does not know
     ConstraintSegment2 *pCSeg0 = nullptr, *pCSeg1 = nullptr;
     Point2* pSplit = nullptr;
     pParentCSeg->getChildrenAndSplitPoint(pCSeg0, pCSeg1, pSplit);
     TARO_ASSERT_TEXT(pSplit != nullptr, "pSplit!=__null");
-    mSplitVertices_[pSplit] = pParentCSeg;
+    vSplits_.emplace_back(pSplit, pParentCSeg);
     if (bUpdateManager) pDt2_->getConstraintManager()->updateConstraintSegment(pParentCSeg, pCSeg0, pCSeg1);
 }
 

@@ -28,11 +28,6 @@ ConstraintSegment2::ConstraintSegment2(Point2* p0, Point2* p1, ConstraintInserti
     TARO_ASSERT_TEXT(std::less<Point2*>()(p0, p1), "p0<p1");
 }
 
-bool ConstraintSegment2::operator<(const ConstraintSegment2& other) const {
-    const std::less<Point2*> less;
-    return p0_ != other.p0_ ? less(p0_, other.p0_) : less(p1_, other.p1_);
-}
-
 // ---------------------------------------------------------------------------------------------------------------------
 // Owners and descendants
 

@@ -93,6 +93,8 @@ class TARO25D_API ConstraintGraph2 {
     bool checkAndSortPolygonSub(const std::vector<ConstraintSegment2*>& vCSegs, Directions& vChain) const;
     void enterDirections(const Directions& vDirections);
     void setDirectionsRecursive(ConstraintSegment2* pCSeg);
+    static void getChildrenFrom(const Point2* pSrc, ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
+                                ConstraintSegment2*& pChild1);
     Point2* getOrientedSrc(const ConstraintSegment2* pCSeg) const;
 
     Dt2* pDt2_;
@@ -101,7 +103,7 @@ class TARO25D_API ConstraintGraph2 {
     std::vector<ConstraintSegment2*> vCSegParents_;
     bool bPolygon_ = false;
     ReverseMap mCSegReverse_;
-    std::map<Point2*, ConstraintSegment2*> mSplitVertices_;  // who was split there, for debuggers
+    std::vector<std::pair<Point2*, ConstraintSegment2*>> vSplits_;  // where who was split, for debuggers
     bool bOriented_ = false;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <iosfwd>
 #include <set>
 #include <vector>
@@ -74,7 +75,10 @@ class TARO25D_API ConstraintSegment2 {
     bool dbg_hasDirection() const;
 
     /// By the pointers of the source, then of the target.
-    bool operator<(const ConstraintSegment2& other) const;
+    bool operator<(const ConstraintSegment2& other) const {
+        const std::less<Point2*> less;
+        return p0_ != other.p0_ ? less(p0_, other.p0_) : less(p1_, other.p1_);
+    }
     /// The state, the ends and the length, in four lines.
     friend TARO25D_API std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& segment);
 
