@@ -4,6 +4,7 @@
 
 #include "GeomTest.h"
 #include "diagnostics.h"
+#include "tools.h"
 
 namespace LUMO_TARO25D {
 
@@ -43,7 +44,7 @@ void Bbox2::setGeomTest(GeomTest* pGeomTest) {
 
 void Bbox2::raiseStaticBound() const {
     if (!pGeomTest_ || !bValid_) return;
-    const double maxCoord = std::max({std::abs(minX_), std::abs(minY_), std::abs(maxX_), std::abs(maxY_)});
+    const double maxCoord = getMagnitude(*this);
     if (maxCoord > pGeomTest_->getMaxAbsCoord()) pGeomTest_->setStaticBound(maxCoord);
 }
 

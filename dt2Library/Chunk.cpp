@@ -131,8 +131,7 @@ Bbox2 intersection(const Bbox2& a, const Bbox2& b) {
 Chunk::Chunk(Dt2* pDt2, const Bbox2& engineBox, int label, const LargeVector<IdxVtxAct*>& vItems, size_t start,
              size_t end, const Point2* pAnchor)
     : pDt2_(pDt2), label_(label), vItems_(vItems), start_(start), end_(end), pAnchor_(pAnchor), engineBox_(engineBox) {
-    geomTest_.setStaticBound(1.01 * std::max({std::abs(engineBox.getMinX()), std::abs(engineBox.getMinY()),
-                                              std::abs(engineBox.getMaxX()), std::abs(engineBox.getMaxY())}));
+    geomTest_.setStaticBound(1.01 * getMagnitude(engineBox));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -1,8 +1,10 @@
 #include "ConnectedComponent.h"
 
+#include <algorithm>
+
 #include "flatSets.h"
 #include "links.h"
-#include "spread.h"
+#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 
@@ -63,12 +65,6 @@ std::vector<Triangle2*> growDisc(Triangle2* pFirst, const IsFreeT& isFree, Addre
     return vDisc;
 }
 
-AddressSet toSet(const std::vector<Triangle2*>& vTriangles) {
-    AddressSet sTriangles;
-    for (const Triangle2* pT : vTriangles) sTriangles.insert(pT);
-    return sTriangles;
-}
-
 }  // namespace
 
 void ConnectedComponent::sortBorders() {
@@ -99,6 +95,26 @@ void ConnectedComponent::splitIntoSimple(std::vector<ConnectedComponent>& vSimpl
 void getBorderEdges(const std::vector<Triangle2*>& vTriangles, std::vector<Edge2>& vBorderEdges) {
     AddressSet sInside = toSet(vTriangles);
     appendBorderEdges(vTriangles, sInside, vBorderEdges);
+}
+
+void peelBorder(std::vector<Triangle2*>& vTriangles, const std::function<bool(Triangle2*)>& isToGo) {
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vTriangles, vBorderEdges);
+    AddressSet sInside = toSet(vTriangles), sAsked, sPeeled;
+    std::vector<Triangle2*> vAtBorder;
+    for (const Edge2& edge : vBorderEdges) {
+        if (sAsked.insert(edge.getTriangle())) vAtBorder.push_back(edge.getTriangle());
+    }
+    for (size_t k = 0; k < vAtBorder.size(); ++k) {
+        if (!isToGo(vAtBorder[k])) continue;
+        sPeeled.insert(vAtBorder[k]);
+        for (int i = 0; i < 3; ++i) {
+            Triangle2* pN = vAtBorder[k]->getOppositeTriangle(i);
+            if (pN && sInside.contains(pN) && sAsked.insert(pN)) vAtBorder.push_back(pN);
+        }
+    }
+    const auto isPeeled = [&sPeeled](const Triangle2* pT) { return sPeeled.contains(pT); };
+    vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isPeeled), vTriangles.end());
 }
 
 void getConnectedComponents(const std::vector<Triangle2*>& vTriangles, std::vector<ConnectedComponent>& vComponents) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -42,6 +43,9 @@ class ConnectedComponent {
 
 /// Appends the edges of the triangles across which there is none of them, each as seen from its triangle. Linear.
 void getBorderEdges(const std::vector<Triangle2*>& vTriangles, std::vector<Edge2>& vBorderEdges);
+
+/// Takes triangles away that are at the border and are to go, until none is left. Each is asked at most once. Linear.
+void peelBorder(std::vector<Triangle2*>& vTriangles, const std::function<bool(Triangle2*)>& isToGo);
 
 /// Appends the components of a list of different triangles, with unsorted borders: in the order of their first triangles,
 /// which they begin with. Linear.

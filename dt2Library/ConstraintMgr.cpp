@@ -31,7 +31,7 @@ namespace {
 constexpr size_t NUM_BITMAP_WORDS = 4096;
 constexpr size_t MIN_POINTS_FOR_BITMAP = 10000;
 constexpr int MAX_PASSES = 499;
-constexpr size_t MAX_CROSSINGS_EACH = 10;
+constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
 
 /// The place of a vertex in the bitmap: the word and the bit in it.
 std::pair<size_t, std::uint64_t> getBitmapPlace(const Point2* pVtx) {
@@ -275,7 +275,7 @@ void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
     if (!pDt2_->is2D()) return;
     if (!bEstablishing_) {
         pDt2_->setCrossingQuota(getQuotaEach());
-        pDt2_->setCloseCrossingQuota(vSegments_.size() + 100);
+        pDt2_->setCloseCrossingQuota(getCloseQuota());
     }
     std::vector<ConstraintSegment2*> vStack{pCSeg};
     while (!vStack.empty()) {
@@ -301,16 +301,15 @@ void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
     }
 }
 
-size_t ConstraintMgr::getQuotaEach() const { return MAX_CROSSINGS_EACH * (vSegments_.size() + 100); }
+size_t ConstraintMgr::getCloseQuota() const { return vSegments_.size() + MIN_QUOTA; }
+size_t ConstraintMgr::getQuotaEach() const { return MAX_CROSSINGS_EACH * getCloseQuota(); }
 
 void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress* pProgress) {
     if (!pDt2_->is2D()) return;
-    // Segments that are established on the way share the quota.
-    const bool bOutermost = !bEstablishing_;
-    bEstablishing_ = true;
+    const bool bOutermost = !bEstablishing_;  // segments that are established on the way share the quotas
+    const FlagScope establishing(bEstablishing_);
     const size_t quota = getQuotaEach(), numSegments = vCSegs.size();
-    // Where rounding makes segments cross again and again, the crossing moves on by the last bit each time.
-    if (bOutermost) pDt2_->setCloseCrossingQuota(vSegments_.size() + 100);
+    if (bOutermost) pDt2_->setCloseCrossingQuota(getCloseQuota());
     std::vector<ConstraintSegment2*> vNext;
     for (int numPasses = 0; numPasses < MAX_PASSES && !vCSegs.empty(); ++numPasses) {
         if (bOutermost && numPasses == 1) pDt2_->setCrossingQuota(quota * numSegments);
@@ -323,7 +322,6 @@ void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress*
         vCSegs.swap(vNext);
         vNext.clear();
     }
-    if (bOutermost) bEstablishing_ = false;
     if (!vCSegs.empty()) warnOfInaccuracy();
 }
 

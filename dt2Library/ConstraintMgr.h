@@ -86,6 +86,8 @@ class ConstraintMgr {
     /// How many crossings one segment may make: a straight one crosses each other one once, and where rounding makes it cross
     /// again and again there is no way out but to stop.
     size_t getQuotaEach() const;
+    /// How many of them may move on by the last bit only, as they do where rounding makes segments cross again and again.
+    size_t getCloseQuota() const;
     void establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, const char* label);
 
     Dt2* pDt2_;

@@ -3,6 +3,8 @@
 #include <vector>
 
 #include "diagnostics.h"
+#include "flatSets.h"
+#include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 
 namespace LUMO_TARO25D {
@@ -14,6 +16,15 @@ inline void appendAlivePieces(ConstraintSegment2* pCSeg, std::vector<ConstraintS
     } else {
         pCSeg->getChildrenRec(vPieces);
     }
+}
+
+/// The edges that graphs stand for.
+inline EdgeSet getAlivePieces(const std::vector<ConstraintGraph2*>& vGraphs) {
+    std::vector<ConstraintSegment2*> vCSegs;
+    for (const ConstraintGraph2* pGraph : vGraphs) pGraph->getChildConstraintSegments(vCSegs);
+    EdgeSet sPieces;
+    for (const ConstraintSegment2* pCSeg : vCSegs) sPieces.insert(pCSeg->getSrc(), pCSeg->getTrg());
+    return sPieces;
 }
 
 /// Says that rounding keeps a segment from becoming edges, so that what is left of it is given up.

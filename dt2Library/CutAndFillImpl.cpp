@@ -35,16 +35,16 @@
 
 #include "ConnectedComponent.h"
 #include "ConstraintMgr.h"
+#include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "VertexPairMap.h"
 #include "diagnostics.h"
-#include "flatSets.h"
-#include "spread.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
 #include "tools.h"
+#include "triangleLists.h"
 #include "weld.h"
 
 namespace LUMO_TARO25D {
@@ -109,28 +109,6 @@ std::vector<ConnectedComponent> getComponentsInPlaneOrder(TriangleVector vTriang
     return vComponents;
 }
 
-/// Calls visit(triangle, i) for each edge of some triangles once.
-template <class VisitT>
-void forEachEdge(const TriangleVector& vTriangles, const VisitT& visit) {
-    AddressSet sDone;
-    for (Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            const Triangle2* pN = pT->getOppositeTriangle(i);
-            if (!pN || !sDone.contains(pN)) visit(pT, i);
-        }
-        sDone.insert(pT);
-    }
-}
-
-void getCorners(const TriangleVector& vTriangles, std::vector<Point2*>& vCorners) {
-    AddressSet sSeen;
-    for (const Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            if (sSeen.insert(pT->getCorner(i))) vCorners.push_back(pT->getCorner(i));
-        }
-    }
-}
-
 Bbox2 getBoxOf(const Triangle2* pT) {
     Bbox2 box;
     for (int i = 0; i < 3; ++i) box.add(*pT->getCorner(i));
@@ -155,40 +133,19 @@ bool isSliver(const Triangle2* pT) {
 /// Lengths that mean nothing on some ground: what coordinates may be off by after some arithmetic, and what is too small to
 /// count in any volume.
 double getRoundingDistance(const Bbox2& box) {
-    const double maxCoord = std::max({-box.getMinX(), -box.getMinY(), box.getMaxX(), box.getMaxY()});
     const double extent = std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY());
-    return std::max(std::ldexp(maxCoord, -48), std::ldexp(extent, -34));
+    return std::max(std::ldexp(getMagnitude(box), -48), std::ldexp(extent, -34));
 }
 
 /// Takes away triangles at the border that are there only because rounding has put points beside a straight line. Across
 /// their tiny width the ground may rise or fall by any height.
 void peelSlivers(TriangleVector& vTriangles) {
-    Bbox2 box;
-    for (const Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) box.add(*pT->getCorner(i));
-    }
-    const double minWidth = getRoundingDistance(box);
-    std::vector<Edge2> vBorderEdges;
-    getBorderEdges(vTriangles, vBorderEdges);
-    TriangleVector vAtBorder;
-    for (const Edge2& edge : vBorderEdges) vAtBorder.push_back(edge.getTriangle());
-    AddressSet sInside, sPeeled;
-    for (const Triangle2* pT : vTriangles) sInside.insert(pT);
-    for (size_t k = 0; k < vAtBorder.size(); ++k) {
-        if (!(getWidth(vAtBorder[k]) < minWidth) || !sPeeled.insert(vAtBorder[k])) continue;
-        for (int i = 0; i < 3; ++i) {
-            Triangle2* pN = vAtBorder[k]->getOppositeTriangle(i);
-            if (pN && sInside.contains(pN)) vAtBorder.push_back(pN);
-        }
-    }
-    const auto isPeeled = [&sPeeled](const Triangle2* pT) { return sPeeled.contains(pT); };
-    vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isPeeled), vTriangles.end());
+    const double minWidth = getRoundingDistance(getBox(vTriangles));
+    peelBorder(vTriangles, [minWidth](const Triangle2* pT) { return getWidth(pT) < minWidth; });
 }
 
-double getDistance(const Point2& point, const Edge2& edge) {
-    const Point2 &src = *edge.getSrc(), &trg = *edge.getTrg(), foot = getFootPoint(point, src, trg);
-    const double toEnds = std::min(distance2D(point, src), distance2D(point, trg));
-    return approxHasOn(src, trg, foot) ? std::min(toEnds, distance2D(point, foot)) : toEnds;
+double sqDistance(const Point2& point, const Edge2& edge) {
+    return sqDistanceToSegment2D(point, *edge.getSrc(), *edge.getTrg());
 }
 
 /// For a point that rounding has moved off the surface: the triangle whose side at the hull is nearest to it.
@@ -201,7 +158,7 @@ Triangle2* getNearestHullTriangle(const Dt2& dt2, const Point2& point) {
     dt2.determineHullPatchLeft(vPatch, pT, code, &point);
     dt2.determineHullPatchRight(vPatch, pT, code, &point);
     const auto isNearer = [&point](const auto& a, const auto& b) {
-        return getDistance(point, Edge2(a.first, a.second)) < getDistance(point, Edge2(b.first, b.second));
+        return sqDistance(point, Edge2(a.first, a.second)) < sqDistance(point, Edge2(b.first, b.second));
     };
     return std::min_element(vPatch.begin(), vPatch.end(), isNearer)->first;
 }
@@ -210,19 +167,19 @@ Triangle2* getNearestHullTriangle(const Dt2& dt2, const Point2& point) {
 Triangle2* leaveSlivers(Triangle2* pT, const Point2& point) {
     TriangleVector vSlivers{pT};
     Triangle2* pNearest = pT;
-    double nearest = std::numeric_limits<double>::max();
+    double sqNearest = 4.0 * MIN_WIDTH * MIN_WIDTH;
     AddressSet sSeen;
     sSeen.insert(pT);
     for (size_t k = 0; k < vSlivers.size() && isSliver(pT); ++k) {
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = vSlivers[k]->getOppositeTriangle(i);
-            const double distance = getDistance(point, Edge2(vSlivers[k], i));
-            if (!pN || distance >= std::min(nearest, 2.0 * MIN_WIDTH) || !sSeen.insert(pN)) continue;
+            const double sqToEdge = sqDistance(point, Edge2(vSlivers[k], i));
+            if (!pN || sqToEdge >= sqNearest || !sSeen.insert(pN)) continue;
             if (isSliver(pN)) {
                 vSlivers.push_back(pN);
             } else {
                 pNearest = pN;
-                nearest = distance;
+                sqNearest = sqToEdge;
             }
         }
     }
@@ -281,7 +238,7 @@ void CutAndFillImpl::readSurfaces() {
         surface.vTriangles = getTriangles(*surface.pZone);
         peelSlivers(surface.vTriangles);
         std::vector<Point2*> vCorners;
-        getCorners(surface.vTriangles, vCorners);
+        getVertices(surface.vTriangles, vCorners);
         for (const Point2* pVtx : vCorners) {
             surface.mIndices[pVtx] = surface.vPoints.size();
             surface.vPoints.emplace_back(pVtx->x(), pVtx->y(), pVtx->z());
@@ -354,14 +311,8 @@ void CutAndFillImpl::insertInnerSegments(int ithInput) {
 /// Where borders are bent to near vertices, a chain may run back over itself. Then the zone on its left also gets what is
 /// outside, up to the next border, which has to go again. False if nothing would be left.
 bool CutAndFillImpl::leaveOutside() {
-    std::vector<ConstraintSegment2*> vPieces;
-    for (Surface& surface : aSurfaces_) surface.pBorder->getChildConstraintSegments(vPieces);
-    EdgeSet sBorders;
-    for (const ConstraintSegment2* pPiece : vPieces) sBorders.insert(pPiece->getSrc(), pPiece->getTrg());
-    AddressSet asInputs[2], sSeen;
-    for (const int ithInput : {0, 1}) {
-        for (const Triangle2* pT : aSurfaces_[ithInput].vTriangles) asInputs[ithInput].insert(pT);
-    }
+    const EdgeSet sBorders = getAlivePieces({aSurfaces_[0].pBorder, aSurfaces_[1].pBorder});
+    AddressSet asInputs[2] = {toSet(aSurfaces_[0].vTriangles), toSet(aSurfaces_[1].vTriangles)}, sSeen;
     const auto isInside = [&](const Point2& point) {
         for (const int ithInput : {0, 1}) {
             const Triangle2* pT = aSurfaces_[ithInput].pZone->getDelaunayTriangulation()->locate(point);

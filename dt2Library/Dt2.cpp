@@ -121,6 +121,12 @@ Point2* Dt2::createVertex(const Point2& point) {
     return new (pVtx) Point2(point);
 }
 
+Point2* Dt2::createRegisteredVertex(const Point2& point) {
+    Point2* pVtx = createVertex(point);
+    vertexVault_.addItem(hilbertCurve_.iReset(point.x(), point.y()), pVtx);
+    return pVtx;
+}
+
 inline Triangle2* Dt2::newTriangleRecord() {
     if (!vRecycledTriangles_.empty()) {
         Triangle2* pT = vRecycledTriangles_.back();
@@ -229,8 +235,7 @@ Triangle2* Dt2::getStartTriangle(unsigned key, const Point2& point) const {
 
 Point2* Dt2::insertWhileCollinear(const Point2& point) {
     if (Point2* pExisting = vertexVault_.getVertexPointer(point)) return pExisting;
-    Point2* pVtx = createVertex(point);
-    vertexVault_.addItem(hilbertCurve_.iReset(point.x(), point.y()), pVtx);
+    Point2* pVtx = createRegisteredVertex(point);
     if (!createFullDimTriangle(0)) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
 }

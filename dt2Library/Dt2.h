@@ -117,12 +117,10 @@ class Dt2 {
         return {vertexPool_, vRecycledVertices_, n};
     }
     Point2* createVertex(const Point2& point);
+    /// The same, with an item in the vault. Whoever inserts it has the vault sorted afterwards if that is due.
+    Point2* createRegisteredVertex(const Point2& point);
     void recycleVertex(Point2* pVtx) { vRecycledVertices_.push_back(pVtx); }
 
-    /// True if x, y and z are all finite.
-    static bool isFinite(const Point2& point) {
-        return std::isfinite(point.x()) && std::isfinite(point.y()) && std::isfinite(point.z());
-    }
     const HC2& getHilbertCurve() const { return hilbertCurve_; }
     /// Lays the curve anew if it has become far too wide or too narrow for the vertices. The keys are not changed;
     /// returns whether they have to be.
@@ -191,9 +189,9 @@ class Dt2 {
     void noteConstraints() { bHasConstraints_ = true; }
     /// Whether edge i of a triangle is a constraint.
     bool isConstraint(const Triangle2* pT, int i) const { return bHasConstraints_ && isConstraintAmongSome(pT, i); }
-    bool isConstraint(Point2* p0, Point2* p1) const;
+    bool isConstraint(const Point2* p0, const Point2* p1) const;
     bool isConstraintVertex(const Point2* pVtx) const;
-    ConstraintSegment2* getAliveConstraintSegment(Point2* p0, Point2* p1) const;
+    ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     ConstraintMgr* getConstraintManager() const { return pConstraintMgr_.get(); }
@@ -355,9 +353,11 @@ class Dt2 {
 
     bool isConstraintAmongSome(const Triangle2* pT, int i) const;
     void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit);
-    /// Where the way from p to q leaves the triangles around p: across edge i of pT, or along an edge to the returned
-    /// vertex.
+    /// Where the way from a vertex p to any point q leaves the triangles around p: across edge i of pT, or along an edge
+    /// to the returned vertex; or nowhere, then pT is null.
     Point2* leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
+    /// The same where both are vertices, so that there is a way.
+    Point2* leaveTowardsVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
     /// Follows the way from p to q across edge i of pT. Returns the side on which the far corner of the next triangle
     /// lies; i becomes the next edge on the way, or the index of the far corner if that is on it.
     Orientation2 crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
@@ -401,7 +401,6 @@ class Dt2 {
     Point2* CUTT_insert(const Point2& place, Cut& cut);
     Point2* CUTT_enter(const Point2& outside, const Point2& trg, Cut& cut);
     Point2* CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg, Cut& cut);
-    Point2* CUTT_leave(Point2* pVtx, const Point2& trg, Triangle2*& pT, int& i) const;
     bool CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const;
     bool CUTT_bendEdge(Triangle2* pT, int i, Point2* pVtx, Cut& cut);
     Point2* CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut);

@@ -63,10 +63,7 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Segment2>& vSegments, 
         warning("Dt2::createConstraint(..)", "vSegments is empty, returning NULL");
         return nullptr;
     }
-    const auto isSound = [](const Segment2& segment) {
-        return isFinite(segment.getSrc()) && isFinite(segment.getTrg());
-    };
-    if (!std::all_of(vSegments.begin(), vSegments.end(), isSound)) {
+    if (!areFinite(vSegments)) {
         warning("Dt2::createConstraint(..)", "non-finite coordinates, constraint refused");
         return nullptr;
     }
@@ -95,13 +92,13 @@ bool Dt2::isConstraintAmongSome(const Triangle2* pT, int i) const {
                                                             pT->getCorner(incIndexBy2(i)));
 }
 
-bool Dt2::isConstraint(Point2* p0, Point2* p1) const { return pConstraintMgr_->isConstraint(p0, p1); }
+bool Dt2::isConstraint(const Point2* p0, const Point2* p1) const { return pConstraintMgr_->isConstraint(p0, p1); }
 
 bool Dt2::isConstraintVertex(const Point2* pVtx) const {
     return bHasConstraints_ && pConstraintMgr_->isConstraintVertex(pVtx);
 }
 
-ConstraintSegment2* Dt2::getAliveConstraintSegment(Point2* p0, Point2* p1) const {
+ConstraintSegment2* Dt2::getAliveConstraintSegment(const Point2* p0, const Point2* p1) const {
     return pConstraintMgr_->getAliveConstraintSegment(p0, p1);
 }
 
@@ -124,28 +121,28 @@ void Dt2::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
 // The way of a segment through the mesh
 
 Point2* Dt2::leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const {
-    TARO_ASSERT_TEXT(p->getIncidentTriangle() != nullptr, "pSrc->getIncidentTriangle()!=__null");
-    TARO_ASSERT_TEXT(q->getIncidentTriangle() != nullptr, "pTrg->getIncidentTriangle()!=__null");
-    Point2* pOnSegment = nullptr;
-    const auto isExit = [&](Triangle2* pCandidate) {
-        const int k = indexOfVertex(pCandidate, p);
-        Point2 *a = pCandidate->getCorner(incIndexBy1(k)), *b = pCandidate->getCorner(incIndexBy2(k));
+    Point2* pOnWay = nullptr;
+    pT = findIncidentTriangle(p, [&](const Triangle2* pCandidate) {
+        i = indexOfVertex(pCandidate, p);
+        Point2 *a = pCandidate->getCorner(incIndexBy1(i)), *b = pCandidate->getCorner(incIndexBy2(i));
         if (a == q || b == q) {
-            pOnSegment = a == q ? a : b;
+            pOnWay = a == q ? a : b;
             return true;
         }
         const Orientation2 oriA = geomTest_.getOrientation2(p, q, a), oriB = geomTest_.getOrientation2(p, q, b);
-        TARO_ASSERT_TEXT(oriA != ORIENTATION2_COLLINEAR || oriB != ORIENTATION2_COLLINEAR,
-                         "oriA!=ORIENTATION2_COLLINEAR || oriB!=ORIENTATION2_COLLINEAR");
-        if (oriA == ORIENTATION2_COLLINEAR && oriB == ORIENTATION2_CCW) pOnSegment = a;
-        if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnSegment = b;
-        pT = pCandidate;
-        i = k;
-        return pOnSegment || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
-    };
-    const bool bFound = findIncidentTriangle(p, isExit) != nullptr;
-    TARO_ASSERT(bFound);
-    return pOnSegment;
+        if (oriA == ORIENTATION2_COLLINEAR && oriB == ORIENTATION2_CCW) pOnWay = a;
+        if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnWay = b;
+        return pOnWay || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
+    });
+    return pOnWay;
+}
+
+Point2* Dt2::leaveTowardsVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const {
+    TARO_ASSERT_TEXT(p->getIncidentTriangle() != nullptr, "pSrc->getIncidentTriangle()!=__null");
+    TARO_ASSERT_TEXT(q->getIncidentTriangle() != nullptr, "pTrg->getIncidentTriangle()!=__null");
+    Point2* pOnWay = leaveVertex(p, q, pT, i);
+    TARO_ASSERT_TEXT(pT != nullptr, "pT!=__null");
+    return pOnWay;
 }
 
 Orientation2 Dt2::crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const {
@@ -163,7 +160,7 @@ void Dt2::getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTria
     while (p != q) {
         Triangle2* pT = nullptr;
         int i = 0;
-        const Point2* pReached = leaveVertex(p, q, pT, i);
+        const Point2* pReached = leaveTowardsVertex(p, q, pT, i);
         while (!pReached) {
             vTriangles.push_back(pT);
             if (crossEdge(p, q, pT, i) != ORIENTATION2_COLLINEAR) continue;
@@ -253,7 +250,7 @@ Point2* Dt2::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>&
     }
     Triangle2* pT = nullptr;
     int i = 0;
-    if (Point2* pReached = leaveVertex(pSrc, pTrg, pT, i)) return pReached == pTrg ? nullptr : pReached;
+    if (Point2* pReached = leaveTowardsVertex(pSrc, pTrg, pT, i)) return pReached == pTrg ? nullptr : pReached;
     std::vector<Triangle2*> vOldTriangles{pT};
     std::vector<Border> vLeft{{pT, incIndexBy1(i), true}}, vRight{{pT, incIndexBy2(i), true}};
     for (;;) {
@@ -406,10 +403,8 @@ ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
 }
 
 bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
-    const double magnitude = std::max({std::abs(insertionBox_.getMinX()), std::abs(insertionBox_.getMinY()),
-                                       std::abs(insertionBox_.getMaxX()), std::abs(insertionBox_.getMaxY())});
-    const double eps =
-        std::ldexp(std::numeric_limits<double>::epsilon(), static_cast<int>(std::ceil(std::log2(magnitude))));
+    const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(insertionBox_))));
+    const double eps = std::ldexp(std::numeric_limits<double>::epsilon(), exponent);
     return std::abs(src.x() - trg.x()) < 10.0 * eps && std::abs(src.y() - trg.y()) < 10.0 * eps;
 }
 
@@ -427,7 +422,7 @@ bool Dt2::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle
     const Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
     Triangle2* pT = nullptr;
     int i = 0;
-    if (leaveVertex(pSrc, pTrg, pT, i)) return false;
+    if (leaveTowardsVertex(pSrc, pTrg, pT, i)) return false;
     while (!isConstraint(pT, i)) {
         if (crossEdge(pSrc, pTrg, pT, i) == ORIENTATION2_COLLINEAR) return false;
     }

@@ -34,10 +34,10 @@
 #include "Dt2.h"
 #include "diagnostics.h"
 #include "links.h"
-#include "spread.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 #include "tools.h"
+#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 
@@ -78,23 +78,9 @@ double getExactHeight(const Triangle2& triangle, const Point2& place) {
     return Rational(a.z() + rise).get_d();
 }
 
-/// Sets a flag for the length of an operation.
-class FlagScope {
-  public:
-    explicit FlagScope(bool& bFlag) : bFlag_(bFlag) { bFlag_ = true; }
-    ~FlagScope() { bFlag_ = false; }
-    FlagScope(const FlagScope&) = delete;
-    FlagScope& operator=(const FlagScope&) = delete;
-
-  private:
-    bool& bFlag_;
-};
-
-bool isFinite(const Segment2& segment) { return Dt2::isFinite(segment.getSrc()) && Dt2::isFinite(segment.getTrg()); }
-
 /// The corners of a simple polygon, counterclockwise. False for other segments.
 bool getSimplePolygon(const std::vector<Segment2>& vSegments, std::vector<Point2>& vCorners) {
-    if (vSegments.size() < 3 || !std::all_of(vSegments.begin(), vSegments.end(), isFinite)) return false;
+    if (vSegments.size() < 3 || !areFinite(vSegments)) return false;
     std::vector<Point2> vEnds;
     for (const Segment2& segment : vSegments) {
         if (segment.getSrc() == segment.getTrg()) return false;
@@ -182,8 +168,7 @@ struct Dt2::Cut {
 // New vertices
 
 Point2* Dt2::CUTT_insertAt(Triangle2* pT, int i, const Point2& point, Cut& cut) {
-    Point2* pVtx = createVertex(point);
-    vertexVault_.addItem(hilbertCurve_.iReset(point.x(), point.y()), pVtx);
+    Point2* pVtx = createRegisteredVertex(point);
     if (i >= 0) cut.inherit(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), pVtx);
     if (i < 0) {
         initVCheckT13(pT, pVtx);
@@ -262,22 +247,6 @@ Point2* Dt2::CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Poi
 // ---------------------------------------------------------------------------------------------------------------------
 // The way of a segment
 
-/// Where the ray from a vertex through a point goes: along an edge to the returned vertex, or across edge i of pT; or
-/// nowhere, then pT is null.
-Point2* Dt2::CUTT_leave(Point2* pVtx, const Point2& trg, Triangle2*& pT, int& i) const {
-    Point2* pOnWay = nullptr;
-    pT = findIncidentTriangle(pVtx, [&](const Triangle2* pCandidate) {
-        i = indexOfVertex(pCandidate, pVtx);
-        Point2 *a = pCandidate->getCorner(incIndexBy1(i)), *b = pCandidate->getCorner(incIndexBy2(i));
-        const Orientation2 oriA = geomTest_.getOrientation2(pVtx, &trg, a);
-        const Orientation2 oriB = geomTest_.getOrientation2(pVtx, &trg, b);
-        if (oriA == ORIENTATION2_COLLINEAR && oriB == ORIENTATION2_CCW) pOnWay = a;
-        if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnWay = b;
-        return pOnWay || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
-    });
-    return pOnWay;
-}
-
 bool Dt2::CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const {
     const Triangle2* pN = pT->getOppositeTriangle(i);
     const Point2* aRing[4] = {pT->getCorner(i), pT->getCorner(incIndexBy1(i)), pN->getCorner(indexOfNeighbour(pN, pT)),
@@ -336,8 +305,7 @@ void Dt2::CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut) {
     for (size_t numStepsBack = 0; pVtx != pTrg && numStepsBack < MAX_STEPS_BACK;) {
         Triangle2* pT = nullptr;
         int i = 0;
-        Point2* pNext = CUTT_leave(pVtx, *pTrg, pT, i);
-        TARO_ASSERT_TEXT(pT != nullptr, "pT!=__null");
+        Point2* pNext = leaveTowardsVertex(pVtx, pTrg, pT, i);
         if (!pNext) pNext = CUTT_cross(pVtx, *pTrg, pT, i, cut);
         if (pNext != pVtx) cut.addPiece(pVtx, pNext);
         pVtx = pNext;
@@ -384,20 +352,14 @@ void Dt2::CUTT_fixEdges(const Cut& cut, bool bPieces) {
     std::vector<Triangle2*> vTriangles;
     cut.getTriangles(*this, vTriangles);
     std::vector<ConstraintMgr::VertexPair> vPairs;
-    AddressSet sDone;
-    for (Triangle2* pT : vTriangles) {
-        sDone.insert(pT);
-        for (int i = 0; i < 3; ++i) {
-            const Triangle2* pN = pT->getOppositeTriangle(i);
-            if (pN && sDone.contains(pN)) continue;
-            Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
-            const bool bFix =
-                (bPieces && cut.sPieces.contains(p0, p1)) ||
-                (pN && !isConstraint(pT, i) &&
-                 geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE);
-            if (bFix) vPairs.emplace_back(p0, p1);
-        }
-    }
+    forEachEdge(vTriangles, [&](Triangle2* pT, int i) {
+        const Triangle2* pN = pT->getOppositeTriangle(i);
+        Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
+        const bool bFix = (bPieces && cut.sPieces.contains(p0, p1)) ||
+                          (pN && !isConstraint(pT, i) &&
+                           geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE);
+        if (bFix) vPairs.emplace_back(p0, p1);
+    });
     if (!vPairs.empty()) pConstraintMgr_->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
 }
 
@@ -406,7 +368,7 @@ void Dt2::CUTT_cutTriangles(const std::vector<Segment2>& vSegments, bool bConstr
         warning("Dt2::CUTT_cutTriangles()", "The triangulation is not full dimensional yet. Nothing to do");
         return;
     }
-    if (!std::all_of(vSegments.begin(), vSegments.end(), LUMO_TARO25D::isFinite)) {
+    if (!areFinite(vSegments)) {
         warning("Dt2::CUTT_cutTriangles()", "non-finite coordinates, segments refused");
         return;
     }
@@ -455,7 +417,7 @@ void Dt2::CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked
     while (pVtx) {
         Triangle2* pT = nullptr;
         int i = 0;
-        Point2* pNext = CUTT_leave(pVtx, outside, pT, i);
+        Point2* pNext = leaveVertex(pVtx, &outside, pT, i);
         if (pNext) sBlocked.insert(pVtx, pNext);
         while (!pNext && pT) {
             sMarked.insert(pT);

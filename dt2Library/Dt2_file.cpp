@@ -42,6 +42,7 @@
 #include "LargeVector.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Segment2.h"
+#include "tools.h"
 
 namespace LUMO_TARO25D {
 
@@ -73,7 +74,7 @@ class Writer {
     }
     /// A height that is not finite, as a client may have set it, could not be read again: it counts as a failure.
     void write(const Point2& point) {
-        bWell_ = bWell_ && Dt2::isFinite(point);
+        bWell_ = bWell_ && isFinite(point);
         write(point.x());
         write(point.y());
         write(point.z());

@@ -10,8 +10,9 @@
 // of vertices changes is not: therefore a pass over the whole zone follows, until nothing has been done in one, or 50 are
 // over.
 //
-// It ends: a circumcircle of 16 units in the last place of the zone's coordinates is too small, a segment must have a point between its ends that the
-// numbers can express, and a candidate that meets all limits, or has no usable Steiner point, is dropped.
+// It ends: a circumcircle of 16 units in the last place of the zone's coordinates is too small, a segment must have a
+// point between its ends that the numbers can express, and a candidate that meets all limits, or has no usable Steiner
+// point, is dropped.
 //
 // A vertex costs O(log n) for the queue and expected constant time for everything else: the height comes from the triangle
 // that holds the centre, where the walk has ended. No result depends on addresses: the order of candidates is that in which
@@ -39,6 +40,7 @@
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 #include "tools.h"
+#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 
@@ -98,14 +100,8 @@ class RefinementProgress {
     double passBegin_ = 0.0, lastReported_ = 0.0;
 };
 
-double getMagnitude(const std::vector<Triangle2*>& vTriangles) {
-    double magnitude = 0.0;
-    for (const Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            magnitude = std::max({magnitude, std::abs(pT->getCorner(i)->x()), std::abs(pT->getCorner(i)->y())});
-        }
-    }
-    return magnitude;
+double getLargestCoordinate(const std::vector<Triangle2*>& vTriangles) {
+    return vTriangles.empty() ? 0.0 : getMagnitude(getBox(vTriangles));
 }
 
 bool isUsableLimit(double limit) { return limit > 0.0; }
@@ -295,7 +291,7 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
     pLastParams_ = copyLimits(*pParams);
     std::vector<Triangle2*> vTriangles;
     pParams->pZone->getTriangles(vTriangles);
-    zoneMagnitude_ = getMagnitude(vTriangles);
+    zoneMagnitude_ = getLargestCoordinate(vTriangles);
 
     TARO_ASSERT_TEXT(pmmAng2RC_ == nullptr, "pmmAng2RC==__null");
     pmmAng2RC_ = std::make_unique<CandidateQueue>(this, pParams);
@@ -329,8 +325,7 @@ void Dt2::preMeshing(MeshGenParams* pParams) {
 void Dt2::getInitialRefineCandidates(MeshGenParams* pParams) {
     std::vector<Triangle2*> vTriangles;
     pParams->pZone->getTriangles(vTriangles);
-    AddressSet sZone;
-    for (const Triangle2* pT : vTriangles) sZone.insert(pT);
+    AddressSet sZone = toSet(vTriangles);
     // In the order of creation, which does not depend on addresses, and lies in memory one after the other.
     trianglePool_.forEach([&](Triangle2* pT) {
         if (sZone.contains(pT)) addRefCand3(pT);
@@ -382,8 +377,7 @@ double Dt2::getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams
 void Dt2::insertCircumcenter(RefCand3* pRC, MeshGenParams* pParams) {
     const double x = pRC->getSteiner().x(), y = pRC->getSteiner().y();
     Triangle2* pT = pRC->getContainingTriangle();
-    Point2* pVertex = createVertex(Point2(x, y, getMeshHeight(x, y, pT, pParams)));
-    vertexVault_.addItem(hilbertCurve_.iReset(x, y), pVertex);
+    Point2* pVertex = createRegisteredVertex(Point2(x, y, getMeshHeight(x, y, pT, pParams)));
     insertVertexForRefinement(pVertex, pT);
     vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     pInnerVtxMgr_->addVtx(pVertex);
@@ -458,7 +452,7 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
         growth("growth", false);
     std::vector<Triangle2*> vTriangles;
     pZone->getTriangles(vTriangles);
-    zoneMagnitude_ = getMagnitude(vTriangles);
+    zoneMagnitude_ = getLargestCoordinate(vTriangles);
     double smallestAngle = 180.0;
     for (Triangle2* pT : vTriangles) {
         RefCand3 candidate(this, pT);

@@ -4,12 +4,13 @@
 
 #include "ConnectedComponent.h"
 #include "ConstraintMgr.h"
+#include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "diagnostics.h"
-#include "spread.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Zone2.h"
 #include "tools.h"
+#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 
@@ -200,12 +201,8 @@ void Dt2::growZoneArea(const std::vector<ConstraintGraph2*>& vGraphs, const std:
 
 void Dt2::spreadBetween(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Triangle2*>& vFrom,
                         std::vector<Triangle2*>& vTriangles) const {
-    EdgeSet sPieces;
-    std::vector<ConstraintSegment2*> vCSegs;
-    for (const ConstraintGraph2* pGraph : vGraphs) pGraph->getChildConstraintSegments(vCSegs);
-    for (const ConstraintSegment2* pCSeg : vCSegs) sPieces.insert(pCSeg->getSrc(), pCSeg->getTrg());
     AddressSet sMarked;
-    spread(vFrom, sPieces, sMarked, vTriangles);
+    spread(vFrom, getAlivePieces(vGraphs), sMarked, vTriangles);
 }
 
 }  // namespace LUMO_TARO25D

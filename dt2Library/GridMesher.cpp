@@ -26,6 +26,7 @@
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 #include "tools.h"
+#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 
@@ -40,8 +41,6 @@ std::vector<Point2*> getConstraintPoints(const Zone2* pZone) {
     pZone->getConstraintGraphs(vGraphs);
     std::vector<Point2*> vConstraintPoints;
     for (const ConstraintGraph2* pGraph : vGraphs) {
-        pGraph->getPolygonVertices(vConstraintPoints);
-        if (pGraph->isPolygon()) continue;
         std::vector<ConstraintSegment2*> vCSegs;
         pGraph->getChildConstraintSegments(vCSegs);
         for (const ConstraintSegment2* pCSeg : vCSegs) {
@@ -49,9 +48,7 @@ std::vector<Point2*> getConstraintPoints(const Zone2* pZone) {
             vConstraintPoints.push_back(pCSeg->getTrg());
         }
     }
-    std::sort(vConstraintPoints.begin(), vConstraintPoints.end(),
-              [](const Point2* p, const Point2* q) { return *p < *q; });
-    vConstraintPoints.erase(std::unique(vConstraintPoints.begin(), vConstraintPoints.end()), vConstraintPoints.end());
+    sortByPlace(vConstraintPoints);
     return vConstraintPoints;
 }
 
@@ -137,9 +134,7 @@ void GridMesher::createStripes(const Vector2& direction, std::vector<Segment2>& 
 AddressSet GridMesher::getZoneTriangles() const {
     std::vector<Triangle2*> vTriangles;
     pZone_->getTriangles(vTriangles);
-    AddressSet sZone;
-    for (const Triangle2* pT : vTriangles) sZone.insert(pT);
-    return sZone;
+    return toSet(vTriangles);
 }
 
 /// Whether a point is inside the zone and on no constraint.

@@ -1,18 +1,16 @@
 #include "HeightTree.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "tools.h"
 
 namespace LUMO_TARO25D {
 
 namespace {
 
-bool isFinite(const Point2* pPoint) {
-    return pPoint && std::isfinite(pPoint->x()) && std::isfinite(pPoint->y()) && std::isfinite(pPoint->z());
-}
-
 bool isUsable(const Triangle2* pT) {
-    return pT && isFinite(pT->getCorner(0)) && isFinite(pT->getCorner(1)) && isFinite(pT->getCorner(2));
+    const auto isUsableCorner = [pT](int i) { return pT->getCorner(i) && isFinite(*pT->getCorner(i)); };
+    return pT && isUsableCorner(0) && isUsableCorner(1) && isUsableCorner(2);
 }
 
 }  // namespace

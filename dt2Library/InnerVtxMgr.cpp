@@ -4,20 +4,12 @@
 #include <vector>
 
 #include "Dt2.h"
-#include "spread.h"
 #include "tools.h"
+#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 
 namespace {
-
-/// The squared distance in x-y from a point to the nearest point of a segment.
-double sqDistanceToSegment(const Point2& p, const Point2& src, const Point2& trg) {
-    const Vector2 direction = getVector2D(src, trg);
-    const double sqLength = direction.sqLength();
-    const double t = sqLength > 0.0 ? std::clamp(getVector2D(src, p) * direction / sqLength, 0.0, 1.0) : 0.0;
-    return sqDistance2D(p, src + direction * t);
-}
 
 /// The corners of the triangles that a circle around a vertex touches, and perhaps a few more, each once, by coordinates.
 /// The circle is in one piece, so these triangles hang together over edges that it touches.
@@ -27,14 +19,12 @@ std::vector<Point2*> getVerticesNearby(const Point2* pCenter, double sqRadius) {
     sMarked.insert(vTriangles.front());
     const double sqReach = sqRadius * (1.0 + 1e-9);
     spread(vTriangles, 0, sMarked, [&](const Triangle2* pT, int i, const Triangle2*) {
-        return sqDistanceToSegment(*pCenter, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))) <= sqReach;
+        return sqDistanceToSegment2D(*pCenter, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))) <=
+               sqReach;
     });
     std::vector<Point2*> vVertices;
-    for (const Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) vVertices.push_back(pT->getCorner(i));
-    }
-    std::sort(vVertices.begin(), vVertices.end(), [](const Point2* p, const Point2* q) { return *p < *q; });
-    vVertices.erase(std::unique(vVertices.begin(), vVertices.end()), vVertices.end());
+    getVertices(vTriangles, vVertices);
+    sortByPlace(vVertices);
     return vVertices;
 }
 

@@ -277,9 +277,8 @@ bool RefCand3::highPriorityAccept(MeshGenParams* pParams) {
 }
 
 double RefCand3::getNeighbourArea(int i) const {
-    const Point2 *pSrc = aCorner_[incIndexBy1(i)], *pTrg = aCorner_[incIndexBy2(i)];
     const ConstraintSegment2* pCSeg =
-        pDt2_->getAliveConstraintSegment(const_cast<Point2*>(pSrc), const_cast<Point2*>(pTrg));
+        pDt2_->getAliveConstraintSegment(aCorner_[incIndexBy1(i)], aCorner_[incIndexBy2(i)]);
     if (pCSeg) return pCSeg->getAdjacentArea();
     const Triangle2* pN = pT_->getOppositeTriangle(i);
     return pN ? pN->getArea25D() : 0.0;

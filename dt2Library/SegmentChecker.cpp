@@ -42,11 +42,6 @@ namespace {
 
 using Intersectors = std::vector<std::pair<Segment2*, SegmentIntersectionType>>;
 
-bool isFinite(const Segment2& segment) {
-    const Point2 &src = segment.getSrc(), &trg = segment.getTrg();
-    return std::isfinite(src.x()) && std::isfinite(src.y()) && std::isfinite(trg.x()) && std::isfinite(trg.y());
-}
-
 double getMaxAbsCoord(const Segment2& segment) {
     const Point2 &src = segment.getSrc(), &trg = segment.getTrg();
     return std::max({std::abs(src.x()), std::abs(src.y()), std::abs(trg.x()), std::abs(trg.y())});
@@ -123,7 +118,7 @@ bool isReported(SegmentIntersectionType type, bool bAlsoEndPoints) {
 class SegmentClassifier {
   public:
     SegmentIntersectionType getIntersectionType(const Segment2& s, const Segment2& t) {
-        if (!isFinite(s) || !isFinite(t)) return SIT_NONE;
+        if (!isFinite2D(s) || !isFinite2D(t)) return SIT_NONE;
         const double coord = std::max(getMaxAbsCoord(s), getMaxAbsCoord(t));
         if (coord > geomTest_.getMaxAbsCoord()) geomTest_.setStaticBound(coord);
         const SegmentIntersectionType type = getIntersectionType_degeneratePart(s, t);
@@ -208,7 +203,7 @@ class SegmentIndex {
     /// has a box that is not finite.
     template <class Visit>
     void forEachCandidate(const Segment2& segment, Visit visit) {
-        if (!isFinite(segment)) return;
+        if (!isFinite2D(segment)) return;
         updateTree();
         const auto take = [&](const Entry& entry) { visit(entry.second); };
         tree_.query(boost::geometry::index::intersects(getBox(segment)), boost::make_function_output_iterator(take));
@@ -231,7 +226,7 @@ class SegmentIndex {
         if (size() - numInTree_ > numInTree_ / 8) return loadTree();
         for (; numInTree_ < size(); ++numInTree_) {
             const Segment2& segment = *vSegments_[numInTree_];
-            if (isFinite(segment)) tree_.insert(Entry(getBox(segment), numInTree_));
+            if (isFinite2D(segment)) tree_.insert(Entry(getBox(segment), numInTree_));
         }
     }
 
@@ -239,7 +234,7 @@ class SegmentIndex {
         std::vector<Entry> vEntries;
         vEntries.reserve(size());
         for (size_t i = 0; i < size(); ++i) {
-            if (isFinite(*vSegments_[i])) vEntries.emplace_back(getBox(*vSegments_[i]), i);
+            if (isFinite2D(*vSegments_[i])) vEntries.emplace_back(getBox(*vSegments_[i]), i);
         }
         tree_ = Tree(vEntries.begin(), vEntries.end());
         numInTree_ = size();

@@ -61,12 +61,12 @@ LargeVector<KeyedIndex> VertexVault::orderPoints(const PointSource& source) cons
     parallelFor(numThreads, source.size(), [&](size_t begin, size_t end, int) {
         for (size_t i = begin; i < end; ++i) {
             const Point2 point = source[i];
-            if (!Dt2::isFinite(point)) bAllFinite = false;
+            if (!isFinite(point)) bAllFinite = false;
             vKeyed[i] = {curve.iReset(point.x(), point.y()), static_cast<std::uint32_t>(i)};
         }
     });
     if (!bAllFinite) {
-        const auto isRefused = [&](const KeyedIndex& entry) { return !Dt2::isFinite(source[entry.index]); };
+        const auto isRefused = [&](const KeyedIndex& entry) { return !isFinite(source[entry.index]); };
         vKeyed.erase(std::remove_if(vKeyed.begin(), vKeyed.end(), isRefused), vKeyed.end());
     }
     const auto pointAt = [&](size_t i) { return source[i]; };

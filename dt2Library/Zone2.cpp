@@ -21,11 +21,11 @@
 #include "Dt2.h"
 #include "angles.h"
 #include "diagnostics.h"
-#include "flatSets.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer2.h"
+#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 
@@ -255,12 +255,7 @@ double Zone2::getArea25D() const {
 void Zone2::getVertices(std::vector<Point2*>& vVertices) const {
     TriangleVector vTriangles;
     getTriangles(vTriangles);
-    AddressSet sSeen;
-    for (const Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            if (sSeen.insert(pT->getCorner(i))) vVertices.push_back(pT->getCorner(i));
-        }
-    }
+    LUMO_TARO25D::getVertices(vTriangles, vVertices);
 }
 
 void Zone2::getBorderEdges(std::vector<Edge2>& vBorderEdges) const {
@@ -278,11 +273,9 @@ void Zone2::getBoundarySegments(std::vector<Segment2>& vBoundarySegments) const 
 }
 
 Bbox2 Zone2::getBoundingBox() const {
-    std::vector<Point2*> vVertices;
-    getVertices(vVertices);
-    Bbox2 box;
-    for (const Point2* pVtx : vVertices) box.add(*pVtx);
-    return box;
+    TriangleVector vTriangles;
+    getTriangles(vTriangles);
+    return getBox(vTriangles);
 }
 
 Zone2* Zone2::convertToBoundedZone() {
@@ -302,19 +295,13 @@ void Zone2::statistics(const std::string& name) const {
     TriangleVector vTriangles;
     getTriangles(vTriangles);
     std::vector<Point2*> vVertices;
-    getVertices(vVertices);
+    LUMO_TARO25D::getVertices(vTriangles, vVertices);
     Range heights, lengths2D, lengths25D;
     for (const Point2* pVtx : vVertices) heights.add(pVtx->z());
-    AddressSet sDone;
-    for (Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            const Triangle2* pN = pT->getOppositeTriangle(i);
-            if (pN && sDone.contains(pN)) continue;
-            lengths2D.add(Edge2(pT, i).getLength2D());
-            lengths25D.add(Edge2(pT, i).getLength25D());
-        }
-        sDone.insert(pT);
-    }
+    forEachEdge(vTriangles, [&](Triangle2* pT, int i) {
+        lengths2D.add(Edge2(pT, i).getLength2D());
+        lengths25D.add(Edge2(pT, i).getLength25D());
+    });
     std::ostringstream out;
     out << "\n\n\n********* ZONE STATISTICS (" << name << ") **********\n\n"
         << "Number of triangles: " << vTriangles.size() << "\n"
@@ -377,24 +364,7 @@ Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predic
     TriangleVector vTriangles;
     pZone->getTriangles(vTriangles);
     if (bVerbose) printAreas("\nZone2::peelOffIf(), original Zone:", vTriangles);
-    std::vector<Edge2> vBorderEdges;
-    getBorderEdges(vTriangles, vBorderEdges);
-    AddressSet sInside, sAsked, sPeeled;
-    for (const Triangle2* pT : vTriangles) sInside.insert(pT);
-    TriangleVector vAtBorder;
-    for (const Edge2& edge : vBorderEdges) {
-        if (sAsked.insert(edge.getTriangle())) vAtBorder.push_back(edge.getTriangle());
-    }
-    for (size_t k = 0; k < vAtBorder.size(); ++k) {
-        if (!predicate(vAtBorder[k])) continue;
-        sPeeled.insert(vAtBorder[k]);
-        for (int i = 0; i < 3; ++i) {
-            Triangle2* pN = vAtBorder[k]->getOppositeTriangle(i);
-            if (pN && sInside.contains(pN) && sAsked.insert(pN)) vAtBorder.push_back(pN);
-        }
-    }
-    const auto isPeeled = [&sPeeled](const Triangle2* pT) { return sPeeled.contains(pT); };
-    vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isPeeled), vTriangles.end());
+    peelBorder(vTriangles, predicate);
     if (bVerbose) printAreas("Output Zone:", vTriangles);
     if (!vTriangles.empty()) return pZone->getDelaunayTriangulation()->createZone(vTriangles);
     warning("Zone2::peelOffIf()", "No triangles are left. Returning NULL");

@@ -59,8 +59,6 @@ double getMean(double a, double b, double c) {
     return std::isfinite(mean) ? mean : a / 3.0 + b / 3.0 + c / 3.0;
 }
 
-bool isFinite(const Point2& p) { return std::isfinite(p.x()) && std::isfinite(p.y()); }
-
 /// Whether (b - a) x (d - c) is zero, exactly.
 bool areParallel(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
     using Rational = mpq_class;
@@ -183,7 +181,7 @@ bool getIntersectionPointNoRounding(const Point2& a, const Point2& b, const Poin
 bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d, double& x,
                                      double& y) {
     if (GeomTest::doubleDoubleIntersectionCoords(a, b, c, d, x, y)) return true;
-    if (!isFinite(a) || !isFinite(b) || !isFinite(c) || !isFinite(d) || areParallel(a, b, c, d)) return false;
+    if (!isFinite2D(a) || !isFinite2D(b) || !isFinite2D(c) || !isFinite2D(d) || areParallel(a, b, c, d)) return false;
     GeomTest().getIntersectionCoords_gmp(a, b, c, d, x, y);
     return true;
 }

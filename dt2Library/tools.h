@@ -1,10 +1,13 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <vector>
 
+#include "taro25d/Bbox2.h"
 #include "taro25d/Point2.h"
+#include "taro25d/Segment2.h"
 #include "taro25d/Vector2.h"
 
 namespace LUMO_TARO25D {
@@ -19,6 +22,25 @@ void oneInstance(std::vector<T>& vElements) {
     vElements.erase(std::unique(vElements.begin(), vElements.end()), vElements.end());
 }
 
+/// Sorts vertices by their coordinates, so that no address matters, and drops repeated ones.
+inline void sortByPlace(std::vector<Point2*>& vVertices) {
+    std::sort(vVertices.begin(), vVertices.end(), [](const Point2* p, const Point2* q) { return *p < *q; });
+    vVertices.erase(std::unique(vVertices.begin(), vVertices.end()), vVertices.end());
+}
+
+/// Sets a flag for the length of an operation, however that ends, and then to what it was. Nests.
+class FlagScope {
+  public:
+    explicit FlagScope(bool& bFlag) : bFlag_(bFlag), bBefore_(bFlag) { bFlag_ = true; }
+    ~FlagScope() { bFlag_ = bBefore_; }
+    FlagScope(const FlagScope&) = delete;
+    FlagScope& operator=(const FlagScope&) = delete;
+
+  private:
+    bool& bFlag_;
+    bool bBefore_;
+};
+
 /// Makes room for n more elements, and half as many again as that makes: what is never written costs addresses only, but
 /// moving a large vector for the next element costs as much as many insertions. At least doubling later, so that many small
 /// batches stay linear.
@@ -27,6 +49,16 @@ void reserveMore(Vector& vElements, size_t n) {
     const size_t numWanted = vElements.size() + n;
     if (numWanted > vElements.capacity())
         vElements.reserve(std::max(numWanted + numWanted / 2, 2 * vElements.capacity()));
+}
+
+/// Whether x and y are finite; z may be anything.
+inline bool isFinite2D(const Point2& point) { return std::isfinite(point.x()) && std::isfinite(point.y()); }
+inline bool isFinite2D(const Segment2& segment) { return isFinite2D(segment.getSrc()) && isFinite2D(segment.getTrg()); }
+/// Whether x, y and z are finite.
+inline bool isFinite(const Point2& point) { return isFinite2D(point) && std::isfinite(point.z()); }
+inline bool isFinite(const Segment2& segment) { return isFinite(segment.getSrc()) && isFinite(segment.getTrg()); }
+inline bool areFinite(const std::vector<Segment2>& vSegments) {
+    return std::all_of(vSegments.begin(), vSegments.end(), [](const Segment2& segment) { return isFinite(segment); });
 }
 
 /// The vector from one point to another.
@@ -44,12 +76,18 @@ inline double sqDistance25D(const Point2& a, const Point2& b) { return getVector
 inline double distance2D(const Point2& a, const Point2& b) { return getVector2D(a, b).length(); }
 inline double distance25D(const Point2& a, const Point2& b) { return getVector25D(a, b).length(); }
 
+/// The squared distance in x-y from a point to the nearest point of a segment.
+double sqDistanceToSegment2D(const Point2& point, const Point2& src, const Point2& trg);
+
 /// The z component of the cross product.
 inline double crossProduct2D(const Vector2& a, const Vector2& b) { return a.x() * b.y() - a.y() * b.x(); }
 
 /// The power of two next to the largest component: dividing by it brings the vector near length 1 without
 /// rounding, so that products of components neither overflow nor underflow. 1 for the zero vector.
 double getBinaryScale(const Vector2& v);
+
+/// The largest absolute coordinate in a box.
+double getMagnitude(const Bbox2& box);
 
 /// True if a point that lies on the line a-b up to rounding is between a and b, ends included: it is no
 /// farther in x-y from either end than they are from each other.

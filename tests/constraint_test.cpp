@@ -11,6 +11,7 @@
 #include <map>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,7 @@
 #include "support/constraint_oracle.h"
 #include "support/generators.h"
 #include "taro25d/Edge2.h"
+#include "taro25d/MsgBase.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
 
@@ -623,6 +625,31 @@ TEST_F(Constraint, EndsWhereCrossingsHaveNoRoomLeft) {
             if (HasFailure()) return;
         }
     }
+}
+
+TEST_F(Constraint, GoesOnAfterAListenerHasThrown) {
+    // What is left of the quota of crossings when the exception comes must not be all that later segments have.
+    struct Thrower : MsgBase {
+        void update(MsgType, const std::string& message, double value) override {
+            if (message == "establish constraints" && value > 0) throw std::runtime_error("stop");
+        }
+    } thrower;
+    Work work;
+    work.vPoints = square(0, 100);
+    work.mesh.insert(work.vPoints);
+    work.mesh.subscribe(MT_PROGRESS, &thrower);
+    EXPECT_THROW(
+        work.mesh.createConstraint(Segments{segment(5, 1, 5, 99), segment(6, 1, 6, 99)}, CIS_CONSTRAINED_DELAUNAY),
+        std::runtime_error);
+    work.mesh.unsubscribe(MT_PROGRESS, &thrower);
+    Segments vSegments;
+    for (int i = 0; i < 40; ++i) {
+        vSegments.push_back(segment(10 + 2 * i, 1, 10 + 2 * i, 99));
+        vSegments.push_back(segment(1, 10 + 2 * i, 99, 10 + 2 * i));
+    }
+    work.constrain(vSegments);
+    EXPECT_TRUE(work.check());
+    EXPECT_EQ(work.output, "");
 }
 
 // ---- Before there are triangles ----

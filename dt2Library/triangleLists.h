@@ -3,9 +3,48 @@
 #include <vector>
 
 #include "flatSets.h"
+#include "taro25d/Bbox2.h"
 #include "taro25d/Triangle2.h"
 
 namespace LUMO_TARO25D {
+
+inline AddressSet toSet(const std::vector<Triangle2*>& vTriangles) {
+    AddressSet sTriangles;
+    for (const Triangle2* pT : vTriangles) sTriangles.insert(pT);
+    return sTriangles;
+}
+
+/// Appends the corners of the triangles, each once.
+inline void getVertices(const std::vector<Triangle2*>& vTriangles, std::vector<Point2*>& vVertices) {
+    AddressSet sSeen;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            if (sSeen.insert(pT->getCorner(i))) vVertices.push_back(pT->getCorner(i));
+        }
+    }
+}
+
+/// The box of the triangles.
+inline Bbox2 getBox(const std::vector<Triangle2*>& vTriangles) {
+    Bbox2 box;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) box.add(*pT->getCorner(i));
+    }
+    return box;
+}
+
+/// Calls visit(triangle, i) once for each edge of different triangles.
+template <class VisitT>
+void forEachEdge(const std::vector<Triangle2*>& vTriangles, const VisitT& visit) {
+    AddressSet sDone;
+    for (Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            if (!pN || !sDone.contains(pN)) visit(pT, i);
+        }
+        sDone.insert(pT);
+    }
+}
 
 /// Spreads from the triangles of a list, from a place of it on, breadth first: appends every neighbour that has no mark yet,
 /// over every edge i of a triangle pT of the list with mayCross(pT, i, neighbour). Those in the list have their marks.
