@@ -20,6 +20,7 @@
 #include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "GeomTest.h"
+#include "PointerMap.h"
 #include "diagnostics.h"
 #include "taro25d/Visualizer2.h"
 
@@ -84,9 +85,13 @@ class Incidence {
 // ---------------------------------------------------------------------------------------------------------------------
 // Construction
 
+class ConstraintGraph2::ReverseMap : public PointerMap<bool> {};
+
+ConstraintGraph2::~ConstraintGraph2() = default;
+
 ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                    ConstraintInsertionStrategy cis)
-    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis) {
+    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis), pReverse_(std::make_unique<ReverseMap>()) {
     const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
     bOriented_ = bPolygon_;
     Directions vDirections;
@@ -98,7 +103,11 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegmen
 
 ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                    const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis)
-    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis), bOriented_(true) {
+    : pDt2_(pDt2),
+      pGeomTest_(&pDt2->getGeomTest()),
+      cis_(cis),
+      pReverse_(std::make_unique<ReverseMap>()),
+      bOriented_(true) {
     const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
     Directions vDirections;
     vDirections.reserve(vProperCSegs.size());
@@ -133,17 +142,13 @@ std::vector<ConstraintSegment2*> ConstraintGraph2::init(const std::vector<Constr
 
 void ConstraintGraph2::enterDirections(const Directions& vDirections) {
     TARO_ASSERT_TEXT(vCSegParents_.empty(), "vCSegParents.empty()");
-    TARO_ASSERT_TEXT(mCSegReverse_.empty(), "mCSegReverse.empty()");
-    using Entry = std::pair<VertexPair, Directions::value_type>;  // sorted without looking into the segments
-    std::vector<Entry> vSorted;
-    vSorted.reserve(vDirections.size());
+    TARO_ASSERT_TEXT(pReverse_->empty(), "mCSegReverse.empty()");
     vCSegParents_.reserve(vDirections.size());
-    for (const auto& direction : vDirections) {
-        vCSegParents_.push_back(direction.first);
-        vSorted.emplace_back(VertexPair(direction.first->getSrc(), direction.first->getTrg()), direction);
+    pReverse_->reserve(vDirections.size());
+    for (const auto& [pCSeg, bReverse] : vDirections) {
+        vCSegParents_.push_back(pCSeg);
+        pReverse_->add(pCSeg, bReverse);
     }
-    std::stable_sort(vSorted.begin(), vSorted.end(), [](const Entry& a, const Entry& b) { return a.first < b.first; });
-    for (const Entry& entry : vSorted) mCSegReverse_.insert(mCSegReverse_.end(), entry.second);
     for (ConstraintSegment2* pCSeg : vCSegParents_) {
         if (!pCSeg->isAlive()) setDirectionsRecursive(pCSeg);
     }
@@ -159,8 +164,8 @@ void ConstraintGraph2::setDirectionsRecursive(ConstraintSegment2* pCSeg) {
         getChildrenFrom(pSrc, pParent, pChild0, pChild1);
         Point2* pTrg = getOtherEnd(pParent, pSrc);
         // What the graph knows already keeps its direction, and so does everything below it.
-        const bool bNew0 = mCSegReverse_.emplace(pChild0, pChild0->getSrc() != pSrc).second;
-        const bool bNew1 = mCSegReverse_.emplace(pChild1, pChild1->getTrg() != pTrg).second;
+        const bool bNew0 = pReverse_->add(pChild0, pChild0->getSrc() != pSrc);
+        const bool bNew1 = pReverse_->add(pChild1, pChild1->getTrg() != pTrg);
         if (bNew0 && !pChild0->isAlive()) vStack.push_back(pChild0);
         if (bNew1 && !pChild1->isAlive()) vStack.push_back(pChild1);
     }
@@ -219,23 +224,22 @@ void ConstraintGraph2::getPolygonVertices(std::vector<Point2*>& vVertices) const
 // Directions and pieces
 
 bool ConstraintGraph2::isConstraint(ConstraintSegment2* pCSeg) const {
-    return pCSeg && pCSeg->isAlive() && mCSegReverse_.count(pCSeg) > 0;
+    return pCSeg && pCSeg->isAlive() && pReverse_->find(pCSeg);
 }
 
 bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
     if (p0 == p1) return false;
     const auto ends = std::minmax(p0, p1, std::less<Point2*>());
-    const ConstraintSegment2 key(ends.first, ends.second, CIS_CONFORMING_SURFACE_Z);
-    const auto it = mCSegReverse_.find(&key);
-    return it != mCSegReverse_.end() && it->first->isAlive();
+    const ConstraintSegment2 key(ends.first, ends.second, CIS_CONFORMING_SURFACE_Z);  // takes a label, as it always did
+    return isConstraint(pDt2_->getAliveConstraintSegment(key.getSrc(), key.getTrg()));
 }
 
 bool ConstraintGraph2::isReverse(ConstraintSegment2* pCSeg) const { return getOrientedSrc(pCSeg) != pCSeg->getSrc(); }
 
 Point2* ConstraintGraph2::getOrientedSrc(const ConstraintSegment2* pCSeg) const {
-    const auto q_it = mCSegReverse_.find(pCSeg);
-    TARO_ASSERT_TEXT(q_it != mCSegReverse_.end(), "q_it!=mCSegReverse.end()");
-    return q_it->second ? pCSeg->getTrg() : pCSeg->getSrc();
+    const bool* pbReverse = pReverse_->find(pCSeg);
+    TARO_ASSERT_TEXT(pbReverse != nullptr, "q_it!=mCSegReverse.end()");
+    return *pbReverse ? pCSeg->getTrg() : pCSeg->getSrc();
 }
 
 void ConstraintGraph2::getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
@@ -294,7 +298,7 @@ void ConstraintGraph2::updateSplittedConstraintSegment(ConstraintSegment2* pPare
 }
 
 bool ConstraintGraph2::dbg_hasDirection(const ConstraintSegment2* pCSeg) const {
-    return mCSegReverse_.find(pCSeg) != mCSegReverse_.end();
+    return pReverse_->find(pCSeg) != nullptr;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

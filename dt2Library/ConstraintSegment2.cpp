@@ -52,8 +52,8 @@ void ConstraintSegment2::removeOwner(ConstraintGraph2* pGraph) { sOwners_.erase(
 void ConstraintSegment2::getChildrenRec(std::vector<ConstraintSegment2*>& vChildren) {
     std::vector<ConstraintSegment2*> vStack;
     const auto pushChildren = [&vStack](const ConstraintSegment2* pCSeg) {
-        TARO_ASSERT_TEXT(pCSeg->vChildren_.size() == 2, "vChildren.size()==2");
-        vStack.insert(vStack.end(), pCSeg->vChildren_.rbegin(), pCSeg->vChildren_.rend());
+        TARO_ASSERT_TEXT(pCSeg->aChildren_[0] != nullptr, "vChildren.size()==2");
+        vStack.insert(vStack.end(), pCSeg->aChildren_.rbegin(), pCSeg->aChildren_.rend());
     };
     pushChildren(this);
     while (!vStack.empty()) {
@@ -70,9 +70,9 @@ void ConstraintSegment2::getChildrenRec(std::vector<ConstraintSegment2*>& vChild
 void ConstraintSegment2::getChildrenAndSplitPoint(ConstraintSegment2*& pChild0, ConstraintSegment2*& pChild1,
                                                   Point2*& pSplit) {
     if (isAlive()) warning("ConstraintSegment2::getChildrenAndSplitPoint()", "*this is still alive!");
-    if (vChildren_.size() != 2) return;
-    pChild0 = vChildren_[0];
-    pChild1 = vChildren_[1];
+    if (!aChildren_[0]) return;
+    pChild0 = aChildren_[0];
+    pChild1 = aChildren_[1];
     pSplit = nullptr;
     for (Point2* pEnd : {pChild0->p0_, pChild0->p1_}) {
         if (pEnd == pChild1->p0_ || pEnd == pChild1->p1_) pSplit = pEnd;
@@ -92,9 +92,10 @@ bool ConstraintSegment2::canBeSplitAt(Point2* pSplit) const {
 
 void ConstraintSegment2::createChildren(Point2* pSplit) {
     ConstraintMgr* pManager = getTriangulation()->getConstraintManager();
-    for (Point2* pEnd : {p0_, p1_}) vChildren_.push_back(pManager->addConstraintSegment(pEnd, pSplit, cis_));
+    ConstraintSegment2* pChild0 = pManager->addConstraintSegment(p0_, pSplit, cis_);
+    aChildren_ = {pChild0, pManager->addConstraintSegment(p1_, pSplit, cis_)};
     for (ConstraintGraph2* pOwner : sOwners_) {
-        for (ConstraintSegment2* pChild : vChildren_) pChild->addOwnerRecursive(pOwner);
+        for (ConstraintSegment2* pChild : aChildren_) pChild->addOwnerRecursive(pOwner);
     }
     for (ConstraintGraph2* pOwner : sOwners_) {
         pOwner->updateSplittedConstraintSegment(this, pOwner == *sOwners_.begin());
@@ -114,7 +115,7 @@ bool ConstraintSegment2::split_combinatorialOnly(Point2* pSplit) {
 
 Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
     TARO_ASSERT_TEXT(bAlive_, "bAlive");
-    TARO_ASSERT_TEXT(vChildren_.empty(), "vChildren.empty()");
+    TARO_ASSERT_TEXT(!aChildren_[0], "vChildren.empty()");
     TARO_ASSERT_TEXT(!sOwners_.empty(), "!sOwners.empty()");
     Dt2* pOwnerDt = getTriangulation();
     TARO_ASSERT_TEXT(pOwnerDt != nullptr, "pOwnerDt!=__null");
@@ -130,7 +131,7 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
     // A vertex beside the edge leaves it in the mesh, where it is no constraint any more.
     pOwnerDt->killAndUnestablishConstraintSegment(this);
     createChildren(pSplit);
-    pOwnerDt->getConstraintManager()->establish({vChildren_[1], vChildren_[0]});
+    pOwnerDt->getConstraintManager()->establish({aChildren_[1], aChildren_[0]});
     if (pOwnerDt->is2D()) pOwnerDt->bfsFlipIncident(pSplit);
     return pSplit;
 }
@@ -166,7 +167,7 @@ std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& segment
     if (segment.isAlive()) {
         stream << " [alive]\n";
     } else {
-        stream << " [DEAD, numChildren=" << segment.vChildren_.size() << "]\n";
+        stream << " [DEAD, numChildren=" << (segment.aChildren_[0] ? 2 : 0) << "]\n";
     }
     return stream << *segment.p0_ << "\n" << *segment.p1_ << "\nlength=" << distance2D(*segment.p0_, *segment.p1_);
 }

@@ -59,7 +59,7 @@ class CutAndFillImpl {
         Zone2* pZone;
         std::vector<Triangle2*> vTriangles;
         std::vector<Point2> vPoints;  // the corners
-        VertexMap<size_t> mIndices;   // of the corners in vPoints
+        PointerMap<size_t> mIndices;  // of the corners in vPoints
         ConstraintGraph2 *pBorder = nullptr, *pEdges = nullptr;
 
         size_t getIndex(const Point2* pVtx) const { return *mIndices.find(pVtx); }

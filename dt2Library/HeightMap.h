@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "VertexMap.h"
+#include "PointerMap.h"
 
 namespace LUMO_TARO25D {
 
@@ -18,6 +18,6 @@ struct BeforeAfter {
 };
 
 /// The heights of the vertices of a combined triangulation.
-class HeightMap : public VertexMap<BeforeAfter> {};
+class HeightMap : public PointerMap<BeforeAfter> {};
 
 }  // namespace LUMO_TARO25D

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,6 +35,7 @@ class TARO25D_API ConstraintGraph2 {
     /// runs from the larger to the smaller one.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                     const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis);
+    TARO25D_HIDDEN ~ConstraintGraph2();
     ConstraintGraph2(const ConstraintGraph2&) = delete;
     ConstraintGraph2& operator=(const ConstraintGraph2&) = delete;
 
@@ -46,9 +48,9 @@ class TARO25D_API ConstraintGraph2 {
     /// True if the graph has a direction: polygons, and graphs created with oriented segments.
     bool isOriented() const { return bOriented_; }
 
-    /// Whether a segment is alive and belongs to the graph; false for null. O(log n).
+    /// Whether a segment is alive and belongs to the graph; false for null. O(1).
     bool isConstraint(ConstraintSegment2* pCSeg) const;
-    /// Whether two vertices, in any order, are the ends of an alive segment of the graph. O(log n).
+    /// Whether two vertices, in any order, are the ends of an alive segment of the graph. O(1).
     bool isConstraint(Point2* p0, Point2* p1) const;
     /// Whether the graph runs from the target to the source of a segment. A segment that the graph does not know fails
     /// with TaroException.
@@ -78,11 +80,7 @@ class TARO25D_API ConstraintGraph2 {
     void show(Visualizer2* pVisualizer, const Color& color) const;
 
   private:
-    struct ByEnds {
-        using is_transparent = void;
-        bool operator()(const ConstraintSegment2* a, const ConstraintSegment2* b) const { return *a < *b; }
-    };
-    using ReverseMap = std::map<ConstraintSegment2*, bool, ByEnds>;
+    class ReverseMap;
 
     /// Segments with whether they are reversed.
     using Directions = std::vector<std::pair<ConstraintSegment2*, bool>>;
@@ -102,7 +100,7 @@ class TARO25D_API ConstraintGraph2 {
     ConstraintInsertionStrategy cis_;
     std::vector<ConstraintSegment2*> vCSegParents_;
     bool bPolygon_ = false;
-    ReverseMap mCSegReverse_;
+    std::unique_ptr<ReverseMap> pReverse_;  // whether the graph runs from target to source, of all its segments
     std::vector<std::pair<Point2*, ConstraintSegment2*>> vSplits_;  // where who was split, for debuggers
     bool bOriented_ = false;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <functional>
 #include <iosfwd>
@@ -36,7 +37,7 @@ class TARO25D_API ConstraintSegment2 {
     Point2* getTrg() const { return p1_; }
     ConstraintInsertionStrategy getCIS() const { return cis_; }
     /// Alive segments have no children and have not been killed.
-    bool isAlive() const { return bAlive_ && vChildren_.empty(); }
+    bool isAlive() const { return bAlive_ && !aChildren_[0]; }
     /// The number of graphs that the segment belongs to.
     size_t getNumberOfOwners() const { return sOwners_.size(); }
     /// A value that is free for the client; the largest finite double at first. Mesh refinement reads it as the area of
@@ -92,7 +93,7 @@ class TARO25D_API ConstraintSegment2 {
     Point2 *p0_, *p1_;
     ConstraintInsertionStrategy cis_;
     bool bAlive_ = true;
-    std::vector<ConstraintSegment2*> vChildren_;
+    std::array<ConstraintSegment2*, 2> aChildren_{};  // none, or both
     double adjacentArea_;
     static std::atomic<unsigned> runningLabel;
 };

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace LUMO_TARO25D {
+
+/// A hash table from addresses of records to values, laid out flat. Open addressing with linear probing, at most half full;
+/// entries are never removed. Adding one moves the values.
+template <class T>
+class PointerMap {
+  public:
+    bool empty() const { return numEntries_ == 0; }
+
+    /// The value of a record, or null.
+    const T* find(const void* pRecord) const {
+        if (vSlots_.empty()) return nullptr;
+        const Slot& slot = vSlots_[findPlace(pRecord)];
+        return slot.pRecord ? &slot.value : nullptr;
+    }
+
+    /// Adds a value; false, with no effect, if the record has one.
+    bool add(const void* pRecord, const T& value) {
+        const size_t numBefore = numEntries_;
+        T& ofRecord = (*this)[pRecord];
+        if (numEntries_ == numBefore) return false;
+        ofRecord = value;
+        return true;
+    }
+
+    /// The value of a record, a default one if it is new.
+    T& operator[](const void* pRecord) {
+        if (2 * (numEntries_ + 1) > vSlots_.size()) rehash(vSlots_.empty() ? MIN_SIZE : 2 * vSlots_.size());
+        Slot& slot = vSlots_[findPlace(pRecord)];
+        if (!slot.pRecord) {
+            slot.pRecord = pRecord;
+            ++numEntries_;
+        }
+        return slot.value;
+    }
+
+    /// Makes room for n records.
+    void reserve(size_t n) {
+        size_t size = MIN_SIZE;
+        while (size < 2 * n) size *= 2;
+        if (size > vSlots_.size()) rehash(size);
+    }
+
+  private:
+    struct Slot {
+        const void* pRecord = nullptr;
+        T value{};
+    };
+    static constexpr size_t MIN_SIZE = 16;
+
+    /// Where the record is or would be. A multiplication carries the few bits in which addresses differ into the upper
+    /// half (Knuth 1973).
+    size_t findPlace(const void* pRecord) const {
+        const size_t mask = vSlots_.size() - 1;
+        size_t i = ((reinterpret_cast<std::uintptr_t>(pRecord) * 0x9E3779B97F4A7C15u) >> 32) & mask;
+        while (vSlots_[i].pRecord && vSlots_[i].pRecord != pRecord) i = (i + 1) & mask;
+        return i;
+    }
+
+    void rehash(size_t size) {
+        std::vector<Slot> vOld(size);
+        vOld.swap(vSlots_);
+        for (const Slot& slot : vOld) {
+            if (slot.pRecord) vSlots_[findPlace(slot.pRecord)] = slot;
+        }
+    }
+
+    std::vector<Slot> vSlots_;  // none, or a power of two
+    size_t numEntries_ = 0;
+};
+
+}  // namespace LUMO_TARO25D
