@@ -106,7 +106,8 @@ class TriangleSet {
   private:
     const Triangle2*& slotOf(const Triangle2* pT) {
         size_t i = reinterpret_cast<std::uintptr_t>(pT) / sizeof(Triangle2);
-        for (i &= vSlots_.size() - 1; vSlots_[i] && vSlots_[i] != pT; i = (i + 1) & (vSlots_.size() - 1)) continue;
+        for (i &= vSlots_.size() - 1; vSlots_[i] && vSlots_[i] != pT; i = (i + 1) & (vSlots_.size() - 1)) {
+        }
         return vSlots_[i];
     }
     void enlarge() {

@@ -421,7 +421,7 @@ class Dt2 {
     /// Makes a triangle a candidate, if a refinement is running and it may miss a limit.
     void addRefCand3(Triangle2* pT);
     /// The same for the triangles around a new vertex on the left of the way from p0 over it to p1.
-    void addRefCandsInsideZone(Point2* p0, Point2* p1, Point2* pCenter);
+    void addRefCandsInsideZone(const Point2* p0, Point2* p1, Point2* pCenter);
     /// Serves a candidate; true if a vertex was inserted.
     bool tryRefine(RefCand3* pRC, MeshGenParams* pParams);
     void insertCircumcenter(RefCand3* pRC, MeshGenParams* pParams);

@@ -159,15 +159,11 @@ bool Dt2::checkHull(const std::vector<Triangle2*>& vTriangles) const {
 
 /// Every alive constraint segment must be an edge.
 bool Dt2::checkConstraints() const {
-    std::vector<ConstraintSegment2*> vContained, vMissing;
-    getAliveConstraintSegments(vContained);
-    const size_t numAlive = vContained.size();
-    const auto firstMissing = std::stable_partition(
-        vContained.begin(), vContained.end(),
-        [this](const ConstraintSegment2* pCSeg) { return isEdge(pCSeg->getSrc(), pCSeg->getTrg()); });
-    vMissing.assign(firstMissing, vContained.end());
-    vContained.erase(firstMissing, vContained.end());
-    std::cout << "\n* ConstraintSegments (alive): " << numAlive << ", contained: " << vContained.size()
+    std::vector<ConstraintSegment2*> vAlive, vContained, vMissing;
+    getAliveConstraintSegments(vAlive);
+    std::partition_copy(vAlive.begin(), vAlive.end(), std::back_inserter(vContained), std::back_inserter(vMissing),
+                        [this](const ConstraintSegment2* pCSeg) { return isEdge(pCSeg->getSrc(), pCSeg->getTrg()); });
+    std::cout << "\n* ConstraintSegments (alive): " << vAlive.size() << ", contained: " << vContained.size()
               << ", missing: " << vMissing.size() << "\n";
     if (vMissing.empty()) return true;
     for (const ConstraintSegment2* pCSeg : vMissing) std::cout << "Not contained: " << *pCSeg << "\n";

@@ -335,8 +335,10 @@ bool Dt2::load(const char* filename) {
         std::cout << name << complaint << "\n";
         return false;
     }
-    insertBulk(PointSource(content.vCoordinates.size() / NUMBERS_PER_VERTEX, content.vCoordinates.data()), nullptr);
-    content.vCoordinates = {};
+    {
+        const auto vCoordinates = std::move(content.vCoordinates);  // not needed for the segments any more
+        insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);
+    }
     if (!content.vSegments.empty()) createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
     return true;
 }

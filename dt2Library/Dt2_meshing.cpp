@@ -336,7 +336,7 @@ void Dt2::addRefCand3(Triangle2* pT) {
     if (pmmAng2RC_ && pT) pmmAng2RC_->add(pT);
 }
 
-void Dt2::addRefCandsInsideZone(Point2* p0, Point2* p1, Point2* pCenter) {
+void Dt2::addRefCandsInsideZone(const Point2* p0, Point2* p1, Point2* pCenter) {
     constexpr size_t MAX_TRIANGLES = 100;
     if (p0 == p1 || p0 == pCenter || p1 == pCenter) return;
     std::vector<Triangle2*> vAround;

@@ -148,11 +148,11 @@ bool getCertainCoord(double start, const Bounded& numerator, const Bounded& deno
                                        std::abs(first) * (denominator.error / absDenominator + 64.0 * UNIT)) +
                                UNDERFLOW_LOSS * (1.0 + 1.0 / absDenominator);
     const DoubleDouble sum = DoubleDouble{start, 0.0} + offset;
-    const double error = 1.01 * (offsetError + 8.0 * UNIT * (std::abs(start) + std::abs(first)));
+    const double sumError = 1.01 * (offsetError + 8.0 * UNIT * (std::abs(start) + std::abs(first)));
     const double rounding = std::abs(sum.lo);
-    if (!(rounding > error && std::isfinite(sum.hi))) return false;
+    if (!(rounding > sumError && std::isfinite(sum.hi))) return false;
     coord = (sum.lo > 0.0) == (sum.hi > 0.0) ? sum.hi : std::nextafter(sum.hi, 0.0);
-    return rounding + error < std::abs(sum.hi - std::nextafter(sum.hi, 0.0));
+    return rounding + sumError < std::abs(sum.hi - std::nextafter(sum.hi, 0.0));
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vSc
 
 /// Widens the short side of a box that is longer than four times its width. With cells as flat as a long corridor, or as
 /// two sites far apart, the order would be that of one coordinate alone.
-inline void widenShortSide(double& minX, double& minY, double& maxX, double& maxY) {
+inline void widenShortSide(double minX, double minY, double& maxX, double& maxY) {
     constexpr double largest = std::numeric_limits<double>::max();
     const double halfX = 0.5 * maxX - 0.5 * minX, halfY = 0.5 * maxY - 0.5 * minY;
     if (halfX < 0.25 * halfY) maxX = std::min(largest, minX + 2.0 * halfY);
@@ -85,7 +85,7 @@ class KeyOrder {
     using Run = std::pair<KeyedIndex*, KeyedIndex*>;
 
     /// Sorts the short runs of equal keys and lists the long ones.
-    void sortShortRuns(KeyedIndex* first, KeyedIndex* last, std::vector<Run>& vLongRuns) const {
+    void sortShortRuns(KeyedIndex* first, const KeyedIndex* last, std::vector<Run>& vLongRuns) const {
         for (KeyedIndex* end; first < last; first = end) {
             end = first + 1;
             while (end < last && end->key == first->key) ++end;

@@ -12,9 +12,9 @@ double Vector2::length() const {
 }
 
 int Vector2::getMaxIndex() const {
-    const double x = std::abs(x_), y = std::abs(y_), z = std::abs(z_);
-    if (x >= y && x >= z) return 0;
-    return y >= z ? 1 : 2;
+    const double absX = std::abs(x_), absY = std::abs(y_), absZ = std::abs(z_);
+    if (absX >= absY && absX >= absZ) return 0;
+    return absY >= absZ ? 1 : 2;
 }
 
 Vector2 Vector2::orthogonalVector() const {
