@@ -75,7 +75,7 @@ class Incidence {
 
   private:
     using Entry = std::pair<const Point2*, ConstraintSegment2*>;
-    static bool before(const Entry& a, const Entry& b) { return std::less<const Point2*>()(a.first, b.first); }
+    static bool before(const Entry& a, const Entry& b) { return std::less<>()(a.first, b.first); }
 
     std::vector<Entry> vEntries_;
 };
@@ -229,7 +229,7 @@ bool ConstraintGraph2::isConstraint(ConstraintSegment2* pCSeg) const {
 
 bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
     if (p0 == p1) return false;
-    const auto ends = std::minmax(p0, p1, std::less<Point2*>());
+    const auto ends = std::minmax(p0, p1, std::less<>());
     const ConstraintSegment2 key(ends.first, ends.second, CIS_CONFORMING_SURFACE_Z);  // takes a label, as it always did
     return isConstraint(pDt2_->getAliveConstraintSegment(key.getSrc(), key.getTrg()));
 }

@@ -66,7 +66,7 @@ ConstraintMgr::~ConstraintMgr() {
 // Questions
 
 ConstraintMgr::VertexPair ConstraintMgr::makeKey(const Point2* p0, const Point2* p1) {
-    const auto ends = std::minmax(p0, p1, std::less<const Point2*>());
+    const auto ends = std::minmax(p0, p1, std::less<>());
     return VertexPair(const_cast<Point2*>(ends.first), const_cast<Point2*>(ends.second));
 }
 
@@ -191,8 +191,8 @@ void ConstraintMgr::updateConstraintSegment(ConstraintSegment2* pParentCSeg, Con
     TARO_ASSERT_TEXT(!pParentCSeg->isAlive(), "!pParentCSeg->isAlive()");
     TARO_ASSERT_TEXT(pCSeg0 != pCSeg1, "pCSeg0!=pCSeg1");
     const VertexPair key0(pCSeg0->getSrc(), pCSeg0->getTrg()), key1(pCSeg1->getSrc(), pCSeg1->getTrg());
-    TARO_ASSERT_TEXT(std::less<Point2*>()(key0.first, key0.second), "key0.first<key0.second");
-    TARO_ASSERT_TEXT(std::less<Point2*>()(key1.first, key1.second), "key1.first<key1.second");
+    TARO_ASSERT_TEXT(std::less<>()(key0.first, key0.second), "key0.first<key0.second");
+    TARO_ASSERT_TEXT(std::less<>()(key1.first, key1.second), "key1.first<key1.second");
     // Whoever split the segment had its children from here, with their ends taken note of.
     TARO_ASSERT(segmentIndex_.find(key0.first, key0.second) == pCSeg0);
     TARO_ASSERT(segmentIndex_.find(key1.first, key1.second) == pCSeg1);

@@ -25,7 +25,7 @@ std::atomic<unsigned> ConstraintSegment2::runningLabel{0};
 
 ConstraintSegment2::ConstraintSegment2(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis)
     : label_(runningLabel++), p0_(p0), p1_(p1), cis_(cis), adjacentArea_(std::numeric_limits<double>::max()) {
-    TARO_ASSERT_TEXT(std::less<Point2*>()(p0, p1), "p0<p1");
+    TARO_ASSERT_TEXT(std::less<>()(p0, p1), "p0<p1");
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

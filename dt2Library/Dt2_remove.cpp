@@ -96,6 +96,7 @@ void Dt2::remove(Point2* pVtx) {
 bool Dt2::collectUmbrella(const Point2* v) {
     vUmbrella_.clear();
     Triangle2* const pStartT = v->getIncidentTriangle();
+    TARO_ASSERT(pStartT != nullptr);
     // The waits for memory overlap: a scout goes the other way round, and what is wanted later is fetched now.
     const auto fetchAround = [v](const Triangle2* pT) {
         __builtin_prefetch(getOuter(pT, v));

@@ -158,6 +158,7 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
 ConstraintGraph2* Dt2::createBorder(const ConnectedComponent& component) {
     std::vector<Edge2> vBorder = component.getUnsortedBorders();
     std::vector<Edge2*> vEdges;
+    vEdges.reserve(vBorder.size());
     for (Edge2& edge : vBorder) vEdges.push_back(&edge);
     return createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY);
 }

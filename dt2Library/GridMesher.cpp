@@ -117,7 +117,10 @@ void GridMesher::createStripes(const Vector2& direction, std::vector<Segment2>& 
         return;
     }
     size_t numSubtractions = 0;
-    for (; distance > 2.0 * usedTargetLength; distance -= usedTargetLength) ++numSubtractions;
+    while (distance > 2.0 * usedTargetLength) {
+        distance -= usedTargetLength;
+        ++numSubtractions;
+    }
     const double stopStripeSpace = 0.5 * distance;
     TARO_ASSERT_TEXT(stopStripeSpace < 1.01 * usedTargetLength, "stopStripeSpace<1.01*usedTargetLength");
     TARO_ASSERT_TEXT(stopStripeSpace > 0.49 * usedTargetLength, "stopStripeSpace>0.49*usedTargetLength");
@@ -224,6 +227,7 @@ void GridMesher::chopConstraints(std::vector<Segment2>& vStripes) {
         return orderedEnds(a) < orderedEnds(b);  // they come by addresses
     });
     std::vector<Segment2*> vPointers;
+    vPointers.reserve(vStripes.size());
     for (Segment2& stripe : vStripes) vPointers.push_back(&stripe);
     const SegmentChecker checker(vPointers);
     const double minLength = std::max(0.5 * gridLength_, pParams_->minEdgeLength);

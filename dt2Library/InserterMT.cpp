@@ -1,11 +1,11 @@
 #include "InserterMT.h"
 
 #include <sched.h>
-#include <time.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <ctime>
 
 #include "diagnostics.h"
 #include "parallel.h"

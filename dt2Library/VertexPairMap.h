@@ -48,7 +48,7 @@ class VertexPairMap {
     static constexpr size_t MIN_SIZE = 64;
 
     static void order(const Point2*& p0, const Point2*& p1) {
-        if (std::less<const Point2*>()(p1, p0)) std::swap(p0, p1);
+        if (std::less<>()(p1, p0)) std::swap(p0, p1);
     }
     /// Addresses differ in few bits; a multiplication carries them into the upper half (Knuth 1973).
     static size_t hash(const Point2* p0, const Point2* p1) {

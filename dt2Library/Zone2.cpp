@@ -49,7 +49,7 @@ TriangleVector merge(ZoneLocation zoneLoc, const TriangleVector& vFirst, const T
     TriangleVector vMerged;
     const auto apply = [&](auto operation) {
         operation(vFirst.begin(), vFirst.end(), vSecond.begin(), vSecond.end(), std::back_inserter(vMerged),
-                  std::less<Triangle2*>());
+                  std::less<>());
     };
     if (zoneLoc == ZL_RESULT_UNION) apply([](auto... a) { std::set_union(a...); });
     if (zoneLoc == ZL_RESULT_INTERSECTION) apply([](auto... a) { std::set_intersection(a...); });
@@ -227,7 +227,7 @@ std::vector<Triangle2*> Zone2::getSorted() const {
     TriangleVector vSorted;
     if (zoneLoc_ >= ZL_RESULT_UNION && zoneLoc_ <= ZL_RESULT_SYMMETRIC_DIFFERENCE) return vSorted;  // without operands
     getTriangles(vSorted);
-    std::sort(vSorted.begin(), vSorted.end(), std::less<Triangle2*>());
+    std::sort(vSorted.begin(), vSorted.end(), std::less<>());
     return vSorted;
 }
 

@@ -107,7 +107,8 @@ class ExactSum {
         double sum = 0.0, weight = 0.0;
         int size = 0;
         for (int i = 0; i < size_; ++i) {
-            const DoubleDouble next = twoSum(sum, aTerm_[i]);
+            // The analyzer does not see that the first size_ terms have been set.
+            const DoubleDouble next = twoSum(sum, aTerm_[i]);  // NOLINT(clang-analyzer-core.CallAndMessage)
             sum = next.hi;
             weight += std::abs(next.lo);
             aTerm_[size] = next.lo;

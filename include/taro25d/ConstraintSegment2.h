@@ -77,7 +77,7 @@ class TARO25D_API ConstraintSegment2 {
 
     /// By the pointers of the source, then of the target.
     bool operator<(const ConstraintSegment2& other) const {
-        const std::less<Point2*> less;
+        const std::less<> less;
         return p0_ != other.p0_ ? less(p0_, other.p0_) : less(p1_, other.p1_);
     }
     /// The state, the ends and the length, in four lines.
