@@ -11,7 +11,8 @@ namespace LUMO_TARO25D {
 
 class GeomTest;
 
-/// An axis-parallel box in x-y. It is invalid, and contains nothing, until it is given a first point.
+/// An axis-parallel box in x-y. It is invalid, and contains nothing, until it is given a first point. A value; all
+/// members take constant time unless they get a list.
 class TARO25D_API Bbox2 {
   public:
     /// An invalid box: the minima are the largest double, the maxima the lowest.
@@ -27,7 +28,7 @@ class TARO25D_API Bbox2 {
     /// largest absolute coordinate. The predicates are not owned; null ends it.
     void setGeomTest(GeomTest* pGeomTest);
 
-    /// Extends the box to a point.
+    /// Extends the box to a point. A coordinate that is NaN changes nothing in its direction.
     void add(const Point2& point) {
         minX_ = std::min(minX_, point.x());
         minY_ = std::min(minY_, point.y());
@@ -36,7 +37,7 @@ class TARO25D_API Bbox2 {
         bValid_ = minX_ <= maxX_ && minY_ <= maxY_;  // not after nothing but NaN
         if (pGeomTest_) raiseStaticBound();
     }
-    /// Extends the box to all points of a list.
+    /// Extends the box to all points of a list. Linear.
     void add(const std::vector<Point2>& vPoints);
     /// Extends this box to the other one and returns this box. An invalid argument is reported and fails with
     /// TaroException.
@@ -61,20 +62,22 @@ class TARO25D_API Bbox2 {
     /// as 0, and a factor of at least 1 never loses a point to rounding.
     void enlargeRanges(double factor);
 
-    double getMinX() const { return minX_; }
-    double getMinY() const { return minY_; }
-    double getMaxX() const { return maxX_; }
-    double getMaxY() const { return maxY_; }
+    double getMinX() const { return minX_; }  ///< The smallest x; the largest double if nothing has been added.
+    double getMinY() const { return minY_; }  ///< The smallest y; the largest double if nothing has been added.
+    double getMaxX() const { return maxX_; }  ///< The largest x; the lowest double if nothing has been added.
+    double getMaxY() const { return maxY_; }  ///< The largest y; the lowest double if nothing has been added.
     /// The lower left corner, with z = 0.
     Point2 getMinPoint() const { return Point2(minX_, minY_, 0.0); }
     /// The upper right corner, with z = 0.
     Point2 getMaxPoint() const { return Point2(maxX_, maxY_, 0.0); }
+    /// All four of these numbers at once.
     void getBounds(double& minX, double& minY, double& maxX, double& maxY) const;
-    /// The centre, with z = 0.
+    /// The centre, with z = 0; the origin if nothing has been added.
     Point2 computeCenter() const;
     /// Appends the four corners, with z = 0, counterclockwise from the lower left one.
     void getCorners(std::vector<Point2>& vCorners) const { getOffsetCorners(0.0, vCorners); }
-    /// Appends the corners of the box grown by an offset on all sides, in the same order.
+    /// Appends the corners of the box grown by an offset on all sides, in the same order. The box itself does not
+    /// change; whether it is valid is not looked at.
     void getOffsetCorners(double offset, std::vector<Point2>& vCorners) const;
 
   private:

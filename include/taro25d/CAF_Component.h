@@ -11,8 +11,8 @@ namespace LUMO_TARO25D {
 
 class HeightMap;
 
-/// A connected piece of ground that was uniformly lowered, raised or left as it was. It belongs to the CutAndFill object
-/// that found it, and dies with it.
+/// A connected piece of ground that was uniformly lowered, raised or left as it was. It belongs to the CutAndFill
+/// object that found it, and dies with it.
 class TARO25D_API CAF_Component {
   public:
     /// Only CutAndFill creates components.
@@ -20,11 +20,12 @@ class TARO25D_API CAF_Component {
     CAF_Component(const CAF_Component&) = delete;
     CAF_Component& operator=(const CAF_Component&) = delete;
 
-    /// Appends the triangles, which belong to the combined triangulation: neighbours over edges hang together, and z of a
-    /// corner is the height before minus the height after.
+    /// Appends the triangles, which belong to the combined triangulation: neighbours over edges hang together, and z of
+    /// a corner is the height before minus the height after.
     void getTriangles(std::vector<Triangle2*>& vTriangles) const;
-    /// Appends the border: closed chains, one after the other, in which the target of a segment is the source of the next.
-    /// The component is on their left, so the outer chain runs counterclockwise and those around holes clockwise. Linear.
+    /// Appends the border: closed chains, one after the other, in which the target of a segment is the source of the
+    /// next. The component is on their left, so the outer chain runs counterclockwise and those around holes clockwise.
+    /// Linear.
     void getBorder(std::vector<Segment2>& vSegments) const;
     /// CT_NO_CHANGE also where the ground was moved by less than 0.0001 everywhere.
     CAFType getCAFType() const { return caftype_; }

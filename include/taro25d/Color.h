@@ -18,9 +18,11 @@ class TARO25D_API Color {
     template <class WidthT>
     Color(Colorname name, WidthT width, bool bFill) : Color(name, static_cast<float>(width), bFill) {}
 
-    /// Equality and order over all fields, in their order.
+    /// True if all fields are equal.
     bool operator==(const Color& other) const;
+    /// The opposite of ==.
     bool operator!=(const Color& other) const;
+    /// Lexicographic order over r, g, b, width and bFill.
     bool operator<(const Color& other) const;
 
     /// The next name of a cycle that the whole process shares, for objects that only have to differ. It
@@ -28,9 +30,11 @@ class TARO25D_API Color {
     /// Safe to call from any thread.
     static Colorname getNextColorName();
 
-    float r, g, b;  ///< components, 0 to 1
-    float width;    ///< line width in page units
-    bool bFill;     ///< fill circles and triangles
+    float r,      ///< red, 0 to 1
+        g,        ///< green, 0 to 1
+        b;        ///< blue, 0 to 1
+    float width;  ///< line width in page units
+    bool bFill;   ///< fill circles and triangles
 };
 
 }  // namespace LUMO_TARO25D

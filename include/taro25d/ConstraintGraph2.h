@@ -18,21 +18,22 @@ class Dt2;
 class GeomTest;
 class Visualizer2;
 
-/// The constraint segments that one call of `createConstraint` inserted: a breakline, a boundary, or a closed polygon that
-/// can bound a zone.
+/// The constraint segments that one call of `createConstraint` inserted: a breakline, a boundary, or a closed polygon
+/// that can bound a zone.
 ///
 /// The triangulation owns the graph and the segments; both live until it is destroyed. Segments that form one closed,
 /// simple chain make a polygon, which runs counterclockwise whatever direction the client gave. When a segment is split
-/// later, its pieces keep its direction.
+/// later, its pieces keep its direction. Queries that append take O(n log n) for n pieces.
 class TARO25D_API ConstraintGraph2 {
   public:
+    /// Two vertices, the one with the smaller address first.
     using VertexPair = std::pair<Point2*, Point2*>;
 
     /// Only the triangulation creates graphs. The segments in input order; a graph that is no polygon has no direction.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                     ConstraintInsertionStrategy cis);
-    /// The same with a direction: mPPReverse tells for the ends of each segment, smaller pointer first, whether the graph
-    /// runs from the larger to the smaller one.
+    /// The same with a direction: mPPReverse tells for the ends of each segment, smaller pointer first, whether the
+    /// graph runs from the larger to the smaller one.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                     const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis);
     TARO25D_HIDDEN ~ConstraintGraph2();
@@ -41,40 +42,44 @@ class TARO25D_API ConstraintGraph2 {
 
     /// The engine of the triangulation; an incomplete type for clients.
     Dt2* getDt2() const { return pDt2_; }
+    /// The strategy that createConstraint was called with.
     ConstraintInsertionStrategy getInsertionStrategy() const { return cis_; }
-    /// True if the segments form one closed chain that passes each of its vertices once. Whether sides cross is not looked
-    /// at.
+    /// True if the segments form one closed chain that passes each of its vertices once. Whether sides cross is not
+    /// looked at.
     bool isPolygon() const { return bPolygon_; }
     /// True if the graph has a direction: polygons, and graphs created with oriented segments.
     bool isOriented() const { return bOriented_; }
 
     /// Whether a segment is alive and belongs to the graph; false for null. O(1).
     bool isConstraint(ConstraintSegment2* pCSeg) const;
-    /// Whether two vertices, in any order, are the ends of an alive segment of the graph. O(1).
+    /// Whether two vertices, in any order, are the ends of an alive segment of the graph; false for null. O(1).
     bool isConstraint(Point2* p0, Point2* p1) const;
     /// Whether the graph runs from the target to the source of a segment. A segment that the graph does not know fails
     /// with TaroException.
     bool isReverse(ConstraintSegment2* pCSeg) const;
 
-    /// The two children of a dead segment, in the direction of the graph.
+    /// The two children of a dead segment, in the direction of the graph. An alive segment gets a warning and leaves
+    /// the arguments alone; a dead one that the graph does not know fails with TaroException.
     void getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
                            ConstraintSegment2*& pChild1) const;
-    /// Appends the alive pieces of the segments, in the order of getOriginalConstraintSegments(); those of one segment from
-    /// its source to its target, or the other way where isReverse(). For a polygon this is one closed chain.
+    /// Appends the alive pieces of the segments, in the order of getOriginalConstraintSegments(); those of one segment
+    /// from its source to its target, or the other way where isReverse(). For a polygon this is one closed chain.
     void getAliveConstraintChain(std::vector<ConstraintSegment2*>& vAliveCSegs) const;
     /// Appends the segments as they were created, in chain order for a polygon, otherwise in input order.
     void getOriginalConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
-    /// Appends the alive pieces of all segments.
+    /// Appends the alive pieces of all segments: the same set as the chain, without looking at directions.
     void getChildConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
-    /// Appends the vertices of a polygon, those at splits included, counterclockwise, each once.
+    /// Appends the vertices of a polygon, those at splits included, counterclockwise, each once; nothing for a graph
+    /// that is no polygon.
     void getPolygonVertices(std::vector<Point2*>& vVertices) const;
 
-    /// Tells the graph that one of its segments was split; bUpdateManager is true for the first owner only.
+    /// For the engine: tells the graph that one of its segments was split; bUpdateManager is true for the first owner
+    /// only.
     void updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager);
     /// For the library's developers: whether the graph knows a direction of the segment.
     bool dbg_hasDirection(const ConstraintSegment2* pCSeg) const;
 
-    /// Draws the alive pieces into a PostScript file.
+    /// Draws the alive pieces, in red, into a PostScript file.
     void show(const std::string& filename) const;
     /// Adds the alive pieces to a drawing, which is not owned; null is ignored.
     void show(Visualizer2* pVisualizer, const Color& color) const;

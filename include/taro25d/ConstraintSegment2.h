@@ -19,11 +19,11 @@ class Dt2;
 
 /// An edge that the triangulation must contain, between two of its vertices.
 ///
-/// The triangulation owns all its segments; pointers to them stay valid until it is destroyed. A segment is never edited:
-/// where it has to be split, at a vertex on it or where another constraint crosses it, it becomes dead and gets two
-/// children that meet at the split vertex. The leaves of these binary trees are the alive segments, which are edges of
-/// the mesh. The ends are stored in pointer order; the direction that a client gave is kept by the graphs that own the
-/// segment.
+/// The triangulation owns all its segments; pointers to them stay valid until it is destroyed. A segment is never
+/// edited: where it has to be split, at a vertex on it or where another constraint crosses it, it becomes dead and gets
+/// two children that meet at the split vertex. The leaves of these binary trees are the alive segments, which are edges
+/// of the mesh. The ends are stored in pointer order; the direction that a client gave is kept by the graphs that own
+/// the segment. All members take constant time but those that walk over pieces or change the mesh.
 class TARO25D_API ConstraintSegment2 {
   public:
     /// Only the triangulation creates segments; p0 must be the smaller pointer, or it fails with TaroException.
@@ -35,6 +35,7 @@ class TARO25D_API ConstraintSegment2 {
     Point2* getSrc() const { return p0_; }
     /// The end with the larger pointer.
     Point2* getTrg() const { return p1_; }
+    /// The strategy of the first call that asked for an edge between these vertices.
     ConstraintInsertionStrategy getCIS() const { return cis_; }
     /// Alive segments have no children and have not been killed.
     bool isAlive() const { return bAlive_ && !aChildren_[0]; }
@@ -43,36 +44,40 @@ class TARO25D_API ConstraintSegment2 {
     /// A value that is free for the client; the largest finite double at first. Mesh refinement reads it as the area of
     /// the neighbour across the segment where a growth limit is set.
     void setAdjacentArea(double area) { adjacentArea_ = area; }
+    /// The value that was set last.
     double getAdjacentArea() const { return adjacentArea_; }
 
-    /// Marks the segment as not established in the mesh while it is being split again; `unkill` takes that back.
+    /// For the engine: marks the segment as not established in the mesh while it is being split again.
     void kill() { bAlive_ = false; }
+    /// For the engine: takes `kill` back.
     void unkill() { bAlive_ = true; }
 
-    /// Makes a graph an owner of this segment and of all its descendants.
+    /// For the engine: makes a graph an owner of this segment and of all its descendants.
     void addOwnerRecursive(ConstraintGraph2* pGraph);
-    /// Takes an owner away, from this segment only.
+    /// For the engine: takes an owner away, from this segment only.
     void removeOwner(ConstraintGraph2* pGraph);
 
     /// Appends the alive leaves below this segment, those of the first child before those of the second. A segment
     /// without children fails with TaroException.
     void getChildrenRec(std::vector<ConstraintSegment2*>& vChildren);
-    /// The two children of a dead segment and the vertex that they share. An alive segment gets a warning and leaves the
-    /// arguments alone.
+    /// The two children of a dead segment and the vertex that they share. An alive segment gets a warning and leaves
+    /// the arguments alone.
     void getChildrenAndSplitPoint(ConstraintSegment2*& pChild0, ConstraintSegment2*& pChild1, Point2*& pSplit);
 
-    /// Splits the segment at a vertex that is none of its ends, without touching the mesh. Returns false, with a warning
-    /// and without effect, where a child would be a segment that this one itself came from.
+    /// For the engine: splits the segment at a vertex that is none of its ends, without touching the mesh. Returns
+    /// false, with a warning and without effect, where a child would be a segment that this one itself came from.
     bool split_combinatorialOnly(Point2* pSplit);
     /// Inserts a new point, which should be on the segment or next to it, splits the segment there and establishes the
-    /// pieces. Returns the vertex; null, with the segment as it was, if the point coincides with an end in x and y.
+    /// pieces. Returns the vertex; null, with the segment as it was, if the point coincides with an end in x and y, or,
+    /// with a warning, where doubles are too coarse for the split. A dead segment, and a point that is not finite, fail
+    /// with TaroException. The height is that of the point, unless there is a vertex already.
     Point2* insertAndSplit(const Point2& p);
-    /// The same; then removes what refinement inserted before within the circle around the new vertex through the source
-    /// of this segment. Returns whether the segment was split.
+    /// The same; then removes what refinement inserted before within the circle around the new vertex through the
+    /// source of this segment. Returns whether the segment was split.
     bool splitAndRemovePrev(const Point2& p);
 
-    /// For the library's developers: prints the owners and whether each knows a direction of the segment; returns whether
-    /// all do.
+    /// For the library's developers: prints the owners and whether each knows a direction of the segment; returns
+    /// whether all do.
     bool dbg_hasDirection() const;
 
     /// By the pointers of the source, then of the target.

@@ -17,35 +17,39 @@ namespace LUMO_TARO25D {
 class CutAndFillImpl;
 class Visualizer2;
 
-/// Compares two surfaces over the same ground: where earth was taken away (cut) and where it was put (fill), and how much.
+/// Compares two surfaces over the same ground: where earth was taken away (cut) and where it was put (fill), and how
+/// much.
 ///
-/// The surfaces are zones, usually of two triangulations, one before and one after the earthworks; they need not have any
-/// vertex or edge in common, nor cover the same area: what counts is the ground that is in both. From their vertices and
-/// edges a combined triangulation is made, cut along the lines where the surfaces meet, and divided into components.
+/// The surfaces are zones, usually of two triangulations, one before and one after the earthworks; they need not have
+/// any vertex or edge in common, nor cover the same area: what counts is the ground that is in both. From their
+/// vertices and edges a combined triangulation is made, cut along the lines where the surfaces meet, and divided into
+/// components.
 ///
-/// Places nearer than about 1e-6, in the unit of the coordinates, may become one. Steep faces should be at least 1e-5 wide,
-/// or the ground beside them may take a height of their other side, and zones many times as wide.
+/// Places nearer than about 1e-6, in the unit of the coordinates, may become one. Steep faces should be at least 1e-5
+/// wide, or the ground beside them may take a height of their other side, and zones many times as wide.
 ///
-/// Construct, call `go` once, then query. Everything that is handed out belongs to this object and dies with it. The zones
-/// must live, and their triangulations stay as they are, until `go` has returned; they are not changed.
+/// Construct, call `go` once, then query. Everything that is handed out belongs to this object and dies with it. The
+/// zones must live, and their triangulations stay as they are, until `go` has returned; they are not changed.
 class TARO25D_API CutAndFill {
   public:
-    /// Takes the zones, which it does not own, and does no work yet. Where the heights of a vertex differ by no more than
-    /// the threshold (in the unit of the heights; not above 0, or NaN, for none), the ground counts as unchanged there.
+    /// Takes the zones, which it does not own, and does no work yet. Where the heights of a vertex differ by no more
+    /// than the threshold (in the unit of the heights; not above 0, or NaN, for none), the ground counts as unchanged
+    /// there.
     CutAndFill(Zone2* pZoneBefore, Zone2* pZoneAfter, double ignoreThreshold);
+    /// Ends everything that the object has handed out.
     ~CutAndFill();
     CutAndFill(const CutAndFill&) = delete;
     CutAndFill& operator=(const CutAndFill&) = delete;
 
     /// Runs the whole computation, on the calling thread. A zone that is null, zones that do not overlap, and a second
-    /// call get a warning; without an overlap there are no components. O((n + k) log n) for n triangles whose edges cross
-    /// k times, for surfaces of well-shaped triangles O(n log n).
+    /// call get a warning; without an overlap there are no components. O((n + k) log n) for n triangles whose edges
+    /// cross k times, for surfaces of well-shaped triangles O(n log n).
     void go();
 
     /// The number of components; 0 before `go`.
     size_t getNumberOfComponents() const;
-    /// Component i: those without change first, then cut, then fill (also where they are less than 0.0001 high), each kind
-    /// in the order of its smallest points (by x, then y). An index that is too large fails with TaroException.
+    /// Component i: those without change first, then cut, then fill (also where they are less than 0.0001 high), each
+    /// kind in the order of its smallest points (by x, then y). An index that is too large fails with TaroException.
     CAF_Component* getComponent(size_t i) const;
 
     /// The zone of the combined triangulation that the components make up together, null if there is none, and the

@@ -11,11 +11,11 @@ namespace LUMO_TARO25D {
 /// around the triangle. It refers to the triangle and is as short-lived as the triangle.
 class TARO25D_API Edge2 {
   public:
-    /// The index is 0, 1 or 2 and is not checked.
+    /// The index is 0, 1 or 2. Neither it nor the triangle, which is not owned, is checked.
     Edge2(Triangle2* pTriangle, int index) : pTriangle_(pTriangle), index_(index) {}
 
-    Triangle2* getTriangle() const { return pTriangle_; }
-    int getIndex() const { return index_; }
+    Triangle2* getTriangle() const { return pTriangle_; }  ///< The triangle on the left; not owned.
+    int getIndex() const { return index_; }                ///< The index of the edge in that triangle.
 
     /// The start: corner (index + 1) mod 3.
     Point2* getSrc() const { return pTriangle_->getCorner(index_ == 2 ? 0 : index_ + 1); }

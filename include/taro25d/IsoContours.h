@@ -17,8 +17,8 @@ class Taro_2D;
 /// Contour lines and profiles of a surface made of triangles.
 ///
 /// An object is built once and then asked for any number of heights. It finds the triangles that a height cuts through
-/// a tree, so that a query costs time for those triangles only, however large the surface is. Queries change nothing:
-/// several threads may ask one object at once.
+/// an interval tree (Cormen, Leiserson and Rivest 1990), so that a query costs time for those triangles only, however
+/// large the surface is. Queries change nothing: several threads may ask one object at once.
 class TARO25D_API IsoContours {
   public:
     /// The surface of a list of triangles, usually all triangles of a triangulation or of a zone. The list is copied,
@@ -31,6 +31,7 @@ class TARO25D_API IsoContours {
     /// finite, stands for the x axis. Contours do not depend on it. Points that are all on one line give an empty
     /// surface. O(n log n).
     IsoContours(const std::vector<Point2>& vPoints, const Vector2& direction);
+    /// Ends the triangulation that was made of points; triangles of the client stay.
     ~IsoContours();
     IsoContours(const IsoContours&) = delete;
     IsoContours& operator=(const IsoContours&) = delete;
@@ -60,8 +61,8 @@ class TARO25D_API IsoContours {
     bool getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose = true,
                      bool bAutoAdjustHeight = true) const;
 
-    /// Appends the profile of the surface in the vertical plane through a point: the segments, in the triangles or along
-    /// their edges, from which the surface rises or falls to the next. The plane runs along the direction of the
+    /// Appends the profile of the surface in the vertical plane through a point: the segments, in the triangles or
+    /// along their edges, from which the surface rises or falls to the next. The plane runs along the direction of the
     /// constructor, or the x axis for an object made from triangles, and the segments have that direction and order.
     /// Where the surface is in one piece, so are they: each target is the next source. z of the point does not matter,
     /// and vertical triangles do not count. A point with an x or y that is not finite gets a warning and false;

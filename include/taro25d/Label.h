@@ -15,10 +15,10 @@ class TARO25D_API Label {
     /// page units (1/72 inch); a size below 1 counts as 1.
     Label(const Point2& position, const std::string& text, bool bMark = false, int size = 8);
 
-    const Point2& getPosition() const { return position_; }
-    const std::string& getText() const { return text_; }
-    bool isMarked() const { return bMark_; }
-    int getSize() const { return size_; }
+    const Point2& getPosition() const { return position_; }  ///< Where the text begins.
+    const std::string& getText() const { return text_; }     ///< The text.
+    bool isMarked() const { return bMark_; }                 ///< Whether a cross marks the position.
+    int getSize() const { return size_; }                    ///< The font size as it was given.
 
   private:
     Point2 position_;

@@ -15,24 +15,24 @@ class Zone2;
 
 /// What mesh generation shall achieve in one zone. Set the fields that matter and give it to `Taro_2D::refineAdvanced`.
 ///
-/// Lengths and areas are those in space, in the units of the coordinates; angles are in degrees. The largest finite double,
-/// exactly, is no limit. Limits that vary from place to place come from a class derived from this one, which overrides
-/// `getMaxTriangleArea` and `getMaxEdgeLength`.
+/// Lengths and areas are those in space, in the units of the coordinates; angles are in degrees. The largest finite
+/// double, exactly, is no limit. Limits that vary from place to place come from a class derived from this one, which
+/// overrides `getMaxTriangleArea` and `getMaxEdgeLength`.
 ///
 /// A plain object of the client. Mesh generation reads it and does not keep it; what the pointers refer to must live as
 /// long as the call.
 class TARO25D_API MeshGenParams {
   public:
-    /// Default values for a zone, which must be of location ZL_INSIDE or ZL_BOUNDED: for any other there is a message on
-    /// standard error, the grid vector is zero, and mesh generation will refuse the zone.
+    /// Default values for a zone, which must be of location ZL_INSIDE or ZL_BOUNDED: for any other there is a message
+    /// on standard error, the grid vector is zero, and mesh generation will refuse the zone.
     explicit MeshGenParams(Zone2* pZone);
     /// Deletes the set of locked segments.
     virtual ~MeshGenParams();
     MeshGenParams(const MeshGenParams&) = delete;
     MeshGenParams& operator=(const MeshGenParams&) = delete;
 
-    /// The largest area that a triangle may have where this one is. The triangle is one of the mesh: look at its corners,
-    /// do not change anything. Answers that are NaN or not greater than 0 count as no limit.
+    /// The largest area that a triangle may have where this one is. The triangle is one of the mesh: look at its
+    /// corners, do not change anything. Answers that are NaN or not greater than 0 count as no limit.
     virtual double getMaxTriangleArea(Triangle2* pT);
     /// The same for the longest edge.
     virtual double getMaxEdgeLength(Triangle2* pT);
@@ -40,18 +40,19 @@ class TARO25D_API MeshGenParams {
     /// Protects a segment from being split; its pieces, if it has been split before. Null is ignored.
     void addLockedConstraint(ConstraintSegment2* pCSeg);
 
-    /// Gives the heights of the new vertices inside the zone; null: the surface of the triangulation itself. Vertices that
-    /// split a constraint segment lie on that segment in any case. Where the guide has no height, a new vertex takes the
-    /// mean height of the triangle that it is inserted into, with a warning.
+    /// Gives the heights of the new vertices inside the zone; null: the surface of the triangulation itself. Vertices
+    /// that split a constraint segment lie on that segment in any case. Where the guide has no height, a new vertex
+    /// takes the mean height of the triangle that it is inserted into, with a warning.
     Taro_2D* pHeightGuide = nullptr;
     /// A tolerance that belongs with the guide. Mesh generation does not read it.
     double maxHeightError = std::numeric_limits<double>::max();
     /// The zone to refine; not owned.
     Zone2* pZone;
-    /// Triangles with a smaller angle are refined, unless their smallest angle in x-y is above 29.5 degrees. At most 30.
+    /// Triangles with a smaller angle are refined, unless their smallest angle in x-y is above 29.5 degrees. At most
+    /// 30.
     double minAngleDegree = 20.0;
-    /// Constraint segments shorter than twice this are not split. With 0, refinement goes on as far as numbers allow, which
-    /// in narrow corners can mean very small triangles.
+    /// Constraint segments shorter than twice this are not split. With 0, refinement goes on as far as numbers allow,
+    /// which in narrow corners can mean very small triangles.
     double minEdgeLength = 0.001;
     /// Triangles with a longer edge are refined.
     double maxEdgeLength = std::numeric_limits<double>::max();
@@ -73,10 +74,11 @@ class TARO25D_API MeshGenParams {
     /// Whether the vertices of earlier refinements stay. Without it, this one may take out those that are near where it
     /// splits a constraint segment.
     bool bKeepExistingSteinerPoints = true;
-    /// 1: each triangle that is refined gets a line on standard output and a picture in the working directory.
+    /// 0 or 1. With 1, each triangle that is refined gets a line on standard output and a picture in the working
+    /// directory.
     int debugCommand = 0;
-    /// The segments that must not be split; null until the first is added. Owned. Mesh generation adds the pieces of those
-    /// that have been split before.
+    /// The segments that must not be split; null until the first is added. Owned. Mesh generation adds the pieces of
+    /// those that have been split before.
     std::set<ConstraintSegment2*>* pLockedConstraints = nullptr;
 };
 

@@ -12,6 +12,7 @@ namespace LUMO_TARO25D {
 /// from a worker.
 class TARO25D_API MsgBase {
   public:
+    /// Unsubscribe before: nothing here tells the triangulation.
     virtual ~MsgBase() {}
 
     /// Receives one message. `message` is the name of the running operation (MT_PROGRESS) or the text of the

@@ -17,6 +17,7 @@ class TARO25D_API Point2 {
   public:
     /// The origin, with custom index -1.
     Point2() : x_(0.0), y_(0.0), z_(0.0), pIncidentT_(nullptr), customIndex_(-1), vaultPos_(0) {}
+    /// A point with custom index -1. Any double may be given; what is not finite is refused later, on insertion.
     Point2(double x, double y, double z) : x_(x), y_(y), z_(z), pIncidentT_(nullptr), customIndex_(-1), vaultPos_(0) {}
 
     /// A copy takes coordinates and custom index; it is not a vertex, so it has no incident triangle.
@@ -38,9 +39,9 @@ class TARO25D_API Point2 {
         return *this;
     }
 
-    double x() const { return x_; }
-    double y() const { return y_; }
-    double z() const { return z_; }
+    double x() const { return x_; }  ///< The first coordinate of the plane, in units of the client.
+    double y() const { return y_; }  ///< The second coordinate of the plane, in the same unit.
+    double z() const { return z_; }  ///< The height; lengths, areas and angles in space take it to be in that unit too.
 
     /// Sets all three coordinates. Changing x or y of a vertex of a triangulation breaks the triangulation.
     void set(double x, double y, double z) {
@@ -51,6 +52,7 @@ class TARO25D_API Point2 {
 
     /// A number that the client may set and that the library only carries along; -1 by default.
     int getCustomIndex() const { return customIndex_; }
+    /// Sets that number.
     void setCustomIndex(int customIndex) { customIndex_ = customIndex; }
 
     /// One triangle that has this vertex as a corner; null while the point is not a vertex with triangles.
@@ -60,6 +62,7 @@ class TARO25D_API Point2 {
 
     /// Equality in x and y; z is ignored.
     bool operator==(const Point2& other) const { return x_ == other.x_ && y_ == other.y_; }
+    /// The opposite of ==.
     bool operator!=(const Point2& other) const { return !(*this == other); }
     /// Lexicographic order on x, then y; z is ignored.
     bool operator<(const Point2& other) const { return x_ < other.x_ || (x_ == other.x_ && y_ < other.y_); }

@@ -10,10 +10,11 @@ class TARO25D_API Segment2 {
   public:
     /// Both end points at the origin.
     Segment2() {}
+    /// A segment from src to trg, which are copied; they may be equal.
     Segment2(const Point2& src, const Point2& trg) : src_(src), trg_(trg) {}
 
-    const Point2& getSrc() const { return src_; }
-    const Point2& getTrg() const { return trg_; }
+    const Point2& getSrc() const { return src_; }  ///< The end where it starts.
+    const Point2& getTrg() const { return trg_; }  ///< The end to which it runs.
     /// Reverses the direction.
     void swapSrcTrg();
 
@@ -24,6 +25,7 @@ class TARO25D_API Segment2 {
 
     /// True if the end points coincide in x and y, in either order; z is ignored.
     bool operator==(const Segment2& other) const;
+    /// The opposite of ==.
     bool operator!=(const Segment2& other) const { return !(*this == other); }
 
   private:

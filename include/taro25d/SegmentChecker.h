@@ -17,8 +17,9 @@ class Point2;
 class Segment2;
 struct SegmentCheckerState;
 
-/// Finds out which segments of a set intersect each other in x-y, before they are inserted as constraints. It
-/// needs no triangulation and changes none. Every decision is exact for finite coordinates.
+/// Finds out which segments of a set intersect each other in x-y, before they are inserted as constraints. It needs no
+/// triangulation and changes none. Every decision is exact for finite coordinates. Candidates come from an R-tree over
+/// boxes (Guttman 1984; Leutenegger, Lopez and Edgington 1997).
 ///
 /// The checker keeps the client's pointers, not copies: the segments must stay alive, and x and y of their end
 /// points unchanged, as long as it is in use. A segment may have length zero; it counts as its point: on the
@@ -35,6 +36,7 @@ class TARO25D_API SegmentChecker {
     SegmentChecker();
     /// A checker with these segments; see `addSegments`.
     explicit SegmentChecker(const std::vector<Segment2*>& vSegments);
+    /// Ends the index; the segments stay.
     ~SegmentChecker();
     SegmentChecker(const SegmentChecker&) = delete;
     SegmentChecker& operator=(const SegmentChecker&) = delete;
@@ -51,7 +53,8 @@ class TARO25D_API SegmentChecker {
     /// The position of a segment in the order of adding; `getNumberOfSegments()` for a pointer that is not held.
     size_t getIndex(const Segment2* pSegment) const;
 
-    /// How two segments, held or not, meet. The order of the two and their directions make no difference.
+    /// How two segments, held or not, meet. The order of the two and their directions make no difference. SIT_NONE for
+    /// null.
     SegmentIntersectionType getIntersectionType(const Segment2* pSegment0, const Segment2* pSegment1) const;
 
     /// Appends every other segment that intersects the given one, with its type: those that cross, touch or

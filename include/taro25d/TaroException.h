@@ -11,10 +11,10 @@ namespace LUMO_TARO25D {
 /// working directory before.
 class TARO25D_API TaroException : public std::exception {
   public:
-    TaroException() noexcept;
-    TaroException(const TaroException&) noexcept;
-    TaroException& operator=(const TaroException&) noexcept;
-    ~TaroException() override;
+    TaroException() noexcept;                                 ///< All exceptions of this type are alike.
+    TaroException(const TaroException&) noexcept;             ///< So copying does nothing.
+    TaroException& operator=(const TaroException&) noexcept;  ///< So assigning does nothing.
+    ~TaroException() override;                                ///< Nothing is held.
 
     /// The name of the class; always the same text.
     const char* what() const noexcept override;

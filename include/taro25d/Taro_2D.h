@@ -29,17 +29,25 @@ class Zone2;
 
 /// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
 ///
-/// One object is one triangulation. It owns every vertex and triangle it hands out; such pointers stay valid until the
-/// triangulation is destroyed, but removing a vertex ends that vertex and the triangles around it. Any finite double is
-/// a legal coordinate: all decisions are exact. A coordinate that is NaN or infinite is refused with a warning.
+/// Coordinates may be in any unit, the same one for x, y and z wherever lengths, areas or angles in space are asked
+/// for. Angles are in degrees.
+///
+/// One object is one triangulation. It owns every vertex and triangle it hands out. Vertices stay where they are until
+/// they are removed or the triangulation is destroyed; a triangle may get other corners, or go, with every change of
+/// the mesh. Any finite double is a legal coordinate: all decisions are exact. A coordinate that is NaN or infinite is
+/// refused with a warning.
 ///
 /// As long as all points are collinear (or there are fewer than three) there are vertices but no triangles:
 /// `is2D()` is false and queries answer null, false or nothing. The first point off the line triangulates
 /// everything at once.
 ///
-/// An object is used by one thread at a time; two objects may live in two threads. Wrong calls print a
-/// warning on standard output, change nothing and return null or false; only a failed internal condition
-/// throws TaroException.
+/// Vertices are inserted one after the other along a Hilbert curve, found by a walk (Devillers, Pion and Teillaud 2002)
+/// and made Delaunay by flips (Lawson 1977). Where four vertices lie on one circle, either diagonal is right.
+///
+/// An object is used by one thread at a time; two objects may live in two threads. Wrong calls print a warning on standard
+/// output, change nothing and return null or false. TaroException is thrown where a function says so, and where an internal
+/// condition fails. Without memory for the records of vertices and triangles the process ends, after a line that says so;
+/// for all else there is std::bad_alloc.
 class TARO25D_API Taro_2D {
   public:
     /// @name Construction, threads and naming
@@ -47,6 +55,7 @@ class TARO25D_API Taro_2D {
 
     /// An empty triangulation. The expected number of vertices sizes the first memory blocks; any number works.
     explicit Taro_2D(unsigned numExpectedVertices = 3);
+    /// Ends everything that it owns: vertices, triangles, constraints, graphs and zones.
     ~Taro_2D();
     Taro_2D(const Taro_2D&) = delete;
     Taro_2D& operator=(const Taro_2D&) = delete;
@@ -61,16 +70,17 @@ class TARO25D_API Taro_2D {
     /// The same as setNumCPU(0).
     int enableMultithreading();
 
-    /// A label that diagnostic output shows.
+    /// A label for the client's own use; the library only keeps it.
     void setName(const std::string& name);
+    /// The label; empty at first.
     const std::string& getName() const;
 
     /// The engine; an incomplete type for clients.
     Dt2* getImpl() const;
     /// For the library's developers: prints internal state or writes it to files. No behaviour for clients.
     void internal(int topic, int detail, std::string text);
-    /// For the library's developers: the text becomes the prefix of the names of diagnostic files, of all triangulations
-    /// of the process. Not while another thread uses one.
+    /// For the library's developers: the text becomes the prefix of the names of diagnostic files, of all
+    /// triangulations of the process. Not while another thread uses one.
     void setDev(const std::string& text, int number, double value);
 
     /// @}
@@ -83,19 +93,20 @@ class TARO25D_API Taro_2D {
     Point2* insert(const Point2& point);
     /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one warning. With
     /// setNumCPU above 1, batches of 1000 vertices and more that are not small beside the mesh are inserted on several
-    /// threads as long as there are no constraints: vertices, heights and handles are the same for any number, and so are
-    /// the triangles but for the diagonals between points on one circle.
+    /// threads as long as there are no constraints: vertices, heights and handles are the same for any number, and so
+    /// are the triangles but for the diagonals between points on one circle. Linear expected time for points that are
+    /// spread over the plane.
     void insert(const std::vector<Point2>& vPoints);
     /// Inserts many points; vHandles is replaced by one vertex for each point, in input order: for a
     /// duplicate the vertex at that position (among equal positions of one call the first stays), null for a
     /// non-finite point.
     void insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles);
-    /// Inserts numPoints points given as consecutive (x, y, z) triples; aHandles receives numPoints vertices
-    /// in input order, as above, unless it is null. Neither array is kept. A number that is not positive inserts nothing.
+    /// Inserts numPoints points given as consecutive (x, y, z) triples; aHandles receives numPoints vertices in input
+    /// order, as above, unless it is null. Neither array is kept. A number that is not positive inserts nothing.
     void insert(int numPoints, double* aCoordinates, Point2** aHandles);
 
     /// Triangulates the points in a temporary triangulation with this one's number of threads and returns the
-    /// wall time in seconds. This triangulation does not change.
+    /// wall time in seconds. Neither this triangulation nor the list changes.
     double measureTrianguluationTime(std::vector<Point2>& vPoints);
 
     /// @}
@@ -127,29 +138,30 @@ class TARO25D_API Taro_2D {
     bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
 
     /// The triangle that has the directed edge p0 -> p1 on its counterclockwise boundary; null if there is
-    /// none. Null or equal vertices fail with TaroException.
+    /// none. Null or equal vertices fail with TaroException. Linear in the number of triangles around p0.
     Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
-    /// Appends the triangles around a vertex in counterclockwise order. A vertex without triangles fails with
-    /// TaroException.
+    /// Appends the triangles around a vertex in counterclockwise order; at the hull, from any of them. A vertex without
+    /// triangles, and null, fail with TaroException. Linear in their number, as is the next one but for a sort.
     void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
     /// Appends the neighbours of a vertex, each once, in no particular order. A vertex without triangles
     /// fails with TaroException.
     void getIncidentVertices(Point2* pVtx, std::vector<Point2*>& vIncidentVertices) const;
-    /// Appends all triangles.
+    /// Appends all triangles, in an order that is the same for the same calls on one thread. Linear.
     void getTrianglePointers(std::vector<Triangle2*>& vTriangles) const;
-    /// Appends all vertices.
+    /// Appends all vertices, in an order that is the same for the same calls. Linear.
     void getVertexPointers(std::vector<Point2*>& vVertices) const;
-    /// Appends the vertices of the convex hull, counterclockwise, each once. With bAllVertices false those on
-    /// a straight piece between two others are left out. Before is2D() it warns and appends nothing.
+    /// Appends the vertices of the convex hull, counterclockwise, each once. With bAllVertices false those on a
+    /// straight piece between two others are left out. Before is2D() it warns and appends nothing. Linear in the number
+    /// of all vertices.
     void getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const;
 
-    /// The number of vertices.
+    /// The number of vertices. Constant time, as is the next one.
     size_t numberOfPoints() const;
     /// The number of triangles; 0 before is2D().
     size_t numberOfTriangles() const;
     /// True once there are triangles, that is three vertices that are not collinear.
     bool is2D() const;
-    /// The box of all vertices; invalid when there are none.
+    /// The box of all vertices; invalid when there are none. Linear.
     Bbox2 computeBoundingBox() const;
 
     /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges,
@@ -170,24 +182,25 @@ class TARO25D_API Taro_2D {
     /// @{
 
     /// Forces segments (breaklines, boundaries) into the mesh: their end points are inserted, and every piece of them
-    /// becomes an edge that no later operation flips. A segment is split at vertices that lie on it and where it crosses
-    /// other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the constraint that
-    /// was there first. With bOrientedSegments the graph keeps the direction of each segment; segments that form one
-    /// closed, simple chain make a polygon, which runs counterclockwise, either way.
+    /// becomes an edge that no later operation flips. A segment is split at vertices that lie on it and where it
+    /// crosses other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the
+    /// constraint that was there first. With bOrientedSegments the graph keeps the direction of each segment; segments
+    /// that form one closed, simple chain make a polygon, which runs counterclockwise, either way.
     ///
     /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
-    /// applyConstraintsAndZones(). An empty list, or an end point that is not finite, gets a warning and null, and nothing
-    /// is inserted; a segment of length zero gets a warning and only its point stays. Where doubles are too coarse for all
-    /// crossings, pieces are given up with a warning. O(k log k) for a segment that crosses k triangles.
+    /// applyConstraintsAndZones(). An empty list, or an end point that is not finite, gets a warning and null, and
+    /// nothing is inserted; a segment of length zero gets a warning and only its point stays. Where doubles are too
+    /// coarse for all crossings, pieces are given up with a warning. O(k log k) for a segment that crosses k triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                        bool bOrientedSegments = false);
-    /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices while
-    /// removal had made it one-dimensional again. A warning, and nothing else, before is2D().
+    /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices
+    /// while removal had made it one-dimensional again. A warning, and nothing else, before is2D().
     void applyConstraintsAndZones();
 
-    /// Whether edge i of a triangle is a constraint; false for null and for an i that is no edge.
+    /// Whether edge i of a triangle is a constraint; false for null and for an i that is no edge. Constant expected
+    /// time, as for the questions that follow.
     bool isConstraint(Triangle2* pT, int i) const;
-    /// Whether there is an alive constraint segment between two vertices, in any order.
+    /// Whether there is an alive constraint segment between two vertices, in any order; false for null.
     bool isConstraint(Point2* p0, Point2* p1) const;
     /// Whether a vertex is or was the end of a constraint segment.
     bool isConstraint(Point2* pVtx) const;
@@ -195,24 +208,24 @@ class TARO25D_API Taro_2D {
     ConstraintSegment2* getConstraintSegment(Point2* p0, Point2* p1) const;
     /// Appends the alive constraint segments, which are edges of the mesh, in no particular order.
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
-    /// Appends all constraint segments, those that were split included.
+    /// Appends all constraint segments, those that were split included, in no particular order.
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
 
     /// @}
     /// @name Zones
-    /// Sets of triangles, given by rules. The triangulation owns each zone until deleteZone() or its own end. When nothing
-    /// can be created, the result is null, with warnings unless bVerbose is false: before is2D(), for a graph that is null
-    /// or of another triangulation, for a graph without a direction where one is needed, and for a location other than
-    /// those that are listed.
+    /// Sets of triangles, given by rules. The triangulation owns each zone until deleteZone() or its own end. When
+    /// nothing can be created, the result is null, with warnings unless bVerbose is false: before is2D(), for a graph
+    /// that is null or of another triangulation, for a graph without a direction where one is needed, and for a
+    /// location other than those that are listed.
     /// @{
 
     /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all triangles
     /// (ZL_GLOBAL, graph null). Inside is within a polygon, and on the left of a graph that is none. (A result location
     /// gives a zone without operands, which is empty.)
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
-    /// The same for several graphs, ZL_INSIDE or ZL_OUTSIDE only. The zone starts along all of them on that side and ends
-    /// at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; what is between them is a
-    /// zoneDifference.
+    /// The same for several graphs, ZL_INSIDE or ZL_OUTSIDE only. The zone starts along all of them on that side and
+    /// ends at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; what is between
+    /// them is a zoneDifference.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose = true);
     /// The same for graphs in braces.
     Zone2* createZone(std::initializer_list<ConstraintGraph2*> graphs, ZoneLocation zoneLoc, bool bVerbose = true) {
@@ -224,36 +237,36 @@ class TARO25D_API Taro_2D {
     /// The same for several graphs; an empty list lets it grow over everything.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
                       bool bVerbose = true);
-    /// What lies on the left of edges and is bounded by them (ZL_BOUNDED only); inside, either way round, if they are one
-    /// polygon. They become constraints; only their coordinates count, so they may come from another triangulation. An
-    /// edge without a triangle gives null.
+    /// What lies on the left of edges and is bounded by them (ZL_BOUNDED only); inside, either way round, if they are
+    /// one polygon. They become constraints; only their coordinates count, so they may come from another triangulation.
+    /// An edge without a triangle gives null.
     Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
-    /// Exactly these triangles, as a zone of location ZL_GROW; the border becomes a constraint. Null and repeated pointers
-    /// do not count; one that is no triangle of this triangulation gives null. A part in which all triangles are too thin
-    /// to hold a start point is left out with a warning. O(n), n being the number of all triangles.
+    /// Exactly these triangles, as a zone of location ZL_GROW; the border becomes a constraint. Null and repeated
+    /// pointers do not count; one that is no triangle of this triangulation gives null. A part in which all triangles
+    /// are too thin to hold a start point is left out with a warning. O(n), n being the number of all triangles.
     Zone2* createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose = true);
 
     /// Cuts the surface along a polygon, as cutTriangles() does, and returns what is inside as a zone of location
-    /// ZL_BOUNDED. The segments, in any order and direction, must be the sides of one polygon that does not meet itself;
-    /// their heights do not count. Outside the hull there is no surface: the zone is then the part that is on it. Segments
-    /// that form no simple polygon change nothing and give null, as does a polygon beside the surface; warnings are
-    /// printed if bVerbose is true.
+    /// ZL_BOUNDED. The segments, in any order and direction, must be the sides of one polygon that does not meet
+    /// itself; their heights do not count. Outside the hull there is no surface: the zone is then the part that is on
+    /// it. Segments that form no simple polygon change nothing and give null, as does a polygon beside the surface;
+    /// warnings are printed if bVerbose is true.
     Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose = true);
 
-    /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not hold
-    /// and for an operand of another zone, which must go first.
+    /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not
+    /// hold and for an operand of another zone, which must go first.
     bool deleteZone(Zone2* pZone);
 
     /// @}
     /// @name Cutting
     /// @{
 
-    /// Divides the triangles along segments without changing the surface: every new vertex, ends of segments included, has
-    /// the height of the surface there, to rounding. What is no edge of a Delaunay triangulation afterwards becomes
+    /// Divides the triangles along segments without changing the surface: every new vertex, ends of segments included,
+    /// has the height of the surface there, to rounding. What is no edge of a Delaunay triangulation afterwards becomes
     /// constraints of one graph. With bConstraints, all pieces of the segments do, and stay edges whatever is inserted
-    /// later; without, those that are Delaunay do not. Segments may touch, cross and run along edges; what is outside the
-    /// hull is left out. Warns and changes nothing before is2D() and for coordinates that are not finite. O(log n), and
-    /// constant time for each triangle that a segment crosses.
+    /// later; without, those that are Delaunay do not. Segments may touch, cross and run along edges; what is outside
+    /// the hull is left out. Warns and changes nothing before is2D() and for coordinates that are not finite. O(log n),
+    /// and constant time for each triangle that a segment crosses.
     void cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints = true);
     /// The same for the segment between two points.
     void cutTriangles(const Point2& src, const Point2& trg, bool bConstraints = true);
@@ -262,29 +275,30 @@ class TARO25D_API Taro_2D {
     /// @name Mesh generation
     /// @{
 
-    /// Refines a zone of location ZL_INSIDE or ZL_BOUNDED (convertToBoundedZone() makes such a zone of any other): inserts
-    /// vertices, at circumcentres of bad triangles and in the middle of constraint segments that are in the way, until the
-    /// angles of its triangles are at least minAngleDegree (at most 30) and their edges at most maxEdgeLength long, all
-    /// measured in space. New vertices lie on the surface as it is then. Segments shorter than twice minEdgeLength, and
-    /// with the last flag false all segments, are not split.
+    /// Refines a zone of location ZL_INSIDE or ZL_BOUNDED (convertToBoundedZone() makes such a zone of any other):
+    /// inserts vertices, at circumcentres of bad triangles and in the middle of constraint segments that are in the
+    /// way, until the angles of its triangles are at least minAngleDegree (at most 30) and their edges at most
+    /// maxEdgeLength long, all measured in space. New vertices lie on the surface as it is then. Segments shorter than
+    /// twice minEdgeLength, and with the last flag false all segments, are not split.
     ///
     /// What cannot be mended stays: triangles between two constraints that meet at a smaller angle, triangles whose
-    /// circumcentre is behind a segment that may not be split or behind the hull, and triangles as small as numbers allow.
-    /// Triangles with planar angles above 29.5 degrees are good enough in any case. There are at most 50 passes.
+    /// circumcentre is behind a segment that may not be split or behind the hull, and triangles as small as numbers
+    /// allow. Triangles with planar angles above 29.5 degrees are good enough in any case. There are at most 50 passes.
     ///
-    /// Outside the zone nothing changes but the triangles at border segments that are split. The result does not depend on
-    /// memory addresses. Triangles of the zone become invalid; vertices and the zone stay. A null zone and a larger angle
-    /// get a message on standard error, other wrong calls (refineAdvanced()) an error; nothing changes then. O(log n) for
-    /// each new vertex, in memory that follows the number of triangles; listeners of MT_PROGRESS hear of it.
+    /// Outside the zone nothing changes but the triangles at border segments that are split. The result does not depend
+    /// on memory addresses. Triangles of the zone become invalid; vertices and the zone stay. A null zone and a larger
+    /// angle get a message on standard error, other wrong calls (refineAdvanced()) an error; nothing changes then.
+    /// O(log n) for each new vertex, in memory that follows the number of triangles; listeners of MT_PROGRESS hear of
+    /// it.
     void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                 bool bAllowConstraintSplitting);
     /// The same with all parameters. Limits that are NaN or not greater than 0, and a growth factor that is NaN, are
     /// refused with an error and without effect, as are a zone of another triangulation or location and a null pointer.
     void refineAdvanced(MeshGenParams* pParams);
     /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
-    /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how many
-    /// triangles miss it, and for each reason to leave them as they are, how many have it. True if there is a reason for
-    /// every one; false, with a warning, for null and a zone of another triangulation. O(n).
+    /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how
+    /// many triangles miss it, and for each reason to leave them as they are, how many have it. True if there is a
+    /// reason for every one; false, with a warning, for null and a zone of another triangulation. O(n).
     bool checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name,
                           const AcceptExperimentalFeature& accept);
 
@@ -292,8 +306,9 @@ class TARO25D_API Taro_2D {
     /// @name File
     /// @{
 
-    /// Writes all vertices and alive constraint segments to a binary file. A plain file is replaced only when everything
-    /// has been written. Returns false, after a line on standard output, when that fails.
+    /// Writes all vertices and alive constraint segments to a binary file. A plain file is replaced only when
+    /// everything has been written. Returns false, after a line on standard output, when that fails. Numbers are in the
+    /// byte order of the machine, so the file suits machines of the same kind. Linear.
     bool save(const char* filename) const;
     /// Inserts what `save` wrote: the vertices, and the segments as constraints of strategy CIS_CONSTRAINED_DELAUNAY.
     /// Returns false, with a line on standard output and nothing changed, if the file cannot be read or is not one that

@@ -19,13 +19,18 @@ inline int incIndexBy2(int i) { return i == 0 ? 2 : i - 1; }
 /// triangulation hands out are its own: read them, do not change them. Indices are 0, 1 or 2 and are not checked.
 class TARO25D_API Triangle2 {
   public:
+    /// A triangle without corners; of its members, only the getters and setters may be used.
     Triangle2() : aCorner_{nullptr, nullptr, nullptr}, aOpposite_{nullptr, nullptr, nullptr} {}
     /// A free-standing triangle without neighbours; the points are referred to, not copied.
     Triangle2(Point2* p0, Point2* p1, Point2* p2) : aCorner_{p0, p1, p2}, aOpposite_{nullptr, nullptr, nullptr} {}
 
+    /// Corner i; null for a triangle without corners, and in the record of a triangle that is gone.
     Point2* getCorner(int i) const { return aCorner_[i]; }
+    /// The neighbour across edge i; null if there is none.
     Triangle2* getOppositeTriangle(int i) const { return aOpposite_[i]; }
+    /// For free-standing triangles: sets a corner, which is not owned.
     void setCorner(int i, Point2* pPoint) { aCorner_[i] = pPoint; }
+    /// For free-standing triangles: sets a neighbour, which is not owned and not told.
     void setOppositeTriangle(int i, Triangle2* pT) { aOpposite_[i] = pT; }
 
     /// The index of a corner. A point that is no corner is reported and fails with TaroException.
@@ -73,8 +78,9 @@ class TARO25D_API Triangle2 {
     /// The unit normal of the triangle's plane; the zero vector for a degenerate triangle.
     Vector2 getNormalVector() const;
 
-    /// The circumcentre in x-y. bAccurate tells whether it can be trusted: its distances to the three corners
-    /// agree to 1e-6, and it is on the inner side of the edges that do not face it. Custom index -1.
+    /// The circumcentre in x-y; z lies among the heights of the corners. bAccurate tells whether it can be trusted: its
+    /// distances to the three corners agree to 1e-6, and it is on the inner side of the edges that do not face it.
+    /// Custom index -1.
     Point2 getDual(bool& bAccurate) const;
 
   private:

@@ -12,15 +12,20 @@ namespace LUMO_TARO25D {
 /// costs O(1), a wrap-around the degree of the vertex.
 class TARO25D_API TriangleAroundVertexIterator {
   public:
+    /// Starts at the incident triangle of the vertex, which is not owned.
     explicit TriangleAroundVertexIterator(const Point2* pVtx);
 
+    /// To the next triangle counterclockwise.
     TriangleAroundVertexIterator& operator++();
+    /// To the next triangle clockwise.
     TriangleAroundVertexIterator& operator--();
+    /// The same as ++; returns where it stood before.
     TriangleAroundVertexIterator operator++(int) {
         TriangleAroundVertexIterator old = *this;
         ++*this;
         return old;
     }
+    /// The same as --; returns where it stood before.
     TriangleAroundVertexIterator operator--(int) {
         TriangleAroundVertexIterator old = *this;
         --*this;
@@ -34,6 +39,7 @@ class TARO25D_API TriangleAroundVertexIterator {
     bool operator==(const TriangleAroundVertexIterator& other) const {
         return pVtx_ == other.pVtx_ && pCurrentT_ == other.pCurrentT_;
     }
+    /// The opposite of ==.
     bool operator!=(const TriangleAroundVertexIterator& other) const { return !(*this == other); }
 
     /// The wrap-around step: moves clockwise to the last triangle before the hull, where the counterclockwise

@@ -9,11 +9,13 @@ class TARO25D_API Vector2 {
   public:
     /// The zero vector.
     Vector2() : x_(0.0), y_(0.0), z_(0.0) {}
+    /// The vector with these components.
     Vector2(double x, double y, double z) : x_(x), y_(y), z_(z) {}
 
-    double x() const { return x_; }
-    double y() const { return y_; }
-    double z() const { return z_; }
+    double x() const { return x_; }  ///< The first component.
+    double y() const { return y_; }  ///< The second component.
+    double z() const { return z_; }  ///< The third component, along the heights.
+    /// Sets all three components.
     void set(double x, double y, double z) {
         x_ = x;
         y_ = y;
@@ -22,12 +24,14 @@ class TARO25D_API Vector2 {
 
     /// The Euclidean length, also where its square overflows or underflows.
     double length() const;
-    /// The square of the length.
+    /// The square of the length; infinite or 0 where that overflows or underflows.
     double sqLength() const { return x_ * x_ + y_ * y_ + z_ * z_; }
 
     /// The dot product.
     double operator*(const Vector2& other) const { return x_ * other.x_ + y_ * other.y_ + z_ * other.z_; }
+    /// The vector times a number.
     Vector2 operator*(double factor) const { return Vector2(x_ * factor, y_ * factor, z_ * factor); }
+    /// The vector divided by a number; by 0 as doubles are.
     Vector2 operator/(double divisor) const { return Vector2(x_ / divisor, y_ / divisor, z_ / divisor); }
 
     /// True only if all three components are exactly zero.

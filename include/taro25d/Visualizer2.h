@@ -37,12 +37,17 @@ class TARO25D_API Visualizer2 {
 
     /// Adds a point, drawn as a small cross. Equal points of equal colour are drawn once.
     void addObject(const Point2& point, const Color& color);
+    /// Adds each point of a list.
     void addObject(const std::vector<Point2>& vPoints, const Color& color);
+    /// Adds each vertex of a list; null pointers are left out.
     void addObject(const std::vector<Point2*>& vPoints, const Color& color);
-    /// Adds a segment; an edge is drawn as the segment between its two vertices.
+    /// Adds a segment.
     void addObject(const Segment2& segment, const Color& color);
+    /// Adds each segment of a list.
     void addObject(const std::vector<Segment2>& vSegments, const Color& color);
+    /// Adds an edge, as the segment between its two vertices.
     void addObject(const Edge2& edge, const Color& color);
+    /// Adds each edge of a list.
     void addObject(const std::vector<Edge2>& vEdges, const Color& color);
     /// Adds constraint segments, alive or dead, as the segments between their two vertices.
     void addObject(const std::vector<ConstraintSegment2*>& vCSegs, const Color& color);
@@ -50,7 +55,9 @@ class TARO25D_API Visualizer2 {
     void addObject(const Circle2& circle, const Color& color);
     /// Adds a triangle. A filled one gets a grey outline of the colour's width.
     void addObject(const Triangle2& triangle, const Color& color);
+    /// Adds each triangle of a list.
     void addObject(const std::vector<Triangle2>& vTriangles, const Color& color);
+    /// Adds each triangle of a list; null pointers are left out.
     void addObject(const std::vector<Triangle2*>& vTriangles, const Color& color);
     /// Adds a text.
     void addObject(const Label& label, const Color& color);

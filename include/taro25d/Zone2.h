@@ -17,14 +17,14 @@ class ConstraintGraph2;
 class Dt2;
 class Visualizer2;
 
-/// A set of triangles of one triangulation, given by a rule: inside or outside constraint graphs, grown from seed points,
-/// or combined from two other zones.
+/// A set of triangles of one triangulation, given by a rule: inside or outside constraint graphs, grown from seed
+/// points, or combined from two other zones.
 ///
-/// The triangles are found anew by every query, so a zone stays valid while points and constraints are inserted. The rule
-/// needs the constraints in the mesh: a zone that is read before `applyConstraintsAndZones` has established pending ones
-/// answers by the edges that exist. Queries take time linear in the triangles of the zone, for a combined zone n log n;
-/// they return nothing when the triangulation has no triangles. The order of the triangles depends on the rule and on the
-/// mesh only; for a combined zone it is that of their addresses.
+/// The triangles are found anew by every query, so a zone stays valid while points and constraints are inserted. The
+/// rule needs the constraints in the mesh: a zone that is read before `applyConstraintsAndZones` has established
+/// pending ones answers by the edges that exist. Queries take time linear in the triangles of the zone, for a combined
+/// zone n log n; they return nothing when the triangulation has no triangles. The order of the triangles depends on the
+/// rule and on the mesh only; for a combined zone it is that of their addresses.
 ///
 /// The triangulation owns the zone, until `deleteZone` or its own end.
 class TARO25D_API Zone2 {
@@ -34,12 +34,16 @@ class TARO25D_API Zone2 {
                          const std::vector<Point2>& vSeeds = {});
     Zone2(const Zone2&) = delete;
     Zone2& operator=(const Zone2&) = delete;
+    /// For the engine: what a zone of a result location is made from.
     TARO25D_HIDDEN void setOperands(Zone2* pFirst, Zone2* pSecond);
+    /// For the engine: whether this zone is made from another one.
     TARO25D_HIDDEN bool hasOperand(const Zone2* pZone) const { return pFirst_ == pZone || pSecond_ == pZone; }
 
     /// The engine of the triangulation; an incomplete type for clients.
     Dt2* getDelaunayTriangulation() const { return pDt2_; }
+    /// The rule that it was created with.
     ZoneLocation getZoneLocation() const { return zoneLoc_; }
+    /// The number of graphs that bound the zone; 0 for ZL_GLOBAL and for results.
     size_t numberOfConstraintGraphs() const { return vGraphs_.size(); }
     /// Appends the graphs that bound the zone.
     void getConstraintGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
@@ -48,6 +52,7 @@ class TARO25D_API Zone2 {
 
     /// Appends the triangles, each once.
     void getTriangles(std::vector<Triangle2*>& vTriangles) const;
+    /// The number of triangles; as dear as getting them.
     size_t getNumberOfTriangles() const;
     /// The sum of the areas of the triangles in x-y.
     double getArea2D() const;
@@ -55,8 +60,8 @@ class TARO25D_API Zone2 {
     double getArea25D() const;
     /// Appends the corners of the triangles, each once.
     void getVertices(std::vector<Point2*>& vVertices) const;
-    /// Appends the edges that have a triangle of the zone on their left and none on their right: they run counterclockwise
-    /// around the zone and clockwise around its holes. In no particular order.
+    /// Appends the edges that have a triangle of the zone on their left and none on their right: they run
+    /// counterclockwise around the zone and clockwise around its holes. In no particular order.
     void getBorderEdges(std::vector<Edge2>& vBorderEdges) const;
     /// The same as getBorderEdges.
     void getBoundaryEdges(std::vector<Edge2>& vBoundaryEdges) const;
@@ -94,9 +99,9 @@ class TARO25D_API Zone2 {
 };
 
 /// @name Boolean combinations
-/// A zone of the same triangulation, which owns it; its triangles are those of the operands, as they are when it is asked.
-/// Nothing is computed before. Results may be combined again; an operand cannot be deleted before the result. Null, or
-/// zones of different triangulations, get an error and null.
+/// A zone of the same triangulation, which owns it; its triangles are those of the operands, as they are when it is
+/// asked. Nothing is computed before. Results may be combined again; an operand cannot be deleted before the result.
+/// Null, or zones of different triangulations, get an error and null.
 /// @{
 
 /// The triangles of either zone.
@@ -109,7 +114,7 @@ TARO25D_API Zone2* zoneDifference(Zone2* pFirst, Zone2* pSecond);
 TARO25D_API Zone2* zoneSymmetricDifference(Zone2* pFirst, Zone2* pSecond);
 /// @}
 
-/// What peelOffIf does, for a predicate in a function object.
+/// What peelOffIf does, for a predicate in a function object; an empty one gets a warning and null.
 TARO25D_API Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predicate, bool bVerbose);
 
 /// Removes triangles from the border of a zone: every triangle at the border for which the predicate, an object that is

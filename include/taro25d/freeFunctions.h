@@ -71,9 +71,11 @@ TARO25D_API bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& 
 /// for numbers around 1, a thousand for zero.
 TARO25D_API double getUlp(double d);
 
-/// The box of one, two or three points, each range widened by the offset at both ends.
+/// The box of a point, each range widened by the offset at both ends.
 TARO25D_API Bbox3 getBbox(const Point2& p, double offset);
+/// The same of two points.
 TARO25D_API Bbox3 getBbox(const Point2& p, const Point2& q, double offset);
+/// The same of three points.
 TARO25D_API Bbox3 getBbox(const Point2& p, const Point2& q, const Point2& r, double offset);
 /// The box of a list of points; invalid for an empty list. Linear.
 TARO25D_API Bbox2 getBox(const std::vector<Point2>& vPoints);
