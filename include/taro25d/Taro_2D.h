@@ -339,8 +339,12 @@ class TARO25D_API Taro_2D {
 /// @name Deprecated
 /// Point-cloud reconstruction has moved to a separate library. These print a notice that says so and do nothing else.
 /// @{
+
+/// Prints the notice.
 TARO25D_API void reconstruct(const std::vector<Point2>& vPoints);
+/// Prints the notice.
 TARO25D_API void reconstruct(const std::vector<Point2>& vPoints, const std::string& outFilename);
+/// Prints the notice.
 TARO25D_API void reconstruct(const std::string& inFilename, const std::string& outFilename);
 /// @}
 

@@ -1,6 +1,10 @@
 #pragma once
 
+/// @file
 /// All of the library's public headers.
+
+/// @namespace LUMO_TARO25D
+/// Everything that the library offers.
 
 #include "taro25d/AcceptExperimentalFeature.h"
 #include "taro25d/Bbox2.h"
