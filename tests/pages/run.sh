@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Compiles and runs every C++ program of the pages, and compares what it prints with the text that follows it there. Looks
-# for links that lead nowhere, too.
+# for links that lead nowhere, and for names of tests that are not there, too.
 #   run.sh SCRATCH_FOLDER LIBRARY [COMPILER FLAG...]
 set -euo pipefail
 
-scratch=$1
-library=$2
+scratch=$(realpath -m "$1")
+library=$(realpath "$2")
 shift 2
 source=$(cd "$(dirname "$0")/../.." && pwd)
 cd "$source"
@@ -61,6 +61,11 @@ awk -v scratch="$scratch" '
 while read -r link; do
     [[ -e $link ]] || fail "a link to $link, which is not there"
 done <"$scratch/links"
+
+# The tests that a page names as its witnesses.
+while IFS=. read -r suite name; do
+    grep -q -E "^TEST(_F|_P)?\($suite, ${name/\*/[[:alpha:]]*}\)" tests/*_test.cpp || fail "no test is called $suite.$name"
+done < <(tr '\140' '\n' <docs/robustness.md | grep -x -E '[A-Z][[:alpha:]]+\.([[:alpha:]]+|\*)' | sort -u)
 
 # check PROGRAM.cpp COMPILER FLAG...: each program works in a folder of its own, and writes its files there.
 check() {
