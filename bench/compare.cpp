@@ -514,7 +514,7 @@ std::vector<Row> makeRows(double scale) {
          [=] { return ownBulk(withStray(uniform(million), 1e300, 1e300), uniform(million)); }},
         {"locate-random", "1,000,000 random locations in 1,000,000", cgalHierarchy, 0.8, cpu,
          [=] { return location<Hierarchy>(uniform(million), uniform(million, 11), false); }},
-        {"locate-sorted", "the same along a Hilbert curve", "`locate` from the last face", 1.2, cpu,
+        {"locate-sorted", "1,000,000 locations along a Hilbert curve", "`locate` from the last face", 1.2, cpu,
          [=] { return location<Delaunay>(uniform(million), inCurveOrder(uniform(million, 11)), true); }},
         {"single-empty", "one by one, 100,000 from empty", cgalHierarchy, 1.0, cpu,
          [=] { return single({}, uniform(hundredThousand, 12)); }},
@@ -524,7 +524,7 @@ std::vector<Row> makeRows(double scale) {
          [=] { return removal(uniform(million)); }},
         {"constraints-short", "20,000 disjoint short segments and 100,000 uniform points", cgalConstraints, 1.0, cpu,
          [=] { return constrained<RoundingConstrained>(share(uniform(size(1e5)), shortSegments(size(2e4))), true); }},
-        {"constraints-short-million", "200,000 and 1,000,000", cgalConstraints, 1.0, cpu,
+        {"constraints-short-million", "200,000 of these and 1,000,000 points", cgalConstraints, 1.0, cpu,
          [=] { return constrained<RoundingConstrained>(share(uniform(million), shortSegments(size(2e5))), true); }},
         {"constraints-growth", "200,000 and 1,000,000", "own, 20,000 and 100,000", 12.0, cpu,
          [=] {
