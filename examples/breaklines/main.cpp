@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <exception>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -16,23 +15,17 @@
 #include "grid.h"
 #include "map.h"
 #include "options.h"
-#include "picture.h"
+#include "png.h"
+#include "program.h"
 #include "readers.h"
 #include "streams.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
 using namespace breaklines;
+using namespace examples;
 
 namespace {
-
-/// What the program returns to the shell.
-enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1, BAD_USAGE = 2 };
-
-void printChapter(const std::string& title) { std::cout << "\n" << title << "\n"; }
-
-/// Starts a line of a table.
-std::ostream& row(const std::string& name) { return std::cout << "  " << std::left << std::setw(16) << name; }
 
 // ---- Reading ----
 
@@ -165,8 +158,7 @@ bool saveAndLoad(const Taro_2D& mesh, const std::string& filename) {
 void draw(const Taro_2D& mesh, const Grid& grid, const std::vector<Stream>& vStreams, const std::string& filename) {
     printChapter("Drawing");
     drawMap(filename, mesh, grid, vStreams);
-    if (terrain::convertToPng(filename)) return;
-    std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
+    addPng(filename);
 }
 
 // ---- The tour ----
@@ -187,16 +179,6 @@ ExitStatus tour(const Options& options) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    try {
-        const Options options = parseOptions(numArguments, aArguments);
-        if (!options.bHelp) return tour(options);
-        std::cout << USAGE;
-        return ALL_IS_WELL;
-    } catch (const UsageError& problem) {
-        std::cerr << "breaklines: " << problem.what() << "\n\n" << USAGE;
-        return BAD_USAGE;
-    } catch (const std::exception& problem) {
-        std::cerr << "breaklines: " << problem.what() << "\n";
-        return BAD_DATA;
-    }
+    return runProgram("breaklines", USAGE, numArguments, aArguments,
+                      [](const auto& vArguments) { return tour(parseOptions(vArguments)); });
 }

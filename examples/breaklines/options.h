@@ -2,16 +2,10 @@
 
 #include <cstddef>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace breaklines {
-
-/// A command line that is not understood; the message says why.
-class UsageError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
 
 /// What the command line asks for.
 struct Options {
@@ -20,12 +14,11 @@ struct Options {
     std::size_t minCells = 300;  ///< as many cells must drain through a cell of a stream
     std::size_t step = 6;        ///< every so manieth row and column of the grid goes into the mesh
     bool bPicture = true;
-    bool bHelp = false;
 };
 
 extern const char* const USAGE;
 
-/// Throws UsageError.
-Options parseOptions(int numArguments, char** aArguments);
+/// Throws examples::UsageError.
+Options parseOptions(const std::vector<std::string>& vArguments);
 
 }  // namespace breaklines

@@ -3,22 +3,13 @@
 #include <string>
 #include <vector>
 
+#include "levels.h"
 #include "taro25d/Bbox2.h"
-#include "taro25d/Segment2.h"
 
 namespace contours {
 
-using Polyline = std::vector<LUMO_TARO25D::Segment2>;
-
-/// The contours at one height.
-struct Level {
-    double height;
-    bool bHeavy;  ///< drawn heavier, and labelled
-    std::vector<Polyline> vvLines;
-};
-
-/// The number in as few digits as it needs.
-std::string toText(double number);
+using examples::Level;
+using examples::Polyline;
 
 /// Draws all levels. Labels stand on the heavy lines, which are interrupted there.
 void drawMap(const std::string& filename, const std::vector<Level>& vLevels, const LUMO_TARO25D::Bbox2& box);

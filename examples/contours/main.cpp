@@ -4,67 +4,27 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <exception>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
-#include <sstream>
+#include <string>
+#include <vector>
 
 #include "drawings.h"
+#include "levels.h"
 #include "options.h"
-#include "picture.h"
+#include "png.h"
+#include "program.h"
 #include "readers.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
-
-namespace contours {
-
-std::string toText(double number) {
-    std::ostringstream text;
-    text << std::setprecision(10) << number;
-    return text.str();
-}
-
-}  // namespace contours
-
 using namespace contours;
+using namespace examples;
 
 namespace {
 
-/// What the program returns to the shell.
-enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1, BAD_USAGE = 2 };
-
-/// Starts a line of a table.
-std::ostream& row(const std::string& name) { return std::cout << "  " << std::left << std::setw(12) << name; }
-
 // ---- Contours ----
-
-/// The nearest of 1, 2, 5, 10, 20, 50, ... that makes at least 15 steps of the range.
-double proposeInterval(double range) {
-    const double power = std::pow(10, std::floor(std::log10(range / 15)));
-    const double digit = range / 15 / power;
-    return power * (digit >= 5 ? 5 : digit >= 2 ? 2 : 1);
-}
-
-/// All multiples of the interval between the lowest and the highest point.
-std::vector<Level> takeLevels(const IsoContours& isoContours, double interval) {
-    constexpr double MAX_LEVELS = 1000;
-    const double first = std::ceil(isoContours.getMinHeight() / interval);
-    const double last = std::floor(isoContours.getMaxHeight() / interval);
-    if (!(last - first < MAX_LEVELS)) throw UsageError("more than 1000 levels: a larger --interval is needed");
-    std::vector<Level> vLevels;
-    for (double i = first; i <= last; ++i) {
-        Level level{i * interval, std::fmod(i, 5) == 0, {}};
-        // Heights at which there are points are moved by the library, which need not say so each time.
-        if (!isoContours.getContours(level.height, level.vvLines, false))
-            std::cout << "  no contours at " << level.height << "\n";
-        vLevels.push_back(std::move(level));
-    }
-    return vLevels;
-}
-
-bool isClosed(const Polyline& vLine) { return vLine.front().getSrc() == vLine.back().getTrg(); }
 
 void printLevels(const std::vector<Level>& vLevels) {
     size_t numLines = 0, numClosed = 0, numSegments = 0;
@@ -81,10 +41,9 @@ void printLevels(const std::vector<Level>& vLevels) {
 }
 
 std::vector<Level> contour(const IsoContours& isoContours, double interval) {
-    const double low = isoContours.getMinHeight(), high = isoContours.getMaxHeight();
-    if (!(interval > 0)) interval = high > low ? proposeInterval(high - low) : 1;
-    std::cout << "\nContours\n";
-    row("heights") << low << " to " << high << "\n";
+    if (!(interval > 0)) interval = proposeInterval(isoContours);
+    printChapter("Contours");
+    row("heights") << isoContours.getMinHeight() << " to " << isoContours.getMaxHeight() << "\n";
     row("interval") << interval << "\n";
     const auto start = std::chrono::steady_clock::now();
     const std::vector<Level> vLevels = takeLevels(isoContours, interval);
@@ -104,7 +63,7 @@ Polyline takeProfile(const Taro_2D& ground, const IsoContours& isoContours) {
     Polyline vProfile;
     isoContours.getProfile(summit, vProfile);
 
-    std::cout << "\nProfile\n";
+    printChapter("Profile");
     row("through") << "(" << summit.x() << ", " << summit.y() << "), the highest point\n";
     double ascent = 0, length = 0;
     for (const Segment2& segment : vProfile) {
@@ -118,46 +77,36 @@ Polyline takeProfile(const Taro_2D& ground, const IsoContours& isoContours) {
 
 // ---- Drawing ----
 
-void toPng(const std::string& filename) {
-    if (!std::filesystem::is_regular_file(filename)) throw terrain::BadInput(filename + ": cannot be written");
-    if (terrain::convertToPng(filename)) return;
-    std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
+void draw(const std::vector<Level>& vLevels, const Polyline& vProfile, const Bbox2& box,
+          const std::filesystem::path& folder) {
+    printChapter("Drawing");
+    std::filesystem::create_directories(folder);
+    const std::string map = folder / "contours.ps", profile = folder / "profile.ps";
+    drawMap(map, vLevels, box);
+    addPng(map);
+    drawProfile(profile, vProfile, vLevels);
+    addPng(profile);
 }
 
 ExitStatus run(const Options& options) {
-    std::cout << "Reading " << options.input << std::setprecision(10) << "\n";
+    printChapter("Reading " + options.input);
+    std::cout << std::setprecision(10);
     Taro_2D ground;
     ground.insert(terrain::readPoints(options.input));
     if (!ground.is2D()) throw terrain::BadInput(options.input + ": all points lie on one line, no triangles");
+    row("points") << ground.numberOfPoints() << "\n";
     std::vector<Triangle2*> vTriangles;
     ground.getTrianglePointers(vTriangles);
     const IsoContours isoContours(vTriangles);
     const std::vector<Level> vLevels = contour(isoContours, options.interval);
     const Polyline vProfile = takeProfile(ground, isoContours);
-
-    std::cout << "\nDrawing\n";
-    std::filesystem::create_directories(options.outFolder);
-    const std::string map = options.outFolder / "contours.ps", profile = options.outFolder / "profile.ps";
-    drawMap(map, vLevels, ground.computeBoundingBox());
-    toPng(map);
-    drawProfile(profile, vProfile, vLevels);
-    toPng(profile);
+    draw(vLevels, vProfile, ground.computeBoundingBox(), options.outFolder);
     return ALL_IS_WELL;
 }
 
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    try {
-        const Options options = parseOptions(numArguments, aArguments);
-        if (!options.bHelp) return run(options);
-        std::cout << USAGE;
-        return ALL_IS_WELL;
-    } catch (const UsageError& problem) {
-        std::cerr << "contours: " << problem.what() << "\n\n" << USAGE;
-        return BAD_USAGE;
-    } catch (const std::exception& problem) {
-        std::cerr << "contours: " << problem.what() << "\n";
-        return BAD_DATA;
-    }
+    return runProgram("contours", USAGE, numArguments, aArguments,
+                      [](const auto& vArguments) { return run(parseOptions(vArguments)); });
 }

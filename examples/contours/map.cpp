@@ -7,11 +7,13 @@
 #include <utility>
 
 #include "drawings.h"
+#include "numbers.h"
 #include "taro25d/Color.h"
 #include "taro25d/Label.h"
 #include "taro25d/Visualizer2.h"
 
 using namespace LUMO_TARO25D;
+using examples::toText;
 
 namespace contours {
 

@@ -4,21 +4,22 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <numeric>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "command_line.h"
 #include "map.h"
-#include "picture.h"
+#include "png.h"
+#include "program.h"
 #include "readers.h"
 #include "road.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
+using namespace examples;
 
 namespace {
 
@@ -33,9 +34,6 @@ const char* const USAGE =
     "  --help         print this text\n"
     "\n"
     "Exit status: 0 all is well, 1 the data cannot be used, 2 wrong usage.\n";
-
-/// What the program returns to the shell.
-enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1, BAD_USAGE = 2 };
 
 constexpr double SITE_EXTENT = 4000, ROAD_WIDTH = 60, SLOPE_RUN = 2, THRESHOLD = 0.01;  // metres, and 1 in 2
 constexpr size_t MAX_ROWS = 16;
@@ -107,9 +105,9 @@ double volumeUnder(const Taro_2D& mesh) {
     });
 }
 
-void drawAndConvert(const std::filesystem::path& folder, const Taro_2D& after, const CutAndFill& works,
-                    const earthworks::Road& road, const std::vector<Row>& vRows) {
-    std::cout << "\nDrawing\n";
+void draw(const std::filesystem::path& folder, const Taro_2D& after, const CutAndFill& works,
+          const earthworks::Road& road, const std::vector<Row>& vRows) {
+    printChapter("Drawing");
     std::filesystem::create_directories(folder);
     const std::string filename = folder / "earthworks.ps";
     char aText[2][100];
@@ -117,13 +115,11 @@ void drawAndConvert(const std::filesystem::path& folder, const Taro_2D& after, c
                   sumOf(vRows, CT_FILL).volume);
     std::snprintf(aText[1], sizeof(aText[1]), "Platform of %.0f m, slopes 1 : %.0f", ROAD_WIDTH, SLOPE_RUN);
     earthworks::drawMap(filename, after, works, road, {aText[0], aText[1]});
-    if (!std::filesystem::is_regular_file(filename)) throw terrain::BadInput(filename + ": cannot be written");
-    if (!terrain::convertToPng(filename))
-        std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
+    addPng(filename);
 }
 
-void run(const std::string& input, const std::filesystem::path& outFolder) {
-    std::cout << "Reading " << input << "\n";
+ExitStatus run(const std::string& input, const std::filesystem::path& outFolder) {
+    printChapter("Reading " + input);
     const std::vector<Point2> vSite = takeSite(terrain::readPoints(input));
     Taro_2D before, after;
     before.insert(vSite);
@@ -142,46 +138,20 @@ void run(const std::string& input, const std::filesystem::path& outFolder) {
     std::printf("\n  fill minus cut    %14.0f m3\n  after minus before %13.0f m3\n",
                 sumOf(vRows, CT_FILL).volume - sumOf(vRows, CT_CUT).volume, volumeUnder(after) - volumeUnder(before));
     std::fflush(stdout);
-    drawAndConvert(outFolder, after, works, road, vRows);
-}
-
-/// A command line that is not understood.
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-ExitStatus runWith(const std::vector<std::string>& vArguments) {
-    std::string input, outFolder = ".";
-    for (auto it = vArguments.begin(); it != vArguments.end(); ++it) {
-        if (*it == "--help" || *it == "-h") {
-            std::cout << USAGE;
-            return ALL_IS_WELL;
-        } else if (*it == "--out") {
-            if (it + 1 == vArguments.end()) throw UsageError("--out needs a value");
-            outFolder = *++it;
-        } else if (it->substr(0, 1) == "-") {
-            throw UsageError("unknown option " + *it);
-        } else if (!input.empty()) {
-            throw UsageError("more than one file: " + input + " and " + *it);
-        } else {
-            input = *it;
-        }
-    }
-    if (input.empty()) throw UsageError("which file?");
-    run(input, outFolder);
+    draw(outFolder, after, works, road, vRows);
     return ALL_IS_WELL;
 }
 
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    try {
-        return runWith({aArguments + 1, aArguments + numArguments});
-    } catch (const UsageError& problem) {
-        std::cerr << "earthworks: " << problem.what() << "\n\n" << USAGE;
-        return BAD_USAGE;
-    } catch (const std::exception& problem) {
-        std::cerr << "earthworks: " << problem.what() << "\n";
-        return BAD_DATA;
-    }
+    return runProgram("earthworks", USAGE, numArguments, aArguments, [](const auto& vArguments) {
+        std::string input;
+        std::filesystem::path outFolder = ".";
+        CommandLine line;
+        line.addFile("file", input);
+        line.addPath("--out", outFolder);
+        line.parse(vArguments);
+        return run(input, outFolder);
+    });
 }

@@ -1,7 +1,5 @@
 // A mesh for the high ground of a real terrain: everything above one height, with the basins inside left out.
 //
-//   meshing FILE [--height METRES] [--edge METRES] [--out FOLDER]
-//
 // The points of the file make the surface; a contour of it is the outline. Its lines run with higher ground on their left,
 // so as oriented constraints they bound a zone: the triangles on their left, holes excluded. At first these reach from shore
 // to shore, thin as needles. Refinement makes good ones of them, with angles of at least 25 degrees, and takes the height of
@@ -9,56 +7,59 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <filesystem>
-#include <iomanip>
 #include <iostream>
 #include <optional>
-#include <sstream>
-#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "picture.h"
+#include "command_line.h"
+#include "levels.h"
+#include "png.h"
+#include "program.h"
 #include "readers.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
+using namespace examples;
 
 namespace {
 
-using Polyline = std::vector<Segment2>;
+const char* const USAGE =
+    "usage: meshing FILE [--height HEIGHT] [--edge LENGTH] [--out FOLDER]\n"
+    "\n"
+    "Meshes the largest piece of ground above a height, with angles of at least 25 degrees, and draws it before and\n"
+    "after the refinement.\n"
+    "\n"
+    "FILE is an ESRI ASCII grid, text with x y z on each line, or CSV with x,y,z.\n"
+    "  --height HEIGHT   what is above it (default: where there is much ground with some basins in it)\n"
+    "  --edge LENGTH     of the longest edge (default: one that makes some thousand triangles)\n"
+    "  --out FOLDER      write the pictures there (default: the current folder)\n"
+    "  --help            print this text\n"
+    "\n"
+    "Exit status: 0 all is well, 1 the data cannot be used or meshed that well, 2 wrong usage.\n";
 
 constexpr double MIN_ANGLE = 25;
 
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
 struct Options {
     std::string input;
-    std::optional<double> height, edge;
+    std::optional<double> height;
+    double edge = 0;  // 0 for one that suits the outline
     std::filesystem::path outFolder = ".";
 };
 
 Options parseOptions(const std::vector<std::string>& vArguments) {
     Options options;
-    for (size_t i = 0; i < vArguments.size(); ++i) {
-        const std::string& word = vArguments[i];
-        if (word.rfind("--", 0) != 0 && options.input.empty()) {
-            options.input = word;
-            continue;
-        }
-        if (i + 1 == vArguments.size()) throw UsageError(word + " needs a value");
-        const std::string& value = vArguments[++i];
-        if (word == "--out") options.outFolder = value;
-        if (word == "--height") options.height = terrain::toNumber(value);
-        if (word == "--edge") options.edge = terrain::toNumber(value);
-        if (word != "--out" && word != "--height" && word != "--edge") throw UsageError("unknown option " + word);
-        if ((word == "--height" && !options.height) || (word == "--edge" && !(options.edge && *options.edge > 0)))
-            throw UsageError(word + " takes a number, not '" + value + "'");
-    }
-    if (options.input.empty()) throw UsageError("which file?");
+    CommandLine line;
+    line.addFile("file", options.input);
+    line.addOption("--height", [&](const std::string& text) {
+        options.height = terrain::toNumber(text);
+        if (!options.height) throw UsageError("--height takes a number, not '" + text + "'");
+    });
+    line.addPositive("--edge", options.edge);
+    line.addPath("--out", options.outFolder);
+    line.parse(vArguments);
     return options;
 }
 
@@ -66,8 +67,8 @@ Options parseOptions(const std::vector<std::string>& vArguments) {
 
 /// Positive for a closed line that runs counterclockwise, so that the high ground is inside; 0 for an open one.
 double getSignedArea(const Polyline& vLine) {
+    if (!isClosed(vLine)) return 0;
     const Point2& origin = vLine.front().getSrc();
-    if (origin != vLine.back().getTrg()) return 0;
     double sum = 0;
     for (const Segment2& s : vLine) {
         sum += (s.getSrc().x() - origin.x()) * (s.getTrg().y() - origin.y()) -
@@ -126,6 +127,15 @@ Outline proposeOutline(const IsoContours& isoContours) {
     return best;
 }
 
+Outline takeOutline(const Taro_2D& ground, std::optional<double> height) {
+    std::vector<Triangle2*> vTriangles;
+    ground.getTrianglePointers(vTriangles);
+    const IsoContours isoContours(vTriangles);
+    const Outline outline = height ? findOutline(isoContours, *height) : proposeOutline(isoContours);
+    if (outline.vLines.empty()) throw terrain::BadInput("no closed contour there: try another --height");
+    return outline;
+}
+
 /// The line through those of its points that are some distance apart.
 Polyline thinOut(const Polyline& vLine, double distance) {
     std::vector<Point2> vPoints{vLine.front().getSrc()};
@@ -158,79 +168,81 @@ Polyline simplify(const Outline& outline, double distance) {
     }
 }
 
-// ---- Pictures ----
+// ---- Refining ----
 
-void draw(const std::string& filename, const Zone2& zone, const Taro_2D& ground, const std::string& title) {
-    std::vector<Triangle2*> vTriangles;
-    zone.getTriangles(vTriangles);
-    double low = 1e300, high = -1e300;
-    const auto heightOf = [&ground](const Triangle2* pT) {
-        const Point2 center = pT->getBarycenter();
-        double z = center.z();
-        ground.getHeight(center.x(), center.y(), z);
-        return z;
-    };
-    for (const Triangle2* pT : vTriangles) {
-        low = std::min(low, heightOf(pT));
-        high = std::max(high, heightOf(pT));
-    }
-    Visualizer2 drawing(filename);
-    std::ostringstream header;
-    header << title << ": " << vTriangles.size() << " triangles";
-    drawing.addHeaderLine(header.str());
-    for (const Triangle2* pT : vTriangles) {
-        const double t = high > low ? (heightOf(pT) - low) / (high - low) : 0;
-        drawing.addObject(*pT, Color(0.55 + 0.4 * t, 0.75 + 0.15 * t, 0.45 + 0.4 * t, 0.1, true));
-    }
-    std::vector<Segment2> vBorder;
-    zone.getBoundarySegments(vBorder);
-    drawing.addObject(vBorder, Color(0.6, 0.1, 0.1, 0.5));
-    drawing.writeFile();
-    if (!terrain::convertToPng(filename)) std::cout << "  no PNG: ghostscript (gs) is missing or failed\n";
-}
-
-int run(const Options& options) {
-    std::cout << "Reading " << options.input << std::setprecision(6) << "\n";
-    Taro_2D ground;
-    ground.insert(terrain::readPoints(options.input));
-    if (!ground.is2D()) throw terrain::BadInput(options.input + ": all points lie on one line, no triangles");
-    std::vector<Triangle2*> vTriangles;
-    ground.getTrianglePointers(vTriangles);
-    const IsoContours isoContours(vTriangles);
-    const Outline outline = options.height ? findOutline(isoContours, *options.height) : proposeOutline(isoContours);
-    if (outline.vLines.empty()) throw terrain::BadInput("no closed contour there: try another --height");
-    std::cout << "Ground above " << outline.height << ", with " << outline.vLines.size() - 1 << " basins left out\n";
-
-    const double edge = options.edge ? *options.edge : std::sqrt(outline.area / 1000);
-    Taro_2D mesh;
-    ConstraintGraph2* pOutline = mesh.createConstraint(simplify(outline, edge / 4), CIS_CONSTRAINED_DELAUNAY, true);
+/// What is inside the lines, as coarse as it can be.
+Zone2* triangulate(const Polyline& vOutline, Taro_2D& mesh) {
+    ConstraintGraph2* pOutline = mesh.createConstraint(vOutline, CIS_CONSTRAINED_DELAUNAY, true);
     mesh.applyConstraintsAndZones();
     Zone2* pZone = mesh.createZone(pOutline, ZL_BOUNDED);
     if (!pZone) throw terrain::BadInput("the outline bounds nothing");
-    std::filesystem::create_directories(options.outFolder);
-    draw(options.outFolder / "mesh_before.ps", *pZone, ground, "Before refinement");
+    return pZone;
+}
 
+/// New vertices take their heights from the ground.
+void refine(Zone2* pZone, double edge, Taro_2D& ground, Taro_2D& mesh) {
     MeshGenParams params(pZone);
     params.minAngleDegree = MIN_ANGLE;
     params.maxEdgeLength = edge;
     params.minEdgeLength = edge / 100;
     params.pHeightGuide = &ground;
     mesh.refineAdvanced(&params);
+}
+
+// ---- Drawing ----
+
+/// From green at the lowest to pale at the highest triangle, by the ground in their middle.
+void draw(const std::string& filename, const Zone2& zone, const Taro_2D& ground, const std::string& title) {
+    std::vector<Triangle2*> vTriangles;
+    zone.getTriangles(vTriangles);
+    std::vector<double> vHeights;
+    for (const Triangle2* pT : vTriangles) {
+        const Point2 center = pT->getBarycenter();
+        vHeights.push_back(center.z());
+        ground.getHeight(center.x(), center.y(), vHeights.back());
+    }
+    const auto [lowest, highest] = std::minmax_element(vHeights.begin(), vHeights.end());
+
+    Visualizer2 drawing(filename);
+    drawing.addHeaderLine(title + ": " + std::to_string(vTriangles.size()) + " triangles");
+    for (size_t i = 0; i < vTriangles.size(); ++i) {
+        const double t = *highest > *lowest ? (vHeights[i] - *lowest) / (*highest - *lowest) : 0;
+        drawing.addObject(*vTriangles[i], Color(0.55 + 0.4 * t, 0.75 + 0.15 * t, 0.45 + 0.4 * t, 0.1, true));
+    }
+    std::vector<Segment2> vBorder;
+    zone.getBoundarySegments(vBorder);
+    drawing.addObject(vBorder, Color(0.6, 0.1, 0.1, 0.5));
+    drawing.writeFile();
+    addPng(filename);
+}
+
+ExitStatus run(const Options& options) {
+    printChapter("Reading " + options.input);
+    Taro_2D ground;
+    ground.insert(terrain::readPoints(options.input));
+    if (!ground.is2D()) throw terrain::BadInput(options.input + ": all points lie on one line, no triangles");
+    row("points") << ground.numberOfPoints() << "\n";
+
+    printChapter("Taking the outline");
+    const Outline outline = takeOutline(ground, options.height);
+    row("ground above") << outline.height << ", with " << outline.vLines.size() - 1 << " basins left out\n";
+    const double edge = options.edge > 0 ? options.edge : std::sqrt(outline.area / 1000);
+    const Polyline vOutline = simplify(outline, edge / 4);
+
+    printChapter("Refining");
+    std::filesystem::create_directories(options.outFolder);
+    Taro_2D mesh;
+    Zone2* pZone = triangulate(vOutline, mesh);
+    draw(options.outFolder / "mesh_before.ps", *pZone, ground, "Before refinement");
+    refine(pZone, edge, ground, mesh);
     draw(options.outFolder / "mesh_after.ps", *pZone, ground, "After refinement");
-    return mesh.checkZoneQuality(pZone, MIN_ANGLE, "high ground", AcceptExperimentalFeature()) ? 0 : 1;
+    const bool bGood = mesh.checkZoneQuality(pZone, MIN_ANGLE, "high ground", AcceptExperimentalFeature());
+    return bGood ? ALL_IS_WELL : BAD_DATA;
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    try {
-        return run(parseOptions(std::vector<std::string>(argv + 1, argv + argc)));
-    } catch (const UsageError& problem) {
-        std::cerr << "meshing: " << problem.what()
-                  << "\n\nusage: meshing FILE [--height METRES] [--edge METRES] [--out FOLDER]\n";
-        return 2;
-    } catch (const std::exception& problem) {
-        std::cerr << "meshing: " << problem.what() << "\n";
-        return 1;
-    }
+int main(int numArguments, char** aArguments) {
+    return runProgram("meshing", USAGE, numArguments, aArguments,
+                      [](const auto& vArguments) { return run(parseOptions(vArguments)); });
 }

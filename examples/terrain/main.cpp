@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <exception>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -14,22 +13,17 @@
 
 #include "options.h"
 #include "picture.h"
+#include "png.h"
+#include "program.h"
 #include "progress_bar.h"
 #include "readers.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
+using namespace examples;
 using namespace terrain;
 
 namespace {
-
-/// What the program returns to the shell.
-enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1, BAD_USAGE = 2 };
-
-void printChapter(const std::string& title) { std::cout << "\n" << title << "\n"; }
-
-/// Starts a line of a table.
-std::ostream& row(const std::string& name) { return std::cout << "  " << std::left << std::setw(16) << name; }
 
 // ---- Reading ----
 
@@ -155,20 +149,14 @@ bool check(const Taro_2D& ground) {
 
 // ---- Drawing ----
 
-void toPng(const std::string& filename) {
-    if (!std::filesystem::is_regular_file(filename)) throw BadInput(filename + ": cannot be written");
-    if (convertToPng(filename)) return;
-    std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
-}
-
 void draw(const Taro_2D& ground, const std::vector<Mark>& vMarks, const std::filesystem::path& folder) {
     printChapter("Drawing");
     std::filesystem::create_directories(folder);
     const std::string overview = folder / "terrain.ps", summit = folder / "summit.ps";
     drawOverview(overview, ground, vMarks);
-    toPng(overview);
+    addPng(overview);
     drawSummit(summit, ground);
-    toPng(summit);
+    addPng(summit);
 }
 
 // ---- The tour ----
@@ -188,16 +176,6 @@ ExitStatus tour(const Options& options) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    try {
-        const Options options = parseOptions(numArguments, aArguments);
-        if (!options.bHelp) return tour(options);
-        std::cout << USAGE;
-        return ALL_IS_WELL;
-    } catch (const UsageError& problem) {
-        std::cerr << "terrain: " << problem.what() << "\n\n" << USAGE;
-        return BAD_USAGE;
-    } catch (const std::exception& problem) {
-        std::cerr << "terrain: " << problem.what() << "\n";
-        return BAD_DATA;
-    }
+    return runProgram("terrain", USAGE, numArguments, aArguments,
+                      [](const auto& vArguments) { return tour(parseOptions(vArguments)); });
 }

@@ -2,8 +2,10 @@
 
 #include <optional>
 
+#include "command_line.h"
 #include "readers.h"
 
+using examples::UsageError;
 using LUMO_TARO25D::Point2;
 
 namespace terrain {
@@ -41,33 +43,15 @@ int parseNumThreads(const std::string& text) {
 
 }  // namespace
 
-Options parseOptions(int numArguments, char** aArguments) {
-    const std::vector<std::string> vArguments(aArguments + 1, aArguments + numArguments);
+Options parseOptions(const std::vector<std::string>& vArguments) {
     Options options;
-    for (auto it = vArguments.begin(); it != vArguments.end(); ++it) {
-        const auto value = [&] {
-            if (it + 1 == vArguments.end()) throw UsageError(*it + " needs a value");
-            return *++it;
-        };
-        if (*it == "--help" || *it == "-h") {
-            options.bHelp = true;
-        } else if (*it == "--no-picture") {
-            options.bPicture = false;
-        } else if (*it == "--out") {
-            options.outFolder = value();
-        } else if (*it == "--height") {
-            options.vPlaces.push_back(parsePlace(value()));
-        } else if (*it == "--threads") {
-            options.numThreads = parseNumThreads(value());
-        } else if (it->substr(0, 1) == "-") {
-            throw UsageError("unknown option " + *it);
-        } else if (!options.input.empty()) {
-            throw UsageError("more than one file: " + options.input + " and " + *it);
-        } else {
-            options.input = *it;
-        }
-    }
-    if (!options.bHelp && options.input.empty()) throw UsageError("which file?");
+    examples::CommandLine line;
+    line.addFile("file", options.input);
+    line.addOption("--height", [&](const std::string& text) { options.vPlaces.push_back(parsePlace(text)); });
+    line.addOption("--threads", [&](const std::string& text) { options.numThreads = parseNumThreads(text); });
+    line.addPath("--out", options.outFolder);
+    line.addFlag("--no-picture", [&] { options.bPicture = false; });
+    line.parse(vArguments);
     return options;
 }
 

@@ -1,19 +1,12 @@
 #pragma once
 
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "taro25d/Point2.h"
 
 namespace terrain {
-
-/// A command line that is not understood; the message says why.
-class UsageError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
 
 /// What the command line asks for.
 struct Options {
@@ -22,12 +15,11 @@ struct Options {
     std::vector<LUMO_TARO25D::Point2> vPlaces;  ///< where the height is asked for (x and y); perhaps none
     int numThreads = 1;
     bool bPicture = true;
-    bool bHelp = false;
 };
 
 extern const char* const USAGE;
 
-/// Throws UsageError.
-Options parseOptions(int numArguments, char** aArguments);
+/// Throws examples::UsageError.
+Options parseOptions(const std::vector<std::string>& vArguments);
 
 }  // namespace terrain

@@ -7,10 +7,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iomanip>
-#include <sstream>
 #include <utility>
 
+#include "numbers.h"
 #include "shading.h"
 #include "sketch.h"
 #include "taro25d/Bbox2.h"
@@ -20,6 +19,7 @@
 #include "taro25d/Visualizer2.h"
 
 using namespace LUMO_TARO25D;
+using examples::toText;
 
 namespace terrain {
 
@@ -30,25 +30,12 @@ constexpr double PAGE_EXTENT = 480;                      // the width or height 
 constexpr double BARS = 22, NUMBERS = 36, CAPTION = 55;  // how far below the ground they stand
 constexpr int FONT_SIZE = 9;
 
-std::string toText(double number, int numDigits) {
-    std::ostringstream text;
-    text << std::setprecision(numDigits) << number;
-    return text.str();
-}
-
 Color mixed(const Color& a, const Color& b, double brightness, double width) {
     const double share = brightness / 2;
     return Color(share * (a.r + b.r), share * (a.g + b.g), share * (a.b + b.b), width);
 }
 
 Point2 moved(const Point2& point, double dx, double dy) { return Point2(point.x() + dx, point.y() + dy, 0); }
-
-/// The nearest of 1, 2, 5, 10, 20, 50, ... that is not above the length.
-double roundLength(double length) {
-    const double power = std::pow(10, std::floor(std::log10(length)));
-    const double digit = length / power;
-    return power * (digit >= 5 ? 5 : digit >= 2 ? 2 : 1);
-}
 
 /// Every edge once: in the triangle that has it in ascending order, or on the hull.
 bool isOwnEdge(const Triangle2& triangle, int i) {
@@ -107,7 +94,7 @@ void drawColorBar(const Frame& frame, const Shading& shading, Visualizer2& drawi
 /// A bar of a round length.
 void drawScale(const Frame& frame, Visualizer2& drawing) {
     constexpr double BEGIN = 0.7;
-    const double length = roundLength(0.25 * frame.extent());
+    const double length = examples::roundedDown(0.25 * frame.extent());
     const double end = BEGIN + length / frame.extent();
     drawing.addObject(Segment2(frame.below(BEGIN, BARS), frame.below(end, BARS)), Color(CBLACK, 2));
     drawing.addObject(frame.centred(frame.below((BEGIN + end) / 2, NUMBERS), toText(length, 5)), CBLACK);

@@ -21,8 +21,4 @@ void drawOverview(const std::string& filename, const LUMO_TARO25D::Taro_2D& grou
 /// Draws the mesh around the highest vertex as it is, with the heights of its vertices.
 void drawSummit(const std::string& filename, const LUMO_TARO25D::Taro_2D& ground);
 
-/// Converts a PostScript file to a PNG of the same name beside it. Returns false where ghostscript is not
-/// installed or fails.
-bool convertToPng(const std::string& filename);
-
 }  // namespace terrain

@@ -1,7 +1,5 @@
 // What zones are: a lake with an island, and four ways to speak about it.
 //
-//   zones [--out FOLDER]
-//
 // The shore and the island are polygons of constraint segments in a mesh of scattered points. A zone is a rule ("inside the
 // shore"), not a list of triangles: the points that are inserted after the zones were made belong to them like all others.
 // The picture zones.ps shows inside, outside, union and difference side by side.
@@ -15,11 +13,25 @@
 #include <string>
 #include <vector>
 
+#include "command_line.h"
+#include "png.h"
+#include "program.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
+using namespace examples;
 
 namespace {
+
+const char* const USAGE =
+    "usage: zones [--out FOLDER]\n"
+    "\n"
+    "Triangulates a lake with an island, and draws four zones of it: inside, outside, a union and a difference.\n"
+    "\n"
+    "  --out FOLDER   write the picture there (default: the current folder)\n"
+    "  --help         print this text\n"
+    "\n"
+    "Exit status: 0 all is well, 1 something failed, 2 wrong usage.\n";
 
 constexpr double SIZE = 1000;  // of the ground, in metres
 
@@ -79,17 +91,7 @@ class Panel {
     double dx_, dy_;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const bool bOut = argc == 3 && argv[1] == std::string("--out");
-    if (argc != 1 && !bOut) {
-        std::cerr << "usage: zones [--out FOLDER]\n";
-        return 2;
-    }
-    const std::filesystem::path folder = bOut ? argv[2] : ".";
-    std::filesystem::create_directories(folder);
-
+ExitStatus run(const std::string& filename) {
     Taro_2D ground;
     std::mt19937 random(4);
     ground.insert({{0, 0, 0}, {SIZE, 0, 0}, {SIZE, SIZE, 0}, {0, SIZE, 0}});
@@ -105,7 +107,7 @@ int main(int argc, char** argv) {
 
     insertScattered(ground, 300, random);  // zones follow
 
-    Visualizer2 drawing((folder / "zones.ps").string());
+    Visualizer2 drawing(filename);
     drawing.addHeaderLine("A lake with an island: red is the border of each zone");
     constexpr double PITCH = 1.15 * SIZE;
     Panel(drawing, 0, PITCH).draw(ground, *pInside, "Inside the shore", Color(0.62, 0.80, 0.92, 0.1, true));
@@ -113,8 +115,22 @@ int main(int argc, char** argv) {
     Panel(drawing, 0, 0).draw(ground, *pLand, "Land, a union", Color(0.93, 0.78, 0.47, 0.1, true));
     Panel(drawing, PITCH, 0).draw(ground, *pWater, "Water, a difference", Color(0.36, 0.58, 0.85, 0.1, true));
     drawing.writeFile();
+    addPng(filename);
 
     pWater->statistics("water");
     const bool bWhole = pLand->getNumberOfTriangles() + pWater->getNumberOfTriangles() == ground.numberOfTriangles();
-    return bWhole ? 0 : 1;
+    return bWhole ? ALL_IS_WELL : BAD_DATA;
+}
+
+}  // namespace
+
+int main(int numArguments, char** aArguments) {
+    return runProgram("zones", USAGE, numArguments, aArguments, [](const auto& vArguments) {
+        std::filesystem::path outFolder = ".";
+        CommandLine line;
+        line.addPath("--out", outFolder);
+        line.parse(vArguments);
+        std::filesystem::create_directories(outFolder);
+        return run(outFolder / "zones.ps");
+    });
 }

@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <iostream>
 #include <vector>
 
-#include "picture.h"
+#include "png.h"
+#include "readers.h"
 
-namespace terrain {
+namespace examples {
 
 namespace {
 
@@ -31,9 +33,8 @@ std::string escaped(const std::string& path) {
     return result;
 }
 
-}  // namespace
-
-bool convertToPng(const std::string& filename) {
+/// False where ghostscript is not installed or fails.
+bool convert(const std::string& filename) {
     // Absolute, so that no name looks like an option. Three pixels make one, which smooths all edges; and of
     // the page, which is A4, only the part that is drawn upon is kept.
     const std::filesystem::path input = std::filesystem::absolute(filename);
@@ -43,4 +44,12 @@ bool convertToPng(const std::string& filename) {
                 "<< /Install { 0 -180 translate } >> setpagedevice", "-f", input});
 }
 
-}  // namespace terrain
+}  // namespace
+
+void addPng(const std::string& filename) {
+    if (!std::filesystem::is_regular_file(filename)) throw terrain::BadInput(filename + ": cannot be written");
+    if (convert(filename)) return;
+    std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
+}
+
+}  // namespace examples

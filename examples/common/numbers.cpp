@@ -1,0 +1,21 @@
+#include "numbers.h"
+
+#include <cmath>
+#include <iomanip>
+#include <sstream>
+
+namespace examples {
+
+std::string toText(double number, int numDigits) {
+    std::ostringstream text;
+    text << std::setprecision(numDigits) << number;
+    return text.str();
+}
+
+double roundedDown(double number) {
+    const double power = std::pow(10, std::floor(std::log10(number)));
+    const double digit = number / power;
+    return power * (digit >= 5 ? 5 : digit >= 2 ? 2 : 1);
+}
+
+}  // namespace examples
