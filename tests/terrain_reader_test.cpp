@@ -47,6 +47,11 @@ TEST(TerrainReader, ReadsListsWithAnySeparator) {
     }
 }
 
+TEST(TerrainReader, TakesWhatIsTooSmallForADoubleAsZero) {
+    EXPECT_EQ(pointsOf("1e-400 -1e-320 -2.5e-4000"), "0.00 -0.0 -0.0 | ");
+    EXPECT_EQ(toNumber("5e-324"), 5e-324);
+}
+
 TEST(TerrainReader, RefusesWithLineAndReason) {
     const std::string header = "ncols 2\nnrows 2\nxllcorner 0\nyllcorner 0\ncellsize 1\n";
     const struct {
@@ -69,7 +74,8 @@ TEST(TerrainReader, RefusesWithLineAndReason) {
         {"1 2 +-3\n", "1", "'+-3' is not"},
         {std::string("1 2 \x1b[31m\0", 10), "1", "'?[31m?' is not"},
         {"1 2 " + std::string(1000, '7') + "\n", "1", "7...' is not"},
-        {header + "1 2\n3\n", "7", "no heights from row 2 on"},
+        {header + "1 2\n3\n", "7", "row 2 has only 1 of 2 heights"},
+        {header + "1 2 \n \n", "6", "no heights from row 2 on"},
         {header + "1 2\n3 4\n5\n", "8", "more than"},
         {header + "1 2\n3 x\n", "7", "'x' is not"},
         {header + "1 2\n3 nan\n", "7", "'nan' is not"},

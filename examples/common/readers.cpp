@@ -191,6 +191,13 @@ void GridHeader::checkSize(const Text& text) const {
     }
 }
 
+[[noreturn]] void failCutShort(size_t row, size_t column, const GridHeader& header, const Text& text) {
+    const std::string name = "row " + std::to_string(row + 1);
+    if (column == 0) text.fail("cut short: no heights from " + name + " on");
+    text.fail("cut short: " + name + " has only " + std::to_string(column) + " of " +
+              std::to_string(header.numColumns()) + " heights");
+}
+
 std::vector<Point2> parseGrid(Text text) {
     const GridHeader header(text);
     std::vector<Point2> vPoints;
@@ -198,7 +205,7 @@ std::vector<Point2> parseGrid(Text text) {
     for (size_t row = 0; row < header.numRows(); ++row) {
         for (size_t column = 0; column < header.numColumns(); ++column) {
             const std::string_view word = text.nextWord();
-            if (word.empty()) text.fail("cut short: no heights from row " + std::to_string(row + 1) + " on");
+            if (word.empty()) failCutShort(row, column, header, text);
             const double height = text.toNumberOrFail(word);
             if (!header.isNoData(height)) vPoints.emplace_back(header.x(column), header.y(row), height);
         }
@@ -280,8 +287,7 @@ std::vector<Point2> parseList(Text text) {
 
 // ---- Files ----
 
-/// A grid begins with a key of its header. Column names begin with a letter too, but have separators between
-/// them.
+/// A grid begins with a key of its header. Column names begin with a letter too, but have separators between them.
 bool isGrid(Text text) {
     std::string_view line;
     while (line.empty() && text.nextLine(line)) line = trimmed(line);
@@ -308,7 +314,13 @@ std::optional<double> toNumber(std::string_view word) {
     if (word.size() > 1 && word[0] == '+' && word[1] != '-') word.remove_prefix(1);
     const char* pEnd = word.data() + word.size();
     double number = 0;
-    const auto [pStop, problem] = std::from_chars(word.data(), pEnd, number);
+    auto [pStop, problem] = std::from_chars(word.data(), pEnd, number);
+    if (problem == std::errc::result_out_of_range) {
+        // It may also be too small, and is then as good as 0.
+        long double wide = 0;
+        problem = std::from_chars(word.data(), pEnd, wide).ec;
+        number = static_cast<double>(wide);
+    }
     if (problem != std::errc() || pStop != pEnd || !std::isfinite(number)) return std::nullopt;
     return number;
 }

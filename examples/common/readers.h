@@ -10,23 +10,20 @@
 
 namespace terrain {
 
-/// Input that cannot be used. The message reads "file:line: reason", without the line where no line is to
-/// blame.
+/// Input that cannot be used. The message reads "file:line: reason", without the line where no line is to blame.
 class BadInput : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
 /// The points of a file in one of these text formats, told apart by what stands in the file:
-///  - an ESRI ASCII grid: a header (ncols, nrows, xllcorner or xllcenter, yllcorner or yllcenter, cellsize or
-///  dx and dy,
-///    NODATA_value, in any order and case), then the heights row by row, the northernmost row first. Heights
-///    stand at the centres of the cells; cells without data give no point;
+///  - an ESRI ASCII grid: a header (ncols, nrows, xllcorner or xllcenter, yllcorner or yllcenter, cellsize or dx and dy,
+///    NODATA_value, in any order and case), then the heights row by row, the northernmost row first. Heights stand at the
+///    centres of the cells; cells without data give no point;
 ///  - `x y z` on each line, separated by blanks or tabs; '#' begins a comment;
 ///  - CSV: the same with commas or semicolons, and perhaps a line of column names at the top.
-/// Numbers have a decimal point whatever the locale. Throws BadInput for a file that is missing, empty or cut
-/// short, or that holds anything but finite numbers. Memory stays proportional to the length of the file,
-/// whatever it says.
+/// Numbers have a decimal point whatever the locale. Throws BadInput for a file that is missing, empty or cut short, or
+/// that holds anything but finite numbers. Memory stays proportional to the length of the file, whatever it says.
 std::vector<LUMO_TARO25D::Point2> readPoints(const std::string& filename);
 
 /// The same for text that is already in memory; the name is used in messages only.

@@ -36,8 +36,7 @@ double meanSteepness(const std::vector<Triangle2*>& vTriangles) {
     return sum / area;
 }
 
-/// A component of a colour in light of that strength: 0 is night, 1 the light on level ground, above it turns
-/// white.
+/// A component of a colour in light of that strength: 0 is night, 1 the light on level ground, above it turns white.
 double lit(double component, double light) {
     return light < 1 ? component * light : component + (1 - component) * std::min(1.0, light - 1);
 }

@@ -10,9 +10,8 @@ namespace terrain {
 /// The colours of a map: green lowlands, brown heights and white summits, lit from the north-west.
 class Shading {
   public:
-    /// For a mesh of at least one triangle: the colours span its heights, and its slopes are exaggerated
-    /// until, on average, they are steep enough to show. The contrast tells how much the light matters, 0
-    /// to 1.
+    /// For a mesh of at least one triangle: the colours span its heights, and its slopes are exaggerated until, on
+    /// average, they are steep enough to show. The contrast tells how much the light matters, 0 to 1.
     Shading(const std::vector<LUMO_TARO25D::Triangle2*>& vTriangles, double contrast);
 
     /// The colour of level ground of that height.

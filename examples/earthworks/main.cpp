@@ -1,5 +1,5 @@
-// Earthworks on a real piece of ground: a road platform with slopes is cut into it, and what has to be moved is measured,
-// component by component, and drawn.
+// Earthworks on a real piece of ground: a road platform with slopes is cut into it, and what has to be moved is
+// measured, component by component, and drawn.
 
 #include <algorithm>
 #include <cmath>

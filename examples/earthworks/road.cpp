@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "readers.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Triangle2.h"
 
@@ -18,7 +19,7 @@ constexpr double GRADE_LENGTH = 500, REACH = 200;  // of even rises and falls; o
 
 double heightOf(const Taro_2D& ground, double x, double y) {
     double height = 0;
-    ground.getHeight(x, y, height, nullptr, STEP);
+    if (!ground.getHeight(x, y, height, nullptr, STEP)) throw terrain::BadInput("the ground has a gap on the road");
     return height;
 }
 
@@ -34,35 +35,64 @@ void addPieces(const Point2& src, const Point2& trg, std::vector<Segment2>& vPie
     }
 }
 
+/// The edges of the ground, in short pieces where the road may come.
+std::vector<Segment2> edgesOf(const Taro_2D& ground, const Road& road) {
+    std::vector<Triangle2*> vTriangles;
+    ground.getTrianglePointers(vTriangles);
+    std::vector<Segment2> vEdges;
+    for (Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            const Point2 &src = *Edge2(pT, i).getSrc(), &trg = *Edge2(pT, i).getTrg();
+            if (pT->getOppositeTriangle(i) && trg < src) continue;  // it comes from the other side
+            if (road.mayReach(src) || road.mayReach(trg)) {
+                addPieces(src, trg, vEdges);
+            } else {
+                vEdges.emplace_back(src, trg);
+            }
+        }
+    }
+    return vEdges;
+}
+
 }  // namespace
 
 Road::Road(const Taro_2D& ground, const Bbox2& box, double width, double run)
-    : ground_(ground), box_(box), halfWidth_(width / 2), run_(run) {
-    const double length = box.getMaxX() - box.getMinX(), breadth = box.getMaxY() - box.getMinY();
-    const auto at = [&](double x) {
-        const double y = box.getMinY() + breadth * (0.5 + 0.15 * std::sin(2 * M_PI * x / length));
-        return Point2(box.getMinX() + x, y, heightOf(ground, box.getMinX() + x, y));
-    };
-    const auto meanHeight = [&](double x) {  // along a grade
-        double sum = 0, numHeights = 0;
-        for (double d = -GRADE_LENGTH / 2; d <= GRADE_LENGTH / 2; d += STEP, ++numHeights)
-            sum += at(std::clamp(x + d, 0.0, length)).z();
-        return sum / numHeights;
-    };
-    const auto numGrades = static_cast<size_t>(std::ceil(length / GRADE_LENGTH));
+    : ground_(ground), box_(box), length_(box.getMaxX() - box.getMinX()), halfWidth_(width / 2), run_(run) {
+    layAxis();
+    layEdges();
+}
+
+Point2 Road::onGround(double way) const {
+    const double breadth = box_.getMaxY() - box_.getMinY();
+    const double y = box_.getMinY() + breadth * (0.5 + 0.15 * std::sin(2 * M_PI * way / length_));
+    return Point2(box_.getMinX() + way, y, heightOf(ground_, box_.getMinX() + way, y));
+}
+
+double Road::meanHeight(double way) const {
+    double sum = 0, numHeights = 0;
+    for (double d = -GRADE_LENGTH / 2; d <= GRADE_LENGTH / 2; d += STEP, ++numHeights)
+        sum += onGround(std::clamp(way + d, 0.0, length_)).z();
+    return sum / numHeights;
+}
+
+void Road::layAxis() {
+    const auto numGrades = static_cast<size_t>(std::ceil(length_ / GRADE_LENGTH));
     std::vector<double> vHeights;
-    for (size_t i = 0; i <= numGrades; ++i) vHeights.push_back(meanHeight(length * double(i) / double(numGrades)));
-    for (double x = 0; x < length + STEP; x += STEP) {
-        const Point2 place = at(std::min(x, length));
-        const double position = std::min(x / length, 1.0) * double(numGrades);
+    for (size_t i = 0; i <= numGrades; ++i) vHeights.push_back(meanHeight(length_ * double(i) / double(numGrades)));
+    for (double way = 0; way < length_ + STEP; way += STEP) {
+        const Point2 place = onGround(std::min(way, length_));
+        const double position = std::min(way / length_, 1.0) * double(numGrades);
         const size_t grade = std::min(size_t(position), numGrades - 1);
         const double t = position - double(grade);
         vAxis_.emplace_back(place.x(), place.y(), (1 - t) * vHeights[grade] + t * vHeights[grade + 1]);
     }
+}
+
+void Road::layEdges() {
     for (const double side : {-halfWidth_, halfWidth_}) {
         for (size_t i = 1; i < vAxis_.size(); ++i) {
             const Segment2 piece(beside(i - 1, side), beside(i, side));
-            if (box_.isInBox(piece.getSrc()) && box_.isInBox(piece.getTrg())) vEdges_.push_back(piece);
+            if (ground_.locate(piece.getSrc()) && ground_.locate(piece.getTrg())) vEdges_.push_back(piece);
         }
     }
 }
@@ -103,7 +133,7 @@ std::vector<Point2> Road::samples() const {
     for (size_t i = 0; i < vAxis_.size(); ++i) {
         for (double offset = -REACH - halfWidth_; offset <= REACH + halfWidth_; offset += STEP) {
             const Point2 place = beside(i, offset);
-            if (box_.isInBox(place)) vSamples.push_back(place);
+            if (ground_.locate(place)) vSamples.push_back(place);
         }
     }
     return vSamples;
@@ -112,21 +142,7 @@ std::vector<Point2> Road::samples() const {
 void buildRoad(const Taro_2D& ground, const std::vector<Point2>& vPoints, const Road& road, Taro_2D& after) {
     after.insert(vPoints);
     // What is not touched has to keep its shape, so the edges of the ground have to stay.
-    std::vector<Triangle2*> vTriangles;
-    ground.getTrianglePointers(vTriangles);
-    std::vector<Segment2> vEdges;
-    for (Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            const Point2 &src = *Edge2(pT, i).getSrc(), &trg = *Edge2(pT, i).getTrg();
-            if (pT->getOppositeTriangle(i) && trg < src) continue;  // it comes from the other side
-            if (road.mayReach(src) || road.mayReach(trg)) {
-                addPieces(src, trg, vEdges);
-            } else {
-                vEdges.emplace_back(src, trg);
-            }
-        }
-    }
-    after.createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY);
+    after.createConstraint(edgesOf(ground, road), CIS_CONSTRAINED_DELAUNAY);
     after.createConstraint(road.edges(), CIS_CONSTRAINED_DELAUNAY);
     after.insert(road.samples());
     // Only now is it known where all vertices are, those at crossings included.

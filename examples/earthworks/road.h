@@ -9,32 +9,38 @@
 
 namespace earthworks {
 
-/// A road that winds from the west to the east of a site, rising and falling evenly between places on the ground: a level
-/// platform across, and beside it even slopes that go up or down until they meet the ground.
+/// A road that winds from the west to the east of a site, rising and falling evenly between places on the ground: a
+/// level platform across, and beside it even slopes that go up or down until they meet the ground.
 class Road {
   public:
-    /// The ground must cover the box. The slopes rise or fall by 1 over a horizontal run.
+    /// The slopes rise or fall by 1 over a horizontal run. Throws terrain::BadInput where the road leaves the ground.
     Road(const LUMO_TARO25D::Taro_2D& ground, const LUMO_TARO25D::Bbox2& box, double width, double run);
 
     /// Where the ground at a place will be, z being where it is.
     double gradedHeight(const LUMO_TARO25D::Point2& place) const;
     /// False for places far beside it.
     bool mayReach(const LUMO_TARO25D::Point2& place) const;
-    /// The two edges of the platform.
+    /// The two edges of the platform, as far as they are on the ground.
     const std::vector<LUMO_TARO25D::Segment2>& edges() const { return vEdges_; }
-    /// Places that tell the shape of platform and slopes: in rows across the road, as far as the slopes may reach.
+    /// Places that tell the shape of platform and slopes: in rows across the road, as far as the slopes and the
+    /// ground may reach.
     std::vector<LUMO_TARO25D::Point2> samples() const;
 
   private:
     struct Nearest {
         double distance, height;
     };
+    void layAxis();
+    void layEdges();
+    /// Where the axis passes the ground, and the mean height of that along a grade. The way is counted eastwards.
+    LUMO_TARO25D::Point2 onGround(double way) const;
+    double meanHeight(double way) const;
     Nearest nearest(const LUMO_TARO25D::Point2& place) const;
     LUMO_TARO25D::Point2 beside(size_t station, double offset) const;
 
     const LUMO_TARO25D::Taro_2D& ground_;
     LUMO_TARO25D::Bbox2 box_;
-    double halfWidth_, run_;
+    double length_, halfWidth_, run_;
     std::vector<LUMO_TARO25D::Point2> vAxis_;  // the stations, at even steps
     std::vector<LUMO_TARO25D::Segment2> vEdges_;
 };

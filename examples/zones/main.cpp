@@ -1,8 +1,8 @@
 // What zones are: a lake with an island, and four ways to speak about it.
 //
-// The shore and the island are polygons of constraint segments in a mesh of scattered points. A zone is a rule ("inside the
-// shore"), not a list of triangles: the points that are inserted after the zones were made belong to them like all others.
-// The picture zones.ps shows inside, outside, union and difference side by side.
+// The shore and the island are polygons of constraint segments in a mesh of scattered points. A zone is a rule ("inside
+// the shore"), not a list of triangles: the points that are inserted after the zones were made belong to them like all
+// others. The picture zones.ps shows inside, outside, union and difference side by side.
 
 #include <cmath>
 #include <filesystem>
