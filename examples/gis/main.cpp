@@ -1,0 +1,141 @@
+// From one map to another: an elevation raster and lines from a geographic information system go in, contours and
+// triangles come out, in its coordinate system. The library knows nothing of such files; GDAL reads and writes them.
+
+#include <cmath>
+#include <filesystem>
+#include <iomanip>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "files.h"
+#include "geopackage.h"
+#include "levels.h"
+#include "lines.h"
+#include "options.h"
+#include "program.h"
+#include "raster.h"
+#include "readers.h"
+#include "taro25d/taro25d.h"
+
+using namespace LUMO_TARO25D;
+using namespace examples;
+using namespace gis;
+
+namespace {
+
+// ---- Reading ----
+
+Raster readRaster(const Options& options) {
+    printChapter("Reading " + options.raster);
+    Raster raster(options.raster, options.band, options.maxPoints);
+    const Axis &columns = raster.columns(), &rows = raster.rows();
+    row("cells") << columns.numCells << " columns, " << rows.numCells << " rows\n";
+    if (columns.step > 1) row("taken") << columns.numTaken() << " columns, " << rows.numTaken() << " rows\n";
+    row("with data") << raster.points().size() << "\n";
+    if (raster.coordinateSystem()) row("in") << raster.coordinateSystem()->GetName() << "\n";
+    return raster;
+}
+
+void triangulate(const Raster& raster, Taro_2D& ground) {
+    printChapter("Triangulating");
+    ground.insert(raster.points());
+    if (!ground.is2D()) throw terrain::BadInput("the cells with data lie on one line, no triangles");
+    row("triangles") << ground.numberOfTriangles() << "\n";
+}
+
+/// The lines need the ground, which gives heights to those that have none.
+Lines readLines(const Options& options, const Raster& raster, const Taro_2D& ground) {
+    printChapter("Reading " + options.lines);
+    Lines lines = gis::readLines(options.lines, options.layer, options.bDrape, raster, ground);
+    row("layer") << lines.layer << (lines.bTransformed ? ", transformed" : "") << "\n";
+    row("lines") << lines.numLines << ", " << lines.numDraped << " of them laid on the ground\n";
+    row("on the raster") << lines.vWithHeights.size() + lines.vDraped.size() << " segments\n";
+    if (lines.numLost > 0) warn(std::to_string(lines.numLost) + " features cannot be transformed and are left out");
+    return lines;
+}
+
+// ---- Breaklines ----
+
+double heightOn(const Segment2& line, const Point2& place) {
+    const Point2 &src = line.getSrc(), &trg = line.getTrg();
+    if (place == src || place == trg) return place == src ? src.z() : trg.z();
+    const double t = std::sqrt(Segment2(src, place).getSqLen2D() / line.getSqLen2D());
+    return src.z() + t * (trg.z() - src.z());
+}
+
+/// Vertices that were there before, at the centres of cells, keep their heights when a line is forced through them.
+/// Where the line has heights of its own, these are to count.
+void insertWithHeights(const Segment2& line, Taro_2D& ground) {
+    ConstraintGraph2* pGraph = ground.createConstraint({line}, CIS_CONSTRAINED_DELAUNAY);
+    std::vector<ConstraintSegment2*> vPieces;
+    pGraph->getAliveConstraintChain(vPieces);
+    for (const ConstraintSegment2* pPiece : vPieces) {
+        for (Point2* pVtx : {pPiece->getSrc(), pPiece->getTrg()}) {
+            pVtx->set(pVtx->x(), pVtx->y(), heightOn(line, *pVtx));
+        }
+    }
+}
+
+void insertBreaklines(const Lines& lines, Taro_2D& ground) {
+    printChapter("Forcing the lines into the mesh");
+    for (const Segment2& line : lines.vWithHeights) insertWithHeights(line, ground);
+    if (!lines.vDraped.empty()) ground.createConstraint(lines.vDraped, CIS_CONSTRAINED_DELAUNAY);
+    std::vector<ConstraintSegment2*> vPieces;
+    ground.getAliveConstraintSegments(vPieces);
+    row("breaklines") << vPieces.size() << " edges\n";
+    row("mesh") << ground.numberOfPoints() << " vertices, " << ground.numberOfTriangles() << " triangles\n";
+}
+
+/// A triangulation fills its convex hull. What bridges cells without data is no ground: there is no vertex near its
+/// middle, so that the nearest cell to it is empty, unless the triangle is thinner than a cell.
+std::vector<Triangle2*> trianglesWithData(const Taro_2D& ground, const Raster& raster) {
+    std::vector<Triangle2*> vAll, vTriangles;
+    ground.getTrianglePointers(vAll);
+    for (Triangle2* pT : vAll) {
+        if (raster.hasDataAt(pT->getBarycenter())) vTriangles.push_back(pT);
+    }
+    return vTriangles;
+}
+
+// ---- Contours and output ----
+
+std::vector<Level> contour(const IsoContours& isoContours, double interval) {
+    if (!(interval > 0)) interval = proposeInterval(isoContours);
+    printChapter("Contours");
+    row("heights") << isoContours.getMinHeight() << " to " << isoContours.getMaxHeight() << "\n";
+    row("interval") << interval << "\n";
+    return takeLevels(isoContours, interval);
+}
+
+void write(const std::vector<Level>& vLevels, const std::vector<Triangle2*>& vTriangles, const Raster& raster,
+           const std::filesystem::path& filename) {
+    printChapter("Writing " + filename.string());
+    GeoPackage package(filename, raster.coordinateSystem());
+    row("contours") << package.addContours(vLevels) << "\n";
+    package.addTriangles(vTriangles);
+    row("triangles") << vTriangles.size() << "\n";
+    package.finish();
+}
+
+ExitStatus run(const Options& options) {
+    GDALAllRegister();
+    CPLSetErrorHandler(CPLQuietErrorHandler);  // what GDAL says goes into the messages of this program
+    std::cout << std::setprecision(10);
+    const Raster raster = readRaster(options);
+    Taro_2D ground;
+    triangulate(raster, ground);
+    insertBreaklines(readLines(options, raster, ground), ground);
+    const std::vector<Triangle2*> vTriangles = trianglesWithData(ground, raster);
+    const IsoContours isoContours(vTriangles);
+    const std::vector<Level> vLevels = contour(isoContours, options.interval);
+    write(vLevels, vTriangles, raster, options.output);
+    return ALL_IS_WELL;
+}
+
+}  // namespace
+
+int main(int numArguments, char** aArguments) {
+    return runProgram("gis", USAGE, numArguments, aArguments,
+                      [](const auto& vArguments) { return run(parseOptions(vArguments)); });
+}
