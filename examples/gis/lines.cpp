@@ -26,6 +26,7 @@ class LineTaker : public OGRDefaultConstGeometryVisitor {
 
     using OGRDefaultConstGeometryVisitor::visit;
     void visit(const OGRLineString* pLine) override {
+        if (pLine->getNumPoints() < 2) return;
         const bool bDrape = bDrape_ || !pLine->Is3D();
         ++lines_.numLines;
         lines_.numDraped += bDrape;
@@ -121,8 +122,8 @@ std::string toText(const Bbox2& box) {
 void check(const Lines& lines, const std::string& filename, const Taro_2D& ground) {
     if (lines.numLines == 0) throw BadInput("no lines in layer " + lines.layer + " of " + filename);
     if (!lines.vWithHeights.empty() || !lines.vDraped.empty()) return;
-    throw BadInput("the lines of " + filename + " lie outside the raster: they are at " + toText(lines.box) +
-                   ", its data at " + toText(ground.computeBoundingBox()));
+    throw BadInput("the lines of " + filename + " lie outside the data of the raster: they are at " +
+                   toText(lines.box) + ", it is at " + toText(ground.computeBoundingBox()));
 }
 
 }  // namespace

@@ -37,10 +37,10 @@ Raster readRaster(const Options& options) {
     return raster;
 }
 
-void triangulate(const Raster& raster, Taro_2D& ground) {
+void triangulate(const Options& options, const Raster& raster, Taro_2D& ground) {
     printChapter("Triangulating");
     ground.insert(raster.points());
-    if (!ground.is2D()) throw terrain::BadInput("the cells with data lie on one line, no triangles");
+    if (!ground.is2D()) throw terrain::BadInput(options.raster + ": the cells with data make no triangle");
     row("triangles") << ground.numberOfTriangles() << "\n";
 }
 
@@ -124,7 +124,7 @@ ExitStatus run(const Options& options) {
     std::cout << std::setprecision(10);
     const Raster raster = readRaster(options);
     Taro_2D ground;
-    triangulate(raster, ground);
+    triangulate(options, raster, ground);
     insertBreaklines(readLines(options, raster, ground), ground);
     const std::vector<Triangle2*> vTriangles = trianglesWithData(ground, raster);
     const IsoContours isoContours(vTriangles);

@@ -184,6 +184,6 @@ done <<'END'
 1|two.gpkg? It has flat, wall|slope.tif two.gpkg
 1|no layer road, only flat, wall|slope.tif two.gpkg --layer road
 1|no lines in layer points|slope.tif points.gpkg
-1|outside the raster: they are at x 600000 to 600010|slope.tif beside.gpkg
+1|outside the data of the raster: they are at x 600000 to 600010|slope.tif beside.gpkg
 END
 ! compgen -G '*.unfinished*' || fail "unfinished files are left"
