@@ -23,7 +23,7 @@ class Visualizer2;
 ///
 /// The triangulation owns the graph and the segments; both live until it is destroyed. Segments that form one closed,
 /// simple chain make a polygon, which runs counterclockwise whatever direction the client gave. When a segment is split
-/// later, its pieces keep its direction. Queries that append take O(n log n) for n pieces.
+/// later, its pieces keep its direction. Queries that append take O(n) for n pieces.
 class TARO25D_API ConstraintGraph2 {
   public:
     /// Two vertices, the one with the smaller address first.
@@ -36,6 +36,7 @@ class TARO25D_API ConstraintGraph2 {
     /// graph runs from the larger to the smaller one.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                     const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis);
+    /// Only the triangulation destroys graphs.
     TARO25D_HIDDEN ~ConstraintGraph2();
     ConstraintGraph2(const ConstraintGraph2&) = delete;
     ConstraintGraph2& operator=(const ConstraintGraph2&) = delete;

@@ -59,9 +59,8 @@ programs() {
 }
 cd "$scratch/pages"
 programs "$source/README.md"
-programs "$source/docs/guide.md"
 read -r -a flags <<<"$(pkg-config --cflags --libs taro25d)"
-for program in README1 guide1; do
+for program in README1; do
     "${CXX:-g++}" -std=c++17 -Wall -Wextra -Wpedantic -Werror $program.cpp -o $program "${flags[@]}"
     LD_LIBRARY_PATH=$(dirname "$library") ./$program >printed.txt
     diff $program.txt printed.txt || fail "$program.cpp prints something else than its page shows"
