@@ -1,6 +1,5 @@
 #include "map.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "taro25d/Color.h"

@@ -1,7 +1,6 @@
 #include "command_line.h"
 
 #include <cmath>
-#include <optional>
 #include <utility>
 
 #include "readers.h"

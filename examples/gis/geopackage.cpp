@@ -2,7 +2,6 @@
 
 #include <ogrsf_frmts.h>
 
-#include <cmath>
 #include <memory>
 #include <stdexcept>
 

@@ -45,7 +45,7 @@ class LineTaker : public OGRDefaultConstGeometryVisitor {
         const auto part = raster_.partInside(src, trg);
         if (!part) return;
         const Point2 first = between(src, trg, part->first), last = between(src, trg, part->second);
-        const double numPieces = bDrape ? std::max(1.0, std::ceil(raster_.numCellsBetween(first, last))) : 1;
+        const double numPieces = std::max(1.0, std::ceil(raster_.numCellsBetween(first, last)));
         std::vector<Segment2>& vSegments = bDrape ? lines_.vDraped : lines_.vWithHeights;
         std::optional<Point2> previous = onGround(first, bDrape);
         for (double i = 1; i <= numPieces; ++i) {

@@ -22,10 +22,10 @@ struct Lines {
     std::vector<LUMO_TARO25D::Segment2> vWithHeights, vDraped;
 };
 
-/// Reads the lines of a file, and the outlines of its polygons. A line with heights keeps its vertices and heights. One
-/// without, and with bDrape each one, is laid on the ground: its segments are divided so that there is a vertex for
-/// each cell of the raster that they pass, and every vertex has the height of the ground there. The ground holds the
-/// points of the raster. The layer may be empty where there is only one. Throws terrain::BadInput.
+/// Reads the lines of a file, and the outlines of its polygons. Their segments are divided so that there is a vertex for
+/// each cell of the raster that they pass. A line with heights keeps them. One without, and with bDrape each one, is
+/// laid on the ground: every vertex has the height of the ground there. The ground holds the points of the raster. The
+/// layer may be empty where there is only one. Throws terrain::BadInput.
 Lines readLines(const std::string& filename, const std::string& layer, bool bDrape, const Raster& raster,
                 const LUMO_TARO25D::Taro_2D& ground);
 

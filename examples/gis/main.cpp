@@ -1,6 +1,7 @@
 // From one map to another: an elevation raster and lines from a geographic information system go in, contours and
 // triangles come out, in its coordinate system. The library knows nothing of such files; GDAL reads and writes them.
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <iomanip>
@@ -87,15 +88,25 @@ void insertBreaklines(const Lines& lines, Taro_2D& ground) {
     row("mesh") << ground.numberOfPoints() << " vertices, " << ground.numberOfTriangles() << " triangles\n";
 }
 
-/// A triangulation fills its convex hull. What bridges cells without data is no ground: there is no vertex near its
-/// middle, so that the nearest cell to it is empty, unless the triangle is thinner than a cell.
-std::vector<Triangle2*> trianglesWithData(const Taro_2D& ground, const Raster& raster) {
-    std::vector<Triangle2*> vAll, vTriangles;
+/// A triangulation fills its convex hull, and so bridges cells without data. The middle of a bridge is at one of those.
+/// What is left then are bridges of bays in the border, thinner than a cell but longer.
+std::vector<Triangle2*> trianglesWithData(Taro_2D& ground, const Raster& raster) {
+    std::vector<Triangle2*> vAll, vWithData, vGround;
     ground.getTrianglePointers(vAll);
     for (Triangle2* pT : vAll) {
-        if (raster.hasDataAt(pT->getBarycenter())) vTriangles.push_back(pT);
+        if (raster.hasDataAt(pT->getBarycenter())) vWithData.push_back(pT);
     }
-    return vTriangles;
+    const auto isBridge = [&](const Triangle2* pT) {
+        constexpr double LONG = 1.5;
+        const Point2 &a = *pT->getCorner(0), &b = *pT->getCorner(1), &c = *pT->getCorner(2);
+        return std::max({raster.numCellsBetween(a, b), raster.numCellsBetween(b, c), raster.numCellsBetween(c, a)}) >
+               LONG;
+    };
+    Zone2* pZone = ground.createZone(vWithData);
+    if (pZone) pZone = peelOffIf(pZone, &isBridge, false);
+    if (!pZone) throw terrain::BadInput("no three neighbouring cells have data");
+    pZone->getTriangles(vGround);
+    return vGround;
 }
 
 // ---- Contours and output ----
