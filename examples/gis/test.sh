@@ -137,6 +137,7 @@ same "the second band" 105.75 "$(highest)"
 run holes.tif flat.gpkg
 same "the area without data" 1650 "$(area)"
 run holes.tif across.gpkg
+grep -q 'on the raster *3 segments' out.txt || fail "lines must end at a hole"
 same "triangles in a hole" 0 \
     "$(query out.gpkg "SELECT count(*) FROM triangles WHERE ST_Intersects(geom, MakePoint(500020, 5000020))")"
 
@@ -187,4 +188,15 @@ done <<'END'
 1|no lines in layer points|slope.tif points.gpkg
 1|outside the data of the raster: they are at x 600000 to 600010|slope.tif beside.gpkg
 END
+
+# A full disk: what was there stays, and nothing else.
+cp sample.gpkg before.gpkg
+found=0
+(
+    trap '' XFSZ
+    ulimit -f 2000
+    "$gis" "$data/jacksboro.asc" "$data/jacksboro_streams.geojson" --max-points 20000 --out sample.gpkg >out.txt 2>&1
+) || found=$?
+same "status with a full disk" 1 "$found"
+cmp sample.gpkg before.gpkg
 ! compgen -G '*.unfinished*' || fail "unfinished files are left"
