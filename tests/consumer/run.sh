@@ -1,67 +1,83 @@
 #!/usr/bin/env bash
-# Installs the library and uses it as clients do: the examples through find_package, and the programs in the README and in
-# the guide through pkg-config and the plain compiler.
-#   run.sh shared|static SCRATCH_FOLDER [BUILD_FOLDER]
-# BUILD_FOLDER is an existing build of that linkage; without it the library is built here.
+# Installs the library from a build, or unpacks the Debian packages made from it, and uses it as clients do.
+#   run.sh shared|static|package BUILD_FOLDER SCRATCH_FOLDER
 set -euo pipefail
 
-linkage=$1
-scratch=$2
+how=$1
+build=$2
+scratch=$3
 source=$(cd "$(dirname "$0")/../.." && pwd)
-build=${3-$scratch/library}
 prefix=$scratch/prefix
-rm -rf "$prefix" "$scratch/examples" "$scratch/pages"
-mkdir -p "$scratch/pages"
+rm -rf "$scratch"
+mkdir -p "$scratch"
 
 fail() {
     echo "FAILED: $*" >&2
     exit 1
 }
 
-if [[ $build == "$scratch/library" ]]; then
-    shared=OFF
-    [[ $linkage == shared ]] && shared=ON
-    # How it links does not depend on the optimisation, and this compiles fastest.
-    cmake -S "$source" -B "$build" -DCMAKE_BUILD_TYPE=Debug -DBUILD_SHARED_LIBS=$shared \
-        -DTARO25D_BUILD_TESTS=OFF -DTARO25D_BUILD_EXAMPLES=OFF -DTARO25D_BUILD_BENCH=OFF
-    cmake --build "$build"
-fi
-cmake --install "$build" --prefix "$prefix"
-
-export PKG_CONFIG_PATH
-PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name taro25d.pc)")
-version=$(pkg-config --modversion taro25d)
-
-library=$(find "$prefix" -name 'libtaro25d.so' -o -name 'libtaro25d.a')
-strip --strip-debug "$(readlink -f "$library")"
-grep -r -l -F -e "$source/dt2Library" -e "$source/include" "$prefix" && fail "an installed file tells where it was built"
-if [[ $linkage == shared ]]; then
-    readelf --dynamic "$library" | grep -q "SONAME.*\[libtaro25d\.so\.${version%%.*}\]" || fail "SONAME"
-    foreign=$(nm --dynamic --defined-only --demangle "$library" | grep ' [TDBR] ' |
-        grep -v -E ' (vtable for |typeinfo for |typeinfo name for )?LUMO_TARO25D::' || true)
-    [[ -z $foreign ]] || fail "exported, but not of the namespace: $foreign"
-fi
-
-cmake -S "$source/examples" -B "$scratch/examples" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH="$prefix"
-cmake --build "$scratch/examples"
-
-# programs PAGE.md: each complete program of a page as PAGE1.cpp, PAGE2.cpp, ..., and the text that follows, which it
-# prints, as PAGE1.txt, ...
-programs() {
-    awk -v page="$(basename "$1" .md)" '
-        language == "" && /^```./ { language = substr($0, 4); text = ""; next }
-        /^```$/ {
-            if (language == "cpp" && text ~ /int main/) printf "%s", text >(page (++num) ".cpp")
-            if (language == "text" && num) printf "%s", text >(page num ".txt")
-            language = ""
-        }
-        language != "" { text = text $0 "\n" }' "$1"
+# unpack RUNTIME_PACKAGE DEVELOPMENT_PACKAGE
+unpack() {
+    local name version
+    name=$(dpkg-deb --field "$1" Package)
+    version=$(dpkg-deb --field "$1" Version)
+    [[ $(dpkg-deb --field "$2" Depends) == "$name (= $version)" ]] || fail "the one package does not ask for the other"
+    [[ $(dpkg-deb --info "$1" shlibs) == "libtaro25d ${name#libtaro25d} $name (>= $version)" ]] || fail "shlibs"
+    [[ $(dpkg-deb --field "$1" Depends) == *libgmp10*libstdc++6* ]] || fail "dependencies are missing"
+    dpkg-deb --extract "$1" "$scratch/root"
+    dpkg-deb --extract "$2" "$scratch/root"
+    ln -s root/usr "$prefix"
 }
-cd "$scratch/pages"
-programs "$source/README.md"
+
+if [[ $how == package ]]; then
+    unpack "$build"/packages/libtaro25d[0-9]*.deb "$build"/packages/libtaro25d-dev_*.deb
+else
+    cmake --install "$build" --prefix "$prefix"
+fi
+module=$(find "$prefix/" -name taro25d.pc)
+libdir=$(dirname "$(dirname "$module")")
+export PKG_CONFIG_PATH=${module%/*} LD_LIBRARY_PATH=$libdir
+
+find "$libdir" -name 'libtaro25d.*' -type f -exec strip --strip-debug {} +
+grep -r -l -F -e "$source/dt2Library" -e "$source/include" "$prefix/" && fail "an installed file tells where it was built"
+
+# block LANGUAGE: the first block of the README in this language.
+block() {
+    awk -v fence="\`\`\`$1" 'found && /^```/ { exit } found; $0 == fence { found = 1 }' "$source/README.md"
+}
+block cpp >"$scratch/main.cpp"
+block text >"$scratch/expected.txt"
+cd "$scratch"
+
+# prints_what_the_readme_shows PROGRAM
+prints_what_the_readme_shows() {
+    "$1" | diff expected.txt - || fail "$1 prints something else than the README shows"
+}
+
+# compile PROGRAM FLAG...
+compile() {
+    "${CXX:-g++}" -Wall -Wextra -Wpedantic -Werror main.cpp -o "$@"
+    prints_what_the_readme_shows "./$1"
+}
 read -r -a flags <<<"$(pkg-config --cflags --libs taro25d)"
-for program in README1; do
-    "${CXX:-g++}" -std=c++17 -Wall -Wextra -Wpedantic -Werror $program.cpp -o $program "${flags[@]}"
-    LD_LIBRARY_PATH=$(dirname "$library") ./$program >printed.txt
-    diff $program.txt printed.txt || fail "$program.cpp prints something else than its page shows"
-done
+compile with_pkg_config "${flags[@]}"
+export CPATH=$prefix/include LIBRARY_PATH=$libdir
+case $how in
+    shared) compile plain -ltaro25d ;;
+    static) compile plain -ltaro25d -lgmp -pthread ;;
+    package)
+        compile plain -ltaro25d
+        read -r -a flags <<<"$(pkg-config --static --libs taro25d)"
+        compile plain_static -static "${flags[@]}"
+        ;;
+esac
+unset CPATH LIBRARY_PATH
+
+# with_cmake SOURCE_FOLDER BUILD_FOLDER [CMAKE OPTION...]
+with_cmake() {
+    cmake -S "$1" -B "$2" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH="$prefix" "${@:3}"
+    cmake --build "$2"
+}
+with_cmake "$source/tests/consumer/project" project -DSOURCE_FOLDER="$scratch"
+prints_what_the_readme_shows project/consumer
+[[ $how != shared ]] || with_cmake "$source/examples" examples
