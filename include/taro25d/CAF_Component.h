@@ -35,8 +35,8 @@ class TARO25D_API CAF_Component {
     int getLabel() const { return label_; }
 
   private:
-    void init(const HeightMap& heights);
-    void setVolume(const HeightMap& heights);
+    TARO25D_HIDDEN void init(const HeightMap& heights);
+    TARO25D_HIDDEN void setVolume(const HeightMap& heights);
 
     std::vector<Triangle2*> vTriangles_;
     CAFType caftype_ = CT_NO_CHANGE;

@@ -91,15 +91,16 @@ class TARO25D_API ConstraintGraph2 {
     /// Segments with whether they are reversed.
     using Directions = std::vector<std::pair<ConstraintSegment2*, bool>>;
 
-    void makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs);
-    std::vector<ConstraintSegment2*> init(const std::vector<ConstraintSegment2*>& vCSegs);
-    bool checkAndSortPolygon(const std::vector<ConstraintSegment2*>& vCSegs);
-    bool checkAndSortPolygonSub(const std::vector<ConstraintSegment2*>& vCSegs, Directions& vChain) const;
-    void enterDirections(const Directions& vDirections);
-    void setDirectionsRecursive(ConstraintSegment2* pCSeg);
-    static void getChildrenFrom(const Point2* pSrc, ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
-                                ConstraintSegment2*& pChild1);
-    Point2* getOrientedSrc(const ConstraintSegment2* pCSeg) const;
+    TARO25D_HIDDEN void makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs);
+    TARO25D_HIDDEN std::vector<ConstraintSegment2*> init(const std::vector<ConstraintSegment2*>& vCSegs);
+    TARO25D_HIDDEN bool checkAndSortPolygon(const std::vector<ConstraintSegment2*>& vCSegs);
+    TARO25D_HIDDEN bool checkAndSortPolygonSub(const std::vector<ConstraintSegment2*>& vCSegs,
+                                               Directions& vChain) const;
+    TARO25D_HIDDEN void enterDirections(const Directions& vDirections);
+    TARO25D_HIDDEN void setDirectionsRecursive(ConstraintSegment2* pCSeg);
+    TARO25D_HIDDEN static void getChildrenFrom(const Point2* pSrc, ConstraintSegment2* pParent,
+                                               ConstraintSegment2*& pChild0, ConstraintSegment2*& pChild1);
+    TARO25D_HIDDEN Point2* getOrientedSrc(const ConstraintSegment2* pCSeg) const;
 
     Dt2* pDt2_;
     GeomTest* pGeomTest_;

@@ -89,9 +89,9 @@ class TARO25D_API ConstraintSegment2 {
     friend TARO25D_API std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& segment);
 
   private:
-    Dt2* getTriangulation() const;
-    bool canBeSplitAt(Point2* pSplit) const;
-    void createChildren(Point2* pSplit);
+    TARO25D_HIDDEN Dt2* getTriangulation() const;
+    TARO25D_HIDDEN bool canBeSplitAt(Point2* pSplit) const;
+    TARO25D_HIDDEN void createChildren(Point2* pSplit);
 
     std::set<ConstraintGraph2*> sOwners_;
     unsigned label_;
@@ -100,7 +100,7 @@ class TARO25D_API ConstraintSegment2 {
     bool bAlive_ = true;
     std::array<ConstraintSegment2*, 2> aChildren_{};  // none, or both
     double adjacentArea_;
-    static std::atomic<unsigned> runningLabel;
+    TARO25D_HIDDEN static std::atomic<unsigned> runningLabel;
 };
 
 }  // namespace LUMO_TARO25D

@@ -84,9 +84,9 @@ class TARO25D_API Triangle2 {
     Point2 getDual(bool& bAccurate) const;
 
   private:
-    bool getCC_strategy1(double offsetX, double offsetY, Point2& result) const;
-    Point2 getCC_strategy2(int longestEdge, double offsetX, double offsetY) const;
-    bool isAccurateCC(int longestEdge, const Point2& center) const;
+    TARO25D_HIDDEN bool getCC_strategy1(double offsetX, double offsetY, Point2& result) const;
+    TARO25D_HIDDEN Point2 getCC_strategy2(int longestEdge, double offsetX, double offsetY) const;
+    TARO25D_HIDDEN bool isAccurateCC(int longestEdge, const Point2& center) const;
 
     Point2* aCorner_[3];
     Triangle2* aOpposite_[3];

@@ -85,11 +85,11 @@ class TARO25D_API Zone2 {
     void show(Visualizer2* pVisualizer, bool bWithTriangulation = true, bool bWithConstraints = true) const;
 
   private:
-    void initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles) const;
-    void bfsFromWorkspace(std::vector<Triangle2*>& vTriangles) const;
-    void getTriangles_RESULT(std::vector<Triangle2*>& vTriangles) const;
-    std::vector<const Zone2*> getOperandsFirst() const;
-    std::vector<Triangle2*> getSorted() const;
+    TARO25D_HIDDEN void initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles) const;
+    TARO25D_HIDDEN void bfsFromWorkspace(std::vector<Triangle2*>& vTriangles) const;
+    TARO25D_HIDDEN void getTriangles_RESULT(std::vector<Triangle2*>& vTriangles) const;
+    TARO25D_HIDDEN std::vector<const Zone2*> getOperandsFirst() const;
+    TARO25D_HIDDEN std::vector<Triangle2*> getSorted() const;
 
     Dt2* pDt2_;
     ZoneLocation zoneLoc_;
