@@ -1,10 +1,6 @@
 # Installs the headers, the library, the CMake package and the pkg-config module.
 
 include(CMakePackageConfigHelpers)
-# Debian keeps libraries in a folder for each architecture: below any prefix, so that packages can be made from any build.
-if(PROJECT_IS_TOP_LEVEL AND CMAKE_LIBRARY_ARCHITECTURE AND EXISTS /etc/debian_version)
-  set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Where libraries go, below the prefix")
-endif()
 include(GNUInstallDirs)
 
 set(TARO25D_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/taro25d)

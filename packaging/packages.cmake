@@ -1,5 +1,5 @@
-# Debian packages, which cpack makes from any build of the shared library: libtaro25d2 to run programs, libtaro25d-dev to
-# build them.
+# Debian packages, which cpack makes from a build of the shared library: libtaro25d2 to run programs, libtaro25d-dev to
+# build them. With the prefix /usr, as the preset "package" has it, libraries go into the folder of the architecture.
 
 # The packages' own changelog tells their revision and who maintains them.
 set(changelog ${PROJECT_SOURCE_DIR}/packaging/changelog)
