@@ -4,13 +4,13 @@
 #include <cmath>
 #include <deque>
 #include <functional>
-#include <limits>
 #include <numeric>
 #include <string>
 #include <vector>
 
 #include "support/capture.h"
 #include "support/generators.h"
+#include "support/mesh.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/Taro_2D.h"
 
@@ -20,16 +20,6 @@ namespace {
 
 using Polyline = std::vector<Segment2>;
 using Polylines = std::vector<Polyline>;
-
-constexpr double INF = std::numeric_limits<double>::infinity();
-constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
-constexpr double MAX = std::numeric_limits<double>::max();
-
-std::vector<Triangle2*> trianglesOf(const Taro_2D& mesh) {
-    std::vector<Triangle2*> vTriangles;
-    mesh.getTrianglePointers(vTriangles);
-    return vTriangles;
-}
 
 Polylines contours(const IsoContours& iso, double height) {
     Polylines vvContours;
@@ -172,7 +162,7 @@ TEST(IsoContours, AgreeWithASlowOracleOnEveryLevel) {
         }
         Taro_2D mesh;
         mesh.insert(vPoints);
-        const std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
+        const TriangleVector vTriangles = trianglesOf(mesh);
         const IsoContours iso(vTriangles);
         for (double part = 0.05; part < 1; part += 0.1) {
             const double height = iso.getMinHeight() + part * (iso.getMaxHeight() - iso.getMinHeight());
@@ -250,7 +240,7 @@ TEST(IsoContours, AreWholeWhereRoundingMakesTheirPointsCoincide) {
         for (Point2& point : vPoints) point.set(point.x(), point.y(), integer(random, -1, 2));
         Taro_2D mesh;
         mesh.insert(vPoints);
-        const std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
+        const TriangleVector vTriangles = trianglesOf(mesh);
         for (const double height : {-1.0, 0.0, 1.0}) {
             size_t numOpenEnds = 0, numEndsOnHull = 0;
             double length = 0;
@@ -469,6 +459,5 @@ TEST(IsoContours, ProfilesFollowTheSurface) {
     EXPECT_FALSE(iso.getProfile(Point2(0, NOT_A_NUMBER, 0), vProfile));
     EXPECT_TRUE(IsoContours({{0, 0, 0}, {1, 1, 1}}, Vector2(1, 1, 0)).getProfile(Point2(), vProfile));
     EXPECT_EQ(vProfile.size(), 2u);
-    EXPECT_NE(capture.text().find("IsoContours::getProfile(), WARNING: non-finite coordinates, no profile"),
-              std::string::npos);
+    EXPECT_TRUE(contains(capture, "IsoContours::getProfile(), WARNING: non-finite coordinates, no profile"));
 }

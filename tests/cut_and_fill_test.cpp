@@ -3,20 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <limits>
+#include <map>
 #include <memory>
 #include <set>
-#include <sstream>
+#include <string>
 
 #include "ConnectedComponent.h"
 #include "CutAndFillImpl.h"
 #include "support/capture.h"
+#include "support/files.h"
+#include "support/mesh.h"
 #include "support/polygons.h"
+#include "support/recorder.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
@@ -28,15 +29,8 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-using TriangleVector = std::vector<Triangle2*>;
 using Heights = std::map<Point2*, std::pair<double, double>>;
 using HeightFunction = std::function<double(double, double)>;
-
-TriangleVector listOf(const Zone2* pZone) {
-    TriangleVector vTriangles;
-    pZone->getTriangles(vTriangles);
-    return vTriangles;
-}
 
 double areaOf(const Triangle2* pT) { return getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)); }
 
@@ -45,22 +39,6 @@ double areaOf(const Triangle2* pT) { return getArea2D(*pT->getCorner(0), *pT->ge
 struct Volumes {
     double cut = 0, fill = 0;
 };
-
-/// The part of a convex polygon on which a function that is linear on it is not negative.
-template <class FunctionT>
-PointVector clip(const PointVector& vPolygon, const FunctionT& f) {
-    PointVector vPart;
-    for (size_t i = 0; i < vPolygon.size(); ++i) {
-        const Point2 &a = vPolygon[i], &b = vPolygon[(i + 1) % vPolygon.size()];
-        const double fa = f(a), fb = f(b);
-        if (fa >= 0) vPart.push_back(a);
-        if ((fa > 0 && fb < 0) || (fa < 0 && fb > 0)) {
-            const double t = fa / (fa - fb);
-            vPart.emplace_back(a.x() + t * (b.x() - a.x()), a.y() + t * (b.y() - a.y()), 0);
-        }
-    }
-    return vPart;
-}
 
 /// The integral over a convex polygon of a function that is linear on it.
 template <class FunctionT>
@@ -91,7 +69,7 @@ struct Plane {
 /// Without those that are nothing but rounding, whose planes are.
 Volumes intersectAll(const Zone2* pBefore, const Zone2* pAfter) {
     const auto listFat = [](const Zone2* pZone) {
-        TriangleVector vTriangles = listOf(pZone);
+        TriangleVector vTriangles = trianglesOf(pZone);
         const auto isThin = [](const Triangle2* pT) { return areaOf(pT) < 1e-11 * pT->getMaxSqEdgeLen2D(); };
         vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isThin), vTriangles.end());
         return vTriangles;
@@ -102,10 +80,7 @@ Volumes intersectAll(const Zone2* pBefore, const Zone2* pAfter) {
         for (const Triangle2* pB : vAfter) {
             PointVector vPolygon{*pA->getCorner(0), *pA->getCorner(1), *pA->getCorner(2)};
             for (int i = 0; i < 3 && !vPolygon.empty(); ++i) {
-                const Point2 src = *pB->getCorner((i + 1) % 3), trg = *pB->getCorner((i + 2) % 3);
-                vPolygon = clip(vPolygon, [&](const Point2& p) {
-                    return (trg.x() - src.x()) * (p.y() - src.y()) - (trg.y() - src.y()) * (p.x() - src.x());
-                });
+                vPolygon = clip(vPolygon, *pB->getCorner((i + 1) % 3), *pB->getCorner((i + 2) % 3));
             }
             if (vPolygon.empty()) continue;
             const Plane before(*pA), after(*pB);
@@ -120,7 +95,7 @@ Volumes intersectAll(const Zone2* pBefore, const Zone2* pAfter) {
 
 double volumeUnder(const Zone2* pZone) {
     double sum = 0;
-    for (const Triangle2* pT : listOf(pZone))
+    for (const Triangle2* pT : trianglesOf(pZone))
         sum += areaOf(pT) * (pT->getCorner(0)->z() + pT->getCorner(1)->z() + pT->getCorner(2)->z()) / 3;
     return sum;
 }
@@ -129,7 +104,7 @@ double volumeUnder(const Zone2* pZone) {
 
 /// The border of a component: closed chains around it.
 void checkBorder(const CAF_Component& component, double area, double scale) {
-    std::vector<Segment2> vBorder;
+    SegmentVector vBorder;
     component.getBorder(vBorder);
     ASSERT_FALSE(vBorder.empty());
     const Point2 origin = vBorder[0].getSrc();
@@ -155,7 +130,7 @@ Volumes check(const CutAndFill& caf) {
         EXPECT_EQ(caf.getNumberOfComponents(), 0u);
         return volumes;
     }
-    std::vector<Point2*> vVertices;
+    VertexVector vVertices;
     pZone->getVertices(vVertices);
     EXPECT_EQ(mHeights.size(), vVertices.size());
     for (Point2* pVtx : vVertices) {
@@ -166,7 +141,7 @@ Volumes check(const CutAndFill& caf) {
             EXPECT_EQ(pVtx->z(), it->second.first - it->second.second);
     }
     std::set<Triangle2*> sOfComponents;
-    const TriangleVector vOfZone = listOf(pZone);
+    const TriangleVector vOfZone = trianglesOf(pZone);
     int lastType = 0;
     for (size_t i = 0; i < caf.getNumberOfComponents(); ++i) {
         const CAF_Component& component = *caf.getComponent(i);
@@ -217,12 +192,8 @@ Volumes compare(Zone2* pBefore, Zone2* pAfter, double threshold = 0) {
 /// Every byte of vertices and triangles.
 std::string dump(const Taro_2D& mesh) {
     std::string bytes;
-    std::vector<Point2*> vVertices;
-    TriangleVector vTriangles;
-    mesh.getVertexPointers(vVertices);
-    mesh.getTrianglePointers(vTriangles);
-    for (const Point2* p : vVertices) bytes.append(reinterpret_cast<const char*>(p), sizeof(*p));
-    for (const Triangle2* p : vTriangles) bytes.append(reinterpret_cast<const char*>(p), sizeof(*p));
+    for (const Point2* p : verticesOf(mesh)) bytes.append(reinterpret_cast<const char*>(p), sizeof(*p));
+    for (const Triangle2* p : trianglesOf(mesh)) bytes.append(reinterpret_cast<const char*>(p), sizeof(*p));
     return bytes;
 }
 
@@ -238,10 +209,10 @@ struct Surface {
     }
     /// The surface of a function that is linear off some breaklines, over a rectangle.
     Surface(const PointVector& vRectangle, const HeightFunction& f, const PointVector& vExtra,
-            const std::vector<Segment2>& vBreaklines = {}) {
+            const SegmentVector& vBreaklines = {}) {
         const auto lifted = [&f](const Point2& p) { return Point2(p.x(), p.y(), f(p.x(), p.y())); };
         for (const Point2& p : vRectangle) mesh.insert(lifted(p));
-        std::vector<Segment2> vLifted;
+        SegmentVector vLifted;
         for (const Segment2& s : vBreaklines) vLifted.emplace_back(lifted(s.getSrc()), lifted(s.getTrg()));
         if (!vLifted.empty()) mesh.createConstraint(vLifted, CIS_CONSTRAINED_DELAUNAY);
         for (const Point2& p : vExtra) mesh.insert(lifted(p));
@@ -253,10 +224,7 @@ struct Surface {
 
 /// Two thirds of the triangles.
 Zone2* makeRagged(Surface& surface, Random& r) {
-    TriangleVector vSome = listOf(surface.pZone);
-    const auto isOut = [&r](const Triangle2*) { return uniform(r, 0, 3) < 1; };
-    vSome.erase(std::remove_if(vSome.begin(), vSome.end(), isOut), vSome.end());
-    return surface.mesh.createZone(vSome, false);
+    return surface.mesh.createZone(someOf(trianglesOf(surface.mesh), 2 / 3.0, r), false);
 }
 
 }  // namespace
@@ -327,26 +295,28 @@ namespace {
 
 struct ClosedForm {
     const char* name;
-    HeightFunction before, after;
-    std::vector<Segment2> vBreaklines;
-    double cut, fill;
-    size_t numCut, numFill;
+    struct {
+        double cut, fill;
+        size_t numCut, numFill;
+    } expected;
     double range;
+    SegmentVector vBreaklines;
+    HeightFunction before, after;
 };
 
-Segment2 line(double x0, double y0, double x1, double y1) { return Segment2(Point2(x0, y0, 0), Point2(x1, y1, 0)); }
-
-/// The sides of a square around (5, 5), and lines from there to its corners.
-std::vector<Segment2> makePyramid(double half) {
-    const PointVector vCorners = makeRectangle(5 - half, 5 - half, 5 + half, 5 + half);
-    std::vector<Segment2> vLines = makeSides(vCorners);
-    for (const Point2& corner : vCorners) vLines.emplace_back(corner, Point2(5, 5, 0));
+/// Upright lines through the square.
+SegmentVector makeUprights(const std::vector<double>& vX) {
+    SegmentVector vLines;
+    for (const double x : vX) vLines.push_back(makeSegment(x, 0, x, 10));
     return vLines;
 }
 
-std::vector<Segment2> joined(std::vector<Segment2> vA, const std::vector<Segment2>& vB) {
-    vA.insert(vA.end(), vB.begin(), vB.end());
-    return vA;
+/// The sides of a square around (5, 5), and lines from there to its corners.
+SegmentVector makePyramid(double half) {
+    const PointVector vCorners = makeRectangle(5 - half, 5 - half, 5 + half, 5 + half);
+    SegmentVector vLines = makeSides(vCorners);
+    for (const Point2& corner : vCorners) vLines.emplace_back(corner, Point2(5, 5, 0));
+    return vLines;
 }
 
 double pyramid(double x, double y, double half) {
@@ -357,99 +327,64 @@ double pyramid(double x, double y, double half) {
 std::vector<ClosedForm> makeClosedForms() {
     const auto flat = [](double, double) { return 0.0; };
     const auto slope = [](double x, double y) { return 100 + 0.3 * x - 0.1 * y; };
-    // Half the integral of 0.01 |u + 2 v| over -5 < u, v < 5.
-    const double crossing = 0.0025 * (1000 + 250 / 3.0);
-    return {
-        {"identical", slope, slope, {}, 0, 0, 0, 0, 4},
-        {"raised", slope, [=](double x, double y) { return slope(x, y) + 1.5; }, {}, 0, 150, 0, 1, 4},
-        {"lowered", slope, [=](double x, double y) { return slope(x, y) - 0.25; }, {}, 25, 0, 1, 0, 4},
-        {"crossing", flat, [](double x, double) { return 0.5 * (x - 4); }, {}, 40, 90, 1, 1, 5},
-        {"crossing in a diagonal",
-         flat,
-         [](double x, double y) { return x - y; },
-         {},
-         1000 / 6.0,
-         1000 / 6.0,
-         1,
-         1,
-         10},
-        {"crossing high up",
-         slope,
-         [=](double x, double y) { return slope(x, y) + 0.01 * (x + 2 * y - 15); },
-         {},
-         crossing,
-         crossing,
-         1,
-         1,
-         4},
-        {"hill in a pit", [](double x, double y) { return -3 * pyramid(x, y, 3); },
-         [](double x, double y) { return 2 * pyramid(x, y, 3); }, makePyramid(3), 0, 60, 0, 1, 5},
-        {"smaller hill in a pit", [](double x, double y) { return -3 * pyramid(x, y, 4); },
-         [](double x, double y) { return 6 * pyramid(x, y, 2) - 3 * pyramid(x, y, 4); },
-         joined(makePyramid(4), makePyramid(2)), 0, 32, 0, 1, 6},
-        {"dam",
-         flat,
-         [](double x, double) { return std::clamp(3 - std::abs(x - 5), 0.0, 2.0); },
-         {line(2, 0, 2, 10), line(4, 0, 4, 10), line(6, 0, 6, 10), line(8, 0, 8, 10)},
-         0,
-         80,
-         0,
-         1,
-         2},
-        {"moved step",
-         [](double x, double) { return std::clamp(1000 * (x - 3), 0.0, 1.0); },
-         [](double x, double) { return std::clamp(1000 * (x - 7), 0.0, 1.0); },
-         {line(3, 0, 3, 10), line(3.001, 0, 3.001, 10), line(7, 0, 7, 10), line(7.001, 0, 7.001, 10)},
-         40,
-         0,
-         1,
-         0,
-         1},
-        {"wave",
-         flat,
-         [](double x, double) { return std::abs(std::fmod(x, 4) - 2) - 1; },
-         {line(2, 0, 2, 10), line(4, 0, 4, 10), line(6, 0, 6, 10), line(8, 0, 8, 10)},
-         25,
-         25,
-         3,
-         3,
-         2},
+    const auto above = [=](double height) { return [=](double x, double y) { return slope(x, y) + height; }; };
+    const auto tilted = [=](double x, double y) { return slope(x, y) + 0.01 * (x + 2 * y - 15); };
+    const auto hill = [](double height, double half) {
+        return [=](double x, double y) { return height * pyramid(x, y, half); };
     };
+    const auto hillInPit = [](double x, double y) { return 6 * pyramid(x, y, 2) - 3 * pyramid(x, y, 4); };
+    const auto diagonal = [](double x, double y) { return x - y; };
+    const auto dam = [](double x, double) { return std::clamp(3 - std::abs(x - 5), 0.0, 2.0); };
+    const auto step = [](double at) { return [=](double x, double) { return std::clamp(1000 * (x - at), 0.0, 1.0); }; };
+    const auto wave = [](double x, double) { return std::abs(std::fmod(x, 4) - 2) - 1; };
+    // Half the integral of 0.01 |u + 2 v| over -5 < u, v < 5.
+    const double tilt = 0.0025 * (1000 + 250 / 3.0);
+    return {
+        {"identical", {0, 0, 0, 0}, 4, {}, slope, slope},
+        {"raised", {0, 150, 0, 1}, 4, {}, slope, above(1.5)},
+        {"lowered", {25, 0, 1, 0}, 4, {}, slope, above(-0.25)},
+        {"crossing", {40, 90, 1, 1}, 5, {}, flat, [](double x, double) { return 0.5 * (x - 4); }},
+        {"crossing in a diagonal", {500 / 3.0, 500 / 3.0, 1, 1}, 10, {}, flat, diagonal},
+        {"crossing high up", {tilt, tilt, 1, 1}, 4, {}, slope, tilted},
+        {"hill in a pit", {0, 60, 0, 1}, 5, makePyramid(3), hill(-3, 3), hill(2, 3)},
+        {"smaller hill in a pit", {0, 32, 0, 1}, 6, joined(makePyramid(4), makePyramid(2)), hill(-3, 4), hillInPit},
+        {"dam", {0, 80, 0, 1}, 2, makeUprights({2, 4, 6, 8}), flat, dam},
+        {"moved step", {40, 0, 1, 0}, 1, makeUprights({3, 3.001, 7, 7.001}), step(3), step(7)},
+        {"wave", {25, 25, 3, 3}, 2, makeUprights({2, 4, 6, 8}), flat, wave},
+    };
+}
+
+/// The surface of a function over that square, with some random points, and all of it moved.
+std::unique_ptr<Surface> makeSurface(const HeightFunction& f, SegmentVector vBreaklines, unsigned seed, double origin) {
+    Random r(seed);
+    const auto move = [origin](const Point2& p) { return Point2(origin + p.x(), origin + p.y(), 0); };
+    PointVector vRectangle = makeRectangle(0, 0, 10, 10), vExtra = makeScattered(60, 0, 0, 10, 10, r);
+    for (Point2& p : vRectangle) p = move(p);
+    for (Point2& p : vExtra) p = move(p);
+    for (Segment2& s : vBreaklines) s = Segment2(move(s.getSrc()), move(s.getTrg()));
+    const auto moved = [&](double x, double y) { return f(x - origin, y - origin); };
+    return std::make_unique<Surface>(vRectangle, moved, vExtra, vBreaklines);
 }
 
 }  // namespace
 
 TEST(CutAndFill, AgreesWithClosedForms) {
-    for (ClosedForm form : makeClosedForms()) {
+    for (const auto& [name, expected, range, vBreaklines, before, after] : makeClosedForms()) {
         for (const double origin : {0.0, 5e6}) {
             for (unsigned seed = 1; seed <= 3; ++seed) {
-                SCOPED_TRACE(std::string(form.name) + " at " + std::to_string(origin) + ", seed " +
-                             std::to_string(seed));
-                const auto moved = [origin](const HeightFunction& f) {
-                    return [=](double x, double y) { return f(x - origin, y - origin); };
-                };
-                const auto makeSurface = [&](const HeightFunction& f, unsigned surfaceSeed) {
-                    Random r(surfaceSeed);
-                    PointVector vRectangle = makeRectangle(origin, origin, origin + 10, origin + 10), vExtra;
-                    for (int i = 0; i < 60; ++i)
-                        vExtra.emplace_back(origin + uniform(r, 0, 10), origin + uniform(r, 0, 10), 0);
-                    std::vector<Segment2> vLines;
-                    for (const Segment2& s : form.vBreaklines)
-                        vLines.push_back(line(origin + s.getSrc().x(), origin + s.getSrc().y(), origin + s.getTrg().x(),
-                                              origin + s.getTrg().y()));
-                    return std::make_unique<Surface>(vRectangle, moved(f), vExtra, vLines);
-                };
-                const auto pBefore = makeSurface(form.before, seed), pAfter = makeSurface(form.after, 10 + seed);
+                SCOPED_TRACE(testing::Message() << name << " at " << origin << ", seed " << seed);
+                const auto pBefore = makeSurface(before, vBreaklines, seed, origin),
+                           pAfter = makeSurface(after, vBreaklines, 10 + seed, origin);
                 const StdoutCapture capture;
                 CutAndFill caf(pBefore->pZone, pAfter->pZone, 1e-6);
                 caf.go();
                 const Volumes volumes = check(caf);
-                EXPECT_NEAR(volumes.cut, form.cut, 1e-9 * 100 * form.range);
-                EXPECT_NEAR(volumes.fill, form.fill, 1e-9 * 100 * form.range);
+                EXPECT_NEAR(volumes.cut, expected.cut, 1e-9 * 100 * range);
+                EXPECT_NEAR(volumes.fill, expected.fill, 1e-9 * 100 * range);
                 size_t aNumbers[3] = {0, 0, 0};
                 for (size_t i = 0; i < caf.getNumberOfComponents(); ++i) ++aNumbers[caf.getComponent(i)->getCAFType()];
-                EXPECT_EQ(aNumbers[CT_CUT], form.numCut);
-                EXPECT_EQ(aNumbers[CT_FILL], form.numFill);
+                EXPECT_EQ(aNumbers[CT_CUT], expected.numCut);
+                EXPECT_EQ(aNumbers[CT_FILL], expected.numFill);
             }
         }
     }
@@ -471,8 +406,7 @@ Zone2* makeRing(Surface& surface, const PointVector& vOuter, const PointVector& 
 
 TEST(CutAndFill, ComparesWhatIsInBothZones) {
     Random r(1);
-    PointVector vExtra;
-    for (int i = 0; i < 50; ++i) vExtra.emplace_back(uniform(r, 0, 10), uniform(r, 0, 10), 0);
+    const PointVector vExtra = makeScattered(50, 0, 0, 10, 10, r);
     const auto square = makeRectangle(0, 0, 10, 10);
     const auto makePair = [&] {
         return std::make_pair(std::make_unique<Surface>(square, plane(3), vExtra),
@@ -532,7 +466,7 @@ TEST(CutAndFill, HasNoComponentsWhereThereIsNothingToCompare) {
         caf.go();
         check(caf);
         EXPECT_EQ(caf.getNumberOfComponents(), 0u);
-        EXPECT_NE(capture.text().find(c.message), std::string::npos) << capture.text();
+        EXPECT_TRUE(contains(capture, c.message));
         EXPECT_EQ(capture.text().find("WARNING"), capture.text().rfind("WARNING")) << "more than one warning";
     }
 }
@@ -588,39 +522,14 @@ TEST(CutAndFill, IgnoresWhatIsWithinTheThreshold) {
     Surface hardlyRaised(vAfter);
     const Volumes none = compare(before.pZone, hardlyRaised.pZone);
     EXPECT_EQ(none.fill + none.cut, 0);
-    for (const double threshold : {-1.0, std::numeric_limits<double>::quiet_NaN()})
+    for (const double threshold : {-1.0, NOT_A_NUMBER})
         EXPECT_EQ(compare(before.pZone, after.pZone, threshold).cut, all.cut);
-    EXPECT_EQ(compare(before.pZone, after.pZone, std::numeric_limits<double>::infinity()).cut, 0);
+    EXPECT_EQ(compare(before.pZone, after.pZone, INF).cut, 0);
 }
 
 // ---- Real ground ----
 
 namespace {
-
-PointVector readShared(const std::string& name) {
-    std::ifstream file(TARO25D_SHARED_DATA_DIR + std::string("/points/") + name, std::ios::binary);
-    std::uint64_t n = 0;
-    file.read(reinterpret_cast<char*>(&n), sizeof(n));
-    PointVector vPoints;
-    for (double xyz[3]; n > 0 && file.read(reinterpret_cast<char*>(xyz), sizeof(xyz)); --n)
-        vPoints.emplace_back(xyz[0], xyz[1], xyz[2]);
-    return vPoints;
-}
-
-/// A part of the example's elevation grid.
-PointVector readTerrain(size_t numRows, size_t numColumns) {
-    std::ifstream file(std::string(TARO25D_EXAMPLE_DATA_DIR) + "/jacksboro.asc");
-    std::string line;
-    for (int i = 0; i < 7; ++i) std::getline(file, line);
-    PointVector vPoints;
-    for (size_t row = 0; row < numRows && std::getline(file, line); ++row) {
-        std::istringstream heights(line);
-        double z = 0;
-        for (size_t column = 0; column < numColumns && heights >> z; ++column)
-            vPoints.emplace_back(74.57 * double(column), -92.47 * double(row), z);
-    }
-    return vPoints;
-}
 
 /// Ground with a level platform, and slopes of 1 in 2 around it.
 double graded(const Point2& p, double x, double y, double half, double level) {
@@ -631,8 +540,8 @@ double graded(const Point2& p, double x, double y, double half, double level) {
 }  // namespace
 
 TEST(CutAndFill, OfALandslide) {
-    if (std::string(TARO25D_SHARED_DATA_DIR).empty()) GTEST_SKIP() << "the folder of shared data is absent";
-    Surface before(readShared("landslide_pre10m.xyzb")), after(readShared("landslide_post10m.xyzb"));
+    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
+    Surface before(readSharedPoints("landslide_pre10m")), after(readSharedPoints("landslide_post10m"));
     ASSERT_EQ(before.mesh.numberOfPoints(), 9638u);
     const Volumes volumes = compare(before.pZone, after.pZone);
     EXPECT_GE(volumes.fill, 19774.6);
@@ -645,7 +554,7 @@ TEST(CutAndFill, OfALandslide) {
 
 TEST(CutAndFill, OfGradedGroundIsTheIntegral) {
     const size_t side = std::max<size_t>(30, scaled(120));
-    const PointVector vGround = readTerrain(side, side);
+    const PointVector vGround = readTerrain(side, side, 1);
     ASSERT_EQ(vGround.size(), side * side);
     const double x = 74.57 * double(side) / 2, y = -92.47 * double(side) / 2;
     Random r(7);
@@ -681,8 +590,7 @@ TEST(CutAndFill, DoesNotDependOnTheOrderOfThePoints) {
     Random r(3);
     PointVector avPoints[2];
     for (PointVector& vPoints : avPoints) {
-        vPoints = makeRectangle(0, 0, 100, 100);
-        for (int i = 0; i < 200; ++i) vPoints.emplace_back(uniform(r, 0, 100), uniform(r, 0, 100), uniform(r, 0, 10));
+        vPoints = joined(makeRectangle(0, 0, 100, 100), makeScattered(300, 0, 0, 100, 100, r, 10));
     }
     std::vector<double> avVolumes[2];
     for (auto& vVolumes : avVolumes) {
@@ -699,31 +607,25 @@ TEST(CutAndFill, DoesNotDependOnTheOrderOfThePoints) {
 }
 
 TEST(CutAndFill, TellsListenersHowFarItIs) {
-    struct Listener : MsgBase {
-        void update(MsgType type, const std::string& message, double value) override {
-            (type == MT_PROGRESS ? vValues : vWarnings).push_back(value);
-            EXPECT_TRUE(type == MT_WARNING || message == "CutAndFill") << message;
-        }
-        std::vector<double> vValues, vWarnings;
-    } listener, former;
+    Recorder listener, warned, former;
     Surface before(makeRectangle(0, 0, 1, 1), plane(0), {}), after(makeRectangle(0, 0, 1, 1), plane(1), {});
     CutAndFill caf(before.pZone, after.pZone, 0);
     EXPECT_EQ(caf.getNumberOfComponents(), 0u);
-    for (const MsgType type : {MT_PROGRESS, MT_WARNING}) {
-        caf.subscribe(type, &listener);
-        caf.subscribe(type, &former);
-        caf.unsubscribe(type, &former);
-    }
+    caf.subscribe(MT_PROGRESS, &listener);
+    caf.subscribe(MT_WARNING, &warned);
+    caf.subscribe(MT_PROGRESS, &former);
+    caf.unsubscribe(MT_PROGRESS, &former);
     caf.go();
     ASSERT_GT(listener.vValues.size(), 3u);
     EXPECT_TRUE(std::is_sorted(listener.vValues.begin(), listener.vValues.end()));
     EXPECT_EQ(listener.vValues.back(), 1.0);
     EXPECT_EQ(std::count(listener.vValues.begin(), listener.vValues.end(), 1.0), 1);
-    EXPECT_TRUE(listener.vWarnings.empty() && former.vValues.empty());
+    EXPECT_EQ(listener.vMessages, std::vector<std::string>(listener.vValues.size(), "CutAndFill"));
+    EXPECT_TRUE(warned.vValues.empty() && former.vValues.empty());
     const CAF_Component* pFirst = caf.getComponent(0);
     const StdoutCapture capture;
     caf.go();
-    EXPECT_EQ(listener.vWarnings.size(), 1u);
+    EXPECT_EQ(warned.vValues.size(), 1u);
     EXPECT_EQ(caf.getNumberOfComponents(), 1u);
     EXPECT_EQ(caf.getComponent(0), pFirst);
     EXPECT_THROW(caf.getComponent(1), TaroException);
@@ -735,18 +637,14 @@ TEST(CutAndFill, DrawsCutAndFillAndTheLineBetween) {
     CutAndFill caf(before.pZone, after.pZone, 0);
     caf.go();
     caf.show(nullptr);
-    const std::string filename = std::string(TARO25D_SCRATCH_DIR) + "/cut_and_fill.ps";
-    std::filesystem::create_directories(TARO25D_SCRATCH_DIR);
-    {
-        const StdoutCapture capture;
-        Visualizer2 drawing(filename);
+    printedBy([&] {
+        Visualizer2 drawing("cut_and_fill.ps");
         caf.show(&drawing);
         drawing.writeFile();
-    }
-    std::ifstream file(filename);
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    });
+    const std::string text = readFile("cut_and_fill.ps");
     for (const char* color : {"1\t0\t0\tsetrgbcolor", "0\t0\t1\tsetrgbcolor", "0.5\tsetlinewidth"})
-        EXPECT_NE(text.find(color), std::string::npos) << color;
+        EXPECT_TRUE(contains(text, color)) << color;
 }
 
 TEST(CutAndFill, ChecksItsHeights) {
@@ -756,17 +654,17 @@ TEST(CutAndFill, ChecksItsHeights) {
     StdoutCapture capture;
     EXPECT_FALSE(caf.checkHeightMap(nullptr));
     EXPECT_FALSE(caf.verifyHeightMap("nothing yet"));
-    EXPECT_NE(capture.text().find("checkHeightMap: pCombinedZone==NULL, returning"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "checkHeightMap: pCombinedZone==NULL, returning"));
     EXPECT_EQ(capture.text().find("OKAY"), std::string::npos);
     caf.go();
     EXPECT_TRUE(caf.verifyHeightMap("sound"));
-    EXPECT_NE(capture.text().find("\n\n\n*** verifyHeightMap for sound"), std::string::npos);
-    EXPECT_NE(capture.text().find("\n\n\n*** verifyHeightMap OKAY for sound"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "\n\n\n*** verifyHeightMap for sound"));
+    EXPECT_TRUE(contains(capture, "\n\n\n*** verifyHeightMap OKAY for sound"));
 
     Zone2* pZone = nullptr;
     Heights mHeights;
     caf.getDiffZone(pZone, mHeights);
-    Triangle2* pT = listOf(pZone)[0];
+    Triangle2* pT = trianglesOf(pZone)[0];
     Point2* pVtx = pT->getCorner(0);
     pVtx->set(pVtx->x(), pVtx->y(), pVtx->z() + 0.0005);
     EXPECT_FALSE(caf.checkHeightMap(pZone));
@@ -808,13 +706,10 @@ size_t checkParts(const TriangleVector& vTriangles) {
 TEST(ConnectedComponent, SplitsIntoSimpleOnes) {
     Random r(4);
     Surface surface(makeGrid(20, 0, 0, 1, r));
-    EXPECT_EQ(checkParts(listOf(surface.pZone)), 1u);
-    EXPECT_EQ(checkParts(listOf(surface.inside(makeStar(40, 10, 10, 9, r)))), 1u);
-    EXPECT_EQ(checkParts(listOf(makeRing(surface, makeRectangle(2, 2, 16, 16), makeRectangle(5, 5, 8, 8)))), 2u);
+    EXPECT_EQ(checkParts(trianglesOf(surface.pZone)), 1u);
+    EXPECT_EQ(checkParts(trianglesOf(surface.inside(makeStar(40, 10, 10, 9, r)))), 1u);
+    EXPECT_EQ(checkParts(trianglesOf(makeRing(surface, makeRectangle(2, 2, 16, 16), makeRectangle(5, 5, 8, 8)))), 2u);
     for (const double share : {0.1, 0.5, 0.8, 0.95}) {
-        TriangleVector vSome = listOf(surface.pZone);
-        const auto isOut = [&](const Triangle2*) { return uniform(r, 0, 1) > share; };
-        vSome.erase(std::remove_if(vSome.begin(), vSome.end(), isOut), vSome.end());
-        checkParts(vSome);
+        checkParts(someOf(trianglesOf(surface.mesh), share, r));
     }
 }

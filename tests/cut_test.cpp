@@ -6,6 +6,8 @@
 
 #include "Dt2.h"
 #include "support/capture.h"
+#include "support/files.h"
+#include "support/mesh.h"
 #include "support/polygons.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/Taro_2D.h"
@@ -51,9 +53,8 @@ struct Surface {
                       center.y() + scale * (uniform(random, box.getMinY(), box.getMaxY()) - center.y()), 77);
     }
     Point2 randomVertex() {
-        std::vector<Point2*> vVertices;
-        mesh.getVertexPointers(vVertices);
-        return *vVertices[static_cast<size_t>(integer(random, 0, static_cast<int>(vVertices.size()) - 1))];
+        const VertexVector vVertices = verticesOf(mesh);
+        return *vVertices[random() % vVertices.size()];
     }
 
     testing::AssertionResult isUnchanged() {
@@ -140,9 +141,7 @@ TEST(Cut, AddsAVertexForEachCrossing) {
     Taro_2D& mesh = surface.mesh;
     mesh.cutTriangles({2, 1, 99}, {2, 7, 99});
     std::map<Point2, double> mHeight;
-    std::vector<Point2*> vVertices;
-    mesh.getVertexPointers(vVertices);
-    for (const Point2* pVtx : vVertices) mHeight[*pVtx] = pVtx->z();
+    for (const Point2* pVtx : verticesOf(mesh)) mHeight[*pVtx] = pVtx->z();
     ASSERT_EQ(mHeight.size(), 9u);
     EXPECT_EQ(mHeight.at({2, 1, 0}), 0.5);
     EXPECT_EQ(mHeight.at({2, 2, 0}), 1);
@@ -188,8 +187,6 @@ TEST(Cut, RespectsConstraints) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random r(seed);
         PointVector vPoints = generators[0].make(100, r);
-        Taro_2D before;
-        before.insert(vPoints);
         SegmentVector vLines;
         for (int i = 0; i < 5; ++i) {
             vLines.emplace_back(Point2(uniform(r, -1, 1), uniform(r, -1, 1), 1),
@@ -207,9 +204,7 @@ TEST(Cut, RespectsConstraints) {
         EXPECT_TRUE(surface.isSound());
         EXPECT_TRUE(surface.isUnchanged());
         for (const Segment2& line : vLines) EXPECT_TRUE(isCovered(surface, line));
-        std::vector<ConstraintSegment2*> vPieces;
-        pGraph->getChildConstraintSegments(vPieces);
-        for (const ConstraintSegment2* pCSeg : vPieces) {
+        for (const ConstraintSegment2* pCSeg : piecesOf(pGraph)) {
             EXPECT_TRUE(surface.mesh.getImpl()->isEdge(pCSeg->getSrc(), pCSeg->getTrg()));
         }
     }
@@ -222,8 +217,8 @@ TEST(Cut, RefusesWhatIsNoSegment) {
     mesh.insert({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
     mesh.cutTriangles({0.1, 0.1, 0}, {NAN, 1, 0});
     EXPECT_EQ(mesh.numberOfPoints(), 3u);
-    EXPECT_NE(capture.text().find("not full dimensional"), std::string::npos);
-    EXPECT_NE(capture.text().find("non-finite coordinates"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "not full dimensional"));
+    EXPECT_TRUE(contains(capture, "non-finite coordinates"));
     mesh.cutTriangles({0.1, 0.1, 0}, {0.1, 0.1, 0});
     EXPECT_EQ(mesh.numberOfPoints(), 4u) << "a point";
     mesh.cutTriangles(SegmentVector{});
@@ -232,23 +227,6 @@ TEST(Cut, RefusesWhatIsNoSegment) {
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The cookie cutter
-
-/// The part of a polygon on the left of a line (Sutherland, Hodgman 1974).
-PointVector clip(const PointVector& vCorners, const Point2& a, const Point2& b) {
-    const auto side = [&](const Point2& p) {
-        return (b.x() - a.x()) * (p.y() - a.y()) - (b.y() - a.y()) * (p.x() - a.x());
-    };
-    PointVector vClipped;
-    for (size_t i = 0; i < vCorners.size(); ++i) {
-        const Point2 &p = vCorners[i], &q = vCorners[(i + 1) % vCorners.size()];
-        const double sideP = side(p), sideQ = side(q);
-        if (sideP >= 0) vClipped.push_back(p);
-        if ((sideP < 0) == (sideQ < 0)) continue;
-        const double t = sideP / (sideP - sideQ);
-        vClipped.emplace_back(p.x() + t * (q.x() - p.x()), p.y() + t * (q.y() - p.y()), 0);
-    }
-    return vClipped;
-}
 
 TEST(CookieCutter, TakesWhatIsInside) {
     for (std::uint64_t seed = 1; seed <= 60; ++seed) {
@@ -276,9 +254,7 @@ TEST(CookieCutter, TakesWhatIsInside) {
         }
         EXPECT_EQ(pZone->getZoneLocation(), ZL_BOUNDED);
         EXPECT_NEAR(pZone->getArea2D(), area, 1e-8 * area);
-        std::vector<Triangle2*> vTriangles;
-        pZone->getTriangles(vTriangles);
-        for (const Triangle2* pT : vTriangles) {
+        for (const Triangle2* pT : trianglesOf(pZone)) {
             EXPECT_TRUE(pT->getArea2D() < 1e-6 * area || isInside(vSides, *pT));
         }
         surface.mesh.insert(center);
@@ -313,10 +289,8 @@ TEST(CookieCutter, MeetsTheBorderOfTheSurface) {
                 }
                 return vTurned;
             };
-            PointVector vPoints = makeRectangle(0, 0, 10, 10);
             Random r(5);
-            for (int i = 0; i < 30; ++i) vPoints.emplace_back(uniform(r, 0, 10), uniform(r, 0, 10), uniform(r, 0, 1));
-            Surface surface(turned(vPoints));
+            Surface surface(turned(joined(makeRectangle(0, 0, 10, 10), makeScattered(30, 0, 0, 10, 10, r, 1))));
             Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(turned(vCorners)), false);
             EXPECT_NEAR(pZone ? pZone->getArea2D() : 0, area, 1e-9);
             EXPECT_TRUE(surface.isSound());
@@ -327,26 +301,21 @@ TEST(CookieCutter, MeetsTheBorderOfTheSurface) {
 
 TEST(CookieCutter, RefusesWhatIsNoSimplePolygon) {
     const Point2 a(1, 1, 0), b(5, 1, 0), c(5, 5, 0), d(1, 5, 0), e(9, 9, 0);
-    const auto ring = [](const PointVector& vCorners) { return makeSides(vCorners); };
-    const auto joined = [](SegmentVector v, const SegmentVector& w) {
-        v.insert(v.end(), w.begin(), w.end());
-        return v;
-    };
-    EXPECT_TRUE(Dt2::isSimplePolygon(ring({a, b, c, d})));
+    EXPECT_TRUE(Dt2::isSimplePolygon(makeSides({a, b, c, d})));
     EXPECT_TRUE(Dt2::isSimplePolygon({Segment2(c, b), Segment2(d, a), Segment2(b, a), Segment2(d, c)}));
     const SegmentVector aBad[] = {
         {},
         {Segment2(a, b), Segment2(b, a)},
-        {Segment2(a, b), Segment2(b, c), Segment2(c, d)},  // open
-        ring({a, c, b, d}),                                // crosses itself
-        ring({a, e, b, c}),                                // a corner on a side
-        ring({a, c, e}),                                   // no area
-        joined(ring({a, b, d}), {Segment2(b, e)}),         // a tail
-        joined(ring({a, b, d}), ring({c, e, {9, 5, 0}})),  // two loops
-        ring({a, b, b, c}),                                // a side of length zero
-        ring({a, b, {5, NAN, 0}}),
-        ring({a, b, c, {3, 3, 0}, d, {3, 3, 0}}),  // a vertex twice
-        joined(ring({a, b, c}), ring({a, b, c})),
+        {Segment2(a, b), Segment2(b, c), Segment2(c, d)},            // open
+        makeSides({a, c, b, d}),                                     // crosses itself
+        makeSides({a, e, b, c}),                                     // a corner on a side
+        makeSides({a, c, e}),                                        // no area
+        joined(makeSides({a, b, d}), {Segment2(b, e)}),              // a tail
+        joined(makeSides({a, b, d}), makeSides({c, e, {9, 5, 0}})),  // two loops
+        makeSides({a, b, b, c}),                                     // a side of length zero
+        makeSides({a, b, {5, NAN, 0}}),
+        makeSides({a, b, c, {3, 3, 0}, d, {3, 3, 0}}),  // a vertex twice
+        joined(makeSides({a, b, c}), makeSides({a, b, c})),
     };
     Taro_2D mesh;
     mesh.insert({{0, 0, 0}, {10, 0, 1}, {10, 10, 0}, {0, 10, 1}});
@@ -354,42 +323,30 @@ TEST(CookieCutter, RefusesWhatIsNoSimplePolygon) {
         EXPECT_FALSE(Dt2::isSimplePolygon(vSegments));
         const StdoutCapture capture;
         EXPECT_EQ(mesh.createZone_cookieCutter(vSegments), nullptr);
-        EXPECT_NE(capture.text().find("Dt2::createZone_cookieCutter(..), WARNING: the segments form no simple polygon"),
-                  std::string::npos);
+        EXPECT_TRUE(
+            contains(capture, "Dt2::createZone_cookieCutter(..), WARNING: the segments form no simple polygon"));
         EXPECT_EQ(mesh.createZone_cookieCutter(vSegments, false), nullptr);
     }
     EXPECT_EQ(mesh.numberOfPoints(), 4u);
     EXPECT_EQ(mesh.numberOfTriangles(), 2u);
     const StdoutCapture capture;
-    EXPECT_NE(mesh.createZone_cookieCutter(ring({a, b, c, d})), nullptr);
+    EXPECT_NE(mesh.createZone_cookieCutter(makeSides({a, b, c, d})), nullptr);
     EXPECT_EQ(capture.text(), "");
 }
 
 TEST(CookieCutter, CutsALakeOutOfATerrain) {
-    const SegmentVector vLake = readSegments("lake_superior.segb");
-    if (vLake.empty()) GTEST_SKIP() << "lake_superior.segb is absent";
-    // The longest ring is the shore.
-    std::multimap<Point2, Point2> mNext;
-    for (const Segment2& segment : vLake) mNext.emplace(segment.getSrc(), segment.getTrg());
-    PointVector vShore;
-    std::set<Point2> sSeen;
-    for (const Segment2& segment : vLake) {
-        PointVector vRing;
-        for (Point2 p = segment.getSrc(); sSeen.insert(p).second && mNext.count(p); p = mNext.find(p)->second) {
-            vRing.push_back(p);
-        }
-        if (vRing.size() > vShore.size()) vShore = vRing;
-    }
+    const SegmentVector vLake = readSharedSegments("lake_superior");
+    if (vLake.empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    const std::vector<PointVector> vRings = ringsOf(vLake);
+    const PointVector& vShore = *std::max_element(vRings.begin(), vRings.end(),
+                                                  [](const auto& v, const auto& w) { return v.size() < w.size(); });
     Bbox2 box;
     box.add(vShore);
     Random r(9);
-    PointVector vPoints{
-        box.getMinPoint(), box.getMaxPoint(), {box.getMinX(), box.getMaxY(), 1}, {box.getMaxX(), box.getMinY(), 1}};
-    for (int i = 0; i < 5000; ++i) {
-        vPoints.emplace_back(uniform(r, box.getMinX(), box.getMaxX()), uniform(r, box.getMinY(), box.getMaxY()),
-                             uniform(r, 0, 1));
-    }
-    Surface surface(vPoints);
+    PointVector vCorners;
+    box.getCorners(vCorners);
+    Surface surface(
+        joined(vCorners, makeScattered(5000, box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), r, 1)));
     Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(vShore));
     ASSERT_NE(pZone, nullptr);
     EXPECT_NEAR(pZone->getArea2D(), std::abs(getArea(vShore)), 1e-9);

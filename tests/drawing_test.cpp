@@ -10,6 +10,8 @@
 #include <sstream>
 #include <thread>
 
+#include "support/capture.h"
+#include "support/files.h"
 #include "taro25d/Circle2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
@@ -23,28 +25,10 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-const double INF = std::numeric_limits<double>::infinity();
-const double MAX = std::numeric_limits<double>::max();
-
 /// A path that no other test or process uses at the same time.
 std::string pathOf(const std::string& name) {
     return testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() +
            std::to_string(getpid()) + name;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream stream(path);
-    std::stringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
-/// What the functor prints on standard output.
-template <class F>
-std::string printedBy(F functor) {
-    testing::internal::CaptureStdout();
-    functor();
-    return testing::internal::GetCapturedStdout();
 }
 
 /// The file that a scene gives.
@@ -60,14 +44,6 @@ std::string drawn(F addObjects) {
     std::remove(path.c_str());
     return text;
 }
-
-size_t countOf(const std::string& needle, const std::string& text) {
-    size_t count = 0;
-    for (size_t pos = text.find(needle); pos != std::string::npos; pos = text.find(needle, pos + 1)) ++count;
-    return count;
-}
-
-bool contains(const std::string& text, const std::string& needle) { return text.find(needle) != std::string::npos; }
 
 std::string prologOf(const std::string& comment, const std::string& title) {
     return "%!PS-Adobe-1.0\n\t%%Creator: LUMO PostscriptWriter\n\t%%Title: " + comment +

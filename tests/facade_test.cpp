@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,25 +9,14 @@
 #include "Dt2.h"
 #include "support/capture.h"
 #include "support/generators.h"
-#include "taro25d/MsgBase.h"
+#include "support/recorder.h"
 #include "taro25d/Taro_2D.h"
 
 using namespace LUMO_TARO25D;
 
 namespace {
 
-struct Listener : MsgBase {
-    void update(MsgType type, const std::string& message, double value) override {
-        vTypes.push_back(type);
-        vMessages.push_back(message);
-        vValues.push_back(value);
-    }
-    std::vector<MsgType> vTypes;
-    std::vector<std::string> vMessages;
-    std::vector<double> vValues;
-};
-
-const Point2 badPoint(std::numeric_limits<double>::quiet_NaN(), 0, 0);
+const Point2 badPoint(NOT_A_NUMBER, 0, 0);
 
 TEST(Facade, SetsAndReturnsTheNumberOfThreads) {
     Taro_2D mesh;
@@ -44,7 +32,7 @@ TEST(Facade, SetsAndReturnsTheNumberOfThreads) {
 
 TEST(Facade, WarningsReachTheListenersOfThisTriangulationOnce) {
     Taro_2D mesh, other;
-    Listener listener, stranger;
+    Recorder listener, stranger;
     for (int i = 0; i < 2; ++i) mesh.subscribe(MT_WARNING, &listener);
     other.subscribe(MT_WARNING, &stranger);
     const StdoutCapture capture;
@@ -62,7 +50,7 @@ TEST(Facade, WarningsReachTheListenersOfThisTriangulationOnce) {
     EXPECT_EQ(listener.vMessages.size(), 4u);
     EXPECT_EQ(listener.vTypes, std::vector<MsgType>(listener.vMessages.size(), MT_WARNING));
     for (const std::string& message : listener.vMessages) {
-        EXPECT_NE(capture.text().find(", WARNING: " + message + "\033[m\n"), std::string::npos) << message;
+        EXPECT_TRUE(contains(capture, ", WARNING: " + message + "\033[m\n")) << message;
     }
     EXPECT_TRUE(stranger.vMessages.empty());
 }
@@ -86,7 +74,7 @@ TEST(Facade, ProgressOfBulkInsertionRisesToOne) {
     for (const auto& c : aCases) {
         const StdoutCapture capture;
         Taro_2D mesh;
-        Listener listener;
+        Recorder listener;
         for (size_t i = 0; i < c.vBatches.size(); ++i) {
             if (i + 1 == c.vBatches.size()) mesh.subscribe(MT_PROGRESS, &listener);
             mesh.insert(c.vBatches[i]);
@@ -145,7 +133,7 @@ TEST(Facade, ReconstructionOnlyPrintsANotice) {
     reconstruct(PointVector{Point2(0, 0, 0)}, "reconstructed.off");
     reconstruct("points.xyz", "reconstructed.off");
     const std::string text = capture.text(), notice = text.substr(0, text.find('\n') + 1);
-    EXPECT_NE(notice.find("moved to a separate library"), std::string::npos);
+    EXPECT_TRUE(contains(notice, "moved to a separate library"));
     EXPECT_EQ(text, notice + notice + notice);
 }
 

@@ -10,14 +10,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/capture.h"
+#include "support/files.h"
 #include "support/generators.h"
 #include "support/kept.h"
+#include "support/mesh.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Taro_2D.h"
@@ -26,11 +27,6 @@ using namespace LUMO_TARO25D;
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string readBytes(const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void writeBytes(const std::string& name, const std::string& bytes) {
     std::ofstream(name, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -71,25 +67,23 @@ void insertSquare(Taro_2D& mesh, double side) {
 TEST(File, HoldsTheBytesThatItsFormatTells) {
     Taro_2D mesh;
     ASSERT_TRUE(save(mesh, "mesh"));
-    EXPECT_EQ(readBytes("mesh"), bytes(TAG, Count(0), Count(0)));
+    EXPECT_EQ(readFile("mesh"), bytes(TAG, Count(0), Count(0)));
     ASSERT_TRUE(load(mesh, "mesh"));
     EXPECT_EQ(mesh.numberOfPoints(), 0u);
 
     Point2* pVtx = mesh.insert(Point2(-0.0, 5e-324, -0.0));
     ASSERT_TRUE(save(mesh, "mesh"));
-    EXPECT_EQ(readBytes("mesh"), bytes(TAG, Count(1), -0.0, 5e-324, -0.0, Count(0)));
+    EXPECT_EQ(readFile("mesh"), bytes(TAG, Count(1), -0.0, 5e-324, -0.0, Count(0)));
 
     mesh.createConstraint({Segment2(*pVtx, Point2(3, 1, 7))}, CIS_CONFORMING_LINEAR_Z);
-    std::vector<Point2*> v;
-    mesh.getVertexPointers(v);
-    std::vector<ConstraintSegment2*> vCSegs;
-    mesh.getAliveConstraintSegments(vCSegs);
+    const auto v = verticesOf(mesh);
+    const CSegVector vCSegs = aliveSegmentsOf(mesh);
     ASSERT_EQ(v.size(), 2u);
     ASSERT_EQ(vCSegs.size(), 1u);
     const Point2 &src = *vCSegs[0]->getSrc(), &trg = *vCSegs[0]->getTrg();
     ASSERT_TRUE(save(mesh, "mesh"));
-    EXPECT_EQ(readBytes("mesh"), bytes(TAG, Count(2), v[0]->x(), v[0]->y(), v[0]->z(), v[1]->x(), v[1]->y(), v[1]->z(),
-                                       Count(1), src.x(), src.y(), src.z(), trg.x(), trg.y(), trg.z()));
+    EXPECT_EQ(readFile("mesh"), bytes(TAG, Count(2), v[0]->x(), v[0]->y(), v[0]->z(), v[1]->x(), v[1]->y(), v[1]->z(),
+                                      Count(1), src.x(), src.y(), src.z(), trg.x(), trg.y(), trg.z()));
 }
 
 TEST(File, BringsBackVerticesAndAliveConstraints) {
@@ -155,7 +149,6 @@ TEST(File, IsRefusedWhenItsTypeIsNotTheRightOne) {
 }
 
 TEST(File, IsRefusedWhenDamaged) {
-    constexpr double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
     std::vector<std::string> vDamaged;
     for (size_t length = 0; length < validFile.size(); ++length) vDamaged.push_back(validFile.substr(0, length));
     vDamaged.push_back(validFile + '\0');
@@ -165,7 +158,7 @@ TEST(File, IsRefusedWhenDamaged) {
         vDamaged.push_back(bytes(TAG, Count(2), 0., 0., 1., 5., 0., 2., count, 0., 0., 1., 5., 0., 2.));
     }
     vDamaged.erase(vDamaged.end() - 2);  // two vertices, no segment: all is well
-    for (const double number : {nan, inf, -inf}) {
+    for (const double number : {NOT_A_NUMBER, INF, -INF}) {
         vDamaged.push_back(bytes(TAG, Count(1), 0., 0., number, Count(0)));
         vDamaged.push_back(bytes(TAG, Count(2), 0., 0., 1., 5., 0., 2., Count(1), 0., 0., 1., 5., 0., number));
     }
@@ -197,7 +190,7 @@ TEST(File, IsWrittenToAPipe) {
     fs::remove("pipe");
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     std::string received;
-    std::thread reader([&] { received = readBytes("pipe"); });
+    std::thread reader([&] { received = readFile("pipe"); });
     EXPECT_TRUE(save(Taro_2D(), "pipe"));
     reader.join();
     EXPECT_EQ(received, bytes(TAG, Count(0), Count(0)));
@@ -253,20 +246,20 @@ TEST(File, StaysAsItWasWhenSavingFails) {
         EXPECT_EQ(countEntries(directory), 0u);
     }
     ASSERT_TRUE(save(mesh, name));
-    const std::string old = readBytes(name);
+    const std::string old = readFile(name);
     for (int i = 0; i < 5000; ++i) mesh.insert(Point2(i, i * i, i));
     for (const rlim_t numBytes : {0, 4096, 100000}) {
         const StdoutCapture capture;
         const FileSizeLimit limit(numBytes);
         EXPECT_FALSE(save(mesh, name));
         EXPECT_EQ(capture.text(), name.string() + " can't be written\n");
-        EXPECT_EQ(readBytes(name), old);
+        EXPECT_EQ(readFile(name), old);
         EXPECT_EQ(countEntries(directory), 1u);
     }
     Point2* pVtx = mesh.insert(Point2(0, 7, 0));
-    pVtx->set(0, 7, std::numeric_limits<double>::quiet_NaN());
+    pVtx->set(0, 7, NOT_A_NUMBER);
     EXPECT_FALSE(save(mesh, name)) << "what could not be read again";
-    EXPECT_EQ(readBytes(name), old);
+    EXPECT_EQ(readFile(name), old);
     pVtx->set(0, 7, 0);
     EXPECT_TRUE(save(mesh, name));
     EXPECT_EQ(countEntries(directory), 1u);
@@ -285,12 +278,12 @@ TEST(File, KeepsItsModeAndItsLinks) {
     fs::create_symlink("mesh", directory / "link");
     fs::create_symlink("directory/link", "linkToLink");
     EXPECT_TRUE(save(mesh, "linkToLink"));
-    EXPECT_EQ(readBytes(directory / "mesh"), file);
+    EXPECT_EQ(readFile(directory / "mesh"), file);
     EXPECT_EQ(fs::status(directory / "mesh").permissions(), fs::perms(0604));
 
     fs::remove(directory / "mesh");
     EXPECT_TRUE(save(mesh, "linkToLink")) << "to a file that is not there yet";
-    EXPECT_EQ(readBytes(directory / "mesh"), file);
+    EXPECT_EQ(readFile(directory / "mesh"), file);
     EXPECT_TRUE(fs::is_symlink("linkToLink") && fs::is_symlink(directory / "link"));
     fs::remove("linkToLink");
     fs::create_symlink("linkToLink", "linkToLink");
@@ -337,8 +330,8 @@ TEST(File, IsWrittenInPlaceWhereNoOtherCanBeMade) {
         EXPECT_EQ(getInode() == inode, mode == 0555 || user.isSwitched());
         EXPECT_EQ(countEntries(directory), mode == 0777 ? 3u : 2u);
     }
-    EXPECT_EQ(readBytes(name), bytes(TAG, Count(0), Count(0)));
-    EXPECT_EQ(readBytes(readOnly), "old");
+    EXPECT_EQ(readFile(name), bytes(TAG, Count(0), Count(0)));
+    EXPECT_EQ(readFile(readOnly), "old");
 }
 
 TEST(File, IsWholeWhenSeveralSaveItAtOnce) {

@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -15,33 +13,33 @@
 #include "Dt2.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
+#include "support/files.h"
 #include "support/generators.h"
+#include "support/mesh.h"
 #include "taro25d/Taro_2D.h"
 
 using namespace LUMO_TARO25D;
 
 namespace {
 
-using Handles = std::vector<Point2*>;
-
-void insertSingly(Taro_2D& mesh, const PointVector& vPoints, Handles& vHandles) {
+void insertSingly(Taro_2D& mesh, const PointVector& vPoints, VertexVector& vHandles) {
     for (const Point2& point : vPoints) vHandles.push_back(mesh.insert(point));
 }
 
-void insertBulk(Taro_2D& mesh, const PointVector& vPoints, Handles& vHandles) {
-    Handles vReplaced(3, nullptr);
+void insertBulk(Taro_2D& mesh, const PointVector& vPoints, VertexVector& vHandles) {
+    VertexVector vReplaced(3, nullptr);
     mesh.insert(vPoints, vReplaced);
     vHandles.insert(vHandles.end(), vReplaced.begin(), vReplaced.end());
 }
 
-void insertArray(Taro_2D& mesh, const PointVector& vPoints, Handles& vHandles) {
+void insertArray(Taro_2D& mesh, const PointVector& vPoints, VertexVector& vHandles) {
     std::vector<double> vCoordinates;
     for (const Point2& p : vPoints) vCoordinates.insert(vCoordinates.end(), {p.x(), p.y(), p.z()});
     vHandles.resize(vHandles.size() + vPoints.size());
     mesh.insert(static_cast<int>(vPoints.size()), vCoordinates.data(), &*vHandles.end() - vPoints.size());
 }
 
-using Insert = void (*)(Taro_2D&, const PointVector&, Handles&);
+using Insert = void (*)(Taro_2D&, const PointVector&, VertexVector&);
 
 /// A way to bring points in: the parts follow each other, each with an equal share of the points.
 struct Way {
@@ -54,7 +52,7 @@ const Way ways[] = {{"singly", {insertSingly}},
                     {"in two halves", {insertBulk, insertBulk}},
                     {"mixed", {insertSingly, insertArray, insertSingly, insertBulk, insertBulk}}};
 
-void insertIn(const Way& way, const PointVector& vPoints, Taro_2D& mesh, Handles& vHandles) {
+void insertIn(const Way& way, const PointVector& vPoints, Taro_2D& mesh, VertexVector& vHandles) {
     const size_t numParts = way.vParts.size(), n = vPoints.size();
     for (size_t k = 0; k < numParts; ++k) {
         const auto begin = vPoints.begin() + n * k / numParts, end = vPoints.begin() + n * (k + 1) / numParts;
@@ -66,7 +64,7 @@ void checkAllWays(const PointVector& vPoints) {
     for (const Way& way : ways) {
         SCOPED_TRACE(way.name);
         Taro_2D mesh;
-        Handles vHandles;
+        VertexVector vHandles;
         insertIn(way, vPoints, mesh, vHandles);
         const DelaunayOracle oracle(mesh, vPoints);
         ASSERT_TRUE(oracle.check());
@@ -98,21 +96,11 @@ PointVector transformed(PointVector vPoints, int numTurns, double dx, double dy)
 std::string describe(const Taro_2D& mesh) {
     std::ostringstream text;
     text << std::hexfloat;
-    std::vector<Triangle2*> vTriangles;
-    mesh.getTrianglePointers(vTriangles);
-    for (const Triangle2* pT : vTriangles) {
+    for (const Triangle2* pT : trianglesOf(mesh)) {
         for (int i = 0; i < 3; ++i) text << pT->getCorner(i)->x() << " " << pT->getCorner(i)->y() << ", ";
     }
-    Handles vVertices;
-    mesh.getVertexPointers(vVertices);
-    for (const Point2* pVtx : vVertices) text << "\n" << pVtx->z();
+    for (const Point2* pVtx : verticesOf(mesh)) text << "\n" << pVtx->z();
     return text.str();
-}
-
-size_t degree(const Taro_2D& mesh, Point2* pVtx) {
-    std::vector<Triangle2*> vTriangles;
-    mesh.getIncidentTriangles(pVtx, vTriangles);
-    return vTriangles.size();
 }
 
 /// How many of the 24 orders of the corners of a quadrilateral make a diagonal that ends at the last one.
@@ -121,24 +109,12 @@ int numDiagonalsAtLastCorner(PointVector vCorners) {
     std::sort(vCorners.begin(), vCorners.end());
     do {
         Taro_2D mesh;
-        Handles vHandles;
+        VertexVector vHandles;
         insertSingly(mesh, vCorners, vHandles);
         EXPECT_EQ(mesh.numberOfTriangles(), 2u);
         num += degree(mesh, vHandles.back()) == 2;
     } while (std::next_permutation(vCorners.begin(), vCorners.end()));
     return num;
-}
-
-/// Points from a file of binary triples.
-PointVector readPoints(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::uint64_t n = 0;
-    file.read(reinterpret_cast<char*>(&n), sizeof(n));
-    PointVector vPoints;
-    for (double xyz[3]; n > 0 && file.read(reinterpret_cast<char*>(xyz), sizeof(xyz)); --n) {
-        vPoints.emplace_back(xyz[0], xyz[1], xyz[2]);
-    }
-    return vPoints;
 }
 
 /// Lines of "x y z" in any notation of strtod, with comments after #.
@@ -175,7 +151,7 @@ TEST_P(EveryGenerator, GivesTheSameTrianglesInTheSameOrderAgain) {
             Taro_2D mesh(numExpected);
             for (int i = 0; i < 200; ++i) vNoise.push_back(std::make_unique<char[]>(size_t(integer(random, 1, 5000))));
             for (int i = 0; i < 100; ++i) vNoise.erase(vNoise.begin() + long(integer(random, 0, 99)));
-            Handles vHandles;
+            VertexVector vHandles;
             insertIn(way, vPoints, mesh, vHandles);
             if (first.empty()) first = describe(mesh);
             ASSERT_EQ(describe(mesh), first) << way.name;
@@ -209,7 +185,7 @@ TEST(Insertion, OfTheCorpus) {
 }
 
 TEST(Insertion, OfRealData) {
-    if (std::string(TARO25D_SHARED_DATA_DIR).empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
     const struct {
         const char* name;
         size_t numPoints, numTriangles;
@@ -219,7 +195,7 @@ TEST(Insertion, OfRealData) {
                   {"landslide_pre10m", 9638, 2 * 78 * 121}};
     for (const auto& file : aFiles) {
         SCOPED_TRACE(file.name);
-        const PointVector vPoints = readPoints(TARO25D_SHARED_DATA_DIR + std::string("/points/") + file.name + ".xyzb");
+        const PointVector vPoints = readSharedPoints(file.name);
         Taro_2D mesh;
         mesh.insert(vPoints);
         EXPECT_EQ(mesh.numberOfPoints(), file.numPoints);
@@ -246,7 +222,7 @@ TEST(Insertion, OfALongCollinearRunAndThenAPointOffTheLine) {
             PointVector vPoints = makePoints(size_t(n), [dx = dx, dy = dy](double i) { return XY(i * dx, i * dy); });
             std::shuffle(vPoints.begin(), vPoints.end(), random);
             Taro_2D mesh;
-            Handles vHandles;
+            VertexVector vHandles;
             insertIn(way, vPoints, mesh, vHandles);
             EXPECT_FALSE(mesh.is2D());
             vPoints.emplace_back(0.4 * n * dx + 1e-3 * dy, 0.4 * n * dy - 1e-3 * dx, 0.0);
@@ -258,9 +234,8 @@ TEST(Insertion, OfALongCollinearRunAndThenAPointOffTheLine) {
 }
 
 TEST(Insertion, RefusesPointsThatAreNotFinite) {
-    constexpr double inf = std::numeric_limits<double>::infinity();
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const PointVector vBad{Point2(nan, 0, 0), Point2(0, -inf, 0), Point2(0, 0, inf), Point2(0, 0, nan)};
+    const PointVector vBad{Point2(NOT_A_NUMBER, 0, 0), Point2(0, -INF, 0), Point2(0, 0, INF),
+                           Point2(0, 0, NOT_A_NUMBER)};
     const PointVector vSome{vBad[0],         Point2(0, 0, 5), vBad[1], Point2(4, 0, 0),
                             Point2(0, 1, 0), Point2(0, 0, 6), vBad[2], vBad[3]};
     const std::string head = "\033[0;93m      [Taro2D-Message] Dt2::insert";
@@ -271,7 +246,7 @@ TEST(Insertion, RefusesPointsThatAreNotFinite) {
     for (const auto& [insert, text] : aCases) {
         Taro_2D mesh;
         for (const PointVector& vPoints : {vBad, vSome}) {
-            Handles vHandles;
+            VertexVector vHandles;
             const StdoutCapture capture;
             insert(mesh, vPoints, vHandles);
             EXPECT_EQ(capture.text(), text);
@@ -285,7 +260,7 @@ TEST(Insertion, OfNothingDoesNothing) {
     Taro_2D mesh(0);
     Point2 other;
     Point2* pUntouched = &other;
-    Handles vHandles{pUntouched};
+    VertexVector vHandles{pUntouched};
     mesh.insert(PointVector());
     mesh.insert(PointVector(), vHandles);
     EXPECT_TRUE(vHandles.empty()) << "handles are replaced";
@@ -330,7 +305,7 @@ TEST(Insertion, InTwoThreadsAtOnceIsThatOfOneThread) {
     const auto run = [&aTexts](size_t slot) {
         Random random(slot % 2);
         Taro_2D mesh;
-        Handles vHandles;
+        VertexVector vHandles;
         insertIn(ways[3], generators[2 + slot % 2].make(1500, random), mesh, vHandles);
         aTexts[slot] = describe(mesh);
     };
@@ -350,8 +325,7 @@ TEST(Flip, FollowsTheConventionAndIsUndoneByLawsonFlips) {
         Taro_2D mesh;
         mesh.insert(vPoints);
         Dt2& engine = *mesh.getImpl();
-        std::vector<Triangle2*> vTriangles;
-        mesh.getTrianglePointers(vTriangles);
+        const TriangleVector vTriangles = trianglesOf(mesh);
         for (size_t k = 0; k < 3 * vTriangles.size(); ++k) {
             Triangle2* pT = vTriangles[k / 3];
             const int i = static_cast<int>(k % 3);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -18,6 +17,8 @@
 #include "parallel.h"
 #include "support/capture.h"
 #include "support/generators.h"
+#include "support/mesh.h"
+#include "support/recorder.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
@@ -26,39 +27,14 @@ namespace {
 
 PointVector makeUniform(size_t n, unsigned seed) {
     Random random(seed);
-    return makePoints(n, [&](double) { return XY(uniform(random, -1, 1), uniform(random, -1, 1)); });
+    return makeScattered(n, -1, -1, 1, 1, random);
 }
-
-struct Listener : MsgBase {
-    explicit Listener(const std::function<void(double)>& f) : hear(f) {}
-    void update(MsgType, const std::string& message, double value) override {
-        EXPECT_EQ(message, "insert vertices");
-        hear(value);
-    }
-    std::function<void(double)> hear;
-};
 
 /// Whether an item is inserted by a chunk, not before them, by the way in which they are told apart.
 bool isDense(size_t i, size_t numItems) {
     const size_t numSparse = std::min(numItems / 2, 5 * static_cast<size_t>(2 * std::sqrt(numItems)));
     const size_t step = numItems / numSparse;
     return i % (step + 1) != step;
-}
-
-using Corners = std::array<std::array<double, 2>, 3>;
-
-std::vector<Corners> sortedTriangles(const Taro_2D& mesh) {
-    std::vector<Triangle2*> vTriangles;
-    mesh.getTrianglePointers(vTriangles);
-    std::vector<Corners> vCorners;
-    for (const Triangle2* pT : vTriangles) {
-        Corners corners;
-        for (int i = 0; i < 3; ++i) corners[static_cast<size_t>(i)] = {pT->getCorner(i)->x(), pT->getCorner(i)->y()};
-        std::sort(corners.begin(), corners.end());
-        vCorners.push_back(corners);
-    }
-    std::sort(vCorners.begin(), vCorners.end());
-    return vCorners;
 }
 
 /// Inserts the points in one bulk call, or the first part before the others, and checks mesh and handles against a mesh
@@ -81,7 +57,7 @@ void expectSameAsOneThread(const PointVector& vPoints, int numThreads, size_t nu
         ASSERT_TRUE(vHandlesMany[i] && samePoint(*vHandlesMany[i], *vHandlesOne[i])) << "handle " << i;
     }
     if (bGeneralPosition) {
-        EXPECT_TRUE(sortedTriangles(many) == sortedTriangles(one));
+        EXPECT_TRUE(snapshot(trianglesOf(many)) == snapshot(trianglesOf(one)));
     }
 }
 
@@ -203,24 +179,19 @@ TEST(Parallel, AMillionPointsOnManyThreads) {
 
 TEST(Parallel, ReportsProgressFromTheCallingThread) {
     const std::thread::id caller = std::this_thread::get_id();
-    double last = 0.0;
-    size_t numUpdates = 0;
-    Listener listener([&](double value) {
-        EXPECT_EQ(std::this_thread::get_id(), caller);
-        EXPECT_GE(value, last);
-        last = value;
-        ++numUpdates;
-    });
     Taro_2D mesh;
     mesh.setNumCPU(3);
+    Recorder listener;
+    listener.hook = [&] { EXPECT_EQ(std::this_thread::get_id(), caller); };
     mesh.subscribe(MT_PROGRESS, &listener);
-    mesh.insert(makeUniform(30000, 10));
-    EXPECT_EQ(last, 1.0);
-    last = 0.0;
-    numUpdates = 0;
-    mesh.insert(makeUniform(30000, 16));  // the corners of the box are no steps
-    EXPECT_EQ(last, 1.0);
-    EXPECT_LE(numUpdates, 101u);
+    for (const unsigned seed : {10u, 16u}) {  // the second time, the corners of the box are no steps
+        listener.vValues.clear();
+        mesh.insert(makeUniform(30000, seed));
+        EXPECT_TRUE(std::is_sorted(listener.vValues.begin(), listener.vValues.end()));
+        EXPECT_EQ(listener.vValues.back(), 1.0);
+        EXPECT_LE(listener.vValues.size(), 101u);
+    }
+    EXPECT_EQ(listener.vMessages, std::vector<std::string>(listener.vMessages.size(), "insert vertices"));
 }
 
 TEST(Parallel, AListenerThatThrowsLeavesWhatIsInserted) {
@@ -233,9 +204,10 @@ TEST(Parallel, AListenerThatThrowsLeavesWhatIsInserted) {
                 Taro_2D mesh;
                 mesh.setNumCPU(numThreads);
                 mesh.insert(PointVector(vCollinear.begin(), vCollinear.begin() + static_cast<int>(numBefore)));
-                Listener listener([&](double value) {
-                    if (value >= limit) throw std::range_error("enough");
-                });
+                Recorder listener;
+                listener.hook = [&] {
+                    if (listener.vValues.back() >= limit) throw std::range_error("enough");
+                };
                 mesh.subscribe(MT_PROGRESS, &listener);
                 std::vector<Point2*> vHandles;
                 EXPECT_THROW(mesh.insert(vPoints, vHandles), std::range_error);
@@ -261,21 +233,22 @@ TEST(Parallel, AFailureInsideAChunkLeavesAMesh) {
     Dt2 engine(3);
     engine.setNumCPU(3);
     engine.insertVector(vBefore);
-    Listener listener([&, bFirst = true](double) mutable {
-        if (!std::exchange(bFirst, false)) return;  // later its workers run
+    Recorder listener;
+    listener.hook = [&] {
+        if (listener.vValues.size() > 1) return;  // later its workers run
         VertexVault& vault = engine.getVertexVault();
         for (size_t i = vPoints.size() / 2; vault.dupIsClean() && i < vPoints.size(); ++i) {
             Point2* pVtx = vault.getData()[vBefore.size() + i]->vtx;
             Point2* pOriginal = engine.getVertexPointer(*pVtx);
             if (isDense(i, vPoints.size()) && pOriginal != pVtx) vault.registerDup(pVtx, pOriginal);
         }
-    });
+    };
     engine.getProgress().subscribe(MT_PROGRESS, &listener);
     std::vector<Point2*> vHandles;
     {
         StdoutCapture capture;
         EXPECT_THROW(engine.insertVector(vPoints, vHandles), TaroException);
-        EXPECT_NE(capture.text().find("bInserted"), std::string::npos);
+        EXPECT_TRUE(contains(capture, "bInserted"));
     }
     engine.getProgress().unsubscribe(MT_PROGRESS, &listener);
     EXPECT_LT(engine.numberOfPoints(), vPoints.size());

@@ -2,28 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <algorithm>
 #include <thread>
 #include <vector>
 
+#include "support/recorder.h"
+
 using namespace LUMO_TARO25D;
-
-namespace {
-
-struct Recorder : MsgBase {
-    void update(MsgType type, const std::string& message, double value) override {
-        vTypes.push_back(type);
-        vMessages.push_back(message);
-        vValues.push_back(value);
-        if (hook) hook();
-    }
-    std::vector<MsgType> vTypes;
-    std::vector<std::string> vMessages;
-    std::vector<double> vValues;
-    std::function<void()> hook;
-};
-
-}  // namespace
 
 TEST(Progress, DeliversOncePerPairAndOnlyToItsType) {
     Progress progress;

@@ -19,7 +19,9 @@
 #include "Dt2.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
+#include "support/files.h"
 #include "support/generators.h"
+#include "support/mesh.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
@@ -31,9 +33,6 @@
 using namespace LUMO_TARO25D;
 
 namespace {
-
-constexpr double INF = std::numeric_limits<double>::infinity();
-constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 
 /// Small triangulations of every kind of points, made at once and point by point.
 void forEachMesh(const std::function<void(Taro_2D&, Random&)>& check) {
@@ -57,19 +56,7 @@ std::vector<T> sorted(std::vector<T> v) {
     return v;
 }
 
-std::vector<Triangle2*> triangles(const Taro_2D& mesh) {
-    std::vector<Triangle2*> vTriangles;
-    mesh.getTrianglePointers(vTriangles);
-    return vTriangles;
-}
-
-std::vector<Point2*> vertices(const Taro_2D& mesh) {
-    std::vector<Point2*> vVertices;
-    mesh.getVertexPointers(vVertices);
-    return vVertices;
-}
-
-bool contains(const Triangle2& t, const Point2& p) {
+bool isIn(const Triangle2& t, const Point2& p) {
     const auto isOnInnerSide = [&](int i) {
         return oracleOrientation(*t.getCorner(i), *t.getCorner(incIndexBy1(i)), p) >= 0;
     };
@@ -119,15 +106,15 @@ struct Square {
 
 void expectPrinted(const StdoutCapture& capture, std::initializer_list<const char*> texts) {
     for (const char* text : texts) {
-        EXPECT_NE(capture.text().find(text), std::string::npos) << text << " in: " << capture.text();
+        EXPECT_TRUE(contains(capture, text));
     }
 }
 
 TEST(Locate, FindsExactlyTheTrianglesThatContainAPoint) {
     forEachMesh([](Taro_2D& mesh, Random& random) {
-        const std::vector<Triangle2*> vTriangles = triangles(mesh);
+        const std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
         PointVector vQueries;
-        const std::vector<Point2*> vVertices = vertices(mesh);
+        const std::vector<Point2*> vVertices = verticesOf(mesh);
         for (const Point2* p : vVertices) vQueries.push_back(*p);
         for (size_t i = 0; i < 12; ++i) {
             const Point2 a = vQueries[random() % vQueries.size()], b = vQueries[random() % vQueries.size()];
@@ -137,14 +124,14 @@ TEST(Locate, FindsExactlyTheTrianglesThatContainAPoint) {
         }
         for (const Point2& query : vQueries) {
             const Triangle2* pT = mesh.locate(query);
-            const bool bInside = std::any_of(vTriangles.begin(), vTriangles.end(),
-                                             [&](const Triangle2* p) { return contains(*p, query); });
+            const bool bInside =
+                std::any_of(vTriangles.begin(), vTriangles.end(), [&](const Triangle2* p) { return isIn(*p, query); });
             ASSERT_EQ(pT != nullptr, bInside) << query;
             const bool bVertex =
                 std::any_of(vVertices.begin(), vVertices.end(), [&](const Point2* p) { return *p == query; });
             const Point2* pVtx = mesh.getImpl()->getVertexPointer(query);
             ASSERT_TRUE(bVertex ? pVtx && *pVtx == query : !pVtx) << query;
-            ASSERT_TRUE(!pT || contains(*pT, query)) << query;
+            ASSERT_TRUE(!pT || isIn(*pT, query)) << query;
         }
     });
 }
@@ -176,11 +163,11 @@ bool getExactHeight(const Triangle2& t, const Point2& p, mpq_class& height) {
 TEST(Height, IsThatOfThePlaneThroughTheCorners) {
     forEachMesh([](Taro_2D& mesh, Random& random) {
         const double zScale = std::ldexp(1.0, static_cast<int>(integer(random, -1000, 1000)));
-        for (Point2* p : vertices(mesh)) p->set(p->x(), p->y(), p->z() * zScale);
-        for (Triangle2* pT : triangles(mesh)) {
+        for (Point2* p : verticesOf(mesh)) p->set(p->x(), p->y(), p->z() * zScale);
+        for (Triangle2* pT : trianglesOf(mesh)) {
             const Point2 &a = *pT->getCorner(0), &b = *pT->getCorner(1), &c = *pT->getCorner(2);
             const Point2 place = barycenter(centerWithShift(a, b), b, c);
-            if (!contains(*pT, place)) continue;
+            if (!isIn(*pT, place)) continue;
             double height = NOT_A_NUMBER;
             if (!mesh.getHeight(place.x(), place.y(), height)) continue;
             const auto [zMin, zMax] = std::minmax({a.z(), b.z(), c.z()});
@@ -253,7 +240,7 @@ TEST(Height, OutsideTheHullIsThatOfTheNearestHullPoint) {
         const double size = std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY());
         if (!(size < 1e100 && size > 1e-100)) return;
         mpq_class unused;
-        for (const Triangle2* pT : triangles(mesh)) {
+        for (const Triangle2* pT : trianglesOf(mesh)) {
             // Heights along the hull must not be too steep, or on both sides of a flat hull, to be compared.
             if (!getExactHeight(*pT, *pT->getCorner(0), unused)) return;
         }
@@ -280,13 +267,13 @@ TEST(Height, OutsideTheHullIsThatOfTheNearestHullPoint) {
 TEST(Neighbourhood, AgreesWithTheListOfTriangles) {
     forEachMesh([](Taro_2D& mesh, Random&) {
         std::map<Point2*, std::map<Point2*, Triangle2*>> mEdges;  // source, target, triangle on the left
-        for (Triangle2* pT : triangles(mesh)) {
+        for (Triangle2* pT : trianglesOf(mesh)) {
             for (int i = 0; i < 3; ++i) mEdges[pT->getCorner(i)][pT->getCorner(incIndexBy1(i))] = pT;
         }
-        for (Point2* p : vertices(mesh)) {
+        for (Point2* p : verticesOf(mesh)) {
             std::vector<Triangle2*> vExpected;
             std::set<Point2*> sNeighbours;
-            for (Point2* q : vertices(mesh)) {
+            for (Point2* q : verticesOf(mesh)) {
                 if (p == q) continue;
                 Triangle2 *pLeft = mEdges[p][q], *pRight = mEdges[q][p];
                 ASSERT_EQ(mesh.getAdjacentTriangle(p, q), pLeft);
@@ -343,8 +330,8 @@ TEST(Neighbourhood, WrongVerticesAreRefused) {
 
 TEST(Hull, AgreesWithTheMonotoneChain) {
     forEachMesh([](Taro_2D& mesh, Random&) {
-        ASSERT_EQ(getHull(mesh, true), monotoneChain(vertices(mesh), true));
-        ASSERT_EQ(getHull(mesh, false), monotoneChain(vertices(mesh), false));
+        ASSERT_EQ(getHull(mesh, true), monotoneChain(verticesOf(mesh), true));
+        ASSERT_EQ(getHull(mesh, false), monotoneChain(verticesOf(mesh), false));
         ASSERT_TRUE(mesh.checkValidity(true, "random"));
         std::vector<std::pair<Triangle2*, int>> vEdges;
         mesh.getImpl()->getConvexHull(vEdges);
@@ -367,7 +354,7 @@ TEST(Queries, BeforeTheFirstTriangleAnswerNothing) {
     EXPECT_THROW(mesh.getIncidentTriangles(pVtx, vTriangles), TaroException);
     EXPECT_EQ(mesh.getImpl()->getOneValidTriangle(), nullptr);
     EXPECT_EQ(mesh.numberOfTriangles(), 0u);
-    EXPECT_TRUE(triangles(mesh).empty());
+    EXPECT_TRUE(trianglesOf(mesh).empty());
     const StdoutCapture capture;
     mesh.getConvexHull(true, vPoints);
     EXPECT_TRUE(vPoints.empty());
@@ -386,7 +373,7 @@ TEST(Queries, DoNotSeeRecycledTriangles) {
     engine.getFreshTriangles(2, vFresh);
     engine.storeRecycledT(vFresh);
     EXPECT_EQ(square.mesh.numberOfTriangles(), numTriangles);
-    EXPECT_EQ(triangles(square.mesh).size(), numTriangles);
+    EXPECT_EQ(trianglesOf(square.mesh).size(), numTriangles);
     EXPECT_NE(engine.getOneValidTriangle()->getCorner(0), nullptr);
 }
 
@@ -465,13 +452,11 @@ TEST(Queries, TheCheckCountsConstraintSegmentsAndDrawsMissingOnes) {
                                 "Not contained: ConstraintSegment2 label ", "Writing checkValidityConstraints.ps",
                                 "\ncheckValidity, bug, name=pending"});
     }
-    std::ostringstream picture;
-    picture << std::ifstream("checkValidityConstraints.ps").rdbuf();
-    const size_t green = picture.str().find("\n0\t1\t0\tsetrgbcolor"),
-                 red = picture.str().find("\n1\t0\t0\tsetrgbcolor");
+    const std::string picture = readFile("checkValidityConstraints.ps");
+    const size_t green = picture.find("\n0\t1\t0\tsetrgbcolor"), red = picture.find("\n1\t0\t0\tsetrgbcolor");
     ASSERT_LT(green, red);
-    EXPECT_NE(picture.str().substr(green, red - green).find("\n530\t200\t"), std::string::npos);
-    EXPECT_NE(picture.str().substr(red).find("\n530\t680\t"), std::string::npos);
+    EXPECT_TRUE(contains(picture.substr(green, red - green), "\n530\t200\t"));
+    EXPECT_TRUE(contains(picture.substr(red), "\n530\t680\t"));
     mesh.applyConstraintsAndZones();
     const StdoutCapture capture;
     EXPECT_TRUE(mesh.checkValidity(true, "applied"));

@@ -4,17 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdint>
-#include <fstream>
 #include <functional>
-#include <limits>
-#include <sstream>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "support/capture.h"
+#include "support/files.h"
 #include "support/generators.h"
+#include "support/polygons.h"
+#include "support/recorder.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/freeFunctions.h"
 
@@ -22,18 +20,10 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-using Segments = std::vector<Segment2>;
 using Pointers = std::vector<Segment2*>;
 using Intersectors = std::vector<std::pair<Segment2*, SegmentIntersectionType>>;
 
-const double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
-const double INF = std::numeric_limits<double>::infinity();
-
-Segment2 makeSegment(double x0, double y0, double x1, double y1, double z0 = 0.0, double z1 = 0.0) {
-    return Segment2(Point2(x0, y0, z0), Point2(x1, y1, z1));
-}
-
-Pointers pointersTo(Segments& vSegments) {
+Pointers pointersTo(SegmentVector& vSegments) {
     Pointers vPointers;
     for (Segment2& segment : vSegments) vPointers.push_back(&segment);
     return vPointers;
@@ -83,8 +73,8 @@ SegmentIntersectionType oracle(const Segment2& first, const Segment2& second) {
 }
 
 /// All segments between the points of a small grid, those of length zero included.
-Segments gridSegments(int side) {
-    Segments vSegments;
+SegmentVector gridSegments(int side) {
+    SegmentVector vSegments;
     for (int i = 0; i < side * side; ++i) {
         for (int j = 0; j < side * side; ++j) {
             vSegments.push_back(makeSegment(i % side, i / side, j % side, j / side, i, 10 * j));
@@ -113,39 +103,19 @@ void expectAsByAllPairs(const SegmentChecker& checker, const Pointers& vSegments
     }
 }
 
-std::string readFile(const std::string& path) {
-    std::ifstream stream(path);
-    std::stringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
-size_t countOf(const std::string& needle, const std::string& text) {
-    size_t count = 0;
-    for (size_t pos = text.find(needle); pos != std::string::npos; pos = text.find(needle, pos + 1)) ++count;
-    return count;
-}
-
-struct Recorder : MsgBase {
-    void update(MsgType type, const std::string& message, double value) override {
-        vMessages.emplace_back(type, message, value);
-    }
-    std::vector<std::tuple<MsgType, std::string, double>> vMessages;
-};
-
 }  // namespace
 
 // ---- Classification ----
 
 TEST(SegmentChecker, ClassifiesEveryContactOnAGridAtAnyScale) {
-    const Segments vGrid = gridSegments(4);
+    const SegmentVector vGrid = gridSegments(4);
     const SegmentChecker checker;
     // Exact maps: with products that underflow, that overflow, and with few bits left behind the offset.
     const struct {
         double factor, offset;
     } aMaps[] = {{1.0, 0.0}, {-0x1p-1060, 0.0}, {0x1p1021, 0.0}, {0x1p-2, -0x1p50}};
     for (const auto& map : aMaps) {
-        Segments vMapped;
+        SegmentVector vMapped;
         for (const Segment2& s : vGrid) {
             const auto at = [&](double coordinate) { return map.factor * coordinate + map.offset; };
             vMapped.push_back(
@@ -161,7 +131,7 @@ TEST(SegmentChecker, ClassifiesEveryContactOnAGridAtAnyScale) {
 }
 
 TEST(SegmentChecker, FindsAllContactsOfAGridInTheOrderOfTheInput) {
-    Segments vGrid = gridSegments(3);
+    SegmentVector vGrid = gridSegments(3);
     const Pointers vPointers = pointersTo(vGrid);
     expectAsByAllPairs(SegmentChecker(vPointers), vPointers, oracle<long>);
     const Pointers vBackwards(vPointers.rbegin(), vPointers.rend());
@@ -174,7 +144,7 @@ TEST(SegmentChecker, AgreesWithAllPairsInRationalNumbers) {
         SCOPED_TRACE(std::string(generator.name) + ", seed " + std::to_string(seed));
         Random random(seed);
         PointVector vPoints = generator.make(48, random);
-        Segments vSegments;
+        SegmentVector vSegments;
         for (size_t i = 0; i + 1 < vPoints.size(); ++i) {  // a chain, with chords that share its vertices
             vSegments.emplace_back(vPoints[i], vPoints[i + 1]);
             vSegments.emplace_back(vPoints[i], vPoints[random() % vPoints.size()]);
@@ -195,7 +165,7 @@ TEST(SegmentChecker, NamesTheTypes) {
 // ---- What is held ----
 
 TEST(SegmentChecker, KeepsEachPointerOnceInTheOrderOfAdding) {
-    Segments v{makeSegment(0, 0, 1, 1), makeSegment(0, 1, 1, 0), makeSegment(0, 1, 1, 0)};
+    SegmentVector v{makeSegment(0, 0, 1, 1), makeSegment(0, 1, 1, 0), makeSegment(0, 1, 1, 0)};
     SegmentChecker checker({&v[1], nullptr, &v[1], &v[0]});
     checker.addSegments({&v[0]});
     EXPECT_EQ(checker.getNumberOfSegments(), 2u);
@@ -207,13 +177,12 @@ TEST(SegmentChecker, KeepsEachPointerOnceInTheOrderOfAdding) {
     checker.subscribe(MT_WARNING, &recorder);
     const StdoutCapture capture;
     EXPECT_EQ(checker.getSegment(2), nullptr);
-    EXPECT_NE(capture.text().find("SegmentChecker::getSegment(), WARNING: index out of range, returning NULL"),
-              std::string::npos);
+    EXPECT_TRUE(contains(capture, "SegmentChecker::getSegment(), WARNING: index out of range, returning NULL"));
     EXPECT_EQ(recorder.vMessages.size(), 1u);
 }
 
 TEST(SegmentChecker, AnswersForSegmentsThatAreNotHeldAndForNone) {
-    Segments v{makeSegment(0, 0, 2, 2), makeSegment(1, 1, 1, 1), makeSegment(0, 2, 2, 0)};
+    SegmentVector v{makeSegment(0, 0, 2, 2), makeSegment(1, 1, 1, 1), makeSegment(0, 2, 2, 0)};
     SegmentChecker checker;
     Intersectors vFound;
     Pointers vIllegal;
@@ -231,7 +200,7 @@ TEST(SegmentChecker, AnswersForSegmentsThatAreNotHeldAndForNone) {
 
 TEST(SegmentChecker, SegmentsMayBeAddedBetweenQueries) {
     Random random(35);
-    Segments vSegments;
+    SegmentVector vSegments;
     for (int i = 0; i < 300; ++i) {
         vSegments.push_back(makeSegment(integer(random, 0, 40), integer(random, 0, 40), 20, integer(random, 0, 40)));
     }
@@ -248,7 +217,7 @@ TEST(SegmentChecker, SegmentsMayBeAddedBetweenQueries) {
 }
 
 TEST(SegmentChecker, CoordinatesThatAreNotFiniteMeetNothing) {
-    Segments v{makeSegment(0, 0, 2, 2), makeSegment(0, 2, 2, 0)};
+    SegmentVector v{makeSegment(0, 0, 2, 2), makeSegment(0, 2, 2, 0)};
     for (const double bad : {NOT_A_NUMBER, INF, -INF}) {
         v.push_back(makeSegment(bad, 1, 1, 1));
         v.push_back(makeSegment(1, 1, 1, bad));
@@ -275,7 +244,7 @@ TEST(SegmentChecker, CoordinatesThatAreNotFiniteMeetNothing) {
 // ---- Common points and overlaps ----
 
 TEST(SegmentChecker, GivesCommonPointsAndOverlapsWithBothHeights) {
-    const Segments vGrid = gridSegments(3);
+    const SegmentVector vGrid = gridSegments(3);
     const SegmentChecker checker;
     const auto expectOn = [](const Segment2& s, const Point2& p) {
         EXPECT_LE(getPointLineDistance2D(p, s.getSrc(), s.getTrg()), 1e-15);
@@ -332,7 +301,7 @@ TEST(SegmentChecker, RefusesResultsThatDoNotExist) {
     ASSERT_EQ(recorder.vMessages.size(), 6u);
     EXPECT_EQ(countOf("SegmentChecker::getIntersectionPoint(), WARNING: no common point of this type", capture.text()),
               5u);
-    EXPECT_EQ(std::get<1>(recorder.vMessages.back()), "the segments do not overlap");
+    EXPECT_EQ(recorder.vMessages.back(), "the segments do not overlap");
 
     Segment2 first = makeSegment(0, 0, 4, 0, 0, 4), second = makeSegment(6, 0, 2, 0, 6, 2);
     checker.getIntersectionSegment(&first, &second, first, second);  // in place
@@ -342,7 +311,7 @@ TEST(SegmentChecker, RefusesResultsThatDoNotExist) {
 // ---- Progress and drawing ----
 
 TEST(SegmentChecker, ReportsProgressInHundredths) {
-    Segments vSegments(1000, makeSegment(0, 0, 1, 1));
+    SegmentVector vSegments(1000, makeSegment(0, 0, 1, 1));
     SegmentChecker checker(pointersTo(vSegments));
     Recorder recorder;
     checker.subscribe(MT_PROGRESS, &recorder);
@@ -351,16 +320,17 @@ TEST(SegmentChecker, ReportsProgressInHundredths) {
     checker.getIllegalSegments(false, vIllegal);
     EXPECT_EQ(vIllegal.size(), 1000u);
     ASSERT_EQ(recorder.vMessages.size(), 100u);
-    EXPECT_EQ(recorder.vMessages.front(), std::tuple(MT_PROGRESS, std::string("check segments"), 0.01));
-    EXPECT_EQ(std::get<2>(recorder.vMessages.back()), 1.0);
+    EXPECT_EQ(recorder.vMessages.front(), "check segments");
+    EXPECT_EQ(recorder.vValues.front(), 0.01);
+    EXPECT_EQ(recorder.vValues.back(), 1.0);
     checker.unsubscribe(MT_PROGRESS, &recorder);
     checker.getIllegalSegments(false, vIllegal);
     EXPECT_EQ(recorder.vMessages.size(), 100u);
 }
 
 TEST(SegmentChecker, DrawsTheIllegalOnesWithWhatTheyShare) {
-    Segments v{makeSegment(0, 0, 4, 4), makeSegment(0, 4, 4, 0), makeSegment(4, 0, 6, 0), makeSegment(5, 0, 8, 0),
-               makeSegment(0, 5, 8, 5), makeSegment(8, 5, 8, 6), makeSegment(3, 6, 3, 6), makeSegment(2, 5, 2, 5)};
+    SegmentVector v{makeSegment(0, 0, 4, 4), makeSegment(0, 4, 4, 0), makeSegment(4, 0, 6, 0), makeSegment(5, 0, 8, 0),
+                    makeSegment(0, 5, 8, 5), makeSegment(8, 5, 8, 6), makeSegment(3, 6, 3, 6), makeSegment(2, 5, 2, 5)};
     const SegmentChecker checker(pointersTo(v));
     const StdoutCapture capture;
     const auto linesIn = [](const std::string& name) {
@@ -380,19 +350,6 @@ TEST(SegmentChecker, DrawsTheIllegalOnesWithWhatTheyShare) {
 // ---- Real line work ----
 
 namespace {
-
-Segments readSegments(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::uint64_t n = 0;
-    file.read(reinterpret_cast<char*>(&n), sizeof(n));
-    std::vector<std::array<double, 4>> vCoordinates(n);
-    file.read(reinterpret_cast<char*>(vCoordinates.data()), std::streamsize(n * sizeof(vCoordinates[0])));
-    Segments vSegments;
-    if (file) {
-        for (const auto& [x0, y0, x1, y1] : vCoordinates) vSegments.push_back(makeSegment(x0, y0, x1, y1));
-    }
-    return vSegments;
-}
 
 /// Pairs that cross, that touch at an end point of one alone, and that overlap.
 std::array<int, 3> countPairs(const SegmentChecker& checker) {
@@ -415,8 +372,7 @@ std::array<int, 3> countPairs(const SegmentChecker& checker) {
 }  // namespace
 
 TEST(SegmentChecker, CountsTheContactsOfRealLineWork) {
-    const std::string folder = TARO25D_SHARED_DATA_DIR;
-    if (folder.empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
     const struct {
         const char* name;
         std::array<int, 3> aCount;
@@ -425,11 +381,11 @@ TEST(SegmentChecker, CountsTheContactsOfRealLineWork) {
                   {"ne_50m_rivers_lake_centerlines", {25, 1, 0}},
                   {"earcut_water", {19, 40, 31}}};
     for (const auto& file : aFiles) {
-        Segments vSegments = readSegments(folder + "/segments/" + file.name + ".segb");
+        SegmentVector vSegments = readSharedSegments(file.name);
         ASSERT_FALSE(vSegments.empty()) << file.name;
         EXPECT_EQ(countPairs(SegmentChecker(pointersTo(vSegments))), file.aCount) << file.name;
     }
-    Segments vSmall = readSegments(folder + "/segments/earcut_water4.segb");
+    SegmentVector vSmall = readSharedSegments("earcut_water4");
     const Pointers vPointers = pointersTo(vSmall);
     expectAsByAllPairs(SegmentChecker(vPointers), vPointers, oracle<long>);
 }

@@ -18,6 +18,7 @@
 #include "SimplePool.h"
 #include "support/capture.h"
 #include "support/generators.h"
+#include "support/mesh.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
 #include "tools.h"
@@ -156,7 +157,7 @@ TEST(HC2, GivesTheNearestCellWhereThePointOrTheBoxIsExtreme) {
     for (const int numBits : {-2, 7, 33, 34}) {
         const StdoutCapture capture;
         EXPECT_THROW(HC2(0, 0, 1, 1, numBits), TaroException) << numBits;
-        EXPECT_NE(capture.text().find("HC2::HC2(..), ERROR: Can't determine Hermite factors"), std::string::npos);
+        EXPECT_TRUE(contains(capture, "HC2::HC2(..), ERROR: Can't determine Hermite factors"));
     }
 }
 
@@ -215,8 +216,7 @@ TEST(VertexVault, KeepsNeighboursTogetherWhateverStraysAmongThem) {
         Taro_2D mesh;
         if (!bSingly) mesh.insert(vPoints);
         for (const Point2& point : vPoints) mesh.insert(point);
-        std::vector<Point2*> vVertices;
-        mesh.getVertexPointers(vVertices);
+        VertexVector vVertices = verticesOf(mesh);
         vVertices.resize(vVertices.size() * 2 / 3);  // newer ones may stand behind in the order of insertion
         double length = 0.0;
         for (size_t i = 1; i < vVertices.size(); ++i) {
@@ -289,7 +289,7 @@ TEST(VertexVault, RegistersADuplicateOnce) {
     EXPECT_FALSE(lone.vault.dupIsClean());
     const StdoutCapture capture;
     EXPECT_THROW(lone.vault.registerDup(pDuplicate, pFirst), TaroException);
-    EXPECT_NE(capture.text().find("Condition [ bInserted failed ]"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "Condition [ bInserted failed ]"));
     EXPECT_EQ(lone.vault.treatOneDupGetHandle(pDuplicate), pFirst);
     EXPECT_TRUE(lone.vault.dupIsClean());
     EXPECT_EQ(lone.vault.getSize(), 1u);

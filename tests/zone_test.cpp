@@ -9,6 +9,8 @@
 #include "ConnectedComponent.h"
 #include "Dt2.h"
 #include "support/capture.h"
+#include "support/files.h"
+#include "support/mesh.h"
 #include "support/polygons.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/Taro_2D.h"
@@ -19,24 +21,16 @@ using namespace LUMO_TARO25D;
 namespace {
 
 using TriangleSet = std::set<Triangle2*>;
-using TriangleVector = std::vector<Triangle2*>;
-
-TriangleVector listOf(const Zone2* pZone) {
-    TriangleVector vTriangles;
-    pZone->getTriangles(vTriangles);
-    return vTriangles;
-}
 
 TriangleSet setOf(const Zone2* pZone) {
-    const TriangleVector vTriangles = listOf(pZone);
+    const TriangleVector vTriangles = trianglesOf(pZone);
     TriangleSet sTriangles(vTriangles.begin(), vTriangles.end());
     EXPECT_EQ(sTriangles.size(), vTriangles.size()) << "a triangle comes twice";
     return sTriangles;
 }
 
 TriangleSet allOf(const Taro_2D& mesh) {
-    TriangleVector vTriangles;
-    mesh.getTrianglePointers(vTriangles);
+    const TriangleVector vTriangles = trianglesOf(mesh);
     return TriangleSet(vTriangles.begin(), vTriangles.end());
 }
 
@@ -54,21 +48,13 @@ ConstraintGraph2* addPolygon(Taro_2D& mesh, const PointVector& vCorners,
     return mesh.createConstraint(makeSides(vCorners), cis, bOriented);
 }
 
-PointVector reversed(PointVector vPoints) {
-    std::reverse(vPoints.begin(), vPoints.end());
-    return vPoints;
-}
-
-void insertRandom(Taro_2D& mesh, size_t n, Random& r, double min = 0, double max = 100) {
-    for (size_t i = 0; i < n; ++i) mesh.insert(Point2(uniform(r, min, max), uniform(r, min, max), uniform(r, 0, 9)));
-}
-
 /// A square of side 100 with random points.
 struct Square : Taro_2D {
     explicit Square(size_t n, std::uint64_t seed = 1) : random(seed) {
         insert(makeRectangle(0, 0, 100, 100));
-        insertRandom(*this, n, random);
+        scatter(n);
     }
+    void scatter(size_t n) { insert(makeScattered(n, 0, 0, 100, 100, random, 9)); }
     Random random;
 };
 
@@ -87,11 +73,7 @@ TEST(Zone, InsideAndOutsideAgreeWithPointInPolygon) {
         const double area = getArea(vCorners);
         const auto check = [&] {
             // Sides that were split at rounded points are those of the polygon that the zone knows.
-            std::vector<Point2*> vVertices;
-            pGraph->getPolygonVertices(vVertices);
-            PointVector vRing;
-            for (const Point2* pVtx : vVertices) vRing.push_back(*pVtx);
-            const SegmentVector vSides = makeSides(vRing);
+            const SegmentVector vSides = makeSides(positionsOf(polygonOf(pGraph)));
             const auto inside = [&](const Triangle2* pT) { return isInside(vSides, *pT); };
             EXPECT_EQ(setOf(pInside), selected(mesh, inside));
             EXPECT_EQ(setOf(pBounded), setOf(pInside));
@@ -100,13 +82,11 @@ TEST(Zone, InsideAndOutsideAgreeWithPointInPolygon) {
             EXPECT_NEAR(pInside->getArea2D(), area, 1e-9 * area);
         };
         check();
-        insertRandom(mesh, 100, mesh.random);
+        mesh.scatter(100);
         check();
         // Crossings split the sides; sides are split as refinement does; a vertex goes.
         addPolygon(mesh, makeStar(7, 45, 55, 70, mesh.random), CIS_CONFORMING_LINEAR_Z);
-        std::vector<ConstraintSegment2*> vPieces;
-        pGraph->getChildConstraintSegments(vPieces);
-        for (ConstraintSegment2* pCSeg : vPieces) {
+        for (ConstraintSegment2* pCSeg : piecesOf(pGraph)) {
             const Point2 &p = *pCSeg->getSrc(), &q = *pCSeg->getTrg();
             if (p.y() < q.y()) pCSeg->insertAndSplit(Point2((p.x() + q.x()) / 2, (p.y() + q.y()) / 2, 0));
         }
@@ -139,9 +119,8 @@ TEST(Zone, SeveralGraphs) {
 
 TEST(Zone, OrientedGraphsThatAreNoPolygonHaveTheZoneOnTheirLeft) {
     Square mesh(300);
-    SegmentVector vRings = makeSides(makeRectangle(10, 10, 90, 90));
-    const SegmentVector vHole = makeSides(reversed(makeRectangle(30, 30, 60, 60)));
-    vRings.insert(vRings.end(), vHole.begin(), vHole.end());
+    const SegmentVector vRings =
+        joined(makeSides(makeRectangle(10, 10, 90, 90)), makeSides(reversed(makeRectangle(30, 30, 60, 60))));
     ConstraintGraph2* pGraph = mesh.createConstraint(vRings, CIS_CONSTRAINED_DELAUNAY, true);
     ASSERT_FALSE(pGraph->isPolygon());
     EXPECT_NEAR(mesh.createZone(pGraph, ZL_INSIDE)->getArea2D(), 5500, 1e-6);
@@ -149,34 +128,16 @@ TEST(Zone, OrientedGraphsThatAreNoPolygonHaveTheZoneOnTheirLeft) {
 }
 
 TEST(Zone, LakeWithIslands) {
-    const SegmentVector vLake = readSegments("lake_superior.segb");
-    if (vLake.empty()) GTEST_SKIP() << "lake_superior.segb is absent";
-    // The rings of the outline, by their ends.
-    std::map<Point2, PointVector> mNeighbours;
-    for (const Segment2& segment : vLake) {
-        mNeighbours[segment.getSrc()].push_back(segment.getTrg());
-        mNeighbours[segment.getTrg()].push_back(segment.getSrc());
-    }
-    std::vector<PointVector> vRings;
-    while (!mNeighbours.empty()) {
-        PointVector vRing;
-        for (auto it = mNeighbours.begin(); it != mNeighbours.end();) {
-            vRing.push_back(it->first);
-            const PointVector vNext = it->second;
-            mNeighbours.erase(it);
-            it = std::find_if(mNeighbours.begin(), mNeighbours.end(),
-                              [&](const auto& entry) { return entry.first == vNext[0] || entry.first == vNext[1]; });
-        }
-        vRings.push_back(vRing);
-    }
+    const SegmentVector vLake = readSharedSegments("lake_superior");
+    if (vLake.empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    const std::vector<PointVector> vRings = ringsOf(vLake);
     ASSERT_EQ(vRings.size(), 7u);
     Taro_2D mesh;
     std::vector<Zone2*> vZones;
     for (const PointVector& vRing : vRings) {
-        vZones.push_back(nullptr);
         ConstraintGraph2* pGraph = addPolygon(mesh, vRing);
         ASSERT_TRUE(pGraph->isPolygon());
-        vZones.back() = mesh.createZone(pGraph, ZL_INSIDE);
+        vZones.push_back(mesh.createZone(pGraph, ZL_INSIDE));
         EXPECT_NEAR(vZones.back()->getArea2D(), std::abs(getArea(vRing)), 1e-12);
     }
     const auto isLarger = [](const Zone2* a, const Zone2* b) { return a->getArea2D() > b->getArea2D(); };
@@ -190,9 +151,7 @@ TEST(Zone, LakeWithIslands) {
     EXPECT_EQ(setOf(pBounded), setOf(pWater));
     const Bbox2 box = pWater->getBoundingBox();
     Random r(3);
-    for (int i = 0; i < 500; ++i) {
-        mesh.insert(Point2(uniform(r, box.getMinX(), box.getMaxX()), uniform(r, box.getMinY(), box.getMaxY()), 0));
-    }
+    mesh.insert(makeScattered(500, box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), r));
     EXPECT_EQ(setOf(pBounded), selected(mesh, inWater));
     EXPECT_EQ(setOf(pWater), setOf(pBounded));
 }
@@ -236,37 +195,28 @@ TEST(Zone, ResultsAreThoseOfSets) {
                                      {zoneIntersection, [](bool a, bool b) { return a && b; }},
                                      {zoneDifference, [](bool a, bool b) { return a && !b; }},
                                      {zoneSymmetricDifference, [](bool a, bool b) { return a != b; }}};
-    std::vector<std::function<bool(Triangle2*)>> vTests;
-    for (Zone2* pZone : vZones) vTests.emplace_back([pZone](Triangle2* pT) { return setOf(pZone).count(pT) > 0; });
     struct Combination {
         size_t first, second;
         const Operation* pOperation;
     };
     std::vector<Combination> vCombinations;
     for (int i = 0; i < 40; ++i) {
-        const auto pick = [&] {
-            return static_cast<size_t>(integer(mesh.random, 0, static_cast<int>(vZones.size()) - 1));
-        };
-        const Combination c{pick(), pick(), &aOperations[i % 4]};
+        const Combination c{mesh.random() % vZones.size(), mesh.random() % vZones.size(), &aOperations[i % 4]};
         vCombinations.push_back(c);
         vZones.push_back(c.pOperation->combine(vZones[c.first], vZones[c.second]));
         EXPECT_EQ(vZones.back()->getZoneLocation(), ZL_RESULT_UNION + i % 4);
     }
-    for (const int numInserted : {0, 50}) {
-        insertRandom(mesh, static_cast<size_t>(numInserted), mesh.random);
-        const TriangleSet sAll = allOf(mesh);
+    for (const size_t numInserted : {0, 50}) {
+        mesh.scatter(numInserted);
         std::vector<TriangleSet> vSets;
         for (size_t k = 0; k < 3; ++k) vSets.push_back(setOf(vZones[k]));
         for (size_t k = 0; k < vCombinations.size(); ++k) {
             const Combination& c = vCombinations[k];
-            TriangleSet sExpected;
-            for (Triangle2* pT : sAll) {
-                if (c.pOperation->keep(vSets[c.first].count(pT) > 0, vSets[c.second].count(pT) > 0)) {
-                    sExpected.insert(pT);
-                }
-            }
+            const TriangleSet sExpected = selected(mesh, [&](Triangle2* pT) {
+                return c.pOperation->keep(vSets[c.first].count(pT) > 0, vSets[c.second].count(pT) > 0);
+            });
             vSets.push_back(sExpected);
-            const TriangleVector vTriangles = listOf(vZones[3 + k]);
+            const TriangleVector vTriangles = trianglesOf(vZones[3 + k]);
             EXPECT_EQ(TriangleSet(vTriangles.begin(), vTriangles.end()), sExpected);
             EXPECT_TRUE(std::is_sorted(vTriangles.begin(), vTriangles.end(), std::less<>()));
         }
@@ -290,10 +240,10 @@ TEST(Zone, OfTwoTriangulationsAreNotCombined) {
     const StdoutCapture capture;
     EXPECT_EQ(zoneUnion(pA, pB), nullptr);
     EXPECT_EQ(zoneIntersection(pA, nullptr), nullptr);
-    EXPECT_NE(capture.text().find("Zone2::zoneUnion(...), ERROR: The zones must belong to the same triangulation! "
-                                  "Returning NULL"),
-              std::string::npos);
-    EXPECT_NE(capture.text().find("] zoneUnion(...), ERROR"), std::string::npos);
+    EXPECT_TRUE(contains(capture,
+                         "Zone2::zoneUnion(...), ERROR: The zones must belong to the same triangulation! "
+                         "Returning NULL"));
+    EXPECT_TRUE(contains(capture, "] zoneUnion(...), ERROR"));
 }
 
 TEST(Zone, DeletionRespectsOperands) {
@@ -309,10 +259,8 @@ TEST(Zone, DeletionRespectsOperands) {
     for (Zone2* pZone : {pD, pC, pA, pB}) EXPECT_TRUE(mesh.deleteZone(pZone));
     EXPECT_FALSE(mesh.deleteZone(pB));
     EXPECT_EQ(mesh.numberOfTriangles(), numTriangles);
-    EXPECT_NE(capture.text().find("Dt2::deleteZone(..), WARNING: the zone is an operand of another zone"),
-              std::string::npos);
-    EXPECT_NE(capture.text().find("Dt2::deleteZone(..), WARNING: trying to delete a non-existing zone"),
-              std::string::npos);
+    EXPECT_TRUE(contains(capture, "Dt2::deleteZone(..), WARNING: the zone is an operand of another zone"));
+    EXPECT_TRUE(contains(capture, "Dt2::deleteZone(..), WARNING: trying to delete a non-existing zone"));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -324,13 +272,8 @@ TEST(Zone, FromTrianglesCoversExactlyThese) {
         Taro_2D mesh;
         Random r(seed);
         // Grids have corner contacts with collinear borders.
-        mesh.insert(seed % 2 ? makeGrid(8, 0, 0, 10, r)
-                             : makePoints(64, [&](double) { return XY(uniform(r, 0, 70), uniform(r, 0, 70)); }));
-        TriangleVector vAll, vChosen;
-        mesh.getTrianglePointers(vAll);
-        for (Triangle2* pT : vAll) {
-            if (integer(r, 0, 99) < 3.2 * static_cast<double>(seed)) vChosen.push_back(pT);
-        }
+        mesh.insert(seed % 2 ? makeGrid(8, 0, 0, 10, r) : makeScattered(64, 0, 0, 70, 70, r));
+        TriangleVector vChosen = someOf(trianglesOf(mesh), 0.032 * static_cast<double>(seed), r);
         if (vChosen.empty()) continue;
         const TriangleSet sChosen(vChosen.begin(), vChosen.end());
         vChosen.insert(vChosen.end(), {nullptr, vChosen[0], vChosen.back()});
@@ -341,7 +284,7 @@ TEST(Zone, FromTrianglesCoversExactlyThese) {
         EXPECT_EQ(pBounded->getZoneLocation(), ZL_BOUNDED);
         EXPECT_EQ(setOf(pBounded), sChosen);
         const double area = pZone->getArea2D();
-        for (int i = 0; i < 50; ++i) mesh.insert(Point2(uniform(r, 0, 70), uniform(r, 0, 70), 0));
+        mesh.insert(makeScattered(50, 0, 0, 70, 70, r));
         EXPECT_EQ(setOf(pBounded), setOf(pZone));
         EXPECT_NEAR(pBounded->getArea2D(), area, 1e-9 * area);
         EXPECT_GT(pZone->getNumberOfTriangles(), sChosen.size());
@@ -350,39 +293,31 @@ TEST(Zone, FromTrianglesCoversExactlyThese) {
 
 TEST(Zone, FromStrangeTrianglesIsRefused) {
     Square mesh(10), other(10);
-    TriangleVector vTriangles, vStrange;
-    mesh.getTrianglePointers(vTriangles);
-    other.getTrianglePointers(vStrange);
-    vTriangles.push_back(vStrange[0]);
-    EXPECT_EQ(mesh.createZone(vTriangles, false), nullptr);
+    EXPECT_EQ(mesh.createZone(joined(trianglesOf(mesh), {trianglesOf(other)[0]}), false), nullptr);
     EXPECT_EQ(mesh.createZone(TriangleVector{nullptr}, false), nullptr);
     // The records of triangles that are gone.
     Point2* pVtx = mesh.insert(Point2(40, 40, 0));
-    TriangleVector vAround;
-    mesh.getIncidentTriangles(pVtx, vAround);
+    const TriangleVector vAround = trianglesAround(mesh, pVtx);
     mesh.remove(pVtx);
     EXPECT_EQ(mesh.createZone(vAround, false), nullptr);
     const auto isGone = [](const Triangle2* pT) { return !pT->getCorner(0); };
     for (Triangle2* pT : {*std::find_if(vAround.begin(), vAround.end(), isGone), static_cast<Triangle2*>(nullptr)}) {
         EXPECT_EQ(mesh.createZone(std::vector<Edge2>{Edge2(pT, 0)}, ZL_BOUNDED, false), nullptr);
     }
-    std::vector<ConstraintSegment2*> vCSegs;
-    mesh.getAliveConstraintSegments(vCSegs);
-    EXPECT_TRUE(vCSegs.empty());
+    EXPECT_TRUE(aliveSegmentsOf(mesh).empty());
 }
 
 TEST(Zone, ThinTrianglesHaveNoStartPoint) {
     Taro_2D mesh;
     const double up = std::nextafter(1.0, 2.0);
     mesh.insert({{0, 0, 0}, {1, up, 0}, {1, 1, 0}, {9, 0, 0}});
-    TriangleVector vThin;
-    mesh.getTrianglePointers(vThin);
+    TriangleVector vThin = trianglesOf(mesh);
     vThin.erase(std::remove_if(vThin.begin(), vThin.end(), [](Triangle2* pT) { return pT->getArea2D() > 1e-3; }),
                 vThin.end());
     ASSERT_EQ(vThin.size(), 2u);
     const StdoutCapture capture;
     EXPECT_EQ(mesh.createZone(vThin), nullptr);
-    EXPECT_NE(capture.text().find("no start point"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "no start point"));
 }
 
 TEST(Zone, ConvertsToABoundedOne) {
@@ -396,14 +331,12 @@ TEST(Zone, ConvertsToABoundedOne) {
     EXPECT_EQ(pOutside->getZoneLocation(), ZL_OUTSIDE);
     const StdoutCapture capture;
     EXPECT_EQ(zoneDifference(pInside, pInside)->convertToBoundedZone(), nullptr);
-    EXPECT_NE(capture.text().find("Zone2::convertToBoundedZone(), WARNING: No triangles available, returning NULL"),
-              std::string::npos);
+    EXPECT_TRUE(contains(capture, "Zone2::convertToBoundedZone(), WARNING: No triangles available, returning NULL"));
 }
 
 TEST(Zone, PeelsOffTheBorder) {
     Square mesh(0);
-    const PointVector vStar = makeStar(40, 50, 50, 45, mesh.random);
-    mesh.insert(vStar);
+    mesh.insert(makeStar(40, 50, 50, 45, mesh.random));
     Zone2* pAll = mesh.createZone(nullptr, ZL_GLOBAL);
     struct IsCorner {
         size_t numCalls = 0;
@@ -421,8 +354,8 @@ TEST(Zone, PeelsOffTheBorder) {
     IsCorner slow;
     EXPECT_EQ(setOf(pPeeled), selected(mesh, [&](const Triangle2* pT) { return !slow(pT); }));
     EXPECT_LE(isCorner.numCalls, mesh.numberOfTriangles());
-    EXPECT_NE(capture.text().find("\nZone2::peelOffIf(), original Zone: numT="), std::string::npos);
-    EXPECT_NE(capture.text().find("Output Zone: numT="), std::string::npos);
+    EXPECT_TRUE(contains(capture, "\nZone2::peelOffIf(), original Zone: numT="));
+    EXPECT_TRUE(contains(capture, "Output Zone: numT="));
     // Triangles inside that no one can get at stay.
     const auto isSmall = [](const Triangle2* pT) { return pT->getArea2D() < 20; };
     EXPECT_EQ(setOf(peelOffIf(pAll, &isSmall, false)), allOf(mesh)) << "none at the border";
@@ -466,7 +399,7 @@ TEST(Zone, BordersRunAroundTheZone) {
     EXPECT_EQ(2 * vVertices.size(), sRing.size() + vEdges.size());
 
     std::vector<ConnectedComponent> vComponents;
-    getConnectedComponents(listOf(pRing), vComponents);
+    getConnectedComponents(trianglesOf(pRing), vComponents);
     ASSERT_EQ(vComponents.size(), 1u);
     vComponents[0].sortBorders();
     EXPECT_EQ(vComponents[0].getSize(), sRing.size());
@@ -478,11 +411,7 @@ TEST(Zone, ComponentsPartitionTheTriangles) {
     Taro_2D mesh;
     mesh.insert(makeGrid(15, 0, 0, 1, r));
     for (int share = 1; share < 10; ++share) {
-        TriangleVector vAll, vChosen;
-        mesh.getTrianglePointers(vAll);
-        for (Triangle2* pT : vAll) {
-            if (integer(r, 0, 9) < share) vChosen.push_back(pT);
-        }
+        const TriangleVector vChosen = someOf(trianglesOf(mesh), 0.1 * share, r);
         std::vector<ConnectedComponent> vComponents;
         getConnectedComponents(vChosen, vComponents);
         std::map<const Triangle2*, size_t> mComponent;
@@ -527,12 +456,12 @@ TEST(Zone, StatisticsTellWhatASurveyorAsks) {
                                   "Area 2.5D:   600.000\n", " 30 -  40 degrees:          1   33.33 %\n",
                                   "Height                   10.000         10.000         10.000\n",
                                   "Edge length 2D           30.000         50.000         40.000\n"}) {
-        EXPECT_NE(text.find(pExpected), std::string::npos) << pExpected << text;
+        EXPECT_TRUE(contains(text, pExpected)) << pExpected;
     }
     const StdoutCapture capture;
     Zone2* pAll = mesh.createZone(nullptr, ZL_GLOBAL);
     zoneDifference(pAll, pAll)->statistics("nothing");
-    EXPECT_NE(capture.text().find("Number of triangles: 0\n"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "Number of triangles: 0\n"));
 }
 
 TEST(Zone, OrderDoesNotDependOnAddresses) {
@@ -545,7 +474,7 @@ TEST(Zone, OrderDoesNotDependOnAddresses) {
         PointVector vCurrent;
         for (const Zone2* pZone : {mesh.createZone(pGraph, ZL_INSIDE), mesh.createZone(pGraph, ZL_OUTSIDE),
                                    mesh.createZone(pGraph, ZL_GROW, Point2(50, 50, 0))}) {
-            for (const Triangle2* pT : listOf(pZone)) vCurrent.push_back(pT->getBarycenter());
+            for (const Triangle2* pT : trianglesOf(pZone)) vCurrent.push_back(pT->getBarycenter());
         }
         vCenters.push_back(vCurrent);
     }
@@ -600,21 +529,20 @@ TEST(Zone, WrongCallsCreateNothing) {
                 EXPECT_EQ(capture.text(), "") << message;
                 continue;
             }
-            EXPECT_NE(capture.text().find("Dt2::createZone(), WARNING: "), std::string::npos);
-            EXPECT_NE(capture.text().find(message), std::string::npos) << capture.text();
-            EXPECT_NE(capture.text().find("Taro_2D::createZone(..), WARNING: No zone created, returning NULL "
-                                          "(bVerbose==true)"),
-                      std::string::npos);
+            EXPECT_TRUE(contains(capture, "Dt2::createZone(), WARNING: "));
+            EXPECT_TRUE(contains(capture, message));
+            EXPECT_TRUE(contains(capture,
+                                 "Taro_2D::createZone(..), WARNING: No zone created, returning NULL "
+                                 "(bVerbose==true)"));
         }
     }
     Zone2* pWrong = mesh.createZone(pGraph, static_cast<ZoneLocation>(9));
     const StdoutCapture capture;
     EXPECT_EQ(pWrong->getNumberOfTriangles(), 0u);
-    EXPECT_NE(capture.text().find("Zone2::getTriangles(), ERROR: unknown zoneLoc value"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "Zone2::getTriangles(), ERROR: unknown zoneLoc value"));
     Zone2* pTwo = mesh.createZone(Graphs{pGraph, pGraph}, ZL_INSIDE);
     EXPECT_EQ(pTwo->getConstraintGraph(), nullptr);
-    EXPECT_NE(capture.text().find("Zone2::getConstraintGraph(), WARNING: There is more than one constraint graph"),
-              std::string::npos);
+    EXPECT_TRUE(contains(capture, "Zone2::getConstraintGraph(), WARNING: There is more than one constraint graph"));
     EXPECT_EQ(mesh.createZone(pGraph, ZL_OUTSIDE)->getConstraintGraph(), pGraph);
     EXPECT_EQ(mesh.createZone(nullptr, ZL_GLOBAL)->getConstraintGraph(), nullptr);
     EXPECT_EQ(mesh.createZone(nullptr, ZL_RESULT_UNION)->getNumberOfTriangles(), 0u) << "without operands";
@@ -628,15 +556,14 @@ TEST(Zone, BeforeTrianglesAndBeforeConstraints) {
     EXPECT_EQ(mesh.createZone(pGraph, ZL_INSIDE), nullptr);
     EXPECT_EQ(mesh.createZone(nullptr, ZL_GLOBAL), nullptr);
     EXPECT_EQ(mesh.createZone_cookieCutter(makeSides(makeRectangle(0, 0, 1, 1))), nullptr);
-    EXPECT_NE(capture.text().find("WARNING"), std::string::npos);
+    EXPECT_TRUE(contains(capture, "WARNING"));
     // A vertex on the line that hides the pending segment, and a vertex off it.
     mesh.insert({{0.5, 1e-3, 0}, {0.5, -1e-3, 0}, {1.5, 1, 0}, {1, -1, 0}});
     Zone2* pZone = mesh.createZone(pGraph, ZL_INSIDE);
     setOf(pZone);
     mesh.applyConstraintsAndZones();
     EXPECT_GT(setOf(pZone).size(), 0u);
-    std::vector<Point2*> vVertices;
-    mesh.getVertexPointers(vVertices);
+    const VertexVector vVertices = verticesOf(mesh);
     Taro_2D emptied;
     emptied.insert({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
     Zone2* pAll = emptied.createZone(nullptr, ZL_GLOBAL);

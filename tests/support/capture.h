@@ -1,8 +1,12 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <iostream>
 #include <sstream>
 #include <string>
+
+#include "taro25d/TaroException.h"
 
 /// Catches what is written to std::cout while it lives.
 class StdoutCapture {
@@ -18,3 +22,32 @@ class StdoutCapture {
     std::ostringstream stream_;
     std::streambuf* pPrevious_;
 };
+
+/// What a call writes to std::cout.
+template <class Call>
+std::string printedBy(const Call& call) {
+    const StdoutCapture capture;
+    call();
+    return capture.text();
+}
+
+/// What a call writes that must fail.
+template <class Call>
+std::string printedByFailing(const Call& call) {
+    return printedBy([&] { EXPECT_THROW(call(), LUMO_TARO25D::TaroException); });
+}
+
+inline testing::AssertionResult contains(const std::string& text, const std::string& part) {
+    if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "no \"" << part << "\" in \"" << text << "\"";
+}
+
+inline testing::AssertionResult contains(const StdoutCapture& capture, const std::string& part) {
+    return contains(capture.text(), part);
+}
+
+inline size_t countOf(const std::string& part, const std::string& text) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+    return count;
+}

@@ -18,6 +18,10 @@ using PointVector = std::vector<LUMO_TARO25D::Point2>;
 using Random = std::mt19937_64;
 using XY = std::pair<double, double>;
 
+constexpr double INF = std::numeric_limits<double>::infinity();
+constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
+constexpr double MAX = std::numeric_limits<double>::max();
+
 /// A size for large cases, made smaller by the environment where a sanitizer makes everything slow.
 inline size_t scaled(size_t n) {
     const char* scale = std::getenv("TARO25D_TEST_SCALE");
@@ -52,6 +56,17 @@ PointVector makeShuffledPoints(size_t n, const MakeXY& makeXY, Random& r) {
     std::iota(vOrder.begin(), vOrder.end(), 0.0);
     std::shuffle(vOrder.begin(), vOrder.end(), r);
     return makePoints(n, [&](double i) { return makeXY(vOrder[static_cast<size_t>(i)]); });
+}
+
+/// Random points of a box, with random heights.
+inline PointVector makeScattered(size_t n, double minX, double minY, double maxX, double maxY, Random& r,
+                                 double maxHeight = 0) {
+    PointVector vPoints;
+    for (size_t i = 0; i < n; ++i) {
+        const double x = uniform(r, minX, maxX), y = uniform(r, minY, maxY);
+        vPoints.emplace_back(x, y, uniform(r, 0, maxHeight));
+    }
+    return vPoints;
 }
 
 /// The integer points (0 .. side-1)^2, spread by a spacing and moved to an origin, in random order.
@@ -138,9 +153,5 @@ inline const Generator generators[] = {
     {"Subnormals",
      [](double, Random& r) { return XY(integer(r, -50, 50) * 0x1p-1074, integer(r, -50, 50) * 0x1p-1074); }},
     {"Underflow", [](double, Random& r) { return XY(uniform(r, -1, 1) * 0x1p-520, uniform(r, -1, 1) * 0x1p-530); }},
-    {"Overflow",
-     [](double, Random& r) {
-         constexpr double limit = std::numeric_limits<double>::max();
-         return XY(integer(r, -3, 3) / 3.0 * limit, uniform(r, -1, 1) * limit);
-     }},
+    {"Overflow", [](double, Random& r) { return XY(integer(r, -3, 3) / 3.0 * MAX, uniform(r, -1, 1) * MAX); }},
 };

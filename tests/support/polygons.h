@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <fstream>
-#include <string>
+#include <map>
 #include <vector>
 
 #include "support/generators.h"
@@ -17,13 +15,34 @@
 
 using SegmentVector = std::vector<LUMO_TARO25D::Segment2>;
 
+inline LUMO_TARO25D::Segment2 makeSegment(double x0, double y0, double x1, double y1, double z0 = 0, double z1 = 0) {
+    return LUMO_TARO25D::Segment2(LUMO_TARO25D::Point2(x0, y0, z0), LUMO_TARO25D::Point2(x1, y1, z1));
+}
+
+/// A segment for each pair of points that follow each other.
+inline SegmentVector makeChain(const PointVector& vPoints) {
+    SegmentVector vSegments;
+    for (size_t i = 1; i < vPoints.size(); ++i) vSegments.emplace_back(vPoints[i - 1], vPoints[i]);
+    return vSegments;
+}
+
 /// The sides of the polygon with these corners.
 inline SegmentVector makeSides(const PointVector& vCorners) {
-    SegmentVector vSides;
-    for (size_t i = 0; i < vCorners.size(); ++i) {
-        vSides.emplace_back(vCorners[i], vCorners[(i + 1) % vCorners.size()]);
-    }
+    SegmentVector vSides = makeChain(vCorners);
+    vSides.emplace_back(vCorners.back(), vCorners.front());
     return vSides;
+}
+
+template <class T>
+std::vector<T> joined(std::vector<T> v, const std::vector<T>& w) {
+    v.insert(v.end(), w.begin(), w.end());
+    return v;
+}
+
+template <class T>
+std::vector<T> reversed(std::vector<T> v) {
+    std::reverse(v.begin(), v.end());
+    return v;
 }
 
 inline PointVector makeRectangle(double minX, double minY, double maxX, double maxY) {
@@ -41,7 +60,47 @@ inline PointVector makeStar(size_t n, double x, double y, double radius, Random&
     return vCorners;
 }
 
-/// Twice the signed area, rounded.
+/// The rings that segments make which lead from corner to corner.
+inline std::vector<PointVector> ringsOf(const SegmentVector& vSegments) {
+    std::map<LUMO_TARO25D::Point2, LUMO_TARO25D::Point2> mNext;
+    for (const auto& segment : vSegments) mNext.emplace(segment.getSrc(), segment.getTrg());
+    std::vector<PointVector> vRings;
+    while (!mNext.empty()) {
+        PointVector& vRing = vRings.emplace_back();
+        for (auto it = mNext.begin(); it != mNext.end();) {
+            const auto [corner, next] = *it;
+            vRing.push_back(corner);
+            mNext.erase(it);
+            it = mNext.find(next);
+        }
+    }
+    return vRings;
+}
+
+/// The part of a convex polygon on which a function that is linear on it is not negative (Sutherland, Hodgman 1974).
+template <class FunctionT>
+PointVector clip(const PointVector& vPolygon, const FunctionT& f) {
+    PointVector vPart;
+    for (size_t i = 0; i < vPolygon.size(); ++i) {
+        const auto &a = vPolygon[i], &b = vPolygon[(i + 1) % vPolygon.size()];
+        const double fa = f(a), fb = f(b);
+        if (fa >= 0) vPart.push_back(a);
+        if ((fa > 0 && fb < 0) || (fa < 0 && fb > 0)) {
+            const double t = fa / (fa - fb);
+            vPart.emplace_back(a.x() + t * (b.x() - a.x()), a.y() + t * (b.y() - a.y()), 0);
+        }
+    }
+    return vPart;
+}
+
+/// The part on the left of the line from a to b.
+inline PointVector clip(const PointVector& vPolygon, const LUMO_TARO25D::Point2& a, const LUMO_TARO25D::Point2& b) {
+    return clip(vPolygon, [&](const LUMO_TARO25D::Point2& p) {
+        return (b.x() - a.x()) * (p.y() - a.y()) - (b.y() - a.y()) * (p.x() - a.x());
+    });
+}
+
+/// The signed area.
 inline double getArea(const PointVector& vCorners) {
     double sum = 0;
     for (size_t i = 0; i < vCorners.size(); ++i) {
@@ -73,17 +132,4 @@ inline bool isInside(const SegmentVector& vSides, const LUMO_TARO25D::Triangle2&
         if (sgn(det) == (bUp ? 1 : -1)) bInside = !bInside;
     }
     return bInside;
-}
-
-/// Segments from a file of the shared data: their number as uint64, then four doubles each. Empty where it is absent.
-inline SegmentVector readSegments(const std::string& filename) {
-    std::ifstream file(std::string(TARO25D_SHARED_DATA_DIR) + "/segments/" + filename, std::ios::binary);
-    std::uint64_t n = 0;
-    file.read(reinterpret_cast<char*>(&n), sizeof(n));
-    SegmentVector vSegments;
-    double a[4];
-    for (; file && vSegments.size() < n && file.read(reinterpret_cast<char*>(a), sizeof(a));) {
-        vSegments.emplace_back(LUMO_TARO25D::Point2(a[0], a[1], 0), LUMO_TARO25D::Point2(a[2], a[3], 0));
-    }
-    return vSegments;
 }
