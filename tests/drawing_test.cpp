@@ -12,7 +12,9 @@
 
 #include "support/capture.h"
 #include "support/files.h"
+#include "support/polygons.h"
 #include "taro25d/Circle2.h"
+#include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Label.h"
@@ -20,6 +22,7 @@
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Triangle2.h"
 #include "taro25d/Visualizer2.h"
+#include "taro25d/Zone2.h"
 
 using namespace LUMO_TARO25D;
 
@@ -113,7 +116,7 @@ TEST(Visualizer2, WritesTheExactTextOfASmallScene) {
     pVis->addObject(std::vector<Point2*>{&p0, nullptr}, Color(CRED));
     pVis->addObject(p0, Color(CORANGE, 2));
     pVis->addObject(Segment2(p1, p2), Color());
-    pVis->addObject(Edge2(&triangle, 1), Color());
+    pVis->addObject(std::vector<Edge2>{Edge2(&triangle, 1)}, Color());
     pVis->addObject(triangle, Color(CRED, 0.1, true));
     pVis->addObject(std::vector<Triangle2*>{&triangle, nullptr}, Color(CRED, 0.1, true));
     pVis->addObject(std::vector<Triangle2>{triangle, Triangle2()}, Color(CRED));
@@ -334,4 +337,27 @@ TEST(Triangulation, IsDrawnWithTheAlivePiecesOfItsConstraintsOnTop) {
     for (const char* corner : {"50\t200\t", "530\t200\t", "530\t680\t", "50\t680\t"}) {
         EXPECT_EQ(countOf(corner, pieces), 1u);
     }
+}
+
+TEST(Zone, IsDrawnWithTheConstraintsAroundIt) {
+    Taro_2D mesh;
+    mesh.insert(makeRectangle(0, 0, 8, 8));
+    ConstraintGraph2* pGraph = mesh.createConstraint(makeSides(makeRectangle(0, 0, 4, 8)), CIS_CONSTRAINED_DELAUNAY);
+    const Zone2* pZone = mesh.createZone(pGraph, ZL_INSIDE);
+    const size_t numTriangles = pZone->getNumberOfTriangles();
+    EXPECT_DOUBLE_EQ(pZone->getArea25D(), 32);
+    for (const bool bMesh : {true, false}) {
+        for (const bool bConstraints : {true, false}) {
+            printedBy([&] { pZone->show("zone.ps", bMesh, bConstraints); });
+            const std::string text = readFile("zone.ps");
+            EXPECT_EQ(countOf("closepath", text), (bMesh ? mesh.numberOfTriangles() : 0) + numTriangles);
+            EXPECT_EQ(countOf("  fill", text), numTriangles);
+            const size_t red = text.find("\n1\t0\t0\tsetrgbcolor\n0.5\tsetlinewidth\n");
+            EXPECT_EQ(red != std::string::npos ? countOf("lineto", text.substr(red)) : 0, bConstraints ? 4u : 0u);
+        }
+    }
+    pZone->show(nullptr, true, true);
+    const std::string drawing = drawn([&](Visualizer2& vis) { pGraph->show(&vis, Color(CGREEN)); });
+    EXPECT_EQ(countOf("lineto", drawing.substr(drawing.find("0\t1\t0\tsetrgbcolor"))), 4u);
+    EXPECT_EQ(printedBy([&] { pGraph->show(static_cast<Visualizer2*>(nullptr), Color()); }), "");
 }

@@ -11,6 +11,7 @@
 #include "support/generators.h"
 #include "support/recorder.h"
 #include "taro25d/Taro_2D.h"
+#include "taro25d/freeFunctions.h"
 
 using namespace LUMO_TARO25D;
 
@@ -28,6 +29,7 @@ TEST(Facade, SetsAndReturnsTheNumberOfThreads) {
         EXPECT_EQ(mesh.getImpl()->getNumCPU(), expected);
     }
     EXPECT_EQ(mesh.enableMultithreading(), numHardware);
+    EXPECT_EQ(std::max(1, getNumCPU()), numHardware);
 }
 
 TEST(Facade, WarningsReachTheListenersOfThisTriangulationOnce) {
@@ -121,6 +123,7 @@ TEST(Facade, NamesAndStartsAnew) {
     mesh.setDev("", 0, 0.0);
     mesh.insert({Point2(0, 0, 0), Point2(1, 0, 0), Point2(0, 1, 0)});
     EXPECT_TRUE(mesh.is2D());
+    EXPECT_EQ(mesh.getOrientation(Point2(0, 0, 0), Point2(1, 0, 0), Point2(5, -1, 0)), ORIENTATION2_CW);
     mesh.initTaro(10);
     EXPECT_EQ(mesh.numberOfPoints(), 0u);
     EXPECT_FALSE(mesh.is2D());

@@ -329,6 +329,16 @@ TEST(Meshing, EndsWhereNumbersResolveMoreThanTheZoneNeeds) {
         makeScene({{{0, 0, 0}, {10 * tiny, 0, 0}, {10 * tiny, 3 * tiny, 0}, {5 * tiny, 0.01 * tiny, 0}}});
     dust.pMesh->refine(dust.pZone, 30, 1e-4 * tiny, 1e300, true);
     EXPECT_LT(dust.pMesh->numberOfPoints(), 1000u);
+    // There is no number between the ends of a border, on the side of the zone.
+    const auto at = [](int x, int y) { return Point2(0x1p22 + x * 0x1p-30, 0x1p22 + y * 0x1p-30, 0); };
+    const Scene grain = makeScene({{at(0, 0), at(377, 233), at(233, 144)}});
+    const StdoutCapture capture;
+    grain.pMesh->refine(grain.pZone, 20, 0, 0x1p-31, true);
+    EXPECT_TRUE(contains(capture, "no appropriate splitPoint"));
+    EXPECT_EQ(grain.pMesh->numberOfPoints(), 3u);
+    EXPECT_TRUE(grain.pMesh->checkZoneQuality(grain.pZone, 20, "grain", AcceptExperimentalFeature()));
+    EXPECT_TRUE(
+        contains(capture, "longest edge: missed by 1\n    1 centre behind a segment that the numbers cannot split"));
 }
 
 TEST(Meshing, RefusesWhatItCannotDo) {

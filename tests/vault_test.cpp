@@ -9,6 +9,7 @@
 #include <list>
 #include <numeric>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -270,6 +271,8 @@ TEST(VertexVault, DropsRemovedItemsWhenTheyAreManyOrEverythingIsCollinear) {
         EXPECT_EQ(lone.vault.getIdxOfActiveVtx(vVertices[0]), VertexVault::NOT_FOUND);
         if (c.bFullDimensional) lone.vault.sortIV(VertexVault::SM_IF_DUE);
         EXPECT_EQ(lone.vault.getSize(), c.numLeft);
+        EXPECT_TRUE(contains(printedBy([&] { lone.vault.showData("left"); }),
+                             "VertexVault left: " + std::to_string(c.numLeft) + " items, "));
         EXPECT_EQ(lone.vault.computeNumberOfPoints(), c.num - c.numRemoved);
         Point2* pAgain = lone.add(position.x(), position.y());
         for (int i = 0; i < 2; ++i) {  // behind the sorted items, and among them
@@ -287,6 +290,9 @@ TEST(VertexVault, RegistersADuplicateOnce) {
     EXPECT_TRUE(lone.vault.dupIsClean());
     lone.vault.registerDup(pDuplicate, pFirst);
     EXPECT_FALSE(lone.vault.dupIsClean());
+    std::ostringstream pair;
+    pair << *pDuplicate << " -> " << *pFirst << "\n";
+    EXPECT_EQ(printedBy([&] { lone.vault.debugDups(); }), pair.str());
     const StdoutCapture capture;
     EXPECT_THROW(lone.vault.registerDup(pDuplicate, pFirst), TaroException);
     EXPECT_TRUE(contains(capture, "Condition [ bInserted failed ]"));

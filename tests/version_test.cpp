@@ -11,4 +11,9 @@ TEST(Version, NumbersAndTextAreThoseOfTheBuild) {
     EXPECT_EQ(getTaro2DVersion(), std::to_string(getMajorVersionNumber()) + "." +
                                       std::to_string(getMinorVersionNumber()) + "." +
                                       std::to_string(getRevisionNumber()));
+#ifdef NDEBUG
+    EXPECT_TRUE(isRelease());
+#else
+    EXPECT_FALSE(isRelease());
+#endif
 }
