@@ -81,7 +81,7 @@ std::string warningOf(const std::string& text) {
 /// make, by joining triangles across common edges again and again.
 class Oracle {
   public:
-    Oracle(const std::vector<Triangle2*>& vTriangles, double height) {
+    Oracle(const TriangleVector& vTriangles, double height) {
         for (const Triangle2* pT : vTriangles)
             if (pieceOf(*pT, height) > 0) vCut_.push_back(pT);
         std::vector<size_t> vLabel(vCut_.size());
@@ -361,12 +361,12 @@ TEST(IsoContours, NeitherAddressesNorOrderNorSharingOfCornersMatter) {
     Taro_2D mesh;
     insertGrid(
         15, [&](double x, double y) { return std::sin(x) * y + uniform(random, 0, 1); }, mesh);
-    std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
+    TriangleVector vTriangles = trianglesOf(mesh);
     const IsoContours iso(vTriangles);
     std::shuffle(vTriangles.begin(), vTriangles.end(), random);
     std::deque<Point2> vCorners;
     std::deque<Triangle2> vLoose;
-    std::vector<Triangle2*> vpLoose;
+    TriangleVector vpLoose;
     for (const Triangle2* pT : vTriangles) {
         for (int i = 0; i < 3; ++i) {
             const Point2& corner = *pT->getCorner(i);
@@ -387,7 +387,7 @@ TEST(IsoContours, OneLongLineInAStripOfManyTriangles) {
     std::vector<Point2> vPoints;
     for (size_t i = 0; i < n + 2; ++i) vPoints.emplace_back(double(i), double(i % 2), double(i % 2));
     std::vector<Triangle2> vTriangles;
-    std::vector<Triangle2*> vpTriangles;
+    TriangleVector vpTriangles;
     for (size_t i = 0; i < n; ++i) vTriangles.emplace_back(&vPoints[i], &vPoints[i + 1], &vPoints[i + 2]);
     for (Triangle2& triangle : vTriangles) vpTriangles.push_back(&triangle);
     const Polylines vvContours = contours(IsoContours(vpTriangles), 0.5);
@@ -447,9 +447,16 @@ TEST(IsoContours, ProfilesFollowTheSurface) {
         }
         EXPECT_NEAR(length, c.length, 1e-9);
     }
-    // The points' surface has contours, too; one made from triangles looks along the x axis, and may have gaps.
+}
+
+TEST(IsoContours, ProfilesAndContoursOfPointsAndOfLooseTriangles) {
+    Random random(7);
+    const PointVector vPoints = makeScattered(100, -5, -5, 5, 5, random, 3);
+    Taro_2D mesh;
+    mesh.insert(vPoints);
     const IsoContours iso(vPoints, Vector2(0, 1, 0)), sameSurface(trianglesOf(mesh));
     EXPECT_EQ(toText(contours(iso, 1.55)), toText(contours(sameSurface, 1.55)));
+    // One made from triangles looks along the x axis, and may have gaps.
     Point2 a(0, 0, 0), b(1, 0, 1), c(0, 1, 2), d(2, 0, 5), e(3, 0, 5), f(2, 1, 5);
     Triangle2 left(&a, &b, &c), right(&d, &e, &f);
     Polyline vProfile;

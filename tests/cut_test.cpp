@@ -83,7 +83,7 @@ bool isCovered(const Surface& surface, const Segment2& segment) {
     Point2* pVtx = const_cast<Taro_2D&>(surface.mesh).insert(segment.getSrc());
     const Point2& trg = segment.getTrg();
     for (int numSteps = 0; *pVtx != trg && numSteps < 100000; ++numSteps) {
-        std::vector<Point2*> vNeighbours;
+        VertexVector vNeighbours;
         surface.mesh.getIncidentVertices(pVtx, vNeighbours);
         const auto distance = [&](const Point2* p) { return std::hypot(p->x() - trg.x(), p->y() - trg.y()); };
         const auto next = std::find_if(vNeighbours.begin(), vNeighbours.end(), [&](Point2* p) {
@@ -165,8 +165,7 @@ TEST(Cut, EndsAtTheHull) {
         for (int i = 0; i < 20; ++i) {
             vSegments.emplace_back(surface.randomPlace(3), i % 2 ? surface.randomPlace(3) : surface.randomVertex());
         }
-        std::vector<Point2*> vHull;
-        surface.mesh.getConvexHull(true, vHull);
+        const VertexVector vHull = hullOf(surface.mesh, true);
         const auto beyond = [](const Point2& a, const Point2& b) {
             return Point2(2 * b.x() - a.x(), 2 * b.y() - a.y(), 0);
         };
@@ -176,8 +175,7 @@ TEST(Cut, EndsAtTheHull) {
         EXPECT_GT(surface.mesh.numberOfPoints(), numPoints + 20);
         EXPECT_TRUE(surface.isSound());
         EXPECT_TRUE(surface.isUnchanged());
-        std::vector<Point2*> vHullNow;
-        surface.mesh.getConvexHull(false, vHullNow);
+        const VertexVector vHullNow = hullOf(surface.mesh, false);
         for (const Point2* pVtx : vHullNow) EXPECT_TRUE(surface.box.isInBox(*pVtx));
     }
 }
@@ -236,8 +234,7 @@ TEST(CookieCutter, TakesWhatIsInside) {
         const Point2 center = surface.randomPlace(0.5);
         const double radius = (surface.box.getMaxX() - surface.box.getMinX()) * uniform(r, 0.05, 1);
         PointVector vCorners = makeStar(5 + seed % 20, center.x(), center.y(), radius, r);
-        std::vector<Point2*> vHull;
-        surface.mesh.getConvexHull(false, vHull);
+        const VertexVector vHull = hullOf(surface.mesh, false);
         PointVector vExpected = vCorners;
         for (size_t i = 0; i < vHull.size(); ++i)
             vExpected = clip(vExpected, *vHull[i], *vHull[(i + 1) % vHull.size()]);

@@ -107,7 +107,7 @@ TEST(File, BringsBackVerticesAndAliveConstraints) {
         EXPECT_TRUE(Kept(copy) == kept) << numPoints;
         EXPECT_EQ(copy.numberOfTriangles(), mesh.numberOfTriangles());
         EXPECT_TRUE(copy.checkValidity(true, "copy"));
-        std::vector<ConstraintSegment2*> vCSegs;
+        CSegVector vCSegs;
         copy.getAliveAndDeadConstraintSegments(vCSegs);
         EXPECT_EQ(vCSegs.size(), kept.sSegments.size()) << "pieces become segments of their own";
 

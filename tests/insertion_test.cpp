@@ -134,10 +134,10 @@ PointVector readCorpusFile(const std::filesystem::path& path) {
 class EveryGenerator : public testing::TestWithParam<Generator> {};
 
 TEST_P(EveryGenerator, GivesADelaunayTriangulation) {
-    for (int seed = 0; seed < 17 && !HasFatalFailure(); ++seed) {
+    for (size_t seed = 0; seed < 3 + scaled(14) && !HasFatalFailure(); ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
-        checkAllWays(GetParam().make(seed == 16 ? 300 : seed % 2 ? 7 : 40, random));
+        checkAllWays(GetParam().make(seed == 0 ? 300 : seed % 2 ? 7 : 40, random));
     }
 }
 

@@ -161,7 +161,7 @@ TEST(Meshing, MeshesRealPolygonsAndRealGround) {
         Taro_2D mesh;
         ConstraintGraph2* pGraph = mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY, true);
         mesh.applyConstraintsAndZones();
-        std::vector<Triangle2*> vTriangles, vInside;
+        TriangleVector vTriangles, vInside;
         mesh.getTrianglePointers(vTriangles);
         for (Triangle2* pT : vTriangles) {
             if (isInside(vSegments, *pT)) vInside.push_back(pT);
@@ -239,7 +239,7 @@ TEST(Meshing, SplitsOnlyWhatIsNeitherLockedNorShort) {
     params.minEdgeLength = 4;
     scene.pMesh->refineAdvanced(&params);
     EXPECT_TRUE(isWellMeshed(*scene.pMesh, params));
-    std::vector<ConstraintSegment2*> vPieces;
+    CSegVector vPieces;
     vSides[0]->getChildrenRec(vPieces);
     EXPECT_EQ(vPieces.size(), 2u);
     vPieces.clear();
@@ -329,16 +329,20 @@ TEST(Meshing, EndsWhereNumbersResolveMoreThanTheZoneNeeds) {
         makeScene({{{0, 0, 0}, {10 * tiny, 0, 0}, {10 * tiny, 3 * tiny, 0}, {5 * tiny, 0.01 * tiny, 0}}});
     dust.pMesh->refine(dust.pZone, 30, 1e-4 * tiny, 1e300, true);
     EXPECT_LT(dust.pMesh->numberOfPoints(), 1000u);
-    // There is no number between the ends of a border, on the side of the zone.
+    // A triangle of few units in the last place, and one with a border that has no number between its ends on this side.
     const auto at = [](int x, int y) { return Point2(0x1p22 + x * 0x1p-30, 0x1p22 + y * 0x1p-30, 0); };
-    const Scene grain = makeScene({{at(0, 0), at(377, 233), at(233, 144)}});
-    const StdoutCapture capture;
-    grain.pMesh->refine(grain.pZone, 20, 0, 0x1p-31, true);
-    EXPECT_TRUE(contains(capture, "no appropriate splitPoint"));
-    EXPECT_EQ(grain.pMesh->numberOfPoints(), 3u);
-    EXPECT_TRUE(grain.pMesh->checkZoneQuality(grain.pZone, 20, "grain", AcceptExperimentalFeature()));
-    EXPECT_TRUE(
-        contains(capture, "longest edge: missed by 1\n    1 centre behind a segment that the numbers cannot split"));
+    const std::pair<PointVector, const char*> aGrains[] = {
+        {{at(0, 0), at(9, 1), at(2, 8)}, "too small for the numbers"},
+        {{at(0, 0), at(377, 233), at(233, 144)}, "centre behind a segment that the numbers cannot split"}};
+    for (const auto& [vCorners, excuse] : aGrains) {
+        const Scene grain = makeScene({vCorners});
+        const StdoutCapture capture;
+        grain.pMesh->refine(grain.pZone, 20, 0, 0x1p-31, true);
+        EXPECT_EQ(grain.pMesh->numberOfPoints(), 3u);
+        EXPECT_TRUE(grain.pMesh->checkZoneQuality(grain.pZone, 20, "grain", AcceptExperimentalFeature()));
+        EXPECT_TRUE(contains(capture, std::string("longest edge: missed by 1\n    1 ") + excuse));
+        EXPECT_EQ(countOf("no appropriate splitPoint", capture.text()), vCorners[1] == at(377, 233) ? 1u : 0u);
+    }
 }
 
 TEST(Meshing, RefusesWhatItCannotDo) {
@@ -496,7 +500,7 @@ TEST(Meshing, KeepsEarlierVerticesIfAsked) {
         params.bAllowConstraintSplitting = false;
         params.maxTriangleArea = 2;
         scene.pMesh->refineAdvanced(&params);
-        std::vector<Point2*> vBefore, vAfter;
+        VertexVector vBefore, vAfter;
         scene.pMesh->getVertexPointers(vBefore);
         std::set<XY> sAfter;
         params.bAllowConstraintSplitting = true;
@@ -517,7 +521,7 @@ TEST(Meshing, ForgetsVerticesThatAreRemoved) {
     Random r(11);
     Dt2 dt(3);
     InnerVtxMgr& manager = *dt.getInnerVtxManager();
-    std::vector<Point2*> vKnown;
+    VertexVector vKnown;
     Point2* pCenter = dt.insert(Point2(0, 0, 0));
     for (int i = 0; i < 400; ++i) {
         Point2* pVtx = dt.insert(Point2(uniform(r, -10, 10), uniform(r, -10, 10), 0));

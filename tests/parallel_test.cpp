@@ -43,7 +43,7 @@ void expectSameAsOneThread(const PointVector& vPoints, int numThreads, size_t nu
     const PointVector vBefore(vPoints.begin(), vPoints.begin() + static_cast<std::ptrdiff_t>(numBefore));
     Taro_2D one, many;
     many.setNumCPU(numThreads);
-    std::vector<Point2*> vHandlesOne, vHandlesMany;
+    VertexVector vHandlesOne, vHandlesMany;
     one.insert(vBefore);
     many.insert(vBefore);
     one.insert(vPoints, vHandlesOne);
@@ -93,7 +93,7 @@ TEST(Parallel, LeavesNoTraceOfTheBox) {
     Taro_2D mesh;
     mesh.setNumCPU(4);
     mesh.insert(vPoints);
-    std::vector<Point2*> vHull, vVertices;
+    VertexVector vHull, vVertices;
     mesh.getConvexHull(true, vHull);
     mesh.getVertexPointers(vVertices);
     EXPECT_EQ(vVertices.size(), vPoints.size());
@@ -112,7 +112,7 @@ TEST(Parallel, AStartAtARemovedVertexIsSafe) {
     // The record of the vertex inserted last serves a corner of the box, which is gone again afterwards.
     Taro_2D mesh;
     mesh.setNumCPU(2);
-    std::vector<Point2*> vVertices;
+    VertexVector vVertices;
     mesh.insert(makeUniform(3000, 11), vVertices);
     Point2* pLast = mesh.insert(Point2(0.5, 0.25, 0.0));
     mesh.remove(pLast);  // first, because records are reused last in, first out: the batch takes the other ones
@@ -209,7 +209,7 @@ TEST(Parallel, AListenerThatThrowsLeavesWhatIsInserted) {
                     if (listener.vValues.back() >= limit) throw std::range_error("enough");
                 };
                 mesh.subscribe(MT_PROGRESS, &listener);
-                std::vector<Point2*> vHandles;
+                VertexVector vHandles;
                 EXPECT_THROW(mesh.insert(vPoints, vHandles), std::range_error);
                 const auto isSet = [](const Point2* pVtx) { return pVtx != nullptr; };
                 const auto numInserted = std::count_if(vHandles.begin(), vHandles.end(), isSet);
@@ -244,7 +244,7 @@ TEST(Parallel, AFailureInsideAChunkLeavesAMesh) {
         }
     };
     engine.getProgress().subscribe(MT_PROGRESS, &listener);
-    std::vector<Point2*> vHandles;
+    VertexVector vHandles;
     {
         StdoutCapture capture;
         EXPECT_THROW(engine.insertVector(vPoints, vHandles), TaroException);

@@ -14,6 +14,7 @@
 #include "GeomTest.h"
 #include "support/capture.h"
 #include "support/exact.h"
+#include "support/generators.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/freeFunctions.h"
 
@@ -230,10 +231,10 @@ void checkInCircleStages(Points points, std::map<std::string, int>& mAnswers) {
 }
 
 /// Half of the groups are scaled. Stops at the first group that fails.
-void forManyPoints(unsigned seed, int numEachKind, const std::function<void(const Points&)>& check) {
+void forManyPoints(unsigned seed, size_t numEachKind, const std::function<void(const Points&)>& check) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     PointSource source(seed);
-    for (int i = 0; i < numEachKind * PointSource::numKinds; ++i) {
+    for (int i = 0; i < static_cast<int>(numEachKind) * PointSource::numKinds; ++i) {
         const int kind = i % PointSource::numKinds;
         const Points points = source.integer(0, 1) ? source.get(kind) : source.getScaled(kind);
         check(points);
@@ -245,13 +246,13 @@ void forManyPoints(unsigned seed, int numEachKind, const std::function<void(cons
 
 TEST(Predicates, EveryOrientationStageGivesTheExactSign) {
     std::map<std::string, int> mAnswers;
-    forManyPoints(1, 3000, [&](const Points& points) { checkOrientationStages(points, mAnswers); });
+    forManyPoints(1, scaled(3000), [&](const Points& points) { checkOrientationStages(points, mAnswers); });
     expectAllUsed(mAnswers, {"products", "expansion", "interval", "rational"});
 }
 
 TEST(Predicates, EveryInCircleStageGivesTheExactSign) {
     std::map<std::string, int> mAnswers;
-    forManyPoints(2, 3000, [&](const Points& points) { checkInCircleStages(points, mAnswers); });
+    forManyPoints(2, scaled(3000), [&](const Points& points) { checkInCircleStages(points, mAnswers); });
     expectAllUsed(mAnswers, {"filter", "integer", "double-double", "expansion", "rational"});
 }
 

@@ -64,7 +64,7 @@ bool isIn(const Triangle2& t, const Point2& p) {
 }
 
 /// Andrew's monotone chain: counterclockwise from the leftmost point, with or without collinear points.
-PointVector monotoneChain(const std::vector<Point2*>& vVertices, bool bAllVertices) {
+PointVector monotoneChain(const VertexVector& vVertices, bool bAllVertices) {
     PointVector vSorted, vHull;
     for (const Point2* p : vVertices) vSorted.push_back(*p);
     std::sort(vSorted.begin(), vSorted.end());
@@ -85,8 +85,7 @@ PointVector monotoneChain(const std::vector<Point2*>& vVertices, bool bAllVertic
 }
 
 PointVector getHull(const Taro_2D& mesh, bool bAllVertices) {
-    std::vector<Point2*> vHull;
-    mesh.getConvexHull(bAllVertices, vHull);
+    const VertexVector vHull = hullOf(mesh, bAllVertices);
     PointVector vResult;
     for (const Point2* p : vHull) vResult.push_back(*p);
     std::rotate(vResult.begin(), std::min_element(vResult.begin(), vResult.end()), vResult.end());
@@ -101,7 +100,7 @@ struct Square {
         }
     }
     Taro_2D mesh;
-    std::vector<Point2*> vCorners;
+    VertexVector vCorners;
 };
 
 void expectPrinted(const StdoutCapture& capture, std::initializer_list<const char*> texts) {
@@ -112,9 +111,9 @@ void expectPrinted(const StdoutCapture& capture, std::initializer_list<const cha
 
 TEST(Locate, FindsExactlyTheTrianglesThatContainAPoint) {
     forEachMesh([](Taro_2D& mesh, Random& random) {
-        const std::vector<Triangle2*> vTriangles = trianglesOf(mesh);
+        const TriangleVector vTriangles = trianglesOf(mesh);
         PointVector vQueries;
-        const std::vector<Point2*> vVertices = verticesOf(mesh);
+        const VertexVector vVertices = verticesOf(mesh);
         for (const Point2* p : vVertices) vQueries.push_back(*p);
         for (size_t i = 0; i < 12; ++i) {
             const Point2 a = vQueries[random() % vQueries.size()], b = vQueries[random() % vQueries.size()];
@@ -271,7 +270,7 @@ TEST(Neighbourhood, AgreesWithTheListOfTriangles) {
             for (int i = 0; i < 3; ++i) mEdges[pT->getCorner(i)][pT->getCorner(incIndexBy1(i))] = pT;
         }
         for (Point2* p : verticesOf(mesh)) {
-            std::vector<Triangle2*> vExpected;
+            TriangleVector vExpected;
             std::set<Point2*> sNeighbours;
             for (Point2* q : verticesOf(mesh)) {
                 if (p == q) continue;
@@ -281,12 +280,11 @@ TEST(Neighbourhood, AgreesWithTheListOfTriangles) {
                 if (pLeft) vExpected.push_back(pLeft);
                 if (pLeft || pRight) sNeighbours.insert(q);
             }
-            std::vector<Point2*> vNeighbours;
+            VertexVector vNeighbours;
             mesh.getIncidentVertices(p, vNeighbours);
-            ASSERT_EQ(sorted(vNeighbours), std::vector<Point2*>(sNeighbours.begin(), sNeighbours.end()));
+            ASSERT_EQ(sorted(vNeighbours), VertexVector(sNeighbours.begin(), sNeighbours.end()));
 
-            std::vector<Triangle2*> vAround;
-            mesh.getIncidentTriangles(p, vAround);
+            const TriangleVector vAround = trianglesAround(mesh, p);
             ASSERT_EQ(vAround.front(), p->getIncidentTriangle());
             ASSERT_EQ(sorted(vAround), sorted(vExpected));
             int numGaps = 0;  // one at the hull, where the order wraps around
@@ -312,8 +310,8 @@ TEST(Neighbourhood, WrongVerticesAreRefused) {
     Square square;
     Point2 stranger(0.5, 0.5, 0.0);
     Point2* pVtx = square.vCorners[0];
-    std::vector<Triangle2*> vTriangles;
-    std::vector<Point2*> vNeighbours;
+    TriangleVector vTriangles;
+    VertexVector vNeighbours;
     for (Point2* pWrong : {&stranger, static_cast<Point2*>(nullptr)}) {
         EXPECT_THROW(square.mesh.getIncidentTriangles(pWrong, vTriangles), TaroException);
         EXPECT_THROW(square.mesh.getIncidentVertices(pWrong, vNeighbours), TaroException);
@@ -346,8 +344,8 @@ TEST(Queries, BeforeTheFirstTriangleAnswerNothing) {
     Point2* pVtx = mesh.getImpl()->getVertexPointer(Point2(1.0, 2.0, 0.0));
     ASSERT_NE(pVtx, nullptr);
     double height = 0.0;
-    std::vector<Triangle2*> vTriangles;
-    std::vector<Point2*> vPoints;
+    TriangleVector vTriangles;
+    VertexVector vPoints;
     EXPECT_EQ(mesh.locate(*pVtx), nullptr);
     EXPECT_FALSE(mesh.getHeight(1.0, 2.0, height, nullptr, 9.0));
     EXPECT_FALSE(mesh.getImpl()->isEdge(pVtx, pVtx));
@@ -369,7 +367,7 @@ TEST(Queries, DoNotSeeRecycledTriangles) {
     Square square;
     Dt2& engine = *square.mesh.getImpl();
     const size_t numTriangles = square.mesh.numberOfTriangles();
-    std::vector<Triangle2*> vFresh;
+    TriangleVector vFresh;
     engine.getFreshTriangles(2, vFresh);
     engine.storeRecycledT(vFresh);
     EXPECT_EQ(square.mesh.numberOfTriangles(), numTriangles);
@@ -441,7 +439,7 @@ TEST(Validity, FindsEachKindOfDamage) {
 TEST(Queries, TheCheckCountsConstraintSegmentsAndDrawsMissingOnes) {
     // A side of the square is an edge from the start; its diagonal passes a vertex and waits.
     Taro_2D mesh;
-    std::vector<Point2*> vHandles;
+    VertexVector vHandles;
     mesh.insert({{0, 0, 0}, {8, 0, 0}, {8, 8, 0}, {0, 8, 0}, {4, 4, 0}}, vHandles);
     mesh.getImpl()->getConstraintManager()->createConstraint({{vHandles[0], vHandles[1]}, {vHandles[0], vHandles[2]}},
                                                              CIS_CONSTRAINED_DELAUNAY, false);

@@ -187,7 +187,7 @@ TEST(Removal, OfAWholeRegionLeavesSearchesFast) {
 class EveryPointSet : public testing::TestWithParam<Generator> {};
 
 TEST_P(EveryPointSet, CanBeTakenDownToNothingAndBuiltUpAgain) {
-    for (int seed = 0; seed < 6; ++seed) {
+    for (size_t seed = 0; seed < 1 + scaled(5); ++seed) {
         SCOPED_TRACE(testing::Message() << GetParam().name << ", seed " << seed);
         Random random(seed);
         PointVector vLeft = GetParam().make(50, random);

@@ -143,7 +143,7 @@ TEST(SegmentChecker, AgreesWithAllPairsInRationalNumbers) {
         const unsigned long seed = 34;
         SCOPED_TRACE(std::string(generator.name) + ", seed " + std::to_string(seed));
         Random random(seed);
-        PointVector vPoints = generator.make(48, random);
+        const PointVector vPoints = generator.make(12 + scaled(36), random);
         SegmentVector vSegments;
         for (size_t i = 0; i + 1 < vPoints.size(); ++i) {  // a chain, with chords that share its vertices
             vSegments.emplace_back(vPoints[i], vPoints[i + 1]);

@@ -49,8 +49,8 @@ struct LoneVault {
         vault.addItem(engine.getHilbertCurve().iReset(x, y), pVtx);
         return pVtx;
     }
-    std::vector<Point2*> addMany(size_t n) {
-        std::vector<Point2*> vVertices;
+    VertexVector addMany(size_t n) {
+        VertexVector vVertices;
         for (size_t i = 0; i < n; ++i) vVertices.push_back(add(uniform(random, 0, 100), uniform(random, 0, 100)));
         return vVertices;
     }
@@ -140,7 +140,7 @@ TEST(HC2, KeysFollowTheTables) {
 }
 
 TEST(HC2, GivesTheNearestCellWhereThePointOrTheBoxIsExtreme) {
-    constexpr double limit = std::numeric_limits<double>::max();
+    constexpr double limit = MAX;
     const HC2 unit(0, 0, 1, 1, 30), line(5, 0, 5, 1, 30), point(1e300, 7, 1e300, 7, 30),
         all(-limit, -limit, limit, limit, 30), subnormal(0, 0, 0x1p-1074, 0x1p-1073, 30);
     const struct {
@@ -261,7 +261,7 @@ TEST(VertexVault, DropsRemovedItemsWhenTheyAreManyOrEverythingIsCollinear) {
                   {false, 50, 1, 49}};
     for (const auto& c : aCases) {
         LoneVault lone;
-        const std::vector<Point2*> vVertices = lone.addMany(c.num);
+        const VertexVector vVertices = lone.addMany(c.num);
         const Point2 position = *vVertices[0];
         lone.vault.setFullDimensional(c.bFullDimensional);
         lone.vault.sortIV(VertexVault::SM_ALWAYS);

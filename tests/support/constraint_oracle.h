@@ -154,7 +154,7 @@ class ConstraintOracle {
             for (int i = 0; i < 3; ++i) {
                 if (!pT->getOppositeTriangle(i)) {
                     ++numHullEdges;
-                } else if (far(*pT, i) < 0) {
+                } else if (indexInNeighbour(*pT, i) < 0) {
                     return failure("link", *pT);
                 }
             }
@@ -162,18 +162,6 @@ class ConstraintOracle {
         const size_t numExpected = mesh_.is2D() ? 2 * vVertices_.size() - 2 - numHullEdges : 0;
         if (vTriangles_.size() == numExpected) return testing::AssertionSuccess();
         return testing::AssertionFailure() << vTriangles_.size() << " triangles instead of " << numExpected;
-    }
-
-    /// The index of edge i of a triangle in the neighbour there; -1 if they do not fit.
-    static int far(const Triangle2& t, int i) {
-        const Triangle2* pN = t.getOppositeTriangle(i);
-        for (int j = 0; j < 3; ++j) {
-            if (pN->getCorner((j + 1) % 3) == t.getCorner((i + 2) % 3) &&
-                pN->getCorner((j + 2) % 3) == t.getCorner((i + 1) % 3) && pN->getOppositeTriangle(j) == &t) {
-                return j;
-            }
-        }
-        return -1;
     }
 
     Result checkEdges() const {
@@ -185,11 +173,8 @@ class ConstraintOracle {
                 if (mesh_.isConstraint(pT, i) != bConstraint) return failure("isConstraint", *pT);
                 if (bConstraint) {
                     sFound.insert(ends);
-                } else if (const Triangle2* pN = pT->getOppositeTriangle(i)) {
-                    if (oracleInCircle(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2),
-                                       *pN->getCorner(far(*pT, i))) > 0) {
-                        return failure("an edge is neither Delaunay nor a constraint", *pT);
-                    }
+                } else if (pT->getOppositeTriangle(i) && !isLocallyDelaunay(*pT, i)) {
+                    return failure("an edge is neither Delaunay nor a constraint", *pT);
                 }
             }
         }

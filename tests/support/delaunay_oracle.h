@@ -52,6 +52,24 @@ inline int oracleInCircle(const LUMO_TARO25D::Point2& a, const LUMO_TARO25D::Poi
     return exactInCircle(a, b, c, q);
 }
 
+/// The index of edge i of a triangle in the neighbour there; -1 if the two do not fit.
+inline int indexInNeighbour(const LUMO_TARO25D::Triangle2& t, int i) {
+    const LUMO_TARO25D::Triangle2* pN = t.getOppositeTriangle(i);
+    for (int j = 0; j < 3; ++j) {
+        if (pN->getCorner((j + 1) % 3) == t.getCorner((i + 2) % 3) &&
+            pN->getCorner((j + 2) % 3) == t.getCorner((i + 1) % 3) && pN->getOppositeTriangle(j) == &t) {
+            return j;
+        }
+    }
+    return -1;
+}
+
+/// Whether the far corner of the neighbour at edge i, which fits, is not inside the circle of a triangle.
+inline bool isLocallyDelaunay(const LUMO_TARO25D::Triangle2& t, int i) {
+    return oracleInCircle(*t.getCorner(0), *t.getCorner(1), *t.getCorner(2),
+                          *t.getOppositeTriangle(i)->getCorner(indexInNeighbour(t, i))) <= 0;
+}
+
 class DelaunayOracle {
   public:
     using Point2 = LUMO_TARO25D::Point2;
@@ -169,16 +187,10 @@ class DelaunayOracle {
     static Result checkEdge(const Triangle2& t, int i) {
         const Triangle2* pN = t.getOppositeTriangle(i);
         if (!pN) return testing::AssertionSuccess();
-        const Point2 *pFrom = t.getCorner((i + 1) % 3), *pTo = t.getCorner((i + 2) % 3);
-        for (int j = 0; j < 3; ++j) {
-            if (pN->getCorner((j + 1) % 3) != pTo || pN->getCorner((j + 2) % 3) != pFrom) continue;
-            if (pN->getOppositeTriangle(j) != &t) break;
-            if (oracleInCircle(*t.getCorner(0), *t.getCorner(1), *t.getCorner(2), *pN->getCorner(j)) <= 0) {
-                return testing::AssertionSuccess();
-            }
-            return testing::AssertionFailure() << "edge is not Delaunay" << text(t) << text(*pN);
-        }
-        return testing::AssertionFailure() << "link over edge " << i << text(t) << text(*pN);
+        if (indexInNeighbour(t, i) < 0)
+            return testing::AssertionFailure() << "link over edge " << i << text(t) << text(*pN);
+        if (isLocallyDelaunay(t, i)) return testing::AssertionSuccess();
+        return testing::AssertionFailure() << "edge is not Delaunay" << text(t) << text(*pN);
     }
 
     Result checkHull() const {

@@ -16,22 +16,20 @@ using TriangleVector = std::vector<LUMO_TARO25D::Triangle2*>;
 using VertexVector = std::vector<LUMO_TARO25D::Point2*>;
 using CSegVector = std::vector<LUMO_TARO25D::ConstraintSegment2*>;
 
+/// What a function appends.
+template <class Vector, class Append>
+Vector collect(const Append& append) {
+    Vector v;
+    append(v);
+    return v;
+}
+
 inline TriangleVector trianglesOf(const LUMO_TARO25D::Taro_2D& mesh) {
-    TriangleVector vTriangles;
-    mesh.getTrianglePointers(vTriangles);
-    return vTriangles;
+    return collect<TriangleVector>([&](auto& v) { mesh.getTrianglePointers(v); });
 }
 
 inline TriangleVector trianglesOf(const LUMO_TARO25D::Zone2* pZone) {
-    TriangleVector vTriangles;
-    pZone->getTriangles(vTriangles);
-    return vTriangles;
-}
-
-inline TriangleVector trianglesAround(const LUMO_TARO25D::Taro_2D& mesh, LUMO_TARO25D::Point2* pVtx) {
-    TriangleVector vTriangles;
-    mesh.getIncidentTriangles(pVtx, vTriangles);
-    return vTriangles;
+    return collect<TriangleVector>([&](auto& v) { pZone->getTriangles(v); });
 }
 
 /// A random share of them.
@@ -42,40 +40,38 @@ inline TriangleVector someOf(const TriangleVector& vTriangles, double share, Ran
     return vSome;
 }
 
+inline VertexVector verticesOf(const LUMO_TARO25D::Taro_2D& mesh) {
+    return collect<VertexVector>([&](auto& v) { mesh.getVertexPointers(v); });
+}
+
+inline VertexVector hullOf(const LUMO_TARO25D::Taro_2D& mesh, bool bAllVertices) {
+    return collect<VertexVector>([&](auto& v) { mesh.getConvexHull(bAllVertices, v); });
+}
+
+inline TriangleVector trianglesAround(const LUMO_TARO25D::Taro_2D& mesh, LUMO_TARO25D::Point2* pVtx) {
+    return collect<TriangleVector>([&](auto& v) { mesh.getIncidentTriangles(pVtx, v); });
+}
+
 inline size_t degree(const LUMO_TARO25D::Taro_2D& mesh, LUMO_TARO25D::Point2* pVtx) {
     return trianglesAround(mesh, pVtx).size();
 }
 
-inline VertexVector verticesOf(const LUMO_TARO25D::Taro_2D& mesh) {
-    VertexVector vVertices;
-    mesh.getVertexPointers(vVertices);
-    return vVertices;
-}
-
 inline CSegVector aliveSegmentsOf(const LUMO_TARO25D::Taro_2D& mesh) {
-    CSegVector vCSegs;
-    mesh.getAliveConstraintSegments(vCSegs);
-    return vCSegs;
+    return collect<CSegVector>([&](auto& v) { mesh.getAliveConstraintSegments(v); });
 }
 
 /// The edges that a graph stands for now, and the segments that it was made of.
 inline CSegVector piecesOf(const LUMO_TARO25D::ConstraintGraph2* pGraph) {
-    CSegVector vCSegs;
-    pGraph->getChildConstraintSegments(vCSegs);
-    return vCSegs;
+    return collect<CSegVector>([&](auto& v) { pGraph->getChildConstraintSegments(v); });
 }
 
 inline CSegVector originalsOf(const LUMO_TARO25D::ConstraintGraph2* pGraph) {
-    CSegVector vCSegs;
-    pGraph->getOriginalConstraintSegments(vCSegs);
-    return vCSegs;
+    return collect<CSegVector>([&](auto& v) { pGraph->getOriginalConstraintSegments(v); });
 }
 
 /// The vertices around a polygon; none if the graph is none.
 inline VertexVector polygonOf(const LUMO_TARO25D::ConstraintGraph2* pGraph) {
-    VertexVector vVertices;
-    pGraph->getPolygonVertices(vVertices);
-    return vVertices;
+    return collect<VertexVector>([&](auto& v) { pGraph->getPolygonVertices(v); });
 }
 
 inline std::vector<LUMO_TARO25D::Point2> positionsOf(const VertexVector& vVertices) {
