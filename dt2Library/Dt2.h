@@ -170,8 +170,6 @@ class Dt2 {
     /// the first is counterclockwise and the second not clockwise. Returns the second one, or null if nothing
     /// has been done.
     Triangle2* flipForRemove(Point2* pVtx, Triangle2* t);
-    /// From now on each removal appends the triangles that it has made to a list, which is not owned; null ends that.
-    void reportCreatedTriangles(std::vector<Triangle2*>* pvTriangles) { pvCreatedTriangles_ = pvTriangles; }
 
     // ---- Dt2_constraints.cpp: constraint segments in the mesh ------------------------------------------------------
 
@@ -456,7 +454,6 @@ class Dt2 {
     std::vector<Rib> vRibs_;
     MinTree earRanks_;  // in the place of a rib, of the ear between its end and the end of the one after the next
     std::vector<Triangle2*> vNewTriangles_;
-    std::vector<Triangle2*>* pvCreatedTriangles_ = nullptr;  // not owned; null: nobody wants to know
     std::unique_ptr<ConstraintMgr> pConstraintMgr_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
     std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;

@@ -144,8 +144,6 @@ void Dt2::remove_CHVersion(Point2* v, bool bRestoreDelaunay) {
 void Dt2::discardVertex(Point2* v) {
     pInnerVtxMgr_->eraseVtx(v);
     vertexVault_.removeAndInvalidateVtx(v);
-    if (!pvCreatedTriangles_) return;
-    pvCreatedTriangles_->insert(pvCreatedTriangles_->end(), vNewTriangles_.begin(), vNewTriangles_.end());
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
