@@ -1,17 +1,12 @@
 // Reads any bytes as a triangulation file. What is refused must leave the mesh empty; what is accepted must make a valid
 // mesh that is the same after it has been saved and loaded again.
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <iostream>
 #include <string>
 #include <vector>
 
+#include "input.h"
+#include "memory_file.h"
 #include "support/kept.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MsgBase.h"
@@ -21,29 +16,6 @@ namespace {
 
 using LUMO_TARO25D::ConstraintSegment2;
 using LUMO_TARO25D::Taro_2D;
-
-void require(bool condition, const char* text) {
-    if (condition) return;
-    std::fprintf(stderr, "Violated: %s\n", text);
-    std::abort();
-}
-
-/// A file without a place on the disk.
-class MemoryFile {
-  public:
-    MemoryFile() : descriptor_(memfd_create("mesh", MFD_CLOEXEC)) { require(descriptor_ >= 0, "memfd_create"); }
-    ~MemoryFile() { close(descriptor_); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    void write(const void* pBytes, std::size_t size) {
-        require(::write(descriptor_, pBytes, size) == static_cast<ssize_t>(size), "write");
-    }
-    std::string getName() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
-
-  private:
-    int descriptor_;
-};
 
 /// Counts warnings.
 struct Listener : LUMO_TARO25D::MsgBase {
@@ -71,14 +43,7 @@ void requireRoundTrip(const Taro_2D& mesh, bool bSameAfterwards) {
     require(copy.numberOfTriangles() == mesh.numberOfTriangles(), "there are as many triangles");
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    std::cout.rdbuf(nullptr);
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t size) {
+void loadFrom(const std::uint8_t* pData, std::size_t size) {
     MemoryFile file;
     file.write(pData, size);
     Taro_2D mesh;
@@ -86,12 +51,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t siz
     mesh.subscribe(LUMO_TARO25D::MT_WARNING, &listener);
     if (!mesh.load(file.getName().c_str())) {
         require(Kept(mesh) == Kept(Taro_2D()), "what is refused changes nothing");
-        return 0;
+        return;
     }
     // Where numbers end, constraints are given up, but not silently. A new mesh would have another go at them.
     const bool bEstablished = isEstablished(mesh);
     require(bEstablished || listener.numWarnings > 0, "no constraint is given up without a warning");
     require(!bEstablished || mesh.checkValidity(true, "loaded"), "the mesh is valid");
     requireRoundTrip(mesh, bEstablished);
-    return 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t size) {
+    return runQuietly([&] { loadFrom(pData, size); });
 }
