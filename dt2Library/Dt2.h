@@ -36,6 +36,7 @@ class InnerVtxMgr;
 class MeshGenParams;
 class RefCand3;
 class Segment2;
+class Vector2;
 class Visualizer2;
 class Zone2;
 
@@ -401,6 +402,8 @@ class Dt2 {
     Point2* CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg, Cut& cut);
     bool CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const;
     bool CUTT_bendEdge(Triangle2* pT, int i, Point2* pVtx, Cut& cut);
+    Point2* CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way, Cut& cut);
+    bool CUTT_clearBehind(const Point2& src, const Point2& trg, const Point2& crossing, Triangle2* pT, int i, Cut& cut);
     Point2* CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut);
     void CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut);
     void CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut);

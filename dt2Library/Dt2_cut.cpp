@@ -57,10 +57,14 @@ bool isNearLine(const Point2& point, const Point2& a, const Point2& b) {
     return getPointLineDistance2D(point, a, b) <= std::max(getResolution(a, b), getResolution(point, point));
 }
 
-/// Whether two heights differ by no more than rounding, seen from the heights around.
-bool haveSameHeight(const Point2& a, const Point2& b, const Triangle2& triangle) {
-    const auto [zMin, zMax] =
-        std::minmax({triangle.getCorner(0)->z(), triangle.getCorner(1)->z(), triangle.getCorner(2)->z()});
+/// Whether two heights differ by no more than rounding, seen from the heights in two triangles: one alone may be of the
+/// width of a rounding error, and level but for that.
+bool haveSameHeight(const Point2& a, const Point2& b, const Triangle2& first, const Triangle2& second) {
+    double zMin = std::min(a.z(), b.z()), zMax = std::max(a.z(), b.z());
+    for (int i = 0; i < 3; ++i) {
+        zMin = std::min({zMin, first.getCorner(i)->z(), second.getCorner(i)->z()});
+        zMax = std::max({zMax, first.getCorner(i)->z(), second.getCorner(i)->z()});
+    }
     return std::abs(a.z() - b.z()) <= 0x1p-30 * (zMax - zMin);
 }
 
@@ -126,8 +130,10 @@ struct Dt2::Cut {
     EdgeSet sPieces;     // of the segments
     EdgeSet sDiagonals;  // new edges inside what was one triangle, and some that are pieces or creases by now
     EdgeSet sCreases;    // pieces of old edges that began as diagonals
-    std::vector<std::pair<Point2*, Point2*>> vDirected;  // the pieces in the direction of their segments
-    std::vector<std::pair<Point2*, Point2>> vOpenEnds;   // where a segment leaves the hull, and its end outside
+    std::vector<DirectedEdge> vDirected;  // the pieces in the direction of their segments, as first made
+    VertexPairMap<Point2> pieceSplits;    // from pieces to the vertices that they go through since
+    size_t numPieceSplits = 0;
+    std::vector<std::pair<Point2*, Point2>> vOpenEnds;  // where a segment leaves the hull, and its end outside
     AddressSet sTouched;
     std::vector<Point2*> vTouched;  // every triangle that was changed has one of these as a corner
 
@@ -144,11 +150,32 @@ struct Dt2::Cut {
         return sDiagonals.contains(p0, p1) && !sPieces.contains(p0, p1) && !sCreases.contains(p0, p1);
     }
     /// Tells that the edge p0-p1 goes through a vertex from now on.
-    void inherit(const Point2* p0, const Point2* p1, const Point2* pVtx) {
+    void inherit(const Point2* p0, const Point2* p1, Point2* pVtx) {
         const bool bPiece = sPieces.contains(p0, p1);
+        if (bPiece && !pieceSplits.find(p0, p1)) {
+            pieceSplits.add(p0, p1, pVtx);
+            ++numPieceSplits;
+        }
         EdgeSet& sHeirs = bPiece ? sPieces : isDiagonal(p0, p1) ? sDiagonals : sCreases;
         sHeirs.insert(p0, pVtx);
         sHeirs.insert(pVtx, p1);
+    }
+    /// Appends the pieces as they are now, in the direction of their segments.
+    void getDirectedPieces(std::vector<DirectedEdge>& vPieces) const {
+        for (const DirectedEdge& whole : vDirected) {
+            std::vector<DirectedEdge> vStack{whole};
+            for (size_t numLeft = numPieceSplits; !vStack.empty();) {
+                const auto [pSrc, pTrg] = vStack.back();
+                vStack.pop_back();
+                Point2* pVtx = numLeft > 0 ? pieceSplits.find(pSrc, pTrg) : nullptr;
+                if (pVtx) {
+                    --numLeft;
+                    vStack.insert(vStack.end(), {{pVtx, pTrg}, {pSrc, pVtx}});
+                } else {
+                    vPieces.emplace_back(pSrc, pTrg);
+                }
+            }
+        }
     }
     /// Appends the changed triangles.
     void getTriangles(const Dt2& dt2, std::vector<Triangle2*>& vTriangles) const {
@@ -277,8 +304,41 @@ bool Dt2::CUTT_bendEdge(Triangle2* pT, int i, Point2* pVtx, Cut& cut) {
     return true;
 }
 
+/// A new vertex on edge i of pT at a crossing or, where a triangle is thinner than rounding, a little before or after it on
+/// the way; null if the edge cannot be divided there.
+Point2* Dt2::CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way, Cut& cut) {
+    const Vector2 step = way * (0.125 * getResolution(crossing, crossing));
+    for (const double numSteps : {0.0, -1.0, 1.0, -2.0, 2.0, -4.0, 4.0, -8.0, 8.0, -16.0, 16.0}) {
+        const Point2 place(crossing.x() + numSteps * step.x(), crossing.y() + numSteps * step.y(), crossing.z());
+        if (CUTT_isSplitSound(pT, i, place)) return CUTT_insertAt(pT, i, place, cut);
+    }
+    return nullptr;
+}
+
+/// Where edge i of pT cannot be divided because the triangles behind are thinner than rounding: the next edges are crossed
+/// at the same place. Bends or divides the first of them that can be; then the one before has a vertex across that is next
+/// to the crossing.
+bool Dt2::CUTT_clearBehind(const Point2& src, const Point2& trg, const Point2& crossing, Triangle2* pT, int i,
+                           Cut& cut) {
+    const Triangle2& front = *pT;
+    const Vector2 way = normalize(getVector2D(src, trg));
+    while (crossEdge(&src, &trg, pT, i) != ORIENTATION2_COLLINEAR && pT->getOppositeTriangle(i)) {
+        const Point2 &p0 = *pT->getCorner(incIndexBy1(i)), &p1 = *pT->getCorner(incIndexBy2(i));
+        const Triangle2* pN = pT->getOppositeTriangle(i);
+        Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
+        double x = 0.0, y = 0.0;
+        if (!getIntersectionCoordsNoRounding(p0, p1, src, trg, x, y)) return false;
+        const Point2 behind(x, y, getZOnSegment(p0, p1, x, y));
+        if (!isNear(behind, crossing)) return false;
+        const bool bBend = isNear(behind, *pFar) && haveSameHeight(behind, *pFar, front, *pN);
+        if (bBend && CUTT_bendEdge(pT, i, pFar, cut)) return true;
+        if (CUTT_divide(pT, i, behind, way, cut)) return true;
+    }
+    return false;
+}
+
 /// The next vertex on the way from a vertex across the opposite edge i of pT; the vertex itself where the edge has been
-/// found to go through it.
+/// found to go through it, or one behind it has been taken out of the way.
 Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut) {
     Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
     const Triangle2* pN = pT->getOppositeTriangle(i);
@@ -293,10 +353,11 @@ Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, C
         if (crossing == *pEnd || (bNearer && isNearLine(*pEnd, *pVtx, trg))) return pEnd;
     }
     for (Point2* pAcross : {pVtx, pFar}) {
-        const bool bOnEdge = isNear(crossing, *pAcross) && haveSameHeight(crossing, *pAcross, *pT);
+        const bool bOnEdge = isNear(crossing, *pAcross) && haveSameHeight(crossing, *pAcross, *pT, *pN);
         if (bOnEdge && CUTT_bendEdge(pT, i, pAcross, cut)) return pAcross;
     }
-    if (CUTT_isSplitSound(pT, i, crossing)) return CUTT_insertAt(pT, i, crossing, cut);
+    if (Point2* pNew = CUTT_divide(pT, i, crossing, normalize(getVector2D(*pVtx, trg)), cut)) return pNew;
+    if (CUTT_clearBehind(*pVtx, trg, crossing, pT, i, cut)) return pVtx;
     return sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
 }
 
@@ -434,8 +495,11 @@ void Dt2::CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) co
     EdgeSet sBlocked = cut.sPieces;
     AddressSet sMarked;
     for (const auto& [pEnd, outside] : cut.vOpenEnds) CUTT_closeGap(pEnd, outside, sMarked, sBlocked);
+    std::vector<DirectedEdge> vBorder;
+    cut.getDirectedPieces(vBorder);
+    dropWaysBack(vBorder);
     std::vector<Triangle2*> vSeeds;
-    for (const auto& [pSrc, pTrg] : cut.vDirected) {
+    for (const auto& [pSrc, pTrg] : vBorder) {
         if (Triangle2* pT = getAdjacentTriangle(pSrc, pTrg)) vSeeds.push_back(pT);
     }
     spread(vSeeds, sBlocked, sMarked, vTriangles);  // leaves marked seeds out

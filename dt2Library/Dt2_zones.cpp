@@ -1,6 +1,8 @@
 // Zones: creation, deletion and growth. What a zone does with its rule is in Zone2.cpp.
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "ConnectedComponent.h"
 #include "ConstraintMgr.h"
@@ -9,6 +11,7 @@
 #include "diagnostics.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
 #include "tools.h"
 #include "triangleLists.h"
 
@@ -36,21 +39,31 @@ bool isWithoutGraph(ZoneLocation zoneLoc) {
 /// False also for the record of a triangle that is gone.
 bool hasTriangle(const Edge2& edge) { return edge.getTriangle() && edge.getTriangle()->getCorner(0); }
 
-/// Whether the barycentre, rounded as it is, lies strictly inside the triangle.
-bool holdsBarycenter(const Triangle2* pT, GeomTest& geomTest) {
+/// How far the barycentre, rounded as it is, lies inside the triangle; 0 if it is not, or hardly by more than rounding. A
+/// border is bent by that much where it is crossed later, and must not pass the barycentre then.
+double getClearance(const Triangle2* pT, GeomTest& geomTest) {
     const Point2 center = pT->getBarycenter();
+    double clearance = std::numeric_limits<double>::max(), magnitude = 0.0;
     for (int i = 0; i < 3; ++i) {
         const Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
-        if (geomTest.getOrientation2(pSrc, pTrg, &center) != ORIENTATION2_CCW) return false;
+        if (geomTest.getOrientation2(pSrc, pTrg, &center) != ORIENTATION2_CCW) return 0.0;
+        clearance = std::min(clearance, getPointLineDistance2D(center, *pSrc, *pTrg));
+        magnitude = std::max({magnitude, std::abs(pSrc->x()), std::abs(pSrc->y())});
     }
-    return true;
+    return clearance > 0x1p-46 * magnitude ? clearance : 0.0;
 }
 
+/// The one with the roomiest barycentre; null if there is none.
 const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTest& geomTest) {
-    const auto& vTriangles = component.getTriangles();
-    const auto it = std::find_if(vTriangles.begin(), vTriangles.end(),
-                                 [&](const Triangle2* pT) { return holdsBarycenter(pT, geomTest); });
-    return it == vTriangles.end() ? nullptr : *it;
+    const Triangle2* pBest = nullptr;
+    double best = 0.0;
+    for (const Triangle2* pT : component.getTriangles()) {
+        const double clearance = getClearance(pT, geomTest);
+        if (clearance <= best) continue;
+        best = clearance;
+        pBest = pT;
+    }
+    return pBest;
 }
 
 }  // namespace

@@ -2,9 +2,9 @@
 //
 // A zone inside or outside graphs begins with the triangles along them: on the left of each piece of a graph as it runs
 // (a polygon runs counterclockwise, a border made for a zone has the zone on its left), or on the right for the outside.
-// From there it spreads over all edges that are no piece of one of its graphs. The triangles reached are the queue of the
-// breadth-first search and its result at once; marks are bits by address and the pieces a flat hash table, since the
-// records have no room for flags. Linear in the triangles reached.
+// What a graph passes both ways bounds nothing. From there it spreads over all edges that are no piece of one of its
+// graphs. The triangles reached are the queue of the breadth-first search and its result at once; marks are bits by address
+// and the pieces a flat hash table, since the records have no room for flags. Linear in the triangles reached.
 
 #include "taro25d/Zone2.h"
 
@@ -33,14 +33,28 @@ namespace {
 
 using TriangleVector = std::vector<Triangle2*>;
 
-/// The alive pieces of a graph as pairs of vertices, each in the direction of the graph. Also those of a polygon are taken
-/// one by one: where constraints have been bent to near vertices, it may run back over itself and be no chain any more.
-void getDirectedPieces(const ConstraintGraph2& graph, std::vector<std::pair<Point2*, Point2*>>& vPieces) {
-    std::vector<ConstraintSegment2*> vCSegs;
-    graph.getChildConstraintSegments(vCSegs);
-    for (ConstraintSegment2* pCSeg : vCSegs) {
-        vPieces.emplace_back(pCSeg->getSrc(), pCSeg->getTrg());
-        if (graph.isReverse(pCSeg)) std::swap(vPieces.back().first, vPieces.back().second);
+/// The alive pieces of a graph, segment by segment and each in the direction in which its segment runs: where constraints
+/// have been bent to near vertices, segments may share a piece that they pass in different directions.
+void getDirectedPieces(const ConstraintGraph2& graph, std::vector<DirectedEdge>& vPieces) {
+    std::vector<ConstraintSegment2*> vOriginals, vStack;
+    graph.getOriginalConstraintSegments(vOriginals);
+    for (ConstraintSegment2* pOriginal : vOriginals) {
+        Point2* pAt = graph.isReverse(pOriginal) ? pOriginal->getTrg() : pOriginal->getSrc();
+        for (vStack.push_back(pOriginal); !vStack.empty();) {
+            ConstraintSegment2* pCSeg = vStack.back();
+            vStack.pop_back();
+            if (pCSeg->isAlive()) {
+                vPieces.emplace_back(pAt, pAt == pCSeg->getSrc() ? pCSeg->getTrg() : pCSeg->getSrc());
+                pAt = vPieces.back().second;
+                continue;
+            }
+            ConstraintSegment2 *pFirst = nullptr, *pSecond = nullptr;
+            Point2* pSplit = nullptr;
+            pCSeg->getChildrenAndSplitPoint(pFirst, pSecond, pSplit);
+            TARO_ASSERT_TEXT(pFirst && pSecond, "pKid0!=__null && pKid1!=__null");
+            if (pSecond->getSrc() == pAt || pSecond->getTrg() == pAt) std::swap(pFirst, pSecond);
+            vStack.insert(vStack.end(), {pSecond, pFirst});
+        }
     }
 }
 
@@ -120,6 +134,7 @@ void Zone2::getConstraintGraphs(std::vector<ConstraintGraph2*>& vGraphs) const {
 ConstraintGraph2* Zone2::getConstraintGraph() const {
     if (vGraphs_.size() == 1) return vGraphs_[0];
     if (vGraphs_.size() > 1) {
+        const MessageScope scope(&pDt2_->getProgress());
         warning("Zone2::getConstraintGraph()",
                 "There is more than one constraint graph, use Zone2::getConstraintGraphs() instead. Returning NULL");
     }
@@ -156,8 +171,13 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
         error("Zone2::initWorkspace", "Wrong zoneLocation");
         return;
     }
-    std::vector<std::pair<Point2*, Point2*>> vPieces;
-    for (const ConstraintGraph2* pGraph : vGraphs_) getDirectedPieces(*pGraph, vPieces);
+    std::vector<DirectedEdge> vPieces;
+    for (const ConstraintGraph2* pGraph : vGraphs_) {
+        std::vector<DirectedEdge> vOfGraph;
+        getDirectedPieces(*pGraph, vOfGraph);
+        dropWaysBack(vOfGraph);
+        vPieces.insert(vPieces.end(), vOfGraph.begin(), vOfGraph.end());
+    }
     for (const auto& [pSrc, pTrg] : vPieces) {
         Triangle2* pT = bInside ? pDt2_->getAdjacentTriangle(pSrc, pTrg) : pDt2_->getAdjacentTriangle(pTrg, pSrc);
         if (pT) vSeedTriangles.push_back(pT);  // none beyond the hull, and at a piece that is not established
@@ -280,6 +300,7 @@ Bbox2 Zone2::getBoundingBox() const {
 
 Zone2* Zone2::convertToBoundedZone() {
     if (zoneLoc_ == ZL_INSIDE) return this;
+    const MessageScope scope(&pDt2_->getProgress());
     pDt2_->applyConstraintsAndZones();
     std::vector<Edge2> vBorderEdges;
     getBorderEdges(vBorderEdges);
@@ -361,6 +382,7 @@ Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predic
         warning("Zone2::peelOffIf()", "pZone==NULL or pPredicate==NULL. Returning NULL");
         return nullptr;
     }
+    const MessageScope scope(&pZone->getDelaunayTriangulation()->getProgress());
     TriangleVector vTriangles;
     pZone->getTriangles(vTriangles);
     if (bVerbose) printAreas("\nZone2::peelOffIf(), original Zone:", vTriangles);

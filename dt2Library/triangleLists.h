@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "flatSets.h"
@@ -44,6 +46,24 @@ void forEachEdge(const std::vector<Triangle2*>& vTriangles, const VisitT& visit)
         }
         sDone.insert(pT);
     }
+}
+
+/// An edge as it is passed, from the first vertex to the second.
+using DirectedEdge = std::pair<Point2*, Point2*>;
+
+/// Takes out what is passed back at least as often as this way. A border that goes back over itself has the same on both
+/// sides there, so that spreading must not begin on its left.
+inline void dropWaysBack(std::vector<DirectedEdge>& vEdges) {
+    std::vector<DirectedEdge> vSorted = vEdges;
+    std::sort(vSorted.begin(), vSorted.end());
+    const auto count = [&vSorted](Point2* pSrc, Point2* pTrg) {
+        const auto [begin, end] = std::equal_range(vSorted.begin(), vSorted.end(), DirectedEdge(pSrc, pTrg));
+        return end - begin;
+    };
+    const auto isPassedBack = [&count](const DirectedEdge& edge) {
+        return count(edge.second, edge.first) >= count(edge.first, edge.second);
+    };
+    vEdges.erase(std::remove_if(vEdges.begin(), vEdges.end(), isPassedBack), vEdges.end());
 }
 
 /// Spreads from the triangles of a list, from a place of it on, breadth first: appends every neighbour that has no mark yet,
