@@ -322,7 +322,7 @@ TEST(Meshing, EndsWhereNumbersResolveMoreThanTheZoneNeeds) {
     }
     const Scene wheel = makeScene({makeRectangle(-10, -10, 10, 10)}, vSpokes);
     wheel.pMesh->refine(wheel.pZone, 30, 0, 1e300, true);
-    EXPECT_LT(wheel.pMesh->numberOfPoints(), 100000u);
+    EXPECT_LT(wheel.pMesh->numberOfPoints(), 20000u);
     // Squares of lengths vanish.
     const double tiny = 1e-200;
     const Scene dust =
@@ -571,6 +571,11 @@ TEST(Meshing, CandidatesKnowTheirTriangle) {
     EXPECT_FALSE(other.isAlive());
     RefCand3 flatter(&dt, dt.getAdjacentTriangle(a, b));
     EXPECT_TRUE(other > flatter);
+    Point2* pFar = dt.insert(Point2(2000, 0.5, 0));
+    RefCand3 needle(&dt, pFar->getIncidentTriangle());
+    needle.init();
+    EXPECT_GT(std::abs(needle.getSteiner().y()), 2000);
+    EXPECT_GE(dt.getGeomTest().getMaxAbsCoord(), std::abs(needle.getSteiner().y())) << "predicates are asked about it";
     const StdoutCapture capture;
     flatter.debug();
     EXPECT_TRUE(contains(capture, "[alive]"));
@@ -653,6 +658,20 @@ TEST(GridMeshing, KeepsWhatWasThere) {
     EXPECT_EQ(pDt2->getVertexPointer(Point2(60, 40, 0)), nullptr);
     EXPECT_NE(pDt2->getVertexPointer(Point2(80, 80, 0)), nullptr);
     EXPECT_EQ(scene.pMesh->numberOfPoints(), 4 + 4 + 16 - 3u);
+
+    // Not near a segment of the zone; and a segment outside, which stripes reach, is not split.
+    const Scene crossed =
+        makeScene({makeRectangle(0, 0, 100, 100)}, {makeSegment(5, 42, 95, 42), makeSegment(110, 0, 110, 100)});
+    MeshGenParams chopping(crossed.pZone);
+    chopping.gridLength = 20;
+    GridMesher(&chopping).insertGridPoints(true);
+    for (const double y : {40, 60}) {
+        const VertexVector vRow = verticesOf(*crossed.pMesh);
+        const auto isInner = [y](const Point2* p) { return p->y() == y && p->x() > 0 && p->x() < 100; };
+        EXPECT_EQ(std::count_if(vRow.begin(), vRow.end(), isInner), y == 40 ? 0 : 4);
+    }
+    EXPECT_TRUE(crossed.pMesh->isConstraint(crossed.pMesh->getImpl()->getVertexPointer(Point2(110, 0, 0)),
+                                            crossed.pMesh->getImpl()->getVertexPointer(Point2(110, 100, 0))));
 
     const Scene small = makeSquare(35);
     MeshGenParams few(small.pZone);

@@ -563,7 +563,6 @@ TEST(Zone, BeforeTrianglesAndBeforeConstraints) {
     setOf(pZone);
     mesh.applyConstraintsAndZones();
     EXPECT_GT(setOf(pZone).size(), 0u);
-    const VertexVector vVertices = verticesOf(mesh);
     Taro_2D emptied;
     emptied.insert({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
     Zone2* pAll = emptied.createZone(nullptr, ZL_GLOBAL);
