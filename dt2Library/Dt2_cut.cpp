@@ -24,8 +24,6 @@
 //
 // O(log n) for the ends of a segment, and constant time for each triangle that it crosses.
 
-#include <gmpxx.h>
-
 #include <algorithm>
 #include <cmath>
 
@@ -33,6 +31,7 @@
 #include "ConstraintMgr.h"
 #include "Dt2.h"
 #include "diagnostics.h"
+#include "heights.h"
 #include "links.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
@@ -66,20 +65,6 @@ bool haveSameHeight(const Point2& a, const Point2& b, const Triangle2& first, co
         zMax = std::max({zMax, first.getCorner(i)->z(), second.getCorner(i)->z()});
     }
     return std::abs(a.z() - b.z()) <= 0x1p-30 * (zMax - zMin);
-}
-
-/// The height on a triangle. In one of the width of a rounding error, as they come up beside segments, doubles would give
-/// any height.
-double getExactHeight(const Triangle2& triangle, const Point2& place) {
-    using Rational = mpq_class;
-    const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
-    const Rational ux = Rational(b.x()) - a.x(), uy = Rational(b.y()) - a.y();
-    const Rational vx = Rational(c.x()) - a.x(), vy = Rational(c.y()) - a.y();
-    const Rational wx = Rational(place.x()) - a.x(), wy = Rational(place.y()) - a.y();
-    const Rational rise =
-        ((wx * vy - wy * vx) * (Rational(b.z()) - a.z()) + (ux * wy - uy * wx) * (Rational(c.z()) - a.z())) /
-        (ux * vy - uy * vx);
-    return Rational(a.z() + rise).get_d();
 }
 
 /// The corners of a simple polygon, counterclockwise. False for other segments.
@@ -231,7 +216,7 @@ Point2* Dt2::CUTT_insert(const Point2& place, Cut& cut) {
         if (!bOnEdge) continue;
         return CUTT_insertAt(pT, i, Point2(place.x(), place.y(), getZOnSegment(*p0, *p1, place.x(), place.y())), cut);
     }
-    return CUTT_insertAt(pT, -1, Point2(place.x(), place.y(), getExactHeight(*pT, place)), cut);
+    return CUTT_insertAt(pT, -1, Point2(place.x(), place.y(), getHeightOnPlane(*pT, place)), cut);
 }
 
 /// A vertex where the segment from a point outside the hull enters it, or null if it does not.
@@ -357,6 +342,8 @@ Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, C
         if (bOnEdge && CUTT_bendEdge(pT, i, pAcross, cut)) return pAcross;
     }
     if (Point2* pNew = CUTT_divide(pT, i, crossing, normalize(getVector2D(*pVtx, trg)), cut)) return pNew;
+    // A wall that is thinner than rounding: its foot takes the place of its edge.
+    if (isNear(crossing, *pFar) && CUTT_bendEdge(pT, i, pFar, cut)) return pFar;
     if (CUTT_clearBehind(*pVtx, trg, crossing, pT, i, cut)) return pVtx;
     return sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
 }

@@ -4,11 +4,8 @@
 // it takes O(log n) for the start and a constant expected number of steps. Everything around a vertex is a
 // rotation through the neighbour links: counterclockwise, with a jump over the gap at a hull vertex.
 //
-// A height is that of the plane through the three corners. Where the corners are collinear up to rounding,
-// the plane is arbitrarily steep and its value may leave the range of the corners; then the two longest
-// edges, which run side by side there, give the height between them. Outside the hull, the nearest hull point
-// is sought among the hull edges that see the point: those form one piece of the hull around the edge at
-// which the walk ended.
+// Outside the hull a height is that of the nearest hull point, which is sought among the hull edges that see the
+// point: those form one piece of the hull around the edge at which the walk ended.
 //
 // No query changes the triangulation. A query point beyond all coordinates so far may only make the
 // predicates' first filter more careful, and since it stays so, queries that cannot have an answer are turned
@@ -22,6 +19,7 @@
 #include <iterator>
 
 #include "diagnostics.h"
+#include "heights.h"
 #include "links.h"
 #include "taro25d/Color.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
@@ -34,69 +32,12 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr double HEIGHT_TOLERANCE = 0.001;
-
 /// Recycled records have no corners.
 bool isAlive(const Triangle2* pT) { return pT->getCorner(0) != nullptr; }
 
 /// The ends of edge i.
 const Point2& getSrc(const Triangle2& triangle, int i) { return *triangle.getCorner(incIndexBy1(i)); }
 const Point2& getTrg(const Triangle2& triangle, int i) { return *triangle.getCorner(incIndexBy2(i)); }
-
-/// The height on the plane through the corners, computed from coordinates times a power of two; not finite
-/// where the corners are collinear or a number leaves the range of doubles.
-double getHeightOnPlane(const Triangle2& triangle, const Point2& place, double factor) {
-    const Point2 &origin = *triangle.getCorner(0), &p = *triangle.getCorner(1), &q = *triangle.getCorner(2);
-    const auto relative = [&](const Point2& point) {
-        return Vector2(factor * point.x() - factor * origin.x(), factor * point.y() - factor * origin.y(), 0.0);
-    };
-    const Vector2 toP = relative(p), toQ = relative(q);
-    const double scale = std::max(getBinaryScale(toP), getBinaryScale(toQ));
-    const Vector2 u = toP / scale, v = toQ / scale, w = relative(place) / scale;
-    const double z0 = factor * origin.z(), dzP = factor * p.z() - z0, dzQ = factor * q.z() - z0;
-    const double rise = (crossProduct2D(w, v) * dzP + crossProduct2D(u, w) * dzQ) / crossProduct2D(u, v);
-    return (z0 + rise) / factor;
-}
-
-double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
-    const double z = getHeightOnPlane(triangle, place, 1.0);
-    return std::isfinite(z) ? z : getHeightOnPlane(triangle, place, 0x1p-6);
-}
-
-/// The mean of the heights on the two longest edges, or, when these disagree, false and the middle of the height range.
-bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double zMin, double zMax, double& height) {
-    std::array<std::pair<double, int>, 3> aEdges;
-    for (int i = 0; i < 3; ++i) aEdges[i] = {distance2D(getSrc(triangle, i), getTrg(triangle, i)), i};
-    std::sort(aEdges.begin(), aEdges.end());
-    const auto heightOnEdge = [&](int i) {
-        return getZOnSegment(getSrc(triangle, i), getTrg(triangle, i), place.x(), place.y());
-    };
-    const double h1 = heightOnEdge(aEdges[1].second), h2 = heightOnEdge(aEdges[2].second);
-    // With its sign: where the longest edge is the higher one, the mean counts however far they are apart.
-    const bool bAgree = h1 - h2 < HEIGHT_TOLERANCE;
-    height = bAgree ? std::clamp(0.5 * h1 + 0.5 * h2, zMin, zMax) : 0.5 * zMin + 0.5 * zMax;
-    return bAgree;
-}
-
-bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double& height) {
-    for (int i = 0; i < 3; ++i) {
-        if (*triangle.getCorner(i) != place) continue;
-        height = triangle.getCorner(i)->z();
-        return true;
-    }
-    const auto [zMin, zMax] =
-        std::minmax({triangle.getCorner(0)->z(), triangle.getCorner(1)->z(), triangle.getCorner(2)->z()});
-    if (zMin == zMax) {
-        height = zMin;
-        return true;
-    }
-    const double z = getHeightOnPlane(triangle, place);
-    if (z - zMax < HEIGHT_TOLERANCE && zMin - z < HEIGHT_TOLERANCE) {
-        height = std::clamp(z, zMin, zMax);
-        return true;
-    }
-    return getHeightOnLongEdges(triangle, place, zMin, zMax, height);
-}
 
 /// The height of the nearest point of some hull edges, given as (triangle, index), unless it is farther than
 /// the tolerance.

@@ -193,6 +193,12 @@ TEST(Height, OfAGivenTriangle) {
                   {{XYZ{0, 0, 0}, {1, 0, 1}, {0, 1, 0}}, 1.0009, 0.25, true, 1.0},
                   {{XYZ{0, 0, 0}, {1, 0, 1}, {0, 1, 0}}, -0.0009, 0.25, true, 0.0},
                   {{XYZ{0, 0, 0}, {1, 0, 1}, {0, 1, 0}}, 1.5, 0.0, true, 1.0},
+                  // Thinner than rounding errors of an area.
+                  {{XYZ{-2.4285714285714284, -7.4285714285714279, -2.4285714285714284}, {-3, -8, -3}, {-1, -6, -1}},
+                   -1.525,
+                   -6.525,
+                   true,
+                   -1.525},
                   // Collinear, between the second and the third corner: straight, bent up, bent down, level.
                   {{XYZ{0, 0, 0}, {1, 1, 1}, {4, 4, 4}}, 2.0, 2.0, true, 2.0},
                   {{XYZ{0, 0, 0}, {1, 1, 7}, {4, 4, 4}}, 2.0, 2.0, false, 3.5},

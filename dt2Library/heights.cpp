@@ -1,0 +1,95 @@
+// Heights in one triangle.
+//
+// A height is that of the plane through the three corners. Beside the triangle it may leave the range of the corners, and
+// where these are collinear there is no plane; then the two longest edges, which run side by side in a thin triangle, give
+// the height between them.
+//
+// The plane is computed in doubles unless the triangle is so thin that their rounding would show. Such triangles come up
+// along a hull of points that are collinear but for rounding, and beside segments that are cut into the surface.
+
+#include "heights.h"
+
+#include <gmpxx.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "taro25d/Vector2.h"
+#include "taro25d/freeFunctions.h"
+#include "tools.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr double HEIGHT_TOLERANCE = 0.001;
+constexpr double MIN_DETERMINANT = 0x1p-20;  // as a share of the square of the longer side
+
+/// Exact but for one rounding at the end.
+double getExactHeight(const Triangle2& triangle, const Point2& place) {
+    using Rational = mpq_class;
+    const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
+    if (!isFinite(a) || !isFinite(b) || !isFinite(c)) return std::numeric_limits<double>::quiet_NaN();
+    const Rational ux = Rational(b.x()) - a.x(), uy = Rational(b.y()) - a.y();
+    const Rational vx = Rational(c.x()) - a.x(), vy = Rational(c.y()) - a.y();
+    const Rational wx = Rational(place.x()) - a.x(), wy = Rational(place.y()) - a.y();
+    const Rational det = ux * vy - uy * vx;
+    if (det == 0) return std::numeric_limits<double>::quiet_NaN();
+    const Rational rise =
+        ((wx * vy - wy * vx) * (Rational(b.z()) - a.z()) + (ux * wy - uy * wx) * (Rational(c.z()) - a.z())) / det;
+    return Rational(a.z() + rise).get_d();
+}
+
+/// The mean of the heights on the two longest edges, or, when these disagree, false and the middle of the height range.
+bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double zMin, double zMax, double& height) {
+    std::array<std::pair<double, int>, 3> aEdges;
+    const auto getSrc = [&](int i) -> const Point2& { return *triangle.getCorner(incIndexBy1(i)); };
+    const auto getTrg = [&](int i) -> const Point2& { return getSrc(incIndexBy1(i)); };
+    for (int i = 0; i < 3; ++i) aEdges[i] = {distance2D(getSrc(i), getTrg(i)), i};
+    std::sort(aEdges.begin(), aEdges.end());
+    const auto heightOnEdge = [&](int i) { return getZOnSegment(getSrc(i), getTrg(i), place.x(), place.y()); };
+    const double h1 = heightOnEdge(aEdges[1].second), h2 = heightOnEdge(aEdges[2].second);
+    // With its sign: where the longest edge is the higher one, the mean counts however far they are apart.
+    const bool bAgree = h1 - h2 < HEIGHT_TOLERANCE;
+    height = bAgree ? std::clamp(0.5 * h1 + 0.5 * h2, zMin, zMax) : 0.5 * zMin + 0.5 * zMax;
+    return bAgree;
+}
+
+}  // namespace
+
+double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
+    const Point2 &origin = *triangle.getCorner(0), &p = *triangle.getCorner(1), &q = *triangle.getCorner(2);
+    const Vector2 toP = getVector2D(origin, p), toQ = getVector2D(origin, q);
+    const double scale = std::max(getBinaryScale(toP), getBinaryScale(toQ));
+    const Vector2 u = toP / scale, v = toQ / scale, w = getVector2D(origin, place) / scale;
+    const double det = crossProduct2D(u, v);
+    if (!(std::abs(det) >= MIN_DETERMINANT)) return getExactHeight(triangle, place);
+    const double dzP = p.z() - origin.z(), dzQ = q.z() - origin.z();
+    const double z = origin.z() + (crossProduct2D(w, v) * dzP + crossProduct2D(u, w) * dzQ) / det;
+    return std::isfinite(z) ? z : getExactHeight(triangle, place);
+}
+
+bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double& height) {
+    for (int i = 0; i < 3; ++i) {
+        if (*triangle.getCorner(i) != place) continue;
+        height = triangle.getCorner(i)->z();
+        return true;
+    }
+    const auto [zMin, zMax] =
+        std::minmax({triangle.getCorner(0)->z(), triangle.getCorner(1)->z(), triangle.getCorner(2)->z()});
+    if (zMin == zMax) {
+        height = zMin;
+        return true;
+    }
+    const double z = getHeightOnPlane(triangle, place);
+    if (z - zMax < HEIGHT_TOLERANCE && zMin - z < HEIGHT_TOLERANCE) {
+        height = std::clamp(z, zMin, zMax);
+        return true;
+    }
+    return getHeightOnLongEdges(triangle, place, zMin, zMax, height);
+}
+
+}  // namespace LUMO_TARO25D
