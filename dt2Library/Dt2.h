@@ -465,7 +465,7 @@ class Dt2 {
     double zoneMagnitude_ = 0.0;
     bool bHasConstraints_ = false;
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
-    bool bFlipsSuppressed_ = false;  // while triangles are cut or imported as they are
+    bool bFlipsSuppressed_ = false;  // while triangles are cut
     int numCPU_ = 1;
     std::string name_;
     Progress progress_;

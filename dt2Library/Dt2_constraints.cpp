@@ -52,6 +52,14 @@ bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
 /// Whether q is strictly between a and b, all three being exactly collinear: then the order of points is that on the line.
 bool isBetween(const Point2& a, const Point2& b, const Point2& q) { return (a < q && q < b) || (b < q && q < a); }
 
+/// Any integer can be cast to a strategy. Said in the name of what would meet it later.
+bool isStrategy(ConstraintInsertionStrategy cis) {
+    if (cis == CIS_CONFORMING_SURFACE_Z || cis == CIS_CONSTRAINED_DELAUNAY || cis == CIS_CONFORMING_LINEAR_Z)
+        return true;
+    error("ConstraintMgr::apply()", "Unknown CIS");
+    return false;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -67,6 +75,7 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Segment2>& vSegments, 
         warning("Dt2::createConstraint(..)", "non-finite coordinates, constraint refused");
         return nullptr;
     }
+    if (!isStrategy(cis)) return nullptr;
     return bOrientedSegments ? pConstraintMgr_->createConstraint_oriented(vSegments, cis)
                              : pConstraintMgr_->createConstraint(vSegments, cis);
 }
@@ -76,6 +85,7 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Edge2*>& vEdges, Const
         warning("Dt2::createConstraint(..)", "vEdges is empty, returning NULL");
         return nullptr;
     }
+    if (!isStrategy(cis)) return nullptr;
     return pConstraintMgr_->createConstraint(vEdges, cis, true);
 }
 

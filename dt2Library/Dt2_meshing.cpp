@@ -271,6 +271,7 @@ bool Dt2::haveValidPreconditions(MeshGenParams* pParams) {
         return refuse("Dt2::refine(..)", "minAngleDegree must be <=30.0, return");
     }
     if (!isUsableLimit(pParams->maxEdgeLength) || !isUsableLimit(pParams->maxTriangleArea) ||
+        std::isnan(pParams->minAngleDegree) || std::isnan(pParams->minEdgeLength) ||
         std::isnan(pParams->growthFactor)) {
         return refuse("Dt2::refineMain2()", "invalid limit, return");
     }

@@ -77,6 +77,11 @@ void Taro_2D::insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& v
 void Taro_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles) {
     if (numPoints <= 0) return;
     if (aHandles) std::fill_n(aHandles, numPoints, nullptr);
+    if (!aCoordinates) {
+        const MessageScope scope(&pDt2_->getProgress());
+        warning("Taro_2D::insert(..)", "aCoordinates==NULL, nothing inserted");
+        return;
+    }
     call(pDt2_)->insertBulk(PointSource(static_cast<size_t>(numPoints), aCoordinates), aHandles);
 }
 

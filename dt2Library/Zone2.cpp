@@ -72,7 +72,11 @@ TriangleVector merge(ZoneLocation zoneLoc, const TriangleVector& vFirst, const T
     return vMerged;
 }
 
+/// Where messages about a zone go.
+MessageSink* getSink(const Zone2* pZone) { return pZone ? &pZone->getDelaunayTriangulation()->getProgress() : nullptr; }
+
 Zone2* combine(Zone2* pFirst, Zone2* pSecond, ZoneLocation zoneLoc, const char* location) {
+    const MessageScope scope(getSink(pFirst));
     if (!pFirst || !pSecond || pFirst->getDelaunayTriangulation() != pSecond->getDelaunayTriangulation()) {
         error(location, "The zones must belong to the same triangulation! Returning NULL");
         return nullptr;
@@ -378,11 +382,11 @@ Zone2* zoneSymmetricDifference(Zone2* pFirst, Zone2* pSecond) {
 }
 
 Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predicate, bool bVerbose) {
+    const MessageScope scope(getSink(pZone));
     if (!pZone || !predicate) {
         warning("Zone2::peelOffIf()", "pZone==NULL or pPredicate==NULL. Returning NULL");
         return nullptr;
     }
-    const MessageScope scope(&pZone->getDelaunayTriangulation()->getProgress());
     TriangleVector vTriangles;
     pZone->getTriangles(vTriangles);
     if (bVerbose) printAreas("\nZone2::peelOffIf(), original Zone:", vTriangles);

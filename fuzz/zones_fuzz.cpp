@@ -119,7 +119,7 @@ class Run {
                 return constrain(nextSegments(), false);
             case 3:
             case 4:
-                return constrain(nextRing(), input_.flag());
+                return constrainRing();
             case 5:
             case 6:
                 return createAlongGraphs();
@@ -172,6 +172,10 @@ class Run {
         for (Point2& corner : vCorners) corner = coordinates_.nextPoint();
         return makeSides(vCorners);
     }
+    void constrainRing() {
+        const SegmentVector vRing = nextRing();  // arguments are read in an order that compilers choose
+        constrain(vRing, input_.flag());
+    }
     void constrain(const SegmentVector& vSegments, bool bOriented) {
         vGraphs_.push_back(mesh_.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY, bOriented));
         require(vGraphs_.back(), "segments make a graph");
@@ -208,24 +212,30 @@ class Run {
     }
 
     /// How often a graph passes edges, from the first vertex to the second; way back counts as -1.
-    static std::map<std::pair<Point2*, Point2*>, int> countWays(const ConstraintGraph2& graph) {
-        std::map<std::pair<Point2*, Point2*>, int> mWays;
+    using Ways = std::map<std::pair<Point2*, Point2*>, int>;
+
+    static void addWays(ConstraintSegment2* pCSeg, Point2* pFrom, int way, Ways& mWays) {
+        Point2* pTo = pCSeg->getSrc() == pFrom ? pCSeg->getTrg() : pCSeg->getSrc();
+        if (pCSeg->isAlive()) {
+            mWays[{pFrom, pTo}] += way;
+            mWays[{pTo, pFrom}] -= way;
+            return;
+        }
+        ConstraintSegment2 *pFirst = nullptr, *pSecond = nullptr;
+        Point2* pSplit = nullptr;
+        pCSeg->getChildrenAndSplitPoint(pFirst, pSecond, pSplit);
+        if (!pSplit) return;
+        if (pFirst->getSrc() != pFrom && pFirst->getTrg() != pFrom) std::swap(pFirst, pSecond);
+        addWays(pFirst, pFrom, way, mWays);
+        addWays(pSecond, pSplit, way, mWays);
+    }
+
+    static Ways countWays(const ConstraintGraph2& graph) {
+        Ways mWays;
         std::vector<ConstraintSegment2*> vOriginals;
         graph.getOriginalConstraintSegments(vOriginals);
         for (ConstraintSegment2* pOriginal : vOriginals) {
-            std::vector<ConstraintSegment2*> vPieces;
-            if (pOriginal->isAlive())
-                vPieces.push_back(pOriginal);
-            else
-                pOriginal->getChildrenRec(vPieces);
-            const Point2 &a = *pOriginal->getSrc(), &b = *pOriginal->getTrg();
-            for (const ConstraintSegment2* pPiece : vPieces) {
-                const Point2 &c = *pPiece->getSrc(), &d = *pPiece->getTrg();
-                const double along = (b.x() - a.x()) * (d.x() - c.x()) + (b.y() - a.y()) * (d.y() - c.y());
-                const int way = (along < 0) == graph.isReverse(pOriginal) ? 1 : -1;
-                mWays[{pPiece->getSrc(), pPiece->getTrg()}] += way;
-                mWays[{pPiece->getTrg(), pPiece->getSrc()}] -= way;
-            }
+            addWays(pOriginal, pOriginal->getSrc(), graph.isReverse(pOriginal) ? -1 : 1, mWays);
         }
         return mWays;
     }
@@ -421,7 +431,8 @@ class Run {
 
     void cut() {
         const std::vector<Point2> vSamples = sampleHeights();
-        mesh_.cutTriangles(nextSegments(), input_.flag());
+        const SegmentVector vSegments = nextSegments();
+        mesh_.cutTriangles(vSegments, input_.flag());
         if (listener_.bGaveUp) return;
         checkHeights(vSamples);
         require(!mesh_.is2D() || mesh_.checkValidity(true, "cut"), "the mesh is valid after a cut");

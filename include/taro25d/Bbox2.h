@@ -43,7 +43,7 @@ class TARO25D_API Bbox2 {
     /// TaroException.
     Bbox2& operator+(const Bbox2& other);
 
-    /// False until a first point has been added.
+    /// False until a first point has been added, and for four numbers of which a minimum exceeds its maximum.
     bool isValid() const { return bValid_; }
     /// True if the point lies in the box or on its boundary; false for an invalid box.
     bool isInBox(const Point2& point) const {

@@ -60,7 +60,7 @@ class TARO25D_API ConstraintGraph2 {
     bool isReverse(ConstraintSegment2* pCSeg) const;
 
     /// The two children of a dead segment, in the direction of the graph. An alive segment gets a warning and leaves
-    /// the arguments alone; a dead one that the graph does not know fails with TaroException.
+    /// the arguments alone; a dead one that the graph does not know fails with TaroException. Not null.
     void getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
                            ConstraintSegment2*& pChild1) const;
     /// Appends the alive pieces of the segments, in the order of getOriginalConstraintSegments(); those of one segment

@@ -61,7 +61,7 @@ class TARO25D_API ConstraintSegment2 {
     /// without children fails with TaroException.
     void getChildrenRec(std::vector<ConstraintSegment2*>& vChildren);
     /// The two children of a dead segment and the vertex that they share. An alive segment gets a warning and leaves
-    /// the arguments alone.
+    /// the arguments alone, and so does, without one, a segment that was given up and has no children.
     void getChildrenAndSplitPoint(ConstraintSegment2*& pChild0, ConstraintSegment2*& pChild1, Point2*& pSplit);
 
     /// For the engine: splits the segment at a vertex that is none of its ends, without touching the mesh. Returns

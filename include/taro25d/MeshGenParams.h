@@ -24,7 +24,8 @@ class Zone2;
 class TARO25D_API MeshGenParams {
   public:
     /// Default values for a zone, which must be of location ZL_INSIDE or ZL_BOUNDED: for any other there is a message
-    /// on standard error, the grid vector is zero, and mesh generation will refuse the zone.
+    /// on standard error, the grid vector is zero, and mesh generation will refuse the zone. So it will refuse null, of
+    /// which nothing is said here.
     explicit MeshGenParams(Zone2* pZone);
     /// Deletes the set of locked segments.
     virtual ~MeshGenParams();

@@ -102,7 +102,8 @@ class TARO25D_API Taro_2D {
     /// non-finite point.
     void insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles);
     /// Inserts numPoints points given as consecutive (x, y, z) triples; aHandles receives numPoints vertices in input
-    /// order, as above, unless it is null. Neither array is kept. A number that is not positive inserts nothing.
+    /// order, as above, unless it is null. Neither array is kept. A number that is not positive inserts nothing, and so
+    /// do null coordinates, with a warning.
     void insert(int numPoints, double* aCoordinates, Point2** aHandles);
 
     /// Triangulates the points in a temporary triangulation with this one's number of threads and returns the
@@ -168,7 +169,7 @@ class TARO25D_API Taro_2D {
     /// and with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a
     /// triangle across an edge that is no constraint. Prints what it finds under the given name, and, if the
     /// structure is sound, how many alive constraint segments there are and how many of them are missing; draws
-    /// pictures of failures. O(n). True when all is well, and, with a warning, before is2D().
+    /// pictures of failures into the working directory (checkValidity*.ps). O(n). True when all is well, and, with a warning, before is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     /// Prints the number of triangles and the distribution of their interior angles.
     void statistics(const std::string& name) const;
@@ -188,9 +189,10 @@ class TARO25D_API Taro_2D {
     /// that form one closed, simple chain make a polygon, which runs counterclockwise, either way.
     ///
     /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
-    /// applyConstraintsAndZones(). An empty list, or an end point that is not finite, gets a warning and null, and
-    /// nothing is inserted; a segment of length zero gets a warning and only its point stays. Where doubles are too
-    /// coarse for all crossings, pieces are given up with a warning. O(k log k) for a segment that crosses k triangles.
+    /// applyConstraintsAndZones(). An empty list, an end point that is not finite, and a strategy that is none get a warning
+    /// or an error and null, and nothing is inserted; a segment of length zero gets a warning and only its point stays.
+    /// A crossing nearer than 1e-6 to an end of a segment takes place at that end. Where doubles are too coarse for all
+    /// crossings, pieces are given up with a warning. O(k log k) for a segment that crosses k triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                        bool bOrientedSegments = false);
     /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices
@@ -198,7 +200,7 @@ class TARO25D_API Taro_2D {
     void applyConstraintsAndZones();
 
     /// Whether edge i of a triangle is a constraint; false for null and for an i that is no edge. Constant expected
-    /// time, as for the questions that follow.
+    /// time, as for the next three.
     bool isConstraint(Triangle2* pT, int i) const;
     /// Whether there is an alive constraint segment between two vertices, in any order; false for null.
     bool isConstraint(Point2* p0, Point2* p1) const;
@@ -206,9 +208,10 @@ class TARO25D_API Taro_2D {
     bool isConstraint(Point2* pVtx) const;
     /// The alive constraint segment between two vertices, in any order; null if there is none.
     ConstraintSegment2* getConstraintSegment(Point2* p0, Point2* p1) const;
-    /// Appends the alive constraint segments, which are edges of the mesh, in no particular order.
+    /// Appends the alive constraint segments, which are edges of the mesh, in the order of their addresses. Linear, and
+    /// n log n where segments are new since the last time.
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
-    /// Appends all constraint segments, those that were split included, in no particular order.
+    /// Appends all constraint segments, those that were split included, in the same order and time.
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
 
     /// @}
@@ -216,12 +219,13 @@ class TARO25D_API Taro_2D {
     /// Sets of triangles, given by rules. The triangulation owns each zone until deleteZone() or its own end. When
     /// nothing can be created, the result is null, with warnings unless bVerbose is false: before is2D(), for a graph
     /// that is null or of another triangulation, for a graph without a direction where one is needed, and for a
-    /// location other than those that are listed.
+    /// location that the call is not for.
     /// @{
 
     /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all triangles
-    /// (ZL_GLOBAL, graph null). Inside is within a polygon, and on the left of a graph that is none. (A result location
-    /// gives a zone without operands, which is empty.)
+    /// (ZL_GLOBAL, graph null). Inside is within a polygon, and on the left of a graph that is none. Any other
+    /// location gives an empty zone: it has no seed, or no operands. One that is no location at all is an error, each
+    /// time the zone is asked for triangles.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
     /// The same for several graphs, ZL_INSIDE or ZL_OUTSIDE only. The zone starts along all of them on that side and
     /// ends at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; what is between
@@ -249,8 +253,9 @@ class TARO25D_API Taro_2D {
     /// Cuts the surface along a polygon, as cutTriangles() does, and returns what is inside as a zone of location
     /// ZL_BOUNDED. The segments, in any order and direction, must be the sides of one polygon that does not meet
     /// itself; their heights do not count. Outside the hull there is no surface: the zone is then the part that is on
-    /// it. Segments that form no simple polygon change nothing and give null, as does a polygon beside the surface;
-    /// warnings are printed if bVerbose is true.
+    /// it. Segments that form no simple polygon change nothing and give null. A polygon that has no part of the surface
+    /// inside gives null as well, but where it touches the surface it may have been cut. Warnings are printed if bVerbose
+    /// is true.
     Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose = true);
 
     /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not
@@ -292,8 +297,9 @@ class TARO25D_API Taro_2D {
     /// it.
     void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                 bool bAllowConstraintSplitting);
-    /// The same with all parameters. Limits that are NaN or not greater than 0, and a growth factor that is NaN, are
-    /// refused with an error and without effect, as are a zone of another triangulation or location and a null pointer.
+    /// The same with all parameters. A maximum that is NaN or not greater than 0, and an angle, a minimum length or a
+    /// growth factor that is NaN, are refused with an error and without effect, as are a zone of another triangulation or
+    /// location and a null pointer.
     void refineAdvanced(MeshGenParams* pParams);
     /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
     /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how
@@ -307,7 +313,9 @@ class TARO25D_API Taro_2D {
     /// @{
 
     /// Writes all vertices and alive constraint segments to a binary file. A plain file is replaced only when
-    /// everything has been written. Returns false, after a line on standard output, when that fails. Numbers are in the
+    /// everything has been written, unless the folder takes no other file or cannot keep owner and mode: then it is
+    /// overwritten in place. Returns false, after a line on standard output, when writing fails, and for a vertex whose
+    /// height was set to something that is not finite. Numbers are in the
     /// byte order of the machine, so the file suits machines of the same kind. Linear.
     bool save(const char* filename) const;
     /// Inserts what `save` wrote: the vertices, and the segments as constraints of strategy CIS_CONSTRAINED_DELAUNAY.

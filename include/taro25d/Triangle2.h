@@ -35,7 +35,8 @@ class TARO25D_API Triangle2 {
 
     /// The index of a corner. A point that is no corner is reported and fails with TaroException.
     int getIntraTriangleIndex(const Point2* pVtx) const;
-    /// The index under which a neighbour is linked. A triangle that is no neighbour fails with TaroException.
+    /// The index under which a neighbour is linked; for null that of a hull edge. A triangle that is no neighbour fails
+    /// with TaroException.
     int getIntraTriangleIndex(const Triangle2* pT) const;
     /// The index of the edge between two corners, in either direction. Other points fail with TaroException.
     int getIntraTriangleIndex(const Point2* p0, const Point2* p1) const;
@@ -64,16 +65,17 @@ class TARO25D_API Triangle2 {
 
     /// The mean of the corners in x, y and z.
     Point2 getBarycenter() const;
-    /// The area in x-y by Heron's formula; 0 for collinear corners.
+    /// The area in x-y by Heron's formula, to about 1e-8 of the square of the longest side: that of a thin triangle is
+    /// rounding (the free getArea2D is not). Side lengths that overflow fail with TaroException.
     double getArea2D() const;
-    /// The area in space by Heron's formula; 0 for collinear corners.
+    /// The area in space by Heron's formula, to the same.
     double getArea25D() const;
     /// The area of a triangle with the given side lengths (Heron's formula), never negative. Lengths that
     /// give no number are reported with this triangle's corners and fail with TaroException.
     double computeArea(double l0, double l1, double l2) const;
-    /// The interior angle at corner i in degrees, in x-y.
+    /// The interior angle at corner i in degrees, in x-y; 90 where that corner coincides with another one.
     double getInteriorAngle2D(int i) const;
-    /// The interior angle at corner i in degrees, in space.
+    /// The interior angle at corner i in degrees, in space; 90 where that corner coincides with another one.
     double getInteriorAngle25D(int i) const;
     /// The unit normal of the triangle's plane; the zero vector for a degenerate triangle.
     Vector2 getNormalVector() const;

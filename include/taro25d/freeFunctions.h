@@ -10,14 +10,15 @@
 #include "taro25d/export.h"
 
 /// @file
-/// Geometric helper functions. None of them throws on degenerate input; points that they construct have the
-/// custom index -1 and no incident triangle. All take constant time unless stated otherwise.
+/// Geometric helper functions. None of them throws on degenerate input; where a length or an area leaves the range of
+/// doubles it is infinite or NaN. Points that they construct have the custom index -1 and no incident triangle. All take
+/// constant time unless stated otherwise.
 
 namespace LUMO_TARO25D {
 
 /// The side of the directed line p0->p1 on which p2 lies, decided exactly in x-y for any finite coordinates.
 /// Swapping two arguments swaps CCW and CW; a cyclic shift changes nothing; it is collinear as soon as two
-/// points are equal in x-y. Null pointers fail with TaroException. Works on one process-wide predicate
+/// points are equal in x-y. Null pointers and coordinates that are not finite fail with TaroException. Works on one process-wide predicate
 /// object: calls must not overlap.
 TARO25D_API Orientation2 getOrientation2(const Point2* p0, const Point2* p1, const Point2* p2);
 /// The same decision for any number of threads at once, on a predicate object of its own for each call.
@@ -67,7 +68,8 @@ TARO25D_API bool getIntersectionPointNoRounding(const Point2& a, const Point2& b
 TARO25D_API bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
                                                  double& x, double& y);
 
-/// The smallest power of two, not above 1, that changes d when added to it; NaN for NaN. A few dozen steps
+/// The smallest power of two, not above 1, that changes d when added to it; 1 where none does, NaN for
+/// NaN. A few dozen steps
 /// for numbers around 1, a thousand for zero.
 TARO25D_API double getUlp(double d);
 
