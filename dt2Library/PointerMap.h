@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "tools.h"
+
 namespace LUMO_TARO25D {
 
 /// A hash table from addresses of records to values, laid out flat. Open addressing with linear probing, at most half full;
@@ -42,8 +44,7 @@ class PointerMap {
 
     /// Makes room for n records.
     void reserve(size_t n) {
-        size_t size = MIN_SIZE;
-        while (size < 2 * n) size *= 2;
+        const size_t size = getTableSize(n, MIN_SIZE);
         if (size > vSlots_.size()) rehash(size);
     }
 

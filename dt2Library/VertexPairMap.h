@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "taro25d/Point2.h"
+#include "tools.h"
 
 namespace LUMO_TARO25D {
 
@@ -35,8 +36,7 @@ class VertexPairMap {
 
     /// Makes room for n pairs.
     void reserve(size_t n) {
-        size_t size = MIN_SIZE;
-        while (size < 2 * n) size *= 2;
+        const size_t size = getTableSize(n, MIN_SIZE);
         if (size > vSlots_.size()) rehash(size);
     }
 

@@ -51,6 +51,13 @@ void reserveMore(Vector& vElements, size_t n) {
         vElements.reserve(std::max(numWanted + numWanted / 2, 2 * vElements.capacity()));
 }
 
+/// The size of a hash table that n entries fill at most by half: the least size, doubled as often as that takes.
+inline size_t getTableSize(size_t n, size_t minSize) {
+    size_t size = minSize;
+    while (size < 2 * n) size *= 2;
+    return size;
+}
+
 /// Whether x and y are finite; z may be anything.
 inline bool isFinite2D(const Point2& point) { return std::isfinite(point.x()) && std::isfinite(point.y()); }
 inline bool isFinite2D(const Segment2& segment) { return isFinite2D(segment.getSrc()) && isFinite2D(segment.getTrg()); }
