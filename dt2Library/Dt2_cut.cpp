@@ -337,13 +337,13 @@ Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, C
         const bool bNearer = distance2D(*pEnd, trg) < distance2D(*pVtx, trg);
         if (crossing == *pEnd || (bNearer && isNearLine(*pEnd, *pVtx, trg))) return pEnd;
     }
+    // Within a wall that is thinner than rounding heights do not matter.
+    const bool bWall = isNearLine(*pVtx, *p0, *p1) && isNearLine(*pFar, *p0, *p1);
     for (Point2* pAcross : {pVtx, pFar}) {
-        const bool bOnEdge = isNear(crossing, *pAcross) && haveSameHeight(crossing, *pAcross, *pT, *pN);
+        const bool bOnEdge = isNear(crossing, *pAcross) && (bWall || haveSameHeight(crossing, *pAcross, *pT, *pN));
         if (bOnEdge && CUTT_bendEdge(pT, i, pAcross, cut)) return pAcross;
     }
     if (Point2* pNew = CUTT_divide(pT, i, crossing, normalize(getVector2D(*pVtx, trg)), cut)) return pNew;
-    // A wall that is thinner than rounding: its foot takes the place of its edge.
-    if (isNear(crossing, *pFar) && CUTT_bendEdge(pT, i, pFar, cut)) return pFar;
     if (CUTT_clearBehind(*pVtx, trg, crossing, pT, i, cut)) return pVtx;
     return sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
 }
