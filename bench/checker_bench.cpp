@@ -58,7 +58,7 @@ Segments winding() {
 /// Coasts and rivers of the world, side by side on a square of worlds; empty where the data is absent.
 Segments worlds() {
     std::vector<std::pair<Point2, Point2>> vWorld;
-    const std::string folder = TARO25D_SHARED_DATA_DIR "/segments/";
+    const std::string folder = TARO25D_DATA_DIR "/segments/";
     for (const char* name : {"ne_110m_coastline.segb", "ne_50m_rivers_lake_centerlines.segb"}) {
         std::ifstream file(folder + name, std::ios::binary);
         file.ignore(sizeof(std::uint64_t));

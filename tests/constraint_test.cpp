@@ -933,13 +933,13 @@ TEST_F(Constraint, PolygonsRunCounterclockwiseFromTheirFirstVertex) {
 // ---- Real line work ----
 
 TEST_F(Constraint, RealLineWork) {
-    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
+    if (!hasDataFolder()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
     size_t numFiles = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(sharedPath("segments"))) {
+    for (const auto& entry : std::filesystem::directory_iterator(dataPath("segments"))) {
         if (entry.path().extension() != ".segb") continue;
         SCOPED_TRACE(entry.path().filename());
         ++numFiles;
-        const SegmentVector vSegments = readSharedSegments(entry.path().stem());
+        const SegmentVector vSegments = readRealSegments(entry.path().stem());
         for (const ConstraintInsertionStrategy cis : strategies) {
             if (cis != CIS_CONSTRAINED_DELAUNAY && vSegments.size() > scaled(6000)) continue;
             Work work;
@@ -952,14 +952,14 @@ TEST_F(Constraint, RealLineWork) {
 }
 
 TEST_F(Constraint, RealCounts) {
-    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
+    if (!hasDataFolder()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
     const struct {
         const char* name;
         size_t numNewVertices, numMoreSegments;
     } aFiles[] = {{"lake_superior", 0, 0}, {"ne_50m_rivers_lake_centerlines", 25, 2 * 25 + 1}};
     for (const auto& file : aFiles) {
         Work work;
-        work.constrain(readSharedSegments(file.name));
+        work.constrain(readRealSegments(file.name));
         std::set<XY> sEnds;
         std::set<Ends> sSegments;
         for (const Segment2& s : work.vSegments) {

@@ -542,8 +542,8 @@ double graded(const Point2& p, double x, double y, double half, double level) {
 }  // namespace
 
 TEST(CutAndFill, OfALandslide) {
-    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
-    Surface before(readSharedPoints("landslide_pre10m")), after(readSharedPoints("landslide_post10m"));
+    if (!hasDataFolder()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
+    Surface before(readRealPoints("landslide_pre10m")), after(readRealPoints("landslide_post10m"));
     ASSERT_EQ(before.mesh.numberOfPoints(), 9638u);
     const Volumes volumes = compare(before.pZone, after.pZone);
     EXPECT_GE(volumes.fill, 19774.6);

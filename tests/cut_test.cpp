@@ -332,8 +332,8 @@ TEST(CookieCutter, RefusesWhatIsNoSimplePolygon) {
 }
 
 TEST(CookieCutter, CutsALakeOutOfATerrain) {
-    const SegmentVector vLake = readSharedSegments("lake_superior");
-    if (vLake.empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    const SegmentVector vLake = readRealSegments("lake_superior");
+    if (vLake.empty()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
     const std::vector<PointVector> vRings = ringsOf(vLake);
     const PointVector& vShore = *std::max_element(vRings.begin(), vRings.end(),
                                                   [](const auto& v, const auto& w) { return v.size() < w.size(); });

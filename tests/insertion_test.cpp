@@ -185,7 +185,7 @@ TEST(Insertion, OfTheCorpus) {
 }
 
 TEST(Insertion, OfRealData) {
-    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
+    if (!hasDataFolder()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
     const struct {
         const char* name;
         size_t numPoints, numTriangles;
@@ -195,7 +195,7 @@ TEST(Insertion, OfRealData) {
                   {"landslide_pre10m", 9638, 2 * 78 * 121}};
     for (const auto& file : aFiles) {
         SCOPED_TRACE(file.name);
-        const PointVector vPoints = readSharedPoints(file.name);
+        const PointVector vPoints = readRealPoints(file.name);
         Taro_2D mesh;
         mesh.insert(vPoints);
         EXPECT_EQ(mesh.numberOfPoints(), file.numPoints);

@@ -154,7 +154,7 @@ TEST(Meshing, MeetsTheLimitsOrHasAReason) {
 
 TEST(Meshing, MeshesRealPolygonsAndRealGround) {
     for (const char* filename : {"earcut_dude", "earcut_water", "lake_superior"}) {
-        const SegmentVector vSegments = readSharedSegments(filename);
+        const SegmentVector vSegments = readRealSegments(filename);
         if (vSegments.empty()) continue;  // the data is not everywhere
         SCOPED_TRACE(filename);
         const StdoutCapture capture;

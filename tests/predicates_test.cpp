@@ -14,6 +14,7 @@
 #include "GeomTest.h"
 #include "support/capture.h"
 #include "support/exact.h"
+#include "support/files.h"
 #include "support/generators.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/freeFunctions.h"
@@ -338,10 +339,8 @@ TEST(Predicates, IntervalStageRoundsOutwardsInEveryCallersMode) {
 }
 
 TEST(Predicates, RecordedOrientationCases) {
-    const char* pFolder = std::getenv("TARO25D_SHARED_DATA");
-    const std::string folder = pFolder ? pFolder : TARO25D_SHARED_DATA_DIR;
-    std::ifstream file(folder + "/predicates/orientation_cases.txt");
-    if (!file) GTEST_SKIP() << "no orientation_cases.txt: set TARO25D_SHARED_DATA to the folder of the test data";
+    if (!hasDataFolder()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
+    std::ifstream file(dataPath("predicates/orientation_cases.txt"));
     int numCases = 0, index, expected;
     double ax, ay, bx, by, cx, cy;
     while (file >> index >> ax >> ay >> bx >> by >> cx >> cy >> expected) {

@@ -372,7 +372,7 @@ std::array<int, 3> countPairs(const SegmentChecker& checker) {
 }  // namespace
 
 TEST(SegmentChecker, CountsTheContactsOfRealLineWork) {
-    if (!hasSharedData()) GTEST_SKIP() << "the folder of shared data is absent";
+    if (!hasDataFolder()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
     const struct {
         const char* name;
         std::array<int, 3> aCount;
@@ -381,11 +381,11 @@ TEST(SegmentChecker, CountsTheContactsOfRealLineWork) {
                   {"ne_50m_rivers_lake_centerlines", {25, 1, 0}},
                   {"earcut_water", {19, 40, 31}}};
     for (const auto& file : aFiles) {
-        SegmentVector vSegments = readSharedSegments(file.name);
+        SegmentVector vSegments = readRealSegments(file.name);
         ASSERT_FALSE(vSegments.empty()) << file.name;
         EXPECT_EQ(countPairs(SegmentChecker(pointersTo(vSegments))), file.aCount) << file.name;
     }
-    SegmentVector vSmall = readSharedSegments("earcut_water4");
+    SegmentVector vSmall = readRealSegments("earcut_water4");
     const Pointers vPointers = pointersTo(vSmall);
     expectAsByAllPairs(SegmentChecker(vPointers), vPointers, oracle<long>);
 }

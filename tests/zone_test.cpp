@@ -128,8 +128,8 @@ TEST(Zone, OrientedGraphsThatAreNoPolygonHaveTheZoneOnTheirLeft) {
 }
 
 TEST(Zone, LakeWithIslands) {
-    const SegmentVector vLake = readSharedSegments("lake_superior");
-    if (vLake.empty()) GTEST_SKIP() << "the folder of shared data is absent";
+    const SegmentVector vLake = readRealSegments("lake_superior");
+    if (vLake.empty()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
     const std::vector<PointVector> vRings = ringsOf(vLake);
     ASSERT_EQ(vRings.size(), 7u);
     Taro_2D mesh;

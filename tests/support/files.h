@@ -21,9 +21,9 @@ inline std::string readFile(const std::string& name) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Real input that stands beside the repository, where it does at all.
-inline std::string sharedPath(const std::string& name) { return std::string(TARO25D_SHARED_DATA_DIR) + "/" + name; }
-inline bool hasSharedData() { return sharedPath("") != "/"; }
+/// Real input, which the repository does not contain.
+inline std::string dataPath(const std::string& name) { return std::string(TARO25D_DATA_DIR) + "/" + name; }
+inline bool hasDataFolder() { return dataPath("") != "/"; }
 
 /// A number of records, and their numbers. Empty where the file is absent.
 template <size_t numPerRecord>
@@ -37,16 +37,16 @@ std::vector<std::array<double, numPerRecord>> readRecords(const std::string& pat
     return vRecords;
 }
 
-inline PointVector readSharedPoints(const std::string& name) {
+inline PointVector readRealPoints(const std::string& name) {
     PointVector vPoints;
-    for (const auto& [x, y, z] : readRecords<3>(sharedPath("points/" + name + ".xyzb"))) vPoints.emplace_back(x, y, z);
+    for (const auto& [x, y, z] : readRecords<3>(dataPath("points/" + name + ".xyzb"))) vPoints.emplace_back(x, y, z);
     return vPoints;
 }
 
-inline std::vector<LUMO_TARO25D::Segment2> readSharedSegments(const std::string& name) {
+inline std::vector<LUMO_TARO25D::Segment2> readRealSegments(const std::string& name) {
     using LUMO_TARO25D::Point2;
     std::vector<LUMO_TARO25D::Segment2> vSegments;
-    for (const auto& [x0, y0, x1, y1] : readRecords<4>(sharedPath("segments/" + name + ".segb"))) {
+    for (const auto& [x0, y0, x1, y1] : readRecords<4>(dataPath("segments/" + name + ".segb"))) {
         vSegments.emplace_back(Point2(x0, y0, 0), Point2(x1, y1, 0));
     }
     return vSegments;
