@@ -315,12 +315,12 @@ Sample ourLoad(const std::string& filename) {
 
 /// The number of segments at all heights. Lines are not compared: VTK cuts an open one where it began to join it.
 Sample ourContours(const std::vector<Triangle2*>& vTriangles, const std::vector<double>& vHeights) {
-    std::vector<std::vector<Segment2>> vvContours;
+    std::vector<std::vector<Segment2>> vContours;
     Sample sample = timed([&] {
         const IsoContours isoContours(vTriangles);
-        for (const double height : vHeights) isoContours.getContours(height, vvContours);
+        for (const double height : vHeights) isoContours.getContours(height, vContours);
     });
-    for (const auto& vContour : vvContours) sample.result[0] += vContour.size();
+    for (const auto& vContour : vContours) sample.result[0] += vContour.size();
     return sample;
 }
 
@@ -485,50 +485,63 @@ Points inCurveOrder(Points vPoints) {
     return vPoints;
 }
 
-/// The sizes shrink with the scale, which is 1 for the run that counts.
-std::vector<Row> makeRows(double scale) {
-    const auto size = [scale](double n) { return std::size_t(n * scale); };
-    const std::size_t million = size(1e6), fourMillion = size(4e6), hundredThousand = size(1e5);
-    const char* const cgalRange = "`Delaunay_triangulation_2` from a range";
-    const char* const cgalIndexed = "the same, keeping the input index";
-    const char* const cgalHierarchy = "`Triangulation_hierarchy_2`";
-    const char* const cgalConstraints = "`insert_constraints`";
-    constexpr auto cpu = &Sample::cpu, wall = &Sample::wall, peak = &Sample::peak;
+/// Sizes shrink with the factor, which is 1 for the run that counts.
+struct Scale {
+    double factor;
+
+    std::size_t operator()(double n) const { return std::size_t(n * factor); }
+};
+
+constexpr const char* cgalRange = "`Delaunay_triangulation_2` from a range";
+constexpr auto cpu = &Sample::cpu, wall = &Sample::wall, peak = &Sample::peak;
+
+std::vector<Row> bulkRows(Scale size) {
     return {
-        {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu, [=] { return bulk(uniform(million)); }},
-        {"bulk-uniform-index", "bulk, 1,000,000 uniform", cgalIndexed, 0.38, cpu,
-         [=] { return bulkIndexed(uniform(million)); }},
+        {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu, [=] { return bulk(uniform(size(1e6))); }},
+        {"bulk-uniform-index", "bulk, 1,000,000 uniform", "the same, keeping the input index", 0.38, cpu,
+         [=] { return bulkIndexed(uniform(size(1e6))); }},
         {"bulk-clustered", "bulk, 1,000,000 in 200 gaussian clusters", cgalRange, 0.55, cpu,
-         [=] { return bulk(clustered(million)); }},
+         [=] { return bulk(clustered(size(1e6))); }},
         {"bulk-grid", "bulk, integer grid 1000 x 1000, shuffled", cgalRange, 0.65, cpu,
-         [=] { return bulk(grid(million)); }},
+         [=] { return bulk(grid(size(1e6))); }},
         {"bulk-survey", "bulk, 1,000,000 on survey lines", cgalRange, 0.65, cpu,
-         [=] { return bulk(surveyLines(million)); }},
-        {"bulk-uniform-4m", "bulk, 4,000,000 uniform", cgalRange, 0.53, cpu,
-         [=] { return bulk(uniform(fourMillion)); }},
+         [=] { return bulk(surveyLines(size(1e6))); }},
+        {"bulk-uniform-4m", "bulk, 4,000,000 uniform", cgalRange, 0.53, cpu, [=] { return bulk(uniform(size(4e6))); }},
         {"bulk-collinear", "bulk, 50,000 exactly collinear", "own bulk, 1,000,000 uniform", 0.1, cpu,
-         [=] { return ownBulk(collinear(size(5e4)), uniform(million)); }},
+         [=] { return ownBulk(collinear(size(5e4)), uniform(size(1e6))); }},
         {"stray-survey", "bulk, survey lines and (0, 0)", "own, without the stray point", 1.5, cpu,
-         [=] { return ownBulk(withStray(surveyLines(million), 0.0, 0.0), surveyLines(million)); }},
+         [=] { return ownBulk(withStray(surveyLines(size(1e6)), 0.0, 0.0), surveyLines(size(1e6))); }},
         {"stray-uniform", "bulk, uniform and (1e300, 1e300)", "own, without the stray point", 1.5, cpu,
-         [=] { return ownBulk(withStray(uniform(million), 1e300, 1e300), uniform(million)); }},
+         [=] { return ownBulk(withStray(uniform(size(1e6)), 1e300, 1e300), uniform(size(1e6))); }},
+    };
+}
+
+std::vector<Row> pointRows(Scale size) {
+    const char* const cgalHierarchy = "`Triangulation_hierarchy_2`";
+    return {
         {"locate-random", "1,000,000 random locations in 1,000,000", cgalHierarchy, 0.8, cpu,
-         [=] { return location<Hierarchy>(uniform(million), uniform(million, 11), false); }},
+         [=] { return location<Hierarchy>(uniform(size(1e6)), uniform(size(1e6), 11), false); }},
         {"locate-sorted", "1,000,000 locations along a Hilbert curve", "`locate` from the last face", 1.2, cpu,
-         [=] { return location<Delaunay>(uniform(million), inCurveOrder(uniform(million, 11)), true); }},
+         [=] { return location<Delaunay>(uniform(size(1e6)), inCurveOrder(uniform(size(1e6), 11)), true); }},
         {"single-empty", "one by one, 100,000 from empty", cgalHierarchy, 1.0, cpu,
-         [=] { return single({}, uniform(hundredThousand, 12)); }},
+         [=] { return single({}, uniform(size(1e5), 12)); }},
         {"single-million", "one by one, 100,000 into 1,000,000", cgalHierarchy, 1.0, cpu,
-         [=] { return single(uniform(million), uniform(hundredThousand, 12)); }},
+         [=] { return single(uniform(size(1e6)), uniform(size(1e5), 12)); }},
         {"remove", "removal of 100,000 random vertices from 1,000,000", "`remove`", 1.0, cpu,
-         [=] { return removal(uniform(million)); }},
+         [=] { return removal(uniform(size(1e6))); }},
+    };
+}
+
+std::vector<Row> constraintRows(Scale size) {
+    const char* const cgalConstraints = "`insert_constraints`";
+    return {
         {"constraints-short", "20,000 disjoint short segments and 100,000 uniform points", cgalConstraints, 1.0, cpu,
          [=] { return constrained<RoundingConstrained>(share(uniform(size(1e5)), shortSegments(size(2e4))), true); }},
         {"constraints-short-million", "200,000 of these and 1,000,000 points", cgalConstraints, 1.0, cpu,
-         [=] { return constrained<RoundingConstrained>(share(uniform(million), shortSegments(size(2e5))), true); }},
+         [=] { return constrained<RoundingConstrained>(share(uniform(size(1e6)), shortSegments(size(2e5))), true); }},
         {"constraints-growth", "200,000 and 1,000,000", "own, 20,000 and 100,000", 12.0, cpu,
          [=] {
-             return ownConstrained(share(uniform(million), shortSegments(size(2e5))),
+             return ownConstrained(share(uniform(size(1e6)), shortSegments(size(2e5))),
                                    share(uniform(size(1e5)), shortSegments(size(2e4))));
          }},
         {"constraints-crossing", "300 long segments that cross 34,000 times and 100,000 uniform points",
@@ -537,34 +550,63 @@ std::vector<Row> makeRows(double scale) {
         {"constraints-crossing-exact", "the same", "the same with exact constructions", 0.3, cpu,
          [=] { return constrained<ExactConstrained>(share(uniform(size(1e5)), longSegments(300)), false); }},
         {"constraint-across", "one segment across a mesh of 1,000,000 points", "own bulk of these", 0.01, cpu,
-         [=] { return segmentsAgainstMesh(share(uniform(million), acrossSegments(1))); }},
+         [=] { return segmentsAgainstMesh(share(uniform(size(1e6)), acrossSegments(1))); }},
         {"constraint-across-growth", "20 segments across a mesh of 1,000,000 points, one by one",
          "own, a tenth as long", 10.0 * std::log(2100.0) / std::log(210.0), cpu,
          [=] {
-             const Points vPoints = uniform(million);
+             const Points vPoints = uniform(size(1e6));
              return ownSegments(share(vPoints, acrossSegments(20)), share(vPoints, acrossSegments(20, 0.1)));
          }},
         {"load", "file of 1,000,000 points and 100,000 segments", "own, inserting them from memory", 1.3, cpu,
-         [=] { return loading(share(uniform(million), shortSegments(size(1e5)))); }},
-#ifdef TARO25D_COMPARE_VTK
-        {"contours", "50 contours of 1,000,000 points, tree included", "`vtkContourFilter`, `vtkStripper`", 0.5, cpu,
-         [=] { return contours(hills(million), 50, false); }},
-        {"contours-tree", "the same", "the same with `UseScalarTree`", 0.5, cpu,
-         [=] { return contours(hills(million), 50, true); }},
-#endif
-        {"threads-uniform", "bulk, 4,000,000 uniform, 2 threads, wall", "own, 1 thread", 1 / 1.8, wall,
-         [=] { return twoThreads(uniform(fourMillion)); }},
-        {"threads-cgal", "bulk, 4,000,000 uniform, 2 threads, wall", cgalRange, 0.3, wall,
-         [=] { return twoThreadsAgainstCgal(uniform(fourMillion)); }},
-        {"threads-clustered", "bulk, 1,000,000 clustered, 2 threads, wall", "own, 1 thread", 1 / 1.6, wall,
-         [=] { return twoThreads(clustered(million)); }},
-        {"threads-survey", "bulk, 1,000,000 on survey lines, 2 threads, wall", "own, 1 thread", 1 / 1.6, wall,
-         [=] { return twoThreads(surveyLines(million)); }},
-        {"memory", "peak memory, bulk, 1,000,000 uniform", cgalRange, 210.0, peak,
-         [=] { return bulk(uniform(million)); }},
-        {"memory-4m", "peak memory, bulk, 4,000,000 uniform", cgalRange, 210.0, peak,
-         [=] { return bulk(uniform(fourMillion)); }},
+         [=] { return loading(share(uniform(size(1e6)), shortSegments(size(1e5)))); }},
     };
+}
+
+#ifdef TARO25D_COMPARE_VTK
+
+std::vector<Row> contourRows(Scale size) {
+    return {
+        {"contours", "50 contours of 1,000,000 points, tree included", "`vtkContourFilter`, `vtkStripper`", 0.5, cpu,
+         [=] { return contours(hills(size(1e6)), 50, false); }},
+        {"contours-tree", "the same", "the same with `UseScalarTree`", 0.5, cpu,
+         [=] { return contours(hills(size(1e6)), 50, true); }},
+    };
+}
+
+#endif
+
+std::vector<Row> threadRows(Scale size) {
+    return {
+        {"threads-uniform", "bulk, 4,000,000 uniform, 2 threads, wall", "own, 1 thread", 1 / 1.8, wall,
+         [=] { return twoThreads(uniform(size(4e6))); }},
+        {"threads-cgal", "bulk, 4,000,000 uniform, 2 threads, wall", cgalRange, 0.3, wall,
+         [=] { return twoThreadsAgainstCgal(uniform(size(4e6))); }},
+        {"threads-clustered", "bulk, 1,000,000 clustered, 2 threads, wall", "own, 1 thread", 1 / 1.6, wall,
+         [=] { return twoThreads(clustered(size(1e6))); }},
+        {"threads-survey", "bulk, 1,000,000 on survey lines, 2 threads, wall", "own, 1 thread", 1 / 1.6, wall,
+         [=] { return twoThreads(surveyLines(size(1e6))); }},
+    };
+}
+
+std::vector<Row> memoryRows(Scale size) {
+    return {
+        {"memory", "peak memory, bulk, 1,000,000 uniform", cgalRange, 210.0, peak,
+         [=] { return bulk(uniform(size(1e6))); }},
+        {"memory-4m", "peak memory, bulk, 4,000,000 uniform", cgalRange, 210.0, peak,
+         [=] { return bulk(uniform(size(4e6))); }},
+    };
+}
+
+std::vector<Row> makeRows(Scale size) {
+    std::vector<Row> vRows;
+    for (const auto makeTopic : {bulkRows, pointRows, constraintRows,
+#ifdef TARO25D_COMPARE_VTK
+                                 contourRows,
+#endif
+                                 threadRows, memoryRows}) {
+        for (Row& row : makeTopic(size)) vRows.push_back(std::move(row));
+    }
+    return vRows;
 }
 
 // ---- Running and reporting ----
@@ -690,7 +732,7 @@ void printHead(int argc, char** argv, const Options& options) {
 void compare(int argc, char** argv) {
     const Options options = readOptions(argc, argv);
     std::string table;
-    for (const Row& row : makeRows(options.scale)) {
+    for (const Row& row : makeRows({options.scale})) {
         if (std::string(row.name).find(options.only) == std::string::npos) continue;
         const std::string line = tableLine(row, run(row, options));
         std::cerr << line;
