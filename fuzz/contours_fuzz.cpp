@@ -111,16 +111,16 @@ class Cut {
         return std::any_of(mNumTriangles_.begin(), mNumTriangles_.end(), [](auto& entry) { return entry.second > 2; });
     }
 
-    void check(const Polylines& vvContours, long double tolerance, bool bOverhangs) const {
-        checkPieces(vvContours, tolerance, bOverhangs);
-        checkEnds(vvContours, tolerance);
+    void check(const Polylines& vContours, long double tolerance, bool bOverhangs) const {
+        checkPieces(vContours, tolerance, bOverhangs);
+        checkEnds(vContours, tolerance);
     }
 
   private:
-    void checkPieces(const Polylines& vvContours, long double tolerance, bool bOverhangs) const {
+    void checkPieces(const Polylines& vContours, long double tolerance, bool bOverhangs) const {
         size_t numSegments = 0;
         std::vector<bool> vFound(vPieces_.size());
-        for (const Polyline& vPolyline : vvContours) {
+        for (const Polyline& vPolyline : vContours) {
             for (const Segment2& s : vPolyline) {
                 const std::vector<size_t> vFitting = piecesAt(s, tolerance);
                 require(!vFitting.empty(), "a segment is where a triangle is crossed");
@@ -148,7 +148,7 @@ class Cut {
         return vFitting;
     }
 
-    void checkEnds(const Polylines& vvContours, long double tolerance) const {
+    void checkEnds(const Polylines& vContours, long double tolerance) const {
         std::vector<Exact> vBorder;
         for (const Piece& piece : vPieces_) {
             for (const Crossing* pCrossing : {&piece.first, &piece.second}) {
@@ -161,7 +161,7 @@ class Cut {
             require(std::any_of(vBorder.begin(), vBorder.end(), isHere), "an open contour ends at the border");
             ++numEnds;
         };
-        for (const Polyline& vPolyline : vvContours) {
+        for (const Polyline& vPolyline : vContours) {
             const Point2 &first = vPolyline.front().getSrc(), &last = vPolyline.back().getTrg();
             if (first == last) continue;  // or the border is twice at one point
             checkEnd(first);
@@ -175,18 +175,18 @@ class Cut {
 };
 
 /// Whole chains at one height, in order.
-void checkChains(const Polylines& vvContours) {
+void checkChains(const Polylines& vContours) {
     const auto isOpen = [](const Polyline& v) { return v.front().getSrc() != v.back().getTrg(); };
     bool bAllClosed = false;
-    for (size_t i = 0; i < vvContours.size(); ++i) {
-        const Polyline& vPolyline = vvContours[i];
+    for (size_t i = 0; i < vContours.size(); ++i) {
+        const Polyline& vPolyline = vContours[i];
         require(!vPolyline.empty(), "no polyline is empty");
         for (size_t j = 0; j < vPolyline.size(); ++j) {
             require(vPolyline[j].getSrc() != vPolyline[j].getTrg(), "no segment is a point");
             require(j == 0 || samePoint(vPolyline[j - 1].getTrg(), vPolyline[j].getSrc()),
                     "a target is the next source");
         }
-        const bool bInOrder = i == 0 || !(vPolyline[0].getSrc() < vvContours[i - 1][0].getSrc());
+        const bool bInOrder = i == 0 || !(vPolyline[0].getSrc() < vContours[i - 1][0].getSrc());
         require(bInOrder || !bAllClosed, "polylines are in order, with one break");
         bAllClosed |= !bInOrder;
         require(!bAllClosed || !isOpen(vPolyline), "closed polylines come after open ones");
@@ -301,40 +301,40 @@ class Run {
                    bForbidden = !std::isnan(height) && sHeights_.count(height) > 0;
         trace(" contours at %.17g", height);
         const Polyline vBefore(1);
-        Polylines vvContours{vBefore};
-        const bool bDone = pContours_->getContours(height, vvContours, bVerbose, bAdjust);
-        require(!vvContours.empty() && vvContours[0] == vBefore, "contours are appended");
-        vvContours.erase(vvContours.begin());
-        require(bDone || vvContours.empty(), "nothing is appended where it fails");
-        if (bForbidden) return checkAdjusted(height, bDone, bAdjust, vvContours);
+        Polylines vContours{vBefore};
+        const bool bDone = pContours_->getContours(height, vContours, bVerbose, bAdjust);
+        require(!vContours.empty() && vContours[0] == vBefore, "contours are appended");
+        vContours.erase(vContours.begin());
+        require(bDone || vContours.empty(), "nothing is appended where it fails");
+        if (bForbidden) return checkAdjusted(height, bDone, bAdjust, vContours);
         const Cut cut(vTriangles_, height);
         require(bDone == !cut.isCrowded(), "false is for edges with more than two triangles");
-        if (bDone) checkAt(height, cut, vvContours);
+        if (bDone) checkAt(height, cut, vContours);
     }
 
-    void checkAdjusted(double height, bool bDone, bool bAdjust, const Polylines& vvContours) const {
+    void checkAdjusted(double height, bool bDone, bool bAdjust, const Polylines& vContours) const {
         require(bAdjust || !bDone, "heights of corners fail");
         if (bAdjust && !bDone) require(!bMesh_, "only more than two triangles at an edge fail");
-        if (vvContours.empty()) return;
-        const double adjusted = vvContours[0][0].getSrc().z();
+        if (vContours.empty()) return;
+        const double adjusted = vContours[0][0].getSrc().z();
         require(adjusted > height && sHeights_.count(adjusted) == 0, "above, where no corner is");
         const double ulp = std::nextafter(std::abs(height), INFINITY) - std::abs(height);
         const int numDoublings = static_cast<int>(sHeights_.size()) + 12;
         require(adjusted - height <= std::ldexp(ulp, numDoublings), "not far above");
         const Cut cut(vTriangles_, adjusted);
         require(!cut.isCrowded(), "false is for edges with more than two triangles");
-        checkAt(adjusted, cut, vvContours);
+        checkAt(adjusted, cut, vContours);
     }
 
-    void checkAt(double height, const Cut& cut, const Polylines& vvContours) const {
-        for (const Polyline& vPolyline : vvContours) {
+    void checkAt(double height, const Cut& cut, const Polylines& vContours) const {
+        for (const Polyline& vPolyline : vContours) {
             for (const Segment2& s : vPolyline) {
                 require(isFinite(s.getSrc()) && isFinite(s.getTrg()), "finite points");
                 require(s.getSrc().z() == height && s.getTrg().z() == height, "all points have the height");
             }
         }
-        checkChains(vvContours);
-        cut.check(vvContours, tolerance(magnitude_), !bMesh_);
+        checkChains(vContours);
+        cut.check(vContours, tolerance(magnitude_), !bMesh_);
     }
 
     static long double tolerance(long double magnitude) { return 0x1p-49L * magnitude + TINY; }

@@ -828,7 +828,15 @@ TEST_F(Constraint, SegmentsKeepTheirRules) {
     pCSeg->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);
     EXPECT_TRUE(pChild0 == pCSeg && pChild1 == nullptr && pSplit == pSrc);
     EXPECT_TRUE(contains(capture, "ConstraintSegment2::getChildrenAndSplitPoint(), WARNING: *this is still alive!"));
+    EXPECT_TRUE(work.checkExactly());
+}
 
+TEST_F(Constraint, SegmentsRefuseWhatBreaksTheirRules) {
+    Work work;
+    work.insertBulk(makeSquare(0, 8));
+    ConstraintSegment2* pCSeg = onlySegment(*work.constrain({makeSegment(0, 0, 8, 8)}));
+    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    ConstraintMgr* pManager = work.mesh.getImpl()->getConstraintManager();
     CSegVector vChildren;
     ConstraintSegment2 foreign(pSrc, pTrg + 1, CIS_CONSTRAINED_DELAUNAY);
     const struct {

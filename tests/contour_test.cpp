@@ -22,9 +22,9 @@ using Polyline = std::vector<Segment2>;
 using Polylines = std::vector<Polyline>;
 
 Polylines contours(const IsoContours& iso, double height) {
-    Polylines vvContours;
-    EXPECT_TRUE(iso.getContours(height, vvContours, false));
-    return vvContours;
+    Polylines vContours;
+    EXPECT_TRUE(iso.getContours(height, vContours, false));
+    return vContours;
 }
 
 /// The integer points of a square around the origin, with heights.
@@ -51,10 +51,10 @@ double lengthOf(const Polyline& vPolyline) {
     return length;
 }
 
-std::string toText(const Polylines& vvPolylines) {
+std::string toText(const Polylines& vPolylines) {
     std::ostringstream text;
     text.precision(17);
-    for (const Polyline& vPolyline : vvPolylines) {
+    for (const Polyline& vPolyline : vPolylines) {
         for (const Segment2& s : vPolyline)
             text << s.getSrc().x() << " " << s.getSrc().y() << " " << s.getSrc().z() << ", ";
         text << vPolyline.back().getTrg().x() << " " << vPolyline.back().getTrg().y() << "\n";
@@ -64,11 +64,11 @@ std::string toText(const Polylines& vvPolylines) {
 
 /// What a query prints, and whether it succeeds without a contour or fails: either appends nothing.
 std::string printedBy(const IsoContours& iso, double height, bool bVerbose, bool bAutoAdjustHeight, bool bExpected) {
-    Polylines vvContours;
+    Polylines vContours;
     const StdoutCapture capture;
-    EXPECT_EQ(iso.getContours(height, vvContours, bVerbose, bAutoAdjustHeight), bExpected);
+    EXPECT_EQ(iso.getContours(height, vContours, bVerbose, bAutoAdjustHeight), bExpected);
     if (!bExpected) {
-        EXPECT_TRUE(vvContours.empty());
+        EXPECT_TRUE(vContours.empty());
     }
     return capture.text();
 }
@@ -149,6 +149,48 @@ void expectSound(const Taro_2D& mesh, const Polyline& vPolyline, double height) 
     }
 }
 
+/// Open ones first, then closed ones, each by its first point; closed ones from their smallest.
+void expectOrdered(const Polylines& vContours) {
+    for (size_t i = 0; i < vContours.size(); ++i) {
+        const bool bClosed = isClosed(vContours[i]);
+        const Point2& first = vContours[i][0].getSrc();
+        for (const Segment2& s : vContours[i]) EXPECT_FALSE(bClosed && s.getSrc() < first);
+        if (i == 0) continue;
+        EXPECT_TRUE(bClosed || !isClosed(vContours[i - 1]));
+        if (bClosed == isClosed(vContours[i - 1])) {
+            EXPECT_LE(vContours[i - 1][0].getSrc().x(), first.x());
+        }
+    }
+}
+
+/// The first step above a height: small, but not lost when it is added.
+double firstStepAbove(double height) {
+    double step = 0.5;
+    if (height + step > height) {
+        while (height + step / 2 != height) step /= 2;
+        return 1000 * step < 1e-6 ? 1000 * step : step;
+    }
+    for (step = 1; !(height + step > height);) step *= 2;
+    return step;
+}
+
+/// Whole, on the surface, and in the direction that was asked for, if there is one.
+void expectSoundProfile(const Taro_2D& mesh, const Polyline& vProfile, const Vector2& direction) {
+    const bool bDirected = std::isfinite(direction.x()) && direction.z() != 1;
+    for (size_t i = 0; i < vProfile.size(); ++i) {
+        const Point2 &src = vProfile[i].getSrc(), &trg = vProfile[i].getTrg();
+        const double advance = (trg.x() - src.x()) * direction.x() + (trg.y() - src.y()) * direction.y();
+        EXPECT_TRUE(!bDirected || advance > 0);
+        EXPECT_TRUE(i == 0 || samePoint(vProfile[i - 1].getTrg(), src));
+        for (const double t : {0.0, 0.3, 1.0}) {
+            double surface = 0;
+            EXPECT_TRUE(mesh.getHeight((1 - t) * src.x() + t * trg.x(), (1 - t) * src.y() + t * trg.y(), surface,
+                                       nullptr, 1e-9));
+            EXPECT_NEAR((1 - t) * src.z() + t * trg.z(), surface, 1e-7);
+        }
+    }
+}
+
 }  // namespace
 
 TEST(IsoContours, AgreeWithASlowOracleOnEveryLevel) {
@@ -167,13 +209,13 @@ TEST(IsoContours, AgreeWithASlowOracleOnEveryLevel) {
         for (double part = 0.05; part < 1; part += 0.1) {
             const double height = iso.getMinHeight() + part * (iso.getMaxHeight() - iso.getMinHeight());
             const Oracle oracle(vTriangles, height);
-            const Polylines vvContours = contours(iso, height);
+            const Polylines vContours = contours(iso, height);
             double length = 0;
-            for (const Polyline& vPolyline : vvContours) {
+            for (const Polyline& vPolyline : vContours) {
                 expectSound(mesh, vPolyline, height);
                 length += lengthOf(vPolyline);
             }
-            EXPECT_EQ(vvContours.size(), oracle.numPieces);
+            EXPECT_EQ(vContours.size(), oracle.numPieces);
             EXPECT_NEAR(length, oracle.length, 1e-9 * oracle.length);
         }
     }
@@ -209,25 +251,19 @@ TEST(IsoContours, ShapesOfGround) {
         SCOPED_TRACE(c.name);
         Taro_2D mesh;
         insertGrid(6, c.heightAt, mesh);
-        const Polylines vvContours = contours(IsoContours(trianglesOf(mesh)), c.height);
+        const Polylines vContours = contours(IsoContours(trianglesOf(mesh)), c.height);
         size_t numOpen = 0, numClosed = 0;
-        for (size_t i = 0; i < vvContours.size(); ++i) {
-            const Polyline& vPolyline = vvContours[i];
+        for (const Polyline& vPolyline : vContours) {
             ++(isClosed(vPolyline) ? numClosed : numOpen);
             expectSound(mesh, vPolyline, vPolyline[0].getSrc().z());
             EXPECT_NEAR(vPolyline[0].getSrc().z(), c.height, 1e-9);
             if (c.sign != 0) {
                 EXPECT_GT(c.sign * areaOf(vPolyline), 0);
             }
-            // Open ones first, then closed ones, each by its first point; closed ones from their smallest.
-            if (i > 0 && isClosed(vPolyline) == isClosed(vvContours[i - 1])) {
-                EXPECT_LE(vvContours[i - 1][0].getSrc().x(), vPolyline[0].getSrc().x());
-            }
-            for (const Segment2& s : vPolyline) EXPECT_FALSE(isClosed(vPolyline) && s.getSrc() < vPolyline[0].getSrc());
         }
+        expectOrdered(vContours);
         EXPECT_EQ(numOpen, c.numOpen);
         EXPECT_EQ(numClosed, c.numClosed);
-        EXPECT_TRUE(numOpen == 0 || !isClosed(vvContours[0]));
     }
 }
 
@@ -244,8 +280,8 @@ TEST(IsoContours, AreWholeWhereRoundingMakesTheirPointsCoincide) {
         for (const double height : {-1.0, 0.0, 1.0}) {
             size_t numOpenEnds = 0, numEndsOnHull = 0;
             double length = 0;
-            const Polylines vvContours = contours(IsoContours(vTriangles), height);
-            for (const Polyline& vPolyline : vvContours) {
+            const Polylines vContours = contours(IsoContours(vTriangles), height);
+            for (const Polyline& vPolyline : vContours) {
                 for (size_t i = 1; i < vPolyline.size(); ++i)
                     EXPECT_TRUE(samePoint(vPolyline[i - 1].getTrg(), vPolyline[i].getSrc()));
                 numOpenEnds += isClosed(vPolyline) ? 0 : 2;
@@ -278,38 +314,34 @@ TEST(IsoContours, HeightsOfCornersAreMovedOrRefused) {
               warningOf("Degenerate intersection at height z=300.\n      Please add a little noise and try again. Use "
                         "bVerbose=false to suppress this message."));
     EXPECT_EQ(printedBy(iso, 300, false, false, false), "");
-    const Polylines vvContours = contours(iso, 300);
-    ASSERT_EQ(vvContours.size(), 1u);
-    EXPECT_EQ(vvContours[0][0].getSrc().z(), 300 + step);
-    EXPECT_NEAR(areaOf({vvContours[0][0], Segment2(vvContours[0][0].getTrg(), a)}), 0, 1e-9);
+    const Polylines vContours = contours(iso, 300);
+    ASSERT_EQ(vContours.size(), 1u);
+    EXPECT_EQ(vContours[0][0].getSrc().z(), 300 + step);
+    EXPECT_NEAR(areaOf({vContours[0][0], Segment2(vContours[0][0].getTrg(), a)}), 0, 1e-9);
 
     for (const double outside : {289.0, 311.0, -INF, INF, NOT_A_NUMBER, -1e300}) {
         EXPECT_EQ(printedBy(iso, outside, true, false, true), "") << outside;
         EXPECT_TRUE(contours(iso, outside).empty());
     }
     EXPECT_EQ(printedBy(iso, 305, true, false, true), "");
-    Polylines vvAppended = vvContours;
-    EXPECT_TRUE(iso.getContours(305, vvAppended));
-    EXPECT_EQ(vvAppended.size(), 2u);
+    Polylines vAppended = vContours;
+    EXPECT_TRUE(iso.getContours(305, vAppended));
+    EXPECT_EQ(vAppended.size(), 2u);
+}
 
+TEST(IsoContours, StepsGrowUntilTheyReachAFreeHeight) {
     // While the next height is taken too, the step doubles; where it is lost, it grows until it is not.
     for (const double height : {0.0, 1.0, -1.0, 1e-300, 1e9, 9007199254740992.0, -9007199254740992.0, 1e17, -1e100}) {
         SCOPED_TRACE(height);
-        double first = 0.5;
-        if (height + 0.5 > height) {
-            while (height + first / 2 != height) first /= 2;
-            if (1000 * first < 1e-6) first *= 1000;
-        } else {
-            for (first = 1; !(height + first > height);) first *= 2;
-        }
-        const double next = height + first;
+        double step = firstStepAbove(height);
+        const double next = height + step;
         Point2 p(0, 0, height), q(1, 0, next), r(0, 1, height - 2 * std::abs(height) - 1),
             s(1, 1, height + 2 * std::abs(height) + 1);
         Triangle2 t0(&p, &q, &r), t1(&q, &s, &r);
-        const Polylines vvFound = contours(IsoContours({&t0, &t1}), height);
-        ASSERT_EQ(vvFound.size(), 1u);
-        while (height + first == next) first *= 2;
-        EXPECT_EQ(vvFound[0][0].getSrc().z(), height + first);
+        const Polylines vFound = contours(IsoContours({&t0, &t1}), height);
+        ASSERT_EQ(vFound.size(), 1u);
+        while (height + step == next) step *= 2;
+        EXPECT_EQ(vFound[0][0].getSrc().z(), height + step);
     }
 }
 
@@ -348,11 +380,11 @@ TEST(IsoContours, UnusualTriangles) {
     for (const double scale : {0.9 * MAX, 1e-300}) {
         Point2 p(-scale, -scale, -scale), q(scale, -scale, -scale), r(scale, scale, scale);
         Triangle2 huge(&p, &q, &r);
-        const Polylines vvContours = contours(IsoContours({&huge}), scale / 2);
-        ASSERT_EQ(vvContours.size(), 1u);
-        EXPECT_NEAR(vvContours[0][0].getSrc().x() / scale, 0.5, 1e-15);
-        EXPECT_NEAR(vvContours[0][0].getTrg().x() / scale, 1, 1e-15);
-        EXPECT_NEAR(vvContours[0][0].getTrg().y() / scale, 0.5, 1e-15);
+        const Polylines vContours = contours(IsoContours({&huge}), scale / 2);
+        ASSERT_EQ(vContours.size(), 1u);
+        EXPECT_NEAR(vContours[0][0].getSrc().x() / scale, 0.5, 1e-15);
+        EXPECT_NEAR(vContours[0][0].getTrg().x() / scale, 1, 1e-15);
+        EXPECT_NEAR(vContours[0][0].getTrg().y() / scale, 0.5, 1e-15);
     }
 }
 
@@ -366,15 +398,15 @@ TEST(IsoContours, NeitherAddressesNorOrderNorSharingOfCornersMatter) {
     std::shuffle(vTriangles.begin(), vTriangles.end(), random);
     std::deque<Point2> vCorners;
     std::deque<Triangle2> vLoose;
-    TriangleVector vpLoose;
+    TriangleVector vPointers;
     for (const Triangle2* pT : vTriangles) {
         for (int i = 0; i < 3; ++i) {
             const Point2& corner = *pT->getCorner(i);
             vCorners.emplace_front(corner.x() == 0 && vLoose.size() % 2 ? -0.0 : corner.x(), corner.y(), corner.z());
         }
-        vpLoose.push_back(&vLoose.emplace_front(&vCorners[2], &vCorners[1], &vCorners[0]));
+        vPointers.push_back(&vLoose.emplace_front(&vCorners[2], &vCorners[1], &vCorners[0]));
     }
-    const IsoContours loose(vpLoose);
+    const IsoContours loose(vPointers);
     for (double height = -15.05; height < 15; ++height) {
         const std::string expected = toText(contours(iso, height));
         EXPECT_EQ(toText(contours(loose, height)), expected);
@@ -387,13 +419,13 @@ TEST(IsoContours, OneLongLineInAStripOfManyTriangles) {
     std::vector<Point2> vPoints;
     for (size_t i = 0; i < n + 2; ++i) vPoints.emplace_back(double(i), double(i % 2), double(i % 2));
     std::vector<Triangle2> vTriangles;
-    TriangleVector vpTriangles;
+    TriangleVector vPointers;
     for (size_t i = 0; i < n; ++i) vTriangles.emplace_back(&vPoints[i], &vPoints[i + 1], &vPoints[i + 2]);
-    for (Triangle2& triangle : vTriangles) vpTriangles.push_back(&triangle);
-    const Polylines vvContours = contours(IsoContours(vpTriangles), 0.5);
-    ASSERT_EQ(vvContours.size(), 1u);
-    EXPECT_EQ(vvContours[0].size(), n);
-    EXPECT_EQ(vvContours[0][0].getSrc(), Point2(0.5, 0.5, 0));
+    for (Triangle2& triangle : vTriangles) vPointers.push_back(&triangle);
+    const Polylines vContours = contours(IsoContours(vPointers), 0.5);
+    ASSERT_EQ(vContours.size(), 1u);
+    EXPECT_EQ(vContours[0].size(), n);
+    EXPECT_EQ(vContours[0][0].getSrc(), Point2(0.5, 0.5, 0));
 }
 
 TEST(IsoContours, ProfilesFollowTheSurface) {
@@ -428,23 +460,9 @@ TEST(IsoContours, ProfilesFollowTheSurface) {
         const IsoContours iso(vPoints, c.direction);
         Polyline vProfile;
         EXPECT_TRUE(iso.getProfile(c.point, vProfile));
+        expectSoundProfile(mesh, vProfile, c.direction);
         double length = 0;
-        for (size_t i = 0; i < vProfile.size(); ++i) {
-            const Point2 &src = vProfile[i].getSrc(), &trg = vProfile[i].getTrg();
-            length += std::sqrt(vProfile[i].getSqLen2D());
-            if (std::isfinite(c.direction.x()) && c.direction.z() != 1) {
-                EXPECT_GT((trg.x() - src.x()) * c.direction.x() + (trg.y() - src.y()) * c.direction.y(), 0);
-            }
-            if (i > 0) {
-                EXPECT_TRUE(samePoint(vProfile[i - 1].getTrg(), src));
-            }
-            for (const double t : {0.0, 0.3, 1.0}) {
-                double surface = 0;
-                EXPECT_TRUE(mesh.getHeight((1 - t) * src.x() + t * trg.x(), (1 - t) * src.y() + t * trg.y(), surface,
-                                           nullptr, 1e-9));
-                EXPECT_NEAR((1 - t) * src.z() + t * trg.z(), surface, 1e-7);
-            }
-        }
+        for (const Segment2& s : vProfile) length += std::sqrt(s.getSqLen2D());
         EXPECT_NEAR(length, c.length, 1e-9);
     }
 }

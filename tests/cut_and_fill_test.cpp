@@ -119,6 +119,58 @@ void checkBorder(const CAF_Component& component, double area, double scale) {
     EXPECT_NEAR(twiceArea / 2, area, 1e-9 * scale);
 }
 
+/// Each vertex of the zone has the heights before and after whose difference it carries.
+void checkHeights(const Zone2* pZone, const Heights& mHeights) {
+    VertexVector vVertices;
+    pZone->getVertices(vVertices);
+    EXPECT_EQ(mHeights.size(), vVertices.size());
+    for (Point2* pVtx : vVertices) {
+        const auto it = mHeights.find(pVtx);
+        if (it == mHeights.end())
+            ADD_FAILURE() << "no heights for " << *pVtx;
+        else
+            EXPECT_EQ(pVtx->z(), it->second.first - it->second.second);
+    }
+}
+
+/// What a component should be, from its triangles alone; its corners all have one sign.
+struct Expected {
+    double prisms = 0, area = 0, scale = 0;
+    int type = CT_NO_CHANGE;
+
+    explicit Expected(const TriangleVector& vTriangles) {
+        for (const Triangle2* pT : vTriangles) add(*pT);
+    }
+
+  private:
+    void add(const Triangle2& t) {
+        double sum = 0;
+        for (int i = 0; i < 3; ++i) {
+            const Point2& corner = *t.getCorner(i);
+            sum += corner.z();
+            scale = std::max({scale, std::abs(corner.x()), std::abs(corner.y())});
+            if (corner.z() == 0) continue;
+            EXPECT_TRUE(type == CT_NO_CHANGE || type == (corner.z() > 0 ? CT_CUT : CT_FILL)) << "both signs";
+            type = corner.z() > 0 ? CT_CUT : CT_FILL;
+        }
+        area += areaOf(&t);
+        prisms += std::abs(sum) * areaOf(&t) / 3;
+    }
+};
+
+void checkComponent(const CAF_Component& component, const TriangleVector& vTriangles, const Expected& expected) {
+    std::vector<ConnectedComponent> vParts;
+    getConnectedComponents(vTriangles, vParts);
+    EXPECT_EQ(vParts.size(), 1u) << "not connected";
+    checkBorder(component, expected.area, expected.scale * expected.scale);
+    if (component.getCAFType() == CT_NO_CHANGE) {
+        EXPECT_EQ(component.getVolume(), 0);
+        EXPECT_LE(expected.prisms, 0.0001 * expected.area);
+    } else {
+        EXPECT_EQ(component.getCAFType(), expected.type);
+    }
+}
+
 /// What holds for any result; returns the sums of the volumes.
 Volumes check(const CutAndFill& caf) {
     Volumes volumes;
@@ -130,16 +182,7 @@ Volumes check(const CutAndFill& caf) {
         EXPECT_EQ(caf.getNumberOfComponents(), 0u);
         return volumes;
     }
-    VertexVector vVertices;
-    pZone->getVertices(vVertices);
-    EXPECT_EQ(mHeights.size(), vVertices.size());
-    for (Point2* pVtx : vVertices) {
-        const auto it = mHeights.find(pVtx);
-        if (it == mHeights.end())
-            ADD_FAILURE() << "no heights for " << *pVtx;
-        else
-            EXPECT_EQ(pVtx->z(), it->second.first - it->second.second);
-    }
+    checkHeights(pZone, mHeights);
     std::set<Triangle2*> sOfComponents;
     const TriangleVector vOfZone = trianglesOf(pZone);
     int lastType = 0;
@@ -148,35 +191,12 @@ Volumes check(const CutAndFill& caf) {
         EXPECT_EQ(component.getLabel(), int(i));
         TriangleVector vTriangles;
         component.getTriangles(vTriangles);
-        double prisms = 0, area = 0, scale = 0;
-        int type = CT_NO_CHANGE;
-        for (Triangle2* pT : vTriangles) {
-            EXPECT_TRUE(sOfComponents.insert(pT).second) << "a triangle in two components";
-            double sum = 0;
-            for (int k = 0; k < 3; ++k) {
-                const double z = pT->getCorner(k)->z();
-                sum += z;
-                scale = std::max({scale, std::abs(pT->getCorner(k)->x()), std::abs(pT->getCorner(k)->y())});
-                if (z == 0) continue;
-                EXPECT_TRUE(type == CT_NO_CHANGE || type == (z > 0 ? CT_CUT : CT_FILL)) << "both signs";
-                type = z > 0 ? CT_CUT : CT_FILL;
-            }
-            area += areaOf(pT);
-            prisms += std::abs(sum) * areaOf(pT) / 3;
-        }
-        EXPECT_GE(type, lastType);
-        lastType = type;
-        std::vector<ConnectedComponent> vParts;
-        getConnectedComponents(vTriangles, vParts);
-        EXPECT_EQ(vParts.size(), 1u) << "not connected";
-        checkBorder(component, area, scale * scale);
-        if (component.getCAFType() == CT_NO_CHANGE) {
-            EXPECT_EQ(component.getVolume(), 0);
-            EXPECT_LE(prisms, 0.0001 * area);
-            continue;
-        }
-        EXPECT_EQ(component.getCAFType(), type);
-        (type == CT_CUT ? volumes.cut : volumes.fill) += component.getVolume();
+        for (Triangle2* pT : vTriangles) EXPECT_TRUE(sOfComponents.insert(pT).second) << "a triangle in two components";
+        const Expected expected(vTriangles);
+        EXPECT_GE(expected.type, lastType);
+        lastType = expected.type;
+        checkComponent(component, vTriangles, expected);
+        (expected.type == CT_CUT ? volumes.cut : volumes.fill) += component.getVolume();
     }
     EXPECT_EQ(sOfComponents.size(), vOfZone.size());
     EXPECT_EQ(sOfComponents, std::set<Triangle2*>(vOfZone.begin(), vOfZone.end()));
@@ -590,22 +610,22 @@ TEST(CutAndFill, OfGradedGroundIsTheIntegral) {
 
 TEST(CutAndFill, DoesNotDependOnTheOrderOfThePoints) {
     Random r(3);
-    PointVector avPoints[2];
-    for (PointVector& vPoints : avPoints) {
+    PointVector aPoints[2];
+    for (PointVector& vPoints : aPoints) {
         vPoints = joined(makeRectangle(0, 0, 100, 100), makeScattered(300, 0, 0, 100, 100, r, 10));
     }
-    std::vector<double> avVolumes[2];
-    for (auto& vVolumes : avVolumes) {
-        Surface before(avPoints[0]), after(avPoints[1]);
+    std::vector<double> aVolumes[2];
+    for (auto& vVolumes : aVolumes) {
+        Surface before(aPoints[0]), after(aPoints[1]);
         CutAndFill caf(before.pZone, after.pZone, 0);
         caf.go();
         check(caf);
         for (size_t i = 0; i < caf.getNumberOfComponents(); ++i) vVolumes.push_back(caf.getComponent(i)->getVolume());
-        for (PointVector& vPoints : avPoints) std::shuffle(vPoints.begin(), vPoints.end(), r);
+        for (PointVector& vPoints : aPoints) std::shuffle(vPoints.begin(), vPoints.end(), r);
     }
-    ASSERT_GT(avVolumes[0].size(), 20u);
-    ASSERT_EQ(avVolumes[0].size(), avVolumes[1].size());
-    for (size_t i = 0; i < avVolumes[0].size(); ++i) EXPECT_NEAR(avVolumes[0][i], avVolumes[1][i], 1e-6) << i;
+    ASSERT_GT(aVolumes[0].size(), 20u);
+    ASSERT_EQ(aVolumes[0].size(), aVolumes[1].size());
+    for (size_t i = 0; i < aVolumes[0].size(); ++i) EXPECT_NEAR(aVolumes[0][i], aVolumes[1][i], 1e-6) << i;
 }
 
 TEST(CutAndFill, TellsListenersHowFarItIs) {

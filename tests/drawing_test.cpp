@@ -59,6 +59,59 @@ std::string prologOf(const std::string& comment, const std::string& title) {
            "0.0\t0.0\t0.0\tsetrgbcolor\n\t/Times-Roman findfont 10 scalefont\n\tsetfont\n";
 }
 
+/// One object of each kind, added in another order than drawn.
+void addSmallScene(Visualizer2& vis) {
+    Point2 p0(0, 0, 7), p1(10, 0, 7), p2(0, 5, 7);
+    Triangle2 triangle(&p0, &p1, &p2);
+    vis.addObject(Label(Point2(1, 1, 0), "f(x)\n\\", true, 10), Color(CBLUE));
+    vis.addObject(Circle2(5, 2.5, 4), Color(CGREEN, 0.5, true));
+    vis.addObject(Circle2(5, 2.5, 1), Color(CGREEN));
+    vis.addObject(std::vector<Point2>{p1, p0, p1}, Color(CRED));
+    vis.addObject(std::vector<Point2*>{&p0, nullptr}, Color(CRED));
+    vis.addObject(p0, Color(CORANGE, 2));
+    vis.addObject(Segment2(p1, p2), Color());
+    vis.addObject(std::vector<Edge2>{Edge2(&triangle, 1)}, Color());
+    vis.addObject(triangle, Color(CRED, 0.1, true));
+    vis.addObject(std::vector<Triangle2*>{&triangle, nullptr}, Color(CRED, 0.1, true));
+    vis.addObject(std::vector<Triangle2>{triangle, Triangle2()}, Color(CRED));
+    p0.set(100, 100, 100);  // coordinates have been copied
+    vis.addHeaderLine("one");
+    vis.addHeaderLine("(two)");
+}
+
+std::string textOfSmallScene(const std::string& path) {
+    const std::string filled =
+        "stroke\n1\t0\t0\tsetrgbcolor\n0.1\tsetlinewidth\n"
+        "50\t200\tmoveto\n530\t200\tlineto\n50\t440\tlineto\nclosepath\ngsave\n  fill\ngrestore\n"
+        "  0.3 0.3 .3 setrgbcolor\n0.1\tsetlinewidth\n";
+    return prologOf(path, path) +
+           "40\t705\tmoveto\n(x-Range: [0 - 10] =10)\tshow\n40\t695\tmoveto\n(y-Range: [0 - 5] =5)\tshow\n"
+           "0.0\t0.0\t0.0\tsetrgbcolor\n\t/Times-Roman findfont 12 scalefont\n\tsetfont\n"
+           "240\t709\tmoveto\n(one)\tshow\n240\t695\tmoveto\n(\\(two\\))\tshow\n"
+           "237\t692\tmoveto\n237\t723\tlineto\n237\t692\tmoveto\n570\t692\tlineto\n570\t692\tlineto\n" +
+           filled + filled +
+           "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+           "50\t200\tmoveto\n530\t200\tlineto\n50\t440\tlineto\nclosepath\n"
+           "stroke\n0\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+           "530\t200\tmoveto\n50\t440\tlineto\n"
+           "50\t440\tmoveto\n50\t200\tlineto\n"
+           "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+           "48.5\t198.5\tmoveto\n51.5\t201.5\tlineto\n48.5\t201.5\tmoveto\n51.5\t198.5\tlineto\n"
+           "stroke\n1\t0.627\t0\tsetrgbcolor\n2\tsetlinewidth\n"
+           "46\t196\tmoveto\n54\t204\tlineto\n46\t204\tmoveto\n54\t196\tlineto\n"
+           "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+           "528.5\t198.5\tmoveto\n531.5\t201.5\tlineto\n528.5\t201.5\tmoveto\n531.5\t198.5\tlineto\n"
+           "stroke\n0\t1\t0\tsetrgbcolor\n0.5\tsetlinewidth\n"
+           "386\t320\tmoveto\n290\t320\t96\t0\t360\tarc\ngsave\n  fill\ngrestore\nstroke\n"
+           "stroke\n0\t1\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
+           "338\t320\tmoveto\n290\t320\t48\t0\t360\tarc\nstroke\n"
+           "stroke\n0\t0\t1\tsetrgbcolor\n0.05\tsetlinewidth\n"
+           "96.5\t246.5\tmoveto\n99.5\t249.5\tlineto\n96.5\t249.5\tmoveto\n99.5\t246.5\tlineto\n"
+           "/Arial findfont 10 scalefont\n setfont\n"
+           "98\t248\tmoveto\n(f\\(x\\))\tshow\nstroke\n98\t236\tmoveto\n(\\\\)\tshow\nstroke\n"
+           "stroke\nshowpage\n%%Trailer\n";
+}
+
 }  // namespace
 
 TEST(Color, ConstructorsNamesAndOrder) {
@@ -90,15 +143,15 @@ TEST(Color, NextNamesCycleWithoutRedYellowAndWhite) {
         previous = next;
     }
     // Two threads together take every name equally often.
-    std::vector<int> avCount[2] = {std::vector<int>(17), std::vector<int>(17)};
+    std::vector<int> aCount[2] = {std::vector<int>(17), std::vector<int>(17)};
     const auto take = [](std::vector<int>& vCount) {
         for (int i = 0; i < 7000; ++i) ++vCount[Color::getNextColorName()];
     };
-    std::thread thread(take, std::ref(avCount[0]));
-    take(avCount[1]);
+    std::thread thread(take, std::ref(aCount[0]));
+    take(aCount[1]);
     thread.join();
     for (int name = 0; name < 17; ++name) {
-        EXPECT_EQ(avCount[0][name] + avCount[1][name], name >= CGREEN && name <= CCYAN ? 1000 : 0) << name;
+        EXPECT_EQ(aCount[0][name] + aCount[1][name], name >= CGREEN && name <= CCYAN ? 1000 : 0) << name;
     }
 }
 
@@ -106,56 +159,9 @@ TEST(Visualizer2, WritesTheExactTextOfASmallScene) {
     const std::string path = pathOf(".ps");
     Visualizer2* pVis = nullptr;
     EXPECT_EQ(printedBy([&] { pVis = new Visualizer2(path); }), "\033[0;31mVisualizer2:: Writing " + path + "\033[m\n");
-    Point2 p0(0, 0, 7), p1(10, 0, 7), p2(0, 5, 7);
-    Triangle2 triangle(&p0, &p1, &p2);
-    // Added in another order than drawn.
-    pVis->addObject(Label(Point2(1, 1, 0), "f(x)\n\\", true, 10), Color(CBLUE));
-    pVis->addObject(Circle2(5, 2.5, 4), Color(CGREEN, 0.5, true));
-    pVis->addObject(Circle2(5, 2.5, 1), Color(CGREEN));
-    pVis->addObject(std::vector<Point2>{p1, p0, p1}, Color(CRED));
-    pVis->addObject(std::vector<Point2*>{&p0, nullptr}, Color(CRED));
-    pVis->addObject(p0, Color(CORANGE, 2));
-    pVis->addObject(Segment2(p1, p2), Color());
-    pVis->addObject(std::vector<Edge2>{Edge2(&triangle, 1)}, Color());
-    pVis->addObject(triangle, Color(CRED, 0.1, true));
-    pVis->addObject(std::vector<Triangle2*>{&triangle, nullptr}, Color(CRED, 0.1, true));
-    pVis->addObject(std::vector<Triangle2>{triangle, Triangle2()}, Color(CRED));
-    p0.set(100, 100, 100);  // coordinates have been copied
-    pVis->addHeaderLine("one");
-    pVis->addHeaderLine("(two)");
+    addSmallScene(*pVis);
     EXPECT_EQ(printedBy([&] { pVis->writeFile(); }), "");
-
-    const std::string filled =
-        "stroke\n1\t0\t0\tsetrgbcolor\n0.1\tsetlinewidth\n"
-        "50\t200\tmoveto\n530\t200\tlineto\n50\t440\tlineto\nclosepath\ngsave\n  fill\ngrestore\n"
-        "  0.3 0.3 .3 setrgbcolor\n0.1\tsetlinewidth\n";
-    const std::string expected =
-        prologOf(path, path) +
-        "40\t705\tmoveto\n(x-Range: [0 - 10] =10)\tshow\n40\t695\tmoveto\n(y-Range: [0 - 5] =5)\tshow\n"
-        "0.0\t0.0\t0.0\tsetrgbcolor\n\t/Times-Roman findfont 12 scalefont\n\tsetfont\n"
-        "240\t709\tmoveto\n(one)\tshow\n240\t695\tmoveto\n(\\(two\\))\tshow\n"
-        "237\t692\tmoveto\n237\t723\tlineto\n237\t692\tmoveto\n570\t692\tlineto\n570\t692\tlineto\n" +
-        filled + filled +
-        "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
-        "50\t200\tmoveto\n530\t200\tlineto\n50\t440\tlineto\nclosepath\n"
-        "stroke\n0\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
-        "530\t200\tmoveto\n50\t440\tlineto\n"
-        "50\t440\tmoveto\n50\t200\tlineto\n"
-        "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
-        "48.5\t198.5\tmoveto\n51.5\t201.5\tlineto\n48.5\t201.5\tmoveto\n51.5\t198.5\tlineto\n"
-        "stroke\n1\t0.627\t0\tsetrgbcolor\n2\tsetlinewidth\n"
-        "46\t196\tmoveto\n54\t204\tlineto\n46\t204\tmoveto\n54\t196\tlineto\n"
-        "stroke\n1\t0\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
-        "528.5\t198.5\tmoveto\n531.5\t201.5\tlineto\n528.5\t201.5\tmoveto\n531.5\t198.5\tlineto\n"
-        "stroke\n0\t1\t0\tsetrgbcolor\n0.5\tsetlinewidth\n"
-        "386\t320\tmoveto\n290\t320\t96\t0\t360\tarc\ngsave\n  fill\ngrestore\nstroke\n"
-        "stroke\n0\t1\t0\tsetrgbcolor\n0.05\tsetlinewidth\n"
-        "338\t320\tmoveto\n290\t320\t48\t0\t360\tarc\nstroke\n"
-        "stroke\n0\t0\t1\tsetrgbcolor\n0.05\tsetlinewidth\n"
-        "96.5\t246.5\tmoveto\n99.5\t249.5\tlineto\n96.5\t249.5\tmoveto\n99.5\t246.5\tlineto\n"
-        "/Arial findfont 10 scalefont\n setfont\n"
-        "98\t248\tmoveto\n(f\\(x\\))\tshow\nstroke\n98\t236\tmoveto\n(\\\\)\tshow\nstroke\n"
-        "stroke\nshowpage\n%%Trailer\n";
+    const std::string expected = textOfSmallScene(path);
     EXPECT_EQ(readFile(path), expected);
 
     EXPECT_EQ(printedBy([&] { pVis->writeFile(); }),

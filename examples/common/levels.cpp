@@ -28,7 +28,7 @@ std::vector<Level> takeLevels(const IsoContours& isoContours, double interval) {
     for (double i = first; i <= last; ++i) {
         Level level{i * interval, std::fmod(i, 5) == 0, {}};
         // Heights at which there are points are moved by the library, which need not say so each time.
-        if (!isoContours.getContours(level.height, level.vvLines, false))
+        if (!isoContours.getContours(level.height, level.vLines, false))
             std::cout << "  no contours at " << level.height << "\n";
         vLevels.push_back(std::move(level));
     }

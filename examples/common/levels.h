@@ -15,7 +15,7 @@ bool isClosed(const Polyline& vLine);
 struct Level {
     double height;
     bool bHeavy;  ///< every fifth, as maps draw them
-    std::vector<Polyline> vvLines;
+    std::vector<Polyline> vLines;
 };
 
 /// A round interval that makes at least 15 steps of the range; 1 for level ground.

@@ -29,8 +29,8 @@ namespace {
 void printLevels(const std::vector<Level>& vLevels) {
     size_t numLines = 0, numClosed = 0, numSegments = 0;
     for (const Level& level : vLevels) {
-        numLines += level.vvLines.size();
-        for (const Polyline& vLine : level.vvLines) {
+        numLines += level.vLines.size();
+        for (const Polyline& vLine : level.vLines) {
             numClosed += isClosed(vLine);
             numSegments += vLine.size();
         }

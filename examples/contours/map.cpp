@@ -54,7 +54,7 @@ class Labels {
     void placeAll(const std::vector<Level>& vLevels) {
         std::vector<std::pair<double, const Polyline*>> vLines;
         for (const Level& level : vLevels)
-            for (const Polyline& vLine : level.vvLines)
+            for (const Polyline& vLine : level.vLines)
                 if (level.bHeavy) vLines.emplace_back(lengthOf(vLine), &vLine);
         std::stable_sort(vLines.begin(), vLines.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
         for (const auto& [length, pLine] : vLines) {
@@ -132,7 +132,7 @@ void drawMap(const std::string& filename, const std::vector<Level>& vLevels, con
     for (const bool bHeavy : {false, true}) {
         for (const Level& level : vLevels) {
             if (level.bHeavy != bHeavy) continue;
-            for (const Polyline& vLine : level.vvLines)
+            for (const Polyline& vLine : level.vLines)
                 for (const Segment2& segment : vLine)
                     if (!labels.cover(segment.getSrc())) drawing.addObject(segment, bHeavy ? HEAVY : LIGHT);
         }

@@ -93,8 +93,8 @@ std::size_t GeoPackage::addContours(const std::vector<Level>& vLevels) {
     for (const Level& level : vLevels) {
         feature.SetField("height", level.height);
         feature.SetField("heavy", static_cast<int>(level.bHeavy));
-        for (const Polyline& vLine : level.vvLines) addFeature(layer, feature, toLineString(vLine, level.height));
-        numLines += level.vvLines.size();
+        for (const Polyline& vLine : level.vLines) addFeature(layer, feature, toLineString(vLine, level.height));
+        numLines += level.vLines.size();
     }
     return numLines;
 }

@@ -95,17 +95,17 @@ struct Outline {
 };
 
 Outline findOutline(const IsoContours& isoContours, double height) {
-    std::vector<Polyline> vvLines;
+    std::vector<Polyline> vLines;
     Outline outline;
     outline.height = height;
-    if (!isoContours.getContours(height, vvLines, false) || vvLines.empty()) return outline;
-    const auto outer = std::max_element(vvLines.begin(), vvLines.end(), [](const Polyline& a, const Polyline& b) {
+    if (!isoContours.getContours(height, vLines, false) || vLines.empty()) return outline;
+    const auto outer = std::max_element(vLines.begin(), vLines.end(), [](const Polyline& a, const Polyline& b) {
         return getSignedArea(a) < getSignedArea(b);
     });
     outline.area = getSignedArea(*outer);
     if (!(outline.area > 0)) return outline;
     outline.vLines.push_back(*outer);
-    for (const Polyline& vLine : vvLines) {
+    for (const Polyline& vLine : vLines) {
         const double area = getSignedArea(vLine);
         if (area < 0 && isInside(vLine.front().getSrc(), *outer)) outline.vLines.push_back(vLine);
     }
