@@ -52,7 +52,7 @@ constexpr int MAX_PASSES = 50;
 class MyLocalParams : public MeshGenParams {
   public:
     using MeshGenParams::MeshGenParams;
-    ~MyLocalParams() override {}
+    ~MyLocalParams() override = default;
 };
 
 /// Deletes the queue however a refinement ends.

@@ -8,7 +8,7 @@ namespace LUMO_TARO25D {
 /// Receives a copy of what the error and warning channels print on one thread (see MessageScope).
 class MessageSink {
   public:
-    virtual ~MessageSink() {}
+    virtual ~MessageSink() = default;
     virtual void receive(const std::string& message) = 0;
 };
 

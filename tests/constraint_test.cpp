@@ -873,20 +873,22 @@ TEST_F(Constraint, GraphsOfWrongSegments) {
     const struct {
         SegmentVector vSegments;
         const char* text;
+        int strategy = CIS_CONSTRAINED_DELAUNAY;
     } aWrong[] = {
         {{}, "Dt2::createConstraint(..), WARNING: vSegments is empty, returning NULL"},
         {{makeSegment(0, 0, 5, 5), makeSegment(0, 0, NOT_A_NUMBER, 0)},
          "Dt2::createConstraint(..), WARNING: non-finite coordinates, constraint refused"},
         {{makeSegment(0, 0, 5, 5, INF, 0)},
          "Dt2::createConstraint(..), WARNING: non-finite coordinates, constraint refused"},
+        {{makeSegment(0, 0, 5, 5)}, "ConstraintMgr::apply(), ERROR: Unknown CIS", 3},
     };
     Work work;
     work.insertBulk(makeSquare(0, 8));
     for (const auto& wrong : aWrong) {
         for (const bool bOriented : {false, true}) {
             StdoutCapture capture;
-            EXPECT_EQ(work.mesh.getImpl()->createConstraint(wrong.vSegments, CIS_CONSTRAINED_DELAUNAY, bOriented),
-                      nullptr);
+            const auto cis = static_cast<ConstraintInsertionStrategy>(wrong.strategy);
+            EXPECT_EQ(work.mesh.getImpl()->createConstraint(wrong.vSegments, cis, bOriented), nullptr);
             EXPECT_TRUE(contains(capture, wrong.text));
         }
     }

@@ -267,6 +267,9 @@ TEST(Insertion, OfNothingDoesNothing) {
     mesh.insert(0, nullptr, nullptr);
     mesh.insert(-1, nullptr, &pUntouched);
     EXPECT_EQ(pUntouched, &other);
+    const std::string text = printedBy([&] { mesh.insert(1, nullptr, &pUntouched); });
+    EXPECT_TRUE(contains(text, "Taro_2D::insert(..), WARNING: aCoordinates==NULL, nothing inserted"));
+    EXPECT_EQ(pUntouched, nullptr);
     EXPECT_EQ(mesh.numberOfPoints(), 0u);
 }
 

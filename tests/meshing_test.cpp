@@ -383,6 +383,8 @@ TEST(Meshing, RefusesWhatItCannotDo) {
              Case{[](auto& p) { p.maxTriangleArea = -1; }, invalid},
              Case{[&](auto& p) { p.maxTriangleArea = NOT_A_NUMBER; }, invalid},
              Case{[&](auto& p) { p.growthFactor = NOT_A_NUMBER; }, invalid},
+             Case{[&](auto& p) { p.minAngleDegree = NOT_A_NUMBER; }, invalid},
+             Case{[&](auto& p) { p.minEdgeLength = NOT_A_NUMBER; }, invalid},
          }) {
         MeshGenParams params(scene.pZone);
         params.maxEdgeLength = 10;

@@ -12,6 +12,7 @@
 #include "support/files.h"
 #include "support/mesh.h"
 #include "support/polygons.h"
+#include "support/recorder.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
@@ -237,8 +238,11 @@ TEST(Zone, ResultsThatShareOperandsAreEvaluatedOnce) {
 TEST(Zone, OfTwoTriangulationsAreNotCombined) {
     Square a(10), b(10);
     Zone2 *pA = a.createZone(nullptr, ZL_GLOBAL), *pB = b.createZone(nullptr, ZL_GLOBAL);
+    Recorder recorder;
+    a.subscribe(MT_WARNING, &recorder);
     const StdoutCapture capture;
     EXPECT_EQ(zoneUnion(pA, pB), nullptr);
+    EXPECT_EQ(recorder.vMessages.size(), 1u);
     EXPECT_EQ(zoneIntersection(pA, nullptr), nullptr);
     EXPECT_TRUE(contains(capture,
                          "Zone2::zoneUnion(...), ERROR: The zones must belong to the same triangulation! "

@@ -16,7 +16,7 @@ class GeomTest;
 class TARO25D_API Bbox2 {
   public:
     /// An invalid box: the minima are the largest double, the maxima the lowest.
-    Bbox2() {}
+    Bbox2() = default;
     /// A box with the given ranges; it is invalid when a minimum exceeds its maximum.
     Bbox2(double minX, double minY, double maxX, double maxY);
     /// A copy has the same ranges but no predicate object, so that it may be changed in another thread.

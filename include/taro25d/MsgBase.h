@@ -13,7 +13,7 @@ namespace LUMO_TARO25D {
 class TARO25D_API MsgBase {
   public:
     /// Unsubscribe before: nothing here tells the triangulation.
-    virtual ~MsgBase() {}
+    virtual ~MsgBase() = default;
 
     /// Receives one message. `message` is the name of the running operation (MT_PROGRESS) or the text of the
     /// warning (MT_WARNING); `value` is the fraction done (MT_PROGRESS) or 0. The triangulation is unfinished

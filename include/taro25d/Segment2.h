@@ -9,7 +9,7 @@ namespace LUMO_TARO25D {
 class TARO25D_API Segment2 {
   public:
     /// Both end points at the origin.
-    Segment2() {}
+    Segment2() = default;
     /// A segment from src to trg, which are copied; they may be equal.
     Segment2(const Point2& src, const Point2& trg) : src_(src), trg_(trg) {}
 
