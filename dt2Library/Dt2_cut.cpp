@@ -248,6 +248,9 @@ Point2* Dt2::CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Poi
     const bool bCross = getIntersectionCoordsNoRounding(*p0, *p1, src, trg, x, y);
     TARO_ASSERT(bCross);
     const Point2 crossing(x, y, 0.0);
+    for (Point2* pEnd : {p0, p1}) {
+        if (isNear(crossing, *pEnd)) return pEnd;
+    }
     const Vector2 along = normalize(getVector2D(*p0, *p1));
     const Vector2 inward = Vector2(-along.y(), along.x(), 0.0) * getResolution(*p0, *p1);
     Point2* pVtx = CUTT_insert(crossing, cut);
