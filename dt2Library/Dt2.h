@@ -347,6 +347,16 @@ class Dt2 {
         int i;
         bool bInside;
     };
+    /// The triangles that the way from one vertex to another crosses, and their border on both sides of it.
+    struct CrossedRegion {
+        /// The way begins in a triangle and leaves it across its edge i.
+        CrossedRegion(Triangle2* pT, int i);
+        /// What crossEdge has found: the next triangle, and where its far corner is.
+        void add(Triangle2* pT, int i, Orientation2 ori);
+
+        std::vector<Triangle2*> vTriangles;
+        std::vector<Border> vLeft, vRight;  // both in the direction of the way until it has reached its end
+    };
     /// Where two constraints cross, and the one that was there first.
     using Crossing = std::pair<Point2, ConstraintSegment2*>;
 
@@ -372,8 +382,8 @@ class Dt2 {
     /// brings it.
     static void getIntersectionPoint(const Point2& s0, const Point2& s1, const Point2& t0, const Point2& t1,
                                      Point2& result);
-    void replaceRegion(const std::vector<Triangle2*>& vOldTriangles, std::vector<Border>& vLeft,
-                       std::vector<Border>& vRight);
+    /// Triangulates a region again, with an edge from the beginning to the end of the way.
+    void replaceRegion(CrossedRegion& region);
     /// Triangulates what is between a border, counterclockwise without the segment, and the segment. Returns the last
     /// triangle; the border is then its edge at the segment.
     Triangle2* triangulatePolygon(std::vector<Border>& vBorder, std::vector<Triangle2*>& vNewTriangles);
@@ -403,7 +413,12 @@ class Dt2 {
     bool CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const;
     bool CUTT_bendEdge(Triangle2* pT, int i, Point2* pVtx, Cut& cut);
     Point2* CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way, Cut& cut);
-    bool CUTT_clearBehind(const Point2& src, const Point2& trg, const Point2& crossing, Triangle2* pT, int i, Cut& cut);
+    Point2* CUTT_insertInside(Triangle2* pT, const Point2& crossing, const Vector2& way, double sign, Cut& cut);
+    Point2* CUTT_passWall(Point2* pVtx, const Point2& trg, const Point2& crossing, Triangle2* pT, int i, Cut& cut);
+    Point2* CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut);
+    bool areJoined(Point2* p0, Point2* p1) const;
+    void CUTT_reroute(Point2* p0, Point2* p1, const std::vector<Point2*>& vVia, Cut& cut);
+    std::vector<Point2*> CUTT_findWay(Point2* p0, Point2* p1, const std::vector<Point2*>& vVertices) const;
     Point2* CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut);
     void CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut);
     void CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut);

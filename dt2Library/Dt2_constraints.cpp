@@ -261,22 +261,16 @@ Point2* Dt2::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>&
     Triangle2* pT = nullptr;
     int i = 0;
     if (Point2* pReached = leaveTowardsVertex(pSrc, pTrg, pT, i)) return pReached == pTrg ? nullptr : pReached;
-    std::vector<Triangle2*> vOldTriangles{pT};
-    std::vector<Border> vLeft{{pT, incIndexBy1(i), true}}, vRight{{pT, incIndexBy2(i), true}};
-    for (;;) {
+    CrossedRegion region(pT, i);
+    Orientation2 ori = ORIENTATION2_CCW;
+    while (ori != ORIENTATION2_COLLINEAR) {
         if (isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, vPairIspCS);
-        const Orientation2 ori = crossEdge(pSrc, pTrg, pT, i);
-        vOldTriangles.push_back(pT);
-        if (ori == ORIENTATION2_COLLINEAR) break;
-        if (ori == ORIENTATION2_CCW) vLeft.push_back({pT, incIndexBy1(i), true});
-        if (ori == ORIENTATION2_CW) vRight.push_back({pT, incIndexBy2(i), true});
+        ori = crossEdge(pSrc, pTrg, pT, i);
+        region.add(pT, i, ori);
     }
     if (pT->getCorner(i) != pTrg) return pT->getCorner(i);
     TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");
-    vLeft.push_back({pT, incIndexBy2(i), true});
-    vRight.push_back({pT, incIndexBy1(i), true});
-    std::reverse(vLeft.begin(), vLeft.end());
-    replaceRegion(vOldTriangles, vLeft, vRight);
+    replaceRegion(region);
     return nullptr;
 }
 
@@ -319,16 +313,29 @@ void Dt2::getIntersectionPoint(const Point2& s0, const Point2& s1, const Point2&
     }
 }
 
-void Dt2::replaceRegion(const std::vector<Triangle2*>& vOldTriangles, std::vector<Border>& vLeft,
-                        std::vector<Border>& vRight) {
+Dt2::CrossedRegion::CrossedRegion(Triangle2* pT, int i)
+    : vTriangles{pT}, vLeft{{pT, incIndexBy1(i), true}}, vRight{{pT, incIndexBy2(i), true}} {}
+
+void Dt2::CrossedRegion::add(Triangle2* pT, int i, Orientation2 ori) {
+    vTriangles.push_back(pT);
+    if (ori == ORIENTATION2_CCW) vLeft.push_back({pT, incIndexBy1(i), true});
+    if (ori == ORIENTATION2_CW) vRight.push_back({pT, incIndexBy2(i), true});
+    if (ori != ORIENTATION2_COLLINEAR) return;
+    vLeft.push_back({pT, incIndexBy2(i), true});
+    vRight.push_back({pT, incIndexBy1(i), true});
+}
+
+void Dt2::replaceRegion(CrossedRegion& region) {
+    auto& [vOldTriangles, vLeft, vRight] = region;
     std::vector<Triangle2*> vNewTriangles;
     vNewTriangles.reserve(vOldTriangles.size());
+    std::reverse(vLeft.begin(), vLeft.end());  // counterclockwise, as the other side is
     Triangle2* pLeft = triangulatePolygon(vLeft, vNewTriangles);
     Triangle2* pRight = triangulatePolygon(vRight, vNewTriangles);
     pLeft->setOppositeTriangle(vLeft[0].i, pRight);
     pRight->setOppositeTriangle(vRight[0].i, pLeft);
     storeRecycledT(vOldTriangles);
-    flipToMatchCDT(vNewTriangles);
+    if (!bFlipsSuppressed_) flipToMatchCDT(vNewTriangles);
 }
 
 Triangle2* Dt2::triangulatePolygon(std::vector<Border>& vBorder, std::vector<Triangle2*>& vNewTriangles) {

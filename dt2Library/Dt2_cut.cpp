@@ -8,8 +8,11 @@
 // A crossing is rounded to doubles and so lies slightly beside its edge. It divides the edge all the same if the four new
 // triangles are counterclockwise. What is nearer than a few rounding errors counts as the same place, so that no slivers
 // of that width come up where segments meet, or follow one another: the way goes through a vertex next to it, and a vertex
-// across that is next to the edge, at its height, takes its place on it, which is a flip. Where nothing else is left the
-// way goes through the nearer end.
+// across that is next to the edge, at its height, takes its place on it, which is a flip.
+//
+// Vertices that are on an edge but for rounding, and at another height, make walls: triangles so thin that no double lies
+// in them, through which all edges are crossed at one place. There the way goes from a vertex before the wall to one
+// behind it, by an edge across all of them; those that are more than diagonals go through one of the two vertices then.
 //
 // Then new edges that lie inside what was one triangle are made Delaunay by flips (Lawson 1977), which does not change the
 // surface either. What is not Delaunay now are creases of the old surface, and pieces of the segments. They become
@@ -26,6 +29,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <map>
 
 #include "ConnectedComponent.h"
 #include "ConstraintMgr.h"
@@ -44,6 +49,7 @@ namespace {
 
 constexpr const char* COOKIE_CUTTER = "Dt2::createZone_cookieCutter(..)";
 constexpr size_t MAX_STEPS_BACK = 1000;
+constexpr double MAX_STEPS_ASIDE = 0x1p20;  // along the way, which may be nearly that of a wall
 
 /// So far apart two places may be, by rounding, that are meant to be one.
 double getResolution(const Point2& a, const Point2& b) {
@@ -303,30 +309,116 @@ Point2* Dt2::CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vec
     return nullptr;
 }
 
-/// Where edge i of pT cannot be divided because the triangles behind are thinner than rounding: the next edges are crossed
-/// at the same place. Bends or divides the first of them that can be; then the one before has a vertex across that is next
-/// to the crossing.
-bool Dt2::CUTT_clearBehind(const Point2& src, const Point2& trg, const Point2& crossing, Triangle2* pT, int i,
-                           Cut& cut) {
-    const Triangle2& front = *pT;
-    const Vector2 way = normalize(getVector2D(src, trg));
-    while (crossEdge(&src, &trg, pT, i) != ORIENTATION2_COLLINEAR && pT->getOppositeTriangle(i)) {
+/// A new vertex strictly inside pT, on its surface, as few rounding errors as possible before (sign -1) or behind (sign 1)
+/// a crossing of its border; null if there is no room.
+Point2* Dt2::CUTT_insertInside(Triangle2* pT, const Point2& crossing, const Vector2& way, double sign, Cut& cut) {
+    const Vector2 step = way * (sign * 0.125 * getResolution(crossing, crossing));
+    for (double numSteps = 1.0; numSteps <= MAX_STEPS_ASIDE; numSteps *= 2.0) {
+        const Point2 place(crossing.x() + numSteps * step.x(), crossing.y() + numSteps * step.y(), 0.0);
+        const auto isLeft = [&](int k) {
+            const Point2 *p0 = pT->getCorner(incIndexBy1(k)), *p1 = pT->getCorner(incIndexBy2(k));
+            return geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_CCW;
+        };
+        if (!isLeft(0) || !isLeft(1) || !isLeft(2)) continue;
+        return CUTT_insertAt(pT, -1, Point2(place.x(), place.y(), getHeightOnPlane(*pT, place)), cut);
+    }
+    return nullptr;
+}
+
+/// From a vertex before a wall to one behind it, where the way crosses edge i of pT and others at one place. Null if there
+/// is no room behind.
+Point2* Dt2::CUTT_passWall(Point2* pVtx, const Point2& trg, const Point2& crossing, Triangle2* pT, int i, Cut& cut) {
+    const Vector2 way = normalize(getVector2D(*pVtx, trg));
+    while (pT->getOppositeTriangle(i)) {
         const Point2 &p0 = *pT->getCorner(incIndexBy1(i)), &p1 = *pT->getCorner(incIndexBy2(i));
         const Triangle2* pN = pT->getOppositeTriangle(i);
         Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
-        double x = 0.0, y = 0.0;
-        if (!getIntersectionCoordsNoRounding(p0, p1, src, trg, x, y)) return false;
-        const Point2 behind(x, y, getZOnSegment(p0, p1, x, y));
-        if (!isNear(behind, crossing)) return false;
-        const bool bBend = isNear(behind, *pFar) && haveSameHeight(behind, *pFar, front, *pN);
-        if (bBend && CUTT_bendEdge(pT, i, pFar, cut)) return true;
-        if (CUTT_divide(pT, i, behind, way, cut)) return true;
+        const bool bReached = crossEdge(pVtx, &trg, pT, i) == ORIENTATION2_COLLINEAR, bWall = isNearLine(*pFar, p0, p1);
+        Point2* pBehind = bWall ? nullptr : CUTT_insertInside(pT, crossing, way, 1.0, cut);
+        if (bWall && bReached) pBehind = pFar;
+        if (pBehind) return CUTT_join(pVtx, pBehind, cut);
+        if (bReached) return nullptr;
     }
-    return false;
+    return nullptr;
+}
+
+/// Makes an edge from one vertex to another, across all edges in between, or to a vertex that is exactly on the way.
+/// Returns its end.
+Point2* Dt2::CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut) {
+    Triangle2* pT = nullptr;
+    int i = 0;
+    if (Point2* pReached = leaveTowardsVertex(pSrc, pTrg, pT, i)) return pReached;
+    CrossedRegion region(pT, i);
+    std::vector<DirectedEdge> vCrossed;
+    for (Orientation2 ori = ORIENTATION2_CCW; ori != ORIENTATION2_COLLINEAR;) {
+        vCrossed.emplace_back(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)));
+        ori = crossEdge(pSrc, pTrg, pT, i);
+        region.add(pT, i, ori);
+    }
+    if (pT->getCorner(i) != pTrg) return CUTT_join(pSrc, pT->getCorner(i), cut);
+    std::vector<Point2*> vVertices;
+    getVertices(region.vTriangles, vVertices);
+    for (Point2* pVtx : vVertices) cut.touch(pVtx);
+    replaceRegion(region);
+    for (const auto& [p0, p1] : vCrossed) {
+        const double z0 = std::abs(pSrc->z() - getZOnSegment(*p0, *p1, pSrc->x(), pSrc->y()));
+        const double z1 = std::abs(pTrg->z() - getZOnSegment(*p0, *p1, pTrg->x(), pTrg->y()));
+        Point2 *pNearer = z0 <= z1 ? pSrc : pTrg, *pOther = z0 <= z1 ? pTrg : pSrc;
+        if (areJoined(p0, pNearer) && areJoined(pNearer, p1)) {
+            CUTT_reroute(p0, p1, {pNearer}, cut);
+        } else if (areJoined(p0, pOther) && areJoined(pOther, p1)) {
+            CUTT_reroute(p0, p1, {pOther}, cut);
+        } else if (cut.sPieces.contains(p0, p1) || getAliveConstraintSegment(p0, p1)) {
+            CUTT_reroute(p0, p1, CUTT_findWay(p0, p1, vVertices), cut);
+        }
+    }
+    return pTrg;
+}
+
+bool Dt2::areJoined(Point2* p0, Point2* p1) const { return getAdjacentTriangle(p0, p1) || getAdjacentTriangle(p1, p0); }
+
+/// Makes what was the edge p0-p1 go through other vertices, one after the other.
+void Dt2::CUTT_reroute(Point2* p0, Point2* p1, const std::vector<Point2*>& vVia, Cut& cut) {
+    for (Point2* pVia : vVia) {
+        cut.inherit(p0, p1, pVia);
+        ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
+        if (pCSeg && !pCSeg->split_combinatorialOnly(pVia)) pCSeg->kill();
+        p0 = pVia;
+    }
+}
+
+/// The shortest way along edges between some vertices (Dijkstra 1959), without its ends.
+std::vector<Point2*> Dt2::CUTT_findWay(Point2* p0, Point2* p1, const std::vector<Point2*>& vVertices) const {
+    struct Stop {
+        double length = std::numeric_limits<double>::infinity();
+        Point2* pPrevious = nullptr;
+        bool bDone = false;
+    };
+    std::map<Point2*, Stop> mStops;
+    for (Point2* pVtx : vVertices) mStops[pVtx];
+    mStops[p0].length = 0.0;
+    const auto isNearer = [&](Point2* p, Point2* q) {
+        return std::make_pair(mStops[p].bDone, mStops[p].length) < std::make_pair(mStops[q].bDone, mStops[q].length);
+    };
+    for (Point2* pVtx = p0; pVtx != p1;) {
+        mStops[pVtx].bDone = true;
+        for (Point2* pNext : vVertices) {
+            const double length = mStops[pVtx].length + distance2D(*pVtx, *pNext);
+            if (mStops[pNext].bDone || !(length < mStops[pNext].length) || !areJoined(pVtx, pNext)) continue;
+            mStops[pNext].length = length;
+            mStops[pNext].pPrevious = pVtx;
+        }
+        pVtx = *std::min_element(vVertices.begin(), vVertices.end(), isNearer);
+        TARO_ASSERT_TEXT(std::isfinite(mStops[pVtx].length), "isfinite(length)");
+    }
+    std::vector<Point2*> vWay;
+    for (Point2* pVtx = mStops[p1].pPrevious; pVtx != p0; pVtx = mStops[pVtx].pPrevious) vWay.push_back(pVtx);
+    std::reverse(vWay.begin(), vWay.end());
+    return vWay;
 }
 
 /// The next vertex on the way from a vertex across the opposite edge i of pT; the vertex itself where the edge has been
-/// found to go through it, or one behind it has been taken out of the way.
+/// found to go through it.
 Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut) {
     Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
     const Triangle2* pN = pT->getOppositeTriangle(i);
@@ -340,15 +432,20 @@ Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, C
         const bool bNearer = distance2D(*pEnd, trg) < distance2D(*pVtx, trg);
         if (crossing == *pEnd || (bNearer && isNearLine(*pEnd, *pVtx, trg))) return pEnd;
     }
-    // Within a wall that is thinner than rounding heights do not matter.
-    const bool bWall = isNearLine(*pVtx, *p0, *p1) && isNearLine(*pFar, *p0, *p1);
     for (Point2* pAcross : {pVtx, pFar}) {
-        const bool bOnEdge = isNear(crossing, *pAcross) && (bWall || haveSameHeight(crossing, *pAcross, *pT, *pN));
+        const bool bOnEdge = isNear(crossing, *pAcross) && haveSameHeight(crossing, *pAcross, *pT, *pN);
         if (bOnEdge && CUTT_bendEdge(pT, i, pAcross, cut)) return pAcross;
     }
-    if (Point2* pNew = CUTT_divide(pT, i, crossing, normalize(getVector2D(*pVtx, trg)), cut)) return pNew;
-    if (CUTT_clearBehind(*pVtx, trg, crossing, pT, i, cut)) return pVtx;
-    return sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
+    const Vector2 way = normalize(getVector2D(*pVtx, trg));
+    if (Point2* pNew = CUTT_divide(pT, i, crossing, way, cut)) return pNew;
+    Point2* pNext = isNearLine(*pVtx, *p0, *p1) ? CUTT_passWall(pVtx, trg, crossing, pT, i, cut)
+                                                : CUTT_insertInside(pT, crossing, way, -1.0, cut);
+    if (pNext) return pNext;
+    Point2* pNearer = sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
+    if (!isNear(crossing, *pNearer)) {
+        warning("Dt2::CUTT_cutTriangles()", "insufficient numeric accuracy, a segment leaves its way");
+    }
+    return pNearer;
 }
 
 void Dt2::CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut) {
@@ -412,6 +509,12 @@ void Dt2::CUTT_fixEdges(const Cut& cut, bool bPieces) {
         if (bFix) vPairs.emplace_back(p0, p1);
     });
     if (!vPairs.empty()) pConstraintMgr_->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
+    // Between walls an edge may come back that was a constraint once, and goes another way since.
+    for (const auto& [p0, p1] : vPairs) {
+        Triangle2* pT = getAliveConstraintSegment(p0, p1) ? nullptr : getAdjacentTriangle(p0, p1);
+        if (pT) vFlipStack_.push_back(pT);
+    }
+    flipUntilDelaunay();
 }
 
 void Dt2::CUTT_cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints) {
