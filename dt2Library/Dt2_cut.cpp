@@ -337,7 +337,7 @@ Point2* Dt2::CUTT_passWall(Point2* pVtx, const Point2& trg, const Point2& crossi
         Point2* pBehind = bWall ? nullptr : CUTT_insertInside(pT, crossing, way, 1.0, cut);
         if (bWall && bReached) pBehind = pFar;
         if (pBehind) return CUTT_join(pVtx, pBehind, cut);
-        if (bReached) return nullptr;
+        if (!bWall) return nullptr;
     }
     return nullptr;
 }
@@ -403,10 +403,12 @@ std::vector<Point2*> Dt2::CUTT_findWay(Point2* p0, Point2* p1, const std::vector
     for (Point2* pVtx = p0; pVtx != p1;) {
         mStops[pVtx].bDone = true;
         for (Point2* pNext : vVertices) {
+            Stop& next = mStops[pNext];
             const double length = mStops[pVtx].length + distance2D(*pVtx, *pNext);
-            if (mStops[pNext].bDone || !(length < mStops[pNext].length) || !areJoined(pVtx, pNext)) continue;
-            mStops[pNext].length = length;
-            mStops[pNext].pPrevious = pVtx;
+            // Of ways that are equally long but for rounding the one with fewer stops, which has been found before.
+            if (next.bDone || !(length < next.length * (1.0 - 0x1p-40)) || !areJoined(pVtx, pNext)) continue;
+            next.length = length;
+            next.pPrevious = pVtx;
         }
         pVtx = *std::min_element(vVertices.begin(), vVertices.end(), isNearer);
         TARO_ASSERT_TEXT(std::isfinite(mStops[pVtx].length), "isfinite(length)");
@@ -511,8 +513,9 @@ void Dt2::CUTT_fixEdges(const Cut& cut, bool bPieces) {
     if (!vPairs.empty()) pConstraintMgr_->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
     // Between walls an edge may come back that was a constraint once, and goes another way since.
     for (const auto& [p0, p1] : vPairs) {
-        Triangle2* pT = getAliveConstraintSegment(p0, p1) ? nullptr : getAdjacentTriangle(p0, p1);
-        if (pT) vFlipStack_.push_back(pT);
+        if (getAliveConstraintSegment(p0, p1)) continue;
+        warning("Dt2::CUTT_cutTriangles()", "insufficient numeric accuracy, a crease is lost");
+        if (Triangle2* pT = getAdjacentTriangle(p0, p1)) vFlipStack_.push_back(pT);
     }
     flipUntilDelaunay();
 }
