@@ -114,6 +114,20 @@ bool isInside(const std::vector<Segment2>& vSides, const Point2& point, GeomTest
     return bInside;
 }
 
+/// Whether triangles have no more area than a polygon, and if all of it is on the surface, no less, but for rounding.
+bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Point2>& vCorners, bool bAll) {
+    double area = 0.0, wanted = 0.0, length = 0.0, resolution = 0.0;
+    for (const Triangle2* pT : vTriangles) area += getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
+    for (size_t k = 0; k < vCorners.size(); ++k) {
+        const Point2 &p = vCorners[k], &q = vCorners[(k + 1) % vCorners.size()];
+        wanted += 0.5 * crossProduct2D(getVector2D(vCorners[0], p), getVector2D(vCorners[0], q));
+        length += distance2D(p, q);
+        resolution = std::max(resolution, getResolution(p, q));
+    }
+    const double slack = 1e-6 * wanted + 64.0 * resolution * length;
+    return !(area - wanted > slack) && (!bAll || !(wanted - area > slack));  // not for numbers beyond doubles
+}
+
 }  // namespace
 
 /// What a running cut has made.
@@ -124,6 +138,7 @@ struct Dt2::Cut {
     std::vector<DirectedEdge> vDirected;  // the pieces in the direction of their segments, as first made
     VertexPairMap<Point2> pieceSplits;    // from pieces to the vertices that they go through since
     size_t numPieceSplits = 0;
+    bool bOutside = false;                              // whether an end of a segment is outside the hull
     std::vector<std::pair<Point2*, Point2>> vOpenEnds;  // where a segment leaves the hull, and its end outside
     AddressSet sTouched;
     std::vector<Point2*> vTouched;  // every triangle that was changed has one of these as a corner
@@ -474,6 +489,7 @@ void Dt2::CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut) {
     }
     for (const Segment2& segment : vSegments) {
         Point2 *pSrc = CUTT_insert(segment.getSrc(), cut), *pTrg = CUTT_insert(segment.getTrg(), cut);
+        cut.bOutside = cut.bOutside || !pSrc || !pTrg;
         if (!pSrc) pSrc = CUTT_enter(segment.getSrc(), segment.getTrg(), cut);
         if (!pTrg) pTrg = CUTT_enter(segment.getTrg(), segment.getSrc(), cut);
         if (pSrc && pTrg) CUTT_cutTowards(pSrc, pTrg, cut);
@@ -562,6 +578,10 @@ Zone2* Dt2::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool
     } else if (isInside(vSides, getOneValidTriangle()->getBarycenter(), geomTest_)) {
         getTrianglePointers(vInside);
     }
+    if (!canBeInside(vInside, vCorners, !cut.bOutside)) {
+        if (bVerbose) warning(COOKIE_CUTTER, "insufficient numeric accuracy, the cut does not enclose the polygon");
+        return nullptr;
+    }
     std::vector<Edge2> vBorderEdges;
     getBorderEdges(vInside, vBorderEdges);
     if (!vBorderEdges.empty()) return createZone(vBorderEdges, ZL_BOUNDED, bVerbose);
@@ -596,6 +616,7 @@ void Dt2::CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) co
     dropWaysBack(vBorder);
     std::vector<Triangle2*> vSeeds;
     for (const auto& [pSrc, pTrg] : vBorder) {
+        if (isNear(*pSrc, *pTrg)) continue;  // where its left is, is rounding
         if (Triangle2* pT = getAdjacentTriangle(pSrc, pTrg)) vSeeds.push_back(pT);
     }
     spread(vSeeds, sBlocked, sMarked, vTriangles);  // leaves marked seeds out

@@ -57,6 +57,14 @@ struct Surface {
         return *vVertices[random() % vVertices.size()];
     }
 
+    /// Once more, after the surface has been changed on purpose.
+    void takeHeights() {
+        for (Point2& sample : vSamples) {
+            double z = 0;
+            mesh.getHeight(sample.x(), sample.y(), z);
+            sample.set(sample.x(), sample.y(), z);
+        }
+    }
     testing::AssertionResult isUnchanged() {
         size_t numOff = 0;
         double worst = 0;
@@ -192,11 +200,7 @@ TEST(Cut, RespectsConstraints) {
         }
         Surface surface(vPoints);
         ConstraintGraph2* pGraph = surface.mesh.createConstraint(vLines, CIS_CONSTRAINED_DELAUNAY);
-        for (Point2& sample : surface.vSamples) {
-            double z = 0;
-            surface.mesh.getHeight(sample.x(), sample.y(), z);
-            sample.set(sample.x(), sample.y(), z);
-        }
+        surface.takeHeights();
         for (int i = 0; i < 10; ++i)
             surface.mesh.cutTriangles(surface.randomPlace(0.7), surface.randomPlace(0.7), i % 2);
         EXPECT_TRUE(surface.isSound());
@@ -293,6 +297,34 @@ TEST(CookieCutter, MeetsTheBorderOfTheSurface) {
             EXPECT_TRUE(surface.isSound());
             EXPECT_TRUE(surface.isUnchanged());
         }
+    }
+}
+
+TEST(CookieCutter, PassesPointsThatAreOnABreaklineButForRounding) {
+    for (std::uint64_t seed = 1; seed <= 100; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random r(seed);
+        const double origin = seed % 2 ? 1e6 : 0;
+        const auto place = [&](double from, double to) { return origin + uniform(r, from, to); };
+        const Point2 src(place(5, 20), place(0, 100), 0), trg(place(80, 95), place(0, 100), 0);
+        PointVector vPoints = makeRectangle(origin, origin, origin + 100, origin + 100);
+        for (int i = 0; i < 60; ++i) vPoints.emplace_back(place(0, 100), place(0, 100), uniform(r, 0, 10));
+        for (int i = 1; i < 8; ++i) {  // at other heights than the line
+            const double t = i / 8.0;
+            vPoints.emplace_back(src.x() + (trg.x() - src.x()) * t, src.y() + (trg.y() - src.y()) * t,
+                                 uniform(r, 0, 10));
+        }
+        Surface surface(vPoints);
+        surface.mesh.createConstraint({Segment2(src, trg)}, CIS_CONSTRAINED_DELAUNAY);
+        surface.takeHeights();
+        const PointVector vCorners = makeStar(7, origin + 50, origin + 50, 45, r);
+        const StdoutCapture capture;
+        const Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(vCorners));
+        ASSERT_TRUE(pZone) << capture.text();
+        const double area = getArea(vCorners);
+        EXPECT_NEAR(pZone->getArea2D(), area, 1e-7 * area);
+        EXPECT_TRUE(surface.isSound());
+        EXPECT_TRUE(surface.isUnchanged());
     }
 }
 
