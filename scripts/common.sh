@@ -8,6 +8,21 @@ if command -v ccache >/dev/null; then
     export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}
 fi
 
+# understand PATTERN ARGUMENT...: to be called before anything is done. With --help among the arguments of a script,
+# prints what stands at its head. Ends the script then, and where the arguments, a line for each, do not match it.
+understand() {
+    local pattern=$1
+    shift
+    (($#)) || return 0
+    if [[ " $* " == *" --help "* ]]; then
+        sed -n '2,/^[^#]/s/^# \?//p' "scripts/$(basename "$0")"
+        exit 0
+    fi
+    [[ $(printf '%s\n' "$@") =~ ^($pattern)$ ]] && return
+    echo "$0 does not know what to do with $*: see --help" >&2
+    exit 2
+}
+
 say() {
     printf '\n== %s\n' "$*"
 }
