@@ -82,6 +82,7 @@ TEST(TerrainReader, RefusesWithLineAndReason) {
         {header + "NODATA_value 1\n1 1\n1 1\n", "8", "no cell"},
         {header + "nosuchkey 1\n1 2 3 4\n", "6", "'nosuchkey' is neither"},
         {header + "ncols 2\n1 2 3 4\n", "6", "given twice"},
+        {header + "yllcenter 0.5\n1 2 3 4\n", "6", "both given"},
         {header, "5", "too small"},
         {"ncols 2\nnrows 2\nxllcorner 0\ncellsize 1\n1 2 3 4\n", "4", "no yllcorner"},
         {"ncols 2\nnrows 2\nxllcorner 0\nyllcorner 0\ndx 1\n1 2 3 4\n", "5", "no cellsize"},

@@ -166,6 +166,10 @@ void GridHeader::addEntry(const std::string& key, Text& text) {
     if (bCount && !bWhole) text.fail(key + " must be a whole number above 0");
     if (bWidth && value <= 0) text.fail(key + " must be above 0");
     if (!mEntries_.emplace(key, value).second) text.fail(key + " is given twice");
+    for (const std::string side : {"xll", "yll"}) {
+        const bool bBoth = mEntries_.count(side + "corner") && mEntries_.count(side + "center");
+        if (bBoth) text.fail(side + "corner and " + side + "center are both given");
+    }
 }
 
 double GridHeader::get(const std::string& key, const Text& text) const {
