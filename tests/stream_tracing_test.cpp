@@ -18,7 +18,7 @@ Grid makeGrid(int numColumns, int numRows, F height) {
     for (int j = 0; j < numRows; ++j) {
         for (int i = 0; i < numColumns; ++i) vPoints.emplace_back(10.0 * i, 20.0 * j, height(i, j));
     }
-    return Grid(vPoints);
+    return Grid(vPoints, "grid");
 }
 
 }  // namespace
@@ -43,7 +43,7 @@ TEST(Streams, EveryCellDrainsAndStreamsMeetAtTheirEnds) {
     for (int cell = 15; cell < 40 * 30; ++cell) {
         vPoints.emplace_back(cell % 40, cell / 40, static_cast<double>(random() % 8));
     }
-    const Grid grid(vPoints);
+    const Grid grid(vPoints, "grid");
     const Drainage drainage(grid);
     std::size_t numDrained = 0, numOnStreams = 0;
     for (Cell cell = 0; cell < grid.numCells(); ++cell) {
@@ -71,5 +71,5 @@ TEST(Streams, EveryCellDrainsAndStreamsMeetAtTheirEnds) {
 TEST(Streams, PointsInNoGridAreRefused) {
     std::vector<Point2> vPoints;
     for (int i = 0; i < 100; ++i) vPoints.emplace_back(i, i * i, 0.0);
-    EXPECT_THROW(Grid{vPoints}, terrain::BadInput);
+    EXPECT_THROW(Grid(vPoints, "grid"), terrain::BadInput);
 }

@@ -23,14 +23,16 @@ std::size_t indexOf(double value, const std::vector<double>& vSorted) {
 
 }  // namespace
 
-Grid::Grid(const std::vector<Point2>& vPoints) : vPoints_(vPoints) {
+Grid::Grid(const std::vector<Point2>& vPoints, const std::string& filename) : vPoints_(vPoints) {
     for (const Point2& point : vPoints) {
         vX_.push_back(point.x());
         vY_.push_back(point.y());
     }
     vX_ = sortedOnce(std::move(vX_));
     vY_ = sortedOnce(std::move(vY_));
-    if (vX_.size() * vY_.size() / 4 > vPoints.size()) throw terrain::BadInput("the points do not stand in a grid");
+    if (vX_.size() * vY_.size() / 4 > vPoints.size()) {
+        throw terrain::BadInput(filename + ": the points do not stand in a grid");
+    }
     placePoints();
     findNeighbours();
 }
@@ -64,13 +66,13 @@ double Grid::distance(Cell a, Cell b) const {
     return std::hypot(point(a).x() - point(b).x(), point(a).y() - point(b).y());
 }
 
-std::vector<Cell> Grid::everyNth(std::size_t step) const {
+std::vector<Point2> Grid::everyNthPoint(std::size_t step) const {
     const auto isTaken = [step](std::size_t i, std::size_t n) { return i % step == 0 || i + 1 == n; };
-    std::vector<Cell> vTaken;
+    std::vector<Point2> vTaken;
     for (std::size_t row = 0; row < numRows(); ++row) {
         for (std::size_t column = 0; column < numColumns(); ++column) {
             const bool bTaken = isTaken(row, numRows()) && isTaken(column, numColumns());
-            if (bTaken && at(column, row) != NONE) vTaken.push_back(at(column, row));
+            if (bTaken && at(column, row) != NONE) vTaken.push_back(point(at(column, row)));
         }
     }
     return vTaken;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include "taro25d/Point2.h"
@@ -13,8 +14,9 @@ using Cell = std::size_t;
 /// Points that stand in rows and columns. Some places may be empty.
 class Grid {
   public:
-    /// Throws terrain::BadInput for points that do not fill at least a quarter of their rows and columns.
-    explicit Grid(const std::vector<LUMO_TARO25D::Point2>& vPoints);
+    /// Throws terrain::BadInput for points that do not fill at least a quarter of their rows and columns; its message
+    /// begins with the name of the file.
+    Grid(const std::vector<LUMO_TARO25D::Point2>& vPoints, const std::string& filename);
 
     std::size_t numColumns() const { return vX_.size(); }
     std::size_t numRows() const { return vY_.size(); }
@@ -25,8 +27,8 @@ class Grid {
     /// The up to eight cells around a cell. Fewer than eight mean that it is on the border.
     const std::vector<Cell>& neighbours(Cell cell) const { return vNeighbours_[cell]; }
     double distance(Cell a, Cell b) const;
-    /// The cells in every step-th row and column, the first and last ones included.
-    std::vector<Cell> everyNth(std::size_t step) const;
+    /// The points in every step-th row and column, the first and last ones included.
+    std::vector<LUMO_TARO25D::Point2> everyNthPoint(std::size_t step) const;
 
   private:
     static constexpr Cell NONE = static_cast<Cell>(-1);

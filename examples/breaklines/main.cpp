@@ -13,6 +13,7 @@
 
 #include "grid.h"
 #include "map.h"
+#include "no_triangles.h"
 #include "options.h"
 #include "png.h"
 #include "program.h"
@@ -30,7 +31,7 @@ namespace {
 
 Grid readGrid(const std::string& filename) {
     printChapter("Reading " + filename);
-    Grid grid(terrain::readPoints(filename));
+    Grid grid(terrain::readPoints(filename), filename);
     row("grid") << grid.numColumns() << " columns, " << grid.numRows() << " rows, " << grid.numCells() << " cells\n";
     return grid;
 }
@@ -77,11 +78,12 @@ std::vector<Stream> traceStreams(const Grid& grid, std::size_t minCells) {
 
 // ---- Triangulating: the points in one call, then each stream as a constraint graph that runs downstream ----
 
-void insertPoints(const Grid& grid, std::size_t step, Taro_2D& mesh) {
-    std::vector<Point2> vPoints;
-    for (const Cell cell : grid.everyNth(step)) vPoints.push_back(grid.point(cell));
-    mesh.insert(vPoints);
-    if (!mesh.is2D()) throw terrain::BadInput("all points lie on one line, no triangles");
+void insertPoints(const Grid& grid, const Options& options, Taro_2D& mesh) {
+    mesh.insert(grid.everyNthPoint(options.step));
+    if (!mesh.is2D()) {
+        failWithoutTriangles(options.input, grid.everyNthPoint(1),
+                             "the points taken lie on one line: a smaller --step is needed");
+    }
     row("points") << mesh.numberOfPoints() << ", " << mesh.numberOfTriangles() << " triangles\n";
 }
 
@@ -101,9 +103,9 @@ void insertStreams(const Grid& grid, const std::vector<Stream>& vStreams, Taro_2
     row("mesh") << mesh.numberOfPoints() << " vertices, " << mesh.numberOfTriangles() << " triangles\n";
 }
 
-void triangulate(const Grid& grid, const std::vector<Stream>& vStreams, std::size_t step, Taro_2D& mesh) {
+void triangulate(const Grid& grid, const std::vector<Stream>& vStreams, const Options& options, Taro_2D& mesh) {
     printChapter("Triangulating");
-    insertPoints(grid, step, mesh);
+    insertPoints(grid, options, mesh);
     insertStreams(grid, vStreams, mesh);
 }
 
@@ -167,7 +169,7 @@ ExitStatus tour(const Options& options) {
     const Grid grid = readGrid(options.input);
     const std::vector<Stream> vStreams = traceStreams(grid, options.minCells);
     Taro_2D mesh;
-    triangulate(grid, vStreams, options.step, mesh);
+    triangulate(grid, vStreams, options, mesh);
     std::filesystem::create_directories(options.outFolder);
     const bool bSound = check(mesh);
     const bool bKept = saveAndLoad(mesh, options.outFolder / "breaklines.taro");

@@ -18,7 +18,8 @@ struct Level {
     std::vector<Polyline> vLines;
 };
 
-/// A round interval that makes at least 15 steps of the range; 1 for level ground.
+/// A round interval that makes at least 15 steps of the range; 1 for level ground. Throws terrain::BadInput for
+/// heights that are so near to each other, or so far apart, that there is none.
 double proposeInterval(const LUMO_TARO25D::IsoContours& isoContours);
 
 /// The contours at all multiples of the interval between the lowest and the highest point. Throws UsageError for an

@@ -65,6 +65,10 @@ Polyline takeProfile(const Taro_2D& ground, const IsoContours& isoContours) {
 
     printChapter("Profile");
     row("through") << "(" << summit.x() << ", " << summit.y() << "), the highest point\n";
+    if (vProfile.empty()) {
+        row("none") << "to its west and east there is no ground\n";
+        return vProfile;
+    }
     double ascent = 0, length = 0;
     for (const Segment2& segment : vProfile) {
         ascent += std::max(0.0, segment.getTrg().z() - segment.getSrc().z());
@@ -84,6 +88,7 @@ void draw(const std::vector<Level>& vLevels, const Polyline& vProfile, const Bbo
     const std::string map = folder / "contours.ps", profile = folder / "profile.ps";
     drawMap(map, vLevels, box);
     addPng(map);
+    if (vProfile.empty()) return;
     drawProfile(profile, vProfile, vLevels);
     addPng(profile);
 }

@@ -59,7 +59,9 @@ class Labels {
         std::stable_sort(vLines.begin(), vLines.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
         for (const auto& [length, pLine] : vLines) {
             if (length < MIN_LINE_LENGTH * pagePoint_) return;
-            const auto numLabels = size_t(1 + length / (LINE_PER_LABEL * pagePoint_)), n = pLine->size();
+            const size_t n = pLine->size();
+            // One for each point at most: on ground of hardly any extent a point of the page may be 0.
+            const auto numLabels = size_t(std::min(double(n), 1 + length / (LINE_PER_LABEL * pagePoint_)));
             for (size_t i = 0; i < numLabels; ++i) place(*pLine, i * n / numLabels, (i + 1) * n / numLabels);
         }
     }

@@ -11,6 +11,7 @@
 
 #include "command_line.h"
 #include "map.h"
+#include "no_triangles.h"
 #include "png.h"
 #include "program.h"
 #include "readers.h"
@@ -119,10 +120,10 @@ void draw(const std::filesystem::path& folder, const Taro_2D& after, const CutAn
 
 ExitStatus run(const std::string& input, const std::filesystem::path& outFolder) {
     printChapter("Reading " + input);
-    const std::vector<Point2> vSite = takeSite(terrain::readPoints(input));
+    const std::vector<Point2> vPoints = terrain::readPoints(input), vSite = takeSite(vPoints);
     Taro_2D before, after;
     before.insert(vSite);
-    if (!before.is2D()) throw terrain::BadInput(input + ": no ground in the middle");
+    if (!before.is2D()) failWithoutTriangles(input, vPoints, "no ground in the middle");
     const earthworks::Road road(before, before.computeBoundingBox(), ROAD_WIDTH, SLOPE_RUN);
     earthworks::buildRoad(before, vSite, road, after);
     std::printf("\nThe site\n  before: %zu triangles, after: %zu triangles\n", before.numberOfTriangles(),

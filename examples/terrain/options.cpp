@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include <cmath>
 #include <optional>
 
 #include "command_line.h"
@@ -37,7 +38,9 @@ Point2 parsePlace(const std::string& text) {
 int parseNumThreads(const std::string& text) {
     const std::optional<double> num = toNumber(text);
     constexpr double MAX_THREADS = 1024;
-    if (!num || !(*num >= 0 && *num <= MAX_THREADS)) throw UsageError("--threads takes 0 to 1024, not '" + text + "'");
+    if (!num || !(*num >= 0 && *num <= MAX_THREADS) || *num != std::floor(*num)) {
+        throw UsageError("--threads takes a whole number from 0 to 1024, not '" + text + "'");
+    }
     return static_cast<int>(*num);
 }
 
