@@ -1,5 +1,6 @@
 #include "numbers.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <sstream>
@@ -10,6 +11,10 @@ std::string toText(double number, int numDigits) {
     std::ostringstream text;
     text << std::setprecision(numDigits) << number;
     return text.str();
+}
+
+double between(double src, double trg, double t) {
+    return std::clamp((1 - t) * src + t * trg, std::min(src, trg), std::max(src, trg));
 }
 
 double roundedDown(double number) {

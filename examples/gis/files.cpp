@@ -19,6 +19,12 @@ std::string problemWith(const std::string& filename) {
     return problem.find(filename) == std::string::npos ? filename + ": " + problem : problem;
 }
 
+const OGRSpatialReference* orNone(const OGRSpatialReference* pSystem) {
+    if (!pSystem || pSystem->IsEmpty() || pSystem->IsLocal()) return nullptr;
+    const char* pName = pSystem->GetName();
+    return pName && std::string(pName).rfind("Undefined", 0) == 0 ? nullptr : pSystem;
+}
+
 void warn(const std::string& text) { std::cerr << "gis: warning: " << text << "\n"; }
 
 }  // namespace gis

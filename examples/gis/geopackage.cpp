@@ -1,7 +1,10 @@
 #include "geopackage.h"
 
 #include <ogrsf_frmts.h>
+#include <stdlib.h>
 
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 
@@ -37,13 +40,30 @@ OGRGeometryUniquePtr toPolygon(const Triangle2& triangle) {
     return OGRGeometryUniquePtr(pPolygon.release());
 }
 
+std::filesystem::path followLinks(std::filesystem::path filename) {
+    constexpr int MAX_LINKS = 40;  // as for the kernel: they may run in a circle
+    for (int i = 0; i < MAX_LINKS && std::filesystem::is_symlink(filename); ++i) {
+        filename = filename.parent_path() / std::filesystem::read_symlink(filename);
+    }
+    return filename;
+}
+
 }  // namespace
 
-GeoPackage::GeoPackage(const std::filesystem::path& filename, const OGRSpatialReference* pSystem)
-    : filename_(filename), unfinished_(filename) {
-    unfinished_.replace_extension(".unfinished.gpkg");
+FolderBeside::FolderBeside(const std::filesystem::path& filename) {
     if (filename.has_parent_path()) std::filesystem::create_directories(filename.parent_path());
-    std::filesystem::remove(unfinished_);
+    std::string name = filename.string() + ".unfinished-XXXXXX";
+    if (!mkdtemp(name.data())) throw std::runtime_error(filename.string() + ": " + std::strerror(errno));
+    path_ = name;
+}
+
+FolderBeside::~FolderBeside() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+GeoPackage::GeoPackage(const std::filesystem::path& filename, const OGRSpatialReference* pSystem)
+    : filename_(followLinks(filename)), folder_(filename_), unfinished_(folder_.path() / "unfinished.gpkg") {
     if (pSystem) {
         system_ = *pSystem;
     } else {
@@ -58,11 +78,7 @@ GeoPackage::GeoPackage(const std::filesystem::path& filename, const OGRSpatialRe
 }
 
 GeoPackage::~GeoPackage() {
-    if (!pDataset_) return;
-    pDataset_->RollbackTransaction();
-    pDataset_.reset();
-    std::error_code ignored;
-    std::filesystem::remove(unfinished_, ignored);
+    if (pDataset_) pDataset_->RollbackTransaction();
 }
 
 void GeoPackage::check(bool bWell) const {

@@ -12,12 +12,28 @@
 
 namespace gis {
 
-/// A GeoPackage that is being written. It takes its name, and the place of a file that had it, when it is finished.
+/// A new folder beside a file, from where another can be renamed to that. It goes with what is in it.
+class FolderBeside {
+  public:
+    /// Throws std::runtime_error.
+    explicit FolderBeside(const std::filesystem::path& filename);
+    ~FolderBeside();
+    FolderBeside(const FolderBeside&) = delete;
+    FolderBeside& operator=(const FolderBeside&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+/// A GeoPackage that is being written, in a folder of its own. It takes its name, and the place of a file that had it,
+/// when it is finished. Where a link has the name, it takes the place of what that leads to.
 class GeoPackage {
   public:
     /// The coordinate system may be null. Throws std::runtime_error, as all others do.
     GeoPackage(const std::filesystem::path& filename, const OGRSpatialReference* pSystem);
-    /// Removes what was not finished.
+    /// What was not finished goes with its folder.
     ~GeoPackage();
     GeoPackage(const GeoPackage&) = delete;
     GeoPackage& operator=(const GeoPackage&) = delete;
@@ -33,7 +49,9 @@ class GeoPackage {
     void addFeature(OGRLayer& layer, OGRFeature& feature, OGRGeometryUniquePtr pGeometry);
     void check(bool bWell) const;
 
-    std::filesystem::path filename_, unfinished_;
+    std::filesystem::path filename_;
+    FolderBeside folder_;
+    std::filesystem::path unfinished_;
     OGRSpatialReference system_;
     GDALDatasetUniquePtr pDataset_;
 };

@@ -27,9 +27,14 @@ class LineTaker : public OGRDefaultConstGeometryVisitor {
     using OGRDefaultConstGeometryVisitor::visit;
     void visit(const OGRLineString* pLine) override {
         if (pLine->getNumPoints() < 2) return;
-        const bool bDrape = bDrape_ || !pLine->Is3D();
+        if (!areFinite(*pLine, &OGRLineString::getX) || !areFinite(*pLine, &OGRLineString::getY)) {
+            ++lines_.numPlaceless;
+            return;
+        }
+        const bool bKept = !bDrape_ && pLine->Is3D(), bDrape = !bKept || !areFinite(*pLine, &OGRLineString::getZ);
         ++lines_.numLines;
         lines_.numDraped += bDrape;
+        lines_.numWrongHeights += bKept && bDrape;
         for (int i = 0; i < pLine->getNumPoints(); ++i) {
             lines_.box.add(vertexOf(*pLine, i));
             if (i > 0) take(vertexOf(*pLine, i - 1), vertexOf(*pLine, i), bDrape);
@@ -41,7 +46,14 @@ class LineTaker : public OGRDefaultConstGeometryVisitor {
         return Point2(line.getX(i), line.getY(i), line.getZ(i));
     }
 
+    static bool areFinite(const OGRLineString& line, double (OGRLineString::*pGet)(int) const) {
+        int i = 0;
+        while (i < line.getNumPoints() && std::isfinite((line.*pGet)(i))) ++i;
+        return i == line.getNumPoints();
+    }
+
     void take(const Point2& src, const Point2& trg, bool bDrape) {
+        lines_.bLong |= src != trg;
         const auto part = raster_.partInside(src, trg);
         if (!part) return;
         const Point2 first = between(src, trg, part->first), last = between(src, trg, part->second);
@@ -60,7 +72,7 @@ class LineTaker : public OGRDefaultConstGeometryVisitor {
         if (t == 0) return src;
         if (t == 1) return trg;
         return Point2(src.x() + t * (trg.x() - src.x()), src.y() + t * (trg.y() - src.y()),
-                      src.z() + t * (trg.z() - src.z()));
+                      examples::between(src.z(), trg.z(), t));
     }
 
     /// Nothing where there is no ground: at holes in the data the surface only bridges them.
@@ -119,11 +131,24 @@ std::string toText(const Bbox2& box) {
            toText(box.getMaxY());
 }
 
+std::string reasonsWhyLost(const Lines& lines) {
+    std::string reasons;
+    if (lines.numLost > 0) {
+        reasons += ": " + std::to_string(lines.numLost) + " features cannot be transformed to the system of the raster";
+    }
+    if (lines.numPlaceless > 0) {
+        reasons += ": " + std::to_string(lines.numPlaceless) + " lines have coordinates that are not finite";
+    }
+    return reasons.empty() ? "" : " that can be used" + reasons;
+}
+
 void check(const Lines& lines, const std::string& filename, const Taro_2D& ground) {
-    if (lines.numLines == 0) throw BadInput("no lines in layer " + lines.layer + " of " + filename);
+    const std::string where = " in layer " + lines.layer + " of " + filename;
+    if (lines.numLines == 0) throw BadInput("no lines" + where + reasonsWhyLost(lines));
+    if (!lines.bLong) throw BadInput("the lines" + where + " have no length");
     if (!lines.vWithHeights.empty() || !lines.vDraped.empty()) return;
-    throw BadInput("the lines of " + filename + " lie outside the data of the raster: they are at " +
-                   toText(lines.box) + ", it is at " + toText(ground.computeBoundingBox()));
+    throw BadInput("the lines" + where + " lie outside the data of the raster, or within half a cell of its border: " +
+                   "they are at " + toText(lines.box) + ", it is at " + toText(ground.computeBoundingBox()));
 }
 
 }  // namespace
@@ -132,7 +157,8 @@ Lines readLines(const std::string& filename, const std::string& layer, bool bDra
                 const Taro_2D& ground) {
     const GDALDatasetUniquePtr pDataset = openFile(filename, GDAL_OF_VECTOR);
     OGRLayer& source = findLayer(*pDataset, layer, filename);
-    const auto pTransformation = makeTransformation(source.GetSpatialRef(), raster.coordinateSystem(), filename);
+    const auto pTransformation =
+        makeTransformation(orNone(source.GetSpatialRef()), raster.coordinateSystem(), filename);
     Lines lines;
     lines.layer = source.GetName();
     lines.bTransformed = pTransformation != nullptr;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -13,6 +14,7 @@
 #include "geopackage.h"
 #include "levels.h"
 #include "lines.h"
+#include "numbers.h"
 #include "options.h"
 #include "program.h"
 #include "raster.h"
@@ -45,6 +47,10 @@ void triangulate(const Options& options, const Raster& raster, Taro_2D& ground) 
     row("triangles") << ground.numberOfTriangles() << "\n";
 }
 
+void warnOf(std::size_t number, const std::string& what) {
+    if (number > 0) warn(std::to_string(number) + what);
+}
+
 /// The lines need the ground, which gives heights to those that have none.
 Lines readLines(const Options& options, const Raster& raster, const Taro_2D& ground) {
     printChapter("Reading " + options.lines);
@@ -52,7 +58,9 @@ Lines readLines(const Options& options, const Raster& raster, const Taro_2D& gro
     row("layer") << lines.layer << (lines.bTransformed ? ", transformed" : "") << "\n";
     row("lines") << lines.numLines << ", " << lines.numDraped << " of them laid on the ground\n";
     row("on the raster") << lines.vWithHeights.size() + lines.vDraped.size() << " segments\n";
-    if (lines.numLost > 0) warn(std::to_string(lines.numLost) + " features cannot be transformed and are left out");
+    warnOf(lines.numLost, " features cannot be transformed and are left out");
+    warnOf(lines.numPlaceless, " lines have coordinates that are not finite and are left out");
+    warnOf(lines.numWrongHeights, " lines have heights that are not finite and are laid on the ground");
     return lines;
 }
 
@@ -62,7 +70,7 @@ double heightOn(const Segment2& line, const Point2& place) {
     const Point2 &src = line.getSrc(), &trg = line.getTrg();
     if (place == src || place == trg) return place == src ? src.z() : trg.z();
     const double t = std::sqrt(Segment2(src, place).getSqLen2D() / line.getSqLen2D());
-    return src.z() + t * (trg.z() - src.z());
+    return between(src.z(), trg.z(), t);
 }
 
 /// Vertices that were there before, at the centres of cells, keep their heights when a line is forced through them.
@@ -89,22 +97,19 @@ void insertBreaklines(const Lines& lines, Taro_2D& ground) {
 }
 
 /// A triangulation fills its convex hull, and so bridges cells without data. The middle of a bridge is at one of those.
-/// What is left then are bridges of bays in the border, thinner than a cell but longer.
-std::vector<Triangle2*> trianglesWithData(Taro_2D& ground, const Raster& raster) {
+/// What is left then are bridges of bays in the border, thinner than a cell but longer than its diagonal. Lengths count
+/// on the ground, as for the triangulation: where cells are long and narrow, good edges pass several of them.
+std::vector<Triangle2*> trianglesWithData(Taro_2D& ground, const Raster& raster, const std::string& filename) {
     std::vector<Triangle2*> vAll, vWithData, vGround;
     ground.getTrianglePointers(vAll);
     for (Triangle2* pT : vAll) {
         if (raster.hasDataAt(pT->getBarycenter())) vWithData.push_back(pT);
     }
-    const auto isBridge = [&](const Triangle2* pT) {
-        constexpr double LONG = 1.5;
-        const Point2 &a = *pT->getCorner(0), &b = *pT->getCorner(1), &c = *pT->getCorner(2);
-        return std::max({raster.numCellsBetween(a, b), raster.numCellsBetween(b, c), raster.numCellsBetween(c, a)}) >
-               LONG;
-    };
+    const double maxLength = 1.5 * raster.longerSide();
+    const auto isBridge = [&](const Triangle2* pT) { return pT->getMaxSqEdgeLen2D() > maxLength * maxLength; };
     Zone2* pZone = ground.createZone(vWithData);
     if (pZone) pZone = peelOffIf(pZone, &isBridge, false);
-    if (!pZone) throw terrain::BadInput("no three neighbouring cells have data");
+    if (!pZone) throw terrain::BadInput(filename + ": no three neighbouring cells have data");
     pZone->getTriangles(vGround);
     return vGround;
 }
@@ -137,7 +142,7 @@ ExitStatus run(const Options& options) {
     Taro_2D ground;
     triangulate(options, raster, ground);
     insertBreaklines(readLines(options, raster, ground), ground);
-    const std::vector<Triangle2*> vTriangles = trianglesWithData(ground, raster);
+    const std::vector<Triangle2*> vTriangles = trianglesWithData(ground, raster, options.raster);
     const IsoContours isoContours(vTriangles);
     const std::vector<Level> vLevels = contour(isoContours, options.interval);
     write(vLevels, vTriangles, raster, options.output);

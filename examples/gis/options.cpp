@@ -31,6 +31,10 @@ namespace {
 /// The result must not take the place of what it is made from.
 void checkOutput(const Options& options) {
     if (options.output.extension() != ".gpkg") throw UsageError("--out takes a name that ends in .gpkg");
+    const std::filesystem::file_type type = std::filesystem::status(options.output).type();
+    if (type != std::filesystem::file_type::not_found && type != std::filesystem::file_type::regular) {
+        throw UsageError("--out takes a file, but " + options.output.string() + " is none");
+    }
     for (const std::filesystem::path input : {options.raster, options.lines}) {
         std::error_code ignored;
         if (std::filesystem::equivalent(input, options.output, ignored)) {

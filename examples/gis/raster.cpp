@@ -82,7 +82,7 @@ void Raster::readPlace(GDALDataset& dataset, const std::string& filename) {
     if (!GDALInvGeoTransform(aToGround_.data(), aToCells_.data())) {
         throw BadInput(filename + ": its geotransform lays all cells on one line");
     }
-    if (const OGRSpatialReference* pSystem = dataset.GetSpatialRef()) system_ = *pSystem;
+    if (const OGRSpatialReference* pSystem = orNone(dataset.GetSpatialRef())) system_ = *pSystem;
     if (system_.IsEmpty()) {
         warn(filename + " has no coordinate system, and neither will the result");
     } else if (system_.IsGeographic()) {
@@ -137,6 +137,11 @@ std::optional<std::pair<double, double>> Raster::partInside(const Point2& src, c
     clip(from.second, to.second, MARGIN, double(rows_.numCells - 1) - MARGIN, part);
     if (!(part.first < part.second)) return std::nullopt;
     return part;
+}
+
+double Raster::longerSide() const {
+    const auto& a = aToGround_;
+    return double(columns_.step) * std::max(std::hypot(a[1], a[4]), std::hypot(a[2], a[5]));
 }
 
 double Raster::numCellsBetween(const Point2& src, const Point2& trg) const {

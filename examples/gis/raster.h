@@ -45,6 +45,8 @@ class Raster {
     /// outermost centres does not count, so that no line can come so close to the border that slivers stand there.
     std::optional<std::pair<double, double>> partInside(const LUMO_TARO25D::Point2& src,
                                                         const LUMO_TARO25D::Point2& trg) const;
+    /// Of a cell taken, on the ground.
+    double longerSide() const;
     /// How many of the cells taken a segment passes, to one side or up.
     double numCellsBetween(const LUMO_TARO25D::Point2& src, const LUMO_TARO25D::Point2& trg) const;
 

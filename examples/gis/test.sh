@@ -72,6 +72,9 @@ gdalbuildvrt -q -separate bands.vrt slope.tif second.tif
 gdal_translate -q -of VRT slope.tif turned.vrt
 corner='499995, 8.660254037844387, 5, 5000045, 5, -8.660254037844387'
 sed -i "s|<GeoTransform>.*</GeoTransform>|<GeoTransform>$corner</GeoTransform>|" turned.vrt
+# Cells ten times as wide.
+gdal_translate -q -of VRT -a_ullr 500000 5000050 500600 5000000 slope.tif wide.vrt
+gdal_translate -q -of VRT -a_srs 'LOCAL_CS["unnamed"]' slope.tif local.vrt
 
 # lines NAME EPSG WKT...: makes NAME.gpkg, and NAME.csv, which does not tell the coordinate system.
 lines() {
@@ -92,6 +95,17 @@ lines across 32633 'LINESTRING (400000 5000020.5, 600000 5000020.5)' \
 lines beside 32633 'LINESTRING (600000 5000000, 600010 5000010)'
 lines points 32633 'POINT (500010 5000010)'
 lines lost 4326 'LINESTRING (15 95, 16 96)' 'LINESTRING (15.0001 45.1536, 15.0004 45.1537)'
+lines gone 4326 'LINESTRING (15 95, 16 96)'
+lines border 32633 'LINESTRING (500001 5000002, 500048 5000002)'
+lines dots 32633 'LINESTRING (500020 5000020, 500020 5000020)' 'LINESTRING (500030 5000030, 500030 5000030)'
+lines narrow 32633 'LINESTRING (500051 5000007, 500560 5000012, 500070 5000041)'
+lines huge 32633 'LINESTRING Z (500013 5000004 1e308, 500033 5000034 -1e308)'
+ogr2ogr -f GPKG undefined.gpkg wall.csv
+printf '%s\n' WKT,kind '"LINESTRING (1e999 5000020, 500030 5000020)",' >nowhere.csv
+{
+    cat nowhere.csv
+    echo '"LINESTRING Z (500013 5000004 1e999, 500033 5000034 150)",'
+} >endless.csv
 lines small 4326 'LINESTRING (15.001 45.001, 15.004 45.003)'
 ogr2ogr -t_srs EPSG:4326 degrees.shp wall.gpkg
 ogr2ogr two.gpkg flat.gpkg
@@ -128,6 +142,9 @@ run turned.vrt across.gpkg
 same "the area of a turned raster" 2000 "$(area)"
 same "contours of a turned raster" "5 40 40" "$(contours)"
 
+run wide.vrt narrow.gpkg
+same "the area of cells that are not square" 20000 "$(area)"
+
 run slope.asc flat.csv
 says 'ENGCRS["Undefined Cartesian SRS"' ogrinfo -so out.gpkg contours
 
@@ -152,6 +169,21 @@ same "a dam without gaps" "150 155 160" \
 run slope.tif wall.gpkg --drape
 same "a wall laid on the ground" 105.5 "$(highest)"
 
+run slope.tif endless.csv
+same "a wall without a top, laid on the ground" 105.5 "$(highest)"
+
+# ---- What is written takes the place of nothing else ----
+
+cp flat.gpkg mine.unfinished.gpkg
+"$gis" slope.tif mine.unfinished.gpkg --out mine.gpkg >out.txt
+cmp flat.gpkg mine.unfinished.gpkg
+rm mine.unfinished.gpkg
+cp flat.gpkg target.gpkg
+ln -s target.gpkg link.gpkg
+"$gis" slope.tif flat.gpkg --out link.gpkg >out.txt
+[[ -L link.gpkg ]] || fail "a link must stay"
+says triangles ogrinfo -q target.gpkg
+
 # ---- What the user is told ----
 
 while IFS='|' read -r warning arguments; do
@@ -161,11 +193,16 @@ while IFS='|' read -r warning arguments; do
 done <<'END'
 wall.csv has no coordinate system|slope.tif wall.csv
 slope.asc has no coordinate system|slope.asc wall.gpkg
+undefined.gpkg has no coordinate system|slope.tif undefined.gpkg
+local.vrt has no coordinate system|local.vrt wall.gpkg
+1 lines have heights that are not finite|slope.tif endless.csv
+1 lines have coordinates that are not finite|slope.tif endless.csv
 degrees.tif is in degrees|degrees.tif small.gpkg
 1 features cannot be transformed|slope.tif lost.gpkg
 END
 
 rm out.gpkg
+mkdir folder.gpkg
 while IFS='|' read -r status message arguments; do
     found=0
     # shellcheck disable=SC2086
@@ -186,7 +223,13 @@ done <<'END'
 1|two.gpkg? It has flat, wall|slope.tif two.gpkg
 1|no layer road, only flat, wall|slope.tif two.gpkg --layer road
 1|no lines in layer points|slope.tif points.gpkg
-1|outside the data of the raster: they are at x 600000 to 600010|slope.tif beside.gpkg
+1|can be used: 1 features cannot be transformed|slope.tif gone.gpkg
+1|can be used: 1 lines have coordinates that are not finite|slope.tif nowhere.csv
+1|of its border: they are at x 600000 to 600010|slope.tif beside.gpkg
+1|within half a cell of its border: they are at x 500001 to 500048|slope.tif border.gpkg
+1|have no length|slope.tif dots.gpkg
+1|need an --interval|slope.tif huge.gpkg
+2|--out takes a file|slope.tif flat.gpkg --out folder.gpkg
 END
 
 # A full disk: what was there stays, and nothing else.
