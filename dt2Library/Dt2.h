@@ -417,7 +417,8 @@ class Dt2 {
     Point2* CUTT_passWall(Point2* pVtx, const Point2& trg, const Point2& crossing, Triangle2* pT, int i, Cut& cut);
     Point2* CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut);
     bool areJoined(Point2* p0, Point2* p1) const;
-    void CUTT_reroute(Point2* p0, Point2* p1, const std::vector<Point2*>& vVia, Cut& cut);
+    void CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const std::vector<Point2*>& vVertices,
+                      Cut& cut);
     std::vector<Point2*> CUTT_findWay(Point2* p0, Point2* p1, const std::vector<Point2*>& vVertices) const;
     Point2* CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut);
     void CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut);

@@ -34,6 +34,7 @@
 
 #include "ConnectedComponent.h"
 #include "ConstraintMgr.h"
+#include "ConstraintPieces.h"
 #include "Dt2.h"
 #include "diagnostics.h"
 #include "heights.h"
@@ -91,11 +92,15 @@ bool getSimplePolygon(const std::vector<Segment2>& vSegments, std::vector<Point2
     for (size_t k = 0; k < vHandles.size(); k += 2) vPairs.emplace_back(vHandles[k], vHandles[k + 1]);
     const ConstraintGraph2* pGraph = pManager->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, false);
     if (!pGraph->isPolygon()) return false;
+    std::vector<ConstraintSegment2*> vCSegs;
     for (const auto& [pSrc, pTrg] : vPairs) {
-        ConstraintSegment2* pCSeg = pManager->addConstraintSegment(pSrc, pTrg, CIS_CONSTRAINED_DELAUNAY);
-        pManager->applyOneSegment(pCSeg);
-        if (!pCSeg->isAlive() || engine.getApproxNumPoints() != vSegments.size()) return false;
+        vCSegs.push_back(pManager->addConstraintSegment(pSrc, pTrg, CIS_CONSTRAINED_DELAUNAY));
+        pManager->applyOneSegment(vCSegs.back());
+        if (!vCSegs.back()->isAlive() || engine.getApproxNumPoints() != vSegments.size()) return false;
     }
+    // A crossing that is next to the end of a segment splits the one that was there before.
+    const auto isAlive = [](const ConstraintSegment2* pCSeg) { return pCSeg->isAlive(); };
+    if (!std::all_of(vCSegs.begin(), vCSegs.end(), isAlive)) return false;
     std::vector<Point2*> vVertices;
     pGraph->getPolygonVertices(vVertices);
     for (const Point2* pVtx : vVertices) vCorners.push_back(*pVtx);
@@ -375,34 +380,39 @@ Point2* Dt2::CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut) {
     getVertices(region.vTriangles, vVertices);
     for (Point2* pVtx : vVertices) cut.touch(pVtx);
     replaceRegion(region);
-    for (const auto& [p0, p1] : vCrossed) {
-        const double z0 = std::abs(pSrc->z() - getZOnSegment(*p0, *p1, pSrc->x(), pSrc->y()));
-        const double z1 = std::abs(pTrg->z() - getZOnSegment(*p0, *p1, pTrg->x(), pTrg->y()));
-        Point2 *pNearer = z0 <= z1 ? pSrc : pTrg, *pOther = z0 <= z1 ? pTrg : pSrc;
-        if (areJoined(p0, pNearer) && areJoined(pNearer, p1)) {
-            CUTT_reroute(p0, p1, {pNearer}, cut);
-        } else if (areJoined(p0, pOther) && areJoined(pOther, p1)) {
-            CUTT_reroute(p0, p1, {pOther}, cut);
-        } else if (cut.sPieces.contains(p0, p1) || getAliveConstraintSegment(p0, p1)) {
-            CUTT_reroute(p0, p1, CUTT_findWay(p0, p1, vVertices), cut);
-        }
-    }
+    for (const auto& [p0, p1] : vCrossed) CUTT_reroute(p0, p1, pSrc, pTrg, vVertices, cut);
     return pTrg;
 }
 
 bool Dt2::areJoined(Point2* p0, Point2* p1) const { return getAdjacentTriangle(p0, p1) || getAdjacentTriangle(p1, p0); }
 
-/// Makes what was the edge p0-p1 go through other vertices, one after the other.
-void Dt2::CUTT_reroute(Point2* p0, Point2* p1, const std::vector<Point2*>& vVia, Cut& cut) {
+/// Makes what was the edge p0-p1 go through an end of the edge that has taken its place, best the one at its height. Where
+/// neither is joined to p0 and p1, a piece or a constraint goes along edges between the vertices that were around.
+void Dt2::CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const std::vector<Point2*>& vVertices,
+                       Cut& cut) {
+    const auto getStep = [&](const Point2* pEnd) {
+        return std::abs(pEnd->z() - getZOnSegment(*p0, *p1, pEnd->x(), pEnd->y()));
+    };
+    if (getStep(pTrg) < getStep(pSrc)) std::swap(pSrc, pTrg);
+    std::vector<Point2*> vVia;
+    for (Point2* pEnd : {pSrc, pTrg}) {
+        if (vVia.empty() && areJoined(p0, pEnd) && areJoined(pEnd, p1)) vVia.push_back(pEnd);
+    }
+    ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
+    if (vVia.empty() && (pCSeg || cut.sPieces.contains(p0, p1))) vVia = CUTT_findWay(p0, p1, vVertices);
+    if (vVia.empty() && pCSeg) {
+        warnOfInaccuracy();
+        pCSeg->kill();
+    }
     for (Point2* pVia : vVia) {
         cut.inherit(p0, p1, pVia);
-        ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
+        pCSeg = getAliveConstraintSegment(p0, p1);
         if (pCSeg && !pCSeg->split_combinatorialOnly(pVia)) pCSeg->kill();
         p0 = pVia;
     }
 }
 
-/// The shortest way along edges between some vertices (Dijkstra 1959), without its ends.
+/// The shortest way along edges between some vertices (Dijkstra 1959), without its ends. None beyond the range of doubles.
 std::vector<Point2*> Dt2::CUTT_findWay(Point2* p0, Point2* p1, const std::vector<Point2*>& vVertices) const {
     struct Stop {
         double length = std::numeric_limits<double>::infinity();
@@ -415,21 +425,23 @@ std::vector<Point2*> Dt2::CUTT_findWay(Point2* p0, Point2* p1, const std::vector
     const auto isNearer = [&](Point2* p, Point2* q) {
         return std::make_pair(mStops[p].bDone, mStops[p].length) < std::make_pair(mStops[q].bDone, mStops[q].length);
     };
-    for (Point2* pVtx = p0; pVtx != p1;) {
+    std::vector<Point2*> vNeighbours;
+    for (Point2* pVtx = p0; pVtx != p1 && std::isfinite(mStops[pVtx].length);) {
         mStops[pVtx].bDone = true;
-        for (Point2* pNext : vVertices) {
-            Stop& next = mStops[pNext];
+        vNeighbours.clear();
+        getIncidentVertices(pVtx, vNeighbours);
+        for (Point2* pNext : vNeighbours) {
+            const auto next = mStops.find(pNext);
             const double length = mStops[pVtx].length + distance2D(*pVtx, *pNext);
             // Of ways that are equally long but for rounding the one with fewer stops, which has been found before.
-            if (next.bDone || !(length < next.length * (1.0 - 0x1p-40)) || !areJoined(pVtx, pNext)) continue;
-            next.length = length;
-            next.pPrevious = pVtx;
+            if (next == mStops.end() || !(length < next->second.length * (1.0 - 0x1p-40))) continue;
+            next->second.length = length;
+            next->second.pPrevious = pVtx;
         }
         pVtx = *std::min_element(vVertices.begin(), vVertices.end(), isNearer);
-        TARO_ASSERT_TEXT(std::isfinite(mStops[pVtx].length), "isfinite(length)");
     }
     std::vector<Point2*> vWay;
-    for (Point2* pVtx = mStops[p1].pPrevious; pVtx != p0; pVtx = mStops[pVtx].pPrevious) vWay.push_back(pVtx);
+    for (Point2* pVtx = mStops[p1].pPrevious; pVtx && pVtx != p0; pVtx = mStops[pVtx].pPrevious) vWay.push_back(pVtx);
     std::reverse(vWay.begin(), vWay.end());
     return vWay;
 }
