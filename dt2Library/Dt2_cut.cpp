@@ -50,7 +50,7 @@ namespace {
 
 constexpr const char* COOKIE_CUTTER = "Dt2::createZone_cookieCutter(..)";
 constexpr size_t MAX_STEPS_BACK = 1000;
-constexpr double MAX_STEPS_ASIDE = 0x1p20;  // along the way, which may be nearly that of a wall
+constexpr int MAX_ATTEMPTS_ASIDE = 20;  // each twice as far along the way, which may be nearly that of a wall
 
 /// So far apart two places may be, by rounding, that are meant to be one.
 double getResolution(const Point2& a, const Point2& b) {
@@ -332,11 +332,11 @@ Point2* Dt2::CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vec
 /// A new vertex strictly inside pT, on its surface, as few rounding errors as possible before (sign -1) or behind (sign 1)
 /// a crossing of its border; null if there is no room.
 Point2* Dt2::CUTT_insertInside(Triangle2* pT, const Point2& crossing, const Vector2& way, double sign, Cut& cut) {
-    const Vector2 step = way * (sign * 0.125 * getResolution(crossing, crossing));
-    for (double numSteps = 1.0; numSteps <= MAX_STEPS_ASIDE; numSteps *= 2.0) {
-        const Point2 place(crossing.x() + numSteps * step.x(), crossing.y() + numSteps * step.y(), 0.0);
-        const auto isLeft = [&](int k) {
-            const Point2 *p0 = pT->getCorner(incIndexBy1(k)), *p1 = pT->getCorner(incIndexBy2(k));
+    Vector2 step = way * (sign * 0.125 * getResolution(crossing, crossing));
+    for (int k = 0; k < MAX_ATTEMPTS_ASIDE; ++k, step = step * 2.0) {
+        const Point2 place = crossing + step;
+        const auto isLeft = [&](int i) {
+            const Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
             return geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_CCW;
         };
         if (!isLeft(0) || !isLeft(1) || !isLeft(2)) continue;
