@@ -426,7 +426,7 @@ class Dt2 {
     void CUTT_flipDiagonals(Cut& cut);
     void CUTT_fixEdges(const Cut& cut, bool bPieces);
     void CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const;
-    void CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const;
+    bool CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const;
 
     // ---- Dt2_meshing.cpp ------------------------------------------------------------------------------------------
 

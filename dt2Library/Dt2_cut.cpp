@@ -585,9 +585,7 @@ Zone2* Dt2::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool
     CUTT_flipDiagonals(cut);
     CUTT_fixEdges(cut, true);
     std::vector<Triangle2*> vInside;
-    if (!cut.vDirected.empty()) {
-        CUTT_getInside(cut, vInside);
-    } else if (isInside(vSides, getOneValidTriangle()->getBarycenter(), geomTest_)) {
+    if (!CUTT_getInside(cut, vInside) && isInside(vSides, getOneValidTriangle()->getBarycenter(), geomTest_)) {
         getTrianglePointers(vInside);
     }
     if (!canBeInside(vInside, vCorners, !cut.bOutside)) {
@@ -607,6 +605,11 @@ void Dt2::CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked
         Triangle2* pT = nullptr;
         int i = 0;
         Point2* pNext = leaveVertex(pVtx, &outside, pT, i);
+        // The hull may be next to the end, and a vertex on it.
+        for (int k = 0; !pNext && pT && k < 3; ++k) {
+            Point2* pCorner = pT->getCorner(k);
+            if (isNear(*pCorner, *pVtx) && distance2D(*pCorner, outside) < distance2D(*pVtx, outside)) pNext = pCorner;
+        }
         if (pNext) sBlocked.insert(pVtx, pNext);
         while (!pNext && pT) {
             sMarked.insert(pT);
@@ -619,19 +622,22 @@ void Dt2::CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked
     }
 }
 
-void Dt2::CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const {
-    EdgeSet sBlocked = cut.sPieces;
+/// Appends what is on the left of the pieces. False if none of them bounds anything: then it is all or nothing.
+bool Dt2::CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const {
+    EdgeSet sBlocked;
     AddressSet sMarked;
     for (const auto& [pEnd, outside] : cut.vOpenEnds) CUTT_closeGap(pEnd, outside, sMarked, sBlocked);
     std::vector<DirectedEdge> vBorder;
     cut.getDirectedPieces(vBorder);
-    dropWaysBack(vBorder);
+    dropWaysBack(vBorder);  // notches that are thinner than rounding among them
     std::vector<Triangle2*> vSeeds;
     for (const auto& [pSrc, pTrg] : vBorder) {
+        sBlocked.insert(pSrc, pTrg);
         if (isNear(*pSrc, *pTrg)) continue;  // where its left is, is rounding
         if (Triangle2* pT = getAdjacentTriangle(pSrc, pTrg)) vSeeds.push_back(pT);
     }
     spread(vSeeds, sBlocked, sMarked, vTriangles);  // leaves marked seeds out
+    return !vBorder.empty();
 }
 
 }  // namespace LUMO_TARO25D
