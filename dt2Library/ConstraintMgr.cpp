@@ -12,6 +12,7 @@
 #include "ConstraintMgr.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <functional>
 #include <iomanip>
@@ -247,9 +248,13 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Seg
 
 ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Edge2>& vEdges,
                                                            ConstraintInsertionStrategy cis) {
+    // A height that the client has made something else than a number would keep the end from being found again.
+    const auto getPlace = [](const Point2& end) {
+        return Point2(end.x(), end.y(), std::isfinite(end.z()) ? end.z() : 0.0);
+    };
     std::vector<Segment2> vSegments;
     vSegments.reserve(vEdges.size());
-    for (const Edge2& edge : vEdges) vSegments.emplace_back(*edge.getSrc(), *edge.getTrg());
+    for (const Edge2& edge : vEdges) vSegments.emplace_back(getPlace(*edge.getSrc()), getPlace(*edge.getTrg()));
     return createConstraint_oriented(vSegments, cis);
 }
 

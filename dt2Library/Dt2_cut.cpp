@@ -31,6 +31,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <set>
 
 #include "ConnectedComponent.h"
 #include "ConstraintMgr.h"
@@ -117,6 +118,23 @@ bool isInside(const std::vector<Segment2>& vSides, const Point2& point, GeomTest
         if (ori == (bUp ? ORIENTATION2_CCW : ORIENTATION2_CW)) bInside = !bInside;
     }
     return bInside;
+}
+
+/// Whether a triangle is thinner than rounding and has a corner outside a polygon, farther than rounding from its sides.
+bool isNeedleOut(const Triangle2* pT, const std::vector<Segment2>& vSides, GeomTest& geomTest) {
+    const auto isThinAt = [pT](int i) {
+        return isNearLine(*pT->getCorner(i), *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i)));
+    };
+    if (!isThinAt(0) && !isThinAt(1) && !isThinAt(2)) return false;
+    const auto isOut = [&](const Point2& corner) {
+        const auto isOnSide = [&corner](const Segment2& side) {
+            const double distance = std::sqrt(sqDistanceToSegment2D(corner, side.getSrc(), side.getTrg()));
+            return distance <=
+                   16.0 * std::max(getResolution(side.getSrc(), side.getTrg()), getResolution(corner, corner));
+        };
+        return std::none_of(vSides.begin(), vSides.end(), isOnSide) && !isInside(vSides, corner, geomTest);
+    };
+    return isOut(*pT->getCorner(0)) || isOut(*pT->getCorner(1)) || isOut(*pT->getCorner(2));
 }
 
 /// Whether triangles have no more area than a polygon, and if all of it is on the surface, no less, but for rounding.
@@ -282,7 +300,7 @@ Point2* Dt2::CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Poi
     Point2* pVtx = CUTT_insert(crossing, cut);
     for (int k = 0; !pVtx && k < MAX_ATTEMPTS; ++k) pVtx = CUTT_insert(crossing + inward * std::ldexp(0.125, k), cut);
     if (pVtx) return pVtx;
-    return sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
+    return distance2D(crossing, *p0) <= distance2D(crossing, *p1) ? p0 : p1;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -324,7 +342,7 @@ Point2* Dt2::CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vec
     const Vector2 step = way * (0.125 * getResolution(crossing, crossing));
     for (const double numSteps : {0.0, -1.0, 1.0, -2.0, 2.0, -4.0, 4.0, -8.0, 8.0, -16.0, 16.0}) {
         const Point2 place(crossing.x() + numSteps * step.x(), crossing.y() + numSteps * step.y(), crossing.z());
-        if (CUTT_isSplitSound(pT, i, place)) return CUTT_insertAt(pT, i, place, cut);
+        if (isFinite2D(place) && CUTT_isSplitSound(pT, i, place)) return CUTT_insertAt(pT, i, place, cut);
     }
     return nullptr;
 }
@@ -339,7 +357,7 @@ Point2* Dt2::CUTT_insertInside(Triangle2* pT, const Point2& crossing, const Vect
             const Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
             return geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_CCW;
         };
-        if (!isLeft(0) || !isLeft(1) || !isLeft(2)) continue;
+        if (!isFinite2D(place) || !isLeft(0) || !isLeft(1) || !isLeft(2)) continue;
         return CUTT_insertAt(pT, -1, Point2(place.x(), place.y(), getHeightOnPlane(*pT, place)), cut);
     }
     return nullptr;
@@ -379,6 +397,8 @@ Point2* Dt2::CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut) {
     std::vector<Point2*> vVertices;
     getVertices(region.vTriangles, vVertices);
     for (Point2* pVtx : vVertices) cut.touch(pVtx);
+    // What was inside one triangle runs along the wall now.
+    for (const auto& [p0, p1] : vCrossed) cut.sCreases.insert(p0, p1);
     replaceRegion(region);
     for (const auto& [p0, p1] : vCrossed) CUTT_reroute(p0, p1, pSrc, pTrg, vVertices, cut);
     return pTrg;
@@ -415,19 +435,19 @@ void Dt2::CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const
 /// The shortest way along edges between some vertices (Dijkstra 1959), without its ends. None beyond the range of doubles.
 std::vector<Point2*> Dt2::CUTT_findWay(Point2* p0, Point2* p1, const std::vector<Point2*>& vVertices) const {
     struct Stop {
+        size_t rank = 0;  // decides between equal lengths
         double length = std::numeric_limits<double>::infinity();
         Point2* pPrevious = nullptr;
-        bool bDone = false;
     };
     std::map<Point2*, Stop> mStops;
-    for (Point2* pVtx : vVertices) mStops[pVtx];
+    for (size_t k = 0; k < vVertices.size(); ++k) mStops[vVertices[k]].rank = k;
     mStops[p0].length = 0.0;
-    const auto isNearer = [&](Point2* p, Point2* q) {
-        return std::make_pair(mStops[p].bDone, mStops[p].length) < std::make_pair(mStops[q].bDone, mStops[q].length);
-    };
+    std::set<std::pair<double, size_t>> sOpen{{0.0, mStops[p0].rank}};
     std::vector<Point2*> vNeighbours;
-    for (Point2* pVtx = p0; pVtx != p1 && std::isfinite(mStops[pVtx].length);) {
-        mStops[pVtx].bDone = true;
+    while (!sOpen.empty()) {
+        Point2* pVtx = vVertices[sOpen.begin()->second];
+        if (pVtx == p1) break;
+        sOpen.erase(sOpen.begin());
         vNeighbours.clear();
         getIncidentVertices(pVtx, vNeighbours);
         for (Point2* pNext : vNeighbours) {
@@ -435,10 +455,11 @@ std::vector<Point2*> Dt2::CUTT_findWay(Point2* p0, Point2* p1, const std::vector
             const double length = mStops[pVtx].length + distance2D(*pVtx, *pNext);
             // Of ways that are equally long but for rounding the one with fewer stops, which has been found before.
             if (next == mStops.end() || !(length < next->second.length * (1.0 - 0x1p-40))) continue;
+            sOpen.erase({next->second.length, next->second.rank});
             next->second.length = length;
             next->second.pPrevious = pVtx;
+            sOpen.emplace(length, next->second.rank);
         }
-        pVtx = *std::min_element(vVertices.begin(), vVertices.end(), isNearer);
     }
     std::vector<Point2*> vWay;
     for (Point2* pVtx = mStops[p1].pPrevious; pVtx && pVtx != p0; pVtx = mStops[pVtx].pPrevious) vWay.push_back(pVtx);
@@ -458,8 +479,9 @@ Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, C
     TARO_ASSERT(bCross);
     const Point2 crossing(x, y, getZOnSegment(*p0, *p1, x, y));
     for (Point2* pEnd : {p0, p1}) {
-        const bool bNearer = distance2D(*pEnd, trg) < distance2D(*pVtx, trg);
-        if (crossing == *pEnd || (bNearer && isNearLine(*pEnd, *pVtx, trg))) return pEnd;
+        const double whole = distance2D(*pVtx, trg);
+        const bool bBetween = distance2D(*pEnd, trg) < whole && distance2D(*pEnd, *pVtx) < whole;
+        if (crossing == *pEnd || (bBetween && isNearLine(*pEnd, *pVtx, trg))) return pEnd;
     }
     for (Point2* pAcross : {pVtx, pFar}) {
         const bool bOnEdge = isNear(crossing, *pAcross) && haveSameHeight(crossing, *pAcross, *pT, *pN);
@@ -470,7 +492,7 @@ Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, C
     Point2* pNext = isNearLine(*pVtx, *p0, *p1) ? CUTT_passWall(pVtx, trg, crossing, pT, i, cut)
                                                 : CUTT_insertInside(pT, crossing, way, -1.0, cut);
     if (pNext) return pNext;
-    Point2* pNearer = sqDistance2D(crossing, *p0) <= sqDistance2D(crossing, *p1) ? p0 : p1;
+    Point2* pNearer = distance2D(crossing, *p0) <= distance2D(crossing, *p1) ? p0 : p1;
     if (!isNear(crossing, *pNearer)) {
         warning("Dt2::CUTT_cutTriangles()", "insufficient numeric accuracy, a segment leaves its way");
     }
@@ -478,7 +500,7 @@ Point2* Dt2::CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, C
 }
 
 void Dt2::CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut) {
-    double sqNearest = sqDistance2D(*pVtx, *pTrg);
+    double nearest = distance2D(*pVtx, *pTrg);
     for (size_t numStepsBack = 0; pVtx != pTrg && numStepsBack < MAX_STEPS_BACK;) {
         Triangle2* pT = nullptr;
         int i = 0;
@@ -486,9 +508,9 @@ void Dt2::CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut) {
         if (!pNext) pNext = CUTT_cross(pVtx, *pTrg, pT, i, cut);
         if (pNext != pVtx) cut.addPiece(pVtx, pNext);
         pVtx = pNext;
-        const double sqDistance = sqDistance2D(*pVtx, *pTrg);
-        numStepsBack += !(sqDistance < sqNearest);
-        sqNearest = std::min(sqNearest, sqDistance);
+        const double distance = distance2D(*pVtx, *pTrg);
+        numStepsBack += !(distance < nearest);
+        nearest = std::min(nearest, distance);
     }
     if (pVtx != pTrg) warning("Dt2::CUTT_cutTriangles()", "insufficient numeric accuracy, a segment ends early");
 }
@@ -588,6 +610,8 @@ Zone2* Dt2::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool
     if (!CUTT_getInside(cut, vInside) && isInside(vSides, getOneValidTriangle()->getBarycenter(), geomTest_)) {
         getTrianglePointers(vInside);
     }
+    // Beside a wall some triangles reach out of the polygon that are thinner than rounding.
+    peelBorder(vInside, [&](const Triangle2* pT) { return isNeedleOut(pT, vSides, geomTest_); });
     if (!canBeInside(vInside, vCorners, !cut.bOutside)) {
         if (bVerbose) warning(COOKIE_CUTTER, "insufficient numeric accuracy, the cut does not enclose the polygon");
         return nullptr;

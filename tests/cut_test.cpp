@@ -309,23 +309,45 @@ TEST(CookieCutter, PassesPointsThatAreOnABreaklineButForRounding) {
         const Point2 src(place(5, 20), place(0, 100), 0), trg(place(80, 95), place(0, 100), 0);
         PointVector vPoints = makeRectangle(origin, origin, origin + 100, origin + 100);
         for (int i = 0; i < 60; ++i) vPoints.emplace_back(place(0, 100), place(0, 100), uniform(r, 0, 10));
-        for (int i = 1; i < 8; ++i) {  // at other heights than the line
+        const bool bAlong = seed % 3 == 0;  // then one side of the polygon is on the line
+        for (int i = 1; i < 8; ++i) {
             const double t = i / 8.0;
             vPoints.emplace_back(src.x() + (trg.x() - src.x()) * t, src.y() + (trg.y() - src.y()) * t,
-                                 uniform(r, 0, 10));
+                                 bAlong ? 0 : uniform(r, 0, 10));
         }
         Surface surface(vPoints);
         surface.mesh.createConstraint({Segment2(src, trg)}, CIS_CONSTRAINED_DELAUNAY);
         surface.takeHeights();
-        const PointVector vCorners = makeStar(7, origin + 50, origin + 50, 45, r);
+        PointVector vCorners = makeStar(7, origin + 50, origin + 50, 45, r);
+        if (bAlong) {
+            const auto at = [&](double t) {
+                return Point2(src.x() + t * (trg.x() - src.x()), src.y() + t * (trg.y() - src.y()), 0);
+            };
+            vCorners = {at(0.3), at(0.7),
+                        Point2(origin + 50, origin + 50 + (src.y() + trg.y() > 2 * origin + 100 ? -45 : 45), 0)};
+            if (src.y() + trg.y() > 2 * origin + 100) std::swap(vCorners[0], vCorners[1]);
+        }
         const StdoutCapture capture;
         const Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(vCorners));
         ASSERT_TRUE(pZone) << capture.text();
         const double area = getArea(vCorners);
         EXPECT_NEAR(pZone->getArea2D(), area, 1e-7 * area);
+        const Bbox2 wanted = getBox(vCorners), found = pZone->getBoundingBox();
+        EXPECT_NEAR(found.getMinX(), wanted.getMinX(), 1e-7);
+        EXPECT_NEAR(found.getMinY(), wanted.getMinY(), 1e-7);
+        EXPECT_NEAR(found.getMaxX(), wanted.getMaxX(), 1e-7);
+        EXPECT_NEAR(found.getMaxY(), wanted.getMaxY(), 1e-7);
         EXPECT_TRUE(surface.isSound());
         EXPECT_TRUE(surface.isUnchanged());
     }
+}
+
+TEST(CookieCutter, TakesVerticesWithoutAHeight) {
+    Surface surface(makeRectangle(0, 0, 10, 10));
+    surface.mesh.insert(Point2(3, 4, 0))->set(3, 4, NOT_A_NUMBER);
+    const Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(makeRectangle(2, 2, 8, 8)));
+    ASSERT_TRUE(pZone);
+    EXPECT_NEAR(pZone->getArea2D(), 36, 1e-12);
 }
 
 TEST(CookieCutter, RefusesWhatIsNoSimplePolygon) {
