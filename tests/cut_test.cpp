@@ -309,23 +309,22 @@ TEST(CookieCutter, PassesPointsThatAreOnABreaklineButForRounding) {
         const Point2 src(place(5, 20), place(0, 100), 0), trg(place(80, 95), place(0, 100), 0);
         PointVector vPoints = makeRectangle(origin, origin, origin + 100, origin + 100);
         for (int i = 0; i < 60; ++i) vPoints.emplace_back(place(0, 100), place(0, 100), uniform(r, 0, 10));
-        const bool bAlong = seed % 3 == 0;  // then one side of the polygon is on the line
-        for (int i = 1; i < 8; ++i) {
+        for (int i = 1; i < 8; ++i) {  // at other heights than the line
             const double t = i / 8.0;
             vPoints.emplace_back(src.x() + (trg.x() - src.x()) * t, src.y() + (trg.y() - src.y()) * t,
-                                 bAlong ? 0 : uniform(r, 0, 10));
+                                 uniform(r, 0, 10));
         }
         Surface surface(vPoints);
         surface.mesh.createConstraint({Segment2(src, trg)}, CIS_CONSTRAINED_DELAUNAY);
         surface.takeHeights();
         PointVector vCorners = makeStar(7, origin + 50, origin + 50, 45, r);
-        if (bAlong) {
+        if (seed % 3 == 0) {  // one side on the line
             const auto at = [&](double t) {
                 return Point2(src.x() + t * (trg.x() - src.x()), src.y() + t * (trg.y() - src.y()), 0);
             };
-            vCorners = {at(0.3), at(0.7),
-                        Point2(origin + 50, origin + 50 + (src.y() + trg.y() > 2 * origin + 100 ? -45 : 45), 0)};
-            if (src.y() + trg.y() > 2 * origin + 100) std::swap(vCorners[0], vCorners[1]);
+            const bool bBelow = at(0.5).y() > origin + 50;
+            vCorners = {at(0.3), at(0.7), Point2(origin + 50, origin + (bBelow ? 5 : 95), 0)};
+            if (bBelow) std::swap(vCorners[0], vCorners[1]);
         }
         const StdoutCapture capture;
         const Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(vCorners));
