@@ -420,14 +420,11 @@ void Dt2::CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const
     }
     ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
     if (vVia.empty() && (pCSeg || cut.sPieces.contains(p0, p1))) vVia = CUTT_findWay(p0, p1, vVertices);
-    if (vVia.empty() && pCSeg) {
-        warnOfInaccuracy();
-        pCSeg->kill();
-    }
+    if (vVia.empty() && pCSeg) warnOfInaccuracy();
     for (Point2* pVia : vVia) {
         cut.inherit(p0, p1, pVia);
         pCSeg = getAliveConstraintSegment(p0, p1);
-        if (pCSeg && !pCSeg->split_combinatorialOnly(pVia)) pCSeg->kill();
+        if (pCSeg) pCSeg->split_combinatorialOnly(pVia);
         p0 = pVia;
     }
 }

@@ -247,7 +247,8 @@ class TARO25D_API Taro_2D {
     Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
     /// Exactly these triangles, as a zone of location ZL_GROW; the border becomes a constraint. Null and repeated
     /// pointers do not count; one that is no triangle of this triangulation gives null. A part in which all triangles
-    /// are too thin to hold a start point is left out with a warning. O(n), n being the number of all triangles.
+    /// are too thin to hold a start point is left out with a warning, and beside a constraint triangles thinner than
+    /// rounding may be on the other side. O(n), n being the number of all triangles.
     Zone2* createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose = true);
 
     /// Cuts the surface along a polygon, as cutTriangles() does, and returns what is inside as a zone of location
