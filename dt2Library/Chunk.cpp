@@ -235,8 +235,9 @@ void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
 
 /// The box holds almost all that are asked for, so that one branch is cheaper than four.
 inline bool Chunk::isInBox(const Point2* p) const {
-    return (extBox_.getMinX() <= p->x()) & (p->x() <= extBox_.getMaxX()) & (extBox_.getMinY() <= p->y()) &
-           (p->y() <= extBox_.getMaxY());
+    const bool bRight = extBox_.getMinX() <= p->x(), bLeft = p->x() <= extBox_.getMaxX();
+    const bool bAbove = extBox_.getMinY() <= p->y(), bBelow = p->y() <= extBox_.getMaxY();
+    return bRight & bLeft & bAbove & bBelow;
 }
 
 bool Chunk::isInBox(const Triangle2* pT) const {
