@@ -26,7 +26,6 @@ namespace LUMO_TARO25D {
 
 class AddressSet;
 class CandidateQueue;
-class ConnectedComponent;
 class ConstraintGraph2;
 class ConstraintMgr;
 class ConstraintSegment2;
@@ -399,7 +398,6 @@ class Dt2 {
     bool canHaveZones(bool bVerbose) const;
     bool areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const;
     bool areOwn(const std::vector<Triangle2*>& vTriangles) const;
-    ConstraintGraph2* createBorder(const ConnectedComponent& component);
     Zone2* registerZone(std::unique_ptr<Zone2> pZone);
 
     // ---- Dt2_cut.cpp ------------------------------------------------------------------------------------------------

@@ -53,6 +53,14 @@ double getClearance(const Triangle2* pT, GeomTest& geomTest) {
     return clearance > 0x1p-46 * magnitude ? clearance : 0.0;
 }
 
+using VertexPair = ConstraintMgr::VertexPair;
+
+std::vector<VertexPair> getBorder(const ConnectedComponent& component) {
+    std::vector<VertexPair> vBorder;
+    for (const Edge2& edge : component.getUnsortedBorders()) vBorder.emplace_back(edge.getSrc(), edge.getTrg());
+    return vBorder;
+}
+
 /// The one with the roomiest barycentre; null if there is none.
 const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTest& geomTest) {
     const Triangle2* pBest = nullptr;
@@ -151,13 +159,15 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
     }
     std::vector<ConnectedComponent> vComponents;
     getConnectedComponents(vDifferent, vComponents);
-    std::vector<ConstraintGraph2*> vGraphs;
+    // All that is wanted of the triangles comes first: a border along an edge that has been a constraint, and goes through
+    // another vertex since, may change some.
     std::vector<Point2> vSeeds;
+    std::vector<std::vector<VertexPair>> vBorders;
     for (const ConnectedComponent& component : vComponents) {
         const Triangle2* pSeedT = findTriangleForSeed(component, geomTest_);
         if (pSeedT) {
             vSeeds.push_back(pSeedT->getBarycenter());
-            vGraphs.push_back(createBorder(component));
+            vBorders.push_back(getBorder(component));
         } else {
             refuse(bVerbose,
                    "A component has only nearly degenerate triangles, so that the zone would have no start "
@@ -165,15 +175,11 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
         }
     }
     if (vSeeds.empty()) return nullptr;
+    std::vector<ConstraintGraph2*> vGraphs;
+    for (const std::vector<VertexPair>& vBorder : vBorders) {
+        vGraphs.push_back(pConstraintMgr_->createConstraint(vBorder, CIS_CONSTRAINED_DELAUNAY, true));
+    }
     return registerZone(std::make_unique<Zone2>(this, ZL_GROW, vGraphs, vSeeds));
-}
-
-ConstraintGraph2* Dt2::createBorder(const ConnectedComponent& component) {
-    std::vector<Edge2> vBorder = component.getUnsortedBorders();
-    std::vector<Edge2*> vEdges;
-    vEdges.reserve(vBorder.size());
-    for (Edge2& edge : vBorder) vEdges.push_back(&edge);
-    return createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY);
 }
 
 bool Dt2::areOwn(const std::vector<Triangle2*>& vTriangles) const {
