@@ -176,6 +176,7 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
     }
     if (vSeeds.empty()) return nullptr;
     std::vector<ConstraintGraph2*> vGraphs;
+    vGraphs.reserve(vBorders.size());
     for (const std::vector<VertexPair>& vBorder : vBorders) {
         vGraphs.push_back(pConstraintMgr_->createConstraint(vBorder, CIS_CONSTRAINED_DELAUNAY, true));
     }
