@@ -61,7 +61,7 @@ std::vector<VertexPair> getBorder(const ConnectedComponent& component) {
     return vBorder;
 }
 
-/// The one with the roomiest barycentre; null if there is none.
+/// The one with the roomiest barycentre; null if there is none with any room.
 const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTest& geomTest) {
     const Triangle2* pBest = nullptr;
     double best = 0.0;
@@ -72,6 +72,19 @@ const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTe
         pBest = pT;
     }
     return pBest;
+}
+
+/// Appends a seed for each part of a component that keeps together without its nearly degenerate triangles: a border may
+/// pass these on the other side. False if nothing else is there.
+bool appendSeeds(const ConnectedComponent& component, GeomTest& geomTest, std::vector<Point2>& vSeeds) {
+    std::vector<Triangle2*> vRoomy = component.getTriangles();
+    const auto isThin = [&geomTest](const Triangle2* pT) { return getClearance(pT, geomTest) == 0.0; };
+    vRoomy.erase(std::remove_if(vRoomy.begin(), vRoomy.end(), isThin), vRoomy.end());
+    std::vector<ConnectedComponent> vParts;
+    getConnectedComponents(vRoomy, vParts);
+    for (const ConnectedComponent& part : vParts)
+        vSeeds.push_back(findTriangleForSeed(part, geomTest)->getBarycenter());
+    return !vParts.empty();
 }
 
 }  // namespace
@@ -164,9 +177,7 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
     std::vector<Point2> vSeeds;
     std::vector<std::vector<VertexPair>> vBorders;
     for (const ConnectedComponent& component : vComponents) {
-        const Triangle2* pSeedT = findTriangleForSeed(component, geomTest_);
-        if (pSeedT) {
-            vSeeds.push_back(pSeedT->getBarycenter());
+        if (appendSeeds(component, geomTest_, vSeeds)) {
             vBorders.push_back(getBorder(component));
         } else {
             refuse(bVerbose,
