@@ -230,8 +230,8 @@ bool ConstraintGraph2::isConstraint(ConstraintSegment2* pCSeg) const {
 bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
     if (p0 == p1) return false;
     const auto ends = std::minmax(p0, p1, std::less<>());
-    const ConstraintSegment2 key(ends.first, ends.second,
-                                 CIS_CONFORMING_SURFACE_Z);  // labels of later segments skip one
+    // Labels of later segments skip one.
+    const ConstraintSegment2 key(ends.first, ends.second, CIS_CONFORMING_SURFACE_Z);
     return isConstraint(pDt2_->getAliveConstraintSegment(key.getSrc(), key.getTrg()));
 }
 

@@ -414,7 +414,6 @@ class Dt2 {
     Point2* CUTT_insertInside(Triangle2* pT, const Point2& crossing, const Vector2& way, double sign, Cut& cut);
     Point2* CUTT_passWall(Point2* pVtx, const Point2& trg, const Point2& crossing, Triangle2* pT, int i, Cut& cut);
     Point2* CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut);
-    bool areJoined(Point2* p0, Point2* p1) const;
     void CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const std::vector<Point2*>& vVertices,
                       Cut& cut);
     std::vector<Point2*> CUTT_findWay(Point2* p0, Point2* p1, const std::vector<Point2*>& vVertices) const;

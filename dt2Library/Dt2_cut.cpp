@@ -404,8 +404,6 @@ Point2* Dt2::CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut) {
     return pTrg;
 }
 
-bool Dt2::areJoined(Point2* p0, Point2* p1) const { return getAdjacentTriangle(p0, p1) || getAdjacentTriangle(p1, p0); }
-
 /// Makes what was the edge p0-p1 go through an end of the edge that has taken its place, best the one at its height. Where
 /// neither is joined to p0 and p1, a piece or a constraint goes along edges between the vertices that were around.
 void Dt2::CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const std::vector<Point2*>& vVertices,
@@ -416,7 +414,7 @@ void Dt2::CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const
     if (getStep(pTrg) < getStep(pSrc)) std::swap(pSrc, pTrg);
     std::vector<Point2*> vVia;
     for (Point2* pEnd : {pSrc, pTrg}) {
-        if (vVia.empty() && areJoined(p0, pEnd) && areJoined(pEnd, p1)) vVia.push_back(pEnd);
+        if (vVia.empty() && isEdge(p0, pEnd) && isEdge(pEnd, p1)) vVia.push_back(pEnd);
     }
     ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
     if (vVia.empty() && (pCSeg || cut.sPieces.contains(p0, p1))) vVia = CUTT_findWay(p0, p1, vVertices);

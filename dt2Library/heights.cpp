@@ -26,7 +26,7 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr double HEIGHT_TOLERANCE = 0.001;
-constexpr double MIN_DETERMINANT = 0x1p-20;  // as a share of the square of the longer side
+constexpr double MIN_DETERMINANT = 0x1p-19;  // as a share of the square of the longer side
 
 /// Exact but for one rounding at the end.
 double getExactHeight(const Triangle2& triangle, const Point2& place) {

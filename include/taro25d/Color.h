@@ -16,7 +16,7 @@ class TARO25D_API Color {
     Color(Colorname name, float width = 0.05f, bool bFill = false);
     /// The same for a width of another arithmetic type, which would otherwise be ambiguous with the three components.
     template <class WidthT>
-    Color(Colorname name, WidthT width, bool bFill) : Color(name, static_cast<float>(width), bFill) {}
+    Color(Colorname name, WidthT lineWidth, bool bFilled) : Color(name, static_cast<float>(lineWidth), bFilled) {}
 
     /// True if all fields are equal.
     bool operator==(const Color& other) const;

@@ -65,8 +65,9 @@ class TARO25D_API IsoContours {
     /// along their edges, from which the surface rises or falls to the next. The plane runs along the direction of the
     /// constructor, or the x axis for an object made from triangles, and the segments have that direction and order.
     /// Where the surface is in one piece, so are they: each target is the next source, unless they are shorter than the
-    /// rounding of coordinates. z of the point does not matter, and vertical triangles do not count. A point with an x or y that is not finite gets a warning and false;
-    /// otherwise the result is true, also when the plane misses the surface. O(n).
+    /// rounding of coordinates. z of the point does not matter, and vertical triangles do not count. A point with an x
+    /// or y that is not finite gets a warning and false; otherwise the result is true, also when the plane misses the
+    /// surface. O(n).
     bool getProfile(const Point2& point, std::vector<Segment2>& vSegments) const;
 
   private:

@@ -169,7 +169,8 @@ class TARO25D_API Taro_2D {
     /// and with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a
     /// triangle across an edge that is no constraint. Prints what it finds under the given name, and, if the
     /// structure is sound, how many alive constraint segments there are and how many of them are missing; draws
-    /// pictures of failures into the working directory (checkValidity*.ps). O(n). True when all is well, and, with a warning, before is2D().
+    /// pictures of failures into the working directory (checkValidity*.ps). O(n). True when all is well, and, with a
+    /// warning, before is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     /// Prints the number of triangles and the distribution of their interior angles.
     void statistics(const std::string& name) const;
@@ -189,8 +190,9 @@ class TARO25D_API Taro_2D {
     /// that form one closed, simple chain make a polygon, which runs counterclockwise, either way.
     ///
     /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
-    /// applyConstraintsAndZones(). An empty list, an end point that is not finite, and a strategy that is none get a warning
-    /// or an error and null, and nothing is inserted; a segment of length zero gets a warning and only its point stays.
+    /// applyConstraintsAndZones(). An empty list, an end point that is not finite, and a strategy that is none get a
+    /// warning or an error and null, and nothing is inserted; a segment of length zero gets a warning and only its point
+    /// stays.
     /// A crossing nearer than 1e-6 to an end of a segment takes place at that end. Where doubles are too coarse for all
     /// crossings, pieces are given up with a warning. O(k log k) for a segment that crosses k triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,

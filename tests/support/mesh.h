@@ -60,7 +60,7 @@ inline CSegVector aliveSegmentsOf(const LUMO_TARO25D::Taro_2D& mesh) {
     return collect<CSegVector>([&](auto& v) { mesh.getAliveConstraintSegments(v); });
 }
 
-/// The edges that a graph stands for now, and the segments that it was made of.
+/// The alive pieces of a graph, and the segments that it was made of.
 inline CSegVector piecesOf(const LUMO_TARO25D::ConstraintGraph2* pGraph) {
     return collect<CSegVector>([&](auto& v) { pGraph->getChildConstraintSegments(v); });
 }
