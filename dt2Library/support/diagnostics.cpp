@@ -16,11 +16,10 @@ void print(const char* color, const std::string& location, const char* kind, con
     if (pCurrentSink) pCurrentSink->receive(message);
 }
 
-/// "…/dt2Library/Dt2.cpp" becomes "dt2Library/Dt2".
+/// "dt2Library/mesh/Dt2.cpp" becomes "dt2Library/Dt2": the folder of the floor is left out.
 std::string sourceName(const std::string& file) {
-    const size_t start = file.rfind("dt2Library/");
-    const std::string name = start == std::string::npos ? file : file.substr(start);
-    return name.substr(0, name.rfind('.'));
+    const std::string name = file.substr(file.rfind('/') + 1);
+    return "dt2Library/" + name.substr(0, name.rfind('.'));
 }
 
 }  // namespace
