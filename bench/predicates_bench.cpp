@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "GeomTest.h"
 #include "generators.h"
+#include "kernel/GeomTest.h"
 
 namespace {
 

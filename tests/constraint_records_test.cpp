@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "ConstraintMgr.h"
-#include "Dt2.h"
-#include "InnerVtxMgr.h"
+#include "constraints/ConstraintMgr.h"
+#include "mesh/Dt2.h"
+#include "mesh/InnerVtxMgr.h"
 #include "support/capture.h"
 #include "support/generators.h"
 #include "support/mesh.h"

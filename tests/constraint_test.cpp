@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "ConstraintMgr.h"
-#include "Dt2.h"
+#include "constraints/ConstraintMgr.h"
+#include "mesh/Dt2.h"
 #include "support/capture.h"
 #include "support/constraint_oracle.h"
 #include "support/files.h"

@@ -11,8 +11,7 @@
 #include <set>
 #include <string>
 
-#include "ConnectedComponent.h"
-#include "CutAndFillImpl.h"
+#include "analysis/CutAndFillImpl.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/mesh.h"
@@ -24,6 +23,7 @@
 #include "taro25d/Visualizer2.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
+#include "zones/ConnectedComponent.h"
 
 using namespace LUMO_TARO25D;
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <set>
 
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/mesh.h"

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 #include "support/capture.h"
 #include "support/generators.h"
 #include "support/recorder.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
 #include "support/files.h"

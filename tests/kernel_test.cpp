@@ -6,14 +6,14 @@
 #include <set>
 #include <sstream>
 
-#include "GeomTest.h"
+#include "kernel/GeomTest.h"
+#include "kernel/tools.h"
 #include "support/capture.h"
 #include "support/generators.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 using namespace LUMO_TARO25D;
 

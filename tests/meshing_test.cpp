@@ -11,10 +11,11 @@
 #include <set>
 #include <string>
 
-#include "Dt2.h"
-#include "GridMesher.h"
-#include "InnerVtxMgr.h"
-#include "RefCand3.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "mesh/InnerVtxMgr.h"
+#include "meshing/GridMesher.h"
+#include "meshing/RefCand3.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/mesh.h"
@@ -28,7 +29,6 @@
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 using namespace LUMO_TARO25D;
 

@@ -12,12 +12,12 @@
 #include <thread>
 #include <utility>
 
-#include "Dt2.h"
-#include "InserterMT.h"
-#include "parallel.h"
+#include "mesh/Dt2.h"
+#include "mesh/InserterMT.h"
 #include "support/capture.h"
 #include "support/generators.h"
 #include "support/mesh.h"
+#include "support/parallel.h"
 #include "support/recorder.h"
 #include "taro25d/taro25d.h"
 

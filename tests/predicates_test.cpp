@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "GeomTest.h"
+#include "kernel/GeomTest.h"
 #include "support/capture.h"
 #include "support/exact.h"
 #include "support/files.h"

@@ -1,4 +1,4 @@
-#include "Progress.h"
+#include "support/Progress.h"
 
 #include <gtest/gtest.h>
 

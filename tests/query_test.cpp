@@ -15,8 +15,9 @@
 #include <utility>
 #include <vector>
 
-#include "ConstraintMgr.h"
-#include "Dt2.h"
+#include "constraints/ConstraintMgr.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
 #include "support/files.h"
@@ -28,7 +29,6 @@
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 using namespace LUMO_TARO25D;
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "Dt2.h"
-#include "MinTree.h"
+#include "mesh/Dt2.h"
+#include "support/MinTree.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
 #include "support/generators.h"

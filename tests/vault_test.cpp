@@ -1,4 +1,4 @@
-#include "VertexVault.h"
+#include "vertices/VertexVault.h"
 
 #include <gtest/gtest.h>
 
@@ -13,16 +13,16 @@
 #include <string>
 #include <vector>
 
-#include "Dt2.h"
-#include "HC2.h"
-#include "KeyOrder.h"
-#include "SimplePool.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "support/SimplePool.h"
 #include "support/capture.h"
 #include "support/generators.h"
 #include "support/mesh.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
-#include "tools.h"
+#include "vertices/HC2.h"
+#include "vertices/KeyOrder.h"
 
 using namespace LUMO_TARO25D;
 

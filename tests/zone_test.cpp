@@ -6,8 +6,7 @@
 #include <memory>
 #include <set>
 
-#include "ConnectedComponent.h"
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/mesh.h"
@@ -16,6 +15,7 @@
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
+#include "zones/ConnectedComponent.h"
 
 using namespace LUMO_TARO25D;
 

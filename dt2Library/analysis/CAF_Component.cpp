@@ -9,11 +9,11 @@
 #include <cmath>
 #include <utility>
 
-#include "ConnectedComponent.h"
-#include "HeightMap.h"
-#include "diagnostics.h"
+#include "analysis/HeightMap.h"
+#include "kernel/tools.h"
+#include "support/diagnostics.h"
 #include "taro25d/Vector2.h"
-#include "tools.h"
+#include "zones/ConnectedComponent.h"
 
 namespace LUMO_TARO25D {
 

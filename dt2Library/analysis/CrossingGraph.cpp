@@ -1,10 +1,10 @@
-#include "CrossingGraph.h"
+#include "analysis/CrossingGraph.h"
 
 #include <cstring>
 #include <iterator>
 #include <utility>
 
-#include "tools.h"
+#include "kernel/tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-#include "GeomTest.h"
+#include "kernel/GeomTest.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Triangle2.h"
 

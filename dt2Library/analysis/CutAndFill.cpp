@@ -1,6 +1,6 @@
 #include "taro25d/CutAndFill.h"
 
-#include "CutAndFillImpl.h"
+#include "analysis/CutAndFillImpl.h"
 
 namespace LUMO_TARO25D {
 

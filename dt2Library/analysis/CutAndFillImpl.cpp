@@ -21,7 +21,7 @@
 //
 // Cost: that of the constraints, O((n + k) log n) for n edges that cross k times.
 
-#include "CutAndFillImpl.h"
+#include "analysis/CutAndFillImpl.h"
 
 #include <algorithm>
 #include <array>
@@ -33,19 +33,19 @@
 #include <sstream>
 #include <utility>
 
-#include "ConnectedComponent.h"
-#include "ConstraintMgr.h"
-#include "ConstraintPieces.h"
-#include "Dt2.h"
-#include "VertexPairMap.h"
-#include "diagnostics.h"
+#include "analysis/weld.h"
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/VertexPairMap.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
-#include "triangleLists.h"
-#include "weld.h"
+#include "zones/ConnectedComponent.h"
 
 namespace LUMO_TARO25D {
 

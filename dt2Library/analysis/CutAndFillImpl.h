@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "HeightMap.h"
-#include "Progress.h"
+#include "analysis/HeightMap.h"
+#include "support/Progress.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/CAF_Component.h"
 #include "taro25d/ConstraintGraph2.h"

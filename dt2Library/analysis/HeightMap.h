@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "PointerMap.h"
+#include "support/PointerMap.h"
 
 namespace LUMO_TARO25D {
 

@@ -1,8 +1,8 @@
-#include "HeightTree.h"
+#include "analysis/HeightTree.h"
 
 #include <algorithm>
 
-#include "tools.h"
+#include "kernel/tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -6,12 +6,12 @@
 #include <sstream>
 #include <tuple>
 
-#include "CrossingGraph.h"
-#include "HeightTree.h"
-#include "diagnostics.h"
+#include "analysis/CrossingGraph.h"
+#include "analysis/HeightTree.h"
+#include "kernel/tools.h"
+#include "support/diagnostics.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -1,11 +1,11 @@
-#include "weld.h"
+#include "analysis/weld.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <utility>
 
-#include "tools.h"
+#include "kernel/tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -16,12 +16,12 @@
 #include <iostream>
 #include <iterator>
 
-#include "ConstraintMgr.h"
-#include "ConstraintPieces.h"
-#include "Dt2.h"
-#include "GeomTest.h"
-#include "PointerMap.h"
-#include "diagnostics.h"
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/GeomTest.h"
+#include "mesh/Dt2.h"
+#include "support/PointerMap.h"
+#include "support/diagnostics.h"
 #include "taro25d/Visualizer2.h"
 
 namespace LUMO_TARO25D {

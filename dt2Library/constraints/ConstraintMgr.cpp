@@ -9,7 +9,7 @@
 // midpoint halves a conforming segment, whose pieces cannot become shorter than the arithmetic allows, so the limit on
 // passes is never reached unless rounding plays tricks.
 
-#include "ConstraintMgr.h"
+#include "constraints/ConstraintMgr.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,11 +19,11 @@
 #include <iostream>
 #include <limits>
 
-#include "ConstraintPieces.h"
-#include "Dt2.h"
-#include "Progress.h"
-#include "diagnostics.h"
-#include "tools.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "support/Progress.h"
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "VertexPairMap.h"
-#include "flatSets.h"
+#include "kernel/VertexPairMap.h"
+#include "kernel/flatSets.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "diagnostics.h"
-#include "flatSets.h"
+#include "kernel/flatSets.h"
+#include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 

@@ -11,13 +11,13 @@
 #include <iostream>
 #include <limits>
 
-#include "ConstraintMgr.h"
-#include "ConstraintPieces.h"
-#include "Dt2.h"
-#include "InnerVtxMgr.h"
-#include "diagnostics.h"
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "mesh/InnerVtxMgr.h"
+#include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

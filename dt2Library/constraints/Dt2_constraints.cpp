@@ -22,14 +22,14 @@
 #include <cmath>
 #include <limits>
 
-#include "ConstraintMgr.h"
-#include "ConstraintPieces.h"
-#include "Dt2.h"
-#include "InnerVtxMgr.h"
-#include "diagnostics.h"
-#include "links.h"
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "mesh/InnerVtxMgr.h"
+#include "support/diagnostics.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -38,11 +38,11 @@
 #include <unordered_set>
 #include <utility>
 
-#include "Dt2.h"
-#include "LargeVector.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "support/LargeVector.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Segment2.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -27,14 +27,14 @@
 #include <cmath>
 #include <unordered_map>
 
-#include "GeomTest.h"
-#include "Progress.h"
-#include "diagnostics.h"
+#include "kernel/GeomTest.h"
+#include "kernel/tools.h"
+#include "support/Progress.h"
+#include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <tuple>
 
-#include "diagnostics.h"
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 

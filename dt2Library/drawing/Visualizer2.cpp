@@ -14,7 +14,7 @@
 #include <optional>
 #include <utility>
 
-#include "diagnostics.h"
+#include "support/diagnostics.h"
 #include "taro25d/Circle2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iostream>
 
-#include "Dt2.h"
-#include "Timer.h"
-#include "diagnostics.h"
+#include "mesh/Dt2.h"
+#include "support/Timer.h"
+#include "support/diagnostics.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/freeFunctions.h"

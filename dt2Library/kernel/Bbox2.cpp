@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "GeomTest.h"
-#include "diagnostics.h"
-#include "tools.h"
+#include "kernel/GeomTest.h"
+#include "kernel/tools.h"
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 

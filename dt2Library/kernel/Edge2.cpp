@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "tools.h"
+#include "kernel/tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -26,7 +26,7 @@
 // left, 24 u^2 m^2, covers two products that underflow by 2^-1075 each, from m = 1e-140 on. Up to m = 1e150
 // nothing overflows; a product that does would beat one that just does not, whatever the true ones are.
 
-#include "GeomTest.h"
+#include "kernel/GeomTest.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -34,7 +34,7 @@
 #include <initializer_list>
 #include <iostream>
 
-#include "expansion.h"
+#include "kernel/expansion.h"
 
 namespace LUMO_TARO25D {
 

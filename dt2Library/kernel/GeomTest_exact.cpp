@@ -2,9 +2,9 @@
 
 #include <gmp.h>
 
-#include "GeomTest.h"
-#include "diagnostics.h"
-#include "expansion.h"
+#include "kernel/GeomTest.h"
+#include "kernel/expansion.h"
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 

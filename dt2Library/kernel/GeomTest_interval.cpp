@@ -8,7 +8,7 @@
 
 #include <cfenv>
 
-#include "GeomTest.h"
+#include "kernel/GeomTest.h"
 
 namespace LUMO_TARO25D {
 

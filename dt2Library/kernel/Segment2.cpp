@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tools.h"
+#include "kernel/tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -6,10 +6,10 @@
 #include <iostream>
 #include <limits>
 
-#include "diagnostics.h"
+#include "kernel/tools.h"
+#include "support/diagnostics.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -1,8 +1,8 @@
 #include "taro25d/TriangleAroundVertexIterator.h"
 
+#include "kernel/tools.h"
 #include "taro25d/Point2.h"
 #include "taro25d/TaroException.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "kernel/tools.h"
 #include "taro25d/Point2.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

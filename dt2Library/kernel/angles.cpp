@@ -1,4 +1,4 @@
-#include "angles.h"
+#include "kernel/angles.h"
 
 #include <algorithm>
 #include <iomanip>

@@ -5,7 +5,7 @@
 #include <tuple>
 #include <unordered_map>
 
-#include "VertexPairMap.h"
+#include "kernel/VertexPairMap.h"
 
 namespace LUMO_TARO25D {
 

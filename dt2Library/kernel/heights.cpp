@@ -7,7 +7,7 @@
 // The plane is computed in doubles unless the triangle is so thin that their rounding would show. Such triangles come up
 // along a hull of points that are collinear but for rounding, and beside segments that are cut into the surface.
 
-#include "heights.h"
+#include "kernel/heights.h"
 
 #include <gmpxx.h>
 
@@ -17,9 +17,9 @@
 #include <limits>
 #include <utility>
 
+#include "kernel/tools.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

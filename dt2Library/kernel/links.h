@@ -1,8 +1,8 @@
 #pragma once
 
+#include "kernel/tools.h"
 #include "taro25d/Triangle2.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -1,4 +1,4 @@
-#include "tools.h"
+#include "kernel/tools.h"
 
 #include <cmath>
 

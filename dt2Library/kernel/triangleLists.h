@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "flatSets.h"
+#include "kernel/flatSets.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Triangle2.h"
 

@@ -22,16 +22,16 @@
 // point of the chunk's box meets the border of that box or lies inside; circles become smaller as the mesh grows, so
 // what the coarse mesh tells before the start stays true.
 
-#include "Chunk.h"
+#include "mesh/Chunk.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
-#include "Dt2.h"
-#include "diagnostics.h"
-#include "links.h"
-#include "tools.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 

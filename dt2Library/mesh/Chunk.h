@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <vector>
 
-#include "Dt2.h"
-#include "GeomTest.h"
-#include "VertexVault.h"
+#include "kernel/GeomTest.h"
+#include "mesh/Dt2.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Triangle2.h"
+#include "vertices/VertexVault.h"
 
 namespace LUMO_TARO25D {
 

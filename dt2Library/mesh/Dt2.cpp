@@ -11,7 +11,7 @@
 // flip away again. All of it takes expected linear time but for the location of points from scratch, O(log
 // n). Memory: 40 bytes a vertex, 48 a triangle, and 44 a vertex in the vault and the lists.
 
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -20,17 +20,17 @@
 #include <numeric>
 #include <thread>
 
-#include "CandidateQueue.h"
-#include "ConstraintMgr.h"
-#include "InnerVtxMgr.h"
-#include "InserterMT.h"
-#include "diagnostics.h"
-#include "links.h"
-#include "parallel.h"
+#include "constraints/ConstraintMgr.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/InnerVtxMgr.h"
+#include "mesh/InserterMT.h"
+#include "meshing/CandidateQueue.h"
+#include "support/diagnostics.h"
+#include "support/parallel.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Zone2.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -9,18 +9,18 @@
 #include <utility>
 #include <vector>
 
-#include "GeomTest.h"
-#include "HC2.h"
-#include "MinTree.h"
-#include "Progress.h"
-#include "SimplePool.h"
-#include "VertexVault.h"
+#include "kernel/GeomTest.h"
+#include "support/MinTree.h"
+#include "support/Progress.h"
+#include "support/SimplePool.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/ConstraintInsertionStrategy.h"
 #include "taro25d/MsgBase.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
 #include "taro25d/ZoneLocation.h"
+#include "vertices/HC2.h"
+#include "vertices/VertexVault.h"
 
 namespace LUMO_TARO25D {
 

@@ -8,20 +8,20 @@
 // circles must be empty across all edges but constraints, and every alive constraint segment must be an edge.
 // O(n), with exact tests where filters fail.
 
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 
 #include <algorithm>
 #include <functional>
 #include <iostream>
 #include <sstream>
 
-#include "angles.h"
-#include "diagnostics.h"
+#include "kernel/angles.h"
+#include "kernel/tools.h"
+#include "support/diagnostics.h"
 #include "taro25d/Circle2.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer2.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -11,22 +11,22 @@
 // predicates' first filter more careful, and since it stays so, queries that cannot have an answer are turned
 // away by the box before.
 
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <iterator>
 
-#include "diagnostics.h"
-#include "heights.h"
-#include "links.h"
+#include "kernel/heights.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

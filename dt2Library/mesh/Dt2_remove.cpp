@@ -18,20 +18,20 @@
 // A vertex of degree k costs O(k log k), the heights being kept in a tournament tree. No memory is allocated
 // once the scratch vectors have grown to the largest degree.
 
-#include "Dt2.h"
+#include "mesh/Dt2.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <iostream>
 #include <limits>
 
-#include "InnerVtxMgr.h"
-#include "diagnostics.h"
-#include "links.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/InnerVtxMgr.h"
+#include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Visualizer2.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

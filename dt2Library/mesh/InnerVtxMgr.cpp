@@ -1,11 +1,11 @@
-#include "InnerVtxMgr.h"
+#include "mesh/InnerVtxMgr.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "Dt2.h"
-#include "tools.h"
-#include "triangleLists.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
 
 namespace LUMO_TARO25D {
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "flatSets.h"
+#include "kernel/flatSets.h"
 #include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {

@@ -1,4 +1,4 @@
-#include "InserterMT.h"
+#include "mesh/InserterMT.h"
 
 #include <sched.h>
 
@@ -7,8 +7,8 @@
 #include <cmath>
 #include <ctime>
 
-#include "diagnostics.h"
-#include "parallel.h"
+#include "support/diagnostics.h"
+#include "support/parallel.h"
 
 namespace LUMO_TARO25D {
 

@@ -5,8 +5,8 @@
 #include <set>
 #include <vector>
 
-#include "Chunk.h"
-#include "Dt2.h"
+#include "mesh/Chunk.h"
+#include "mesh/Dt2.h"
 
 namespace LUMO_TARO25D {
 

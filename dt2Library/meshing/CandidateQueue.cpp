@@ -1,14 +1,14 @@
-#include "CandidateQueue.h"
+#include "meshing/CandidateQueue.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <new>
 
-#include "Dt2.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Vector2.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

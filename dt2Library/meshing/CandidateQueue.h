@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "RefCand3.h"
-#include "SimplePool.h"
+#include "meshing/RefCand3.h"
+#include "support/SimplePool.h"
 
 namespace LUMO_TARO25D {
 

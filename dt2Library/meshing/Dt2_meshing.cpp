@@ -25,22 +25,22 @@
 #include <map>
 #include <set>
 
-#include "CandidateQueue.h"
-#include "ConstraintMgr.h"
-#include "Dt2.h"
-#include "GridMesher.h"
-#include "InnerVtxMgr.h"
-#include "diagnostics.h"
-#include "flatSets.h"
-#include "links.h"
+#include "constraints/ConstraintMgr.h"
+#include "kernel/flatSets.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "mesh/InnerVtxMgr.h"
+#include "meshing/CandidateQueue.h"
+#include "meshing/GridMesher.h"
+#include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
-#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 

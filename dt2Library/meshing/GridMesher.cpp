@@ -8,7 +8,7 @@
 // Crossings come from the lines, not from intersections of pairs of segments: with k stripes in each family there are k^2,
 // each in constant time plus the time to locate it.
 
-#include "GridMesher.h"
+#include "meshing/GridMesher.h"
 
 #include <algorithm>
 #include <array>
@@ -16,17 +16,17 @@
 #include <limits>
 #include <tuple>
 
-#include "Dt2.h"
-#include "diagnostics.h"
-#include "links.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/SegmentChecker.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
-#include "triangleLists.h"
 
 namespace LUMO_TARO25D {
 

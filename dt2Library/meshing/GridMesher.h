@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "flatSets.h"
+#include "kernel/flatSets.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Vector2.h"

@@ -1,4 +1,4 @@
-#include "RefCand3.h"
+#include "meshing/RefCand3.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,16 +7,16 @@
 #include <limits>
 #include <sstream>
 
-#include "Dt2.h"
-#include "diagnostics.h"
-#include "links.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
 
 namespace LUMO_TARO25D {
 

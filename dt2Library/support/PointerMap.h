@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tools.h"
+#include "kernel/tools.h"
 
 namespace LUMO_TARO25D {
 

@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "diagnostics.h"
+#include "support/diagnostics.h"
 #include "taro25d/MsgBase.h"
 
 namespace LUMO_TARO25D {

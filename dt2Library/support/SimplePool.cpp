@@ -1,4 +1,4 @@
-#include "SimplePool.h"
+#include "support/SimplePool.h"
 
 #include <sys/mman.h>
 
@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "parallel.h"
+#include "support/parallel.h"
 
 namespace LUMO_TARO25D {
 

@@ -1,9 +1,9 @@
-#include "HC2.h"
+#include "vertices/HC2.h"
 
 #include <array>
 #include <cstdint>
 
-#include "diagnostics.h"
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 

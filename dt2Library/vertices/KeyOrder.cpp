@@ -1,8 +1,8 @@
-#include "KeyOrder.h"
+#include "vertices/KeyOrder.h"
 
 #include <array>
 
-#include "parallel.h"
+#include "support/parallel.h"
 
 namespace LUMO_TARO25D {
 

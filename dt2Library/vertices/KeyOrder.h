@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "HC2.h"
-#include "LargeVector.h"
-#include "parallel.h"
+#include "support/LargeVector.h"
+#include "support/parallel.h"
+#include "vertices/HC2.h"
 
 namespace LUMO_TARO25D {
 

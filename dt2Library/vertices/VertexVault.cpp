@@ -1,4 +1,4 @@
-#include "VertexVault.h"
+#include "vertices/VertexVault.h"
 
 #include <algorithm>
 #include <atomic>
@@ -7,10 +7,10 @@
 #include <iostream>
 #include <numeric>
 
-#include "Dt2.h"
-#include "diagnostics.h"
-#include "parallel.h"
-#include "tools.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
+#include "support/parallel.h"
 
 namespace LUMO_TARO25D {
 

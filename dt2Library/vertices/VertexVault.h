@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "KeyOrder.h"
-#include "SimplePool.h"
+#include "support/SimplePool.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Point2.h"
+#include "vertices/KeyOrder.h"
 
 namespace LUMO_TARO25D {
 

@@ -1,10 +1,10 @@
-#include "ConnectedComponent.h"
+#include "zones/ConnectedComponent.h"
 
 #include <algorithm>
 
-#include "flatSets.h"
-#include "links.h"
-#include "triangleLists.h"
+#include "kernel/flatSets.h"
+#include "kernel/links.h"
+#include "kernel/triangleLists.h"
 
 namespace LUMO_TARO25D {
 

@@ -33,17 +33,17 @@
 #include <map>
 #include <set>
 
-#include "ConnectedComponent.h"
-#include "ConstraintMgr.h"
-#include "ConstraintPieces.h"
-#include "Dt2.h"
-#include "diagnostics.h"
-#include "heights.h"
-#include "links.h"
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/heights.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
-#include "tools.h"
-#include "triangleLists.h"
+#include "zones/ConnectedComponent.h"
 
 namespace LUMO_TARO25D {
 

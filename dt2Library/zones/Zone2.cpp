@@ -17,15 +17,15 @@
 #include <set>
 #include <sstream>
 
-#include "ConnectedComponent.h"
-#include "Dt2.h"
-#include "angles.h"
-#include "diagnostics.h"
+#include "kernel/angles.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer2.h"
-#include "triangleLists.h"
+#include "zones/ConnectedComponent.h"
 
 namespace LUMO_TARO25D {
 
