@@ -152,9 +152,12 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std:
     segmentIndex_.reserve(vSegments_.size() + vPairs.size());
     std::vector<ConstraintSegment2*> vCSegs;
     vCSegs.reserve(vPairs.size());
-    for (const auto& [p0, p1] : vPairs) {
+    ConstraintSegment2::Age age{++numCalls_, 0};
+    for (; age.place < vPairs.size(); ++age.place) {
+        const auto& [p0, p1] = vPairs[age.place];
         if (p0 != p1) {
             vCSegs.push_back(addConstraintSegment(p0, p1, cis));
+            vCSegs.back()->noteAge(age);
             continue;
         }
         std::cout << *p0 << " <-> " << *p1 << "\n";
@@ -342,6 +345,9 @@ void ConstraintMgr::establishWithProgress(std::vector<ConstraintSegment2*> vCSeg
 void ConstraintMgr::apply() {
     std::vector<ConstraintSegment2*> vCSegs;
     getAliveConstraintSegments(vCSegs);
+    std::stable_sort(vCSegs.begin(), vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
+        return a->getAge() < b->getAge();
+    });
     establishWithProgress(std::move(vCSegs), "apply");
 }
 

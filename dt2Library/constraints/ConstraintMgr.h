@@ -66,7 +66,7 @@ class ConstraintMgr {
     /// Establishes segments and, in passes, the pieces that this makes of them. Warns if the passes do not suffice.
     /// With a progress, counts there what a pass has dealt with.
     void establish(std::vector<ConstraintSegment2*> vCSegs, Progress* pProgress = nullptr);
-    /// Establishes all segments.
+    /// Establishes all segments, in the order in which they were asked for.
     void apply();
 
     /// Write the alive segments of each graph to files of their own, for the library's developers.
@@ -98,6 +98,7 @@ class ConstraintMgr {
     mutable size_t numSorted_ = 0;
     mutable AddressSet constraintVertices_;  // mutable: it remembers where it looked last
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
+    std::uint32_t numCalls_ = 0;  // that have asked for segments
     bool bEstablishing_ = false;
     std::unique_ptr<std::uint64_t[]> aVertexBitmap_;  // null until it pays
 };

@@ -2,8 +2,9 @@
 //
 // A split gives a segment two children that meet at the split vertex; whatever crosses, joins or refines it later goes on
 // at the leaves. The manager holds one segment for each pair of vertices, so two overlapping segments share the pieces
-// that they have in common: a child can have several parents. A run along many collinear vertices is cut at one after
-// the other, which makes a tree as deep as the run is long. Walks over a tree therefore keep their own stack.
+// that they have in common: a child can have several parents, and is as old as the oldest of them. A run along many
+// collinear vertices is cut at one after the other, which makes a tree as deep as the run is long. Walks over a tree
+// therefore keep their own stack.
 
 #include "taro25d/ConstraintSegment2.h"
 
@@ -29,7 +30,7 @@ ConstraintSegment2::ConstraintSegment2(Point2* p0, Point2* p1, ConstraintInserti
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Owners and descendants
+// Owners, age and descendants
 
 void ConstraintSegment2::addOwnerRecursive(ConstraintGraph2* pGraph) {
     std::vector<ConstraintSegment2*> vStack{this};
@@ -48,6 +49,18 @@ void ConstraintSegment2::addOwnerRecursive(ConstraintGraph2* pGraph) {
 }
 
 void ConstraintSegment2::removeOwner(ConstraintGraph2* pGraph) { sOwners_.erase(pGraph); }
+
+/// Descendants are never younger than what they come from, so it ends at the first one that is as old already.
+void ConstraintSegment2::noteAge(const Age& age) {
+    std::vector<ConstraintSegment2*> vStack{this};
+    while (!vStack.empty()) {
+        ConstraintSegment2* pCSeg = vStack.back();
+        vStack.pop_back();
+        if (!pCSeg || !(age < pCSeg->age_)) continue;
+        pCSeg->age_ = age;
+        vStack.insert(vStack.end(), pCSeg->aChildren_.begin(), pCSeg->aChildren_.end());
+    }
+}
 
 void ConstraintSegment2::getChildrenRec(std::vector<ConstraintSegment2*>& vChildren) {
     std::vector<ConstraintSegment2*> vStack;
@@ -94,6 +107,7 @@ void ConstraintSegment2::createChildren(Point2* pSplit) {
     ConstraintMgr* pManager = getTriangulation()->getConstraintManager();
     ConstraintSegment2* pChild0 = pManager->addConstraintSegment(p0_, pSplit, cis_);
     aChildren_ = {pChild0, pManager->addConstraintSegment(p1_, pSplit, cis_)};
+    for (ConstraintSegment2* pChild : aChildren_) pChild->noteAge(age_);
     for (ConstraintGraph2* pOwner : sOwners_) {
         for (ConstraintSegment2* pChild : aChildren_) pChild->addOwnerRecursive(pOwner);
     }

@@ -15,6 +15,10 @@
 // Conforming: the segment is split at a vertex next to its source that lies on it, at its crossing with a constraint, or at
 // its midpoint, until every piece is an edge.
 //
+// Where two constraints meet, the older one gives the height of the new vertex, linear between the ends of its alive piece,
+// whichever of the two is the edge and whichever is on its way: edges may be there by chance, long before the turn of their
+// segment comes.
+//
 // Crossings are rounded to doubles, so that pieces are not exactly on their segment and may run into vertices or other
 // constraints that it missed; these are obstacles like any other.
 
@@ -47,6 +51,18 @@ bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
         return isNext(pEnd->x(), point.x()) && isNext(pEnd->y(), point.y());
     };
     return isNextTo(pCSeg->getSrc()) || isNextTo(pCSeg->getTrg());
+}
+
+/// The older of two segments, and the other one; of two pieces of one segment the first counts as the older one.
+std::pair<const ConstraintSegment2*, const ConstraintSegment2*> orderByAge(const ConstraintSegment2* pFirst,
+                                                                           const ConstraintSegment2* pSecond) {
+    return pSecond->getAge() < pFirst->getAge() ? std::pair(pSecond, pFirst) : std::pair(pFirst, pSecond);
+}
+
+/// The height of a segment at a place next to it; the order of its ends, which is that of addresses, does not matter.
+double getHeightOn(const Point2& end0, const Point2& end1, double x, double y) {
+    const auto& [low, high] = std::minmax(end0, end1);
+    return getZOnSegment(low, high, x, y);
 }
 
 /// Whether q is strictly between a and b, all three being exactly collinear: then the order of points is that on the line.
@@ -277,11 +293,13 @@ Point2* Dt2::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>&
 Point2* Dt2::getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
                          std::vector<Crossing>& vPairIspCS) const {
     Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
+    ConstraintSegment2* pCrossingCSeg = getAliveConstraintSegment(pE0, pE1);
+    const auto [pOlder, pYounger] = orderByAge(pCrossingCSeg, pCSeg);
     Point2 crossing;
-    getIntersectionPoint(*pE0, *pE1, *pCSeg->getSrc(), *pCSeg->getTrg(), crossing);
+    getIntersectionPoint(*pOlder->getSrc(), *pOlder->getTrg(), *pYounger->getSrc(), *pYounger->getTrg(), crossing);
     if (crossing == *pE0) return pE0;
     if (crossing == *pE1) return pE1;
-    vPairIspCS.emplace_back(crossing, getAliveConstraintSegment(pE0, pE1));
+    vPairIspCS.emplace_back(crossing, pCrossingCSeg);
     TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
     return nullptr;
 }
@@ -309,7 +327,7 @@ void Dt2::getIntersectionPoint(const Point2& s0, const Point2& s1, const Point2&
         result = Point2(pNearest->x(), pNearest->y(), pNearest->z());
         result.setCustomIndex(pNearest->getCustomIndex());
     } else {
-        result = Point2(x, y, getZOnSegment(s0, s1, x, y));
+        result = Point2(x, y, getHeightOn(s0, s1, x, y));
     }
 }
 
@@ -427,10 +445,24 @@ bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
 
 Point2 Dt2::getMiddle(const ConstraintSegment2* pCSeg) const {
     const Point2 middle = centerWithShift(*pCSeg->getSrc(), *pCSeg->getTrg());
-    double z = 0.0;
-    const bool bOnSurface =
-        pCSeg->getCIS() == CIS_CONFORMING_SURFACE_Z && getHeight(middle.x(), middle.y(), z, nullptr, 0.0);
-    return Point2(middle.x(), middle.y(), bOnSurface ? z : middle.z());
+    Triangle2* pT = locate(middle);
+    double z = middle.z();
+    if (const ConstraintSegment2* pMet = getConstraintThrough(middle, pT)) {
+        const ConstraintSegment2* pOlder = orderByAge(pMet, pCSeg).first;
+        z = getHeightOn(*pOlder->getSrc(), *pOlder->getTrg(), middle.x(), middle.y());
+    } else if (pT && pCSeg->getCIS() == CIS_CONFORMING_SURFACE_Z) {
+        getHeight(middle.x(), middle.y(), z, pT, 0.0);
+    }
+    return Point2(middle.x(), middle.y(), z);
+}
+
+ConstraintSegment2* Dt2::getConstraintThrough(const Point2& place, const Triangle2* pT) const {
+    for (int i = 0; pT && i < 3; ++i) {
+        Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
+        if (isConstraint(pT, i) && geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_COLLINEAR)
+            return getAliveConstraintSegment(p0, p1);
+    }
+    return nullptr;
 }
 
 /// A constraint edge across the segment is not flipped, so that midpoints alone would never end: both are split at their

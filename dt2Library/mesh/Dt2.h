@@ -356,7 +356,7 @@ class Dt2 {
         std::vector<Triangle2*> vTriangles;
         std::vector<Border> vLeft, vRight;  // both in the direction of the way until it has reached its end
     };
-    /// Where two constraints cross, and the one that was there first.
+    /// Where two constraints cross, and the one that is an edge.
     using Crossing = std::pair<Point2, ConstraintSegment2*>;
 
     bool isConstraintAmongSome(const Triangle2* pT, int i) const;
@@ -389,6 +389,8 @@ class Dt2 {
     void flipToMatchCDT(const std::vector<Triangle2*>& vTriangles);
     bool isTooShortToSplit(const Point2& src, const Point2& trg) const;
     Point2 getMiddle(const ConstraintSegment2* pCSeg) const;
+    /// The constraint among the edges of the triangle around a place on which it lies exactly; null if there is none.
+    ConstraintSegment2* getConstraintThrough(const Point2& place, const Triangle2* pT) const;
     /// Takes away one obstacle; returns a segment that has to follow at once, or null.
     ConstraintSegment2* splitConforming(ConstraintSegment2* pCSeg);
     bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <limits>
 #include <set>
 #include <vector>
 
@@ -26,6 +28,13 @@ class Dt2;
 /// the segment. All members take constant time but those that walk over pieces or change the mesh.
 class TARO25D_API ConstraintSegment2 {
   public:
+    /// When a segment was asked for. The smaller age is that of the older segment.
+    struct Age {
+        std::uint32_t call;   ///< The number of the call of createConstraint, from 1 in each triangulation.
+        std::uint32_t place;  ///< The place in the list of that call, from 0.
+        bool operator<(const Age& other) const { return call != other.call ? call < other.call : place < other.place; }
+    };
+
     /// Only the triangulation creates segments; p0 must be the smaller pointer, or it fails with TaroException.
     TARO25D_HIDDEN ConstraintSegment2(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
     ConstraintSegment2(const ConstraintSegment2&) = delete;
@@ -37,6 +46,9 @@ class TARO25D_API ConstraintSegment2 {
     Point2* getTrg() const { return p1_; }
     /// The strategy of the first call that asked for an edge between these vertices.
     ConstraintInsertionStrategy getCIS() const { return cis_; }
+    /// When the segment, or the oldest of those that it is a piece of, was asked for. Where two constraints cross, the older
+    /// one gives the height. The largest possible numbers where no call asked for it.
+    const Age& getAge() const { return age_; }
     /// Alive segments have no children and have not been killed.
     bool isAlive() const { return bAlive_ && !aChildren_[0]; }
     /// The number of graphs that the segment belongs to.
@@ -63,6 +75,9 @@ class TARO25D_API ConstraintSegment2 {
     /// The two children of a dead segment and the vertex that they share. An alive segment gets a warning and leaves
     /// the arguments alone, and so does, without one, a segment that was given up and has no children.
     void getChildrenAndSplitPoint(ConstraintSegment2*& pChild0, ConstraintSegment2*& pChild1, Point2*& pSplit);
+
+    /// For the engine: tells that a call asked for the segment, which makes it and its descendants at least as old.
+    TARO25D_HIDDEN void noteAge(const Age& age);
 
     /// For the engine: splits the segment at a vertex that is none of its ends, without touching the mesh. Returns
     /// false, with a warning and without effect, where a child would be a segment that this one itself came from.
@@ -95,6 +110,7 @@ class TARO25D_API ConstraintSegment2 {
 
     std::set<ConstraintGraph2*> sOwners_;
     unsigned label_;
+    Age age_{std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::uint32_t>::max()};
     Point2 *p0_, *p1_;
     ConstraintInsertionStrategy cis_;
     bool bAlive_ = true;

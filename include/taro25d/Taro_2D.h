@@ -185,9 +185,10 @@ class TARO25D_API Taro_2D {
 
     /// Forces segments (breaklines, boundaries) into the mesh: their end points are inserted, and every piece of them
     /// becomes an edge that no later operation flips. A segment is split at vertices that lie on it and where it
-    /// crosses other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the
-    /// constraint that was there first. With bOrientedSegments the graph keeps the direction of each segment; segments
-    /// that form one closed, simple chain make a polygon, which runs counterclockwise, either way.
+    /// crosses other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the older
+    /// constraint, which an earlier call or an earlier place in the list brought. With bOrientedSegments the graph keeps the
+    /// direction of each segment; segments that form one closed, simple chain make a polygon, which runs counterclockwise,
+    /// either way.
     ///
     /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
     /// applyConstraintsAndZones(). An empty list, an end point that is not finite, and a strategy that is none get a
