@@ -92,6 +92,7 @@ Dt2::Dt2(unsigned numExpectedVertices) : hilbertCurve_(0.0, 0.0, 0.0, 0.0, HILBE
     insertionBox_.setGeomTest(&geomTest_);
     pConstraintMgr_ = std::make_unique<ConstraintMgr>(this);
     pInnerVtxMgr_ = std::make_unique<InnerVtxMgr>();
+    pVertexRemover_ = std::make_unique<VertexRemover>(*this);
 }
 
 Dt2::~Dt2() = default;

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "kernel/GeomTest.h"
-#include "support/MinTree.h"
+#include "mesh/VertexRemover.h"
 #include "support/Progress.h"
 #include "support/SimplePool.h"
 #include "taro25d/Bbox2.h"
@@ -102,6 +102,10 @@ class Dt2 {
     bool canBeFlipped(Triangle2* pT, int i) const;
     /// Restores the Delaunay property by Lawson flips from the triangles around a vertex.
     void bfsFlipIncident(Point2* pVtx);
+    /// Flips edge i of a triangle if it is neither Delaunay nor a constraint, and notes both triangles for flipUntilDelaunay.
+    bool flipUnlessDelaunay(Triangle2* pT, int i);
+    /// Flips the edges of the noted triangles, and of those that this makes, until all are Delaunay or constraints.
+    void flipUntilDelaunay();
     /// Collects hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the
     /// hull (Left, seen from v) or counterclockwise (Right); that edge itself is not tested and not included.
     void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
@@ -127,6 +131,7 @@ class Dt2 {
     bool refreshHilbertCurve();
     GeomTest& getGeomTest() const { return geomTest_; }
     VertexVault& getVertexVault() { return vertexVault_; }
+    InnerVtxMgr& getInnerVtxMgr() { return *pInnerVtxMgr_; }
 
     // ---- Dt2_locate.cpp: location, heights, neighbourhoods, the hull, drawing -------------------------------------
 
@@ -157,19 +162,18 @@ class Dt2 {
     void show(const std::string& filename, bool bWithConstraints) const;
     void show(Visualizer2* pVisualizer, bool bWithConstraints) const;
 
-    // ---- Dt2_remove.cpp: removal of vertices ----------------------------------------------------------------------
+    // ---- VertexRemover.cpp: removal of vertices -------------------------------------------------------------------
 
     /// Takes a vertex out; null, a vertex of a constraint and a stranger only get a warning. O(k log k) for k
     /// neighbours.
-    void remove(Point2* pVtx);
-    /// The same for a vertex on the hull. With false the caller restores the Delaunay property.
-    void remove_CHVersion(Point2* pVtx, bool bRestoreDelaunay);
-    /// The same for the mesh alone: the vertex stays in the vault, if it is there at all.
-    void takeOutHullVertex(Point2* pVtx, bool bRestoreDelaunay);
-    /// With t = (v, p, q) and the next triangle around v (v, q, d): makes them (p, q, d) and (p, d, v), if
-    /// the first is counterclockwise and the second not clockwise. Returns the second one, or null if nothing
-    /// has been done.
-    Triangle2* flipForRemove(Point2* pVtx, Triangle2* t);
+    void remove(Point2* pVtx) { pVertexRemover_->remove(pVtx); }
+    void remove_CHVersion(Point2* pVtx, bool bRestoreDelaunay) {
+        pVertexRemover_->removeHullVertex(pVtx, bRestoreDelaunay);
+    }
+    void takeOutHullVertex(Point2* pVtx, bool bRestoreDelaunay) {
+        pVertexRemover_->takeOutHullVertex(pVtx, bRestoreDelaunay);
+    }
+    Triangle2* flipForRemove(Point2* pVtx, Triangle2* t) { return pVertexRemover_->flipForRemove(pVtx, t); }
 
     // ---- Dt2_constraints.cpp: constraint segments in the mesh ------------------------------------------------------
 
@@ -299,9 +303,6 @@ class Dt2 {
     void splitHullEdge(Point2* v, Triangle2* pT, int idx);
     void fanFromHullPatch(Point2* v);
     void legalize(const Point2* v);
-    /// Flips the edges of the triangles on the stack, and of those that this makes, until all are Delaunay or constraints.
-    void flipUntilDelaunay();
-    bool flipUnlessDelaunay(Triangle2* pT, int i);
     Triangle2* newTriangleRecord();
 
     // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
@@ -312,30 +313,6 @@ class Dt2 {
     int walkTo(const Point2& point, Triangle2*& pT) const;
     void getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const;
     void dropCollinear(std::vector<Point2*>& vRing) const;
-
-    // ---- Dt2_remove.cpp -------------------------------------------------------------------------------------------
-
-    /// An edge from the vertex v that is being removed to a neighbour.
-    struct Rib {
-        Triangle2* pT;          // the triangle counterclockwise of it; null where there is none
-        double x, y;            // of the neighbour, relative to v
-        size_t previous, next;  // around v, as positions in vRibs_
-    };
-
-    /// Fills vUmbrella_ with the triangles around a vertex, counterclockwise. False if it is on the hull; then they go
-    /// from one hull edge to the other.
-    bool collectUmbrella(const Point2* v);
-    void removeInnerVertex(Point2* v);
-    /// Flips as long as there are more than minDegree triangles and a flip is possible; returns how many are left.
-    size_t reduceDegree(Point2* v, size_t minDegree);
-    void spreadUmbrella(const Point2* v);
-    double getRankOfEar(size_t i) const;
-    void dropRib(size_t i);
-    [[noreturn]] void watchDogFailed(const Point2* v);
-    void mergeUmbrella(const Point2* v);
-    void takeOutUmbrella(const Point2* v);
-    void restoreDelaunay();
-    void discardVertex(Point2* v);
 
     // ---- Dt2_constraints.cpp --------------------------------------------------------------------------------------
 
@@ -468,10 +445,7 @@ class Dt2 {
     const Point2* pLastVtx_ = nullptr;    // the last one inserted singly
     std::vector<Triangle2*> vFlipStack_;  // empty between operations
     std::vector<std::pair<Triangle2*, int>> vHullPatch_;
-    std::vector<Triangle2*> vUmbrella_;  // this and the next three are scratch of removal
-    std::vector<Rib> vRibs_;
-    MinTree earRanks_;  // in the place of a rib, of the ear between its end and the end of the one after the next
-    std::vector<Triangle2*> vNewTriangles_;
+    std::unique_ptr<VertexRemover> pVertexRemover_;
     std::unique_ptr<ConstraintMgr> pConstraintMgr_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
     std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;

@@ -1,24 +1,23 @@
 // Removal of vertices.
 //
-// The triangles around the vertex v form its umbrella. Where p, q, d are neighbours of v in a row, the flip
-// of the edge v-q turns two triangles of the umbrella into the ear (p, q, d), which no longer touches v, and
-// one that still does: the umbrella has lost a rib. Around an inner vertex this goes on until three triangles
-// are left, which merge into one. There always is such a flip before, provided that the triangle that keeps v
-// may become flat. At a hull vertex it goes on as long as there is an ear; what is left then lies outside the
-// hull of the other vertices and is taken out. (On a straight piece of the hull this is a single flat triangle.)
+// The triangles around the vertex v form its star. Where p, q, d are neighbours of v in a row, the flip of the edge v-q
+// turns two triangles of the star into the ear (p, q, d), which no longer touches v, and one that still does: the star has
+// lost an edge at v, a rib. Around an inner vertex this goes on until three triangles are left, which merge into one. There
+// always is such a flip before, provided that the triangle that keeps v may become flat. At a hull vertex it goes on as
+// long as there is an ear; the rest of the star then lies outside the hull of the other vertices and is taken out. (On a
+// straight piece of the hull the rest is a single flat triangle.)
 //
-// The order of the ears decides how much work is left for the Lawson flips that make the new triangles
-// Delaunay. Lift all points to the paraboloid and move v up: an ear becomes part of the lower hull when v
-// passes its plane. So the ear whose plane is the lowest over v comes next, and in exact arithmetic every ear
-// would be Delaunay at once (Devillers 1999). Here heights are rounded, and beyond 1e75 they overflow, but
-// all decisions are exact: flips as well as the check afterwards, which finds next to nothing to flip.
-// Triangles outside the umbrella never change, because their circles stay empty; so the only edges to check
-// are those that ears were cut off along.
+// The order of the ears decides how much work is left for the Lawson flips that make the new triangles Delaunay. Lift all
+// points to the paraboloid and move v up: an ear becomes part of the lower hull when v passes its plane. So the ear whose
+// plane is the lowest over v comes next, and in exact arithmetic every ear would be Delaunay at once (Devillers 1999).
+// Here heights are rounded, and beyond 1e75 they overflow, but all decisions are exact: flips as well as the check
+// afterwards, which finds next to nothing to flip. Triangles outside the star never change, because their circles stay
+// empty; so the only edges to check are those that ears were cut off along.
 //
-// A vertex of degree k costs O(k log k), the heights being kept in a tournament tree. No memory is allocated
-// once the scratch vectors have grown to the largest degree.
+// A vertex of degree k costs O(k log k), the heights being kept in a tournament tree. No memory is allocated once the
+// scratch vectors have grown to the largest degree.
 
-#include "mesh/Dt2.h"
+#include "mesh/VertexRemover.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -27,6 +26,7 @@
 
 #include "kernel/links.h"
 #include "kernel/tools.h"
+#include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
 #include "support/diagnostics.h"
 #include "taro25d/Color.h"
@@ -67,34 +67,34 @@ Triangle2* getOuter(const Triangle2* pT, const Point2* v) { return pT->getOpposi
 
 }  // namespace
 
-void Dt2::remove(Point2* pVtx) {
+void VertexRemover::remove(Point2* pVtx) {
     if (!pVtx) {
         warning("Dt2::remove(..)", "pVtx==NULL, illegal, return.");
         return;
     }
-    if (isConstraintVertex(pVtx)) {
+    if (mesh_.isConstraintVertex(pVtx)) {
         std::cerr << *pVtx << "\n";
         warning("Dt2::remove()", "Illegal: Can't remove a constraint vertex");
         return;
     }
     __builtin_prefetch(pVtx->getIncidentTriangle());
-    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
-    if (vertexVault_.getIdxOfActiveVtx(pVtx) == VertexVault::NOT_FOUND) {
+    mesh_.getVertexVault().sortIV(VertexVault::SM_IF_DUE);
+    if (mesh_.getVertexVault().getIdxOfActiveVtx(pVtx) == VertexVault::NOT_FOUND) {
         std::cout << *pVtx << "\n";
         warning("Dt2::remove()", "vertex does not belong to the triangulation, return");
         return;
     }
-    if (!is2D()) {
-        vertexVault_.removeAndInvalidateVtx(pVtx);
-    } else if (collectUmbrella(pVtx)) {
+    if (!mesh_.is2D()) {
+        mesh_.getVertexVault().removeAndInvalidateVtx(pVtx);
+    } else if (collectStar(pVtx)) {
         removeInnerVertex(pVtx);
     } else {
-        remove_CHVersion(pVtx, true);
+        removeHullVertex(pVtx, true);
     }
 }
 
-bool Dt2::collectUmbrella(const Point2* v) {
-    vUmbrella_.clear();
+bool VertexRemover::collectStar(const Point2* v) {
+    vStar_.clear();
     Triangle2* const pStartT = v->getIncidentTriangle();
     TARO_ASSERT(pStartT != nullptr);
     // The waits for memory overlap: a scout goes the other way round, and what is wanted later is fetched now.
@@ -104,7 +104,7 @@ bool Dt2::collectUmbrella(const Point2* v) {
     };
     Triangle2 *pT = pStartT, *pScout = pStartT;
     do {
-        vUmbrella_.push_back(pT);
+        vStar_.push_back(pT);
         fetchAround(pT);
         if (pScout) {
             fetchAround(pScout);
@@ -113,47 +113,47 @@ bool Dt2::collectUmbrella(const Point2* v) {
         pT = getNext(pT, v);
     } while (pT && pT != pStartT);
     if (pT) return true;
-    const auto numFromStart = static_cast<std::ptrdiff_t>(vUmbrella_.size());
-    for (pT = getPrevious(pStartT, v); pT; pT = getPrevious(pT, v)) vUmbrella_.push_back(pT);
-    std::reverse(vUmbrella_.begin() + numFromStart, vUmbrella_.end());
-    std::rotate(vUmbrella_.begin(), vUmbrella_.begin() + numFromStart, vUmbrella_.end());
+    const auto numFromStart = static_cast<std::ptrdiff_t>(vStar_.size());
+    for (pT = getPrevious(pStartT, v); pT; pT = getPrevious(pT, v)) vStar_.push_back(pT);
+    std::reverse(vStar_.begin() + numFromStart, vStar_.end());
+    std::rotate(vStar_.begin(), vStar_.begin() + numFromStart, vStar_.end());
     return false;
 }
 
-void Dt2::removeInnerVertex(Point2* v) {
+void VertexRemover::removeInnerVertex(Point2* v) {
     if (reduceDegree(v, 3) > 3) watchDogFailed(v);
-    mergeUmbrella(v);
+    mergeStar(v);
     restoreDelaunay();
     discardVertex(v);
 }
 
-void Dt2::takeOutHullVertex(Point2* v, bool bRestoreDelaunay) {
-    collectUmbrella(v);
+void VertexRemover::takeOutHullVertex(Point2* v, bool bRestoreDelaunay) {
+    collectStar(v);
     reduceDegree(v, 1);
-    takeOutUmbrella(v);
+    takeOutStar(v);
     if (bRestoreDelaunay) restoreDelaunay();
 }
 
-void Dt2::remove_CHVersion(Point2* v, bool bRestoreDelaunay) {
+void VertexRemover::removeHullVertex(Point2* v, bool bRestoreDelaunay) {
     if (!v->getIncidentTriangle()) throw TaroException();
     takeOutHullVertex(v, bRestoreDelaunay);
-    if (numberOfTriangles() == 0) vertexVault_.setFullDimensional(false);
+    if (mesh_.numberOfTriangles() == 0) mesh_.getVertexVault().setFullDimensional(false);
     discardVertex(v);
 }
 
-void Dt2::discardVertex(Point2* v) {
-    pInnerVtxMgr_->eraseVtx(v);
-    vertexVault_.removeAndInvalidateVtx(v);
+void VertexRemover::discardVertex(Point2* v) {
+    mesh_.getInnerVtxMgr().eraseVtx(v);
+    mesh_.getVertexVault().removeAndInvalidateVtx(v);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Shrinking the umbrella
+// Shrinking the star
 
-size_t Dt2::reduceDegree(Point2* v, size_t minDegree) {
+size_t VertexRemover::reduceDegree(Point2* v, size_t minDegree) {
     vNewTriangles_.clear();
-    size_t degree = vUmbrella_.size();
+    size_t degree = vStar_.size();
     if (degree <= minDegree) return degree;
-    spreadUmbrella(v);
+    fillRibs(v);
     while (degree > minDegree && earRanks_.getMin() < NO_EAR) {
         const size_t i = earRanks_.getPlaceOfMin();
         Triangle2* pEar = vRibs_[i].pT;
@@ -167,14 +167,14 @@ size_t Dt2::reduceDegree(Point2* v, size_t minDegree) {
     return degree;
 }
 
-void Dt2::spreadUmbrella(const Point2* v) {
-    const size_t n = vUmbrella_.size();
-    const bool bOnHull = !getNext(vUmbrella_.back(), v);
+void VertexRemover::fillRibs(const Point2* v) {
+    const size_t n = vStar_.size();
+    const bool bOnHull = !getNext(vStar_.back(), v);
     vRibs_.resize(n + bOnHull);
     for (size_t i = 0; i < vRibs_.size(); ++i) {
         Rib& rib = vRibs_[i];
-        rib.pT = i < n ? vUmbrella_[i] : nullptr;
-        const Point2* pEnd = i < n ? getFirst(vUmbrella_[i], v) : getSecond(vUmbrella_.back(), v);
+        rib.pT = i < n ? vStar_[i] : nullptr;
+        const Point2* pEnd = i < n ? getFirst(vStar_[i], v) : getSecond(vStar_.back(), v);
         rib.x = pEnd->x() - v->x();
         rib.y = pEnd->y() - v->y();
         rib.previous = i - 1;
@@ -185,12 +185,12 @@ void Dt2::spreadUmbrella(const Point2* v) {
     earRanks_.build(vRibs_.size(), [this](size_t i) { return getRankOfEar(i); });
 }
 
-double Dt2::getRankOfEar(size_t i) const {
+double VertexRemover::getRankOfEar(size_t i) const {
     const Rib &p = vRibs_[i], &q = vRibs_[p.next], &d = vRibs_[q.next];
     return p.pT && q.pT ? getRank(p.x, p.y, q.x, q.y, d.x, d.y) : NO_EAR;
 }
 
-void Dt2::dropRib(size_t i) {
+void VertexRemover::dropRib(size_t i) {
     // The flip has left the triangle of the next rib between the end of this one and the end of the one after the next.
     const Rib& dropped = vRibs_[i];
     Rib &previous = vRibs_[dropped.previous], &next = vRibs_[dropped.next];
@@ -202,29 +202,29 @@ void Dt2::dropRib(size_t i) {
     earRanks_.set(dropped.previous, getRankOfEar(dropped.previous));
 }
 
-Triangle2* Dt2::flipForRemove(Point2* pVtx, Triangle2* t) {
+Triangle2* VertexRemover::flipForRemove(Point2* pVtx, Triangle2* t) {
     const Point2 *p = getFirst(t, pVtx), *q = getSecond(t, pVtx), *d = getSecond(getNext(t, pVtx), pVtx);
-    if (geomTest_.getOrientation2(p, q, d) != ORIENTATION2_CCW ||
-        geomTest_.getOrientation2(p, d, pVtx) == ORIENTATION2_CW) {
+    if (mesh_.getGeomTest().getOrientation2(p, q, d) != ORIENTATION2_CCW ||
+        mesh_.getGeomTest().getOrientation2(p, d, pVtx) == ORIENTATION2_CW) {
         return nullptr;
     }
-    return flip(t, incIndexBy1(indexOfVertex(t, pVtx)));
+    return mesh_.flip(t, incIndexBy1(indexOfVertex(t, pVtx)));
 }
 
-void Dt2::watchDogFailed(const Point2* v) {
-    collectUmbrella(v);
-    Visualizer2 visualizer(getFilenamePrefix() + "watchDogFailed.ps");
-    show(&visualizer, true);
+void VertexRemover::watchDogFailed(const Point2* v) {
+    collectStar(v);
+    Visualizer2 visualizer(Dt2::getFilenamePrefix() + "watchDogFailed.ps");
+    mesh_.show(&visualizer, true);
     visualizer.addObject(*v, Color(CRED));
     visualizer.writeFile();
-    std::cout << "vUmbrellaT.size()=" << vUmbrella_.size() << std::endl;
+    std::cout << "vUmbrellaT.size()=" << vStar_.size() << std::endl;
     TARO_ASSERT_TEXT(false, "false");
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Without the vertex
 
-void Dt2::mergeUmbrella(const Point2* v) {
+void VertexRemover::mergeStar(const Point2* v) {
     // (v, a, b), (v, b, c) and (v, c, a) become (c, a, b) in the first record.
     Triangle2 *pAB = v->getIncidentTriangle(), *pBC = getNext(pAB, v), *pCA = getNext(pBC, v);
     Point2 *a = getFirst(pAB, v), *b = getFirst(pBC, v), *c = getFirst(pCA, v);
@@ -234,29 +234,29 @@ void Dt2::mergeUmbrella(const Point2* v) {
     relink(pAB, incIndexBy2(k), getOuter(pCA, v), pCA);
     for (Point2* pCorner : {a, b, c}) pCorner->setIncidentTriangle(pAB);
     vNewTriangles_.push_back(pAB);
-    vUmbrella_.assign({pBC, pCA});
-    storeRecycledT(vUmbrella_);
+    vStar_.assign({pBC, pCA});
+    mesh_.storeRecycledT(vStar_);
 }
 
-void Dt2::takeOutUmbrella(const Point2* v) {
-    collectUmbrella(v);
-    for (const Triangle2* pT : vUmbrella_) {
+void VertexRemover::takeOutStar(const Point2* v) {
+    collectStar(v);
+    for (const Triangle2* pT : vStar_) {
         getFirst(pT, v)->setIncidentTriangle(nullptr);
         getSecond(pT, v)->setIncidentTriangle(nullptr);
     }
-    for (const Triangle2* pT : vUmbrella_) {
+    for (const Triangle2* pT : vStar_) {
         Triangle2* pOuter = getOuter(pT, v);
         if (!pOuter) continue;  // the last one went: only collinear vertices remain, or this edge would be a dent
         pOuter->setOppositeTriangle(indexOfNeighbour(pOuter, pT), nullptr);
         getFirst(pT, v)->setIncidentTriangle(pOuter);
         getSecond(pT, v)->setIncidentTriangle(pOuter);
     }
-    storeRecycledT(vUmbrella_);
+    mesh_.storeRecycledT(vStar_);
 }
 
-void Dt2::restoreDelaunay() {
-    for (Triangle2* pEar : vNewTriangles_) flipUnlessDelaunay(pEar, BASE_OF_EAR);
-    flipUntilDelaunay();
+void VertexRemover::restoreDelaunay() {
+    for (Triangle2* pEar : vNewTriangles_) mesh_.flipUnlessDelaunay(pEar, BASE_OF_EAR);
+    mesh_.flipUntilDelaunay();
 }
 
 }  // namespace LUMO_TARO25D
