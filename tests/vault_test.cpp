@@ -41,21 +41,20 @@ unsigned plainKey(unsigned ix, unsigned iy, int numBits) {
     return key;
 }
 
-/// A vault of its own beside that of an engine, whose curve runs over [0, 100]^2.
+/// A vault without a mesh, whose curve runs over [0, 100]^2.
 struct LoneVault {
-    LoneVault() : engine(3), vault(&engine) { engine.insertVector({Point2(0, 0, 0), Point2(100, 100, 0)}); }
-    Point2* add(double x, double y) {
-        Point2* pVtx = engine.createVertex(Point2(x, y, 0));
-        vault.addItem(engine.getHilbertCurve().iReset(x, y), pVtx);
-        return pVtx;
+    LoneVault() : vault(geomTest, 3) {
+        const std::vector<Point2> vEnds{{0, 0, 0}, {100, 100, 0}};
+        vault.enlargeBoxForBulk(PointSource(vEnds));
     }
+    Point2* add(double x, double y) { return vault.createRegisteredVertex(Point2(x, y, 0)); }
     VertexVector addMany(size_t n) {
         VertexVector vVertices;
         for (size_t i = 0; i < n; ++i) vVertices.push_back(add(uniform(random, 0, 100), uniform(random, 0, 100)));
         return vVertices;
     }
 
-    Dt2 engine;
+    GeomTest geomTest;
     VertexVault vault;
     Random random;
 };

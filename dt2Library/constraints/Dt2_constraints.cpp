@@ -438,7 +438,7 @@ ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
 }
 
 bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
-    const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(insertionBox_))));
+    const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(vertexVault_.getInsertionBox()))));
     const double eps = std::ldexp(std::numeric_limits<double>::epsilon(), exponent);
     return std::abs(src.x() - trg.x()) < 10.0 * eps && std::abs(src.y() - trg.y()) < 10.0 * eps;
 }

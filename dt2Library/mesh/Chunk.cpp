@@ -212,7 +212,8 @@ void Chunk::finalize() {
     TARO_ASSERT(state_ == CS_DONE);
     giveBackTriangles();
     if (numDeferred_ == 0) return;
-    pDt2_->triangulateRest(vItems_.data() + start_, vItems_.data() + end_, pAnchor_->getIncidentTriangle());
+    BulkInserter(*pDt2_).triangulateRest(vItems_.data() + start_, vItems_.data() + end_,
+                                         pAnchor_->getIncidentTriangle());
 }
 
 void Chunk::countProgress() {
@@ -221,7 +222,7 @@ void Chunk::countProgress() {
 }
 
 void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
-    if (end - start <= static_cast<size_t>(Dt2::MAX_RANGE_IN_SEQUENCE)) {
+    if (end - start <= static_cast<size_t>(BulkInserter::MAX_RANGE_IN_SEQUENCE)) {
         for (size_t i = start; i < end; ++i) pStartT = localInsertVertex(vItems_[i]->vtx, pStartT);
         countProgress();
         return;

@@ -5,11 +5,7 @@
 // Delaunay again (Lawson 1977). Invariants: corners are counterclockwise, links are mutual, the vertex being
 // inserted is corner 0 of every triangle on the flip stack, and the flip stack is empty between operations.
 //
-// Many points at once are first put into curve order, records included, so that neighbours in the plane are
-// neighbours in memory; then the middle one is inserted first and both halves after it, which keeps walks
-// short (2.6 steps) without the long fans of triangles that a straight sweep along the curve would build and
-// flip away again. All of it takes expected linear time but for the location of points from scratch, O(log
-// n). Memory: 40 bytes a vertex, 48 a triangle, and 44 a vertex in the vault and the lists.
+// Memory: 40 bytes a vertex, 48 a triangle, and 44 a vertex in the vault and the lists.
 
 #include "mesh/Dt2.h"
 
@@ -17,17 +13,15 @@
 #include <cstdlib>
 #include <iterator>
 #include <new>
-#include <numeric>
 #include <thread>
 
 #include "constraints/ConstraintMgr.h"
 #include "kernel/links.h"
 #include "kernel/tools.h"
+#include "mesh/BulkInserter.h"
 #include "mesh/InnerVtxMgr.h"
-#include "mesh/InserterMT.h"
 #include "meshing/CandidateQueue.h"
 #include "support/diagnostics.h"
-#include "support/parallel.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Zone2.h"
@@ -36,8 +30,6 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr int HILBERT_BITS = 30;
-constexpr size_t MIN_VERTICES_FOR_THREADS = 1000;
 constexpr int MAX_ORDERED_STEPS = 1000;
 
 constexpr int CODE_WALK_ON = 5;
@@ -45,27 +37,6 @@ constexpr int CODE_WALK_ON = 5;
 std::string& filenamePrefix() {
     static std::string prefix;
     return prefix;
-}
-
-HC2 makeCurve(const Bbox2& box) {
-    return HC2(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), HILBERT_BITS);
-}
-
-/// Narrows a range to where nine tenths of a sample lie, with room for their extent on both sides. What is left out gets
-/// the keys of border cells; without this, one stray point would flatten the cells of all others.
-void leaveStraysOut(std::vector<double>& vSample, double& min, double& max) {
-    constexpr size_t MIN_SAMPLE_SIZE = 64;
-    if (vSample.size() < MIN_SAMPLE_SIZE) return;
-    const auto quantile = [&vSample](size_t rank) {
-        const auto place = vSample.begin() + static_cast<std::ptrdiff_t>(rank);
-        std::nth_element(vSample.begin(), place, vSample.end());
-        return *place;
-    };
-    const double low = quantile(vSample.size() / 20), high = quantile(vSample.size() - 1 - vSample.size() / 20);
-    const double room = high - low;
-    if (!(room > 0.0)) return;
-    min = std::max(min, low - room);
-    max = std::min(max, high + room);
 }
 
 /// Appends the hull edges that v sees strictly, from the one that a first step reaches on.
@@ -84,12 +55,10 @@ void collectVisibleHullEdges(std::vector<std::pair<Triangle2*, int>>& vPatch, Tr
 // ---------------------------------------------------------------------------------------------------------------------
 // Life
 
-Dt2::Dt2(unsigned numExpectedVertices) : hilbertCurve_(0.0, 0.0, 0.0, 0.0, HILBERT_BITS), vertexVault_(this) {
-    constexpr unsigned MAX_VERTEX_BLOCK = 2500000;
-    const int numVertices = static_cast<int>(std::clamp(numExpectedVertices, 3u, MAX_VERTEX_BLOCK));
-    vertexPool_.init(numVertices, MAX_VERTEX_BLOCK);
-    trianglePool_.init(2 * numVertices + 10, 2083333);
-    insertionBox_.setGeomTest(&geomTest_);
+Dt2::Dt2(unsigned numExpectedVertices) : vertexVault_(geomTest_, numExpectedVertices) {
+    constexpr unsigned MAX_TRIANGLE_BLOCK = 2083333;
+    const unsigned numTriangles = 2 * std::clamp(numExpectedVertices, 3u, 2500000u) + 10;
+    trianglePool_.init(static_cast<int>(numTriangles), MAX_TRIANGLE_BLOCK);
     pConstraintMgr_ = std::make_unique<ConstraintMgr>(this);
     pInnerVtxMgr_ = std::make_unique<InnerVtxMgr>();
     pVertexRemover_ = std::make_unique<VertexRemover>(*this);
@@ -100,6 +69,7 @@ Dt2::~Dt2() = default;
 int Dt2::setNumCPU(int n) {
     if (n == 0) n = static_cast<int>(std::thread::hardware_concurrency());
     numCPU_ = n > 0 ? n : 1;
+    vertexVault_.setNumThreads(numCPU_);
     return numCPU_;
 }
 
@@ -114,19 +84,6 @@ void Dt2::internalDebug(int topic, int, const std::string& text) {
 void Dt2::setDev(const std::string& text, int, double) { filenamePrefix() = text; }
 
 std::string Dt2::getFilenamePrefix() { return filenamePrefix(); }
-
-Point2* Dt2::createVertex(const Point2& point) {
-    if (vRecycledVertices_.empty()) return new (vertexPool_.getElement()) Point2(point);
-    Point2* pVtx = vRecycledVertices_.back();
-    vRecycledVertices_.pop_back();
-    return new (pVtx) Point2(point);
-}
-
-Point2* Dt2::createRegisteredVertex(const Point2& point) {
-    Point2* pVtx = createVertex(point);
-    vertexVault_.addItem(hilbertCurve_.iReset(point.x(), point.y()), pVtx);
-    return pVtx;
-}
 
 inline Triangle2* Dt2::newTriangleRecord() {
     if (!vRecycledTriangles_.empty()) {
@@ -161,72 +118,23 @@ void Dt2::storeRecycledT(const std::vector<Triangle2*>& vTriangles) {
 // ---------------------------------------------------------------------------------------------------------------------
 // One point
 
-Bbox2 Dt2::chooseCurveBox(const PointSource* pComing) const {
-    constexpr size_t SAMPLE_SIZE = 1000;
-    std::vector<double> vX, vY;
-    const auto addSample = [&](size_t n, const auto& pointAt) {
-        for (size_t k = 0, size = std::min(n, SAMPLE_SIZE); k < size; ++k) {
-            const Point2 point = pointAt(n / size * k + n % size * k / size);
-            if (!isFinite(point)) continue;
-            vX.push_back(point.x());
-            vY.push_back(point.y());
-        }
-    };
-    const auto& vItems = vertexVault_.getData();
-    addSample(vItems.size(), [&](size_t i) { return *vItems[i]->vtx; });
-    if (pComing) addSample(pComing->size(), [&](size_t i) { return (*pComing)[i]; });
-    double minX, minY, maxX, maxY;
-    insertionBox_.getBounds(minX, minY, maxX, maxY);
-    leaveStraysOut(vX, minX, maxX);
-    leaveStraysOut(vY, minY, maxY);
-    widenShortSide(minX, minY, maxX, maxY);
-    return Bbox2(minX, minY, maxX, maxY);
-}
-
-void Dt2::reconfigure(const PointSource* pComing) {
-    curveBox_ = chooseCurveBox(pComing);
-    hilbertCurve_ = makeCurve(curveBox_);
-    vertexVault_.reconfiguration();
-}
-
-bool Dt2::refreshHilbertCurve() {
-    const Bbox2 box = chooseCurveBox(nullptr);
-    const auto differ = [](double a, double b) { return a > 4.0 * b || b > 4.0 * a; };
-    if (!differ(box.getMaxX() - box.getMinX(), curveBox_.getMaxX() - curveBox_.getMinX()) &&
-        !differ(box.getMaxY() - box.getMinY(), curveBox_.getMaxY() - curveBox_.getMinY())) {
-        return false;
-    }
-    curveBox_ = box;
-    hilbertCurve_ = makeCurve(curveBox_);
-    return true;
-}
-
-void Dt2::enlargeBoxForPoint(const Point2& point) {
-    if (insertionBox_.isInBox(point)) return;
-    insertionBox_.add(point);
-    insertionBox_.doubleTheBox();
-    reconfigure();
-}
-
 Point2* Dt2::insert(const Point2& point) {
     if (!isFinite(point)) {
         warning("Dt2::insert()", "non-finite coordinates, point refused");
         return nullptr;
     }
-    enlargeBoxForPoint(point);
+    vertexVault_.enlargeBoxForPoint(point);
     if (!vertexVault_.isFullDimensional()) return insertWhileCollinear(point);
-    Point2* pVtx = createVertex(point);
-    const unsigned key = hilbertCurve_.iReset(point.x(), point.y());
-    vertexVault_.addItem(key, pVtx);
-    insertVertex(pVtx, getStartTriangle(key, point));
+    Point2* pVtx = vertexVault_.createRegisteredVertex(point);
+    insertVertex(pVtx, getStartTriangle(point));
     if (!vertexVault_.dupIsClean()) return vertexVault_.treatOneDupGetHandle(pVtx);
     pLastVtx_ = pVtx;
     vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
 }
 
-Triangle2* Dt2::getStartTriangle(unsigned key, const Point2& point) const {
-    Triangle2* pT = vertexVault_.getCloseTriangle(key, point.x(), point.y());
+Triangle2* Dt2::getStartTriangle(const Point2& point) const {
+    Triangle2* pT = vertexVault_.getCloseTriangle(point);
     // Points that come in the order of a survey are near the last one, which the sorted part of the vault does not
     // know yet. (A vertex that was removed meanwhile has no triangle, or is another vertex by now.)
     if (!pLastVtx_ || !pLastVtx_->getIncidentTriangle()) return pT;
@@ -236,31 +144,9 @@ Triangle2* Dt2::getStartTriangle(unsigned key, const Point2& point) const {
 
 Point2* Dt2::insertWhileCollinear(const Point2& point) {
     if (Point2* pExisting = vertexVault_.getVertexPointer(point)) return pExisting;
-    Point2* pVtx = createRegisteredVertex(point);
+    Point2* pVtx = vertexVault_.createRegisteredVertex(point);
     if (!createFullDimTriangle(0)) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
-}
-
-bool Dt2::createFullDimTriangle(size_t numPreExistingVtx) {
-    TARO_ASSERT_TEXT(!vertexVault_.isFullDimensional(), "!vertexVault.bFullDimensional");
-    Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
-    if (!vertexVault_.getThreeInitialPoints(p0, p1, p2)) return false;
-    const size_t numVertices = vertexVault_.getSize();
-    TARO_ASSERT_TEXT(numPreExistingVtx <= numVertices, "numPreExistingVtx<=(size_t)distance(startIt,stopIt)");
-    vertexVault_.setFullDimensional(true);
-    if (numPreExistingVtx == 0) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
-    Triangle2* pT = nullptr;
-    if (vertexVault_.hasFakeBox()) {
-        pT = triangulateFakeBox();
-    } else {
-        pT = createTriangle(p0, p1, p2);
-        progress_.incProgress(3);
-    }
-    const ItemIterator start = vertexVault_.getData().data();
-    triangulateGate(start, start + numPreExistingVtx, pT);
-    if (numPreExistingVtx > 0) pT = (*start)->vtx->getIncidentTriangle();
-    triangulateGate(start + numPreExistingVtx, start + numVertices, pT);
-    return true;
 }
 
 Triangle2* Dt2::insertVertex(Point2*& pVtx, Triangle2* pHint) {
@@ -510,166 +396,16 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>&
     insertBulk(PointSource(vPoints), vHandlesOut.data());
 }
 
-void Dt2::enlargeBoxForBulk(const PointSource& source) {
-    const size_t numParts = numParallelParts(numCPU_, source.size());
-    std::vector<Bbox2> vBoxes(numParts);
-    std::vector<size_t> vNumRefused(numParts, 0);
-    parallelFor(numCPU_, source.size(), [&](size_t begin, size_t end, int part) {
-        Bbox2 box;
-        size_t numRefused = 0;
-        for (size_t i = begin; i < end; ++i) {
-            const Point2 point = source[i];
-            if (isFinite(point)) {
-                box.add(point);
-            } else {
-                ++numRefused;
-            }
-        }
-        vBoxes[static_cast<size_t>(part)] = box;
-        vNumRefused[static_cast<size_t>(part)] = numRefused;
-    });
-    Bbox2 box;
-    for (const Bbox2& partBox : vBoxes) {
-        if (partBox.isValid()) box + partBox;
-    }
-    const size_t numRefused = std::accumulate(vNumRefused.begin(), vNumRefused.end(), size_t(0));
-    if (numRefused > 0) {
-        warning("Dt2::insertVector()", "non-finite coordinates, points refused: " + std::to_string(numRefused));
-    }
-    if (!box.isValid() || (insertionBox_.isInBox(box.getMinPoint()) && insertionBox_.isInBox(box.getMaxPoint())))
-        return;
-    // A box that grows again and again is doubled, or each batch would cost as much as all before it.
-    const bool bGrowsAgain = insertionBox_.isValid();
-    insertionBox_.add(box.getMinPoint());
-    insertionBox_.add(box.getMaxPoint());
-    if (bGrowsAgain) insertionBox_.doubleTheBox();
-    reconfigure(&source);
+void Dt2::insertBulk(const PointSource& source, Point2** aHandles) { BulkInserter(*this).insert(source, aHandles); }
+
+bool Dt2::createFullDimTriangle(size_t numPreExistingVtx) {
+    return BulkInserter(*this).createFullDimTriangle(numPreExistingVtx);
 }
 
-void Dt2::insertBulk(const PointSource& source, Point2** aHandles) {
-    const size_t n = source.size();
-    if (n == 0) return;
-    TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
-    enlargeBoxForBulk(source);
-    const size_t numSteps = n + n / 10;
-    progress_.start("insert vertices", numSteps, Progress::fineStep(numSteps));
-    const ProgressEnd progressEnd(progress_);
-    const size_t numPreExisting = vertexVault_.getSize();
-    vertexVault_.iReset_vector(source, aHandles);
-    try {
-        progress_.incProgress(n / 10);
-        triangulateBulk(numPreExisting);
-    } catch (...) {
-        abandonBulk(numPreExisting, aHandles, n);
-        throw;
-    }
-    vertexVault_.treatDupsAndHandles(numPreExisting, aHandles, aHandles ? n : 0);
-    TARO_ASSERT_TEXT(vertexVault_.dupIsClean(), "vertexVault.dupIsClean()");
-    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
-    progress_.finish();
+void Dt2::triangulateRec(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end, Triangle2* pStartT) {
+    BulkInserter(*this).triangulateRec(begin, end, pStartT);
 }
 
-void Dt2::triangulateBulk(size_t numPreExisting) {
-    const size_t numItems = vertexVault_.getSize();
-    const size_t numTriangles = 2 * (numItems - numPreExisting) + 3;
-    trianglePool_.expect(numTriangles - std::min(numTriangles, vRecycledTriangles_.size()), numCPU_);
-    // The chunks of a batch that is small beside the mesh would each have to look at much of it.
-    const size_t numNew = numItems - numPreExisting;
-    const bool bInBox =
-        isWorthThreads(numNew) && 4 * numNew >= numPreExisting && vertexVault_.createFakeBox(insertionBox_);
-    if (!vertexVault_.isFullDimensional()) {
-        createFullDimTriangle(numPreExisting);
-    } else if (numPreExisting < numItems) {
-        if (bInBox) insertFakeBox();
-        const ItemIterator start = vertexVault_.getData().data();
-        const IdxVtxAct* pFirst = start[numPreExisting];
-        triangulateGate(start + numPreExisting, start + numItems,
-                        vertexVault_.getCloseTriangle(pFirst->idx, pFirst->vtx->x(), pFirst->vtx->y()));
-    }
-    if (vertexVault_.hasFakeBox()) vertexVault_.removeFakeBox();
-}
-
-/// After a failure: what is not in the mesh goes, as if it had not been asked for. Only the points that stood on a line
-/// before are all put into the mesh, if there is one now.
-void Dt2::abandonBulk(size_t numPreExisting, Point2** aHandles, size_t numHandles) {
-    progress_.reset();
-    vFlipStack_.clear();
-    if (is2D()) {
-        const ItemIterator start = vertexVault_.getData().data();
-        Triangle2* pT = vertexVault_.hasFakeBox() ? vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle() : nullptr;
-        triangulateRest(start, start + numPreExisting, pT ? pT : getOneValidTriangle());
-    }
-    if (vertexVault_.hasFakeBox()) vertexVault_.removeFakeBox();
-    if (!getOneValidTriangle()) vertexVault_.setFullDimensional(false);
-    vertexVault_.dropUninserted(numPreExisting, aHandles, aHandles ? numHandles : 0);
-}
-
-bool Dt2::isWorthThreads(size_t numVertices) const {
-    return numCPU_ >= 2 && numVertices >= MIN_VERTICES_FOR_THREADS && !hasConstraints();
-}
-
-void Dt2::triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
-    if (!vertexVault_.hasFakeBox() || !isWorthThreads(static_cast<size_t>(end - begin))) {
-        triangulateRec(begin, end, pStartT);
-    } else if (!InserterMT(this).go(begin, end, vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle())) {
-        leaveFakeBox(begin, end);
-    }
-}
-
-Triangle2* Dt2::triangulateFakeBox() {
-    Point2* corner[4];
-    for (size_t i = 0; i < 4; ++i) corner[i] = vertexVault_.getFakeBoxCorner(i);
-    Triangle2* pT = createTriangle(corner[0], corner[1], corner[2]);
-    Triangle2* pN = createTriangle(corner[0], corner[2], corner[3]);
-    pT->setOppositeTriangle(1, pN);
-    pN->setOppositeTriangle(2, pT);
-    return pT;
-}
-
-void Dt2::insertFakeBox() {
-    for (size_t i = 0; i < 4; ++i) {
-        Point2* pCorner = vertexVault_.getFakeBoxCorner(i);
-        insertVertex(pCorner, i == 0 ? getOneValidTriangle() : vertexVault_.getFakeBoxCorner(0)->getIncidentTriangle());
-    }
-}
-
-/// Goes on without the box, from the few vertices that are there already.
-void Dt2::leaveFakeBox(ItemIterator begin, ItemIterator end) {
-    vertexVault_.removeFakeBox();
-    if (Triangle2* pT = getOneValidTriangle()) return triangulateRest(begin, end, pT);
-    // They were collinear and have lost their triangles, with those that stood there before.
-    Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
-    vertexVault_.getThreeInitialPoints(p0, p1, p2);
-    triangulateRest(vertexVault_.getData().data(), end, createTriangle(p0, p1, p2));
-}
-
-void Dt2::triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
-    LargeVector<IdxVtxAct*> vRest;
-    std::copy_if(begin, end, std::back_inserter(vRest), [this](const IdxVtxAct* pItem) {
-        return !pItem->vtx->getIncidentTriangle() && vertexVault_.getOriginal(pItem->vtx) == pItem->vtx;
-    });
-    triangulateRec(vRest.data(), vRest.data() + vRest.size(), pStartT);
-}
-
-void Dt2::triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
-    const auto insertItem = [this](ItemIterator item, Triangle2* pHint) {
-        Point2* pVtx = (*item)->vtx;
-        // The three vertices of the first triangle are in the mesh already.
-        if (pVtx->getIncidentTriangle()) return pVtx->getIncidentTriangle();
-        if (progress_.isActive()) progress_.incProgress(1);
-        return insertVertex(pVtx, pHint);
-    };
-    if (end - begin <= MAX_RANGE_IN_SEQUENCE) {
-        for (; begin < end; ++begin) pStartT = insertItem(begin, pStartT);
-        return;
-    }
-    const ItemIterator middle = begin + (end - begin) / 2;
-    Triangle2* pIncT = insertItem(middle, pStartT);
-    TARO_ASSERT_TEXT(pIncT != nullptr, "pIncT!=NULL");
-    triangulateRec(begin, middle, pIncT);
-    // Flips have moved the triangle since; the vertex knows a better one, unless it was a duplicate.
-    if (Triangle2* pT = (*middle)->vtx->getIncidentTriangle()) pIncT = pT;
-    triangulateRec(middle + 1, end, pIncT);
-}
+void Dt2::expectTriangles(size_t n) { trianglePool_.expect(n - std::min(n, vRecycledTriangles_.size()), numCPU_); }
 
 }  // namespace LUMO_TARO25D

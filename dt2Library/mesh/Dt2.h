@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "kernel/GeomTest.h"
+#include "mesh/BulkInserter.h"
 #include "mesh/VertexRemover.h"
 #include "support/Progress.h"
 #include "support/SimplePool.h"
@@ -19,7 +20,6 @@
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
 #include "taro25d/ZoneLocation.h"
-#include "vertices/HC2.h"
 #include "vertices/VertexVault.h"
 
 namespace LUMO_TARO25D {
@@ -82,16 +82,8 @@ class Dt2 {
     int locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const;
     static constexpr int CODE_INSIDE = -1, CODE_DUPLICATE = 4;
 
-    /// A place in a list of vault items.
-    using ItemIterator = IdxVtxAct* const*;
     /// Inserts the vertices of a range of vault items that are not in the mesh yet.
-    void triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
-    /// Inserts the middle one first, then the left and the right half.
-    void triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
-    /// The same for those of a range that neither are in the mesh yet nor have been found to be duplicates.
-    void triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
-    /// Ranges up to this size are inserted one after the other.
-    static constexpr std::ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
+    void triangulateRec(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end, Triangle2* pStartT);
     /// Leaves the collinear phase if it can; the first numPreExistingVtx vault items are inserted first.
     bool createFullDimTriangle(size_t numPreExistingVtx);
 
@@ -106,6 +98,8 @@ class Dt2 {
     bool flipUnlessDelaunay(Triangle2* pT, int i);
     /// Flips the edges of the noted triangles, and of those that this makes, until all are Delaunay or constraints.
     void flipUntilDelaunay();
+    /// Forgets the noted triangles, after a failure.
+    void forgetFlips() { vFlipStack_.clear(); }
     /// Collects hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the
     /// hull (Left, seen from v) or counterclockwise (Right); that edge itself is not tested and not included.
     void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
@@ -115,20 +109,9 @@ class Dt2 {
     void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
     void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
 
+    /// Makes room for n more triangles.
+    void expectTriangles(size_t n);
     RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
-    RecordSupply<Point2> takeVertexRecords(size_t n) {
-        vertexPool_.expect(n - std::min(n, vRecycledVertices_.size()), numCPU_);
-        return {vertexPool_, vRecycledVertices_, n};
-    }
-    Point2* createVertex(const Point2& point);
-    /// The same, with an item in the vault. Whoever inserts it has the vault sorted afterwards if that is due.
-    Point2* createRegisteredVertex(const Point2& point);
-    void recycleVertex(Point2* pVtx) { vRecycledVertices_.push_back(pVtx); }
-
-    const HC2& getHilbertCurve() const { return hilbertCurve_; }
-    /// Lays the curve anew if it has become far too wide or too narrow for the vertices. The keys are not changed;
-    /// returns whether they have to be.
-    bool refreshHilbertCurve();
     GeomTest& getGeomTest() const { return geomTest_; }
     VertexVault& getVertexVault() { return vertexVault_; }
     InnerVtxMgr& getInnerVtxMgr() { return *pInnerVtxMgr_; }
@@ -281,19 +264,8 @@ class Dt2 {
   private:
     // ---- Dt2.cpp --------------------------------------------------------------------------------------------------
 
-    void enlargeBoxForPoint(const Point2& point);
-    void enlargeBoxForBulk(const PointSource& source);
-    bool isWorthThreads(size_t numVertices) const;
-    Triangle2* triangulateFakeBox();
-    void insertFakeBox();
-    void leaveFakeBox(ItemIterator begin, ItemIterator end);
-    void triangulateBulk(size_t numPreExisting);
-    void abandonBulk(size_t numPreExisting, Point2** aHandles, size_t numHandles);
-    /// Lays the curve anew over the insertion box and recomputes all keys; pComing are points about to be inserted.
-    void reconfigure(const PointSource* pComing = nullptr);
-    Bbox2 chooseCurveBox(const PointSource* pComing) const;
     Point2* insertWhileCollinear(const Point2& point);
-    Triangle2* getStartTriangle(unsigned key, const Point2& point) const;
+    Triangle2* getStartTriangle(const Point2& point) const;
 
     int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx) const;
     Triangle2* triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int code);
@@ -307,8 +279,6 @@ class Dt2 {
 
     // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
 
-    /// A triangle from which a walk to the point is short.
-    Triangle2* getCloseTriangle(const Point2& point) const;
     /// Walks to any point with finite x and y, with the result of locateConflictTriangle.
     int walkTo(const Point2& point, Triangle2*& pT) const;
     void getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const;
@@ -433,15 +403,10 @@ class Dt2 {
 
     // ---- State ----------------------------------------------------------------------------------------------------
 
-    mutable GeomTest geomTest_;  // mutable: it holds scratch numbers, and location may raise its error bound
-    Bbox2 insertionBox_;
-    Bbox2 curveBox_;  // what the curve lies over: the insertion box without its few stray points
-    HC2 hilbertCurve_;
-    SimplePool<Point2> vertexPool_;
+    mutable GeomTest geomTest_;           // mutable: it holds scratch numbers, and location may raise its error bound
     SimplePool<Triangle2> trianglePool_;  // also the list of all triangles; dead ones have no corners
     VertexVault vertexVault_;
     std::vector<Triangle2*> vRecycledTriangles_;
-    std::vector<Point2*> vRecycledVertices_;
     const Point2* pLastVtx_ = nullptr;    // the last one inserted singly
     std::vector<Triangle2*> vFlipStack_;  // empty between operations
     std::vector<std::pair<Triangle2*, int>> vHullPatch_;

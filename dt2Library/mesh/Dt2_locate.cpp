@@ -67,20 +67,16 @@ bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges,
 // ---------------------------------------------------------------------------------------------------------------------
 // Location
 
-Triangle2* Dt2::getCloseTriangle(const Point2& point) const {
-    return vertexVault_.getCloseTriangle(hilbertCurve_.iReset(point.x(), point.y()), point.x(), point.y());
-}
-
 int Dt2::walkTo(const Point2& point, Triangle2*& pT) const {
     const double maxCoord = std::max(std::abs(point.x()), std::abs(point.y()));
     if (maxCoord > geomTest_.getMaxAbsCoord()) geomTest_.setStaticBound(maxCoord);
-    pT = getCloseTriangle(point);
+    pT = vertexVault_.getCloseTriangle(point);
     int idx = -1;
     return locateConflictTriangle(&point, pT, idx);
 }
 
 Triangle2* Dt2::locate(const Point2& point) const {
-    if (!is2D() || !insertionBox_.isInBox(point)) return nullptr;
+    if (!is2D() || !vertexVault_.getInsertionBox().isInBox(point)) return nullptr;
     Triangle2* pT = nullptr;
     const int code = walkTo(point, pT);
     if (code == -1 || code == CODE_DUPLICATE) return pT;
@@ -91,7 +87,7 @@ Triangle2* Dt2::locate(const Point2& point) const {
 Point2* Dt2::getVertexPointer(const Point2& point) const {
     if (!is2D()) return vertexVault_.getVertexPointer(point);
     Triangle2* pT = nullptr;
-    if (!insertionBox_.isInBox(point) || walkTo(point, pT) != CODE_DUPLICATE) return nullptr;
+    if (!vertexVault_.getInsertionBox().isInBox(point) || walkTo(point, pT) != CODE_DUPLICATE) return nullptr;
     int i = 0;
     while (*pT->getCorner(i) != point) ++i;
     return pT->getCorner(i);
@@ -110,7 +106,7 @@ bool Dt2::getHeight(double x, double y, double& height, Triangle2* pApproxT, dou
 
 bool Dt2::getNearbyHeight(double x, double y, double& height, double tolerance) const {
     if (!is2D() || !std::isfinite(x) || !std::isfinite(y)) return false;
-    const Bbox2& box = insertionBox_;
+    const Bbox2& box = vertexVault_.getInsertionBox();
     const double distanceToBox = std::max({box.getMinX() - x, x - box.getMaxX(), box.getMinY() - y, y - box.getMaxY()});
     if (distanceToBox > tolerance) return false;
     const Point2 place(x, y, 0.0);

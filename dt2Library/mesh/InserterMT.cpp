@@ -7,31 +7,72 @@
 #include <cmath>
 #include <ctime>
 
+#include "mesh/Dt2.h"
 #include "support/diagnostics.h"
 #include "support/parallel.h"
 
 namespace LUMO_TARO25D {
 
-InserterMT::InserterMT(Dt2* pDt2) : pDt2_(pDt2) {
-    const VertexVault& vault = pDt2->getVertexVault();
-    for (size_t i = 0; i < 4; ++i) engineBox_.add(*vault.getFakeBoxCorner(i));
+// ---------------------------------------------------------------------------------------------------------------------
+// The fake box
+
+void InserterMT::createFakeBox(const Bbox2& box) {
+    Bbox2 fakeBox = box;
+    fakeBox.enlargeRanges(1.01);
+    const bool bStrictlyAround = fakeBox.getMinX() < box.getMinX() && box.getMaxX() < fakeBox.getMaxX() &&
+                                 fakeBox.getMinY() < box.getMinY() && box.getMaxY() < fakeBox.getMaxY();
+    if (!bStrictlyAround) return;
+    fakeBox.setGeomTest(&mesh_.getGeomTest());
+    std::vector<Point2> vCorners;
+    fakeBox.getCorners(vCorners);
+    for (size_t i = 0; i < 4; ++i) aFakeBoxCorner_[i] = mesh_.getVertexVault().createVertex(vCorners[i]);
+    engineBox_ = fakeBox;
 }
 
-bool InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* pStartT) {
+Triangle2* InserterMT::triangulateFakeBox() {
+    Triangle2* pT = mesh_.createTriangle(aFakeBoxCorner_[0], aFakeBoxCorner_[1], aFakeBoxCorner_[2]);
+    Triangle2* pN = mesh_.createTriangle(aFakeBoxCorner_[0], aFakeBoxCorner_[2], aFakeBoxCorner_[3]);
+    pT->setOppositeTriangle(1, pN);
+    pN->setOppositeTriangle(2, pT);
+    return pT;
+}
+
+void InserterMT::insertFakeBox() {
+    Triangle2* pT = mesh_.getOneValidTriangle();
+    for (Point2* pCorner : aFakeBoxCorner_) {
+        mesh_.insertVertex(pCorner, pT);
+        pT = pCorner->getIncidentTriangle();
+    }
+}
+
+void InserterMT::removeFakeBox() {
+    for (Point2*& pCorner : aFakeBoxCorner_) {
+        if (pCorner->getIncidentTriangle()) mesh_.takeOutHullVertex(pCorner, true);
+        pCorner->setIncidentTriangle(nullptr);
+        mesh_.getVertexVault().recycleVertex(pCorner);
+        pCorner = nullptr;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The chunks
+
+bool InserterMT::go(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end) {
     const size_t root = static_cast<size_t>(2.0 * std::sqrt(static_cast<double>(end - begin)));
     LargeVector<IdxVtxAct*> vDenseVtx, vSparseVtx;
     splitSmallBig(5 * root, begin, end, vDenseVtx, vSparseVtx);
     TARO_ASSERT_TEXT(vDenseVtx.size() + vSparseVtx.size() == static_cast<size_t>(end - begin),
                      "vDenseVtx.size()+vSparseVtx.size()==(size_t)distance(start_it,end_it)");
     TARO_ASSERT_TEXT(!vSparseVtx.empty(), "!vSparseVtx.empty()");
+    Triangle2* pStartT = aFakeBoxCorner_[0]->getIncidentTriangle();
     TARO_ASSERT_TEXT(pStartT != nullptr, "pStartT!=__null");
-    pDt2_->triangulateRec(vSparseVtx.data(), vSparseVtx.data() + vSparseVtx.size(), pStartT);
+    mesh_.triangulateRec(vSparseVtx.data(), vSparseVtx.data() + vSparseVtx.size(), pStartT);
     createChunks(root, vDenseVtx, vSparseVtx);
-    determineBoxes(pDt2_->getNumCPU());
+    determineBoxes(mesh_.getNumCPU());
     if (doMostRunAlone()) return false;
     try {
         for (const auto& pChunk : vChunks_) pChunk->takeTriangles();
-        startWork(pDt2_->getNumCPU());
+        startWork(mesh_.getNumCPU());
         for (const auto& pChunk : vChunks_) pChunk->finalize();
     } catch (...) {
         for (const auto& pChunk : vChunks_) pChunk->giveBackTriangles();
@@ -40,14 +81,14 @@ bool InserterMT::go(Dt2::ItemIterator begin, Dt2::ItemIterator end, Triangle2* p
     return true;
 }
 
-void InserterMT::splitSmallBig(size_t k, Dt2::ItemIterator begin, Dt2::ItemIterator end,
+void InserterMT::splitSmallBig(size_t k, BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end,
                                LargeVector<IdxVtxAct*>& vDenseVtx, LargeVector<IdxVtxAct*>& vSparseVtx) {
     const size_t n = static_cast<size_t>(end - begin);
     sparseStep_ = n / std::min(n / 2, k);
     const size_t group = sparseStep_ + 1;  // the last item of each group of so many is sparse
     vSparseVtx.resize(n / group);
     vDenseVtx.resize(n - n / group);
-    parallelFor(pDt2_->getNumCPU(), n, [&](size_t first, size_t last, int) {
+    parallelFor(mesh_.getNumCPU(), n, [&](size_t first, size_t last, int) {
         for (size_t i = first; i < last; ++i) {
             const size_t numSparseBefore = i / group;
             const bool bSparse = i % group == sparseStep_;
@@ -66,8 +107,8 @@ void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& v
         if (rest <= 999 && rest <= small) end = numDense;  // a short tail makes no chunk of its own
         // The sparse item behind the first dense ones stands among them on the curve.
         const IdxVtxAct* pAnchor = vSparseVtx[std::min(start / sparseStep_, vSparseVtx.size() - 1)];
-        vChunks_.push_back(std::make_unique<Chunk>(pDt2_, engineBox_, static_cast<int>(vChunks_.size()), vDenseVtx,
-                                                   start, end, pDt2_->getVertexVault().getOriginal(pAnchor->vtx)));
+        vChunks_.push_back(std::make_unique<Chunk>(&mesh_, engineBox_, static_cast<int>(vChunks_.size()), vDenseVtx,
+                                                   start, end, mesh_.getVertexVault().getOriginal(pAnchor->vtx)));
         sWaiting_.insert(vChunks_.back().get());
     }
 }
@@ -88,7 +129,7 @@ bool InserterMT::doMostRunAlone() const {
 }
 
 void InserterMT::startWork(int numThreads) {
-    Progress& progress = pDt2_->getProgress();
+    Progress& progress = mesh_.getProgress();
     const int num = static_cast<int>(std::min(static_cast<size_t>(numThreads), vChunks_.size()));
     runOnThreads(
         num, [this](int) { workOnChunks(); }, [&progress] { progress.report(); });

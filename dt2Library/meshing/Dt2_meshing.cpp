@@ -378,7 +378,7 @@ double Dt2::getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams
 void Dt2::insertCircumcenter(RefCand3* pRC, MeshGenParams* pParams) {
     const double x = pRC->getSteiner().x(), y = pRC->getSteiner().y();
     Triangle2* pT = pRC->getContainingTriangle();
-    Point2* pVertex = createRegisteredVertex(Point2(x, y, getMeshHeight(x, y, pT, pParams)));
+    Point2* pVertex = vertexVault_.createRegisteredVertex(Point2(x, y, getMeshHeight(x, y, pT, pParams)));
     insertVertexForRefinement(pVertex, pT);
     vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     pInnerVtxMgr_->addVtx(pVertex);

@@ -7,8 +7,8 @@
 #include <iostream>
 #include <numeric>
 
+#include "kernel/GeomTest.h"
 #include "kernel/tools.h"
-#include "mesh/Dt2.h"
 #include "support/diagnostics.h"
 #include "support/parallel.h"
 
@@ -21,10 +21,85 @@ constexpr size_t PREFETCH_DISTANCE = 48;
 
 }  // namespace
 
-VertexVault::VertexVault(Dt2* pDt2) : pDt2_(pDt2) { itemPool_.init(3, 6250000); }
+VertexVault::VertexVault(GeomTest& geomTest, unsigned numExpectedVertices) : geomTest_(geomTest), frame_(geomTest) {
+    constexpr unsigned MAX_VERTEX_BLOCK = 2500000;
+    vertexPool_.init(static_cast<int>(std::clamp(numExpectedVertices, 3u, MAX_VERTEX_BLOCK)), MAX_VERTEX_BLOCK);
+    itemPool_.init(3, 6250000);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Box and curve
+
+void VertexVault::enlargeBoxForPoint(const Point2& point) {
+    if (frame_.enlargeBox(Bbox2(point.x(), point.y(), point.x(), point.y()), true)) reconfiguration(nullptr);
+}
+
+size_t VertexVault::enlargeBoxForBulk(const PointSource& source) {
+    const size_t numParts = numParallelParts(numThreads_, source.size());
+    std::vector<Bbox2> vBoxes(numParts);
+    std::vector<size_t> vNumRefused(numParts, 0);
+    parallelFor(numThreads_, source.size(), [&](size_t begin, size_t end, int part) {
+        Bbox2 box;
+        size_t numRefused = 0;
+        for (size_t i = begin; i < end; ++i) {
+            const Point2 point = source[i];
+            if (isFinite(point)) {
+                box.add(point);
+            } else {
+                ++numRefused;
+            }
+        }
+        vBoxes[static_cast<size_t>(part)] = box;
+        vNumRefused[static_cast<size_t>(part)] = numRefused;
+    });
+    Bbox2 box;
+    for (const Bbox2& partBox : vBoxes) {
+        if (partBox.isValid()) box + partBox;
+    }
+    // A box that grows again and again is doubled, or each batch would cost as much as all before it.
+    const bool bGrowsAgain = getInsertionBox().isValid();
+    if (box.isValid() && frame_.enlargeBox(box, bGrowsAgain)) reconfiguration(&source);
+    return std::accumulate(vNumRefused.begin(), vNumRefused.end(), size_t(0));
+}
+
+CurveFrame::Sample VertexVault::takeSample(const PointSource* pComing) const {
+    constexpr size_t SAMPLE_SIZE = 1000;
+    CurveFrame::Sample sample;
+    const auto add = [&](size_t n, const auto& pointAt) {
+        for (size_t k = 0, size = std::min(n, SAMPLE_SIZE); k < size; ++k) {
+            const Point2 point = pointAt(n / size * k + n % size * k / size);
+            if (!isFinite(point)) continue;
+            sample.vX.push_back(point.x());
+            sample.vY.push_back(point.y());
+        }
+    };
+    add(vItems_.size(), [&](size_t i) { return *vItems_[i]->vtx; });
+    if (pComing) add(pComing->size(), [&](size_t i) { return (*pComing)[i]; });
+    return sample;
+}
+
+void VertexVault::reconfiguration(const PointSource* pComing) {
+    frame_.layCurve(takeSample(pComing));
+    if (vItems_.empty()) return;
+    recomputeKeys();
+    sortIV(SM_ALWAYS);
+}
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Registration
+
+Point2* VertexVault::createVertex(const Point2& point) {
+    if (vRecycledVertices_.empty()) return new (vertexPool_.getElement()) Point2(point);
+    Point2* pVtx = vRecycledVertices_.back();
+    vRecycledVertices_.pop_back();
+    return new (pVtx) Point2(point);
+}
+
+Point2* VertexVault::createRegisteredVertex(const Point2& point) {
+    Point2* pVtx = createVertex(point);
+    addItem(frame_.getKey(point), pVtx);
+    return pVtx;
+}
 
 void VertexVault::addItem(unsigned idx, Point2* vtx) {
     IdxVtxAct* pItem = nullptr;
@@ -49,16 +124,15 @@ void VertexVault::removeAndInvalidateVtx(Point2* pVtx) {
     pVtx->setIncidentTriangle(nullptr);
     vItems_[position]->active = false;
     --numItems_;
-    pDt2_->recycleVertex(pVtx);
+    recycleVertex(pVtx);
     if (!bFullDimensional_) sortIV(SM_ALWAYS);
 }
 
 LargeVector<KeyedIndex> VertexVault::orderPoints(const PointSource& source) const {
-    const int numThreads = pDt2_->getNumCPU();
-    const HC2& curve = pDt2_->getHilbertCurve();
+    const HC2& curve = frame_.getCurve();
     LargeVector<KeyedIndex> vKeyed(source.size());
     std::atomic<bool> bAllFinite{true};
-    parallelFor(numThreads, source.size(), [&](size_t begin, size_t end, int) {
+    parallelFor(numThreads_, source.size(), [&](size_t begin, size_t end, int) {
         for (size_t i = begin; i < end; ++i) {
             const Point2 point = source[i];
             if (!isFinite(point)) bAllFinite = false;
@@ -70,7 +144,7 @@ LargeVector<KeyedIndex> VertexVault::orderPoints(const PointSource& source) cons
         vKeyed.erase(std::remove_if(vKeyed.begin(), vKeyed.end(), isRefused), vKeyed.end());
     }
     const auto pointAt = [&](size_t i) { return source[i]; };
-    KeyOrder(pointAt, numThreads).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
+    KeyOrder(pointAt, numThreads_).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
     return vKeyed;
 }
 
@@ -98,34 +172,34 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
 Point2* VertexVault::findStoredOrCreate(unsigned key, const Point2& point) {
     const size_t position = getIdxOfPoint(point);
     if (position != NOT_FOUND) return vItems_[position]->vtx;
-    Point2* pVtx = pDt2_->createVertex(point);
+    Point2* pVtx = createVertex(point);
     addItem(key, pVtx);
     return pVtx;
 }
 
 void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<KeyedIndex>& vKeyed,
                                    Point2** aHandles) {
-    const int numThreads = pDt2_->getNumCPU();
     const size_t n = vKeyed.size();
     const auto isDuplicate = [&](size_t i) {
         return i > 0 && vKeyed[i].key == vKeyed[i - 1].key && source[vKeyed[i].index] == source[vKeyed[i - 1].index];
     };
     // The first pass counts the vertices of each part, so that the second one knows where they go.
-    std::vector<size_t> vNumBefore(numParallelParts(numThreads, n) + 1, 0);
-    parallelFor(numThreads, n, [&](size_t begin, size_t end, int part) {
+    std::vector<size_t> vNumBefore(numParallelParts(numThreads_, n) + 1, 0);
+    parallelFor(numThreads_, n, [&](size_t begin, size_t end, int part) {
         size_t count = 0;
         for (size_t i = begin; i < end; ++i) count += !isDuplicate(i);
         vNumBefore[static_cast<size_t>(part) + 1] = count;
     });
     std::partial_sum(vNumBefore.begin(), vNumBefore.end(), vNumBefore.begin());
     const size_t numNew = vNumBefore.back(), numOld = vItems_.size();
-    itemPool_.expect(numNew - std::min(numNew, vRecycledItems_.size()), numThreads);
-    const RecordSupply<Point2> vertices = pDt2_->takeVertexRecords(numNew);
+    itemPool_.expect(numNew - std::min(numNew, vRecycledItems_.size()), numThreads_);
+    vertexPool_.expect(numNew - std::min(numNew, vRecycledVertices_.size()), numThreads_);
+    const RecordSupply<Point2> vertices(vertexPool_, vRecycledVertices_, numNew);
     const RecordSupply<IdxVtxAct> items(itemPool_, vRecycledItems_, numNew);
     reserveMore(vItems_, numNew);
     vItems_.resize(numOld + numNew);
     numItems_ += static_cast<int>(numNew);
-    parallelFor(numThreads, n, [&](size_t begin, size_t end, int part) {
+    parallelFor(numThreads_, n, [&](size_t begin, size_t end, int part) {
         size_t k = vNumBefore[static_cast<size_t>(part)];  // vertices so far
         for (size_t i = begin; i < end; ++i) {
             if (i + PREFETCH_DISTANCE < n) {
@@ -150,7 +224,7 @@ bool VertexVault::isSortDue() const {
 
 void VertexVault::sortIV(SortMode mode) {
     if (mode != SM_ALWAYS && !isSortDue()) return;
-    if (pDt2_->refreshHilbertCurve()) recomputeKeys();
+    if (frame_.refreshCurve(takeSample(nullptr))) recomputeKeys();
     numRemovedSinceSort_ = 0;
     LargeVector<KeyedIndex> vKeyed;
     vKeyed.reserve(vItems_.size());
@@ -168,11 +242,10 @@ void VertexVault::sortIV(SortMode mode) {
 }
 
 void VertexVault::mtSort(LargeVector<KeyedIndex>& vKeyed) {
-    const int numThreads = pDt2_->getNumCPU();
     const auto pointAt = [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; };
-    KeyOrder(pointAt, numThreads).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
+    KeyOrder(pointAt, numThreads_).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
     LargeVector<IdxVtxAct*> vSorted(vKeyed.size());
-    parallelFor(numThreads, vKeyed.size(), [&](size_t begin, size_t end, int) {
+    parallelFor(numThreads_, vKeyed.size(), [&](size_t begin, size_t end, int) {
         for (size_t i = begin; i < end; ++i) {
             vSorted[i] = vItems_[vKeyed[i].index];
             vSorted[i]->vtx->vaultPos_ = static_cast<unsigned>(i);
@@ -186,29 +259,23 @@ void VertexVault::mtSort(LargeVector<KeyedIndex>& vKeyed) {
 void VertexVault::rebuildIndex() {
     keyIndex_.build(
         0, numSorted_, [&](size_t i) { return vItems_[i]->idx; },
-        [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; }, pDt2_->getNumCPU());
+        [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; }, numThreads_);
 }
 
 void VertexVault::recomputeKeys() {
-    const HC2& curve = pDt2_->getHilbertCurve();
-    parallelFor(pDt2_->getNumCPU(), vItems_.size(), [&](size_t begin, size_t end, int) {
+    const HC2& curve = frame_.getCurve();
+    parallelFor(numThreads_, vItems_.size(), [&](size_t begin, size_t end, int) {
         for (size_t i = begin; i < end; ++i) {
             if (vItems_[i]->active) vItems_[i]->idx = curve.iReset(vItems_[i]->vtx->x(), vItems_[i]->vtx->y());
         }
     });
 }
 
-void VertexVault::reconfiguration() {
-    if (vItems_.empty()) return;
-    recomputeKeys();
-    sortIV(SM_ALWAYS);
-}
-
 // ---------------------------------------------------------------------------------------------------------------------
 // Look-up
 
 size_t VertexVault::getIdxOfPoint(const Point2& p) const {
-    const unsigned key = pDt2_->getHilbertCurve().iReset(p.x(), p.y());
+    const unsigned key = frame_.getKey(p);
     const auto range = keyIndex_.find(key, p.x(), p.y());
     for (size_t i = range.first; i < range.second; ++i) {
         if (vItems_[i]->active && *vItems_[i]->vtx == p) return i;
@@ -236,8 +303,9 @@ Triangle2* VertexVault::triangleAt(size_t position) const {
     return pItem->active ? pItem->vtx->getIncidentTriangle() : nullptr;
 }
 
-Triangle2* VertexVault::getCloseTriangle(unsigned idx, double x, double y) const {
-    size_t middle = keyIndex_.find(idx, x, y).first;
+Triangle2* VertexVault::getCloseTriangle(const Point2& place) const {
+    const unsigned idx = frame_.getKey(place);
+    size_t middle = keyIndex_.find(idx, place.x(), place.y()).first;
     // The item before may be nearer along the curve.
     if (middle > 0 && middle < numSorted_ && idx - vItems_[middle - 1]->idx < vItems_[middle]->idx - idx) --middle;
     // Growing strides: where many vertices in a row have been removed, the next one is far but soon found.
@@ -265,7 +333,7 @@ bool VertexVault::getThreeInitialPoints(Point2*& p0, Point2*& p1, Point2*& p2) {
     p1 = vItems_[1]->vtx;
     for (size_t i = std::max<size_t>(2, numKnownCollinear_); i < vItems_.size(); ++i) {
         p2 = vItems_[i]->vtx;
-        const Orientation2 ori = pDt2_->getGeomTest().getOrientation2(p0, p1, p2);
+        const Orientation2 ori = geomTest_.getOrientation2(p0, p1, p2);
         if (ori == ORIENTATION2_CW) std::swap(p1, p2);
         if (ori != ORIENTATION2_COLLINEAR) return true;
     }
@@ -293,7 +361,7 @@ Point2* VertexVault::treatOneDupGetHandle(Point2* dup) {
     recycle(vItems_.back());
     vItems_.pop_back();
     --numItems_;
-    pDt2_->recycleVertex(dup);
+    recycleVertex(dup);
     return pOrig;
 }
 
@@ -305,7 +373,7 @@ void VertexVault::treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t
     for (size_t i = firstNew; i < vItems_.size(); ++i) {
         IdxVtxAct* pItem = vItems_[i];
         if (pItem->active && !pItem->vtx->getIncidentTriangle()) {
-            pDt2_->recycleVertex(pItem->vtx);
+            recycleVertex(pItem->vtx);
             recycle(pItem);
             --numItems_;
             continue;
@@ -328,7 +396,7 @@ void VertexVault::dropUninserted(size_t firstNew, Point2** aHandles, size_t numH
         if (!vItems_[i]->active || !isUninserted(vItems_[i]->vtx)) continue;
         vItems_[i]->active = false;
         --numItems_;
-        pDt2_->recycleVertex(vItems_[i]->vtx);
+        recycleVertex(vItems_[i]->vtx);
     }
     sortIV(SM_ALWAYS);
 }
@@ -348,31 +416,6 @@ void VertexVault::debugDups() const {
 Point2* VertexVault::getOriginal(Point2* pVtx) const {
     const auto it = mDuplicates_.find(pVtx);
     return it == mDuplicates_.end() ? pVtx : it->second;
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// The box around a parallel insertion
-
-bool VertexVault::createFakeBox(const Bbox2& box) {
-    Bbox2 fakeBox = box;
-    fakeBox.enlargeRanges(1.01);
-    const bool bStrictlyAround = fakeBox.getMinX() < box.getMinX() && box.getMaxX() < fakeBox.getMaxX() &&
-                                 fakeBox.getMinY() < box.getMinY() && box.getMaxY() < fakeBox.getMaxY();
-    if (!bStrictlyAround) return false;
-    fakeBox.setGeomTest(&pDt2_->getGeomTest());
-    std::vector<Point2> vCorners;
-    fakeBox.getCorners(vCorners);
-    for (size_t i = 0; i < 4; ++i) aFakeBoxCorner_[i] = pDt2_->createVertex(vCorners[i]);
-    return true;
-}
-
-void VertexVault::removeFakeBox() {
-    for (Point2*& pCorner : aFakeBoxCorner_) {
-        if (pCorner->getIncidentTriangle()) pDt2_->takeOutHullVertex(pCorner, true);
-        pCorner->setIncidentTriangle(nullptr);
-        pDt2_->recycleVertex(pCorner);
-        pCorner = nullptr;
-    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -9,11 +9,12 @@
 #include "support/SimplePool.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Point2.h"
+#include "vertices/CurveFrame.h"
 #include "vertices/KeyOrder.h"
 
 namespace LUMO_TARO25D {
 
-class Dt2;
+class GeomTest;
 class Triangle2;
 
 /// One entry of the register: a vertex under the Hilbert key of its position.
@@ -53,9 +54,9 @@ class PointSource {
     size_t numPoints_;
 };
 
-/// The register of all vertices of a triangulation: in the order of their Hilbert keys up to the last sort,
-/// with newer ones behind. It tells whether a position is taken (equal x and y), keeps the duplicates of a
-/// running bulk insertion, and knows a triangle near any position, from which a walk starts.
+/// The register of all vertices of a triangulation, and the owner of their records: in the order of their Hilbert keys up
+/// to the last sort, with newer ones behind. It tells whether a position is taken (equal x and y), keeps the duplicates of
+/// a running bulk insertion, and knows a triangle near any position, from which a walk starts.
 class VertexVault {
   public:
     enum SortMode {
@@ -63,15 +64,38 @@ class VertexVault {
         SM_IF_DUE = 1  // only when the list has grown or thinned out enough since the last sort
     };
 
-    explicit VertexVault(Dt2* pDt2);
+    /// The predicates are not owned; the vault raises their bound as its box grows.
+    VertexVault(GeomTest& geomTest, unsigned numExpectedVertices);
+
+    /// On how many threads long lists are sorted and filled.
+    void setNumThreads(int n) { numThreads_ = n; }
 
     /// True once there are triangles; before that all vertices are collinear.
     bool isFullDimensional() const { return bFullDimensional_; }
     void setFullDimensional(bool bFullDimensional) { bFullDimensional_ = bFullDimensional; }
 
+    /// @name Box and curve
+    /// @{
+
+    /// The box that holds all vertices.
+    const Bbox2& getInsertionBox() const { return frame_.getInsertionBox(); }
+    const HC2& getHilbertCurve() const { return frame_.getCurve(); }
+    /// Extends the box to a finite point; a box that grows is doubled and gets a new curve, in whose order the items are
+    /// sorted.
+    void enlargeBoxForPoint(const Point2& point);
+    /// Extends the box to all finite points of a bulk. Returns how many points are not finite.
+    size_t enlargeBoxForBulk(const PointSource& source);
+
+    /// @}
     /// @name Registration
     /// @{
 
+    /// Makes a vertex that has no item yet.
+    Point2* createVertex(const Point2& point);
+    /// Makes a vertex with an item. The caller has the vault sorted afterwards if that is due.
+    Point2* createRegisteredVertex(const Point2& point);
+    /// Takes the record of a vertex back that has no item.
+    void recycleVertex(Point2* pVtx) { vRecycledVertices_.push_back(pVtx); }
     /// Appends an item for a vertex.
     void addItem(unsigned idx, Point2* vtx);
     /// Takes a vertex out; the pointer stands for nothing afterwards.
@@ -82,9 +106,6 @@ class VertexVault {
     /// aHandles, unless null, receives a vertex (or null) for each point.
     void iReset_vector(const PointSource& source, Point2** aHandles);
     void sortIV(SortMode mode);
-    /// Recomputes all keys after the frame of the curve has changed.
-    void reconfiguration();
-
     /// @}
     /// @name Look-up
     /// @{
@@ -95,8 +116,8 @@ class VertexVault {
     Point2* getVertexPointer(const Point2& p) const;
     /// The position of the item that holds this vertex. Constant.
     size_t getIdxOfActiveVtx(const Point2* pVtx) const;
-    /// A triangle at a vertex near (x, y), whose key is idx. Null when there is none.
-    Triangle2* getCloseTriangle(unsigned idx, double x, double y) const;
+    /// A triangle at a vertex near a place with finite x and y. Null when there is none.
+    Triangle2* getCloseTriangle(const Point2& place) const;
     /// The triangle of the first vertex that has one; null before there are triangles.
     Triangle2* getOneValidTriangle() const;
     /// Three vertices that are not collinear, in counterclockwise order; false when all are collinear.
@@ -122,18 +143,6 @@ class VertexVault {
 
     /// The vertex at whose position a registered duplicate stands; any other vertex itself.
     Point2* getOriginal(Point2* pVtx) const;
-
-    /// @}
-    /// @name The box around a parallel insertion
-    /// @{
-
-    /// Makes four vertices at the corners of the box enlarged by 1.01, counterclockwise; they are no items of
-    /// the vault. Returns false, and makes none, where rounding leaves no room between the box and the enlarged one.
-    bool createFakeBox(const Bbox2& box);
-    bool hasFakeBox() const { return aFakeBoxCorner_[0] != nullptr; }
-    Point2* getFakeBoxCorner(size_t i) const { return aFakeBoxCorner_[i]; }
-    /// Takes them out of the mesh again and discards them.
-    void removeFakeBox();
 
     /// @}
     /// @name Access
@@ -169,15 +178,22 @@ class VertexVault {
     void recycle(IdxVtxAct* pItem);
     void replaceDuplicateVertexHandlesFullDim(Point2** aHandles, size_t numHandles);
     Triangle2* triangleAt(size_t position) const;
+    /// Coordinates of some vertices and of some points that are about to be inserted, if any are.
+    CurveFrame::Sample takeSample(const PointSource* pComing) const;
+    /// Lays the curve anew, and recomputes and sorts all keys.
+    void reconfiguration(const PointSource* pComing);
 
-    Dt2* pDt2_;
+    GeomTest& geomTest_;
+    int numThreads_ = 1;
+    CurveFrame frame_;
+    SimplePool<Point2> vertexPool_;
+    std::vector<Point2*> vRecycledVertices_;
     LargeVector<IdxVtxAct*> vItems_;
     SimplePool<IdxVtxAct> itemPool_;
     std::vector<IdxVtxAct*> vRecycledItems_;
     KeyIndex keyIndex_;
     size_t numSorted_ = 0;
 
-    Point2* aFakeBoxCorner_[4] = {nullptr, nullptr, nullptr, nullptr};
     std::map<Point2*, Point2*> mDuplicates_;
     std::mutex dupMutex_;
 

@@ -224,7 +224,7 @@ struct Dt2::Cut {
 // New vertices
 
 Point2* Dt2::CUTT_insertAt(Triangle2* pT, int i, const Point2& point, Cut& cut) {
-    Point2* pVtx = createRegisteredVertex(point);
+    Point2* pVtx = vertexVault_.createRegisteredVertex(point);
     if (i >= 0) cut.inherit(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), pVtx);
     if (i < 0) {
         initVCheckT13(pT, pVtx);

@@ -1,0 +1,166 @@
+// Insertion of many points.
+//
+// The points are first put into curve order, records included, so that neighbours in the plane are neighbours in memory; then
+// the middle one is inserted first and both halves after it, which keeps walks short (2.6 steps) without the long fans of
+// triangles that a straight sweep along the curve would build and flip away again. All of it takes expected linear time
+// except for the location of points from scratch, O(log n). On several threads InserterMT does the same for chunks of the
+// curve, in a box of four vertices that stand around all points meanwhile.
+
+#include "mesh/BulkInserter.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "mesh/Dt2.h"
+#include "mesh/InserterMT.h"
+#include "support/diagnostics.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr size_t MIN_VERTICES_FOR_THREADS = 1000;
+
+}  // namespace
+
+BulkInserter::BulkInserter(Dt2& mesh) : mesh_(mesh), vault_(mesh.getVertexVault()) {}
+
+BulkInserter::~BulkInserter() = default;
+
+void BulkInserter::insert(const PointSource& source, Point2** aHandles) {
+    const size_t n = source.size();
+    if (n == 0) return;
+    TARO_ASSERT_TEXT(vault_.dupIsClean(), "vertexVault.dupIsClean()");
+    if (const size_t numRefused = vault_.enlargeBoxForBulk(source)) {
+        warning("Dt2::insertVector()", "non-finite coordinates, points refused: " + std::to_string(numRefused));
+    }
+    Progress& progress = mesh_.getProgress();
+    const size_t numSteps = n + n / 10;
+    progress.start("insert vertices", numSteps, Progress::fineStep(numSteps));
+    const ProgressEnd progressEnd(progress);
+    const size_t numPreExisting = vault_.getSize();
+    vault_.iReset_vector(source, aHandles);
+    try {
+        progress.incProgress(n / 10);
+        triangulateNew(numPreExisting);
+    } catch (...) {
+        abandon(numPreExisting, aHandles, n);
+        throw;
+    }
+    vault_.treatDupsAndHandles(numPreExisting, aHandles, aHandles ? n : 0);
+    TARO_ASSERT_TEXT(vault_.dupIsClean(), "vertexVault.dupIsClean()");
+    vault_.sortIV(VertexVault::SM_IF_DUE);
+    progress.finish();
+}
+
+bool BulkInserter::createFullDimTriangle(size_t numPreExistingVtx) {
+    TARO_ASSERT_TEXT(!vault_.isFullDimensional(), "!vertexVault.bFullDimensional");
+    Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
+    if (!vault_.getThreeInitialPoints(p0, p1, p2)) return false;
+    const size_t numVertices = vault_.getSize();
+    TARO_ASSERT_TEXT(numPreExistingVtx <= numVertices, "numPreExistingVtx<=(size_t)distance(startIt,stopIt)");
+    vault_.setFullDimensional(true);
+    if (numPreExistingVtx == 0) vault_.sortIV(VertexVault::SM_IF_DUE);
+    Triangle2* pT = nullptr;
+    if (hasFakeBox()) {
+        pT = pInserterMT_->triangulateFakeBox();
+    } else {
+        pT = mesh_.createTriangle(p0, p1, p2);
+        mesh_.getProgress().incProgress(3);
+    }
+    const ItemIterator start = vault_.getData().data();
+    triangulateGate(start, start + numPreExistingVtx, pT);
+    if (numPreExistingVtx > 0) pT = (*start)->vtx->getIncidentTriangle();
+    triangulateGate(start + numPreExistingVtx, start + numVertices, pT);
+    return true;
+}
+
+void BulkInserter::triangulateNew(size_t numPreExisting) {
+    const size_t numItems = vault_.getSize(), numNew = numItems - numPreExisting;
+    mesh_.expectTriangles(2 * numNew + 3);
+    prepareThreads(numNew, numPreExisting);
+    if (!vault_.isFullDimensional()) {
+        createFullDimTriangle(numPreExisting);
+    } else if (numNew > 0) {
+        if (hasFakeBox()) pInserterMT_->insertFakeBox();
+        const ItemIterator start = vault_.getData().data();
+        triangulateGate(start + numPreExisting, start + numItems, vault_.getCloseTriangle(*start[numPreExisting]->vtx));
+    }
+    if (hasFakeBox()) pInserterMT_->removeFakeBox();
+}
+
+void BulkInserter::prepareThreads(size_t numNew, size_t numPreExisting) {
+    // The chunks of a batch that is small beside the mesh would each have to look at much of it.
+    if (!isWorthThreads(numNew) || 4 * numNew < numPreExisting) return;
+    pInserterMT_ = std::make_unique<InserterMT>(mesh_);
+    pInserterMT_->createFakeBox(vault_.getInsertionBox());
+}
+
+void BulkInserter::triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
+    if (!hasFakeBox() || !isWorthThreads(static_cast<size_t>(end - begin))) {
+        triangulateRec(begin, end, pStartT);
+    } else if (!pInserterMT_->go(begin, end)) {
+        leaveFakeBox(begin, end);
+    }
+}
+
+void BulkInserter::leaveFakeBox(ItemIterator begin, ItemIterator end) {
+    pInserterMT_->removeFakeBox();
+    if (Triangle2* pT = mesh_.getOneValidTriangle()) return triangulateRest(begin, end, pT);
+    // They were collinear and have lost their triangles, with those that stood there before.
+    Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
+    vault_.getThreeInitialPoints(p0, p1, p2);
+    triangulateRest(vault_.getData().data(), end, mesh_.createTriangle(p0, p1, p2));
+}
+
+/// What is not in the mesh goes, as if it had not been asked for. Only the points that stood on a line before are all put
+/// into the mesh, if there is one now.
+void BulkInserter::abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles) {
+    mesh_.getProgress().reset();
+    mesh_.forgetFlips();
+    if (mesh_.is2D()) {
+        const ItemIterator start = vault_.getData().data();
+        Triangle2* pT = hasFakeBox() ? pInserterMT_->getFakeBoxCorner(0)->getIncidentTriangle() : nullptr;
+        triangulateRest(start, start + numPreExisting, pT ? pT : mesh_.getOneValidTriangle());
+    }
+    if (hasFakeBox()) pInserterMT_->removeFakeBox();
+    if (!mesh_.getOneValidTriangle()) vault_.setFullDimensional(false);
+    vault_.dropUninserted(numPreExisting, aHandles, aHandles ? numHandles : 0);
+}
+
+bool BulkInserter::isWorthThreads(size_t numVertices) const {
+    return mesh_.getNumCPU() >= 2 && numVertices >= MIN_VERTICES_FOR_THREADS && !mesh_.hasConstraints();
+}
+
+bool BulkInserter::hasFakeBox() const { return pInserterMT_ && pInserterMT_->hasFakeBox(); }
+
+void BulkInserter::triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
+    LargeVector<IdxVtxAct*> vRest;
+    std::copy_if(begin, end, std::back_inserter(vRest), [this](const IdxVtxAct* pItem) {
+        return !pItem->vtx->getIncidentTriangle() && vault_.getOriginal(pItem->vtx) == pItem->vtx;
+    });
+    triangulateRec(vRest.data(), vRest.data() + vRest.size(), pStartT);
+}
+
+void BulkInserter::triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
+    const auto insertItem = [this](ItemIterator item, Triangle2* pHint) {
+        Point2* pVtx = (*item)->vtx;
+        // The three vertices of the first triangle are in the mesh already.
+        if (pVtx->getIncidentTriangle()) return pVtx->getIncidentTriangle();
+        if (mesh_.getProgress().isActive()) mesh_.getProgress().incProgress(1);
+        return mesh_.insertVertex(pVtx, pHint);
+    };
+    if (end - begin <= MAX_RANGE_IN_SEQUENCE) {
+        for (; begin < end; ++begin) pStartT = insertItem(begin, pStartT);
+        return;
+    }
+    const ItemIterator middle = begin + (end - begin) / 2;
+    Triangle2* pIncT = insertItem(middle, pStartT);
+    TARO_ASSERT_TEXT(pIncT != nullptr, "pIncT!=NULL");
+    triangulateRec(begin, middle, pIncT);
+    // Flips have moved the triangle since; the vertex knows a better one, unless it was a duplicate.
+    if (Triangle2* pT = (*middle)->vtx->getIncidentTriangle()) pIncT = pT;
+    triangulateRec(middle + 1, end, pIncT);
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "vertices/VertexVault.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+class InserterMT;
+class Point2;
+class Triangle2;
+
+/// One insertion of many points into a mesh: in the order of the Hilbert curve, on several threads where that is faster.
+class BulkInserter {
+  public:
+    /// A place in a list of vault items.
+    using ItemIterator = IdxVtxAct* const*;
+
+    explicit BulkInserter(Dt2& mesh);
+    ~BulkInserter();
+
+    /// Inserts points; aHandles is null or has one place for each point. Points that are not finite are left out, with a
+    /// warning. After an exception the mesh is valid, and has no vertices of points that were not inserted yet.
+    void insert(const PointSource& source, Point2** aHandles);
+    /// Leaves the collinear phase if it can, and inserts all vault items, the first numPreExistingVtx of them first.
+    bool createFullDimTriangle(size_t numPreExistingVtx);
+
+    /// Inserts the vertices of a range of vault items that are not in the mesh yet, starting the search at pStartT: the
+    /// middle one first, then the left and the right half. Counts the progress.
+    void triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
+    /// Inserts those of a range that neither are in the mesh yet nor have been found to be duplicates.
+    void triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
+
+    /// Ranges up to this size are inserted one after the other.
+    static constexpr std::ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
+
+  private:
+    void triangulateNew(size_t numPreExisting);
+    /// Makes the four corners around all points, if the insertion is to run on several threads.
+    void prepareThreads(size_t numNew, size_t numPreExisting);
+    /// Inserts a range, on several threads if the mesh stands in the box for that.
+    void triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
+    /// Goes on without the box, from the few vertices that are there already.
+    void leaveFakeBox(ItemIterator begin, ItemIterator end);
+    /// Takes what has not been inserted out of the vault, after a failure.
+    void abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles);
+    bool isWorthThreads(size_t numVertices) const;
+    bool hasFakeBox() const;
+
+    Dt2& mesh_;
+    VertexVault& vault_;
+    std::unique_ptr<InserterMT> pInserterMT_;  // null where one thread does it all
+};
+
+}  // namespace LUMO_TARO25D

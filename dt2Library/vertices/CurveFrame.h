@@ -1,0 +1,44 @@
+#pragma once
+
+#include <vector>
+
+#include "taro25d/Bbox2.h"
+#include "taro25d/Point2.h"
+#include "vertices/HC2.h"
+
+namespace LUMO_TARO25D {
+
+class GeomTest;
+
+/// The box that holds all points inserted so far, and the Hilbert curve that gives each of them a key. The curve lies over
+/// the box without its few stray points, which would flatten the cells of all others; strays get the keys of border cells.
+class CurveFrame {
+  public:
+    /// Coordinates of some of the points, x and y each in any order.
+    struct Sample {
+        std::vector<double> vX, vY;
+    };
+
+    /// The largest coordinate of the box becomes the bound of the predicates.
+    explicit CurveFrame(GeomTest& geomTest);
+
+    const Bbox2& getInsertionBox() const { return insertionBox_; }
+    const HC2& getCurve() const { return curve_; }
+    unsigned getKey(const Point2& point) const { return curve_.iReset(point.x(), point.y()); }
+
+    /// Extends the box by a valid one and returns true, or returns false if that is inside already. With bDouble the new box
+    /// is doubled, so that a box that grows again and again does so a few times only. The curve has to be laid anew.
+    bool enlargeBox(const Bbox2& box, bool bDouble);
+    /// Lays the curve over the box, without strays.
+    void layCurve(Sample sample);
+    /// Lays the curve anew if it has become far too wide or too narrow for the sample. Returns whether it has.
+    bool refreshCurve(Sample sample);
+
+  private:
+    Bbox2 chooseCurveBox(Sample& sample) const;
+
+    Bbox2 insertionBox_, curveBox_;
+    HC2 curve_;
+};
+
+}  // namespace LUMO_TARO25D
