@@ -49,10 +49,6 @@ const std::string validFile =
 bool save(const Taro_2D& mesh, const std::string& name) { return mesh.save(name.c_str()); }
 bool load(Taro_2D& mesh, const std::string& name) { return mesh.load(name.c_str()); }
 
-size_t countEntries(const fs::path& directory) {
-    return static_cast<size_t>(std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
-}
-
 /// An empty directory.
 fs::path makeDirectory(const char* name) {
     fs::remove_all(name);

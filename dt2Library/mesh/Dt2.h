@@ -256,8 +256,8 @@ class Dt2 {
 
     // ---- Dt2_check.cpp: consistency and statistics ----------------------------------------------------------------
 
-    /// Checks corners, links, incident triangles and the hull; where these are sound, that alive constraint segments are
-    /// edges, and with the flag that all other edges are Delaunay. Reports and draws what is wrong.
+    /// Checks that alive constraint segments are edges, corners, links, incident triangles and the hull; where all these
+    /// but the first are sound, with the flag, that all other edges are Delaunay. Reports what is wrong.
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     void statistics(const std::string& name) const;
 
@@ -394,12 +394,13 @@ class Dt2 {
 
     // ---- Dt2_check.cpp --------------------------------------------------------------------------------------------
 
-    bool checkTriangle(const Triangle2* pT) const;
-    bool checkEmptyCircle(const Triangle2* pT) const;
-    bool checkVertices() const;
-    bool checkHull(const std::vector<Triangle2*>& vTriangles) const;
-    bool checkConstraints() const;
-    void showFailures(const std::vector<Triangle2*>& vFailed) const;
+    class Findings;
+
+    void checkTriangle(const Triangle2* pT, Findings& findings) const;
+    void checkEmptyCircle(const Triangle2* pT, Findings& findings) const;
+    void checkVertices(Findings& findings) const;
+    void checkHull(const std::vector<Triangle2*>& vTriangles, Findings& findings) const;
+    void checkConstraints(const std::vector<Triangle2*>& vTriangles, Findings& findings) const;
 
     // ---- State ----------------------------------------------------------------------------------------------------
 

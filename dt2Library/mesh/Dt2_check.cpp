@@ -16,12 +16,10 @@
 #include <sstream>
 
 #include "kernel/angles.h"
+#include "kernel/flatSets.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
-#include "taro25d/Circle2.h"
-#include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
-#include "taro25d/Visualizer2.h"
 
 namespace LUMO_TARO25D {
 
@@ -56,83 +54,94 @@ void print(const Triangle2& triangle) {
     std::cout << "\n";
 }
 
-/// Reports one or two triangles; always false.
-bool fail(const char* message, const Triangle2* pT, const Triangle2* pN = nullptr) {
-    std::cout << message << "\n";
-    print(*pT);
-    if (pN) print(*pN);
-    return false;
-}
-
 }  // namespace
+
+/// Prints what a check finds wrong: the first findings in full, of the others their number.
+class Dt2::Findings {
+  public:
+    template <class... Parts>
+    void add(const Parts&... parts) {
+        if (++num_ <= MAX_PRINTED) (std::cout << ... << parts) << "\n";
+    }
+    /// The same with one or two triangles.
+    void addTriangles(const char* message, const Triangle2* pT, const Triangle2* pN = nullptr) {
+        add(message);
+        if (num_ > MAX_PRINTED) return;
+        print(*pT);
+        if (pN) print(*pN);
+    }
+    size_t getNumber() const { return num_; }
+    void printRest() const {
+        if (num_ > MAX_PRINTED) std::cout << "and " << num_ - MAX_PRINTED << " more\n";
+    }
+
+  private:
+    static constexpr size_t MAX_PRINTED = 10;
+    size_t num_ = 0;
+};
 
 bool Dt2::checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const {
     if (!is2D()) {
         warning("Dt2::checkValidity()", "not fulldimensional yet (empty or all points collinear), Returning true");
         return true;
     }
-    std::vector<Triangle2*> vTriangles, vFailed;
+    std::vector<Triangle2*> vTriangles;
     getTrianglePointers(vTriangles);
-    for (Triangle2* pT : vTriangles) {
-        if (!checkTriangle(pT)) vFailed.push_back(pT);
+    std::cout << name_;
+    Findings findings;
+    checkConstraints(vTriangles, findings);
+    const size_t numBefore = findings.getNumber();
+    const auto isSound = [&] { return findings.getNumber() == numBefore; };
+    for (const Triangle2* pT : vTriangles) checkTriangle(pT, findings);
+    if (isSound()) checkVertices(findings);
+    if (isSound()) checkHull(vTriangles, findings);
+    if (isSound() && bCheckEmptyCircleProperty) {
+        for (const Triangle2* pT : vTriangles) checkEmptyCircle(pT, findings);
     }
-    bool bOk = vFailed.empty() && checkVertices() && checkHull(vTriangles);
-    if (bOk) {
-        for (Triangle2* pT : vTriangles) {
-            if (bCheckEmptyCircleProperty && !checkEmptyCircle(pT)) vFailed.push_back(pT);
-        }
-        bOk = checkConstraints() && vFailed.empty();
-    }
-    if (bOk) return true;
+    findings.printRest();
+    if (findings.getNumber() == 0) return true;
     std::cout << "\ncheckValidity, bug, name=" << name << std::endl;
-    showFailures(vFailed);
     return false;
 }
 
-bool Dt2::checkTriangle(const Triangle2* pT) const {
-    if (!hasThreeCorners(*pT)) return fail("Less than three different corners", pT);
+void Dt2::checkTriangle(const Triangle2* pT, Findings& findings) const {
+    if (!hasThreeCorners(*pT)) return findings.addTriangles("Less than three different corners", pT);
     if (geomTest_.getOrientation2(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)) != ORIENTATION2_CCW) {
-        return fail("Corners are not counterclockwise", pT);
+        return findings.addTriangles("Corners are not counterclockwise", pT);
     }
-    bool bOk = true;
     for (int i = 0; i < 3; ++i) {
         const Triangle2* pN = pT->getOppositeTriangle(i);
         if (!pN) continue;
         if (!hasLink(*pN, pT)) {
-            bOk = fail("Inconsistent neighborships:", pT, pN);
+            findings.addTriangles("Inconsistent neighborships:", pT, pN);
         } else if (!isSharedEdge(*pT, i, *pN)) {
-            bOk = fail("Neighbor found but inconsistent intra triangle indices:", pT, pN);
+            findings.addTriangles("Neighbor found but inconsistent intra triangle indices:", pT, pN);
         }
     }
-    return bOk;
 }
 
-bool Dt2::checkEmptyCircle(const Triangle2* pT) const {
-    bool bOk = true;
+void Dt2::checkEmptyCircle(const Triangle2* pT, Findings& findings) const {
     for (int i = 0; i < 3; ++i) {
         const Triangle2* pN = pT->getOppositeTriangle(i);
         // The test is symmetric, so one side of each edge is enough.
         if (!pN || std::less<>()(pN, pT) || isConstraint(pT, i)) continue;
         const Point2* pFar = pN->getCorner(pN->getIntraTriangleIndex(pT));
-        if (geomTest_.circleInc3state(pT, pFar) == CINC2_INCIRCLE) bOk = fail("Sphere inclusion test failed ", pT, pN);
+        if (geomTest_.circleInc3state(pT, pFar) == CINC2_INCIRCLE) {
+            findings.addTriangles("Sphere inclusion test failed ", pT, pN);
+        }
     }
-    return bOk;
 }
 
-bool Dt2::checkVertices() const {
+void Dt2::checkVertices(Findings& findings) const {
     std::vector<Point2*> vVertices;
     getVertexPointers(vVertices);
-    bool bOk = true;
     for (const Point2* pVtx : vVertices) {
         const Triangle2* pT = pVtx->getIncidentTriangle();
-        if (pT && pT->hasVertex(pVtx)) continue;
-        std::cout << "Vertex without incident triangle: " << *pVtx << "\n";
-        bOk = false;
+        if (!pT || !pT->hasVertex(pVtx)) findings.add("Vertex without incident triangle: ", *pVtx);
     }
-    return bOk;
 }
 
-bool Dt2::checkHull(const std::vector<Triangle2*>& vTriangles) const {
+void Dt2::checkHull(const std::vector<Triangle2*>& vTriangles, Findings& findings) const {
     std::vector<std::pair<Triangle2*, int>> vHullEdges;
     getConvexHull(vHullEdges);
     size_t numOpenEdges = 0;
@@ -147,56 +156,38 @@ bool Dt2::checkHull(const std::vector<Triangle2*>& vTriangles) const {
         bConvex = bConvex && geomTest_.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)),
                                                        pNext->getCorner(incIndexBy2(j))) != ORIENTATION2_CW;
     }
-    if (!bConvex) std::cout << "The hull is not convex\n";
-    if (numOpenEdges != numHullEdges) std::cout << "Edges without neighbor that are not on the hull\n";
-    const bool bEuler = vTriangles.size() + numHullEdges + 2 == 2 * numberOfPoints();
-    if (!bEuler) {
-        std::cout << "Euler's formula does not hold: " << numberOfPoints() << " vertices, " << vTriangles.size()
-                  << " triangles, " << numHullEdges << " hull edges\n";
+    if (!bConvex) findings.add("The hull is not convex");
+    if (numOpenEdges != numHullEdges) findings.add("Edges without neighbor that are not on the hull");
+    if (vTriangles.size() + numHullEdges + 2 != 2 * numberOfPoints()) {
+        findings.add("Euler's formula does not hold: ", numberOfPoints(), " vertices, ", vTriangles.size(),
+                     " triangles, ", numHullEdges, " hull edges");
     }
-    return bConvex && numOpenEdges == numHullEdges && bEuler;
 }
 
-/// Every alive constraint segment must be an edge.
-bool Dt2::checkConstraints() const {
-    std::vector<ConstraintSegment2*> vAlive, vContained, vMissing;
+/// Every alive constraint segment must be an edge of some triangle.
+void Dt2::checkConstraints(const std::vector<Triangle2*>& vTriangles, Findings& findings) const {
+    AddressSet sContained;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3 && hasThreeCorners(*pT); ++i) {
+            if (!isConstraint(pT, i)) continue;
+            sContained.insert(
+                getAliveConstraintSegment(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))));
+        }
+    }
+    std::vector<ConstraintSegment2*> vAlive, vMissing;
     getAliveConstraintSegments(vAlive);
-    std::partition_copy(vAlive.begin(), vAlive.end(), std::back_inserter(vContained), std::back_inserter(vMissing),
-                        [this](const ConstraintSegment2* pCSeg) { return isEdge(pCSeg->getSrc(), pCSeg->getTrg()); });
-    std::cout << "\n* ConstraintSegments (alive): " << vAlive.size() << ", contained: " << vContained.size()
-              << ", missing: " << vMissing.size() << "\n";
-    if (vMissing.empty()) return true;
-    for (const ConstraintSegment2* pCSeg : vMissing) std::cout << "Not contained: " << *pCSeg << "\n";
-    Visualizer2 picture(getFilenamePrefix() + "checkValidityConstraints.ps");
-    picture.addObject(vContained, Color(CGREEN));
-    picture.addObject(vMissing, Color(CRED));
-    picture.writeFile();
-    return false;
-}
-
-void Dt2::showFailures(const std::vector<Triangle2*>& vFailed) const {
-    const std::string prefix = getFilenamePrefix() + "checkValidityFailed";
-    Visualizer2 overview(prefix + ".ps");
-    show(&overview, true);
-    overview.addObject(vFailed, Color(CRED, 0.05, true));
-    overview.writeFile();
-    // A circle may be much larger than the whole triangulation, and failures may be tiny in it: hence a second picture.
-    Visualizer2 circles(prefix + "_circles.ps");
-    circles.addObject(vFailed, Color(CRED, 0.05, true));
-    for (const Triangle2* pT : vFailed) {
-        if (!hasThreeCorners(*pT)) continue;
-        bool bAccurate;
-        const Point2 center = pT->getDual(bAccurate);
-        circles.addObject(Circle2(center, sqDistance2D(center, *pT->getCorner(0))), Color(CBLUE));
-    }
-    circles.writeFile();
+    std::copy_if(vAlive.begin(), vAlive.end(), std::back_inserter(vMissing),
+                 [&sContained](const ConstraintSegment2* pCSeg) { return !sContained.contains(pCSeg); });
+    std::cout << "\n* ConstraintSegments (alive): " << vAlive.size()
+              << ", contained: " << vAlive.size() - vMissing.size() << ", missing: " << vMissing.size() << "\n";
+    for (const ConstraintSegment2* pCSeg : vMissing) findings.add("Not contained: ", *pCSeg);
 }
 
 void Dt2::statistics(const std::string& name) const {
     std::vector<Triangle2*> vTriangles;
     getTrianglePointers(vTriangles);
     std::ostringstream out;
-    out << "\n\n\n********* MESH STATISTICS (" << name << ") **********\n\n"
+    out << name_ << "\n\n\n********* MESH STATISTICS (" << name << ") **********\n\n"
         << "Number of triangles: " << vTriangles.size() << "\n\n";
     printAngles(out, analyzeAngles(vTriangles));
     std::cout << out.str() << std::flush;

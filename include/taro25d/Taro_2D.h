@@ -70,7 +70,7 @@ class TARO25D_API Taro_2D {
     /// The same as setNumCPU(0).
     int enableMultithreading();
 
-    /// A label for the client's own use; the library only keeps it.
+    /// A label, which stands in front of the reports of checkValidity and statistics.
     void setName(const std::string& name);
     /// The label; empty at first.
     const std::string& getName() const;
@@ -167,12 +167,11 @@ class TARO25D_API Taro_2D {
 
     /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges,
     /// and with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a
-    /// triangle across an edge that is no constraint. Prints what it finds under the given name, and, if the
-    /// structure is sound, how many alive constraint segments there are and how many of them are missing; draws
-    /// pictures of failures into the working directory (checkValidity*.ps). O(n). True when all is well, and, with a
-    /// warning, before is2D().
+    /// triangle across an edge that is no constraint. Prints, after the label of setName, how many alive constraint
+    /// segments there are and how many of them are missing; then, where something is wrong, the first ten findings, how
+    /// many more there are, and the given name. O(n). True when all is well, and, with a warning, before is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
-    /// Prints the number of triangles and the distribution of their interior angles.
+    /// Prints, after the label of setName, the number of triangles and the distribution of their interior angles.
     void statistics(const std::string& name) const;
 
     /// The exact orientation of three points. Independent of the triangulation; may be called from any

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -13,12 +14,17 @@
 #include "support/generators.h"
 #include "taro25d/Segment2.h"
 
-// Files that tests read.
+// Files that tests read and write.
 
 /// All bytes of a file; none if it cannot be read.
 inline std::string readFile(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline size_t countEntries(const std::filesystem::path& directory) {
+    using std::filesystem::directory_iterator;
+    return static_cast<size_t>(std::distance(directory_iterator(directory), directory_iterator()));
 }
 
 /// Real input, which the repository does not contain.
