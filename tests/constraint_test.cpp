@@ -352,7 +352,8 @@ TEST_F(Constraint, StarsThroughOnePoint) {
             Work work;
             if (bCentreFirst) work.insert(Point2(centre.first, centre.second, 7));
             work.constrain(vSegments);
-            work.checkExactly();
+            const bool bRounded = centre.first != std::round(centre.first);
+            EXPECT_EQ(work.checkExactly(), !bRounded);
             // All crossings are within an ulp or so of the centre: one vertex serves them all.
             EXPECT_LE(work.mesh.numberOfPoints(), 201u);
         }
@@ -677,7 +678,7 @@ TEST_F(Constraint, WaitsUntilThereAreTriangles) {
     work.insert(Point2(6, -5, 0));
     work.insert(Point2(7, 0, 0));
     work.apply();
-    work.checkExactly();
+    EXPECT_TRUE(work.checkExactly());
 }
 
 TEST_F(Constraint, SurvivesTheReturnToALine) {
@@ -692,7 +693,7 @@ TEST_F(Constraint, SurvivesTheReturnToALine) {
     work.insert(Point2(3, 7, 0));
     work.insert(Point2(3, -7, 0));
     work.apply();
-    work.checkExactly();
+    EXPECT_TRUE(work.checkExactly());
 }
 
 // ---- Later insertions and removals ----
@@ -708,11 +709,11 @@ TEST_F(Constraint, PointsInsertedLaterSplitItInEveryOwner) {
         work.constrain({reversed(vSides[2]), vSides[0]});
         work.insert(Point2(16, 16, 0));
         work.insert(Point2(16, 0, 0));
-        work.checkExactly();
+        EXPECT_TRUE(work.checkExactly());
         Random random(1);
         work.insertBulk(makeGrid(33, 0, 0, 2, random));
         work.insertBulk(makeGrid(40, -5, 3, 1, random));
-        work.checkExactly();
+        EXPECT_TRUE(work.checkExactly());
     }
 }
 

@@ -158,11 +158,30 @@ TEST(File, IsRefusedWhenDamaged) {
         vDamaged.push_back(bytes(TAG, Count(1), 0., 0., number, Count(0)));
         vDamaged.push_back(bytes(TAG, Count(2), 0., 0., 1., 5., 0., 2., Count(1), 0., 0., 1., 5., 0., number));
     }
-    vDamaged.push_back(bytes(TAG, Count(2), 0., 0., 1., -0., 0., 2., Count(0)));
-    vDamaged.push_back(bytes(TAG, Count(2), 0., 0., 1., 5., 0., 2., Count(1), 0., 0., 1., -0., 0., 2.));
-    vDamaged.push_back(bytes(TAG, Count(2), 0., 0., 1., 5., 0., 2., Count(1), 0., 0., 1., 5., 1., 2.));
     for (const std::string& file : vDamaged)
         EXPECT_EQ(complaintAbout(file), " is damaged or cut short\n") << file.size();
+}
+
+TEST(File, OfAnotherProgramMayRepeatPointsAndCrossSegments) {
+    const double aPoints[][3] = {{0, 0, 1}, {8, 0, 1}, {8, 8, 1}, {0, 8, 1}, {0, 0, 5}, {-0., 0, 6}, {8, 0, 7}};
+    const double aSegments[][6] = {{0, 0, 9, 8, 8, 9},   // ends at vertices, which keep their heights
+                                   {1, 7, 2, 7, 1, 2},   // crosses it, and no point is at its ends
+                                   {3, 0, 1, 3, 0, 4},   // of no length
+                                   {0, 8, 1, 4, 4, 1}};  // ends at the crossing
+    std::string file = bytes(TAG, Count(std::size(aPoints)));
+    for (const auto& p : aPoints) file += bytes(p[0], p[1], p[2]);
+    file += bytes(Count(std::size(aSegments)));
+    for (const auto& s : aSegments) file += bytes(s[0], s[1], s[2], s[3], s[4], s[5]);
+    writeBytes("mesh", file);
+    Taro_2D mesh;
+    ASSERT_TRUE(load(mesh, "mesh"));
+    EXPECT_TRUE(mesh.checkValidity(true, "loaded"));
+    const Kept kept(mesh);
+    EXPECT_EQ(kept.sVertices.count(toBits(Point2(0, 0, 1))), 1u) << "of repeated points the first stays";
+    EXPECT_EQ(kept.sVertices.count(toBits(Point2(8, 0, 1))), 1u);
+    EXPECT_EQ(kept.sVertices.count(toBits(Point2(1, 7, 2))), 1u);
+    EXPECT_EQ(mesh.numberOfPoints(), 8u);  // 4 corners, 2 ends, the crossing, the end of the segment without length
+    EXPECT_EQ(kept.sSegments.size(), 5u);  // 2 on the diagonal, 3 on the line that crosses it
 }
 
 TEST(File, IsReadFromAPipeWithoutBelievingItsCounts) {

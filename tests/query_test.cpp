@@ -434,9 +434,8 @@ TEST(Validity, FindsEachKindOfDamage) {
         const bool bCircles = std::string(damage.message).find("Sphere") == 0;
         const StdoutCapture capture;
         EXPECT_FALSE(mesh.checkValidity(bCircles, "damaged"));
-        expectPrinted(capture,
-                      {"\n* ConstraintSegments (alive): 0, contained: 0, missing: 0\n", damage.message,
-                       "\ncheckValidity, bug, name=damaged"});
+        expectPrinted(capture, {"\n* ConstraintSegments (alive): 0, contained: 0, missing: 0\n", damage.message,
+                                "\ncheckValidity, bug, name=damaged"});
         EXPECT_TRUE(!bCircles || mesh.checkValidity(false, "all but the circles"));
     }
 }
@@ -490,8 +489,8 @@ TEST(Queries, PrintStatisticsAndDrawings) {
     mesh.statistics("four points");
     mesh.show(static_cast<Visualizer2*>(nullptr));
     mesh.show("four.ps");
-    expectPrinted(capture, {"survey\n\n\n********* MESH STATISTICS (four points) **********\n\n", "Number of triangles: 2\n",
-                            "INTERIOR ANGLES", " 30 -  40 degrees:          2   33.33 %\n",
+    expectPrinted(capture, {"survey\n\n\n********* MESH STATISTICS (four points) **********\n\n",
+                            "Number of triangles: 2\n", "INTERIOR ANGLES", " 30 -  40 degrees:          2   33.33 %\n",
                             "110 - 120 degrees:          1   16.67 %\n", "Writing four.ps"});
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <iostream>
 #include <limits>
 #include <list>
@@ -11,6 +12,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kernel/tools.h"
@@ -28,17 +30,38 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-/// The key as it is defined, one level after the other.
+/// The place of a cell on the curve, found by turning the quadrant that holds it, level after level, until the curve
+/// in it runs as the whole one does: from (0, 0) over (0, 1) and (1, 1) to (1, 0) (Hilbert 1891).
 unsigned plainKey(unsigned ix, unsigned iy, int numBits) {
-    const unsigned aNextState[] = {1, 0, 2, 0, 0, 3, 1, 1, 2, 2, 0, 3, 3, 1, 3, 2};
-    const unsigned aDigit[] = {0, 1, 3, 2, 0, 3, 1, 2, 2, 1, 3, 0, 2, 3, 1, 0};
-    unsigned state = 0, key = 0, mask = (1u << (numBits / 2)) / 2;
-    for (int shift = numBits - 2; shift >= 0; shift -= 2, mask >>= 1) {
-        const unsigned quadrant = 2 * (ix & mask ? 1 : 0) + (iy & mask ? 1 : 0);
-        key += aDigit[4 * state + quadrant] << shift;
-        state = aNextState[4 * state + quadrant];
+    unsigned key = 0;
+    for (unsigned half = (1u << (numBits / 2)) / 2; half > 0; half /= 2) {
+        const bool bRight = ix >= half, bUpper = iy >= half;
+        key = 4 * key + (bRight ? (bUpper ? 2 : 3) : (bUpper ? 1 : 0));
+        if (bRight) ix -= half;
+        if (bUpper) iy -= half;
+        if (bUpper) continue;
+        if (bRight) {
+            ix = half - 1 - ix;
+            iy = half - 1 - iy;
+        }
+        std::swap(ix, iy);
     }
     return key;
+}
+
+TEST(HC2, TheOracleNumbersNeighboursOneAfterTheOther) {
+    constexpr int NUM_BITS = 12, WIDTH = 1 << (NUM_BITS / 2);
+    std::vector<std::pair<int, int>> vCells(WIDTH * WIDTH, {-1, -1});
+    for (int i = 0; i < WIDTH * WIDTH; ++i) {
+        vCells.at(plainKey(unsigned(i % WIDTH), unsigned(i / WIDTH), NUM_BITS)) = {i % WIDTH, i / WIDTH};
+    }
+    EXPECT_EQ(vCells.front(), std::make_pair(0, 0));
+    EXPECT_EQ(vCells.back(), std::make_pair(WIDTH - 1, 0));
+    for (size_t k = 1; k < vCells.size(); ++k) {
+        const auto [x0, y0] = vCells[k - 1];
+        const auto [x1, y1] = vCells[k];
+        ASSERT_EQ(std::abs(x1 - x0) + std::abs(y1 - y0), 1) << k;
+    }
 }
 
 /// A vault without a mesh, whose curve runs over [0, 100]^2.
@@ -115,7 +138,7 @@ TEST(SimplePoolDeathTest, EndsTheProcessWhenItIsInitializedTwice) {
                 "SimplePool::init\\(..\\), ERROR: This pool is already initialized");
 }
 
-TEST(HC2, KeysFollowTheTables) {
+TEST(HC2, KeysFollowTheCurve) {
     for (const int numBits : {0, 2, 4, 6, 10, 30, 32}) {
         Random random(numBits);
         const double size = std::ldexp(1.0, numBits / 2);

@@ -364,9 +364,14 @@ TEST(Zone, PeelsOffTheBorder) {
     const auto isSmall = [](const Triangle2* pT) { return pT->getArea2D() < 20; };
     EXPECT_EQ(setOf(peelOffIf(pAll, &isSmall, false)), allOf(mesh)) << "none at the border";
     const auto always = [](Triangle2*) { return true; };
-    EXPECT_EQ(peelOffIf(pAll, &always, false), nullptr);
-    EXPECT_EQ(peelOffIf(static_cast<Zone2*>(nullptr), &always), nullptr);
-    EXPECT_EQ(peelOffIf(pAll, static_cast<IsCorner*>(nullptr)), nullptr);
+    for (const bool bVerbose : {false, true}) {
+        const StdoutCapture refusals;
+        EXPECT_EQ(peelOffIf(pAll, &always, bVerbose), nullptr);
+        EXPECT_EQ(peelOffIf(static_cast<Zone2*>(nullptr), &always, bVerbose), nullptr);
+        EXPECT_EQ(peelOffIf(pAll, static_cast<IsCorner*>(nullptr), bVerbose), nullptr);
+        EXPECT_EQ(countOf("Zone2::peelOffIf(), WARNING: ", refusals.text()), bVerbose ? 3u : 0u);
+        EXPECT_EQ(refusals.text().empty(), !bVerbose);
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -7,10 +7,10 @@
 //     for each segment      x, y, z of one end, then of the other
 //
 // The segments are the alive leaves of all constraints. There is no padding and no checksum, so reading goes by what
-// holds of every file that was written whole: its length follows from the counts, all numbers are finite, neighbours in
-// the list of vertices differ (in blocks of zeros, as a crash of the system may leave them, they do not), and the ends of
-// a segment are two different vertices. Whatever breaks this is refused before the mesh is touched. No memory is taken
-// for data that is not there: the counts are held against the length of a file first, and a pipe is read in steps.
+// holds of every file that was written whole: its length follows from the counts, and all numbers are finite. Whatever
+// breaks this is refused before the mesh is touched. Another program may have written the rest as it likes: points may
+// repeat, segments may cross, and their ends need not be among the points. No memory is taken for data that is not there:
+// the counts are held against the length of a file first, and a pipe is read in steps.
 //
 // Writing never leaves a damaged file in the place of a good one: the new file is written beside it, forced to the disk,
 // and renamed, which the system does as a whole or not at all. That asks for a plain file where files may be made;
@@ -35,7 +35,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <unordered_set>
 #include <utility>
 
 #include "kernel/tools.h"
@@ -195,19 +194,14 @@ class Reader {
     bool read(T& value) {
         return readBytes(&value, sizeof(value));
     }
-    /// Reads a count and as many records; false unless all of that is there, the numbers are finite, and each record is
-    /// sound: a function of the address of its numbers in the list, and of the place of the first one.
-    template <class IsSound>
-    bool readRecords(size_t numPerRecord, LargeVector<double>& vNumbers, IsSound isSound) {
+    /// Reads a count and as many records; false unless all of that is there and the numbers are finite.
+    bool readRecords(size_t numPerRecord, LargeVector<double>& vNumbers) {
         std::uint64_t numRecords = 0;
         if (!read(numRecords) || numRecords > numBytesLeft_ / (numPerRecord * sizeof(double))) return false;
         if (bLengthKnown_) vNumbers.reserve(numRecords * numPerRecord);
         while (numRecords > 0) {
-            const size_t numInStep = std::min<std::uint64_t>(numRecords, RECORDS_PER_STEP), begin = vNumbers.size();
+            const size_t numInStep = std::min<std::uint64_t>(numRecords, RECORDS_PER_STEP);
             if (!readNumbers(numInStep * numPerRecord, vNumbers)) return false;
-            for (size_t i = begin; i < vNumbers.size(); i += numPerRecord) {
-                if (!isSound(&vNumbers[i], i)) return false;
-            }
             numRecords -= numInStep;
         }
         return true;
@@ -241,44 +235,15 @@ struct Content {
     std::vector<Segment2> vSegments;
 };
 
-bool differ(const double* xy0, const double* xy1) { return xy0[0] != xy1[0] || xy0[1] != xy1[1]; }
-
-bool readVertices(Reader& reader, LargeVector<double>& vCoordinates) {
-    return reader.readRecords(NUMBERS_PER_VERTEX, vCoordinates,
-                              [](const double* p, size_t i) { return i == 0 || differ(p, p - NUMBERS_PER_VERTEX); });
-}
-
 bool readSegments(Reader& reader, std::vector<Segment2>& vSegments) {
     LargeVector<double> vNumbers;
-    const auto isSound = [](const double* p, size_t) { return differ(p, p + NUMBERS_PER_VERTEX); };
-    if (!reader.readRecords(NUMBERS_PER_SEGMENT, vNumbers, isSound)) return false;
+    if (!reader.readRecords(NUMBERS_PER_SEGMENT, vNumbers)) return false;
     vSegments.reserve(vNumbers.size() / NUMBERS_PER_SEGMENT);
     for (size_t i = 0; i < vNumbers.size(); i += NUMBERS_PER_SEGMENT) {
         const double* p = &vNumbers[i];
         vSegments.emplace_back(Point2(p[0], p[1], p[2]), Point2(p[3], p[4], p[5]));
     }
     return true;
-}
-
-using XY = std::pair<double, double>;
-
-struct HashXY {
-    size_t operator()(const XY& xy) const {
-        return 31 * std::hash<double>()(xy.first) + std::hash<double>()(xy.second);
-    }
-};
-
-bool areEndsVertices(const Content& content) {
-    std::unordered_set<XY, HashXY> sMissing;
-    sMissing.reserve(2 * content.vSegments.size());
-    for (const Segment2& segment : content.vSegments) {
-        for (const Point2& end : {segment.getSrc(), segment.getTrg()}) sMissing.emplace(end.x(), end.y());
-    }
-    const auto& vCoordinates = content.vCoordinates;
-    for (size_t i = 0; i < vCoordinates.size() && !sMissing.empty(); i += NUMBERS_PER_VERTEX) {
-        sMissing.erase({vCoordinates[i], vCoordinates[i + 1]});
-    }
-    return sMissing.empty();
 }
 
 const char* const unreadable = " can't be read";
@@ -292,8 +257,8 @@ std::string readFile(const std::string& filename, Content& content) try {
     std::int32_t tag = 0;
     const bool bHasTag = reader.read(tag);
     if (bHasTag && tag != TYPE_TAG) return " should have type 301 but has " + std::to_string(tag);
-    if (bHasTag && readVertices(reader, content.vCoordinates) && readSegments(reader, content.vSegments) &&
-        reader.isAtEnd() && areEndsVertices(content)) {
+    if (bHasTag && reader.readRecords(NUMBERS_PER_VERTEX, content.vCoordinates) &&
+        readSegments(reader, content.vSegments) && reader.isAtEnd()) {
         return "";
     }
     return std::ferror(file.get()) ? unreadable : damaged;  // a directory, for one, opens well and then fails

@@ -170,8 +170,7 @@ void Dt2::checkConstraints(const std::vector<Triangle2*>& vTriangles, Findings& 
     for (const Triangle2* pT : vTriangles) {
         for (int i = 0; i < 3 && hasThreeCorners(*pT); ++i) {
             if (!isConstraint(pT, i)) continue;
-            sContained.insert(
-                getAliveConstraintSegment(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))));
+            sContained.insert(getAliveConstraintSegment(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))));
         }
     }
     std::vector<ConstraintSegment2*> vAlive, vMissing;

@@ -9,6 +9,7 @@ namespace LUMO_TARO25D {
 namespace {
 
 thread_local MessageSink* pCurrentSink = nullptr;
+thread_local bool bQuiet = false;
 
 void print(const char* color, const std::string& location, const char* kind, const std::string& message) {
     // One write for the whole line, so that lines of two threads do not mix.
@@ -27,18 +28,21 @@ std::string sourceName(const std::string& file) {
 MessageScope::MessageScope(MessageSink* pSink) : pPrevious_(pCurrentSink) { pCurrentSink = pSink; }
 MessageScope::~MessageScope() { pCurrentSink = pPrevious_; }
 
+QuietScope::QuietScope(bool bVerbose) : bPrevious_(bQuiet) { bQuiet = bQuiet || !bVerbose; }
+QuietScope::~QuietScope() { bQuiet = bPrevious_; }
+
 void error(const std::string& location, const std::string& message) {
     print("\033[0;31m", location, ", ERROR: ", message);
 }
 
 void warning(const std::string& location, const std::string& message) {
-    print("\033[0;93m", location, ", WARNING: ", message);
+    if (!bQuiet) print("\033[0;93m", location, ", WARNING: ", message);
 }
 
 void assertionFailed(const char* condition, const char* file, int line) {
     const std::string message = "Condition [ " + std::string(condition) + " failed ]";
-    std::ofstream("TARO_LOG.txt", std::ios::app) << "Taro, " << message << "\n";
     error("Taro", message);
+    std::ofstream("TARO_LOG.txt", std::ios::app) << "Taro, " << message << "\n";
     std::cout << "      " + sourceName(file) + ":" + std::to_string(line) + "\n" << std::flush;
     throw TaroException();
 }

@@ -24,6 +24,19 @@ class MessageScope {
     MessageSink* pPrevious_;
 };
 
+/// For its lifetime, unless it is told to be verbose, drops the warnings of this thread, at whatever depth they arise.
+/// Nests: a verbose one inside a quiet one stays quiet.
+class QuietScope {
+  public:
+    explicit QuietScope(bool bVerbose);
+    ~QuietScope();
+    QuietScope(const QuietScope&) = delete;
+    QuietScope& operator=(const QuietScope&) = delete;
+
+  private:
+    bool bPrevious_;
+};
+
 /// Prints "      [Taro2D-Message] " location ", ERROR: " message on standard output, in red. Does not throw.
 void error(const std::string& location, const std::string& message);
 /// The same in yellow, with ", WARNING: ".

@@ -589,6 +589,7 @@ bool Dt2::isSimplePolygon(const std::vector<Segment2>& vSegments) {
 }
 
 Zone2* Dt2::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose) {
+    const QuietScope quiet(bVerbose);
     if (!canHaveZones(bVerbose)) return nullptr;
     std::vector<Point2> vCorners;
     if (!getSimplePolygon(vSegments, vCorners)) {

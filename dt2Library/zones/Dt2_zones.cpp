@@ -149,6 +149,7 @@ Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocati
 }
 
 Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose) {
+    const QuietScope quiet(bVerbose);  // what becomes of the border may be worth a warning too
     if (!canHaveZones(bVerbose)) return nullptr;
     if (zoneLoc != ZL_BOUNDED) return refuseLocation(bVerbose, "ZL_BOUNDED");
     if (vEdges.empty()) return refuse(bVerbose, "There are no edges, returning NULL");
@@ -160,6 +161,7 @@ Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, b
 }
 
 Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose) {
+    const QuietScope quiet(bVerbose);
     if (!canHaveZones(bVerbose)) return nullptr;
     AddressSet sSeen;
     std::vector<Triangle2*> vDifferent;

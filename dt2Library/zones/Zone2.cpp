@@ -383,18 +383,18 @@ Zone2* zoneSymmetricDifference(Zone2* pFirst, Zone2* pSecond) {
 
 Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predicate, bool bVerbose) {
     const MessageScope scope(getSink(pZone));
-    if (!pZone || !predicate) {
-        warning("Zone2::peelOffIf()", "pZone==NULL or pPredicate==NULL. Returning NULL");
+    const auto refuse = [bVerbose](const char* message) -> Zone2* {
+        if (bVerbose) warning("Zone2::peelOffIf()", message);
         return nullptr;
-    }
+    };
+    if (!pZone || !predicate) return refuse("pZone==NULL or pPredicate==NULL. Returning NULL");
     TriangleVector vTriangles;
     pZone->getTriangles(vTriangles);
     if (bVerbose) printAreas("\nZone2::peelOffIf(), original Zone:", vTriangles);
     peelBorder(vTriangles, predicate);
     if (bVerbose) printAreas("Output Zone:", vTriangles);
-    if (!vTriangles.empty()) return pZone->getDelaunayTriangulation()->createZone(vTriangles);
-    warning("Zone2::peelOffIf()", "No triangles are left. Returning NULL");
-    return nullptr;
+    if (vTriangles.empty()) return refuse("No triangles are left. Returning NULL");
+    return pZone->getDelaunayTriangulation()->createZone(vTriangles, bVerbose);
 }
 
 }  // namespace LUMO_TARO25D

@@ -321,9 +321,10 @@ class TARO25D_API Taro_2D {
     /// height was set to something that is not finite. Numbers are in the
     /// byte order of the machine, so the file suits machines of the same kind. Linear.
     bool save(const char* filename) const;
-    /// Inserts what `save` wrote: the vertices, and the segments as constraints of strategy CIS_CONSTRAINED_DELAUNAY.
-    /// Returns false, with a line on standard output and nothing changed, if the file cannot be read or is not one that
-    /// `save` wrote.
+    /// Inserts what such a file holds: the vertices, and the segments as constraints of strategy CIS_CONSTRAINED_DELAUNAY.
+    /// Points may repeat, of which the first stays, segments may cross, and their ends need not be among the points.
+    /// Returns false, with a line on standard output and nothing changed, if the file cannot be read, has another type, a
+    /// length that does not follow from its counts, or a number that is not finite.
     bool load(const char* filename);
 
     /// @}

@@ -122,8 +122,8 @@ TARO25D_API Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle
 /// What remains becomes a new zone of location ZL_GROW, whose border is a constraint; the old zone stays as it is. Each
 /// triangle is asked at most once, so the answer must not depend on the others.
 ///
-/// Returns null with a warning if the zone or the predicate is null or if nothing remains. With bVerbose it prints the
-/// number of triangles and the areas before and after.
+/// Returns null if the zone or the predicate is null or if nothing remains. With bVerbose that gives a warning, and the
+/// number of triangles and the areas before and after are printed; without it nothing is.
 template <class UserPredicateT>
 Zone2* peelOffIf(Zone2* pZone, UserPredicateT* pPredicate, bool bVerbose = true) {
     if (!pPredicate) return peelOffBorder(pZone, nullptr, bVerbose);
