@@ -18,7 +18,10 @@
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
 #include "support/diagnostics.h"
+#include "taro25d/Color.h"
 #include "taro25d/ConstraintGraph2.h"
+#include "taro25d/Segment2.h"
+#include "taro25d/Visualizer2.h"
 
 namespace LUMO_TARO25D {
 
@@ -184,6 +187,12 @@ std::ostream& operator<<(std::ostream& stream, const ConstraintSegment2& segment
         stream << " [DEAD, numChildren=" << (segment.aChildren_[0] ? 2 : 0) << "]\n";
     }
     return stream << *segment.p0_ << "\n" << *segment.p1_ << "\nlength=" << distance2D(*segment.p0_, *segment.p1_);
+}
+
+void Visualizer2::addObject(const std::vector<ConstraintSegment2*>& vCSegs, const Color& color) {
+    for (const ConstraintSegment2* pCSeg : vCSegs) {
+        if (pCSeg) addObject(Segment2(*pCSeg->getSrc(), *pCSeg->getTrg()), color);
+    }
 }
 
 }  // namespace LUMO_TARO25D

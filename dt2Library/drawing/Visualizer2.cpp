@@ -16,7 +16,6 @@
 
 #include "support/diagnostics.h"
 #include "taro25d/Circle2.h"
-#include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Label.h"
 #include "taro25d/Segment2.h"
@@ -423,12 +422,6 @@ void Visualizer2::addObject(const Edge2& edge, const Color& color) {
 
 void Visualizer2::addObject(const std::vector<Edge2>& vEdges, const Color& color) {
     for (const Edge2& edge : vEdges) addObject(edge, color);
-}
-
-void Visualizer2::addObject(const std::vector<ConstraintSegment2*>& vCSegs, const Color& color) {
-    for (const ConstraintSegment2* pCSeg : vCSegs) {
-        if (pCSeg) pPage_->add(Line{toXY(*pCSeg->getSrc()), toXY(*pCSeg->getTrg())}, color);
-    }
 }
 
 void Visualizer2::addObject(const Circle2& circle, const Color& color) {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <vector>
 
+#include "support/lists.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Segment2.h"
@@ -15,47 +15,10 @@ namespace LUMO_TARO25D {
 /// The index after i on a triangle: (i + 1) mod 3.
 inline int incIndexBy1(int i) { return i == 2 ? 0 : i + 1; }
 
-/// Sorts a vector and drops repeated elements.
-template <class T>
-void oneInstance(std::vector<T>& vElements) {
-    std::sort(vElements.begin(), vElements.end(), std::less<T>());
-    vElements.erase(std::unique(vElements.begin(), vElements.end()), vElements.end());
-}
-
 /// Sorts vertices by their coordinates, so that no address matters, and drops repeated ones.
 inline void sortByPlace(std::vector<Point2*>& vVertices) {
     std::sort(vVertices.begin(), vVertices.end(), [](const Point2* p, const Point2* q) { return *p < *q; });
     vVertices.erase(std::unique(vVertices.begin(), vVertices.end()), vVertices.end());
-}
-
-/// Sets a flag for the length of an operation, however that ends, and then to what it was. Nests.
-class FlagScope {
-  public:
-    explicit FlagScope(bool& bFlag) : bFlag_(bFlag), bBefore_(bFlag) { bFlag_ = true; }
-    ~FlagScope() { bFlag_ = bBefore_; }
-    FlagScope(const FlagScope&) = delete;
-    FlagScope& operator=(const FlagScope&) = delete;
-
-  private:
-    bool& bFlag_;
-    bool bBefore_;
-};
-
-/// Makes room for n more elements, and half as many again as that makes: what is never written costs addresses only, but
-/// moving a large vector for the next element costs as much as many insertions. At least doubling later, so that many small
-/// batches stay linear.
-template <class Vector>
-void reserveMore(Vector& vElements, size_t n) {
-    const size_t numWanted = vElements.size() + n;
-    if (numWanted > vElements.capacity())
-        vElements.reserve(std::max(numWanted + numWanted / 2, 2 * vElements.capacity()));
-}
-
-/// The size of a hash table that n entries fill at most by half: the least size, doubled as often as that takes.
-inline size_t getTableSize(size_t n, size_t minSize) {
-    size_t size = minSize;
-    while (size < 2 * n) size *= 2;
-    return size;
 }
 
 /// Whether x and y are finite; z may be anything.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "kernel/tools.h"
+#include "support/lists.h"
 
 namespace LUMO_TARO25D {
 

@@ -1,0 +1,60 @@
+#include "taro25d/Taro_2D.h"
+
+#include "mesh/EngineCall.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Segment2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+template <class... Arguments>
+Zone2* makeZone(const std::unique_ptr<Dt2>& pDt2, bool bVerbose, const Arguments&... arguments) {
+    const MessageScope scope(&pDt2->getProgress());
+    Zone2* pZone = pDt2->createZone(arguments..., bVerbose);
+    if (!pZone && bVerbose) warning("Taro_2D::createZone(..)", "No zone created, returning NULL (bVerbose==true)");
+    return pZone;
+}
+
+}  // namespace
+
+Zone2* Taro_2D::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, pGraph, zoneLoc);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vGraphs, zoneLoc);
+}
+
+Zone2* Taro_2D::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, pGraph, zoneLoc, seed);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
+                           bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vGraphs, zoneLoc, seed);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vEdges, zoneLoc);
+}
+
+Zone2* Taro_2D::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose) {
+    return makeZone(pDt2_, bVerbose, vTriangles);
+}
+
+Zone2* Taro_2D::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose) {
+    return call(pDt2_)->createZone_cookieCutter(vSegments, bVerbose);
+}
+
+bool Taro_2D::deleteZone(Zone2* pZone) { return call(pDt2_)->deleteZone(pZone); }
+
+void Taro_2D::cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints) {
+    call(pDt2_)->CUTT_cutTriangles(vSegments, bConstraints);
+}
+
+void Taro_2D::cutTriangles(const Point2& src, const Point2& trg, bool bConstraints) {
+    cutTriangles({Segment2(src, trg)}, bConstraints);
+}
+
+}  // namespace LUMO_TARO25D
