@@ -5,10 +5,12 @@
 #include <cmath>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 #include "kernel/GeomTest.h"
 #include "kernel/tools.h"
 #include "support/capture.h"
+#include "support/exact.h"
 #include "support/generators.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Segment2.h"
@@ -465,30 +467,68 @@ TEST(Triangle2, TiesGoToTheLowestIndexAndEquilateralAnglesAre60) {
     EXPECT_TRUE(collinear.getNormalVector().isDegenerate());
 }
 
-TEST(Triangle2, CircumcentreIsAccurateForGoodTrianglesAnywhere) {
+TEST(Triangle2, CircumcentreIsTheTrueOneRoundedOnce) {
     bool bAccurate = false;
     Point2 a(0, 0, 3), b(4, 0, 0), c(0, 2, 0);
     const Triangle2 right(&a, &b, &c);
     EXPECT_TRUE(right.getDual(bAccurate) == Point2(2, 1, 0) && bAccurate);
     EXPECT_EQ(right.getDual(bAccurate).getCustomIndex(), -1);
+    EXPECT_EQ(right.getDual(bAccurate).z(), 1);
 
     Random random(7);
-    const double aCase[][2] = {{0, 1},      {5e5, 1e-3},    {-1e9, 1e-3}, {1e9, 1e-3},
-                               {0, 1e-150}, {1e-40, 1e-42}, {1e12, 1e6}};
-    for (const auto& [center, size] : aCase) {
-        int numAccurate = 0, numTriangles = 0;
-        while (numTriangles < 200) {
-            Point2 p = randomPoint(random, center, size), q = randomPoint(random, center, size),
-                   r = randomPoint(random, center, size);
-            if (getOrientation2(&p, &q, &r) != ORIENTATION2_CCW) std::swap(q, r);
-            if (getMinInteriorAngle(p, q, r) < 15) continue;
-            ++numTriangles;
-            const Triangle2 triangle(&p, &q, &r);
+    struct Case {
+        double center, size;
+        bool bLattice;
+    };
+    for (const Case& test :
+         {Case{0, 1, false}, Case{1000, 1, false}, Case{5e5, 1e-3, false}, Case{-1e9, 1e-3, false}, Case{5e9, 1, false},
+          Case{1e12, 1e6, false}, Case{0x1p60, 0x1p50, false}, Case{0, 1e-150, false}, Case{1e-40, 1e-42, false},
+          Case{0, 1e150, false}, Case{1e200, 1e199, false}, Case{0, 9, true}, Case{1e6, 9, true}}) {
+        SCOPED_TRACE(testing::Message() << test.center << " " << test.size);
+        for (int i = 0; i < 200; ++i) {
+            Point2 aCorner[3];
+            for (Point2& corner : aCorner) {
+                corner = randomPoint(random, test.center, test.size);
+                if (test.bLattice) corner.set(std::round(corner.x()), std::round(corner.y()), 0);
+            }
+            if (i % 5 == 0 && !test.bLattice) {  // thin
+                const Point2 mid = centerWithShift(aCorner[0], aCorner[1]);
+                aCorner[2].set(mid.x() * (1 + uniform(random, -1e-12, 1e-12)), mid.y(), 0);
+            }
+            if (exactOrientation(aCorner[0], aCorner[1], aCorner[2]) < 0) std::swap(aCorner[1], aCorner[2]);
+            const Triangle2 triangle(&aCorner[0], &aCorner[1], &aCorner[2]);
             const Point2 dual = triangle.getDual(bAccurate);
-            numAccurate += bAccurate;
-            EXPECT_LT(distanceSpread(triangle, dual), std::max(1e-6 * std::abs(size), 3e-16 * std::abs(center)));
+            mpq_class x, y;
+            const bool bExists = exactCircumcenter(aCorner[0], aCorner[1], aCorner[2], x, y);
+            EXPECT_TRUE(bExists || !bAccurate);
+            EXPECT_TRUE(!bExists || (isNearestDouble(dual.x(), x) && isNearestDouble(dual.y(), y))) << triangle;
+            EXPECT_TRUE(bAccurate || getMinInteriorAngle(aCorner[0], aCorner[1], aCorner[2]) < 1) << triangle;
+            const double magnitude = getMagnitude(getBox({aCorner[0], aCorner[1], aCorner[2], dual}));
+            EXPECT_TRUE(!bAccurate || distanceSpread(triangle, dual) <= 0x1p-49 * magnitude);
         }
-        EXPECT_TRUE(numAccurate == 200 || center > 1e10) << center << " " << size;
+    }
+}
+
+TEST(Triangle2, MeasuresScaleWithTheTriangle) {
+    Random random(8);
+    for (int i = 0; i < 200; ++i) {
+        const Point2 aCorner[3] = {randomPoint(random, 3, 1), randomPoint(random, 3, 1), randomPoint(random, 3, 1)};
+        const auto measure = [&aCorner](int exponent) {
+            Point2 aScaled[3];
+            for (int k = 0; k < 3; ++k) {
+                aScaled[k].set(std::ldexp(aCorner[k].x(), exponent), std::ldexp(aCorner[k].y(), exponent), 0);
+            }
+            const Triangle2 triangle(&aScaled[0], &aScaled[1], &aScaled[2]);
+            bool bAccurate;
+            const Point2 dual = triangle.getDual(bAccurate);
+            return std::make_tuple(std::ldexp(dual.x(), -exponent), std::ldexp(dual.y(), -exponent), bAccurate,
+                                   triangle.getMaxIndex(), triangle.getMinIndex());
+        };
+        const auto expected = measure(0);
+        // Beyond 2^512 squares of lengths overflow, below 2^-538 they vanish.
+        for (const int exponent : {-800, -540, -200, -60, 33, 60, 200, 530, 900}) {
+            EXPECT_EQ(measure(exponent), expected) << exponent;
+        }
     }
 }
 
@@ -504,16 +544,25 @@ TEST(Triangle2, CircumcentreOfNeedlesAndFlatTrianglesIsFlaggedHonestly) {
         const Point2 dual = needle.getDual(bAccurate);
         numAccurate += bAccurate;
         EXPECT_EQ(dual.getCustomIndex(), -1);
-        EXPECT_TRUE(!bAccurate || distanceSpread(needle, dual) < 1e-6);
+        EXPECT_TRUE(!bAccurate || distanceSpread(needle, dual) <= 0x1p-49 * getMagnitude(getBox({a, dual})));
         EXPECT_TRUE(std::isfinite(dual.x()) && std::isfinite(dual.y()));
     }
     EXPECT_GT(numAccurate, 150);
 
+    // Corners of a few units in the last place may have no double on the inner side of both short edges.
+    const auto at = [](int x, int y) { return Point2(0x1p52 + x, 0x1p52 + y, 0); };
+    Point2 p = at(0, 0), q = at(1, 0), r = at(0, 1);
+    EXPECT_EQ(Triangle2(&p, &q, &r).getDual(bAccurate), at(0, 0));
+
     Point2 a(0, 0, 0), b(1, 1, 0), c(3, 3, 0), mid(1.5, 1.5, 0);
     const Point2 dual = Triangle2(&a, &b, &c).getDual(bAccurate);
-    EXPECT_NEAR(distance2D(dual, mid), 1e13, 1e9);
+    EXPECT_FALSE(bAccurate);
+    EXPECT_GT(distance2D(dual, mid), 1e12);
     EXPECT_NEAR(dual.x() + dual.y(), 3, 0.01);
     for (const Triangle2& flat : {Triangle2(&a, &a, &b), Triangle2(&a, &b, &a), Triangle2(&a, &a, &a)}) {
-        EXPECT_TRUE(std::isfinite(flat.getDual(bAccurate).x()));
+        EXPECT_TRUE(std::isfinite(flat.getDual(bAccurate).x()) && !bAccurate);
     }
+    // The centre of this one would be at 1e309.
+    Point2 far0(0, 0, 0), far1(1e300, 1e291, 0), far2(2e300, 0, 0);
+    EXPECT_TRUE(isFinite2D(Triangle2(&far0, &far2, &far1).getDual(bAccurate)) && !bAccurate);
 }

@@ -1,11 +1,12 @@
 #include "taro25d/Triangle2.h"
 
-#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <initializer_list>
 #include <iostream>
 #include <limits>
 
+#include "kernel/circumcenter.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 #include "taro25d/Vector2.h"
@@ -42,47 +43,20 @@ double getSideLength25D(const Point2& p0, const Point2& p1) {
 
 double getAngle(const Vector2& u, const Vector2& v) { return getAngleDegree(normalize(u), normalize(v)); }
 
-/// Rounds to the 24 binary digits of single precision, whatever the exponent.
-double roundToSingle(double value) {
-    int exponent;
-    const double mantissa = std::frexp(value, &exponent);
-    return std::ldexp(static_cast<double>(static_cast<float>(mantissa)), exponent);
-}
+/// Whether a squared length has neither overflowed nor lost digits to underflow.
+bool isPlainSquare(double sqLength) { return sqLength > 1e-280 && sqLength < 1e300; }
 
-/// The mean of the coordinate nearest to zero and the one farthest from it. Subtracting it leaves numbers of
-/// about the size of the triangle, and as it has few digits the subtraction hardly ever rounds.
-double getOffset(double c0, double c1, double c2) {
-    const auto isNearerToZero = [](double a, double b) { return std::abs(a) < std::abs(b); };
-    const auto [nearest, farthest] = std::minmax({c0, c1, c2}, isNearerToZero);
-    return roundToSingle(0.5 * nearest + 0.5 * farthest);
-}
-
-/// Searches the perpendicular bisector of the edge a-b for the point that is as far from apex as from a.
-/// Halving a range needs no division by the area, so it also works for corners that are collinear up to rounding.
-Point2 bisectForCenter(const Point2& apex, const Point2& a, const Point2& b) {
-    const Point2 mid = centerWithShift(a, b);
-    const Vector2 direction = getVector2D(b, a).orthogonalVector();
-    if (direction.isDegenerate()) return mid;
-
-    // The centre lies on the side of the apex if the angle there is acute, otherwise on the other side.
-    const Vector2 toApex = getVector2D(mid, apex);
-    const bool bAcute = toApex.sqLength() > sqDistance2D(a, mid);
-    const double sign = bAcute ? 1.0 : -1.0;
-    const double reach = (bAcute ? toApex.length() : 1e13) / direction.length();
-    const Vector2 ray = direction * (direction * toApex * sign < 0.0 ? -reach : reach);
-
-    const Vector2 chord = getVector2D(apex, a);
-    const Point2 chordMid = centerWithShift(apex, a);
-    Point2 candidate;
-    double lower = 0.0, upper = 1.0;
-    for (double t = 0.5; t != lower && t != upper; t = 0.5 * (lower + upper)) {
-        candidate = mid + ray * t;
-        // The squared distance from apex minus that from a, but not as a difference of squares that cancel.
-        const double excess = 2.0 * (chord * getVector2D(chordMid, candidate));
-        if (std::abs(excess) < 1e-16) break;
-        (excess * sign < 0.0 ? upper : lower) = t;
+/// The index of the edge whose length comes before the others in an order, by lengths that are no roots of squares.
+template <class Order>
+int getFirstIndex(const Triangle2& triangle, const Order& isBefore) {
+    const auto getLength = [&triangle](int i) {
+        return distance2D(*triangle.getCorner(incIndexBy1(i)), *triangle.getCorner(incIndexBy2(i)));
+    };
+    int first = 0;
+    for (const int i : {1, 2}) {
+        if (isBefore(getLength(i), getLength(first))) first = i;
     }
-    return candidate;
+    return first;
 }
 
 const char* getOrientationWords(const Triangle2& triangle) {
@@ -154,7 +128,7 @@ int Triangle2::getMaxIndex() const {
             maxIndex = i;
         }
     }
-    return maxIndex;
+    return isPlainSquare(maxSqLength) ? maxIndex : getFirstIndex(*this, std::greater<>());
 }
 
 int Triangle2::getMinIndex() const {
@@ -167,7 +141,7 @@ int Triangle2::getMinIndex() const {
             minIndex = i;
         }
     }
-    return minIndex;
+    return isPlainSquare(minSqLength) ? minIndex : getFirstIndex(*this, std::less<>());
 }
 
 Point2 Triangle2::getBarycenter() const { return barycenter(*aCorner_[0], *aCorner_[1], *aCorner_[2]); }
@@ -210,49 +184,36 @@ Vector2 Triangle2::getNormalVector() const {
 }
 
 Point2 Triangle2::getDual(bool& bAccurate) const {
-    const double offsetX = getOffset(aCorner_[0]->x(), aCorner_[1]->x(), aCorner_[2]->x());
-    const double offsetY = getOffset(aCorner_[0]->y(), aCorner_[1]->y(), aCorner_[2]->y());
     const int longestEdge = getMaxIndex();
-
     Point2 center;
-    bAccurate = getCC_strategy1(offsetX, offsetY, center) && isAccurateCC(longestEdge, center);
-    if (bAccurate) return center;
-    center = getCC_strategy2(longestEdge, offsetX, offsetY);
-    bAccurate = isAccurateCC(longestEdge, center);
+    const bool bFound = getCC_strategy1(center);
+    if (!bFound) center = getCC_strategy2(longestEdge);
+    bAccurate = bFound && isAccurateCC(longestEdge, center);
     return center;
 }
 
-bool Triangle2::getCC_strategy1(double offsetX, double offsetY, Point2& result) const {
-    const Vector2 shift(-offsetX, -offsetY, 0.0);
-    const Point2 origin = *aCorner_[0] + shift;
-    Vector2 u = getVector2D(origin, *aCorner_[1] + shift), v = getVector2D(origin, *aCorner_[2] + shift);
-    const double scale = std::max(getBinaryScale(u), getBinaryScale(v));
-    u = u / scale;
-    v = v / scale;
-
-    const double d = 2.0 * crossProduct2D(u, v);
-    if (d == 0.0) return false;
-    const double x = (v.y() * u.sqLength() - u.y() * v.sqLength()) / d;
-    const double y = (u.x() * v.sqLength() - v.x() * u.sqLength()) / d;
-    result.set(offsetX + (origin.x() + x * scale), offsetY + (origin.y() + y * scale), getBarycenter().z());
+bool Triangle2::getCC_strategy1(Point2& result) const {
+    double x, y;
+    if (!getCircumcenter(*aCorner_[0], *aCorner_[1], *aCorner_[2], x, y)) return false;
+    result.set(x, y, getBarycenter().z());
     return true;
 }
 
-Point2 Triangle2::getCC_strategy2(int longestEdge, double offsetX, double offsetY) const {
-    const Vector2 shift(-offsetX, -offsetY, 0.0);
-    const Point2 apex = *aCorner_[longestEdge] + shift;
-    const Point2 a = *aCorner_[incIndexBy1(longestEdge)] + shift;
-    const Point2 b = *aCorner_[incIndexBy2(longestEdge)] + shift;
-    return bisectForCenter(apex, a, b) + Vector2(offsetX, offsetY, 0.0);
+/// Where corners are collinear, or nearly and the centre is beyond all numbers: a point far away on the perpendicular
+/// bisector of the longest edge, on the side where the centre of a thin triangle is.
+Point2 Triangle2::getCC_strategy2(int longestEdge) const {
+    constexpr double FAR = 1e13;
+    const Point2 &a = *aCorner_[incIndexBy1(longestEdge)], &b = *aCorner_[incIndexBy2(longestEdge)];
+    const Vector2 edge = getVector2D(a, b);
+    const Point2 mid = centerWithShift(a, b), far = mid + Vector2(edge.y(), -edge.x(), 0.0) * FAR;
+    return isFinite2D(far) ? far : mid;
 }
 
+/// The three distances of a centre that is rounded once agree to 2^-51 of the largest coordinate, so they need no test.
 bool Triangle2::isAccurateCC(int longestEdge, const Point2& center) const {
     const Point2 *pA = aCorner_[longestEdge], *pB = aCorner_[incIndexBy1(longestEdge)];
     const Point2* pE = aCorner_[incIndexBy2(longestEdge)];
-    const auto [minDistance, maxDistance] =
-        std::minmax({distance2D(center, *pA), distance2D(center, *pB), distance2D(center, *pE)});
-    // Written so that a centre that is not finite fails here: the predicates need numbers.
-    return maxDistance - minDistance < 1e-6 && getOrientation2_mt(pA, pB, &center) != ORIENTATION2_CW &&
+    return getOrientation2_mt(pA, pB, &center) != ORIENTATION2_CW &&
            getOrientation2_mt(pE, pA, &center) != ORIENTATION2_CW;
 }
 

@@ -80,14 +80,16 @@ class TARO25D_API Triangle2 {
     /// The unit normal of the triangle's plane; the zero vector for a degenerate triangle.
     Vector2 getNormalVector() const;
 
-    /// The circumcentre in x-y; z lies among the heights of the corners. bAccurate tells whether it can be trusted: its
-    /// distances to the three corners agree to 1e-6, and it is on the inner side of the edges that do not face it.
-    /// Custom index -1.
+    /// The circumcentre in x-y, each coordinate rounded once from the true one; z lies among the heights of the corners,
+    /// and the custom index is -1. bAccurate tells whether it can be trusted: its distances to the three corners agree to
+    /// 2^-49 of the largest coordinate of corners and centre, and rounding has not moved it beyond one of the two shorter
+    /// edges. Where corners are collinear, or so nearly that the centre is beyond the range of doubles, it is not accurate,
+    /// and the result is a point far away beside the longest edge.
     Point2 getDual(bool& bAccurate) const;
 
   private:
-    TARO25D_HIDDEN bool getCC_strategy1(double offsetX, double offsetY, Point2& result) const;
-    TARO25D_HIDDEN Point2 getCC_strategy2(int longestEdge, double offsetX, double offsetY) const;
+    TARO25D_HIDDEN bool getCC_strategy1(Point2& result) const;
+    TARO25D_HIDDEN Point2 getCC_strategy2(int longestEdge) const;
     TARO25D_HIDDEN bool isAccurateCC(int longestEdge, const Point2& center) const;
 
     Point2* aCorner_[3];

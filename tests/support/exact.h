@@ -2,6 +2,9 @@
 
 #include <gmpxx.h>
 
+#include <cmath>
+#include <limits>
+
 #include "taro25d/Point2.h"
 
 // Oracles for the predicates: the defining determinants in rational numbers, for any finite coordinates.
@@ -38,4 +41,23 @@ inline int exactInCircle(const LUMO_TARO25D::Point2& a, const LUMO_TARO25D::Poin
     const mpq_class det =
         u.sqLength() * exactCross(v, w) + v.sqLength() * exactCross(w, u) + w.sqLength() * exactCross(u, v);
     return sgn(det);
+}
+
+/// The circumcentre; false where there is none.
+inline bool exactCircumcenter(const LUMO_TARO25D::Point2& a, const LUMO_TARO25D::Point2& b,
+                              const LUMO_TARO25D::Point2& c, mpq_class& x, mpq_class& y) {
+    const ExactVector u(b, a), v(c, a);
+    const mpq_class d = 2 * exactCross(u, v);
+    if (d == 0) return false;
+    x = a.x() + (v.y * u.sqLength() - u.y * v.sqLength()) / d;
+    y = a.y() + (u.x * v.sqLength() - v.x * u.sqLength()) / d;
+    return true;
+}
+
+/// Whether no double is nearer to a number.
+inline bool isNearestDouble(double value, const mpq_class& exact) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    const mpq_class distance = abs(mpq_class(value) - exact);
+    return distance <= abs(mpq_class(std::nextafter(value, infinity)) - exact) &&
+           distance <= abs(mpq_class(std::nextafter(value, -infinity)) - exact);
 }
