@@ -21,6 +21,9 @@
 //
 // Crossings are rounded to doubles, so that pieces are not exactly on their segment and may run into vertices or other
 // constraints that it missed; these are obstacles like any other.
+//
+// A vertex next to a segment lies on it (nearness.h), be it there before or inserted later (Dt2::settle). Its pieces are
+// exact again, so that the mesh never depends on a tolerance, only the way that a segment takes through it.
 
 #include <algorithm>
 #include <cmath>
@@ -29,6 +32,7 @@
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
 #include "kernel/links.h"
+#include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
@@ -274,15 +278,22 @@ Point2* Dt2::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>&
         warning("Dt2::newCDT_traverseCZ()", "Degenerate constraint, return");
         return nullptr;
     }
+    if (*pTrg < *pSrc) std::swap(pSrc, pTrg);  // which obstacle is the first does not depend on addresses
     Triangle2* pT = nullptr;
     int i = 0;
     if (Point2* pReached = leaveTowardsVertex(pSrc, pTrg, pT, i)) return pReached == pTrg ? nullptr : pReached;
+    const auto isOnWay = [&](const Point2* pVtx) { return !bExactConstraints_ && isBeside(*pSrc, *pTrg, *pVtx); };
+    for (Point2* pCorner : {pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))}) {
+        if (isOnWay(pCorner)) return pCorner;
+    }
     CrossedRegion region(pT, i);
     Orientation2 ori = ORIENTATION2_CCW;
     while (ori != ORIENTATION2_COLLINEAR) {
         if (isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, vPairIspCS);
         ori = crossEdge(pSrc, pTrg, pT, i);
         region.add(pT, i, ori);
+        Point2* pFar = ori == ORIENTATION2_CCW ? pT->getCorner(incIndexBy2(i)) : pT->getCorner(incIndexBy1(i));
+        if (ori != ORIENTATION2_COLLINEAR && isOnWay(pFar)) return pFar;
     }
     if (pT->getCorner(i) != pTrg) return pT->getCorner(i);
     TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");
@@ -413,8 +424,8 @@ ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
     getIncidentVertices(pSrc, vNeighbours);
     if (std::find(vNeighbours.begin(), vNeighbours.end(), pTrg) != vNeighbours.end()) return nullptr;
     for (Point2* q : vNeighbours) {
-        if (geomTest_.getOrientation2(pSrc, pTrg, q) != ORIENTATION2_COLLINEAR || !isBetween(*pSrc, *pTrg, *q))
-            continue;
+        const bool bOnLine = geomTest_.getOrientation2(pSrc, pTrg, q) == ORIENTATION2_COLLINEAR;
+        if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : bExactConstraints_ || !isBeside(*pSrc, *pTrg, *q)) continue;
         pInnerVtxMgr_->eraseVtx(q);
         const bool bSplit = pCSeg->split_combinatorialOnly(q);
         // A row of vertices is no reason to run out of passes: what is left of the segment follows at once.

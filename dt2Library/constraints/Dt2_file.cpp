@@ -300,6 +300,7 @@ bool Dt2::load(const char* filename) {
         std::cout << name << complaint << "\n";
         return false;
     }
+    const FlagScope exact(bExactConstraints_);  // what vertices its segments go through has been decided already
     {
         const auto vCoordinates = std::move(content.vCoordinates);  // not needed for the segments any more
         insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);

@@ -17,6 +17,7 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "kernel/links.h"
+#include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "mesh/BulkInserter.h"
 #include "mesh/InnerVtxMgr.h"
@@ -159,7 +160,7 @@ Triangle2* Dt2::insertVertex(Point2*& pVtx, Triangle2* pHint) {
     } else {
         initVCheckT24(pT, pVtx, idx);
     }
-    legalize(pVtx);
+    settle(pVtx);
     return pT;
 }
 
@@ -283,6 +284,19 @@ void Dt2::legalize(const Point2* v) {
     }
 }
 
+/// Flips may bring the next constraint to a vertex, so that all around it are looked at again after each.
+void Dt2::bendConstraintsTo(Point2* v) {
+    const auto isBesideConstraint = [this, v](const Triangle2* pT) {
+        const int i = indexOfVertex(pT, v);
+        return isBeside(*pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i)), *v) && isConstraint(pT, i);
+    };
+    while (Triangle2* pT = findIncidentTriangle(v, isBesideConstraint)) {
+        splitConstraintAt(pT->getCorner(1), pT->getCorner(2), v);
+        vFlipStack_.push_back(pT);
+        legalize(v);
+    }
+}
+
 Triangle2* Dt2::flip(Triangle2* pT, int i) {
     Triangle2* pN = pT->getOppositeTriangle(i);
     flipEdge(pT, i, pN, indexOfNeighbour(pN, pT));
@@ -339,7 +353,7 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int idx) {
         determineHullPatchRight(vHullPatch_, pT, idx, v);
         fanFromHullPatch(v);
     }
-    legalize(v);
+    settle(v);
     return v->getIncidentTriangle();
 }
 

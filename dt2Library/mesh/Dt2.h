@@ -275,6 +275,13 @@ class Dt2 {
     void splitHullEdge(Point2* v, Triangle2* pT, int idx);
     void fanFromHullPatch(Point2* v);
     void legalize(const Point2* v);
+    /// The last step of inserting a vertex, whose triangles are on the flip stack: flips, and takes constraints next to it
+    /// through it. It is corner 0 of all its triangles.
+    void settle(Point2* v) {
+        legalize(v);
+        if (bHasConstraints_ && !bExactConstraints_) bendConstraintsTo(v);
+    }
+    void bendConstraintsTo(Point2* v);
     Triangle2* newTriangleRecord();
 
     // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
@@ -420,7 +427,8 @@ class Dt2 {
     double zoneMagnitude_ = 0.0;
     bool bHasConstraints_ = false;
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
-    bool bFlipsSuppressed_ = false;  // while triangles are cut
+    bool bFlipsSuppressed_ = false;   // while triangles are cut
+    bool bExactConstraints_ = false;  // while what is next to a constraint stays beside it (see isBeside)
     int numCPU_ = 1;
     std::string name_;
     Progress progress_;

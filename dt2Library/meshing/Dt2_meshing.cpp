@@ -424,7 +424,7 @@ void Dt2::insertVertexForRefinement(Point2*& pVertex, Triangle2* pContainingTria
     } else {
         initVCheckT24(pContainingTriangle, pVertex, onEdge);
     }
-    legalize(pVertex);
+    settle(pVertex);
     // Those that were flipped away again would only be stale.
     Triangle2* const pFirst = pVertex->getIncidentTriangle();
     Triangle2* pT = pFirst;

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+
+#include "taro25d/Point2.h"
+
+namespace LUMO_TARO25D {
+
+// What rounding cannot tell apart. Everything here is relative to the coordinates, so that the same geometry scaled by a
+// power of two gets the same answers; nothing depends on the order of the ends of a segment.
+
+/// The largest absolute x or y of some points.
+inline double getLargestCoordinate(const Point2& a, const Point2& b, const Point2& c) {
+    return std::max(std::max(std::max(std::abs(a.x()), std::abs(a.y())), std::max(std::abs(b.x()), std::abs(b.y()))),
+                    std::max(std::abs(c.x()), std::abs(c.y())));
+}
+
+/// Places nearer than this part of their largest coordinate may be meant to be one: 4 to 8 units in the last place, which
+/// is what computing a point on a line, or the crossing of two, can be wrong by.
+constexpr double RESOLUTION = 0x1p-50;
+/// So near to the ends of a segment, in parts of the largest coordinate, it is left alone: what is that small may be input
+/// with a spacing of a few rounding errors, of which every decision counts.
+constexpr double END_ZONE = 0x1p-40;
+
+/// The second half of isBeside, for what is next to the line.
+bool isBesideBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex);
+
+/// Whether a vertex that is not exactly on a segment counts as lying on it: it is not farther from it than RESOLUTION,
+/// between its ends, and farther than END_ZONE from both. A segment is made to go through such a vertex, whichever of them
+/// comes first. Otherwise a triangle thinner than rounding would stand between the two, and anything that crosses it
+/// later would have no place there.
+///
+/// Both parts that the vertex divides the segment into are shorter than the whole, so that going on with them ends.
+inline bool isBeside(const Point2& src, const Point2& trg, const Point2& vertex) {
+    const double dx = trg.x() - src.x(), dy = trg.y() - src.y();
+    const double cross = dx * (vertex.y() - src.y()) - dy * (vertex.x() - src.x());
+    // Nearly always the answer. Twice the resolution is more than all of these roundings can add; what overflows or
+    // underflows passes.
+    const double reach = 2.0 * RESOLUTION * getLargestCoordinate(src, trg, vertex);
+    if (std::abs(cross) > reach * (std::abs(dx) + std::abs(dy))) return false;
+    return isBesideBetweenEnds(src, trg, vertex);
+}
+
+}  // namespace LUMO_TARO25D
