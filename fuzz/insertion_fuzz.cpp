@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "input.h"
+#include "mesh/Dt2.h"
 #include "support/delaunay_oracle.h"
 #include "support/generators.h"
 #include "taro25d/Taro_2D.h"
@@ -48,6 +49,7 @@ class Run {
     explicit Run(Input& input) : input_(input), coordinates_(input, Frame::choose(input, Frame::NUM_ALL), true) {}
 
     void go() {
+        mesh_.getImpl()->preferChunks();
         for (int i = 0; i < MAX_STEPS && !input_.isAtEnd(); ++i) step();
         checkAll();
     }

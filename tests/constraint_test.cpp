@@ -702,6 +702,7 @@ TEST_F(Constraint, PointsInsertedLaterSplitItInEveryOwner) {
     for (const int numThreads : {1, 4}) {
         Work work;
         work.mesh.setNumCPU(numThreads);
+        work.mesh.getImpl()->preferChunks();
         work.insertBulk(makeSquare(0, 64));
         const SegmentVector vSides{makeSegment(0, 0, 64, 0), makeSegment(64, 64, 64, 0), makeSegment(0, 0, 64, 64),
                                    makeSegment(0, 32, 64, 32)};

@@ -6,7 +6,9 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <numeric>
 #include <stdexcept>
 #include <thread>
@@ -37,12 +39,28 @@ bool isDense(size_t i, size_t numItems) {
     return i % (step + 1) != step;
 }
 
+/// From now on in chunks, also where these are slower: most sets here are small.
+void useChunks(Taro_2D& mesh, int numThreads) {
+    mesh.setNumCPU(numThreads);
+    mesh.getImpl()->preferChunks();
+}
+
+/// The coordinates of the triangles' corners in the order in which the mesh gives them.
+std::vector<double> listCorners(const Taro_2D& mesh) {
+    std::vector<double> vCoordinates;
+    for (const Triangle2* pT : trianglesOf(mesh)) {
+        for (int i = 0; i < 3; ++i)
+            vCoordinates.insert(vCoordinates.end(), {pT->getCorner(i)->x(), pT->getCorner(i)->y()});
+    }
+    return vCoordinates;
+}
+
 /// Inserts the points in one bulk call, or the first part before the others, and checks mesh and handles against a mesh
 /// of one thread.
 void expectSameAsOneThread(const PointVector& vPoints, int numThreads, size_t numBefore, bool bGeneralPosition) {
     const PointVector vBefore(vPoints.begin(), vPoints.begin() + static_cast<std::ptrdiff_t>(numBefore));
     Taro_2D one, many;
-    many.setNumCPU(numThreads);
+    useChunks(many, numThreads);
     VertexVector vHandlesOne, vHandlesMany;
     one.insert(vBefore);
     many.insert(vBefore);
@@ -86,12 +104,66 @@ TEST(Parallel, StaysSequentialBelowAThousandVertices) {
     expectSameAsOneThread(vCollinear, 4, 3000, true);
 }
 
+TEST(Parallel, GivesTheSameTrianglesInTheSameOrderInEveryRun) {
+    // Where four points lie on one circle, as in a lattice, the one that comes last decides about the diagonal.
+    Random random(20);
+    const PointVector vPoints = makeGrid(static_cast<size_t>(std::sqrt(scaled(40000))) + 40, 0, 0, 1, random);
+    std::vector<double> vFirst;
+    for (const int numThreads : {2, 2, 3, 8}) {
+        Taro_2D mesh;
+        useChunks(mesh, numThreads);
+        mesh.insert(vPoints);
+        if (vFirst.empty()) vFirst = listCorners(mesh);
+        EXPECT_TRUE(listCorners(mesh) == vFirst) << numThreads << " threads";
+    }
+}
+
+TEST(Parallel, UsesChunksWhereTheyAreFaster) {
+    // Chunks are seen from the order of the triangles, which is another one then.
+    const auto areUsed = [](size_t numNew, size_t numBefore) {
+        const PointVector vBefore = makeUniform(numBefore, 21), vNew = makeUniform(numNew, 22);
+        Taro_2D one, two;
+        two.setNumCPU(2);
+        for (Taro_2D* pMesh : {&one, &two}) {
+            pMesh->insert(vBefore);
+            pMesh->insert(vNew);
+        }
+        return listCorners(one) != listCorners(two);
+    };
+    EXPECT_TRUE(areUsed(50000, 0));
+    EXPECT_TRUE(areUsed(50000, 10000));
+    EXPECT_FALSE(areUsed(20000, 0));
+    EXPECT_FALSE(areUsed(50000, 25000));
+}
+
+TEST(Parallel, StartsNoMoreThreadsThanThereIsWorkFor) {
+    const size_t numProcessors = std::max(1u, std::thread::hardware_concurrency());
+    EXPECT_EQ(numParallelParts(200000, 1000000000, 1), 4 * numProcessors);
+    EXPECT_EQ(numParallelParts(200000, 5, 3), 1u);
+    EXPECT_EQ(numParallelParts(0, 1000000000), 1u);
+    const auto countThreads = [] {
+        const std::filesystem::directory_iterator threads("/proc/self/task");
+        return static_cast<size_t>(std::distance(begin(threads), end(threads)));
+    };
+    const size_t numBefore = countThreads();
+    size_t numMost = 0;
+    Taro_2D mesh;
+    EXPECT_EQ(mesh.setNumCPU(200000), 200000);
+    Recorder listener;
+    listener.hook = [&] { numMost = std::max(numMost, countThreads()); };
+    mesh.subscribe(MT_PROGRESS, &listener);
+    const PointVector vPoints = makeUniform(200000, 23);
+    mesh.insert(vPoints);
+    EXPECT_LE(numMost, numBefore + 4 * numProcessors);
+    EXPECT_EQ(mesh.numberOfPoints(), vPoints.size());
+}
+
 TEST(Parallel, LeavesNoTraceOfTheBox) {
     const PointVector vPoints = makeUniform(5000, 9);
     Bbox2 box;
     box.add(vPoints);
     Taro_2D mesh;
-    mesh.setNumCPU(4);
+    useChunks(mesh, 4);
     mesh.insert(vPoints);
     VertexVector vHull, vVertices;
     mesh.getConvexHull(true, vHull);
@@ -111,7 +183,7 @@ TEST(Parallel, LeavesNoTraceOfTheBox) {
 TEST(Parallel, AStartAtARemovedVertexIsSafe) {
     // The record of the vertex inserted last serves a corner of the box, which is gone again afterwards.
     Taro_2D mesh;
-    mesh.setNumCPU(2);
+    useChunks(mesh, 2);
     VertexVector vVertices;
     mesh.insert(makeUniform(3000, 11), vVertices);
     Point2* pLast = mesh.insert(Point2(0.5, 0.25, 0.0));
@@ -167,7 +239,7 @@ TEST(Parallel, AMillionPointsOnManyThreads) {
         size_t numTriangles = 0;
         for (const int numThreads : {1, 2, 4, 8}) {
             Taro_2D mesh;
-            mesh.setNumCPU(numThreads);
+            useChunks(mesh, numThreads);
             mesh.insert(vPoints);
             EXPECT_EQ(mesh.numberOfPoints(), vPoints.size());
             if (numThreads == 1) numTriangles = mesh.numberOfTriangles();
@@ -180,7 +252,7 @@ TEST(Parallel, AMillionPointsOnManyThreads) {
 TEST(Parallel, ReportsProgressFromTheCallingThread) {
     const std::thread::id caller = std::this_thread::get_id();
     Taro_2D mesh;
-    mesh.setNumCPU(3);
+    useChunks(mesh, 3);
     Recorder listener;
     listener.hook = [&] { EXPECT_EQ(std::this_thread::get_id(), caller); };
     mesh.subscribe(MT_PROGRESS, &listener);
@@ -202,7 +274,7 @@ TEST(Parallel, AListenerThatThrowsLeavesWhatIsInserted) {
             for (const size_t numBefore : {0, 1, 1500}) {
                 SCOPED_TRACE(testing::Message() << numThreads << " " << limit << " " << numBefore);
                 Taro_2D mesh;
-                mesh.setNumCPU(numThreads);
+                useChunks(mesh, numThreads);
                 mesh.insert(PointVector(vCollinear.begin(), vCollinear.begin() + static_cast<int>(numBefore)));
                 Recorder listener;
                 listener.hook = [&] {
@@ -232,6 +304,7 @@ TEST(Parallel, AFailureInsideAChunkLeavesAMesh) {
     vPoints.insert(vPoints.end(), vBefore.begin(), vBefore.end());
     Dt2 engine(3);
     engine.setNumCPU(3);
+    engine.preferChunks();
     engine.insertVector(vBefore);
     Recorder listener;
     listener.hook = [&] {

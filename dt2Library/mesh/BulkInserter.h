@@ -46,7 +46,7 @@ class BulkInserter {
     void leaveFakeBox(ItemIterator begin, ItemIterator end);
     /// Takes what has not been inserted out of the vault, after a failure.
     void abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles);
-    bool isWorthThreads(size_t numVertices) const;
+    bool areChunksFaster(size_t numNew, size_t numPreExisting) const;
     bool hasFakeBox() const;
 
     Dt2& mesh_;

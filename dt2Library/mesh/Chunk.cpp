@@ -209,9 +209,9 @@ void Chunk::giveBackTriangles() {
 }
 
 void Chunk::finalize() {
-    TARO_ASSERT(state_ == CS_DONE);
+    TARO_ASSERT(state_ == CS_DONE || bRunsAlone_);
     giveBackTriangles();
-    if (numDeferred_ == 0) return;
+    if (numDeferred_ == 0 && !bRunsAlone_) return;
     BulkInserter(*pDt2_).triangulateRest(vItems_.data() + start_, vItems_.data() + end_,
                                          pAnchor_->getIncidentTriangle());
 }

@@ -24,10 +24,13 @@ class Chunk {
     const Bbox2& getExtBox() const { return extBox_; }
     /// Computes the extended box; the mesh must not change meanwhile. Chunks may do so at the same time.
     void determineExtBox();
-    /// Whether the extended box is so large that no other chunk is expected beside it.
+    /// Whether the extended box is so large that no other chunk is expected beside it: all its vertices are for the
+    /// calling thread then.
     bool runsAlone() const { return bRunsAlone_; }
     /// Takes the records that the insertions can need from the engine; on the calling thread, before they start.
-    void takeTriangles() { triangles_ = pDt2_->takeTriangleRecords(2 * (end_ - start_)); }
+    void takeTriangles() {
+        if (!bRunsAlone_) triangles_ = pDt2_->takeTriangleRecords(2 * (end_ - start_));
+    }
 
     /// Inserts the vertices, on any thread, while no chunk with a touching extended box runs.
     void insert();

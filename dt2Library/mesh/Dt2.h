@@ -58,6 +58,9 @@ class Dt2 {
     int getNumCPU() const { return numCPU_; }
     /// As many threads as the hardware has.
     void enableMT() { setNumCPU(0); }
+    /// For tests: on several threads, every batch of 1000 vertices is inserted in chunks, also where that is slower.
+    void preferChunks() { bPrefersChunks_ = true; }
+    bool prefersChunks() const { return bPrefersChunks_; }
     void setName(const std::string& name) { name_ = name; }
     const std::string& getName() const { return name_; }
     void internalDebug(int topic, int detail, const std::string& text);
@@ -430,6 +433,7 @@ class Dt2 {
     bool bFlipsSuppressed_ = false;   // while triangles are cut
     bool bExactConstraints_ = false;  // while what is next to a constraint stays beside it (see isBeside)
     int numCPU_ = 1;
+    bool bPrefersChunks_ = false;
     std::string name_;
     Progress progress_;
 };

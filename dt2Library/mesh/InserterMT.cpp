@@ -1,17 +1,21 @@
 #include "mesh/InserterMT.h"
 
-#include <sched.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <ctime>
 
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
 #include "support/parallel.h"
 
 namespace LUMO_TARO25D {
+
+namespace {
+
+/// As many as take longer than it takes to start a thread.
+constexpr size_t MIN_CHUNKS_PER_THREAD = 4;
+
+}  // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The fake box
@@ -68,11 +72,15 @@ bool InserterMT::go(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator
     TARO_ASSERT_TEXT(pStartT != nullptr, "pStartT!=__null");
     mesh_.triangulateRec(vSparseVtx.data(), vSparseVtx.data() + vSparseVtx.size(), pStartT);
     createChunks(root, vDenseVtx, vSparseVtx);
-    determineBoxes(mesh_.getNumCPU());
+    const int numThreads =
+        static_cast<int>(numParallelParts(mesh_.getNumCPU(), vChunks_.size(), MIN_CHUNKS_PER_THREAD));
+    determineBoxes(numThreads);
     if (doMostRunAlone()) return false;
+    createTasks();
+    findBlockers();
     try {
         for (const auto& pChunk : vChunks_) pChunk->takeTriangles();
-        startWork(mesh_.getNumCPU());
+        startWork(numThreads);
         for (const auto& pChunk : vChunks_) pChunk->finalize();
     } catch (...) {
         for (const auto& pChunk : vChunks_) pChunk->giveBackTriangles();
@@ -101,6 +109,7 @@ void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& v
                               const LargeVector<IdxVtxAct*>& vSparseVtx) {
     const size_t numDense = vDenseVtx.size();
     const size_t size = numDense / numChunks, small = size / 3;
+    vChunks_.clear();
     for (size_t start = 0, end = 0; end < numDense; start += size) {
         end = std::min(start + size, numDense);
         const size_t rest = numDense - end;
@@ -109,7 +118,6 @@ void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& v
         const IdxVtxAct* pAnchor = vSparseVtx[std::min(start / sparseStep_, vSparseVtx.size() - 1)];
         vChunks_.push_back(std::make_unique<Chunk>(&mesh_, engineBox_, static_cast<int>(vChunks_.size()), vDenseVtx,
                                                    start, end, mesh_.getVertexVault().getOriginal(pAnchor->vtx)));
-        sWaiting_.insert(vChunks_.back().get());
     }
 }
 
@@ -128,55 +136,88 @@ bool InserterMT::doMostRunAlone() const {
     return 2 * static_cast<size_t>(numAlone) > vChunks_.size();
 }
 
-void InserterMT::startWork(int numThreads) {
-    Progress& progress = mesh_.getProgress();
-    const int num = static_cast<int>(std::min(static_cast<size_t>(numThreads), vChunks_.size()));
-    runOnThreads(
-        num, [this](int) { workOnChunks(); }, [&progress] { progress.report(); });
-}
-
-void InserterMT::workOnChunks() {
-    for (;;) {
-        bool bNoneWaiting = false;
-        Chunk* pChunk = getWork(bNoneWaiting);
-        if (!pChunk && bNoneWaiting) return;
-        if (!pChunk) {
-            // All that wait touch one that runs.
-            sched_yield();
-            const timespec oneMillisecond{0, 1000000};
-            nanosleep(&oneMillisecond, nullptr);
-            continue;
+/// Chunks that follow each other along the curve touch, and so do many that are a little further apart. So that threads
+/// seldom wait, the curve is cut into short pieces, and of eight in a row only one has its turn: the chunks of a piece come
+/// one after the other, which keeps what they share in the cache, and the pieces of one turn are far from each other.
+/// What runs alone is not for the workers.
+void InserterMT::createTasks() {
+    constexpr size_t PIECE_SIZE = 8, NUM_TURNS = 8;
+    vTasks_.clear();
+    for (size_t turn = 0; turn < NUM_TURNS; ++turn) {
+        for (size_t i = 0; i < vChunks_.size(); ++i) {
+            if (i / PIECE_SIZE % NUM_TURNS != turn || vChunks_[i]->runsAlone()) continue;
+            vTasks_.push_back({vChunks_[i].get(), 0, {}});
         }
-        try {
-            pChunk->insert();
-        } catch (...) {
-            release(pChunk, true);
-            throw;
-        }
-        release(pChunk, false);
     }
 }
 
-Chunk* InserterMT::getWork(bool& bNoneWaiting) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    bNoneWaiting = sWaiting_.empty();
-    const auto isFree = [this](const Chunk* pChunk) {
-        return std::none_of(sStarted_.begin(), sStarted_.end(), [pChunk](const Chunk* pStarted) {
-            return pChunk->getExtBox().doIntersect(pStarted->getExtBox());
-        });
-    };
-    const auto it = std::find_if(sWaiting_.begin(), sWaiting_.end(), isFree);
-    if (it == sWaiting_.end()) return nullptr;
-    Chunk* pChunk = *it;
-    sWaiting_.erase(it);
-    sStarted_.insert(pChunk);
-    return pChunk;
+/// By a sweep from the left to the right.
+void InserterMT::findBlockers() {
+    const auto boxOf = [](const Task* pTask) -> const Bbox2& { return pTask->pChunk->getExtBox(); };
+    std::vector<Task*> vFromLeft;
+    for (Task& task : vTasks_) vFromLeft.push_back(&task);
+    std::stable_sort(vFromLeft.begin(), vFromLeft.end(),
+                     [&](const Task* pA, const Task* pB) { return boxOf(pA).getMinX() < boxOf(pB).getMinX(); });
+    for (size_t i = 0; i < vFromLeft.size(); ++i) {
+        const Bbox2& box = boxOf(vFromLeft[i]);
+        for (size_t k = i + 1; k < vFromLeft.size() && boxOf(vFromLeft[k]).getMinX() <= box.getMaxX(); ++k) {
+            if (!box.doIntersect(boxOf(vFromLeft[k]))) continue;
+            const auto [pEarlier, pLater] = std::minmax(vFromLeft[i], vFromLeft[k]);
+            pEarlier->vFollowers.push_back(pLater);
+            ++pLater->numBlockers;
+        }
+    }
+    numWaiting_ = vTasks_.size();
+    for (Task& task : vTasks_) {
+        if (task.numBlockers == 0) sReady_.insert(&task);
+    }
 }
 
-void InserterMT::release(Chunk* pChunk, bool bFailed) {
+void InserterMT::startWork(int numThreads) {
+    Progress& progress = mesh_.getProgress();
+    runOnThreads(
+        numThreads, [this](int) { workOnChunks(); }, [&progress] { progress.report(); });
+}
+
+void InserterMT::workOnChunks() {
+    while (const Task* pTask = getWork()) {
+        try {
+            pTask->pChunk->insert();
+        } catch (...) {
+            stop();
+            throw;
+        }
+        release(*pTask);
+    }
+}
+
+InserterMT::Task* InserterMT::getWork() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    news_.wait(lock, [this] { return !sReady_.empty() || numWaiting_ == 0; });
+    if (sReady_.empty()) return nullptr;
+    Task* pTask = *sReady_.begin();
+    sReady_.erase(sReady_.begin());
+    --numWaiting_;
+    return pTask;
+}
+
+void InserterMT::release(const Task& task) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    sStarted_.erase(pChunk);
-    if (bFailed) sWaiting_.clear();  // the others stop too
+    bool bNews = numWaiting_ == 0;
+    for (Task* pFollower : task.vFollowers) {
+        if (--pFollower->numBlockers > 0 || numWaiting_ == 0) continue;
+        sReady_.insert(pFollower);
+        bNews = true;
+    }
+    if (bNews) news_.notify_all();
+}
+
+/// After a failure: the others start nothing any more.
+void InserterMT::stop() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    sReady_.clear();
+    numWaiting_ = 0;
+    news_.notify_all();
 }
 
 }  // namespace LUMO_TARO25D

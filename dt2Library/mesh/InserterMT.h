@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -11,8 +12,9 @@
 namespace LUMO_TARO25D {
 
 /// One parallel bulk insertion: a coarse mesh first, then chunks of the rest on several threads, never two at
-/// a time whose extended boxes touch. Four vertices at the corners of a box around all points, the fake box, keep every
-/// point off the hull meanwhile.
+/// a time whose extended boxes touch. Of two that do, the same one always comes first, so that the mesh depends neither on
+/// the number of threads nor on which of them is faster. Four vertices at the corners of a box around all points, the fake
+/// box, keep every point off the hull meanwhile.
 class InserterMT {
   public:
     explicit InserterMT(Dt2& mesh) : mesh_(mesh) {}
@@ -34,8 +36,11 @@ class InserterMT {
     bool go(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end);
 
   private:
-    struct ByLabel {
-        bool operator()(const Chunk* a, const Chunk* b) const { return a->getLabel() < b->getLabel(); }
+    /// A chunk for the workers.
+    struct Task {
+        Chunk* pChunk;
+        size_t numBlockers;             // unfinished tasks before it whose boxes touch its own
+        std::vector<Task*> vFollowers;  // the tasks behind it whose boxes touch its own
     };
 
     void splitSmallBig(size_t k, BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end,
@@ -44,19 +49,26 @@ class InserterMT {
                       const LargeVector<IdxVtxAct*>& vSparseVtx);
     void determineBoxes(int numThreads);
     bool doMostRunAlone() const;
+    void createTasks();
+    void findBlockers();
     void startWork(int numThreads);
     void workOnChunks();
-    /// A waiting chunk that touches none that runs, or null.
-    Chunk* getWork(bool& bNoneWaiting);
-    void release(Chunk* pChunk, bool bFailed);
+    /// A task that waits for nothing, as soon as there is one; null when none is left.
+    Task* getWork();
+    void release(const Task& task);
+    void stop();
 
     Dt2& mesh_;
     Point2* aFakeBoxCorner_[4] = {nullptr, nullptr, nullptr, nullptr};
     Bbox2 engineBox_;
     size_t sparseStep_ = 1;  // so many dense items stand before each sparse one
     std::vector<std::unique_ptr<Chunk>> vChunks_;
-    std::mutex mutex_;  // guards the two sets
-    std::set<Chunk*, ByLabel> sWaiting_, sStarted_;
+    std::vector<Task> vTasks_;  // in the order that decides between two
+
+    std::mutex mutex_;              // guards what follows, and the numbers of blockers
+    std::condition_variable news_;  // there may be a ready task, or none is waiting any more
+    std::set<Task*> sReady_;
+    size_t numWaiting_ = 0;  // tasks that are not started yet
 };
 
 }  // namespace LUMO_TARO25D

@@ -22,12 +22,14 @@ void printNumberOfContainers(size_t numBlocks) {
 void touchAhead(void* pStart, size_t numBytes, int numThreads) {
 #ifdef MADV_POPULATE_WRITE
     constexpr std::uintptr_t PAGE = 4096;
+    constexpr size_t MIN_PAGES_PER_THREAD = 500;  // half a millisecond
     const std::uintptr_t first = (reinterpret_cast<std::uintptr_t>(pStart) + PAGE - 1) / PAGE;
     const std::uintptr_t last = (reinterpret_cast<std::uintptr_t>(pStart) + numBytes) / PAGE;
     if (first >= last) return;
-    parallelFor(numThreads, last - first, [first](size_t begin, size_t end, int) {
+    const auto touch = [first](size_t begin, size_t end, int) {
         madvise(reinterpret_cast<void*>((first + begin) * PAGE), (end - begin) * PAGE, MADV_POPULATE_WRITE);
-    });
+    };
+    parallelFor(numThreads, last - first, touch, MIN_PAGES_PER_THREAD);
 #else
     static_cast<void>(pStart);
     static_cast<void>(numBytes);

@@ -78,13 +78,15 @@ void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::
     if (crew.getFirstException()) std::rethrow_exception(crew.getFirstException());
 }
 
-size_t numParallelParts(int numThreads, size_t n) {
-    constexpr size_t MIN_PER_THREAD = 10000;  // for less, starting a thread costs more than it brings
-    return std::clamp<size_t>(n / MIN_PER_THREAD, 1, static_cast<size_t>(std::max(numThreads, 1)));
+size_t numParallelParts(int numThreads, size_t n, size_t minPerThread) {
+    constexpr int MAX_PER_PROCESSOR = 4;
+    static const int maxThreads =
+        MAX_PER_PROCESSOR * static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    return std::clamp<size_t>(n / minPerThread, 1, static_cast<size_t>(std::clamp(numThreads, 1, maxThreads)));
 }
 
-void parallelFor(int numThreads, size_t n, const std::function<void(size_t, size_t, int)>& f) {
-    const size_t num = numParallelParts(numThreads, n);
+void parallelFor(int numThreads, size_t n, const std::function<void(size_t, size_t, int)>& f, size_t minPerThread) {
+    const size_t num = numParallelParts(numThreads, n, minPerThread);
     runOnThreads(static_cast<int>(num), [&](int threadIdx) {
         const size_t t = static_cast<size_t>(threadIdx);
         f(n / num * t + n % num * t / num, n / num * (t + 1) + n % num * (t + 1) / num, threadIdx);

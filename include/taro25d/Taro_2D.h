@@ -92,10 +92,11 @@ class TARO25D_API Taro_2D {
     /// O(log n) expected.
     Point2* insert(const Point2& point);
     /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one warning. With
-    /// setNumCPU above 1, batches of 1000 vertices and more that are not small beside the mesh are inserted on several
-    /// threads as long as there are no constraints: vertices, heights and handles are the same for any number, and so
-    /// are the triangles but for the diagonals between points on one circle. Linear expected time for points that are
-    /// spread over the plane.
+    /// setNumCPU above 1, several threads insert batches of 40,000 vertices and more that are at least three times as large
+    /// as the mesh, as long as there are no constraints. Vertices, heights and handles are the same for any number of
+    /// threads; the triangles are the same in every run and for any number above 1, and those of one thread differ from
+    /// them only in the diagonals between points on one circle. Linear expected time for points that are spread over the
+    /// plane.
     void insert(const std::vector<Point2>& vPoints);
     /// Inserts many points; vHandles is replaced by one vertex for each point, in input order: for a
     /// duplicate the vertex at that position (among equal positions of one call the first stays), null for a
