@@ -14,7 +14,6 @@
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
-#include "meshing/GridMesher.h"
 #include "meshing/RefCand3.h"
 #include "support/capture.h"
 #include "support/files.h"
@@ -22,6 +21,7 @@
 #include "support/mesh_quality.h"
 #include "support/polygons.h"
 #include "support/recorder.h"
+#include "support/scene.h"
 #include "taro25d/AcceptExperimentalFeature.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
@@ -33,60 +33,6 @@
 using namespace LUMO_TARO25D;
 
 namespace {
-
-using Height = std::function<double(double, double)>;
-
-double flat(double, double) { return 0; }
-double plane(double x, double y) { return 3 + 0.5 * x - 0.25 * y; }
-double steep(double x, double y) { return 40 * std::sin(x / 7) * std::cos(y / 11); }
-
-/// A triangulation with a zone inside polygons.
-struct Scene {
-    std::unique_ptr<Taro_2D> pMesh = std::make_unique<Taro_2D>();
-    std::vector<ConstraintGraph2*> vGraphs;
-    Zone2* pZone = nullptr;
-};
-
-Point2 lift(const Point2& p, const Height& height) { return Point2(p.x(), p.y(), height(p.x(), p.y())); }
-
-SegmentVector lift(const SegmentVector& vSegments, const Height& height) {
-    SegmentVector vLifted;
-    for (const Segment2& s : vSegments) vLifted.emplace_back(lift(s.getSrc(), height), lift(s.getTrg(), height));
-    return vLifted;
-}
-
-/// The first polygon is the outline; others are holes.
-Scene makeScene(const std::vector<PointVector>& vPolygons, const SegmentVector& vInner = {},
-                const Height& height = flat, const PointVector& vPoints = {}) {
-    Scene scene;
-    for (const Point2& p : vPoints) scene.pMesh->insert(lift(p, height));
-    for (const PointVector& vCorners : vPolygons) {
-        scene.vGraphs.push_back(
-            scene.pMesh->createConstraint(lift(makeSides(vCorners), height), CIS_CONSTRAINED_DELAUNAY));
-    }
-    if (!vInner.empty()) scene.pMesh->createConstraint(lift(vInner, height), CIS_CONSTRAINED_DELAUNAY);
-    scene.pMesh->applyConstraintsAndZones();
-    scene.pZone = scene.pMesh->createZone(scene.vGraphs[0], ZL_INSIDE);
-    for (size_t i = 1; i < scene.vGraphs.size(); ++i) {
-        scene.pZone = zoneDifference(scene.pZone, scene.pMesh->createZone(scene.vGraphs[i], ZL_INSIDE));
-    }
-    if (vPolygons.size() > 1) scene.pZone = scene.pZone->convertToBoundedZone();
-    return scene;
-}
-
-Scene makeSquare(double side = 100, const Height& height = flat) {
-    return makeScene({makeRectangle(0, 0, side, side)}, {}, height);
-}
-
-SegmentVector makeRandomSegments(size_t n, double side, Random& r) {
-    SegmentVector vSegments;
-    for (size_t i = 0; i < n; ++i) {
-        const Point2 p(uniform(r, 0.1 * side, 0.9 * side), uniform(r, 0.1 * side, 0.9 * side), 0);
-        vSegments.emplace_back(p,
-                               Point2(p.x() + uniform(r, -0.1, 0.1) * side, p.y() + uniform(r, -0.1, 0.1) * side, 0));
-    }
-    return vSegments;
-}
 
 /// A zone, and the limits that it gets.
 struct LimitCase {
@@ -383,6 +329,8 @@ TEST(Meshing, RefusesWhatItCannotDo) {
              Case{[](auto& p) { p.maxTriangleArea = -1; }, invalid},
              Case{[&](auto& p) { p.maxTriangleArea = NOT_A_NUMBER; }, invalid},
              Case{[&](auto& p) { p.growthFactor = NOT_A_NUMBER; }, invalid},
+             Case{[](auto& p) { p.growthFactor = 1; }, invalid + ": growthFactor must be greater than 1"},
+             Case{[](auto& p) { p.growthFactor = 1e-300; }, invalid},
              Case{[&](auto& p) { p.minAngleDegree = NOT_A_NUMBER; }, invalid},
              Case{[&](auto& p) { p.minEdgeLength = NOT_A_NUMBER; }, invalid},
          }) {
@@ -597,105 +545,6 @@ TEST(Meshing, CandidatesKnowTheirTriangle) {
     const StdoutCapture capture;
     flatter.debug();
     EXPECT_TRUE(contains(capture, "[alive]"));
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// The grid
-
-TEST(GridMeshing, CentresItsStripes) {
-    for (const double degrees : {0.0, 17.0, 45.0, 100.0}) {
-        const Scene scene = makeScene({makeRectangle(0, 0, 100, 37)});
-        const double angle = degrees * M_PI / 180;
-        MeshGenParams params(scene.pZone);
-        params.gridLength = 4;
-        const Vector2 along(std::cos(angle), std::sin(angle), 0), across(-along.y(), along.x(), 0);
-        std::vector<Segment2> vStripes;
-        GridMesher(&params).createStripes(along, vStripes);
-        std::vector<double> vOffsets;
-        for (const Segment2& stripe : vStripes) vOffsets.push_back(getVector2D(Point2(), stripe.getSrc()) * across);
-        double low = 1e300, high = -1e300;
-        for (const Point2& corner : makeRectangle(0, 0, 100, 37)) {
-            low = std::min(low, getVector2D(Point2(), corner) * across);
-            high = std::max(high, getVector2D(Point2(), corner) * across);
-        }
-        ASSERT_GT(vOffsets.size(), 5u);
-        EXPECT_TRUE(std::is_sorted(vOffsets.begin(), vOffsets.end()));
-        for (size_t i = 1; i < vOffsets.size(); ++i) EXPECT_NEAR(vOffsets[i] - vOffsets[i - 1], 4, 1e-9);
-        EXPECT_NEAR(vOffsets.front() - low, high - vOffsets.back(), 1e-9);
-        EXPECT_GE(vOffsets.front() - low, 2 - 1e-9);
-        EXPECT_LE(vOffsets.front() - low, 4 + 1e-9);
-        params.gridLength = 150;
-        GridMesher(&params).createStripes(along, vStripes);
-        EXPECT_EQ(vStripes.size(), vOffsets.size()) << "wider than the zone";
-    }
-}
-
-TEST(GridMeshing, SeedsZonesThatRefinementCompletes) {
-    for (const double degrees : {0.0, 17.0, 45.0, 90.0, 200.0}) {
-        for (const int mode : {0, 1, 2}) {
-            SCOPED_TRACE(degrees * 10 + mode);
-            Random r(21);
-            const Scene scene = makeScene({makeRectangle(0, 0, 100, 100), makeStar(12, 50, 50, 25, r)},
-                                          {Segment2({10, 5, 0}, {80, 15, 0})}, plane);
-            const double angle = degrees * M_PI / 180;
-            MeshGenParams params(scene.pZone);
-            params.gridLength = 3;
-            params.gridVector = Vector2(5 * std::cos(angle), 5 * std::sin(angle), 0);
-            params.maxEdgeLength = 5;
-            params.bAllowConstraintSplitting = mode != 1;
-            const CSegVector vSides = originalsOf(scene.vGraphs[0]);
-            if (mode == 2) params.addLockedConstraint(vSides[0]);
-            scene.pMesh->refineAdvanced(&params);
-            EXPECT_TRUE(isWellMeshed(*scene.pMesh, params));
-            EXPECT_NEAR(params.gridVector.length(), 1, 1e-12);
-            EXPECT_EQ(vSides[0]->isAlive(), mode != 0);
-            EXPECT_EQ(vSides[1]->isAlive(), mode == 1);
-            const TriangleVector vTriangles = trianglesOf(scene.pZone);
-            const auto isRegular = [](const Triangle2* pT) {
-                std::array<double, 3> aLength;
-                for (int i = 0; i < 3; ++i) aLength[static_cast<size_t>(i)] = std::sqrt(pT->getSquaredEdgeLength2D(i));
-                std::sort(aLength.begin(), aLength.end());
-                return std::abs(aLength[0] - 3) < 1e-6 && std::abs(aLength[1] - 3) < 1e-6;
-            };
-            EXPECT_GT(2 * std::count_if(vTriangles.begin(), vTriangles.end(), isRegular), vTriangles.size());
-            for (const Point2* p : verticesOf(*scene.pMesh)) EXPECT_NEAR(p->z(), plane(p->x(), p->y()), 1e-10);
-        }
-    }
-}
-
-TEST(GridMeshing, KeepsWhatWasThere) {
-    // The grid of spacing 20 in this square has its points at 20, 40, ...; one of them is taken, others are near vertices.
-    const PointVector vPoints{{40, 40, 0}, {41, 60, 0}, {62, 40, 0}, {40, 42, 0}};
-    const Scene scene = makeScene({makeRectangle(0, 0, 100, 100)}, {}, flat, vPoints);
-    MeshGenParams params(scene.pZone);
-    params.gridLength = 20;
-    GridMesher(&params).insertGridPoints(false);
-    Dt2* pDt2 = scene.pMesh->getImpl();
-    for (const Point2& p : vPoints) EXPECT_NE(pDt2->getVertexPointer(p), nullptr) << p;
-    EXPECT_EQ(pDt2->getVertexPointer(Point2(40, 60, 0)), nullptr);
-    EXPECT_EQ(pDt2->getVertexPointer(Point2(60, 40, 0)), nullptr);
-    EXPECT_NE(pDt2->getVertexPointer(Point2(80, 80, 0)), nullptr);
-    EXPECT_EQ(scene.pMesh->numberOfPoints(), 4 + 4 + 16 - 3u);
-
-    // Not near a segment of the zone; and a segment outside, which stripes reach, is not split.
-    const Scene crossed =
-        makeScene({makeRectangle(0, 0, 100, 100)}, {makeSegment(5, 42, 95, 42), makeSegment(110, 0, 110, 100)});
-    MeshGenParams chopping(crossed.pZone);
-    chopping.gridLength = 20;
-    GridMesher(&chopping).insertGridPoints(true);
-    for (const double y : {40, 60}) {
-        const VertexVector vRow = verticesOf(*crossed.pMesh);
-        const auto isInner = [y](const Point2* p) { return p->y() == y && p->x() > 0 && p->x() < 100; };
-        EXPECT_EQ(std::count_if(vRow.begin(), vRow.end(), isInner), y == 40 ? 0 : 4);
-    }
-    EXPECT_TRUE(crossed.pMesh->isConstraint(crossed.pMesh->getImpl()->getVertexPointer(Point2(110, 0, 0)),
-                                            crossed.pMesh->getImpl()->getVertexPointer(Point2(110, 100, 0))));
-
-    const Scene small = makeSquare(35);
-    MeshGenParams few(small.pZone);
-    few.gridLength = 20;
-    GridMesher(&few).insertGridPoints(false);
-    EXPECT_EQ(small.pMesh->numberOfPoints(), 4u) << "one grid point is too few";
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

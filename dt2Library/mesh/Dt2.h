@@ -388,8 +388,10 @@ class Dt2 {
 
     bool haveValidPreconditions(MeshGenParams* pParams);
     void refineMain3(MeshGenParams* pParams);
-    /// Inserts the grid that the parameters ask for.
-    void preMeshing(MeshGenParams* pParams);
+    /// Whether the number of vertices that the limits ask for is allowed; otherwise there is an error.
+    bool isAffordable(MeshGenParams* pParams);
+    /// Inserts the grid that the parameters ask for. False, with an error, if it is refused.
+    bool preMeshing(MeshGenParams* pParams);
     void getInitialRefineCandidates(MeshGenParams* pParams);
     /// Makes a triangle a candidate, if a refinement is running and it may miss a limit.
     void addRefCand3(Triangle2* pT);

@@ -34,6 +34,7 @@
 #include "mesh/InnerVtxMgr.h"
 #include "meshing/CandidateQueue.h"
 #include "meshing/GridMesher.h"
+#include "meshing/MeshEstimate.h"
 #include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
@@ -275,6 +276,9 @@ bool Dt2::haveValidPreconditions(MeshGenParams* pParams) {
         std::isnan(pParams->growthFactor)) {
         return refuse("Dt2::refineMain2()", "invalid limit, return");
     }
+    if (pParams->growthFactor > 0.0 && pParams->growthFactor <= 1.0) {
+        return refuse("Dt2::refineMain2()", "invalid limit, return: growthFactor must be greater than 1");
+    }
     return true;
 }
 
@@ -285,10 +289,11 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
     }
     if (pParams->bKeepExistingSteinerPoints) pInnerVtxMgr_->clear();
     if (!haveValidPreconditions(pParams)) return;
+    if (!isAffordable(pParams)) return;
     lockPieces(*pParams);
-    if (pParams->gridLength > 0.0 && (pParams->gridVector.x() != 0.0 || pParams->gridVector.y() != 0.0)) {
-        preMeshing(pParams);
-    }
+    const VertexBudget budget(*this, *pParams);
+    // A grid takes regularity away, or brings it: the growth limit may be another matter afterwards.
+    if (hasGrid(*pParams) && (!preMeshing(pParams) || !isAffordable(pParams))) return;
     pLastParams_ = copyLimits(*pParams);
     std::vector<Triangle2*> vTriangles;
     pParams->pZone->getTriangles(vTriangles);
@@ -298,16 +303,17 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
     pmmAng2RC_ = std::make_unique<CandidateQueue>(this, pParams);
     const QueueGuard guard(pmmAng2RC_);
     RefinementProgress progress(progress_);
-    bool bChanged = true;
-    for (int pass = 0; bChanged && pass < MAX_PASSES; ++pass) {
+    bool bChanged = true, bStopped = false;
+    for (int pass = 0; bChanged && !bStopped && pass < MAX_PASSES; ++pass) {
         TARO_ASSERT_TEXT(pmmAng2RC_ != nullptr, "pmmAng2RC!=__null");
         bChanged = false;
         getInitialRefineCandidates(pParams);
-        while (!pmmAng2RC_->empty()) {
+        while (!pmmAng2RC_->empty() && !bStopped) {
             RefCand3* pRC = pmmAng2RC_->extractFirst();
             if (pRC->isAlive()) {
                 pRC->init();
-                bChanged = tryRefine(pRC, pParams) || bChanged;
+                bStopped = budget.isUsedUp() && pRC->needRefinement(pParams);
+                bChanged = (!bStopped && tryRefine(pRC, pParams)) || bChanged;
             }
             pmmAng2RC_->giveBack(pRC);
             progress.served(*pmmAng2RC_);
@@ -316,11 +322,19 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
         progress.passDone();
     }
     progress.done();
+    if (bStopped) warning("Dt2::refineMain2()", "as many new vertices as maxNumVertices allows, refinement stops");
 }
 
-void Dt2::preMeshing(MeshGenParams* pParams) {
-    GridMesher(pParams).insertGridPoints(true);
+bool Dt2::isAffordable(MeshGenParams* pParams) {
+    std::vector<Triangle2*> vTriangles;
+    pParams->pZone->getTriangles(vTriangles);
+    return mayInsert(estimateNewVertices(this, pParams, vTriangles), *pParams);
+}
+
+bool Dt2::preMeshing(MeshGenParams* pParams) {
+    if (!GridMesher(pParams).insertGridPoints(true)) return false;
     applyConstraintsAndZones();
+    return true;
 }
 
 void Dt2::getInitialRefineCandidates(MeshGenParams* pParams) {

@@ -5,26 +5,26 @@
 // them are not much larger than those of the grid, and grid vertices that would come too near to other vertices, or to a
 // segment, are taken out again. What is bad then is left to refinement.
 //
-// Crossings come from the lines, not from intersections of pairs of segments: with k stripes in each family there are k^2,
-// each in constant time plus the time to locate it.
+// Stripes are numbered, so which of them an edge crosses follows from where its ends lie between them, without a search.
+// A stripe is inside the zone from each odd crossing of the border to the next even one, and only there are its crossings
+// with the other family looked for. The cost is that of the vertices, of the crossings with the border, and O(log n) to
+// locate each vertex, however much larger the extent of the zone is than the zone.
 
 #include "meshing/GridMesher.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <limits>
 #include <tuple>
 
 #include "kernel/links.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
+#include "meshing/MeshEstimate.h"
 #include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
-#include "taro25d/SegmentChecker.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 
@@ -32,7 +32,6 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr double INVALID = std::numeric_limits<double>::max();
 constexpr double MAX_STRIPES = 1e7;
 
 /// The ends of all pieces of the graphs of a zone, each once, by coordinates.
@@ -52,6 +51,9 @@ std::vector<Point2*> getConstraintPoints(const Zone2* pZone) {
     return vConstraintPoints;
 }
 
+/// The direction in which stripes follow one another.
+Vector2 getAcross(const Vector2& direction) { return Vector2(-direction.y(), direction.x(), 0.0); }
+
 /// The two points that are farthest apart along a direction.
 std::pair<Point2, Point2> getExtremes(const std::vector<Point2*>& vPoints, const Vector2& direction) {
     const Point2& origin = *vPoints.front();
@@ -60,6 +62,12 @@ std::pair<Point2, Point2> getExtremes(const std::vector<Point2*>& vPoints, const
     };
     const auto [first, last] = std::minmax_element(vPoints.begin(), vPoints.end(), comesBefore);
     return {**first, **last};
+}
+
+/// The ends of a segment, the one with the lower coordinates first.
+std::pair<Point2*, Point2*> getOrderedEnds(const ConstraintSegment2* pCSeg) {
+    Point2 *pFrom = pCSeg->getSrc(), *pTo = pCSeg->getTrg();
+    return *pTo < *pFrom ? std::pair(pTo, pFrom) : std::pair(pFrom, pTo);
 }
 
 /// Whether the edge opposite a corner is a constraint nearer than a distance.
@@ -71,50 +79,62 @@ bool isNearConstraint(const Dt2* pDt2, const Triangle2* pT, const Point2* pVtx, 
 
 }  // namespace
 
+bool hasGrid(const MeshGenParams& params) {
+    return params.gridLength > 0.0 && (params.gridVector.x() != 0.0 || params.gridVector.y() != 0.0);
+}
+
 GridMesher::GridMesher(MeshGenParams* pParams)
     : pParams_(pParams),
       pZone_(pParams->pZone),
       pDt2_(pParams->pZone->getDelaunayTriangulation()),
-      gridLength_(pParams->gridLength),
-      first_(INVALID, INVALID, INVALID),
-      last_(INVALID, INVALID, INVALID) {}
+      gridLength_(pParams->gridLength) {}
 
-void GridMesher::insertGridPoints(bool bChop) {
+bool GridMesher::insertGridPoints(bool bChop) {
+    if (!createGrid(aFamilies_[0].vStripes, aFamilies_[1].vStripes)) return false;
+    std::vector<Point2> vGridPoints;
+    getGridPoints(vGridPoints);
+    size_t numVertices = vGridPoints.size();
+    for (ConstraintSegment2* pCSeg : getZoneSegments()) {
+        if (bChop && maySplit(pCSeg)) numVertices += getChops(pCSeg).size();
+    }
+    if (!mayInsert(static_cast<double>(numVertices), *pParams_)) return false;
+
     pParams_->gridVector = normalize(pParams_->gridVector);
     const double minLength = 0.5 * gridLength_;
-    std::vector<Point2> vGridPoints;
-    std::vector<Segment2> vStripes;
-    getGridPoints(vGridPoints, vStripes);
-    std::vector<Point2*> vInserted;
-    if (vGridPoints.size() > 3) vInserted = insertNew(vGridPoints);
+    // Three points or less would be no grid. But crossings with the border count as well, and around each point inside,
+    // its two stripes have four of them.
+    std::vector<Point2*> vInserted = insertNew(vGridPoints);
     avoidShortEdges(vInserted, minLength);
-    if (!bChop) return;
+    if (!bChop) return true;
     pDt2_->applyConstraintsAndZones();
-    chopConstraints(vStripes);
+    chopConstraints();
     pDt2_->applyConstraintsAndZones();
     avoidShortEdges(vInserted, minLength);  // to the vertices that chopping has made
+    return true;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // The grid
 
-void GridMesher::createGrid(std::vector<Segment2>& vStripes0, std::vector<Segment2>& vStripes1) {
-    const Vector2 direction(pParams_->gridVector.x(), pParams_->gridVector.y(), 0.0);
-    createStripes(normalize(direction), vStripes0);
-    createStripes(normalize(direction.orthogonalVector()), vStripes1);
+bool GridMesher::createGrid(std::vector<Segment2>& vStripes0, std::vector<Segment2>& vStripes1) {
+    const Vector2 direction = normalize(Vector2(pParams_->gridVector.x(), pParams_->gridVector.y(), 0.0));
+    const Vector2 orthogonal = normalize(direction.orthogonalVector());
+    aFamilies_[0].across = getAcross(direction);
+    aFamilies_[1].across = getAcross(orthogonal);
+    return createStripes(direction, vStripes0) && createStripes(orthogonal, vStripes1);
 }
 
-void GridMesher::createStripes(const Vector2& direction, std::vector<Segment2>& vStripes) {
+bool GridMesher::createStripes(const Vector2& direction, std::vector<Segment2>& vStripes) {
     const std::vector<Point2*> vConstraintPoints = getConstraintPoints(pZone_);
     TARO_ASSERT_TEXT(!vConstraintPoints.empty(), "!vConstraintPoints.empty()");
-    const Vector2 across(-direction.y(), direction.x(), 0.0);
+    const Vector2 across = getAcross(direction);
     const double usedTargetLength = gridLength_;
-    std::tie(first_, last_) = getExtremes(vConstraintPoints, across);
-    double distance = getVector2D(first_, last_) * across;
-    if (distance < usedTargetLength) return;
+    const auto [first, last] = getExtremes(vConstraintPoints, across);
+    double distance = getVector2D(first, last) * across;
+    if (distance < usedTargetLength) return true;
     if (!(distance / usedTargetLength < MAX_STRIPES)) {
         error("GridMesher::createStripes()", "gridLength is too small for the zone, no grid");
-        return;
+        return false;
     }
     size_t numSubtractions = 0;
     while (distance > 2.0 * usedTargetLength) {
@@ -126,12 +146,13 @@ void GridMesher::createStripes(const Vector2& direction, std::vector<Segment2>& 
     TARO_ASSERT_TEXT(stopStripeSpace > 0.49 * usedTargetLength, "stopStripeSpace>0.49*usedTargetLength");
 
     const auto [begin, end] = getExtremes(vConstraintPoints, direction);
-    const double before = getVector2D(first_, begin) * direction - gridLength_;
-    const double behind = getVector2D(first_, end) * direction + gridLength_;
+    const double before = getVector2D(first, begin) * direction - gridLength_;
+    const double behind = getVector2D(first, end) * direction + gridLength_;
     for (size_t k = 0; k <= numSubtractions; ++k) {
-        const Point2 foot = first_ + across * (stopStripeSpace + static_cast<double>(k) * usedTargetLength);
+        const Point2 foot = first + across * (stopStripeSpace + static_cast<double>(k) * usedTargetLength);
         vStripes.emplace_back(foot + direction * before, foot + direction * behind);
     }
+    return true;
 }
 
 AddressSet GridMesher::getZoneTriangles() const {
@@ -150,22 +171,68 @@ bool GridMesher::isSeed(const Point2& point, AddressSet& sZone, Triangle2*& pT) 
     return true;
 }
 
-void GridMesher::getGridPoints(std::vector<Point2>& vGridPoints, std::vector<Segment2>& vSegments) {
-    std::vector<Segment2> vStripes0, vStripes1;
-    createGrid(vStripes0, vStripes1);
+/// On which stripe of a family a point lies: 2.5 is halfway between the third and the fourth.
+double GridMesher::getRank(const Family& family, const Point2& point) const {
+    return getVector2D(family.vStripes.front().getSrc(), point) * family.across / gridLength_;
+}
+
+/// The stripes that have one end of an edge beyond them and the other not. An end has the same rank for all edges that
+/// meet there, so that a ring crosses each stripe an even number of times, however ranks are rounded.
+GridMesher::Range GridMesher::getCrossedStripes(const Family& family, const Point2& p, const Point2& q) const {
+    if (family.vStripes.empty()) return {0, 0};
+    const auto countBefore = [&](const Point2& point) {
+        const double rank = getRank(family, point), num = static_cast<double>(family.vStripes.size());
+        return static_cast<size_t>(rank > 0.0 ? std::min(std::ceil(rank), num) : 0.0);
+    };
+    return std::minmax({countBefore(p), countBefore(q)});
+}
+
+void GridMesher::getGridPoints(std::vector<Point2>& vGridPoints) {
+    if (aFamilies_[0].vStripes.empty() || aFamilies_[1].vStripes.empty()) return;
     AddressSet sZone = getZoneTriangles();
-    for (const Segment2& stripe0 : vStripes0) {
-        for (const Segment2& stripe1 : vStripes1) {
-            Point2 point;
-            Triangle2* pT = nullptr;
-            const bool bCross =
-                getIntersectionPoint(stripe0.getSrc(), stripe0.getTrg(), stripe1.getSrc(), stripe1.getTrg(), point);
-            if (!bCross || !isSeed(point, sZone, pT)) continue;
-            vGridPoints.emplace_back(point.x(), point.y(), pDt2_->getMeshHeight(point.x(), point.y(), pT, pParams_));
+    std::vector<std::pair<size_t, double>> vCrossings;
+    getBorderCrossings(sZone, vCrossings);
+    for (size_t k = 0; k + 1 < vCrossings.size(); k += 2) {
+        getRow(vCrossings[k].first, vCrossings[k].second, vCrossings[k + 1].second, sZone, vGridPoints);
+    }
+}
+
+/// Where the first family crosses the border of the zone: the stripe, and the rank in the other family; in order.
+void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<size_t, double>>& vCrossings) const {
+    std::vector<Triangle2*> vTriangles;
+    pZone_->getTriangles(vTriangles);
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            if (pN && sZone.contains(pN)) continue;
+            const Point2 &p = *pT->getCorner(incIndexBy1(i)), &q = *pT->getCorner(incIndexBy2(i));
+            const auto [begin, end] = getCrossedStripes(aFamilies_[0], p, q);
+            const double across0 = getRank(aFamilies_[0], p), across1 = getRank(aFamilies_[0], q);
+            const double along0 = getRank(aFamilies_[1], p), along1 = getRank(aFamilies_[1], q);
+            for (size_t k = begin; k < end; ++k) {
+                const double t = (static_cast<double>(k) - across0) / (across1 - across0);
+                vCrossings.emplace_back(k, along0 + t * (along1 - along0));
+            }
         }
     }
-    vSegments = vStripes0;
-    vSegments.insert(vSegments.end(), vStripes1.begin(), vStripes1.end());
+    std::sort(vCrossings.begin(), vCrossings.end());
+}
+
+/// The grid points on a stripe of the first family between two ranks in the other one. Rounding of the ranks does not
+/// matter: a point beside the border would be too near to it.
+void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints) const {
+    const Segment2& stripe = aFamilies_[0].vStripes[k];
+    const std::vector<Segment2>& vOthers = aFamilies_[1].vStripes;
+    for (double rank = std::max(0.0, std::ceil(begin)); rank <= end && rank < static_cast<double>(vOthers.size());
+         ++rank) {
+        const Segment2& other = vOthers[static_cast<size_t>(rank)];
+        Point2 point;
+        Triangle2* pT = nullptr;
+        const bool bCross =
+            getIntersectionPoint(stripe.getSrc(), stripe.getTrg(), other.getSrc(), other.getTrg(), point);
+        if (!bCross || !isSeed(point, sZone, pT)) continue;
+        vGridPoints.emplace_back(point.x(), point.y(), pDt2_->getMeshHeight(point.x(), point.y(), pT, pParams_));
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -178,6 +245,10 @@ std::vector<Point2*> GridMesher::insertNew(const std::vector<Point2>& vGridPoint
     }
     std::vector<Point2*> vInserted;
     pDt2_->insertVector(vNew, vInserted);
+    // Where two crossings are rounded to one point, its vertex comes twice.
+    AddressSet sSeen;
+    const auto comesAgain = [&sSeen](const Point2* pVtx) { return !sSeen.insert(pVtx); };
+    vInserted.erase(std::remove_if(vInserted.begin(), vInserted.end(), comesAgain), vInserted.end());
     return vInserted;
 }
 
@@ -213,52 +284,66 @@ void GridMesher::dropNonZoneSegments(AddressSet& sZone, std::vector<ConstraintSe
     vCSegs.erase(std::remove_if(vCSegs.begin(), vCSegs.end(), isOutside), vCSegs.end());
 }
 
-void GridMesher::chopConstraints(std::vector<Segment2>& vStripes) {
+/// The alive constraint segments of the zone, in an order that does not depend on addresses.
+std::vector<ConstraintSegment2*> GridMesher::getZoneSegments() const {
     std::vector<ConstraintSegment2*> vCSegs;
     pDt2_->getAliveConstraintSegments(vCSegs);
     AddressSet sZone = getZoneTriangles();
     dropNonZoneSegments(sZone, vCSegs);
-    const auto orderedEnds = [](const ConstraintSegment2* pCSeg) {
-        const Point2 *p = pCSeg->getSrc(), *q = pCSeg->getTrg();
-        if (*q < *p) std::swap(p, q);
-        return std::array<double, 4>{p->x(), p->y(), q->x(), q->y()};
-    };
-    std::sort(vCSegs.begin(), vCSegs.end(), [&](const ConstraintSegment2* a, const ConstraintSegment2* b) {
-        return orderedEnds(a) < orderedEnds(b);  // they come by addresses
+    std::sort(vCSegs.begin(), vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
+        const auto [pSrcA, pTrgA] = getOrderedEnds(a);
+        const auto [pSrcB, pTrgB] = getOrderedEnds(b);
+        return *pSrcA == *pSrcB ? *pTrgA < *pTrgB : *pSrcA < *pSrcB;
     });
-    std::vector<Segment2*> vPointers;
-    vPointers.reserve(vStripes.size());
-    for (Segment2& stripe : vStripes) vPointers.push_back(&stripe);
-    const SegmentChecker checker(vPointers);
+    return vCSegs;
+}
+
+/// Where stripes cross a segment, with its heights, from the lower end to the other one; without those that would make
+/// short pieces.
+std::vector<Point2> GridMesher::getChops(const ConstraintSegment2* pCSeg) const {
+    const auto [pFrom, pTo] = getOrderedEnds(pCSeg);
+    std::vector<Point2> vCrossings;
+    for (const Family& family : aFamilies_) {
+        const auto [begin, end] = getCrossedStripes(family, *pFrom, *pTo);
+        for (size_t k = begin; k < end; ++k) {
+            const Segment2& stripe = family.vStripes[k];
+            Point2 point;
+            if (!getIntersectionPointNoRounding(*pFrom, *pTo, stripe.getSrc(), stripe.getTrg(), point)) continue;
+            // Ranks are rounded: where a segment nearly follows a stripe, the lines may cross elsewhere.
+            if (*pFrom < point && point < *pTo) vCrossings.push_back(point);
+        }
+    }
+    std::sort(vCrossings.begin(), vCrossings.end());
     const double minLength = std::max(0.5 * gridLength_, pParams_->minEdgeLength);
-    for (ConstraintSegment2* pCSeg : vCSegs) {
-        if (pCSeg->isAlive() && maySplit(pCSeg)) chopSegment(&checker, pCSeg, minLength);
+    Point2 last = *pFrom;
+    std::vector<Point2> vChops;
+    for (const Point2& place : vCrossings) {
+        if (distance25D(last, place) < minLength || distance25D(place, *pTo) < minLength) continue;
+        vChops.push_back(place);
+        last = place;
+    }
+    return vChops;
+}
+
+void GridMesher::chopConstraints() {
+    for (ConstraintSegment2* pCSeg : getZoneSegments()) {
+        if (!pCSeg->isAlive() || !maySplit(pCSeg)) continue;
+        const std::vector<Point2> vChops = getChops(pCSeg);
+        const auto [pFrom, pTo] = getOrderedEnds(pCSeg);
+        chopSegment(pFrom, pTo, vChops.data(), vChops.data() + vChops.size());
     }
 }
 
-void GridMesher::chopSegment(const SegmentChecker* pChecker, ConstraintSegment2* pCSeg, double minLength) {
-    Point2 *pFrom = pCSeg->getSrc(), *pTo = pCSeg->getTrg();
-    if (*pTo < *pFrom) std::swap(pFrom, pTo);
-    Segment2 segment(*pFrom, *pTo);
-    std::vector<std::pair<Segment2*, SegmentIntersectionType>> vIntersectors;
-    pChecker->getIntersectors(&segment, true, vIntersectors);
-    std::vector<std::array<double, 3>> vPlaces;  // by x, then y: in order along the segment
-    for (const auto& [pStripe, type] : vIntersectors) {
-        Point2 onStripe, onSegment;
-        if (type == SIT_SEGMENT) continue;
-        pChecker->getIntersectionPoint(type, &segment, pStripe, onSegment, onStripe);
-        vPlaces.push_back({onSegment.x(), onSegment.y(), onSegment.z()});
-    }
-    std::sort(vPlaces.begin(), vPlaces.end());
-    for (const auto& [x, y, z] : vPlaces) {
-        const Point2 place(x, y, z);
-        if (distance25D(*pFrom, place) < minLength || distance25D(place, *pTo) < minLength) continue;
-        Point2* pSplit = pCSeg->insertAndSplit(place);
-        if (!pSplit) continue;
-        pFrom = pSplit;
-        pCSeg = pDt2_->getAliveConstraintSegment(pSplit, pTo);
-        if (!pCSeg) return;  // rounding has split what is left once more
-    }
+/// Splits the segment between two vertices, in the middle first: otherwise all vertices that are still to come would be
+/// beside one long edge, and each split would change a fan of all of them.
+void GridMesher::chopSegment(Point2* pFrom, Point2* pTo, const Point2* begin, const Point2* end) {
+    if (begin == end) return;
+    const Point2* middle = begin + (end - begin) / 2;
+    ConstraintSegment2* pCSeg = pDt2_->getAliveConstraintSegment(pFrom, pTo);
+    Point2* pSplit = pCSeg ? pCSeg->insertAndSplit(*middle) : nullptr;
+    if (!pSplit) return;  // rounding has split it once more, or leaves no place
+    chopSegment(pFrom, pSplit, begin, middle);
+    chopSegment(pSplit, pTo, middle + 1, end);
 }
 
 }  // namespace LUMO_TARO25D

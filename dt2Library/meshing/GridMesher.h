@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -13,9 +15,11 @@ namespace LUMO_TARO25D {
 class ConstraintSegment2;
 class Dt2;
 class MeshGenParams;
-class SegmentChecker;
 class Triangle2;
 class Zone2;
+
+/// Whether the parameters ask for a grid.
+bool hasGrid(const MeshGenParams& params);
 
 /// Seeds a zone with the points of a regular square grid, which refinement then completes along the border.
 ///
@@ -25,31 +29,50 @@ class GridMesher {
     explicit GridMesher(MeshGenParams* pParams);
 
     /// Inserts the grid points inside the zone, gives the grid vector of the parameters the length 1, and with bChop splits
-    /// the constraint segments of the zone where stripes cross them. Less than four grid points are not inserted.
-    void insertGridPoints(bool bChop);
+    /// the constraint segments of the zone where stripes cross them. False, with an error and without any effect, for a grid
+    /// that is too fine for the zone or has more vertices than the parameters allow.
+    bool insertGridPoints(bool bChop);
 
-    /// Both families of stripes: along the grid vector, and orthogonal to it.
-    void createGrid(std::vector<Segment2>& vStripes0, std::vector<Segment2>& vStripes1);
+    /// Both families of stripes: along the grid vector, and orthogonal to it. False if one of them is refused.
+    bool createGrid(std::vector<Segment2>& vStripes0, std::vector<Segment2>& vStripes1);
     /// Appends parallel stripes through the extent of the zone, centred: the margins at both ends are equal, and between a
-    /// half and one spacing. None where the zone is narrower than a spacing.
-    void createStripes(const Vector2& direction, std::vector<Segment2>& vStripes);
+    /// half and one spacing. None where the zone is narrower than a spacing. False, with an error, where they are too many.
+    bool createStripes(const Vector2& direction, std::vector<Segment2>& vStripes);
 
   private:
-    void getGridPoints(std::vector<Point2>& vGridPoints, std::vector<Segment2>& vSegments);
+    /// Parallel stripes, a spacing apart.
+    struct Family {
+        std::vector<Segment2> vStripes;
+        Vector2 across;
+    };
+    /// The stripes from the first to before the second one.
+    using Range = std::pair<size_t, size_t>;
+
+    double getRank(const Family& family, const Point2& point) const;
+    Range getCrossedStripes(const Family& family, const Point2& p, const Point2& q) const;
+
+    void getGridPoints(std::vector<Point2>& vGridPoints);
+    void getBorderCrossings(AddressSet& sZone, std::vector<std::pair<size_t, double>>& vCrossings) const;
+    void getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints) const;
     bool isSeed(const Point2& point, AddressSet& sZone, Triangle2*& pT) const;
+
     std::vector<Point2*> insertNew(const std::vector<Point2>& vGridPoints);
     void avoidShortEdges(std::vector<Point2*>& vInserted, double minLength);
-    void chopConstraints(std::vector<Segment2>& vStripes);
-    void chopSegment(const SegmentChecker* pChecker, ConstraintSegment2* pCSeg, double minLength);
+
+    std::vector<ConstraintSegment2*> getZoneSegments() const;
     void dropNonZoneSegments(AddressSet& sZone, std::vector<ConstraintSegment2*>& vCSegs) const;
-    AddressSet getZoneTriangles() const;
     bool maySplit(ConstraintSegment2* pCSeg) const;
+    std::vector<Point2> getChops(const ConstraintSegment2* pCSeg) const;
+    void chopConstraints();
+    void chopSegment(Point2* pFrom, Point2* pTo, const Point2* begin, const Point2* end);
+
+    AddressSet getZoneTriangles() const;
 
     MeshGenParams* pParams_;
     Zone2* pZone_;
     Dt2* pDt2_;
     double gridLength_;
-    Point2 first_, last_;  // the extreme points of the zone across the stripes
+    std::array<Family, 2> aFamilies_;  // along the grid vector, and orthogonal to it
 };
 
 }  // namespace LUMO_TARO25D

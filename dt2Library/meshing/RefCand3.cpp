@@ -33,9 +33,6 @@ std::string text(double value) {
     return stream.str();
 }
 
-/// What a getter answers, without limits that no triangle could meet.
-double usableLimit(double limit) { return limit > 0.0 ? limit : UNKNOWN; }
-
 /// The side of edge i of a triangle on which a point lies: counterclockwise is inside.
 Orientation2 getSide(GeomTest& geomTest, const Triangle2* pT, int i, const Point2* p) {
     return geomTest.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), p);
@@ -191,7 +188,10 @@ double RefCand3::getQuality25D() const {
 
 bool RefCand3::needRefinement(MeshGenParams* pParams) {
     if (pParams->debugCommand == 1) debugFlag_ = 1;
-    if (highPriorityReject(pParams)) return false;
+    return !highPriorityReject(pParams) && missesLimit(pParams);
+}
+
+bool RefCand3::missesLimit(MeshGenParams* pParams) {
     computeMinMax();
     if (highPriorityAccept(pParams)) return true;
     if (hasNarrowConstraintAngle(pParams->minAngleDegree)) return false;

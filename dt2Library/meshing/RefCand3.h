@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <limits>
 #include <string>
 
 #include "taro25d/Point2.h"
@@ -12,6 +13,9 @@ namespace LUMO_TARO25D {
 class ConstraintSegment2;
 class Dt2;
 class MeshGenParams;
+
+/// What a getter of the limits answers, without limits that no triangle could meet.
+inline double usableLimit(double limit) { return limit > 0.0 ? limit : std::numeric_limits<double>::max(); }
 
 /// A candidate for refinement: a triangle, what is wrong with it, and where a vertex would mend it.
 ///
@@ -47,6 +51,8 @@ class RefCand3 {
 
     /// Whether the triangle misses a limit and may be refined.
     bool needRefinement(MeshGenParams* pParams);
+    /// Whether it misses a limit for which triangles are refined. Needs no Steiner point.
+    bool missesLimit(MeshGenParams* pParams);
     bool highPriorityReject(MeshGenParams* pParams);
     /// Whether the Steiner point is of no use: the segment in the way may not be split, or numbers do not resolve it.
     bool illegalSplit(MeshGenParams* pParams);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <limits>
 #include <set>
 
@@ -62,12 +63,17 @@ class TARO25D_API MeshGenParams {
     /// Without it no constraint segment is split, and triangles that would need that stay as they are.
     bool bAllowConstraintSplitting = true;
     /// Triangles are refined whose area is more than this many times that of a neighbour; not greater than 0: no limit.
-    /// Across a constraint segment with an adjacent area, that counts instead of the neighbour's.
+    /// Across a constraint segment with an adjacent area, that counts instead of the neighbour's. A factor above 0 and at
+    /// most 1 is refused. One below 1.8 makes most meshes as fine as `growthMinArea` allows.
     double growthFactor = std::numeric_limits<double>::max();
     /// Neighbours with a smaller area do not count for the growth.
     double growthMinArea = 0.001;
     /// A further limit, for clients. Mesh generation does not read it.
     double aspectLimit = 10.0;
+    /// How many vertices one call may insert; 0: 100 million. When the limits and the grid clearly need more, as is
+    /// estimated from the area of the zone, the call is refused with an error that names the estimate, and nothing
+    /// changes. A call that gets there nevertheless stops with a warning and leaves a valid mesh.
+    size_t maxNumVertices = 0;
     /// The direction of the rows of the grid. Mesh generation gives it the length 1 when it makes a grid.
     Vector2 gridVector;
     /// The spacing of the grid that is inserted before refinement; not greater than 0: no grid.

@@ -302,8 +302,8 @@ class TARO25D_API Taro_2D {
     void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                 bool bAllowConstraintSplitting);
     /// The same with all parameters. A maximum that is NaN or not greater than 0, and an angle, a minimum length or a
-    /// growth factor that is NaN, are refused with an error and without effect, as are a zone of another triangulation or
-    /// location and a null pointer.
+    /// growth factor that is NaN, a growth factor in (0, 1], and limits that need more vertices than the parameters allow
+    /// are refused with an error and without effect, as are a zone of another triangulation or location and a null pointer.
     void refineAdvanced(MeshGenParams* pParams);
     /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
     /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how
