@@ -549,6 +549,65 @@ TEST(CutAndFill, IgnoresWhatIsWithinTheThreshold) {
     EXPECT_EQ(compare(before.pZone, after.pZone, INF).cut, 0);
 }
 
+// ---- Where numbers are too coarse ----
+
+namespace {
+
+/// What a comparison prints, whose result must be sound and must have no fill, and the components that it has.
+std::string printedByCut(const PointVector& vBefore, const PointVector& vAfter, size_t numComponents) {
+    Surface before(vBefore), after(vAfter);
+    CutAndFill caf(before.pZone, after.pZone, 0);
+    const std::string text = printedBy([&] { caf.go(); });
+    EXPECT_EQ(check(caf).fill, 0);
+    EXPECT_EQ(caf.getNumberOfComponents(), numComponents);
+    return text;
+}
+
+}  // namespace
+
+TEST(CutAndFill, AZeroThatRoundsToTheEndOfItsEdgeIsThatEnd) {
+    const PointVector vBefore = makeRectangle(0, 0, 3, 3);
+    PointVector vAfter = vBefore;
+    for (Point2& p : vAfter) p.set(p.x(), p.y(), -1);
+    vAfter.emplace_back(1.3, 1.1, 1e-20);  // raised by next to nothing, while all around is lowered
+    const std::string text = printedByCut(vBefore, vAfter, 1);
+    EXPECT_EQ(countOf("CutAndFillImpl::virtualCut(), WARNING: close intersection skipped", text), 4u);
+    EXPECT_EQ(countOf("WARNING", text), 4u);
+}
+
+TEST(CutAndFill, ASignThatCannotBeCutOffGivesWay) {
+    // The zeros below the vertex in the middle round to places beside it, at its height, where its edges do not pass.
+    const double ulp = std::ldexp(1, -49);
+    const auto withMiddle = [=](double z, double zOfMiddle) {
+        return PointVector{{11 - ulp, 10, z}, {12 + ulp, 10, z}, {12, 11, 0}, {11, 11, 0}, {11.5, 10.5, zOfMiddle}};
+    };
+    const std::string text = printedByCut(withMiddle(1, 0), withMiddle(0, ulp), 2);
+    EXPECT_TRUE(contains(text, "CutAndFillImpl::addMissingSplitPoints, retry (vnew): "));
+    EXPECT_EQ(countOf("TT_INVALID for Triangle", text), 1u);
+    EXPECT_EQ(countOf("insufficient numeric accuracy, small differences are set to 0", text), 1u);
+}
+
+TEST(CutAndFill, HeightsAtZerosAreEqualWhateverRoundingSays) {
+    Random r(1);
+    const auto makeRough = [&r] {
+        PointVector vPoints = makeScattered(20, 0, 0, 10, 10, r);
+        for (Point2& p : vPoints) p.set(p.x(), p.y(), uniform(r, -1e9, 1e9));
+        return vPoints;
+    };
+    Surface before(makeRough()), after(makeRough());
+    CutAndFill caf(before.pZone, after.pZone, 0);
+    const std::string text = printedBy([&] { caf.go(); });
+    check(caf);
+    EXPECT_TRUE(contains(text, "CutAndFillImpl::cutT(), WARNING: splitHeight="));
+    EXPECT_TRUE(contains(text, "instead of 0, using 0"));
+    EXPECT_TRUE(contains(text, "CutAndFillImpl::cutT(), WARNING: height difference="));
+    Zone2* pZone = nullptr;
+    Heights mHeights;
+    caf.getDiffZone(pZone, mHeights);
+    const auto isZero = [](const auto& entry) { return entry.first->z() == 0; };
+    EXPECT_GT(std::count_if(mHeights.begin(), mHeights.end(), isZero), 20);
+}
+
 // ---- Real ground ----
 
 namespace {
@@ -647,7 +706,8 @@ TEST(CutAndFill, TellsListenersHowFarItIs) {
     const CAF_Component* pFirst = caf.getComponent(0);
     const StdoutCapture capture;
     caf.go();
-    EXPECT_EQ(warned.vValues.size(), 1u);
+    EXPECT_EQ(warned.vMessages, std::vector<std::string>{"go() has been called before, nothing to do"});
+    EXPECT_TRUE(contains(capture, "CutAndFill, WARNING: go() has been called before, nothing to do"));
     EXPECT_EQ(caf.getNumberOfComponents(), 1u);
     EXPECT_EQ(caf.getComponent(0), pFirst);
     EXPECT_THROW(caf.getComponent(1), TaroException);
