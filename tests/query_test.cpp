@@ -169,7 +169,7 @@ TEST(Height, IsThatOfThePlaneThroughTheCorners) {
             const Point2 place = barycenter(centerWithShift(a, b), b, c);
             if (!isIn(*pT, place)) continue;
             double height = NOT_A_NUMBER;
-            if (!mesh.getHeight(place.x(), place.y(), height)) continue;
+            ASSERT_TRUE(mesh.getHeight(place.x(), place.y(), height)) << *pT;
             const auto [zMin, zMax] = std::minmax({a.z(), b.z(), c.z()});
             ASSERT_TRUE(zMin <= height && height <= zMax) << *pT;
             ASSERT_LE(std::abs(height - exactHeight(*pT, place).get_d()), 1e-7 * (zMax - zMin)) << *pT;
@@ -177,6 +177,20 @@ TEST(Height, IsThatOfThePlaneThroughTheCorners) {
             ASSERT_EQ(height, b.z());
         }
     });
+}
+
+TEST(Height, OnALevelEdgeIsItsHeightHoweverLarge) {
+    // The plane is above the edge by rounding, which is no reason to doubt that the place is in the triangle.
+    Random random(5);
+    for (int i = 0; i < 200; ++i) {
+        Taro_2D mesh;
+        const Point2 a(uniform(random, -1, 1), uniform(random, -1, 1), 1e20), b(uniform(random, 2, 4), 0.1, 1e20);
+        for (const Point2& p : {a, b, Point2(1, 5, -1e20), Point2(1, -5, -1e20)}) mesh.insert(p);
+        const Point2 place = centerWithShift(a, b);
+        double height = 0;
+        ASSERT_TRUE(mesh.getHeight(place.x(), place.y(), height));
+        EXPECT_NEAR(height, 1e20, 1e6);
+    }
 }
 
 TEST(Height, OfAGivenTriangle) {

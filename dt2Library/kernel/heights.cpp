@@ -72,7 +72,10 @@ double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
     return std::isfinite(z) ? z : getExactHeight(triangle, place);
 }
 
-bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double& height) {
+namespace {
+
+/// A height on the plane may exceed those of the corners by the tolerance.
+bool getHeightWithin(const Triangle2& triangle, const Point2& place, double tolerance, double& height) {
     for (int i = 0; i < 3; ++i) {
         if (*triangle.getCorner(i) != place) continue;
         height = triangle.getCorner(i)->z();
@@ -85,11 +88,22 @@ bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double&
         return true;
     }
     const double z = getHeightOnPlane(triangle, place);
-    if (z - zMax < HEIGHT_TOLERANCE && zMin - z < HEIGHT_TOLERANCE) {
+    if (z - zMax < tolerance && zMin - z < tolerance) {
         height = std::clamp(z, zMin, zMax);
         return true;
     }
     return getHeightOnLongEdges(triangle, place, zMin, zMax, height);
+}
+
+}  // namespace
+
+bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double& height) {
+    return getHeightWithin(triangle, place, HEIGHT_TOLERANCE, height);
+}
+
+bool getHeightInside(const Triangle2& triangle, const Point2& place, double& height) {
+    // Only rounding, in proportion to the heights, can exceed the range.
+    return getHeightWithin(triangle, place, std::numeric_limits<double>::infinity(), height);
 }
 
 }  // namespace LUMO_TARO25D

@@ -13,4 +13,8 @@ double getHeightOnPlane(const Triangle2& triangle, const Point2& place);
 /// where the place is so far outside, or the corners are so collinear, that no height is a sound one.
 bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double& height);
 
+/// The same for a place that is known to lie in the triangle, border included: there always is a sound height, unless a
+/// coordinate is not finite.
+bool getHeightInside(const Triangle2& triangle, const Point2& place, double& height);
+
 }  // namespace LUMO_TARO25D

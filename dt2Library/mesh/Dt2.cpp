@@ -22,6 +22,7 @@
 #include "mesh/BulkInserter.h"
 #include "mesh/InnerVtxMgr.h"
 #include "meshing/CandidateQueue.h"
+#include "meshing/GuideSurface.h"
 #include "support/diagnostics.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/TriangleAroundVertexIterator.h"

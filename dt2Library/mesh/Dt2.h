@@ -26,6 +26,7 @@ namespace LUMO_TARO25D {
 
 class AddressSet;
 class CandidateQueue;
+class GuideSurface;
 class ConstraintGraph2;
 class ConstraintMgr;
 class ConstraintSegment2;
@@ -186,6 +187,8 @@ class Dt2 {
     InnerVtxMgr* getInnerVtxManager() const { return pInnerVtxMgr_.get(); }
     /// The largest absolute coordinate of the zone that is being meshed or was meshed last; 0 before.
     double getZoneMagnitude() const { return zoneMagnitude_; }
+    /// How the refinement that is running, or was the last, measures triangles; null if it has no guide.
+    GuideSurface* getGuideSurface() const { return pGuideSurface_.get(); }
     /// The number of vertices, those of a running bulk insertion included; O(1).
     size_t getApproxNumPoints() const { return vertexVault_.getSize(); }
 
@@ -246,8 +249,8 @@ class Dt2 {
     /// Inserts vertices into a zone until every triangle meets the limits or cannot be mended.
     void refineAdvanced(MeshGenParams* pParams);
     /// The height of a new vertex inside a triangle: of the guide if there is one, otherwise of the surface; where there is
-    /// none, a warning and the mean of the corners.
-    double getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams) const;
+    /// none, the mean of the corners, and a warning when the refinement ends.
+    double getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams);
     /// Prints how many triangles of a zone miss each limit, and why; true if there is an excuse for every one. The limits
     /// are the given one, and those of the last refinement if it was of this zone.
     bool checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name);
@@ -388,7 +391,8 @@ class Dt2 {
 
     bool haveValidPreconditions(MeshGenParams* pParams);
     void refineMain3(MeshGenParams* pParams);
-    /// Whether the number of vertices that the limits ask for is allowed; otherwise there is an error.
+    /// Whether the numbers allow to refine the zone, and the number of vertices that the limits ask for is allowed;
+    /// otherwise there is an error.
     bool isAffordable(MeshGenParams* pParams);
     /// Inserts the grid that the parameters ask for. False, with an error, if it is refused.
     bool preMeshing(MeshGenParams* pParams);
@@ -429,7 +433,9 @@ class Dt2 {
     std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;
     std::unique_ptr<CandidateQueue> pmmAng2RC_;   // only while a refinement runs
     std::unique_ptr<MeshGenParams> pLastParams_;  // a copy of what the last refinement was asked for
+    std::unique_ptr<GuideSurface> pGuideSurface_;
     double zoneMagnitude_ = 0.0;
+    size_t numMissingHeights_ = 0;  // of the vertices that a refinement inserts
     bool bHasConstraints_ = false;
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
     bool bFlipsSuppressed_ = false;   // while triangles are cut

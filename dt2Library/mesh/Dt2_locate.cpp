@@ -99,8 +99,8 @@ Point2* Dt2::getVertexPointer(const Point2& point) const {
 bool Dt2::getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const {
     if (!is2D() || !std::isfinite(x) || !std::isfinite(y)) return false;
     const Point2 place(x, y, 0.0);
-    const Triangle2* pT = pApproxT ? pApproxT : locate(place);
-    if (pT) return getHeightInTriangle(*pT, place, height);
+    if (pApproxT) return getHeightInTriangle(*pApproxT, place, height);
+    if (const Triangle2* pT = locate(place)) return getHeightInside(*pT, place, height);
     return tolerance > 0.0 && getNearbyHeight(x, y, height, tolerance);
 }
 

@@ -9,26 +9,20 @@
 
 namespace LUMO_TARO25D {
 
-namespace {
-
-/// The corners of the triangles that a circle around a vertex touches, and perhaps a few more, each once, by coordinates.
-/// The circle is in one piece, so these triangles hang together over edges that it touches.
-std::vector<Point2*> getVerticesNearby(const Point2* pCenter, double sqRadius) {
-    std::vector<Triangle2*> vTriangles{pCenter->getIncidentTriangle()};
+std::vector<Point2*> getVerticesNearby(const Point2& center, Triangle2* pT, double sqRadius) {
+    // The circle is in one piece, so these triangles are connected over edges that it touches.
+    std::vector<Triangle2*> vTriangles{pT};
     AddressSet sMarked;
     sMarked.insert(vTriangles.front());
     const double sqReach = sqRadius * (1.0 + 1e-9);
     spread(vTriangles, 0, sMarked, [&](const Triangle2* pT, int i, const Triangle2*) {
-        return sqDistanceToSegment2D(*pCenter, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))) <=
-               sqReach;
+        return sqDistanceToSegment2D(center, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))) <= sqReach;
     });
     std::vector<Point2*> vVertices;
     getVertices(vTriangles, vVertices);
     sortByPlace(vVertices);
     return vVertices;
 }
-
-}  // namespace
 
 void InnerVtxMgr::addVtx(Point2* pVtx) {
     if (sInsertedInnerPoints_.insert(pVtx)) ++numInserted_;
@@ -40,7 +34,7 @@ void InnerVtxMgr::eraseVtx(Point2* pVtx) {
 
 void InnerVtxMgr::removePreviouslyInsertedVertices(Point2* pCenter, double sqRadius, Dt2* pDt2) {
     if (numInserted_ == 0 || !pCenter->getIncidentTriangle()) return;
-    for (Point2* pVtx : getVerticesNearby(pCenter, sqRadius)) {
+    for (Point2* pVtx : getVerticesNearby(*pCenter, pCenter->getIncidentTriangle(), sqRadius)) {
         if (!sInsertedInnerPoints_.contains(pVtx) || !(sqDistance2D(*pVtx, *pCenter) < sqRadius)) continue;
         eraseVtx(pVtx);
         if (!pDt2->isConstraintVertex(pVtx)) pDt2->remove(pVtx);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include "kernel/flatSets.h"
 #include "taro25d/Point2.h"
@@ -8,6 +9,10 @@
 namespace LUMO_TARO25D {
 
 class Dt2;
+
+/// The corners of the triangles that a circle around a place touches, and perhaps a few more, each once, by coordinates; from
+/// a triangle on that the place lies in. Linear in the number of these triangles.
+std::vector<Point2*> getVerticesNearby(const Point2& center, Triangle2* pT, double sqRadius);
 
 /// The vertices that refinement inserted at circumcentres and may take out again.
 ///

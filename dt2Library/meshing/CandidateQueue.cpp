@@ -7,6 +7,7 @@
 
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "meshing/GuideSurface.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Vector2.h"
 
@@ -15,6 +16,7 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr double NO_LIMIT = std::numeric_limits<double>::max();
+constexpr double LEAST = 0x1p-900;  // products below may have lost digits
 
 /// The square of the cosine of an angle in degrees, so much smaller that rounding does not matter where it is compared.
 double sqCosineBelow(double degrees) {
@@ -36,29 +38,29 @@ CandidateQueue::CandidateQueue(Dt2* pDt2, MeshGenParams* pParams)
       bGrowthLimit_(pParams->growthFactor > 0.0 && pParams->growthFactor != NO_LIMIT),
       sqCosineOfLimit_(sqCosineBelow(pParams->minAngleDegree)),
       sqCosineOfCap_(sqCosineBelow(RefCand3::PLANAR_ANGLE_CAP)) {
-    pool_.init(1000, 100000);
+    constexpr int BLOCK_BYTES = 100000000;
+    pool_.init(3, BLOCK_BYTES / static_cast<int>(sizeof(RefCand3)));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // What is worth a candidate
 
 /// Whether the smallest angle of a triangle with these squared sides may be below the one with the given cosine. It is
-/// opposite the shortest side a: its cosine is (b^2 + c^2 - a^2) / 2bc. Written so that NaN says yes.
+/// opposite the shortest side a: its cosine is (b^2 + c^2 - a^2) / 2bc. Written so that NaN says yes, and what underflows.
 bool CandidateQueue::mayBeNarrow(const double* aSqLengths, double sqCosine) const {
     const double a = std::min({aSqLengths[0], aSqLengths[1], aSqLengths[2]});
     const double c = std::max({aSqLengths[0], aSqLengths[1], aSqLengths[2]});
     const double b = std::max(std::min(aSqLengths[0], aSqLengths[1]),
                               std::min(std::max(aSqLengths[0], aSqLengths[1]), aSqLengths[2]));
-    const double numerator = b + c - a;
-    return !(numerator * numerator < 4.0 * b * c * sqCosine);
+    const double numerator = b + c - a, product = 4.0 * b * c * sqCosine;
+    return !(numerator * numerator < product && product > LEAST);
 }
 
 bool CandidateQueue::mayMissLimit(Triangle2* pT) const {
     if (bGrowthLimit_) return true;  // the neighbours may have changed when the candidate's turn comes
-    const Point2 &p = *pT->getCorner(0), &q = *pT->getCorner(1), &r = *pT->getCorner(2);
-    const Vector2 aSide[3] = {getVector25D(q, r), getVector25D(r, p), getVector25D(p, q)};
+    const Sides aSide = getSides(pDt2_->getGuideSurface(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
     double aSqPlanar[3], aSq[3];
-    for (int i = 0; i < 3; ++i) {
+    for (size_t i = 0; i < 3; ++i) {
         aSqPlanar[i] = aSide[i].x() * aSide[i].x() + aSide[i].y() * aSide[i].y();
         aSq[i] = aSqPlanar[i] + aSide[i].z() * aSide[i].z();
     }
@@ -66,7 +68,8 @@ bool CandidateQueue::mayMissLimit(Triangle2* pT) const {
     const double maxLength = pParams_->getMaxEdgeLength(pT), maxArea = pParams_->getMaxTriangleArea(pT);
     const double maxSq = std::max({aSq[0], aSq[1], aSq[2]});
     if (maxLength != NO_LIMIT && !(maxSq < maxLength * maxLength * ALMOST)) return true;
-    if (maxArea != NO_LIMIT && !(sqArea(aSide[0], aSide[1]) < maxArea * maxArea * ALMOST)) return true;
+    const double sqMaxArea = maxArea * maxArea * ALMOST;
+    if (maxArea != NO_LIMIT && !(sqArea(aSide[0], aSide[1]) < sqMaxArea && sqMaxArea > LEAST)) return true;
     return mayBeNarrow(aSq, sqCosineOfLimit_) && mayBeNarrow(aSqPlanar, sqCosineOfCap_);
 }
 

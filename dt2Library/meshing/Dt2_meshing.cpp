@@ -27,6 +27,7 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "kernel/flatSets.h"
+#include "kernel/heights.h"
 #include "kernel/links.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
@@ -34,6 +35,7 @@
 #include "mesh/InnerVtxMgr.h"
 #include "meshing/CandidateQueue.h"
 #include "meshing/GridMesher.h"
+#include "meshing/GuideSurface.h"
 #include "meshing/MeshEstimate.h"
 #include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
@@ -66,6 +68,22 @@ class QueueGuard {
 
   private:
     std::unique_ptr<CandidateQueue>& pQueue_;
+};
+
+/// Has triangles measured on a guide, if there is one, for the length of a refinement.
+class GuideScope {
+  public:
+    GuideScope(std::unique_ptr<GuideSurface>& pSurface, const Taro_2D* pGuide) : pSurface_(pSurface) {
+        pSurface_ = pGuide ? std::make_unique<GuideSurface>(pGuide) : nullptr;
+    }
+    ~GuideScope() {
+        if (pSurface_) pSurface_->detach();
+    }
+    GuideScope(const GuideScope&) = delete;
+    GuideScope& operator=(const GuideScope&) = delete;
+
+  private:
+    std::unique_ptr<GuideSurface>& pSurface_;
 };
 
 /// Tells listeners how far a refinement has come. How many candidates will still arise nobody knows; the share that was
@@ -103,6 +121,19 @@ class RefinementProgress {
 
 double getLargestCoordinate(const std::vector<Triangle2*>& vTriangles) {
     return vTriangles.empty() ? 0.0 : getMagnitude(getBox(vTriangles));
+}
+
+/// Whether lengths can be squared, from those as large as the zone down to the least that refinement makes, which are a few
+/// units in the last place of the coordinates.
+bool haveSquares(const std::vector<Triangle2*>& vTriangles) {
+    if (vTriangles.empty()) return true;
+    constexpr double MIN_MAGNITUDE = 1e-138, MAX_MAGNITUDE = 1e153;
+    double maxHeight = 0.0;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) maxHeight = std::max(maxHeight, std::abs(pT->getCorner(i)->z()));
+    }
+    const double magnitude = getLargestCoordinate(vTriangles);
+    return magnitude > MIN_MAGNITUDE && magnitude < MAX_MAGNITUDE && maxHeight < MAX_MAGNITUDE;
 }
 
 bool isUsableLimit(double limit) { return limit > 0.0; }
@@ -153,12 +184,20 @@ bool isCorner(const Triangle2* pT, const Point2& point) {
     return point == *pT->getCorner(0) || point == *pT->getCorner(1) || point == *pT->getCorner(2);
 }
 
+/// The unit in the last place of a number of any magnitude; of 0, that of the extent of what is around it.
+double getUnit(double value, double extent) {
+    int exponent;
+    const double mantissa = std::frexp(value == 0.0 ? extent : value, &exponent);
+    return std::ldexp(getUlp(mantissa), exponent);
+}
+
 /// Finds a point in the middle of an edge that the numbers can express: exactly on it, or else so near that nothing is in
 /// between.
 bool computeCenterWithoutConflict(GeomTest* pGeomTest, Triangle2* pT, int edgeIndex, Point2& splitPoint) {
     const Point2 *pSrc = pT->getCorner(incIndexBy1(edgeIndex)), *pTrg = pT->getCorner(incIndexBy2(edgeIndex));
     const Point2 middle = centerWithShift(*pSrc, *pTrg);
-    const double ulpX = getUlp(middle.x()), ulpY = getUlp(middle.y());
+    const double extent = std::max(std::abs(pTrg->x() - pSrc->x()), std::abs(pTrg->y() - pSrc->y()));
+    const double ulpX = getUnit(middle.x(), extent), ulpY = getUnit(middle.y(), extent);
     const auto shifted = [&](int i, int j) { return Point2(middle.x() + i * ulpX, middle.y() + j * ulpY, middle.z()); };
     const auto take = [&](const Point2& candidate, bool bTake) {
         if (bTake) splitPoint = candidate;
@@ -289,6 +328,8 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
     }
     if (pParams->bKeepExistingSteinerPoints) pInnerVtxMgr_->clear();
     if (!haveValidPreconditions(pParams)) return;
+    const GuideScope guideScope(pGuideSurface_, pParams->pHeightGuide);
+    numMissingHeights_ = 0;
     if (!isAffordable(pParams)) return;
     lockPieces(*pParams);
     const VertexBudget budget(*this, *pParams);
@@ -322,12 +363,19 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
         progress.passDone();
     }
     progress.done();
+    if (numMissingHeights_ > 0) {
+        warning("Dt2::refineMain2()", "No height value available, vertices: " + std::to_string(numMissingHeights_));
+    }
     if (bStopped) warning("Dt2::refineMain2()", "as many new vertices as maxNumVertices allows, refinement stops");
 }
 
 bool Dt2::isAffordable(MeshGenParams* pParams) {
     std::vector<Triangle2*> vTriangles;
     pParams->pZone->getTriangles(vTriangles);
+    if (!haveSquares(vTriangles)) {
+        error("Dt2::refineMain2()", "coordinates whose distances cannot be squared in double precision, return");
+        return false;
+    }
     return mayInsert(estimateNewVertices(this, pParams, vTriangles), *pParams);
 }
 
@@ -381,11 +429,11 @@ bool Dt2::tryRefine(RefCand3* pRC, MeshGenParams* pParams) {
     return splitSegmentInTheWay(pRC, vZoneGraphs);
 }
 
-double Dt2::getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams) const {
+double Dt2::getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams) {
     double z = 0.0;
     const Taro_2D* pGuide = pParams->pHeightGuide;
-    if (pGuide ? pGuide->getHeight(x, y, z) : getHeight(x, y, z, pT, 0.0)) return z;
-    warning("Dt2::refineMain2()", "No height value available");
+    if (pGuide ? pGuide->getHeight(x, y, z) : getHeightInside(*pT, Point2(x, y, 0.0), z)) return z;
+    ++numMissingHeights_;
     return pT->getBarycenter().z();
 }
 
@@ -461,8 +509,11 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
         return false;
     }
     MyLocalParams defaults(nullptr);
-    MeshGenParams* pParams = pLastParams_ && pLastParams_->pZone == pZone ? pLastParams_.get() : &defaults;
+    const bool bLastZone = pLastParams_ && pLastParams_->pZone == pZone;
+    MeshGenParams* pParams = bLastZone ? pLastParams_.get() : &defaults;
     pParams->minAngleDegree = minAngleDegree;
+    std::unique_ptr<GuideSurface> pOfOtherZone;
+    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
     LimitReport angle("smallest angle", true), length("longest edge", false), area("area", false),
         growth("growth", false);
     std::vector<Triangle2*> vTriangles;
@@ -489,6 +540,7 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
         bExplained = bExplained && pReport->isExplained();
     }
     std::cout << std::flush;
+    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
     return bExplained;
 }
 

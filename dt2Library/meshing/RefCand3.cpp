@@ -10,6 +10,8 @@
 #include "kernel/links.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "mesh/InnerVtxMgr.h"
+#include "meshing/GuideSurface.h"
 #include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
@@ -46,10 +48,13 @@ double getSqLength25D(const Point2& p, const Point2& q) {
     return sqLength;
 }
 
-/// The angle at p in space, with the approximation of pi that limits were tuned with.
-double getNarrowAngle(const Point2& p, const Point2& q, const Point2& r) {
-    const double cosine = normalize(getVector25D(p, q)) * normalize(getVector25D(p, r));
-    return std::acos(std::clamp(cosine, -1.0, 1.0)) / 3.14159 * 180.0;
+/// The angle between two sides, with the approximation of pi that limits were tuned with.
+double getNarrowAngle(const Vector2& u, const Vector2& v) {
+    return std::acos(std::clamp(normalize(u) * normalize(v), -1.0, 1.0)) / 3.14159 * 180.0;
+}
+
+Sides getSides(const Dt2* pDt2, const Triangle2* pT) {
+    return getSides(pDt2->getGuideSurface(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
 }
 
 }  // namespace
@@ -151,9 +156,8 @@ bool RefCand3::isConstraint(int i) const { return pDt2_->isConstraint(pContainin
 
 double RefCand3::getMinAngle() {
     if (minAngle_ != UNKNOWN) return minAngle_;
-    const Point2 &c0 = *aCorner_[0], &c1 = *aCorner_[1], &c2 = *aCorner_[2];
-    const Vector2 u = normalize(getVector25D(c0, c1)), v = normalize(getVector25D(c0, c2)),
-                  w = normalize(getVector25D(c1, c2));
+    const Sides aSide = getSides(pDt2_->getGuideSurface(), aCorner_[0], aCorner_[1], aCorner_[2]);
+    const Vector2 u = normalize(aSide[2]), v = normalize(aSide[1] * -1.0), w = normalize(aSide[0]);
     const double alpha = getAngleDegree(u, v), beta = getAngleDegree(w, u * -1.0);
     minAngle_ = std::min({beta, 180.0 - alpha - beta, alpha});
     return minAngle_;
@@ -163,10 +167,16 @@ double RefCand3::getMinAngle2D() const {
     return std::min({pT_->getInteriorAngle2D(0), pT_->getInteriorAngle2D(1), pT_->getInteriorAngle2D(2)});
 }
 
+double RefCand3::getArea25D(const Triangle2* pT) const {
+    const Sides aSide = getSides(pDt2_, pT);
+    return pT->computeArea(aSide[2].length(), aSide[0].length(), aSide[1].length());
+}
+
 void RefCand3::computeMinMax() {
-    for (int i = 0; i < 3; ++i) {
-        aSqLengths2D_[static_cast<size_t>(i)] = pT_->getSquaredEdgeLength2D(i);
-        aSqLengths25D_[static_cast<size_t>(i)] = pT_->getSquaredEdgeLength25D(i);
+    const Sides aSide = getSides(pDt2_, pT_);
+    for (size_t i = 0; i < 3; ++i) {
+        aSqLengths2D_[i] = pT_->getSquaredEdgeLength2D(static_cast<int>(i));
+        aSqLengths25D_[i] = aSide[i].sqLength();
     }
     std::sort(aSqLengths2D_.begin(), aSqLengths2D_.end());
     std::sort(aSqLengths25D_.begin(), aSqLengths25D_.end());
@@ -211,11 +221,23 @@ bool RefCand3::isTooSmall() const {
              radius_ >= MIN_ULPS * std::numeric_limits<double>::epsilon() * maxCoord);
 }
 
+bool RefCand3::isTooNear(const MeshGenParams* pParams) const {
+    if (!pDt2_->getGuideSurface() || !(pParams->minEdgeLength > 0.0)) return false;
+    if (radius_ < pParams->minEdgeLength) return true;
+    // Vertices on the other side of a constraint edge can be nearer than the corners.
+    const double sqReach = pParams->minEdgeLength * pParams->minEdgeLength;
+    const std::vector<Point2*> vNearby = getVerticesNearby(steiner_, pContainingT_, sqReach);
+    return std::any_of(vNearby.begin(), vNearby.end(),
+                       [&](const Point2* pVtx) { return sqDistance2D(steiner_, *pVtx) < sqReach; });
+}
+
 bool RefCand3::illegalSplit(MeshGenParams* pParams) { return getObstacle(pParams) != nullptr; }
 
 const char* RefCand3::getObstacle(MeshGenParams* pParams) const {
     if (splitIndex_ == SPLIT_USELESS || isTooSmall()) return "too small for the numbers";
-    if (splitIndex_ == SPLIT_NONE) return nullptr;
+    if (splitIndex_ == SPLIT_NONE) {
+        return isTooNear(pParams) ? "centre nearer to a vertex than the minimum edge length" : nullptr;
+    }
     if (splitIndex_ < 0 || splitIndex_ > 2) {
         error("RefCand3::needRefinement", "bug, unexpected case");
         return "unknown";
@@ -254,7 +276,7 @@ bool RefCand3::isTooLong(MeshGenParams* pParams) const {
 
 bool RefCand3::isTooLarge(MeshGenParams* pParams) const {
     const double maxArea = usableLimit(pParams->getMaxTriangleArea(pT_));
-    return maxArea != UNKNOWN && pT_->getArea25D() > maxArea;
+    return maxArea != UNKNOWN && getArea25D(pT_) > maxArea;
 }
 
 bool RefCand3::highPriorityAccept(MeshGenParams* pParams) {
@@ -281,12 +303,12 @@ double RefCand3::getNeighbourArea(int i) const {
         pDt2_->getAliveConstraintSegment(aCorner_[incIndexBy1(i)], aCorner_[incIndexBy2(i)]);
     if (pCSeg) return pCSeg->getAdjacentArea();
     const Triangle2* pN = pT_->getOppositeTriangle(i);
-    return pN ? pN->getArea25D() : 0.0;
+    return pN ? getArea25D(pN) : 0.0;
 }
 
 bool RefCand3::needRefinementDueToGrowth(double growthFactor, double growthMinArea) {
     if (!(growthFactor > 0.0)) return false;
-    const double area = pT_->getArea25D();
+    const double area = getArea25D(pT_);
     for (int i = 0; i < 3; ++i) {
         const double neighbourArea = getNeighbourArea(i);
         const bool bSkipped = neighbourArea == 0.0 || neighbourArea < growthMinArea || neighbourArea == UNKNOWN;
@@ -298,10 +320,13 @@ bool RefCand3::needRefinementDueToGrowth(double growthFactor, double growthMinAr
 bool RefCand3::hasNarrowConstraintAngle(double minAngleDegree) {
     bool aConstraint[3];
     for (int i = 0; i < 3; ++i) aConstraint[i] = pDt2_->isConstraint(pT_, i);
+    if (aConstraint[0] + aConstraint[1] + aConstraint[2] < 2) return false;
+    const Sides aSide = getSides(pDt2_, pT_);
     for (int i = 0; i < 3; ++i) {
         const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
         if (!aConstraint[next] || !aConstraint[afterNext]) continue;
-        if (minAngleDegree > getNarrowAngle(*aCorner_[i], *aCorner_[next], *aCorner_[afterNext])) return true;
+        const Vector2 &toNext = aSide[static_cast<size_t>(afterNext)], &fromLast = aSide[static_cast<size_t>(next)];
+        if (minAngleDegree > getNarrowAngle(toNext, fromLast * -1.0)) return true;
     }
     return false;
 }

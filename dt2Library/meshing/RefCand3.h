@@ -19,7 +19,8 @@ inline double usableLimit(double limit) { return limit > 0.0 ? limit : std::nume
 
 /// A candidate for refinement: a triangle, what is wrong with it, and where a vertex would mend it.
 ///
-/// It stands for the triangle as it was when the candidate was made. The records of a refinement come from a pool.
+/// It stands for the triangle as it was when the candidate was made. Lengths, areas and angles in space are those on the
+/// height guide, if there is one. The records of a refinement come from a pool.
 class RefCand3 {
   public:
     /// What a walk towards a Steiner point tells: it was reached; 0 to 2, the edge that bars the way; or there is no use in
@@ -97,8 +98,11 @@ class RefCand3 {
 
   private:
     double getMinAngle2D() const;
+    double getArea25D(const Triangle2* pT) const;
     /// Whether the circumcircle is too small, or too large, for the numbers.
     bool isTooSmall() const;
+    /// Whether there is a guide, and a vertex nearer to the centre in x-y than the minimum edge length.
+    bool isTooNear(const MeshGenParams* pParams) const;
     const char* getObstacle(MeshGenParams* pParams) const;
     int judgeArrival(Triangle2* pT, const Point2* p) const;
     double getNeighbourArea(int i) const;

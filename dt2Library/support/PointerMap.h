@@ -42,6 +42,14 @@ class PointerMap {
         return slot.value;
     }
 
+    /// Calls f(record, value) for each entry, in no particular order.
+    template <class F>
+    void forEach(const F& f) const {
+        for (const Slot& slot : vSlots_) {
+            if (slot.pRecord) f(slot.pRecord, slot.value);
+        }
+    }
+
     /// Makes room for n records.
     void reserve(size_t n) {
         const size_t size = getTableSize(n, MIN_SIZE);

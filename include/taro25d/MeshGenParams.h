@@ -44,7 +44,9 @@ class TARO25D_API MeshGenParams {
 
     /// Gives the heights of the new vertices inside the zone; null: the surface of the triangulation itself. Vertices
     /// that split a constraint segment lie on that segment in any case. Where the guide has no height, a new vertex
-    /// takes the mean height of the triangle that it is inserted into, with a warning.
+    /// takes the mean height of the triangle that it is inserted into; one warning at the end tells how many did.
+    /// Lengths, areas and angles are then those on the guide, whatever the heights of the vertices are, so that a step
+    /// between a segment and the guide is not refined on and on; where the guide has no height, those in x-y.
     Taro_2D* pHeightGuide = nullptr;
     /// A tolerance that belongs with the guide. Mesh generation does not read it.
     double maxHeightError = std::numeric_limits<double>::max();
@@ -54,7 +56,8 @@ class TARO25D_API MeshGenParams {
     /// 30.
     double minAngleDegree = 20.0;
     /// Constraint segments shorter than twice this are not split. With 0, refinement goes on as far as numbers allow,
-    /// which in narrow corners can mean very small triangles.
+    /// which in narrow corners can mean very small triangles. With a height guide no new vertex inside the zone is nearer
+    /// than this, in x-y, to another one when it is inserted: there may be cliffs in the guide.
     double minEdgeLength = 0.001;
     /// Triangles with a longer edge are refined.
     double maxEdgeLength = std::numeric_limits<double>::max();
