@@ -27,6 +27,7 @@
 #include "taro25d/Edge2.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Taro_2D.h"
+#include "taro25d/freeFunctions.h"
 
 using namespace LUMO_TARO25D;
 
@@ -785,13 +786,37 @@ TEST_F(Constraint, SegmentsAreSplitAtNewPoints) {
     EXPECT_TRUE(contains(capture, "insufficient numeric accuracy, need to skip last insertions"));
     EXPECT_TRUE(work.checkExactly());
 
-    EXPECT_NE(pLeft->insertAndSplit(Point2(-4, 1, 9)), nullptr) << "beside the line";
-    EXPECT_TRUE(work.check(1));
+    EXPECT_NE(pLeft->insertAndSplit(Point2(-4, 0.25 + 6e-6, 9)), nullptr) << "next to the line";
+    EXPECT_TRUE(work.check(1e-5));
     EXPECT_EQ(work.mesh.numberOfPoints(), numPoints + 2);
-    EXPECT_EQ(*pRight->insertAndSplit(Point2(2.5, 2.5, 9)), Point2(2.5, 2.5, 0)) << "at a vertex that was there";
-    EXPECT_TRUE(work.check(3));
-    EXPECT_EQ(work.mesh.numberOfPoints(), numPoints + 2);
+    const Point2* pThere = work.mesh.insert(Point2(2.5, 0.25 - 6e-6, 0));
+    EXPECT_EQ(pRight->insertAndSplit(Point2(2.5, 0.25 - 6e-6, 9)), pThere);
+    EXPECT_TRUE(work.check(2e-5));
+    EXPECT_EQ(work.mesh.numberOfPoints(), numPoints + 3);
     EXPECT_TRUE(work.mesh.checkValidity(true, "split"));
+}
+
+TEST_F(Constraint, SplittingIsRefusedBesideTheSegment) {
+    for (const double origin : {0.0, 1e6, -0x1p50}) {
+        Work work;
+        work.insertBulk(makeSquare(origin - 9, origin + 9));
+        ConstraintSegment2* pCSeg = onlySegment(*work.constrain({makeSegment(origin - 8, origin, origin + 8, origin)}));
+        const double room = 16e-6 + 4 * getUlp(std::abs(origin) + 8);
+        const size_t numPoints = work.mesh.numberOfPoints();
+        const auto refuses = [&](double x, double y) {
+            const std::string text = printedBy([&] { EXPECT_FALSE(pCSeg->insertAndSplit(Point2(x, y, 0))); });
+            return contains(text, "ConstraintSegment2::insertAndSplit(), WARNING: ");
+        };
+        const double step = std::max(1e-7, getUlp(std::abs(origin) + 8));
+        EXPECT_TRUE(refuses(origin + 1, origin + room + step));
+        EXPECT_TRUE(refuses(origin - 1, origin - room - step));
+        EXPECT_TRUE(refuses(origin + 8 + room + step, origin)) << "beyond the end";
+        EXPECT_TRUE(refuses(origin - 8 - room - step, origin));
+        EXPECT_TRUE(pCSeg->isAlive());
+        EXPECT_EQ(work.mesh.numberOfPoints(), numPoints);
+        EXPECT_NE(pCSeg->insertAndSplit(Point2(origin + 1, origin + 15e-6, 0)), nullptr);
+        EXPECT_TRUE(work.mesh.checkValidity(true, "split"));
+    }
 }
 
 TEST_F(Constraint, SplittingCrossesOtherConstraints) {
@@ -799,10 +824,10 @@ TEST_F(Constraint, SplittingCrossesOtherConstraints) {
         Work work;
         work.insertBulk(makeSquare(-9, 9));
         ConstraintGraph2* pGraph = work.constrain({makeSegment(-4, 0, 4, 0)}, cis);
-        work.constrain({makeSegment(-3, 1, 3, 1)});
-        EXPECT_NE(onlySegment(*pGraph)->insertAndSplit(Point2(0, 2, 0)), nullptr);
-        EXPECT_TRUE(work.check(2));
-        EXPECT_TRUE(work.mesh.isConstraint(work.mesh.getImpl()->getVertexPointer(Point2(-2, 1, 0))));
+        work.constrain({makeSegment(-3, 0x1p-18, 3, 0x1p-18)});
+        EXPECT_NE(onlySegment(*pGraph)->insertAndSplit(Point2(0, 0x1p-17, 0)), nullptr);
+        EXPECT_TRUE(work.check(1e-5));
+        EXPECT_TRUE(work.mesh.isConstraint(work.mesh.getImpl()->getVertexPointer(Point2(-2, 0x1p-18, 0))));
         ConstraintGraph2* pOther = work.constrain({makeSegment(-8, -5, 8, -5)}, cis);
         EXPECT_TRUE(onlySegment(*pOther)->splitAndRemovePrev(Point2(0, -5, 0)));
         EXPECT_TRUE(work.check(2));

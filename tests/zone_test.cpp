@@ -174,8 +174,14 @@ TEST(Zone, GrowsFromSeedsUpToItsOwnGraphs) {
     EXPECT_NEAR(area({pLine}, {50, 50, 0}), 7000, 1e-6) << "a seed on a vertex";
     EXPECT_NEAR(mesh.createZone(pLine, ZL_GROW, Point2(1, 99, 0))->getArea2D(), 3000, 1e-6) << "an open graph";
     EXPECT_NEAR(area({}, {20, 20, 0}), 10000, 1e-6);
-    EXPECT_EQ(area({pA}, {-1, 20, 0}), 0) << "outside the hull";
-    EXPECT_EQ(area({pA}, {NAN, 20, 0}), 0);
+    for (const double x : {-1.0, 1e300, double(NAN)}) {
+        Zone2* pOutside = mesh.createZone(pA, ZL_GROW, Point2(x, 20, 0));
+        Recorder recorder;
+        mesh.subscribe(MT_WARNING, &recorder);
+        EXPECT_EQ(pOutside->getNumberOfTriangles(), 0u);
+        EXPECT_EQ(recorder.vMessages.size(), 1u) << "outside the hull";
+        mesh.unsubscribe(MT_WARNING, &recorder);
+    }
     const double onEdge = area({pA, pB}, {50, 30, 0});
     EXPECT_NEAR(onEdge, 1600, 1e-6) << "on a common edge: either side";
 }

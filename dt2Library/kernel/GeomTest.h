@@ -55,6 +55,8 @@ inline double inCirclePermanent(double ax, double ay, double bx, double by, doub
 class GeomTest {
   public:
     GeomTest() = default;
+    /// With static bounds for coordinates of magnitude at most |maxCoord|.
+    explicit GeomTest(double maxCoord) { setStaticBound(maxCoord); }
     GeomTest(const GeomTest&) = delete;
     GeomTest& operator=(const GeomTest&) = delete;
 

@@ -10,9 +10,9 @@
 #include "mesh/Dt2.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <new>
+#include <random>
 #include <thread>
 
 #include "constraints/ConstraintMgr.h"
@@ -165,21 +165,25 @@ Triangle2* Dt2::insertVertex(Point2*& pVtx, Triangle2* pHint) {
     return pT;
 }
 
-int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
+int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const { return walk(p, pT, idx, geomTest_); }
+
+int Dt2::walk(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest) {
     TARO_ASSERT_TEXT(pT != nullptr, "pStartTriangle!=__null");
     idx = -1;
     int i = 0;
     int numEdges = 3;  // still to be tested in this triangle, from edge i on
+    std::minstd_rand random;
     for (int numSteps = 0; numEdges > 0;) {
         const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
-        const Orientation2 ori = geomTest_.getOrientation2(pT->getCorner(afterNext), pT->getCorner(next), p);
+        const Orientation2 ori = geomTest.getOrientation2(pT->getCorner(afterNext), pT->getCorner(next), p);
         if (ori == ORIENTATION2_CCW) {
             Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN) return i;
             // p lies strictly inside the edge of entry, which need not be tested again. A walk that takes so
-            // long may be going in circles, as it can among constraints: from then on it starts at any edge.
+            // long may be going in circles, as it can among constraints: from then on it starts at any edge, always
+            // the same ones, so that nothing but the mesh and the point decides where it ends.
             const bool bOrdered = ++numSteps <= MAX_ORDERED_STEPS;
-            i = bOrdered ? incIndexBy1(indexOfNeighbour(pN, pT)) : std::rand() % 3;
+            i = bOrdered ? incIndexBy1(indexOfNeighbour(pN, pT)) : static_cast<int>(random() % 3);
             numEdges = bOrdered ? 2 : 3;
             idx = -1;
             pT = pN;
@@ -191,7 +195,7 @@ int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const
             }
             idx = i;
             if (!pT->getOppositeTriangle(i)) {
-                const int code = locateCoplanarExtension(p, pT, i);
+                const int code = locateCoplanarExtension(p, pT, i, geomTest);
                 if (code != CODE_WALK_ON) return code;
                 i = 0;
                 numEdges = 3;
@@ -205,10 +209,10 @@ int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const
     return CODE_INSIDE;
 }
 
-int Dt2::locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx) const {
+int Dt2::locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest) {
     for (const int i : {incIndexBy1(idx), incIndexBy2(idx)}) {
         const Orientation2 ori =
-            geomTest_.getOrientation2(pT->getCorner(incIndexBy2(i)), pT->getCorner(incIndexBy1(i)), p);
+            geomTest.getOrientation2(pT->getCorner(incIndexBy2(i)), pT->getCorner(incIndexBy1(i)), p);
         if (ori != ORIENTATION2_CCW) continue;
         Triangle2* pN = pT->getOppositeTriangle(i);
         if (!pN) return i;
@@ -348,10 +352,10 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int idx) {
         splitHullEdge(v, pT, idx);
     } else {
         vHullPatch_.clear();
-        determineHullPatchLeft(vHullPatch_, pT, idx, v);
+        determineHullPatchLeft(vHullPatch_, pT, idx, v, geomTest_);
         std::reverse(vHullPatch_.begin(), vHullPatch_.end());
         vHullPatch_.emplace_back(pT, idx);
-        determineHullPatchRight(vHullPatch_, pT, idx, v);
+        determineHullPatchRight(vHullPatch_, pT, idx, v, geomTest_);
         fanFromHullPatch(v);
     }
     settle(v);
@@ -379,13 +383,13 @@ void Dt2::splitHullEdge(Point2* v, Triangle2* pT, int idx) {
 }
 
 void Dt2::determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
-                                 const Point2* v) const {
-    collectVisibleHullEdges(vPatch, pT, idx, v, geomTest_, toPreviousHullEdge);
+                                 const Point2* v, GeomTest& geomTest) {
+    collectVisibleHullEdges(vPatch, pT, idx, v, geomTest, toPreviousHullEdge);
 }
 
 void Dt2::determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
-                                  const Point2* v) const {
-    collectVisibleHullEdges(vPatch, pT, idx, v, geomTest_, toNextHullEdge);
+                                  const Point2* v, GeomTest& geomTest) {
+    collectVisibleHullEdges(vPatch, pT, idx, v, geomTest, toNextHullEdge);
 }
 
 void Dt2::fanFromHullPatch(Point2* v) {

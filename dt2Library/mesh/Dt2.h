@@ -106,10 +106,10 @@ class Dt2 {
     void forgetFlips() { vFlipStack_.clear(); }
     /// Collects hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the
     /// hull (Left, seen from v) or counterclockwise (Right); that edge itself is not tested and not included.
-    void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
-                                const Point2* v) const;
-    void determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
-                                 const Point2* v) const;
+    static void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                       const Point2* v, GeomTest& geomTest);
+    static void determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                        const Point2* v, GeomTest& geomTest);
     void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
     void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
 
@@ -273,7 +273,9 @@ class Dt2 {
     Point2* insertWhileCollinear(const Point2& point);
     Triangle2* getStartTriangle(const Point2& point) const;
 
-    int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx) const;
+    /// locateConflictTriangle with predicates that hold for the point.
+    static int walk(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest);
+    static int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest);
     Triangle2* triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int code);
     void initVCheckT13(Triangle2* pT, Point2* v);
     void initVCheckT24(Triangle2* pT, Point2* v, int idx);
@@ -292,8 +294,10 @@ class Dt2 {
 
     // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
 
-    /// Walks to any point with finite x and y, with the result of locateConflictTriangle.
-    int walkTo(const Point2& point, Triangle2*& pT) const;
+    /// The magnitude of a point and all vertices.
+    double getMagnitudeWith(const Point2& point) const;
+    /// Walks to any point with finite x and y, with the result of locateConflictTriangle. The predicates hold for it.
+    int walkTo(const Point2& point, Triangle2*& pT, GeomTest& geomTest) const;
     void getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const;
     void dropCollinear(std::vector<Point2*>& vRing) const;
 
@@ -420,7 +424,7 @@ class Dt2 {
 
     // ---- State ----------------------------------------------------------------------------------------------------
 
-    mutable GeomTest geomTest_;           // mutable: it holds scratch numbers, and location may raise its error bound
+    mutable GeomTest geomTest_;           // mutable: it holds scratch numbers
     SimplePool<Triangle2> trianglePool_;  // also the list of all triangles; dead ones have no corners
     VertexVault vertexVault_;
     std::vector<Triangle2*> vRecycledTriangles_;

@@ -7,9 +7,8 @@
 // Outside the hull a height is that of the nearest hull point, which is sought among the hull edges that see the
 // point: those form one piece of the hull around the edge at which the walk ended.
 //
-// No query changes the triangulation. A query point beyond all coordinates so far may only make the
-// predicates' first filter more careful, and since it stays so, queries that cannot have an answer are turned
-// away by the box before.
+// No query changes anything. Each has predicates of its own, whose first filter is as careful as its point asks for,
+// and whose scratch numbers no other query on another thread can touch.
 
 #include "mesh/Dt2.h"
 
@@ -67,27 +66,31 @@ bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges,
 // ---------------------------------------------------------------------------------------------------------------------
 // Location
 
-int Dt2::walkTo(const Point2& point, Triangle2*& pT) const {
-    const double maxCoord = std::max(std::abs(point.x()), std::abs(point.y()));
-    if (maxCoord > geomTest_.getMaxAbsCoord()) geomTest_.setStaticBound(maxCoord);
+double Dt2::getMagnitudeWith(const Point2& point) const {
+    return std::max({geomTest_.getMaxAbsCoord(), std::abs(point.x()), std::abs(point.y())});
+}
+
+int Dt2::walkTo(const Point2& point, Triangle2*& pT, GeomTest& geomTest) const {
     pT = vertexVault_.getCloseTriangle(point);
     int idx = -1;
-    return locateConflictTriangle(&point, pT, idx);
+    return walk(&point, pT, idx, geomTest);
 }
 
 Triangle2* Dt2::locate(const Point2& point) const {
     if (!is2D() || !vertexVault_.getInsertionBox().isInBox(point)) return nullptr;
+    GeomTest geomTest(getMagnitudeWith(point));
     Triangle2* pT = nullptr;
-    const int code = walkTo(point, pT);
+    const int code = walkTo(point, pT, geomTest);
     if (code == -1 || code == CODE_DUPLICATE) return pT;
-    const Orientation2 ori = geomTest_.getOrientation2(&getSrc(*pT, code), &getTrg(*pT, code), &point);
+    const Orientation2 ori = geomTest.getOrientation2(&getSrc(*pT, code), &getTrg(*pT, code), &point);
     return ori == ORIENTATION2_CW ? nullptr : pT;
 }
 
 Point2* Dt2::getVertexPointer(const Point2& point) const {
     if (!is2D()) return vertexVault_.getVertexPointer(point);
+    GeomTest geomTest(getMagnitudeWith(point));
     Triangle2* pT = nullptr;
-    if (!vertexVault_.getInsertionBox().isInBox(point) || walkTo(point, pT) != CODE_DUPLICATE) return nullptr;
+    if (!vertexVault_.getInsertionBox().isInBox(point) || walkTo(point, pT, geomTest) != CODE_DUPLICATE) return nullptr;
     int i = 0;
     while (*pT->getCorner(i) != point) ++i;
     return pT->getCorner(i);
@@ -110,13 +113,14 @@ bool Dt2::getNearbyHeight(double x, double y, double& height, double tolerance) 
     const double distanceToBox = std::max({box.getMinX() - x, x - box.getMaxX(), box.getMinY() - y, y - box.getMaxY()});
     if (distanceToBox > tolerance) return false;
     const Point2 place(x, y, 0.0);
+    GeomTest geomTest(getMagnitudeWith(place));
     Triangle2* pCurTriangle = nullptr;
-    const int intState = walkTo(place, pCurTriangle);
+    const int intState = walkTo(place, pCurTriangle, geomTest);
     TARO_ASSERT_TEXT(pCurTriangle != nullptr, "pCurTriangle!=__null");
     TARO_ASSERT_TEXT(intState > -1 && intState < 4, "intState>-1 && intState<4");
     std::vector<std::pair<Triangle2*, int>> vPatch{{pCurTriangle, intState}};
-    determineHullPatchLeft(vPatch, pCurTriangle, intState, &place);
-    determineHullPatchRight(vPatch, pCurTriangle, intState, &place);
+    determineHullPatchLeft(vPatch, pCurTriangle, intState, &place, geomTest);
+    determineHullPatchRight(vPatch, pCurTriangle, intState, &place, geomTest);
     return getNearestHeight(vPatch, place, tolerance, height);
 }
 
@@ -175,10 +179,11 @@ void Dt2::getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoin
 
 void Dt2::dropCollinear(std::vector<Point2*>& vRing) const {
     const size_t n = vRing.size();
+    GeomTest geomTest(geomTest_.getMaxAbsCoord());
     std::vector<Point2*> vSimplified;
     for (size_t i = 0; i <= n; ++i) {
         Point2* pVtx = vRing[i % n];
-        const Orientation2 ori = geomTest_.getOrientation2(vRing[(i + n - 1) % n], pVtx, vRing[(i + 1) % n]);
+        const Orientation2 ori = geomTest.getOrientation2(vRing[(i + n - 1) % n], pVtx, vRing[(i + 1) % n]);
         if (ori != ORIENTATION2_COLLINEAR) vSimplified.push_back(pVtx);
     }
     // The ring begins at a true corner, which has been kept at both ends.

@@ -519,6 +519,7 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
     std::vector<Triangle2*> vTriangles;
     pZone->getTriangles(vTriangles);
     zoneMagnitude_ = getLargestCoordinate(vTriangles);
+    const double magnitude = geomTest_.getMaxAbsCoord();  // centres may be far beyond
     double smallestAngle = 180.0;
     for (Triangle2* pT : vTriangles) {
         RefCand3 candidate(this, pT);
@@ -532,6 +533,7 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
                             candidate.needRefinementDueToGrowth(pParams->growthFactor, pParams->growthMinArea);
         if (bGrown) growth.miss(candidate, pParams, geomTest_);
     }
+    geomTest_.setStaticBound(magnitude);
     std::cout << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
               << " degrees\n";
     bool bExplained = true;

@@ -266,10 +266,10 @@ Point2* Dt2::CUTT_insert(const Point2& place, Cut& cut) {
 /// A vertex where the segment from a point outside the hull enters it, or null if it does not.
 Point2* Dt2::CUTT_enter(const Point2& outside, const Point2& trg, Cut& cut) {
     Triangle2* pT = nullptr;
-    const int i = walkTo(outside, pT);
+    const int i = walkTo(outside, pT, geomTest_);
     std::vector<std::pair<Triangle2*, int>> vVisible{{pT, i}};
-    determineHullPatchLeft(vVisible, pT, i, &outside);
-    determineHullPatchRight(vVisible, pT, i, &outside);
+    determineHullPatchLeft(vVisible, pT, i, &outside, geomTest_);
+    determineHullPatchRight(vVisible, pT, i, &outside, geomTest_);
     for (const auto& [pHullT, k] : vVisible) {
         Point2 *p0 = pHullT->getCorner(incIndexBy1(k)), *p1 = pHullT->getCorner(incIndexBy2(k));
         const Orientation2 ori0 = geomTest_.getOrientation2(&outside, &trg, p0);
@@ -513,6 +513,7 @@ void Dt2::CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut) {
 void Dt2::CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut) {
     const FlagScope suppressFlips(bFlipsSuppressed_);
     for (const Segment2& segment : vSegments) {
+        for (const Point2& end : {segment.getSrc(), segment.getTrg()}) geomTest_.setStaticBound(getMagnitudeWith(end));
         CUTT_insert(segment.getSrc(), cut);
         CUTT_insert(segment.getTrg(), cut);
     }

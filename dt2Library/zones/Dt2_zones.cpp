@@ -228,7 +228,11 @@ void Dt2::growZoneArea(const std::vector<ConstraintGraph2*>& vGraphs, const std:
                        std::vector<Triangle2*>& vTriangles) const {
     std::vector<Triangle2*> vFrom;
     for (const Point2& seed : vSeeds) {
-        if (Triangle2* pT = locate(seed)) vFrom.push_back(pT);
+        if (Triangle2* pT = locate(seed)) {
+            vFrom.push_back(pT);
+        } else {
+            warning("Dt2::growZoneArea()", "the seed is outside the triangulation, nothing grows from it");
+        }
     }
     spreadBetween(vGraphs, vFrom, vTriangles);
 }

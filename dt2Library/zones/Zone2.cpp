@@ -157,9 +157,11 @@ void Zone2::getTriangles(std::vector<Triangle2*>& vTriangles) const {
         case ZL_BOUNDED:
             bfsFromWorkspace(vTriangles);
             return;
-        case ZL_GROW:
+        case ZL_GROW: {
+            const MessageScope scope(&pDt2_->getProgress());
             pDt2_->growZoneArea(vGraphs_, vSeeds_, vTriangles);
             return;
+        }
         case ZL_RESULT_UNION:
         case ZL_RESULT_INTERSECTION:
         case ZL_RESULT_DIFFERENCE:

@@ -82,9 +82,10 @@ class TARO25D_API ConstraintSegment2 {
     /// For the engine: splits the segment at a vertex that is none of its ends, without touching the mesh. Returns
     /// false, with a warning and without effect, where a child would be a segment that this one itself came from.
     bool split_combinatorialOnly(Point2* pSplit);
-    /// Inserts a new point, which should be on the segment or next to it, splits the segment there and establishes the
-    /// pieces. Returns the vertex; null, with the segment as it was, if the point coincides with an end in x and y, or,
-    /// with a warning, where doubles are too coarse for the split. A dead segment, and a point that is not finite, fail
+    /// Inserts a new point on the segment, splits the segment there and establishes the pieces. Returns the vertex; null,
+    /// with the segment as it was, if the point coincides with an end in x and y, or, with a warning, if it is farther
+    /// from the segment than 1e-6 of its length and 4 ulp of its largest coordinate together, and where doubles are too
+    /// coarse for the split. A dead segment, and a point that is not finite, fail
     /// with TaroException. The height is that of the point, unless there is a vertex already.
     Point2* insertAndSplit(const Point2& p);
     /// The same; then removes what refinement inserted before within the circle around the new vertex through the

@@ -239,7 +239,7 @@ class TARO25D_API Taro_2D {
         return createZone(std::vector<ConstraintGraph2*>(graphs), zoneLoc, bVerbose);
     }
     /// What is reached from a seed point without crossing the graph (ZL_GROW only). A seed on an edge belongs to either
-    /// side; one outside the hull gives an empty zone.
+    /// side; one outside the hull gives an empty zone, with a warning each time that is asked for triangles.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose = true);
     /// The same for several graphs; an empty list lets it grow over everything.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
