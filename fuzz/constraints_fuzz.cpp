@@ -119,6 +119,8 @@ class Run {
     void apply() {
         if (mesh_.is2D()) mesh_.applyConstraintsAndZones();
         bPending_ &= !mesh_.is2D();
+        const bool bConform = !mesh_.is2D() || listener_.bGaveUp || ConstraintOracle(mesh_).numEncroached() == 0;
+        require(bConform, "conforming pieces are Delaunay");
     }
 
     void remove() {

@@ -190,6 +190,9 @@ int checkAllWays(const Scene& scene) {
             numExact += work.checkExactly();
         } else {
             EXPECT_TRUE(work.check());
+            if (work.mesh.is2D()) work.apply();
+            EXPECT_TRUE(work.check());
+            EXPECT_TRUE(work.gaveUp() || ConstraintOracle(work.mesh).numEncroached() == 0);
         }
     }
     return numExact;
@@ -983,6 +986,7 @@ TEST_F(Constraint, RealLineWork) {
             work.constrain(vSegments, cis, cis == CIS_CONSTRAINED_DELAUNAY);
             EXPECT_TRUE(work.check());
             EXPECT_FALSE(work.gaveUp());
+            EXPECT_EQ(ConstraintOracle(work.mesh).numEncroached(), 0u);
         }
     }
     EXPECT_GT(numFiles, 0u);

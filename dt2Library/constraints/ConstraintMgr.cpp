@@ -152,6 +152,7 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std:
     segmentIndex_.reserve(vSegments_.size() + vPairs.size());
     std::vector<ConstraintSegment2*> vCSegs;
     vCSegs.reserve(vPairs.size());
+    numRequested_ += vPairs.size();
     ConstraintSegment2::Age age{++numCalls_, 0};
     for (; age.place < vPairs.size(); ++age.place) {
         const auto& [p0, p1] = vPairs[age.place];
@@ -210,7 +211,7 @@ ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>&
     const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
     vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, cis));
     ConstraintGraph2* pGraph = vGraphs_.back().get();
-    if (bApply) establishWithProgress(getAlivePieces(vCSegs), "establish constraints");
+    if (bApply) establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
     return pGraph;
 }
 
@@ -245,7 +246,7 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Seg
     const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
     vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, mPPReverse, cis));
     ConstraintGraph2* pGraph = vGraphs_.back().get();
-    establishWithProgress(getAlivePieces(vCSegs), "establish constraints");
+    establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
     return pGraph;
 }
 
@@ -284,6 +285,7 @@ void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
     if (!bEstablishing_) {
         pDt2_->setCrossingQuota(getQuotaEach());
         pDt2_->setCloseCrossingQuota(getCloseQuota());
+        setHalvingQuota(1, {pCSeg});
     }
     std::vector<ConstraintSegment2*> vStack{pCSeg};
     while (!vStack.empty()) {
@@ -311,20 +313,29 @@ void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
 
 size_t ConstraintMgr::getCloseQuota() const { return vSegments_.size() + MIN_QUOTA; }
 size_t ConstraintMgr::getQuotaEach() const { return MAX_CROSSINGS_EACH * getCloseQuota(); }
+void ConstraintMgr::setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces) {
+    pDt2_->setHalvingQuota(ConformingPieces::MIN_HALVING_QUOTA + ConformingPieces::NUM_HALVINGS_EACH * numSegments);
+    for (const ConstraintSegment2* pCSeg : vPieces) pDt2_->raiseHalvingQuota(pCSeg);
+}
 
-void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress* pProgress) {
+void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments, Progress* pProgress) {
     if (!pDt2_->is2D()) return;
     const bool bOutermost = !bEstablishing_;  // segments that are established on the way share the quotas
     const FlagScope establishing(bEstablishing_);
-    const size_t quota = getQuotaEach(), numSegments = vCSegs.size();
-    if (bOutermost) pDt2_->setCloseCrossingQuota(getCloseQuota());
+    const size_t quota = getQuotaEach(), quotaOfRest = quota * vCSegs.size();
+    if (bOutermost) {
+        pDt2_->setCloseCrossingQuota(getCloseQuota());
+        setHalvingQuota(numSegments, vCSegs);
+    }
     std::vector<ConstraintSegment2*> vNext;
     for (int numPasses = 0; numPasses < MAX_PASSES && !vCSegs.empty(); ++numPasses) {
-        if (bOutermost && numPasses == 1) pDt2_->setCrossingQuota(quota * numSegments);
+        if (bOutermost && numPasses == 1) pDt2_->setCrossingQuota(quotaOfRest);
         for (ConstraintSegment2* pCSeg : vCSegs) {
             if (bOutermost && numPasses == 0) pDt2_->setCrossingQuota(quota);
             if (pCSeg->isAlive()) applyOneSegment(pCSeg);
+            const size_t begin = vNext.size();
             if (!pCSeg->isAlive()) pCSeg->getChildrenRec(vNext);
+            sortByPlace(vNext, begin);
             if (pProgress) pProgress->incProgress(1);
         }
         vCSegs.swap(vNext);
@@ -333,22 +344,59 @@ void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, Progress*
     if (!vCSegs.empty()) warnOfInaccuracy();
 }
 
-void ConstraintMgr::establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, const char* label) {
+void ConstraintMgr::establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments,
+                                          const char* label) {
     if (!pDt2_->is2D()) return;
     Progress& progress = pDt2_->getProgress();
     progress.start(label, vCSegs.size());
     const ProgressEnd progressEnd(progress);
-    establish(std::move(vCSegs), &progress);
+    establish(std::move(vCSegs), numSegments, &progress);
     progress.finish();
 }
 
 void ConstraintMgr::apply() {
     std::vector<ConstraintSegment2*> vCSegs;
     getAliveConstraintSegments(vCSegs);
+    sortByPlace(vCSegs);
     std::stable_sort(vCSegs.begin(), vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
         return a->getAge() < b->getAge();
     });
-    establishWithProgress(std::move(vCSegs), "apply");
+    establishWithProgress(std::move(vCSegs), numRequested_, "apply");
+}
+
+void ConstraintMgr::suspect(ConstraintSegment2* pCSeg) {
+    if (pCSeg->isAlive() && ConformingPieces::isConforming(pCSeg)) conformingPieces_.suspect(pCSeg);
+}
+
+/// In rounds: a new vertex may encroach on any piece near it, and what flips leave alone there is the next round.
+void ConstraintMgr::splitEncroachedPieces() {
+    const FlagScope establishing(bEstablishing_);
+    bool bEnough = true, bFirstRound = true;
+    for (auto vEncroached = takeEncroachedPieces(); !vEncroached.empty(); vEncroached = takeEncroachedPieces()) {
+        // Many points may have come since the last call; later rounds meet vertices of this one.
+        for (ConstraintSegment2* pCSeg : vEncroached) {
+            if (bFirstRound && pCSeg->isAlive()) pDt2_->raiseHalvingQuotaForEdge(pCSeg);
+        }
+        bFirstRound = false;
+        std::vector<ConstraintSegment2*> vHalves;
+        for (ConstraintSegment2* pCSeg : vEncroached) {
+            if (!pCSeg->isAlive() || !pDt2_->isEncroached(pCSeg)) continue;
+            bEnough = bEnough && !pDt2_->isHalvingQuotaUsedUp();
+            if (bEnough && pDt2_->halve(pCSeg)) pCSeg->getChildrenRec(vHalves);
+        }
+        establish(vHalves);
+    }
+    if (!bEnough) warnOfInaccuracy();
+}
+
+std::vector<ConstraintSegment2*> ConstraintMgr::takeEncroachedPieces() {
+    std::vector<ConstraintSegment2*> vPieces;
+    if (!pDt2_->is2D()) return vPieces;
+    conformingPieces_.takeSuspects(vPieces);
+    const auto isHarmless = [this](const ConstraintSegment2* p) { return !p->isAlive() || !pDt2_->isEncroached(p); };
+    vPieces.erase(std::remove_if(vPieces.begin(), vPieces.end(), isHarmless), vPieces.end());
+    sortByPlace(vPieces);
+    return vPieces;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "constraints/ConformingPieces.h"
 #include "kernel/VertexPairMap.h"
 #include "kernel/flatSets.h"
 #include "taro25d/ConstraintGraph2.h"
@@ -64,10 +65,16 @@ class ConstraintMgr {
     /// Establishes one segment, or its leaves, if the triangulation is two-dimensional.
     void applyOneSegment(ConstraintSegment2* pCSeg);
     /// Establishes segments and, in passes, the pieces that this makes of them. Warns if the passes do not suffice.
-    /// With a progress, counts there what a pass has dealt with.
-    void establish(std::vector<ConstraintSegment2*> vCSegs, Progress* pProgress = nullptr);
+    void establish(const std::vector<ConstraintSegment2*>& vCSegs) { establish(vCSegs, vCSegs.size(), nullptr); }
     /// Establishes all segments, in the order in which they were asked for.
     void apply();
+
+    /// Remembers that a conforming piece may be an edge that is not Delaunay; nothing happens for other segments.
+    void suspect(ConstraintSegment2* pCSeg);
+    /// Splits conforming pieces that are edges without being Delaunay until none is left, under the limits of what was
+    /// established last.
+    void splitEncroachedPieces();
+    ConformingPieces& getConformingPieces() { return conformingPieces_; }
 
     /// Write the alive segments of each graph to files of their own, for the library's developers.
     void writeConstraints(const std::string& prefix) const;
@@ -88,7 +95,12 @@ class ConstraintMgr {
     size_t getQuotaEach() const;
     /// How many of them may move on by the last bit only, as they do where rounding makes segments cross again and again.
     size_t getCloseQuota() const;
-    void establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, const char* label);
+    void setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces);
+    /// The pieces are of so many segments that clients have asked for. With a progress, counts there what a pass has dealt
+    /// with.
+    void establish(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments, Progress* pProgress);
+    std::vector<ConstraintSegment2*> takeEncroachedPieces();
+    void establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments, const char* label);
 
     Dt2* pDt2_;
     VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
@@ -99,6 +111,8 @@ class ConstraintMgr {
     mutable AddressSet constraintVertices_;  // mutable: it remembers where it looked last
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
     std::uint32_t numCalls_ = 0;  // that have asked for segments
+    ConformingPieces conformingPieces_;
+    size_t numRequested_ = 0;  // segments that clients have asked for
     bool bEstablishing_ = false;
     std::unique_ptr<std::uint64_t[]> aVertexBitmap_;  // null until it pays
 };

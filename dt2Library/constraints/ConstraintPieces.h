@@ -1,11 +1,15 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "kernel/flatSets.h"
 #include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
+#include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
 
@@ -18,6 +22,22 @@ inline void appendAlivePieces(ConstraintSegment2* pCSeg, std::vector<ConstraintS
     }
 }
 
+/// The ends of a segment, in an order that does not depend on addresses.
+inline std::pair<Point2*, Point2*> getEndsByPlace(const ConstraintSegment2* pCSeg) {
+    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    return *pTrg < *pSrc ? std::pair(pTrg, pSrc) : std::pair(pSrc, pTrg);
+}
+
+/// Sorts segments, from a place of the list on, by the coordinates of their ends, so that no address matters.
+inline void sortByPlace(std::vector<ConstraintSegment2*>& vCSegs, size_t begin = 0) {
+    const auto first = vCSegs.begin() + static_cast<std::ptrdiff_t>(begin);
+    std::sort(first, vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
+        const auto [a0, a1] = getEndsByPlace(a);
+        const auto [b0, b1] = getEndsByPlace(b);
+        return *a0 != *b0 ? *a0 < *b0 : *a1 < *b1;
+    });
+}
+
 /// The edges that graphs stand for.
 inline EdgeSet getAlivePieces(const std::vector<ConstraintGraph2*>& vGraphs) {
     std::vector<ConstraintSegment2*> vCSegs;
@@ -25,6 +45,18 @@ inline EdgeSet getAlivePieces(const std::vector<ConstraintGraph2*>& vGraphs) {
     EdgeSet sPieces;
     for (const ConstraintSegment2* pCSeg : vCSegs) sPieces.insert(pCSeg->getSrc(), pCSeg->getTrg());
     return sPieces;
+}
+
+/// The older of two segments, and the other one; of two pieces of one segment the first counts as the older one.
+inline std::pair<const ConstraintSegment2*, const ConstraintSegment2*> orderByAge(const ConstraintSegment2* pFirst,
+                                                                                  const ConstraintSegment2* pSecond) {
+    return pSecond->getAge() < pFirst->getAge() ? std::pair(pSecond, pFirst) : std::pair(pFirst, pSecond);
+}
+
+/// The height of a segment at a place next to it; the order of its ends, which is that of addresses, does not matter.
+inline double getHeightOn(const Point2& end0, const Point2& end1, double x, double y) {
+    const auto& [low, high] = std::minmax(end0, end1);
+    return getZOnSegment(low, high, x, y);
 }
 
 /// Says that rounding keeps a segment from becoming edges, so that what is left of it is given up.

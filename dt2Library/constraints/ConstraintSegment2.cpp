@@ -133,6 +133,7 @@ void ConstraintSegment2::createChildren(Point2* pSplit) {
     for (ConstraintGraph2* pOwner : sOwners_) {
         pOwner->updateSplittedConstraintSegment(this, pOwner == *sOwners_.begin());
     }
+    for (ConstraintSegment2* pChild : aChildren_) pManager->suspect(pChild);
 }
 
 bool ConstraintSegment2::split_combinatorialOnly(Point2* pSplit) {

@@ -12,8 +12,7 @@
 // than once. Border entries name triangles that are on their way out, whose links still tell what lies across: where
 // that has been replaced already, the replacement has taken over the link, so both sides of an inner edge find each other.
 //
-// Conforming: the segment is split at a vertex next to its source that lies on it, at its crossing with a constraint, or at
-// its midpoint, until every piece is an edge.
+// Conforming segments have a file of their own.
 //
 // Where two constraints meet, the older one gives the height of the new vertex, linear between the ends of its alive piece,
 // whichever of the two is the edge and whichever is on its way: edges may be there by chance, long before the turn of their
@@ -57,21 +56,6 @@ bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
     return isNextTo(pCSeg->getSrc()) || isNextTo(pCSeg->getTrg());
 }
 
-/// The older of two segments, and the other one; of two pieces of one segment the first counts as the older one.
-std::pair<const ConstraintSegment2*, const ConstraintSegment2*> orderByAge(const ConstraintSegment2* pFirst,
-                                                                           const ConstraintSegment2* pSecond) {
-    return pSecond->getAge() < pFirst->getAge() ? std::pair(pSecond, pFirst) : std::pair(pFirst, pSecond);
-}
-
-/// The height of a segment at a place next to it; the order of its ends, which is that of addresses, does not matter.
-double getHeightOn(const Point2& end0, const Point2& end1, double x, double y) {
-    const auto& [low, high] = std::minmax(end0, end1);
-    return getZOnSegment(low, high, x, y);
-}
-
-/// Whether q is strictly between a and b, all three being exactly collinear: then the order of points is that on the line.
-bool isBetween(const Point2& a, const Point2& b, const Point2& q) { return (a < q && q < b) || (b < q && q < a); }
-
 /// Any integer can be cast to a strategy. Said in the name of what would meet it later.
 bool isStrategy(ConstraintInsertionStrategy cis) {
     if (cis == CIS_CONFORMING_SURFACE_Z || cis == CIS_CONSTRAINED_DELAUNAY || cis == CIS_CONFORMING_LINEAR_Z)
@@ -96,8 +80,10 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Segment2>& vSegments, 
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    return bOrientedSegments ? pConstraintMgr_->createConstraint_oriented(vSegments, cis)
-                             : pConstraintMgr_->createConstraint(vSegments, cis);
+    ConstraintGraph2* pGraph = bOrientedSegments ? pConstraintMgr_->createConstraint_oriented(vSegments, cis)
+                                                 : pConstraintMgr_->createConstraint(vSegments, cis);
+    pConstraintMgr_->splitEncroachedPieces();
+    return pGraph;
 }
 
 ConstraintGraph2* Dt2::createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis) {
@@ -106,7 +92,9 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Edge2*>& vEdges, Const
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    return pConstraintMgr_->createConstraint(vEdges, cis, true);
+    ConstraintGraph2* pGraph = pConstraintMgr_->createConstraint(vEdges, cis, true);
+    pConstraintMgr_->splitEncroachedPieces();
+    return pGraph;
 }
 
 void Dt2::applyConstraintsAndZones() {
@@ -115,6 +103,7 @@ void Dt2::applyConstraintsAndZones() {
         return;
     }
     pConstraintMgr_->apply();
+    pConstraintMgr_->splitEncroachedPieces();
 }
 
 bool Dt2::isConstraintAmongSome(const Triangle2* pT, int i) const {
@@ -212,6 +201,10 @@ void Dt2::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
         warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint, return");
         return;
     }
+    forceIntoMesh(pInitialCSeg);
+}
+
+void Dt2::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
     std::vector<ConstraintSegment2*> vStack{pInitialCSeg};
     while (!vStack.empty()) {
         ConstraintSegment2* pCSeg = vStack.back();
@@ -414,72 +407,10 @@ void Dt2::killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Conforming segments
 
-void Dt2::insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg) {
-    while (pCSeg) pCSeg = splitConforming(pCSeg);
-}
-
-ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
-    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
-    std::vector<Point2*> vNeighbours;
-    getIncidentVertices(pSrc, vNeighbours);
-    if (std::find(vNeighbours.begin(), vNeighbours.end(), pTrg) != vNeighbours.end()) return nullptr;
-    for (Point2* q : vNeighbours) {
-        const bool bOnLine = geomTest_.getOrientation2(pSrc, pTrg, q) == ORIENTATION2_COLLINEAR;
-        if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : bExactConstraints_ || !isBeside(*pSrc, *pTrg, *q)) continue;
-        pInnerVtxMgr_->eraseVtx(q);
-        const bool bSplit = pCSeg->split_combinatorialOnly(q);
-        // A row of vertices is no reason to run out of passes: what is left of the segment follows at once.
-        ConstraintSegment2* pRest = bSplit ? getAliveConstraintSegment(q, pTrg) : nullptr;
-        return pRest && pRest->getCIS() != CIS_CONSTRAINED_DELAUNAY ? pRest : nullptr;
-    }
-    const Point2 middle = getMiddle(pCSeg);
-    bool bGoOn = false;
-    if (splitAtFirstConstraint(pCSeg, middle, bGoOn)) return bGoOn ? pCSeg : nullptr;
-    // A midpoint that rounds to an end is as far as doubles go, too.
-    const bool bTooShort = isTooShortToSplit(*pSrc, *pTrg) || isEnd(pCSeg, middle);
-    Point2* pSplit = bTooShort ? nullptr : insert(middle);
-    if (pSplit) {
-        pInnerVtxMgr_->eraseVtx(pSplit);
-        pCSeg->split_combinatorialOnly(pSplit);
-    } else {
-        warning("Dt2::insertSegmentConformingDelaunay()",
-                "Double precision arithmetic does not allow to split a segment further, giving up. Incorrect result!");
-    }
-    return nullptr;
-}
-
-bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
-    const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(vertexVault_.getInsertionBox()))));
-    const double eps = std::ldexp(std::numeric_limits<double>::epsilon(), exponent);
-    return std::abs(src.x() - trg.x()) < 10.0 * eps && std::abs(src.y() - trg.y()) < 10.0 * eps;
-}
-
-Point2 Dt2::getMiddle(const ConstraintSegment2* pCSeg) const {
-    const Point2 middle = centerWithShift(*pCSeg->getSrc(), *pCSeg->getTrg());
-    Triangle2* pT = locate(middle);
-    double z = middle.z();
-    if (const ConstraintSegment2* pMet = getConstraintThrough(middle, pT)) {
-        const ConstraintSegment2* pOlder = orderByAge(pMet, pCSeg).first;
-        z = getHeightOn(*pOlder->getSrc(), *pOlder->getTrg(), middle.x(), middle.y());
-    } else if (pT && pCSeg->getCIS() == CIS_CONFORMING_SURFACE_Z) {
-        getHeight(middle.x(), middle.y(), z, pT, 0.0);
-    }
-    return Point2(middle.x(), middle.y(), z);
-}
-
-ConstraintSegment2* Dt2::getConstraintThrough(const Point2& place, const Triangle2* pT) const {
-    for (int i = 0; pT && i < 3; ++i) {
-        Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
-        if (isConstraint(pT, i) && geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_COLLINEAR)
-            return getAliveConstraintSegment(p0, p1);
-    }
-    return nullptr;
-}
-
 /// A constraint edge across the segment is not flipped, so that midpoints alone would never end: both are split at their
 /// crossing, unless the midpoint lies on that edge and splits it anyway.
 bool Dt2::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn) {
-    const Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
     Triangle2* pT = nullptr;
     int i = 0;
     if (leaveTowardsVertex(pSrc, pTrg, pT, i)) return false;

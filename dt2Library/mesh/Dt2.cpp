@@ -279,7 +279,7 @@ void Dt2::legalize(const Point2* v) {
         Triangle2* pN = pT->getOppositeTriangle(0);
         const int j = pN ? indexOfNeighbour(pN, pT) : 0;
         const bool bFlip = pN && geomTest_.circleInc(pN->getCorner(j), pT->getCorner(2), pT->getCorner(1), v) &&
-                           !isConstraint(pT, 0) && !bFlipsSuppressed_;
+                           !isFixed(pT, 0) && !bFlipsSuppressed_;
         if (bFlip) {
             flipEdge(pT, 0, pN, j);
             vFlipStack_.push_back(pN);
@@ -336,7 +336,7 @@ bool Dt2::flipUnlessDelaunay(Triangle2* pT, int i) {
     const Triangle2* pN = pT->getOppositeTriangle(i);
     if (!pN) return false;
     const Point2* pFar = pN->getCorner(indexOfNeighbour(pN, pT));
-    if (geomTest_.circleInc3state(pT, pFar) != CINC2_INCIRCLE || isConstraint(pT, i)) return false;
+    if (geomTest_.circleInc3state(pT, pFar) != CINC2_INCIRCLE || isFixed(pT, i)) return false;
     vFlipStack_.push_back(pT);
     vFlipStack_.push_back(flip(pT, i));
     return true;

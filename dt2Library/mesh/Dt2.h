@@ -202,6 +202,19 @@ class Dt2 {
     void newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
     /// Splits a segment of a conforming strategy, or finds that it is an edge; the pieces have to follow.
     void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
+    /// From now on so many vertices may halve conforming segments, which are forced into the mesh then.
+    void setHalvingQuota(size_t quota) { halvingQuota_ = quota; }
+    /// Adds what a conforming piece needs that crosses so many triangles that its share of the quota may not suffice.
+    void raiseHalvingQuota(const ConstraintSegment2* pCSeg);
+    /// The same for an edge, by the triangles that it would cross.
+    void raiseHalvingQuotaForEdge(ConstraintSegment2* pCSeg);
+    bool isHalvingQuotaUsedUp() const { return halvingQuota_ == 0; }
+    /// Whether a segment is an edge that is not Delaunay: the far corner of one of its triangles is in the circle of the
+    /// other one.
+    bool isEncroached(const ConstraintSegment2* pCSeg) const;
+    /// Splits a conforming piece at a new vertex; false, with a warning and with the piece as it was, where doubles are too
+    /// coarse.
+    bool halve(ConstraintSegment2* pCSeg);
     /// Kills a segment and makes the mesh Delaunay where its edge was.
     void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
 
@@ -324,6 +337,13 @@ class Dt2 {
     using Crossing = std::pair<Point2, ConstraintSegment2*>;
 
     bool isConstraintAmongSome(const Triangle2* pT, int i) const;
+    /// Whether edge i, which is not Delaunay, stays because it is a constraint. A conforming one is remembered.
+    bool isFixed(const Triangle2* pT, int i) {
+        if (!isConstraint(pT, i)) return false;
+        rememberEncroached(pT, i);
+        return true;
+    }
+    void rememberEncroached(const Triangle2* pT, int i);
     void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit);
     /// Where the way from a vertex p to any point q leaves the triangles around p: across edge i of pT, or along an edge
     /// to the returned vertex; or nowhere, then pT is null.
@@ -351,13 +371,22 @@ class Dt2 {
     /// triangle; the border is then its edge at the segment.
     Triangle2* triangulatePolygon(std::vector<Border>& vBorder, std::vector<Triangle2*>& vNewTriangles);
     void flipToMatchCDT(const std::vector<Triangle2*>& vTriangles);
-    bool isTooShortToSplit(const Point2& src, const Point2& trg) const;
-    Point2 getMiddle(const ConstraintSegment2* pCSeg) const;
-    /// The constraint among the edges of the triangle around a place on which it lies exactly; null if there is none.
-    ConstraintSegment2* getConstraintThrough(const Point2& place, const Triangle2* pT) const;
+    bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);
+    /// Makes an edge of a segment of any strategy, splitting it only at vertices and crossings.
+    void forceIntoMesh(ConstraintSegment2* pCSeg);
+
+    // ---- Dt2_conforming.cpp ---------------------------------------------------------------------------------------
+
     /// Takes away one obstacle; returns a segment that has to follow at once, or null.
     ConstraintSegment2* splitConforming(ConstraintSegment2* pCSeg);
-    bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);
+    bool halveAt(ConstraintSegment2* pCSeg, const Point2& place);
+    bool isTooShortToSplit(const Point2& src, const Point2& trg) const;
+    /// Where a conforming piece is to be split: in the middle, or at a power of two from an end where others come near.
+    Point2 getPlaceToSplit(const ConstraintSegment2* pCSeg) const;
+    double getHeightForSplit(const ConstraintSegment2* pCSeg, const Point2& place) const;
+    /// The constraint among the edges of the triangle around a place on which it lies exactly; null if there is none.
+    ConstraintSegment2* getConstraintThrough(const Point2& place, const Triangle2* pT) const;
+    bool isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const;
 
     // ---- Dt2_zones.cpp ----------------------------------------------------------------------------------------------
 
@@ -421,6 +450,7 @@ class Dt2 {
     void checkVertices(Findings& findings) const;
     void checkHull(const std::vector<Triangle2*>& vTriangles, Findings& findings) const;
     void checkConstraints(const std::vector<Triangle2*>& vTriangles, Findings& findings) const;
+    void warnOfEncroachedPieces() const;
 
     // ---- State ----------------------------------------------------------------------------------------------------
 
@@ -441,7 +471,7 @@ class Dt2 {
     double zoneMagnitude_ = 0.0;
     size_t numMissingHeights_ = 0;  // of the vertices that a refinement inserts
     bool bHasConstraints_ = false;
-    size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
+    size_t crossingQuota_ = 0, closeCrossingQuota_ = 0, halvingQuota_ = 0;
     bool bFlipsSuppressed_ = false;   // while triangles are cut
     bool bExactConstraints_ = false;  // while what is next to a constraint stays beside it (see isBeside)
     int numCPU_ = 1;

@@ -97,6 +97,7 @@ bool Dt2::checkValidity(bool bCheckEmptyCircleProperty, const std::string& name)
     if (isSound()) checkHull(vTriangles, findings);
     if (isSound() && bCheckEmptyCircleProperty) {
         for (const Triangle2* pT : vTriangles) checkEmptyCircle(pT, findings);
+        warnOfEncroachedPieces();
     }
     findings.printRest();
     if (findings.getNumber() == 0) return true;
@@ -180,6 +181,18 @@ void Dt2::checkConstraints(const std::vector<Triangle2*>& vTriangles, Findings& 
     std::cout << "\n* ConstraintSegments (alive): " << vAlive.size()
               << ", contained: " << vAlive.size() - vMissing.size() << ", missing: " << vMissing.size() << "\n";
     for (const ConstraintSegment2* pCSeg : vMissing) findings.add("Not contained: ", *pCSeg);
+}
+
+/// Points that came after the last call that establishes segments may have taken the property away, so this is no failure.
+void Dt2::warnOfEncroachedPieces() const {
+    std::vector<ConstraintSegment2*> vAlive;
+    getAliveConstraintSegments(vAlive);
+    const auto numEncroached = std::count_if(vAlive.begin(), vAlive.end(), [this](const ConstraintSegment2* pCSeg) {
+        return pCSeg->getCIS() != CIS_CONSTRAINED_DELAUNAY && isEncroached(pCSeg);
+    });
+    if (numEncroached == 0) return;
+    warning("Dt2::checkValidity()",
+            "pieces of conforming segments that are not Delaunay: " + std::to_string(numEncroached));
 }
 
 void Dt2::statistics(const std::string& name) const {

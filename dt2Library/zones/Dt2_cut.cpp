@@ -551,9 +551,10 @@ void Dt2::CUTT_fixEdges(const Cut& cut, bool bPieces) {
     forEachEdge(vTriangles, [&](Triangle2* pT, int i) {
         const Triangle2* pN = pT->getOppositeTriangle(i);
         Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
-        const bool bFix = (bPieces && cut.sPieces.contains(p0, p1)) ||
-                          (pN && !isConstraint(pT, i) &&
-                           geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE);
+        const bool bFix =
+            (bPieces && cut.sPieces.contains(p0, p1)) ||
+            (pN && geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE &&
+             !isFixed(pT, i));
         if (bFix) vPairs.emplace_back(p0, p1);
     });
     if (!vPairs.empty()) pConstraintMgr_->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);

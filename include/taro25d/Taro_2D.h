@@ -168,7 +168,8 @@ class TARO25D_API Taro_2D {
 
     /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges,
     /// and with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a
-    /// triangle across an edge that is no constraint. Prints, after the label of setName, how many alive constraint
+    /// triangle across an edge that is no constraint. How many pieces of conforming segments are not Delaunay, as happens
+    /// after points were inserted, is a warning and no fault. Prints, after the label of setName, how many alive constraint
     /// segments there are and how many of them are missing; then, where something is wrong, the first ten findings, how
     /// many more there are, and the given name. O(n). True when all is well, and, with a warning, before is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
@@ -195,11 +196,14 @@ class TARO25D_API Taro_2D {
     /// warning or an error and null, and nothing is inserted; a segment of length zero gets a warning and only its point
     /// stays.
     /// A crossing nearer than 1e-6 to an end of a segment takes place at that end. Where doubles are too coarse for all
-    /// crossings, pieces are given up with a warning. O(k log k) for a segment that crosses k triangles.
+    /// crossings, pieces are given up with a warning; so are conforming ones, which stay edges, that take more than 1000
+    /// pieces and 100 for each segment, or two for each triangle that it crosses. O(k log k) for a segment that crosses k
+    /// triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                        bool bOrientedSegments = false);
     /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices
-    /// while removal had made it one-dimensional again. A warning, and nothing else, before is2D().
+    /// while removal had made it one-dimensional again, and splits pieces of conforming segments that are not Delaunay any
+    /// more because of points inserted since. A warning, and nothing else, before is2D(). O(n log n) for n segments.
     void applyConstraintsAndZones();
 
     /// Whether edge i of a triangle is a constraint; false for null and for an i that is no edge. Constant expected

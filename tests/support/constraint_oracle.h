@@ -69,6 +69,20 @@ class ConstraintOracle {
         return testing::AssertionFailure() << "checkValidity: " << capture.text();
     }
 
+    /// Pieces of conforming segments whose edges are not Delaunay.
+    size_t numEncroached() const {
+        size_t num = 0;
+        for (const Triangle2* pT : vTriangles_) {
+            for (int i = 0; i < 3; ++i) {
+                Point2 *p0 = pT->getCorner((i + 1) % 3), *p1 = pT->getCorner((i + 2) % 3);
+                const ConstraintSegment2* pCSeg = *p0 < *p1 ? mesh_.getConstraintSegment(p0, p1) : nullptr;
+                num += pCSeg && pCSeg->getCIS() != LUMO_TARO25D::CIS_CONSTRAINED_DELAUNAY &&
+                       pT->getOppositeTriangle(i) && !isLocallyDelaunay(*pT, i);
+            }
+        }
+        return num;
+    }
+
     /// The pieces of a graph join up in its direction, and their ends are no farther from the original segments than
     /// the tolerance. Where segments of one graph lie on each other, a piece has no direction of its own.
     static Result checkGraph(const ConstraintGraph2& graph, double tolerance) {

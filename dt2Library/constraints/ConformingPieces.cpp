@@ -1,0 +1,21 @@
+#include "constraints/ConformingPieces.h"
+
+namespace LUMO_TARO25D {
+
+void ConformingPieces::takeSuspects(std::vector<ConstraintSegment2*>& vTaken) {
+    vTaken.clear();
+    vTaken.swap(vSuspects_);
+    for (const ConstraintSegment2* pCSeg : vTaken) sSuspects_.erase(pCSeg);
+}
+
+void ConformingPieces::noteHalving(ConstraintSegment2* pParent) {
+    ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
+    Point2* pSplit = nullptr;
+    pParent->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);
+    const unsigned numHalvings = getNumHalvings(pParent) + 1;
+    // A child that was there before keeps its number.
+    mNumHalvings_.add(pChild0, numHalvings);
+    mNumHalvings_.add(pChild1, numHalvings);
+}
+
+}  // namespace LUMO_TARO25D

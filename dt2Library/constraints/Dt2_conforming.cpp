@@ -1,0 +1,192 @@
+// Conforming segments: every piece is a Delaunay edge.
+//
+// A piece that is no edge yet is split at a vertex next to its end that lies on it, at its crossing with a constraint, or in
+// the middle. That it is an edge then does not make it Delaunay for good, since a constraint is not flipped: vertices that
+// come later, those of other pieces among them, may lie in the circles of its triangles. Whatever changes triangles tests
+// their edges in order to flip them, and remembers the conforming pieces that it finds (Dt2::isFixed). With the children of
+// splits these are all suspects, so that nothing else has to be looked at again. Encroached ones are halved, and so on
+// (Ruppert 1995, with the circle of the triangle in place of that over the piece).
+//
+// Where segments meet at a small angle the halves of one encroach on the other in turn, for ever. After some halvings pieces
+// at such an end are split at a power of two from it, in the unit of the client: the pieces of all segments at that end
+// have the same lengths then, and leave each other alone (concentric shells; Ruppert 1995). What rounding or nearly
+// collinear segments could prolong is ended by a quota, beyond which pieces are forced into the mesh as constrained ones.
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/links.h"
+#include "kernel/nearness.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "mesh/InnerVtxMgr.h"
+#include "support/diagnostics.h"
+#include "taro25d/freeFunctions.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr unsigned NUM_PLAIN_HALVINGS = 8;
+
+/// Whether q is strictly between a and b, all three being exactly collinear: then the order of points is that on the line.
+bool isBetween(const Point2& a, const Point2& b, const Point2& q) { return (a < q && q < b) || (b < q && q < a); }
+
+/// The power of two that is nearest to the middle of a length, as a fraction of it: from 0.35 to 0.71.
+double getShellFraction(double length) {
+    int exponent = 0;
+    const double mantissa = std::frexp(length, &exponent);
+    return (mantissa * mantissa < 0.5 ? 0.25 : 0.5) / mantissa;
+}
+
+}  // namespace
+
+void Dt2::insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg) {
+    while (pCSeg) pCSeg = splitConforming(pCSeg);
+}
+
+ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
+    const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
+    std::vector<Point2*> vNeighbours;
+    getIncidentVertices(pSrc, vNeighbours);
+    if (std::find(vNeighbours.begin(), vNeighbours.end(), pTrg) != vNeighbours.end()) {
+        pConstraintMgr_->suspect(pCSeg);
+        return nullptr;
+    }
+    for (Point2* q : vNeighbours) {
+        const bool bOnLine = geomTest_.getOrientation2(pSrc, pTrg, q) == ORIENTATION2_COLLINEAR;
+        if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : bExactConstraints_ || !isBeside(*pSrc, *pTrg, *q)) continue;
+        pInnerVtxMgr_->eraseVtx(q);
+        const bool bSplit = pCSeg->split_combinatorialOnly(q);
+        // A row of vertices is no reason to run out of passes: what is left of the segment follows at once.
+        ConstraintSegment2* pRest = bSplit ? getAliveConstraintSegment(q, pTrg) : nullptr;
+        return pRest && pRest->getCIS() != CIS_CONSTRAINED_DELAUNAY ? pRest : nullptr;
+    }
+    const Point2 place = getPlaceToSplit(pCSeg);
+    bool bGoOn = false;
+    if (splitAtFirstConstraint(pCSeg, place, bGoOn)) return bGoOn ? pCSeg : nullptr;
+    if (isHalvingQuotaUsedUp()) {
+        forceIntoMesh(pCSeg);
+    } else {
+        halveAt(pCSeg, place);
+    }
+    return nullptr;
+}
+
+bool Dt2::halve(ConstraintSegment2* pCSeg) { return halveAt(pCSeg, getPlaceToSplit(pCSeg)); }
+
+bool Dt2::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
+    const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
+    // A place that rounds to an end is as far as doubles go, too.
+    Point2* pSplit = nullptr;
+    if (!isTooShortToSplit(*pSrc, *pTrg) && place != *pSrc && place != *pTrg) {
+        pCSeg->kill();  // so that the edge goes if the place is beside it
+        pLastVtx_ = pSrc;
+        pSplit = insert(place);
+        const bool bSplit = pSplit && pSplit != pSrc && pSplit != pTrg && pConstraintMgr_->canBeSplitAt(pCSeg, pSplit);
+        if (bSplit) killAndUnestablishConstraintSegment(pCSeg);
+        pCSeg->unkill();
+        if (!bSplit) pSplit = nullptr;
+    }
+    if (!pSplit) {
+        warning("Dt2::insertSegmentConformingDelaunay()",
+                "Double precision arithmetic does not allow to split a segment further, giving up. Incorrect result!");
+        return false;
+    }
+    --halvingQuota_;
+    pInnerVtxMgr_->eraseVtx(pSplit);
+    pCSeg->split_combinatorialOnly(pSplit);
+    pConstraintMgr_->getConformingPieces().noteHalving(pCSeg);
+    return true;
+}
+
+void Dt2::raiseHalvingQuota(const ConstraintSegment2* pCSeg) {
+    // Among evenly spread vertices a segment takes 0.7 pieces for each triangle that it crosses.
+    constexpr size_t NUM_PIECES_FOR_TRIANGLE = 2;
+    if (!pCSeg->isAlive() || !ConformingPieces::isConforming(pCSeg)) return;
+    std::vector<Triangle2*> vCrossed;
+    getCZ(pCSeg->getSrc(), pCSeg->getTrg(), vCrossed);
+    const size_t numPieces = NUM_PIECES_FOR_TRIANGLE * vCrossed.size();
+    halvingQuota_ += numPieces - std::min(numPieces, ConformingPieces::NUM_HALVINGS_EACH);
+}
+
+void Dt2::raiseHalvingQuotaForEdge(ConstraintSegment2* pCSeg) {
+    killAndUnestablishConstraintSegment(pCSeg);
+    pCSeg->unkill();
+    raiseHalvingQuota(pCSeg);
+    forceIntoMesh(pCSeg);
+}
+
+bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
+    const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(vertexVault_.getInsertionBox()))));
+    const double eps = std::ldexp(std::numeric_limits<double>::epsilon(), exponent);
+    return std::abs(src.x() - trg.x()) < 10.0 * eps && std::abs(src.y() - trg.y()) < 10.0 * eps;
+}
+
+Point2 Dt2::getPlaceToSplit(const ConstraintSegment2* pCSeg) const {
+    auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
+    Point2 place = centerWithShift(*pSrc, *pTrg);
+    if (pConstraintMgr_->getConformingPieces().getNumHalvings(pCSeg) >= NUM_PLAIN_HALVINGS) {
+        const bool bFromSrc = isAtSmallAngle(pCSeg, pSrc);
+        if (!bFromSrc) std::swap(pSrc, pTrg);
+        if (bFromSrc || isAtSmallAngle(pCSeg, pSrc))
+            place = *pSrc + getVector25D(*pSrc, *pTrg) * getShellFraction(distance2D(*pSrc, *pTrg));
+    }
+    return Point2(place.x(), place.y(), getHeightForSplit(pCSeg, place));
+}
+
+double Dt2::getHeightForSplit(const ConstraintSegment2* pCSeg, const Point2& place) const {
+    Triangle2* pT = locate(place);
+    const ConstraintSegment2* pMet = getConstraintThrough(place, pT);
+    if (pMet && pMet != pCSeg) {
+        const ConstraintSegment2* pOlder = orderByAge(pMet, pCSeg).first;
+        return getHeightOn(*pOlder->getSrc(), *pOlder->getTrg(), place.x(), place.y());
+    }
+    double z = place.z();
+    if (pT && pCSeg->getCIS() == CIS_CONFORMING_SURFACE_Z) getHeight(place.x(), place.y(), z, pT, 0.0);
+    return z;
+}
+
+ConstraintSegment2* Dt2::getConstraintThrough(const Point2& place, const Triangle2* pT) const {
+    for (int i = 0; pT && i < 3; ++i) {
+        Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
+        if (isConstraint(pT, i) && geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_COLLINEAR)
+            return getAliveConstraintSegment(p0, p1);
+    }
+    return nullptr;
+}
+
+/// Whether another conforming segment leaves an end at less than a right angle.
+bool Dt2::isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const {
+    const Point2* pOther = pEnd == pCSeg->getSrc() ? pCSeg->getTrg() : pCSeg->getSrc();
+    const Vector2 direction = getVector2D(*pEnd, *pOther);
+    const auto isNear = [&](const Point2* pVtx) {
+        const Vector2 other = getVector2D(*pEnd, *pVtx);
+        if (pVtx == pOther || !(direction.x() * other.x() + direction.y() * other.y() > 0.0)) return false;
+        return pConstraintMgr_->isConstraint_performanceVersion(pEnd, pVtx) &&
+               ConformingPieces::isConforming(getAliveConstraintSegment(pEnd, pVtx));
+    };
+    return findIncidentTriangle(pEnd, [&](const Triangle2* pT) {
+               const int i = indexOfVertex(pT, pEnd);
+               return isNear(pT->getCorner(incIndexBy1(i))) || isNear(pT->getCorner(incIndexBy2(i)));
+           }) != nullptr;
+}
+
+bool Dt2::isEncroached(const ConstraintSegment2* pCSeg) const {
+    const Triangle2* pT = getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
+    if (!pT) return false;
+    const int i = 3 - indexOfVertex(pT, pCSeg->getSrc()) - indexOfVertex(pT, pCSeg->getTrg());
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    return pN && geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE;
+}
+
+void Dt2::rememberEncroached(const Triangle2* pT, int i) {
+    if (ConstraintSegment2* pCSeg =
+            getAliveConstraintSegment(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))))
+        pConstraintMgr_->suspect(pCSeg);
+}
+
+}  // namespace LUMO_TARO25D
