@@ -14,7 +14,6 @@
 #include "grid.h"
 #include "map.h"
 #include "no_triangles.h"
-#include "options.h"
 #include "png.h"
 #include "program.h"
 #include "readers.h"
@@ -26,6 +25,33 @@ using namespace breaklines;
 using namespace examples;
 
 namespace {
+
+struct Options {
+    std::string input;
+    std::filesystem::path outFolder = ".";
+    std::size_t minCells = 300;  ///< as many cells must drain through a cell of a stream
+    std::size_t step = 6;        ///< between the rows and columns of the grid that go into the mesh
+    bool bPicture = true;
+};
+
+void addOptions(CLI::App& app, Options& options) {
+    app.add_option("GRID", options.input, "an ESRI ASCII grid; cells without data are outside")
+        ->required()
+        ->type_name("");
+    app.add_option("--cells", options.minCells, "a stream begins where N cells of the grid drain through one")
+        ->type_name("N")
+        ->check(POSITIVE_COUNT)
+        ->capture_default_str();
+    app.add_option("--step", options.step, "the mesh gets every Nth row and column of the grid")
+        ->type_name("N")
+        ->check(POSITIVE_COUNT)
+        ->capture_default_str();
+    app.add_option("--out", options.outFolder, "write the mesh and the picture there")
+        ->type_name("FOLDER")
+        ->capture_default_str();
+    app.add_flag_callback(
+        "--no-picture", [&] { options.bPicture = false; }, "draw nothing");
+}
 
 // ---- Reading ----
 
@@ -180,6 +206,11 @@ ExitStatus tour(const Options& options) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    return runProgram("breaklines", USAGE, numArguments, aArguments,
-                      [](const auto& vArguments) { return tour(parseOptions(vArguments)); });
+    CLI::App app(
+        "Traces the streams of an elevation grid, triangulates some of its points, forces the streams into the mesh\n"
+        "as breaklines, saves and loads it, and draws it.",
+        "breaklines");
+    Options options;
+    addOptions(app, options);
+    return runProgram(app, numArguments, aArguments, [&] { return tour(options); });
 }

@@ -1,10 +1,10 @@
 #include "levels.h"
 
+#include <CLI/CLI.hpp>
 #include <cmath>
 #include <iostream>
 #include <utility>
 
-#include "command_line.h"
 #include "numbers.h"
 #include "readers.h"
 
@@ -27,7 +27,7 @@ std::vector<Level> takeLevels(const IsoContours& isoContours, double interval) {
     constexpr double MAX_LEVELS = 1000;
     const double first = std::ceil(isoContours.getMinHeight() / interval);
     const double last = std::floor(isoContours.getMaxHeight() / interval);
-    if (!(last - first < MAX_LEVELS)) throw UsageError("more than 1000 levels: a larger --interval is needed");
+    if (!(last - first < MAX_LEVELS)) throw CLI::ValidationError("--interval", "makes more than 1000 levels");
     std::vector<Level> vLevels;
     for (double num = 0; num <= last - first; ++num) {
         const double i = first + num;

@@ -1,21 +1,26 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <functional>
 #include <iosfwd>
 #include <string>
-#include <vector>
 
 namespace examples {
 
-/// What a program returns to the shell.
-enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1, BAD_USAGE = 2 };
+/// What a program returns to the shell; above 100, CLI11 says what is wrong with the command line.
+enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1 };
 
-using Program = std::function<ExitStatus(const std::vector<std::string>& vArguments)>;
+/// All that a main function does once the app has its options: reads the command line, then runs the program. Exceptions
+/// become a message on standard error and an exit status. CLI::ParseError is for an option that turns out to be wrong.
+int runProgram(CLI::App& app, int numArguments, char** aArguments, const std::function<ExitStatus()>& program);
 
-/// All that a main function does: runs the program, or prints the usage where --help is among the arguments. An
-/// exception becomes a message on standard error, a UsageError with the usage after it, and the exit status.
-ExitStatus runProgram(const std::string& name, const std::string& usage, int numArguments, char** aArguments,
-                      const Program& program);
+/// Names the file with points that a program reads, and the formats that are understood.
+CLI::Option* addPointFile(CLI::App& app, std::string& filename);
+
+/// Checks an option that takes any finite number above 0.
+extern const CLI::Validator POSITIVE_NUMBER;
+/// Checks an option that takes a whole number above 0, at most a thousand million.
+extern const CLI::Validator POSITIVE_COUNT;
 
 /// Starts a part of the report on standard output.
 void printChapter(const std::string& title);

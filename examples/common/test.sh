@@ -39,7 +39,7 @@ done <<'END'
 0|Drawing|contours steep.xyz --interval 1e307
 1|heights from 0 to 4.940656458e-324 need an --interval|contours flat.xyz
 1|heights from -1e+308 to 1e+308 need an --interval|contours steep.xyz
-2|more than 1000 levels|contours north.xyz --interval 1e-3
+105|--interval: makes more than 1000 levels|contours north.xyz --interval 1e-3
 1|line.xyz: all points lie on one line|contours line.xyz
 1|line.xyz: all points lie on one line|terrain line.xyz
 1|line.xyz: all points lie on one line|meshing line.xyz
@@ -48,5 +48,12 @@ done <<'END'
 1|few.xyz: the points taken lie on one line|breaklines few.xyz
 1|ring.xyz: no ground in the middle|earthworks ring.xyz
 1|scattered.xyz: the points do not stand in a grid|breaklines scattered.xyz
-2|--threads takes a whole number|terrain north.xyz --threads 1.5
+0|Usage: terrain|terrain --help
+0|(-0.5, 3): outside|terrain --height 1,1 --height -0.5,3 north.xyz --no-picture
+106|FILE is required|terrain
+109|not expected: line.xyz|terrain north.xyz line.xyz
+104|--height = 1,2,3|terrain north.xyz --height 1,2,3
+105|--threads: Value 1.5|terrain north.xyz --threads 1.5
+105|--interval: nan is not a number above 0|contours north.xyz --interval nan
+105|--step: Value 0|breaklines north.xyz --step 0
 END

@@ -12,7 +12,6 @@
 
 #include "drawings.h"
 #include "levels.h"
-#include "options.h"
 #include "png.h"
 #include "program.h"
 #include "readers.h"
@@ -23,6 +22,20 @@ using namespace contours;
 using namespace examples;
 
 namespace {
+
+struct Options {
+    std::string input;
+    std::filesystem::path outFolder = ".";
+    double interval = 0;  ///< between two contours; 0 for one that suits the ground
+};
+
+void addOptions(CLI::App& app, Options& options) {
+    addPointFile(app, options.input);
+    app.add_option("--interval", options.interval, "between two contours (default: a round one that suits the ground)")
+        ->type_name("HEIGHT")
+        ->check(POSITIVE_NUMBER);
+    app.add_option("--out", options.outFolder, "write the pictures there")->type_name("FOLDER")->capture_default_str();
+}
 
 // ---- Contours ----
 
@@ -112,6 +125,11 @@ ExitStatus run(const Options& options) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    return runProgram("contours", USAGE, numArguments, aArguments,
-                      [](const auto& vArguments) { return run(parseOptions(vArguments)); });
+    CLI::App app(
+        "Draws the contour lines of the ground through the points of FILE, every fifth one heavier and labelled,\n"
+        "and its profile through the highest point.",
+        "contours");
+    Options options;
+    addOptions(app, options);
+    return runProgram(app, numArguments, aArguments, [&] { return run(options); });
 }

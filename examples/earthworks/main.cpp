@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "command_line.h"
 #include "map.h"
 #include "no_triangles.h"
 #include "png.h"
@@ -22,18 +21,6 @@ using namespace LUMO_TARO25D;
 using namespace examples;
 
 namespace {
-
-const char* const USAGE =
-    "usage: earthworks FILE [--out FOLDER]\n"
-    "\n"
-    "Cuts a road into a site in the middle of the ground through the points of FILE, prints\n"
-    "what is cut and filled, and draws a map of it.\n"
-    "\n"
-    "FILE is an ESRI ASCII grid, text with x y z on each line, or CSV with x,y,z.\n"
-    "  --out FOLDER   write the picture there (default: the current folder)\n"
-    "  --help         print this text\n"
-    "\n"
-    "Exit status: 0 all is well, 1 the data cannot be used, 2 wrong usage.\n";
 
 constexpr double SITE_EXTENT = 4000, ROAD_WIDTH = 60, SLOPE_RUN = 2, THRESHOLD = 0.01;  // metres, and 1 in 2
 constexpr size_t MAX_ROWS = 16;
@@ -145,13 +132,14 @@ ExitStatus run(const std::string& input, const std::filesystem::path& outFolder)
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    return runProgram("earthworks", USAGE, numArguments, aArguments, [](const auto& vArguments) {
-        std::string input;
-        std::filesystem::path outFolder = ".";
-        CommandLine line;
-        line.addFile("file", input);
-        line.addPath("--out", outFolder);
-        line.parse(vArguments);
-        return run(input, outFolder);
-    });
+    CLI::App app(
+        "Cuts a road into a site in the middle of the ground through the points of FILE, prints what is cut and "
+        "filled,\n"
+        "and draws a map of it.",
+        "earthworks");
+    std::string input;
+    std::filesystem::path outFolder = ".";
+    addPointFile(app, input);
+    app.add_option("--out", outFolder, "write the picture there")->type_name("FOLDER")->capture_default_str();
+    return runProgram(app, numArguments, aArguments, [&] { return run(input, outFolder); });
 }

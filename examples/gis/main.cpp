@@ -152,6 +152,16 @@ ExitStatus run(const Options& options) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    return runProgram("gis", USAGE, numArguments, aArguments,
-                      [](const auto& vArguments) { return run(parseOptions(vArguments)); });
+    CLI::App app(
+        "Triangulates an elevation raster with lines as breaklines, and writes its contours and triangles as a "
+        "GeoPackage\n"
+        "in the coordinate system of the raster.\n"
+        "\n"
+        "Lines are transformed to that system, and get a vertex for every cell that they cross. Lines with heights "
+        "keep\n"
+        "them. Lines without are laid on the ground: each vertex has the height of the triangulated raster.\n",
+        "gis");
+    Options options;
+    addOptions(app, options);
+    return runProgram(app, numArguments, aArguments, [&] { return run(options); });
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <cstddef>
 #include <filesystem>
 #include <string>
-#include <vector>
 
 namespace gis {
 
@@ -18,9 +18,7 @@ struct Options {
     std::filesystem::path output = "terrain.gpkg";
 };
 
-extern const char* const USAGE;
-
-/// Throws examples::UsageError.
-Options parseOptions(const std::vector<std::string>& vArguments);
+/// Binds the options to what the app finds on its command line. An output that must not be written is an error there.
+void addOptions(CLI::App& app, Options& options);
 
 }  // namespace gis

@@ -210,12 +210,13 @@ while IFS='|' read -r status message arguments; do
     same "$arguments" "$status" "$found"
     grep -q -F -e "$message" out.txt || fail "$arguments: no '$message' in: $(cat out.txt)"
 done <<'END'
-2|which raster?|
-2|which lines?|slope.tif
-2|nothing is done with flat.gpkg|slope.tif wall.gpkg flat.gpkg
-2|ends in .gpkg|slope.tif wall.gpkg --out out.tif
-2|would replace wall.gpkg|slope.tif wall.gpkg --out ./wall.gpkg
-2|more than 1000 levels|slope.tif wall.gpkg --interval 1e-9
+106|RASTER is required|
+106|LINES is required|slope.tif
+109|not expected: flat.gpkg|slope.tif wall.gpkg flat.gpkg
+105|must end in .gpkg|slope.tif wall.gpkg --out out.tif
+105|would replace wall.gpkg|slope.tif wall.gpkg --out ./wall.gpkg
+105|more than 1000 levels|slope.tif wall.gpkg --interval 1e-9
+105|--max-points: Value 3|slope.tif wall.gpkg --max-points 3
 1|missing.tif: No such file|missing.tif wall.gpkg
 1|missing.gpkg|slope.tif missing.gpkg
 1|not recognized|wall.csv wall.gpkg
@@ -229,7 +230,7 @@ done <<'END'
 1|within half a cell of its border: they are at x 500001 to 500048|slope.tif border.gpkg
 1|have no length|slope.tif dots.gpkg
 1|need an --interval|slope.tif huge.gpkg
-2|--out takes a file|slope.tif flat.gpkg --out folder.gpkg
+105|--out: folder.gpkg is not a file|slope.tif flat.gpkg --out folder.gpkg
 END
 
 # A full disk: what was there stays, and nothing else.

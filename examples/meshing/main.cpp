@@ -14,7 +14,6 @@
 #include <utility>
 #include <vector>
 
-#include "command_line.h"
 #include "levels.h"
 #include "png.h"
 #include "program.h"
@@ -26,41 +25,25 @@ using namespace examples;
 
 namespace {
 
-const char* const USAGE =
-    "usage: meshing FILE [--height HEIGHT] [--edge LENGTH] [--out FOLDER]\n"
-    "\n"
-    "Meshes the largest piece of ground above a height, with angles of at least 25 degrees, and draws it before and\n"
-    "after the refinement.\n"
-    "\n"
-    "FILE is an ESRI ASCII grid, text with x y z on each line, or CSV with x,y,z.\n"
-    "  --height HEIGHT   what is above it (default: where there is much ground with some basins in it)\n"
-    "  --edge LENGTH     of the longest edge (default: one that makes some thousand triangles)\n"
-    "  --out FOLDER      write the pictures there (default: the current folder)\n"
-    "  --help            print this text\n"
-    "\n"
-    "Exit status: 0 all is well, 1 the data cannot be used or meshed that well, 2 wrong usage.\n";
-
 constexpr double MIN_ANGLE = 25;
 
 struct Options {
     std::string input;
     std::optional<double> height;
-    double edge = 0;  // 0 for one that suits the outline
+    double edge = 0;  ///< 0 for one that suits the outline
     std::filesystem::path outFolder = ".";
 };
 
-Options parseOptions(const std::vector<std::string>& vArguments) {
-    Options options;
-    CommandLine line;
-    line.addFile("file", options.input);
-    line.addOption("--height", [&](const std::string& text) {
-        options.height = terrain::toNumber(text);
-        if (!options.height) throw UsageError("--height takes a number, not '" + text + "'");
-    });
-    line.addPositive("--edge", options.edge);
-    line.addPath("--out", options.outFolder);
-    line.parse(vArguments);
-    return options;
+void addOptions(CLI::App& app, Options& options) {
+    addPointFile(app, options.input);
+    app.add_option(
+           "--height", options.height,
+           "the mesh is of the ground above it (default: one with much ground above it and some basins in that)")
+        ->type_name("HEIGHT");
+    app.add_option("--edge", options.edge, "of the longest edge (default: one that makes some thousand triangles)")
+        ->type_name("LENGTH")
+        ->check(POSITIVE_NUMBER);
+    app.add_option("--out", options.outFolder, "write the pictures there")->type_name("FOLDER")->capture_default_str();
 }
 
 // ---- The outline ----
@@ -243,6 +226,12 @@ ExitStatus run(const Options& options) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    return runProgram("meshing", USAGE, numArguments, aArguments,
-                      [](const auto& vArguments) { return run(parseOptions(vArguments)); });
+    CLI::App app(
+        "Meshes the largest piece of ground above a height, with angles of at least 25 degrees, and draws it before "
+        "and\n"
+        "after the refinement.",
+        "meshing");
+    Options options;
+    addOptions(app, options);
+    return runProgram(app, numArguments, aArguments, [&] { return run(options); });
 }

@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "options.h"
 #include "picture.h"
 #include "png.h"
 #include "program.h"
@@ -24,6 +23,39 @@ using namespace examples;
 using namespace terrain;
 
 namespace {
+
+struct Place {
+    double x = 0, y = 0;
+};
+
+/// X,Y on the command line.
+std::istream& operator>>(std::istream& text, Place& place) {
+    char comma = 0;
+    if (text >> place.x >> comma >> place.y && comma != ',') text.setstate(std::ios::failbit);
+    return text;
+}
+
+struct Options {
+    std::string input;
+    std::filesystem::path outFolder = ".";
+    std::vector<Place> vPlaces;  ///< where the height is asked for; perhaps none
+    int numThreads = 1;
+    bool bPicture = true;
+};
+
+void addOptions(CLI::App& app, Options& options) {
+    addPointFile(app, options.input);
+    app.add_option("--height", options.vPlaces, "print the height of the ground there; may be repeated")
+        ->type_name("X,Y")
+        ->allow_extra_args(false);
+    app.add_option("--threads", options.numThreads, "insert the points on N threads, 0 for all of the machine")
+        ->type_name("N")
+        ->check(CLI::Range(0, 1024).description(""))
+        ->capture_default_str();
+    app.add_option("--out", options.outFolder, "write the pictures there")->type_name("FOLDER")->capture_default_str();
+    app.add_flag_callback(
+        "--no-picture", [&] { options.bPicture = false; }, "draw nothing");
+}
 
 // ---- Reading ----
 
@@ -125,8 +157,10 @@ void printHeight(const Taro_2D& ground, const Point2& place, const std::string& 
 }
 
 /// Answers at the places asked for, or at proposed ones, and returns them for the picture.
-std::vector<Mark> printHeights(const Taro_2D& ground, std::vector<Point2> vPlaces) {
+std::vector<Mark> printHeights(const Taro_2D& ground, const std::vector<Place>& vAskedFor) {
     printChapter("Heights");
+    std::vector<Point2> vPlaces;
+    for (const Place& place : vAskedFor) vPlaces.emplace_back(place.x, place.y, 0);
     if (vPlaces.empty()) vPlaces = proposePlaces(ground);
     const Bbox2 box = ground.computeBoundingBox();
     const double tolerance = 0.1 * std::hypot(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY());
@@ -176,6 +210,8 @@ ExitStatus tour(const Options& options) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    return runProgram("terrain", USAGE, numArguments, aArguments,
-                      [](const auto& vArguments) { return tour(parseOptions(vArguments)); });
+    CLI::App app("Triangulates the points of FILE, measures the mesh, checks it and draws it.", "terrain");
+    Options options;
+    addOptions(app, options);
+    return runProgram(app, numArguments, aArguments, [&] { return tour(options); });
 }

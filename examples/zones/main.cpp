@@ -13,7 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "command_line.h"
 #include "png.h"
 #include "program.h"
 #include "taro25d/taro25d.h"
@@ -22,16 +21,6 @@ using namespace LUMO_TARO25D;
 using namespace examples;
 
 namespace {
-
-const char* const USAGE =
-    "usage: zones [--out FOLDER]\n"
-    "\n"
-    "Triangulates a lake with an island, and draws four zones of it: inside, outside, a union and a difference.\n"
-    "\n"
-    "  --out FOLDER   write the picture there (default: the current folder)\n"
-    "  --help         print this text\n"
-    "\n"
-    "Exit status: 0 all is well, 1 something failed, 2 wrong usage.\n";
 
 constexpr double SIZE = 1000;  // of the ground, in metres
 
@@ -125,11 +114,12 @@ ExitStatus run(const std::string& filename) {
 }  // namespace
 
 int main(int numArguments, char** aArguments) {
-    return runProgram("zones", USAGE, numArguments, aArguments, [](const auto& vArguments) {
-        std::filesystem::path outFolder = ".";
-        CommandLine line;
-        line.addPath("--out", outFolder);
-        line.parse(vArguments);
+    CLI::App app(
+        "Triangulates a lake with an island, and draws four zones of it: inside, outside, a union and a difference.",
+        "zones");
+    std::filesystem::path outFolder = ".";
+    app.add_option("--out", outFolder, "write the picture there")->type_name("FOLDER")->capture_default_str();
+    return runProgram(app, numArguments, aArguments, [&] {
         std::filesystem::create_directories(outFolder);
         return run(outFolder / "zones.ps");
     });
