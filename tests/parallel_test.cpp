@@ -27,11 +27,6 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-PointVector makeUniform(size_t n, unsigned seed) {
-    Random random(seed);
-    return makeScattered(n, -1, -1, 1, 1, random);
-}
-
 /// Whether an item is inserted by a chunk, not before them, by the way in which they are told apart.
 bool isDense(size_t i, size_t numItems) {
     const size_t numSparse = std::min(numItems / 2, 5 * static_cast<size_t>(2 * std::sqrt(numItems)));

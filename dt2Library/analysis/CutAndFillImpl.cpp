@@ -43,6 +43,7 @@
 #include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
+#include "taro25d/TaroException.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
 #include "zones/ConnectedComponent.h"
@@ -389,7 +390,7 @@ void CutAndFillImpl::setOneMissingHeight(const Point2* pVtx, int ithInput) {
     // Where even that has no area the answer is false and the height a mean, which is as good as any.
     double& height = heights_[pVtx].aHeights[ithInput];
     dt2.getHeight(pVtx->x(), pVtx->y(), height, pT, 0.0);
-    if (height == BeforeAfter::MISSING) std::cout << "### MISS: pVtx=" << *pVtx << "\n";
+    if (height == BeforeAfter::MISSING) Note(LOCATION) << "### MISS: pVtx=" << *pVtx << "\n";
 }
 
 void CutAndFillImpl::setCombinedHeights(const std::vector<Point2*>& vVertices) {
@@ -539,7 +540,7 @@ void CutAndFillImpl::postRound() {
     bool bRounded = false;
     for (const Triangle2* pT : getTriangles(*pResultZone_)) {
         if (getTriangleType(pT) != TT_INVALID) continue;
-        std::cout << "TT_INVALID for " << *pT;
+        Note(LOCATION) << "TT_INVALID for " << *pT;
         bRounded = true;
         const auto [minZ, maxZ] = std::minmax({pT->getCorner(0)->z(), pT->getCorner(1)->z(), pT->getCorner(2)->z()});
         for (int i = 0; i < 3; ++i) {
@@ -559,8 +560,11 @@ CutAndFillImpl::TriType CutAndFillImpl::getTriangleType(const Triangle2* pT) con
         const Point2* pVtx = pT->getCorner(i);
         const double combined = getCombinedHeight(pVtx), z = pVtx->z();
         if (!(std::abs(combined - z) <= MAX_TYPE_DIFFERENCE)) {
-            std::cout << "\ngetTriangleType, pVtx=" << *pVtx << ", but combined height is: " << combined << std::endl;
-            std::exit(1);
+            const bool bEnd = !hasMessageHandler();
+            Note(LOCATION, ML_ERROR) << "\ngetTriangleType, pVtx=" << *pVtx << ", but combined height is: " << combined
+                                     << "\n";
+            if (bEnd) std::exit(1);
+            throw TaroException();
         }
         bCut = bCut || z > 0.0;
         bFill = bFill || z < 0.0;
@@ -636,7 +640,7 @@ void CutAndFillImpl::show(Visualizer2* pVisualizer) const {
 
 bool CutAndFillImpl::checkHeightMap(const Zone2* pCombinedZone) const {
     if (!pCombinedZone) {
-        std::cout << "checkHeightMap: pCombinedZone==NULL, returning\n";
+        Note(LOCATION) << "checkHeightMap: pCombinedZone==NULL, returning\n";
         return false;
     }
     std::vector<Point2*> vVertices;
@@ -645,16 +649,16 @@ bool CutAndFillImpl::checkHeightMap(const Zone2* pCombinedZone) const {
         const BeforeAfter* pHeights = heights_.find(pVtx);
         const bool bSound = pHeights && pHeights->before() != BeforeAfter::MISSING &&
                             pHeights->after() != BeforeAfter::MISSING && pHeights->combined == pVtx->z();
-        if (!bSound) std::cout << "checkHeightMap: " << *pVtx << "\n";
+        if (!bSound) Note(LOCATION) << "checkHeightMap: " << *pVtx << "\n";
         return bSound;
     };
     return std::count_if(vVertices.begin(), vVertices.end(), isSound) == static_cast<std::ptrdiff_t>(vVertices.size());
 }
 
 bool CutAndFillImpl::verifyHeightMap(const std::string& name) const {
-    std::cout << "\n\n\n*** verifyHeightMap for " << name << "\n";
+    Note(LOCATION) << "\n\n\n*** verifyHeightMap for " << name << "\n";
     const bool bOkay = checkHeightMap(pResultZone_);
-    if (bOkay) std::cout << "\n\n\n*** verifyHeightMap OKAY for " << name << "\n";
+    if (bOkay) Note(LOCATION) << "\n\n\n*** verifyHeightMap OKAY for " << name << "\n";
     return bOkay;
 }
 

@@ -215,8 +215,9 @@ void ConstraintGraph2::getPolygonVertices(std::vector<Point2*>& vVertices) const
         Point2* pSrc = getOrientedSrc(vChain[i]);
         vVertices.push_back(pSrc);
         if (getOtherEnd(vChain[i], pSrc) == getOrientedSrc(vChain[(i + 1) % vChain.size()])) continue;
-        std::cout << "BUG in ConstraintGraph2::getPolygonVertices\nFor constraint segment pCSeg: " << *vChain[i]
-                  << "\nownerCG=" << this << "\n";
+        Note("ConstraintGraph2::getPolygonVertices()", ML_ERROR)
+            << "BUG in ConstraintGraph2::getPolygonVertices\nFor constraint segment pCSeg: " << *vChain[i]
+            << "\nownerCG=" << this << "\n";
     }
 }
 

@@ -51,7 +51,8 @@ std::vector<ConstraintSegment2*> getAlivePieces(const std::vector<ConstraintSegm
 std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, const std::string& filename) {
     std::vector<ConstraintSegment2*> vPieces;
     graph.getChildConstraintSegments(vPieces);
-    std::cout << "writes " << vPieces.size() << " child segments to " << filename << "\n";
+    Note("ConstraintMgr::writeConstraints()")
+        << "writes " << vPieces.size() << " child segments to " << filename << "\n";
     return vPieces;
 }
 
@@ -161,7 +162,7 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std:
             vCSegs.back()->noteAge(age);
             continue;
         }
-        std::cout << *p0 << " <-> " << *p1 << "\n";
+        Note("ConstraingMgr::createConstraint") << *p0 << " <-> " << *p1 << "\n";
         warning("ConstraingMgr::createConstraint",
                 "(0) Identical source and endpoint, a constraint segment has been skipped");
     }

@@ -187,13 +187,13 @@ bool ConstraintSegment2::splitAndRemovePrev(const Point2& p) {
 // Printing
 
 bool ConstraintSegment2::dbg_hasDirection() const {
-    std::cout << "ConstraintSegment2::dbg_hasDirection(), label " << label_ << ", " << (isAlive() ? "alive" : "dead")
-              << ", numOwners=" << sOwners_.size() << "\n";
+    Note note("ConstraintSegment2::dbg_hasDirection()");
+    note << "ConstraintSegment2::dbg_hasDirection(), label " << label_ << ", " << (isAlive() ? "alive" : "dead")
+         << ", numOwners=" << sOwners_.size() << "\n";
     bool bAllHave = true;
     for (const ConstraintGraph2* pOwner : sOwners_) {
         const bool bHas = pOwner->dbg_hasDirection(this);
-        std::cout << "For one owner CG2: " << pOwner
-                  << (bHas ? " has Direction, true\n" : " NO Direction, NOK NOK NOK\n");
+        note << "For one owner CG2: " << pOwner << (bHas ? " has Direction, true\n" : " NO Direction, NOK NOK NOK\n");
         bAllHave = bAllHave && bHas;
     }
     return bAllHave;

@@ -288,7 +288,7 @@ bool Dt2::save(const char* filename) const {
     const std::string name = filename ? filename : "";
     const Outcome outcome = replaceFile(name, write);
     if (outcome == WRITTEN || (outcome == IN_PLACE_ONLY && writeInPlace(name, write))) return true;
-    std::cout << name << " can't be written\n";
+    Note("Dt2::save()", ML_WARNING) << name << " can't be written\n";
     return false;
 }
 
@@ -297,7 +297,7 @@ bool Dt2::load(const char* filename) {
     Content content;
     const std::string complaint = readFile(name, content);
     if (!complaint.empty()) {
-        std::cout << name << complaint << "\n";
+        Note("Dt2::load()", ML_WARNING) << name << complaint << "\n";
         return false;
     }
     const FlagScope exact(bExactConstraints_);  // what vertices its segments go through has been decided already

@@ -383,15 +383,14 @@ void PostscriptPage::periodicStroke() {
 // --- what the client sees ---
 
 Visualizer2::Visualizer2(const std::string& filename) {
-    std::cout << "\033[0;31mVisualizer2:: Writing " + filename + "\033[m\n" << std::flush;
+    Note("Visualizer2::Visualizer2()") << "\033[0;31mVisualizer2:: Writing " << filename << "\033[m\n";
     pPage_ = std::make_unique<PostscriptPage>(filename);
 }
 
 Visualizer2::~Visualizer2() {
     if (pPage_->isClosed()) return;
-    std::cout << "Calling Visualizer2::writeFile() to complete an unfinished visualization [" + pPage_->getFilename() +
-                     "]\n"
-              << std::flush;
+    Note("Visualizer2::~Visualizer2()") << "Calling Visualizer2::writeFile() to complete an unfinished visualization ["
+                                        << pPage_->getFilename() << "]\n";
     writeFile();
 }
 

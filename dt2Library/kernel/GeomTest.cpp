@@ -35,6 +35,7 @@
 #include <iostream>
 
 #include "kernel/expansion.h"
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 
@@ -295,21 +296,22 @@ std::string GeomTest::getUserFriendlyOrientation(Orientation2 ori) {
 
 void GeomTest::debug(const Point2* a, const Point2* b, const Point2* c) {
     const double simple = (a->x() - c->x()) * (b->y() - c->y()) - (a->y() - c->y()) * (b->x() - c->x());
-    std::cout << *a << "\n" << *b << "\n" << *c << "\n";
-    std::cout << "STATIC BOUND=" << staticBoundPos_ << "\nsimple result=" << simple << "\n";
-    std::cout << "simple test says "
-              << (simple > staticBoundPos_   ? "positive"
-                  : simple < staticBoundNeg_ ? "negative"
-                                             : "'no idea'")
-              << "\n";
-    std::cout << "Result of dynamic ub: " << upperBoundOri2(*a, *b, *c) << "\n";
-    std::cout << "Result of dynamic lb: " << lowerBoundOri2(*a, *b, *c) << "\n";
+    Note note("GeomTest::debug()");
+    note << *a << "\n" << *b << "\n" << *c << "\n";
+    note << "STATIC BOUND=" << staticBoundPos_ << "\nsimple result=" << simple << "\n";
+    note << "simple test says "
+         << (simple > staticBoundPos_   ? "positive"
+             : simple < staticBoundNeg_ ? "negative"
+                                        : "'no idea'")
+         << "\n";
+    note << "Result of dynamic ub: " << upperBoundOri2(*a, *b, *c) << "\n";
+    note << "Result of dynamic lb: " << lowerBoundOri2(*a, *b, *c) << "\n";
     const Orientation2 ori = exact_getOrientation2(a, b, c);
-    std::cout << "exact test says "
-              << (ori == ORIENTATION2_CCW  ? "POSITIVE"
-                  : ori == ORIENTATION2_CW ? "NEGATIVE"
-                                           : "ZERO")
-              << std::endl;
+    note << "exact test says "
+         << (ori == ORIENTATION2_CCW  ? "POSITIVE"
+             : ori == ORIENTATION2_CW ? "NEGATIVE"
+                                      : "ZERO")
+         << "\n";
 }
 
 }  // namespace LUMO_TARO25D

@@ -16,19 +16,14 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-void printPoint(const Point2* pPoint) {
-    if (pPoint) {
-        std::cout << " " << *pPoint;
-    } else {
-        std::cout << " null";
-    }
-}
-
 /// Reports points that should have been corners, or corners of a neighbour, and fails.
 [[noreturn]] void failIndexLookup(std::initializer_list<const Point2*> points, int line) {
-    std::cout << "BUG: Triangle2::getIntraTriangleIndex failed for";
-    for (const Point2* pPoint : points) printPoint(pPoint);
-    std::cout << std::endl;
+    {
+        Note note("Triangle2::getIntraTriangleIndex()", ML_ERROR);
+        note << "BUG: Triangle2::getIntraTriangleIndex failed for";
+        for (const Point2* pPoint : points) pPoint ? note << " " << *pPoint : note << " null";
+        note << "\n";
+    }
     assertionFailed("false", __FILE__, line);
 }
 
@@ -36,7 +31,7 @@ double getSideLength25D(const Point2& p0, const Point2& p1) {
     const double length = distance25D(p0, p1);
     if (std::isnan(length)) {
         warning("Triangle2::getArea25D()", "warning, sqDistance25D, nan value, no distance");
-        std::cout << "p0=" << p0 << "\np1=" << p1 << std::endl;
+        Note("Triangle2::getArea25D()") << "p0=" << p0 << "\np1=" << p1 << "\n";
     }
     return length;
 }
@@ -162,9 +157,12 @@ double Triangle2::computeArea(double l0, double l1, double l2) const {
     const double area = LUMO_TARO25D::computeArea(l0, l1, l2);
     if (!std::isnan(area)) return area;
     warning("Triangle2::computeArea()", "invalid value, no area for this triangle");
-    std::cout << "ownHalfCircf=" << (l0 + l1 + l2) * 0.5 << "\nCorners are: ";
-    for (const Point2* pCorner : aCorner_) std::cout << "\n" << *pCorner;
-    std::cout << "\nlen0=" << l0 << "\nlen1=" << l1 << "\nlen2=" << l2 << std::endl;
+    {
+        Note note("Triangle2::computeArea()");
+        note << "ownHalfCircf=" << (l0 + l1 + l2) * 0.5 << "\nCorners are: ";
+        for (const Point2* pCorner : aCorner_) note << "\n" << *pCorner;
+        note << "\nlen0=" << l0 << "\nlen1=" << l1 << "\nlen2=" << l2 << "\n";
+    }
     assertionFailed("false", __FILE__, __LINE__);
 }
 

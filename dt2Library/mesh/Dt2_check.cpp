@@ -44,14 +44,14 @@ bool isSharedEdge(const Triangle2& triangle, int i, const Triangle2& neighbour) 
 }
 
 /// Broken triangles have no areas to print.
-void print(const Triangle2& triangle) {
+void print(std::ostream& stream, const Triangle2& triangle) {
     if (hasThreeCorners(triangle)) {
-        std::cout << triangle;
+        stream << triangle;
         return;
     }
-    std::cout << "Triangle(" << static_cast<const void*>(&triangle) << ")";
-    for (int i = 0; i < 3; ++i) std::cout << ", " << static_cast<const void*>(triangle.getCorner(i));
-    std::cout << "\n";
+    stream << "Triangle(" << static_cast<const void*>(&triangle) << ")";
+    for (int i = 0; i < 3; ++i) stream << ", " << static_cast<const void*>(triangle.getCorner(i));
+    stream << "\n";
 }
 
 }  // namespace
@@ -59,24 +59,27 @@ void print(const Triangle2& triangle) {
 /// Prints what a check finds wrong: the first findings in full, of the others their number.
 class Dt2::Findings {
   public:
+    explicit Findings(Note& report) : report_(report) {}
     template <class... Parts>
     void add(const Parts&... parts) {
-        if (++num_ <= MAX_PRINTED) (std::cout << ... << parts) << "\n";
+        if (++num_ <= MAX_PRINTED) (report_.getStream() << ... << parts) << "\n";
     }
     /// The same with one or two triangles.
     void addTriangles(const char* message, const Triangle2* pT, const Triangle2* pN = nullptr) {
         add(message);
         if (num_ > MAX_PRINTED) return;
-        print(*pT);
-        if (pN) print(*pN);
+        print(report_.getStream(), *pT);
+        if (pN) print(report_.getStream(), *pN);
     }
     size_t getNumber() const { return num_; }
-    void printRest() const {
-        if (num_ > MAX_PRINTED) std::cout << "and " << num_ - MAX_PRINTED << " more\n";
+    Note& getReport() { return report_; }
+    void printRest() {
+        if (num_ > MAX_PRINTED) report_ << "and " << num_ - MAX_PRINTED << " more\n";
     }
 
   private:
     static constexpr size_t MAX_PRINTED = 10;
+    Note& report_;
     size_t num_ = 0;
 };
 
@@ -87,8 +90,9 @@ bool Dt2::checkValidity(bool bCheckEmptyCircleProperty, const std::string& name)
     }
     std::vector<Triangle2*> vTriangles;
     getTrianglePointers(vTriangles);
-    std::cout << name_;
-    Findings findings;
+    Note report("Dt2::checkValidity()");
+    report << name_;
+    Findings findings(report);
     checkConstraints(vTriangles, findings);
     const size_t numBefore = findings.getNumber();
     const auto isSound = [&] { return findings.getNumber() == numBefore; };
@@ -101,7 +105,7 @@ bool Dt2::checkValidity(bool bCheckEmptyCircleProperty, const std::string& name)
     }
     findings.printRest();
     if (findings.getNumber() == 0) return true;
-    std::cout << "\ncheckValidity, bug, name=" << name << std::endl;
+    report << "\ncheckValidity, bug, name=" << name << "\n";
     return false;
 }
 
@@ -178,8 +182,9 @@ void Dt2::checkConstraints(const std::vector<Triangle2*>& vTriangles, Findings& 
     getAliveConstraintSegments(vAlive);
     std::copy_if(vAlive.begin(), vAlive.end(), std::back_inserter(vMissing),
                  [&sContained](const ConstraintSegment2* pCSeg) { return !sContained.contains(pCSeg); });
-    std::cout << "\n* ConstraintSegments (alive): " << vAlive.size()
-              << ", contained: " << vAlive.size() - vMissing.size() << ", missing: " << vMissing.size() << "\n";
+    findings.getReport() << "\n* ConstraintSegments (alive): " << vAlive.size()
+                         << ", contained: " << vAlive.size() - vMissing.size() << ", missing: " << vMissing.size()
+                         << "\n";
     for (const ConstraintSegment2* pCSeg : vMissing) findings.add("Not contained: ", *pCSeg);
 }
 
@@ -198,11 +203,10 @@ void Dt2::warnOfEncroachedPieces() const {
 void Dt2::statistics(const std::string& name) const {
     std::vector<Triangle2*> vTriangles;
     getTrianglePointers(vTriangles);
-    std::ostringstream out;
-    out << name_ << "\n\n\n********* MESH STATISTICS (" << name << ") **********\n\n"
-        << "Number of triangles: " << vTriangles.size() << "\n\n";
-    printAngles(out, analyzeAngles(vTriangles));
-    std::cout << out.str() << std::flush;
+    Note report("Dt2::statistics()");
+    report << name_ << "\n\n\n********* MESH STATISTICS (" << name << ") **********\n\n"
+           << "Number of triangles: " << vTriangles.size() << "\n\n";
+    printAngles(report.getStream(), analyzeAngles(vTriangles));
 }
 
 }  // namespace LUMO_TARO25D

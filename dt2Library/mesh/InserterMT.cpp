@@ -175,8 +175,17 @@ void InserterMT::findBlockers() {
 
 void InserterMT::startWork(int numThreads) {
     Progress& progress = mesh_.getProgress();
+    const auto reportAndLook = [this, &progress] {
+        try {
+            progress.report();
+            progress.throwIfStopped();
+        } catch (...) {
+            stop();
+            throw;
+        }
+    };
     runOnThreads(
-        numThreads, [this](int) { workOnChunks(); }, [&progress] { progress.report(); });
+        numThreads, [this](int) { workOnChunks(); }, reportAndLook);
 }
 
 void InserterMT::workOnChunks() {

@@ -14,8 +14,9 @@ namespace LUMO_TARO25D {
 namespace {
 
 void printReconstructNotice() {
-    std::cout << "reconstruct(..): point-cloud reconstruction has moved to a separate library, nothing is "
-                 "done here.\n";
+    Note("reconstruct(..)")
+        << "reconstruct(..): point-cloud reconstruction has moved to a separate library, nothing is "
+           "done here.\n";
 }
 
 }  // namespace

@@ -73,14 +73,14 @@ void VertexRemover::remove(Point2* pVtx) {
         return;
     }
     if (mesh_.isConstraintVertex(pVtx)) {
-        std::cerr << *pVtx << "\n";
+        Note("Dt2::remove()", ML_NOTE, std::cerr) << *pVtx << "\n";
         warning("Dt2::remove()", "Illegal: Can't remove a constraint vertex");
         return;
     }
     __builtin_prefetch(pVtx->getIncidentTriangle());
     mesh_.getVertexVault().sortIV(VertexVault::SM_IF_DUE);
     if (mesh_.getVertexVault().getIdxOfActiveVtx(pVtx) == VertexVault::NOT_FOUND) {
-        std::cout << *pVtx << "\n";
+        Note("Dt2::remove()") << *pVtx << "\n";
         warning("Dt2::remove()", "vertex does not belong to the triangulation, return");
         return;
     }
@@ -213,11 +213,13 @@ Triangle2* VertexRemover::flipForRemove(Point2* pVtx, Triangle2* t) {
 
 void VertexRemover::watchDogFailed(const Point2* v) {
     collectStar(v);
-    Visualizer2 visualizer(Dt2::getFilenamePrefix() + "watchDogFailed.ps");
-    mesh_.show(&visualizer, true);
-    visualizer.addObject(*v, Color(CRED));
-    visualizer.writeFile();
-    std::cout << "vUmbrellaT.size()=" << vStar_.size() << std::endl;
+    if (!hasMessageHandler()) {
+        Visualizer2 visualizer(Dt2::getFilenamePrefix() + "watchDogFailed.ps");
+        mesh_.show(&visualizer, true);
+        visualizer.addObject(*v, Color(CRED));
+        visualizer.writeFile();
+    }
+    Note("Dt2::remove()") << "vUmbrellaT.size()=" << vStar_.size() << "\n";
     TARO_ASSERT_TEXT(false, "false");
 }
 

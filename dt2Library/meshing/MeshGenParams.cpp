@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "support/diagnostics.h"
 #include "taro25d/Zone2.h"
 
 namespace LUMO_TARO25D {
@@ -11,10 +12,9 @@ MeshGenParams::MeshGenParams(Zone2* pZone) : pZone(pZone) {
         gridVector = Vector2(1.0, 0.0, 0.0);
         return;
     }
-    std::cerr
+    Note("MeshGenParams::MeshGenParams(..)", ML_ERROR, std::cerr)
         << "\n\n\nMeshGenParams::MeshGenParams(..), ERROR: \n\tbehavior since Taro 1.39: The zoneLocation must be "
-           "ZL_INSIDE or ZL_BOUNDED. Please convert the zone using pZone->convertToBoundedZone(..)\n\n"
-        << std::endl;
+           "ZL_INSIDE or ZL_BOUNDED. Please convert the zone using pZone->convertToBoundedZone(..)\n\n\n";
 }
 
 MeshGenParams::~MeshGenParams() { delete pLockedConstraints; }

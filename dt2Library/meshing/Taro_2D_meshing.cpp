@@ -9,11 +9,13 @@ namespace LUMO_TARO25D {
 void Taro_2D::refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                      bool bAllowConstraintSplitting) {
     if (!pZone) {
-        std::cerr << "\nWarning: Taro_2D::refine(..) has been called with pZone==NULL\n" << std::endl;
+        Note("Taro_2D::refine(..)", ML_WARNING, std::cerr)
+            << "\nWarning: Taro_2D::refine(..) has been called with pZone==NULL\n\n";
         return;
     }
     if (minAngleDegree > 30.0) {
-        std::cerr << "\nWarning: Taro_2D::refine(..), minAngleDegree can't be >30\n" << std::endl;
+        Note("Taro_2D::refine(..)", ML_WARNING, std::cerr)
+            << "\nWarning: Taro_2D::refine(..), minAngleDegree can't be >30\n\n";
         return;
     }
     call(pDt2_)->refineClassic(pZone, minAngleDegree, minEdgeLength, maxEdgeLength, bAllowConstraintSplitting);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "taro25d/TaroCancelled.h"
+
 namespace LUMO_TARO25D {
 
 void Progress::subscribe(MsgType type, MsgBase* pListener) {
@@ -23,12 +25,22 @@ bool Progress::isSubscribed(MsgType type, const MsgBase* pListener) const {
     return std::any_of(range.first, range.second, [&](const auto& pair) { return pair.second == pListener; });
 }
 
+void Progress::stop() const {
+    throwKeptException();
+    if (pCancelFlag_ && *pCancelFlag_) throw TaroCancelled();
+}
+
 void Progress::broadcast(MsgType type, const std::string& message, double value) {
     // Over a copy, since a listener may change the map; one that was taken out meanwhile may be dead.
     const auto range = mListeners_.equal_range(type);
     const std::vector<std::pair<const MsgType, MsgBase*>> vListeners(range.first, range.second);
     for (const auto& [listenerType, pListener] : vListeners) {
-        if (isSubscribed(listenerType, pListener)) pListener->update(type, message, value);
+        if (!isSubscribed(listenerType, pListener)) continue;
+        try {
+            pListener->update(type, message, value);
+        } catch (...) {
+            keepException();
+        }
     }
 }
 
@@ -58,6 +70,7 @@ void Progress::sendUpdate() {
 void Progress::finish() {
     if (isActive() && nextReport_ != NEVER) broadcast(MT_PROGRESS, name_, 1.0);
     reset();
+    throwKeptException();
 }
 
 }  // namespace LUMO_TARO25D

@@ -23,8 +23,8 @@ class Progress : public MessageSink {
     void unsubscribe(MsgType type, MsgBase* pListener);
     bool hasListeners(MsgType type) const { return mListeners_.count(type) > 0; }
 
-    /// Calls every listener of the type, in the order of subscription. A listener may subscribe and
-    /// unsubscribe, itself included, while it is called.
+    /// Calls every listener of the type, in the order of subscription. A listener may subscribe and unsubscribe, itself
+    /// included, while it is called. Its exception is kept for throwIfStopped.
     void broadcast(MsgType type, const std::string& message, double value);
     /// Hands a text of the warning or error channel to the listeners of MT_WARNING.
     void receive(const std::string& message) override { broadcast(MT_WARNING, message, 0.0); }
@@ -36,6 +36,16 @@ class Progress : public MessageSink {
     static size_t fineStep(size_t total) { return total / 100 < 4 ? 1 : total / 100; }
     /// While disabled, nothing is counted or reported.
     void setEnabled(bool bEnabled);
+
+    /// The flag (not owned) that the client sets to end a long operation; null for none.
+    void setCancelFlag(const std::atomic<bool>* pFlag) { pCancelFlag_ = pFlag; }
+    const std::atomic<bool>* getCancelFlag() const { return pCancelFlag_; }
+    /// Throws TaroCancelled if the client has set the flag, or the exception of a listener or of the handler of messages
+    /// that was kept. Called where an operation may end, at least every 50 ms; costs a few instructions. Any thread may
+    /// call it.
+    void throwIfStopped() const {
+        if ((pCancelFlag_ && pCancelFlag_->load(std::memory_order_relaxed)) || mayHaveKeptException()) stop();
+    }
 
     /// True while counting is worth it: there are listeners, an operation is announced and progress is not disabled.
     bool isActive() const { return bActive_.load(std::memory_order_relaxed); }
@@ -53,18 +63,20 @@ class Progress : public MessageSink {
         if (isActive() && numDone_.load(std::memory_order_relaxed) >= nextReport_) sendUpdate();
     }
 
-    /// Ends the operation: listeners hear 1.0 unless they have heard it already.
+    /// Ends the operation: listeners hear 1.0 unless they have heard it already. Throws an exception that was kept.
     void finish();
     /// Ends the operation silently.
     void reset() { start(std::string(), 0); }
 
   private:
     bool isSubscribed(MsgType type, const MsgBase* pListener) const;
+    void stop() const;
     void updateActive();
     void sendUpdate();
 
     static constexpr size_t NEVER = std::numeric_limits<size_t>::max();
 
+    const std::atomic<bool>* pCancelFlag_ = nullptr;
     std::multimap<MsgType, MsgBase*> mListeners_;
     std::string name_;
     size_t total_ = 0;

@@ -4,19 +4,23 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <iostream>
+#include <new>
 
+#include "support/diagnostics.h"
 #include "support/parallel.h"
 
 namespace LUMO_TARO25D {
 
 void poolFailure(const char* message) {
-    std::cout << message << std::endl;
-    std::exit(EXIT_FAILURE);
+    const bool bEnd = !hasMessageHandler();
+    Note("SimplePool", ML_ERROR) << message << "\n";
+    if (bEnd) std::exit(EXIT_FAILURE);
+    throw std::bad_alloc();
 }
 
 void printNumberOfContainers(size_t numBlocks) {
-    std::cout << "SimplePool::~SimplePool: Number of containers to release: " << numBlocks << std::endl;
+    Note("SimplePool::~SimplePool()") << "SimplePool::~SimplePool: Number of containers to release: " << numBlocks
+                                      << "\n";
 }
 
 void touchAhead(void* pStart, size_t numBytes, int numThreads) {

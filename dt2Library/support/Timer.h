@@ -1,8 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <iostream>
 #include <string>
+
+#include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 
@@ -14,7 +15,7 @@ class Timer {
     /// The seconds since construction.
     double stop() const {
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
-        if (label_.rfind("[quiet]", 0) != 0) std::cout << label_ << ": " << elapsed.count() << " s\n";
+        if (label_.rfind("[quiet]", 0) != 0) Note("Timer::stop()") << label_ << ": " << elapsed.count() << " s\n";
         return elapsed.count();
     }
 

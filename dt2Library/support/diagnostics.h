@@ -1,7 +1,10 @@
 #pragma once
 
 #include <iostream>
+#include <sstream>
 #include <string>
+
+#include "taro25d/MsgLevel.h"
 
 namespace LUMO_TARO25D {
 
@@ -37,10 +40,48 @@ class QuietScope {
     bool bPrevious_;
 };
 
-/// Prints "      [Taro2D-Message] " location ", ERROR: " message on standard output, in red. Does not throw.
+/// Hands a message to the handler that the client has set, or prints "      [Taro2D-Message] " location ", ERROR: " message
+/// on standard output, in red. Does not throw.
 void error(const std::string& location, const std::string& message);
-/// The same in yellow, with ", WARNING: ".
+/// Hands a message to the handler, or prints it like an error, but in yellow and with ", WARNING: ".
 void warning(const std::string& location, const std::string& message);
+
+/// A text of one or more lines that is written piece by piece. It is given out when its scope ends: to the handler that the
+/// client has set, or to a stream as it stands.
+class Note {
+  public:
+    explicit Note(const char* location, MsgLevel level = ML_NOTE, std::ostream& stream = std::cout)
+        : location_(location), level_(level), stream_(stream) {}
+    ~Note();
+    Note(const Note&) = delete;
+    Note& operator=(const Note&) = delete;
+
+    template <class T>
+    Note& operator<<(const T& part) {
+        text_ << part;
+        return *this;
+    }
+    /// For functions that print.
+    std::ostream& getStream() { return text_; }
+
+  private:
+    const char* location_;
+    MsgLevel level_;
+    std::ostream& stream_;
+    std::ostringstream text_;
+};
+
+/// Whether the client has set a handler: then nothing is printed, no file is written that nobody asked for, and the process
+/// does not end here.
+bool hasMessageHandler();
+
+/// Keeps the exception that is being handled, thrown by a listener or by the handler of messages, until this thread calls
+/// throwKeptException. Of several the first is kept.
+void keepException();
+/// True if any thread may have kept an exception; costs next to nothing.
+bool mayHaveKeptException();
+/// Throws the exception that this thread has kept, if it has.
+void throwKeptException();
 
 /// Reports a failed condition (error channel, "TARO_LOG.txt", source place) and throws TaroException.
 [[noreturn]] void assertionFailed(const char* condition, const char* file, int line);

@@ -410,7 +410,8 @@ void VertexVault::replaceDuplicateVertexHandlesFullDim(Point2** aHandles, size_t
 }
 
 void VertexVault::debugDups() const {
-    for (const auto& entry : mDuplicates_) std::cout << *entry.first << " -> " << *entry.second << "\n";
+    Note note("VertexVault::debugDups()");
+    for (const auto& entry : mDuplicates_) note << *entry.first << " -> " << *entry.second << "\n";
 }
 
 Point2* VertexVault::getOriginal(Point2* pVtx) const {
@@ -437,10 +438,11 @@ void VertexVault::getVertexPointers(std::vector<Point2*>& vVertices) const {
 }
 
 void VertexVault::showData(const std::string& name) const {
-    std::cout << "VertexVault " << name << ": " << vItems_.size() << " items, " << numItems_ << " active, "
-              << numSorted_ << " sorted\n";
+    Note note("VertexVault::showData()");
+    note << "VertexVault " << name << ": " << vItems_.size() << " items, " << numItems_ << " active, " << numSorted_
+         << " sorted\n";
     for (const IdxVtxAct* pItem : vItems_) {
-        std::cout << pItem->idx << (pItem->active ? " active " : " removed ") << *pItem->vtx << "\n";
+        note << pItem->idx << (pItem->active ? " active " : " removed ") << *pItem->vtx << "\n";
     }
 }
 

@@ -93,8 +93,9 @@ double getArea(const TriangleVector& vTriangles, double (Triangle2::*getArea)() 
 }
 
 void printAreas(const char* title, const TriangleVector& vTriangles) {
-    std::cout << title << " numT=" << vTriangles.size() << " area2D=" << getArea(vTriangles, &Triangle2::getArea2D)
-              << " area25D=" << getArea(vTriangles, &Triangle2::getArea25D) << "\n";
+    Note("Zone2::info()") << title << " numT=" << vTriangles.size()
+                          << " area2D=" << getArea(vTriangles, &Triangle2::getArea2D)
+                          << " area25D=" << getArea(vTriangles, &Triangle2::getArea25D) << "\n";
 }
 
 /// The smallest and the largest of some numbers, and their mean.
@@ -329,7 +330,8 @@ void Zone2::statistics(const std::string& name) const {
         lengths2D.add(Edge2(pT, i).getLength2D());
         lengths25D.add(Edge2(pT, i).getLength25D());
     });
-    std::ostringstream out;
+    Note report("Zone2::statistics()");
+    std::ostream& out = report.getStream();
     out << "\n\n\n********* ZONE STATISTICS (" << name << ") **********\n\n"
         << "Number of triangles: " << vTriangles.size() << "\n"
         << "Number of vertices:  " << vVertices.size() << "\n"
@@ -342,7 +344,6 @@ void Zone2::statistics(const std::string& name) const {
     print(out, "Edge length 2.5D", lengths25D);
     out << "\n";
     printAngles(out, analyzeAngles(vTriangles));
-    std::cout << out.str() << std::flush;
 }
 
 void Zone2::show(const std::string& filename, bool bWithTriangulation, bool bWithConstraints) const {

@@ -69,6 +69,12 @@ inline PointVector makeScattered(size_t n, double minX, double minY, double maxX
     return vPoints;
 }
 
+/// Uniform points in [-1, 1]^2.
+inline PointVector makeUniform(size_t n, unsigned seed) {
+    Random random(seed);
+    return makeScattered(n, -1, -1, 1, 1, random);
+}
+
 /// The integer points (0 .. side-1)^2, spread by a spacing and moved to an origin, in random order.
 inline PointVector makeGrid(size_t side, double originX, double originY, double spacing, Random& r) {
     const double n = static_cast<double>(side);
