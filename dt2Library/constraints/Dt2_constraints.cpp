@@ -19,7 +19,10 @@
 // segment comes.
 //
 // Crossings are rounded to doubles, so that pieces are not exactly on their segment and may run into vertices or other
-// constraints that it missed; these are obstacles like any other.
+// constraints that it missed; these are obstacles like any other. A piece that is split at a vertex uses up a pair of
+// vertices for good, so as long as no new vertices come up this ends by itself, however many crossings move to an end. New
+// vertices at crossings are rationed, those in the last bits next to an end of a piece most of all: there rounding could
+// make the same segments cross again and again.
 //
 // A vertex next to a segment lies on it (nearness.h), be it there before or inserted later (Dt2::settle). Its pieces are
 // exact again, so that the mesh never depends on a tolerance, only the way that a segment takes through it.
@@ -241,11 +244,11 @@ bool Dt2::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<Constraint
 
 void Dt2::splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
     const auto& [splitPoint, pCrossingCSeg] = crossing;
+    const bool bSplitBoth = !isEnd(pCSeg, splitPoint);
     --crossingQuota_;
-    closeCrossingQuota_ -= isNextToEnd(pCSeg, splitPoint) || isNextToEnd(pCrossingCSeg, splitPoint);
+    closeCrossingQuota_ -= bSplitBoth && (isNextToEnd(pCSeg, splitPoint) || isNextToEnd(pCrossingCSeg, splitPoint));
     TARO_ASSERT_TEXT(splitPoint != *pCrossingCSeg->getSrc() && splitPoint != *pCrossingCSeg->getTrg(),
                      "splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg()");
-    const bool bSplitBoth = !isEnd(pCSeg, splitPoint);
     killAndUnestablishConstraintSegment(pCrossingCSeg);
     if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
     pLastVtx_ = pCrossingCSeg->getSrc();  // the crossing is near
