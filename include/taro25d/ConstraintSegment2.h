@@ -32,6 +32,7 @@ class TARO25D_API ConstraintSegment2 {
     struct Age {
         std::uint32_t call;   ///< The number of the call of createConstraint, from 1 in each triangulation.
         std::uint32_t place;  ///< The place in the list of that call, from 0.
+        /// Whether this one is older.
         bool operator<(const Age& other) const { return call != other.call ? call < other.call : place < other.place; }
     };
 
