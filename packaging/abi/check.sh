@@ -36,6 +36,6 @@ now=$(mktemp --suffix=".${kept##*.}")
 trap 'rm "$now"' EXIT
 $what >"$now"
 "${compare[@]}" "$kept" "$now" || {
-    echo "FAILED: the interface is not what ${kept#"$source"/} has; CONTRIBUTING.md tells when it may change, and how" >&2
+    echo "FAILED: the interface is not what ${kept#"$source"/} has; RELEASING.md tells when it may change, and how" >&2
     exit 1
 }
