@@ -16,6 +16,7 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
+#include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
@@ -27,19 +28,6 @@
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
-
-namespace {
-
-/// Whether a point is farther from a segment than rounding brings one that was computed on it. Pieces that go another way
-/// would cross edges that the segment does not.
-bool isBeside(const Point2& point, const Point2& src, const Point2& trg) {
-    const double magnitude = std::max({std::abs(src.x()), std::abs(src.y()), std::abs(trg.x()), std::abs(trg.y())});
-    const double distance = approxHasOn(src, trg, point) ? getPointLineDistance2D(point, src, trg)
-                                                         : std::min(distance2D(point, src), distance2D(point, trg));
-    return distance > 1e-6 * distance2D(src, trg) + 4.0 * getUlp(magnitude);
-}
-
-}  // namespace
 
 std::atomic<unsigned> ConstraintSegment2::runningLabel{0};
 
@@ -155,7 +143,7 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
     TARO_ASSERT_TEXT(pOwnerDt != nullptr, "pOwnerDt!=__null");
     const MessageScope scope(&pOwnerDt->getProgress());
     if (p == *p0_ || p == *p1_) return nullptr;
-    if (isFinite(p) && isBeside(p, *p0_, *p1_)) {
+    if (isFinite(p) && isOffSegment(*p0_, *p1_, p)) {
         warning("ConstraintSegment2::insertAndSplit()", "the point is not on the segment, nothing is inserted");
         return nullptr;
     }

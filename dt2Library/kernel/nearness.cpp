@@ -1,5 +1,7 @@
 #include "kernel/nearness.h"
 
+#include <limits>
+
 #include "kernel/tools.h"
 #include "taro25d/freeFunctions.h"
 
@@ -12,6 +14,14 @@ bool isBesideBetweenEnds(const Point2& src, const Point2& trg, const Point2& ver
     // Seen from the nearer end, where the differences lose least.
     const bool bFromSrc = toSrc < toTrg || (toSrc == toTrg && src < trg);
     return getPointLineDistance2D(vertex, bFromSrc ? src : trg, bFromSrc ? trg : src) <= RESOLUTION * magnitude;
+}
+
+bool isOffSegment(const Point2& src, const Point2& trg, const Point2& point) {
+    const double magnitude = std::max({std::abs(src.x()), std::abs(src.y()), std::abs(trg.x()), std::abs(trg.y())});
+    const double distance = approxHasOn(src, trg, point) ? getPointLineDistance2D(point, src, trg)
+                                                         : std::min(distance2D(point, src), distance2D(point, trg));
+    const double unit = std::ldexp(1.0, std::ilogb(std::max(magnitude, std::numeric_limits<double>::min())) - 52);
+    return distance > 1e-6 * distance2D(src, trg) + 4.0 * unit;
 }
 
 }  // namespace LUMO_TARO25D

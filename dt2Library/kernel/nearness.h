@@ -42,4 +42,9 @@ inline bool isBeside(const Point2& src, const Point2& trg, const Point2& vertex)
     return isBesideBetweenEnds(src, trg, vertex);
 }
 
+/// Whether a point is farther from a segment than rounding brings one that was computed on it: than 1e-6 of its length and 4
+/// units in the last place of its largest coordinate. Pieces that went over such a point would cross edges that the segment
+/// does not.
+bool isOffSegment(const Point2& src, const Point2& trg, const Point2& point);
+
 }  // namespace LUMO_TARO25D

@@ -29,6 +29,7 @@
 #include "kernel/flatSets.h"
 #include "kernel/heights.h"
 #include "kernel/links.h"
+#include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -215,7 +216,9 @@ bool computeCenterWithoutConflict(GeomTest* pGeomTest, Triangle2* pT, int edgeIn
         for (const int i : {0, k, -k}) {
             for (const int j : {0, k, -k}) {
                 const Point2 candidate = shifted(i, j);
-                if (take(candidate, isVisible(*pGeomTest, pT, edgeIndex, candidate))) return true;
+                const bool bFits =
+                    isVisible(*pGeomTest, pT, edgeIndex, candidate) && !isOffSegment(*pSrc, *pTrg, candidate);
+                if (take(candidate, bFits)) return true;
             }
         }
     }
@@ -230,8 +233,9 @@ bool findSplitPoint(GeomTest& geomTest, Triangle2* pT, int edgeIndex, Point2& sp
     }
     if (!isCorner(pT, splitPoint)) return true;
     warning("Dt2::tryRefine()", "Double precision arithmetic does not allow to split a segment further, giving up");
+    Note lengths("Dt2::tryRefine()");
     for (int i = 0; i < 3; ++i) {
-        std::cout << "EdgeLen2D(" << i << "): " << std::sqrt(pT->getSquaredEdgeLength2D(i)) << "\n";
+        lengths << "EdgeLen2D(" << i << "): " << std::sqrt(pT->getSquaredEdgeLength2D(i)) << "\n";
     }
     return false;
 }
@@ -260,9 +264,9 @@ class LimitReport {
         ++mExcuses_[excuse ? excuse : UNEXPLAINED];
         ++numMissing_;
     }
-    void print() const {
-        std::cout << "  " << limit_ << ": missed by " << numMissing_ << "\n";
-        for (const auto& [excuse, count] : mExcuses_) std::cout << "    " << count << " " << excuse << "\n";
+    void print(Note& report) const {
+        report << "  " << limit_ << ": missed by " << numMissing_ << "\n";
+        for (const auto& [excuse, count] : mExcuses_) report << "    " << count << " " << excuse << "\n";
     }
     bool isExplained() const { return mExcuses_.count(UNEXPLAINED) == 0; }
 
@@ -534,11 +538,12 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
         if (bGrown) growth.miss(candidate, pParams, geomTest_);
     }
     geomTest_.setStaticBound(magnitude);
-    std::cout << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
-              << " degrees\n";
+    Note report("Dt2::checkZoneQuality()");
+    report << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
+           << " degrees\n";
     bool bExplained = true;
     for (const LimitReport* pReport : {&angle, &length, &area, &growth}) {
-        pReport->print();
+        pReport->print(report);
         bExplained = bExplained && pReport->isExplained();
     }
     std::cout << std::flush;

@@ -43,7 +43,9 @@ Orientation2 getSide(GeomTest& geomTest, const Triangle2* pT, int i, const Point
 double getSqLength25D(const Point2& p, const Point2& q) {
     const double sqLength = sqDistance25D(p, q);
     if (std::isnan(sqLength)) {
-        std::cerr << "warning, sqDistance25D, nan value, no distance\n" << p << "\n" << q << std::endl;
+        Note("RefCand3", ML_WARNING, std::cerr) << "warning, sqDistance25D, nan value, no distance\n"
+                                                << p << "\n"
+                                                << q << "\n";
     }
     return sqLength;
 }
@@ -335,7 +337,7 @@ bool RefCand3::hasNarrowConstraintAngle(double minAngleDegree) {
 // For the library's developers
 
 void RefCand3::reportAcceptance(const std::string& text, const char* suffix) const {
-    std::cout << text << "\n";
+    Note("RefCand3") << text << "\n";
     showT("need_" + std::to_string(numPictures.fetch_add(1)) + suffix);
 }
 
@@ -346,10 +348,11 @@ void RefCand3::showT(const std::string& filename) const {
 }
 
 void RefCand3::debug() const {
-    std::cout << "RefCand3 " << label_ << (isAlive() ? " [alive]" : " [stale]") << ", steiner=" << steiner_
-              << ", accurate=" << bAccurate_ << ", radius=" << radius_ << ", splitIndex=" << splitIndex_
-              << ", quality2D=" << getQuality2D() << ", quality25D=" << getQuality25D() << "\n"
-              << *pT_ << std::endl;
+    Note("RefCand3::debug()") << "RefCand3 " << label_ << (isAlive() ? " [alive]" : " [stale]")
+                              << ", steiner=" << steiner_ << ", accurate=" << bAccurate_ << ", radius=" << radius_
+                              << ", splitIndex=" << splitIndex_ << ", quality2D=" << getQuality2D()
+                              << ", quality25D=" << getQuality25D() << "\n"
+                              << *pT_ << "\n";
 }
 
 }  // namespace LUMO_TARO25D
