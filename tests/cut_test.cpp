@@ -6,6 +6,7 @@
 
 #include "mesh/Dt2.h"
 #include "support/capture.h"
+#include "support/constraint_oracle.h"
 #include "support/files.h"
 #include "support/mesh.h"
 #include "support/polygons.h"
@@ -55,6 +56,13 @@ struct Surface {
     Point2 randomVertex() {
         const VertexVector vVertices = verticesOf(mesh);
         return *vVertices[random() % vVertices.size()];
+    }
+
+    /// Returns what was printed.
+    std::string cut(const SegmentVector& vSegments, bool bConstraints) {
+        const StdoutCapture capture;
+        mesh.cutTriangles(vSegments, bConstraints);
+        return capture.text();
     }
 
     /// Once more, after the surface has been changed on purpose.
@@ -125,7 +133,7 @@ TEST(Cut, SurfaceKeepsItsShape) {
             vSegments.emplace_back(vSegments[1].getTrg(), vSegments[1].getSrc());
             vSegments.emplace_back(vSegments[2].getTrg(), vSegments[3].getSrc());
             const bool bConstraints = seed % 2;
-            surface.mesh.cutTriangles(vSegments, bConstraints);
+            EXPECT_EQ(surface.cut(vSegments, bConstraints), "");
             EXPECT_TRUE(surface.isSound());
             EXPECT_TRUE(surface.isUnchanged());
             EXPECT_NEAR(surface.mesh.createZone(nullptr, ZL_GLOBAL)->getArea2D(), area, 1e-7 * area)
@@ -136,7 +144,7 @@ TEST(Cut, SurfaceKeepsItsShape) {
             }
             // Cutting again finds everything in place, to rounding.
             const size_t numPoints = surface.mesh.numberOfPoints();
-            surface.mesh.cutTriangles(vSegments, bConstraints);
+            EXPECT_EQ(surface.cut(vSegments, bConstraints), "");
             EXPECT_LE(surface.mesh.numberOfPoints(), 2 * numPoints);
             EXPECT_TRUE(surface.isSound());
             EXPECT_TRUE(surface.isUnchanged());
@@ -306,29 +314,34 @@ TEST(CookieCutter, PassesPointsThatAreOnABreaklineButForRounding) {
         Random r(seed);
         const double origin = seed % 2 ? 1e6 : 0;
         const auto place = [&](double from, double to) { return origin + uniform(r, from, to); };
-        const Point2 src(place(5, 20), place(0, 100), 0), trg(place(80, 95), place(0, 100), 0);
+        const auto at = [](const Segment2& line, double t, double z) {
+            const Point2 &src = line.getSrc(), &trg = line.getTrg();
+            return Point2(src.x() + t * (trg.x() - src.x()), src.y() + t * (trg.y() - src.y()), z);
+        };
         PointVector vPoints = makeRectangle(origin, origin, origin + 100, origin + 100);
         for (int i = 0; i < 60; ++i) vPoints.emplace_back(place(0, 100), place(0, 100), uniform(r, 0, 10));
-        for (int i = 1; i < 8; ++i) {  // at other heights than the line
-            const double t = i / 8.0;
-            vPoints.emplace_back(src.x() + (trg.x() - src.x()) * t, src.y() + (trg.y() - src.y()) * t,
-                                 uniform(r, 0, 10));
+        SegmentVector vLines;
+        for (std::uint64_t k = 0; k <= seed % 3; ++k) {
+            const Point2 src(place(5, 20), place(0, 100), 0), trg(place(80, 95), place(0, 100), 0);
+            vLines.emplace_back(src, trg);
+            // At other heights than the line.
+            for (int i = 1; i < 8; ++i) vPoints.push_back(at(vLines[k], i / 8.0, uniform(r, 0, 10)));
         }
         Surface surface(vPoints);
-        surface.mesh.createConstraint({Segment2(src, trg)}, CIS_CONSTRAINED_DELAUNAY);
+        surface.mesh.createConstraint(vLines, CIS_CONSTRAINED_DELAUNAY);
         surface.takeHeights();
         PointVector vCorners = makeStar(7, origin + 50, origin + 50, 45, r);
         if (seed % 3 == 0) {  // one side on the line
-            const auto at = [&](double t) {
-                return Point2(src.x() + t * (trg.x() - src.x()), src.y() + t * (trg.y() - src.y()), 0);
-            };
-            const bool bBelow = at(0.5).y() > origin + 50;
-            vCorners = {at(0.3), at(0.7), Point2(origin + 50, origin + (bBelow ? 5 : 95), 0)};
+            const bool bBelow = at(vLines[0], 0.5, 0).y() > origin + 50;
+            vCorners = {at(vLines[0], 0.3, 0), at(vLines[0], 0.7, 0),
+                        Point2(origin + 50, origin + (bBelow ? 5 : 95), 0)};
             if (bBelow) std::swap(vCorners[0], vCorners[1]);
         }
         const StdoutCapture capture;
         const Zone2* pZone = surface.mesh.createZone_cookieCutter(makeSides(vCorners));
         ASSERT_TRUE(pZone) << capture.text();
+        EXPECT_EQ(capture.text(), "");
+        EXPECT_EQ(countBeside(surface.mesh), 0u);
         const double area = getArea(vCorners);
         EXPECT_NEAR(pZone->getArea2D(), area, 1e-7 * area);
         const Bbox2 wanted = getBox(vCorners), found = pZone->getBoundingBox();

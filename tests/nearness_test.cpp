@@ -78,18 +78,6 @@ void build(Taro_2D& mesh, const Scene& scene, Way way, ConstraintInsertionStrate
     if (way != POINTS_FIRST) mesh.applyConstraintsAndZones();
 }
 
-size_t countBeside(const Taro_2D& mesh) {
-    size_t numBeside = 0;
-    const VertexVector vVertices = verticesOf(mesh);
-    for (const ConstraintSegment2* pCSeg : aliveSegmentsOf(mesh)) {
-        for (const Point2* pVtx : vVertices) {
-            numBeside += pVtx != pCSeg->getSrc() && pVtx != pCSeg->getTrg() &&
-                         isBeside(*pCSeg->getSrc(), *pCSeg->getTrg(), *pVtx);
-        }
-    }
-    return numBeside;
-}
-
 TEST(Nearness, WhatIsNextToAConstraintLiesOnIt) {
     for (std::uint64_t seed = 1; seed <= scaled(60); ++seed) {
         const size_t numLines = 1 + seed % 4;

@@ -360,7 +360,7 @@ void Dt2::replaceRegion(CrossedRegion& region) {
     pLeft->setOppositeTriangle(vLeft[0].i, pRight);
     pRight->setOppositeTriangle(vRight[0].i, pLeft);
     storeRecycledT(vOldTriangles);
-    if (!bFlipsSuppressed_) flipToMatchCDT(vNewTriangles);
+    flipToMatchCDT(vNewTriangles);
 }
 
 Triangle2* Dt2::triangulatePolygon(std::vector<Border>& vBorder, std::vector<Triangle2*>& vNewTriangles) {

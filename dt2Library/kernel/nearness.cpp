@@ -7,13 +7,18 @@
 
 namespace LUMO_TARO25D {
 
-bool isBesideBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex) {
-    const double magnitude = getLargestCoordinate(src, trg, vertex), length = distance2D(src, trg);
+bool isNextToBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex) {
     const double toSrc = distance2D(vertex, src), toTrg = distance2D(vertex, trg);
-    if (!(std::min(toSrc, toTrg) > END_ZONE * magnitude) || !(std::max(toSrc, toTrg) < length)) return false;
+    if (!(std::max(toSrc, toTrg) < distance2D(src, trg))) return false;
     // Seen from the nearer end, where the differences lose least.
     const bool bFromSrc = toSrc < toTrg || (toSrc == toTrg && src < trg);
-    return getPointLineDistance2D(vertex, bFromSrc ? src : trg, bFromSrc ? trg : src) <= RESOLUTION * magnitude;
+    const double distance = getPointLineDistance2D(vertex, bFromSrc ? src : trg, bFromSrc ? trg : src);
+    return distance <= RESOLUTION * getLargestCoordinate(src, trg, vertex);
+}
+
+bool isFarFromEnds(const Point2& src, const Point2& trg, const Point2& vertex) {
+    const double toNearer = std::min(distance2D(vertex, src), distance2D(vertex, trg));
+    return toNearer > END_ZONE * getLargestCoordinate(src, trg, vertex);
 }
 
 bool isOffSegment(const Point2& src, const Point2& trg, const Point2& point) {

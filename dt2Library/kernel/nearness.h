@@ -23,23 +23,29 @@ constexpr double RESOLUTION = 0x1p-50;
 /// with a spacing of a few rounding errors, of which every decision counts.
 constexpr double END_ZONE = 0x1p-40;
 
-/// The second half of isBeside, for what is next to the line.
-bool isBesideBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex);
+/// The second half of isNextTo, for what is next to the line.
+bool isNextToBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex);
 
-/// Whether a vertex that is not exactly on a segment counts as lying on it: it is not farther from it than RESOLUTION,
-/// between its ends, and farther than END_ZONE from both. A segment is made to go through such a vertex, whichever of them
-/// comes first. Otherwise a triangle thinner than rounding would stand between the two, and anything that crosses it
-/// later would have no place there.
-///
-/// Both parts that the vertex divides the segment into are shorter than the whole, so that going on with them ends.
-inline bool isBeside(const Point2& src, const Point2& trg, const Point2& vertex) {
+/// Whether a vertex is between the ends of a segment and not farther from it than RESOLUTION. Both parts that the vertex
+/// divides the segment into are shorter than the whole, so that going on with them ends.
+inline bool isNextTo(const Point2& src, const Point2& trg, const Point2& vertex) {
     const double dx = trg.x() - src.x(), dy = trg.y() - src.y();
     const double cross = dx * (vertex.y() - src.y()) - dy * (vertex.x() - src.x());
     // Nearly always the answer. Twice the resolution is more than all of these roundings can add; what overflows or
     // underflows passes.
     const double reach = 2.0 * RESOLUTION * getLargestCoordinate(src, trg, vertex);
     if (std::abs(cross) > reach * (std::abs(dx) + std::abs(dy))) return false;
-    return isBesideBetweenEnds(src, trg, vertex);
+    return isNextToBetweenEnds(src, trg, vertex);
+}
+
+/// The second half of isBeside, for what is next to the segment.
+bool isFarFromEnds(const Point2& src, const Point2& trg, const Point2& vertex);
+
+/// Whether a vertex that is not exactly on a segment counts as lying on it: it is next to it, and farther than END_ZONE from
+/// both ends. A constraint is made to go through such a vertex, whichever of them comes first. Otherwise a triangle thinner
+/// than rounding would stand between the two, and anything that crosses it later would have no place there.
+inline bool isBeside(const Point2& src, const Point2& trg, const Point2& vertex) {
+    return isNextTo(src, trg, vertex) && isFarFromEnds(src, trg, vertex);
 }
 
 /// Whether a point is farther from a segment than rounding brings one that was computed on it: than 1e-6 of its length and 4

@@ -278,8 +278,8 @@ void Dt2::legalize(const Point2* v) {
         Triangle2* pT = vFlipStack_.back();
         Triangle2* pN = pT->getOppositeTriangle(0);
         const int j = pN ? indexOfNeighbour(pN, pT) : 0;
-        const bool bFlip = pN && geomTest_.circleInc(pN->getCorner(j), pT->getCorner(2), pT->getCorner(1), v) &&
-                           !isFixed(pT, 0) && !bFlipsSuppressed_;
+        const bool bFlip =
+            pN && geomTest_.circleInc(pN->getCorner(j), pT->getCorner(2), pT->getCorner(1), v) && !isFixed(pT, 0);
         if (bFlip) {
             flipEdge(pT, 0, pN, j);
             vFlipStack_.push_back(pN);
@@ -308,9 +308,8 @@ Triangle2* Dt2::flip(Triangle2* pT, int i) {
     return pN;
 }
 
-bool Dt2::canBeFlipped(Triangle2* pT, int i) const {
+bool Dt2::isStrictlyConvex(const Triangle2* pT, int i) const {
     const Triangle2* pN = pT->getOppositeTriangle(i);
-    if (isConstraint(pT, i) || !pN) return false;
     const Point2* a = pT->getCorner(i);
     const Point2* d = pN->getCorner(indexOfNeighbour(pN, pT));
     return geomTest_.getOrientation2(a, d, pT->getCorner(incIndexBy1(i))) == ORIENTATION2_CW &&

@@ -95,7 +95,11 @@ class Dt2 {
     /// Flips edge i of pT without any test; pT and the returned triangle both keep the corner i of pT as corner 0.
     Triangle2* flip(Triangle2* pT, int i);
     /// True if edge i is no constraint edge, has a neighbour, and the quadrilateral is strictly convex.
-    bool canBeFlipped(Triangle2* pT, int i) const;
+    bool canBeFlipped(const Triangle2* pT, int i) const {
+        return !isConstraint(pT, i) && pT->getOppositeTriangle(i) && isStrictlyConvex(pT, i);
+    }
+    /// Whether the triangles on both sides of edge i make a strictly convex quadrilateral. There is a neighbour.
+    bool isStrictlyConvex(const Triangle2* pT, int i) const;
     /// Restores the Delaunay property by Lawson flips from the triangles around a vertex.
     void bfsFlipIncident(Point2* pVtx);
     /// Flips edge i of a triangle if it is neither Delaunay nor a constraint, and notes both triangles for flipUntilDelaunay.
@@ -399,23 +403,17 @@ class Dt2 {
 
     struct Cut;
 
+    void CUTT_bendEdgesTo(Point2* pVtx, Cut& cut);
     Point2* CUTT_insertAt(Triangle2* pT, int i, const Point2& point, Cut& cut);
     Point2* CUTT_insert(const Point2& place, Cut& cut);
     Point2* CUTT_enter(const Point2& outside, const Point2& trg, Cut& cut);
     Point2* CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg, Cut& cut);
     bool CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const;
-    bool CUTT_bendEdge(Triangle2* pT, int i, Point2* pVtx, Cut& cut);
     Point2* CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way, Cut& cut);
-    Point2* CUTT_insertInside(Triangle2* pT, const Point2& crossing, const Vector2& way, double sign, Cut& cut);
-    Point2* CUTT_passWall(Point2* pVtx, const Point2& trg, const Point2& crossing, Triangle2* pT, int i, Cut& cut);
-    Point2* CUTT_join(Point2* pSrc, Point2* pTrg, Cut& cut);
-    void CUTT_reroute(Point2* p0, Point2* p1, Point2* pSrc, Point2* pTrg, const std::vector<Point2*>& vVertices,
-                      Cut& cut);
-    std::vector<Point2*> CUTT_findWay(Point2* p0, Point2* p1, const std::vector<Point2*>& vVertices) const;
     Point2* CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut);
     void CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut);
     void CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut);
-    void CUTT_flipDiagonals(Cut& cut);
+    void CUTT_flipDiagonals(Point2* pVtx, Cut& cut);
     void CUTT_fixEdges(const Cut& cut, bool bPieces);
     void CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const;
     bool CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const;
@@ -472,7 +470,6 @@ class Dt2 {
     size_t numMissingHeights_ = 0;  // of the vertices that a refinement inserts
     bool bHasConstraints_ = false;
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0, halvingQuota_ = 0;
-    bool bFlipsSuppressed_ = false;   // while triangles are cut
     bool bExactConstraints_ = false;  // while what is next to a constraint stays beside it (see isBeside)
     int numCPU_ = 1;
     bool bPrefersChunks_ = false;

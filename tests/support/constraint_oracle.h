@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "kernel/nearness.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
 #include "support/generators.h"
@@ -266,6 +267,23 @@ class ConstraintOracle {
     Chain vAlive_, vAll_;
     std::set<Ends> sAliveEnds_;
 };
+
+/// How many vertices are next to an alive constraint, and not on it.
+inline size_t countBeside(const LUMO_TARO25D::Taro_2D& mesh) {
+    std::vector<LUMO_TARO25D::ConstraintSegment2*> vAlive;
+    std::vector<LUMO_TARO25D::Point2*> vVertices;
+    mesh.getAliveConstraintSegments(vAlive);
+    mesh.getVertexPointers(vVertices);
+    size_t numBeside = 0;
+    for (const auto* pCSeg : vAlive) {
+        const auto isNext = [pCSeg](const LUMO_TARO25D::Point2* pVtx) {
+            return pVtx != pCSeg->getSrc() && pVtx != pCSeg->getTrg() &&
+                   LUMO_TARO25D::isBeside(*pCSeg->getSrc(), *pCSeg->getTrg(), *pVtx);
+        };
+        numBeside += static_cast<size_t>(std::count_if(vVertices.begin(), vVertices.end(), isNext));
+    }
+    return numBeside;
+}
 
 /// The edges that constrained segments must leave among points, from all pairs of them in rational numbers. Nothing if a
 /// crossing is no pair of doubles, or so near to an end that it counts as that.
