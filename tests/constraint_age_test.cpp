@@ -170,6 +170,20 @@ TEST(ConstraintAge, AMidpointOnAnOlderConstraintTakesItsHeight) {
     }
 }
 
+TEST(ConstraintAge, AYoungerOneDoesNotHalveBeforeTheOlderOneIsThere) {
+    // The crossing is a midpoint of both, of the younger one the first.
+    const Segment2 aLines[] = {makeSegment(-3, 0, 1, 0, 10, 10), makeSegment(0, -1, 0, 1, 50, 50)};
+    for (const int older : {0, 1}) {
+        Random random(5);
+        Taro_2D mesh;
+        mesh.insert(makeRectangle(-20, -20, 20, 20));
+        mesh.insert(makeScattered(200, -5, -5, 5, 5, random));
+        mesh.createConstraint({aLines[older], aLines[1 - older]}, CIS_CONFORMING_LINEAR_Z);
+        EXPECT_TRUE(ConstraintOracle(mesh).check());
+        EXPECT_EQ(heightAt(mesh, 0, 0), aLines[older].getSrc().z());
+    }
+}
+
 // ---- The numbers ----
 
 TEST(ConstraintAge, IsTheCallAndThePlaceInItsList) {

@@ -5,7 +5,8 @@
 // ended at the vertex. Vertices are 40 bytes and come from a few blocks, so the low bits of an address divided by 32 tell
 // all vertices of a few hundred thousand apart.
 //
-// Establishing segments is a list of work in passes: whoever is split on the way gives its leaves to the next pass. A
+// Segments are established one after the other, in the order in which they were asked for, so that older ones are edges by
+// the time younger ones meet them. Each is a list of work in passes: a piece that is split gives its leaves to the next. A
 // midpoint halves a conforming segment, whose pieces cannot become shorter than the arithmetic allows, so the limit on
 // passes is never reached unless rounding plays tricks.
 
@@ -319,39 +320,46 @@ void ConstraintMgr::setHalvingQuota(size_t numSegments, const std::vector<Constr
     for (const ConstraintSegment2* pCSeg : vPieces) pDt2_->raiseHalvingQuota(pCSeg);
 }
 
-void ConstraintMgr::establish(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments, Progress* pProgress) {
+void ConstraintMgr::establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress) {
     if (!pDt2_->is2D()) return;
     const bool bOutermost = !bEstablishing_;  // segments that are established on the way share the quotas
     const FlagScope establishing(bEstablishing_);
-    const size_t quota = getQuotaEach(), quotaOfRest = quota * vCSegs.size();
+    const size_t quota = getQuotaEach();
     if (bOutermost) {
         pDt2_->setCloseCrossingQuota(getCloseQuota());
         setHalvingQuota(numSegments, vCSegs);
     }
-    std::vector<ConstraintSegment2*> vNext;
-    for (int numPasses = 0; numPasses < MAX_PASSES && !vCSegs.empty(); ++numPasses) {
-        if (bOutermost && numPasses == 1) pDt2_->setCrossingQuota(quotaOfRest);
-        for (ConstraintSegment2* pCSeg : vCSegs) {
-            if (bOutermost && numPasses == 0) pDt2_->setCrossingQuota(quota);
-            if (pCSeg->isAlive()) applyOneSegment(pCSeg);
-            const size_t begin = vNext.size();
-            if (!pCSeg->isAlive()) pCSeg->getChildrenRec(vNext);
-            sortByPlace(vNext, begin);
-            if (pProgress) pProgress->incProgress(1);
-        }
-        vCSegs.swap(vNext);
-        vNext.clear();
+    bool bAllDone = true;
+    for (ConstraintSegment2* pCSeg : vCSegs) {
+        if (bOutermost) pDt2_->setCrossingQuota(quota);
+        bAllDone = establishPieces(pCSeg) && bAllDone;
+        if (pProgress) pProgress->incProgress(1);
     }
-    if (!vCSegs.empty()) warnOfInaccuracy();
+    if (!bAllDone) warnOfInaccuracy();
 }
 
-void ConstraintMgr::establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments,
+bool ConstraintMgr::establishPieces(ConstraintSegment2* pCSeg) {
+    std::vector<ConstraintSegment2*> vPieces{pCSeg}, vNext;
+    for (int numPasses = 0; numPasses < MAX_PASSES && !vPieces.empty(); ++numPasses) {
+        for (ConstraintSegment2* pPiece : vPieces) {
+            if (pPiece->isAlive()) applyOneSegment(pPiece);
+            const size_t begin = vNext.size();
+            if (!pPiece->isAlive()) pPiece->getChildrenRec(vNext);
+            sortByPlace(vNext, begin);
+        }
+        vPieces.swap(vNext);
+        vNext.clear();
+    }
+    return vPieces.empty();
+}
+
+void ConstraintMgr::establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments,
                                           const char* label) {
     if (!pDt2_->is2D()) return;
     Progress& progress = pDt2_->getProgress();
     progress.start(label, vCSegs.size());
     const ProgressEnd progressEnd(progress);
-    establish(std::move(vCSegs), numSegments, &progress);
+    establish(vCSegs, numSegments, &progress);
     progress.finish();
 }
 
@@ -362,7 +370,7 @@ void ConstraintMgr::apply() {
     std::stable_sort(vCSegs.begin(), vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
         return a->getAge() < b->getAge();
     });
-    establishWithProgress(std::move(vCSegs), numRequested_, "apply");
+    establishWithProgress(vCSegs, numRequested_, "apply");
 }
 
 void ConstraintMgr::suspect(ConstraintSegment2* pCSeg) {

@@ -64,7 +64,8 @@ class ConstraintMgr {
 
     /// Establishes one segment, or its leaves, if the triangulation is two-dimensional.
     void applyOneSegment(ConstraintSegment2* pCSeg);
-    /// Establishes segments and, in passes, the pieces that this makes of them. Warns if the passes do not suffice.
+    /// Establishes segments, each with the pieces that this makes of it before the next one. Warns if the passes over these do
+    /// not suffice.
     void establish(const std::vector<ConstraintSegment2*>& vCSegs) { establish(vCSegs, vCSegs.size(), nullptr); }
     /// Establishes all segments, in the order in which they were asked for.
     void apply();
@@ -96,11 +97,12 @@ class ConstraintMgr {
     /// How many of them may move on by the last bit only, as they do where rounding makes segments cross again and again.
     size_t getCloseQuota() const;
     void setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces);
-    /// The pieces are of so many segments that clients have asked for. With a progress, counts there what a pass has dealt
-    /// with.
-    void establish(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments, Progress* pProgress);
+    /// The pieces are of so many segments that clients have asked for. With a progress, counts there what is done.
+    void establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress);
+    /// Establishes a segment and all pieces that this makes of it; false if the passes do not suffice.
+    bool establishPieces(ConstraintSegment2* pCSeg);
     std::vector<ConstraintSegment2*> takeEncroachedPieces();
-    void establishWithProgress(std::vector<ConstraintSegment2*> vCSegs, size_t numSegments, const char* label);
+    void establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, const char* label);
 
     Dt2* pDt2_;
     VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
