@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kernel/flatSets.h"
+#include "kernel/tools.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Triangle2.h"
 
@@ -33,6 +34,11 @@ inline Bbox2 getBox(const std::vector<Triangle2*>& vTriangles) {
         for (int i = 0; i < 3; ++i) box.add(*pT->getCorner(i));
     }
     return box;
+}
+
+/// The largest absolute coordinate of the triangles; 0 if there are none.
+inline double getLargestCoordinate(const std::vector<Triangle2*>& vTriangles) {
+    return vTriangles.empty() ? 0.0 : getMagnitude(getBox(vTriangles));
 }
 
 /// Calls visit(triangle, i) once for each edge of different triangles.

@@ -20,16 +20,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iostream>
 #include <limits>
-#include <map>
 #include <set>
+#include <string>
 
 #include "constraints/ConstraintMgr.h"
 #include "kernel/flatSets.h"
 #include "kernel/heights.h"
 #include "kernel/links.h"
-#include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -38,13 +36,13 @@
 #include "meshing/GridMesher.h"
 #include "meshing/GuideSurface.h"
 #include "meshing/MeshEstimate.h"
+#include "meshing/splitPoint.h"
 #include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
-#include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
 
@@ -120,10 +118,6 @@ class RefinementProgress {
     double passBegin_ = 0.0, lastReported_ = 0.0;
 };
 
-double getLargestCoordinate(const std::vector<Triangle2*>& vTriangles) {
-    return vTriangles.empty() ? 0.0 : getMagnitude(getBox(vTriangles));
-}
-
 /// Whether lengths can be squared, from those as large as the zone down to the least that refinement makes, which are a few
 /// units in the last place of the coordinates.
 bool haveSquares(const std::vector<Triangle2*>& vTriangles) {
@@ -163,121 +157,6 @@ std::unique_ptr<MeshGenParams> copyLimits(const MeshGenParams& params) {
         pCopy->pLockedConstraints = new std::set<ConstraintSegment2*>(*params.pLockedConstraints);
     return pCopy;
 }
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Where to split a segment
-
-/// Whether both ends of edge i are seen from a place beside it: it lies inside one of its two triangles, or between the
-/// ends. Anything farther away could be behind another edge.
-bool isVisible(GeomTest& geomTest, const Triangle2* pT, int i, const Point2& place) {
-    const auto isInside = [&geomTest, &place](const Triangle2* pSide, int k) {
-        const Point2 *pApex = pSide->getCorner(k), *pSrc = pSide->getCorner(incIndexBy1(k)),
-                     *pTrg = pSide->getCorner(incIndexBy2(k));
-        return geomTest.getOrientation2(pSrc, pTrg, &place) != ORIENTATION2_CW &&
-               geomTest.getOrientation2(pTrg, pApex, &place) == ORIENTATION2_CCW &&
-               geomTest.getOrientation2(pApex, pSrc, &place) == ORIENTATION2_CCW;
-    };
-    const Triangle2* pN = pT->getOppositeTriangle(i);
-    return isInside(pT, i) || (pN && isInside(pN, indexOfNeighbour(pN, pT)));
-}
-
-bool isCorner(const Triangle2* pT, const Point2& point) {
-    return point == *pT->getCorner(0) || point == *pT->getCorner(1) || point == *pT->getCorner(2);
-}
-
-/// The unit in the last place of a number of any magnitude; of 0, that of the extent of what is around it.
-double getUnit(double value, double extent) {
-    int exponent;
-    const double mantissa = std::frexp(value == 0.0 ? extent : value, &exponent);
-    return std::ldexp(getUlp(mantissa), exponent);
-}
-
-/// Finds a point in the middle of an edge that the numbers can express: exactly on it, or else so near that nothing is in
-/// between.
-bool computeCenterWithoutConflict(GeomTest* pGeomTest, Triangle2* pT, int edgeIndex, Point2& splitPoint) {
-    const Point2 *pSrc = pT->getCorner(incIndexBy1(edgeIndex)), *pTrg = pT->getCorner(incIndexBy2(edgeIndex));
-    const Point2 middle = centerWithShift(*pSrc, *pTrg);
-    const double extent = std::max(std::abs(pTrg->x() - pSrc->x()), std::abs(pTrg->y() - pSrc->y()));
-    const double ulpX = getUnit(middle.x(), extent), ulpY = getUnit(middle.y(), extent);
-    const auto shifted = [&](int i, int j) { return Point2(middle.x() + i * ulpX, middle.y() + j * ulpY, middle.z()); };
-    const auto take = [&](const Point2& candidate, bool bTake) {
-        if (bTake) splitPoint = candidate;
-        return bTake;
-    };
-    const auto isOnEdge = [&](const Point2& candidate) {
-        return pGeomTest->getOrientation2(pSrc, pTrg, &candidate) == ORIENTATION2_COLLINEAR &&
-               approxHasOn(*pSrc, *pTrg, candidate);
-    };
-    for (const auto& [i, j] : {std::pair(0, 0), std::pair(0, 1), std::pair(1, 0), std::pair(1, 1)}) {
-        const Point2 candidate = shifted(i, j);
-        if (take(candidate, isOnEdge(candidate))) return true;
-    }
-    for (int k = 0; k <= 4; ++k) {
-        for (const int i : {0, k, -k}) {
-            for (const int j : {0, k, -k}) {
-                const Point2 candidate = shifted(i, j);
-                const bool bFits =
-                    isVisible(*pGeomTest, pT, edgeIndex, candidate) && !isOffSegment(*pSrc, *pTrg, candidate);
-                if (take(candidate, bFits)) return true;
-            }
-        }
-    }
-    return false;
-}
-
-/// The same for a segment that is in the way; warns where there is no point that is different from the ends.
-bool findSplitPoint(GeomTest& geomTest, Triangle2* pT, int edgeIndex, Point2& splitPoint) {
-    if (!computeCenterWithoutConflict(&geomTest, pT, edgeIndex, splitPoint)) {
-        warning("Dt2::tryRefine()", "no appropriate splitPoint in double precision arithmetic for a triangle");
-        return false;
-    }
-    if (!isCorner(pT, splitPoint)) return true;
-    warning("Dt2::tryRefine()", "Double precision arithmetic does not allow to split a segment further, giving up");
-    Note lengths("Dt2::tryRefine()");
-    for (int i = 0; i < 3; ++i) {
-        lengths << "EdgeLen2D(" << i << "): " << std::sqrt(pT->getSquaredEdgeLength2D(i)) << "\n";
-    }
-    return false;
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Quality
-
-/// Whether the segment in the way to a Steiner point, if there is one, has a point to split it at.
-bool canBeSplit(const RefCand3& candidate, GeomTest& geomTest) {
-    Triangle2* pT = nullptr;
-    int index = -1;
-    candidate.getContainingTriangleAndIndex(pT, index);
-    Point2 splitPoint;
-    return index < 0 || (computeCenterWithoutConflict(&geomTest, pT, index, splitPoint) && !isCorner(pT, splitPoint));
-}
-
-/// The triangles that miss one limit, by the reasons to leave them as they are.
-class LimitReport {
-  public:
-    LimitReport(const char* limit, bool bForAngle) : limit_(limit), bForAngle_(bForAngle) {}
-
-    void miss(RefCand3& candidate, MeshGenParams* pParams, GeomTest& geomTest) {
-        const char* excuse = candidate.getExcuse(pParams, bForAngle_);
-        if (!excuse && !canBeSplit(candidate, geomTest))
-            excuse = "centre behind a segment that the numbers cannot split";
-        ++mExcuses_[excuse ? excuse : UNEXPLAINED];
-        ++numMissing_;
-    }
-    void print(Note& report) const {
-        report << "  " << limit_ << ": missed by " << numMissing_ << "\n";
-        for (const auto& [excuse, count] : mExcuses_) report << "    " << count << " " << excuse << "\n";
-    }
-    bool isExplained() const { return mExcuses_.count(UNEXPLAINED) == 0; }
-
-  private:
-    static constexpr const char* UNEXPLAINED = "WITHOUT A REASON";
-
-    const char* limit_;
-    bool bForAngle_;
-    size_t numMissing_ = 0;
-    std::map<std::string, size_t> mExcuses_;
-};
 
 }  // namespace
 
@@ -502,53 +381,6 @@ void Dt2::insertVertexForRefinement(Point2*& pVertex, Triangle2* pContainingTria
         }
         pT = pT->getOppositeTriangle(incIndexBy1(i));
     } while (pT != pFirst);
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Quality
-
-bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name) {
-    if (mZones_.count(pZone) == 0) {
-        warning("Dt2::checkZoneQuality()", "The zone does not belong to the triangulation, return");
-        return false;
-    }
-    MyLocalParams defaults(nullptr);
-    const bool bLastZone = pLastParams_ && pLastParams_->pZone == pZone;
-    MeshGenParams* pParams = bLastZone ? pLastParams_.get() : &defaults;
-    pParams->minAngleDegree = minAngleDegree;
-    std::unique_ptr<GuideSurface> pOfOtherZone;
-    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
-    LimitReport angle("smallest angle", true), length("longest edge", false), area("area", false),
-        growth("growth", false);
-    std::vector<Triangle2*> vTriangles;
-    pZone->getTriangles(vTriangles);
-    zoneMagnitude_ = getLargestCoordinate(vTriangles);
-    const double magnitude = geomTest_.getMaxAbsCoord();  // centres may be far beyond
-    double smallestAngle = 180.0;
-    for (Triangle2* pT : vTriangles) {
-        RefCand3 candidate(this, pT);
-        candidate.init();
-        candidate.computeMinMax();
-        smallestAngle = std::min(smallestAngle, candidate.getMinAngle());
-        if (candidate.getMinAngle() < minAngleDegree) angle.miss(candidate, pParams, geomTest_);
-        if (candidate.isTooLong(pParams)) length.miss(candidate, pParams, geomTest_);
-        if (candidate.isTooLarge(pParams)) area.miss(candidate, pParams, geomTest_);
-        const bool bGrown = pParams->growthFactor != std::numeric_limits<double>::max() &&
-                            candidate.needRefinementDueToGrowth(pParams->growthFactor, pParams->growthMinArea);
-        if (bGrown) growth.miss(candidate, pParams, geomTest_);
-    }
-    geomTest_.setStaticBound(magnitude);
-    Note report("Dt2::checkZoneQuality()");
-    report << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
-           << " degrees\n";
-    bool bExplained = true;
-    for (const LimitReport* pReport : {&angle, &length, &area, &growth}) {
-        pReport->print(report);
-        bExplained = bExplained && pReport->isExplained();
-    }
-    std::cout << std::flush;
-    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
-    return bExplained;
 }
 
 }  // namespace LUMO_TARO25D

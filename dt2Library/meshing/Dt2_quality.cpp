@@ -1,0 +1,101 @@
+// Whether a zone is as well meshed as it can be: the triangles that miss a limit, with the reasons to leave them.
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "meshing/GuideSurface.h"
+#include "meshing/RefCand3.h"
+#include "meshing/splitPoint.h"
+#include "support/diagnostics.h"
+#include "taro25d/MeshGenParams.h"
+#include "taro25d/Zone2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// Whether the segment in the way to a Steiner point, if there is one, has a point to split it at.
+bool canBeMended(const RefCand3& candidate, GeomTest& geomTest) {
+    Triangle2* pT = nullptr;
+    int index = -1;
+    candidate.getContainingTriangleAndIndex(pT, index);
+    return index < 0 || canBeSplit(geomTest, pT, index);
+}
+
+/// The triangles that miss one limit, by the reasons to leave them as they are.
+class LimitReport {
+  public:
+    LimitReport(const char* limit, bool bForAngle) : limit_(limit), bForAngle_(bForAngle) {}
+
+    void miss(RefCand3& candidate, MeshGenParams* pParams, GeomTest& geomTest) {
+        const char* excuse = candidate.getExcuse(pParams, bForAngle_);
+        if (!excuse && !canBeMended(candidate, geomTest))
+            excuse = "centre behind a segment that the numbers cannot split";
+        ++mExcuses_[excuse ? excuse : UNEXPLAINED];
+        ++numMissing_;
+    }
+    void print(Note& report) const {
+        report << "  " << limit_ << ": missed by " << numMissing_ << "\n";
+        for (const auto& [excuse, count] : mExcuses_) report << "    " << count << " " << excuse << "\n";
+    }
+    bool isExplained() const { return mExcuses_.count(UNEXPLAINED) == 0; }
+
+  private:
+    static constexpr const char* UNEXPLAINED = "WITHOUT A REASON";
+
+    const char* limit_;
+    bool bForAngle_;
+    size_t numMissing_ = 0;
+    std::map<std::string, size_t> mExcuses_;
+};
+
+}  // namespace
+
+bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name) {
+    if (mZones_.count(pZone) == 0) {
+        warning("Dt2::checkZoneQuality()", "The zone does not belong to the triangulation, return");
+        return false;
+    }
+    MeshGenParams defaults(nullptr);
+    const bool bLastZone = pLastParams_ && pLastParams_->pZone == pZone;
+    MeshGenParams* pParams = bLastZone ? pLastParams_.get() : &defaults;
+    pParams->minAngleDegree = minAngleDegree;
+    std::unique_ptr<GuideSurface> pOfOtherZone;
+    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
+    LimitReport angle("smallest angle", true), length("longest edge", false), area("area", false),
+        growth("growth", false);
+    std::vector<Triangle2*> vTriangles;
+    pZone->getTriangles(vTriangles);
+    zoneMagnitude_ = getLargestCoordinate(vTriangles);
+    double smallestAngle = 180.0;
+    for (Triangle2* pT : vTriangles) {
+        RefCand3 candidate(this, pT);
+        candidate.init();
+        candidate.computeMinMax();
+        smallestAngle = std::min(smallestAngle, candidate.getMinAngle());
+        if (candidate.getMinAngle() < minAngleDegree) angle.miss(candidate, pParams, geomTest_);
+        if (candidate.isTooLong(pParams)) length.miss(candidate, pParams, geomTest_);
+        if (candidate.isTooLarge(pParams)) area.miss(candidate, pParams, geomTest_);
+        const bool bGrown = pParams->growthFactor != std::numeric_limits<double>::max() &&
+                            candidate.needRefinementDueToGrowth(pParams->growthFactor, pParams->growthMinArea);
+        if (bGrown) growth.miss(candidate, pParams, geomTest_);
+    }
+    Note report("Dt2::checkZoneQuality()");
+    report << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
+           << " degrees\n";
+    bool bExplained = true;
+    for (const LimitReport* pReport : {&angle, &length, &area, &growth}) {
+        pReport->print(report);
+        bExplained = bExplained && pReport->isExplained();
+    }
+    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
+    return bExplained;
+}
+
+}  // namespace LUMO_TARO25D
