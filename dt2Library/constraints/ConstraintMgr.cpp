@@ -378,13 +378,15 @@ void ConstraintMgr::suspect(ConstraintSegment2* pCSeg) {
 }
 
 /// In rounds: a new vertex may encroach on any piece near it, and what flips leave alone there is the next round.
-void ConstraintMgr::splitEncroachedPieces() {
+void ConstraintMgr::splitEncroachedPieces(bool bNewPoints) {
     const FlagScope establishing(bEstablishing_);
     bool bEnough = true, bFirstRound = true;
     for (auto vEncroached = takeEncroachedPieces(); !vEncroached.empty(); vEncroached = takeEncroachedPieces()) {
-        // Many points may have come since the last call; later rounds meet vertices of this one.
+        // Many points may have come since the last call. Vertices of this one, which later rounds and its own pieces meet,
+        // are no input, or each piece would raise the limit for the next.
         for (ConstraintSegment2* pCSeg : vEncroached) {
-            if (bFirstRound && pCSeg->isAlive()) pDt2_->raiseHalvingQuotaForEdge(pCSeg);
+            const bool bMeetsInput = bFirstRound && (bNewPoints || pCSeg->getAge().call < numCalls_);
+            if (bMeetsInput && pCSeg->isAlive()) pDt2_->raiseHalvingQuotaForEdge(pCSeg);
         }
         bFirstRound = false;
         std::vector<ConstraintSegment2*> vHalves;

@@ -73,8 +73,9 @@ class ConstraintMgr {
     /// Remembers that a conforming piece may be an edge that is not Delaunay; nothing happens for other segments.
     void suspect(ConstraintSegment2* pCSeg);
     /// Splits conforming pieces that are edges without being Delaunay until none is left, under the limits of what was
-    /// established last.
-    void splitEncroachedPieces();
+    /// established last. With bNewPoints, points may have come next to any piece since it was established; otherwise only
+    /// next to those of earlier calls.
+    void splitEncroachedPieces(bool bNewPoints);
     ConformingPieces& getConformingPieces() { return conformingPieces_; }
 
     /// Write the alive segments of each graph to files of their own, for the library's developers.

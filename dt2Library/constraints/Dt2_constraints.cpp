@@ -85,7 +85,7 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Segment2>& vSegments, 
     if (!isStrategy(cis)) return nullptr;
     ConstraintGraph2* pGraph = bOrientedSegments ? pConstraintMgr_->createConstraint_oriented(vSegments, cis)
                                                  : pConstraintMgr_->createConstraint(vSegments, cis);
-    pConstraintMgr_->splitEncroachedPieces();
+    pConstraintMgr_->splitEncroachedPieces(false);
     return pGraph;
 }
 
@@ -96,7 +96,7 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Edge2*>& vEdges, Const
     }
     if (!isStrategy(cis)) return nullptr;
     ConstraintGraph2* pGraph = pConstraintMgr_->createConstraint(vEdges, cis, true);
-    pConstraintMgr_->splitEncroachedPieces();
+    pConstraintMgr_->splitEncroachedPieces(false);
     return pGraph;
 }
 
@@ -106,7 +106,7 @@ void Dt2::applyConstraintsAndZones() {
         return;
     }
     pConstraintMgr_->apply();
-    pConstraintMgr_->splitEncroachedPieces();
+    pConstraintMgr_->splitEncroachedPieces(true);
 }
 
 bool Dt2::isConstraintAmongSome(const Triangle2* pT, int i) const {
