@@ -422,9 +422,9 @@ class Dt2 {
 
     bool haveValidPreconditions(MeshGenParams* pParams);
     void refineMain3(MeshGenParams* pParams);
-    /// Whether the numbers allow to refine the zone, and the number of vertices that the limits ask for is allowed;
-    /// otherwise there is an error.
-    bool isAffordable(MeshGenParams* pParams);
+    /// Lists the triangles of the zone. Whether the numbers allow to refine it, and the number of vertices that the limits
+    /// ask for is allowed; otherwise there is an error.
+    bool isAffordable(MeshGenParams* pParams, std::vector<Triangle2*>& vTriangles);
     /// Inserts the grid that the parameters ask for. False, with an error, if it is refused.
     bool preMeshing(MeshGenParams* pParams);
     void getInitialRefineCandidates(MeshGenParams* pParams);

@@ -213,14 +213,13 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
     if (!haveValidPreconditions(pParams)) return;
     const GuideScope guideScope(pGuideSurface_, pParams->pHeightGuide);
     numMissingHeights_ = 0;
-    if (!isAffordable(pParams)) return;
+    std::vector<Triangle2*> vTriangles;
+    if (!isAffordable(pParams, vTriangles)) return;
     lockPieces(*pParams);
     const VertexBudget budget(*this, *pParams);
     // A grid takes regularity away, or brings it: the growth limit may be another matter afterwards.
-    if (hasGrid(*pParams) && (!preMeshing(pParams) || !isAffordable(pParams))) return;
+    if (hasGrid(*pParams) && (!preMeshing(pParams) || !isAffordable(pParams, vTriangles))) return;
     pLastParams_ = copyLimits(*pParams);
-    std::vector<Triangle2*> vTriangles;
-    pParams->pZone->getTriangles(vTriangles);
     zoneMagnitude_ = getLargestCoordinate(vTriangles);
 
     TARO_ASSERT_TEXT(pmmAng2RC_ == nullptr, "pmmAng2RC==__null");
@@ -252,8 +251,8 @@ void Dt2::refineMain3(MeshGenParams* pParams) {
     if (bStopped) warning("Dt2::refineMain2()", "as many new vertices as maxNumVertices allows, refinement stops");
 }
 
-bool Dt2::isAffordable(MeshGenParams* pParams) {
-    std::vector<Triangle2*> vTriangles;
+bool Dt2::isAffordable(MeshGenParams* pParams, std::vector<Triangle2*>& vTriangles) {
+    vTriangles.clear();
     pParams->pZone->getTriangles(vTriangles);
     if (!haveSquares(vTriangles)) {
         error("Dt2::refineMain2()", "coordinates whose distances cannot be squared in double precision, return");

@@ -25,6 +25,7 @@
 #include "meshing/RefCand3.h"
 #include "support/diagnostics.h"
 #include "taro25d/MeshGenParams.h"
+#include "taro25d/Vector2.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -34,17 +35,10 @@ namespace {
 constexpr double NO_LIMIT = std::numeric_limits<double>::max();
 constexpr double MAX_CASCADING_GROWTH = 1.7;
 
-double getArea(const Triangle2* pT) { return getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)); }
-
-/// The area in x-y that a vertex has to itself under the limits of length and area. Where these depend on the place, the
-/// largest one counts: a few large triangles do not tell how large the parts with the others are.
-double getAreaOfVertex(MeshGenParams* pParams, const std::vector<Triangle2*>& vZone) {
-    double maxLength = 0.0, maxArea = 0.0;
-    for (Triangle2* pT : vZone) {
-        maxLength = std::max(maxLength, usableLimit(pParams->getMaxEdgeLength(pT)));
-        maxArea = std::max(maxArea, usableLimit(pParams->getMaxTriangleArea(pT)));
-    }
-    return std::min(maxLength * maxLength, 2.0 * maxArea);
+double getPlanarArea(const Triangle2* pT) {
+    const Vector2 u = getVector2D(*pT->getCorner(0), *pT->getCorner(1)),
+                  v = getVector2D(*pT->getCorner(0), *pT->getCorner(2));
+    return 0.5 * (u.x() * v.y() - u.y() * v.x());
 }
 
 /// Whether the growth limit will be passed on from neighbour to neighbour, once any triangle is refined.
@@ -82,18 +76,22 @@ bool mayInsert(double numVertices, const MeshGenParams& params) {
 }
 
 double estimateNewVertices(Dt2* pDt2, MeshGenParams* pParams, const std::vector<Triangle2*>& vZone) {
-    double areaOfVertex = getAreaOfVertex(pParams, vZone);
-    // Half of what was measured.
-    if (isCascading(pDt2, pParams, vZone)) areaOfVertex = std::min(areaOfVertex, 4.0 * pParams->growthMinArea);
-    double zoneArea = 0.0, numByLimits = 0.0;
-    for (const Triangle2* pT : vZone) {
-        const double area = getArea(pT);
-        zoneArea += area;
-        // The triangle itself counts for half a vertex that is there.
-        if (area > 0.0) numByLimits += std::max(0.0, area / areaOfVertex - 0.5);
+    // Where limits depend on the place, the largest ones count: a few large triangles do not tell how large the parts with
+    // the others are.
+    double area = 0.0, maxLength = 0.0, maxArea = 0.0;
+    for (Triangle2* pT : vZone) {
+        area += getPlanarArea(pT);
+        maxLength = std::max(maxLength, usableLimit(pParams->getMaxEdgeLength(pT)));
+        maxArea = std::max(maxArea, usableLimit(pParams->getMaxTriangleArea(pT)));
     }
-    if (!hasGrid(*pParams) || !(zoneArea > 0.0)) return numByLimits;
-    return std::max(numByLimits, zoneArea / pParams->gridLength / pParams->gridLength);
+    if (!(area > 0.0)) return 0.0;
+    double areaOfVertex = std::min(maxLength * maxLength, 2.0 * maxArea);
+    // Half of what was measured.
+    if (isCascading(pDt2, pParams, vZone)) areaOfVertex = std::min(areaOfVertex, 4.0 * std::max(0.0, pParams->growthMinArea));
+    // Two triangles count for a vertex that is there.
+    const double numByLimits = std::max(0.0, area / areaOfVertex - 0.5 * static_cast<double>(vZone.size()));
+    if (!hasGrid(*pParams)) return numByLimits;
+    return std::max(numByLimits, area / pParams->gridLength / pParams->gridLength);
 }
 
 }  // namespace LUMO_TARO25D
