@@ -198,9 +198,11 @@ TEST(GridMeshing, CostsWhatTheZoneIsLarge) {
     corridor.pMesh->refineAdvanced(&params);
     EXPECT_GT(corridor.pMesh->numberOfPoints(), 45000u);
     EXPECT_LT(corridor.pMesh->numberOfPoints(), 80000u);
-    // Some 14000 pieces: each split of one that comes first would see all that are to come.
-    EXPECT_FALSE(vSides[0]->isAlive());
-    EXPECT_LE(getDepth(vSides[0]), 16u);
+    // A long side has some 14000 pieces. If one end came first, each split would see all vertices that are to come.
+    size_t depth = 0;
+    for (ConstraintSegment2* pSide : vSides) depth = std::max(depth, getDepth(pSide));
+    EXPECT_GE(depth, 13u);
+    EXPECT_LE(depth, 25u);
 }
 
 TEST(GridMeshing, KeepsPointsApartThatNumbersDoNot) {

@@ -87,7 +87,8 @@ double estimateNewVertices(Dt2* pDt2, MeshGenParams* pParams, const std::vector<
     if (!(area > 0.0)) return 0.0;
     double areaOfVertex = std::min(maxLength * maxLength, 2.0 * maxArea);
     // Half of what was measured.
-    if (isCascading(pDt2, pParams, vZone)) areaOfVertex = std::min(areaOfVertex, 4.0 * std::max(0.0, pParams->growthMinArea));
+    if (isCascading(pDt2, pParams, vZone))
+        areaOfVertex = std::min(areaOfVertex, 4.0 * std::max(0.0, pParams->growthMinArea));
     // Two triangles count for a vertex that is there.
     const double numByLimits = std::max(0.0, area / areaOfVertex - 0.5 * static_cast<double>(vZone.size()));
     if (!hasGrid(*pParams)) return numByLimits;
