@@ -17,7 +17,6 @@
 #include "meshing/MeshEstimate.h"
 
 #include <algorithm>
-#include <limits>
 #include <sstream>
 
 #include "mesh/Dt2.h"
@@ -32,7 +31,6 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr double NO_LIMIT = std::numeric_limits<double>::max();
 constexpr double MAX_CASCADING_GROWTH = 1.7;
 
 double getPlanarArea(const Triangle2* pT) {
