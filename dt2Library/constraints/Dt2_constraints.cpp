@@ -53,10 +53,10 @@ bool isEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
 bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
     constexpr double FEW_ULP = 8.0 * std::numeric_limits<double>::epsilon();
     const auto isNext = [](double a, double b) { return std::abs(a - b) <= FEW_ULP * std::abs(b); };
-    const auto isNextTo = [&](const Point2* pEnd) {
+    const auto isNearly = [&](const Point2* pEnd) {
         return isNext(pEnd->x(), point.x()) && isNext(pEnd->y(), point.y());
     };
-    return isNextTo(pCSeg->getSrc()) || isNextTo(pCSeg->getTrg());
+    return isNearly(pCSeg->getSrc()) || isNearly(pCSeg->getTrg());
 }
 
 /// Any integer can be cast to a strategy. Said in the name of what would meet it later.
