@@ -109,10 +109,10 @@ TEST_F(LineMesh, SplitsMakeATreeOfTwoChildrenEach) {
     EXPECT_TRUE(second.isOriented());
 
     for (const auto& [from, to, split] : {std::array{3, 9, 6}, {6, 9, 8}, {3, 6, 4}, {4, 6, 5}}) {
-        EXPECT_TRUE(segment(from, to)->split_combinatorialOnly(at(split)));
+        ConstraintSegment2* pParent = segment(from, to);
+        EXPECT_TRUE(pParent->split_combinatorialOnly(at(split)));
         EXPECT_TRUE(managerOf(mesh).isConstraintVertex(at(split)));
-        EXPECT_TRUE(
-            contains(printedByFailing([&] { segment(from, to)->split_combinatorialOnly(at(7)); }), "isAlive()"));
+        EXPECT_TRUE(contains(printedByFailing([&] { pParent->split_combinatorialOnly(at(7)); }), "isAlive()"));
     }
     CSegVector vLeaves;
     pRoot->getChildrenRec(vLeaves);

@@ -58,6 +58,6 @@ int main() {
 }
 
 // It prints:
-//   624 triangles, 7950 m2
+//   620 triangles, 7950 m2
 //   no angle below 25 degrees: yes
 //   no edge longer than 8 m: yes
