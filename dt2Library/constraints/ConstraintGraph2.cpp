@@ -85,7 +85,10 @@ class Incidence {
 // ---------------------------------------------------------------------------------------------------------------------
 // Construction
 
-class ConstraintGraph2::ReverseMap : public PointerMap<bool> {};
+class ConstraintGraph2::ReverseMap : public PointerMap<bool> {
+  public:
+    std::vector<bool> vPasses;  // of the original segments, where one comes in both directions
+};
 
 ConstraintGraph2::~ConstraintGraph2() = default;
 
@@ -286,6 +289,34 @@ void ConstraintGraph2::getOriginalConstraintSegments(std::vector<ConstraintSegme
 
 void ConstraintGraph2::getChildConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
     for (ConstraintSegment2* pCSeg : vCSegParents_) appendAlivePieces(pCSeg, vCSegs);
+}
+
+void ConstraintGraph2::setPasses(const std::vector<bool>& vReverse) {
+    TARO_ASSERT(vReverse.size() == vCSegParents_.size());
+    pReverse_->vPasses = vReverse;
+}
+
+/// Each segment by itself, from its own beginning on: where constraints have been bent to near vertices, segments may share
+/// a piece that they pass in different directions.
+void ConstraintGraph2::getDirectedPieces(std::vector<std::pair<Point2*, Point2*>>& vPieces) const {
+    std::vector<ConstraintSegment2*> vStack;
+    for (size_t k = 0; k < vCSegParents_.size(); ++k) {
+        ConstraintSegment2* pOriginal = vCSegParents_[k];
+        const bool bReverse = pReverse_->vPasses.empty() ? isReverse(pOriginal) : pReverse_->vPasses[k];
+        Point2* pAt = bReverse ? pOriginal->getTrg() : pOriginal->getSrc();
+        for (vStack.push_back(pOriginal); !vStack.empty();) {
+            ConstraintSegment2* pCSeg = vStack.back();
+            vStack.pop_back();
+            if (pCSeg->isAlive()) {
+                vPieces.emplace_back(pAt, getOtherEnd(pCSeg, pAt));
+                pAt = vPieces.back().second;
+                continue;
+            }
+            ConstraintSegment2 *pFirst = nullptr, *pSecond = nullptr;
+            getChildrenFrom(pAt, pCSeg, pFirst, pSecond);
+            vStack.insert(vStack.end(), {pSecond, pFirst});
+        }
+    }
 }
 
 void ConstraintGraph2::updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager) {

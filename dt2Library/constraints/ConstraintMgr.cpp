@@ -242,12 +242,18 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Seg
         const VertexPair key = makeKey(p0, p1);
         vReverse.emplace_back(key, p0 != key.first);
     }
-    // Of a segment that comes in both directions the first one counts.
+    std::vector<bool> vPasses;
+    for (const auto& [p0, p1] : vPairs) {
+        if (p0 != p1) vPasses.push_back(p0 != makeKey(p0, p1).first);
+    }
+    // Of a segment that comes in both directions the first one counts, but the passes are known to the graph.
     std::stable_sort(vReverse.begin(), vReverse.end(),
                      [](const Entry& a, const Entry& b) { return a.first < b.first; });
     const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
     vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, mPPReverse, cis));
     ConstraintGraph2* pGraph = vGraphs_.back().get();
+    const auto isBothWays = [](const Entry& a, const Entry& b) { return a.first == b.first && a.second != b.second; };
+    if (std::adjacent_find(vReverse.begin(), vReverse.end(), isBothWays) != vReverse.end()) pGraph->setPasses(vPasses);
     establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
     return pGraph;
 }

@@ -398,6 +398,8 @@ class Dt2 {
     bool areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const;
     bool areOwn(const std::vector<Triangle2*>& vTriangles) const;
     Zone2* registerZone(std::unique_ptr<Zone2> pZone);
+    /// Inside or outside graphs; warns of those that cross themselves.
+    Zone2* createZoneAlong(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose);
 
     // ---- Dt2_cut.cpp ------------------------------------------------------------------------------------------------
 

@@ -338,18 +338,19 @@ bool Dt2::splitSegmentInTheWay(RefCand3* pRC, const std::vector<ConstraintGraph2
     if (!findSplitPoint(geomTest_, pT, index, splitPoint)) return false;
 
     const auto isOwner = [pCSeg](ConstraintGraph2* pGraph) { return pGraph->isConstraint(pCSeg); };
-    const auto owner = std::find_if(vZoneGraphs.begin(), vZoneGraphs.end(), isOwner);
-    const bool bBorder = owner != vZoneGraphs.end();
-    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
-    // In the direction of the zone's graph, or in one that does not depend on addresses.
-    if (bBorder ? (*owner)->isReverse(pCSeg) : *pTrg < *pSrc) std::swap(pSrc, pTrg);
+    const bool bBorder = std::any_of(vZoneGraphs.begin(), vZoneGraphs.end(), isOwner);
+    // The triangle is in the zone, so the zone is on the left.
+    Point2 *pSrc = pT->getCorner(incIndexBy1(index)), *pTrg = pT->getCorner(incIndexBy2(index));
+    // Elsewhere any direction will do that does not depend on where the candidate is.
+    if (!bBorder && *pTrg < *pSrc) std::swap(pSrc, pTrg);
 
     pLastVtx_ = pSrc;  // the split is near
     Point2* pInsertedVertex = pCSeg->insertAndSplit(splitPoint);
     TARO_ASSERT_TEXT(pInsertedVertex != nullptr, "pInsertedVertex!=__null");
     pInnerVtxMgr_->removePreviouslyInsertedVertices(pInsertedVertex, sqDistance2D(*pInsertedVertex, *pSrc), this);
     addRefCandsInsideZone(pSrc, pTrg, pInsertedVertex);
-    // A segment that does not bound the zone has it on both sides.
+    // A segment that does not bound the zone has it on both sides. (So has a border that the zone passes twice; what is
+    // on its other side waits for the next pass.)
     if (!bBorder) addRefCandsInsideZone(pTrg, pSrc, pInsertedVertex);
     return true;
 }

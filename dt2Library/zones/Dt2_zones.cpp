@@ -14,6 +14,7 @@
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 #include "zones/ConnectedComponent.h"
+#include "zones/WindingNumbers.h"
 
 namespace LUMO_TARO25D {
 
@@ -87,6 +88,12 @@ bool appendSeeds(const ConnectedComponent& component, GeomTest& geomTest, std::v
     return !vParts.empty();
 }
 
+bool doesCrossItself(const ConstraintGraph2* pGraph) {
+    std::vector<DirectedEdge> vPieces;
+    pGraph->getDirectedPieces(vPieces);
+    return WindingNumbers(vPieces).doCross();
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -125,7 +132,7 @@ Zone2* Dt2::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVer
     if (!canHaveZones(bVerbose)) return nullptr;
     if (isWithoutGraph(zoneLoc)) return registerZone(std::make_unique<Zone2>(this, zoneLoc));
     if (!areUsable({pGraph}, true, bVerbose)) return nullptr;
-    return registerZone(std::make_unique<Zone2>(this, zoneLoc, std::vector<ConstraintGraph2*>{pGraph}));
+    return createZoneAlong({pGraph}, zoneLoc, bVerbose);
 }
 
 Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
@@ -133,6 +140,13 @@ Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocati
     if (zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE) return refuseLocation(bVerbose, "ZL_INSIDE and ZL_OUTSIDE");
     if (vGraphs.empty()) return refuse(bVerbose, "There is no constraint graph, returning NULL");
     if (!areUsable(vGraphs, true, bVerbose)) return nullptr;
+    return createZoneAlong(vGraphs, zoneLoc, bVerbose);
+}
+
+Zone2* Dt2::createZoneAlong(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
+    if (bVerbose && std::any_of(vGraphs.begin(), vGraphs.end(), doesCrossItself)) {
+        warning("Dt2::createZone(..)", "the polygon crosses itself");
+    }
     return registerZone(std::make_unique<Zone2>(this, zoneLoc, vGraphs));
 }
 
@@ -157,7 +171,7 @@ Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, b
         return refuse(bVerbose, "An edge has no triangle, returning NULL");
     }
     ConstraintGraph2* pGraph = pConstraintMgr_->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
-    return registerZone(std::make_unique<Zone2>(this, zoneLoc, std::vector<ConstraintGraph2*>{pGraph}));
+    return createZoneAlong({pGraph}, zoneLoc, bVerbose);
 }
 
 Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose) {

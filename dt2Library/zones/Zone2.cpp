@@ -1,9 +1,9 @@
 // Zones: from the rule to the triangles, and what can be asked about them.
 //
-// A zone inside or outside graphs begins with the triangles along them: on the left of each piece of a graph as it runs
-// (a polygon runs counterclockwise, a border made for a zone has the zone on its left), or on the right for the outside.
-// What a graph passes both ways bounds nothing. From there it spreads over all edges that are no piece of one of its
-// graphs. The triangles reached are the queue of the breadth-first search and its result at once; marks are bits by address
+// A zone inside or outside graphs begins with the triangles along them that are there: inside is where the winding number
+// of a graph is not 0, however often and in whatever direction its rings pass something. A graph that makes no rings has
+// its inside on its left, and what it passes both ways bounds nothing. From there the zone spreads over all edges that are
+// no piece of one of its graphs. The triangles reached are the queue of the breadth-first search and its result at once; marks are bits by address
 // and the pieces a flat hash table, since the records have no room for flags. Linear in the triangles reached.
 
 #include "taro25d/Zone2.h"
@@ -26,37 +26,13 @@
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer2.h"
 #include "zones/ConnectedComponent.h"
+#include "zones/WindingNumbers.h"
 
 namespace LUMO_TARO25D {
 
 namespace {
 
 using TriangleVector = std::vector<Triangle2*>;
-
-/// The alive pieces of a graph, segment by segment and each in the direction in which its segment runs: where constraints
-/// have been bent to near vertices, segments may share a piece that they pass in different directions.
-void getDirectedPieces(const ConstraintGraph2& graph, std::vector<DirectedEdge>& vPieces) {
-    std::vector<ConstraintSegment2*> vOriginals, vStack;
-    graph.getOriginalConstraintSegments(vOriginals);
-    for (ConstraintSegment2* pOriginal : vOriginals) {
-        Point2* pAt = graph.isReverse(pOriginal) ? pOriginal->getTrg() : pOriginal->getSrc();
-        for (vStack.push_back(pOriginal); !vStack.empty();) {
-            ConstraintSegment2* pCSeg = vStack.back();
-            vStack.pop_back();
-            if (pCSeg->isAlive()) {
-                vPieces.emplace_back(pAt, pAt == pCSeg->getSrc() ? pCSeg->getTrg() : pCSeg->getSrc());
-                pAt = vPieces.back().second;
-                continue;
-            }
-            ConstraintSegment2 *pFirst = nullptr, *pSecond = nullptr;
-            Point2* pSplit = nullptr;
-            pCSeg->getChildrenAndSplitPoint(pFirst, pSecond, pSplit);
-            TARO_ASSERT_TEXT(pFirst && pSecond, "pKid0!=__null && pKid1!=__null");
-            if (pSecond->getSrc() == pAt || pSecond->getTrg() == pAt) std::swap(pFirst, pSecond);
-            vStack.insert(vStack.end(), {pSecond, pFirst});
-        }
-    }
-}
 
 /// Merges two sorted lists into one.
 TriangleVector merge(ZoneLocation zoneLoc, const TriangleVector& vFirst, const TriangleVector& vSecond) {
@@ -178,16 +154,21 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
         error("Zone2::initWorkspace", "Wrong zoneLocation");
         return;
     }
-    std::vector<DirectedEdge> vPieces;
     for (const ConstraintGraph2* pGraph : vGraphs_) {
-        std::vector<DirectedEdge> vOfGraph;
-        getDirectedPieces(*pGraph, vOfGraph);
-        dropWaysBack(vOfGraph);
-        vPieces.insert(vPieces.end(), vOfGraph.begin(), vOfGraph.end());
-    }
-    for (const auto& [pSrc, pTrg] : vPieces) {
-        Triangle2* pT = bInside ? pDt2_->getAdjacentTriangle(pSrc, pTrg) : pDt2_->getAdjacentTriangle(pTrg, pSrc);
-        if (pT) vSeedTriangles.push_back(pT);  // none beyond the hull, and at a piece that is not established
+        std::vector<DirectedEdge> vPieces;
+        pGraph->getDirectedPieces(vPieces);
+        const WindingNumbers windings(vPieces);
+        const bool bClosed = windings.areClosed();
+        if (!bClosed) dropWaysBack(vPieces);
+        const auto beginAlong = [&](Point2* pSrc, Point2* pTrg, bool bLeft) {
+            if ((bClosed ? windings.getLeftOf(pSrc, pTrg) != 0 : bLeft) != bInside) return;
+            Triangle2* pT = pDt2_->getAdjacentTriangle(pSrc, pTrg);
+            if (pT) vSeedTriangles.push_back(pT);  // none beyond the hull, and at a piece that is not established
+        };
+        for (const auto& [pSrc, pTrg] : vPieces) {
+            beginAlong(pSrc, pTrg, true);
+            beginAlong(pTrg, pSrc, false);
+        }
     }
 }
 

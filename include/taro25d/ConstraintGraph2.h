@@ -74,6 +74,13 @@ class TARO25D_API ConstraintGraph2 {
     /// that is no polygon.
     void getPolygonVertices(std::vector<Point2*>& vVertices) const;
 
+    /// For the engine: whether the graph runs from target to source, for each of its original segments in order. Needed
+    /// where one of them comes in both directions.
+    TARO25D_HIDDEN void setPasses(const std::vector<bool>& vReverse);
+    /// For the engine: appends the ends of the alive pieces, in the order and direction in which the graph passes them. A
+    /// piece comes as often as it is passed.
+    TARO25D_HIDDEN void getDirectedPieces(std::vector<std::pair<Point2*, Point2*>>& vPieces) const;
+
     /// For the engine: tells the graph that one of its segments was split; bUpdateManager is true for the first owner
     /// only.
     void updateSplittedConstraintSegment(ConstraintSegment2* pParentCSeg, bool bUpdateManager);

@@ -230,9 +230,10 @@ class TARO25D_API Taro_2D {
     /// @{
 
     /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all triangles
-    /// (ZL_GLOBAL, graph null). Inside is within a polygon, and on the left of a graph that is none. Any other
-    /// location gives an empty zone: it has no seed, or no operands. One that is no location at all is an error, each
-    /// time the zone is asked for triangles.
+    /// (ZL_GLOBAL, graph null). Inside is where the winding number of the graph's rings is not 0, whatever their
+    /// direction; rings that cross themselves get the warning "the polygon crosses itself" if bVerbose. A graph that makes
+    /// no rings has its inside on its left. Any other location gives an empty zone: it has no seed, or no operands. One
+    /// that is no location at all is an error, each time the zone is asked for triangles.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
     /// The same for several graphs, ZL_INSIDE or ZL_OUTSIDE only. The zone starts along all of them on that side and
     /// ends at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; what is between
@@ -248,8 +249,8 @@ class TARO25D_API Taro_2D {
     /// The same for several graphs; an empty list lets it grow over everything.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
                       bool bVerbose = true);
-    /// What lies on the left of edges and is bounded by them (ZL_BOUNDED only); inside, either way round, if they are
-    /// one polygon. They become constraints; only their coordinates count, so they may come from another triangulation.
+    /// What is inside edges that make rings, or on the left of edges that do not, and is bounded by them (ZL_BOUNDED only).
+    /// They become constraints; only their coordinates count, so they may come from another triangulation.
     /// An edge without a triangle gives null.
     Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
     /// Exactly these triangles, as a zone of location ZL_GROW; the border becomes a constraint. Null and repeated

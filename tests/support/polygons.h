@@ -110,26 +110,32 @@ inline double getArea(const PointVector& vCorners) {
     return sum / 2;
 }
 
-/// Whether the barycentre of a triangle is inside: exact, for one that is on no side.
-inline bool isInside(const SegmentVector& vSides, const LUMO_TARO25D::Triangle2& t) {
+/// How often directed sides wind counterclockwise around the barycentre of a triangle: exact, for one that is on no side.
+inline int getWindingNumber(const SegmentVector& vSides, const LUMO_TARO25D::Triangle2& t) {
     using Rational = mpq_class;
     const auto &a = *t.getCorner(0), &b = *t.getCorner(1), &c = *t.getCorner(2);
     const auto [minY, maxY] = std::minmax({a.y(), b.y(), c.y()});
     const double maxX = std::max({a.x(), b.x(), c.x()}), minX = std::min({a.x(), b.x(), c.x()});
     const Rational x3 = Rational(a.x()) + b.x() + c.x(), y3 = Rational(a.y()) + b.y() + c.y();
-    bool bInside = false;
+    int winding = 0;
     for (const auto& side : vSides) {
         const auto &p = side.getSrc(), &q = side.getTrg();
         if (std::max(p.y(), q.y()) < minY || std::min(p.y(), q.y()) > maxY || std::max(p.x(), q.x()) < minX) continue;
         const bool bUp = 3 * Rational(p.y()) <= y3;
         if (bUp == (3 * Rational(q.y()) <= y3)) continue;
+        const int passage = bUp ? 1 : -1;
         if (std::min(p.x(), q.x()) > maxX) {
-            bInside = !bInside;
+            winding += passage;
             continue;
         }
         const Rational det = (Rational(q.x()) - p.x()) * (y3 - 3 * Rational(p.y())) -
                              (Rational(q.y()) - p.y()) * (x3 - 3 * Rational(p.x()));
-        if (sgn(det) == (bUp ? 1 : -1)) bInside = !bInside;
+        if (sgn(det) == passage) winding += passage;
     }
-    return bInside;
+    return winding;
+}
+
+/// Whether the barycentre is inside by the even-odd rule, which does not ask for directions.
+inline bool isInside(const SegmentVector& vSides, const LUMO_TARO25D::Triangle2& t) {
+    return getWindingNumber(vSides, t) % 2 != 0;
 }
