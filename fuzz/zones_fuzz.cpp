@@ -214,38 +214,62 @@ class Run {
     /// How often a graph passes edges, from the first vertex to the second; way back counts as -1.
     using Ways = std::map<std::pair<Point2*, Point2*>, int>;
 
-    static void addWays(ConstraintSegment2* pCSeg, Point2* pFrom, int way, Ways& mWays) {
-        Point2* pTo = pCSeg->getSrc() == pFrom ? pCSeg->getTrg() : pCSeg->getSrc();
-        if (pCSeg->isAlive()) {
-            mWays[{pFrom, pTo}] += way;
-            mWays[{pTo, pFrom}] -= way;
-            return;
-        }
-        ConstraintSegment2 *pFirst = nullptr, *pSecond = nullptr;
-        Point2* pSplit = nullptr;
-        pCSeg->getChildrenAndSplitPoint(pFirst, pSecond, pSplit);
-        if (!pSplit) return;
-        if (pFirst->getSrc() != pFrom && pFirst->getTrg() != pFrom) std::swap(pFirst, pSecond);
-        addWays(pFirst, pFrom, way, mWays);
-        addWays(pSecond, pSplit, way, mWays);
-    }
-
     static Ways countWays(const ConstraintGraph2& graph) {
         Ways mWays;
-        std::vector<ConstraintSegment2*> vOriginals;
-        graph.getOriginalConstraintSegments(vOriginals);
-        for (ConstraintSegment2* pOriginal : vOriginals) {
-            addWays(pOriginal, pOriginal->getSrc(), graph.isReverse(pOriginal) ? -1 : 1, mWays);
+        std::vector<std::pair<Point2*, Point2*>> vPieces;
+        graph.getDirectedPieces(vPieces);
+        for (const auto& [pFrom, pTo] : vPieces) {
+            ++mWays[{pFrom, pTo}];
+            --mWays[{pTo, pFrom}];
         }
         return mWays;
+    }
+
+    /// Whether as many pieces end at each vertex as begin there, so that the graph is made of rings.
+    static bool isMadeOfRings(const Ways& mWays) {
+        std::map<Point2*, int> mBalance;
+        for (const auto& [edge, numWays] : mWays) mBalance[edge.first] += numWays;
+        return std::all_of(mBalance.begin(), mBalance.end(), [](const auto& entry) { return entry.second == 0; });
+    }
+
+    /// How often the rings wind around each triangle, by a walk over all of them from the hull.
+    std::map<Triangle2*, int> getWindings(const Ways& mWays) const {
+        const auto numWays = [&](const Triangle2* pT, int i) {
+            const auto it = mWays.find({pT->getCorner((i + 1) % 3), pT->getCorner((i + 2) % 3)});
+            return it == mWays.end() ? 0 : it->second;
+        };
+        std::map<Triangle2*, int> mWindings;
+        std::vector<Triangle2*> vStack;
+        const auto reach = [&](Triangle2* pT, int winding) {
+            if (mWindings.emplace(pT, winding).second) vStack.push_back(pT);
+        };
+        for (Triangle2* pT : all()) {
+            for (int i = 0; i < 3 && vStack.empty(); ++i) {
+                if (!pT->getOppositeTriangle(i)) reach(pT, numWays(pT, i));
+            }
+        }
+        while (!vStack.empty()) {
+            Triangle2* pT = vStack.back();
+            vStack.pop_back();
+            for (int i = 0; i < 3; ++i) {
+                if (Triangle2* pN = pT->getOppositeTriangle(i)) reach(pN, mWindings[pT] - numWays(pT, i));
+            }
+        }
+        return mWindings;
     }
 
     TriangleSet along(const Graphs& vGraphs, bool bInside) const {
         TriangleSet sSeeds;
         for (const ConstraintGraph2* pGraph : vGraphs) {
-            for (const auto& [edge, numWays] : countWays(*pGraph)) {
-                if (bInside ? numWays <= 0 : numWays >= 0) continue;
-                if (Triangle2* pT = mesh_.getAdjacentTriangle(edge.first, edge.second)) sSeeds.insert(pT);
+            const Ways mWays = countWays(*pGraph);
+            const bool bRings = isMadeOfRings(mWays);
+            std::map<Triangle2*, int> mWindings = getWindings(mWays);
+            for (const auto& [edge, numWays] : mWays) {
+                Triangle2* pT = mesh_.getAdjacentTriangle(edge.first, edge.second);
+                if (!pT) continue;
+                const bool bIsInside = bRings ? mWindings[pT] != 0 : numWays > 0;
+                const bool bIsOutside = bRings ? mWindings[pT] == 0 : numWays < 0;
+                if (bInside ? bIsInside : bIsOutside) sSeeds.insert(pT);
             }
         }
         return grow(sSeeds, vGraphs);

@@ -286,7 +286,8 @@ inline size_t countBeside(const LUMO_TARO25D::Taro_2D& mesh) {
 }
 
 /// The edges that constrained segments must leave among points, from all pairs of them in rational numbers. Nothing if a
-/// crossing is no pair of doubles, or so near to an end that it counts as that.
+/// crossing is no pair of doubles, or so near to an end that it counts as that, and if a vertex is so near to a segment that
+/// it counts as lying on it.
 inline std::optional<std::set<Ends>> expectedEdges(const PointVector& vPoints,
                                                    const std::vector<LUMO_TARO25D::Segment2>& vSegments) {
     using LUMO_TARO25D::Point2;
@@ -316,7 +317,13 @@ inline std::optional<std::set<Ends>> expectedEdges(const PointVector& vPoints,
     }
     std::set<Ends> sEdges;
     for (const Segment2& segment : vSegments) {
-        const Ends ends = endsOf(segment.getSrc(), segment.getTrg());
+        const Point2 &src = segment.getSrc(), &trg = segment.getTrg();
+        const auto bends = [&](const XY& xy) {
+            const Point2 place(xy.first, xy.second, 0);
+            return oracleOrientation(src, trg, place) != 0 && LUMO_TARO25D::isBeside(src, trg, place);
+        };
+        if (std::any_of(sVertices.begin(), sVertices.end(), bends)) return std::nullopt;
+        const Ends ends = endsOf(src, trg);
         const XY* pPrevious = nullptr;
         for (auto it = sVertices.lower_bound(ends.first); it != sVertices.end() && *it <= ends.second; ++it) {
             if (oracleOrientation(segment.getSrc(), segment.getTrg(), Point2(it->first, it->second, 0)) != 0) continue;
