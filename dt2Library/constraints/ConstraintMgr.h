@@ -98,7 +98,7 @@ class ConstraintMgr {
     /// How many of them may move on by the last bit only, as they do where rounding makes segments cross again and again.
     size_t getCloseQuota() const;
     void setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces);
-    /// The pieces are of so many segments that clients have asked for. With a progress, counts there what is done.
+    /// The pieces belong to numSegments segments that clients have asked for. With a progress, counts pieces there.
     void establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress);
     /// Establishes a segment and all pieces that this makes of it; false if the passes do not suffice.
     bool establishPieces(ConstraintSegment2* pCSeg);

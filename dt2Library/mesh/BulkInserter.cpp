@@ -3,8 +3,8 @@
 // The points are first put into curve order, records included, so that neighbours in the plane are neighbours in memory; then
 // the middle one is inserted first and both halves after it, which keeps walks short (2.6 steps) without the long fans of
 // triangles that a straight sweep along the curve would build and flip away again. All of it takes expected linear time
-// except for the location of points from scratch, O(log n). On several threads InserterMT does the same for chunks of the
-// curve, in a box of four vertices that stand around all points meanwhile.
+// except for the location of points from scratch, O(log n). On several threads InserterMT inserts chunks of the curve
+// in this way, in a box of four vertices that stand around all points meanwhile.
 
 #include "mesh/BulkInserter.h"
 

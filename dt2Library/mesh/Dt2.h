@@ -206,9 +206,9 @@ class Dt2 {
     void newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
     /// Splits a segment of a conforming strategy, or finds that it is an edge; the pieces have to follow.
     void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
-    /// From now on so many vertices may halve conforming segments, which are forced into the mesh then.
+    /// Limits how many vertices may halve conforming segments from now on; beyond it, segments are forced into the mesh.
     void setHalvingQuota(size_t quota) { halvingQuota_ = quota; }
-    /// Adds what a conforming piece needs that crosses so many triangles that its share of the quota may not suffice.
+    /// Raises the limit where a conforming piece crosses more triangles than its share of the limit allows for.
     void raiseHalvingQuota(const ConstraintSegment2* pCSeg);
     /// The same for an edge, by the triangles that it would cross.
     void raiseHalvingQuotaForEdge(ConstraintSegment2* pCSeg);
