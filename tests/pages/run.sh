@@ -64,7 +64,7 @@ done <"$scratch/links"
 
 # The tests that a page names as its witnesses.
 while IFS=. read -r suite name; do
-    grep -q -E "^TEST(_F|_P)?\($suite, ${name/\*/[[:alpha:]]*}\)" tests/*_test.cpp || fail "no test is called $suite.$name"
+    grep -q -E "^TEST(_F|_P)?\($suite, ${name/\*/[[:alpha:]]*}\)" tests/*/*_test.cpp || fail "no test is called $suite.$name"
 done < <(tr '\140' '\n' <docs/robustness.md | grep -x -E '[A-Z][[:alpha:]]+\.([[:alpha:]]+|\*)' | sort -u)
 
 # check PROGRAM.cpp COMPILER FLAG...: each program works in a folder of its own, and writes its files there.

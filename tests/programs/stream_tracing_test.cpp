@@ -1,11 +1,11 @@
 // The streams belong to an example, not to the library, so they are compiled right here.
-#include "../examples/breaklines/streams.cpp"
+#include "breaklines/streams.cpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "../examples/breaklines/grid.cpp"
+#include "breaklines/grid.cpp"
 #include "support/generators.h"
 
 using namespace breaklines;

@@ -1,5 +1,5 @@
 // The readers belong to an example, not to the library, so they are compiled right here.
-#include "../examples/common/readers.cpp"
+#include "common/readers.cpp"
 
 #include <gtest/gtest.h>
 
