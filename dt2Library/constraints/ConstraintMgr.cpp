@@ -1,10 +1,5 @@
 // The constraint segments and graphs of one triangulation.
 //
-// Whether an edge is a constraint is asked for every edge that a flip or a walk looks at, and the answer is nearly always
-// no. A bitmap over vertex addresses settles most questions without a search: a clear bit says that no segment has ever
-// ended at the vertex. Vertices are 40 bytes and come from a few blocks, so the low bits of an address divided by 32 tell
-// all vertices of a few hundred thousand apart.
-//
 // Segments are established one after the other, in the order in which they were asked for, so that older ones are edges by
 // the time younger ones meet them. Each is a list of work in passes: a piece that is split gives its leaves to the next. A
 // midpoint halves a conforming segment, whose pieces cannot become shorter than the arithmetic allows, so the limit on
@@ -30,16 +25,8 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr size_t NUM_BITMAP_WORDS = 4096;
-constexpr size_t MIN_POINTS_FOR_BITMAP = 10000;
 constexpr int MAX_PASSES = 499;
 constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
-
-/// The place of a vertex in the bitmap: the word and the bit in it.
-std::pair<size_t, std::uint64_t> getBitmapPlace(const Point2* pVtx) {
-    const std::uintptr_t bit = (reinterpret_cast<std::uintptr_t>(pVtx) >> 5) & 0x3FFFF;
-    return {bit / 64, std::uint64_t(1) << (bit % 64)};
-}
 
 std::vector<ConstraintSegment2*> getAlivePieces(const std::vector<ConstraintSegment2*>& vCSegs) {
     std::vector<ConstraintSegment2*> vPieces;
@@ -59,7 +46,7 @@ std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, con
 
 }  // namespace
 
-ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2) {}
+ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2) { pDt2_->setConstraintKeeper(this); }
 
 ConstraintMgr::~ConstraintMgr() {
     for (const ConstraintSegment2* pCSeg : vSegments_) delete pCSeg;
@@ -80,33 +67,8 @@ ConstraintSegment2* ConstraintMgr::getAliveConstraintSegment(const Point2* p0, c
     return pCSeg && pCSeg->isAlive() ? pCSeg : nullptr;
 }
 
-bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Point2* p1) {
-    if (vSegments_.empty()) return false;
-    if (!aVertexBitmap_) {
-        createVertexBitmap();
-    } else if (!hasBit(p0) || !hasBit(p1)) {
-        return false;
-    }
-    return isConstraint(p0, p1);
-}
-
-void ConstraintMgr::createVertexBitmap() {
-    if (pDt2_->getApproxNumPoints() < MIN_POINTS_FOR_BITMAP) return;
-    aVertexBitmap_ = std::make_unique<std::uint64_t[]>(NUM_BITMAP_WORDS);
-    for (const ConstraintSegment2* pCSeg : vSegments_) {
-        setBit(pCSeg->getSrc());
-        setBit(pCSeg->getTrg());
-    }
-}
-
-bool ConstraintMgr::hasBit(const Point2* pVtx) const {
-    const auto [word, bit] = getBitmapPlace(pVtx);
-    return (aVertexBitmap_[word] & bit) != 0;
-}
-
-void ConstraintMgr::setBit(const Point2* pVtx) {
-    const auto [word, bit] = getBitmapPlace(pVtx);
-    if (aVertexBitmap_) aVertexBitmap_[word] |= bit;
+bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Point2* p1) const {
+    return pDt2_->isConstraint(p0, p1);
 }
 
 const std::vector<ConstraintSegment2*>& ConstraintMgr::getSortedSegments() const {
@@ -140,11 +102,8 @@ ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, 
     vSegments_.push_back(pNew.get());
     ConstraintSegment2* pCSeg = pNew.release();
     segmentIndex_.add(p0, p1, pCSeg);
-    for (const Point2* pEnd : {p0, p1}) {
-        constraintVertices_.insert(pEnd);
-        setBit(pEnd);
-    }
-    pDt2_->noteConstraints();
+    for (const Point2* pEnd : {p0, p1}) constraintVertices_.insert(pEnd);
+    pDt2_->getConstraintEdges().add(p0, p1, pCSeg->getAliveFlag());
     return pCSeg;
 }
 
@@ -152,6 +111,7 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std:
                                                                       ConstraintInsertionStrategy cis) {
     reserveMore(vSegments_, vPairs.size());
     segmentIndex_.reserve(vSegments_.size() + vPairs.size());
+    pDt2_->getConstraintEdges().reserve(vSegments_.size() + vPairs.size());
     std::vector<ConstraintSegment2*> vCSegs;
     vCSegs.reserve(vPairs.size());
     numRequested_ += vPairs.size();
@@ -203,6 +163,14 @@ void ConstraintMgr::updateConstraintSegment(ConstraintSegment2* pParentCSeg, Con
     // Whoever split the segment had its children from here, with their ends taken note of.
     TARO_ASSERT(segmentIndex_.find(key0.first, key0.second) == pCSeg0);
     TARO_ASSERT(segmentIndex_.find(key1.first, key1.second) == pCSeg1);
+    pDt2_->getConstraintEdges().erase(pParentCSeg->getSrc(), pParentCSeg->getTrg());
+}
+
+void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
+    ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
+    TARO_ASSERT_TEXT(pCSeg != nullptr, "pCSeg!=__null");
+    const bool bOK = pCSeg->split_combinatorialOnly(pSplit);
+    TARO_ASSERT(bOK);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -381,6 +349,10 @@ void ConstraintMgr::apply() {
 
 void ConstraintMgr::suspect(ConstraintSegment2* pCSeg) {
     if (pCSeg->isAlive() && ConformingPieces::isConforming(pCSeg)) conformingPieces_.suspect(pCSeg);
+}
+
+void ConstraintMgr::rememberEncroached(const Point2* p0, const Point2* p1) {
+    if (ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1)) suspect(pCSeg);
 }
 
 /// In rounds: a new vertex may encroach on any piece near it, and what flips leave alone there is the next round.

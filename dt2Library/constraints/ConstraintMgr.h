@@ -9,6 +9,7 @@
 #include "constraints/ConformingPieces.h"
 #include "kernel/VertexPairMap.h"
 #include "kernel/flatSets.h"
+#include "mesh/ConstraintKeeper.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
@@ -19,25 +20,22 @@ namespace LUMO_TARO25D {
 class Dt2;
 class Progress;
 
-/// Owns the constraint segments and graphs of one triangulation, tells which edges are constraints, and establishes
-/// segments in the mesh.
+/// Owns the constraint segments and graphs of one triangulation, and establishes segments in the mesh.
 ///
 /// Triangles carry no flags: an edge is a constraint exactly when there is an alive segment between its two vertices.
-class ConstraintMgr {
+class ConstraintMgr : public ConstraintKeeper {
   public:
     using VertexPair = ConstraintGraph2::VertexPair;
 
     explicit ConstraintMgr(Dt2* pDt2);
-    ~ConstraintMgr();
-    ConstraintMgr(const ConstraintMgr&) = delete;
-    ConstraintMgr& operator=(const ConstraintMgr&) = delete;
+    ~ConstraintMgr() override;
 
     bool hasConstraints() const { return !vSegments_.empty(); }
     /// True for the ends of all segments, dead ones included.
-    bool isConstraintVertex(const Point2* pVtx) const;
+    bool isConstraintVertex(const Point2* pVtx) const override;
     bool isConstraint(const Point2* p0, const Point2* p1) const { return getAliveConstraintSegment(p0, p1) != nullptr; }
-    /// The same, behind a bitmap of vertex addresses that spares most searches in large triangulations.
-    bool isConstraint_performanceVersion(const Point2* p0, const Point2* p1);
+    /// The same, asked of the mesh, which spares most searches.
+    bool isConstraint_performanceVersion(const Point2* p0, const Point2* p1) const;
     /// The alive segment between two vertices in any order, or null.
     ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
     /// Append all alive segments, or all segments, by the pointers of their ends.
@@ -52,6 +50,7 @@ class ConstraintMgr {
     /// Takes note of a split that a graph was told of.
     void updateConstraintSegment(ConstraintSegment2* pParentCSeg, ConstraintSegment2* pCSeg0,
                                  ConstraintSegment2* pCSeg1);
+    void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) override;
 
     /// Create a graph of segments, in the direction given or without one, and establish them if the flag says so.
     ConstraintGraph2* createConstraint(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
@@ -72,6 +71,7 @@ class ConstraintMgr {
 
     /// Remembers that a conforming piece may be an edge that is not Delaunay; nothing happens for other segments.
     void suspect(ConstraintSegment2* pCSeg);
+    void rememberEncroached(const Point2* p0, const Point2* p1) override;
     /// Splits conforming pieces that are edges without being Delaunay until none is left, under the limits of what was
     /// established last. With bNewPoints, points may have come next to any piece since it was established; otherwise only
     /// next to those of earlier calls.
@@ -84,9 +84,6 @@ class ConstraintMgr {
 
   private:
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
-    void createVertexBitmap();
-    bool hasBit(const Point2* pVtx) const;
-    void setBit(const Point2* pVtx);
     const std::vector<ConstraintSegment2*>& getSortedSegments() const;
     /// One segment for each pair of different vertices, in input order.
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
@@ -117,7 +114,6 @@ class ConstraintMgr {
     ConformingPieces conformingPieces_;
     size_t numRequested_ = 0;  // segments that clients have asked for
     bool bEstablishing_ = false;
-    std::unique_ptr<std::uint64_t[]> aVertexBitmap_;  // null until it pays
 };
 
 }  // namespace LUMO_TARO25D

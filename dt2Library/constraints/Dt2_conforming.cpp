@@ -53,7 +53,7 @@ ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
     std::vector<Point2*> vNeighbours;
     getIncidentVertices(pSrc, vNeighbours);
     if (std::find(vNeighbours.begin(), vNeighbours.end(), pTrg) != vNeighbours.end()) {
-        pConstraintMgr_->suspect(pCSeg);
+        findSlot<ConstraintMgr>()->suspect(pCSeg);
         return nullptr;
     }
     for (Point2* q : vNeighbours) {
@@ -86,7 +86,7 @@ bool Dt2::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
         pCSeg->kill();  // so that the edge goes if the place is beside it
         pLastVtx_ = pSrc;
         pSplit = insert(place);
-        const bool bSplit = pSplit && pSplit != pSrc && pSplit != pTrg && pConstraintMgr_->canBeSplitAt(pCSeg, pSplit);
+        const bool bSplit = pSplit && pSplit != pSrc && pSplit != pTrg && findSlot<ConstraintMgr>()->canBeSplitAt(pCSeg, pSplit);
         if (bSplit) killAndUnestablishConstraintSegment(pCSeg);
         pCSeg->unkill();
         if (!bSplit) pSplit = nullptr;
@@ -99,7 +99,7 @@ bool Dt2::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
     --halvingQuota_;
     pInnerVtxMgr_->eraseVtx(pSplit);
     pCSeg->split_combinatorialOnly(pSplit);
-    pConstraintMgr_->getConformingPieces().noteHalving(pCSeg);
+    findSlot<ConstraintMgr>()->getConformingPieces().noteHalving(pCSeg);
     return true;
 }
 
@@ -129,7 +129,7 @@ bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
 Point2 Dt2::getPlaceToSplit(const ConstraintSegment2* pCSeg) const {
     auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
     Point2 place = centerWithShift(*pSrc, *pTrg);
-    if (pConstraintMgr_->getConformingPieces().getNumHalvings(pCSeg) >= NUM_PLAIN_HALVINGS) {
+    if (findSlot<ConstraintMgr>()->getConformingPieces().getNumHalvings(pCSeg) >= NUM_PLAIN_HALVINGS) {
         const bool bFromSrc = isAtSmallAngle(pCSeg, pSrc);
         if (!bFromSrc) std::swap(pSrc, pTrg);
         if (bFromSrc || isAtSmallAngle(pCSeg, pSrc))
@@ -166,7 +166,7 @@ bool Dt2::isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) co
     const auto isNear = [&](const Point2* pVtx) {
         const Vector2 other = getVector2D(*pEnd, *pVtx);
         if (pVtx == pOther || !(direction.x() * other.x() + direction.y() * other.y() > 0.0)) return false;
-        return pConstraintMgr_->isConstraint_performanceVersion(pEnd, pVtx) &&
+        return findSlot<ConstraintMgr>()->isConstraint_performanceVersion(pEnd, pVtx) &&
                ConformingPieces::isConforming(getAliveConstraintSegment(pEnd, pVtx));
     };
     return findIncidentTriangle(pEnd, [&](const Triangle2* pT) {
@@ -181,12 +181,6 @@ bool Dt2::isEncroached(const ConstraintSegment2* pCSeg) const {
     const int i = 3 - indexOfVertex(pT, pCSeg->getSrc()) - indexOfVertex(pT, pCSeg->getTrg());
     const Triangle2* pN = pT->getOppositeTriangle(i);
     return pN && geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE;
-}
-
-void Dt2::rememberEncroached(const Triangle2* pT, int i) {
-    if (ConstraintSegment2* pCSeg =
-            getAliveConstraintSegment(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))))
-        pConstraintMgr_->suspect(pCSeg);
 }
 
 }  // namespace LUMO_TARO25D

@@ -83,9 +83,9 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Segment2>& vSegments, 
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    ConstraintGraph2* pGraph = bOrientedSegments ? pConstraintMgr_->createConstraint_oriented(vSegments, cis)
-                                                 : pConstraintMgr_->createConstraint(vSegments, cis);
-    pConstraintMgr_->splitEncroachedPieces(false);
+    ConstraintGraph2* pGraph = bOrientedSegments ? getConstraintManager()->createConstraint_oriented(vSegments, cis)
+                                                 : getConstraintManager()->createConstraint(vSegments, cis);
+    getConstraintManager()->splitEncroachedPieces(false);
     return pGraph;
 }
 
@@ -95,8 +95,8 @@ ConstraintGraph2* Dt2::createConstraint(const std::vector<Edge2*>& vEdges, Const
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    ConstraintGraph2* pGraph = pConstraintMgr_->createConstraint(vEdges, cis, true);
-    pConstraintMgr_->splitEncroachedPieces(false);
+    ConstraintGraph2* pGraph = getConstraintManager()->createConstraint(vEdges, cis, true);
+    getConstraintManager()->splitEncroachedPieces(false);
     return pGraph;
 }
 
@@ -105,38 +105,31 @@ void Dt2::applyConstraintsAndZones() {
         warning("Dt2::applyConstraintsAndZones()", "The triangulation is not full dimensional yet. Nothing to do");
         return;
     }
-    pConstraintMgr_->apply();
-    pConstraintMgr_->splitEncroachedPieces(true);
+    getConstraintManager()->apply();
+    getConstraintManager()->splitEncroachedPieces(true);
 }
 
-bool Dt2::isConstraintAmongSome(const Triangle2* pT, int i) const {
-    return pConstraintMgr_->isConstraint_performanceVersion(pT->getCorner(incIndexBy1(i)),
-                                                            pT->getCorner(incIndexBy2(i)));
-}
-
-bool Dt2::isConstraint(const Point2* p0, const Point2* p1) const { return pConstraintMgr_->isConstraint(p0, p1); }
-
-bool Dt2::isConstraintVertex(const Point2* pVtx) const {
-    return bHasConstraints_ && pConstraintMgr_->isConstraintVertex(pVtx);
-}
+ConstraintMgr* Dt2::getConstraintManager() { return &getSlot<ConstraintMgr>(); }
 
 ConstraintSegment2* Dt2::getAliveConstraintSegment(const Point2* p0, const Point2* p1) const {
-    return pConstraintMgr_->getAliveConstraintSegment(p0, p1);
+    const auto* pManager = findSlot<ConstraintMgr>();
+    return pManager ? pManager->getAliveConstraintSegment(p0, p1) : nullptr;
 }
 
 void Dt2::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    pConstraintMgr_->getAliveConstraintSegments(vCSegs);
+    if (const auto* pManager = findSlot<ConstraintMgr>()) pManager->getAliveConstraintSegments(vCSegs);
 }
 
 void Dt2::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    pConstraintMgr_->getAliveAndDeadConstraintSegments(vCSegs);
+    if (const auto* pManager = findSlot<ConstraintMgr>()) pManager->getAliveAndDeadConstraintSegments(vCSegs);
 }
 
-void Dt2::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
-    ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1);
-    TARO_ASSERT_TEXT(pCSeg != nullptr, "pCSeg!=__null");
-    const bool bOK = pCSeg->split_combinatorialOnly(pSplit);
-    TARO_ASSERT(bOK);
+void Dt2::internalDebug(int topic, int, const std::string& text) {
+    if (topic == 0) vertexVault_.showData(text);
+    if (topic == 1) vertexVault_.checkVault();
+    if (topic == 2) vertexVault_.debugDups();
+    if (topic == 3) getConstraintManager()->writeConstraints(text);
+    if (topic == 4) getConstraintManager()->writeConstraintsBIN(text);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -433,7 +426,7 @@ bool Dt2::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle
     // The pieces of this segment wait for their turn; what was established before is so again at once.
     vPieces.clear();
     appendAlivePieces(vPairIspCS[0].second, vPieces);
-    pConstraintMgr_->establish(vPieces);
+    getConstraintManager()->establish(vPieces);
     bGoOn = pCSeg->isAlive() && !vPairIspCS[0].second->isAlive();  // an end was on the other one, which has given way
     return true;
 }

@@ -12,7 +12,7 @@
 namespace LUMO_TARO25D {
 
 /// A hash table from unordered pairs of vertices to pointers, for questions that are mostly answered with no: one look at
-/// memory then. Open addressing with linear probing, at most half full; entries are never removed.
+/// memory then. Open addressing with linear probing, at most half full.
 template <class T>
 class VertexPairMap {
   public:
@@ -32,6 +32,23 @@ class VertexPairMap {
         order(p0, p1);
         place({p0, p1, pValue});
         ++numEntries_;
+    }
+
+    /// Takes a pair out; nothing happens if it is not there.
+    void erase(const Point2* p0, const Point2* p1) {
+        if (!find(p0, p1)) return;
+        order(p0, p1);
+        size_t gap = hash(p0, p1) & mask();
+        while (vSlots_[gap].p0 != p0 || vSlots_[gap].p1 != p1) gap = (gap + 1) & mask();
+        // Later entries that had to give way move back into the gap, so that no search ends there too early.
+        for (size_t i = (gap + 1) & mask(); vSlots_[i].pValue; i = (i + 1) & mask()) {
+            const size_t home = hash(vSlots_[i].p0, vSlots_[i].p1);
+            if (((i - home) & mask()) < ((i - gap) & mask())) continue;
+            vSlots_[gap] = vSlots_[i];
+            gap = i;
+        }
+        vSlots_[gap] = Slot();
+        --numEntries_;
     }
 
     /// Makes room for n pairs.

@@ -15,11 +15,11 @@
 #include <random>
 #include <thread>
 
-#include "constraints/ConstraintMgr.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "mesh/BulkInserter.h"
+#include "mesh/ConstraintKeeper.h"
 #include "mesh/InnerVtxMgr.h"
 #include "meshing/CandidateQueue.h"
 #include "meshing/GuideSurface.h"
@@ -61,7 +61,6 @@ Dt2::Dt2(unsigned numExpectedVertices) : vertexVault_(geomTest_, numExpectedVert
     constexpr unsigned MAX_TRIANGLE_BLOCK = 2083333;
     const unsigned numTriangles = 2 * std::clamp(numExpectedVertices, 3u, 2500000u) + 10;
     trianglePool_.init(static_cast<int>(numTriangles), MAX_TRIANGLE_BLOCK);
-    pConstraintMgr_ = std::make_unique<ConstraintMgr>(this);
     pInnerVtxMgr_ = std::make_unique<InnerVtxMgr>();
     pVertexRemover_ = std::make_unique<VertexRemover>(*this);
 }
@@ -73,14 +72,6 @@ int Dt2::setNumCPU(int n) {
     numCPU_ = n > 0 ? n : 1;
     vertexVault_.setNumThreads(numCPU_);
     return numCPU_;
-}
-
-void Dt2::internalDebug(int topic, int, const std::string& text) {
-    if (topic == 0) vertexVault_.showData(text);
-    if (topic == 1) vertexVault_.checkVault();
-    if (topic == 2) vertexVault_.debugDups();
-    if (topic == 3) pConstraintMgr_->writeConstraints(text);
-    if (topic == 4) pConstraintMgr_->writeConstraintsBIN(text);
 }
 
 void Dt2::setDev(const std::string& text, int, double) { filenamePrefix() = text; }
@@ -243,7 +234,7 @@ void Dt2::initVCheckT13(Triangle2* pT, Point2* v) {
 }
 
 void Dt2::initVCheckT24(Triangle2* pT, Point2* v, int idx) {
-    if (isConstraint(pT, idx)) splitConstraintAt(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v);
+    splitConstraintOn(pT, idx, v);
     // v on the edge b-c between (a, b, c) and (d, c, b) makes (v, a, b), (v, c, a), (v, d, c) and (v, b, d).
     Triangle2* pNeigA = pT->getOppositeTriangle(idx);
     TARO_ASSERT_TEXT(pNeigA != nullptr, "pNeigA!=__null");
@@ -289,6 +280,19 @@ void Dt2::legalize(const Point2* v) {
     }
 }
 
+void Dt2::rememberEncroached(const Triangle2* pT, int i) {
+    pConstraintKeeper_->rememberEncroached(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)));
+}
+
+void Dt2::splitConstraintOn(const Triangle2* pT, int i, Point2* v) {
+    if (!isConstraint(pT, i)) return;
+    pConstraintKeeper_->splitConstraintAt(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), v);
+}
+
+bool Dt2::isConstraintVertex(const Point2* pVtx) const {
+    return pConstraintKeeper_ && pConstraintKeeper_->isConstraintVertex(pVtx);
+}
+
 /// Flips may bring the next constraint to a vertex, so that all around it are looked at again after each.
 void Dt2::bendConstraintsTo(Point2* v) {
     const auto isBesideConstraint = [this, v](const Triangle2* pT) {
@@ -296,7 +300,7 @@ void Dt2::bendConstraintsTo(Point2* v) {
         return isBeside(*pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i)), *v) && isConstraint(pT, i);
     };
     while (Triangle2* pT = findIncidentTriangle(v, isBesideConstraint)) {
-        splitConstraintAt(pT->getCorner(1), pT->getCorner(2), v);
+        splitConstraintOn(pT, 0, v);
         vFlipStack_.push_back(pT);
         legalize(v);
     }
@@ -321,10 +325,15 @@ void Dt2::bfsFlipIncident(Point2* pVtx) {
     flipUntilDelaunay();
 }
 
+Triangle2* Dt2::takeNoted() {
+    if (vFlipStack_.empty()) return nullptr;
+    Triangle2* pT = vFlipStack_.back();
+    vFlipStack_.pop_back();
+    return pT;
+}
+
 void Dt2::flipUntilDelaunay() {
-    while (!vFlipStack_.empty()) {
-        Triangle2* pT = vFlipStack_.back();
-        vFlipStack_.pop_back();
+    while (Triangle2* pT = takeNoted()) {
         for (int i = 0; i < 3; ++i) {
             if (flipUnlessDelaunay(pT, i)) break;  // and pT is on the stack again
         }
@@ -362,7 +371,7 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int idx) {
 }
 
 void Dt2::splitHullEdge(Point2* v, Triangle2* pT, int idx) {
-    if (isConstraint(pT, idx)) splitConstraintAt(pT->getCorner(incIndexBy1(idx)), pT->getCorner(incIndexBy2(idx)), v);
+    splitConstraintOn(pT, idx, v);
     // v on the hull edge b-c of (a, b, c) makes (v, a, b) and (v, c, a).
     Point2 *a = pT->getCorner(idx), *b = pT->getCorner(incIndexBy1(idx)), *c = pT->getCorner(incIndexBy2(idx));
     Triangle2 *pAcrossCA = pT->getOppositeTriangle(incIndexBy1(idx)),

@@ -11,6 +11,8 @@
 
 #include "kernel/GeomTest.h"
 #include "mesh/BulkInserter.h"
+#include "mesh/ConstraintEdges.h"
+#include "mesh/MeshSlot.h"
 #include "mesh/VertexRemover.h"
 #include "support/Progress.h"
 #include "support/SimplePool.h"
@@ -28,6 +30,7 @@ class AddressSet;
 class CandidateQueue;
 class GuideSurface;
 class ConstraintGraph2;
+class ConstraintKeeper;
 class ConstraintMgr;
 class ConstraintSegment2;
 class Edge2;
@@ -91,7 +94,52 @@ class Dt2 {
     /// Leaves the collinear phase if it can; the first numPreExistingVtx vault items are inserted first.
     bool createFullDimTriangle(size_t numPreExistingVtx);
 
+    /// Collects hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the
+    /// hull (Left, seen from v) or counterclockwise (Right); that edge itself is not tested and not included.
+    static void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                       const Point2* v, GeomTest& geomTest);
+    static void determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
+                                        const Point2* v, GeomTest& geomTest);
+    GeomTest& getGeomTest() const { return geomTest_; }
+    VertexVault& getVertexVault() { return vertexVault_; }
+    InnerVtxMgr& getInnerVtxMgr() { return *pInnerVtxMgr_; }
+
+    /// What a higher floor keeps for this mesh as an object of class T, made on first use; or null where there is none yet.
+    template <class T>
+    T& getSlot() {
+        return slots_.get<T>(this);
+    }
+    template <class T>
+    T* findSlot() const {
+        return slots_.find<T>();
+    }
+
+    // ---- Dt2.cpp: what operations change a mesh with --------------------------------------------------------------
+    //
+    // Operations (removal, insertion of segments, cuts, refinement) are clients of the mesh and change it by these calls
+    // alone, and by the links between triangles (kernel/links.h). Each leaves links mutual and corners counterclockwise.
+    // Triangles whose edges may not be Delaunay are noted; none is noted any more when an operation ends.
+
+    /// Takes a record for a new triangle, which is that of its corners from now on, and has no neighbours.
     Triangle2* createTriangle(Point2* p0, Point2* p1, Point2* p2);
+    /// Replaces the content of a list by n records without corners.
+    void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
+    RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
+    /// Gives records back, which nothing links to any more.
+    void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
+    /// Makes room for n more triangles.
+    void expectTriangles(size_t n);
+
+    /// Splits a triangle into three at a new vertex inside it. This and the next two note the new triangles, whose corner 0
+    /// the vertex is.
+    void initVCheckT13(Triangle2* pT, Point2* v);
+    /// Splits the two triangles at edge idx into four at a new vertex on it, and a constraint there into two.
+    void initVCheckT24(Triangle2* pT, Point2* v, int idx);
+    /// The same for an edge of the hull.
+    void splitHullEdge(Point2* v, Triangle2* pT, int idx);
+    /// Splits edge i at a vertex if it is a constraint, while the triangles are still as they were.
+    void splitConstraintOn(const Triangle2* pT, int i, Point2* v);
+
     /// Flips edge i of pT without any test; pT and the returned triangle both keep the corner i of pT as corner 0.
     Triangle2* flip(Triangle2* pT, int i);
     /// True if edge i is no constraint edge, has a neighbour, and the quadrilateral is strictly convex.
@@ -100,29 +148,28 @@ class Dt2 {
     }
     /// Whether the triangles on both sides of edge i make a strictly convex quadrilateral. There is a neighbour.
     bool isStrictlyConvex(const Triangle2* pT, int i) const;
-    /// Restores the Delaunay property by Lawson flips from the triangles around a vertex.
-    void bfsFlipIncident(Point2* pVtx);
-    /// Flips edge i of a triangle if it is neither Delaunay nor a constraint, and notes both triangles for flipUntilDelaunay.
-    bool flipUnlessDelaunay(Triangle2* pT, int i);
-    /// Flips the edges of the noted triangles, and of those that this makes, until all are Delaunay or constraints.
-    void flipUntilDelaunay();
-    /// Forgets the noted triangles, after a failure.
-    void forgetFlips() { vFlipStack_.clear(); }
-    /// Collects hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the
-    /// hull (Left, seen from v) or counterclockwise (Right); that edge itself is not tested and not included.
-    static void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
-                                       const Point2* v, GeomTest& geomTest);
-    static void determineHullPatchRight(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
-                                        const Point2* v, GeomTest& geomTest);
-    void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
-    void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
 
-    /// Makes room for n more triangles.
-    void expectTriangles(size_t n);
-    RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
-    GeomTest& getGeomTest() const { return geomTest_; }
-    VertexVault& getVertexVault() { return vertexVault_; }
-    InnerVtxMgr& getInnerVtxMgr() { return *pInnerVtxMgr_; }
+    /// Notes a triangle for flips.
+    void noteForFlips(Triangle2* pT) { vFlipStack_.push_back(pT); }
+    /// The triangle that was noted last, which is forgotten; null if there is none.
+    Triangle2* takeNoted();
+    /// Forgets the noted triangles.
+    void forgetFlips() { vFlipStack_.clear(); }
+    /// The last step of inserting a vertex, which is corner 0 of all noted triangles: flips until all around it is Delaunay,
+    /// and takes constraints next to it through it.
+    void settle(Point2* v) {
+        legalize(v);
+        if (hasConstraints() && !bExactConstraints_) bendConstraintsTo(v);
+    }
+    /// Flips edge i of a triangle if it is neither Delaunay nor a constraint, and notes both triangles.
+    bool flipUnlessDelaunay(Triangle2* pT, int i);
+    /// Flips the edges of the noted triangles, and of those that this makes, until all are Delaunay or constraints (Lawson
+    /// 1977).
+    void flipUntilDelaunay();
+    /// The same from the triangles around a vertex.
+    void bfsFlipIncident(Point2* pVtx);
+    /// Lets the next single insertion start its search at a vertex, which is near.
+    void startSearchAt(const Point2* pVtx) { pLastVtx_ = pVtx; }
 
     // ---- Dt2_locate.cpp: location, heights, neighbourhoods, the hull, drawing -------------------------------------
 
@@ -177,17 +224,19 @@ class Dt2 {
     /// Establishes all segments that wait for it.
     void applyConstraintsAndZones();
 
-    bool hasConstraints() const { return bHasConstraints_; }
-    /// From the first segment on, loops over edges have to ask whether one is a constraint.
-    void noteConstraints() { bHasConstraints_ = true; }
+    bool hasConstraints() const { return constraintEdges_.isInUse(); }
     /// Whether edge i of a triangle is a constraint.
-    bool isConstraint(const Triangle2* pT, int i) const { return bHasConstraints_ && isConstraintAmongSome(pT, i); }
-    bool isConstraint(const Point2* p0, const Point2* p1) const;
+    bool isConstraint(const Triangle2* pT, int i) const {
+        return isConstraint(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)));
+    }
+    bool isConstraint(const Point2* p0, const Point2* p1) const { return constraintEdges_.contains(p0, p1); }
     bool isConstraintVertex(const Point2* pVtx) const;
+    ConstraintEdges& getConstraintEdges() { return constraintEdges_; }
+    void setConstraintKeeper(ConstraintKeeper* pKeeper) { pConstraintKeeper_ = pKeeper; }
     ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
-    ConstraintMgr* getConstraintManager() const { return pConstraintMgr_.get(); }
+    ConstraintMgr* getConstraintManager();
     InnerVtxMgr* getInnerVtxManager() const { return pInnerVtxMgr_.get(); }
     /// The largest absolute coordinate of the zone that is being meshed or was meshed last; 0 before.
     double getZoneMagnitude() const { return zoneMagnitude_; }
@@ -294,18 +343,9 @@ class Dt2 {
     static int walk(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest);
     static int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest);
     Triangle2* triangulateCoplanarOrDuplicate(Point2*& pVtx, Triangle2* pT, int code);
-    void initVCheckT13(Triangle2* pT, Point2* v);
-    void initVCheckT24(Triangle2* pT, Point2* v, int idx);
     Triangle2* insertVertexCH(Point2* v, Triangle2* pT, int idx);
-    void splitHullEdge(Point2* v, Triangle2* pT, int idx);
     void fanFromHullPatch(Point2* v);
     void legalize(const Point2* v);
-    /// The last step of inserting a vertex, whose triangles are on the flip stack: flips, and takes constraints next to it
-    /// through it. It is corner 0 of all its triangles.
-    void settle(Point2* v) {
-        legalize(v);
-        if (bHasConstraints_ && !bExactConstraints_) bendConstraintsTo(v);
-    }
     void bendConstraintsTo(Point2* v);
     Triangle2* newTriangleRecord();
 
@@ -340,7 +380,6 @@ class Dt2 {
     /// Where two constraints cross, and the one that is an edge.
     using Crossing = std::pair<Point2, ConstraintSegment2*>;
 
-    bool isConstraintAmongSome(const Triangle2* pT, int i) const;
     /// Whether edge i, which is not Delaunay, stays because it is a constraint. A conforming one is remembered.
     bool isFixed(const Triangle2* pT, int i) {
         if (!isConstraint(pT, i)) return false;
@@ -348,7 +387,6 @@ class Dt2 {
         return true;
     }
     void rememberEncroached(const Triangle2* pT, int i);
-    void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit);
     /// Where the way from a vertex p to any point q leaves the triangles around p: across edge i of pT, or along an edge
     /// to the returned vertex; or nowhere, then pT is null.
     Point2* leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
@@ -462,7 +500,6 @@ class Dt2 {
     std::vector<Triangle2*> vFlipStack_;  // empty between operations
     std::vector<std::pair<Triangle2*, int>> vHullPatch_;
     std::unique_ptr<VertexRemover> pVertexRemover_;
-    std::unique_ptr<ConstraintMgr> pConstraintMgr_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
     std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;
     std::unique_ptr<CandidateQueue> pmmAng2RC_;   // only while a refinement runs
@@ -470,13 +507,15 @@ class Dt2 {
     std::unique_ptr<GuideSurface> pGuideSurface_;
     double zoneMagnitude_ = 0.0;
     size_t numMissingHeights_ = 0;  // of the vertices that a refinement inserts
-    bool bHasConstraints_ = false;
+    ConstraintEdges constraintEdges_;
+    ConstraintKeeper* pConstraintKeeper_ = nullptr;  // null before there are constraints
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0, halvingQuota_ = 0;
     bool bExactConstraints_ = false;  // while what is next to a constraint stays beside it (see isBeside)
     int numCPU_ = 1;
     bool bPrefersChunks_ = false;
     std::string name_;
     Progress progress_;
+    MeshSlots slots_;  // what higher floors keep here
 };
 
 }  // namespace LUMO_TARO25D

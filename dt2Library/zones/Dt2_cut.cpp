@@ -163,7 +163,7 @@ void Dt2::CUTT_bendEdgesTo(Point2* pVtx, Cut& cut) {
     while (Triangle2* pT = findIncidentTriangle(pVtx, isToBend)) {
         const int i = indexOfVertex(pT, pVtx);
         Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
-        if (isConstraint(pT, i)) splitConstraintAt(p0, p1, pVtx);
+        splitConstraintOn(pT, i, pVtx);
         cut.inherit(p0, p1, pVtx);
         flip(pT, i);
         cut.addDiagonal(pT);
@@ -362,7 +362,7 @@ void Dt2::CUTT_fixEdges(const Cut& cut, bool bPieces) {
              !isFixed(pT, i));
         if (bFix) vPairs.emplace_back(p0, p1);
     });
-    if (!vPairs.empty()) pConstraintMgr_->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
+    if (!vPairs.empty()) getConstraintManager()->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
     // Between walls an edge may come back that was a constraint once, and goes another way since.
     for (const auto& [p0, p1] : vPairs) {
         if (getAliveConstraintSegment(p0, p1)) continue;

@@ -170,7 +170,7 @@ Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, b
     if (!std::all_of(vEdges.begin(), vEdges.end(), hasTriangle)) {
         return refuse(bVerbose, "An edge has no triangle, returning NULL");
     }
-    ConstraintGraph2* pGraph = pConstraintMgr_->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
+    ConstraintGraph2* pGraph = getConstraintManager()->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
     return createZoneAlong({pGraph}, zoneLoc, bVerbose);
 }
 
@@ -205,7 +205,7 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
     std::vector<ConstraintGraph2*> vGraphs;
     vGraphs.reserve(vBorders.size());
     for (const std::vector<VertexPair>& vBorder : vBorders) {
-        vGraphs.push_back(pConstraintMgr_->createConstraint(vBorder, CIS_CONSTRAINED_DELAUNAY, true));
+        vGraphs.push_back(getConstraintManager()->createConstraint(vBorder, CIS_CONSTRAINED_DELAUNAY, true));
     }
     return registerZone(std::make_unique<Zone2>(this, ZL_GROW, vGraphs, vSeeds));
 }

@@ -80,6 +80,9 @@ class TARO25D_API ConstraintSegment2 {
     /// For the engine: tells that a call asked for the segment, which makes it and its descendants at least as old.
     TARO25D_HIDDEN void noteAge(const Age& age);
 
+    /// For the engine: the flag that `kill` and `unkill` change.
+    TARO25D_HIDDEN const bool* getAliveFlag() const { return &bAlive_; }
+
     /// For the engine: splits the segment at a vertex that is none of its ends, without touching the mesh. Returns
     /// false, with a warning and without effect, where a child would be a segment that this one itself came from.
     bool split_combinatorialOnly(Point2* pSplit);
