@@ -86,7 +86,8 @@ bool Dt2::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
         pCSeg->kill();  // so that the edge goes if the place is beside it
         pLastVtx_ = pSrc;
         pSplit = insert(place);
-        const bool bSplit = pSplit && pSplit != pSrc && pSplit != pTrg && findSlot<ConstraintMgr>()->canBeSplitAt(pCSeg, pSplit);
+        const bool bSplit =
+            pSplit && pSplit != pSrc && pSplit != pTrg && findSlot<ConstraintMgr>()->canBeSplitAt(pCSeg, pSplit);
         if (bSplit) killAndUnestablishConstraintSegment(pCSeg);
         pCSeg->unkill();
         if (!bSplit) pSplit = nullptr;
