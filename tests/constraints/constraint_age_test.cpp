@@ -26,8 +26,7 @@ double heightAt(const Taro_2D& mesh, double x, double y) {
 
 ConstraintSegment2* segmentBetween(const Taro_2D& mesh, const Point2& a, const Point2& b) {
     const Dt2* pDt2 = mesh.getImpl();
-    return pDt2->getConstraintManager()->getAliveConstraintSegment(pDt2->getVertexPointer(a),
-                                                                   pDt2->getVertexPointer(b));
+    return pDt2->getAliveConstraintSegment(pDt2->getVertexPointer(a), pDt2->getVertexPointer(b));
 }
 
 std::pair<unsigned, unsigned> ageOf(const ConstraintSegment2* pCSeg) {
