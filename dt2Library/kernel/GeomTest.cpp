@@ -11,6 +11,9 @@
 // cocircular points of a lattice. 5. Doubled precision with an error bound: everything that is nearly but
 // not exactly cocircular. 6. Error-free transformations. 7. Rationals.
 //
+// Points whose differences are beyond 2^200 or below 2^-200 come out of the range of these stages. They are multiplied by a
+// power of two first, where that is exact, and only what is left goes to intervals and rationals.
+//
 // Why the static orientation bound 12 eps m^2 = 24 u m^2 (u = 2^-53) is safe. Let f = 2^i (1 + s) and g =
 // 2^j (1 + t), with s and t in [0, 1), be the rounded differences of one product; 2 m is a double, so
 // neither exceeds it. In units of 2^(i+j), the product of the exact differences is within u (2 + s + t + u)
@@ -29,6 +32,9 @@
 #include "kernel/GeomTest.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -109,6 +115,33 @@ int exponentOf(double value) {
     return static_cast<int>(bits >> 52) - 1023;
 }
 
+/// Points times the power of two that brings their largest difference near 1, which changes no sign. Nothing where the
+/// stages reach the points as they are, or where a coordinate would lose bits.
+template <std::size_t NUM>
+std::optional<std::array<Point2, NUM>> scaleIntoRange(const std::array<const Point2*, NUM>& aPoints) {
+    const Point2& origin = *aPoints[NUM - 1];
+    double largest = 0.0;  // half of it, which cannot overflow
+    for (const Point2* p : aPoints) {
+        largest =
+            std::max({largest, std::abs(0.5 * p->x() - 0.5 * origin.x()), std::abs(0.5 * p->y() - 0.5 * origin.y())});
+    }
+    if ((largest >= 0x1p-200 && largest <= 0x1p200) || !(largest > 0.0) || !std::isfinite(largest)) return std::nullopt;
+    int exponent;
+    std::frexp(largest, &exponent);
+    const int half = exponent / 2;
+    const double first = powerOfTwo(-half), second = powerOfTwo(half - exponent);
+    const double firstBack = powerOfTwo(half), secondBack = powerOfTwo(exponent - half);
+    std::array<Point2, NUM> aScaled;
+    for (std::size_t i = 0; i < NUM; ++i) {
+        const double x = aPoints[i]->x() * first * second, y = aPoints[i]->y() * first * second;
+        if (x * firstBack * secondBack != aPoints[i]->x() || y * firstBack * secondBack != aPoints[i]->y()) {
+            return std::nullopt;
+        }
+        aScaled[i] = Point2(x, y, 0.0);
+    }
+    return aScaled;
+}
+
 /// Whether exactly one of a, b, c equals q and the other two equal each other.
 bool isPairBesideOne(double a, double b, double c, double q) {
     return a == q ? b == c && b != q : b == q ? a == c : c == q && a == b;
@@ -122,7 +155,14 @@ bool isFourthCorner(const Point2& p0, const Point2& p1, const Point2& p2, const 
 }  // namespace
 
 Orientation2 GeomTest::undecidedOri2(const Point2* a, const Point2* b, const Point2* c) {
-    const std::optional<int> sign = expansionOri2(*a, *b, *c);
+    std::optional<int> sign = expansionOri2(*a, *b, *c);
+    if (!sign) {
+        if (const auto aScaled = scaleIntoRange<3>({a, b, c})) {
+            const auto& [p, q, r] = *aScaled;
+            sign = productFilterOri2(p, q, r);
+            if (!sign) sign = expansionOri2(p, q, r);
+        }
+    }
     return sign ? toOrientation(*sign) : dynamicFilterOri2(a, b, c);
 }
 
@@ -158,6 +198,15 @@ CINC2 GeomTest::exact_circleInc3state(const Triangle2* t, const Point2* q) {
 }
 
 int GeomTest::undecidedInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
+    if (const auto aScaled = scaleIntoRange<4>({&p0, &p1, &p2, &q})) {
+        const auto& [s0, s1, s2, s] = *aScaled;
+        const int sign = filteredInCircle(s0, s1, s2, s);
+        return sign != 0 ? sign : closeInCircle(s0, s1, s2, s);
+    }
+    return closeInCircle(p0, p1, p2, q);
+}
+
+int GeomTest::closeInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     std::optional<int> sign = permanentInCircle(p0, p1, p2, q);
     if (!sign) sign = integerInCircle(p0, p1, p2, q);
     if (!sign) sign = doubleDoubleInCircle(p0, p1, p2, q);

@@ -310,6 +310,31 @@ TEST(Predicates, CommonCasesNeedNoRationals) {
     EXPECT_FALSE(geomTest.hasRationals());
 }
 
+TEST(Predicates, NeitherDoCoordinatesNearTheEndsOfTheRange) {
+    Random random(7);
+    for (const double scale : {0x1p-1040, 0x1p-900, 0x1p-500, 0x1p-300, 0x1p300, 0x1p500, 0x1p900, 0x1p1015}) {
+        GeomTest geomTest(64 * scale);
+        for (int i = 0; i < 2000; ++i) {
+            const auto place = [&] {
+                return Point2(scale * integer(random, -20, 20), scale * integer(random, -20, 20), 0);
+            };
+            const Point2 a = place(), b = place(), c = place(), d = place();
+            const Orientation2 ori = geomTest.getOrientation2(&a, &b, &c);
+            ASSERT_EQ(ori == ORIENTATION2_CCW, exactOrientation(a, b, c) > 0) << scale;
+            ASSERT_EQ(ori == ORIENTATION2_CW, exactOrientation(a, b, c) < 0) << scale;
+            if (ori != ORIENTATION2_CCW) continue;
+            Point2 p = a, q = b, r = c;
+            const Triangle2 triangle(&p, &q, &r);
+            const int sign = exactInCircle(a, b, c, d);
+            ASSERT_EQ(geomTest.circleInc3state(&triangle, &d), sign > 0   ? CINC2_INCIRCLE
+                                                               : sign < 0 ? CINC2_OUTCIRCLE
+                                                                          : CINC2_ZERO)
+                << scale;
+        }
+        EXPECT_FALSE(geomTest.hasRationals()) << scale;
+    }
+}
+
 TEST(Predicates, IntervalStageRoundsOutwardsInEveryCallersMode) {
     // Rounded to nearest, many of these determinants have the wrong sign; so would a bound whose operations
     // had been moved across a change of the mode.
