@@ -360,10 +360,12 @@ Triangle2* Dt2::insertVertexCH(Point2* v, Triangle2* pT, int idx) {
         splitHullEdge(v, pT, idx);
     } else {
         vHullPatch_.clear();
-        determineHullPatchLeft(vHullPatch_, pT, idx, v, geomTest_);
+        const auto toPrevious = [this](Triangle2*& pHullT, int& i) { hullHubs_.toPrevious(pHullT, i); };
+        const auto toNext = [this](Triangle2*& pHullT, int& i) { hullHubs_.toNext(pHullT, i); };
+        collectVisibleHullEdges(vHullPatch_, pT, idx, v, geomTest_, toPrevious);
         std::reverse(vHullPatch_.begin(), vHullPatch_.end());
         vHullPatch_.emplace_back(pT, idx);
-        determineHullPatchRight(vHullPatch_, pT, idx, v, geomTest_);
+        collectVisibleHullEdges(vHullPatch_, pT, idx, v, geomTest_, toNext);
         fanFromHullPatch(v);
     }
     settle(v);

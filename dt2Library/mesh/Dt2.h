@@ -12,6 +12,7 @@
 #include "kernel/GeomTest.h"
 #include "mesh/BulkInserter.h"
 #include "mesh/ConstraintEdges.h"
+#include "mesh/HullHubs.h"
 #include "mesh/MeshSlot.h"
 #include "mesh/VertexRemover.h"
 #include "support/Progress.h"
@@ -499,6 +500,7 @@ class Dt2 {
     const Point2* pLastVtx_ = nullptr;    // the last one inserted singly
     std::vector<Triangle2*> vFlipStack_;  // empty between operations
     std::vector<std::pair<Triangle2*, int>> vHullPatch_;
+    HullHubs hullHubs_;
     std::unique_ptr<VertexRemover> pVertexRemover_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
     std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;

@@ -233,6 +233,44 @@ TEST(Insertion, OfALongCollinearRunAndThenAPointOffTheLine) {
     }
 }
 
+/// A line grows beside one point, whose triangles lie between the hull edges of every insertion.
+TEST(Insertion, BesideAVertexOfTheHullWithManyTriangles) {
+    const int numPoints =
+        static_cast<int>(std::max<size_t>(scaled(400000), 40000));  // hours where a turn costs the degree
+    for (const bool bCurved : {false, true}) {
+        const double bend = bCurved ? 1.0 / numPoints / numPoints : 0.0;
+        Taro_2D mesh;
+        mesh.insert(Point2(0, 1, 0));
+        for (int i = 0; i < numPoints; ++i) {
+            mesh.insert(Point2(i, bend * i * i, 0));
+        }
+        EXPECT_EQ(mesh.numberOfTriangles(), static_cast<size_t>(numPoints - 1));
+        EXPECT_TRUE(mesh.checkValidity(true, ""));
+    }
+}
+
+TEST(Insertion, BesideAHubThatIsRemovedAndComesAgain) {
+    Random random(1);
+    const Point2 hub(0, 1, 0);
+    for (int round = 0; round < 20; ++round) {
+        Taro_2D mesh;
+        mesh.insert(hub);
+        for (int i = 0; i < 400; ++i) {
+            const double x = integer(random, -200, 200);
+            mesh.insert(Point2(x, round % 2 ? 0 : -1e-4 * x * x, 0));
+            if (i % 40 != 39) continue;
+            if (round % 3) {
+                mesh.remove(mesh.getImpl()->getVertexPointer(hub));
+                mesh.insert(hub);
+            } else {
+                const VertexVector vVertices = verticesOf(mesh);
+                mesh.remove(vVertices[random() % vVertices.size()]);
+            }
+            ASSERT_TRUE(mesh.checkValidity(true, "")) << "round " << round << ", step " << i;
+        }
+    }
+}
+
 TEST(Insertion, RefusesPointsThatAreNotFinite) {
     const PointVector vBad{Point2(NOT_A_NUMBER, 0, 0), Point2(0, -INF, 0), Point2(0, 0, INF),
                            Point2(0, 0, NOT_A_NUMBER)};
