@@ -2,7 +2,7 @@
 
 namespace LUMO_TARO25D {
 
-/// Written at a call, AcceptExperimentalFeature() states that the caller knows what the call offers to be experimental:
+/// Written at a call, AcceptExperimentalFeature() states that the caller knows the feature to be experimental:
 /// its report and its verdicts may change with any version. The constructor is explicit, so that braces alone do not
 /// do.
 class AcceptExperimentalFeature {

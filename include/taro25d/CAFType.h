@@ -2,7 +2,7 @@
 
 namespace LUMO_TARO25D {
 
-/// What earthworks have done to a piece of ground.
+/// How earthworks changed a piece of ground.
 enum CAFType {
     CT_NO_CHANGE = 0,  ///< it is where it was
     CT_CUT = 1,        ///< it was lowered

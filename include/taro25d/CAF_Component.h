@@ -20,7 +20,7 @@ class TARO25D_API CAF_Component {
     CAF_Component(const CAF_Component&) = delete;
     CAF_Component& operator=(const CAF_Component&) = delete;
 
-    /// Appends the triangles, which belong to the combined triangulation: neighbours over edges hang together, and z of
+    /// Appends the triangles, which belong to the combined triangulation: they are connected over edges, and z of
     /// a corner is the height before minus the height after.
     void getTriangles(std::vector<Triangle2*>& vTriangles) const;
     /// Appends the border: closed chains, one after the other, in which the target of a segment is the source of the

@@ -14,7 +14,8 @@ class TARO25D_API Color {
     Color(double r, double g, double b, double width = 0.05, bool bFill = false);
     /// A named colour. A value that names none gives black and a warning.
     Color(Colorname name, float width = 0.05f, bool bFill = false);
-    /// The same for a width of another arithmetic type, which would otherwise be ambiguous with the three components.
+    /// A named colour, for a width of another arithmetic type, which would otherwise be ambiguous with the three
+    /// components.
     template <class WidthT>
     Color(Colorname name, WidthT lineWidth, bool bFilled) : Color(name, static_cast<float>(lineWidth), bFilled) {}
 

@@ -26,13 +26,13 @@ class Visualizer2;
 /// later, its pieces keep its direction. Queries that append take O(n) for n pieces.
 class TARO25D_API ConstraintGraph2 {
   public:
-    /// Two vertices, the one with the smaller address first.
+    /// Two vertices in the order of their addresses.
     using VertexPair = std::pair<Point2*, Point2*>;
 
     /// Only the triangulation creates graphs. The segments in input order; a graph that is no polygon has no direction.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                     ConstraintInsertionStrategy cis);
-    /// The same with a direction: mPPReverse tells for the ends of each segment, smaller pointer first, whether the
+    /// A graph with a direction: mPPReverse tells for the ends of each segment, smaller pointer first, whether the
     /// graph runs from the larger to the smaller one.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                     const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis);
@@ -63,8 +63,9 @@ class TARO25D_API ConstraintGraph2 {
     /// the arguments alone; a dead one that the graph does not know fails with TaroException. Not null.
     void getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
                            ConstraintSegment2*& pChild1) const;
-    /// Appends the alive pieces of the segments, in the order of getOriginalConstraintSegments(); those of one segment
-    /// from its source to its target, or the other way where isReverse(). For a polygon this is one closed chain.
+    /// Appends the alive pieces of the segments, in the order of getOriginalConstraintSegments(); those of one
+    /// segment from its source to its target, or from its target to its source where isReverse(). For a polygon this
+    /// is one closed chain.
     void getAliveConstraintChain(std::vector<ConstraintSegment2*>& vAliveCSegs) const;
     /// Appends the segments as they were created, in chain order for a polygon, otherwise in input order.
     void getOriginalConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
@@ -77,8 +78,8 @@ class TARO25D_API ConstraintGraph2 {
     /// For the engine: whether the graph runs from target to source, for each of its original segments in order. Needed
     /// where one of them comes in both directions.
     TARO25D_HIDDEN void setPasses(const std::vector<bool>& vReverse);
-    /// For the engine: appends the ends of the alive pieces, in the order and direction in which the graph passes them. A
-    /// piece comes as often as it is passed.
+    /// For the engine: appends the ends of the alive pieces, in the order and direction in which the graph passes
+    /// them. A piece comes as often as it is passed.
     TARO25D_HIDDEN void getDirectedPieces(std::vector<std::pair<Point2*, Point2*>>& vPieces) const;
 
     /// For the engine: tells the graph that one of its segments was split; bUpdateManager is true for the first owner

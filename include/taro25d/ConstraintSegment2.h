@@ -47,8 +47,8 @@ class TARO25D_API ConstraintSegment2 {
     Point2* getTrg() const { return p1_; }
     /// The strategy of the first call that asked for an edge between these vertices.
     ConstraintInsertionStrategy getCIS() const { return cis_; }
-    /// When the segment, or the oldest of those that it is a piece of, was asked for. Where two constraints cross, the older
-    /// one gives the height. The largest possible numbers where no call asked for it.
+    /// When the segment, or the oldest of those that it is a piece of, was asked for. Where two constraints cross,
+    /// the older one gives the height. The largest possible numbers where no call asked for it.
     const Age& getAge() const { return age_; }
     /// Alive segments have no children and have not been killed.
     bool isAlive() const { return bAlive_ && !aChildren_[0]; }
@@ -86,14 +86,14 @@ class TARO25D_API ConstraintSegment2 {
     /// For the engine: splits the segment at a vertex that is none of its ends, without touching the mesh. Returns
     /// false, with a warning and without effect, where a child would be a segment that this one itself came from.
     bool split_combinatorialOnly(Point2* pSplit);
-    /// Inserts a new point on the segment, splits the segment there and establishes the pieces. Returns the vertex; null,
-    /// with the segment as it was, if the point coincides with an end in x and y, or, with a warning, if it is farther
-    /// from the segment than 1e-6 of its length and 4 ulp of its largest coordinate together, and where doubles are too
-    /// coarse for the split. A dead segment, and a point that is not finite, fail
-    /// with TaroException. The height is that of the point, unless there is a vertex already.
+    /// Inserts a new point on the segment, splits the segment there and establishes the pieces. Returns the vertex;
+    /// null, with the segment as it was, if the point coincides with an end in x and y, or, with a warning, if it is
+    /// farther from the segment than 1e-6 of its length and 4 ulp of its largest coordinate together, and where
+    /// doubles are too coarse for the split. A dead segment, and a point that is not finite, fail with TaroException.
+    /// The height is that of the point, unless there is a vertex already.
     Point2* insertAndSplit(const Point2& p);
-    /// The same; then removes what refinement inserted before within the circle around the new vertex through the
-    /// source of this segment. Returns whether the segment was split.
+    /// Splits as insertAndSplit() does, then removes the vertices that refinement inserted before within the circle
+    /// around the new vertex through the source of this segment. Returns whether the segment was split.
     bool splitAndRemovePrev(const Point2& p);
 
     /// For the library's developers: prints the owners and whether each knows a direction of the segment; returns

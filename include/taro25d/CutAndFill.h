@@ -21,12 +21,12 @@ class Visualizer2;
 /// much.
 ///
 /// The surfaces are zones, usually of two triangulations, one before and one after the earthworks; they need not have
-/// any vertex or edge in common, nor cover the same area: what counts is the ground that is in both. From their
+/// any vertex or edge in common, nor cover the same area: only the ground that is in both counts. From their
 /// vertices and edges a combined triangulation is made, cut along the lines where the surfaces meet, and divided into
 /// components.
 ///
 /// Places nearer than about 1e-6, in the unit of the coordinates, may become one. Steep faces should be at least 1e-5
-/// wide, or the ground beside them may take a height of their other side, and zones many times as wide.
+/// wide, and zones many times as wide: the ground beside narrower faces may take a height of their other side.
 ///
 /// Construct, call `go` once, then query. Everything that is handed out belongs to this object and dies with it. The
 /// zones must live, and their triangulations stay as they are, until `go` has returned; they are not changed.
@@ -54,8 +54,8 @@ class TARO25D_API CutAndFill {
     CAF_Component* getComponent(size_t i) const;
 
     /// The zone of the combined triangulation that the components make up together, null if there is none, and the
-    /// heights (before, after) of exactly its vertices, which replace what the map held. z of a vertex is the height
-    /// before minus the height after. Where this counts as 0, the two heights are equal: their mean.
+    /// heights (before, after) of exactly its vertices, which replace the content of the map. z of a vertex is the
+    /// height before minus the height after. Where this counts as 0, the two heights are equal: their mean.
     void getDiffZone(Zone2*& pDiffZone, std::map<Point2*, std::pair<double, double>>& mVtx2BeforeAfter) const;
 
     /// Adds the components to a drawing, which is not owned: cut red, fill blue, the rest light grey, and in black the

@@ -28,7 +28,7 @@ class TARO25D_API IsoContours {
     explicit IsoContours(const std::vector<Triangle2*>& vTriangles);
     /// The surface of the Delaunay triangulation of some points, which this object makes and owns. Its profiles run
     /// along the direction given, of which x and y count; a direction without a length in x-y, or one that is not
-    /// finite, stands for the x axis. Contours do not depend on it. Points that are all on one line give an empty
+    /// finite, counts as the x axis. Contours do not depend on it. Points that are all on one line give an empty
     /// surface. O(n log n).
     IsoContours(const std::vector<Point2>& vPoints, const Vector2& direction);
     /// Ends the triangulation that was made of points; triangles of the client stay.

@@ -14,19 +14,20 @@ class Taro_2D;
 class Triangle2;
 class Zone2;
 
-/// What mesh generation shall achieve in one zone. Set the fields that matter and give it to `Taro_2D::refineAdvanced`.
+/// The limits that mesh generation shall meet in one zone. Set the fields that matter and give it to
+/// `Taro_2D::refineAdvanced`.
 ///
 /// Lengths and areas are those in space, in the units of the coordinates; angles are in degrees. The largest finite
 /// double, exactly, is no limit. Limits that vary from place to place come from a class derived from this one, which
 /// overrides `getMaxTriangleArea` and `getMaxEdgeLength`.
 ///
-/// A plain object of the client. Mesh generation reads it and does not keep it; what the pointers refer to must live as
-/// long as the call.
+/// A plain object of the client. Mesh generation reads it and does not keep it; the objects that its pointers refer
+/// to must live as long as the call.
 class TARO25D_API MeshGenParams {
   public:
     /// Default values for a zone, which must be of location ZL_INSIDE or ZL_BOUNDED: for any other there is a message
-    /// on standard error, the grid vector is zero, and mesh generation will refuse the zone. So it will refuse null, of
-    /// which nothing is said here.
+    /// on standard error, the grid vector is zero, and mesh generation will refuse the zone. Null gets no message here;
+    /// mesh generation refuses it.
     explicit MeshGenParams(Zone2* pZone);
     /// Deletes the set of locked segments.
     virtual ~MeshGenParams();
@@ -36,7 +37,7 @@ class TARO25D_API MeshGenParams {
     /// The largest area that a triangle may have where this one is. The triangle is one of the mesh: look at its
     /// corners, do not change anything. Answers that are NaN or not greater than 0 count as no limit.
     virtual double getMaxTriangleArea(Triangle2* pT);
-    /// The same for the longest edge.
+    /// The greatest length that an edge of a triangle may have where this triangle is; answers as for the area.
     virtual double getMaxEdgeLength(Triangle2* pT);
 
     /// Protects a segment from being split; its pieces, if it has been split before. Null is ignored.
@@ -56,8 +57,8 @@ class TARO25D_API MeshGenParams {
     /// 30.
     double minAngleDegree = 20.0;
     /// Constraint segments shorter than twice this are not split. With 0, refinement goes on as far as numbers allow,
-    /// which in narrow corners can mean very small triangles. With a height guide no new vertex inside the zone is nearer
-    /// than this, in x-y, to another one when it is inserted: there may be cliffs in the guide.
+    /// which in narrow corners can mean very small triangles. With a height guide no new vertex inside the zone is
+    /// nearer than this, in x-y, to another one when it is inserted: there may be cliffs in the guide.
     double minEdgeLength = 0.001;
     /// Triangles with a longer edge are refined.
     double maxEdgeLength = std::numeric_limits<double>::max();
@@ -65,9 +66,9 @@ class TARO25D_API MeshGenParams {
     double maxTriangleArea = std::numeric_limits<double>::max();
     /// Without it no constraint segment is split, and triangles that would need that stay as they are.
     bool bAllowConstraintSplitting = true;
-    /// Triangles are refined whose area is more than this many times that of a neighbour; not greater than 0: no limit.
-    /// Across a constraint segment with an adjacent area, that counts instead of the neighbour's. A factor above 0 and at
-    /// most 1 is refused. One below 1.8 makes most meshes as fine as `growthMinArea` allows.
+    /// Triangles are refined whose area is more than this many times that of a neighbour; not greater than 0: no
+    /// limit. Across a constraint segment with an adjacent area, that counts instead of the neighbour's. A factor
+    /// above 0 and at most 1 is refused. One below 1.8 makes most meshes as fine as `growthMinArea` allows.
     double growthFactor = std::numeric_limits<double>::max();
     /// Neighbours with a smaller area do not count for the growth.
     double growthMinArea = 0.001;

@@ -17,7 +17,7 @@ class TARO25D_API Point2 {
   public:
     /// The origin, with custom index -1.
     Point2() : x_(0.0), y_(0.0), z_(0.0), pIncidentT_(nullptr), customIndex_(-1), vaultPos_(0) {}
-    /// A point with custom index -1. Any double may be given; what is not finite is refused later, on insertion.
+    /// A point with custom index -1. Any double may be given; one that is not finite is refused later, on insertion.
     Point2(double x, double y, double z) : x_(x), y_(y), z_(z), pIncidentT_(nullptr), customIndex_(-1), vaultPos_(0) {}
 
     /// A copy takes coordinates and custom index; it is not a vertex, so it has no incident triangle.

@@ -6,7 +6,7 @@
 namespace LUMO_TARO25D {
 
 /// Thrown by a long operation whose cancel flag was set (`Taro_2D::setCancelFlag`). The mesh is valid afterwards, and
-/// what the operation has done so far stays, as the docstring of each operation tells.
+/// the docstring of each operation tells which part of its work stays.
 class TARO25D_API TaroCancelled : public TaroException {
   public:
     TaroCancelled() noexcept;                                 ///< All exceptions of this type are alike.

@@ -29,7 +29,7 @@ class Zone2;
 
 /// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
 ///
-/// Coordinates may be in any unit, the same one for x, y and z wherever lengths, areas or angles in space are asked
+/// Coordinates may be in any unit; x, y and z must share it wherever lengths, areas or angles in space are asked
 /// for. Angles are in degrees.
 ///
 /// One object is one triangulation. It owns every vertex and triangle it hands out. Vertices stay where they are until
@@ -44,10 +44,10 @@ class Zone2;
 /// Vertices are inserted one after the other along a Hilbert curve, found by a walk (Devillers, Pion and Teillaud 2002)
 /// and made Delaunay by flips (Lawson 1977). Where four vertices lie on one circle, either diagonal is right.
 ///
-/// An object is used by one thread at a time; two objects may live in two threads. Wrong calls print a warning on standard
-/// output, change nothing and return null or false. TaroException is thrown where a function says so, and where an internal
-/// condition fails. Without memory for the records of vertices and triangles the process ends, after a line that says so;
-/// for all else there is std::bad_alloc.
+/// An object is used by one thread at a time; two objects may live in two threads. Wrong calls print a warning on
+/// standard output, change nothing and return null or false. TaroException is thrown where a function says so, and
+/// where an internal condition fails. Without memory for the records of vertices and triangles the process ends,
+/// after a line that says so; for all else there is std::bad_alloc.
 class TARO25D_API Taro_2D {
   public:
     /// @name Construction, threads and naming
@@ -67,7 +67,7 @@ class TARO25D_API Taro_2D {
     /// The number of threads for bulk insertion: n > 0 sets n, n < 0 sets 1, n == 0 the number of hardware
     /// threads. Returns the number now in force.
     int setNumCPU(int n);
-    /// The same as setNumCPU(0).
+    /// Sets one thread for each hardware thread, as setNumCPU(0) does. Returns that number.
     int enableMultithreading();
 
     /// A label, which stands in front of the reports of checkValidity and statistics.
@@ -92,11 +92,11 @@ class TARO25D_API Taro_2D {
     /// O(log n) expected.
     Point2* insert(const Point2& point);
     /// Inserts many points at once, much faster than one by one. Non-finite points are skipped with one warning. With
-    /// setNumCPU above 1, several threads insert batches of 40,000 vertices and more that are at least three times as large
-    /// as the mesh, as long as there are no constraints. Vertices, heights and handles are the same for any number of
-    /// threads; the triangles are the same in every run and for any number above 1, and those of one thread differ from
-    /// them only in the diagonals between points on one circle. Linear expected time for points that are spread over the
-    /// plane.
+    /// setNumCPU above 1, several threads insert batches of 40,000 vertices and more that are at least three times as
+    /// large as the mesh, as long as there are no constraints. Vertices, heights and handles are the same for any
+    /// number of threads; the triangles are the same in every run and for any number above 1, and those of one thread
+    /// differ from them only in the diagonals between points on one circle. Linear expected time for points that are
+    /// spread over the plane.
     void insert(const std::vector<Point2>& vPoints);
     /// Inserts many points; vHandles is replaced by one vertex for each point, in input order: for a
     /// duplicate the vertex at that position (among equal positions of one call the first stays), null for a
@@ -116,8 +116,8 @@ class TARO25D_API Taro_2D {
     /// @{
 
     /// Removes a vertex; the triangulation of the others stays Delaunay, and its border their convex hull.
-    /// The pointer and the triangles around the vertex stand for nothing afterwards: their records are used
-    /// again for what is inserted or created next. When all vertices that are left are collinear there are no
+    /// The pointer and pointers to the triangles around the vertex are invalid afterwards: the records are used
+    /// again for the next vertices and triangles. When all vertices that are left are collinear there are no
     /// triangles any more, and insertion starts from there. Null, a vertex of a constraint, and a pointer
     /// that is no vertex of this triangulation (a vertex removed before, for one) get a warning and change
     /// nothing. O(k log k) for a vertex with k neighbours; before is2D(), O(n).
@@ -143,35 +143,35 @@ class TARO25D_API Taro_2D {
     /// none. Null or equal vertices fail with TaroException. Linear in the number of triangles around p0.
     Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
     /// Appends the triangles around a vertex in counterclockwise order; at the hull, from any of them. A vertex without
-    /// triangles, and null, fail with TaroException. Linear in their number, as is the next one but for a sort.
+    /// triangles, and null, fail with TaroException. Linear in their number.
     void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
     /// Appends the neighbours of a vertex, each once, in no particular order. A vertex without triangles
-    /// fails with TaroException.
+    /// fails with TaroException. O(k log k) for k neighbours.
     void getIncidentVertices(Point2* pVtx, std::vector<Point2*>& vIncidentVertices) const;
-    /// Appends all triangles, in an order that is the same for the same calls on one thread. Linear.
+    /// Appends all triangles. Equal calls on one thread give an equal order. Linear.
     void getTrianglePointers(std::vector<Triangle2*>& vTriangles) const;
-    /// Appends all vertices, in an order that is the same for the same calls. Linear.
+    /// Appends all vertices. Equal calls give an equal order. Linear.
     void getVertexPointers(std::vector<Point2*>& vVertices) const;
     /// Appends the vertices of the convex hull, counterclockwise, each once. With bAllVertices false those on a
     /// straight piece between two others are left out. Before is2D() it warns and appends nothing. Linear in the number
     /// of all vertices.
     void getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const;
 
-    /// The number of vertices. Constant time, as is the next one.
+    /// The number of vertices. Constant time.
     size_t numberOfPoints() const;
-    /// The number of triangles; 0 before is2D().
+    /// The number of triangles; 0 before is2D(). Constant time.
     size_t numberOfTriangles() const;
     /// True once there are triangles, that is three vertices that are not collinear.
     bool is2D() const;
     /// The box of all vertices; invalid when there are none. Linear.
     Bbox2 computeBoundingBox() const;
 
-    /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges,
-    /// and with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a
-    /// triangle across an edge that is no constraint. How many pieces of conforming segments are not Delaunay, as happens
-    /// after points were inserted, is a warning and no fault. Prints, after the label of setName, how many alive constraint
-    /// segments there are and how many of them are missing; then, where something is wrong, the first ten findings, how
-    /// many more there are, and the given name. O(n). True when all is well, and, with a warning, before is2D().
+    /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges, and
+    /// with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a triangle across
+    /// an edge that is no constraint. How many pieces of conforming segments are not Delaunay, as happens after
+    /// points were inserted, is a warning and no fault. Prints, after the label of setName, how many alive constraint
+    /// segments there are and how many of them are missing; then, where something is wrong, the first ten findings,
+    /// how many more there are, and the given name. O(n). True when all is well, and, with a warning, before is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     /// Prints, after the label of setName, the number of triangles and the distribution of their interior angles.
     void statistics(const std::string& name) const;
@@ -186,39 +186,42 @@ class TARO25D_API Taro_2D {
 
     /// Forces segments (breaklines, boundaries) into the mesh: their end points are inserted, and every piece of them
     /// becomes an edge that no later operation flips. A segment is split at vertices that lie on it and where it
-    /// crosses other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the older
-    /// constraint, which an earlier call or an earlier place in the list brought. With bOrientedSegments the graph keeps the
-    /// direction of each segment; segments that form one closed, simple chain make a polygon, which runs counterclockwise,
-    /// either way.
+    /// crosses other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the
+    /// older constraint, which an earlier call or an earlier place in the list brought. With bOrientedSegments the
+    /// graph keeps the direction of each segment; segments that form one closed, simple chain make a polygon, which
+    /// runs counterclockwise with or without the flag.
     ///
     /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
     /// applyConstraintsAndZones(). An empty list, an end point that is not finite, and a strategy that is none get a
-    /// warning or an error and null, and nothing is inserted; a segment of length zero gets a warning and only its point
-    /// stays.
-    /// A crossing nearer than 1e-6 to an end of a segment takes place at that end. Where doubles are too coarse for all
-    /// crossings, pieces are given up with a warning; so are conforming ones, which stay edges, that take more than 1000
-    /// pieces and 100 for each segment, or two for each triangle that it crosses. O(k log k) for a segment that crosses k
-    /// triangles.
+    /// warning or an error and null, and nothing is inserted; a segment of length zero gets a warning and only its
+    /// point stays. A crossing nearer than 1e-6 to an end of a segment takes place at that end. Where doubles are too
+    /// coarse for all crossings, pieces are given up with a warning; so are conforming ones, which stay edges, that
+    /// take more than 1000 pieces and 100 for each segment, or two for each triangle that it crosses. O(k log k) for
+    /// a segment that crosses k triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                        bool bOrientedSegments = false);
     /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices
-    /// while removal had made it one-dimensional again, and splits pieces of conforming segments that are not Delaunay any
-    /// more because of points inserted since. A warning, and nothing else, before is2D(). O(n log n) for n segments.
+    /// while removal had made it one-dimensional again, and splits pieces of conforming segments that are not
+    /// Delaunay any more because of points inserted since. A warning, and nothing else, before is2D(). O(n log n) for
+    /// n segments.
     void applyConstraintsAndZones();
 
     /// Whether edge i of a triangle is a constraint; false for null and for an i that is no edge. Constant expected
-    /// time, as for the next three.
+    /// time.
     bool isConstraint(Triangle2* pT, int i) const;
-    /// Whether there is an alive constraint segment between two vertices, in any order; false for null.
+    /// Whether there is an alive constraint segment between two vertices, in any order; false for null. Constant
+    /// expected time.
     bool isConstraint(Point2* p0, Point2* p1) const;
-    /// Whether a vertex is or was the end of a constraint segment.
+    /// Whether a vertex is or was the end of a constraint segment. Constant expected time.
     bool isConstraint(Point2* pVtx) const;
-    /// The alive constraint segment between two vertices, in any order; null if there is none.
+    /// The alive constraint segment between two vertices, in any order; null if there is none. Constant expected
+    /// time.
     ConstraintSegment2* getConstraintSegment(Point2* p0, Point2* p1) const;
     /// Appends the alive constraint segments, which are edges of the mesh, in the order of their addresses. Linear, and
     /// n log n where segments are new since the last time.
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
-    /// Appends all constraint segments, those that were split included, in the same order and time.
+    /// Appends all constraint segments, those that were split included, in the order of their addresses. Time as for
+    /// the alive segments.
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
 
     /// @}
@@ -229,27 +232,28 @@ class TARO25D_API Taro_2D {
     /// location that the call is not for.
     /// @{
 
-    /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all triangles
-    /// (ZL_GLOBAL, graph null). Inside is where the winding number of the graph's rings is not 0, whatever their
-    /// direction; rings that cross themselves get the warning "the polygon crosses itself" if bVerbose. A graph that makes
-    /// no rings has its inside on its left. Any other location gives an empty zone: it has no seed, or no operands. One
-    /// that is no location at all is an error, each time the zone is asked for triangles.
+    /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all
+    /// triangles (ZL_GLOBAL, graph null). Inside is where the winding number of the graph's rings is not 0, whatever
+    /// their direction; rings that cross themselves get the warning "the polygon crosses itself" if bVerbose. A graph
+    /// that makes no rings has its inside on its left. Any other location gives an empty zone: it has no seed, or no
+    /// operands. One that is no location at all is an error, each time the zone is asked for triangles.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
-    /// The same for several graphs, ZL_INSIDE or ZL_OUTSIDE only. The zone starts along all of them on that side and
-    /// ends at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; what is between
-    /// them is a zoneDifference.
+    /// A zone inside or outside several graphs (ZL_INSIDE or ZL_OUTSIDE only). The zone starts along all of them on
+    /// that side and ends at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; the
+    /// ring between them is a zoneDifference.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose = true);
-    /// The same for graphs in braces.
+    /// A zone inside or outside several graphs, given in braces.
     Zone2* createZone(std::initializer_list<ConstraintGraph2*> graphs, ZoneLocation zoneLoc, bool bVerbose = true) {
         return createZone(std::vector<ConstraintGraph2*>(graphs), zoneLoc, bVerbose);
     }
-    /// What is reached from a seed point without crossing the graph (ZL_GROW only). A seed on an edge belongs to either
-    /// side; one outside the hull gives an empty zone, with a warning each time that is asked for triangles.
+    /// A zone of all triangles reached from a seed point without crossing the graph (ZL_GROW only). A seed on an edge
+    /// belongs to either side; one outside the hull gives an empty zone, with a warning each time that is asked for
+    /// triangles.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose = true);
-    /// The same for several graphs; an empty list lets it grow over everything.
+    /// A zone that grows from a seed point up to several graphs; with an empty list it grows over everything.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
                       bool bVerbose = true);
-    /// What is inside edges that make rings, or on the left of edges that do not, and is bounded by them (ZL_BOUNDED only).
+    /// A zone bounded by edges: inside them where they make rings, otherwise on their left (ZL_BOUNDED only).
     /// They become constraints; only their coordinates count, so they may come from another triangulation.
     /// An edge without a triangle gives null.
     Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
@@ -259,12 +263,12 @@ class TARO25D_API Taro_2D {
     /// rounding may be on the other side. O(n), n being the number of all triangles.
     Zone2* createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose = true);
 
-    /// Cuts the surface along a polygon, as cutTriangles() does, and returns what is inside as a zone of location
+    /// Cuts the surface along a polygon, as cutTriangles() does, and returns the area inside as a zone of location
     /// ZL_BOUNDED. The segments, in any order and direction, must be the sides of one polygon that does not meet
     /// itself; their heights do not count. Outside the hull there is no surface: the zone is then the part that is on
-    /// it. Segments that form no simple polygon change nothing and give null. A polygon that has no part of the surface
-    /// inside gives null as well, but where it touches the surface it may have been cut. Warnings are printed if bVerbose
-    /// is true.
+    /// it. Segments that form no simple polygon change nothing and give null. A polygon that has no part of the
+    /// surface inside gives null as well, but where it touches the surface it may have been cut. Warnings are printed
+    /// if bVerbose is true.
     Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose = true);
 
     /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not
@@ -275,14 +279,14 @@ class TARO25D_API Taro_2D {
     /// @name Cutting
     /// @{
 
-    /// Divides the triangles along segments without changing the surface: every new vertex, ends of segments included,
-    /// has the height of the surface there, to rounding. What is no edge of a Delaunay triangulation afterwards becomes
-    /// constraints of one graph. With bConstraints, all pieces of the segments do, and stay edges whatever is inserted
-    /// later; without, those that are Delaunay do not. Segments may touch, cross and run along edges; what is outside
-    /// the hull is left out. Warns and changes nothing before is2D() and for coordinates that are not finite. O(log n),
-    /// and constant time for each triangle that a segment crosses.
+    /// Divides the triangles along segments without changing the surface: every new vertex, ends of segments
+    /// included, has the height of the surface there, to rounding. Pieces that are no edges of a Delaunay
+    /// triangulation afterwards become constraints of one graph. With bConstraints, all pieces of the segments do,
+    /// and stay edges whatever is inserted later; without, those that are Delaunay do not. Segments may touch, cross
+    /// and run along edges; parts outside the hull are left out. Warns and changes nothing before is2D() and for
+    /// coordinates that are not finite. O(log n), and constant time for each triangle that a segment crosses.
     void cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints = true);
-    /// The same for the segment between two points.
+    /// Divides the triangles along the segment between two points.
     void cutTriangles(const Point2& src, const Point2& trg, bool bConstraints = true);
 
     /// @}
@@ -290,25 +294,27 @@ class TARO25D_API Taro_2D {
     /// @{
 
     /// Refines a zone of location ZL_INSIDE or ZL_BOUNDED (convertToBoundedZone() makes such a zone of any other):
-    /// inserts vertices, at circumcentres of bad triangles and in the middle of constraint segments that are in the
-    /// way, until the angles of its triangles are at least minAngleDegree (at most 30) and their edges at most
+    /// inserts vertices, at circumcentres of bad triangles and in the middle of constraint segments that obstruct
+    /// them, until the angles of its triangles are at least minAngleDegree (at most 30) and their edges at most
     /// maxEdgeLength long, all measured in space. New vertices lie on the surface as it is then. Segments shorter than
     /// twice minEdgeLength, and with the last flag false all segments, are not split.
     ///
-    /// What cannot be mended stays: triangles between two constraints that meet at a smaller angle, triangles whose
-    /// circumcentre is behind a segment that may not be split or behind the hull, and triangles as small as numbers
-    /// allow. Triangles with planar angles above 29.5 degrees are good enough in any case. There are at most 50 passes.
+    /// Some bad triangles cannot be mended and stay: those between two constraints that meet at a smaller angle,
+    /// those whose circumcentre is behind a segment that may not be split or behind the hull, and those as small as
+    /// numbers allow. Triangles with planar angles above 29.5 degrees are good enough in any case. There are at most
+    /// 50 passes.
     ///
-    /// Outside the zone nothing changes but the triangles at border segments that are split. The result does not depend
-    /// on memory addresses. Triangles of the zone become invalid; vertices and the zone stay. A null zone and a larger
-    /// angle get a message on standard error, other wrong calls (refineAdvanced()) an error; nothing changes then.
-    /// O(log n) for each new vertex, in memory that follows the number of triangles; listeners of MT_PROGRESS hear of
-    /// it.
+    /// Outside the zone nothing changes except the triangles at border segments that are split. The result does not
+    /// depend on memory addresses. Triangles of the zone become invalid; vertices and the zone stay. A null zone and
+    /// a larger angle get a message on standard error, other wrong calls (refineAdvanced()) an error; nothing changes
+    /// then. O(log n) for each new vertex, in memory that follows the number of triangles; listeners of MT_PROGRESS
+    /// hear of it.
     void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                 bool bAllowConstraintSplitting);
-    /// The same with all parameters. A maximum that is NaN or not greater than 0, and an angle, a minimum length or a
-    /// growth factor that is NaN, a growth factor in (0, 1], and limits that need more vertices than the parameters allow
-    /// are refused with an error and without effect, as are a zone of another triangulation or location and a null pointer.
+    /// Refines with all parameters. A maximum that is NaN or not greater than 0, and an angle, a minimum length or a
+    /// growth factor that is NaN, a growth factor in (0, 1], and limits that need more vertices than the parameters
+    /// allow are refused with an error and without effect, as are a zone of another triangulation or location and a
+    /// null pointer.
     void refineAdvanced(MeshGenParams* pParams);
     /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
     /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how
@@ -327,10 +333,10 @@ class TARO25D_API Taro_2D {
     /// height was set to something that is not finite. Numbers are in the
     /// byte order of the machine, so the file suits machines of the same kind. Linear.
     bool save(const char* filename) const;
-    /// Inserts what such a file holds: the vertices, and the segments as constraints of strategy CIS_CONSTRAINED_DELAUNAY.
-    /// Points may repeat, of which the first stays, segments may cross, and their ends need not be among the points.
-    /// Returns false, with a line on standard output and nothing changed, if the file cannot be read, has another type, a
-    /// length that does not follow from its counts, or a number that is not finite.
+    /// Inserts the content of a file of save(): the vertices, and the segments as constraints of strategy
+    /// CIS_CONSTRAINED_DELAUNAY. Points may repeat, of which the first stays, segments may cross, and their ends need
+    /// not be among the points. Returns false, with a line on standard output and nothing changed, if the file cannot
+    /// be read, has another type, a length that does not follow from its counts, or a number that is not finite.
     bool load(const char* filename);
 
     /// @}
@@ -339,7 +345,8 @@ class TARO25D_API Taro_2D {
 
     /// Draws all triangles into a PostScript file, with bWithConstraints the alive constraint segments on top.
     void show(const std::string& filename, bool bWithConstraints = true) const;
-    /// Adds the same to a drawing, which is not owned; null is ignored.
+    /// Adds the triangles, and with bWithConstraints the alive constraint segments, to a drawing, which is not owned;
+    /// null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithConstraints = true) const;
 
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned

@@ -54,7 +54,7 @@ class TARO25D_API Triangle2 {
     double getSquaredEdgeLength2D(int i) const;
     /// The squared length of edge i in space.
     double getSquaredEdgeLength25D(int i) const;
-    /// The same as getSquaredEdgeLength2D.
+    /// Another name of getSquaredEdgeLength2D.
     double getSquaredEdgeLength(int i) const;
     /// The largest squared edge length in x-y.
     double getMaxSqEdgeLen2D() const;
@@ -80,11 +80,11 @@ class TARO25D_API Triangle2 {
     /// The unit normal of the triangle's plane; the zero vector for a degenerate triangle.
     Vector2 getNormalVector() const;
 
-    /// The circumcentre in x-y, each coordinate rounded once from the true one; z lies among the heights of the corners,
-    /// and the custom index is -1. bAccurate tells whether it can be trusted: its distances to the three corners agree to
-    /// 2^-49 of the largest coordinate of corners and centre, and rounding has not moved it beyond one of the two shorter
-    /// edges. Where corners are collinear, or so nearly that the centre is beyond the range of doubles, it is not accurate,
-    /// and the result is a point far away beside the longest edge.
+    /// The circumcentre in x-y, each coordinate rounded once from the true one; z lies among the heights of the
+    /// corners, and the custom index is -1. bAccurate tells whether it can be trusted: its distances to the three
+    /// corners agree to 2^-49 of the largest coordinate of corners and centre, and rounding has not moved it beyond
+    /// one of the two shorter edges. Where corners are collinear, or so nearly that the centre is beyond the range of
+    /// doubles, it is not accurate, and the result is a point far away beside the longest edge.
     Point2 getDual(bool& bAccurate) const;
 
   private:

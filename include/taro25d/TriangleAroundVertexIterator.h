@@ -19,13 +19,13 @@ class TARO25D_API TriangleAroundVertexIterator {
     TriangleAroundVertexIterator& operator++();
     /// To the next triangle clockwise.
     TriangleAroundVertexIterator& operator--();
-    /// The same as ++; returns where it stood before.
+    /// Moves as ++ does; returns an iterator at the former place.
     TriangleAroundVertexIterator operator++(int) {
         TriangleAroundVertexIterator old = *this;
         ++*this;
         return old;
     }
-    /// The same as --; returns where it stood before.
+    /// Moves as -- does; returns an iterator at the former place.
     TriangleAroundVertexIterator operator--(int) {
         TriangleAroundVertexIterator old = *this;
         --*this;

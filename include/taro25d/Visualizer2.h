@@ -66,7 +66,7 @@ class TARO25D_API Visualizer2 {
     /// longer lines are cut, further lines are dropped with a warning.
     void addHeaderLine(const std::string& text);
 
-    /// Writes and closes the file; what is added afterwards is not drawn. A second call only prints a
+    /// Writes and closes the file; objects added afterwards are not drawn. A second call only prints a
     /// warning. Failing to write gets a warning, never an exception. Cost: linear in the number of objects, n
     /// log n in that of points.
     void writeFile();

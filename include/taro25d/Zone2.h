@@ -34,7 +34,7 @@ class TARO25D_API Zone2 {
                          const std::vector<Point2>& vSeeds = {});
     Zone2(const Zone2&) = delete;
     Zone2& operator=(const Zone2&) = delete;
-    /// For the engine: what a zone of a result location is made from.
+    /// For the engine: the operands of a zone of a result location.
     TARO25D_HIDDEN void setOperands(Zone2* pFirst, Zone2* pSecond);
     /// For the engine: whether this zone is made from another one.
     TARO25D_HIDDEN bool hasOperand(const Zone2* pZone) const { return pFirst_ == pZone || pSecond_ == pZone; }
@@ -63,9 +63,9 @@ class TARO25D_API Zone2 {
     /// Appends the edges that have a triangle of the zone on their left and none on their right: they run
     /// counterclockwise around the zone and clockwise around its holes. In no particular order.
     void getBorderEdges(std::vector<Edge2>& vBorderEdges) const;
-    /// The same as getBorderEdges.
+    /// Another name of getBorderEdges.
     void getBoundaryEdges(std::vector<Edge2>& vBoundaryEdges) const;
-    /// The same edges as segments.
+    /// Appends the border edges as segments.
     void getBoundarySegments(std::vector<Segment2>& vBoundarySegments) const;
     /// The box of the corners; invalid for an empty zone.
     Bbox2 getBoundingBox() const;
@@ -114,13 +114,13 @@ TARO25D_API Zone2* zoneDifference(Zone2* pFirst, Zone2* pSecond);
 TARO25D_API Zone2* zoneSymmetricDifference(Zone2* pFirst, Zone2* pSecond);
 /// @}
 
-/// What peelOffIf does, for a predicate in a function object; an empty one gets a warning and null.
+/// peelOffIf for a predicate in a function object; an empty function object gets a warning and null.
 TARO25D_API Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predicate, bool bVerbose);
 
-/// Removes triangles from the border of a zone: every triangle at the border for which the predicate, an object that is
-/// called with a Triangle2*, answers true, and so on with those that come to the border by that, until none is left.
-/// What remains becomes a new zone of location ZL_GROW, whose border is a constraint; the old zone stays as it is. Each
-/// triangle is asked at most once, so the answer must not depend on the others.
+/// Removes triangles from the border of a zone: every triangle at the border for which the predicate, an object that
+/// is called with a Triangle2*, answers true, then every such triangle at the border of the rest, until there is
+/// none. The triangles that remain become a new zone of location ZL_GROW, whose border is a constraint; the old zone
+/// stays as it is. Each triangle is asked at most once, so the answer must not depend on the others.
 ///
 /// Returns null if the zone or the predicate is null or if nothing remains. With bVerbose that gives a warning, and the
 /// number of triangles and the areas before and after are printed; without it nothing is.

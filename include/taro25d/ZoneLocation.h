@@ -5,9 +5,9 @@ namespace LUMO_TARO25D {
 /// The rule that selects the triangles of a zone.
 enum ZoneLocation {
     ZL_GLOBAL = 0,                       ///< all triangles
-    ZL_INSIDE = 1,                       ///< what the zone's constraint graphs enclose
-    ZL_OUTSIDE = 2,                      ///< what is outside the zone's constraint graphs
-    ZL_GROW = 3,                         ///< what is reached from seed points without crossing the zone's constraints
+    ZL_INSIDE = 1,                       ///< the area that the zone's constraint graphs enclose
+    ZL_OUTSIDE = 2,                      ///< the area outside the zone's constraint graphs
+    ZL_GROW = 3,                         ///< the area reached from seed points without crossing the zone's constraints
     ZL_RESULT_UNION = 4,                 ///< made by zoneUnion
     ZL_RESULT_INTERSECTION = 5,          ///< made by zoneIntersection
     ZL_RESULT_DIFFERENCE = 6,            ///< made by zoneDifference

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Marks what the shared library exports; everything else in it is hidden.
+/// Marks the names that the shared library exports; everything else in it is hidden.
 #define TARO25D_API __attribute__((visibility("default")))
-/// Takes a member of an exported class out of that.
+/// Hides a member of an exported class.
 #define TARO25D_HIDDEN __attribute__((visibility("hidden")))

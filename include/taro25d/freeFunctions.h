@@ -11,8 +11,8 @@
 
 /// @file
 /// Geometric helper functions. None of them throws on degenerate input; where a length or an area leaves the range of
-/// doubles it is infinite or NaN. Points that they construct have the custom index -1 and no incident triangle. All take
-/// constant time unless stated otherwise.
+/// doubles it is infinite or NaN. Points that they construct have the custom index -1 and no incident triangle. All
+/// take constant time unless stated otherwise.
 
 namespace LUMO_TARO25D {
 
@@ -21,10 +21,10 @@ namespace LUMO_TARO25D {
 /// points are equal in x-y. Null pointers and coordinates that are not finite fail with TaroException. Works on
 /// one process-wide predicate object: calls must not overlap.
 TARO25D_API Orientation2 getOrientation2(const Point2* p0, const Point2* p1, const Point2* p2);
-/// The same decision for any number of threads at once, on a predicate object of its own for each call.
+/// getOrientation2 for any number of threads at once, on a predicate object of its own for each call.
 TARO25D_API Orientation2 getOrientation2_mt(const Point2* p0, const Point2* p1, const Point2* p2);
 
-/// The height at (x, y) on the segment a-b: linear along the one of x and y in which a and b differ more (x
+/// The height at (x, y) on the segment a-b: linear along the axis on which a and b differ more (x
 /// on ties), never outside the heights of a and b. Beyond an end it is the height of that end; a.z() where a
 /// and b coincide.
 TARO25D_API double getZOnSegment(const Point2& a, const Point2& b, double x, double y);
@@ -61,7 +61,7 @@ TARO25D_API Point2 barycenter(const Point2& a, const Point2& b, const Point2& c)
 /// lines are parallel (decided exactly), when a pair of points coincides, or when a coordinate is not finite.
 TARO25D_API bool getIntersectionPoint(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
                                       Point2& result);
-/// The same point with x and y computed in rational numbers and rounded once. A few microseconds.
+/// The intersection point with x and y computed in rational numbers and rounded once. A few microseconds.
 TARO25D_API bool getIntersectionPointNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
                                                 Point2& result);
 /// The x and y of getIntersectionPointNoRounding.
@@ -75,9 +75,9 @@ TARO25D_API double getUlp(double d);
 
 /// The box of a point, each range widened by the offset at both ends.
 TARO25D_API Bbox3 getBbox(const Point2& p, double offset);
-/// The same of two points.
+/// The box of two points, widened.
 TARO25D_API Bbox3 getBbox(const Point2& p, const Point2& q, double offset);
-/// The same of three points.
+/// The box of three points, widened.
 TARO25D_API Bbox3 getBbox(const Point2& p, const Point2& q, const Point2& r, double offset);
 /// The box of a list of points; invalid for an empty list. Linear.
 TARO25D_API Bbox2 getBox(const std::vector<Point2>& vPoints);
