@@ -7,6 +7,8 @@
 
 namespace LUMO_TARO25D {
 
+bool isSamePlace(const Point2& a, const Point2& b) { return distance2D(a, b) <= getResolution(a, b); }
+
 bool isNextToBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex) {
     const double toSrc = distance2D(vertex, src), toTrg = distance2D(vertex, trg);
     if (!(std::max(toSrc, toTrg) < distance2D(src, trg))) return false;

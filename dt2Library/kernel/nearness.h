@@ -19,6 +19,10 @@ inline double getLargestCoordinate(const Point2& a, const Point2& b, const Point
 /// Places nearer than this part of their largest coordinate may be meant to be one: 4 to 8 units in the last place, which
 /// is what computing a point on a line, or the crossing of two, can be wrong by.
 constexpr double RESOLUTION = 0x1p-50;
+/// How far apart two places may be, by rounding, that are meant to be one.
+inline double getResolution(const Point2& a, const Point2& b) { return RESOLUTION * getLargestCoordinate(a, b, b); }
+/// Whether two places may be meant to be one.
+bool isSamePlace(const Point2& a, const Point2& b);
 /// So near to the ends of a segment, in parts of the largest coordinate, it is left alone: what is that small may be input
 /// with a spacing of a few rounding errors, of which every decision counts.
 constexpr double END_ZONE = 0x1p-40;

@@ -21,12 +21,8 @@
 #include "mesh/BulkInserter.h"
 #include "mesh/ConstraintKeeper.h"
 #include "mesh/InnerVtxMgr.h"
-#include "meshing/CandidateQueue.h"
-#include "meshing/GuideSurface.h"
 #include "support/diagnostics.h"
-#include "taro25d/MeshGenParams.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
-#include "taro25d/Zone2.h"
 
 namespace LUMO_TARO25D {
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -27,20 +26,14 @@
 
 namespace LUMO_TARO25D {
 
-class AddressSet;
-class CandidateQueue;
-class GuideSurface;
 class ConstraintGraph2;
 class ConstraintKeeper;
 class ConstraintMgr;
 class ConstraintSegment2;
 class Edge2;
-class EdgeSet;
 class InnerVtxMgr;
 class MeshGenParams;
-class RefCand3;
 class Segment2;
-class Vector2;
 class Visualizer2;
 class Zone2;
 
@@ -178,6 +171,11 @@ class Dt2 {
     bool getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const;
     bool getNearbyHeight(double x, double y, double& height, double tolerance) const;
 
+    /// The magnitude of a point and all vertices.
+    double getMagnitudeWith(const Point2& point) const;
+    /// Walks to any point with finite x and y, with the result of locateConflictTriangle. The predicates hold for it.
+    int walkTo(const Point2& point, Triangle2*& pT, GeomTest& geomTest) const;
+
     Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
     bool isEdge(Point2* p0, Point2* p1) const;
     void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
@@ -189,6 +187,13 @@ class Dt2 {
 
     size_t numberOfTriangles() const;
     void getTrianglePointers(std::vector<Triangle2*>& vTriangles) const;
+    /// Calls f for every triangle, in the order of their records.
+    template <class F>
+    void forEachTriangle(const F& f) const {
+        trianglePool_.forEach([&f](Triangle2* pT) {
+            if (pT->getCorner(0)) f(pT);
+        });
+    }
     /// A live triangle; null when there are none.
     Triangle2* getOneValidTriangle() const { return vertexVault_.getOneValidTriangle(); }
     size_t numberOfPoints() const { return vertexVault_.computeNumberOfPoints(); }
@@ -232,6 +237,12 @@ class Dt2 {
     }
     bool isConstraint(const Point2* p0, const Point2* p1) const { return constraintEdges_.contains(p0, p1); }
     bool isConstraintVertex(const Point2* pVtx) const;
+    /// Whether edge i, which is not Delaunay, stays because it is a constraint. A conforming one is remembered.
+    bool isFixed(const Triangle2* pT, int i) {
+        if (!isConstraint(pT, i)) return false;
+        rememberEncroached(pT, i);
+        return true;
+    }
     ConstraintEdges& getConstraintEdges() { return constraintEdges_; }
     void setConstraintKeeper(ConstraintKeeper* pKeeper) { pConstraintKeeper_ = pKeeper; }
     ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
@@ -239,10 +250,6 @@ class Dt2 {
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     ConstraintMgr* getConstraintManager();
     InnerVtxMgr* getInnerVtxManager() const { return pInnerVtxMgr_.get(); }
-    /// The largest absolute coordinate of the zone that is being meshed or was meshed last; 0 before.
-    double getZoneMagnitude() const { return zoneMagnitude_; }
-    /// How the refinement that is running, or was the last, measures triangles; null if it has no guide.
-    GuideSurface* getGuideSurface() const { return pGuideSurface_.get(); }
     /// The number of vertices, those of a running bulk insertion included; O(1).
     size_t getApproxNumPoints() const { return vertexVault_.getSize(); }
 
@@ -250,6 +257,14 @@ class Dt2 {
     /// next to an end of a segment, in the last bits, have a quota of their own.
     void setCrossingQuota(size_t quota) { crossingQuota_ = quota; }
     void setCloseCrossingQuota(size_t quota) { closeCrossingQuota_ = quota; }
+    /// Where the way from a vertex p to any point q leaves the triangles around p: across edge i of pT, or along an edge
+    /// to the returned vertex; or nowhere, then pT is null.
+    Point2* leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
+    /// The same where both are vertices, so that there is a way.
+    Point2* leaveTowardsVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
+    /// Follows the way from p to q across edge i of pT. Returns the side on which the far corner of the next triangle
+    /// lies; i becomes the next edge on the way, or the index of the far corner if that is on it.
+    Orientation2 crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
     /// Appends the triangles whose interior the segment from p to q crosses, in order from p. Both are vertices.
     void getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const;
     /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh, splitting it and what it crosses.
@@ -272,7 +287,7 @@ class Dt2 {
     /// Kills a segment and makes the mesh Delaunay where its edge was.
     void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
 
-    // ---- Dt2_zones.cpp: zones ---------------------------------------------------------------------------------------
+    // ---- Dt2_zones.cpp: zones and cuts (zones/ZoneMgr.h, zones/SurfaceCutter.h) -------------------------------------
 
     // Each form makes a zone that the engine owns, or returns null, with a warning if it may: before there are triangles,
     // for a graph that is missing, strange or has no direction, and for a location that the form does not make.
@@ -295,12 +310,6 @@ class Dt2 {
     /// Appends the triangles that are reached from those at the seeds without crossing pieces of the graphs, each once.
     void growZoneArea(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Point2>& vSeeds,
                       std::vector<Triangle2*>& vTriangles) const;
-    /// The same from triangles.
-    void spreadBetween(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Triangle2*>& vFrom,
-                       std::vector<Triangle2*>& vTriangles) const;
-
-    // ---- Dt2_cut.cpp: cutting the surface along segments --------------------------------------------------------------
-
     /// Cuts the triangles along segments, so that the surface keeps its shape.
     void CUTT_cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints);
     /// Cuts along a simple polygon and makes a zone of what is inside.
@@ -308,16 +317,13 @@ class Dt2 {
     /// Whether the segments, in any order and direction, are the sides of one polygon that does not meet itself.
     static bool isSimplePolygon(const std::vector<Segment2>& vSegments);
 
-    // ---- Dt2_meshing.cpp: refinement of zones ---------------------------------------------------------------------
+    // ---- Dt2_meshing.cpp: refinement of zones (meshing/Refiner.h) -------------------------------------------------
 
     /// Refines a zone with these limits and the default values of all others.
     void refineClassic(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                        bool bAllowConstraintSplitting);
     /// Inserts vertices into a zone until every triangle meets the limits or cannot be mended.
     void refineAdvanced(MeshGenParams* pParams);
-    /// The height of a new vertex inside a triangle: of the guide if there is one, otherwise of the surface; where there is
-    /// none, the mean of the corners, and a warning when the refinement ends.
-    double getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams);
     /// Prints how many triangles of a zone miss each limit, and why; true if there is an excuse for every one. The limits
     /// are the given one, and those of the last refinement if it was of this zone.
     bool checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name);
@@ -352,10 +358,6 @@ class Dt2 {
 
     // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
 
-    /// The magnitude of a point and all vertices.
-    double getMagnitudeWith(const Point2& point) const;
-    /// Walks to any point with finite x and y, with the result of locateConflictTriangle. The predicates hold for it.
-    int walkTo(const Point2& point, Triangle2*& pT, GeomTest& geomTest) const;
     void getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const;
     void dropCollinear(std::vector<Point2*>& vRing) const;
 
@@ -381,21 +383,7 @@ class Dt2 {
     /// Where two constraints cross, and the one that is an edge.
     using Crossing = std::pair<Point2, ConstraintSegment2*>;
 
-    /// Whether edge i, which is not Delaunay, stays because it is a constraint. A conforming one is remembered.
-    bool isFixed(const Triangle2* pT, int i) {
-        if (!isConstraint(pT, i)) return false;
-        rememberEncroached(pT, i);
-        return true;
-    }
     void rememberEncroached(const Triangle2* pT, int i);
-    /// Where the way from a vertex p to any point q leaves the triangles around p: across edge i of pT, or along an edge
-    /// to the returned vertex; or nowhere, then pT is null.
-    Point2* leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
-    /// The same where both are vertices, so that there is a way.
-    Point2* leaveTowardsVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
-    /// Follows the way from p to q across edge i of pT. Returns the side on which the far corner of the next triangle
-    /// lies; i becomes the next edge on the way, or the index of the far corner if that is on it.
-    Orientation2 crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
     /// Takes away one obstacle, or all that is left; false if that is beyond the quota.
     bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
     bool isQuotaUsedUp() const { return crossingQuota_ == 0 || closeCrossingQuota_ == 0; }
@@ -431,55 +419,6 @@ class Dt2 {
     ConstraintSegment2* getConstraintThrough(const Point2& place, const Triangle2* pT) const;
     bool isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const;
 
-    // ---- Dt2_zones.cpp ----------------------------------------------------------------------------------------------
-
-    bool canHaveZones(bool bVerbose) const;
-    bool areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const;
-    bool areOwn(const std::vector<Triangle2*>& vTriangles) const;
-    Zone2* registerZone(std::unique_ptr<Zone2> pZone);
-    /// Inside or outside graphs; warns of those that cross themselves.
-    Zone2* createZoneAlong(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose);
-
-    // ---- Dt2_cut.cpp ------------------------------------------------------------------------------------------------
-
-    struct Cut;
-
-    void CUTT_bendEdgesTo(Point2* pVtx, Cut& cut);
-    Point2* CUTT_insertAt(Triangle2* pT, int i, const Point2& point, Cut& cut);
-    Point2* CUTT_insert(const Point2& place, Cut& cut);
-    Point2* CUTT_enter(const Point2& outside, const Point2& trg, Cut& cut);
-    Point2* CUTT_insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg, Cut& cut);
-    bool CUTT_isSplitSound(const Triangle2* pT, int i, const Point2& point) const;
-    Point2* CUTT_divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way, Cut& cut);
-    Point2* CUTT_cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i, Cut& cut);
-    void CUTT_cutTowards(Point2* pVtx, Point2* pTrg, Cut& cut);
-    void CUTT_cutSegments(const std::vector<Segment2>& vSegments, Cut& cut);
-    void CUTT_flipDiagonals(Point2* pVtx, Cut& cut);
-    void CUTT_fixEdges(const Cut& cut, bool bPieces);
-    void CUTT_closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const;
-    bool CUTT_getInside(const Cut& cut, std::vector<Triangle2*>& vTriangles) const;
-
-    // ---- Dt2_meshing.cpp ------------------------------------------------------------------------------------------
-
-    bool haveValidPreconditions(MeshGenParams* pParams);
-    void refineMain3(MeshGenParams* pParams);
-    /// Lists the triangles of the zone. Whether the numbers allow to refine it, and the number of vertices that the limits
-    /// ask for is allowed; otherwise there is an error.
-    bool isAffordable(MeshGenParams* pParams, std::vector<Triangle2*>& vTriangles);
-    /// Inserts the grid that the parameters ask for. False, with an error, if it is refused.
-    bool preMeshing(MeshGenParams* pParams);
-    void getInitialRefineCandidates(MeshGenParams* pParams);
-    /// Makes a triangle a candidate, if a refinement is running and it may miss a limit.
-    void addRefCand3(Triangle2* pT);
-    /// The same for the triangles around a new vertex on the left of the way from p0 over it to p1.
-    void addRefCandsInsideZone(const Point2* p0, Point2* p1, Point2* pCenter);
-    /// Serves a candidate; true if a vertex was inserted.
-    bool tryRefine(RefCand3* pRC, MeshGenParams* pParams);
-    void insertCircumcenter(RefCand3* pRC, MeshGenParams* pParams);
-    bool splitSegmentInTheWay(RefCand3* pRC, const std::vector<ConstraintGraph2*>& vZoneGraphs);
-    /// Inserts a vertex of the vault into the triangle that holds it, and makes those around it candidates.
-    void insertVertexForRefinement(Point2*& pVertex, Triangle2* pContainingTriangle);
-
     // ---- Dt2_check.cpp --------------------------------------------------------------------------------------------
 
     class Findings;
@@ -503,12 +442,6 @@ class Dt2 {
     HullHubs hullHubs_;
     std::unique_ptr<VertexRemover> pVertexRemover_;
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
-    std::map<Zone2*, std::unique_ptr<Zone2>> mZones_;
-    std::unique_ptr<CandidateQueue> pmmAng2RC_;   // only while a refinement runs
-    std::unique_ptr<MeshGenParams> pLastParams_;  // a copy of what the last refinement was asked for
-    std::unique_ptr<GuideSurface> pGuideSurface_;
-    double zoneMagnitude_ = 0.0;
-    size_t numMissingHeights_ = 0;  // of the vertices that a refinement inserts
     ConstraintEdges constraintEdges_;
     ConstraintKeeper* pConstraintKeeper_ = nullptr;  // null before there are constraints
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0, halvingQuota_ = 0;

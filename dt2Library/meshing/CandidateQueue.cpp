@@ -6,8 +6,7 @@
 #include <new>
 
 #include "kernel/tools.h"
-#include "mesh/Dt2.h"
-#include "meshing/GuideSurface.h"
+#include "meshing/RefinementContext.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Vector2.h"
 
@@ -32,11 +31,11 @@ double sqArea(const Vector2& u, const Vector2& v) {
 
 }  // namespace
 
-CandidateQueue::CandidateQueue(Dt2* pDt2, MeshGenParams* pParams)
-    : pDt2_(pDt2),
-      pParams_(pParams),
-      bGrowthLimit_(pParams->growthFactor > 0.0 && pParams->growthFactor != NO_LIMIT),
-      sqCosineOfLimit_(sqCosineBelow(pParams->minAngleDegree)),
+CandidateQueue::CandidateQueue(RefinementContext& context, MeshGenParams& params)
+    : context_(context),
+      params_(params),
+      bGrowthLimit_(params.growthFactor > 0.0 && params.growthFactor != NO_LIMIT),
+      sqCosineOfLimit_(sqCosineBelow(params.minAngleDegree)),
       sqCosineOfCap_(sqCosineBelow(RefCand3::PLANAR_ANGLE_CAP)) {
     constexpr int BLOCK_BYTES = 100000000;
     pool_.init(3, BLOCK_BYTES / static_cast<int>(sizeof(RefCand3)));
@@ -58,14 +57,14 @@ bool CandidateQueue::mayBeNarrow(const double* aSqLengths, double sqCosine) cons
 
 bool CandidateQueue::mayMissLimit(Triangle2* pT) const {
     if (bGrowthLimit_) return true;  // the neighbours may have changed when the candidate's turn comes
-    const Sides aSide = getSides(pDt2_->getGuideSurface(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
+    const Sides aSide = getSides(context_.pGuide.get(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
     double aSqPlanar[3], aSq[3];
     for (size_t i = 0; i < 3; ++i) {
         aSqPlanar[i] = aSide[i].x() * aSide[i].x() + aSide[i].y() * aSide[i].y();
         aSq[i] = aSqPlanar[i] + aSide[i].z() * aSide[i].z();
     }
     constexpr double ALMOST = 1.0 - 1e-7;
-    const double maxLength = pParams_->getMaxEdgeLength(pT), maxArea = pParams_->getMaxTriangleArea(pT);
+    const double maxLength = params_.getMaxEdgeLength(pT), maxArea = params_.getMaxTriangleArea(pT);
     const double maxSq = std::max({aSq[0], aSq[1], aSq[2]});
     if (maxLength != NO_LIMIT && !(maxSq < maxLength * maxLength * ALMOST)) return true;
     const double sqMaxArea = maxArea * maxArea * ALMOST;
@@ -86,7 +85,7 @@ RefCand3* CandidateQueue::getRecord() {
 void CandidateQueue::add(Triangle2* pT) {
     if (!mayMissLimit(pT)) return;
     if (vHeap_.size() >= sweepSize_) sweep();
-    RefCand3* pRC = new (getRecord()) RefCand3(pDt2_, pT);
+    RefCand3* pRC = new (getRecord()) RefCand3(context_, pT);
     vHeap_.push_back({pRC->getMinAngle(), numAdded_++, pRC});
     std::push_heap(vHeap_.begin(), vHeap_.end());
 }

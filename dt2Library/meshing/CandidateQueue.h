@@ -17,8 +17,8 @@ namespace LUMO_TARO25D {
 /// triangles that still miss a limit.
 class CandidateQueue {
   public:
-    /// The parameters are not owned.
-    CandidateQueue(Dt2* pDt2, MeshGenParams* pParams);
+    /// The context and the parameters are not owned.
+    CandidateQueue(RefinementContext& context, MeshGenParams& params);
 
     /// Makes a candidate for a triangle, if it may miss a limit.
     void add(Triangle2* pT);
@@ -49,8 +49,8 @@ class CandidateQueue {
 
     static constexpr size_t MIN_SWEEP_SIZE = 1024;
 
-    Dt2* pDt2_;
-    MeshGenParams* pParams_;
+    RefinementContext& context_;
+    MeshGenParams& params_;
     bool bGrowthLimit_;
     double sqCosineOfLimit_, sqCosineOfCap_;
     SimplePool<RefCand3> pool_;

@@ -87,7 +87,8 @@ GridMesher::GridMesher(MeshGenParams* pParams)
     : pParams_(pParams),
       pZone_(pParams->pZone),
       pDt2_(pParams->pZone->getDelaunayTriangulation()),
-      gridLength_(pParams->gridLength) {}
+      gridLength_(pParams->gridLength),
+      heights_(*pParams) {}
 
 bool GridMesher::insertGridPoints(bool bChop) {
     if (!createGrid(aFamilies_[0].vStripes, aFamilies_[1].vStripes)) return false;
@@ -220,7 +221,7 @@ void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<siz
 
 /// The grid points on a stripe of the first family between two ranks in the other one. Rounding of the ranks does not
 /// matter: a point beside the border would be too near to it.
-void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints) const {
+void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints) {
     const Segment2& stripe = aFamilies_[0].vStripes[k];
     const std::vector<Segment2>& vOthers = aFamilies_[1].vStripes;
     for (double rank = std::max(0.0, std::ceil(begin)); rank <= end && rank < static_cast<double>(vOthers.size());
@@ -231,7 +232,7 @@ void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, s
         const bool bCross =
             getIntersectionPoint(stripe.getSrc(), stripe.getTrg(), other.getSrc(), other.getTrg(), point);
         if (!bCross || !isSeed(point, sZone, pT)) continue;
-        vGridPoints.emplace_back(point.x(), point.y(), pDt2_->getMeshHeight(point.x(), point.y(), pT, pParams_));
+        vGridPoints.emplace_back(point.x(), point.y(), heights_.get(point.x(), point.y(), pT));
     }
 }
 

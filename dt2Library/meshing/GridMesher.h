@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kernel/flatSets.h"
+#include "meshing/VertexHeights.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Vector2.h"
@@ -32,6 +33,8 @@ class GridMesher {
     /// the constraint segments of the zone where stripes cross them. False, with an error and without any effect, for a grid
     /// that is too fine for the zone or has more vertices than the parameters allow.
     bool insertGridPoints(bool bChop);
+    /// How many of its vertices have no height of their own.
+    size_t getNumMissingHeights() const { return heights_.getNumMissing(); }
 
     /// Both families of stripes: along the grid vector, and orthogonal to it. False if one of them is refused.
     bool createGrid(std::vector<Segment2>& vStripes0, std::vector<Segment2>& vStripes1);
@@ -53,7 +56,7 @@ class GridMesher {
 
     void getGridPoints(std::vector<Point2>& vGridPoints);
     void getBorderCrossings(AddressSet& sZone, std::vector<std::pair<size_t, double>>& vCrossings) const;
-    void getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints) const;
+    void getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints);
     bool isSeed(const Point2& point, AddressSet& sZone, Triangle2*& pT) const;
 
     std::vector<Point2*> insertNew(const std::vector<Point2>& vGridPoints);
@@ -72,6 +75,7 @@ class GridMesher {
     Zone2* pZone_;
     Dt2* pDt2_;
     double gridLength_;
+    VertexHeights heights_;
     std::array<Family, 2> aFamilies_;  // along the grid vector, and orthogonal to it
 };
 

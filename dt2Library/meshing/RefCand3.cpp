@@ -11,7 +11,7 @@
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
-#include "meshing/GuideSurface.h"
+#include "meshing/RefinementContext.h"
 #include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
@@ -55,18 +55,20 @@ double getNarrowAngle(const Vector2& u, const Vector2& v) {
     return std::acos(std::clamp(normalize(u) * normalize(v), -1.0, 1.0)) / 3.14159 * 180.0;
 }
 
-Sides getSides(const Dt2* pDt2, const Triangle2* pT) {
-    return getSides(pDt2->getGuideSurface(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
+Sides getSides(const RefinementContext& context, const Triangle2* pT) {
+    return getSides(context.pGuide.get(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
 }
 
 }  // namespace
 
 std::atomic<int> RefCand3::runningLabel{0};
 
-RefCand3::RefCand3(Dt2* pDt2, Triangle2* pT)
+RefCand3::RefCand3(Dt2* pDt2, Triangle2* pT) : RefCand3(getRefinementContext(pDt2), pT) {}
+
+RefCand3::RefCand3(RefinementContext& context, Triangle2* pT)
     : label_(runningLabel.fetch_add(1, std::memory_order_relaxed)),
       aCorner_{pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)},
-      pDt2_(pDt2),
+      context_(context),
       pT_(pT),
       pContainingT_(pT),
       steiner_(-UNKNOWN, -UNKNOWN, -UNKNOWN),
@@ -82,7 +84,7 @@ void RefCand3::init() {
     radius_ = distance2D(steiner_, *aCorner_[0]);
     splitIndex_ = SPLIT_USELESS;
     if (!std::isfinite(maxCoord)) return;
-    GeomTest& geomTest = pDt2_->getGeomTest();
+    GeomTest& geomTest = context_.pDt2->getGeomTest();
     if (maxCoord > geomTest.getMaxAbsCoord()) geomTest.setStaticBound(maxCoord);
     splitIndex_ = walkUntilConstraint(&steiner_, pContainingT_);
 }
@@ -90,7 +92,7 @@ void RefCand3::init() {
 void RefCand3::computeSteiner() { steiner_ = pT_->getDual(bAccurate_); }
 
 int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pContainingTriangle) {
-    GeomTest& geomTest = pDt2_->getGeomTest();
+    GeomTest& geomTest = context_.pDt2->getGeomTest();
     Triangle2*& pT = pContainingTriangle;
     const int longest = pT->getMaxIndex();
     const Point2* pStart = pT->getCorner(longest);
@@ -102,7 +104,7 @@ int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pCont
     }
     for (int numSteps = 0; exit != -1; ++numSteps) {
         Triangle2* pN = pT->getOppositeTriangle(exit);
-        if (!pN || pDt2_->isConstraint(pT, exit)) return exit;
+        if (!pN || context_.pDt2->isConstraint(pT, exit)) return exit;
         if (numSteps == MAX_WALK) return SPLIT_USELESS;
         const int entry = indexOfNeighbour(pN, pT);
         pT = pN;
@@ -119,14 +121,14 @@ int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pCont
 }
 
 int RefCand3::judgeArrival(Triangle2* pT, const Point2* p) const {
-    GeomTest* pGeomPredicates = &pDt2_->getGeomTest();
+    GeomTest* pGeomPredicates = &context_.pDt2->getGeomTest();
     for (int i = 0; i < 3; ++i) {
         if (*pT->getCorner(i) == *p) return SPLIT_USELESS;
     }
     for (int i = 0; i < 3; ++i) {
         if (getSide(*pGeomPredicates, pT, i, p) != ORIENTATION2_COLLINEAR) continue;
         // A centre on the border splits it; inserted as an inner vertex it would leave a flat triangle there.
-        if (!pT->getOppositeTriangle(i) || pDt2_->isConstraint(pT, i)) return i;
+        if (!pT->getOppositeTriangle(i) || context_.pDt2->isConstraint(pT, i)) return i;
     }
     if (pT != pT_) return SPLIT_NONE;
     const auto isNotOutside = [&](int i) { return getSide(*pGeomPredicates, pT, i, p) != ORIENTATION2_CW; };
@@ -147,18 +149,18 @@ void RefCand3::getContainingTriangleAndIndex(Triangle2*& pT, int& idx) const {
 }
 
 ConstraintSegment2* RefCand3::getAliveConstraintSegment(int i) const {
-    return pDt2_->getAliveConstraintSegment(pContainingT_->getCorner(incIndexBy1(i)),
-                                            pContainingT_->getCorner(incIndexBy2(i)));
+    return context_.pDt2->getAliveConstraintSegment(pContainingT_->getCorner(incIndexBy1(i)),
+                                                    pContainingT_->getCorner(incIndexBy2(i)));
 }
 
-bool RefCand3::isConstraint(int i) const { return pDt2_->isConstraint(pContainingT_, i); }
+bool RefCand3::isConstraint(int i) const { return context_.pDt2->isConstraint(pContainingT_, i); }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Measures
 
 double RefCand3::getMinAngle() {
     if (minAngle_ != UNKNOWN) return minAngle_;
-    const Sides aSide = getSides(pDt2_->getGuideSurface(), aCorner_[0], aCorner_[1], aCorner_[2]);
+    const Sides aSide = getSides(context_.pGuide.get(), aCorner_[0], aCorner_[1], aCorner_[2]);
     const Vector2 u = normalize(aSide[2]), v = normalize(aSide[1] * -1.0), w = normalize(aSide[0]);
     const double alpha = getAngleDegree(u, v), beta = getAngleDegree(w, u * -1.0);
     minAngle_ = std::min({beta, 180.0 - alpha - beta, alpha});
@@ -170,12 +172,12 @@ double RefCand3::getMinAngle2D() const {
 }
 
 double RefCand3::getArea25D(const Triangle2* pT) const {
-    const Sides aSide = getSides(pDt2_, pT);
+    const Sides aSide = getSides(context_, pT);
     return pT->computeArea(aSide[2].length(), aSide[0].length(), aSide[1].length());
 }
 
 void RefCand3::computeMinMax() {
-    const Sides aSide = getSides(pDt2_, pT_);
+    const Sides aSide = getSides(context_, pT_);
     for (size_t i = 0; i < 3; ++i) {
         aSqLengths2D_[i] = pT_->getSquaredEdgeLength2D(static_cast<int>(i));
         aSqLengths25D_[i] = aSide[i].sqLength();
@@ -218,13 +220,13 @@ bool RefCand3::highPriorityReject(MeshGenParams* pParams) { return illegalSplit(
 bool RefCand3::isTooSmall() const {
     constexpr double MIN_ULPS = 16.0;
     // Around the origin numbers would resolve what is no detail of any ground: the zone sets the measure there.
-    const double maxCoord = std::max({std::abs(steiner_.x()), std::abs(steiner_.y()), pDt2_->getZoneMagnitude()});
+    const double maxCoord = std::max({std::abs(steiner_.x()), std::abs(steiner_.y()), context_.zoneMagnitude});
     return !(std::isfinite(radius_) && radius_ > 0.0 &&
              radius_ >= MIN_ULPS * std::numeric_limits<double>::epsilon() * maxCoord);
 }
 
 bool RefCand3::isTooNear(const MeshGenParams* pParams) const {
-    if (!pDt2_->getGuideSurface() || !(pParams->minEdgeLength > 0.0)) return false;
+    if (!context_.pGuide.get() || !(pParams->minEdgeLength > 0.0)) return false;
     if (radius_ < pParams->minEdgeLength) return true;
     // Vertices on the other side of a constraint edge can be nearer than the corners.
     const double sqReach = pParams->minEdgeLength * pParams->minEdgeLength;
@@ -264,8 +266,8 @@ const char* RefCand3::getExcuse(MeshGenParams* pParams, bool bForAngle) {
 bool RefCand3::isSafe() {
     if (bAccurate_ || splitIndex_ < 0) return true;
     const int maxIdx = pT_->getMaxIndex();
-    if (!pDt2_->isConstraint(pT_, maxIdx)) return true;
-    if (getSide(pDt2_->getGeomTest(), pT_, maxIdx, &steiner_) != ORIENTATION2_CCW) return false;
+    if (!context_.pDt2->isConstraint(pT_, maxIdx)) return true;
+    if (getSide(context_.pDt2->getGeomTest(), pT_, maxIdx, &steiner_) != ORIENTATION2_CCW) return false;
     if (splitIndex_ == maxIdx) return true;
     warning("RefCand3::isSafe()", "splitIndex!=maxIdx, numeric");
     return false;
@@ -302,7 +304,7 @@ bool RefCand3::highPriorityAccept(MeshGenParams* pParams) {
 
 double RefCand3::getNeighbourArea(int i) const {
     const ConstraintSegment2* pCSeg =
-        pDt2_->getAliveConstraintSegment(aCorner_[incIndexBy1(i)], aCorner_[incIndexBy2(i)]);
+        context_.pDt2->getAliveConstraintSegment(aCorner_[incIndexBy1(i)], aCorner_[incIndexBy2(i)]);
     if (pCSeg) return pCSeg->getAdjacentArea();
     const Triangle2* pN = pT_->getOppositeTriangle(i);
     return pN ? getArea25D(pN) : 0.0;
@@ -321,9 +323,9 @@ bool RefCand3::needRefinementDueToGrowth(double growthFactor, double growthMinAr
 
 bool RefCand3::hasNarrowConstraintAngle(double minAngleDegree) {
     bool aConstraint[3];
-    for (int i = 0; i < 3; ++i) aConstraint[i] = pDt2_->isConstraint(pT_, i);
+    for (int i = 0; i < 3; ++i) aConstraint[i] = context_.pDt2->isConstraint(pT_, i);
     if (aConstraint[0] + aConstraint[1] + aConstraint[2] < 2) return false;
-    const Sides aSide = getSides(pDt2_, pT_);
+    const Sides aSide = getSides(context_, pT_);
     for (int i = 0; i < 3; ++i) {
         const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
         if (!aConstraint[next] || !aConstraint[afterNext]) continue;

@@ -13,6 +13,7 @@ namespace LUMO_TARO25D {
 class ConstraintSegment2;
 class Dt2;
 class MeshGenParams;
+class RefinementContext;
 
 /// What a getter of the limits answers, without limits that no triangle could meet.
 inline double usableLimit(double limit) { return limit > 0.0 ? limit : std::numeric_limits<double>::max(); }
@@ -31,6 +32,7 @@ class RefCand3 {
     static constexpr double PLANAR_ANGLE_CAP = 29.5;
 
     RefCand3(Dt2* pDt2, Triangle2* pT);
+    RefCand3(RefinementContext& context, Triangle2* pT);
 
     /// Whether the triangle still has the corners that it had.
     bool isAlive() const {
@@ -110,7 +112,7 @@ class RefCand3 {
 
     int label_;
     std::array<Point2*, 3> aCorner_;
-    Dt2* pDt2_;
+    RefinementContext& context_;
     Triangle2* pT_;
     Triangle2* pContainingT_;
     Point2 steiner_;

@@ -18,31 +18,30 @@
 // that holds the centre, where the walk has ended. No result depends on addresses: the order of candidates is that in which
 // triangles were created, and directions are those of graphs or coordinates.
 
+#include "meshing/Refiner.h"
+
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <memory>
 #include <set>
 #include <string>
 
-#include "constraints/ConstraintMgr.h"
 #include "kernel/flatSets.h"
-#include "kernel/heights.h"
 #include "kernel/links.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
-#include "meshing/CandidateQueue.h"
 #include "meshing/GridMesher.h"
-#include "meshing/GuideSurface.h"
 #include "meshing/MeshEstimate.h"
+#include "meshing/RefinementContext.h"
 #include "meshing/splitPoint.h"
 #include "support/diagnostics.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
-#include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
+#include "zones/ZoneMgr.h"
 
 namespace LUMO_TARO25D {
 
@@ -50,39 +49,23 @@ namespace {
 
 constexpr int MAX_PASSES = 50;
 
-/// The parameters of the simple call.
-class MyLocalParams : public MeshGenParams {
+/// The context of a mesh while a refinement runs: triangles are measured on its guide, if there is one.
+class RunScope {
   public:
-    using MeshGenParams::MeshGenParams;
-    ~MyLocalParams() override = default;
-};
-
-/// Deletes the queue however a refinement ends.
-class QueueGuard {
-  public:
-    explicit QueueGuard(std::unique_ptr<CandidateQueue>& pQueue) : pQueue_(pQueue) {}
-    ~QueueGuard() { pQueue_.reset(); }
-    QueueGuard(const QueueGuard&) = delete;
-    QueueGuard& operator=(const QueueGuard&) = delete;
+    RunScope(RefinementContext& context, const Taro_2D* pGuide) : context_(context) {
+        TARO_ASSERT_TEXT(!context.bRunning, "pmmAng2RC==__null");
+        context_.bRunning = true;
+        context_.pGuide = pGuide ? std::make_unique<GuideSurface>(pGuide) : nullptr;
+    }
+    ~RunScope() {
+        context_.bRunning = false;
+        if (context_.pGuide) context_.pGuide->detach();
+    }
+    RunScope(const RunScope&) = delete;
+    RunScope& operator=(const RunScope&) = delete;
 
   private:
-    std::unique_ptr<CandidateQueue>& pQueue_;
-};
-
-/// Has triangles measured on a guide, if there is one, for the length of a refinement.
-class GuideScope {
-  public:
-    GuideScope(std::unique_ptr<GuideSurface>& pSurface, const Taro_2D* pGuide) : pSurface_(pSurface) {
-        pSurface_ = pGuide ? std::make_unique<GuideSurface>(pGuide) : nullptr;
-    }
-    ~GuideScope() {
-        if (pSurface_) pSurface_->detach();
-    }
-    GuideScope(const GuideScope&) = delete;
-    GuideScope& operator=(const GuideScope&) = delete;
-
-  private:
-    std::unique_ptr<GuideSurface>& pSurface_;
+    RefinementContext& context_;
 };
 
 /// Tells listeners how far a refinement has come. How many candidates will still arise nobody knows; the share that was
@@ -145,7 +128,7 @@ void lockPieces(MeshGenParams& params) {
 
 /// A copy without what belongs to the client.
 std::unique_ptr<MeshGenParams> copyLimits(const MeshGenParams& params) {
-    auto pCopy = std::make_unique<MyLocalParams>(params.pZone);
+    auto pCopy = std::make_unique<MeshGenParams>(params.pZone);
     pCopy->minAngleDegree = params.minAngleDegree;
     pCopy->minEdgeLength = params.minEdgeLength;
     pCopy->maxEdgeLength = params.maxEdgeLength;
@@ -163,26 +146,14 @@ std::unique_ptr<MeshGenParams> copyLimits(const MeshGenParams& params) {
 // ---------------------------------------------------------------------------------------------------------------------
 // The passes
 
-void Dt2::refineClassic(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
-                        bool bAllowConstraintSplitting) {
-    MyLocalParams params(pZone);
-    params.minAngleDegree = minAngleDegree;
-    params.minEdgeLength = minEdgeLength;
-    params.maxEdgeLength = maxEdgeLength;
-    params.bAllowConstraintSplitting = bAllowConstraintSplitting;
-    refineMain3(&params);
-}
-
-void Dt2::refineAdvanced(MeshGenParams* pParams) { refineMain3(pParams); }
-
-bool Dt2::haveValidPreconditions(MeshGenParams* pParams) {
+bool Refiner::haveValidPreconditions(const Dt2& mesh, const MeshGenParams& params) {
     const auto refuse = [](const char* location, const char* message) {
         error(location, message);
         return false;
     };
-    Zone2* pZone = pParams->pZone;
+    const Zone2* pZone = params.pZone;
     if (!pZone) return refuse("Dt2::refineMain2(..)", "pZone==NULL");
-    if (mZones_.count(pZone) == 0) {
+    if (!hasZone(mesh, pZone)) {
         return refuse("Dt2::refineMain2()", "The zone does not belong to the triangulation, return");
     }
     if (pZone->getZoneLocation() != ZL_INSIDE && pZone->getZoneLocation() != ZL_BOUNDED) {
@@ -190,102 +161,102 @@ bool Dt2::haveValidPreconditions(MeshGenParams* pParams) {
                       "The zoneLocation must be ZL_INSIDE or ZL_BOUNDED. Please convert the zone using "
                       "pZone->convertToBoundedZone(..)");
     }
-    if (pParams->minAngleDegree > 30.0) {
-        return refuse("Dt2::refine(..)", "minAngleDegree must be <=30.0, return");
-    }
-    if (!isUsableLimit(pParams->maxEdgeLength) || !isUsableLimit(pParams->maxTriangleArea) ||
-        std::isnan(pParams->minAngleDegree) || std::isnan(pParams->minEdgeLength) ||
-        std::isnan(pParams->growthFactor)) {
+    if (params.minAngleDegree > 30.0) return refuse("Dt2::refine(..)", "minAngleDegree must be <=30.0, return");
+    if (!isUsableLimit(params.maxEdgeLength) || !isUsableLimit(params.maxTriangleArea) ||
+        std::isnan(params.minAngleDegree) || std::isnan(params.minEdgeLength) || std::isnan(params.growthFactor)) {
         return refuse("Dt2::refineMain2()", "invalid limit, return");
     }
-    if (pParams->growthFactor > 0.0 && pParams->growthFactor <= 1.0) {
+    if (params.growthFactor > 0.0 && params.growthFactor <= 1.0) {
         return refuse("Dt2::refineMain2()", "invalid limit, return: growthFactor must be greater than 1");
     }
     return true;
 }
 
-void Dt2::refineMain3(MeshGenParams* pParams) {
-    if (!pParams) {
-        error("Dt2::refineMain2(..)", "pParams==NULL");
-        return;
-    }
-    if (pParams->bKeepExistingSteinerPoints) pInnerVtxMgr_->clear();
-    if (!haveValidPreconditions(pParams)) return;
-    const GuideScope guideScope(pGuideSurface_, pParams->pHeightGuide);
-    numMissingHeights_ = 0;
-    std::vector<Triangle2*> vTriangles;
-    if (!isAffordable(pParams, vTriangles)) return;
-    lockPieces(*pParams);
-    const VertexBudget budget(*this, *pParams);
-    // A grid takes regularity away, or brings it: the growth limit may be another matter afterwards.
-    if (hasGrid(*pParams) && (!preMeshing(pParams) || !isAffordable(pParams, vTriangles))) return;
-    pLastParams_ = copyLimits(*pParams);
-    zoneMagnitude_ = getLargestCoordinate(vTriangles);
+Refiner::Refiner(Dt2& mesh, MeshGenParams& params)
+    : mesh_(mesh), params_(params), context_(getRefinementContext(&mesh)), heights_(params), queue_(context_, params) {}
 
-    TARO_ASSERT_TEXT(pmmAng2RC_ == nullptr, "pmmAng2RC==__null");
-    pmmAng2RC_ = std::make_unique<CandidateQueue>(this, pParams);
-    const QueueGuard guard(pmmAng2RC_);
-    RefinementProgress progress(progress_);
-    bool bChanged = true, bStopped = false;
-    for (int pass = 0; bChanged && !bStopped && pass < MAX_PASSES; ++pass) {
-        TARO_ASSERT_TEXT(pmmAng2RC_ != nullptr, "pmmAng2RC!=__null");
-        bChanged = false;
-        getInitialRefineCandidates(pParams);
-        while (!pmmAng2RC_->empty() && !bStopped) {
-            RefCand3* pRC = pmmAng2RC_->extractFirst();
-            if (pRC->isAlive()) {
-                pRC->init();
-                bStopped = budget.isUsedUp() && pRC->needRefinement(pParams);
-                bChanged = (!bStopped && tryRefine(pRC, pParams)) || bChanged;
-            }
-            pmmAng2RC_->giveBack(pRC);
-            progress.served(*pmmAng2RC_);
-        }
-        pmmAng2RC_->resetPool();
-        progress.passDone();
-    }
-    progress.done();
-    if (numMissingHeights_ > 0) {
-        warning("Dt2::refineMain2()", "No height value available, vertices: " + std::to_string(numMissingHeights_));
+void Refiner::refineMain3() {
+    const RunScope runScope(context_, params_.pHeightGuide);
+    std::vector<Triangle2*> vTriangles;
+    if (!isAffordable(vTriangles)) return;
+    lockPieces(params_);
+    const VertexBudget budget(mesh_, params_);
+    // A grid takes regularity away, or brings it: the growth limit may be another matter afterwards.
+    if (hasGrid(params_) && (!preMeshing() || !isAffordable(vTriangles))) return;
+    context_.pLastParams = copyLimits(params_);
+    context_.numberOfLastZone = getZoneNumber(mesh_, params_.pZone);
+    context_.zoneMagnitude = getLargestCoordinate(vTriangles);
+    params_.pZone->getConstraintGraphs(vZoneGraphs_);
+    TARO_ASSERT_TEXT(!vZoneGraphs_.empty(), "pCG!=__null");
+
+    const bool bStopped = runPasses(budget);
+    const size_t numMissing = heights_.getNumMissing() + numGridHeightsMissing_;
+    if (numMissing > 0) {
+        warning("Dt2::refineMain2()", "No height value available, vertices: " + std::to_string(numMissing));
     }
     if (bStopped) warning("Dt2::refineMain2()", "as many new vertices as maxNumVertices allows, refinement stops");
 }
 
-bool Dt2::isAffordable(MeshGenParams* pParams, std::vector<Triangle2*>& vTriangles) {
+bool Refiner::runPasses(const VertexBudget& budget) {
+    RefinementProgress progress(mesh_.getProgress());
+    bool bChanged = true, bStopped = false;
+    for (int pass = 0; bChanged && !bStopped && pass < MAX_PASSES; ++pass) {
+        bChanged = false;
+        getInitialRefineCandidates();
+        while (!queue_.empty() && !bStopped) {
+            RefCand3* pRC = queue_.extractFirst();
+            if (pRC->isAlive()) {
+                pRC->init();
+                bStopped = budget.isUsedUp() && pRC->needRefinement(&params_);
+                bChanged = (!bStopped && tryRefine(pRC)) || bChanged;
+            }
+            queue_.giveBack(pRC);
+            progress.served(queue_);
+        }
+        queue_.resetPool();
+        progress.passDone();
+    }
+    progress.done();
+    return bStopped;
+}
+
+bool Refiner::isAffordable(std::vector<Triangle2*>& vTriangles) {
     vTriangles.clear();
-    pParams->pZone->getTriangles(vTriangles);
+    params_.pZone->getTriangles(vTriangles);
     if (!haveSquares(vTriangles)) {
         error("Dt2::refineMain2()", "coordinates whose distances cannot be squared in double precision, return");
         return false;
     }
-    return mayInsert(estimateNewVertices(this, pParams, vTriangles), *pParams);
+    return mayInsert(estimateNewVertices(&mesh_, &params_, vTriangles), params_);
 }
 
-bool Dt2::preMeshing(MeshGenParams* pParams) {
-    if (!GridMesher(pParams).insertGridPoints(true)) return false;
-    applyConstraintsAndZones();
+bool Refiner::preMeshing() {
+    GridMesher mesher(&params_);
+    if (!mesher.insertGridPoints(true)) return false;
+    numGridHeightsMissing_ = mesher.getNumMissingHeights();
+    mesh_.applyConstraintsAndZones();
     return true;
 }
 
-void Dt2::getInitialRefineCandidates(MeshGenParams* pParams) {
+void Refiner::getInitialRefineCandidates() {
     std::vector<Triangle2*> vTriangles;
-    pParams->pZone->getTriangles(vTriangles);
+    params_.pZone->getTriangles(vTriangles);
     AddressSet sZone = toSet(vTriangles);
     // In the order of creation, which does not depend on addresses, and lies in memory one after the other.
-    trianglePool_.forEach([&](Triangle2* pT) {
+    mesh_.forEachTriangle([&](Triangle2* pT) {
         if (sZone.contains(pT)) addRefCand3(pT);
     });
 }
 
-void Dt2::addRefCand3(Triangle2* pT) {
-    if (pmmAng2RC_ && pT) pmmAng2RC_->add(pT);
+void Refiner::addRefCand3(Triangle2* pT) {
+    if (pT) queue_.add(pT);
 }
 
-void Dt2::addRefCandsInsideZone(const Point2* p0, Point2* p1, Point2* pCenter) {
+void Refiner::addRefCandsInsideZone(const Point2* p0, Point2* p1, Point2* pCenter) {
     constexpr size_t MAX_TRIANGLES = 100;
     if (p0 == p1 || p0 == pCenter || p1 == pCenter) return;
     std::vector<Triangle2*> vAround;
-    for (Triangle2* pT = getAdjacentTriangle(pCenter, p1); pT;) {
+    for (Triangle2* pT = mesh_.getAdjacentTriangle(pCenter, p1); pT;) {
         if (vAround.size() == MAX_TRIANGLES) return;
         vAround.push_back(pT);
         const int k = indexOfVertex(pT, pCenter);
@@ -297,57 +268,45 @@ void Dt2::addRefCandsInsideZone(const Point2* p0, Point2* p1, Point2* pCenter) {
 // ---------------------------------------------------------------------------------------------------------------------
 // One candidate
 
-bool Dt2::tryRefine(RefCand3* pRC, MeshGenParams* pParams) {
+bool Refiner::tryRefine(RefCand3* pRC) {
     TARO_ASSERT_TEXT(pRC->isAlive(), "pRC->isAlive()");
-    TARO_ASSERT_TEXT(pmmAng2RC_ != nullptr, "pmmAng2RC!=__null");
-    if (!pRC->needRefinement(pParams)) return false;
-    if (pRC->getSplitIndex() == RefCand3::SPLIT_NONE) {
-        insertCircumcenter(pRC, pParams);
-        return true;
-    }
-    std::vector<ConstraintGraph2*> vZoneGraphs;
-    pParams->pZone->getConstraintGraphs(vZoneGraphs);
-    TARO_ASSERT_TEXT(!vZoneGraphs.empty(), "pCG!=__null");
-    return splitSegmentInTheWay(pRC, vZoneGraphs);
+    if (!pRC->needRefinement(&params_)) return false;
+    if (pRC->getSplitIndex() != RefCand3::SPLIT_NONE) return splitSegmentInTheWay(pRC);
+    insertCircumcenter(pRC);
+    return true;
 }
 
-double Dt2::getMeshHeight(double x, double y, Triangle2* pT, const MeshGenParams* pParams) {
-    double z = 0.0;
-    const Taro_2D* pGuide = pParams->pHeightGuide;
-    if (pGuide ? pGuide->getHeight(x, y, z) : getHeightInside(*pT, Point2(x, y, 0.0), z)) return z;
-    ++numMissingHeights_;
-    return pT->getBarycenter().z();
-}
-
-void Dt2::insertCircumcenter(RefCand3* pRC, MeshGenParams* pParams) {
+void Refiner::insertCircumcenter(RefCand3* pRC) {
     const double x = pRC->getSteiner().x(), y = pRC->getSteiner().y();
     Triangle2* pT = pRC->getContainingTriangle();
-    Point2* pVertex = vertexVault_.createRegisteredVertex(Point2(x, y, getMeshHeight(x, y, pT, pParams)));
+    VertexVault& vault = mesh_.getVertexVault();
+    Point2* pVertex = vault.createRegisteredVertex(Point2(x, y, heights_.get(x, y, pT)));
     insertVertexForRefinement(pVertex, pT);
-    vertexVault_.sortIV(VertexVault::SM_IF_DUE);
-    pInnerVtxMgr_->addVtx(pVertex);
+    vault.sortIV(VertexVault::SM_IF_DUE);
+    mesh_.getInnerVtxMgr().addVtx(pVertex);
 }
 
-bool Dt2::splitSegmentInTheWay(RefCand3* pRC, const std::vector<ConstraintGraph2*>& vZoneGraphs) {
+bool Refiner::splitSegmentInTheWay(RefCand3* pRC) {
     Triangle2* pT = nullptr;
     int index = -1;
     pRC->getContainingTriangleAndIndex(pT, index);
     ConstraintSegment2* pCSeg = pRC->getAliveConstraintSegment(index);
     if (!pCSeg) return false;  // the hull, where it is no constraint
     Point2 splitPoint;
-    if (!findSplitPoint(geomTest_, pT, index, splitPoint)) return false;
+    if (!findSplitPoint(mesh_.getGeomTest(), pT, index, splitPoint)) return false;
 
     const auto isOwner = [pCSeg](ConstraintGraph2* pGraph) { return pGraph->isConstraint(pCSeg); };
-    const bool bBorder = std::any_of(vZoneGraphs.begin(), vZoneGraphs.end(), isOwner);
+    const bool bBorder = std::any_of(vZoneGraphs_.begin(), vZoneGraphs_.end(), isOwner);
     // The triangle is in the zone, so the zone is on the left.
     Point2 *pSrc = pT->getCorner(incIndexBy1(index)), *pTrg = pT->getCorner(incIndexBy2(index));
     // Elsewhere any direction will do that does not depend on where the candidate is.
     if (!bBorder && *pTrg < *pSrc) std::swap(pSrc, pTrg);
 
-    pLastVtx_ = pSrc;  // the split is near
+    mesh_.startSearchAt(pSrc);
     Point2* pInsertedVertex = pCSeg->insertAndSplit(splitPoint);
     TARO_ASSERT_TEXT(pInsertedVertex != nullptr, "pInsertedVertex!=__null");
-    pInnerVtxMgr_->removePreviouslyInsertedVertices(pInsertedVertex, sqDistance2D(*pInsertedVertex, *pSrc), this);
+    mesh_.getInnerVtxMgr().removePreviouslyInsertedVertices(pInsertedVertex, sqDistance2D(*pInsertedVertex, *pSrc),
+                                                            &mesh_);
     addRefCandsInsideZone(pSrc, pTrg, pInsertedVertex);
     // A segment that does not bound the zone has it on both sides. (So has a border that the zone passes twice; what is
     // on its other side waits for the next pass.)
@@ -355,30 +314,27 @@ bool Dt2::splitSegmentInTheWay(RefCand3* pRC, const std::vector<ConstraintGraph2
     return true;
 }
 
-void Dt2::insertVertexForRefinement(Point2*& pVertex, Triangle2* pContainingTriangle) {
+void Refiner::insertVertexForRefinement(Point2* pVertex, Triangle2* pContainingTriangle) {
     TARO_ASSERT_TEXT(pContainingTriangle != nullptr, "pContainingTriangle!=__null");
-    TARO_ASSERT_TEXT(vFlipStack_.empty(), "vCheckT.empty()");
     int onEdge = -1;
     for (int i = 0; i < 3; ++i) {
         const Point2 *pSrc = pContainingTriangle->getCorner(incIndexBy1(i)),
                      *pTrg = pContainingTriangle->getCorner(incIndexBy2(i));
-        if (geomTest_.getOrientation2(pSrc, pTrg, pVertex) == ORIENTATION2_COLLINEAR) onEdge = i;
+        if (mesh_.getGeomTest().getOrientation2(pSrc, pTrg, pVertex) == ORIENTATION2_COLLINEAR) onEdge = i;
     }
     if (onEdge == -1) {
-        initVCheckT13(pContainingTriangle, pVertex);
+        mesh_.initVCheckT13(pContainingTriangle, pVertex);
     } else {
-        initVCheckT24(pContainingTriangle, pVertex, onEdge);
+        mesh_.initVCheckT24(pContainingTriangle, pVertex, onEdge);
     }
-    settle(pVertex);
+    mesh_.settle(pVertex);
     // Those that were flipped away again would only be stale.
     Triangle2* const pFirst = pVertex->getIncidentTriangle();
     Triangle2* pT = pFirst;
     do {
         const int i = indexOfVertex(pT, pVertex);
         addRefCand3(pT);
-        if (pmmAng2RC_ && pmmAng2RC_->dependsOnNeighbours() && !isConstraint(pT, i)) {
-            addRefCand3(pT->getOppositeTriangle(i));
-        }
+        if (queue_.dependsOnNeighbours() && !mesh_.isConstraint(pT, i)) addRefCand3(pT->getOppositeTriangle(i));
         pT = pT->getOppositeTriangle(incIndexBy1(i));
     } while (pT != pFirst);
 }

@@ -9,12 +9,14 @@
 
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
-#include "meshing/GuideSurface.h"
 #include "meshing/RefCand3.h"
+#include "meshing/RefinementContext.h"
+#include "meshing/Refiner.h"
 #include "meshing/splitPoint.h"
 #include "support/diagnostics.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Zone2.h"
+#include "zones/ZoneMgr.h"
 
 namespace LUMO_TARO25D {
 
@@ -57,34 +59,36 @@ class LimitReport {
 
 }  // namespace
 
-bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name) {
-    if (mZones_.count(pZone) == 0) {
+bool checkZoneQuality(Dt2& mesh, Zone2* pZone, double minAngleDegree, const std::string& name) {
+    if (!hasZone(mesh, pZone)) {
         warning("Dt2::checkZoneQuality()", "The zone does not belong to the triangulation, return");
         return false;
     }
+    RefinementContext& context = getRefinementContext(&mesh);
+    GeomTest& geomTest = mesh.getGeomTest();
     MeshGenParams defaults(nullptr);
-    const bool bLastZone = pLastParams_ && pLastParams_->pZone == pZone;
-    MeshGenParams* pParams = bLastZone ? pLastParams_.get() : &defaults;
+    const bool bLastZone = context.pLastParams && context.numberOfLastZone == getZoneNumber(mesh, pZone);
+    MeshGenParams* pParams = bLastZone ? context.pLastParams.get() : &defaults;
     pParams->minAngleDegree = minAngleDegree;
     std::unique_ptr<GuideSurface> pOfOtherZone;
-    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
+    if (!bLastZone) pOfOtherZone.swap(context.pGuide);
     LimitReport angle("smallest angle", true), length("longest edge", false), area("area", false),
         growth("growth", false);
     std::vector<Triangle2*> vTriangles;
     pZone->getTriangles(vTriangles);
-    zoneMagnitude_ = getLargestCoordinate(vTriangles);
+    context.zoneMagnitude = getLargestCoordinate(vTriangles);
     double smallestAngle = 180.0;
     for (Triangle2* pT : vTriangles) {
-        RefCand3 candidate(this, pT);
+        RefCand3 candidate(context, pT);
         candidate.init();
         candidate.computeMinMax();
         smallestAngle = std::min(smallestAngle, candidate.getMinAngle());
-        if (candidate.getMinAngle() < minAngleDegree) angle.miss(candidate, pParams, geomTest_);
-        if (candidate.isTooLong(pParams)) length.miss(candidate, pParams, geomTest_);
-        if (candidate.isTooLarge(pParams)) area.miss(candidate, pParams, geomTest_);
+        if (candidate.getMinAngle() < minAngleDegree) angle.miss(candidate, pParams, geomTest);
+        if (candidate.isTooLong(pParams)) length.miss(candidate, pParams, geomTest);
+        if (candidate.isTooLarge(pParams)) area.miss(candidate, pParams, geomTest);
         const bool bGrown = pParams->growthFactor != std::numeric_limits<double>::max() &&
                             candidate.needRefinementDueToGrowth(pParams->growthFactor, pParams->growthMinArea);
-        if (bGrown) growth.miss(candidate, pParams, geomTest_);
+        if (bGrown) growth.miss(candidate, pParams, geomTest);
     }
     Note report("Dt2::checkZoneQuality()");
     report << name << ": quality of " << vTriangles.size() << " triangles, smallest angle " << smallestAngle
@@ -94,7 +98,7 @@ bool Dt2::checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::strin
         pReport->print(report);
         bExplained = bExplained && pReport->isExplained();
     }
-    if (!bLastZone) pOfOtherZone.swap(pGuideSurface_);
+    if (!bLastZone) pOfOtherZone.swap(context.pGuide);
     return bExplained;
 }
 

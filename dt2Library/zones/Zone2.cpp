@@ -27,6 +27,7 @@
 #include "taro25d/Visualizer2.h"
 #include "zones/ConnectedComponent.h"
 #include "zones/WindingNumbers.h"
+#include "zones/ZoneMgr.h"
 
 namespace LUMO_TARO25D {
 
@@ -181,7 +182,7 @@ void Zone2::bfsFromWorkspace(std::vector<Triangle2*>& vTriangles) const {
     } else {
         initWorkspace(zoneLoc_ != ZL_OUTSIDE, vSeedTriangles);
     }
-    pDt2_->spreadBetween(vGraphs_, vSeedTriangles, vTriangles);
+    spreadBetween(vGraphs_, vSeedTriangles, vTriangles);
 }
 
 /// Every list is made once, however many results share it, and goes with its last use: of a long chain of results only

@@ -1,4 +1,6 @@
-// Zones: creation, deletion and growth. What a zone does with its rule is in Zone2.cpp.
+// Creation and deletion of zones. What a zone does with its rule is in Zone2.cpp.
+
+#include "zones/ZoneMgr.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +12,6 @@
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
-#include "taro25d/MeshGenParams.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 #include "zones/ConnectedComponent.h"
@@ -96,21 +97,36 @@ bool doesCrossItself(const ConstraintGraph2* pGraph) {
 
 }  // namespace
 
-// ---------------------------------------------------------------------------------------------------------------------
-// Creation
+ZoneMgr::ZoneMgr(Dt2* pDt2) : pDt2_(pDt2) {}
+ZoneMgr::~ZoneMgr() = default;
 
-bool Dt2::canHaveZones(bool bVerbose) const {
-    if (is2D()) return true;
+ZoneMgr& getZoneMgr(Dt2& mesh) { return mesh.getSlot<ZoneMgr>(); }
+
+std::uint64_t getZoneNumber(const Dt2& mesh, const Zone2* pZone) {
+    const ZoneMgr* pZoneMgr = mesh.findSlot<ZoneMgr>();
+    return pZoneMgr ? pZoneMgr->getNumber(pZone) : 0;
+}
+
+bool hasZone(const Dt2& mesh, const Zone2* pZone) { return getZoneNumber(mesh, pZone) != 0; }
+
+void spreadBetween(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Triangle2*>& vFrom,
+                   std::vector<Triangle2*>& vTriangles) {
+    AddressSet sMarked;
+    spread(vFrom, getAlivePieces(vGraphs), sMarked, vTriangles);
+}
+
+bool ZoneMgr::canHaveZones(bool bVerbose) const {
+    if (pDt2_->is2D()) return true;
     refuse(bVerbose, "The triangulation is not full dimensional yet. Returning NULL");
     return false;
 }
 
-bool Dt2::areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const {
+bool ZoneMgr::areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const {
     for (const ConstraintGraph2* pGraph : vGraphs) {
         const char* message = nullptr;
         if (!pGraph) {
             message = "pConstraintGraph==NULL, but zoneLoc!=ZL_GLOBAL or ZL_RESULT. Returning NULL";
-        } else if (pGraph->getDt2() != this) {
+        } else if (pGraph->getDt2() != pDt2_) {
             message = "The constraint graph belongs to another triangulation, returning NULL";
         } else if (bOriented && !pGraph->isOriented()) {
             message = "The constraint graph is not oriented, returning NULL";
@@ -122,20 +138,20 @@ bool Dt2::areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriente
     return true;
 }
 
-Zone2* Dt2::registerZone(std::unique_ptr<Zone2> pZone) {
+Zone2* ZoneMgr::registerZone(std::unique_ptr<Zone2> pZone) {
     Zone2* pNew = pZone.get();
-    mZones_.emplace(pNew, std::move(pZone));
+    mZones_.emplace(pNew, Entry{std::move(pZone), ++numCreated_});
     return pNew;
 }
 
-Zone2* Dt2::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose) {
+Zone2* ZoneMgr::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose) {
     if (!canHaveZones(bVerbose)) return nullptr;
-    if (isWithoutGraph(zoneLoc)) return registerZone(std::make_unique<Zone2>(this, zoneLoc));
+    if (isWithoutGraph(zoneLoc)) return registerZone(std::make_unique<Zone2>(pDt2_, zoneLoc));
     if (!areUsable({pGraph}, true, bVerbose)) return nullptr;
     return createZoneAlong({pGraph}, zoneLoc, bVerbose);
 }
 
-Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
+Zone2* ZoneMgr::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
     if (!canHaveZones(bVerbose)) return nullptr;
     if (zoneLoc != ZL_INSIDE && zoneLoc != ZL_OUTSIDE) return refuseLocation(bVerbose, "ZL_INSIDE and ZL_OUTSIDE");
     if (vGraphs.empty()) return refuse(bVerbose, "There is no constraint graph, returning NULL");
@@ -143,26 +159,22 @@ Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocati
     return createZoneAlong(vGraphs, zoneLoc, bVerbose);
 }
 
-Zone2* Dt2::createZoneAlong(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
+Zone2* ZoneMgr::createZoneAlong(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose) {
     if (bVerbose && std::any_of(vGraphs.begin(), vGraphs.end(), doesCrossItself)) {
         warning("Dt2::createZone(..)", "the polygon crosses itself");
     }
-    return registerZone(std::make_unique<Zone2>(this, zoneLoc, vGraphs));
+    return registerZone(std::make_unique<Zone2>(pDt2_, zoneLoc, vGraphs));
 }
 
-Zone2* Dt2::createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose) {
-    return createZone(std::vector<ConstraintGraph2*>{pGraph}, zoneLoc, seed, bVerbose);
-}
-
-Zone2* Dt2::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
-                       bool bVerbose) {
+Zone2* ZoneMgr::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
+                           bool bVerbose) {
     if (!canHaveZones(bVerbose)) return nullptr;
     if (zoneLoc != ZL_GROW) return refuseLocation(bVerbose, "ZL_GROW");
     if (!areUsable(vGraphs, false, bVerbose)) return nullptr;
-    return registerZone(std::make_unique<Zone2>(this, zoneLoc, vGraphs, std::vector<Point2>{seed}));
+    return registerZone(std::make_unique<Zone2>(pDt2_, zoneLoc, vGraphs, std::vector<Point2>{seed}));
 }
 
-Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose) {
+Zone2* ZoneMgr::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose) {
     const QuietScope quiet(bVerbose);  // what becomes of the border may be worth a warning too
     if (!canHaveZones(bVerbose)) return nullptr;
     if (zoneLoc != ZL_BOUNDED) return refuseLocation(bVerbose, "ZL_BOUNDED");
@@ -170,11 +182,12 @@ Zone2* Dt2::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, b
     if (!std::all_of(vEdges.begin(), vEdges.end(), hasTriangle)) {
         return refuse(bVerbose, "An edge has no triangle, returning NULL");
     }
-    ConstraintGraph2* pGraph = getConstraintManager()->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
+    ConstraintGraph2* pGraph =
+        pDt2_->getConstraintManager()->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
     return createZoneAlong({pGraph}, zoneLoc, bVerbose);
 }
 
-Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose) {
+Zone2* ZoneMgr::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose) {
     const QuietScope quiet(bVerbose);
     if (!canHaveZones(bVerbose)) return nullptr;
     AddressSet sSeen;
@@ -193,7 +206,7 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
     std::vector<Point2> vSeeds;
     std::vector<std::vector<VertexPair>> vBorders;
     for (const ConnectedComponent& component : vComponents) {
-        if (appendSeeds(component, geomTest_, vSeeds)) {
+        if (appendSeeds(component, pDt2_->getGeomTest(), vSeeds)) {
             vBorders.push_back(getBorder(component));
         } else {
             refuse(bVerbose,
@@ -205,21 +218,19 @@ Zone2* Dt2::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose)
     std::vector<ConstraintGraph2*> vGraphs;
     vGraphs.reserve(vBorders.size());
     for (const std::vector<VertexPair>& vBorder : vBorders) {
-        vGraphs.push_back(getConstraintManager()->createConstraint(vBorder, CIS_CONSTRAINED_DELAUNAY, true));
+        vGraphs.push_back(pDt2_->getConstraintManager()->createConstraint(vBorder, CIS_CONSTRAINED_DELAUNAY, true));
     }
-    return registerZone(std::make_unique<Zone2>(this, ZL_GROW, vGraphs, vSeeds));
+    return registerZone(std::make_unique<Zone2>(pDt2_, ZL_GROW, vGraphs, vSeeds));
 }
 
-bool Dt2::areOwn(const std::vector<Triangle2*>& vTriangles) const {
+bool ZoneMgr::areOwn(const std::vector<Triangle2*>& vTriangles) const {
     AddressSet sOwn;
-    trianglePool_.forEach([&](const Triangle2* pT) {
-        if (pT->getCorner(0)) sOwn.insert(pT);
-    });
+    pDt2_->forEachTriangle([&sOwn](const Triangle2* pT) { sOwn.insert(pT); });
     return std::all_of(vTriangles.begin(), vTriangles.end(),
                        [&sOwn](const Triangle2* pT) { return sOwn.contains(pT); });
 }
 
-bool Dt2::deleteZone(Zone2* pZone) {
+bool ZoneMgr::deleteZone(Zone2* pZone) {
     const auto it = mZones_.find(pZone);
     if (it == mZones_.end()) {
         warning("Dt2::deleteZone(..)", "trying to delete a non-existing zone");
@@ -230,31 +241,13 @@ bool Dt2::deleteZone(Zone2* pZone) {
         warning("Dt2::deleteZone(..)", "the zone is an operand of another zone");
         return false;
     }
-    if (pLastParams_ && pLastParams_->pZone == pZone) pLastParams_.reset();
     mZones_.erase(it);
     return true;
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
-// Growth
-
-void Dt2::growZoneArea(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Point2>& vSeeds,
-                       std::vector<Triangle2*>& vTriangles) const {
-    std::vector<Triangle2*> vFrom;
-    for (const Point2& seed : vSeeds) {
-        if (Triangle2* pT = locate(seed)) {
-            vFrom.push_back(pT);
-        } else {
-            warning("Dt2::growZoneArea()", "the seed is outside the triangulation, nothing grows from it");
-        }
-    }
-    spreadBetween(vGraphs, vFrom, vTriangles);
-}
-
-void Dt2::spreadBetween(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Triangle2*>& vFrom,
-                        std::vector<Triangle2*>& vTriangles) const {
-    AddressSet sMarked;
-    spread(vFrom, getAlivePieces(vGraphs), sMarked, vTriangles);
+std::uint64_t ZoneMgr::getNumber(const Zone2* pZone) const {
+    const auto it = mZones_.find(pZone);
+    return it == mZones_.end() ? 0 : it->second.number;
 }
 
 }  // namespace LUMO_TARO25D

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "mesh/Dt2.h"
+#include "mesh/MeshSlot.h"
+#include "meshing/GuideSurface.h"
+#include "taro25d/MeshGenParams.h"
+
+namespace LUMO_TARO25D {
+
+/// How refinement sees a mesh: how triangles are measured, and for which zone. A mesh keeps it from one refinement to the
+/// next, since the check of quality asks what the last one was about.
+class RefinementContext : public MeshSlot {
+  public:
+    explicit RefinementContext(Dt2* pDt2) : pDt2(pDt2) {}
+
+    Dt2* const pDt2;
+    /// Null if the refinement that is running, or was the last, has no guide.
+    std::unique_ptr<GuideSurface> pGuide;
+    /// The largest absolute coordinate of the zone that is being refined or was looked at last; 0 before.
+    double zoneMagnitude = 0.0;
+    /// A copy of what the last refinement was asked for, and the number of its zone; null before.
+    std::unique_ptr<MeshGenParams> pLastParams;
+    std::uint64_t numberOfLastZone = 0;
+    bool bRunning = false;
+};
+
+/// The context of a mesh.
+inline RefinementContext& getRefinementContext(Dt2* pDt2) { return pDt2->getSlot<RefinementContext>(); }
+
+}  // namespace LUMO_TARO25D

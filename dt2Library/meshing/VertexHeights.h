@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+
+#include "kernel/heights.h"
+#include "taro25d/MeshGenParams.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Taro_2D.h"
+
+namespace LUMO_TARO25D {
+
+/// The heights of new vertices inside triangles: those of the guide if there is one, otherwise of the surface. Where there
+/// is none, the mean of the corners, and the vertex counts as one without a height.
+class VertexHeights {
+  public:
+    explicit VertexHeights(const MeshGenParams& params) : pGuide_(params.pHeightGuide) {}
+
+    double get(double x, double y, const Triangle2* pT) {
+        double z = 0.0;
+        if (pGuide_ ? pGuide_->getHeight(x, y, z) : getHeightInside(*pT, Point2(x, y, 0.0), z)) return z;
+        ++numMissing_;
+        return pT->getBarycenter().z();
+    }
+    size_t getNumMissing() const { return numMissing_; }
+
+  private:
+    const Taro_2D* pGuide_;
+    size_t numMissing_ = 0;
+};
+
+}  // namespace LUMO_TARO25D

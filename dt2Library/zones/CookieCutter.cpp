@@ -1,0 +1,115 @@
+// The cookie cutter: a zone of exactly the surface inside a polygon.
+//
+// The surface is cut along the sides, counterclockwise, and the triangles on the left of the pieces are inside, with all that
+// is reached from them without crossing a piece. A side that leaves the hull ends there at a vertex on or just inside the
+// hull edge. A gap of that width would let the search pass around the end; the triangles that the rest of the side crosses
+// close it.
+
+#include "zones/CookieCutter.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "kernel/nearness.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "support/diagnostics.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
+#include "zones/ConnectedComponent.h"
+#include "zones/ZoneMgr.h"
+#include "zones/simplePolygon.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr const char* LOCATION = "Dt2::createZone_cookieCutter(..)";
+
+/// Whether triangles have no more area than a polygon, and if all of it is on the surface, no less, but for rounding.
+bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Point2>& vCorners, bool bAll) {
+    double area = 0.0, wanted = 0.0, length = 0.0, resolution = 0.0;
+    for (const Triangle2* pT : vTriangles) area += getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
+    for (size_t k = 0; k < vCorners.size(); ++k) {
+        const Point2 &p = vCorners[k], &q = vCorners[(k + 1) % vCorners.size()];
+        wanted += 0.5 * crossProduct2D(getVector2D(vCorners[0], p), getVector2D(vCorners[0], q));
+        length += distance2D(p, q);
+        resolution = std::max(resolution, getResolution(p, q));
+    }
+    const double slack = 1e-6 * wanted + 64.0 * resolution * length;
+    return !(area - wanted > slack) && (!bAll || !(wanted - area > slack));  // not for numbers beyond doubles
+}
+
+}  // namespace
+
+Zone2* CookieCutter::cutOutZone(const std::vector<Segment2>& vSegments, bool bVerbose) {
+    ZoneMgr& zones = getZoneMgr(mesh_);
+    if (!zones.canHaveZones(bVerbose)) return nullptr;
+    std::vector<Point2> vCorners;
+    if (!getSimplePolygon(vSegments, vCorners)) {
+        if (bVerbose) warning(LOCATION, "the segments form no simple polygon");
+        return nullptr;
+    }
+    std::vector<Segment2> vSides;
+    for (size_t k = 0; k < vCorners.size(); ++k) vSides.emplace_back(vCorners[k], vCorners[(k + 1) % vCorners.size()]);
+    cutter_.cutSegments(vSides);
+    cutter_.fixEdges(true);
+    std::vector<Triangle2*> vInside;
+    if (!getInside(vInside) &&
+        isInsidePolygon(vSides, mesh_.getOneValidTriangle()->getBarycenter(), mesh_.getGeomTest())) {
+        mesh_.getTrianglePointers(vInside);
+    }
+    if (!canBeInside(vInside, vCorners, !cutter_.hasLeftHull())) {
+        if (bVerbose) warning(LOCATION, "insufficient numeric accuracy, the cut does not enclose the polygon");
+        return nullptr;
+    }
+    std::vector<Edge2> vBorderEdges;
+    getBorderEdges(vInside, vBorderEdges);
+    if (!vBorderEdges.empty()) return zones.createZone(vBorderEdges, ZL_BOUNDED, bVerbose);
+    if (bVerbose) warning(LOCATION, "the polygon does not enclose any part of the surface");
+    return nullptr;
+}
+
+/// Marks the triangles that the way of a segment crosses after its end at the hull, and blocks the edges that it follows.
+void CookieCutter::closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const {
+    while (pVtx) {
+        Triangle2* pT = nullptr;
+        int i = 0;
+        Point2* pNext = mesh_.leaveVertex(pVtx, &outside, pT, i);
+        // The hull may be next to the end, and a vertex on it.
+        for (int k = 0; !pNext && pT && k < 3; ++k) {
+            Point2* pCorner = pT->getCorner(k);
+            if (isSamePlace(*pCorner, *pVtx) && distance2D(*pCorner, outside) < distance2D(*pVtx, outside))
+                pNext = pCorner;
+        }
+        if (pNext) sBlocked.insert(pVtx, pNext);
+        while (!pNext && pT) {
+            sMarked.insert(pT);
+            if (!pT->getOppositeTriangle(i)) return;
+            if (mesh_.crossEdge(pVtx, &outside, pT, i) != ORIENTATION2_COLLINEAR) continue;
+            sMarked.insert(pT);
+            pNext = pT->getCorner(i);
+        }
+        pVtx = pNext;
+    }
+}
+
+/// Appends what is on the left of the pieces. False if none of them bounds anything: then it is all or nothing.
+bool CookieCutter::getInside(std::vector<Triangle2*>& vTriangles) const {
+    EdgeSet sBlocked;
+    AddressSet sMarked;
+    for (const auto& [pEnd, outside] : cutter_.getOpenEnds()) closeGap(pEnd, outside, sMarked, sBlocked);
+    std::vector<DirectedEdge> vBorder;
+    cutter_.getEdges().getDirectedPieces(vBorder);
+    dropWaysBack(vBorder);  // notches that are thinner than rounding among them
+    std::vector<Triangle2*> vSeeds;
+    for (const auto& [pSrc, pTrg] : vBorder) {
+        sBlocked.insert(pSrc, pTrg);
+        if (isSamePlace(*pSrc, *pTrg)) continue;  // where its left is, is rounding
+        if (Triangle2* pT = mesh_.getAdjacentTriangle(pSrc, pTrg)) vSeeds.push_back(pT);
+    }
+    spread(vSeeds, sBlocked, sMarked, vTriangles);  // leaves marked seeds out
+    return !vBorder.empty();
+}
+
+}  // namespace LUMO_TARO25D
