@@ -12,17 +12,21 @@
 // have the same lengths then, and leave each other alone (concentric shells; Ruppert 1995). What rounding or nearly
 // collinear segments could prolong is ended by a quota, beyond which pieces are forced into the mesh as constrained ones.
 
+#include "constraints/ConformingInserter.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
+#include "constraints/Establisher.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
+#include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
 #include "taro25d/freeFunctions.h"
 
@@ -44,51 +48,87 @@ double getShellFraction(double length) {
 
 }  // namespace
 
-void Dt2::insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg) {
+ConformingInserter::ConformingInserter(Dt2& mesh, ConstraintMgr& manager, Establisher& establisher)
+    : mesh_(mesh),
+      manager_(manager),
+      establisher_(establisher),
+      segmentInserter_(establisher.getSegmentInserter()),
+      geomTest_(mesh.getGeomTest()) {}
+
+void ConformingInserter::insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg) {
     while (pCSeg) pCSeg = splitConforming(pCSeg);
 }
 
-ConstraintSegment2* Dt2::splitConforming(ConstraintSegment2* pCSeg) {
+ConstraintSegment2* ConformingInserter::splitConforming(ConstraintSegment2* pCSeg) {
     const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
     std::vector<Point2*> vNeighbours;
-    getIncidentVertices(pSrc, vNeighbours);
+    mesh_.getIncidentVertices(pSrc, vNeighbours);
     if (std::find(vNeighbours.begin(), vNeighbours.end(), pTrg) != vNeighbours.end()) {
-        findSlot<ConstraintMgr>()->suspect(pCSeg);
+        suspect(pCSeg);
         return nullptr;
     }
     for (Point2* q : vNeighbours) {
         const bool bOnLine = geomTest_.getOrientation2(pSrc, pTrg, q) == ORIENTATION2_COLLINEAR;
-        if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : bExactConstraints_ || !isBeside(*pSrc, *pTrg, *q)) continue;
-        pInnerVtxMgr_->eraseVtx(q);
+        if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : mesh_.takesConstraintsExactly() || !isBeside(*pSrc, *pTrg, *q))
+            continue;
+        mesh_.getInnerVtxMgr().eraseVtx(q);
         const bool bSplit = pCSeg->split_combinatorialOnly(q);
         // A row of vertices is no reason to run out of passes: what is left of the segment follows at once.
-        ConstraintSegment2* pRest = bSplit ? getAliveConstraintSegment(q, pTrg) : nullptr;
+        ConstraintSegment2* pRest = bSplit ? manager_.getAliveConstraintSegment(q, pTrg) : nullptr;
         return pRest && pRest->getCIS() != CIS_CONSTRAINED_DELAUNAY ? pRest : nullptr;
     }
     const Point2 place = getPlaceToSplit(pCSeg);
     bool bGoOn = false;
     if (splitAtFirstConstraint(pCSeg, place, bGoOn)) return bGoOn ? pCSeg : nullptr;
     if (isHalvingQuotaUsedUp()) {
-        forceIntoMesh(pCSeg);
+        segmentInserter_.forceIntoMesh(pCSeg);
     } else {
         halveAt(pCSeg, place);
     }
     return nullptr;
 }
 
-bool Dt2::halve(ConstraintSegment2* pCSeg) { return halveAt(pCSeg, getPlaceToSplit(pCSeg)); }
+/// A constraint edge across the segment is not flipped, so that midpoints alone would never end: both are split at their
+/// crossing, unless the midpoint lies on that edge and splits it anyway.
+bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn) {
+    const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
+    Triangle2* pT = nullptr;
+    int i = 0;
+    if (leaveTowardsVertex(geomTest_, pSrc, pTrg, pT, i)) return false;
+    while (!mesh_.isConstraint(pT, i)) {
+        if (crossEdge(geomTest_, pSrc, pTrg, pT, i) == ORIENTATION2_COLLINEAR) return false;
+    }
+    const Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
+    if (geomTest_.getOrientation2(pE0, pE1, &middle) == ORIENTATION2_COLLINEAR) return false;
+    std::vector<SegmentInserter::Crossing> vPairIspCS;
+    if (Point2* pExistingVertex = segmentInserter_.getCrossing(pT, i, pCSeg, vPairIspCS)) {
+        mesh_.getInnerVtxMgr().eraseVtx(pExistingVertex);
+        return pCSeg->split_combinatorialOnly(pExistingVertex);
+    }
+    if (segmentInserter_.isQuotaUsedUp()) return false;
+    std::vector<ConstraintSegment2*> vPieces;
+    segmentInserter_.splitBothAt(vPairIspCS[0], pCSeg, vPieces);
+    // The pieces of this segment wait for their turn; what was established before is so again at once.
+    vPieces.clear();
+    appendAlivePieces(vPairIspCS[0].second, vPieces);
+    establisher_.establish(vPieces);
+    bGoOn = pCSeg->isAlive() && !vPairIspCS[0].second->isAlive();  // an end was on the other one, which has given way
+    return true;
+}
 
-bool Dt2::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
+// ---------------------------------------------------------------------------------------------------------------------
+// Halving
+
+bool ConformingInserter::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
     const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
     // A place that rounds to an end is as far as doubles go, too.
     Point2* pSplit = nullptr;
     if (!isTooShortToSplit(*pSrc, *pTrg) && place != *pSrc && place != *pTrg) {
         pCSeg->kill();  // so that the edge goes if the place is beside it
-        pLastVtx_ = pSrc;
-        pSplit = insert(place);
-        const bool bSplit =
-            pSplit && pSplit != pSrc && pSplit != pTrg && findSlot<ConstraintMgr>()->canBeSplitAt(pCSeg, pSplit);
-        if (bSplit) killAndUnestablishConstraintSegment(pCSeg);
+        mesh_.startSearchAt(pSrc);
+        pSplit = mesh_.insert(place);
+        const bool bSplit = pSplit && pSplit != pSrc && pSplit != pTrg && manager_.canBeSplitAt(pCSeg, pSplit);
+        if (bSplit) segmentInserter_.killAndUnestablishConstraintSegment(pCSeg);
         pCSeg->unkill();
         if (!bSplit) pSplit = nullptr;
     }
@@ -98,39 +138,22 @@ bool Dt2::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
         return false;
     }
     --halvingQuota_;
-    pInnerVtxMgr_->eraseVtx(pSplit);
+    mesh_.getInnerVtxMgr().eraseVtx(pSplit);
     pCSeg->split_combinatorialOnly(pSplit);
-    findSlot<ConstraintMgr>()->getConformingPieces().noteHalving(pCSeg);
+    pieces_.noteHalving(pCSeg);
     return true;
 }
 
-void Dt2::raiseHalvingQuota(const ConstraintSegment2* pCSeg) {
-    // Among evenly spread vertices a segment takes 0.7 pieces for each triangle that it crosses.
-    constexpr size_t NUM_PIECES_FOR_TRIANGLE = 2;
-    if (!pCSeg->isAlive() || !ConformingPieces::isConforming(pCSeg)) return;
-    std::vector<Triangle2*> vCrossed;
-    getCZ(pCSeg->getSrc(), pCSeg->getTrg(), vCrossed);
-    const size_t numPieces = NUM_PIECES_FOR_TRIANGLE * vCrossed.size();
-    halvingQuota_ += numPieces - std::min(numPieces, ConformingPieces::NUM_HALVINGS_EACH);
-}
-
-void Dt2::raiseHalvingQuotaForEdge(ConstraintSegment2* pCSeg) {
-    killAndUnestablishConstraintSegment(pCSeg);
-    pCSeg->unkill();
-    raiseHalvingQuota(pCSeg);
-    forceIntoMesh(pCSeg);
-}
-
-bool Dt2::isTooShortToSplit(const Point2& src, const Point2& trg) const {
-    const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(vertexVault_.getInsertionBox()))));
+bool ConformingInserter::isTooShortToSplit(const Point2& src, const Point2& trg) const {
+    const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(mesh_.getVertexVault().getInsertionBox()))));
     const double eps = std::ldexp(std::numeric_limits<double>::epsilon(), exponent);
     return std::abs(src.x() - trg.x()) < 10.0 * eps && std::abs(src.y() - trg.y()) < 10.0 * eps;
 }
 
-Point2 Dt2::getPlaceToSplit(const ConstraintSegment2* pCSeg) const {
+Point2 ConformingInserter::getPlaceToSplit(const ConstraintSegment2* pCSeg) const {
     auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
     Point2 place = centerWithShift(*pSrc, *pTrg);
-    if (findSlot<ConstraintMgr>()->getConformingPieces().getNumHalvings(pCSeg) >= NUM_PLAIN_HALVINGS) {
+    if (pieces_.getNumHalvings(pCSeg) >= NUM_PLAIN_HALVINGS) {
         const bool bFromSrc = isAtSmallAngle(pCSeg, pSrc);
         if (!bFromSrc) std::swap(pSrc, pTrg);
         if (bFromSrc || isAtSmallAngle(pCSeg, pSrc))
@@ -139,36 +162,36 @@ Point2 Dt2::getPlaceToSplit(const ConstraintSegment2* pCSeg) const {
     return Point2(place.x(), place.y(), getHeightForSplit(pCSeg, place));
 }
 
-double Dt2::getHeightForSplit(const ConstraintSegment2* pCSeg, const Point2& place) const {
-    Triangle2* pT = locate(place);
+double ConformingInserter::getHeightForSplit(const ConstraintSegment2* pCSeg, const Point2& place) const {
+    Triangle2* pT = mesh_.locate(place);
     const ConstraintSegment2* pMet = getConstraintThrough(place, pT);
     if (pMet && pMet != pCSeg) {
         const ConstraintSegment2* pOlder = orderByAge(pMet, pCSeg).first;
         return getHeightOn(*pOlder->getSrc(), *pOlder->getTrg(), place.x(), place.y());
     }
     double z = place.z();
-    if (pT && pCSeg->getCIS() == CIS_CONFORMING_SURFACE_Z) getHeight(place.x(), place.y(), z, pT, 0.0);
+    if (pT && pCSeg->getCIS() == CIS_CONFORMING_SURFACE_Z) mesh_.getHeight(place.x(), place.y(), z, pT, 0.0);
     return z;
 }
 
-ConstraintSegment2* Dt2::getConstraintThrough(const Point2& place, const Triangle2* pT) const {
+ConstraintSegment2* ConformingInserter::getConstraintThrough(const Point2& place, const Triangle2* pT) const {
     for (int i = 0; pT && i < 3; ++i) {
         Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
-        if (isConstraint(pT, i) && geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_COLLINEAR)
-            return getAliveConstraintSegment(p0, p1);
+        if (mesh_.isConstraint(pT, i) && geomTest_.getOrientation2(p0, p1, &place) == ORIENTATION2_COLLINEAR)
+            return manager_.getAliveConstraintSegment(p0, p1);
     }
     return nullptr;
 }
 
 /// Whether another conforming segment leaves an end at less than a right angle.
-bool Dt2::isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const {
+bool ConformingInserter::isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const {
     const Point2* pOther = pEnd == pCSeg->getSrc() ? pCSeg->getTrg() : pCSeg->getSrc();
     const Vector2 direction = getVector2D(*pEnd, *pOther);
     const auto isNear = [&](const Point2* pVtx) {
         const Vector2 other = getVector2D(*pEnd, *pVtx);
         if (pVtx == pOther || !(direction.x() * other.x() + direction.y() * other.y() > 0.0)) return false;
-        return findSlot<ConstraintMgr>()->isConstraint_performanceVersion(pEnd, pVtx) &&
-               ConformingPieces::isConforming(getAliveConstraintSegment(pEnd, pVtx));
+        return manager_.isConstraint_performanceVersion(pEnd, pVtx) &&
+               ConformingPieces::isConforming(manager_.getAliveConstraintSegment(pEnd, pVtx));
     };
     return findIncidentTriangle(pEnd, [&](const Triangle2* pT) {
                const int i = indexOfVertex(pT, pEnd);
@@ -176,12 +199,76 @@ bool Dt2::isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) co
            }) != nullptr;
 }
 
-bool Dt2::isEncroached(const ConstraintSegment2* pCSeg) const {
-    const Triangle2* pT = getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
+// ---------------------------------------------------------------------------------------------------------------------
+// Pieces that are not Delaunay any more
+
+bool ConformingInserter::isEncroached(const Dt2& mesh, const ConstraintSegment2* pCSeg) {
+    const Triangle2* pT = mesh.getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
     if (!pT) return false;
     const int i = 3 - indexOfVertex(pT, pCSeg->getSrc()) - indexOfVertex(pT, pCSeg->getTrg());
     const Triangle2* pN = pT->getOppositeTriangle(i);
-    return pN && geomTest_.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE;
+    return pN && mesh.getGeomTest().circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE;
+}
+
+void ConformingInserter::suspect(ConstraintSegment2* pCSeg) {
+    if (pCSeg->isAlive() && ConformingPieces::isConforming(pCSeg)) pieces_.suspect(pCSeg);
+}
+
+/// In rounds: a new vertex may encroach on any piece near it, and what flips leave alone there is the next round.
+void ConformingInserter::splitEncroachedPieces(bool bNewPoints) {
+    bool bEnough = true, bFirstRound = true;
+    for (auto vEncroached = takeEncroachedPieces(); !vEncroached.empty(); vEncroached = takeEncroachedPieces()) {
+        // Many points may have come since the last call. Vertices of this one, which later rounds and its own pieces meet,
+        // are no input, or each piece would raise the limit for the next.
+        for (ConstraintSegment2* pCSeg : vEncroached) {
+            const bool bMeetsInput = bFirstRound && (bNewPoints || pCSeg->getAge().call < manager_.getNumberOfCalls());
+            if (bMeetsInput && pCSeg->isAlive()) raiseHalvingQuotaForEdge(pCSeg);
+        }
+        bFirstRound = false;
+        std::vector<ConstraintSegment2*> vHalves;
+        for (ConstraintSegment2* pCSeg : vEncroached) {
+            if (!pCSeg->isAlive() || !isEncroached(mesh_, pCSeg)) continue;
+            bEnough = bEnough && !isHalvingQuotaUsedUp();
+            if (bEnough && halveAt(pCSeg, getPlaceToSplit(pCSeg))) pCSeg->getChildrenRec(vHalves);
+        }
+        establisher_.establish(vHalves);
+    }
+    if (!bEnough) warnOfInaccuracy();
+}
+
+std::vector<ConstraintSegment2*> ConformingInserter::takeEncroachedPieces() {
+    std::vector<ConstraintSegment2*> vPieces;
+    if (!mesh_.is2D()) return vPieces;
+    pieces_.takeSuspects(vPieces);
+    const auto isHarmless = [this](const ConstraintSegment2* p) { return !p->isAlive() || !isEncroached(mesh_, p); };
+    vPieces.erase(std::remove_if(vPieces.begin(), vPieces.end(), isHarmless), vPieces.end());
+    sortByPlace(vPieces);
+    return vPieces;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The limit of halvings
+
+void ConformingInserter::setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces) {
+    halvingQuota_ = ConformingPieces::MIN_HALVING_QUOTA + ConformingPieces::NUM_HALVINGS_EACH * numSegments;
+    for (const ConstraintSegment2* pCSeg : vPieces) raiseHalvingQuota(pCSeg);
+}
+
+void ConformingInserter::raiseHalvingQuota(const ConstraintSegment2* pCSeg) {
+    // Among evenly spread vertices a segment takes 0.7 pieces for each triangle that it crosses.
+    constexpr size_t NUM_PIECES_FOR_TRIANGLE = 2;
+    if (!pCSeg->isAlive() || !ConformingPieces::isConforming(pCSeg)) return;
+    std::vector<Triangle2*> vCrossed;
+    getCrossedTriangles(geomTest_, pCSeg->getSrc(), pCSeg->getTrg(), vCrossed);
+    const size_t numPieces = NUM_PIECES_FOR_TRIANGLE * vCrossed.size();
+    halvingQuota_ += numPieces - std::min(numPieces, ConformingPieces::NUM_HALVINGS_EACH);
+}
+
+void ConformingInserter::raiseHalvingQuotaForEdge(ConstraintSegment2* pCSeg) {
+    segmentInserter_.killAndUnestablishConstraintSegment(pCSeg);
+    pCSeg->unkill();
+    raiseHalvingQuota(pCSeg);
+    segmentInserter_.forceIntoMesh(pCSeg);
 }
 
 }  // namespace LUMO_TARO25D

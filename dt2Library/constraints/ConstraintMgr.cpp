@@ -1,9 +1,4 @@
 // The constraint segments and graphs of one triangulation.
-//
-// Segments are established one after the other, in the order in which they were asked for, so that older ones are edges by
-// the time younger ones meet them. Each is a list of work in passes: a piece that is split gives its leaves to the next. A
-// midpoint halves a conforming segment, whose pieces cannot become shorter than the arithmetic allows, so the limit on
-// passes is never reached unless rounding plays tricks.
 
 #include "constraints/ConstraintMgr.h"
 
@@ -25,9 +20,6 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-constexpr int MAX_PASSES = 499;
-constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
-
 std::vector<ConstraintSegment2*> getAlivePieces(const std::vector<ConstraintSegment2*>& vCSegs) {
     std::vector<ConstraintSegment2*> vPieces;
     vPieces.reserve(vCSegs.size());
@@ -44,9 +36,17 @@ std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, con
     return vPieces;
 }
 
+/// Any integer can be cast to a strategy. Said in the name of what would meet it later.
+bool isStrategy(ConstraintInsertionStrategy cis) {
+    if (cis == CIS_CONFORMING_SURFACE_Z || cis == CIS_CONSTRAINED_DELAUNAY || cis == CIS_CONFORMING_LINEAR_Z)
+        return true;
+    error("ConstraintMgr::apply()", "Unknown CIS");
+    return false;
+}
+
 }  // namespace
 
-ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2) { pDt2_->setConstraintKeeper(this); }
+ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2), establisher_(*pDt2, *this) { pDt2_->setConstraintKeeper(this); }
 
 ConstraintMgr::~ConstraintMgr() {
     for (const ConstraintSegment2* pCSeg : vSegments_) delete pCSeg;
@@ -181,7 +181,7 @@ ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>&
     const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
     vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, cis));
     ConstraintGraph2* pGraph = vGraphs_.back().get();
-    if (bApply) establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
+    if (bApply) establisher_.establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
     return pGraph;
 }
 
@@ -222,7 +222,7 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Seg
     ConstraintGraph2* pGraph = vGraphs_.back().get();
     const auto isBothWays = [](const Entry& a, const Entry& b) { return a.first == b.first && a.second != b.second; };
     if (std::adjacent_find(vReverse.begin(), vReverse.end(), isBothWays) != vReverse.end()) pGraph->setPasses(vPasses);
-    establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
+    establisher_.establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
     return pGraph;
 }
 
@@ -254,88 +254,47 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
+// What clients ask for
+
+ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Segment2>& vSegments,
+                                                 ConstraintInsertionStrategy cis, bool bOrientedSegments) {
+    if (vSegments.empty()) {
+        warning("Dt2::createConstraint(..)", "vSegments is empty, returning NULL");
+        return nullptr;
+    }
+    if (!areFinite(vSegments)) {
+        warning("Dt2::createConstraint(..)", "non-finite coordinates, constraint refused");
+        return nullptr;
+    }
+    if (!isStrategy(cis)) return nullptr;
+    ConstraintGraph2* pGraph =
+        bOrientedSegments ? createConstraint_oriented(vSegments, cis) : createConstraint(vSegments, cis);
+    establisher_.splitEncroachedPieces(false);
+    return pGraph;
+}
+
+ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis) {
+    if (vEdges.empty()) {
+        warning("Dt2::createConstraint(..)", "vEdges is empty, returning NULL");
+        return nullptr;
+    }
+    if (!isStrategy(cis)) return nullptr;
+    ConstraintGraph2* pGraph = createConstraint(vEdges, cis, true);
+    establisher_.splitEncroachedPieces(false);
+    return pGraph;
+}
+
+void ConstraintMgr::applyForClient() {
+    if (!pDt2_->is2D()) {
+        warning("Dt2::applyConstraintsAndZones()", "The triangulation is not full dimensional yet. Nothing to do");
+        return;
+    }
+    apply();
+    establisher_.splitEncroachedPieces(true);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
 // Into the mesh
-
-void ConstraintMgr::applyOneSegment(ConstraintSegment2* pCSeg) {
-    if (!pDt2_->is2D()) return;
-    if (!bEstablishing_) {
-        pDt2_->setCrossingQuota(getQuotaEach());
-        pDt2_->setCloseCrossingQuota(getCloseQuota());
-        setHalvingQuota(1, {pCSeg});
-    }
-    std::vector<ConstraintSegment2*> vStack{pCSeg};
-    while (!vStack.empty()) {
-        pCSeg = vStack.back();
-        vStack.pop_back();
-        if (!pCSeg->isAlive()) {
-            std::vector<ConstraintSegment2*> vLeaves;
-            pCSeg->getChildrenRec(vLeaves);
-            vStack.insert(vStack.end(), vLeaves.rbegin(), vLeaves.rend());
-            continue;
-        }
-        switch (pCSeg->getCIS()) {
-            case CIS_CONSTRAINED_DELAUNAY:
-                pDt2_->newCDT_applyOneCS(pCSeg);
-                break;
-            case CIS_CONFORMING_SURFACE_Z:
-            case CIS_CONFORMING_LINEAR_Z:
-                pDt2_->insertSegmentConformingDelaunay(pCSeg);
-                break;
-            default:
-                error("ConstraintMgr::apply()", "Unknown CIS");
-        }
-    }
-}
-
-size_t ConstraintMgr::getCloseQuota() const { return vSegments_.size() + MIN_QUOTA; }
-size_t ConstraintMgr::getQuotaEach() const { return MAX_CROSSINGS_EACH * getCloseQuota(); }
-void ConstraintMgr::setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces) {
-    pDt2_->setHalvingQuota(ConformingPieces::MIN_HALVING_QUOTA + ConformingPieces::NUM_HALVINGS_EACH * numSegments);
-    for (const ConstraintSegment2* pCSeg : vPieces) pDt2_->raiseHalvingQuota(pCSeg);
-}
-
-void ConstraintMgr::establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress) {
-    if (!pDt2_->is2D()) return;
-    const bool bOutermost = !bEstablishing_;  // segments that are established on the way share the quotas
-    const FlagScope establishing(bEstablishing_);
-    const size_t quota = getQuotaEach();
-    if (bOutermost) {
-        pDt2_->setCloseCrossingQuota(getCloseQuota());
-        setHalvingQuota(numSegments, vCSegs);
-    }
-    bool bAllDone = true;
-    for (ConstraintSegment2* pCSeg : vCSegs) {
-        if (bOutermost) pDt2_->setCrossingQuota(quota);
-        bAllDone = establishPieces(pCSeg) && bAllDone;
-        if (pProgress) pProgress->incProgress(1);
-    }
-    if (!bAllDone) warnOfInaccuracy();
-}
-
-bool ConstraintMgr::establishPieces(ConstraintSegment2* pCSeg) {
-    std::vector<ConstraintSegment2*> vPieces{pCSeg}, vNext;
-    for (int numPasses = 0; numPasses < MAX_PASSES && !vPieces.empty(); ++numPasses) {
-        for (ConstraintSegment2* pPiece : vPieces) {
-            if (pPiece->isAlive()) applyOneSegment(pPiece);
-            const size_t begin = vNext.size();
-            if (!pPiece->isAlive()) pPiece->getChildrenRec(vNext);
-            sortByPlace(vNext, begin);
-        }
-        vPieces.swap(vNext);
-        vNext.clear();
-    }
-    return vPieces.empty();
-}
-
-void ConstraintMgr::establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments,
-                                          const char* label) {
-    if (!pDt2_->is2D()) return;
-    Progress& progress = pDt2_->getProgress();
-    progress.start(label, vCSegs.size());
-    const ProgressEnd progressEnd(progress);
-    establish(vCSegs, numSegments, &progress);
-    progress.finish();
-}
 
 void ConstraintMgr::apply() {
     std::vector<ConstraintSegment2*> vCSegs;
@@ -344,48 +303,12 @@ void ConstraintMgr::apply() {
     std::stable_sort(vCSegs.begin(), vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
         return a->getAge() < b->getAge();
     });
-    establishWithProgress(vCSegs, numRequested_, "apply");
-}
-
-void ConstraintMgr::suspect(ConstraintSegment2* pCSeg) {
-    if (pCSeg->isAlive() && ConformingPieces::isConforming(pCSeg)) conformingPieces_.suspect(pCSeg);
+    establisher_.establishWithProgress(vCSegs, numRequested_, "apply");
 }
 
 void ConstraintMgr::rememberEncroached(const Point2* p0, const Point2* p1) {
-    if (ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1)) suspect(pCSeg);
-}
-
-/// In rounds: a new vertex may encroach on any piece near it, and what flips leave alone there is the next round.
-void ConstraintMgr::splitEncroachedPieces(bool bNewPoints) {
-    const FlagScope establishing(bEstablishing_);
-    bool bEnough = true, bFirstRound = true;
-    for (auto vEncroached = takeEncroachedPieces(); !vEncroached.empty(); vEncroached = takeEncroachedPieces()) {
-        // Many points may have come since the last call. Vertices of this one, which later rounds and its own pieces meet,
-        // are no input, or each piece would raise the limit for the next.
-        for (ConstraintSegment2* pCSeg : vEncroached) {
-            const bool bMeetsInput = bFirstRound && (bNewPoints || pCSeg->getAge().call < numCalls_);
-            if (bMeetsInput && pCSeg->isAlive()) pDt2_->raiseHalvingQuotaForEdge(pCSeg);
-        }
-        bFirstRound = false;
-        std::vector<ConstraintSegment2*> vHalves;
-        for (ConstraintSegment2* pCSeg : vEncroached) {
-            if (!pCSeg->isAlive() || !pDt2_->isEncroached(pCSeg)) continue;
-            bEnough = bEnough && !pDt2_->isHalvingQuotaUsedUp();
-            if (bEnough && pDt2_->halve(pCSeg)) pCSeg->getChildrenRec(vHalves);
-        }
-        establish(vHalves);
-    }
-    if (!bEnough) warnOfInaccuracy();
-}
-
-std::vector<ConstraintSegment2*> ConstraintMgr::takeEncroachedPieces() {
-    std::vector<ConstraintSegment2*> vPieces;
-    if (!pDt2_->is2D()) return vPieces;
-    conformingPieces_.takeSuspects(vPieces);
-    const auto isHarmless = [this](const ConstraintSegment2* p) { return !p->isAlive() || !pDt2_->isEncroached(p); };
-    vPieces.erase(std::remove_if(vPieces.begin(), vPieces.end(), isHarmless), vPieces.end());
-    sortByPlace(vPieces);
-    return vPieces;
+    if (ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1))
+        establisher_.getConformingInserter().suspect(pCSeg);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

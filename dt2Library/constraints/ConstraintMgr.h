@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "constraints/ConformingPieces.h"
+#include "constraints/Establisher.h"
 #include "kernel/VertexPairMap.h"
 #include "kernel/flatSets.h"
 #include "mesh/ConstraintKeeper.h"
@@ -18,9 +18,8 @@
 namespace LUMO_TARO25D {
 
 class Dt2;
-class Progress;
 
-/// Owns the constraint segments and graphs of one triangulation, and establishes segments in the mesh.
+/// Owns the constraint segments and graphs of one triangulation, and lets an Establisher bring segments into the mesh.
 ///
 /// Triangles carry no flags: an edge is a constraint exactly when there is an alive segment between its two vertices.
 class ConstraintMgr : public ConstraintKeeper {
@@ -52,6 +51,16 @@ class ConstraintMgr : public ConstraintKeeper {
                                  ConstraintSegment2* pCSeg1);
     void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) override;
 
+    /// Does what a client asks for with createConstraint: inserts the ends of the segments, establishes what can be
+    /// established, and returns the graph; null with a warning for an empty list, for coordinates that are not finite, and
+    /// for a strategy that is none.
+    ConstraintGraph2* createForClient(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
+                                      bool bOrientedSegments);
+    /// The same for edges of the mesh.
+    ConstraintGraph2* createForClient(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis);
+    /// Establishes all segments that wait for it, as a client asks for.
+    void applyForClient();
+
     /// Create a graph of segments, in the direction given or without one, and establish them if the flag says so.
     ConstraintGraph2* createConstraint(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                        bool bApply);
@@ -62,21 +71,15 @@ class ConstraintMgr : public ConstraintKeeper {
     ConstraintGraph2* createConstraint_oriented(const std::vector<Edge2>& vEdges, ConstraintInsertionStrategy cis);
 
     /// Establishes one segment, or its leaves, if the triangulation is two-dimensional.
-    void applyOneSegment(ConstraintSegment2* pCSeg);
-    /// Establishes segments, each with the pieces that this makes of it before the next one. Warns if the passes over these do
-    /// not suffice.
-    void establish(const std::vector<ConstraintSegment2*>& vCSegs) { establish(vCSegs, vCSegs.size(), nullptr); }
+    void applyOneSegment(ConstraintSegment2* pCSeg) { establisher_.applyOneSegment(pCSeg); }
     /// Establishes all segments, in the order in which they were asked for.
     void apply();
-
-    /// Remembers that a conforming piece may be an edge that is not Delaunay; nothing happens for other segments.
-    void suspect(ConstraintSegment2* pCSeg);
+    Establisher& getEstablisher() { return establisher_; }
     void rememberEncroached(const Point2* p0, const Point2* p1) override;
-    /// Splits conforming pieces that are edges without being Delaunay until none is left, under the limits of what was
-    /// established last. With bNewPoints, points may have come next to any piece since it was established; otherwise only
-    /// next to those of earlier calls.
-    void splitEncroachedPieces(bool bNewPoints);
-    ConformingPieces& getConformingPieces() { return conformingPieces_; }
+
+    size_t getNumberOfSegments() const { return vSegments_.size(); }
+    /// How many calls have asked for segments.
+    std::uint32_t getNumberOfCalls() const { return numCalls_; }
 
     /// Write the alive segments of each graph to files of their own, for the library's developers.
     void writeConstraints(const std::string& prefix) const;
@@ -89,18 +92,6 @@ class ConstraintMgr : public ConstraintKeeper {
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
-    /// How many crossings one segment may make: a straight one crosses each other one once, and where rounding makes it cross
-    /// again and again there is no way out but to stop.
-    size_t getQuotaEach() const;
-    /// How many of them may move on by the last bit only, as they do where rounding makes segments cross again and again.
-    size_t getCloseQuota() const;
-    void setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces);
-    /// The pieces belong to numSegments segments that clients have asked for. With a progress, counts pieces there.
-    void establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress);
-    /// Establishes a segment and all pieces that this makes of it; false if the passes do not suffice.
-    bool establishPieces(ConstraintSegment2* pCSeg);
-    std::vector<ConstraintSegment2*> takeEncroachedPieces();
-    void establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, const char* label);
 
     Dt2* pDt2_;
     VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
@@ -110,10 +101,9 @@ class ConstraintMgr : public ConstraintKeeper {
     mutable size_t numSorted_ = 0;
     mutable AddressSet constraintVertices_;  // mutable: it remembers where it looked last
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
-    std::uint32_t numCalls_ = 0;  // that have asked for segments
-    ConformingPieces conformingPieces_;
+    std::uint32_t numCalls_ = 0;
     size_t numRequested_ = 0;  // segments that clients have asked for
-    bool bEstablishing_ = false;
+    Establisher establisher_;
 };
 
 }  // namespace LUMO_TARO25D

@@ -121,7 +121,7 @@ void ConstraintSegment2::createChildren(Point2* pSplit) {
     for (ConstraintGraph2* pOwner : sOwners_) {
         pOwner->updateSplittedConstraintSegment(this, pOwner == *sOwners_.begin());
     }
-    for (ConstraintSegment2* pChild : aChildren_) pManager->suspect(pChild);
+    for (ConstraintSegment2* pChild : aChildren_) pManager->getEstablisher().getConformingInserter().suspect(pChild);
 }
 
 bool ConstraintSegment2::split_combinatorialOnly(Point2* pSplit) {
@@ -157,7 +157,7 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
     // A vertex beside the edge leaves it in the mesh, where it is no constraint any more.
     pOwnerDt->killAndUnestablishConstraintSegment(this);
     createChildren(pSplit);
-    pOwnerDt->getConstraintManager()->establish({aChildren_[1], aChildren_[0]});
+    pOwnerDt->getConstraintManager()->getEstablisher().establish({aChildren_[1], aChildren_[0]});
     if (pOwnerDt->is2D()) pOwnerDt->bfsFlipIncident(pSplit);
     return pSplit;
 }

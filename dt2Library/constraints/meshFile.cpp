@@ -17,6 +17,8 @@
 // Both go through the data once, in O(n). Beside the mesh, writing takes 8 bytes of memory for a vertex or segment,
 // reading 24 for a vertex and about 200 for a segment.
 
+#include "constraints/meshFile.h"
+
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -26,6 +28,7 @@
 #include <limits>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
@@ -156,11 +159,11 @@ std::string readFile(const std::string& filename, Content& content) try {
 
 }  // namespace
 
-bool Dt2::save(const char* filename) const {
+bool saveMesh(const Dt2& mesh, const char* filename) {
     std::vector<Point2*> vVertices;
     std::vector<ConstraintSegment2*> vCSegs;
-    getVertexPointers(vVertices);
-    getAliveConstraintSegments(vCSegs);
+    mesh.getVertexPointers(vVertices);
+    mesh.getAliveConstraintSegments(vCSegs);
     const auto write = [&](std::FILE* pFile) {
         Writer writer(pFile);
         writer.write(TYPE_TAG);
@@ -179,7 +182,7 @@ bool Dt2::save(const char* filename) const {
     return false;
 }
 
-bool Dt2::load(const char* filename) {
+bool loadMesh(Dt2& mesh, const char* filename) {
     const std::string name = filename ? filename : "";
     Content content;
     const std::string complaint = readFile(name, content);
@@ -187,12 +190,13 @@ bool Dt2::load(const char* filename) {
         Note("Dt2::load()", ML_WARNING) << name << complaint << "\n";
         return false;
     }
-    const FlagScope exact(bExactConstraints_);  // what vertices its segments go through has been decided already
+    const FlagScope exact =
+        mesh.takeConstraintsExactly();  // which vertices its segments go through has been decided already
     {
         const auto vCoordinates = std::move(content.vCoordinates);  // not needed for the segments any more
-        insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);
+        mesh.insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);
     }
-    if (!content.vSegments.empty()) createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
+    if (!content.vSegments.empty()) mesh.createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
     return true;
 }
 

@@ -16,6 +16,7 @@
 #include "mesh/VertexRemover.h"
 #include "support/Progress.h"
 #include "support/SimplePool.h"
+#include "support/lists.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/ConstraintInsertionStrategy.h"
 #include "taro25d/MsgBase.h"
@@ -162,6 +163,9 @@ class Dt2 {
     void flipUntilDelaunay();
     /// The same from the triangles around a vertex.
     void bfsFlipIncident(Point2* pVtx);
+    /// Until the scope ends, constraints pass vertices that are next to them (nearness.h) without being split there.
+    [[nodiscard]] FlagScope takeConstraintsExactly() { return FlagScope(bExactConstraints_); }
+    bool takesConstraintsExactly() const { return bExactConstraints_; }
     /// Lets the next single insertion start its search at a vertex, which is near.
     void startSearchAt(const Point2* pVtx) { pLastVtx_ = pVtx; }
 
@@ -253,37 +257,12 @@ class Dt2 {
     /// The number of vertices, those of a running bulk insertion included; O(1).
     size_t getApproxNumPoints() const { return vertexVault_.getSize(); }
 
-    /// From now on at most so many crossings are made; what is left then is given up with a warning. Those that fall
-    /// next to an end of a segment, in the last bits, have a quota of their own.
-    void setCrossingQuota(size_t quota) { crossingQuota_ = quota; }
-    void setCloseCrossingQuota(size_t quota) { closeCrossingQuota_ = quota; }
-    /// Where the way from a vertex p to any point q leaves the triangles around p: across edge i of pT, or along an edge
-    /// to the returned vertex; or nowhere, then pT is null.
-    Point2* leaveVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
-    /// The same where both are vertices, so that there is a way.
-    Point2* leaveTowardsVertex(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
-    /// Follows the way from p to q across edge i of pT. Returns the side on which the far corner of the next triangle
-    /// lies; i becomes the next edge on the way, or the index of the far corner if that is on it.
-    Orientation2 crossEdge(const Point2* p, const Point2* q, Triangle2*& pT, int& i) const;
     /// Appends the triangles whose interior the segment from p to q crosses, in order from p. Both are vertices.
     void getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const;
     /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh, splitting it and what it crosses.
     void newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
     /// Splits a segment of a conforming strategy, or finds that it is an edge; the pieces have to follow.
     void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
-    /// Limits how many vertices may halve conforming segments from now on; beyond it, segments are forced into the mesh.
-    void setHalvingQuota(size_t quota) { halvingQuota_ = quota; }
-    /// Raises the limit where a conforming piece crosses more triangles than its share of the limit allows for.
-    void raiseHalvingQuota(const ConstraintSegment2* pCSeg);
-    /// The same for an edge, by the triangles that it would cross.
-    void raiseHalvingQuotaForEdge(ConstraintSegment2* pCSeg);
-    bool isHalvingQuotaUsedUp() const { return halvingQuota_ == 0; }
-    /// Whether a segment is an edge that is not Delaunay: the far corner of one of its triangles is in the circle of the
-    /// other one.
-    bool isEncroached(const ConstraintSegment2* pCSeg) const;
-    /// Splits a conforming piece at a new vertex; false, with a warning and with the piece as it was, where doubles are too
-    /// coarse.
-    bool halve(ConstraintSegment2* pCSeg);
     /// Kills a segment and makes the mesh Delaunay where its edge was.
     void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
 
@@ -354,81 +333,13 @@ class Dt2 {
     void fanFromHullPatch(Point2* v);
     void legalize(const Point2* v);
     void bendConstraintsTo(Point2* v);
+    void rememberEncroached(const Triangle2* pT, int i);
     Triangle2* newTriangleRecord();
 
     // ---- Dt2_locate.cpp -------------------------------------------------------------------------------------------
 
     void getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const;
     void dropCollinear(std::vector<Point2*>& vRing) const;
-
-    // ---- Dt2_constraints.cpp --------------------------------------------------------------------------------------
-
-    /// An edge on the border of a region that is being triangulated again: of a triangle inside, which is on its way
-    /// out, or of a new one outside.
-    struct Border {
-        Triangle2* pT;
-        int i;
-        bool bInside;
-    };
-    /// The triangles that the way from one vertex to another crosses, and their border on both sides of it.
-    struct CrossedRegion {
-        /// The way begins in a triangle and leaves it across its edge i.
-        CrossedRegion(Triangle2* pT, int i);
-        /// What crossEdge has found: the next triangle, and where its far corner is.
-        void add(Triangle2* pT, int i, Orientation2 ori);
-
-        std::vector<Triangle2*> vTriangles;
-        std::vector<Border> vLeft, vRight;  // both in the direction of the way until it has reached its end
-    };
-    /// Where two constraints cross, and the one that is an edge.
-    using Crossing = std::pair<Point2, ConstraintSegment2*>;
-
-    void rememberEncroached(const Triangle2* pT, int i);
-    /// Takes away one obstacle, or all that is left; false if that is beyond the quota.
-    bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
-    bool isQuotaUsedUp() const { return crossingQuota_ == 0 || closeCrossingQuota_ == 0; }
-    void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
-    /// Makes the segment an edge, unless there is an obstacle: a vertex, which is returned, or a crossing.
-    Point2* newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS);
-    Point2* getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
-                        std::vector<Crossing>& vPairIspCS) const;
-    /// The crossing of two segments, with the height on the first one; an end of either that is as near as rounding
-    /// brings it.
-    static void getIntersectionPoint(const Point2& s0, const Point2& s1, const Point2& t0, const Point2& t1,
-                                     Point2& result);
-    /// Triangulates a region again, with an edge from the beginning to the end of the way.
-    void replaceRegion(CrossedRegion& region);
-    /// Triangulates what is between a border, counterclockwise without the segment, and the segment. Returns the last
-    /// triangle; the border is then its edge at the segment.
-    Triangle2* triangulatePolygon(std::vector<Border>& vBorder, std::vector<Triangle2*>& vNewTriangles);
-    void flipToMatchCDT(const std::vector<Triangle2*>& vTriangles);
-    bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);
-    /// Makes an edge of a segment of any strategy, splitting it only at vertices and crossings.
-    void forceIntoMesh(ConstraintSegment2* pCSeg);
-
-    // ---- Dt2_conforming.cpp ---------------------------------------------------------------------------------------
-
-    /// Takes away one obstacle; returns a segment that has to follow at once, or null.
-    ConstraintSegment2* splitConforming(ConstraintSegment2* pCSeg);
-    bool halveAt(ConstraintSegment2* pCSeg, const Point2& place);
-    bool isTooShortToSplit(const Point2& src, const Point2& trg) const;
-    /// Where a conforming piece is to be split: in the middle, or at a power of two from an end where others come near.
-    Point2 getPlaceToSplit(const ConstraintSegment2* pCSeg) const;
-    double getHeightForSplit(const ConstraintSegment2* pCSeg, const Point2& place) const;
-    /// The constraint among the edges of the triangle around a place on which it lies exactly; null if there is none.
-    ConstraintSegment2* getConstraintThrough(const Point2& place, const Triangle2* pT) const;
-    bool isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const;
-
-    // ---- Dt2_check.cpp --------------------------------------------------------------------------------------------
-
-    class Findings;
-
-    void checkTriangle(const Triangle2* pT, Findings& findings) const;
-    void checkEmptyCircle(const Triangle2* pT, Findings& findings) const;
-    void checkVertices(Findings& findings) const;
-    void checkHull(const std::vector<Triangle2*>& vTriangles, Findings& findings) const;
-    void checkConstraints(const std::vector<Triangle2*>& vTriangles, Findings& findings) const;
-    void warnOfEncroachedPieces() const;
 
     // ---- State ----------------------------------------------------------------------------------------------------
 
@@ -444,7 +355,6 @@ class Dt2 {
     std::unique_ptr<InnerVtxMgr> pInnerVtxMgr_;
     ConstraintEdges constraintEdges_;
     ConstraintKeeper* pConstraintKeeper_ = nullptr;  // null before there are constraints
-    size_t crossingQuota_ = 0, closeCrossingQuota_ = 0, halvingQuota_ = 0;
     bool bExactConstraints_ = false;  // while what is next to a constraint stays beside it (see isBeside)
     int numCPU_ = 1;
     bool bPrefersChunks_ = false;

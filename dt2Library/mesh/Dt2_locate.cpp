@@ -1,4 +1,4 @@
-// Location, heights, neighbourhoods, the hull, and drawing: what a triangulation can be asked.
+// Location, heights, neighbourhoods, and the hull: what a triangulation can be asked.
 //
 // Location walks over orientation tests from a triangle that stands near the point on the Hilbert curve, so
 // it takes O(log n) for the start and a constant expected number of steps. Everything around a vertex is a
@@ -17,14 +17,13 @@
 #include <cmath>
 #include <iterator>
 
+#include "kernel/angles.h"
 #include "kernel/heights.h"
 #include "kernel/links.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
-#include "taro25d/Color.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Vector2.h"
-#include "taro25d/Visualizer2.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -242,21 +241,13 @@ void Dt2::getTrianglePointers(std::vector<Triangle2*>& vTriangles) const {
     });
 }
 
-void Dt2::show(const std::string& filename, bool bWithConstraints) const {
-    Visualizer2 visualizer(filename);
-    show(&visualizer, bWithConstraints);
-    visualizer.writeFile();
-}
-
-void Dt2::show(Visualizer2* pVisualizer, bool bWithConstraints) const {
-    if (!pVisualizer) return;
+void Dt2::statistics(const std::string& name) const {
     std::vector<Triangle2*> vTriangles;
     getTrianglePointers(vTriangles);
-    pVisualizer->addObject(vTriangles, Color());
-    if (!bWithConstraints) return;
-    std::vector<ConstraintSegment2*> vCSegs;
-    getAliveConstraintSegments(vCSegs);
-    pVisualizer->addObject(vCSegs, Color(CBLUE, 0.5f));
+    Note report("Dt2::statistics()");
+    report << name_ << "\n\n\n********* MESH STATISTICS (" << name << ") **********\n\n"
+           << "Number of triangles: " << vTriangles.size() << "\n\n";
+    printAngles(report.getStream(), analyzeAngles(vTriangles));
 }
 
 }  // namespace LUMO_TARO25D

@@ -13,6 +13,7 @@
 #include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
+#include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
@@ -75,7 +76,7 @@ void CookieCutter::closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMa
     while (pVtx) {
         Triangle2* pT = nullptr;
         int i = 0;
-        Point2* pNext = mesh_.leaveVertex(pVtx, &outside, pT, i);
+        Point2* pNext = leaveVertex(mesh_.getGeomTest(), pVtx, &outside, pT, i);
         // The hull may be next to the end, and a vertex on it.
         for (int k = 0; !pNext && pT && k < 3; ++k) {
             Point2* pCorner = pT->getCorner(k);
@@ -86,7 +87,7 @@ void CookieCutter::closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMa
         while (!pNext && pT) {
             sMarked.insert(pT);
             if (!pT->getOppositeTriangle(i)) return;
-            if (mesh_.crossEdge(pVtx, &outside, pT, i) != ORIENTATION2_COLLINEAR) continue;
+            if (crossEdge(mesh_.getGeomTest(), pVtx, &outside, pT, i) != ORIENTATION2_COLLINEAR) continue;
             sMarked.insert(pT);
             pNext = pT->getCorner(i);
         }

@@ -30,6 +30,7 @@
 #include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
+#include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
 #include "taro25d/freeFunctions.h"
 
@@ -222,7 +223,7 @@ void SurfaceCutter::cutTowards(Point2* pVtx, Point2* pTrg) {
     for (size_t numStepsBack = 0; pVtx != pTrg && numStepsBack < MAX_STEPS_BACK;) {
         Triangle2* pT = nullptr;
         int i = 0;
-        Point2* pNext = mesh_.leaveTowardsVertex(pVtx, pTrg, pT, i);
+        Point2* pNext = leaveTowardsVertex(mesh_.getGeomTest(), pVtx, pTrg, pT, i);
         if (!pNext) pNext = cross(pVtx, *pTrg, pT, i);
         edges_.addPiece(pVtx, pNext);
         touch(pVtx);

@@ -1,0 +1,109 @@
+// The order in which segments become edges.
+//
+// Segments are established one after the other, in the order in which they were asked for, so that older ones are edges by
+// the time younger ones meet them. Each is a list of work in passes: a piece that is split gives its leaves to the next. A
+// midpoint halves a conforming segment, whose pieces cannot become shorter than the arithmetic allows, so the limit on
+// passes is never reached unless rounding plays tricks.
+
+#include "constraints/Establisher.h"
+
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "mesh/Dt2.h"
+#include "support/Progress.h"
+#include "support/diagnostics.h"
+#include "support/lists.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr int MAX_PASSES = 499;
+constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
+
+}  // namespace
+
+size_t Establisher::getCloseQuota() const { return manager_.getNumberOfSegments() + MIN_QUOTA; }
+
+size_t Establisher::getQuotaEach() const { return MAX_CROSSINGS_EACH * getCloseQuota(); }
+
+void Establisher::applyOneSegment(ConstraintSegment2* pCSeg) {
+    if (!mesh_.is2D()) return;
+    if (!bEstablishing_) {
+        segmentInserter_.setCrossingQuota(getQuotaEach());
+        segmentInserter_.setCloseCrossingQuota(getCloseQuota());
+        conformingInserter_.setHalvingQuota(1, {pCSeg});
+    }
+    std::vector<ConstraintSegment2*> vStack{pCSeg};
+    while (!vStack.empty()) {
+        pCSeg = vStack.back();
+        vStack.pop_back();
+        if (!pCSeg->isAlive()) {
+            std::vector<ConstraintSegment2*> vLeaves;
+            pCSeg->getChildrenRec(vLeaves);
+            vStack.insert(vStack.end(), vLeaves.rbegin(), vLeaves.rend());
+            continue;
+        }
+        switch (pCSeg->getCIS()) {
+            case CIS_CONSTRAINED_DELAUNAY:
+                segmentInserter_.newCDT_applyOneCS(pCSeg);
+                break;
+            case CIS_CONFORMING_SURFACE_Z:
+            case CIS_CONFORMING_LINEAR_Z:
+                conformingInserter_.insertSegmentConformingDelaunay(pCSeg);
+                break;
+            default:
+                error("ConstraintMgr::apply()", "Unknown CIS");
+        }
+    }
+}
+
+void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress) {
+    if (!mesh_.is2D()) return;
+    const bool bOutermost = !bEstablishing_;  // segments that are established on the way share the quotas
+    const FlagScope establishing(bEstablishing_);
+    const size_t quota = getQuotaEach();
+    if (bOutermost) {
+        segmentInserter_.setCloseCrossingQuota(getCloseQuota());
+        conformingInserter_.setHalvingQuota(numSegments, vCSegs);
+    }
+    bool bAllDone = true;
+    for (ConstraintSegment2* pCSeg : vCSegs) {
+        if (bOutermost) segmentInserter_.setCrossingQuota(quota);
+        bAllDone = establishPieces(pCSeg) && bAllDone;
+        if (pProgress) pProgress->incProgress(1);
+    }
+    if (!bAllDone) warnOfInaccuracy();
+}
+
+bool Establisher::establishPieces(ConstraintSegment2* pCSeg) {
+    std::vector<ConstraintSegment2*> vPieces{pCSeg}, vNext;
+    for (int numPasses = 0; numPasses < MAX_PASSES && !vPieces.empty(); ++numPasses) {
+        for (ConstraintSegment2* pPiece : vPieces) {
+            if (pPiece->isAlive()) applyOneSegment(pPiece);
+            const size_t begin = vNext.size();
+            if (!pPiece->isAlive()) pPiece->getChildrenRec(vNext);
+            sortByPlace(vNext, begin);
+        }
+        vPieces.swap(vNext);
+        vNext.clear();
+    }
+    return vPieces.empty();
+}
+
+void Establisher::establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments,
+                                        const char* label) {
+    if (!mesh_.is2D()) return;
+    Progress& progress = mesh_.getProgress();
+    progress.start(label, vCSegs.size());
+    const ProgressEnd progressEnd(progress);
+    establish(vCSegs, numSegments, &progress);
+    progress.finish();
+}
+
+void Establisher::splitEncroachedPieces(bool bNewPoints) {
+    const FlagScope establishing(bEstablishing_);
+    conformingInserter_.splitEncroachedPieces(bNewPoints);
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "support/diagnostics.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+
+bool hasThreeCorners(const Triangle2& triangle);
+
+/// One check of a mesh, which reports what it finds wrong: the first findings in full, of the others their number.
+class MeshCheck {
+  public:
+    MeshCheck(const Dt2& mesh, Note& report);
+
+    /// Corners, links, incident triangles, and the hull; each only if what it rests on is sound.
+    void checkStructure();
+    /// Whether all edges except constraints are Delaunay, in a mesh of sound structure.
+    void checkEmptyCircles();
+
+    /// Reports a finding.
+    template <class... Parts>
+    void add(const Parts&... parts) {
+        if (++numFindings_ <= MAX_PRINTED) (report_.getStream() << ... << parts) << "\n";
+    }
+    size_t getNumberOfFindings() const { return numFindings_; }
+    void printRest();
+    const std::vector<Triangle2*>& getTriangles() const { return vTriangles_; }
+
+  private:
+    static constexpr size_t MAX_PRINTED = 10;
+
+    /// Reports a finding about one or two triangles.
+    void addTriangles(const char* message, const Triangle2* pT, const Triangle2* pN = nullptr);
+    void checkTriangle(const Triangle2* pT);
+    void checkEmptyCircle(const Triangle2* pT);
+    void checkVertices();
+    void checkHull();
+
+    const Dt2& mesh_;
+    Note& report_;
+    std::vector<Triangle2*> vTriangles_;
+    size_t numFindings_ = 0;
+};
+
+}  // namespace LUMO_TARO25D
