@@ -22,6 +22,19 @@ namespace LUMO_TARO25D {
 
 namespace {
 
+/// Keeps predicates as they are: circumcentres may be far away, and filters that hold there decide little.
+class StaticBoundScope {
+  public:
+    explicit StaticBoundScope(GeomTest& geomTest) : geomTest_(geomTest), maxCoord_(geomTest.getMaxAbsCoord()) {}
+    ~StaticBoundScope() { geomTest_.setStaticBound(maxCoord_); }
+    StaticBoundScope(const StaticBoundScope&) = delete;
+    StaticBoundScope& operator=(const StaticBoundScope&) = delete;
+
+  private:
+    GeomTest& geomTest_;
+    double maxCoord_;
+};
+
 /// Whether the segment in the way to a Steiner point, if there is one, has a point to split it at.
 bool canBeMended(const RefCand3& candidate, GeomTest& geomTest) {
     Triangle2* pT = nullptr;
@@ -66,6 +79,7 @@ bool checkZoneQuality(Dt2& mesh, Zone2* pZone, double minAngleDegree, const std:
     }
     RefinementContext& context = getRefinementContext(&mesh);
     GeomTest& geomTest = mesh.getGeomTest();
+    const StaticBoundScope boundScope(geomTest);
     MeshGenParams defaults(nullptr);
     const bool bLastZone = context.pLastParams && context.numberOfLastZone == getZoneNumber(mesh, pZone);
     MeshGenParams* pParams = bLastZone ? context.pLastParams.get() : &defaults;

@@ -105,6 +105,16 @@ TEST(Meshing, MeetsTheLimitsOrHasAReason) {
     EXPECT_GE(numBadBefore, vCases.size() - 1) << "the oracle sees nothing";
 }
 
+/// The circumcentre of a thin triangle is far away.
+TEST(Meshing, LookingAtTheQualityLeavesThePredicatesAsTheyAre) {
+    Scene scene = makeScene({makeRectangle(0, 0, 100, 100)}, {}, flat, {{50, 1e-6, 0}});
+    const GeomTest& geomTest = scene.pMesh->getImpl()->getGeomTest();
+    const double before = geomTest.getMaxAbsCoord();
+    const StdoutCapture report;
+    scene.pMesh->checkZoneQuality(scene.pZone, 20, "thin", AcceptExperimentalFeature());
+    EXPECT_EQ(geomTest.getMaxAbsCoord(), before);
+}
+
 TEST(Meshing, MeshesRealPolygons) {
     if (!hasDataFolder()) GTEST_SKIP() << "without TARO25D_DATA_DIR";
     for (const char* filename : {"earcut_dude", "earcut_water", "lake_superior"}) {
