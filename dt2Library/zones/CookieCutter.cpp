@@ -44,6 +44,7 @@ bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Po
 }  // namespace
 
 Zone2* CookieCutter::cutOutZone(const std::vector<Segment2>& vSegments, bool bVerbose) {
+    const QuietScope quiet(bVerbose);  // the cut may be worth a warning too
     ZoneMgr& zones = getZoneMgr(mesh_);
     if (!zones.canHaveZones(bVerbose)) return nullptr;
     std::vector<Point2> vCorners;

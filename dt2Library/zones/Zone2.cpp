@@ -374,7 +374,10 @@ Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle2*)>& predic
     };
     if (!pZone || !predicate) return refuse("pZone==NULL or pPredicate==NULL. Returning NULL");
     TriangleVector vTriangles;
-    pZone->getTriangles(vTriangles);
+    {
+        const QuietScope quiet(bVerbose);
+        pZone->getTriangles(vTriangles);
+    }
     if (bVerbose) printAreas("\nZone2::peelOffIf(), original Zone:", vTriangles);
     peelBorder(vTriangles, predicate);
     if (bVerbose) printAreas("Output Zone:", vTriangles);

@@ -397,6 +397,21 @@ TEST(CookieCutter, RefusesWhatIsNoSimplePolygon) {
     EXPECT_EQ(capture.text(), "");
 }
 
+/// Corners a few units in the last place apart, so that a cut cannot keep its way.
+TEST(CookieCutter, IsSilentAboutRoundingIfToldSo) {
+    const auto at = [](int x, int y, double z) {
+        return Point2(1e6 + std::ldexp(x, -33), 1e6 + std::ldexp(y, -33), z);
+    };
+    for (const bool bVerbose : {false, true}) {
+        Taro_2D mesh;
+        mesh.insert({at(3, 11, 2), at(8, 7, 3), at(1, 1, 4)});
+        mesh.createConstraint({Segment2(at(0, 0, 1), at(13, 12, 2))}, CIS_CONSTRAINED_DELAUNAY);
+        const StdoutCapture capture;
+        mesh.createZone_cookieCutter(makeSides({at(-22, 18, 0), at(6, 10, 0), at(10, 0, 0)}), bVerbose);
+        EXPECT_EQ(capture.text().empty(), !bVerbose) << capture.text();
+    }
+}
+
 TEST(CookieCutter, CutsALakeOutOfATerrain) {
     const SegmentVector vLake = readRealSegments("lake_superior");
     if (vLake.empty()) GTEST_SKIP() << "without TARO25D_DATA_DIR";

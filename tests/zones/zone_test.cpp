@@ -378,6 +378,10 @@ TEST(Zone, PeelsOffTheBorder) {
         EXPECT_EQ(countOf("Zone2::peelOffIf(), WARNING: ", refusals.text()), bVerbose ? 3u : 0u);
         EXPECT_EQ(refusals.text().empty(), !bVerbose);
     }
+    Zone2* pOutside = mesh.createZone(std::vector<ConstraintGraph2*>(), ZL_GROW, Point2(500, 500, 0));
+    for (const bool bVerbose : {false, true}) {
+        EXPECT_EQ(printedBy([&] { peelOffIf(pOutside, &always, bVerbose); }).empty(), !bVerbose) << "no seed";
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
