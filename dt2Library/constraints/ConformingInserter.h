@@ -31,6 +31,8 @@ class ConformingInserter {
 
     /// Remembers that a conforming piece may be an edge that is not Delaunay; nothing happens for other segments.
     void suspect(ConstraintSegment2* pCSeg);
+    /// Forgets a segment that will not be there any more.
+    void forget(const ConstraintSegment2* pCSeg) { pieces_.forget(pCSeg); }
     /// Whether a segment is an edge that is not Delaunay: the far corner of one of its triangles is in the circle of the
     /// other one.
     static bool isEncroached(const Dt2& mesh, const ConstraintSegment2* pCSeg);

@@ -1,11 +1,18 @@
 #include "constraints/ConformingPieces.h"
 
+#include <algorithm>
+
 namespace LUMO_TARO25D {
 
 void ConformingPieces::takeSuspects(std::vector<ConstraintSegment2*>& vTaken) {
     vTaken.clear();
     vTaken.swap(vSuspects_);
     for (const ConstraintSegment2* pCSeg : vTaken) sSuspects_.erase(pCSeg);
+}
+
+void ConformingPieces::forget(const ConstraintSegment2* pCSeg) {
+    if (sSuspects_.erase(pCSeg)) vSuspects_.erase(std::find(vSuspects_.begin(), vSuspects_.end(), pCSeg));
+    mNumHalvings_.erase(pCSeg);
 }
 
 void ConformingPieces::noteHalving(ConstraintSegment2* pParent) {

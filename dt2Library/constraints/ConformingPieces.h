@@ -21,6 +21,8 @@ class ConformingPieces {
     void suspect(ConstraintSegment2* pCSeg) {
         if (sSuspects_.insert(pCSeg)) vSuspects_.push_back(pCSeg);
     }
+    /// Forgets a segment that will not be there any more.
+    void forget(const ConstraintSegment2* pCSeg);
     /// Hands over all suspects.
     void takeSuspects(std::vector<ConstraintSegment2*>& vTaken);
 

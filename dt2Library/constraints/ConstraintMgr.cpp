@@ -72,6 +72,7 @@ bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Poin
 }
 
 const std::vector<ConstraintSegment2*>& ConstraintMgr::getSortedSegments() const {
+    sweep();
     const auto less = [](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; };
     const auto middle = vSegments_.begin() + static_cast<std::ptrdiff_t>(numSorted_);
     std::sort(middle, vSegments_.end(), less);
@@ -102,7 +103,10 @@ ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, 
     vSegments_.push_back(pNew.get());
     ConstraintSegment2* pCSeg = pNew.release();
     segmentIndex_.add(p0, p1, pCSeg);
-    for (const Point2* pEnd : {p0, p1}) constraintVertices_.insert(pEnd);
+    for (const Point2* pEnd : {p0, p1}) {
+        constraintVertices_.insert(pEnd);
+        if (pNumEnds_) ++(*pNumEnds_)[pEnd];
+    }
     pDt2_->getConstraintEdges().add(p0, p1, pCSeg->getAliveFlag());
     return pCSeg;
 }
@@ -173,8 +177,73 @@ void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
     TARO_ASSERT(bOK);
 }
 
+Point2* ConstraintMgr::bringVertex(const Point2& place) {
+    const size_t numPointsBefore = pDt2_->numberOfPoints();
+    Point2* pVtx = pDt2_->insert(place);
+    if (pVtx && pDt2_->numberOfPoints() > numPointsBefore) sBroughtVertices_.insert(pVtx);
+    return pVtx;
+}
+
+void ConstraintMgr::countEnds() {
+    if (pNumEnds_) return;
+    pNumEnds_ = std::make_unique<PointerMap<unsigned>>();
+    for (const ConstraintSegment2* pCSeg : vSegments_) {
+        for (const Point2* pEnd : {pCSeg->getSrc(), pCSeg->getTrg()}) ++(*pNumEnds_)[pEnd];
+    }
+}
+
+void ConstraintMgr::discard(const std::vector<ConstraintSegment2*>& vCSegs, std::vector<Point2*>& vBroughtAlone) {
+    countEnds();
+    for (ConstraintSegment2* pCSeg : vCSegs) {
+        Point2 *p0 = pCSeg->getSrc(), *p1 = pCSeg->getTrg();
+        TARO_ASSERT(pCSeg->getNumberOfOwners() == 0 && segmentIndex_.find(p0, p1) == pCSeg);
+        segmentIndex_.erase(p0, p1);
+        pDt2_->getConstraintEdges().erase(p0, p1);
+        establisher_.getConformingInserter().forget(pCSeg);
+        ++numDiscarded_;
+        for (Point2* pEnd : {p0, p1}) {
+            if (--(*pNumEnds_)[pEnd] > 0) continue;
+            constraintVertices_.erase(pEnd);
+            if (sBroughtVertices_.erase(pEnd)) vBroughtAlone.push_back(pEnd);
+        }
+    }
+    if (numDiscarded_ > vSegments_.size() / 2) sweep();
+}
+
+void ConstraintMgr::sweep() const {
+    if (numDiscarded_ == 0) return;
+    size_t numKept = 0, numKeptSorted = 0;
+    for (size_t i = 0; i < vSegments_.size(); ++i) {
+        ConstraintSegment2* pCSeg = vSegments_[i];
+        if (segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) != pCSeg) {
+            delete pCSeg;
+            continue;
+        }
+        numKeptSorted += i < numSorted_;
+        vSegments_[numKept++] = pCSeg;
+    }
+    vSegments_.resize(numKept);
+    numSorted_ = numKeptSorted;
+    numDiscarded_ = 0;
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Graphs
+
+bool ConstraintMgr::hasGraph(const ConstraintGraph2* pGraph) const {
+    return std::any_of(vGraphs_.begin(), vGraphs_.end(), [pGraph](const auto& p) { return p.get() == pGraph; });
+}
+
+void ConstraintMgr::getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const {
+    for (const auto& pGraph : vGraphs_) vGraphs.push_back(pGraph.get());
+}
+
+void ConstraintMgr::discard(ConstraintGraph2* pGraph) {
+    const auto it =
+        std::find_if(vGraphs_.begin(), vGraphs_.end(), [pGraph](const auto& p) { return p.get() == pGraph; });
+    TARO_ASSERT(it != vGraphs_.end());
+    vGraphs_.erase(it);
+}
 
 ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>& vPairs,
                                                   ConstraintInsertionStrategy cis, bool bApply) {
@@ -200,8 +269,11 @@ ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Segment2>& v
 
 ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Segment2>& vSegments,
                                                            ConstraintInsertionStrategy cis) {
-    if (vSegments.empty()) return nullptr;
-    const std::vector<VertexPair> vPairs = insertEnds(vSegments);
+    return vSegments.empty() ? nullptr : createConstraint_oriented(insertEnds(vSegments), cis);
+}
+
+ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<VertexPair>& vPairs,
+                                                           ConstraintInsertionStrategy cis) {
     const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
     using Entry = std::pair<VertexPair, bool>;
     std::vector<Entry> vReverse;
@@ -245,8 +317,9 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
         vEnds.push_back(segment.getSrc());
         vEnds.push_back(segment.getTrg());
     }
-    std::vector<Point2*> vHandles;
-    pDt2_->insertVector(vEnds, vHandles);
+    std::vector<Point2*> vHandles(vEnds.size()), vNewVertices;
+    pDt2_->insertBulk(PointSource(vEnds), vHandles.data(), &vNewVertices);
+    for (const Point2* pVtx : vNewVertices) sBroughtVertices_.insert(pVtx);
     std::vector<VertexPair> vPairs;
     vPairs.reserve(vSegments.size());
     for (size_t i = 0; i < vHandles.size(); i += 2) vPairs.emplace_back(vHandles[i], vHandles[i + 1]);
@@ -280,6 +353,28 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Edge2*>& vEdg
     }
     if (!isStrategy(cis)) return nullptr;
     ConstraintGraph2* pGraph = createConstraint(vEdges, cis, true);
+    establisher_.splitEncroachedPieces(false);
+    return pGraph;
+}
+
+ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                                 bool bOrientedSegments) {
+    const VertexVault& vault = pDt2_->getVertexVault();
+    const auto isStrange = [&vault](const Point2* pVtx) {
+        return !pVtx || vault.getIdxOfActiveVtx(pVtx) == VertexVault::NOT_FOUND;
+    };
+    const auto hasStrangeEnd = [&](const VertexPair& pair) { return isStrange(pair.first) || isStrange(pair.second); };
+    if (vPairs.empty()) {
+        warning("Dt2::createConstraint(..)", "vVertexPairs is empty, returning NULL");
+        return nullptr;
+    }
+    if (std::any_of(vPairs.begin(), vPairs.end(), hasStrangeEnd)) {
+        warning("Dt2::createConstraint(..)", "a pointer is no vertex of this triangulation, constraint refused");
+        return nullptr;
+    }
+    if (!isStrategy(cis)) return nullptr;
+    ConstraintGraph2* pGraph =
+        bOrientedSegments ? createConstraint_oriented(vPairs, cis) : createConstraint(vPairs, cis, true);
     establisher_.splitEncroachedPieces(false);
     return pGraph;
 }

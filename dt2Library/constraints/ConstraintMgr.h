@@ -10,6 +10,7 @@
 #include "kernel/VertexPairMap.h"
 #include "kernel/flatSets.h"
 #include "mesh/ConstraintKeeper.h"
+#include "support/PointerMap.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
@@ -29,7 +30,7 @@ class ConstraintMgr : public ConstraintKeeper {
     explicit ConstraintMgr(Dt2* pDt2);
     ~ConstraintMgr() override;
 
-    bool hasConstraints() const { return !vSegments_.empty(); }
+    bool hasConstraints() const { return getNumberOfSegments() > 0; }
     /// True for the ends of all segments, dead ones included.
     bool isConstraintVertex(const Point2* pVtx) const override;
     bool isConstraint(const Point2* p0, const Point2* p1) const { return getAliveConstraintSegment(p0, p1) != nullptr; }
@@ -58,6 +59,9 @@ class ConstraintMgr : public ConstraintKeeper {
                                       bool bOrientedSegments);
     /// The same for edges of the mesh.
     ConstraintGraph2* createForClient(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis);
+    /// The same between vertices, of which none may be null or strange.
+    ConstraintGraph2* createForClient(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                      bool bOrientedSegments);
     /// Establishes all segments that wait for it, as a client asks for.
     void applyForClient();
 
@@ -66,6 +70,7 @@ class ConstraintMgr : public ConstraintKeeper {
                                        bool bApply);
     ConstraintGraph2* createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis, bool bApply);
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis);
+    ConstraintGraph2* createConstraint_oriented(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis);
     ConstraintGraph2* createConstraint_oriented(const std::vector<Segment2>& vSegments,
                                                 ConstraintInsertionStrategy cis);
     ConstraintGraph2* createConstraint_oriented(const std::vector<Edge2>& vEdges, ConstraintInsertionStrategy cis);
@@ -76,8 +81,21 @@ class ConstraintMgr : public ConstraintKeeper {
     void apply();
     Establisher& getEstablisher() { return establisher_; }
     void rememberEncroached(const Point2* p0, const Point2* p1) override;
+    void noteClientsPoint(const Point2* pVtx) override { sBroughtVertices_.erase(pVtx); }
 
-    size_t getNumberOfSegments() const { return vSegments_.size(); }
+    /// Whether a graph is one of this triangulation. It may have been removed.
+    bool hasGraph(const ConstraintGraph2* pGraph) const;
+    /// Appends the graphs in the order of their creation.
+    void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
+    /// Inserts a vertex for constraints alone. Returns the vertex at that place, which may have been there before.
+    Point2* bringVertex(const Point2& place);
+    /// Ends segments without owners, which are no edges any more. Appends the vertices at which no segment ends from now on
+    /// and that only constraints have brought.
+    void discard(const std::vector<ConstraintSegment2*>& vCSegs, std::vector<Point2*>& vBroughtAlone);
+    /// Ends a graph, which owns no segments any more.
+    void discard(ConstraintGraph2* pGraph);
+
+    size_t getNumberOfSegments() const { return vSegments_.size() - numDiscarded_; }
     /// How many calls have asked for segments.
     std::uint32_t getNumberOfCalls() const { return numCalls_; }
 
@@ -92,6 +110,10 @@ class ConstraintMgr : public ConstraintKeeper {
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
+    /// Counts the segments at each vertex from now on.
+    void countEnds();
+    /// Frees the records of discarded segments.
+    void sweep() const;
 
     Dt2* pDt2_;
     VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
@@ -99,7 +121,10 @@ class ConstraintMgr : public ConstraintKeeper {
     // than keeping order at each split.
     mutable std::vector<ConstraintSegment2*> vSegments_;
     mutable size_t numSorted_ = 0;
-    mutable AddressSet constraintVertices_;  // mutable: it remembers where it looked last
+    mutable size_t numDiscarded_ = 0;                 // records in the list that are not in the index any more
+    mutable AddressSet constraintVertices_;           // mutable: it remembers where it looked last
+    AddressSet sBroughtVertices_;                     // ends of segments that no client has inserted as points
+    std::unique_ptr<PointerMap<unsigned>> pNumEnds_;  // of the segments at each vertex; null before one is discarded
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
     std::uint32_t numCalls_ = 0;
     size_t numRequested_ = 0;  // segments that clients have asked for

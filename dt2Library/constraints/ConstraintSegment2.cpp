@@ -55,7 +55,7 @@ void ConstraintSegment2::addOwnerRecursive(ConstraintGraph2* pGraph) {
     }
 }
 
-void ConstraintSegment2::removeOwner(ConstraintGraph2* pGraph) { sOwners_.erase(pGraph); }
+bool ConstraintSegment2::removeOwner(ConstraintGraph2* pGraph) { return sOwners_.erase(pGraph) > 0; }
 
 /// Descendants are never younger than what they come from, so it ends at the first one that is as old already.
 void ConstraintSegment2::noteAge(const Age& age) {

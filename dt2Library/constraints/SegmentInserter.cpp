@@ -138,7 +138,7 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
     killAndUnestablishConstraintSegment(pCrossingCSeg);
     if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
     mesh_.startSearchAt(pCrossingCSeg->getSrc());
-    Point2* pSplit = mesh_.insert(splitPoint);
+    Point2* pSplit = manager_.bringVertex(splitPoint);
     mesh_.getInnerVtxMgr().eraseVtx(pSplit);
     const auto splitAt = [&](ConstraintSegment2* pKilled) {
         pKilled->unkill();

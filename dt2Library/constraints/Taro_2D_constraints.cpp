@@ -1,5 +1,6 @@
 #include "taro25d/Taro_2D.h"
 
+#include "constraints/ConstraintMgr.h"
 #include "mesh/EngineCall.h"
 #include "taro25d/Segment2.h"
 
@@ -11,6 +12,15 @@ ConstraintGraph2* Taro_2D::createConstraint(const std::vector<Segment2>& vSegmen
     const MessageScope scope(&pDt2_->getProgress());
     warning("Taro_2D::createConstraint()", "You have not supplied any segments. Returning NULL!");
     return nullptr;
+}
+
+ConstraintGraph2* Taro_2D::createConstraint_vertices(const std::vector<std::pair<Point2*, Point2*>>& vVertexPairs,
+                                                     ConstraintInsertionStrategy cis, bool bOrientedSegments) {
+    return call(pDt2_)->getConstraintManager()->createForClient(vVertexPairs, cis, bOrientedSegments);
+}
+
+void Taro_2D::getConstraintGraphs(std::vector<ConstraintGraph2*>& vGraphs) const {
+    if (const auto* pManager = pDt2_->findSlot<ConstraintMgr>()) pManager->getGraphs(vGraphs);
 }
 
 void Taro_2D::applyConstraintsAndZones() {

@@ -27,7 +27,7 @@ BulkInserter::BulkInserter(Dt2& mesh) : mesh_(mesh), vault_(mesh.getVertexVault(
 
 BulkInserter::~BulkInserter() = default;
 
-void BulkInserter::insert(const PointSource& source, Point2** aHandles) {
+void BulkInserter::insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices) {
     const size_t n = source.size();
     if (n == 0) return;
     TARO_ASSERT_TEXT(vault_.dupIsClean(), "vertexVault.dupIsClean()");
@@ -49,6 +49,10 @@ void BulkInserter::insert(const PointSource& source, Point2** aHandles) {
     }
     vault_.treatDupsAndHandles(numPreExisting, aHandles, aHandles ? n : 0);
     TARO_ASSERT_TEXT(vault_.dupIsClean(), "vertexVault.dupIsClean()");
+    if (pNewVertices) {
+        const auto& vItems = vault_.getData();
+        for (size_t i = numPreExisting; i < vItems.size(); ++i) pNewVertices->push_back(vItems[i]->vtx);
+    }
     vault_.sortIV(VertexVault::SM_IF_DUE);
     progress.finish();
 }

@@ -21,9 +21,10 @@ class BulkInserter {
     explicit BulkInserter(Dt2& mesh);
     ~BulkInserter();
 
-    /// Inserts points; aHandles is null or has one place for each point. Points that are not finite are left out, with a
+    /// Inserts points; aHandles is null or has one place for each point, and pNewVertices, unless it is null, gets the
+    /// vertices that were not there before appended. Points that are not finite are left out, with a
     /// warning. After an exception the mesh is valid, and has no vertices of points that were not inserted yet.
-    void insert(const PointSource& source, Point2** aHandles);
+    void insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr);
     /// Leaves the collinear phase if it can, and inserts all vault items, the first numPreExistingVtx of them first.
     bool createFullDimTriangle(size_t numPreExistingVtx);
 

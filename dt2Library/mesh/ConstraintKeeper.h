@@ -16,6 +16,8 @@ class ConstraintKeeper : public MeshSlot {
     virtual void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) = 0;
     /// Takes note that a constraint edge is not Delaunay. It is not flipped.
     virtual void rememberEncroached(const Point2* p0, const Point2* p1) = 0;
+    /// Takes note that a client has inserted a point at a vertex, which therefore outlives the constraints that end there.
+    virtual void noteClientsPoint(const Point2* pVtx) = 0;
 };
 
 }  // namespace LUMO_TARO25D

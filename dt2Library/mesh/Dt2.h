@@ -71,8 +71,11 @@ class Dt2 {
     Point2* insert(const Point2& point);
     void insertVector(const std::vector<Point2>& vPoints);
     void insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandlesOut);
-    /// Bulk insertion; aHandles is null or has one place for each point.
-    void insertBulk(const PointSource& source, Point2** aHandles);
+    /// Bulk insertion; aHandles is null or has one place for each point. Appends the new vertices, unless pNewVertices is
+    /// null.
+    void insertBulk(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr);
+    /// Who keeps the constraints; null as long as there have been none.
+    ConstraintKeeper* getConstraintKeeper() const { return pConstraintKeeper_; }
 
     /// Inserts a vertex that is already in the vault, starting the search at the hint. Returns a triangle
     /// incident to the vertex, or, when its position is taken (noted in the vault), one incident to the

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <iostream>
 
+#include "mesh/ConstraintKeeper.h"
 #include "mesh/Dt2.h"
 #include "mesh/EngineCall.h"
+#include "mesh/vertexMove.h"
 #include "support/Timer.h"
 #include "support/diagnostics.h"
 #include "taro25d/freeFunctions.h"
@@ -17,6 +19,15 @@ void printReconstructNotice() {
     Note("reconstruct(..)")
         << "reconstruct(..): point-cloud reconstruction has moved to a separate library, nothing is "
            "done here.\n";
+}
+
+/// Vertices that only constraints had brought are those of clients' points from now on.
+void noteClientsPoints(const Dt2& mesh, Point2* const* aVertices, size_t num) {
+    ConstraintKeeper* pKeeper = mesh.getConstraintKeeper();
+    if (!pKeeper) return;
+    for (size_t i = 0; i < num; ++i) {
+        if (aVertices[i]) pKeeper->noteClientsPoint(aVertices[i]);
+    }
 }
 
 }  // namespace
@@ -44,12 +55,21 @@ void Taro_2D::internal(int topic, int detail, std::string text) { call(pDt2_)->i
 
 void Taro_2D::setDev(const std::string& text, int number, double value) { pDt2_->setDev(text, number, value); }
 
-Point2* Taro_2D::insert(const Point2& point) { return call(pDt2_)->insert(point); }
+Point2* Taro_2D::insert(const Point2& point) {
+    Point2* pVtx = call(pDt2_)->insert(point);
+    noteClientsPoints(*pDt2_, &pVtx, 1);
+    return pVtx;
+}
 
-void Taro_2D::insert(const std::vector<Point2>& vPoints) { call(pDt2_)->insertVector(vPoints); }
+void Taro_2D::insert(const std::vector<Point2>& vPoints) {
+    std::vector<Point2*> vHandles;
+    if (pDt2_->getConstraintKeeper()) return insert(vPoints, vHandles);
+    call(pDt2_)->insertVector(vPoints);
+}
 
 void Taro_2D::insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles) {
     call(pDt2_)->insertVector(vPoints, vHandles);
+    noteClientsPoints(*pDt2_, vHandles.data(), vHandles.size());
 }
 
 void Taro_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles) {
@@ -60,7 +80,14 @@ void Taro_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles) {
         warning("Taro_2D::insert(..)", "aCoordinates==NULL, nothing inserted");
         return;
     }
-    call(pDt2_)->insertBulk(PointSource(static_cast<size_t>(numPoints), aCoordinates), aHandles);
+    const size_t num = static_cast<size_t>(numPoints);
+    std::vector<Point2*> vHandles;
+    if (!aHandles && pDt2_->getConstraintKeeper()) {
+        vHandles.resize(num);
+        aHandles = vHandles.data();
+    }
+    call(pDt2_)->insertBulk(PointSource(num, aCoordinates), aHandles);
+    if (aHandles) noteClientsPoints(*pDt2_, aHandles, num);
 }
 
 double Taro_2D::measureTrianguluationTime(std::vector<Point2>& vPoints) {
@@ -70,6 +97,11 @@ double Taro_2D::measureTrianguluationTime(std::vector<Point2>& vPoints) {
     const Timer timer("[quiet] Delaunay point insertion");
     engine.insertVector(vPoints);
     return timer.stop();
+}
+
+bool Taro_2D::moveVertex(Point2* pVtx, const Point2& target) {
+    const MessageScope scope(&pDt2_->getProgress());
+    return LUMO_TARO25D::moveVertex(*pDt2_, pVtx, target);
 }
 
 void Taro_2D::remove(Point2* pVtx) { call(pDt2_)->remove(pVtx); }

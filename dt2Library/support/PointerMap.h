@@ -8,8 +8,8 @@
 
 namespace LUMO_TARO25D {
 
-/// A hash table from addresses of records to values, laid out flat. Open addressing with linear probing, at most half full;
-/// entries are never removed. Adding one moves the values.
+/// A hash table from addresses of records to values, laid out flat. Open addressing with linear probing, at most half full.
+/// Adding or removing an entry moves the values.
 template <class T>
 class PointerMap {
   public:
@@ -42,6 +42,21 @@ class PointerMap {
         return slot.value;
     }
 
+    /// Takes the entry of a record out; nothing happens if there is none.
+    void erase(const void* pRecord) {
+        if (!find(pRecord)) return;
+        const size_t mask = vSlots_.size() - 1;
+        size_t gap = findPlace(pRecord);
+        // Later entries that had to give way move back into the gap, so that no search ends there too early.
+        for (size_t i = (gap + 1) & mask; vSlots_[i].pRecord; i = (i + 1) & mask) {
+            if (((i - getHome(vSlots_[i].pRecord)) & mask) < ((i - gap) & mask)) continue;
+            vSlots_[gap] = vSlots_[i];
+            gap = i;
+        }
+        vSlots_[gap] = Slot();
+        --numEntries_;
+    }
+
     /// Calls f(record, value) for each entry, in no particular order.
     template <class F>
     void forEach(const F& f) const {
@@ -63,11 +78,16 @@ class PointerMap {
     };
     static constexpr size_t MIN_SIZE = 16;
 
-    /// Where the record is or would be. A multiplication carries the few bits in which addresses differ into the upper
+    /// Where the search for a record begins. A multiplication carries the few bits in which addresses differ into the upper
     /// half (Knuth 1973).
+    size_t getHome(const void* pRecord) const {
+        return ((reinterpret_cast<std::uintptr_t>(pRecord) * 0x9E3779B97F4A7C15u) >> 32) & (vSlots_.size() - 1);
+    }
+
+    /// Where the record is or would be.
     size_t findPlace(const void* pRecord) const {
         const size_t mask = vSlots_.size() - 1;
-        size_t i = ((reinterpret_cast<std::uintptr_t>(pRecord) * 0x9E3779B97F4A7C15u) >> 32) & mask;
+        size_t i = getHome(pRecord);
         while (vSlots_[i].pRecord && vSlots_[i].pRecord != pRecord) i = (i + 1) & mask;
         return i;
     }

@@ -1,8 +1,11 @@
 #include "taro25d/Taro_2D.h"
 
+#include "constraints/ConstraintMgr.h"
+#include "constraints/GraphRemover.h"
 #include "mesh/EngineCall.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Segment2.h"
+#include "zones/ZoneMgr.h"
 
 namespace LUMO_TARO25D {
 
@@ -45,6 +48,21 @@ Zone2* Taro_2D::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerb
 
 Zone2* Taro_2D::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose) {
     return call(pDt2_)->createZone_cookieCutter(vSegments, bVerbose);
+}
+
+bool Taro_2D::removeConstraint(ConstraintGraph2* pGraph, bool bRemoveVertices) {
+    const MessageScope scope(&pDt2_->getProgress());
+    ConstraintMgr* pManager = pDt2_->findSlot<ConstraintMgr>();
+    const ZoneMgr* pZoneMgr = pDt2_->findSlot<ZoneMgr>();
+    const char* reason = !pManager || !pManager->hasGraph(pGraph)  ? "the graph is none of this triangulation"
+                         : pZoneMgr && pZoneMgr->hasZoneOf(pGraph) ? "the graph is part of a zone"
+                                                                   : nullptr;
+    if (reason) {
+        warning("Taro_2D::removeConstraint()", std::string(reason) + ", nothing is removed");
+        return false;
+    }
+    GraphRemover(*pDt2_, *pManager).remove(pGraph, bRemoveVertices);
+    return true;
 }
 
 bool Taro_2D::deleteZone(Zone2* pZone) { return call(pDt2_)->deleteZone(pZone); }

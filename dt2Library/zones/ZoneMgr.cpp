@@ -245,6 +245,14 @@ bool ZoneMgr::deleteZone(Zone2* pZone) {
     return true;
 }
 
+bool ZoneMgr::hasZoneOf(const ConstraintGraph2* pGraph) const {
+    return std::any_of(mZones_.begin(), mZones_.end(), [pGraph](const auto& entry) {
+        std::vector<ConstraintGraph2*> vGraphs;
+        entry.first->getConstraintGraphs(vGraphs);
+        return std::find(vGraphs.begin(), vGraphs.end(), pGraph) != vGraphs.end();
+    });
+}
+
 std::uint64_t ZoneMgr::getNumber(const Zone2* pZone) const {
     const auto it = mZones_.find(pZone);
     return it == mZones_.end() ? 0 : it->second.number;

@@ -35,6 +35,8 @@ class ZoneMgr : public MeshSlot {
     /// False, with a warning, for a zone that is not here and for an operand of another one.
     bool deleteZone(Zone2* pZone);
 
+    /// Whether a zone is made of a graph.
+    bool hasZoneOf(const ConstraintGraph2* pGraph) const;
     /// Whether the mesh has triangles; otherwise there is a warning if it may.
     bool canHaveZones(bool bVerbose) const;
     /// A number that no other zone of the mesh has had; 0 for a zone that is not here.

@@ -21,9 +21,10 @@ class Visualizer2;
 /// The constraint segments that one call of `createConstraint` inserted: a breakline, a boundary, or a closed polygon
 /// that can bound a zone.
 ///
-/// The triangulation owns the graph and the segments; both live until it is destroyed. Segments that form one closed,
-/// simple chain make a polygon, which runs counterclockwise whatever direction the client gave. When a segment is split
-/// later, its pieces keep its direction. Queries that append take O(n) for n pieces.
+/// The triangulation owns the graph and the segments; both live until it is destroyed or Taro_2D::removeConstraint()
+/// ends them. Segments that form one closed, simple chain make a polygon, which runs counterclockwise whatever
+/// direction the client gave. When a segment is split later, its pieces keep its direction. Queries that append take
+/// O(n) for n pieces.
 class TARO25D_API ConstraintGraph2 {
   public:
     /// Two vertices in the order of their addresses.
@@ -40,6 +41,10 @@ class TARO25D_API ConstraintGraph2 {
     TARO25D_HIDDEN ~ConstraintGraph2();
     ConstraintGraph2(const ConstraintGraph2&) = delete;
     ConstraintGraph2& operator=(const ConstraintGraph2&) = delete;
+
+    /// A label for clients; empty at first, and the same one may be given to several graphs.
+    void setName(const std::string& name) { name_ = name; }
+    const std::string& getName() const { return name_; }
 
     /// The engine of the triangulation; an incomplete type for clients.
     Dt2* getDt2() const { return pDt2_; }
@@ -118,6 +123,7 @@ class TARO25D_API ConstraintGraph2 {
     std::unique_ptr<ReverseMap> pReverse_;  // whether the graph runs from target to source, of all its segments
     std::vector<std::pair<Point2*, ConstraintSegment2*>> vSplits_;  // where who was split, for debuggers
     bool bOriented_ = false;
+    std::string name_;
 };
 
 }  // namespace LUMO_TARO25D

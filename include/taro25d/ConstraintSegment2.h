@@ -67,8 +67,8 @@ class TARO25D_API ConstraintSegment2 {
 
     /// For the engine: makes a graph an owner of this segment and of all its descendants.
     void addOwnerRecursive(ConstraintGraph2* pGraph);
-    /// For the engine: takes an owner away, from this segment only.
-    void removeOwner(ConstraintGraph2* pGraph);
+    /// For the engine: takes an owner away, from this segment only. Returns whether it was one.
+    bool removeOwner(ConstraintGraph2* pGraph);
 
     /// Appends the alive leaves below this segment, those of the first child before those of the second. A segment
     /// without children fails with TaroException.

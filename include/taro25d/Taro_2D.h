@@ -123,6 +123,12 @@ class TARO25D_API Taro_2D {
     /// nothing. O(k log k) for a vertex with k neighbours; before is2D(), O(n).
     void remove(Point2* pVtx);
 
+    /// Moves a vertex to another place and height. It keeps its record, so that pointers to it stay valid, and its custom
+    /// index; the mesh is Delaunay afterwards. The vertex may go anywhere, also beyond the hull. False, with a warning and
+    /// without effect, for null, a pointer that is no vertex of this triangulation, a vertex of a constraint, a place with a
+    /// coordinate that is NaN or infinite, and a place where another vertex stands. Costs a removal and an insertion.
+    bool moveVertex(Point2* pVtx, const Point2& target);
+
     /// @}
     /// @name Queries
     /// @{
@@ -200,6 +206,20 @@ class TARO25D_API Taro_2D {
     /// a segment that crosses k triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                        bool bOrientedSegments = false);
+    /// createConstraint() between vertices of this triangulation: no ends have to be inserted or searched. Null with a
+    /// warning, and without effect, where a pointer is null or no vertex of this triangulation.
+    ConstraintGraph2* createConstraint_vertices(const std::vector<std::pair<Point2*, Point2*>>& vVertexPairs,
+                                                ConstraintInsertionStrategy cis, bool bOrientedSegments = false);
+    /// Takes a constraint back: pieces that no other graph owns become ordinary edges, and the mesh is Delaunay there
+    /// again. With bRemoveVertices, the vertices that this constraint alone has brought go as well: ends, crossings and
+    /// midpoints at which no other constraint ends and where no client has inserted a point. The graph, and pieces that nobody
+    /// else owned, are gone afterwards; so are these vertices. Creating the same segments again makes a new constraint.
+    /// False, with a warning and without effect, for null, for a graph that is not (or no longer) one of this triangulation,
+    /// and for a graph that a zone is made of. O(k log k) for k pieces.
+    bool removeConstraint(ConstraintGraph2* pGraph, bool bRemoveVertices = false);
+    /// Appends all graphs in the order of their creation: those of createConstraint(), and those that zones, cuts and
+    /// load() have made.
+    void getConstraintGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices
     /// while removal had made it one-dimensional again, and splits pieces of conforming segments that are not
     /// Delaunay any more because of points inserted since. A warning, and nothing else, before is2D(). O(n log n) for
@@ -212,7 +232,7 @@ class TARO25D_API Taro_2D {
     /// Whether there is an alive constraint segment between two vertices, in any order; false for null. Constant
     /// expected time.
     bool isConstraint(Point2* p0, Point2* p1) const;
-    /// Whether a vertex is or was the end of a constraint segment. Constant expected time.
+    /// Whether a vertex is or was the end of a constraint segment that has not been removed. Constant expected time.
     bool isConstraint(Point2* pVtx) const;
     /// The alive constraint segment between two vertices, in any order; null if there is none. Constant expected
     /// time.
