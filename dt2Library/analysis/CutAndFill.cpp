@@ -21,6 +21,8 @@ void CutAndFill::getDiffZone(Zone2*& pDiffZone, std::map<Point2*, std::pair<doub
 
 void CutAndFill::show(Visualizer2* pVisualizer) const { pImpl_->show(pVisualizer); }
 
+void CutAndFill::show(Visualizer3* pVisualizer) const { pImpl_->show(pVisualizer); }
+
 void CutAndFill::subscribe(MsgType type, MsgBase* pListener) { pImpl_->getProgress().subscribe(type, pListener); }
 
 void CutAndFill::unsubscribe(MsgType type, MsgBase* pListener) { pImpl_->getProgress().unsubscribe(type, pListener); }

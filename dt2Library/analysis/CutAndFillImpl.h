@@ -19,6 +19,7 @@
 namespace LUMO_TARO25D {
 
 class Visualizer2;
+class Visualizer3;
 
 /// The work behind CutAndFill.
 class CutAndFillImpl {
@@ -41,6 +42,7 @@ class CutAndFillImpl {
     CAF_Component* getComponent(size_t i) const;
     void getDiffZone(Zone2*& pDiffZone, std::map<Point2*, std::pair<double, double>>& mVtx2BeforeAfter) const;
     void show(Visualizer2* pVisualizer) const;
+    void show(Visualizer3* pVisualizer) const;
 
     /// Ends the process with status 1 if z of a corner has left its combined height: somebody writes to the triangulation
     /// behind this object's back.

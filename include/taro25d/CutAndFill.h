@@ -16,6 +16,7 @@ namespace LUMO_TARO25D {
 
 class CutAndFillImpl;
 class Visualizer2;
+class Visualizer3;
 
 /// Compares two surfaces over the same ground: where earth was taken away (cut) and where it was put (fill), and how
 /// much.
@@ -61,6 +62,11 @@ class TARO25D_API CutAndFill {
     /// Adds the components to a drawing, which is not owned: cut red, fill blue, the rest light grey, and in black the
     /// lines along which cut or fill begins. Null is ignored.
     void show(Visualizer2* pVisualizer) const;
+    /// Adds the surface after to a scene, which is not owned: what was lowered in the layer `cut`, red, what was raised in
+    /// `fill`, blue, and the rest in `unchanged`, grey. Layers without triangles are left out. Null is ignored.
+    void show(Visualizer3* pVisualizer) const;
+    /// For a null without a type: does nothing.
+    void show(std::nullptr_t) const {}
 
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is
     /// called from the thread that calls `go`: with the fraction done, and with warnings.

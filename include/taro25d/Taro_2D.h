@@ -25,6 +25,7 @@ class Edge2;
 class MeshGenParams;
 class Segment2;
 class Visualizer2;
+class Visualizer3;
 class Zone2;
 
 /// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
@@ -368,6 +369,17 @@ class TARO25D_API Taro_2D {
     /// Adds the triangles, and with bWithConstraints the alive constraint segments, to a drawing, which is not owned;
     /// null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithConstraints = true) const;
+
+    /// Writes all triangles into a Wavefront OBJ file, coloured by height, with its materials beside it; Visualizer3 tells
+    /// more. Before is2D(), and where a file cannot be written, there is a warning and false. Linear.
+    bool writeObj(const std::string& filename) const;
+    /// The same for the triangles of a zone; a zone that is null or of another triangulation gets a warning and false.
+    bool writeObj(const std::string& filename, Zone2* pZone) const;
+    /// Writes all triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). Before is2D(), and where the
+    /// file cannot be written, there is a warning and false. Linear.
+    bool showGeomview(const std::string& filename) const;
+    /// Adds the same to the layer `surface` of a scene, which is not owned; null is ignored.
+    void showGeomview(Visualizer3* pVisualizer) const;
 
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned
     /// and is called from the thread that calls the triangulation.

@@ -16,6 +16,7 @@ namespace LUMO_TARO25D {
 class ConstraintGraph2;
 class Dt2;
 class Visualizer2;
+class Visualizer3;
 
 /// A set of triangles of one triangulation, given by a rule: inside or outside constraint graphs, grown from seed
 /// points, or combined from two other zones.
@@ -83,6 +84,12 @@ class TARO25D_API Zone2 {
     void show(const std::string& filename, bool bWithTriangulation = true, bool bWithConstraints = true) const;
     /// Adds the same to a drawing, which is not owned; null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithTriangulation = true, bool bWithConstraints = true) const;
+
+    /// Writes the triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). A zone without triangles, and
+    /// a file that cannot be written, get a warning and false.
+    bool showGeomview(const std::string& filename) const;
+    /// Adds the same to the layer `zone` of a scene, which is not owned; null is ignored.
+    void showGeomview(Visualizer3* pVisualizer) const;
 
   private:
     TARO25D_HIDDEN void initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles) const;

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "drawing/rampColors.h"
+#include "support/LargeVector.h"
+#include "support/Progress.h"
+#include "taro25d/Color.h"
+#include "taro25d/ColourRamp.h"
+
+namespace LUMO_TARO25D {
+
+using Xyz = std::array<double, 3>;
+
+/// Triangles of one layer, with vertices of their own.
+struct SceneSurface {
+    size_t layer;
+    std::optional<ColourRamp> ramp;  // the colour counts where there is none
+    Color color;
+    LargeVector<Xyz> vVertices;
+    LargeVector<std::uint32_t> vTriangles;  // three vertex numbers each
+
+    size_t numTriangles() const { return vTriangles.size() / 3; }
+};
+
+/// Lines of one layer: from each even place to the next.
+struct SceneLines {
+    size_t layer;
+    Color color;
+    LargeVector<Xyz> vEnds;
+};
+
+struct SceneLabel {
+    size_t layer;
+    Xyz place;
+    std::string text;
+    bool bMark;
+    int size;
+};
+
+/// What a Visualizer3 has collected.
+struct Scene3 {
+    std::string title;
+    double exaggeration = 1.0;
+    std::vector<std::string> vLayers;
+    std::vector<SceneSurface> vSurfaces;
+    std::vector<SceneLines> vLines;
+    std::vector<SceneLabel> vLabels;
+    mutable Progress progress;
+
+    /// The number of a layer, which is made if there is none of that name.
+    size_t getLayer(const std::string& name);
+    bool isEmpty() const { return vSurfaces.empty() && vLines.empty() && vLabels.empty(); }
+    /// The vertices of surfaces and lines.
+    size_t numVertices() const;
+    /// What a writer has to do: the vertices and triangles, and the ends of lines.
+    size_t numItems() const;
+
+    /// The colours of a ramp over the heights of all surfaces that have it.
+    HeightRange getRange(ColourRamp ramp) const;
+    RampColors getColors(ColourRamp ramp) const { return RampColors(ramp, getRange(ramp)); }
+
+    struct Box {
+        Xyz low, high;
+    };
+    /// The box of all places; that of the origin for an empty scene.
+    Box getBox() const;
+    Xyz getCentre() const;
+};
+
+/// The progress of one task on a scene: listeners hear how far it is, and the cancel flag ends it.
+class SceneTask {
+  public:
+    SceneTask(Progress& progress, const std::string& name, size_t numItems) : progress_(progress), end_(progress) {
+        progress_.start(name, numItems);
+    }
+
+    /// Calls f(begin, end) for one small range after the other until n items are done.
+    template <class F>
+    void forEachBatch(size_t n, const F& f) {
+        for (size_t begin = 0; begin < n; begin += NUM_IN_BATCH) {
+            progress_.throwIfStopped();
+            const size_t end = n - begin > NUM_IN_BATCH ? begin + NUM_IN_BATCH : n;
+            f(begin, end);
+            progress_.incProgress(end - begin);
+        }
+    }
+    /// Calls f(i) for n items.
+    template <class F>
+    void forEach(size_t n, const F& f) {
+        forEachBatch(n, [&f](size_t begin, size_t end) {
+            for (size_t i = begin; i < end; ++i) f(i);
+        });
+    }
+    /// For step i of work that is not counted: looks at the cancel flag now and then.
+    void look(size_t i) const {
+        if (i % NUM_IN_BATCH == 0) progress_.throwIfStopped();
+    }
+    void finish() { progress_.finish(); }
+
+  private:
+    static constexpr size_t NUM_IN_BATCH = 8192;
+
+    Progress& progress_;
+    ProgressEnd end_;
+};
+
+}  // namespace LUMO_TARO25D

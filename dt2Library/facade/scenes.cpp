@@ -1,0 +1,106 @@
+// Scenes of a triangulation and of its zones, and files with them.
+
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Taro_2D.h"
+#include "taro25d/Visualizer3.h"
+#include "taro25d/Zone2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// Hands what a visualizer tells on to the listeners of a triangulation.
+class Forward : public MsgBase {
+  public:
+    explicit Forward(Progress& progress) : progress_(progress) {}
+    void update(MsgType type, const std::string& message, double value) override {
+        progress_.broadcast(type, message, value);
+    }
+
+  private:
+    Progress& progress_;
+};
+
+/// A visualizer for the length of one call, which the triangulation's flag cancels and its listeners hear of.
+class SceneOfCall {
+  public:
+    SceneOfCall(Dt2* pDt2, const std::string& title)
+        : scope_(&pDt2->getProgress()), forward_(pDt2->getProgress()), visualizer_(title) {
+        visualizer_.setCancelFlag(pDt2->getProgress().getCancelFlag());
+        for (const MsgType type : {MT_PROGRESS, MT_WARNING}) visualizer_.subscribe(type, &forward_);
+    }
+    Visualizer3* operator->() { return &visualizer_; }
+
+  private:
+    MessageScope scope_;
+    Forward forward_;
+    Visualizer3 visualizer_;
+};
+
+/// The triangles of a zone, or all of them where there is none. Warns if there are none.
+std::vector<Triangle2*> getDrawnTriangles(const Dt2* pDt2, const Zone2* pZone, const char* location) {
+    std::vector<Triangle2*> vTriangles;
+    if (pZone) {
+        pZone->getTriangles(vTriangles);
+    } else {
+        pDt2->getTrianglePointers(vTriangles);
+    }
+    if (vTriangles.empty()) warning(location, "there are no triangles");
+    return vTriangles;
+}
+
+bool isOwnZone(const Dt2* pDt2, const Zone2* pZone, const char* location) {
+    if (pZone && pZone->getDelaunayTriangulation() == pDt2) return true;
+    warning(location, "the zone is null or of another triangulation");
+    return false;
+}
+
+bool writeObjOf(Dt2* pDt2, const Zone2* pZone, const std::string& filename) {
+    SceneOfCall scene(pDt2, pDt2->getName());
+    const std::vector<Triangle2*> vTriangles = getDrawnTriangles(pDt2, pZone, "Taro_2D::writeObj()");
+    if (vTriangles.empty()) return false;
+    scene->addSurface(vTriangles, "surface", CR_TERRAIN);
+    return scene->writeObj(filename);
+}
+
+bool writeGeomviewOf(Dt2* pDt2, const Zone2* pZone, const std::string& filename, const char* location) {
+    SceneOfCall scene(pDt2, pDt2->getName());
+    const std::vector<Triangle2*> vTriangles = getDrawnTriangles(pDt2, pZone, location);
+    if (vTriangles.empty()) return false;
+    scene->addSurface(vTriangles, "surface", Color(CWHITE));
+    return scene->writeGeomview(filename);
+}
+
+}  // namespace
+
+bool Taro_2D::writeObj(const std::string& filename) const { return writeObjOf(pDt2_.get(), nullptr, filename); }
+
+bool Taro_2D::writeObj(const std::string& filename, Zone2* pZone) const {
+    const MessageScope scope(&pDt2_->getProgress());
+    return isOwnZone(pDt2_.get(), pZone, "Taro_2D::writeObj()") && writeObjOf(pDt2_.get(), pZone, filename);
+}
+
+bool Taro_2D::showGeomview(const std::string& filename) const {
+    return writeGeomviewOf(pDt2_.get(), nullptr, filename, "Taro_2D::showGeomview()");
+}
+
+void Taro_2D::showGeomview(Visualizer3* pVisualizer) const {
+    if (!pVisualizer) return;
+    const MessageScope scope(&pDt2_->getProgress());
+    const std::vector<Triangle2*> vTriangles = getDrawnTriangles(pDt2_.get(), nullptr, "Taro_2D::showGeomview()");
+    pVisualizer->addSurface(vTriangles, "surface", Color(CWHITE));
+}
+
+bool Zone2::showGeomview(const std::string& filename) const {
+    return writeGeomviewOf(pDt2_, this, filename, "Zone2::showGeomview()");
+}
+
+void Zone2::showGeomview(Visualizer3* pVisualizer) const {
+    if (!pVisualizer) return;
+    const MessageScope scope(&pDt2_->getProgress());
+    pVisualizer->addSurface(getDrawnTriangles(pDt2_, this, "Zone2::showGeomview()"), "zone", Color(CWHITE));
+}
+
+}  // namespace LUMO_TARO25D
