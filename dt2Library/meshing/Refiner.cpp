@@ -114,7 +114,19 @@ bool haveSquares(const std::vector<Triangle2*>& vTriangles) {
     return magnitude > MIN_MAGNITUDE && magnitude < MAX_MAGNITUDE && maxHeight < MAX_MAGNITUDE;
 }
 
-bool isUsableLimit(double limit) { return limit > 0.0; }
+/// What is wrong with the limits; null if nothing is.
+const char* getInvalidLimit(const MeshGenParams& params) {
+    if (!(params.maxEdgeLength > 0.0)) return "maxEdgeLength must be greater than 0";
+    if (!(params.maxTriangleArea > 0.0)) return "maxTriangleArea must be greater than 0";
+    if (std::isnan(params.minAngleDegree)) return "minAngleDegree is not a number";
+    if (std::isnan(params.minEdgeLength)) return "minEdgeLength is not a number";
+    if (std::isnan(params.growthFactor)) return "growthFactor is not a number";
+    if (params.growthFactor > 0.0 && params.growthFactor <= 1.0) return "growthFactor must be greater than 1";
+    if (std::isnan(params.gridLength)) return "gridLength is not a number";
+    const bool bFinite = std::isfinite(params.gridVector.x()) && std::isfinite(params.gridVector.y());
+    if (params.gridLength > 0.0 && !bFinite) return "gridVector must be finite";
+    return nullptr;
+}
 
 /// The locks of segments that have been split hold for their pieces.
 void lockPieces(MeshGenParams& params) {
@@ -147,7 +159,7 @@ std::unique_ptr<MeshGenParams> copyLimits(const MeshGenParams& params) {
 // The passes
 
 bool Refiner::haveValidPreconditions(const Dt2& mesh, const MeshGenParams& params) {
-    const auto refuse = [](const char* location, const char* message) {
+    const auto refuse = [](const char* location, const std::string& message) {
         error(location, message);
         return false;
     };
@@ -162,14 +174,8 @@ bool Refiner::haveValidPreconditions(const Dt2& mesh, const MeshGenParams& param
                       "pZone->convertToBoundedZone(..)");
     }
     if (params.minAngleDegree > 30.0) return refuse("Dt2::refine(..)", "minAngleDegree must be <=30.0, return");
-    if (!isUsableLimit(params.maxEdgeLength) || !isUsableLimit(params.maxTriangleArea) ||
-        std::isnan(params.minAngleDegree) || std::isnan(params.minEdgeLength) || std::isnan(params.growthFactor)) {
-        return refuse("Dt2::refineMain2()", "invalid limit, return");
-    }
-    if (params.growthFactor > 0.0 && params.growthFactor <= 1.0) {
-        return refuse("Dt2::refineMain2()", "invalid limit, return: growthFactor must be greater than 1");
-    }
-    return true;
+    const char* const pInvalid = getInvalidLimit(params);
+    return !pInvalid || refuse("Dt2::refineMain2()", std::string("invalid limit, return: ") + pInvalid);
 }
 
 Refiner::Refiner(Dt2& mesh, MeshGenParams& params)

@@ -78,7 +78,7 @@ class TARO25D_API MeshGenParams {
     /// estimated from the area of the zone, the call is refused with an error that names the estimate, and nothing
     /// changes. A call that gets there nevertheless stops with a warning and leaves a valid mesh.
     size_t maxNumVertices = 0;
-    /// The direction of the rows of the grid. Mesh generation gives it the length 1 when it makes a grid.
+    /// The direction of the rows of the grid; 0: no grid. Mesh generation gives it the length 1 when it makes a grid.
     Vector2 gridVector;
     /// The spacing of the grid that is inserted before refinement; not greater than 0: no grid.
     double gridLength = 0.0;

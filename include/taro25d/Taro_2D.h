@@ -332,10 +332,10 @@ class TARO25D_API Taro_2D {
     /// hear of it.
     void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                 bool bAllowConstraintSplitting);
-    /// Refines with all parameters. A maximum that is NaN or not greater than 0, and an angle, a minimum length or a
-    /// growth factor that is NaN, a growth factor in (0, 1], and limits that need more vertices than the parameters
-    /// allow are refused with an error and without effect, as are a zone of another triangulation or location and a
-    /// null pointer.
+    /// Refines with all parameters. These are refused with an error that names them, and without effect: a maximum that
+    /// is NaN or not greater than 0; an angle, a minimum length, a growth factor or a grid length that is NaN; a growth
+    /// factor in (0, 1]; a grid whose direction is not finite; limits that need more vertices than the parameters allow;
+    /// a zone of another triangulation or location; a null pointer.
     void refineAdvanced(MeshGenParams* pParams);
     /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
     /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how

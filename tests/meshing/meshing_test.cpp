@@ -319,7 +319,7 @@ TEST(Meshing, RefusesWhatItCannotDo) {
         std::function<void(MeshGenParams&)> set;
         std::string message;
     };
-    const std::string invalid = "Dt2::refineMain2(), ERROR: invalid limit, return";
+    const std::string invalid = "Dt2::refineMain2(), ERROR: invalid limit, return: ";
     for (const Case& test : {
              Case{[](auto& p) { p.pZone = nullptr; }, "Dt2::refineMain2(..), ERROR: pZone==NULL"},
              Case{[&](auto& p) { p.pZone = pOutside; },
@@ -328,15 +328,22 @@ TEST(Meshing, RefusesWhatItCannotDo) {
              Case{[&](auto& p) { p.pZone = other.pZone; }, "The zone does not belong to the triangulation, return"},
              Case{[](auto& p) { p.minAngleDegree = 30.000001; },
                   "Dt2::refine(..), ERROR: minAngleDegree must be <=30.0, return"},
-             Case{[](auto& p) { p.maxEdgeLength = 0; }, invalid},
-             Case{[&](auto& p) { p.maxEdgeLength = NOT_A_NUMBER; }, invalid},
-             Case{[](auto& p) { p.maxTriangleArea = -1; }, invalid},
-             Case{[&](auto& p) { p.maxTriangleArea = NOT_A_NUMBER; }, invalid},
-             Case{[&](auto& p) { p.growthFactor = NOT_A_NUMBER; }, invalid},
-             Case{[](auto& p) { p.growthFactor = 1; }, invalid + ": growthFactor must be greater than 1"},
-             Case{[](auto& p) { p.growthFactor = 1e-300; }, invalid},
-             Case{[&](auto& p) { p.minAngleDegree = NOT_A_NUMBER; }, invalid},
-             Case{[&](auto& p) { p.minEdgeLength = NOT_A_NUMBER; }, invalid},
+             Case{[](auto& p) { p.maxEdgeLength = 0; }, invalid + "maxEdgeLength must be greater than 0"},
+             Case{[&](auto& p) { p.maxEdgeLength = NOT_A_NUMBER; }, invalid + "maxEdgeLength must be greater than 0"},
+             Case{[](auto& p) { p.maxTriangleArea = -1; }, invalid + "maxTriangleArea must be greater than 0"},
+             Case{[&](auto& p) { p.maxTriangleArea = NOT_A_NUMBER; },
+                  invalid + "maxTriangleArea must be greater than 0"},
+             Case{[&](auto& p) { p.growthFactor = NOT_A_NUMBER; }, invalid + "growthFactor is not a number"},
+             Case{[](auto& p) { p.growthFactor = 1; }, invalid + "growthFactor must be greater than 1"},
+             Case{[](auto& p) { p.growthFactor = 1e-300; }, invalid + "growthFactor must be greater than 1"},
+             Case{[&](auto& p) { p.minAngleDegree = NOT_A_NUMBER; }, invalid + "minAngleDegree is not a number"},
+             Case{[&](auto& p) { p.minEdgeLength = NOT_A_NUMBER; }, invalid + "minEdgeLength is not a number"},
+             Case{[&](auto& p) { p.gridLength = NOT_A_NUMBER; }, invalid + "gridLength is not a number"},
+             Case{[&](auto& p) {
+                      p.gridLength = 1;
+                      p.gridVector = Vector2(NOT_A_NUMBER, 0, 0);
+                  },
+                  invalid + "gridVector must be finite"},
          }) {
         MeshGenParams params(scene.pZone);
         params.maxEdgeLength = 10;
