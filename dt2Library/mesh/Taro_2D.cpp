@@ -6,6 +6,7 @@
 #include "mesh/ConstraintKeeper.h"
 #include "mesh/Dt2.h"
 #include "mesh/EngineCall.h"
+#include "mesh/RegionSearch.h"
 #include "mesh/vertexMove.h"
 #include "support/Timer.h"
 #include "support/diagnostics.h"
@@ -110,6 +111,20 @@ Triangle2* Taro_2D::locate(const Point2& point) const { return pDt2_->locate(poi
 
 bool Taro_2D::getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const {
     return pDt2_->getHeight(x, y, height, pApproxT, tolerance);
+}
+
+Point2* Taro_2D::getNearestVertex(const Point2& place) const { return RegionSearch(*pDt2_).getNearestVertex(place); }
+
+void Taro_2D::getVerticesInBox(const Bbox2& box, std::vector<Point2*>& vVertices) const {
+    RegionSearch(*pDt2_).getVerticesInBox(box, vVertices);
+}
+
+void Taro_2D::getVerticesInCircle(const Circle2& circle, std::vector<Point2*>& vVertices) const {
+    RegionSearch(*pDt2_).getVerticesInCircle(circle, vVertices);
+}
+
+void Taro_2D::getTrianglesInBox(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const {
+    RegionSearch(*pDt2_).getTrianglesInBox(box, vTriangles);
 }
 
 Triangle2* Taro_2D::getAdjacentTriangle(Point2* p0, Point2* p1) const {

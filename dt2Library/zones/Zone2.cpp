@@ -18,8 +18,11 @@
 #include <sstream>
 
 #include "kernel/angles.h"
+#include "kernel/flatSets.h"
+#include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
+#include "mesh/RegionSearch.h"
 #include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintGraph2.h"
@@ -148,6 +151,25 @@ void Zone2::getTriangles(std::vector<Triangle2*>& vTriangles) const {
             return;
     }
     error("Zone2::getTriangles()", "unknown zoneLoc value");
+}
+
+bool Zone2::contains(const Triangle2* pT) const {
+    std::vector<Triangle2*> vTriangles;
+    if (pT) getTriangles(vTriangles);
+    return std::find(vTriangles.begin(), vTriangles.end(), pT) != vTriangles.end();
+}
+
+bool Zone2::contains(const Point2& place) const {
+    if (!isFinite2D(place)) return false;
+    // All triangles that the place touches: one, the two at an edge, or all around a vertex.
+    std::vector<Triangle2*> vTouched;
+    RegionSearch(*pDt2_).getTrianglesInBox(Bbox2(place.x(), place.y(), place.x(), place.y()), vTouched);
+    if (vTouched.empty()) return false;
+    AddressSet sTouched = toSet(vTouched);
+    std::vector<Triangle2*> vTriangles;
+    getTriangles(vTriangles);
+    return std::any_of(vTriangles.begin(), vTriangles.end(),
+                       [&sTouched](const Triangle2* pT) { return sTouched.contains(pT); });
 }
 
 void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles) const {

@@ -18,6 +18,7 @@
 namespace LUMO_TARO25D {
 
 class AcceptExperimentalFeature;
+class Circle2;
 class ConstraintGraph2;
 class ConstraintSegment2;
 class Dt2;
@@ -145,6 +146,17 @@ class TARO25D_API Taro_2D {
     /// one without area, there may be no sound height: then `height` gets the middle of the corner heights, and the
     /// result is false.
     bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
+
+    /// The vertex nearest to a place in x-y, decided exactly; of several the smallest by x, then y. Null for a place that is
+    /// not finite, and where there is no vertex. O(log n) expected; before is2D(), O(n).
+    Point2* getNearestVertex(const Point2& place) const;
+    /// Append the vertices in a box or a circle, border included. An invalid box, and a circle whose centre is not finite or
+    /// whose squared radius is negative or NaN, hold none. Linear in the number of triangles that meet the region; before
+    /// is2D(), O(n).
+    void getVerticesInBox(const Bbox2& box, std::vector<Point2*>& vVertices) const;
+    void getVerticesInCircle(const Circle2& circle, std::vector<Point2*>& vVertices) const;
+    /// Appends the triangles that share at least one point with a box, decided exactly. Linear in their number.
+    void getTrianglesInBox(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const;
 
     /// The triangle that has the directed edge p0 -> p1 on its counterclockwise boundary; null if there is
     /// none. Null or equal vertices fail with TaroException. Linear in the number of triangles around p0.

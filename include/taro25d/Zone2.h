@@ -59,6 +59,10 @@ class TARO25D_API Zone2 {
     double getArea2D() const;
     /// The sum of the areas of the triangles in space.
     double getArea25D() const;
+    /// Whether a triangle is one of the zone; false for null. As costly as getTriangles().
+    bool contains(const Triangle2* pT) const;
+    /// Whether a place is in a triangle of the zone or on its border; heights do not count. As costly as getTriangles().
+    bool contains(const Point2& place) const;
     /// Appends the corners of the triangles, each once.
     void getVertices(std::vector<Point2*>& vVertices) const;
     /// Appends the edges that have a triangle of the zone on their left and none on their right: they run
