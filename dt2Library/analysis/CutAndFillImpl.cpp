@@ -253,6 +253,7 @@ void CutAndFillImpl::readSurfaces() {
 bool CutAndFillImpl::setResultZone() {
     combined_.initTaro(static_cast<unsigned>(aSurfaces_[0].vPoints.size() + aSurfaces_[1].vPoints.size()));
     Dt2& dt2 = *combined_.getImpl();
+    dt2.getHeightBook().stop();  // the heights of both surfaces differ wherever their edges cross
     for (Surface& surface : aSurfaces_) {
         std::vector<Edge2> vBorderEdges;
         getBorderEdges(surface.vTriangles, vBorderEdges);

@@ -72,6 +72,7 @@ ConstraintSegment2* ConformingInserter::splitConforming(ConstraintSegment2* pCSe
         if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : mesh_.takesConstraintsExactly() || !isBeside(*pSrc, *pTrg, *q))
             continue;
         mesh_.getInnerVtxMgr().eraseVtx(q);
+        segmentInserter_.runThrough(pCSeg, q);
         const bool bSplit = pCSeg->split_combinatorialOnly(q);
         // A row of vertices is no reason to run out of passes: what is left of the segment follows at once.
         ConstraintSegment2* pRest = bSplit ? manager_.getAliveConstraintSegment(q, pTrg) : nullptr;
@@ -103,6 +104,7 @@ bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const
     std::vector<SegmentInserter::Crossing> vPairIspCS;
     if (Point2* pExistingVertex = segmentInserter_.getCrossing(pT, i, pCSeg, vPairIspCS)) {
         mesh_.getInnerVtxMgr().eraseVtx(pExistingVertex);
+        segmentInserter_.runThrough(pCSeg, pExistingVertex);
         return pCSeg->split_combinatorialOnly(pExistingVertex);
     }
     if (segmentInserter_.isQuotaUsedUp()) return false;

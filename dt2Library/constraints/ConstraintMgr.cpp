@@ -3,12 +3,15 @@
 #include "constraints/ConstraintMgr.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <functional>
 #include <iomanip>
 #include <iostream>
 #include <limits>
+#include <map>
+#include <numeric>
 
 #include "constraints/ConstraintPieces.h"
 #include "kernel/tools.h"
@@ -34,6 +37,18 @@ std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, con
     Note("ConstraintMgr::writeConstraints()")
         << "writes " << vPieces.size() << " child segments to " << filename << "\n";
     return vPieces;
+}
+
+/// Drops points that are there before, and tells for each of the former list where it stands now.
+void keepFirstOfEach(std::vector<Point2>& vPoints, std::vector<size_t>& vPlaces) {
+    std::map<std::array<double, 3>, size_t> mPlaces;
+    size_t numKept = 0;
+    for (size_t i = 0; i < vPoints.size(); ++i) {
+        const Point2 point = vPoints[i];
+        vPlaces[i] = mPlaces.emplace(std::array<double, 3>{point.x(), point.y(), point.z()}, numKept).first->second;
+        if (vPlaces[i] == numKept) vPoints[numKept++] = point;
+    }
+    vPoints.resize(numKept);
 }
 
 /// Any integer can be cast to a strategy. Said in the name of what would meet it later.
@@ -179,6 +194,7 @@ void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
 
 Point2* ConstraintMgr::bringVertex(const Point2& place) {
     const size_t numPointsBefore = pDt2_->numberOfPoints();
+    const FlagScope pause = pDt2_->getHeightBook().pause();  // the segments meet the vertex, not this point
     Point2* pVtx = pDt2_->insert(place);
     if (pVtx && pDt2_->numberOfPoints() > numPointsBefore) sBroughtVertices_.insert(pVtx);
     return pVtx;
@@ -317,12 +333,16 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
         vEnds.push_back(segment.getSrc());
         vEnds.push_back(segment.getTrg());
     }
+    // An end at which several of these segments meet at one height comes once, for the mean of the heights there.
+    std::vector<size_t> vPlaces(vEnds.size());
+    std::iota(vPlaces.begin(), vPlaces.end(), size_t(0));
+    if (pDt2_->getHeightBook().getRule() == HR_MEAN) keepFirstOfEach(vEnds, vPlaces);
     std::vector<Point2*> vHandles(vEnds.size()), vNewVertices;
     pDt2_->insertBulk(PointSource(vEnds), vHandles.data(), &vNewVertices);
     for (const Point2* pVtx : vNewVertices) sBroughtVertices_.insert(pVtx);
     std::vector<VertexPair> vPairs;
     vPairs.reserve(vSegments.size());
-    for (size_t i = 0; i < vHandles.size(); i += 2) vPairs.emplace_back(vHandles[i], vHandles[i + 1]);
+    for (size_t i = 0; i < vPlaces.size(); i += 2) vPairs.emplace_back(vHandles[vPlaces[i]], vHandles[vPlaces[i + 1]]);
     return vPairs;
 }
 

@@ -117,6 +117,7 @@ bool SegmentInserter::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vecto
         TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getSrc(), "pExistingVertex!=pCSeg->getSrc()");
         TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getTrg(), "pExistingVertex!=pCSeg->getTrg()");
         mesh_.getInnerVtxMgr().eraseVtx(pExistingVertex);
+        runThrough(pCSeg, pExistingVertex);
         if (pCSeg->split_combinatorialOnly(pExistingVertex)) pCSeg->getChildrenRec(vStack);
         return true;
     }
@@ -138,7 +139,11 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
     killAndUnestablishConstraintSegment(pCrossingCSeg);
     if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
     mesh_.startSearchAt(pCrossingCSeg->getSrc());
+    const size_t numPointsBefore = mesh_.numberOfPoints();
     Point2* pSplit = manager_.bringVertex(splitPoint);
+    const auto [pOlder, pYounger] = orderByAge(pCrossingCSeg, pCSeg);
+    if (mesh_.numberOfPoints() == numPointsBefore) runThrough(pOlder, pSplit);  // a new vertex has that height
+    runThrough(pYounger, pSplit);
     mesh_.getInnerVtxMgr().eraseVtx(pSplit);
     const auto splitAt = [&](ConstraintSegment2* pKilled) {
         pKilled->unkill();
@@ -152,6 +157,11 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
     if (!bCrossingSplit || (bSplitBoth && !splitAt(pCSeg))) return;
     TARO_ASSERT_TEXT(bSplitBoth || pCSeg->isAlive(), "pCSeg->isAlive()");
     appendAlivePieces(pCSeg, vStack);
+}
+
+void SegmentInserter::runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx) {
+    if (pVtx == pCSeg->getSrc() || pVtx == pCSeg->getTrg()) return;
+    mesh_.getHeightBook().meet(pVtx, getHeightOn(*pCSeg->getSrc(), *pCSeg->getTrg(), pVtx->x(), pVtx->y()));
 }
 
 Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) {

@@ -38,6 +38,8 @@ class SegmentInserter {
     /// it. Otherwise null, and appends where they cross.
     Point2* getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
                         std::vector<Crossing>& vPairIspCS) const;
+    /// Lets the height of a segment meet that of a vertex on its path, other than its ends.
+    void runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx);
     /// Splits a segment and the one that it crosses there, and appends the alive pieces of both.
     void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
 

@@ -132,7 +132,10 @@ Triangle2* Dt2::getStartTriangle(const Point2& point) const {
 }
 
 Point2* Dt2::insertWhileCollinear(const Point2& point) {
-    if (Point2* pExisting = vertexVault_.getVertexPointer(point)) return pExisting;
+    if (Point2* pExisting = vertexVault_.getVertexPointer(point)) {
+        vertexVault_.getHeightBook().meet(pExisting, point.z());
+        return pExisting;
+    }
     Point2* pVtx = vertexVault_.createRegisteredVertex(point);
     if (!createFullDimTriangle(0)) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;

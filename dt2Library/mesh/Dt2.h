@@ -100,6 +100,8 @@ class Dt2 {
                                         const Point2* v, GeomTest& geomTest);
     GeomTest& getGeomTest() const { return geomTest_; }
     VertexVault& getVertexVault() { return vertexVault_; }
+    const VertexVault& getVertexVault() const { return vertexVault_; }
+    HeightBook& getHeightBook() { return vertexVault_.getHeightBook(); }
     InnerVtxMgr& getInnerVtxMgr() { return *pInnerVtxMgr_; }
 
     /// What a higher floor keeps for this mesh as an object of class T, made on first use; or null where there is none yet.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 #include "mesh/ConstraintKeeper.h"
 #include "mesh/Dt2.h"
@@ -89,6 +90,16 @@ void Taro_2D::insert(int numPoints, double* aCoordinates, Point2** aHandles) {
     }
     call(pDt2_)->insertBulk(PointSource(num, aCoordinates), aHandles);
     if (aHandles) noteClientsPoints(*pDt2_, aHandles, num);
+}
+
+void Taro_2D::setHeightRule(HeightRule rule) {
+    if (rule >= HR_FIRST && rule <= HR_MAX) return pDt2_->getHeightBook().setRule(rule);
+    const MessageScope scope(&pDt2_->getProgress());
+    warning("Taro_2D::setHeightRule()", "unknown rule, nothing is changed");
+}
+
+void Taro_2D::getHeightConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const {
+    std::as_const(*pDt2_).getVertexVault().getHeightBook().getConflicts(tolerance, vConflicts);
 }
 
 double Taro_2D::measureTrianguluationTime(std::vector<Point2>& vPoints) {

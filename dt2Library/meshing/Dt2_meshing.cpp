@@ -32,6 +32,7 @@ void Dt2::refineAdvanced(MeshGenParams* pParams) {
         error("Dt2::refineMain2(..)", "pParams==NULL");
         return;
     }
+    const FlagScope pause = getHeightBook().pause();  // new vertices get heights of the surface or the guide
     if (pParams->bKeepExistingSteinerPoints) getInnerVtxMgr().clear();
     if (Refiner::haveValidPreconditions(*this, *pParams)) Refiner(*this, *pParams).refineMain3();
 }

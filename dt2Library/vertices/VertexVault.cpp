@@ -122,6 +122,7 @@ void VertexVault::removeAndInvalidateVtx(Point2* pVtx) {
     TARO_ASSERT(position != NOT_FOUND);
     ++numRemovedSinceSort_;
     pVtx->setIncidentTriangle(nullptr);
+    heightBook_.forget(pVtx);
     vItems_[position]->active = false;
     --numItems_;
     recycleVertex(pVtx);
@@ -157,7 +158,13 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
         Point2* pLast = nullptr;
         for (const KeyedIndex& entry : vKeyed) {
             const Point2 point = source[entry.index];
-            if (!pLast || *pLast != point) pLast = findStoredOrCreate(entry.key, point);
+            if (!pLast || *pLast != point) {
+                const int numBefore = numItems_;
+                pLast = findStoredOrCreate(entry.key, point);
+                if (numItems_ == numBefore) vMetHeights_.push_back({entry.index, pLast, point.z()});
+            } else {
+                vMetHeights_.push_back({entry.index, pLast, point.z()});
+            }
             if (aHandles) aHandles[entry.index] = pLast;
         }
     } else {
@@ -215,6 +222,26 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
             if (aHandles) aHandles[vKeyed[i].index] = vertices[k - 1];
         }
     });
+    if (numNew == n || heightBook_.isPaused()) return;
+    for (size_t i = 0, k = 0; i < n; ++i) {
+        if (isDuplicate(i)) {
+            vMetHeights_.push_back({vKeyed[i].index, vertices[k - 1], source[vKeyed[i].index].z()});
+        } else {
+            ++k;
+        }
+    }
+}
+
+/// First those of vertices that were there before the call, which come first at each place, then the others in the order of
+/// the points.
+void VertexVault::meetHeights() {
+    std::vector<std::pair<Point2*, Point2*>> vPairs(mDuplicates_.begin(), mDuplicates_.end());
+    std::sort(vPairs.begin(), vPairs.end(), [](const auto& a, const auto& b) { return *a.first < *b.first; });
+    for (const auto& [pDuplicate, pOriginal] : vPairs) heightBook_.meet(pOriginal, pDuplicate->z());
+    std::sort(vMetHeights_.begin(), vMetHeights_.end(),
+              [](const MetHeight& a, const MetHeight& b) { return a.index < b.index; });
+    for (const MetHeight& met : vMetHeights_) heightBook_.meet(getOriginal(met.pVtx), met.z);
+    vMetHeights_.clear();
 }
 
 bool VertexVault::isSortDue() const {
@@ -356,6 +383,7 @@ Point2* VertexVault::treatOneDupGetHandle(Point2* dup) {
     if (it == mDuplicates_.end()) return dup;
     Point2* pOrig = it->second;
     mDuplicates_.erase(it);
+    heightBook_.meet(pOrig, dup->z());
     // The duplicate was registered last.
     TARO_ASSERT(vItems_.back()->vtx == dup);
     recycle(vItems_.back());
@@ -366,6 +394,7 @@ Point2* VertexVault::treatOneDupGetHandle(Point2* dup) {
 }
 
 void VertexVault::treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t numHandles) {
+    if (!vMetHeights_.empty() || !mDuplicates_.empty()) meetHeights();
     if (mDuplicates_.empty()) return;
     replaceDuplicateVertexHandlesFullDim(aHandles, numHandles);
     // Duplicates are among the items of the running insertion and never got a triangle.
@@ -388,6 +417,7 @@ void VertexVault::treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t
 void VertexVault::dropUninserted(size_t firstNew, Point2** aHandles, size_t numHandles) {
     replaceDuplicateVertexHandlesFullDim(aHandles, numHandles);
     mDuplicates_.clear();
+    vMetHeights_.clear();
     const auto isUninserted = [](const Point2* pVtx) { return !pVtx->getIncidentTriangle(); };
     for (size_t i = 0; i < numHandles; ++i) {
         if (aHandles[i] && isUninserted(aHandles[i]) && aHandles[i]->vaultPos_ >= firstNew) aHandles[i] = nullptr;

@@ -10,6 +10,7 @@
 #include "taro25d/Bbox2.h"
 #include "taro25d/Point2.h"
 #include "vertices/CurveFrame.h"
+#include "vertices/HeightBook.h"
 #include "vertices/KeyOrder.h"
 
 namespace LUMO_TARO25D {
@@ -129,6 +130,10 @@ class VertexVault {
     /// @name Duplicates of a running insertion
     /// @{
 
+    /// Which heights vertices take where several meet.
+    HeightBook& getHeightBook() { return heightBook_; }
+    const HeightBook& getHeightBook() const { return heightBook_; }
+
     /// Notes that dup stands at the position of orig. May be called from several threads.
     void registerDup(Point2* dup, Point2* orig);
     bool dupIsClean() const { return mDuplicates_.empty(); }
@@ -165,7 +170,16 @@ class VertexVault {
     /// @}
 
   private:
+    /// The height of a point that has become a vertex of another one in the same call.
+    struct MetHeight {
+        std::uint32_t index;  // of the point
+        Point2* pVtx;         // of the other one; may be a duplicate itself
+        double z;
+    };
+
     bool isSortDue() const;
+    /// Lets the heights of all duplicates of a bulk meet those of the vertices that stay.
+    void meetHeights();
     /// The finite points in spatial order.
     LargeVector<KeyedIndex> orderPoints(const PointSource& source) const;
     Point2* findStoredOrCreate(unsigned key, const Point2& point);
@@ -194,6 +208,8 @@ class VertexVault {
     KeyIndex keyIndex_;
     size_t numSorted_ = 0;
 
+    HeightBook heightBook_;
+    std::vector<MetHeight> vMetHeights_;  // of a running bulk insertion
     std::map<Point2*, Point2*> mDuplicates_;
     std::mutex dupMutex_;
 

@@ -49,10 +49,12 @@ void Dt2::growZoneArea(const std::vector<ConstraintGraph2*>& vGraphs, const std:
 }
 
 void Dt2::CUTT_cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints) {
+    const FlagScope pause = getHeightBook().pause();  // a cut takes the heights of the surface
     cutTriangles(*this, vSegments, bConstraints);
 }
 
 Zone2* Dt2::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose) {
+    const FlagScope pause = getHeightBook().pause();
     return CookieCutter(*this).cutOutZone(vSegments, bVerbose);
 }
 

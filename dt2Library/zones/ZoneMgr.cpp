@@ -182,6 +182,7 @@ Zone2* ZoneMgr::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLo
     if (!std::all_of(vEdges.begin(), vEdges.end(), hasTriangle)) {
         return refuse(bVerbose, "An edge has no triangle, returning NULL");
     }
+    const FlagScope pause = pDt2_->getHeightBook().pause();  // only the x and y of the edges count
     ConstraintGraph2* pGraph =
         pDt2_->getConstraintManager()->createConstraint_oriented(vEdges, CIS_CONSTRAINED_DELAUNAY);
     return createZoneAlong({pGraph}, zoneLoc, bVerbose);

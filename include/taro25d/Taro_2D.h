@@ -7,6 +7,8 @@
 
 #include "taro25d/Bbox2.h"
 #include "taro25d/ConstraintInsertionStrategy.h"
+#include "taro25d/HeightConflict.h"
+#include "taro25d/HeightRule.h"
 #include "taro25d/MsgBase.h"
 #include "taro25d/MsgType.h"
 #include "taro25d/Orientation2.h"
@@ -112,6 +114,14 @@ class TARO25D_API Taro_2D {
     /// Triangulates the points in a temporary triangulation with this one's number of threads and returns the
     /// wall time in seconds. Neither this triangulation nor the list changes.
     double measureTrianguluationTime(std::vector<Point2>& vPoints);
+
+    /// Which height a vertex takes from now on where several meet at one place: those of points and ends of segments at a
+    /// vertex, of segments that run through a vertex, and of segments that cross. HR_FIRST at first. A value that is no
+    /// rule gets a warning and changes nothing.
+    void setHeightRule(HeightRule rule);
+    /// Appends all meetings of heights that differed by more than a tolerance, in the order of time, whatever the rule was;
+    /// those of removed vertices are gone. None for a tolerance that is NaN.
+    void getHeightConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const;
 
     /// @}
     /// @name Removal

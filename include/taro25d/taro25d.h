@@ -20,6 +20,8 @@
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/CutAndFill.h"
 #include "taro25d/Edge2.h"
+#include "taro25d/HeightConflict.h"
+#include "taro25d/HeightRule.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/Label.h"
 #include "taro25d/MeshGenParams.h"

@@ -1,0 +1,61 @@
+#include "vertices/HeightBook.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace LUMO_TARO25D {
+
+void HeightBook::setRule(HeightRule rule) {
+    rule_ = rule;
+    mSums_ = PointerMap<Sum>();
+}
+
+void HeightBook::meet(Point2* pVtx, double z) {
+    if (bPaused_) return;
+    const double zBefore = pVtx->z(), zKept = decide(pVtx, z);
+    if (zKept != zBefore) pVtx->set(pVtx->x(), pVtx->y(), zKept);
+    if (z == zBefore) return;
+    std::uint32_t iPrevious = NONE;
+    if (const std::uint32_t* pLast = mLast_.find(pVtx)) iPrevious = *pLast;
+    mLast_[pVtx] = static_cast<std::uint32_t>(vMeetings_.size());
+    vMeetings_.push_back({{pVtx, zKept, z}, zBefore, iPrevious});
+}
+
+double HeightBook::decide(const Point2* pVtx, double z) {
+    switch (rule_) {
+        case HR_FIRST:
+            break;
+        case HR_LAST:
+            return z;
+        case HR_MEAN: {
+            Sum& met = mSums_[pVtx];
+            if (met.num == 0) met = {pVtx->z(), 1};
+            met.sum += z;
+            ++met.num;
+            const double mean = met.sum / met.num;
+            return std::isfinite(mean) ? mean : pVtx->z() + (z / met.num - pVtx->z() / met.num);
+        }
+        case HR_MIN:
+            return std::min(pVtx->z(), z);
+        case HR_MAX:
+            return std::max(pVtx->z(), z);
+    }
+    return pVtx->z();
+}
+
+void HeightBook::forget(const Point2* pVtx) {
+    mSums_.erase(pVtx);
+    const std::uint32_t* pLast = mLast_.find(pVtx);
+    if (!pLast) return;
+    for (std::uint32_t i = *pLast; i != NONE; i = vMeetings_[i].iPrevious) vMeetings_[i].conflict.pVtx = nullptr;
+    mLast_.erase(pVtx);
+}
+
+void HeightBook::getConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const {
+    for (const Meeting& meeting : vMeetings_) {
+        const bool bDiffers = std::abs(meeting.zBefore - meeting.conflict.zOther) > tolerance;
+        if (meeting.conflict.pVtx && bDiffers) vConflicts.push_back(meeting.conflict);
+    }
+}
+
+}  // namespace LUMO_TARO25D
