@@ -1,0 +1,110 @@
+#include <nanobind/stl/pair.h>
+#include <nanobind/stl/shared_ptr.h>
+#include <nanobind/stl/tuple.h>
+
+#include <limits>
+
+#include "arrays.h"
+#include "bindings.h"
+#include "run.h"
+
+namespace nb = nanobind;
+using namespace LUMO_TARO25D;
+
+namespace {
+
+/// Bulk work below this number of items is done on the calling thread.
+constexpr size_t FEW = 1000;
+
+void runBySize(EngineCall& call, size_t num, const std::function<void()>& work) {
+    if (num < FEW)
+        call.runShort(work);
+    else
+        call.run(work);
+}
+
+Array<std::int64_t> insert(Surface& surface, const PointArray& points, bool bByPosition, nb::object progress) {
+    const double* aCoordinates = points.data();
+    const size_t num = points.shape(0);
+    std::vector<std::int64_t> vIds;
+    EngineCall call({{&surface, Guarded::WRITE}}, std::move(progress));
+    call.run([&] { surface.insert(aCoordinates, num, bByPosition, vIds); });
+    return toArray(std::move(vIds));
+}
+
+void removeVertices(Surface& surface, const IdArray& ids) {
+    const std::int64_t* aIds = ids.data();
+    const size_t num = ids.shape(0);
+    EngineCall call({{&surface, Guarded::WRITE}});
+    runBySize(call, num, [&] { surface.remove(aIds, num); });
+}
+
+void moveVertex(Surface& surface, std::int64_t id, double x, double y, double z) {
+    EngineCall call({{&surface, Guarded::WRITE}});
+    call.runShort([&] { surface.move(id, Point2(x, y, z)); });
+}
+
+using Arrays = std::tuple<std::uint64_t, Array<double>, Array<std::int32_t>, Array<std::int32_t>, Array<std::int32_t>,
+                          Array<std::int64_t>>;
+
+Arrays getArrays(Surface& surface) {
+    MeshArrays arrays;
+    EngineCall call({{&surface, Guarded::WRITE}});
+    call.run([&] { surface.getArrays(arrays); });
+    return Arrays(arrays.version, toTable(std::move(arrays.vPoints), 3), toTable(std::move(arrays.vTriangles), 3),
+                  toTable(std::move(arrays.vNeighbours), 3), toTable(std::move(arrays.vConstraints), 2),
+                  toArray(std::move(arrays.vIds)));
+}
+
+std::pair<size_t, size_t> getCounts(Surface& surface) {
+    size_t numPoints = 0, numTriangles = 0;
+    EngineCall call({{&surface, Guarded::READ}});
+    call.runShort([&] {
+        numPoints = surface.getMesh().numberOfPoints();
+        numTriangles = surface.getMesh().numberOfTriangles();
+    });
+    return {numPoints, numTriangles};
+}
+
+Array<double> getHeights(Surface& surface, const PlaceArray& places) {
+    const double* aPlaces = places.data();
+    const size_t num = places.shape(0);
+    std::vector<double> vHeights(num);
+    EngineCall call({{&surface, Guarded::READ}});
+    runBySize(call, num, [&] {
+        for (size_t i = 0; i < num; ++i)
+            if (!surface.getMesh().getHeight(aPlaces[2 * i], aPlaces[2 * i + 1], vHeights[i]))
+                vHeights[i] = std::numeric_limits<double>::quiet_NaN();
+    });
+    return toArray(std::move(vHeights));
+}
+
+int setThreads(Surface& surface, int num) {
+    int numNow = 0;
+    EngineCall call({{&surface, Guarded::WRITE}});
+    call.runShort([&] { numNow = surface.getMesh().setNumCPU(num); });
+    return numNow;
+}
+
+bool checkValidity(Surface& surface) {
+    bool bValid = false;
+    EngineCall call({{&surface, Guarded::READ}});
+    call.run([&] { bValid = !surface.getMesh().is2D() || surface.getMesh().checkValidity(true, ""); });
+    return bValid;
+}
+
+}  // namespace
+
+void bindSurface(nb::module_& module) {
+    nb::class_<Surface>(module, "Surface")
+        .def(nb::init<>())
+        .def("version", &Surface::getVersion, "Counts the changes.")
+        .def("counts", &getCounts, "The numbers of points and triangles.")
+        .def("set_threads", &setThreads, nb::arg("threads"))
+        .def("insert", &insert, nb::arg("points").noconvert(), nb::arg("by_position"), nb::arg("progress").none())
+        .def("remove", &removeVertices, nb::arg("ids").noconvert())
+        .def("move", &moveVertex, nb::arg("id"), nb::arg("x"), nb::arg("y"), nb::arg("z"))
+        .def("arrays", &getArrays, "Version, points, triangles, neighbours, constraints, ids.")
+        .def("heights", &getHeights, nb::arg("places").noconvert())
+        .def("check", &checkValidity);
+}

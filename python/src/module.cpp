@@ -1,0 +1,20 @@
+// The extension module: the library with arrays in place of pointers, and no opinions. Types, defaults, names and the
+// wording of errors are the business of the Python files beside it.
+
+#include "bindings.h"
+#include "messages.h"
+#include "run.h"
+
+namespace nb = nanobind;
+
+NB_MODULE(_engine, module) {
+    installMessageHandler();
+    module.def("connect", &EngineCall::connect, nb::arg("warn"), nb::arg("fail"),
+               "Sets the functions warn(warnings, notes) and fail(kind, texts) -> exception.");
+    bindSurface(module);
+    bindBreaklines(module);
+    bindZones(module);
+    bindMeshing(module);
+    bindAnalysis(module);
+    nb::module_::import_("atexit").attr("register")(nb::cpp_function(&EngineCall::disconnect));
+}

@@ -1,0 +1,50 @@
+"""Triangulates points with heights: terrain, survey data, surfaces.
+
+>>> import taro25d
+>>> tin = taro25d.Triangulation([[0, 0, 1], [10, 0, 1], [10, 10, 3], [0, 10, 1], [5, 5, 8]])
+>>> tin.heights(4, 4)
+6.6
+"""
+
+from __future__ import annotations
+
+from . import _messages as _messages
+from .breakline import Breakline
+from .contours import Contour, Contours
+from .errors import (
+    CrsError,
+    Error,
+    FileError,
+    FormatError,
+    GoneError,
+    InternalError,
+    InvalidInputError,
+    MissingExtraError,
+    RefusedError,
+    Warning,
+)
+from .points import Points
+from .triangulation import Triangulation
+from .volume import Component, Volume
+from .zone import Zone
+
+__all__ = [
+    "Breakline",
+    "Component",
+    "Contour",
+    "Contours",
+    "CrsError",
+    "Error",
+    "FileError",
+    "FormatError",
+    "GoneError",
+    "InternalError",
+    "InvalidInputError",
+    "MissingExtraError",
+    "Points",
+    "RefusedError",
+    "Triangulation",
+    "Volume",
+    "Warning",
+    "Zone",
+]

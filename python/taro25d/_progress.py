@@ -1,0 +1,62 @@
+"""A bar on standard error that shows how far a long call has come."""
+
+from __future__ import annotations
+
+import sys
+import time
+from collections.abc import Callable
+from typing import TextIO, TypeAlias
+
+ProgressFunction: TypeAlias = Callable[[str, float], object]
+#: True for a bar, a function of phase and fraction (0 to 1), or False for nothing.
+Progress: TypeAlias = bool | ProgressFunction
+
+_WIDTH = 30
+
+
+class Bar:
+    """Redraws one line on a terminal; elsewhere it prints a line for each phase and every quarter of it."""
+
+    def __init__(self, stream: TextIO | None = None, delay: float = 0.0) -> None:
+        self._stream = stream if stream is not None else sys.stderr
+        self._start = time.monotonic() + delay
+        self._terminal = self._stream.isatty()
+        self._last = ("", -1)
+        self._drawn = 0
+
+    def __call__(self, phase: str, fraction: float) -> None:
+        """Show a fraction of a phase."""
+        if not phase or time.monotonic() < self._start:
+            return
+        if self._terminal:
+            self._draw(phase, fraction)
+        elif self._last != (phase, int(4 * fraction)):
+            self._last = (phase, int(4 * fraction))
+            print(f"{phase}: {100 * fraction:.0f} %", file=self._stream, flush=True)
+
+    def _draw(self, phase: str, fraction: float) -> None:
+        full = round(_WIDTH * fraction)
+        line = f"{phase} [{'#' * full}{'.' * (_WIDTH - full)}] {100 * fraction:3.0f} %"
+        print("\r" + line.ljust(self._drawn), end="", file=self._stream, flush=True)
+        self._drawn = max(self._drawn, len(line))
+
+    def close(self) -> None:
+        """Wipe the line off the terminal."""
+        if self._drawn:
+            print("\r" + " " * self._drawn + "\r", end="", file=self._stream, flush=True)
+            self._drawn = 0
+
+
+class showing:  # noqa: N801 - reads as a word in a with statement
+    """A context that makes a function for the engine of what the user gave, and tidies up after it."""
+
+    def __init__(self, progress: Progress) -> None:
+        self._bar = Bar() if progress is True else None
+        self._function = self._bar if self._bar is not None else (progress or None)
+
+    def __enter__(self) -> ProgressFunction | None:
+        return self._function  # type: ignore[return-value]
+
+    def __exit__(self, *exception: object) -> None:
+        if self._bar is not None:
+            self._bar.close()

@@ -1,0 +1,54 @@
+"""Lines that the mesh must have as edges."""
+
+from __future__ import annotations
+
+from typing import TYPE_CHECKING
+
+from . import _engine
+from ._geometry import FloatArray
+
+if TYPE_CHECKING:
+    from .triangulation import Triangulation
+
+
+class Breakline:
+    """A line that a triangulation keeps as edges; made by ``Triangulation.add_breakline``."""
+
+    def __init__(self, tin: Triangulation, number: int) -> None:
+        self._tin = tin
+        self._number = number
+
+    def __repr__(self) -> str:
+        return f"<Breakline {self._number}>"
+
+    def __eq__(self, other: object) -> bool:
+        return isinstance(other, Breakline) and (self._tin, self._number) == (other._tin, other._number)
+
+    def __hash__(self) -> int:
+        return hash((id(self._tin), self._number))
+
+    @property
+    def triangulation(self) -> Triangulation:
+        """The triangulation that it belongs to."""
+        return self._tin
+
+    @property
+    def name(self) -> str:
+        """Its name; empty without one."""
+        return _engine.breakline_name(self._tin._surface, self._number)
+
+    @name.setter
+    def name(self, name: str) -> None:
+        _engine.set_breakline_name(self._tin._surface, self._number, name)
+
+    @property
+    def edges(self) -> FloatArray:
+        """The edges that it consists of now, (k, 2, 3) coordinates."""
+        return _engine.breakline_pieces(self._tin._surface, self._number)
+
+    def remove(self, *, vertices: bool = False) -> None:
+        """Take it back; the mesh is Delaunay there again.
+
+        With ``vertices``, the vertices that it alone has brought go as well. One that bounds a zone is refused.
+        """
+        _engine.remove_breakline(self._tin._surface, self._number, vertices)

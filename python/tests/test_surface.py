@@ -1,0 +1,183 @@
+"""Heights, breaklines, zones, contours, volumes, refinement."""
+
+import gc
+
+import numpy as np
+import pytest
+from conftest import make_hills
+
+import taro25d
+
+
+def test_heights_of_numbers_and_arrays(square: taro25d.Triangulation) -> None:
+    assert square.heights(2.5, 3) == 2.5
+    assert isinstance(square.heights(2.5, 3), float)
+    grid = square.heights(np.arange(4)[None, :], np.arange(3)[:, None])
+    np.testing.assert_array_equal(grid, np.tile(np.arange(4.0), (3, 1)))
+    outside = square.heights([11, np.nan, 5], [5, 5, 5])
+    np.testing.assert_array_equal(np.isnan(outside), [True, True, False])
+
+
+def test_breaklines_are_edges(hills: taro25d.Triangulation) -> None:
+    line = hills.add_breakline([[100, 100, 50], [900, 850, 60]])
+    ends = hills.points[hills.edges_constrained]
+    assert ends[..., 0].min() == 100
+    assert ends[..., 0].max() == 900
+    length = np.hypot(*(ends[:, 0] - ends[:, 1])[:, :2].T).sum()
+    assert length == pytest.approx(np.hypot(800, 750))
+    assert line.triangulation is hills
+    assert hills.check()
+
+
+def test_a_line_without_heights_lies_on_the_surface(square: taro25d.Triangulation) -> None:
+    square.add_breakline([[2, 2], [6, 5]])
+    assert square.points[4:].tolist() == [[2, 2, 2], [6, 5, 6]]
+    with pytest.raises(ValueError, match=r"row 1 .* outside"):
+        square.add_breakline([[2, 2], [60, 5]])
+
+
+@pytest.mark.parametrize(
+    ("line", "reason"),
+    [
+        ([[1, 1, 1]], "two different"),
+        ([[1, 1, 1], [1, 1, 2]], "two different"),
+        ([[1, 1, 1], [np.nan, 2, 2]], "finite"),
+    ],
+)
+def test_wrong_lines_are_refused(square: taro25d.Triangulation, line: list, reason: str) -> None:
+    with pytest.raises(ValueError, match=reason):
+        square.add_breakline(line)
+    assert len(square) == 4
+
+
+def test_breaklines_wait_for_triangles() -> None:
+    tin = taro25d.Triangulation()
+    tin.add_breakline([[0, 0, 0], [10, 10, 0]])
+    tin.insert([[0, 10, 0], [10, 0, 0]])
+    assert len(tin.edges_constrained) == 1
+    assert sorted(map(tuple, tin.points[tin.edges_constrained[0]])) == [(0, 0, 0), (10, 10, 0)]
+
+
+def test_breaklines_have_names_and_can_be_removed(square: taro25d.Triangulation) -> None:
+    ridge = square.add_breakline([[1, 1, 5], [9, 9, 5]], name="ridge")
+    brook = square.add_breakline([[1, 9, 7], [9, 1, 7]])
+    assert [line.name for line in square.breaklines] == ["ridge", ""]
+    brook.name = "brook"
+    assert square.breaklines == [ridge, brook]
+    zone = square.zone(polygon=[[2, 2], [3, 2], [3, 3]])
+    ridge.remove()
+    assert square.breaklines == [brook]
+    assert brook.name == "brook"
+    assert ridge not in square.breaklines
+    for use in (ridge.remove, lambda: ridge.name):
+        with pytest.raises(KeyError, match="removed"):
+            use()
+    assert square.heights(5, 5) == 5
+    brook.remove(vertices=True)
+    assert square.check()
+    ring = square.add_breakline([[4, 1, 0], [6, 1, 0], [6, 3, 0]], closed=True)
+    zone = square.zone(breaklines=ring)
+    with pytest.raises(taro25d.RefusedError):
+        ring.remove()
+    del zone
+    ring.remove()
+
+
+def test_conforming_lines_stay_delaunay(hills: taro25d.Triangulation) -> None:
+    hills.add_breakline([[100, 100, 50], [900, 850, 60]], strategy="conforming")
+    pieces = len(hills.edges_constrained)
+    assert pieces > 10
+    hills.insert(make_hills(2000, seed=9))
+    assert len(hills.edges_constrained) > pieces
+    with pytest.raises(ValueError, match="constrained, conforming"):
+        hills.add_breakline([[0, 0, 0], [1, 1, 1]], strategy="soft")
+
+
+def test_zones_combine(square: taro25d.Triangulation) -> None:
+    left = square.zone(polygon=[[1, 1], [6, 1], [6, 9], [1, 9]])
+    right = square.zone(polygon=[[4, 1], [9, 1], [9, 9], [4, 9], [4, 1]])
+    areas = [zone.area for zone in (left & right, left | right, left - right, left ^ right)]
+    assert areas == pytest.approx([16, 64, 24, 48])
+    assert left.area_3d == pytest.approx(40 * np.sqrt(2))
+    outside = square.zone(polygon=[[1, 1], [6, 1], [6, 9], [1, 9]], inside=False)
+    assert outside.area == pytest.approx(60)
+    assert square.zone().area == pytest.approx(100)
+    corners = square.points[square.triangles[left.triangles]]
+    assert corners[..., 0].max() == 6
+    (ring,) = left.border()
+    assert ring[0].tolist() == ring[-1].tolist()
+
+
+def test_zones_of_breaklines(square: taro25d.Triangulation) -> None:
+    ring = square.add_breakline([[2, 2], [4, 2], [4, 4], [2, 4]], closed=True)
+    assert square.zone(breaklines=ring).area == pytest.approx(4)
+    assert square.zone(breaklines=[ring], inside=False).area == pytest.approx(96)
+    with pytest.raises(ValueError, match="breaklines of this"):
+        taro25d.Triangulation().zone(breaklines=ring)
+
+
+def test_zones_may_die_in_any_order(square: taro25d.Triangulation) -> None:
+    left = square.zone(polygon=[[1, 1], [6, 1], [6, 9], [1, 9]])
+    both = left | square.zone()
+    del left
+    gc.collect()
+    square.zone()
+    assert both.area == pytest.approx(100)
+    del square
+    gc.collect()
+    assert both.area == pytest.approx(100)
+
+
+def test_zone_without_surface_is_refused(square: taro25d.Triangulation) -> None:
+    with pytest.raises(taro25d.RefusedError):
+        square.zone(polygon=[[20, 20], [30, 20], [30, 30]])
+    with pytest.raises(taro25d.RefusedError):
+        square.zone(polygon=[[1, 1], [5, 5], [5, 1], [1, 5]])
+    with pytest.raises(taro25d.RefusedError):
+        taro25d.Triangulation().zone()
+
+
+def test_contours_are_whole_lines(square: taro25d.Triangulation) -> None:
+    contours = square.contours(interval=4, base=2.5)
+    assert [line.level for line in contours] == [2.5, 6.5]
+    for level, coords in contours:
+        assert (coords[:, 0] == level).all()
+        assert (coords[:, 2] == level).all()
+        assert coords[0, 1] > coords[-1, 1]  # higher ground is in the east
+    assert [line.level for line in square.contours(levels=[7, 3, 99])] == [7, 3]
+    half = square.zone(polygon=[[0, 0], [5, 0], [5, 10], [0, 10]])
+    assert [line.level for line in square.contours(interval=2.5, zone=half, base=1)] == [1, 3.5]
+    for wrong in ({"interval": 0}, {"interval": 1e-9}, {}, {"interval": 1, "levels": [1]}, {"levels": [np.nan]}):
+        with pytest.raises(ValueError, match=r"interval|levels"):
+            square.contours(**wrong)
+
+
+def test_volume_of_a_pit() -> None:
+    flat = taro25d.Triangulation([[0, 0, 5], [10, 0, 5], [10, 10, 5], [0, 10, 5]])
+    corners = np.array([[2, 2], [8, 2], [8, 8], [2, 8]])
+    deep = np.column_stack([corners * 0.5 + 2.5, np.full(4, 2.0)])
+    pit = taro25d.Triangulation(np.concatenate([flat.points, np.column_stack([corners, np.full(4, 5.0)]), deep]))
+    volume = flat.volume(pit)
+    assert volume.cut == pytest.approx(63)  # a frustum of 36 and 9, 3 deep
+    assert volume.fill == 0
+    assert volume.cut_area == pytest.approx(36)
+    assert [c.kind for c in volume.components] == ["unchanged", "cut"]
+    assert pit.volume(flat).fill == pytest.approx(63)
+    assert flat.volume(flat).cut == 0
+
+
+def test_refinement_meets_its_limits(square: taro25d.Triangulation) -> None:
+    part = square.zone(polygon=[[1, 1], [9, 1], [9, 4], [1, 4]])
+    square.refine(part, min_angle=28, max_edge=1.5)
+    edges = square.points[square.triangles[part.triangles]]
+    lengths = np.linalg.norm(edges - np.roll(edges, 1, axis=1), axis=2)
+    assert lengths.max() <= 1.5
+    assert part.area == pytest.approx(24)
+    assert len(square.ids) == len(set(square.ids))
+    before = len(square)
+    for wrong in ({"min_angle": 60}, {"max_edge": -1}, {"growth": 0.5}, {"max_edge": 1e-9}):
+        with pytest.raises(ValueError, match="."):
+            square.refine(**wrong)
+    assert len(square) == before
+    square.refine(guide=taro25d.Triangulation(make_hills(100) * 2 - [500, 500, 0]), max_edge=1, min_edge=0.2)
+    assert square.check()
