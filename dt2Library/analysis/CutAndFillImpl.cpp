@@ -40,6 +40,7 @@
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
+#include "mesh/hullPatch.h"
 #include "support/diagnostics.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintSegment2.h"
@@ -156,8 +157,8 @@ Triangle2* getNearestHullTriangle(const Dt2& dt2, const Point2& point) {
     const int code = dt2.locateConflictTriangle(&point, pT, idx);
     if (code < 0 || code > 2) return pT;
     std::vector<std::pair<Triangle2*, int>> vPatch{{pT, code}};
-    Dt2::determineHullPatchLeft(vPatch, pT, code, &point, dt2.getGeomTest());
-    Dt2::determineHullPatchRight(vPatch, pT, code, &point, dt2.getGeomTest());
+    determineHullPatchLeft(vPatch, pT, code, &point, dt2.getGeomTest());
+    determineHullPatchRight(vPatch, pT, code, &point, dt2.getGeomTest());
     const auto isNearer = [&point](const auto& a, const auto& b) {
         return sqDistance(point, Edge2(a.first, a.second)) < sqDistance(point, Edge2(b.first, b.second));
     };

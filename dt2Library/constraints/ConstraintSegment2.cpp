@@ -167,7 +167,7 @@ bool ConstraintSegment2::splitAndRemovePrev(const Point2& p) {
     if (!pSplit) return false;
     TARO_ASSERT_TEXT(!sOwners_.empty(), "!sOwners.empty()");
     Dt2* pOwnerDt = getTriangulation();
-    pOwnerDt->getInnerVtxManager()->removePreviouslyInsertedVertices(pSplit, sqDistance2D(*pSplit, *p0_), pOwnerDt);
+    pOwnerDt->getInnerVtxMgr().removePreviouslyInsertedVertices(pSplit, sqDistance2D(*pSplit, *p0_), pOwnerDt);
     return true;
 }
 

@@ -4,7 +4,6 @@
 #include "constraints/checkValidity.h"
 #include "constraints/meshFile.h"
 #include "mesh/Dt2.h"
-#include "mesh/segmentWalk.h"
 #include "taro25d/Color.h"
 #include "taro25d/Visualizer2.h"
 
@@ -34,10 +33,6 @@ void Dt2::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) c
 
 void Dt2::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
     if (const auto* pManager = findSlot<ConstraintMgr>()) pManager->getAliveAndDeadConstraintSegments(vCSegs);
-}
-
-void Dt2::getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const {
-    getCrossedTriangles(geomTest_, p, q, vTriangles);
 }
 
 void Dt2::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {

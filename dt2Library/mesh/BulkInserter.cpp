@@ -81,7 +81,7 @@ bool BulkInserter::createFullDimTriangle(size_t numPreExistingVtx) {
 
 void BulkInserter::triangulateNew(size_t numPreExisting) {
     const size_t numItems = vault_.getSize(), numNew = numItems - numPreExisting;
-    mesh_.expectTriangles(2 * numNew + 3);
+    mesh_.expectTriangles(2 * numNew + 3, mesh_.getNumCPU());
     prepareThreads(numNew, numPreExisting);
     if (!vault_.isFullDimensional()) {
         createFullDimTriangle(numPreExisting);

@@ -31,6 +31,7 @@
 #include "kernel/links.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "mesh/walk.h"
 #include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
@@ -265,13 +266,13 @@ Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
     const bool bTry = pT && numDeferred_ < MAX_DEFERRED;
     const int code = bTry ? locateInsideConflictT(pVtx, pT) : CODE_LEAVES_BOX;
     ++numNotReported_;
-    if (code == Dt2::CODE_DUPLICATE) {
+    if (code == CODE_DUPLICATE) {
         for (int i = 0; i < 3; ++i) {
             if (*pT->getCorner(i) == *pVtx) pDt2_->getVertexVault().registerDup(pVtx, pT->getCorner(i));
         }
         return pT;
     }
-    if (code == Dt2::CODE_INSIDE && localInitVCheckT13(pT, pVtx)) return pT;
+    if (code == CODE_INSIDE && localInitVCheckT13(pT, pVtx)) return pT;
     ++numDeferred_;
     --numNotReported_;
     return pHint;
@@ -295,11 +296,11 @@ int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
             numEdges = 2;
             continue;
         }
-        if (ori == ORIENTATION2_COLLINEAR && (*pNext == *p || *pAfterNext == *p)) return Dt2::CODE_DUPLICATE;
+        if (ori == ORIENTATION2_COLLINEAR && (*pNext == *p || *pAfterNext == *p)) return CODE_DUPLICATE;
         i = next;
         --numEdges;
     }
-    return Dt2::CODE_INSIDE;
+    return CODE_INSIDE;
 }
 
 Triangle2* Chunk::localCreateTriangleMT() {

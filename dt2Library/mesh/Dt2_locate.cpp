@@ -21,6 +21,9 @@
 #include "kernel/heights.h"
 #include "kernel/links.h"
 #include "kernel/tools.h"
+#include "mesh/hullPatch.h"
+#include "mesh/segmentWalk.h"
+#include "mesh/walk.h"
 #include "support/diagnostics.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 #include "taro25d/Vector2.h"
@@ -29,9 +32,6 @@
 namespace LUMO_TARO25D {
 
 namespace {
-
-/// Recycled records have no corners.
-bool isAlive(const Triangle2* pT) { return pT->getCorner(0) != nullptr; }
 
 /// The ends of edge i.
 const Point2& getSrc(const Triangle2& triangle, int i) { return *triangle.getCorner(incIndexBy1(i)); }
@@ -60,13 +60,50 @@ bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges,
     return bFound;
 }
 
+void getLeftmostHullEdge(const Dt2& mesh, Triangle2*& pStartT, int& startEdge) {
+    std::vector<Point2*> vVertices;
+    mesh.getVertexPointers(vVertices);
+    const auto isLess = [](const Point2* p, const Point2* q) { return *p < *q; };
+    const auto leftmost = std::min_element(vVertices.begin(), vVertices.end(), isLess);
+    const Point2* pStartVtx = leftmost == vVertices.end() ? nullptr : *leftmost;
+    TARO_ASSERT_TEXT(pStartVtx != nullptr, "pStartVtx!=__null");
+    TARO_ASSERT_TEXT(pStartVtx->getIncidentTriangle() != nullptr, "pStartT!=__null");
+    TriangleAroundVertexIterator it(pStartVtx);
+    it.loop();
+    pStartT = *it;
+    const int axisIdx = pStartT->getIntraTriangleIndex(pStartVtx);
+    startEdge = incIndexBy2(axisIdx);
+    TARO_ASSERT_TEXT(pStartT->getOppositeTriangle(startEdge) == nullptr,
+                     "pStartT->getOppositeTriangle(incIndexBy2(axisIdx))==__null");
+}
+
+void dropCollinear(std::vector<Point2*>& vRing, double magnitude) {
+    const size_t n = vRing.size();
+    GeomTest geomTest(magnitude);
+    std::vector<Point2*> vSimplified;
+    for (size_t i = 0; i <= n; ++i) {
+        Point2* pVtx = vRing[i % n];
+        const Orientation2 ori = geomTest.getOrientation2(vRing[(i + n - 1) % n], pVtx, vRing[(i + 1) % n]);
+        if (ori != ORIENTATION2_COLLINEAR) vSimplified.push_back(pVtx);
+    }
+    // The ring begins at a true corner, which has been kept at both ends.
+    TARO_ASSERT_TEXT(!vSimplified.empty() && vSimplified[0] == vSimplified.back(),
+                     "vSimplified[0]==vSimplified.back()");
+    vSimplified.pop_back();
+    vRing.swap(vSimplified);
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Location
 
 double Dt2::getMagnitudeWith(const Point2& point) const {
-    return std::max({geomTest_.getMaxAbsCoord(), std::abs(point.x()), std::abs(point.y())});
+    return std::max({getGeomTest().getMaxAbsCoord(), std::abs(point.x()), std::abs(point.y())});
+}
+
+int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
+    return walk(p, pT, idx, getGeomTest());
 }
 
 int Dt2::walkTo(const Point2& point, Triangle2*& pT, GeomTest& geomTest) const {
@@ -80,7 +117,7 @@ Triangle2* Dt2::locate(const Point2& point) const {
     GeomTest geomTest(getMagnitudeWith(point));
     Triangle2* pT = nullptr;
     const int code = walkTo(point, pT, geomTest);
-    if (code == -1 || code == CODE_DUPLICATE) return pT;
+    if (code == CODE_INSIDE || code == CODE_DUPLICATE) return pT;
     const Orientation2 ori = geomTest.getOrientation2(&getSrc(*pT, code), &getTrg(*pT, code), &point);
     return ori == ORIENTATION2_CW ? nullptr : pT;
 }
@@ -138,15 +175,6 @@ bool Dt2::isEdge(Point2* p0, Point2* p1) const {
     return p0 != p1 && findIncidentTriangle(p0, [p1](const Triangle2* pT) { return pT->hasVertex(p1); }) != nullptr;
 }
 
-void Dt2::getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const {
-    TriangleAroundVertexIterator it(pVtx);
-    Triangle2* const pFirst = *it;
-    do {
-        vIncidentT.push_back(*it);
-        ++it;
-    } while (*it != pFirst);
-}
-
 void Dt2::getIncidentVertices(Point2* pVtx, std::vector<Point2*>& vIncidentVertices) const {
     std::vector<Triangle2*> vIncidentT;
     getIncidentTriangles(pVtx, vIncidentT);
@@ -171,25 +199,9 @@ void Dt2::getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoin
     std::vector<Point2*> vRing;
     vRing.reserve(vHullEdges.size());
     for (const auto& [pT, i] : vHullEdges) vRing.push_back(pT->getCorner(incIndexBy1(i)));
-    if (!bAllVertices) dropCollinear(vRing);
+    if (!bAllVertices) dropCollinear(vRing, getGeomTest().getMaxAbsCoord());
     vConvexHullPoints.insert(vConvexHullPoints.end(), vRing.begin(), vRing.end());
     TARO_ASSERT_TEXT(!vConvexHullPoints.empty(), "!vConvexHullPoints.empty()");
-}
-
-void Dt2::dropCollinear(std::vector<Point2*>& vRing) const {
-    const size_t n = vRing.size();
-    GeomTest geomTest(geomTest_.getMaxAbsCoord());
-    std::vector<Point2*> vSimplified;
-    for (size_t i = 0; i <= n; ++i) {
-        Point2* pVtx = vRing[i % n];
-        const Orientation2 ori = geomTest.getOrientation2(vRing[(i + n - 1) % n], pVtx, vRing[(i + 1) % n]);
-        if (ori != ORIENTATION2_COLLINEAR) vSimplified.push_back(pVtx);
-    }
-    // The ring begins at a true corner, which has been kept at both ends.
-    TARO_ASSERT_TEXT(!vSimplified.empty() && vSimplified[0] == vSimplified.back(),
-                     "vSimplified[0]==vSimplified.back()");
-    vSimplified.pop_back();
-    vRing.swap(vSimplified);
 }
 
 void Dt2::getConvexHull(std::vector<std::pair<Triangle2*, int>>& vHullEdges) const {
@@ -199,7 +211,7 @@ void Dt2::getConvexHull(std::vector<std::pair<Triangle2*, int>>& vHullEdges) con
     }
     Triangle2* pStartT = nullptr;
     int startEdge = -1;
-    getLeftmostHullEdge(pStartT, startEdge);
+    getLeftmostHullEdge(*this, pStartT, startEdge);
     Triangle2* pT = pStartT;
     int i = startEdge;
     do {
@@ -208,38 +220,12 @@ void Dt2::getConvexHull(std::vector<std::pair<Triangle2*, int>>& vHullEdges) con
     } while (pT != pStartT || i != startEdge);
 }
 
-void Dt2::getLeftmostHullEdge(Triangle2*& pStartT, int& startEdge) const {
-    std::vector<Point2*> vVertices;
-    getVertexPointers(vVertices);
-    const auto isLess = [](const Point2* p, const Point2* q) { return *p < *q; };
-    const auto leftmost = std::min_element(vVertices.begin(), vVertices.end(), isLess);
-    const Point2* pStartVtx = leftmost == vVertices.end() ? nullptr : *leftmost;
-    TARO_ASSERT_TEXT(pStartVtx != nullptr, "pStartVtx!=__null");
-    TARO_ASSERT_TEXT(pStartVtx->getIncidentTriangle() != nullptr, "pStartT!=__null");
-    TriangleAroundVertexIterator it(pStartVtx);
-    it.loop();
-    pStartT = *it;
-    const int axisIdx = pStartT->getIntraTriangleIndex(pStartVtx);
-    startEdge = incIndexBy2(axisIdx);
-    TARO_ASSERT_TEXT(pStartT->getOppositeTriangle(startEdge) == nullptr,
-                     "pStartT->getOppositeTriangle(incIndexBy2(axisIdx))==__null");
+void Dt2::getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const {
+    getCrossedTriangles(getGeomTest(), p, q, vTriangles);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// All triangles
-
-size_t Dt2::numberOfTriangles() const {
-    const size_t numAllT = trianglePool_.getNumElements(), numDeadT = vRecycledTriangles_.size();
-    TARO_ASSERT_TEXT(numDeadT <= numAllT, "numDeadT<=numAllT");
-    return numAllT - numDeadT;
-}
-
-void Dt2::getTrianglePointers(std::vector<Triangle2*>& vTriangles) const {
-    reserveMore(vTriangles, numberOfTriangles());
-    trianglePool_.forEach([&](Triangle2* pT) {
-        if (isAlive(pT)) vTriangles.push_back(pT);
-    });
-}
+// Statistics
 
 void Dt2::statistics(const std::string& name) const {
     std::vector<Triangle2*> vTriangles;

@@ -51,7 +51,7 @@ void InserterMT::insertFakeBox() {
 
 void InserterMT::removeFakeBox() {
     for (Point2*& pCorner : aFakeBoxCorner_) {
-        if (pCorner->getIncidentTriangle()) mesh_.takeOutHullVertex(pCorner, true);
+        if (pCorner->getIncidentTriangle()) mesh_.getVertexRemover().takeOutHullVertex(pCorner, true);
         pCorner->setIncidentTriangle(nullptr);
         mesh_.getVertexVault().recycleVertex(pCorner);
         pCorner = nullptr;

@@ -23,6 +23,8 @@
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "mesh/hullPatch.h"
+#include "mesh/walk.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -94,10 +96,10 @@ std::vector<Triangle2*> RegionSearch::getStart(const Point2& place) const {
     Triangle2* pT = nullptr;
     const int code = mesh_.walkTo(place, pT, geomTest);
     std::vector<Triangle2*> vStart{pT};
-    if (code == Dt2::CODE_INSIDE || code == Dt2::CODE_DUPLICATE) return vStart;
+    if (code == CODE_INSIDE || code == CODE_DUPLICATE) return vStart;
     std::vector<std::pair<Triangle2*, int>> vPatch;
-    Dt2::determineHullPatchLeft(vPatch, pT, code, &place, geomTest);
-    Dt2::determineHullPatchRight(vPatch, pT, code, &place, geomTest);
+    determineHullPatchLeft(vPatch, pT, code, &place, geomTest);
+    determineHullPatchRight(vPatch, pT, code, &place, geomTest);
     for (const auto& edge : vPatch) vStart.push_back(edge.first);
     return vStart;
 }

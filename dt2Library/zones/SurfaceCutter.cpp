@@ -30,6 +30,7 @@
 #include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
+#include "mesh/hullPatch.h"
 #include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
 #include "taro25d/freeFunctions.h"
@@ -123,8 +124,8 @@ Point2* SurfaceCutter::enter(const Point2& outside, const Point2& trg) {
     Triangle2* pT = nullptr;
     const int i = mesh_.walkTo(outside, pT, mesh_.getGeomTest());
     std::vector<std::pair<Triangle2*, int>> vVisible{{pT, i}};
-    Dt2::determineHullPatchLeft(vVisible, pT, i, &outside, mesh_.getGeomTest());
-    Dt2::determineHullPatchRight(vVisible, pT, i, &outside, mesh_.getGeomTest());
+    determineHullPatchLeft(vVisible, pT, i, &outside, mesh_.getGeomTest());
+    determineHullPatchRight(vVisible, pT, i, &outside, mesh_.getGeomTest());
     for (const auto& [pHullT, k] : vVisible) {
         Point2 *p0 = pHullT->getCorner(incIndexBy1(k)), *p1 = pHullT->getCorner(incIndexBy2(k));
         const Orientation2 ori0 = mesh_.getGeomTest().getOrientation2(&outside, &trg, p0);

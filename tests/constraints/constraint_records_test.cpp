@@ -203,7 +203,7 @@ TEST(ConstraintSegment, RunsAlongManyVerticesDoNotExhaustTheStack) {
 
 TEST_F(LineMesh, SplittingTakesOutWhatRefinementInsertedInTheCircle) {
     create(3, 4);
-    InnerVtxMgr& inner = *mesh.getImpl()->getInnerVtxManager();
+    InnerVtxMgr& inner = mesh.getImpl()->getInnerVtxMgr();
     const auto add = [&](double x, double y) {
         Point2* pVtx = mesh.insert(Point2(x, y, 0));
         inner.addVtx(pVtx);

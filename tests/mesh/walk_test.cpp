@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "mesh/Dt2.h"
+#include "mesh/walk.h"
 #include "support/capture.h"
 #include "support/generators.h"
 #include "support/mesh.h"
@@ -53,7 +54,7 @@ TEST(Walk, EndsWhereItWouldTurnInCirclesForEver) {
     for (Triangle2* pStart : trianglesOf(mesh)) {
         Triangle2* pT = pStart;
         int idx = 0;
-        EXPECT_EQ(mesh.getImpl()->locateConflictTriangle(&centre, pT, idx), Dt2::CODE_INSIDE);
+        EXPECT_EQ(mesh.getImpl()->locateConflictTriangle(&centre, pT, idx), CODE_INSIDE);
         EXPECT_EQ(pT, mesh.locate(centre));
     }
     EXPECT_EQ(std::rand(), expected) << "the numbers are the client's";

@@ -467,7 +467,7 @@ TEST(Meshing, KeepsEarlierVerticesIfAsked) {
 TEST(Meshing, ForgetsVerticesThatAreRemoved) {
     Random r(11);
     Dt2 dt(3);
-    InnerVtxMgr& manager = *dt.getInnerVtxManager();
+    InnerVtxMgr& manager = dt.getInnerVtxMgr();
     VertexVector vKnown;
     Point2* pCenter = dt.insert(Point2(0, 0, 0));
     for (int i = 0; i < 400; ++i) {
