@@ -285,11 +285,11 @@ ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Segment2>& v
 
 ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Segment2>& vSegments,
                                                            ConstraintInsertionStrategy cis) {
-    return vSegments.empty() ? nullptr : createConstraint_oriented(insertEnds(vSegments), cis);
+    return vSegments.empty() ? nullptr : createConstraint_oriented(insertEnds(vSegments), cis, true);
 }
 
 ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<VertexPair>& vPairs,
-                                                           ConstraintInsertionStrategy cis) {
+                                                           ConstraintInsertionStrategy cis, bool bApply) {
     const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
     using Entry = std::pair<VertexPair, bool>;
     std::vector<Entry> vReverse;
@@ -310,7 +310,17 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Ver
     ConstraintGraph2* pGraph = vGraphs_.back().get();
     const auto isBothWays = [](const Entry& a, const Entry& b) { return a.first == b.first && a.second != b.second; };
     if (std::adjacent_find(vReverse.begin(), vReverse.end(), isBothWays) != vReverse.end()) pGraph->setPasses(vPasses);
-    establisher_.establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
+    if (bApply) establisher_.establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
+    return pGraph;
+}
+
+ConstraintGraph2* ConstraintMgr::createEdges(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                             bool bOriented) {
+    ConstraintGraph2* pGraph =
+        bOriented ? createConstraint_oriented(vPairs, cis, false) : createConstraint(vPairs, cis, false);
+    std::vector<ConstraintSegment2*> vPieces;
+    pGraph->getChildConstraintSegments(vPieces);
+    establisher_.establishAsEdges(vPieces);
     return pGraph;
 }
 
@@ -394,7 +404,7 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<VertexPair>& 
     }
     if (!isStrategy(cis)) return nullptr;
     ConstraintGraph2* pGraph =
-        bOrientedSegments ? createConstraint_oriented(vPairs, cis) : createConstraint(vPairs, cis, true);
+        bOrientedSegments ? createConstraint_oriented(vPairs, cis, true) : createConstraint(vPairs, cis, true);
     establisher_.splitEncroachedPieces(false);
     return pGraph;
 }

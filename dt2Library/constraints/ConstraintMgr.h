@@ -70,7 +70,11 @@ class ConstraintMgr : public ConstraintKeeper {
                                        bool bApply);
     ConstraintGraph2* createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis, bool bApply);
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis);
-    ConstraintGraph2* createConstraint_oriented(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis);
+    ConstraintGraph2* createConstraint_oriented(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                                bool bApply);
+    /// Creates a graph of edges that were so before, in another mesh, say: conforming ones are not divided any more.
+    ConstraintGraph2* createEdges(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                  bool bOriented);
     ConstraintGraph2* createConstraint_oriented(const std::vector<Segment2>& vSegments,
                                                 ConstraintInsertionStrategy cis);
     ConstraintGraph2* createConstraint_oriented(const std::vector<Edge2>& vEdges, ConstraintInsertionStrategy cis);

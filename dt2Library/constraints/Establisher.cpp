@@ -101,6 +101,16 @@ void Establisher::establishWithProgress(const std::vector<ConstraintSegment2*>& 
     progress.finish();
 }
 
+void Establisher::establishAsEdges(const std::vector<ConstraintSegment2*>& vCSegs) {
+    if (!mesh_.is2D()) return;
+    const FlagScope establishing(bEstablishing_);
+    segmentInserter_.setCloseCrossingQuota(getCloseQuota());
+    for (ConstraintSegment2* pCSeg : vCSegs) {
+        segmentInserter_.setCrossingQuota(getQuotaEach());
+        segmentInserter_.forceIntoMesh(pCSeg);
+    }
+}
+
 void Establisher::splitEncroachedPieces(bool bNewPoints) {
     const FlagScope establishing(bEstablishing_);
     conformingInserter_.splitEncroachedPieces(bNewPoints);

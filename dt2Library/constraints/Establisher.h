@@ -28,6 +28,8 @@ class Establisher {
     void establish(const std::vector<ConstraintSegment2*>& vCSegs) { establish(vCSegs, vCSegs.size(), nullptr); }
     /// The same with progress; the pieces belong to numSegments segments that clients have asked for.
     void establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, const char* label);
+    /// Makes edges of segments of any strategy, which are split only at vertices and crossings.
+    void establishAsEdges(const std::vector<ConstraintSegment2*>& vCSegs);
     /// Splits conforming pieces that are not Delaunay (ConformingInserter).
     void splitEncroachedPieces(bool bNewPoints);
 

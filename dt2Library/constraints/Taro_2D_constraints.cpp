@@ -1,6 +1,7 @@
 #include "taro25d/Taro_2D.h"
 
 #include "constraints/ConstraintMgr.h"
+#include "constraints/fullMeshFile.h"
 #include "mesh/EngineCall.h"
 #include "taro25d/Segment2.h"
 
@@ -55,6 +56,11 @@ bool Taro_2D::checkValidity(bool bCheckEmptyCircleProperty, const std::string& n
 }
 
 bool Taro_2D::save(const char* filename) const { return call(pDt2_)->save(filename); }
+
+bool Taro_2D::saveAll(const char* filename) const {
+    const MessageScope scope(&pDt2_->getProgress());
+    return saveFullMesh(*pDt2_, filename);
+}
 
 bool Taro_2D::load(const char* filename) { return call(pDt2_)->load(filename); }
 

@@ -9,8 +9,9 @@
 // The segments are the alive leaves of all constraints. There is no padding and no checksum, so reading goes by what
 // holds of every file that was written whole: its length follows from the counts, and all numbers are finite. Whatever
 // breaks this is refused before the mesh is touched. Another program may have written the rest as it likes: points may
-// repeat, segments may cross, and their ends need not be among the points. No memory is taken for data that is not there:
-// the counts are held against the length of a file first, and a pipe is read in steps.
+// repeat, segments may cross, and their ends need not be among the points.
+//
+// The file that keeps everything has the tag 302 (fullMeshFile.cpp).
 //
 // Writing never leaves a damaged file in the place of a good one (replaceFile).
 //
@@ -19,18 +20,15 @@
 
 #include "constraints/meshFile.h"
 
-#include <sys/stat.h>
-
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <limits>
+#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
 
-#include "kernel/tools.h"
+#include "constraints/fullMeshFile.h"
+#include "constraints/meshStream.h"
 #include "mesh/Dt2.h"
 #include "support/LargeVector.h"
 #include "support/replaceFile.h"
@@ -44,86 +42,11 @@ namespace {
 constexpr std::int32_t TYPE_TAG = 301;
 constexpr size_t NUMBERS_PER_VERTEX = 3, NUMBERS_PER_SEGMENT = 6;
 
-// ---------------------------------------------------------------------------------------------------------------------
-// Writing
-
-class Writer {
-  public:
-    explicit Writer(std::FILE* pFile) : pFile_(pFile) {}
-
-    template <class T>
-    void write(const T& value) {
-        bWell_ = bWell_ && std::fwrite(&value, sizeof(value), 1, pFile_) == 1;
-    }
-    /// A height that is not finite, as a client may have set it, could not be read again: it counts as a failure.
-    void write(const Point2& point) {
-        bWell_ = bWell_ && isFinite(point);
-        write(point.x());
-        write(point.y());
-        write(point.z());
-    }
-    /// Whether everything has been written.
-    bool finish() { return bWell_ && std::fflush(pFile_) == 0; }
-
-  private:
-    std::FILE* pFile_;
-    bool bWell_ = true;
-};
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Reading
-
-class Reader {
-  public:
-    explicit Reader(std::FILE* pFile) : pFile_(pFile) {
-        struct stat info {};
-        bLengthKnown_ = fstat(fileno(pFile), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0;
-        numBytesLeft_ = bLengthKnown_ ? static_cast<std::uint64_t>(info.st_size) : MAX_LENGTH;
-    }
-
-    template <class T>
-    bool read(T& value) {
-        return readBytes(&value, sizeof(value));
-    }
-    /// Reads a count and as many records; false unless all of that is there and the numbers are finite.
-    bool readRecords(size_t numPerRecord, LargeVector<double>& vNumbers) {
-        std::uint64_t numRecords = 0;
-        if (!read(numRecords) || numRecords > numBytesLeft_ / (numPerRecord * sizeof(double))) return false;
-        if (bLengthKnown_) vNumbers.reserve(numRecords * numPerRecord);
-        while (numRecords > 0) {
-            const size_t numInStep = std::min<std::uint64_t>(numRecords, RECORDS_PER_STEP);
-            if (!readNumbers(numInStep * numPerRecord, vNumbers)) return false;
-            numRecords -= numInStep;
-        }
-        return true;
-    }
-    bool isAtEnd() { return std::fgetc(pFile_) == EOF && !std::ferror(pFile_); }
-
-  private:
-    static constexpr std::uint64_t MAX_LENGTH = std::numeric_limits<std::uint64_t>::max();
-    static constexpr size_t RECORDS_PER_STEP = 1 << 14;
-
-    bool readBytes(void* pBytes, size_t numBytes) {
-        if (numBytes > numBytesLeft_ || std::fread(pBytes, 1, numBytes, pFile_) != numBytes) return false;
-        numBytesLeft_ -= numBytes;
-        return true;
-    }
-    bool readNumbers(size_t n, LargeVector<double>& vNumbers) {
-        vNumbers.resize(vNumbers.size() + n);
-        double *const pEnd = vNumbers.data() + vNumbers.size(), *const pBegin = pEnd - n;
-        return readBytes(pBegin, n * sizeof(double)) &&
-               std::all_of(pBegin, pEnd, [](double number) { return std::isfinite(number); });
-    }
-
-    std::FILE* pFile_;
-    bool bLengthKnown_;
-    std::uint64_t numBytesLeft_;
-};
-
-/// What a file holds.
+/// What a file holds; one that keeps everything has pFull alone.
 struct Content {
     LargeVector<double> vCoordinates;  // of the vertices: x, y, z
     std::vector<Segment2> vSegments;
+    std::unique_ptr<FullContent> pFull;
 };
 
 bool readSegments(Reader& reader, std::vector<Segment2>& vSegments) {
@@ -147,6 +70,11 @@ std::string readFile(const std::string& filename, Content& content) try {
     Reader reader(file.get());
     std::int32_t tag = 0;
     const bool bHasTag = reader.read(tag);
+    if (bHasTag && tag == FULL_TYPE_TAG) {
+        content.pFull = std::make_unique<FullContent>();
+        if (readFullContent(reader, *content.pFull)) return "";
+        return std::ferror(file.get()) ? unreadable : damaged;
+    }
     if (bHasTag && tag != TYPE_TAG) return " should have type 301 but has " + std::to_string(tag);
     if (bHasTag && reader.readRecords(NUMBERS_PER_VERTEX, content.vCoordinates) &&
         readSegments(reader, content.vSegments) && reader.isAtEnd()) {
@@ -192,6 +120,10 @@ bool loadMesh(Dt2& mesh, const char* filename) {
     }
     const FlagScope exact =
         mesh.takeConstraintsExactly();  // which vertices its segments go through has been decided already
+    if (content.pFull) {
+        insertFullContent(mesh, *content.pFull);
+        return true;
+    }
     {
         const auto vCoordinates = std::move(content.vCoordinates);  // not needed for the segments any more
         mesh.insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);

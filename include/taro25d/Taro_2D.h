@@ -376,8 +376,12 @@ class TARO25D_API Taro_2D {
     /// height was set to something that is not finite. Numbers are in the
     /// byte order of the machine, so the file suits machines of the same kind. Linear.
     bool save(const char* filename) const;
-    /// Inserts the content of a file of save(): the vertices, and the segments as constraints of strategy
-    /// CIS_CONSTRAINED_DELAUNAY. Points may repeat, of which the first stays, segments may cross, and their ends need
+    /// Writes a binary file (type 302) that also keeps the custom indices, the names of the triangulation and its graphs,
+    /// and each graph with its strategy, its direction and the pieces of its segments. Zones are not kept. Otherwise as
+    /// save().
+    bool saveAll(const char* filename) const;
+    /// Inserts the content of a file. Of save(): the vertices, and the segments as constraints of strategy
+    /// CIS_CONSTRAINED_DELAUNAY. Of saveAll(): the vertices, and the same graphs again. Points may repeat, of which the first stays, segments may cross, and their ends need
     /// not be among the points. Returns false, with a line on standard output and nothing changed, if the file cannot
     /// be read, has another type, a length that does not follow from its counts, or a number that is not finite.
     bool load(const char* filename);

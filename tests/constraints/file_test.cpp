@@ -139,7 +139,7 @@ std::string complaintAbout(const std::string& bytes) {
 }
 
 TEST(File, IsRefusedWhenItsTypeIsNotTheRightOne) {
-    EXPECT_EQ(complaintAbout(bytes(302)), " should have type 301 but has 302\n");
+    EXPECT_EQ(complaintAbout(bytes(303)), " should have type 301 but has 303\n");
     EXPECT_EQ(complaintAbout(bytes(-1, Count(0), Count(0))), " should have type 301 but has -1\n");
     EXPECT_EQ(complaintAbout("%!PS-Adobe"), " should have type 301 but has 1397760293\n");
 }
