@@ -33,12 +33,24 @@ bool isEstablished(const Taro_2D& mesh) {
     return !mesh.is2D() || std::all_of(vCSegs.begin(), vCSegs.end(), isEdge);
 }
 
+std::size_t countGraphs(const Taro_2D& mesh) {
+    std::vector<LUMO_TARO25D::ConstraintGraph2*> vGraphs;
+    mesh.getConstraintGraphs(vGraphs);
+    return vGraphs.size();
+}
+
 void requireRoundTrip(const Taro_2D& mesh, bool bSameAfterwards) {
     const MemoryFile file;
     require(mesh.save(file.getName().c_str()), "a mesh that was loaded can be saved");
     Taro_2D copy;
     require(copy.load(file.getName().c_str()), "a mesh that was saved can be loaded");
     if (!bSameAfterwards) return;
+    const MemoryFile fullFile;
+    require(mesh.saveAll(fullFile.getName().c_str()), "a mesh that was loaded can be saved with its graphs");
+    Taro_2D fullCopy;
+    require(fullCopy.load(fullFile.getName().c_str()), "a mesh that was saved with its graphs can be loaded");
+    require(Kept(fullCopy) == Kept(mesh), "vertices and constraints are the same with graphs");
+    require(countGraphs(fullCopy) == countGraphs(mesh), "there are as many graphs");
     require(Kept(copy) == Kept(mesh), "vertices and constraints are the same");
     require(copy.numberOfTriangles() == mesh.numberOfTriangles(), "there are as many triangles");
 }

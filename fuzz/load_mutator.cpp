@@ -30,6 +30,31 @@ double makeCoordinate(const std::uint8_t* pBytes, bool bSmall) {
     return bSmall || !std::isfinite(value) ? (pBytes[7] ^ pBytes[6]) % 16 - 8 : value;
 }
 
+/// A file with graphs: each has a few pieces between vertices, also repeated ones and from a vertex to itself.
+Bytes putGraphsInOrder(const Bytes& vOld, Random& random) {
+    const std::size_t numVertices = (vOld.size() - EMPTY_FILE_SIZE) / (2 * VERTEX_SIZE), numGraphs = random() % 4;
+    const bool bSmall = random() % 2 == 0;
+    Bytes vNew;
+    append(vNew, std::int32_t(302));
+    append(vNew, std::uint64_t(numVertices));
+    for (std::size_t i = 0; i < 3 * numVertices; ++i) {
+        append(vNew, makeCoordinate(&vOld[OFFSET_OF_VERTICES + sizeof(double) * i], bSmall));
+    }
+    for (std::size_t i = 0; i < numVertices; ++i) append(vNew, static_cast<std::int32_t>(i));
+    append(vNew, std::uint64_t(0));  // no name
+    const std::size_t numPieces = numVertices == 0 ? 0 : numVertices / 8 + 1;
+    append(vNew, std::uint64_t(numPieces == 0 ? 0 : numGraphs));
+    for (std::size_t i = 0; numPieces > 0 && i < numGraphs; ++i) {
+        append(vNew, static_cast<std::int32_t>(random() % 3));
+        append(vNew, static_cast<std::int32_t>(random() % 2));
+        append(vNew, std::uint64_t(0));
+        append(vNew, std::uint64_t(numPieces));
+        for (std::size_t k = 0; k < 2 * numPieces; ++k)
+            append(vNew, static_cast<std::uint32_t>(random() % numVertices));
+    }
+    return vNew;
+}
+
 Bytes putInOrder(const Bytes& vOld, Random& random) {
     const std::size_t numUnits = (vOld.size() - EMPTY_FILE_SIZE) / VERTEX_SIZE;
     const std::size_t numSegments = random() % (numUnits / 4 + 1), numVertices = numUnits - 2 * numSegments;
@@ -56,7 +81,9 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* pData, std::size_t 
     Random random(seed);
     const std::size_t newSize = LLVMFuzzerMutate(pData, size, maxSize);
     if (newSize < EMPTY_FILE_SIZE || random() % 4 == 0) return newSize;
-    const Bytes vNew = putInOrder(Bytes(pData, pData + newSize), random);
+    const Bytes vOld(pData, pData + newSize);
+    Bytes vNew = random() % 2 ? putInOrder(vOld, random) : putGraphsInOrder(vOld, random);
+    if (vNew.size() > maxSize) vNew = putInOrder(vOld, random);
     std::copy(vNew.begin(), vNew.end(), pData);
     return vNew.size();
 }

@@ -189,6 +189,83 @@ TEST(MoveVertex, RefusesWrongCalls) {
     EXPECT_EQ(vHandles[0]->z(), 7.0);
 }
 
+/// Edits in any order, of which some are taken back.
+class Editor {
+  public:
+    explicit Editor(unsigned seed) : random_(seed) {
+        for (int i = 0; i < 40; ++i) insert();
+    }
+
+    void doAnything() {
+        const int kind = static_cast<int>(random_() % 10);
+        if (kind < 3) insert();
+        if (kind == 3 || kind == 4) remove();
+        if (kind == 5 || kind == 6) move();
+        if (kind == 7) addBreakline();
+        if (kind > 7 && !vLines_.empty()) removeBreakline();
+    }
+    const Taro_2D& getMesh() const { return mesh_; }
+    /// The same points and breaklines in a new triangulation.
+    std::vector<std::vector<XY>> facesFromScratch() const {
+        Taro_2D fresh;
+        PointVector vPoints;
+        for (const Point2* pVtx : vFree_) vPoints.push_back(*pVtx);
+        fresh.insert(vPoints);
+        for (const Line& line : vLines_) fresh.createConstraint({line.segment}, CIS_CONSTRAINED_DELAUNAY);
+        return facesOf(fresh);
+    }
+    size_t numberOfLines() const { return vLines_.size(); }
+
+  private:
+    struct Line {
+        Segment2 segment;
+        ConstraintGraph2* pGraph;
+    };
+
+    Point2 makePlace() { return Point2(uniform(random_, 0, 100), uniform(random_, 0, 100), uniform(random_, 0, 9)); }
+    void insert() { vFree_.push_back(mesh_.insert(makePlace())); }
+    void remove() {
+        if (vFree_.size() < 20) return;
+        const size_t i = random_() % vFree_.size();
+        mesh_.remove(vFree_[i]);
+        vFree_.erase(vFree_.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    void move() { EXPECT_TRUE(mesh_.moveVertex(vFree_[random_() % vFree_.size()], makePlace())); }
+    /// Lines do not cross: each has a strip of its own.
+    void addBreakline() {
+        const double y = static_cast<double>(random_() % 50) * 2 + 0.5;
+        const Point2 from(uniform(random_, 0, 100), y, 1), to(uniform(random_, 0, 100), y + uniform(random_, 0, 1), 2);
+        const auto isThere = [y](const Line& line) { return std::abs(line.segment.getSrc().y() - y) < 1; };
+        if (std::any_of(vLines_.begin(), vLines_.end(), isThere)) return;
+        const Segment2 segment(from, to);
+        vLines_.push_back({segment, mesh_.createConstraint({segment}, CIS_CONSTRAINED_DELAUNAY)});
+    }
+    void removeBreakline() {
+        const size_t i = random_() % vLines_.size();
+        EXPECT_TRUE(mesh_.removeConstraint(vLines_[i].pGraph, true));
+        vLines_.erase(vLines_.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+
+    Random random_;
+    Taro_2D mesh_;
+    std::vector<Point2*> vFree_;
+    std::vector<Line> vLines_;
+};
+
+TEST(Editing, EndsInTheMeshThatBuildingFromScratchGives) {
+    const int numEdits = static_cast<int>(std::max<size_t>(scaled(10000), 1000));
+    Editor editor(7);
+    size_t maxLines = 0;
+    for (int i = 1; i <= numEdits; ++i) {
+        editor.doAnything();
+        maxLines = std::max(maxLines, editor.numberOfLines());
+        if (i % 500) continue;
+        ASSERT_TRUE(ConstraintOracle(editor.getMesh()).check()) << i;
+        ASSERT_EQ(facesOf(editor.getMesh()), editor.facesFromScratch()) << i;
+    }
+    EXPECT_GT(maxLines, 4u);
+}
+
 TEST(CreateConstraintOfVertices, IsThatOfTheirPlaces) {
     Random random(9);
     const PointVector vPoints = makeGround(300, 4);
