@@ -1,14 +1,26 @@
 #include "mesh/segmentWalk.h"
 
+#include <limits>
+
 #include "kernel/links.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 
-Point2* leaveVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i) {
+namespace {
+
+/// Beyond this number of triangles around a vertex the one that a line takes is looked for from the other end.
+constexpr int MANY_TRIANGLES = 16;
+
+/// leaveVertex that looks at some triangles at most: pT is null where these do not tell.
+Point2* leaveVertexAmong(GeomTest& geomTest, const Point2* p, const Point2* q, int numTriangles, Triangle2*& pT,
+                         int& i) {
     Point2* pOnWay = nullptr;
+    bool bEnough = false;
     pT = findIncidentTriangle(p, [&](const Triangle2* pCandidate) {
+        bEnough = numTriangles-- == 0;
+        if (bEnough) return true;
         i = indexOfVertex(pCandidate, p);
         Point2 *a = pCandidate->getCorner(incIndexBy1(i)), *b = pCandidate->getCorner(incIndexBy2(i));
         if (a == q || b == q) {
@@ -20,13 +32,34 @@ Point2* leaveVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triang
         if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnWay = b;
         return pOnWay || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
     });
+    if (bEnough) pT = nullptr;
     return pOnWay;
+}
+
+/// leaveTowardsVertex by following the line from q to p.
+Point2* arriveFromVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i) {
+    for (;;) {
+        Point2* pReached = leaveVertex(geomTest, q, p, pT, i);
+        if (pReached == p) return const_cast<Point2*>(q);  // a vertex of the mesh
+        while (!pReached) {
+            if (crossEdge(geomTest, q, p, pT, i) == ORIENTATION2_COLLINEAR) pReached = pT->getCorner(i);
+        }
+        if (pReached == p) return nullptr;
+        q = pReached;
+    }
+}
+
+}  // namespace
+
+Point2* leaveVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i) {
+    return leaveVertexAmong(geomTest, p, q, std::numeric_limits<int>::max(), pT, i);
 }
 
 Point2* leaveTowardsVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i) {
     TARO_ASSERT_TEXT(p->getIncidentTriangle() != nullptr, "pSrc->getIncidentTriangle()!=__null");
     TARO_ASSERT_TEXT(q->getIncidentTriangle() != nullptr, "pTrg->getIncidentTriangle()!=__null");
-    Point2* pOnWay = leaveVertex(geomTest, p, q, pT, i);
+    Point2* pOnWay = leaveVertexAmong(geomTest, p, q, MANY_TRIANGLES, pT, i);
+    if (!pT) pOnWay = arriveFromVertex(geomTest, p, q, pT, i);
     TARO_ASSERT_TEXT(pT != nullptr, "pT!=__null");
     return pOnWay;
 }

@@ -13,7 +13,8 @@ namespace LUMO_TARO25D {
 /// Where the line from a vertex p to any point q leaves the triangles around p: across edge i of pT, or along an edge to the
 /// returned vertex; or nowhere, then pT is null.
 Point2* leaveVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i);
-/// The same where both are vertices of the mesh, so that it does leave them.
+/// leaveVertex where both are vertices of the mesh, so that the line does leave p. Where many segments meet at p, its triangles
+/// are not looked at one by one: the cost is that of following the line from q.
 Point2* leaveTowardsVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i);
 /// Follows the line from p to q across edge i of pT. Returns the side of the line on which the far corner of the next triangle
 /// lies; i becomes the next edge that the line crosses, or the index of the far corner if that is on it.

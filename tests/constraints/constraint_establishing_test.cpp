@@ -94,6 +94,27 @@ TEST_F(Constraint, EdgesOfTheMesh) {
     EXPECT_TRUE(work.check());
 }
 
+TEST_F(Constraint, ManySegmentsThroughOnePoint) {
+    // Minutes, if each looked at all triangles around the point.
+    const int numSegments = static_cast<int>(std::max<size_t>(scaled(40000), 4000));
+    for (const bool bFromThere : {false, true}) {
+        Taro_2D mesh;
+        SegmentVector vSegments;
+        for (int i = 0; i < numSegments; ++i) {
+            const double angle = 3.14159265 * (i + 0.3) / numSegments;
+            const double x = std::round(1e6 * std::cos(angle)), y = std::round(1e6 * std::sin(angle));
+            vSegments.push_back(makeSegment(bFromThere ? 0 : -x, bFromThere ? 0 : -y, x, y));
+        }
+        ConstraintGraph2* pGraph = mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);
+        ASSERT_NE(pGraph, nullptr);
+        EXPECT_TRUE(mesh.checkValidity(true, ""));
+        EXPECT_EQ(mesh.numberOfPoints(), (bFromThere ? 1u : 2u) * numSegments + 1);
+        for (const ConstraintSegment2* pCSeg : aliveSegmentsOf(mesh))
+            ASSERT_TRUE(mesh.getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg()) ||
+                        mesh.getAdjacentTriangle(pCSeg->getTrg(), pCSeg->getSrc()));
+    }
+}
+
 // ---- Heights ----
 
 double heightAt(const Work& work, double x, double y) {
