@@ -31,6 +31,10 @@ void Progress::stop() const {
 }
 
 void Progress::broadcast(MsgType type, const std::string& message, double value) {
+    if (pListenersOf_) {
+        pListenersOf_->broadcast(type, message, value);
+        return;
+    }
     // Over a copy, since a listener may change the map; one that was taken out meanwhile may be dead.
     const auto range = mListeners_.equal_range(type);
     const std::vector<std::pair<const MsgType, MsgBase*>> vListeners(range.first, range.second);

@@ -18,10 +18,17 @@ namespace LUMO_TARO25D {
 /// ask `isActive` and `count`: what they have counted is reported when the calling thread calls `report`.
 class Progress : public MessageSink {
   public:
+    Progress() = default;
+    /// The progress of a query: it reports to the listeners of another object and ends by its flag, but counts for itself,
+    /// so that several threads may run queries on one triangulation. The other object must live as long.
+    explicit Progress(Progress& listeners) : pCancelFlag_(listeners.pCancelFlag_), pListenersOf_(&listeners) {}
+
     /// Adds a listener (not owned) unless exactly this pair is present already. Null is ignored.
     void subscribe(MsgType type, MsgBase* pListener);
     void unsubscribe(MsgType type, MsgBase* pListener);
-    bool hasListeners(MsgType type) const { return mListeners_.count(type) > 0; }
+    bool hasListeners(MsgType type) const {
+        return pListenersOf_ ? pListenersOf_->hasListeners(type) : mListeners_.count(type) > 0;
+    }
 
     /// Calls every listener of the type, in the order of subscription. A listener may subscribe and unsubscribe, itself
     /// included, while it is called. Its exception is kept for throwIfStopped.
@@ -77,6 +84,7 @@ class Progress : public MessageSink {
     static constexpr size_t NEVER = std::numeric_limits<size_t>::max();
 
     const std::atomic<bool>* pCancelFlag_ = nullptr;
+    Progress* pListenersOf_ = nullptr;  // null: of its own
     std::multimap<MsgType, MsgBase*> mListeners_;
     std::string name_;
     size_t total_ = 0;

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// a * d - b * c, accurate to a few units in the last place unless numbers leave the range of products without error (Dekker
+/// 1971).
+double accurateDeterminant(double a, double b, double c, double d);
+
+/// The plane through the corners of a triangle, for many heights in it and for its slope.
+class FacePlane {
+  public:
+    explicit FacePlane(const Triangle2& triangle);
+
+    /// How much the plane rises to the east and to the north, for each unit of length.
+    double getRiseEast() const { return riseEast_; }
+    double getRiseNorth() const { return riseNorth_; }
+
+    /// The height at a place in the triangle, border included, among those of the corners; what a sharp triangle needs is
+    /// done.
+    double getHeight(double x, double y) const {
+        if (!bWide_) return getHeightOfSharpOne(x, y);
+        const double z = origin_.z() + riseEast_ * (x - origin_.x()) + riseNorth_ * (y - origin_.y());
+        return z < minZ_ ? minZ_ : z > maxZ_ ? maxZ_ : z;
+    }
+
+  private:
+    double getHeightOfSharpOne(double x, double y) const;
+
+    const Triangle2& triangle_;
+    const Point2& origin_;  // a corner
+    double riseEast_, riseNorth_;
+    double minZ_, maxZ_;
+    bool bWide_;  // rounding does not show in heights from the rises
+};
+
+}  // namespace LUMO_TARO25D

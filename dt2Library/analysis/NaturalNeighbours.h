@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "kernel/GeomTest.h"
+#include "mesh/Dt2.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// Heights by natural neighbour interpolation. For one thread; the mesh must not change.
+class NaturalNeighbours {
+  public:
+    /// For places of at most this magnitude, which is not below that of the mesh.
+    NaturalNeighbours(const Dt2& dt2, double magnitude) : dt2_(dt2), geomTest_(magnitude) {}
+
+    /// The height at a place in a triangle, border included.
+    double getHeight(const Triangle2& triangle, const Point2& place);
+
+  private:
+    /// A place of the Voronoi diagram relative to the place of the query.
+    struct Dual {
+        double x, y;
+    };
+    /// An edge of a triangle of the cavity, across which it may go on.
+    struct Exit {
+        const Triangle2* pT;
+        int i;
+        Dual centre;  // of the triangle
+    };
+    /// What the query that is running has added up.
+    struct Sums {
+        double baseZ;  // heights are relative to it
+        double volume = 0.0, area = 0.0;
+        bool bHasBorder = false;
+        Dual first{}, last{};  // for the first and the last border edge so far
+        double firstZ = 0.0;   // where the first border edge begins
+    };
+
+    bool isBarrier(const Triangle2* pT, int i) const { return !pT->getOppositeTriangle(i) || dt2_.isConstraint(pT, i); }
+    bool isOnVertexOrBarrier(const Triangle2& triangle, const Point2& place, double& height);
+    double interpolate(const Triangle2& triangle, const Point2& place);
+    bool goesOn(const Exit& exit, const Point2& place);
+    void cross(const Exit& exit, const Point2& place);
+    void followBorder(const Exit& exit, const Point2& place);
+    void closeBorder();
+    static double getArea(const Dual& from, const Dual& to) { return 0.5 * (from.x * to.y - from.y * to.x); }
+    static Dual getCentre(double bx, double by, double cx, double cy);
+    static Dual getCentre(const Triangle2& triangle, const Point2& place);
+
+    const Dt2& dt2_;
+    GeomTest geomTest_;
+    std::vector<Exit> vExits_;  // a stack: the next one counterclockwise is on top
+    Sums sums_{};
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "analysis/RasterGrid.h"
+#include "kernel/GeomTest.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// The centres on the border of a zone that no triangle has in a scan, because the ground just east of them, or just north of
+/// those on a horizontal edge, is outside.
+class RasterBorder {
+  public:
+    /// Called with row, column, triangle, and the ends of an edge of it on which the centre lies.
+    using Visitor = std::function<void(size_t, size_t, const Triangle2&, const Edge2&)>;
+
+    /// For the edges of the border, each seen from its triangle in the zone.
+    RasterBorder(const RasterGrid& grid, const std::vector<Edge2>& vBorder)
+        : grid_(grid), vBorder_(vBorder), geomTest_(grid.getMagnitude()) {}
+
+    /// Visits the centres that are left over.
+    void forEach(const Visitor& visit);
+
+  private:
+    /// A border edge from one of its ends.
+    struct Ray {
+        const Point2 *pVtx, *pEnd;
+        const Edge2* pEdge;
+        bool bZoneOnLeft;
+    };
+
+    void visitInside(const Edge2& edge, const Visitor& visit);
+    void visitHorizontal(const Edge2& edge, const Visitor& visit);
+    void visitVertices(const Visitor& visit);
+    bool isBefore(const Ray& a, const Ray& b);
+
+    const RasterGrid& grid_;
+    const std::vector<Edge2>& vBorder_;
+    GeomTest geomTest_;
+};
+
+}  // namespace LUMO_TARO25D

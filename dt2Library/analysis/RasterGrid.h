@@ -1,0 +1,148 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "kernel/GeomTest.h"
+#include "taro25d/Point2.h"
+#include "taro25d/RasterFrame.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// The centres of the cells of a raster, and which of them are in a triangle.
+///
+/// Each centre belongs to one of the triangles around it: the one that a point still contains after an infinitely small step
+/// to the east and a much smaller one to the north. So along a row a triangle has the centres from its left border on,
+/// those on it included, to its right border, and no row at its highest point. Where the borders cross the row is computed in
+/// floating point; only centres closer to a crossing than its error need an exact test.
+class RasterGrid {
+  public:
+    /// Columns, or rows, from one to before another.
+    struct Span {
+        size_t begin, end;
+
+        size_t size() const { return begin < end ? end - begin : 0; }
+    };
+    struct Cells {
+        Span rows, columns;
+
+        size_t size() const { return rows.size() * columns.size(); }
+    };
+
+    /// For triangles of this magnitude. Which frames there are is asked first.
+    RasterGrid(const RasterFrame& frame, double magnitude);
+    /// Whether all numbers are finite and sizes positive, and no two centres next to each other are the same.
+    static bool isUsable(const RasterFrame& frame);
+
+    size_t getNumColumns() const { return vX_.size(); }
+    size_t getNumRows() const { return vY_.size(); }
+    double getX(size_t column) const { return vX_[column]; }
+    double getY(size_t row) const { return vY_[row]; }
+    double getMagnitude() const { return magnitude_; }
+
+    /// The rows whose centres are at least at the first height and below the second one.
+    Span getRows(double minY, double endY) const;
+    /// The columns whose centres are in a closed range.
+    Span getColumns(double minX, double maxX) const { return {getFirstColumn(minX), getColumnAfter(maxX)}; }
+
+    /// The row whose centres have exactly this y; the number of rows if there is none.
+    size_t findRow(double y) const;
+    /// Whether a place is a centre.
+    bool isCentre(const Point2& place) const;
+
+    /// The cells whose centres are in the box of a triangle, without those at its highest point.
+    Cells getCellsAround(const Triangle2& triangle) const {
+        const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
+        const Span columns = getColumns(std::min({a.x(), b.x(), c.x()}), std::max({a.x(), b.x(), c.x()}));
+        if (columns.begin >= columns.end) return {{0, 0}, columns};
+        return {getRows(std::min({a.y(), b.y(), c.y()}), std::max({a.y(), b.y(), c.y()})), columns};
+    }
+    /// Calls f(row, begin, end) for the rows in which the triangle has centres, of these cells around it. The predicates hold
+    /// for the magnitude.
+    template <class F>
+    void scan(const Triangle2& triangle, const Cells& cells, GeomTest& geomTest, const F& f) const {
+        for (size_t row = cells.rows.begin; row < cells.rows.end; ++row) {
+            const Span span = getSpan(triangle, vY_[row], cells.columns, geomTest);
+            if (span.begin < span.end) f(row, span.begin, span.end);
+        }
+    }
+
+    /// The first of some columns whose centre is not west of a segment that crosses the row at this height, decided exactly;
+    /// with the flag, the first that is east of it.
+    size_t getCrossing(const Point2& low, const Point2& high, double y, const Span& columns, bool bPastTies,
+                       GeomTest& geomTest) const;
+
+  private:
+    /// A number of cells as an index of one of n, or n.
+    static size_t toIndex(double cells, size_t n) {
+        if (!(cells > 0.0)) return 0;
+        return cells < static_cast<double>(n) ? static_cast<size_t>(static_cast<std::int64_t>(cells)) : n;
+    }
+    size_t getIndexFor(double x) const { return toIndex((x - frame_.minX) * perWidth_ + 0.5, vX_.size()); }
+    size_t getFirstColumn(double x) const;
+    size_t getColumnAfter(double x) const;
+    Span getSpan(const Triangle2& triangle, double y, const Span& columns, GeomTest& geomTest) const;
+    Span getWideSpan(const Triangle2& triangle, double y, const Span& columns, GeomTest& geomTest) const;
+    static bool has(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest);
+
+    RasterFrame frame_;
+    double perWidth_, perHeight_;
+    double magnitude_;
+    double slack_;  // more than rounding moves a crossing
+    std::vector<double> vX_, vY_;
+};
+
+// Computed, an index is off by one at most; the loops go to the right one.
+
+inline size_t RasterGrid::getFirstColumn(double x) const {
+    size_t j = getIndexFor(x);
+    while (j > 0 && vX_[j - 1] >= x) --j;
+    while (j < vX_.size() && vX_[j] < x) ++j;
+    return j;
+}
+
+inline size_t RasterGrid::getColumnAfter(double x) const {
+    size_t j = getIndexFor(x);
+    while (j > 0 && vX_[j - 1] > x) --j;
+    while (j < vX_.size() && vX_[j] <= x) ++j;
+    return j;
+}
+
+inline RasterGrid::Span RasterGrid::getRows(double minY, double endY) const {
+    Span rows{toIndex((frame_.maxY - endY) * perHeight_ + 0.5, vY_.size()),
+              toIndex((frame_.maxY - minY) * perHeight_ + 0.5, vY_.size())};
+    while (rows.begin > 0 && vY_[rows.begin - 1] < endY) --rows.begin;
+    while (rows.begin < vY_.size() && vY_[rows.begin] >= endY) ++rows.begin;
+    while (rows.end > 0 && vY_[rows.end - 1] < minY) --rows.end;
+    while (rows.end < vY_.size() && vY_[rows.end] >= minY) ++rows.end;
+    return rows;
+}
+
+/// Whether the triangle has a centre, an infinitely small step to the east and a smaller one to the north included.
+inline bool RasterGrid::has(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest) {
+    for (int i = 0; i < 3; ++i) {
+        const Point2 &src = *triangle.getCorner(i), &trg = *triangle.getCorner(i == 2 ? 0 : i + 1);
+        const Orientation2 side = geomTest.getOrientation2(&src, &trg, &centre);
+        if (side == ORIENTATION2_CW) return false;
+        const bool bStepIsLeft = trg.y() < src.y() || (trg.y() == src.y() && trg.x() > src.x());
+        if (side == ORIENTATION2_COLLINEAR && !bStepIsLeft) return false;
+    }
+    return true;
+}
+
+inline RasterGrid::Span RasterGrid::getSpan(const Triangle2& triangle, double y, const Span& columns,
+                                            GeomTest& geomTest) const {
+    constexpr size_t MAX_TO_TEST = 2;
+    if (columns.end - columns.begin > MAX_TO_TEST) return getWideSpan(triangle, y, columns, geomTest);
+    Span span = columns;
+    while (span.begin < span.end && !has(triangle, Point2(vX_[span.begin], y, 0.0), geomTest)) ++span.begin;
+    while (span.begin < span.end && !has(triangle, Point2(vX_[span.end - 1], y, 0.0), geomTest)) --span.end;
+    return span;
+}
+
+}  // namespace LUMO_TARO25D

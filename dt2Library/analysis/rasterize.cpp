@@ -1,0 +1,259 @@
+// Rasters by a scan of the triangles.
+//
+// Each triangle writes the cells whose centres belong to it (RasterGrid). That is one triangle at most, so threads may share
+// the triangles as they like. A triangle over very many cells is put aside, and its rows are shared. Left over are centres on
+// the border of the zone with the zone on their west or south only: the last step goes along the border and gives them the
+// triangle that there is.
+
+#include "taro25d/rasterize.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "analysis/FacePlane.h"
+#include "analysis/NaturalNeighbours.h"
+#include "analysis/RasterBorder.h"
+#include "analysis/RasterGrid.h"
+#include "analysis/zoneTriangles.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
+#include "support/shareWork.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
+#include "zones/ConnectedComponent.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr double NOTHING = std::numeric_limits<double>::quiet_NaN();
+constexpr double DEGREES = 57.295779513082320877;  // in a radian
+
+double getSlope(const FacePlane& plane) {
+    return std::atan(std::hypot(plane.getRiseEast(), plane.getRiseNorth())) * DEGREES;
+}
+
+double getAspect(const FacePlane& plane) {
+    const double east = -plane.getRiseEast(), north = -plane.getRiseNorth();
+    if (east == 0.0 && north == 0.0) return NOTHING;
+    const double aspect = std::atan2(east, north) * DEGREES;
+    const double turned = aspect < 0.0 ? aspect + 360.0 : aspect + 0.0;
+    return turned < 360.0 ? turned : 0.0;
+}
+
+/// The cosine of the angle between the normal and the direction of the light, from 1 to 255.
+double getHillshade(const FacePlane& plane) {
+    const double east = plane.getRiseEast(), north = plane.getRiseNorth();
+    const double length = std::hypot(1.0, std::hypot(east, north));
+    const double towardsNorthWest = std::sqrt(0.5) * (east / length) - std::sqrt(0.5) * (north / length);
+    const double cosine = std::sqrt(0.5) * (towardsNorthWest + 1.0 / length);
+    return 1.0 + 254.0 * std::max(0.0, cosine);
+}
+
+class Rasterizer {
+  public:
+    Rasterizer(const Zone2& zone, const RasterFrame& frame, RasterKind kind, double* aCells, int numCPU)
+        : dt2_(*zone.getDelaunayTriangulation()),
+          grid_(frame, dt2_.getGeomTest().getMaxAbsCoord()),
+          kind_(kind),
+          aCells_(aCells),
+          numThreads_(getNumThreads(numCPU)),
+          progress_(zone.getDelaunayTriangulation()->getProgress()),
+          bAll_(zone.getZoneLocation() == ZL_GLOBAL),
+          vTriangles_(getTrianglesOf(zone)) {
+        for (int i = 0; i < numThreads_; ++i) vWorkers_.push_back(std::make_unique<Worker>(dt2_, grid_.getMagnitude()));
+    }
+
+    void run();
+
+  private:
+    /// What a thread needs for itself.
+    struct Worker {
+        Worker(const Dt2& dt2, double magnitude) : geomTest(magnitude), neighbours(dt2, magnitude) {}
+
+        GeomTest geomTest;
+        NaturalNeighbours neighbours;
+        std::vector<const Triangle2*> vLarge;  // over many cells
+        std::vector<Edge2> vBorder;            // what it has found of the hull
+    };
+
+    void shareRows(const std::function<void(const RasterGrid::Span&, Worker&)>& f);
+    void scanTriangles(size_t begin, size_t end, Worker& worker);
+    void prefetch(size_t k) const;
+    void noteHullEdges(Triangle2* pT, Worker& worker) const;
+    void scanLargeTriangles();
+    void scan(const Triangle2& triangle, const RasterGrid::Cells& cells, Worker& worker);
+    void fillBorder();
+    void fillByHeight(const FacePlane& plane, const Triangle2& triangle, size_t row, size_t begin, size_t end);
+    void fillByNeighbours(const Triangle2& triangle, size_t row, size_t begin, size_t end, Worker& worker);
+    double getMeasure(const FacePlane& plane) const;
+    void setOnBorder(size_t row, size_t column, const Triangle2& triangle, const Edge2& edge);
+    double& getCell(size_t row, size_t column) { return aCells_[row * grid_.getNumColumns() + column]; }
+
+    const Dt2& dt2_;
+    RasterGrid grid_;
+    RasterKind kind_;
+    double* aCells_;
+    int numThreads_;
+    Progress progress_;
+    bool bAll_;  // the zone is the whole triangulation
+    std::vector<Triangle2*> vTriangles_;
+    std::vector<Edge2> vBorder_;
+    std::vector<std::unique_ptr<Worker>> vWorkers_;
+};
+
+void Rasterizer::run() {
+    constexpr size_t TRIANGLES_IN_PIECE = 4096, MAX_REPORTS = 8192;
+    const size_t numSteps = vTriangles_.size() + 2 * grid_.getNumRows();
+    progress_.start("rasterize", numSteps, numSteps / MAX_REPORTS + 1);
+    const ProgressEnd progressEnd(progress_);
+    shareRows([this](const RasterGrid::Span& rows, const Worker&) {
+        std::fill(&getCell(rows.begin, 0), &getCell(rows.end - 1, 0) + grid_.getNumColumns(), NOTHING);
+    });
+    shareWork(numThreads_, vTriangles_.size(), TRIANGLES_IN_PIECE, progress_,
+              [this](size_t begin, size_t end, int threadIdx) { scanTriangles(begin, end, *vWorkers_[threadIdx]); });
+    scanLargeTriangles();
+    fillBorder();
+    progress_.finish();
+}
+
+void Rasterizer::shareRows(const std::function<void(const RasterGrid::Span&, Worker&)>& f) {
+    constexpr size_t CELLS_IN_PIECE = 50000;
+    const size_t numRows = std::max<size_t>(1, CELLS_IN_PIECE / grid_.getNumColumns());
+    shareWork(numThreads_, grid_.getNumRows(), numRows, progress_, [&](size_t begin, size_t end, int threadIdx) {
+        f({begin, end}, *vWorkers_[threadIdx]);
+    });
+}
+
+void Rasterizer::scanTriangles(size_t begin, size_t end, Worker& worker) {
+    constexpr size_t MAX_CELLS = 2000;  // for one thread
+    for (size_t k = begin; k < end; ++k) {
+        prefetch(k);
+        const Triangle2& triangle = *vTriangles_[k];
+        const RasterGrid::Cells cells = grid_.getCellsAround(triangle);
+        if (bAll_) noteHullEdges(vTriangles_[k], worker);
+        if (cells.size() <= MAX_CELLS) {
+            scan(triangle, cells, worker);
+        } else {
+            worker.vLarge.push_back(&triangle);
+        }
+    }
+}
+
+/// The way to a corner is over two addresses: asked for in time, both are there when they are needed.
+void Rasterizer::prefetch(size_t k) const {
+    constexpr size_t AHEAD = 8;
+    if (k + 2 * AHEAD >= vTriangles_.size()) return;
+    __builtin_prefetch(vTriangles_[k + 2 * AHEAD]);
+    for (int i = 0; i < 3; ++i) __builtin_prefetch(vTriangles_[k + AHEAD]->getCorner(i));
+}
+
+void Rasterizer::noteHullEdges(Triangle2* pT, Worker& worker) const {
+    for (int i = 0; i < 3; ++i) {
+        if (!pT->getOppositeTriangle(i)) worker.vBorder.emplace_back(pT, i);
+    }
+}
+
+void Rasterizer::scan(const Triangle2& triangle, const RasterGrid::Cells& cells, Worker& worker) {
+    std::optional<FacePlane> plane;  // not needed where no centre is inside
+    grid_.scan(triangle, cells, worker.geomTest, [&](size_t row, size_t begin, size_t end) {
+        progress_.throwIfStopped();
+        if (kind_ == RK_NATURAL_NEIGHBOUR) {
+            fillByNeighbours(triangle, row, begin, end, worker);
+            return;
+        }
+        if (!plane) plane.emplace(triangle);
+        if (kind_ == RK_LINEAR) {
+            fillByHeight(*plane, triangle, row, begin, end);
+        } else {
+            std::fill(&getCell(row, begin), &getCell(row, begin) + (end - begin), getMeasure(*plane));
+        }
+    });
+}
+
+/// Each thread has some rows of all large triangles.
+void Rasterizer::scanLargeTriangles() {
+    std::vector<const Triangle2*> vLarge;
+    for (const auto& pWorker : vWorkers_) vLarge.insert(vLarge.end(), pWorker->vLarge.begin(), pWorker->vLarge.end());
+    shareRows([&](const RasterGrid::Span& rows, Worker& worker) {
+        for (const Triangle2* pT : vLarge) {
+            RasterGrid::Cells cells = grid_.getCellsAround(*pT);
+            cells.rows = {std::max(cells.rows.begin, rows.begin), std::min(cells.rows.end, rows.end)};
+            scan(*pT, cells, worker);
+        }
+    });
+}
+
+void Rasterizer::fillBorder() {
+    for (const auto& pWorker : vWorkers_) {
+        vBorder_.insert(vBorder_.end(), pWorker->vBorder.begin(), pWorker->vBorder.end());
+    }
+    if (!bAll_) getBorderEdges(vTriangles_, vBorder_);
+    RasterBorder(grid_, vBorder_)
+        .forEach([this](size_t row, size_t column, const Triangle2& triangle, const Edge2& edge) {
+            setOnBorder(row, column, triangle, edge);
+        });
+}
+
+void Rasterizer::fillByHeight(const FacePlane& plane, const Triangle2& triangle, size_t row, size_t begin, size_t end) {
+    const double y = grid_.getY(row);
+    for (size_t column = begin; column < end; ++column) getCell(row, column) = plane.getHeight(grid_.getX(column), y);
+    // A centre at a corner, which is the first or the last one of its row, has its height.
+    for (int i = 0; i < 3; ++i) {
+        const Point2& corner = *triangle.getCorner(i);
+        if (corner.y() != y) continue;
+        for (const size_t column : {begin, end - 1}) {
+            if (corner.x() == grid_.getX(column)) getCell(row, column) = corner.z();
+        }
+    }
+}
+
+void Rasterizer::fillByNeighbours(const Triangle2& triangle, size_t row, size_t begin, size_t end, Worker& worker) {
+    for (size_t column = begin; column < end; ++column) {
+        progress_.throwIfStopped();
+        const Point2 centre(grid_.getX(column), grid_.getY(row), 0.0);
+        getCell(row, column) = worker.neighbours.getHeight(triangle, centre);
+    }
+}
+
+double Rasterizer::getMeasure(const FacePlane& plane) const {
+    switch (kind_) {
+        case RK_SLOPE:
+            return getSlope(plane);
+        case RK_ASPECT:
+            return getAspect(plane);
+        default:
+            return getHillshade(plane);
+    }
+}
+
+void Rasterizer::setOnBorder(size_t row, size_t column, const Triangle2& triangle, const Edge2& edge) {
+    const bool bHeight = kind_ == RK_LINEAR || kind_ == RK_NATURAL_NEIGHBOUR;
+    getCell(row, column) = bHeight ? getZOnSegment(*edge.getSrc(), *edge.getTrg(), grid_.getX(column), grid_.getY(row))
+                                   : getMeasure(FacePlane(triangle));
+}
+
+/// Always false.
+bool refuse(const char* text) {
+    warning("rasterize()", text);
+    return false;
+}
+
+}  // namespace
+
+bool rasterize(const Zone2* pZone, const RasterFrame& frame, RasterKind kind, double* aCells, int numCPU) {
+    if (!pZone || !aCells) return refuse(pZone ? "no room for the cells, no raster" : "zone is NULL, no raster");
+    const MessageScope scope(&pZone->getDelaunayTriangulation()->getProgress());
+    if (!RasterGrid::isUsable(frame)) return refuse("the frame has no cells that can be told apart, no raster");
+    if (kind < RK_LINEAR || kind > RK_HILLSHADE) return refuse("unknown kind of raster, no raster");
+    Rasterizer(*pZone, frame, kind, aCells, numCPU).run();
+    return true;
+}
+
+}  // namespace LUMO_TARO25D

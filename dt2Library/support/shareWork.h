@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+#include "support/Progress.h"
+
+namespace LUMO_TARO25D {
+
+/// Cuts [0, n) into pieces of the given size and calls f(begin, end, threadIdx) for each of them, on several threads that take
+/// the next piece when they are done with one. So no result may depend on which thread has a piece. A piece should take a
+/// millisecond or so: the cancel flag of the progress is looked at between pieces, and n counts as n steps of it. With more
+/// than one thread the calling thread only waits and reports. The first exception ends all threads, and is thrown again.
+void shareWork(int numThreads, size_t n, size_t pieceSize, Progress& progress,
+               const std::function<void(size_t, size_t, int)>& f);
+
+/// The number of threads that shareWork will use: no more than there are pieces.
+int getNumSharing(int numThreads, size_t n, size_t pieceSize);
+
+}  // namespace LUMO_TARO25D
