@@ -13,6 +13,7 @@
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 #include "taro25d/Vector2.h"
+#include "taro25d/freeFunctions.h"
 #include "zones/ConnectedComponent.h"
 
 namespace LUMO_TARO25D {
@@ -88,6 +89,23 @@ void CAF_Component::setVolume(const HeightMap& heights) {
         solid.addTriangle(bottom(pSrc), top(pTrg), top(pSrc));
     }
     volume_ = std::max(0.0, solid.getVolume());  // of a sliver, rounding may leave less than nothing
+}
+
+double CAF_Component::getArea2D() const {
+    double area = 0.0;
+    for (const Triangle2* pT : vTriangles_) {
+        area += LUMO_TARO25D::getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
+    }
+    return area;
+}
+
+/// z of a corner is the difference.
+double CAF_Component::getMaxHeightDifference() const {
+    double largest = 0.0;
+    for (const Triangle2* pT : vTriangles_) {
+        for (int i = 0; i < 3; ++i) largest = std::max(largest, std::abs(pT->getCorner(i)->z()));
+    }
+    return caftype_ == CT_NO_CHANGE ? 0.0 : largest;
 }
 
 void CAF_Component::getTriangles(std::vector<Triangle2*>& vTriangles) const {

@@ -15,6 +15,18 @@ size_t CutAndFill::getNumberOfComponents() const { return pImpl_->getNumberOfCom
 
 CAF_Component* CutAndFill::getComponent(size_t i) const { return pImpl_->getComponent(i); }
 
+void CutAndFill::getTotals(SurfaceDifference& totals) const {
+    totals = {};
+    for (size_t i = 0; i < getNumberOfComponents(); ++i) {
+        const CAF_Component& component = *getComponent(i);
+        const CAFType type = component.getCAFType();
+        double& area = type == CT_CUT ? totals.cutArea : type == CT_FILL ? totals.fillArea : totals.unchangedArea;
+        area += component.getArea2D();
+        if (type == CT_CUT) totals.cutVolume += component.getVolume();
+        if (type == CT_FILL) totals.fillVolume += component.getVolume();
+    }
+}
+
 void CutAndFill::getDiffZone(Zone2*& pDiffZone, std::map<Point2*, std::pair<double, double>>& mVtx2BeforeAfter) const {
     pImpl_->getDiffZone(pDiffZone, mVtx2BeforeAfter);
 }

@@ -83,9 +83,9 @@ class Rasterizer {
         std::vector<Edge2> vBorder;            // what it has found of the hull
     };
 
+    size_t getPieceSize() const;
     void shareRows(const std::function<void(const RasterGrid::Span&, Worker&)>& f);
     void scanTriangles(size_t begin, size_t end, Worker& worker);
-    void prefetch(size_t k) const;
     void noteHullEdges(Triangle2* pT, Worker& worker) const;
     void scanLargeTriangles();
     void scan(const Triangle2& triangle, const RasterGrid::Cells& cells, Worker& worker);
@@ -109,18 +109,26 @@ class Rasterizer {
 };
 
 void Rasterizer::run() {
-    constexpr size_t TRIANGLES_IN_PIECE = 4096, MAX_REPORTS = 8192;
+    constexpr size_t MAX_REPORTS = 8192;
     const size_t numSteps = vTriangles_.size() + 2 * grid_.getNumRows();
     progress_.start("rasterize", numSteps, numSteps / MAX_REPORTS + 1);
     const ProgressEnd progressEnd(progress_);
     shareRows([this](const RasterGrid::Span& rows, const Worker&) {
         std::fill(&getCell(rows.begin, 0), &getCell(rows.end - 1, 0) + grid_.getNumColumns(), NOTHING);
     });
-    shareWork(numThreads_, vTriangles_.size(), TRIANGLES_IN_PIECE, progress_,
+    shareWork(numThreads_, vTriangles_.size(), getPieceSize(), progress_,
               [this](size_t begin, size_t end, int threadIdx) { scanTriangles(begin, end, *vWorkers_[threadIdx]); });
     scanLargeTriangles();
     fillBorder();
     progress_.finish();
+}
+
+/// So many triangles that they have some thousand cells.
+size_t Rasterizer::getPieceSize() const {
+    constexpr double CELLS_IN_PIECE = 20000.0, MIN_SIZE = 16.0, MAX_SIZE = 4096.0;
+    const double numCells = static_cast<double>(grid_.getNumRows()) * static_cast<double>(grid_.getNumColumns());
+    const double size = CELLS_IN_PIECE * static_cast<double>(vTriangles_.size()) / numCells;
+    return static_cast<size_t>(std::clamp(size, MIN_SIZE, MAX_SIZE));
 }
 
 void Rasterizer::shareRows(const std::function<void(const RasterGrid::Span&, Worker&)>& f) {
@@ -134,7 +142,7 @@ void Rasterizer::shareRows(const std::function<void(const RasterGrid::Span&, Wor
 void Rasterizer::scanTriangles(size_t begin, size_t end, Worker& worker) {
     constexpr size_t MAX_CELLS = 2000;  // for one thread
     for (size_t k = begin; k < end; ++k) {
-        prefetch(k);
+        prefetchTriangles(vTriangles_, k);
         const Triangle2& triangle = *vTriangles_[k];
         const RasterGrid::Cells cells = grid_.getCellsAround(triangle);
         if (bAll_) noteHullEdges(vTriangles_[k], worker);
@@ -144,14 +152,6 @@ void Rasterizer::scanTriangles(size_t begin, size_t end, Worker& worker) {
             worker.vLarge.push_back(&triangle);
         }
     }
-}
-
-/// The way to a corner is over two addresses: asked for in time, both are there when they are needed.
-void Rasterizer::prefetch(size_t k) const {
-    constexpr size_t AHEAD = 8;
-    if (k + 2 * AHEAD >= vTriangles_.size()) return;
-    __builtin_prefetch(vTriangles_[k + 2 * AHEAD]);
-    for (int i = 0; i < 3; ++i) __builtin_prefetch(vTriangles_[k + AHEAD]->getCorner(i));
 }
 
 void Rasterizer::noteHullEdges(Triangle2* pT, Worker& worker) const {

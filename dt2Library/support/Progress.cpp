@@ -7,6 +7,17 @@
 
 namespace LUMO_TARO25D {
 
+Progress::Progress(Progress& first, Progress* pSecond) : pCancelFlag_(first.pCancelFlag_), vListenersOf_{&first} {
+    if (!pSecond || pSecond == &first) return;
+    pSecondFlag_ = pSecond->pCancelFlag_;
+    vListenersOf_.push_back(pSecond);
+}
+
+bool Progress::hasListeners(MsgType type) const {
+    return mListeners_.count(type) > 0 || std::any_of(vListenersOf_.begin(), vListenersOf_.end(),
+                                                      [type](const auto* p) { return p->hasListeners(type); });
+}
+
 void Progress::subscribe(MsgType type, MsgBase* pListener) {
     if (!pListener || isSubscribed(type, pListener)) return;
     mListeners_.emplace(type, pListener);
@@ -27,14 +38,11 @@ bool Progress::isSubscribed(MsgType type, const MsgBase* pListener) const {
 
 void Progress::stop() const {
     throwKeptException();
-    if (pCancelFlag_ && *pCancelFlag_) throw TaroCancelled();
+    if (isSet(pCancelFlag_) || isSet(pSecondFlag_)) throw TaroCancelled();
 }
 
 void Progress::broadcast(MsgType type, const std::string& message, double value) {
-    if (pListenersOf_) {
-        pListenersOf_->broadcast(type, message, value);
-        return;
-    }
+    for (Progress* pOther : vListenersOf_) pOther->broadcast(type, message, value);
     // Over a copy, since a listener may change the map; one that was taken out meanwhile may be dead.
     const auto range = mListeners_.equal_range(type);
     const std::vector<std::pair<const MsgType, MsgBase*>> vListeners(range.first, range.second);

@@ -5,6 +5,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "support/diagnostics.h"
 #include "taro25d/MsgBase.h"
@@ -19,16 +20,14 @@ namespace LUMO_TARO25D {
 class Progress : public MessageSink {
   public:
     Progress() = default;
-    /// The progress of a query: it reports to the listeners of another object and ends by its flag, but counts for itself,
-    /// so that several threads may run queries on one triangulation. The other object must live as long.
-    explicit Progress(Progress& listeners) : pCancelFlag_(listeners.pCancelFlag_), pListenersOf_(&listeners) {}
+    /// The progress of a query: it reports to the listeners of another object, or of two, and ends by their flags, but counts
+    /// for itself, so that several threads may run queries on one triangulation. Those objects must live as long.
+    explicit Progress(Progress& first, Progress* pSecond = nullptr);
 
     /// Adds a listener (not owned) unless exactly this pair is present already. Null is ignored.
     void subscribe(MsgType type, MsgBase* pListener);
     void unsubscribe(MsgType type, MsgBase* pListener);
-    bool hasListeners(MsgType type) const {
-        return pListenersOf_ ? pListenersOf_->hasListeners(type) : mListeners_.count(type) > 0;
-    }
+    bool hasListeners(MsgType type) const;
 
     /// Calls every listener of the type, in the order of subscription. A listener may subscribe and unsubscribe, itself
     /// included, while it is called. Its exception is kept for throwIfStopped.
@@ -51,7 +50,7 @@ class Progress : public MessageSink {
     /// that was kept. Called where an operation may end, at least every 50 ms; costs a few instructions. Any thread may
     /// call it.
     void throwIfStopped() const {
-        if ((pCancelFlag_ && pCancelFlag_->load(std::memory_order_relaxed)) || mayHaveKeptException()) stop();
+        if (isSet(pCancelFlag_) || isSet(pSecondFlag_) || mayHaveKeptException()) stop();
     }
 
     /// True while counting is worth it: there are listeners, an operation is announced and progress is not disabled.
@@ -76,6 +75,7 @@ class Progress : public MessageSink {
     void reset() { start(std::string(), 0); }
 
   private:
+    static bool isSet(const std::atomic<bool>* pFlag) { return pFlag && pFlag->load(std::memory_order_relaxed); }
     bool isSubscribed(MsgType type, const MsgBase* pListener) const;
     void stop() const;
     void updateActive();
@@ -84,7 +84,8 @@ class Progress : public MessageSink {
     static constexpr size_t NEVER = std::numeric_limits<size_t>::max();
 
     const std::atomic<bool>* pCancelFlag_ = nullptr;
-    Progress* pListenersOf_ = nullptr;  // null: of its own
+    const std::atomic<bool>* pSecondFlag_ = nullptr;
+    std::vector<Progress*> vListenersOf_;  // none: of its own
     std::multimap<MsgType, MsgBase*> mListeners_;
     std::string name_;
     size_t total_ = 0;

@@ -31,6 +31,11 @@ class TARO25D_API CAF_Component {
     CAFType getCAFType() const { return caftype_; }
     /// The volume between the two surfaces, in cubic units of the coordinates: never negative, and 0 for CT_NO_CHANGE.
     double getVolume() const { return volume_; }
+    /// The area of the triangles in x-y, in square units of the coordinates. Linear, as is the next one.
+    double getArea2D() const;
+    /// The largest vertical distance between the two surfaces, in the unit of the heights: never negative, and 0 for
+    /// CT_NO_CHANGE.
+    double getMaxHeightDifference() const;
     /// The position in the list of components.
     int getLabel() const { return label_; }
 

@@ -9,6 +9,7 @@
 #include "taro25d/MsgBase.h"
 #include "taro25d/MsgType.h"
 #include "taro25d/Point2.h"
+#include "taro25d/SurfaceDifference.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/export.h"
 
@@ -53,6 +54,10 @@ class TARO25D_API CutAndFill {
     /// Component i: those without change first, then cut, then fill (also where they are less than 0.0001 high), each
     /// kind in the order of its smallest points (by x, then y). An index that is too large fails with TaroException.
     CAF_Component* getComponent(size_t i) const;
+
+    /// The sums of the volumes and areas of the components, by their types, which replace what totals held; zeros before
+    /// `go`. Linear in the triangles.
+    void getTotals(SurfaceDifference& totals) const;
 
     /// The zone of the combined triangulation that the components make up together, null if there is none, and the
     /// heights (before, after) of exactly its vertices, which replace the content of the map. z of a vertex is the

@@ -1,0 +1,261 @@
+// The difference of two surfaces without an overlay mesh.
+//
+// The zone with more triangles is the outer one: for each of its triangles those of the other triangulation that overlap it are
+// found by spreading. It starts where a walk from the last triangle ends that seeks the centre of the outer one, and
+// crosses each edge that the part common to the two triangles reaches. Where only rounding says that there is such a part, along
+// an edge of the outer triangle, it does not go on: what overlaps the inside of the outer triangle is connected there, since
+// triangles are convex. An outer triangle with its centre beyond the hull of the other triangulation starts from hull edges. A
+// triangle with the same corners has no others to look for.
+//
+// Heights are linear on each common part, so that its volume and areas are simple sums (OverlayPiece). Each is computed from
+// differences to a corner of the outer triangle: far from the origin nothing is lost.
+//
+// The outer triangles are cut into pieces of a fixed number. A walk never comes from another piece, and the sums of pieces are
+// added in order, so threads make no difference.
+
+#include "taro25d/compareSurfaces.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include "analysis/HullChains.h"
+#include "analysis/OverlayPiece.h"
+#include "analysis/zoneTriangles.h"
+#include "kernel/flatSets.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "mesh/walk.h"
+#include "support/PointerMap.h"
+#include "support/diagnostics.h"
+#include "support/shareWork.h"
+#include "taro25d/Zone2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr const char* LOCATION = "compareSurfaces()";
+
+void add(const SurfaceDifference& part, SurfaceDifference& sums) {
+    sums.cutVolume += part.cutVolume;
+    sums.fillVolume += part.fillVolume;
+    sums.cutArea += part.cutArea;
+    sums.fillArea += part.fillArea;
+    sums.unchangedArea += part.unchangedArea;
+}
+
+Bbox2 getBoxOf(const Triangle2& triangle) {
+    Bbox2 box;
+    for (int i = 0; i < 3; ++i) box.add(*triangle.getCorner(i));
+    return box;
+}
+
+/// Triangles that have been come to, few as a rule.
+class Reached {
+  public:
+    void clear() {
+        vTriangles_.clear();
+        pMany_.reset();
+    }
+    void add(Triangle2* pT) {
+        if (vTriangles_.size() > MAX_FEW) {
+            addToMany(pT);
+            return;
+        }
+        for (const Triangle2* pReached : vTriangles_) {
+            if (pReached == pT) return;
+        }
+        __builtin_prefetch(pT);
+        vTriangles_.push_back(pT);
+    }
+    size_t size() const { return vTriangles_.size(); }
+    Triangle2* operator[](size_t i) const { return vTriangles_[i]; }
+
+  private:
+    static constexpr size_t MAX_FEW = 24;
+
+    void addToMany(Triangle2* pT) {
+        if (!pMany_) pMany_ = std::make_unique<AddressSet>(toSet(vTriangles_));
+        if (pMany_->insert(pT)) vTriangles_.push_back(pT);
+    }
+
+    std::vector<Triangle2*> vTriangles_;
+    std::unique_ptr<AddressSet> pMany_;  // null while there are few
+};
+
+/// The zone whose triangles are looked for.
+class InnerSurface {
+  public:
+    InnerSurface(const Zone2& zone, const std::vector<Triangle2*>& vTriangles)
+        : dt2_(*zone.getDelaunayTriangulation()), hull_(dt2_), box_(LUMO_TARO25D::getBox(vTriangles)) {
+        if (vTriangles.size() == dt2_.numberOfTriangles()) return;
+        mInZone_.reserve(vTriangles.size());
+        for (const Triangle2* pT : vTriangles) mInZone_.add(pT, true);
+    }
+
+    const Dt2& getDt2() const { return dt2_; }
+    const Bbox2& getBox() const { return box_; }
+    bool contains(const Triangle2* pT) const { return mInZone_.empty() || mInZone_.find(pT); }
+    /// Adds triangles from which all that overlap another one are reached. The hint, if it is not null, is where to look
+    /// first, and becomes the next one.
+    void start(const Triangle2& outer, Triangle2*& pHint, GeomTest& geomTest, Reached& reached) const;
+
+  private:
+    Triangle2* getTriangleNear(const Point2& place) const;
+
+    const Dt2& dt2_;
+    HullChains hull_;
+    Bbox2 box_;
+    PointerMap<bool> mInZone_;  // empty if all are
+};
+
+Triangle2* InnerSurface::getTriangleNear(const Point2& place) const {
+    const VertexVault& vault = dt2_.getVertexVault();
+    return vault.getInsertionBox().isInBox(place) ? vault.getCloseTriangle(place) : dt2_.getOneValidTriangle();
+}
+
+void InnerSurface::start(const Triangle2& outer, Triangle2*& pHint, GeomTest& geomTest, Reached& reached) const {
+    const Point2 centre = outer.getBarycenter();
+    if (!pHint) pHint = getTriangleNear(centre);
+    int idx = -1;
+    const int code = LUMO_TARO25D::walk(&centre, pHint, idx, geomTest);
+    if (code == CODE_INSIDE || code == CODE_DUPLICATE) {
+        reached.add(pHint);
+        return;
+    }
+    std::vector<Triangle2*> vNear;
+    hull_.getNear(getBoxOf(outer), vNear);
+    for (Triangle2* pT : vNear) reached.add(pT);
+}
+
+class Comparison {
+  public:
+    Comparison(const Zone2& outer, const Zone2& inner, const std::vector<Triangle2*>& vOuter,
+               const std::vector<Triangle2*>& vInner, double threshold, Progress& progress)
+        : vOuter_(vOuter),
+          inner_(inner, vInner),
+          threshold_(threshold),
+          progress_(progress),
+          magnitude_(std::max(outer.getDelaunayTriangulation()->getGeomTest().getMaxAbsCoord(),
+                              inner_.getDt2().getGeomTest().getMaxAbsCoord())) {}
+
+    SurfaceDifference run(int numThreads);
+
+  private:
+    /// A walk through the inner surface, for some outer triangles one after the other.
+    struct Walk {
+        explicit Walk(double magnitude) : geomTest(magnitude) {}
+
+        GeomTest geomTest;
+        Triangle2* pHint = nullptr;
+        Reached reached;
+        SurfaceDifference sums;
+    };
+
+    void compare(const Triangle2& outer, Walk& walk) const;
+    bool addIfSame(const Triangle2& outer, const Triangle2& inner, const LocalTriangle& local, Walk& walk) const;
+    void addPiece(OverlayPiece& piece, const LocalTriangle& inner, double uncertainty, Walk& walk) const;
+
+    const std::vector<Triangle2*>& vOuter_;
+    InnerSurface inner_;
+    double threshold_;
+    Progress& progress_;
+    double magnitude_;
+};
+
+SurfaceDifference Comparison::run(int numThreads) {
+    constexpr size_t TRIANGLES_IN_PIECE = 512;
+    std::vector<SurfaceDifference> vOfPieces(vOuter_.size() / TRIANGLES_IN_PIECE + 1);
+    shareWork(numThreads, vOuter_.size(), TRIANGLES_IN_PIECE, progress_, [&](size_t begin, size_t end, int) {
+        Walk walk(magnitude_);
+        for (size_t k = begin; k < end; ++k) {
+            prefetchTriangles(vOuter_, k);
+            compare(*vOuter_[k], walk);
+        }
+        vOfPieces[begin / TRIANGLES_IN_PIECE] = walk.sums;
+    });
+    SurfaceDifference sums;
+    for (const SurfaceDifference& ofPiece : vOfPieces) add(ofPiece, sums);
+    return sums;
+}
+
+void Comparison::compare(const Triangle2& outer, Walk& walk) const {
+    if (!inner_.getBox().doIntersect(getBoxOf(outer))) return;
+    const Point2& origin = *outer.getCorner(0);
+    const LocalTriangle localOuter(outer, origin);
+    const double uncertainty = localOuter.getUncertainty(magnitude_);
+    walk.reached.clear();
+    inner_.start(outer, walk.pHint, walk.geomTest, walk.reached);
+    for (size_t k = 0; k < walk.reached.size(); ++k) {
+        progress_.throwIfStopped();
+        const Triangle2* pInner = walk.reached[k];
+        if (k == 0 && addIfSame(outer, *pInner, localOuter, walk)) return;
+        const LocalTriangle localInner(*pInner, origin);
+        OverlayPiece piece(localOuter, localInner);
+        if (piece.isAtEdge()) continue;
+        for (int i = 0; i < 3; ++i) {
+            Triangle2* pN = pInner->getOppositeTriangle(i);
+            if (pN && piece.reaches(static_cast<size_t>(i))) walk.reached.add(pN);
+        }
+        if (inner_.contains(pInner)) addPiece(piece, localInner, uncertainty, walk);
+    }
+}
+
+bool Comparison::addIfSame(const Triangle2& outer, const Triangle2& inner, const LocalTriangle& local,
+                           Walk& walk) const {
+    for (int shift = 0; shift < 3; ++shift) {
+        const auto isSame = [&](int i) { return *outer.getCorner(i) == *inner.getCorner((i + shift) % 3); };
+        if (!isSame(0) || !isSame(1) || !isSame(2)) continue;
+        const LocalTriangle localInner(inner, *outer.getCorner(0));
+        OverlayPiece piece(local, localInner, static_cast<size_t>(shift));
+        if (inner_.contains(&inner)) addPiece(piece, localInner, local.getUncertainty(magnitude_), walk);
+        return true;
+    }
+    return false;
+}
+
+void Comparison::addPiece(OverlayPiece& piece, const LocalTriangle& inner, double uncertainty, Walk& walk) const {
+    piece.addTo(walk.sums, threshold_, uncertainty + inner.getUncertainty(magnitude_));
+}
+
+}  // namespace
+
+SurfaceDifference compareSurfaces(const Zone2* pBefore, const Zone2* pAfter, double ignoreThreshold, int numCPU) {
+    if (!pBefore || !pAfter) {
+        const Zone2* pZone = pBefore ? pBefore : pAfter;
+        const MessageScope scope(pZone ? &pZone->getDelaunayTriangulation()->getProgress() : nullptr);
+        warning(LOCATION, "A zone is NULL, nothing to do");
+        constexpr double NOTHING = std::numeric_limits<double>::quiet_NaN();
+        return {NOTHING, NOTHING, NOTHING, NOTHING, NOTHING};
+    }
+    Progress progress(pBefore->getDelaunayTriangulation()->getProgress(),
+                      &pAfter->getDelaunayTriangulation()->getProgress());
+    const MessageScope scope(&progress);
+    const std::vector<Triangle2*> vBefore = getTrianglesOf(*pBefore), vAfter = getTrianglesOf(*pAfter);
+    SurfaceDifference sums;
+    if (!vBefore.empty() && !vAfter.empty()) {
+        const double threshold = ignoreThreshold > 0.0 ? ignoreThreshold : 0.0;
+        const bool bSwap = vAfter.size() > vBefore.size();
+        const auto& vOuter = bSwap ? vAfter : vBefore;
+        progress.start("compareSurfaces", vOuter.size(), vOuter.size() / 8192 + 1);
+        const ProgressEnd progressEnd(progress);
+        sums = bSwap ? Comparison(*pAfter, *pBefore, vAfter, vBefore, threshold, progress).run(getNumThreads(numCPU))
+                     : Comparison(*pBefore, *pAfter, vBefore, vAfter, threshold, progress).run(getNumThreads(numCPU));
+        if (bSwap) {
+            std::swap(sums.cutVolume, sums.fillVolume);
+            std::swap(sums.cutArea, sums.fillArea);
+        }
+        progress.finish();
+    }
+    if (!(sums.cutArea + sums.fillArea + sums.unchangedArea > 0.0)) {
+        warning(LOCATION, "Zones do not overlap, nothing to do");
+        return {};
+    }
+    return sums;
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,238 @@
+#include "taro25d/compareSurfaces.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+#include "mesh/Dt2.h"
+#include "support/capture.h"
+#include "support/generators.h"
+#include "support/mesh.h"
+#include "support/recorder.h"
+#include "taro25d/CutAndFill.h"
+#include "taro25d/TaroCancelled.h"
+#include "taro25d/Taro_2D.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+using HeightAt = std::function<double(double, double)>;
+
+/// Random ground over a square, with its corners.
+struct Ground {
+    Ground(size_t n, double from, double to, const HeightAt& heightAt, unsigned seed) {
+        Random r(seed);
+        PointVector vPoints = makeScattered(n, from, from, to, to, r);
+        for (const double x : {from, to})
+            for (const double y : {from, to}) vPoints.emplace_back(x, y, 0);
+        for (Point2& point : vPoints) point.set(point.x(), point.y(), heightAt(point.x(), point.y()));
+        mesh.insert(vPoints);
+        pZone = mesh.createZone(nullptr, ZL_GLOBAL);
+    }
+    Taro_2D mesh;
+    Zone2* pZone;
+};
+
+void expectNear(const SurfaceDifference& expected, const SurfaceDifference& found, double share = 1e-9) {
+    const double volumes = expected.cutVolume + expected.fillVolume + 1e-300;
+    const double areas = expected.cutArea + expected.fillArea + expected.unchangedArea + 1e-300;
+    EXPECT_NEAR(expected.cutVolume, found.cutVolume, share * volumes);
+    EXPECT_NEAR(expected.fillVolume, found.fillVolume, share * volumes);
+    EXPECT_NEAR(expected.cutArea, found.cutArea, share * areas);
+    EXPECT_NEAR(expected.fillArea, found.fillArea, share * areas);
+    EXPECT_NEAR(expected.unchangedArea, found.unchangedArea, share * areas);
+}
+
+SurfaceDifference turned(const SurfaceDifference& d) {
+    return {d.fillVolume, d.cutVolume, d.fillArea, d.cutArea, d.unchangedArea};
+}
+
+/// By the whole earthworks engine.
+SurfaceDifference totalsOf(Zone2* pBefore, Zone2* pAfter) {
+    const StdoutCapture capture;
+    CutAndFill caf(pBefore, pAfter, 0);
+    caf.go();
+    SurfaceDifference totals;
+    caf.getTotals(totals);
+    return totals;
+}
+
+}  // namespace
+
+TEST(CompareSurfaces, GivesTheVolumesOfWedges) {
+    for (const double origin : {0.0, 3e6}) {
+        // A plane that rises from -1 to 1 over 0, on different points, and one that reaches beyond.
+        const Ground flat(
+            500, origin, origin + 10, [](double, double) { return 50.0; }, 1);
+        const Ground tilted(
+            700, origin, origin + 10, [=](double x, double) { return 50 + 0.2 * (x - origin) - 1; }, 2);
+        const Ground larger(
+            900, origin - 5, origin + 20, [=](double x, double) { return 50 + 0.2 * (x - origin) - 1; }, 3);
+        const SurfaceDifference wedges{25, 25, 50, 50, 0};
+        // Coordinates of that size have rounding errors of 5e-10.
+        const double share = 1e-9 + 1e-15 * origin;
+        expectNear(wedges, compareSurfaces(flat.pZone, tilted.pZone, 0), share);
+        expectNear(wedges, compareSurfaces(tilted.pZone, flat.pZone, 0), share);
+        expectNear(wedges, compareSurfaces(flat.pZone, larger.pZone, 0), share);
+        expectNear(wedges, compareSurfaces(larger.pZone, flat.pZone, 0), share);
+        // From 0.5 on: half of the ground, with three quarters of the volume.
+        expectNear({18.75, 18.75, 25, 25, 50}, compareSurfaces(flat.pZone, tilted.pZone, 0.5), share);
+        expectNear({0, 0, 0, 0, 100}, compareSurfaces(flat.pZone, tilted.pZone, 1.0 + 1e-6), share);
+        expectNear(wedges, compareSurfaces(flat.pZone, tilted.pZone, -1), share);
+        expectNear(wedges, compareSurfaces(flat.pZone, tilted.pZone, NOT_A_NUMBER), share);
+    }
+}
+
+TEST(CompareSurfaces, AgreesWithCutAndFill) {
+    const auto hills = [](double x, double y) { return 5 * std::sin(0.3 * x) + 3 * std::cos(0.5 * y); };
+    const auto others = [](double x, double y) { return 5 * std::sin(0.3 * x + 0.4) + 3 * std::cos(0.5 * y - 0.2); };
+    for (const double origin : {0.0, 400000.0}) {
+        const auto moved = [origin](const HeightAt& f) {
+            return [=](double x, double y) { return f(x - origin, y - origin); };
+        };
+        Ground before(900, origin, origin + 60, moved(hills), 4);
+        Ground after(300, origin + 7, origin + 90, moved(others), 5);
+        const std::vector<Segment2> vRing{
+            Segment2(Point2(origin + 10, origin + 10, 0), Point2(origin + 50, origin + 14, 0)),
+            Segment2(Point2(origin + 50, origin + 14, 0), Point2(origin + 40, origin + 55, 0)),
+            Segment2(Point2(origin + 40, origin + 55, 0), Point2(origin + 10, origin + 10, 0))};
+        Zone2* pPart = before.mesh.createZone(before.mesh.createConstraint(vRing, CIS_CONSTRAINED_DELAUNAY), ZL_INSIDE);
+        Zone2* pRest = zoneDifference(before.pZone, pPart);
+        for (Zone2* pZone : {before.pZone, pPart, pRest}) {
+            const SurfaceDifference totals = totalsOf(pZone, after.pZone);
+            expectNear(totals, compareSurfaces(pZone, after.pZone, 0));
+            expectNear(turned(totals), compareSurfaces(after.pZone, pZone, 0));
+        }
+    }
+}
+
+TEST(CompareSurfaces, SeesNoDifferenceInWhatIsEqual) {
+    const auto steep = [](double x, double y) { return 1000 + 300 * std::sin(x) - 200 * std::cos(y); };
+    Ground ground(3000, 0, 100, steep, 6);
+    Ground same(3000, 0, 100, steep, 6);
+    expectNear({0, 0, 0, 0, 10000}, compareSurfaces(ground.pZone, ground.pZone, 0));
+    expectNear({0, 0, 0, 0, 10000}, compareSurfaces(ground.pZone, same.pZone, 0));
+    // One hole more in one plane: other triangles, heights within rounding.
+    const auto plane = [](double x, double y) { return 0.3 * x + 0.1 * y + 1e4; };
+    const Ground coarse(50, 0, 100, plane, 7), fine(5000, 0, 100, plane, 8);
+    const SurfaceDifference d = compareSurfaces(coarse.pZone, fine.pZone, 0);
+    EXPECT_EQ(d.cutVolume + d.fillVolume, 0.0);
+    EXPECT_NEAR(d.unchangedArea, 10000, 1e-5);
+}
+
+/// Grids share vertices and edges, and with another spacing edges lie upon each other in part: what touches must neither be
+/// missed nor counted twice.
+TEST(CompareSurfaces, CountsGroundOnceWhereEdgesCoincide) {
+    Random r(9);
+    const auto gridOf = [&r](size_t side, double spacing, double height) {
+        PointVector vPoints = makeGrid(side, 0, 0, spacing, r);
+        for (Point2& point : vPoints) point.set(point.x(), point.y(), height);
+        return vPoints;
+    };
+    for (const double spacing : {1.0, 0.75, 1.5, 0.1}) {
+        Taro_2D low, high;
+        low.insert(gridOf(31, 1.0, 0));
+        const size_t side = static_cast<size_t>(30 / spacing + 1.5);
+        high.insert(gridOf(side, 30 / static_cast<double>(side - 1), 2));
+        const Zone2 *pLow = low.createZone(nullptr, ZL_GLOBAL), *pHigh = high.createZone(nullptr, ZL_GLOBAL);
+        expectNear({0, 1800, 0, 900, 0}, compareSurfaces(pLow, pHigh, 0), 1e-12);
+        expectNear({1800, 0, 900, 0, 0}, compareSurfaces(pHigh, pLow, 0), 1e-12);
+    }
+}
+
+/// Triangles whose middles are beyond the other surface, which may even lie within one of them.
+TEST(CompareSurfaces, FindsGroundThatOnlyBordersReach) {
+    const auto flat = [](double height) { return [height](double, double) { return height; }; };
+    const Ground small(20, 100, 101, flat(1), 10);
+    Taro_2D coarse;
+    coarse.insert({Point2(-1e4, -1e4, 0), Point2(3e4, -1e4, 0), Point2(-1e4, 3e4, 0)});
+    expectNear({1, 0, 1, 0, 0}, compareSurfaces(small.pZone, coarse.createZone(nullptr, ZL_GLOBAL), 0));
+    expectNear({0, 1, 0, 1, 0}, compareSurfaces(coarse.createZone(nullptr, ZL_GLOBAL), small.pZone, 0));
+    // A ribbon across, and one that cuts off a corner.
+    for (const auto& [p, q] : {std::make_pair(Point2(-1e3, 100.4, 0), Point2(1e3, 100.4, 0)),
+                               std::make_pair(Point2(0, 200.1, 0), Point2(200.1, 0, 0))}) {
+        Taro_2D ribbon;
+        ribbon.insert({p, q, Point2(p.x(), p.y() + 0.25, 0), Point2(q.x(), q.y() + 0.25, 0)});
+        Zone2* pRibbon = ribbon.createZone(nullptr, ZL_GLOBAL);
+        // What is above a line through the square less what is above another one.
+        const double area = p.y() < 150 ? 0.25 : 0.5 * 0.35 * 0.35 - 0.5 * 0.1 * 0.1;
+        expectNear({area, 0, area, 0, 0}, compareSurfaces(small.pZone, pRibbon, 0), 1e-9);
+    }
+}
+
+TEST(CompareSurfaces, GivesTheSameForAnyNumberOfThreads) {
+    Ground before(
+        scaled(20000), 0, 100, [](double x, double y) { return x * y; }, 11);
+    Ground after(
+        scaled(15000), 10, 120, [](double x, double y) { return 100 * std::sin(x + y); }, 12);
+    const SurfaceDifference one = compareSurfaces(before.pZone, after.pZone, 0.1);
+    for (const int numCPU : {2, 7, 0}) {
+        const SurfaceDifference several = compareSurfaces(before.pZone, after.pZone, 0.1, numCPU);
+        EXPECT_EQ(std::memcmp(&one, &several, sizeof one), 0);
+    }
+}
+
+TEST(CompareSurfaces, AnswersWrongCalls) {
+    const auto flat = [](double, double) { return 1.0; };
+    const Ground ground(10, 0, 1, flat, 13), aside(10, 5, 6, flat, 14);
+    const auto compareWith = [&](const Zone2* pZone, const char* warning) {
+        const StdoutCapture capture;
+        const SurfaceDifference d = compareSurfaces(ground.pZone, pZone, 0);
+        EXPECT_TRUE(contains(capture, warning));
+        return d;
+    };
+    EXPECT_TRUE(std::isnan(compareWith(nullptr, "A zone is NULL").cutVolume));
+    EXPECT_EQ(compareWith(aside.pZone, "Zones do not overlap").unchangedArea, 0.0);
+    EXPECT_EQ(compareWith(zoneDifference(aside.pZone, aside.pZone), "Zones do not overlap").cutArea, 0.0);
+}
+
+TEST(CompareSurfaces, ReportsToBothAndEndsByEitherFlag) {
+    Ground before(
+        20000, 0, 100, [](double x, double y) { return x * y; }, 15);
+    Ground after(
+        20000, 0, 100, [](double x, double y) { return x + y; }, 16);
+    for (Ground* pGround : {&before, &after}) {
+        Recorder recorder;
+        pGround->mesh.subscribe(MT_PROGRESS, &recorder);
+        compareSurfaces(before.pZone, after.pZone, 0);
+        EXPECT_TRUE(std::is_sorted(recorder.vValues.begin(), recorder.vValues.end()));
+        ASSERT_GT(recorder.vValues.size(), 3u);
+        EXPECT_EQ(recorder.vValues.back(), 1.0);
+        std::atomic<bool> bCancel{true};
+        Progress& progress = pGround->mesh.getImpl()->getProgress();
+        progress.setCancelFlag(&bCancel);
+        EXPECT_THROW(compareSurfaces(before.pZone, after.pZone, 0, 2), TaroCancelled);
+        progress.setCancelFlag(nullptr);
+        pGround->mesh.unsubscribe(MT_PROGRESS, &recorder);
+    }
+}
+
+TEST(CutAndFill, GivesAreasAndDepthsOfComponents) {
+    Ground flat(
+        300, 0, 10, [](double, double) { return 0.0; }, 17);
+    Ground tilted(
+        200, 0, 10, [](double x, double) { return 0.2 * x - 1; }, 18);
+    CutAndFill caf(flat.pZone, tilted.pZone, 0);
+    SurfaceDifference totals{1, 1, 1, 1, 1};
+    caf.getTotals(totals);
+    EXPECT_EQ(totals.cutArea + totals.fillArea + totals.unchangedArea + totals.cutVolume + totals.fillVolume, 0.0);
+    caf.go();
+    caf.getTotals(totals);
+    expectNear({25, 25, 50, 50, 0}, totals);
+    ASSERT_EQ(caf.getNumberOfComponents(), 2u);
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_NEAR(caf.getComponent(i)->getArea2D(), 50, 1e-9);
+        EXPECT_NEAR(caf.getComponent(i)->getMaxHeightDifference(), 1, 1e-12);
+    }
+    CutAndFill same(flat.pZone, flat.pZone, 0);
+    same.go();
+    ASSERT_EQ(same.getNumberOfComponents(), 1u);
+    EXPECT_EQ(same.getComponent(0)->getMaxHeightDifference(), 0.0);
+    EXPECT_NEAR(same.getComponent(0)->getArea2D(), 100, 1e-9);
+}
