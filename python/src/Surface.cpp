@@ -95,6 +95,18 @@ void Surface::number() {
     bAllNumbered_ = true;
 }
 
+void Surface::getConflicts(double tolerance, std::vector<std::int64_t>& vIds, std::vector<double>& vKept,
+                           std::vector<double>& vOther) {
+    if (!bAllNumbered_) number();
+    std::vector<HeightConflict> vConflicts;
+    pMesh_->getHeightConflicts(tolerance, vConflicts);
+    for (const HeightConflict& conflict : vConflicts) {
+        vIds.push_back(conflict.pVtx->getCustomIndex());
+        vKept.push_back(conflict.zKept);
+        vOther.push_back(conflict.zOther);
+    }
+}
+
 // ---- Arrays ----
 
 std::vector<std::int32_t> Surface::getRowsOfIds(MeshArrays& arrays) const {

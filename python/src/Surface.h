@@ -48,6 +48,10 @@ class Surface : public Guarded {
     /// Ids below this one have been given out.
     std::int64_t getNextId() const { return nextId_; }
 
+    /// Appends the meetings of heights that differ by more than a tolerance, with the ids of the vertices. Numbers vertices.
+    void getConflicts(double tolerance, std::vector<std::int64_t>& vIds, std::vector<double>& vKept,
+                      std::vector<double>& vOther);
+
     /// The mesh as it is. Numbers vertices.
     void getArrays(MeshArrays& arrays);
     /// The rows of triangles in getArrays.

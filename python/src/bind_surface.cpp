@@ -93,6 +93,21 @@ bool checkValidity(Surface& surface) {
     return bValid;
 }
 
+using Conflicts = std::tuple<Array<std::int64_t>, Array<double>, Array<double>>;
+
+Conflicts getConflicts(Surface& surface, double tolerance) {
+    std::vector<std::int64_t> vIds;
+    std::vector<double> vKept, vOther;
+    EngineCall call({{&surface, Guarded::WRITE}});
+    call.run([&] { surface.getConflicts(tolerance, vIds, vKept, vOther); });
+    return Conflicts(toArray(std::move(vIds)), toArray(std::move(vKept)), toArray(std::move(vOther)));
+}
+
+void setHeightRule(Surface& surface, int rule) {
+    EngineCall call({{&surface, Guarded::WRITE}});
+    call.runShort([&] { surface.getMesh().setHeightRule(static_cast<HeightRule>(rule)); });
+}
+
 }  // namespace
 
 void bindSurface(nb::module_& module) {
@@ -106,5 +121,7 @@ void bindSurface(nb::module_& module) {
         .def("move", &moveVertex, nb::arg("id"), nb::arg("x"), nb::arg("y"), nb::arg("z"))
         .def("arrays", &getArrays, "Version, points, triangles, neighbours, constraints, ids.")
         .def("heights", &getHeights, nb::arg("places").noconvert())
+        .def("conflicts", &getConflicts, nb::arg("tolerance"), "Ids, heights that were kept, heights that came.")
+        .def("set_height_rule", &setHeightRule, nb::arg("rule"))
         .def("check", &checkValidity);
 }

@@ -9,6 +9,7 @@
 from __future__ import annotations
 
 from . import _messages as _messages
+from ._mesh import Conflict
 from .breakline import Breakline
 from .contours import Contour, Contours
 from .errors import (
@@ -23,6 +24,7 @@ from .errors import (
     RefusedError,
     Warning,
 )
+from .io import read
 from .points import Points
 from .triangulation import Triangulation
 from .volume import Component, Volume
@@ -31,6 +33,7 @@ from .zone import Zone
 __all__ = [
     "Breakline",
     "Component",
+    "Conflict",
     "Contour",
     "Contours",
     "CrsError",
@@ -47,4 +50,5 @@ __all__ = [
     "Volume",
     "Warning",
     "Zone",
+    "read",
 ]

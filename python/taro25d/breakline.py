@@ -8,13 +8,13 @@ from . import _engine
 from ._geometry import FloatArray
 
 if TYPE_CHECKING:
-    from .triangulation import Triangulation
+    from ._mesh import Mesh
 
 
 class Breakline:
     """A line that a triangulation keeps as edges; made by ``Triangulation.add_breakline``."""
 
-    def __init__(self, tin: Triangulation, number: int) -> None:
+    def __init__(self, tin: Mesh, number: int) -> None:
         self._tin = tin
         self._number = number
 
@@ -28,7 +28,7 @@ class Breakline:
         return hash((id(self._tin), self._number))
 
     @property
-    def triangulation(self) -> Triangulation:
+    def triangulation(self) -> Mesh:
         """The triangulation that it belongs to."""
         return self._tin
 

@@ -44,10 +44,12 @@ class Volume(NamedTuple):
     components: list[Component]
 
 
-def compare(before: Triangulation, after: Triangulation, threshold: float, progress: Progress) -> Volume:
+def compare(
+    before: Triangulation, zone: _engine.Zone | None, after: Triangulation, threshold: float, progress: Progress
+) -> Volume:
     """Compare two surfaces."""
     with showing(progress) as show:
-        found = _engine.components(before._surface, None, after._surface, None, threshold, show)
+        found = _engine.components(before._surface, zone, after._surface, None, threshold, show)
     components = [Component(_KINDS[kind], volume, area, join_rings(border)) for kind, volume, area, border in found]
     cut = [c for c in components if c.kind == "cut"]
     fill = [c for c in components if c.kind == "fill"]

@@ -15,7 +15,7 @@ from .breakline import Breakline
 from .errors import InvalidInputError
 
 if TYPE_CHECKING:
-    from .triangulation import Triangulation
+    from ._mesh import Mesh
 
 
 class Zone:
@@ -25,7 +25,7 @@ class Zone:
     make new zones of two.
     """
 
-    def __init__(self, tin: Triangulation, engine: _engine.Zone) -> None:
+    def __init__(self, tin: Mesh, engine: _engine.Zone) -> None:
         self._tin = tin
         self._engine = engine
 
@@ -33,7 +33,7 @@ class Zone:
         return f"<Zone: {len(self.triangles)} triangles>"
 
     @property
-    def triangulation(self) -> Triangulation:
+    def triangulation(self) -> Mesh:
         """The triangulation that it is a part of."""
         return self._tin
 
@@ -76,7 +76,7 @@ class Zone:
         return self._combine(other, 3)
 
 
-def zone_of_polygon(tin: Triangulation, polygon: PolygonLike) -> Zone:
+def zone_of_polygon(tin: Mesh, polygon: PolygonLike) -> Zone:
     """Make the zone inside a polygon or polygons, without their holes."""
     whole: Zone | None = None
     for rings in as_rings(polygon):
@@ -89,7 +89,7 @@ def zone_of_polygon(tin: Triangulation, polygon: PolygonLike) -> Zone:
     return whole
 
 
-def zone_of_breaklines(tin: Triangulation, breaklines: Breakline | Sequence[Breakline], inside: bool) -> Zone:
+def zone_of_breaklines(tin: Mesh, breaklines: Breakline | Sequence[Breakline], inside: bool) -> Zone:
     """Make the zone inside or outside closed breaklines."""
     lines = [breaklines] if isinstance(breaklines, Breakline) else list(breaklines)
     if not lines or not all(isinstance(line, Breakline) and line.triangulation is tin for line in lines):
@@ -97,11 +97,11 @@ def zone_of_breaklines(tin: Triangulation, breaklines: Breakline | Sequence[Brea
     return Zone(tin, _engine.Zone.of_breaklines(tin._surface, [line._number for line in lines], inside))
 
 
-def zone_of_all(tin: Triangulation) -> Zone:
+def zone_of_all(tin: Mesh) -> Zone:
     """Make the zone of all triangles."""
     return Zone(tin, _engine.Zone.all(tin._surface))
 
 
-def _zone_of_ring(tin: Triangulation, ring: FloatArray) -> Zone:
+def _zone_of_ring(tin: Mesh, ring: FloatArray) -> Zone:
     corners = np.column_stack([ring, np.zeros(len(ring))])
     return Zone(tin, _engine.Zone.of_polygon(tin._surface, as_segments([corners], True, "polygon")))

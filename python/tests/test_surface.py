@@ -176,8 +176,20 @@ def test_refinement_meets_its_limits(square: taro25d.Triangulation) -> None:
     assert len(square.ids) == len(set(square.ids))
     before = len(square)
     for wrong in ({"min_angle": 60}, {"max_edge": -1}, {"growth": 0.5}, {"max_edge": 1e-9}):
-        with pytest.raises(ValueError, match="."):
+        with pytest.raises(ValueError, match=r"\w"):
             square.refine(**wrong)
     assert len(square) == before
     square.refine(guide=taro25d.Triangulation(make_hills(100) * 2 - [500, 500, 0]), max_edge=1, min_edge=0.2)
     assert square.check()
+
+
+def test_heights_that_meet() -> None:
+    points = [[0, 0, 0], [10, 0, 0], [10, 10, 0], [0, 10, 0], [10, 0, 2]]
+    kept = {"first": 0, "last": 2, "mean": 1, "min": 0, "max": 2}
+    for rule, height in kept.items():
+        tin = taro25d.Triangulation(points, height_rule=rule)
+        assert tin.points[1, 2] == height
+        assert tin.conflicts() == [(1, height, 2)]
+        assert tin.conflicts(2.0) == []
+    with pytest.raises(ValueError, match="first, last"):
+        taro25d.Triangulation(points, height_rule="best")

@@ -1,0 +1,277 @@
+"""The part of a surface that can be changed: points, triangles and breaklines."""
+
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any, NamedTuple
+
+import numpy as np
+from numpy.typing import ArrayLike, NDArray
+
+from . import _engine
+from . import crs as crs_module
+from ._geometry import FloatArray, LineLike, as_lines, as_points, as_segments, crs_of
+from ._progress import Progress, showing
+from .breakline import Breakline
+from .errors import InvalidInputError
+
+if TYPE_CHECKING:
+    from .zone import Zone
+
+_HEIGHT_RULES = ("first", "last", "mean", "min", "max")
+_STRATEGIES = {"constrained": 1, "conforming": 0, "conforming-linear": 2}
+
+
+class Conflict(NamedTuple):
+    """A vertex where different heights met: which one it kept, and which one came."""
+
+    id: int
+    kept: float
+    other: float
+
+
+class _Arrays(NamedTuple):
+    version: int
+    points: FloatArray
+    triangles: NDArray[np.int32]
+    neighbors: NDArray[np.int32]
+    edges_constrained: NDArray[np.int32]
+    ids: NDArray[np.int64]
+
+
+class Mesh:
+    """What ``Triangulation`` is made on: the mesh, and everything that changes it."""
+
+    def __init__(
+        self,
+        points: ArrayLike | Any | None = None,
+        crs: Any = None,
+        threads: int = 0,
+        *,
+        height_rule: str = "first",
+        progress: Progress = False,
+    ) -> None:
+        self.crs = crs_module.merge(crs_module.normalise(crs), crs_of(points), "points")
+        crs_module.check_plane(self.crs)
+        if threads < 0:
+            raise InvalidInputError(f"threads: 0 or more are expected, not {threads}")
+        self._surface = _engine.Surface()
+        self._surface.set_threads(threads)
+        if height_rule not in _HEIGHT_RULES:
+            raise InvalidInputError(f"height_rule: one of {', '.join(_HEIGHT_RULES)} is expected, not {height_rule!r}")
+        self._surface.set_height_rule(_HEIGHT_RULES.index(height_rule))
+        self._cache: _Arrays | None = None
+        if points is not None:
+            with showing(progress) as show:
+                self._surface.insert(as_points(points), True, show)
+
+    def __repr__(self) -> str:
+        num_points, num_triangles = self._surface.counts()
+        system = "" if self.crs is None else f", {self.crs.name}"
+        return f"<Triangulation: {num_points} points, {num_triangles} triangles{system}>"
+
+    # ---- The mesh ----
+
+    def _arrays(self) -> _Arrays:
+        cache = self._cache
+        if cache is None or cache.version != self._surface.version():
+            cache = _Arrays(*self._surface.arrays())
+            for array in cache[1:]:
+                array.flags.writeable = False
+            self._cache = cache
+        return cache
+
+    @property
+    def points(self) -> FloatArray:
+        """The vertices, (n, 3), in the order of their ids."""
+        return self._arrays().points
+
+    @property
+    def ids(self) -> NDArray[np.int64]:
+        """The id of each row of ``points``, ascending."""
+        return self._arrays().ids
+
+    @property
+    def triangles(self) -> NDArray[np.int32]:
+        """The triangles, (m, 3) rows of ``points``, counterclockwise."""
+        return self._arrays().triangles
+
+    @property
+    def neighbors(self) -> NDArray[np.int32]:
+        """The triangle opposite each corner, (m, 3) rows of ``triangles``; -1 at the border."""
+        return self._arrays().neighbors
+
+    @property
+    def edges_constrained(self) -> NDArray[np.int32]:
+        """The edges that are pieces of breaklines or borders, (k, 2) rows of ``points``."""
+        return self._arrays().edges_constrained
+
+    @property
+    def bounds(self) -> tuple[float, float, float, float]:
+        """West, south, east and north; NaN without points."""
+        if not len(self.points):
+            return (np.nan,) * 4
+        (west, south), (east, north) = self.points[:, :2].min(axis=0), self.points[:, :2].max(axis=0)
+        return float(west), float(south), float(east), float(north)
+
+    def __len__(self) -> int:
+        return self._surface.counts()[0]
+
+    # ---- Changing it ----
+
+    def insert(self, points: ArrayLike | Any, *, progress: Progress = False) -> NDArray[np.int64]:
+        """Insert points and get their ids.
+
+        A point at the place of a vertex gets the id of that; one that is not finite is refused with a warning and gets -1.
+        """
+        array = np.asarray(points, dtype=np.float64)[np.newaxis] if np.shape(points) == (3,) else as_points(points)
+        crs_module.merge(self.crs, crs_of(points), "points")
+        with showing(progress) as show:
+            return self._surface.insert(np.ascontiguousarray(array), False, show)
+
+    def remove(self, ids: ArrayLike) -> None:
+        """Remove vertices; the surface of the others stays Delaunay.
+
+        Raises
+        ------
+        GoneError
+            If an id is not there (any more); nothing is removed then.
+        RefusedError
+            If a vertex belongs to a breakline; nothing is removed then.
+        """
+        self._surface.remove(_as_ids(ids))
+
+    def move(self, id: int, point: ArrayLike) -> None:
+        """Move a vertex to another place and height; it keeps its id.
+
+        Raises
+        ------
+        GoneError
+            If the id is not there (any more).
+        RefusedError
+            If the vertex belongs to a breakline, or another one stands at that place.
+        """
+        x, y, z = np.asarray(point, dtype=np.float64).tolist()
+        self._surface.move(int(_as_ids(id)[0]), x, y, z)
+
+    def add_breakline(
+        self,
+        points: LineLike,
+        closed: bool = False,
+        name: str | None = None,
+        *,
+        strategy: str = "constrained",
+        progress: Progress = False,
+    ) -> Breakline:
+        """Force a line into the mesh, whose pieces become edges.
+
+        Where it crosses earlier lines, those give the height. A line without heights lies on the surface at its points.
+
+        Parameters
+        ----------
+        points
+            (k, 3) or (k, 2) numbers, or shapely or GeoPandas lines, which make one breakline together.
+        closed
+            Whether an edge runs from the last point to the first.
+        name
+            What to call it.
+        strategy
+            ``"constrained"`` adds no vertices except where lines cross; ``"conforming"`` splits pieces until all triangles are
+            Delaunay, with the heights of the surface, and ``"conforming-linear"`` with those of the line.
+        """
+        if strategy not in _STRATEGIES:
+            raise InvalidInputError(f"strategy: one of {', '.join(_STRATEGIES)} is expected, not {strategy!r}")
+        crs_module.merge(self.crs, crs_of(points), "points")
+        lines = [self._with_heights(line) for line in as_lines(points)]
+        with showing(progress) as show:
+            segments = as_segments(lines, closed, "points")
+            number = _engine.add_breakline(self._surface, segments, _STRATEGIES[strategy], name or "", show)
+        return Breakline(self, number)
+
+    @property
+    def breaklines(self) -> list[Breakline]:
+        """The breaklines, in the order in which they were added."""
+        return [Breakline(self, number) for number in _engine.breaklines(self._surface)]
+
+    def _with_heights(self, line: FloatArray) -> FloatArray:
+        if line.shape[1] == 3:
+            return line
+        heights = self.heights(line[:, 0], line[:, 1])
+        if np.isnan(heights).any():
+            row = int(np.argwhere(np.isnan(heights))[0][0])
+            raise InvalidInputError(f"points: row {row} has no height of its own and lies outside the surface")
+        return np.column_stack([line, heights])
+
+    def refine(
+        self,
+        zone: Zone | None = None,
+        min_angle: float = 25,
+        max_edge: float | None = None,
+        min_edge: float = 0,
+        guide: Mesh | None = None,
+        *,
+        max_area: float | None = None,
+        growth: float | None = None,
+        grid: float = 0,
+        grid_direction: tuple[float, float] | None = None,
+        split_breaklines: bool = True,
+        max_vertices: int = 0,
+        progress: Progress = False,
+    ) -> None:
+        """Insert vertices until triangles have good shapes and sizes.
+
+        Lengths, areas and angles are those in space. The border of the zone becomes a constraint.
+
+        Parameters
+        ----------
+        zone
+            Where; None for everywhere.
+        min_angle
+            The smallest angle of a triangle, in degrees, at most 30.
+        max_edge, min_edge
+            The longest edge; and the length below which breaklines are not split.
+        guide
+            The surface that gives the heights of new vertices; None for the surface as it is.
+        max_area, growth
+            The largest area; and how many times larger than a neighbour a triangle may be.
+        grid, grid_direction
+            The spacing of a grid that is inserted before, and the direction of its rows.
+        split_breaklines
+            Whether breaklines may be split.
+        max_vertices
+            The most vertices to insert; 0 for 100 million.
+        """
+        if not 0 <= min_angle <= 30:
+            raise InvalidInputError(f"min_angle: 0 to 30 degrees are expected, not {min_angle}")
+        limits = _engine.Refinement()
+        most = float(np.finfo(np.float64).max)
+        limits.min_angle, limits.min_edge, limits.grid = min_angle, min_edge, grid
+        limits.max_edge = most if max_edge is None else max_edge
+        limits.max_area = most if max_area is None else max_area
+        limits.growth = most if growth is None else growth
+        limits.grid_x, limits.grid_y = grid_direction or (0.0, 0.0)
+        limits.split, limits.max_vertices = split_breaklines, max_vertices
+        guide_surface = None if guide is None else guide._surface
+        with showing(progress) as show:
+            _engine.refine(self._surface, self._engine_zone(zone), guide_surface, limits, show)
+
+    def heights(self, x: ArrayLike, y: ArrayLike) -> Any:
+        """Get the heights of the surface at places, NaN outside; a float for two numbers, otherwise an array."""
+        xs, ys = np.broadcast_arrays(np.asarray(x, dtype=np.float64), np.asarray(y, dtype=np.float64))
+        places = np.empty((*xs.shape, 2))
+        places[..., 0], places[..., 1] = xs, ys
+        heights = self._surface.heights(places.reshape(-1, 2)).reshape(xs.shape)
+        return heights if xs.shape else float(heights)
+
+    def _engine_zone(self, zone: Zone | None) -> _engine.Zone | None:
+        if zone is None:
+            return None
+        if zone.triangulation is not self:
+            raise InvalidInputError("zone: a zone of this triangulation is expected")
+        return zone._engine
+
+
+def _as_ids(ids: ArrayLike) -> NDArray[np.int64]:
+    array = np.atleast_1d(np.asarray(ids))
+    if array.size and not np.issubdtype(array.dtype, np.integer):
+        raise InvalidInputError(f"ids: whole numbers are expected, not {array.dtype}")
+    return np.ascontiguousarray(array.ravel(), dtype=np.int64)

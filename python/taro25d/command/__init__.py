@@ -1,0 +1,15 @@
+"""The command ``taro25d``: everything that it does can be done with ``import taro25d`` too."""
+
+from __future__ import annotations
+
+import sys
+
+
+def main() -> None:
+    """Run the command; the entry point of the package."""
+    try:
+        from .program import run
+    except ImportError as error:
+        print(f"taro25d: the command needs the package {error.name}: pip install 'taro25d[io]'", file=sys.stderr)
+        sys.exit(1)
+    sys.exit(run())

@@ -1,0 +1,101 @@
+"""What the commands share: reading sources, lines and polygons, checking targets, printing results."""
+
+from __future__ import annotations
+
+import json
+from collections.abc import Sequence
+from pathlib import Path
+from typing import Any
+
+import click
+
+from .. import io
+from .._progress import Bar
+from ..errors import FormatError, InvalidInputError
+from ..points import Points
+from ..triangulation import Triangulation
+from ..zone import Zone
+
+
+def check_target(target: Path, endings: Sequence[str] | None = None) -> None:
+    """Refuse a target that could not be written, before any work."""
+    known = endings or io.endings(writing=True)
+    if not target.name.lower().endswith(tuple(known)):
+        raise click.BadParameter(f"{target}: the ending is none of {' '.join(known)}", param_hint="TARGET")
+
+
+def read(source: Path, classes: Sequence[int] = ()) -> Points | Triangulation:
+    """Read a file; classes only count for LAS."""
+    las = source.name.lower().endswith((".las", ".laz"))
+    if classes and not las:
+        raise click.BadParameter(f"{source} is no LAS file, and has no classes", param_hint="--class")
+    try:
+        return io.read(source, **({"classes": list(classes)} if classes else {}))
+    except InvalidInputError as error:
+        raise FormatError(str(error)) from error
+
+
+def read_surface(source: Path, classes: Sequence[int] = ()) -> Triangulation:
+    """Read a file and triangulate what is not."""
+    data = read(source, classes)
+    try:
+        tin = data if isinstance(data, Triangulation) else Triangulation(data, progress=Bar(delay=1.0))
+    except InvalidInputError as error:
+        raise FormatError(f"{source}: {error}") from error
+    if not len(tin):
+        raise FormatError(f"{source}: there are no points that can be used")
+    return tin
+
+
+def need_triangles(tin: Triangulation, source: Path) -> Triangulation:
+    """Refuse points that make no surface."""
+    if not len(tin.triangles):
+        raise FormatError(f"{source}: {len(tin)} points, all on one line, make no surface")
+    return tin
+
+
+def add_breaklines(tin: Triangulation, path: Path | None) -> None:
+    """Force the lines of a file into the mesh."""
+    lines = [] if path is None else io.read_lines(path, tin.crs)
+    try:
+        for line, closed, name in lines:
+            tin.add_breakline(line, closed=closed, name=name)
+    except ValueError as error:
+        raise FormatError(f"{path}: {error}") from error
+
+
+def find_zone(tin: Triangulation, boundary: Path | None) -> Zone | None:
+    """Get the zone inside the polygons of a file; None without a file."""
+    if boundary is None:
+        return None
+    polygons = io.read_polygons(boundary, tin.crs)
+    try:
+        return tin.zone(polygon=polygons)
+    except ValueError as error:
+        raise FormatError(f"{boundary}: {error}") from error
+
+
+def show(result: dict[str, Any], as_json: bool) -> None:
+    """Print a result: one JSON object, or a line for each entry."""
+    if as_json:
+        print(json.dumps(result, allow_nan=False))
+        return
+    from rich.console import Console
+    from rich.table import Table
+
+    table = Table.grid(padding=(0, 2))
+    for name, value in result.items():
+        table.add_row(name.replace("_", " "), _text(value))
+    Console(highlight=False, soft_wrap=True).print(table)
+
+
+def _text(value: Any) -> str:
+    if value is None:
+        return "unknown"
+    if isinstance(value, float):
+        return f"{value:.6g}" if abs(value) < 1e5 else f"{value:.3f}"
+    if isinstance(value, dict):
+        return ", ".join(f"{key}: {_text(part)}" for key, part in value.items()) or "none"
+    if isinstance(value, list):
+        return " ".join(map(_text, value)) or "none"
+    return str(value)

@@ -1,0 +1,108 @@
+"""Commands that print what they find."""
+
+from __future__ import annotations
+
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+
+from .. import io
+from .._geometry import FloatArray
+from .._progress import Bar
+from ..errors import CrsError
+from ..points import Points
+from ..triangulation import Triangulation
+from ._data import add_breaklines, find_zone, need_triangles, read, read_surface, show
+
+
+def info(file: Path, json: bool) -> None:
+    """Tell what a file holds."""
+    data = read(file)
+    points = data.points
+    result: dict[str, Any] = {
+        "file": str(file),
+        "format": io.find_format(file, for_reading=True).title,
+        "points": len(points),
+    }
+    if isinstance(data, Triangulation):
+        result |= {"triangles": len(data.triangles), "breaklines": len(data.breaklines)}
+    if isinstance(data, Points) and "classification" in data.attributes:
+        classes, numbers = np.unique(data.attributes["classification"], return_counts=True)
+        result["classes"] = {str(k): int(num) for k, num in zip(classes, numbers, strict=True)}
+    finite = points[np.isfinite(points).all(axis=1)]
+    if len(finite):
+        result |= {"lowest": finite.min(axis=0).tolist(), "highest": finite.max(axis=0).tolist()}
+    result["crs"] = None if data.crs is None else data.crs.to_string() if json else data.crs.name
+    show(result, json)
+
+
+def volume(before: Path, after: Path, boundary: Path | None, threshold: float, json: bool) -> None:
+    """Compare two surfaces."""
+    first, second = (need_triangles(read_surface(path), path) for path in (before, after))
+    try:
+        found = first.volume(second, zone=find_zone(first, boundary), threshold=threshold, progress=Bar(delay=1.0))
+    except CrsError as error:
+        raise CrsError(f"{after}: {error}") from error
+    show({name: getattr(found, name) for name in ("cut", "fill", "cut_area", "fill_area")}, json)
+
+
+def check(file: Path, breaklines: Path | None, tolerance: float, json: bool) -> None:
+    """Look for faults."""
+    data = read(file)
+    points = data.points
+    tin = read_surface(file)
+    add_breaklines(tin, breaklines)
+    result: dict[str, Any] = {"file": str(file), "points": len(points)}
+    result["not_finite"] = int((~np.isfinite(points).all(axis=1)).sum())
+    result["repeated"] = (
+        len(points) - result["not_finite"] - len(np.unique(points[np.isfinite(points).all(axis=1), :2], axis=0))
+    )
+    result["spikes"], result["pits"] = (find.tolist() for find in _find_spikes(tin, tolerance))
+    result |= _find_gaps(tin)
+    result["conflicts"] = _list_conflicts(tin, tolerance)
+    show(result, json)
+
+
+def _list_conflicts(tin: Triangulation, tolerance: float) -> list[dict[str, float]]:
+    rows = {int(id_): row for row, id_ in enumerate(tin.ids)}
+    conflicts = []
+    for id_, kept, other in tin.conflicts(tolerance):
+        x, y, _ = tin.points[rows[id_]].tolist()
+        conflicts.append({"x": x, "y": y, "kept": kept, "other": other})
+    return conflicts
+
+
+def _edges(tin: Triangulation) -> tuple[Any, Any]:
+    ends = np.concatenate([tin.triangles[:, [0, 1]], tin.triangles[:, [1, 2]], tin.triangles[:, [2, 0]]])
+    ends = np.unique(np.sort(ends, axis=1), axis=0)
+    return np.concatenate([ends[:, 0], ends[:, 1]]), np.concatenate([ends[:, 1], ends[:, 0]])
+
+
+def _find_spikes(tin: Triangulation, tolerance: float) -> tuple[FloatArray, FloatArray]:
+    """Find vertices that stand far above, or far below, all their neighbours.
+
+    Far is ten times the median height difference along edges, and more than the tolerance.
+    """
+    if not len(tin.triangles):
+        return np.empty((0, 3)), np.empty((0, 3))
+    start, end = _edges(tin)
+    rise = tin.points[start, 2] - tin.points[end, 2]
+    far = max(tolerance, 10 * float(np.median(np.abs(rise))))
+    above, below = np.full(len(tin.points), np.inf), np.full(len(tin.points), np.inf)
+    np.minimum.at(above, start, rise)
+    np.minimum.at(below, start, -rise)
+    return tin.points[above > far], tin.points[below > far]
+
+
+def _find_gaps(tin: Triangulation) -> dict[str, Any]:
+    """Find triangles that are ten times larger than usual in both directions."""
+    corners = tin.points[tin.triangles][..., :2]
+    if not len(corners):
+        return {"gaps": 0, "gap_area": 0.0}
+    sides = np.linalg.norm(corners - np.roll(corners, 1, axis=1), axis=2)
+    (ax, ay), (bx, by) = (corners[:, 1] - corners[:, 0]).T, (corners[:, 2] - corners[:, 0]).T
+    areas = np.abs(ax * by - ay * bx) / 2
+    usual = float(np.median(sides))
+    wide = (sides.max(axis=1) > 10 * usual) & (2 * areas > 10 * usual * usual)
+    return {"gaps": int(wide.sum()), "gap_area": float(areas[wide].sum())}

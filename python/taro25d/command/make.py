@@ -1,0 +1,69 @@
+"""Commands that write a file."""
+
+from __future__ import annotations
+
+from collections.abc import Sequence
+from pathlib import Path
+
+import click
+
+from .. import io
+from .._progress import Bar
+from ..errors import FormatError, InvalidInputError
+from ..triangulation import Triangulation
+from ._data import add_breaklines, check_target, find_zone, need_triangles, read_surface
+
+
+def build(source: Path, target: Path, breaklines: Path | None, boundary: Path | None, class_: Sequence[int]) -> None:
+    """Triangulate and write."""
+    check_target(target)
+    tin = _build(source, breaklines, class_)
+    io.write(tin, target, find_zone(tin, boundary))
+
+
+def _build(source: Path, breaklines: Path | None, classes: Sequence[int]) -> Triangulation:
+    tin = read_surface(source, classes)
+    add_breaklines(tin, breaklines)
+    return need_triangles(tin, source)
+
+
+def convert(source: Path, target: Path) -> None:
+    """Read and write."""
+    check_target(target)
+    io.write(read_surface(source), target)
+
+
+def contour(source: Path, target: Path, interval: float | None, levels: Sequence[float] | None) -> None:
+    """Write contour lines."""
+    check_target(target, io.LINE_ENDINGS)
+    if (interval is None) == (levels is None):
+        raise click.UsageError("either --interval or --levels is needed")
+    tin = need_triangles(read_surface(source), source)
+    try:
+        contours = tin.contours(interval=interval, levels=levels)
+    except InvalidInputError as error:
+        raise FormatError(f"{source}: {error}") from error
+    io.write_contours(contours, target)
+
+
+def mesh(
+    *,
+    source: Path,
+    target: Path,
+    max_edge: float | None,
+    min_angle: float,
+    breaklines: Path | None,
+    boundary: Path | None,
+    class_: Sequence[int],
+) -> None:
+    """Refine and write."""
+    check_target(target)
+    if not 0 <= min_angle <= 30:
+        raise click.BadParameter(f"{min_angle} is not between 0 and 30", param_hint="--min-angle")
+    tin = _build(source, breaklines, class_)
+    zone = find_zone(tin, boundary)
+    try:
+        tin.refine(zone, min_angle=min_angle, max_edge=max_edge, progress=Bar(delay=1.0))
+    except ValueError as error:
+        raise FormatError(f"{source}: {error}") from error
+    io.write(tin, target, zone)

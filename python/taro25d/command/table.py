@@ -1,0 +1,131 @@
+"""The table of commands: the parser, the help, the manual page, the completion and the tests are made of it."""
+
+from __future__ import annotations
+
+from typing import NamedTuple
+
+
+class Argument(NamedTuple):
+    """A file on the command line."""
+
+    name: str
+    help: str
+    required: bool = True
+
+
+class Option(NamedTuple):
+    """An option; ``kind`` is one of flag, file, number, positive, whole, numbers, or the choices with | between."""
+
+    name: str
+    metavar: str
+    kind: str
+    help: str
+    required: bool = False
+    multiple: bool = False
+    default: object = None
+
+
+class Command(NamedTuple):
+    """A command; ``run`` is ``module.function`` in this package, the example is a line for a shell."""
+
+    name: str
+    summary: str
+    description: str
+    arguments: tuple[Argument, ...]
+    options: tuple[Option, ...]
+    example: str
+    run: str
+
+
+_SOURCE = Argument("SOURCE", "points, a raster or a mesh")
+_TARGET = Argument("TARGET", "the file to write; its ending decides about the format")
+_JSON = Option("--json", "", "flag", "print one JSON object")
+_CLASS = Option(
+    "--class", "N", "whole", "of LAS files keep this class only, 2 for ground; may be repeated", multiple=True
+)
+_BREAKLINES = Option("--breaklines", "FILE", "file", "lines that become edges")
+_BOUNDARY = Option("--boundary", "FILE", "file", "polygons; only what is inside counts")
+
+COMMANDS = (
+    Command(
+        "info",
+        "Tell what a file holds.",
+        "Prints the format, numbers, extent and reference system of a file, and the classes of a LAS file.",
+        (Argument("FILE", "points, a raster or a mesh"),),
+        (_JSON,),
+        "taro25d info ground.laz",
+        "look.info",
+    ),
+    Command(
+        "check",
+        "Look for faults in data.",
+        "Reports places where points or breaklines meet with different heights, repeated points, spikes and pits, and "
+        "gaps. The exit status is 0 whatever is found.",
+        (Argument("FILE", "points, a raster or a mesh"),),
+        (
+            _BREAKLINES,
+            Option("--tolerance", "T", "number", "heights that differ by at most this are equal", default=0.0),
+            _JSON,
+        ),
+        "taro25d check ground.laz --breaklines streams.geojson --tolerance 0.05",
+        "look.check",
+    ),
+    Command(
+        "build",
+        "Triangulate points.",
+        "Triangulates points, forces breaklines into the mesh, keeps what is inside the boundary, and writes the surface.",
+        (_SOURCE, _TARGET),
+        (_BREAKLINES, _BOUNDARY, _CLASS),
+        "taro25d build ground.laz surface.obj --class 2 --breaklines streams.geojson",
+        "make.build",
+    ),
+    Command(
+        "convert",
+        "Write a file in another format.",
+        "Reads any format and writes any other. Points are triangulated where the other format holds triangles.",
+        (_SOURCE, _TARGET),
+        (),
+        "taro25d convert ground.laz ground.csv",
+        "make.convert",
+    ),
+    Command(
+        "contour",
+        "Draw lines of equal height.",
+        "Writes contour lines with their levels to a GeoPackage, Shapefile, GeoJSON or DXF.",
+        (_SOURCE, _TARGET),
+        (
+            Option("--interval", "H", "positive", "the height between two lines"),
+            Option("--levels", "H,H", "numbers", "the heights themselves"),
+        ),
+        "taro25d contour ground.laz contours.gpkg --interval 2",
+        "make.contour",
+    ),
+    Command(
+        "volume",
+        "Compare two surfaces.",
+        "Prints how much was cut, where BEFORE is higher, and how much was filled, in cubic units of the coordinates.",
+        (Argument("BEFORE", "the earlier surface"), Argument("AFTER", "the later one")),
+        (
+            _BOUNDARY,
+            Option("--threshold", "T", "number", "differences up to this count as none", default=0.0),
+            _JSON,
+        ),
+        "taro25d volume before.xyz after.xyz --threshold 0.02",
+        "look.volume",
+    ),
+    Command(
+        "mesh",
+        "Refine a surface to a mesh for computation.",
+        "Inserts vertices until no angle is smaller than A and no edge is longer than L.",
+        (_SOURCE, _TARGET),
+        (
+            Option("--max-edge", "L", "positive", "the longest edge"),
+            Option("--min-angle", "A", "number", "the smallest angle in degrees, at most 30", default=25.0),
+            _BREAKLINES,
+            _BOUNDARY,
+            _CLASS,
+        ),
+        "taro25d mesh before.xyz mesh.vtk --max-edge 20",
+        "make.mesh",
+    ),
+)

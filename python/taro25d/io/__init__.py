@@ -1,0 +1,112 @@
+"""Files in and out: which endings there are, and who reads and writes them."""
+
+from __future__ import annotations
+
+import importlib
+from os import PathLike
+from pathlib import Path
+from typing import TYPE_CHECKING, Any, NamedTuple
+
+from ..errors import InvalidInputError
+from ..points import Points
+from ._files import reading, writing
+from .lines import LINE_ENDINGS, read_lines, read_polygons, write_contours
+
+if TYPE_CHECKING:
+    from ..triangulation import Triangulation
+    from ..zone import Zone
+
+__all__ = [
+    "FORMATS",
+    "LINE_ENDINGS",
+    "endings",
+    "find_format",
+    "read",
+    "read_lines",
+    "read_polygons",
+    "write",
+    "write_contours",
+]
+
+
+class Format(NamedTuple):
+    """What is known about an ending; ``reads`` and ``writes`` are ``module.function`` in this package."""
+
+    ending: str
+    title: str
+    reads: str | None
+    writes: str | None
+
+
+#: All formats; of two endings that fit a name the longer one, which stands first, counts.
+FORMATS = (
+    Format(".copc.laz", "COPC", "las.read", None),
+    Format(".laz", "LAZ", "las.read", "las.write"),
+    Format(".las", "LAS", "las.read", "las.write"),
+    Format(".tif", "GeoTIFF", "grid.read", None),
+    Format(".tiff", "GeoTIFF", "grid.read", None),
+    Format(".asc", "ESRI ASCII grid", "grid.read", None),
+    Format(".xyz", "text", "text.read", "text.write_xyz"),
+    Format(".txt", "text", "text.read", "text.write_xyz"),
+    Format(".csv", "text with commas", "text.read", "text.write_csv"),
+    Format(".gpkg", "GeoPackage", "vector.read", "vector.write"),
+    Format(".shp", "Shapefile", "vector.read", "vector.write"),
+    Format(".geojson", "GeoJSON", "vector.read", "vector.write"),
+    Format(".json", "GeoJSON", "vector.read", "vector.write"),
+    Format(".dxf", "DXF", None, "dxf.write"),
+    Format(".xml", "LandXML", None, "landxml.write"),
+    Format(".obj", "OBJ", None, "mesh.write_obj"),
+    Format(".ply", "PLY", None, "mesh.write"),
+    Format(".vtk", "VTK", None, "mesh.write"),
+)
+
+
+def endings(*, reading: bool = False, writing: bool = False) -> list[str]:
+    """Get the endings that can be read, or written."""
+    return [f.ending for f in FORMATS if (not reading or f.reads) and (not writing or f.writes)]
+
+
+def find_format(path: Path, *, for_reading: bool) -> Format:
+    """Find the format of a name."""
+    known = endings(reading=for_reading, writing=not for_reading)
+    for candidate in FORMATS:
+        if path.name.lower().endswith(candidate.ending) and candidate.ending in known:
+            return candidate
+    verb = "read" if for_reading else "write"
+    raise InvalidInputError(f"{path}: files with this ending cannot be {verb}; possible are {' '.join(known)}")
+
+
+def _function(name: str | None) -> Any:
+    module, _, function = str(name).partition(".")
+    return getattr(importlib.import_module(f".{module}", __name__), function)
+
+
+def read(path: str | PathLike[str], **options: Any) -> Points:
+    """Read the points of a file, by its ending.
+
+    Parameters
+    ----------
+    path
+        The file.
+    classes
+        For LAS and LAZ: the classes to keep, such as ``[2]`` for ground; all without it.
+    band
+        For rasters: which band holds the heights, from 1.
+    layer
+        For GeoPackages: which layer to read.
+    """
+    file = Path(path)
+    function = _function(find_format(file, for_reading=True).reads)
+    unknown = set(options) - set(function.__code__.co_varnames[1 : function.__code__.co_argcount])
+    if unknown:
+        raise InvalidInputError(f"{file}: the option {unknown.pop()} means nothing for this format")
+    with reading(file):
+        return function(file, **options)  # type: ignore[no-any-return]
+
+
+def write(tin: Triangulation, path: str | PathLike[str], zone: Zone | None = None) -> None:
+    """Write a triangulation, by the ending of the file."""
+    target = Path(path)
+    function = _function(find_format(target, for_reading=False).writes)
+    with writing(target) as temporary:
+        function(tin, temporary, zone)

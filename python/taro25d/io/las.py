@@ -1,0 +1,74 @@
+"""LAS, LAZ and COPC: clouds of points."""
+
+from __future__ import annotations
+
+from collections.abc import Sequence
+from pathlib import Path
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+
+from .._optional import require
+from ..errors import FormatError
+from ..points import Points
+
+if TYPE_CHECKING:
+    from ..triangulation import Triangulation
+    from ..zone import Zone
+
+_CHUNK = 1_000_000
+_ATTRIBUTES = ("classification", "intensity", "return_number", "number_of_returns", "gps_time")
+
+
+def read(path: Path, classes: Sequence[int] | None = None) -> Points:
+    """Read the points, of some classes only if these are given (2 is ground), without those that are withheld."""
+    laspy = require("laspy")
+    require("lazrs")
+    with laspy.open(path) as file:
+        _check_size(path, file.header)
+        names = [name for name in _ATTRIBUTES if name in file.header.point_format.dimension_names]
+        chunks = [_select(chunk, classes, names) for chunk in file.chunk_iterator(_CHUNK)]
+        num_read = sum(num for num, *_ in chunks)
+        if num_read != file.header.point_count:
+            raise FormatError(f"the file is cut short: {num_read} of {file.header.point_count} points are there")
+        crs = file.header.parse_crs()
+    points = np.concatenate([np.empty((0, 3)), *(points for _, points, _ in chunks)])
+    attributes = {name: np.concatenate([values[name] for *_, values in chunks]) for name in names if chunks}
+    return Points(points, crs, attributes)
+
+
+def _check_size(path: Path, header: Any) -> None:
+    """Refuse counts that the file cannot hold, before memory is taken for them."""
+    size = path.stat().st_size
+    needed = header.offset_to_point_data + header.point_count * header.point_format.size
+    if not header.are_points_compressed and size < needed:
+        raise FormatError(f"the file is cut short: {header.point_count} points need {needed} bytes, there are {size}")
+
+
+def _select(chunk: Any, classes: Sequence[int] | None, names: list[str]) -> tuple[int, Any, dict[str, Any]]:
+    chosen = np.ones(len(chunk), dtype=bool)
+    if "withheld" in chunk.point_format.dimension_names:
+        chosen &= np.asarray(chunk.withheld) == 0
+    if classes is not None:
+        chosen &= np.isin(np.asarray(chunk.classification), list(classes))
+    points = np.column_stack([chunk.x, chunk.y, chunk.z])[chosen]
+    return len(chunk), points, {name: np.asarray(chunk[name])[chosen] for name in names}
+
+
+def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+    """Write the vertices, to a ten-thousandth of a unit."""
+    laspy = require("laspy")
+    require("lazrs")
+    header = laspy.LasHeader(point_format=6, version="1.4")
+    points, _ = tin.faces(zone)
+    if len(points):
+        header.offsets = np.floor(points.min(axis=0))
+    header.scales = np.full(3, 1e-4)
+    if len(points) and (np.ptp(points, axis=0) > 2e5).any():
+        header.scales = np.maximum(np.ptp(points, axis=0) / 2e9, 1e-4)
+    if tin.crs is not None:
+        header.add_crs(tin.crs)
+    las = laspy.LasData(header)
+    las.x, las.y, las.z = points.T
+    las.classification = np.full(len(points), 2, dtype=np.uint8)
+    las.write(path)

@@ -1,0 +1,89 @@
+"""Breaklines and boundaries in files, and contours out."""
+
+from __future__ import annotations
+
+from os import PathLike
+from pathlib import Path
+from typing import Any, TypeAlias
+
+from .. import crs as crs_module
+from .._geometry import FloatArray, as_lines
+from .._optional import require
+from ..contours import Contours
+from ..crs import Crs
+from ..errors import FormatError, InvalidInputError
+from . import dxf, landxml, text, vector
+from ._files import reading, writing
+
+#: Points (k, 2) or (k, 3), whether the last is joined to the first, and a name.
+Line: TypeAlias = tuple[FloatArray, bool, str]
+
+_TABLES = (".gpkg", ".shp", ".geojson", ".json")
+_POLYGONS = ("Polygon", "MultiPolygon")
+#: Where contours can be written to.
+LINE_ENDINGS = (*_TABLES, ".dxf")
+
+
+def read_lines(path: str | PathLike[str], crs: Crs = None) -> list[Line]:
+    """Read lines, and the rings of polygons, for a surface of some reference system."""
+    file = Path(path)
+    with reading(file):
+        ending = file.suffix.lower()
+        if ending in _TABLES:
+            lines = _lines_of_table(_fit(vector.read_table(file), crs))
+        elif ending == ".dxf":
+            lines = dxf.read_lines(file)
+        elif ending == ".xml":
+            lines = landxml.read_lines(file)
+        elif ending in (".xyz", ".csv", ".txt"):
+            lines = [(text.read(file).points, False, file.stem)]
+        else:
+            raise InvalidInputError(f"no lines can be read of this ending, but of {' '.join(LINE_ENDINGS)} .xml .csv")
+        if not lines:
+            raise FormatError("there are no lines")
+        return lines
+
+
+def read_polygons(path: str | PathLike[str], crs: Crs = None) -> Any:
+    """Read polygons, or closed lines, as a shapely geometry, for a surface of some reference system."""
+    file = Path(path)
+    shapely = require("shapely")
+    if file.suffix.lower() in _TABLES:
+        with reading(file):
+            table = _fit(vector.read_table(file), crs)
+            polygons = table[table.geom_type.isin(_POLYGONS)]
+            if len(polygons):
+                return polygons.geometry.union_all()
+    rings = [line[:, :2] for line, closed, _ in read_lines(file, crs) if closed or (line[0, :2] == line[-1, :2]).all()]
+    with reading(file):
+        if not rings:
+            raise FormatError("there are no polygons")
+        return shapely.union_all([shapely.Polygon(ring) for ring in rings if len(ring) > 2])
+
+
+def _fit(table: Any, crs: Crs) -> Any:
+    """Reproject to the system of the surface where both are known."""
+    if crs is None or table.crs is None:
+        return table
+    return table.to_crs(crs_module.normalise(crs))
+
+
+def _lines_of_table(table: Any) -> list[Line]:
+    names = table["name"].fillna("").astype(str) if "name" in table.columns else [""] * len(table)
+    lines = []
+    for geometry, name in zip(table.geometry, names, strict=True):
+        polygonal = geometry.geom_type in _POLYGONS
+        lines += [(line, polygonal, name) for line in as_lines(geometry.boundary if polygonal else geometry, "lines")]
+    return lines
+
+
+def write_contours(contours: Contours, path: str | PathLike[str]) -> None:
+    """Write contours with their levels, by the ending of the file."""
+    target = Path(path)
+    if not target.name.lower().endswith(LINE_ENDINGS):
+        raise InvalidInputError(f"{target}: contours go into {' '.join(LINE_ENDINGS)}")
+    with writing(target) as temporary:
+        if target.suffix.lower() == ".dxf":
+            dxf.write_contours(contours, temporary)
+        else:
+            vector.write_table(contours.to_geodataframe(), temporary, "contours")

@@ -1,0 +1,76 @@
+"""Points as text: x, y and z on each line, with blanks, commas, semicolons or tabulators between."""
+
+from __future__ import annotations
+
+import re
+import warnings
+from pathlib import Path
+from typing import TYPE_CHECKING
+
+import numpy as np
+
+from .._geometry import FloatArray
+from ..errors import FormatError
+from ..points import Points
+
+if TYPE_CHECKING:
+    from ..triangulation import Triangulation
+    from ..zone import Zone
+
+_NAMES = (
+    ("x", "easting", "east", "e", "lon", "longitude", "rechtswert"),
+    ("y", "northing", "north", "n", "lat", "latitude", "hochwert"),
+    ("z", "height", "elevation", "elev", "h", "altitude", "hoehe"),
+)
+
+
+def read(path: Path) -> Points:
+    """Read points; a line of names may stand first, and lines that begin with # do not count."""
+    with path.open(encoding="utf-8-sig", errors="strict") as file:
+        head = [line for line in (file.readline(100_000) for _ in range(100)) if line.strip() and line[0] != "#"]
+    if not head:
+        raise FormatError("the file is empty")
+    delimiter = next((mark for mark in (";", "\t", ",") if mark in head[0]), None)
+    names = _split(head[0], delimiter)
+    columns = (0, 1, 2) if _is_number(names[0]) else _columns(names)
+    with path.open(encoding="utf-8-sig") as file, warnings.catch_warnings():
+        warnings.simplefilter("ignore", UserWarning)  # of NumPy, about files without data
+        lines = (line for line in file if line.strip() and line[0] != "#")
+        if not _is_number(names[0]):
+            next(lines)
+        points = np.loadtxt(lines, delimiter=delimiter, usecols=columns, ndmin=2)
+    if not len(points):
+        raise FormatError("there are no points")
+    return Points(points)
+
+
+def _split(line: str, delimiter: str | None) -> list[str]:
+    return [part.strip().strip('"').lower() for part in line.strip().split(delimiter)]
+
+
+def _is_number(text: str) -> bool:
+    return re.fullmatch(r"[-+]?(\d+\.?\d*|\.\d+)(e[-+]?\d+)?|nan|[-+]?inf", text) is not None
+
+
+def _columns(names: list[str]) -> tuple[int, int, int]:
+    found = [next((k for k, name in enumerate(names) if name in known), None) for known in _NAMES]
+    if None in found:
+        raise FormatError(f"columns x, y and z are expected, not {', '.join(names)}")
+    x, y, z = found
+    return x, y, z  # type: ignore[return-value]
+
+
+def write_xyz(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+    """Write the vertices, with as many digits as it takes to read the same numbers again."""
+    _write(tin.faces(zone)[0], path, " ", "")
+
+
+def write_csv(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+    """Write the vertices under the names x, y and z."""
+    _write(tin.faces(zone)[0], path, ",", "x,y,z\n")
+
+
+def _write(points: FloatArray, path: Path, delimiter: str, header: str) -> None:
+    with path.open("w", encoding="ascii") as file:
+        file.write(header)
+        file.writelines(delimiter.join(map(repr, point)) + "\n" for point in points.tolist())

@@ -1,0 +1,64 @@
+"""GeoPackage, Shapefile and GeoJSON, by GeoPandas."""
+
+from __future__ import annotations
+
+from pathlib import Path
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+
+from .._optional import require
+from ..errors import FormatError
+from ..points import Points
+
+if TYPE_CHECKING:
+    from ..triangulation import Triangulation
+    from ..zone import Zone
+
+_HEIGHT_COLUMNS = ("z", "height", "elevation", "elev", "altitude")
+_DRIVERS = {".gpkg": "GPKG", ".shp": "ESRI Shapefile", ".geojson": "GeoJSON", ".json": "GeoJSON"}
+
+
+def read_table(path: Path, layer: str | None = None) -> Any:
+    """Read a layer as a GeoDataFrame; the first one if none is named."""
+    require("pyogrio")
+    geopandas = require("geopandas")
+    table = geopandas.read_file(path, engine="pyogrio", **({} if layer is None else {"layer": layer}))
+    if not hasattr(table, "geometry") or table.geometry.is_empty.all():
+        raise FormatError("there are no geometries")
+    return table[~(table.geometry.isna() | table.geometry.is_empty)]
+
+
+def read(path: Path, layer: str | None = None) -> Points:
+    """Read points; of lines and polygons their vertices."""
+    table = read_table(path, layer)
+    kinds = set(table.geom_type)
+    if kinds <= {"Point"} and not table.has_z.all():
+        return _read_flat(table)
+    if not table.has_z.all():
+        raise FormatError("the geometries have no heights")
+    shapely = require("shapely")
+    return Points(shapely.get_coordinates(table.geometry.to_numpy(), include_z=True), table.crs)
+
+
+def _read_flat(table: Any) -> Points:
+    column = next((name for name in table.columns if str(name).lower() in _HEIGHT_COLUMNS), None)
+    if column is None:
+        raise FormatError(f"the points have no heights, and no column is called {', '.join(_HEIGHT_COLUMNS)}")
+    heights = table[column].to_numpy(dtype=np.float64)
+    return Points(np.column_stack([table.geometry.x, table.geometry.y, heights]), table.crs)
+
+
+def write_table(table: Any, path: Path, layer: str | None = None) -> None:
+    """Write a GeoDataFrame, in the format of the ending."""
+    require("pyogrio")
+    driver = _DRIVERS[path.suffix.lower()]
+    options: dict[str, Any] = {"layer": layer} if driver == "GPKG" and layer else {}
+    if driver == "GeoJSON":
+        options["COORDINATE_PRECISION"] = 15
+    table.to_file(path, driver=driver, engine="pyogrio", **options)
+
+
+def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+    """Write the triangles as polygons with heights."""
+    write_table(tin.to_geodataframe(zone), path, "triangles")

@@ -1,0 +1,177 @@
+"""The command: exit status, standard output and standard error, all three of each call."""
+
+import json
+import pathlib
+import shlex
+import subprocess
+import sys
+
+import numpy as np
+import pytest
+from conftest import make_hills
+
+import taro25d
+from taro25d.command.manual import make_manual
+from taro25d.command.table import COMMANDS
+
+geopandas = pytest.importorskip("geopandas")
+shapely = pytest.importorskip("shapely")
+
+COMMAND = pathlib.Path(sys.executable).with_name("taro25d")
+
+
+def run(*arguments: object, folder: pathlib.Path) -> subprocess.CompletedProcess[str]:
+    return subprocess.run(
+        [COMMAND, *map(str, arguments)], capture_output=True, text=True, cwd=folder, check=False, timeout=120
+    )
+
+
+@pytest.fixture(scope="module")
+def folder(tmp_path_factory: pytest.TempPathFactory) -> pathlib.Path:
+    """The files that the examples name."""
+    folder = tmp_path_factory.mktemp("files")
+    hills = make_hills(3000)
+    ground = taro25d.Triangulation(hills, crs="EPSG:32616")
+    ground.write(folder / "ground.laz")
+    ground.write(folder / "before.xyz")
+    taro25d.Triangulation(hills + [0, 0, 1]).write(folder / "after.xyz")
+    lines = [shapely.LineString([[100, 100], [900, 800]]), shapely.LineString([[100, 800, 50], [900, 100, 50]])]
+    geopandas.GeoDataFrame(geometry=lines, crs="EPSG:32616").to_file(folder / "streams.geojson")
+    plot = shapely.box(200, 200, 600, 700)
+    geopandas.GeoDataFrame(geometry=[plot], crs="EPSG:32616").to_file(folder / "plot.gpkg")
+    return folder
+
+
+@pytest.mark.parametrize("command", COMMANDS, ids=lambda command: command.name)
+def test_help_and_its_example(command, folder: pathlib.Path) -> None:
+    shown = run(command.name, "--help", folder=folder)
+    assert (shown.returncode, shown.stderr) == (0, "")
+    assert " ".join(command.example.split()) in " ".join(shown.stdout.split())
+    for option in command.options:
+        assert option.name in shown.stdout
+    program, *arguments = shlex.split(command.example)
+    assert program == "taro25d"
+    before = set(folder.iterdir())
+    done = run(*arguments, folder=folder)
+    assert (done.returncode, done.stderr) == (0, "")
+    targets = {argument.name for argument in command.arguments} & {"TARGET"}
+    assert len(set(folder.iterdir()) - before) == len(targets)
+    assert bool(done.stdout) == (not targets)
+
+
+def test_info(folder: pathlib.Path) -> None:
+    done = run("info", "ground.laz", "--json", folder=folder)
+    result = json.loads(done.stdout)
+    assert (result["points"], result["classes"], result["crs"]) == (3000, {"2": 3000}, "EPSG:32616")
+    text = run("info", "ground.laz", folder=folder).stdout
+    assert "UTM zone 16N" in text
+
+
+def test_volume(folder: pathlib.Path) -> None:
+    area = taro25d.Triangulation(make_hills(3000)).zone().area
+    whole = json.loads(run("volume", "before.xyz", "after.xyz", "--json", folder=folder).stdout)
+    assert (whole["cut"], whole["fill"]) == (0, pytest.approx(area, rel=1e-6))
+    part = json.loads(
+        run("volume", "before.xyz", "after.xyz", "--boundary", "plot.gpkg", "--json", folder=folder).stdout
+    )
+    assert part["fill_area"] == pytest.approx(200_000)
+    none = json.loads(run("volume", "before.xyz", "after.xyz", "--threshold", "2", "--json", folder=folder).stdout)
+    assert none["fill"] == 0
+
+
+def test_check_finds_what_is_wrong(folder: pathlib.Path) -> None:
+    points = make_hills(2000)
+    points[7, 2] += 300
+    points[100] = points[99] + [0, 0, 1]
+    spike = points[7].tolist()
+    points = points[np.hypot(points[:, 0] - 500, points[:, 1] - 500) > 200]
+    points[200, 0] = np.nan
+    (folder / "bad.xyz").write_text("\n".join(" ".join(map(repr, point)) for point in points.tolist()))
+    done = run("check", "bad.xyz", "--json", folder=folder)
+    result = json.loads(done.stdout)
+    assert (result["repeated"], result["not_finite"], len(result["pits"])) == (1, 1, 0)
+    assert result["spikes"] == [spike]
+    assert result["gap_area"] > 50_000
+    assert [round(c["other"] - c["kept"], 6) for c in result["conflicts"]] == [1]
+    crossing = json.loads(run("check", "before.xyz", "--breaklines", "streams.geojson", "--json", folder=folder).stdout)
+    assert len(crossing["conflicts"]) == 1
+
+
+def test_boundary_limits_what_is_written(folder: pathlib.Path) -> None:
+    done = run("build", "ground.laz", "part.gpkg", "--boundary", "plot.gpkg", folder=folder)
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+    assert geopandas.read_file(folder / "part.gpkg").area.sum() == pytest.approx(200_000)
+
+
+@pytest.mark.parametrize(
+    "arguments",
+    [
+        "unknown",
+        "info",
+        "info ground.laz --unknown",
+        "contour ground.laz a.gpkg",
+        "contour ground.laz a.gpkg --interval 1 --levels 3",
+        "contour ground.laz a.gpkg --interval 0",
+        "contour ground.laz a.gpkg --levels 1,x",
+        "contour ground.laz a.laz --interval 1",
+        "convert ground.laz a.docx",
+        "mesh ground.laz a.obj --min-angle 50",
+        "build before.xyz a.obj --class 2",
+        "volume before.xyz after.xyz --threshold nan",
+    ],
+)
+def test_wrong_usage_is_status_2(arguments: str, folder: pathlib.Path) -> None:
+    before = sorted(folder.iterdir())
+    done = run(*arguments.split(), folder=folder)
+    assert (done.returncode, done.stdout) == (2, "")
+    assert "Error" in done.stderr
+    assert "Traceback" not in done.stderr
+    assert sorted(folder.iterdir()) == before
+
+
+@pytest.mark.parametrize(
+    ("arguments", "named"),
+    [
+        ("info away.laz", "away.laz"),
+        ("convert away.laz a.obj", "away.laz"),
+        ("convert streams.geojson a.obj", "streams.geojson"),
+        ("contour line.xyz a.gpkg --interval 1", "line.xyz"),
+        ("convert nan.xyz a.obj", "nan.xyz"),
+        ("convert empty.xyz a.obj", "empty.xyz"),
+        ("build ground.laz a.obj --breaklines away.gpkg", "away.gpkg"),
+        ("build ground.laz a.obj --boundary ground.laz", "ground.laz"),
+        ("build ground.laz nowhere/a.obj", "nowhere/a.obj"),
+        ("mesh before.xyz a.obj --max-edge 1e-9", "before.xyz"),
+        ("contour ground.laz a.gpkg --interval 1e-9", "ground.laz"),
+    ],
+)
+def test_unusable_data_is_status_1(arguments: str, named: str, folder: pathlib.Path) -> None:
+    (folder / "line.xyz").write_text("0 0 0\n1 1 1\n2 2 2\n")
+    (folder / "nan.xyz").write_text("nan 0 0\n1 nan 1\n2 2 nan\n")
+    (folder / "empty.xyz").write_text("")
+    before = sorted(folder.iterdir())
+    done = run(*arguments.split(), folder=folder)
+    assert (done.returncode, done.stdout) == (1, ""), done.stderr
+    assert named in done.stderr.splitlines()[-1]
+    assert "Traceback" not in done.stderr
+    assert sorted(folder.iterdir()) == before
+
+
+def test_completion_and_version(folder: pathlib.Path) -> None:
+    assert "_TARO25D_COMPLETE" in run("--completion", "bash", folder=folder).stdout
+    assert run("--version", folder=folder).stdout.startswith("taro25d")
+    shown = run("--help", folder=folder).stdout
+    for command in COMMANDS:
+        assert command.summary in " ".join(shown.split())
+
+
+def test_a_closed_pipe_ends_quietly(folder: pathlib.Path) -> None:
+    done = subprocess.run(
+        f"{COMMAND} info ground.laz --json | true", shell=True, capture_output=True, text=True, cwd=folder, check=False
+    )
+    assert (done.returncode, done.stderr) == (0, "")
+
+
+def test_manual_page_is_that_of_the_table() -> None:
+    kept = pathlib.Path(__file__).parent.parent / "share" / "taro25d.1"
+    assert kept.read_text() == make_manual(), "python -m taro25d.command.manual > share/taro25d.1"
