@@ -3,32 +3,20 @@
 #include "constraints/ConstraintMgr.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <fstream>
 #include <functional>
 #include <iomanip>
 #include <iostream>
 #include <limits>
-#include <map>
-#include <numeric>
 
 #include "constraints/ConstraintPieces.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
-#include "support/Progress.h"
 #include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
 
 namespace {
-
-std::vector<ConstraintSegment2*> getAlivePieces(const std::vector<ConstraintSegment2*>& vCSegs) {
-    std::vector<ConstraintSegment2*> vPieces;
-    vPieces.reserve(vCSegs.size());
-    for (ConstraintSegment2* pCSeg : vCSegs) appendAlivePieces(pCSeg, vPieces);
-    return vPieces;
-}
 
 /// The alive pieces of a graph, and the file that they go to.
 std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, const std::string& filename) {
@@ -37,26 +25,6 @@ std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, con
     Note("ConstraintMgr::writeConstraints()")
         << "writes " << vPieces.size() << " child segments to " << filename << "\n";
     return vPieces;
-}
-
-/// Drops points that are there before, and tells for each of the former list where it stands now.
-void keepFirstOfEach(std::vector<Point2>& vPoints, std::vector<size_t>& vPlaces) {
-    std::map<std::array<double, 3>, size_t> mPlaces;
-    size_t numKept = 0;
-    for (size_t i = 0; i < vPoints.size(); ++i) {
-        const Point2 point = vPoints[i];
-        vPlaces[i] = mPlaces.emplace(std::array<double, 3>{point.x(), point.y(), point.z()}, numKept).first->second;
-        if (vPlaces[i] == numKept) vPoints[numKept++] = point;
-    }
-    vPoints.resize(numKept);
-}
-
-/// Any integer can be cast to a strategy. Said in the name of what would meet it later.
-bool isStrategy(ConstraintInsertionStrategy cis) {
-    if (cis == CIS_CONFORMING_SURFACE_Z || cis == CIS_CONSTRAINED_DELAUNAY || cis == CIS_CONFORMING_LINEAR_Z)
-        return true;
-    error("ConstraintMgr::apply()", "Unknown CIS");
-    return false;
 }
 
 }  // namespace
@@ -241,181 +209,6 @@ void ConstraintMgr::sweep() const {
     vSegments_.resize(numKept);
     numSorted_ = numKeptSorted;
     numDiscarded_ = 0;
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Graphs
-
-bool ConstraintMgr::hasGraph(const ConstraintGraph2* pGraph) const {
-    return std::any_of(vGraphs_.begin(), vGraphs_.end(), [pGraph](const auto& p) { return p.get() == pGraph; });
-}
-
-void ConstraintMgr::getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const {
-    for (const auto& pGraph : vGraphs_) vGraphs.push_back(pGraph.get());
-}
-
-void ConstraintMgr::discard(ConstraintGraph2* pGraph) {
-    const auto it =
-        std::find_if(vGraphs_.begin(), vGraphs_.end(), [pGraph](const auto& p) { return p.get() == pGraph; });
-    TARO_ASSERT(it != vGraphs_.end());
-    vGraphs_.erase(it);
-}
-
-ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>& vPairs,
-                                                  ConstraintInsertionStrategy cis, bool bApply) {
-    const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
-    vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, cis));
-    ConstraintGraph2* pGraph = vGraphs_.back().get();
-    if (bApply) establisher_.establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
-    return pGraph;
-}
-
-ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis,
-                                                  bool bApply) {
-    std::vector<VertexPair> vPairs;
-    vPairs.reserve(vEdges.size());
-    for (const Edge2* pEdge : vEdges) vPairs.emplace_back(pEdge->getSrc(), pEdge->getTrg());
-    return createConstraint(vPairs, cis, bApply);
-}
-
-ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Segment2>& vSegments,
-                                                  ConstraintInsertionStrategy cis) {
-    return createConstraint(insertEnds(vSegments), cis, true);
-}
-
-ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Segment2>& vSegments,
-                                                           ConstraintInsertionStrategy cis) {
-    return vSegments.empty() ? nullptr : createConstraint_oriented(insertEnds(vSegments), cis, true);
-}
-
-ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<VertexPair>& vPairs,
-                                                           ConstraintInsertionStrategy cis, bool bApply) {
-    const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
-    using Entry = std::pair<VertexPair, bool>;
-    std::vector<Entry> vReverse;
-    vReverse.reserve(vPairs.size());
-    for (const auto& [p0, p1] : vPairs) {
-        const VertexPair key = makeKey(p0, p1);
-        vReverse.emplace_back(key, p0 != key.first);
-    }
-    std::vector<bool> vPasses;
-    for (const auto& [p0, p1] : vPairs) {
-        if (p0 != p1) vPasses.push_back(p0 != makeKey(p0, p1).first);
-    }
-    // Of a segment that comes in both directions the first one counts, but the passes are known to the graph.
-    std::stable_sort(vReverse.begin(), vReverse.end(),
-                     [](const Entry& a, const Entry& b) { return a.first < b.first; });
-    const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
-    vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, mPPReverse, cis));
-    ConstraintGraph2* pGraph = vGraphs_.back().get();
-    const auto isBothWays = [](const Entry& a, const Entry& b) { return a.first == b.first && a.second != b.second; };
-    if (std::adjacent_find(vReverse.begin(), vReverse.end(), isBothWays) != vReverse.end()) pGraph->setPasses(vPasses);
-    if (bApply) establisher_.establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
-    return pGraph;
-}
-
-ConstraintGraph2* ConstraintMgr::createEdges(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
-                                             bool bOriented) {
-    ConstraintGraph2* pGraph =
-        bOriented ? createConstraint_oriented(vPairs, cis, false) : createConstraint(vPairs, cis, false);
-    std::vector<ConstraintSegment2*> vPieces;
-    pGraph->getChildConstraintSegments(vPieces);
-    establisher_.establishAsEdges(vPieces);
-    return pGraph;
-}
-
-ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Edge2>& vEdges,
-                                                           ConstraintInsertionStrategy cis) {
-    // A height that the client has made something else than a number would keep the end from being found again.
-    const auto getPlace = [](const Point2& end) {
-        return Point2(end.x(), end.y(), std::isfinite(end.z()) ? end.z() : 0.0);
-    };
-    std::vector<Segment2> vSegments;
-    vSegments.reserve(vEdges.size());
-    for (const Edge2& edge : vEdges) vSegments.emplace_back(getPlace(*edge.getSrc()), getPlace(*edge.getTrg()));
-    return createConstraint_oriented(vSegments, cis);
-}
-
-std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vector<Segment2>& vSegments) {
-    std::vector<Point2> vEnds;
-    vEnds.reserve(2 * vSegments.size());
-    for (const Segment2& segment : vSegments) {
-        vEnds.push_back(segment.getSrc());
-        vEnds.push_back(segment.getTrg());
-    }
-    // An end at which several of these segments meet at one height comes once, for the mean of the heights there.
-    std::vector<size_t> vPlaces(vEnds.size());
-    std::iota(vPlaces.begin(), vPlaces.end(), size_t(0));
-    if (pDt2_->getHeightBook().getRule() == HR_MEAN) keepFirstOfEach(vEnds, vPlaces);
-    std::vector<Point2*> vHandles(vEnds.size()), vNewVertices;
-    pDt2_->insertBulk(PointSource(vEnds), vHandles.data(), &vNewVertices);
-    for (const Point2* pVtx : vNewVertices) sBroughtVertices_.insert(pVtx);
-    std::vector<VertexPair> vPairs;
-    vPairs.reserve(vSegments.size());
-    for (size_t i = 0; i < vPlaces.size(); i += 2) vPairs.emplace_back(vHandles[vPlaces[i]], vHandles[vPlaces[i + 1]]);
-    return vPairs;
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// What clients ask for
-
-ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Segment2>& vSegments,
-                                                 ConstraintInsertionStrategy cis, bool bOrientedSegments) {
-    if (vSegments.empty()) {
-        warning("Dt2::createConstraint(..)", "vSegments is empty, returning NULL");
-        return nullptr;
-    }
-    if (!areFinite(vSegments)) {
-        warning("Dt2::createConstraint(..)", "non-finite coordinates, constraint refused");
-        return nullptr;
-    }
-    if (!isStrategy(cis)) return nullptr;
-    ConstraintGraph2* pGraph =
-        bOrientedSegments ? createConstraint_oriented(vSegments, cis) : createConstraint(vSegments, cis);
-    establisher_.splitEncroachedPieces(false);
-    return pGraph;
-}
-
-ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis) {
-    if (vEdges.empty()) {
-        warning("Dt2::createConstraint(..)", "vEdges is empty, returning NULL");
-        return nullptr;
-    }
-    if (!isStrategy(cis)) return nullptr;
-    ConstraintGraph2* pGraph = createConstraint(vEdges, cis, true);
-    establisher_.splitEncroachedPieces(false);
-    return pGraph;
-}
-
-ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
-                                                 bool bOrientedSegments) {
-    const VertexVault& vault = pDt2_->getVertexVault();
-    const auto isStrange = [&vault](const Point2* pVtx) {
-        return !pVtx || vault.getIdxOfActiveVtx(pVtx) == VertexVault::NOT_FOUND;
-    };
-    const auto hasStrangeEnd = [&](const VertexPair& pair) { return isStrange(pair.first) || isStrange(pair.second); };
-    if (vPairs.empty()) {
-        warning("Dt2::createConstraint(..)", "vVertexPairs is empty, returning NULL");
-        return nullptr;
-    }
-    if (std::any_of(vPairs.begin(), vPairs.end(), hasStrangeEnd)) {
-        warning("Dt2::createConstraint(..)", "a pointer is no vertex of this triangulation, constraint refused");
-        return nullptr;
-    }
-    if (!isStrategy(cis)) return nullptr;
-    ConstraintGraph2* pGraph =
-        bOrientedSegments ? createConstraint_oriented(vPairs, cis, true) : createConstraint(vPairs, cis, true);
-    establisher_.splitEncroachedPieces(false);
-    return pGraph;
-}
-
-void ConstraintMgr::applyForClient() {
-    if (!pDt2_->is2D()) {
-        warning("Dt2::applyConstraintsAndZones()", "The triangulation is not full dimensional yet. Nothing to do");
-        return;
-    }
-    apply();
-    establisher_.splitEncroachedPieces(true);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

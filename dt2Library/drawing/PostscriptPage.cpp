@@ -3,23 +3,15 @@
 // "stroke" draws it: a colour applies to everything in the path, so "stroke" precedes each change of colour,
 // and a path that grows without limit is slow to draw or refused by old interpreters, hence a "stroke" now and then.
 
-#include "taro25d/Visualizer2.h"
+#include "drawing/PostscriptPage.h"
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <initializer_list>
 #include <limits>
 #include <locale>
-#include <optional>
 #include <utility>
 
 #include "support/diagnostics.h"
-#include "taro25d/Circle2.h"
-#include "taro25d/Edge2.h"
-#include "taro25d/Label.h"
-#include "taro25d/Segment2.h"
-#include "taro25d/Triangle2.h"
 
 namespace LUMO_TARO25D {
 
@@ -30,32 +22,8 @@ constexpr size_t MAX_HEADER_LENGTH = 120;
 constexpr size_t OBJECTS_PER_STROKE = 31;
 constexpr double PAGE_LEFT = 50.0;
 constexpr double PAGE_BOTTOM = 200.0;
-constexpr double PAGE_EXTENT = 480.0;
 constexpr double LINE_SPACING = 1.2;  // of a label, in font sizes
 constexpr float MAX_LINE_WIDTH = 1000.0f;
-
-/// A position in the drawing or on the page.
-struct XY {
-    double x, y;
-    bool operator==(const XY& other) const { return x == other.x && y == other.y; }
-    bool operator<(const XY& other) const { return x < other.x || (x == other.x && y < other.y); }
-};
-
-struct Line {
-    XY src, trg;
-};
-struct Corners {
-    XY a, b, c;
-};
-struct Disk {
-    XY center;
-    double radius;
-};
-
-template <class ShapeT>
-using ColoredList = std::vector<std::pair<ShapeT, Color>>;
-
-XY toXY(const Point2& point) { return {point.x(), point.y()}; }
 
 /// The value moved into [0, maximum]; 0 for NaN.
 float clamped(float value, float maximum) { return value > 0.0f ? std::min(value, maximum) : 0.0f; }
@@ -93,86 +61,7 @@ int headerFontSize(size_t numLines, size_t maxLength) {
     return static_cast<int>(std::max<size_t>(size, 6));
 }
 
-/// One axis of the bounding box of what was collected.
-struct Interval {
-    double min = std::numeric_limits<double>::max();
-    double max = std::numeric_limits<double>::lowest();
-
-    void add(double value) {
-        min = std::min(min, value);
-        max = std::max(max, value);
-    }
-
-    /// Makes the width positive: an empty interval becomes [0, 0], and one value gets 1 on both sides, or the
-    /// next double where 1 is lost.
-    void complete() {
-        if (min > max) min = max = 0.0;
-        if (min < max) return;
-        min = std::min(min - 1.0, std::nextafter(min, std::numeric_limits<double>::lowest()));
-        max = std::max(max + 1.0, std::nextafter(max, std::numeric_limits<double>::max()));
-    }
-};
-
 }  // namespace
-
-class PostscriptPage {
-  public:
-    explicit PostscriptPage(const std::string& filename);
-
-    const std::string& getFilename() const { return filename_; }
-    bool isClosed() const { return bClosed_; }
-
-    void add(const XY& point, const Color& color);
-    void add(const Line& line, const Color& color);
-    void add(const Corners& corners, const Color& color);
-    void add(const Disk& disk, const Color& color);
-    void add(const Label& label, const Color& color);
-    void addHeaderLine(const std::string& text);
-
-    void write();
-
-  private:
-    bool include(std::initializer_list<XY> corners);
-
-    void setRange();
-    double scaledDouble(double difference) const { return PAGE_EXTENT * difference / extent_; }
-    XY scaledPoint(const XY& point) const;
-
-    void writeProlog();
-    void writeRange(const char* name, const Interval& range, int y);
-    void writeHeaderLines();
-    template <class ShapeT>
-    void writeAll(const ColoredList<ShapeT>& vShapes);
-    void draw(const XY& point, const Color& color);
-    void draw(const Line& line, const Color& color);
-    void draw(const Corners& corners, const Color& color);
-    void draw(const Disk& disk, const Color& color);
-    void draw(const Label& label, const Color& color);
-
-    void drawCross(const XY& position, const Color& color);
-    void fill() { out_ << "gsave\n  fill\ngrestore\n"; }
-    void moveTo(const XY& position) { out_ << position.x << '\t' << position.y << "\tmoveto\n"; }
-    void lineTo(const XY& position) { out_ << position.x << '\t' << position.y << "\tlineto\n"; }
-    void changeColor(const Color& color);
-    void periodicStroke();
-
-    std::string filename_;
-    std::ofstream out_;
-    bool bClosed_ = false;
-
-    ColoredList<Line> vLines_;
-    ColoredList<Disk> vDisks_;
-    ColoredList<XY> vPoints_;
-    ColoredList<Corners> vTriangles_;
-    ColoredList<Label> vLabels_;
-    std::vector<std::string> vHeaderLines_;
-
-    Interval rangeX_, rangeY_;
-    double shrink_ = 1.0;                          // a power of 2 by which coordinates are multiplied first
-    double extent_ = 1.0;                          // the larger of width and height, multiplied with it
-    std::optional<Color> currentColor_ = Color();  // none after a fill, which leaves a colour of its own
-    size_t numDrawn_ = 0;
-};
 
 PostscriptPage::PostscriptPage(const std::string& filename) : filename_(filename) {
     out_.imbue(std::locale::classic());
@@ -378,82 +267,6 @@ void PostscriptPage::changeColor(const Color& color) {
 
 void PostscriptPage::periodicStroke() {
     if (++numDrawn_ % OBJECTS_PER_STROKE == 0) out_ << "stroke\n";
-}
-
-// --- what the client sees ---
-
-Visualizer2::Visualizer2(const std::string& filename) {
-    Note("Visualizer2::Visualizer2()") << "\033[0;31mVisualizer2:: Writing " << filename << "\033[m\n";
-    pPage_ = std::make_unique<PostscriptPage>(filename);
-}
-
-Visualizer2::~Visualizer2() {
-    if (pPage_->isClosed()) return;
-    Note("Visualizer2::~Visualizer2()") << "Calling Visualizer2::writeFile() to complete an unfinished visualization ["
-                                        << pPage_->getFilename() << "]\n";
-    writeFile();
-}
-
-void Visualizer2::addObject(const Point2& point, const Color& color) { pPage_->add(toXY(point), color); }
-
-void Visualizer2::addObject(const std::vector<Point2>& vPoints, const Color& color) {
-    for (const Point2& point : vPoints) addObject(point, color);
-}
-
-void Visualizer2::addObject(const std::vector<Point2*>& vPoints, const Color& color) {
-    for (const Point2* pPoint : vPoints) {
-        if (pPoint) addObject(*pPoint, color);
-    }
-}
-
-void Visualizer2::addObject(const Segment2& segment, const Color& color) {
-    pPage_->add(Line{toXY(segment.getSrc()), toXY(segment.getTrg())}, color);
-}
-
-void Visualizer2::addObject(const std::vector<Segment2>& vSegments, const Color& color) {
-    for (const Segment2& segment : vSegments) addObject(segment, color);
-}
-
-void Visualizer2::addObject(const Edge2& edge, const Color& color) {
-    if (!edge.getTriangle() || !edge.getSrc() || !edge.getTrg()) return;
-    pPage_->add(Line{toXY(*edge.getSrc()), toXY(*edge.getTrg())}, color);
-}
-
-void Visualizer2::addObject(const std::vector<Edge2>& vEdges, const Color& color) {
-    for (const Edge2& edge : vEdges) addObject(edge, color);
-}
-
-void Visualizer2::addObject(const Circle2& circle, const Color& color) {
-    pPage_->add(Disk{toXY(circle.getCenter()), circle.getRadius()}, color);
-}
-
-void Visualizer2::addObject(const Triangle2& triangle, const Color& color) {
-    const Point2* p0 = triangle.getCorner(0);
-    const Point2* p1 = triangle.getCorner(1);
-    const Point2* p2 = triangle.getCorner(2);
-    if (p0 && p1 && p2) pPage_->add(Corners{toXY(*p0), toXY(*p1), toXY(*p2)}, color);
-}
-
-void Visualizer2::addObject(const std::vector<Triangle2>& vTriangles, const Color& color) {
-    for (const Triangle2& triangle : vTriangles) addObject(triangle, color);
-}
-
-void Visualizer2::addObject(const std::vector<Triangle2*>& vTriangles, const Color& color) {
-    for (const Triangle2* pT : vTriangles) {
-        if (pT) addObject(*pT, color);
-    }
-}
-
-void Visualizer2::addObject(const Label& label, const Color& color) { pPage_->add(label, color); }
-
-void Visualizer2::addHeaderLine(const std::string& text) { pPage_->addHeaderLine(text); }
-
-void Visualizer2::writeFile() {
-    if (pPage_->isClosed()) {
-        warning("Visualizer2::writeFile()", "No effect. File has already been closed");
-    } else {
-        pPage_->write();
-    }
 }
 
 }  // namespace LUMO_TARO25D
