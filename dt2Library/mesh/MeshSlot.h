@@ -40,11 +40,8 @@ class MeshSlots {
     /// The same; makes the object, from a pointer to the mesh, where there is none yet.
     template <class T>
     T& get(Dt2* pMesh) {
-        if (T* pSlot = find<T>()) return *pSlot;
-        auto pNew = std::make_unique<T>(pMesh);
-        T& slot = *pNew;
-        vSlots_.emplace_back(getKey<T>(), std::move(pNew));
-        return slot;
+        if (!find<T>()) vSlots_.emplace_back(getKey<T>(), std::make_unique<T>(pMesh));
+        return *find<T>();
     }
 
   private:
