@@ -58,6 +58,7 @@ class Dt2 : public TriangleMesh {
     /// The prefix of the names of diagnostic files.
     static std::string getFilenamePrefix();
     Progress& getProgress() { return progress_; }
+    const Progress& getProgress() const { return progress_; }
     VertexVault& getVertexVault() { return vertexVault_; }
     const VertexVault& getVertexVault() const { return vertexVault_; }
     HeightBook& getHeightBook() { return vertexVault_.getHeightBook(); }

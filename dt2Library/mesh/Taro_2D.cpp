@@ -8,6 +8,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/EngineCall.h"
 #include "mesh/RegionSearch.h"
+#include "mesh/heightQueries.h"
 #include "mesh/vertexMove.h"
 #include "support/Timer.h"
 #include "support/diagnostics.h"
@@ -122,6 +123,14 @@ Triangle2* Taro_2D::locate(const Point2& point) const { return pDt2_->locate(poi
 
 bool Taro_2D::getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const {
     return pDt2_->getHeight(x, y, height, pApproxT, tolerance);
+}
+
+size_t Taro_2D::getHeights(size_t num, const double* aXY, double* aHeights) const {
+    const MessageScope scope(&pDt2_->getProgress());
+    if (num == 0) return 0;
+    if (aXY && aHeights) return LUMO_TARO25D::getHeights(*pDt2_, num, aXY, aHeights);
+    warning("Taro_2D::getHeights(..)", "an array is null, nothing is answered");
+    return 0;
 }
 
 Point2* Taro_2D::getNearestVertex(const Point2& place) const { return RegionSearch(*pDt2_).getNearestVertex(place); }

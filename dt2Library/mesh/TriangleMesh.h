@@ -40,6 +40,8 @@ class TriangleMesh {
 
     size_t numberOfTriangles() const;
     void getTrianglePointers(std::vector<Triangle2*>& vTriangles) const;
+    /// The records of all triangles; dead ones have no corners.
+    const SimplePool<Triangle2>& getTrianglePool() const { return trianglePool_; }
     /// Calls f for every triangle, in the order of their records. Dead records have no corners.
     template <class F>
     void forEachTriangle(const F& f) const {

@@ -124,10 +124,16 @@ class SimplePool {
     /// Calls f for every record handed out so far, in that order.
     template <class F>
     void forEach(const F& f) const {
+        forEachBlock([&f](T* pBlock, size_t numTaken) {
+            for (size_t i = 0; i < numTaken; ++i) f(pBlock + i);
+        });
+    }
+    /// Calls f for every block, with the number of records that were handed out from it.
+    template <class F>
+    void forEachBlock(const F& f) const {
         auto size = blockSizes_.begin();
         for (T* pBlock : blocks_) {
-            const int numTaken = pBlock == pCurrent_ ? nextIdx_ + 1 : *size;
-            for (int i = 0; i < numTaken; ++i) f(pBlock + i);
+            f(pBlock, static_cast<size_t>(pBlock == pCurrent_ ? nextIdx_ + 1 : *size));
             ++size;
         }
     }

@@ -161,6 +161,7 @@ class VertexVault {
     bool empty() const { return numItems_ == 0; }
     void getVertexPointers(std::vector<Point2*>& vVertices) const;
     const LargeVector<IdxVtxAct*>& getData() const { return vItems_; }
+    const SimplePool<Point2>& getVertexPool() const { return vertexPool_; }
 
     void showData(const std::string& name) const;
     /// Checks positions, order and counts; reports what is wrong.

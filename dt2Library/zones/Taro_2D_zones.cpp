@@ -3,8 +3,10 @@
 #include "constraints/ConstraintMgr.h"
 #include "constraints/GraphRemover.h"
 #include "mesh/EngineCall.h"
+#include "mesh/MeshExporter.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Segment2.h"
+#include "taro25d/Zone2.h"
 #include "zones/ZoneMgr.h"
 
 namespace LUMO_TARO25D {
@@ -63,6 +65,19 @@ bool Taro_2D::removeConstraint(ConstraintGraph2* pGraph, bool bRemoveVertices) {
     }
     GraphRemover(*pDt2_, *pManager).remove(pGraph, bRemoveVertices);
     return true;
+}
+
+void Taro_2D::getIndexedMesh(IndexedMesh& mesh, const Zone2* pZone) const {
+    const MessageScope scope(&pDt2_->getProgress());
+    MeshExporter exporter(*pDt2_);
+    if (!pZone) return exporter.exportAll(mesh);
+    if (pZone->getDelaunayTriangulation() != pDt2_.get()) {
+        warning("Taro_2D::getIndexedMesh(..)", "the zone is none of this triangulation");
+        return;
+    }
+    std::vector<Triangle2*> vTriangles;
+    pZone->getTriangles(vTriangles);
+    exporter.exportSome(vTriangles, mesh);
 }
 
 bool Taro_2D::deleteZone(Zone2* pZone) { return call(pDt2_)->deleteZone(pZone); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -30,6 +31,7 @@ class Segment2;
 class Visualizer2;
 class Visualizer3;
 class Zone2;
+struct IndexedMesh;
 
 /// A 2.5-D Delaunay triangulation: points (x, y, z) triangulated by x and y, with the heights carried along.
 ///
@@ -157,6 +159,12 @@ class TARO25D_API Taro_2D {
     /// result is false.
     bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
 
+    /// The heights at many places, given as num pairs (x, y), on as many threads as setNumCPU() says: aHeights receives
+    /// for each what getHeight() gives, NaN where there is no surface. Returns how many places are on the surface. The
+    /// arrays are not kept, and null ones give a warning and 0. Places in spatial order are several times faster than
+    /// random ones.
+    size_t getHeights(size_t num, const double* aXY, double* aHeights) const;
+
     /// The vertex nearest to a place in x-y, decided exactly; of several the smallest by x, then y. Null for a place that is
     /// not finite, and where there is no vertex. O(log n) expected; before is2D(), O(n).
     Point2* getNearestVertex(const Point2& place) const;
@@ -185,6 +193,12 @@ class TARO25D_API Taro_2D {
     /// straight piece between two others are left out. Before is2D() it warns and appends nothing. Linear in the number
     /// of all vertices.
     void getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const;
+
+    /// The mesh as arrays of numbers, which replace those of the argument: without a zone all vertices in the order of
+    /// getVertexPointers() and all triangles in that of getTrianglePointers(); with one, its triangles and their corners,
+    /// in that order too. Before is2D() there are vertices only. A zone of another triangulation gets a warning, and the
+    /// arrays stay as they are. Linear.
+    void getIndexedMesh(IndexedMesh& mesh, const Zone2* pZone = nullptr) const;
 
     /// The number of vertices. Constant time.
     size_t numberOfPoints() const;

@@ -22,6 +22,7 @@
 #include "taro25d/Edge2.h"
 #include "taro25d/HeightConflict.h"
 #include "taro25d/HeightRule.h"
+#include "taro25d/IndexedMesh.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/Label.h"
 #include "taro25d/MeshGenParams.h"

@@ -1,0 +1,101 @@
+#include "mesh/MeshExporter.h"
+
+#include "mesh/Dt2.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// Gives a vector n elements to be written. Its memory is provided at once, which costs half of that page by page.
+template <class T>
+T* makeRoom(std::vector<T>& v, size_t n) {
+    v.clear();
+    v.reserve(n);
+    touchAhead(v.data(), n * sizeof(T), 1);
+    v.resize(n);
+    return v.data();
+}
+
+}  // namespace
+
+MeshExporter::MeshExporter(const Dt2& mesh)
+    : mesh_(mesh), vertexRecords_(mesh.getVertexVault().getVertexPool()), triangleRecords_(mesh.getTrianglePool()) {}
+
+void MeshExporter::exportAll(IndexedMesh& result) {
+    vVertexNumbers_.assign(vertexRecords_.size(), CHOSEN);
+    vTriangleNumbers_.assign(triangleRecords_.size(), CHOSEN);
+    fill(result);
+}
+
+void MeshExporter::exportSome(const std::vector<Triangle2*>& vTriangles, IndexedMesh& result) {
+    vVertexNumbers_.assign(vertexRecords_.size(), NONE);
+    vTriangleNumbers_.assign(triangleRecords_.size(), NONE);
+    for (const Triangle2* pT : vTriangles) {
+        vTriangleNumbers_[triangleRecords_(pT)] = CHOSEN;
+        for (int i = 0; i < 3; ++i) vVertexNumbers_[vertexRecords_(pT->getCorner(i))] = CHOSEN;
+    }
+    fill(result);
+}
+
+void MeshExporter::fill(IndexedMesh& result) {
+    writeVertices(result);
+    writeTriangles(result, numberTriangles());
+}
+
+void MeshExporter::writeVertices(IndexedMesh& result) {
+    result.vVertices.clear();
+    result.vVertices.reserve(mesh_.numberOfPoints());
+    for (const IdxVtxAct* pItem : mesh_.getVertexVault().getData()) {
+        if (!pItem->active) continue;
+        std::int32_t& number = vVertexNumbers_[vertexRecords_(pItem->vtx)];
+        if (number == NONE) continue;
+        number = static_cast<std::int32_t>(result.vVertices.size());
+        result.vVertices.push_back(pItem->vtx);
+    }
+    double* pCoordinate = makeRoom(result.vCoordinates, 3 * result.vVertices.size());
+    for (const Point2* pVtx : result.vVertices) {
+        for (const double coordinate : {pVtx->x(), pVtx->y(), pVtx->z()}) *pCoordinate++ = coordinate;
+    }
+}
+
+size_t MeshExporter::numberTriangles() {
+    std::int32_t numTriangles = 0;
+    size_t record = 0;
+    const bool bAllAlive = mesh_.numberOfTriangles() == triangleRecords_.size();
+    mesh_.getTrianglePool().forEach([&](const Triangle2* pT) {
+        std::int32_t& number = vTriangleNumbers_[record++];
+        if (number != NONE) number = bAllAlive || pT->getCorner(0) ? numTriangles++ : NONE;
+    });
+    return static_cast<size_t>(numTriangles);
+}
+
+void MeshExporter::writeTriangles(IndexedMesh& result, size_t numTriangles) {
+    std::int32_t* pCorner = makeRoom(result.vTriangles, 3 * numTriangles);
+    std::int32_t* pNeighbour = makeRoom(result.vNeighbours, 3 * numTriangles);
+    result.vConstraints.clear();
+    size_t record = 0;
+    mesh_.getTrianglePool().forEach([&](const Triangle2* pT) {
+        const std::int32_t number = vTriangleNumbers_[record++];
+        if (number == NONE) return;
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            *pCorner++ = vVertexNumbers_[vertexRecords_(pT->getCorner(i))];
+            *pNeighbour++ = pN ? vTriangleNumbers_[triangleRecords_(pN)] : NONE;
+        }
+        if (mesh_.hasConstraints()) writeConstraints(result, pT, number);
+    });
+}
+
+/// Those of the triangle that was written last; an edge between two triangles comes with the one of the smaller number.
+void MeshExporter::writeConstraints(IndexedMesh& result, const Triangle2* pT, std::int32_t number) const {
+    const size_t first = 3 * static_cast<size_t>(number);
+    for (int i = 0; i < 3; ++i) {
+        const std::int32_t neighbour = result.vNeighbours[first + static_cast<size_t>(i)];
+        if ((neighbour != NONE && neighbour < number) || !mesh_.isConstraint(pT, i)) continue;
+        for (const int end : {incIndexBy1(i), incIndexBy2(i)}) {
+            result.vConstraints.push_back(result.vTriangles[first + static_cast<size_t>(end)]);
+        }
+    }
+}
+
+}  // namespace LUMO_TARO25D
