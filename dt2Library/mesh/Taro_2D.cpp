@@ -8,6 +8,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/EngineCall.h"
 #include "mesh/RegionSearch.h"
+#include "mesh/canonicalDiagonals.h"
 #include "mesh/heightQueries.h"
 #include "mesh/vertexMove.h"
 #include "support/Timer.h"
@@ -115,6 +116,11 @@ double Taro_2D::measureTrianguluationTime(std::vector<Point2>& vPoints) {
 bool Taro_2D::moveVertex(Point2* pVtx, const Point2& target) {
     const MessageScope scope(&pDt2_->getProgress());
     return LUMO_TARO25D::moveVertex(*pDt2_, pVtx, target);
+}
+
+void Taro_2D::canonicalizeDiagonals() {
+    const MessageScope scope(&pDt2_->getProgress());
+    LUMO_TARO25D::canonicalizeDiagonals(*pDt2_);
 }
 
 void Taro_2D::remove(Point2* pVtx) { call(pDt2_)->remove(pVtx); }

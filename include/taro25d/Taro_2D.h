@@ -143,6 +143,13 @@ class TARO25D_API Taro_2D {
     /// coordinate that is NaN or infinite, and a place where another vertex stands. Costs a removal and an insertion.
     bool moveVertex(Point2* pVtx, const Point2& target);
 
+    /// Chooses all diagonals again that are open because four or more vertices lie on one circle, by the coordinates alone:
+    /// they meet in the vertex with the smallest x, then y. Equal vertices and constraints then give equal triangles,
+    /// whatever the order of insertion, the number of threads, and what else is in the mesh outside the circle. Insertion and
+    /// removal afterwards may choose others. One exact test for each edge (the idea: Dyken and Floater 2006). May throw
+    /// TaroCancelled, with a valid mesh.
+    void canonicalizeDiagonals();
+
     /// @}
     /// @name Queries
     /// @{
