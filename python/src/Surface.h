@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "Guarded.h"
@@ -70,6 +71,17 @@ class Surface : public Guarded {
     void removeBreakline(size_t number, bool bVertices);
     /// Establishes what could not be until now, and what needs it again after an insertion.
     void establish();
+
+    /// Writes a file that keeps everything except zones, with a text.
+    void save(const std::string& path, const std::string& text);
+    /// Fills an empty surface from a file and gives its text. The ids are those of the file if there are some; the
+    /// breaklines are all that the file holds.
+    std::string load(const std::string& path);
+    /// Keeps of the breaklines those at these positions, as breaklines, and gives out ids from `nextId` on only. For a
+    /// surface that was loaded.
+    void restore(const std::vector<size_t>& vPositions, std::int64_t nextId);
+    /// The positions of the breaklines among all graphs, as restore() takes them.
+    std::vector<size_t> getPositions() const;
 
     /// The zone of all triangles; null before there are triangles.
     LUMO_TARO25D::Zone2* getAll();

@@ -1,14 +1,15 @@
 #include <nanobind/stl/tuple.h>
 #include <nanobind/stl/vector.h>
 
-#include <numeric>
+#include <limits>
 
 #include "arrays.h"
 #include "bindings.h"
 #include "run.h"
 #include "taro25d/CutAndFill.h"
 #include "taro25d/IsoContours.h"
-#include "taro25d/freeFunctions.h"
+#include "taro25d/compareSurfaces.h"
+#include "taro25d/rasterize.h"
 
 namespace nb = nanobind;
 using namespace LUMO_TARO25D;
@@ -67,18 +68,10 @@ struct Component {
     std::vector<double> vBorder;
 };
 
-double getArea(const CAF_Component& component) {
-    std::vector<Triangle2*> vTriangles;
-    component.getTriangles(vTriangles);
-    return std::accumulate(vTriangles.begin(), vTriangles.end(), 0.0, [](double sum, const Triangle2* pT) {
-        return sum + getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
-    });
-}
-
 void getComponents(const CutAndFill& cutAndFill, std::vector<Component>& vComponents) {
     for (size_t i = 0; i < cutAndFill.getNumberOfComponents(); ++i) {
         const CAF_Component* pComponent = cutAndFill.getComponent(i);
-        Component component{pComponent->getCAFType(), pComponent->getVolume(), getArea(*pComponent), {}};
+        Component component{pComponent->getCAFType(), pComponent->getVolume(), pComponent->getArea2D(), {}};
         std::vector<Segment2> vBorder;
         pComponent->getBorder(vBorder);
         for (const Segment2& segment : vBorder)
@@ -88,17 +81,22 @@ void getComponents(const CutAndFill& cutAndFill, std::vector<Component>& vCompon
     }
 }
 
+/// Both surfaces for reading, each once, with their zones of everything in place.
+EngineCall::Uses useBoth(Surface& before, Surface& after) {
+    prepareAll(before);
+    prepareAll(after);
+    EngineCall::Uses uses{{&before, Guarded::READ}};
+    if (&after != &before) uses.emplace_back(&after, Guarded::READ);
+    return uses;
+}
+
 /// Type, volume, area and border.
 using ComponentTuple = std::tuple<int, double, double, Array<double>>;
 
 std::vector<ComponentTuple> compareFully(Surface& before, const ZoneHandle* pBefore, Surface& after,
                                          const ZoneHandle* pAfter, double threshold, nb::object progress) {
-    prepareAll(before);
-    prepareAll(after);
     std::vector<Component> vComponents;
-    EngineCall::Uses uses{{&before, Guarded::READ}};
-    if (&after != &before) uses.emplace_back(&after, Guarded::READ);
-    EngineCall call(std::move(uses), std::move(progress));
+    EngineCall call(useBoth(before, after), std::move(progress));
     call.run([&] {
         vComponents.clear();
         CutAndFill cutAndFill(getZoneOrAll(before, pBefore), getZoneOrAll(after, pAfter), threshold);
@@ -115,6 +113,30 @@ std::vector<ComponentTuple> compareFully(Surface& before, const ZoneHandle* pBef
     return vResult;
 }
 
+using Totals = std::tuple<double, double, double, double, double>;
+
+Totals compare(Surface& before, const ZoneHandle* pBefore, Surface& after, const ZoneHandle* pAfter, double threshold,
+               nb::object progress) {
+    SurfaceDifference totals;
+    EngineCall call(useBoth(before, after), std::move(progress));
+    call.run(
+        [&] { totals = compareSurfaces(getZoneOrAll(before, pBefore), getZoneOrAll(after, pAfter), threshold, 0); });
+    return {totals.cutVolume, totals.fillVolume, totals.cutArea, totals.fillArea, totals.unchangedArea};
+}
+
+Array<double> makeRaster(Surface& surface, const ZoneHandle* pHandle, const RasterFrame& frame, int kind,
+                         nb::object progress) {
+    prepareAll(surface);
+    std::vector<double> vCells(frame.numRows * frame.numColumns, std::numeric_limits<double>::quiet_NaN());
+    EngineCall call({{&surface, Guarded::READ}}, std::move(progress));
+    call.run([&] {
+        const Zone2* pZone = getZoneOrAll(surface, pHandle);
+        if (pZone && !rasterize(pZone, frame, static_cast<RasterKind>(kind), vCells.data(), 0))
+            throw Refused("the raster cannot be made");
+    });
+    return toArray(std::move(vCells), {frame.numRows, frame.numColumns});
+}
+
 }  // namespace
 
 void bindAnalysis(nb::module_& module) {
@@ -123,4 +145,16 @@ void bindAnalysis(nb::module_& module) {
     module.def("components", &compareFully, nb::arg("before"), nb::arg("zone_before").none(), nb::arg("after"),
                nb::arg("zone_after").none(), nb::arg("threshold"), nb::arg("progress").none(),
                "Type, volume, area and border segments of each component of cut and fill.");
+    module.def("compare", &compare, nb::arg("before"), nb::arg("zone_before").none(), nb::arg("after"),
+               nb::arg("zone_after").none(), nb::arg("threshold"), nb::arg("progress").none(),
+               "Volumes of cut and fill, areas of both, unchanged area.");
+    nb::class_<RasterFrame>(module, "RasterFrame")
+        .def(
+            "__init__",
+            [](RasterFrame* pFrame, double minX, double maxY, double cellWidth, double cellHeight, size_t numColumns,
+               size_t numRows) { new (pFrame) RasterFrame{minX, maxY, cellWidth, cellHeight, numColumns, numRows}; },
+            nb::arg("min_x"), nb::arg("max_y"), nb::arg("cell_width"), nb::arg("cell_height"), nb::arg("columns"),
+            nb::arg("rows"));
+    module.def("rasterize", &makeRaster, nb::arg("surface"), nb::arg("zone").none(), nb::arg("frame"), nb::arg("kind"),
+               nb::arg("progress").none(), "Rows from the north.");
 }

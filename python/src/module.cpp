@@ -16,5 +16,6 @@ NB_MODULE(_engine, module) {
     bindZones(module);
     bindMeshing(module);
     bindAnalysis(module);
+    bindFiles(module);
     nb::module_::import_("atexit").attr("register")(nb::cpp_function(&EngineCall::disconnect));
 }

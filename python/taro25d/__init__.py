@@ -9,6 +9,8 @@
 from __future__ import annotations
 
 from . import _messages as _messages
+from . import datasets
+from ._file import load
 from ._mesh import Conflict
 from .breakline import Breakline
 from .contours import Contour, Contours
@@ -26,6 +28,7 @@ from .errors import (
 )
 from .io import read
 from .points import Points
+from .raster import Raster
 from .triangulation import Triangulation
 from .volume import Component, Volume
 from .zone import Zone
@@ -45,10 +48,13 @@ __all__ = [
     "InvalidInputError",
     "MissingExtraError",
     "Points",
+    "Raster",
     "RefusedError",
     "Triangulation",
     "Volume",
     "Warning",
     "Zone",
+    "datasets",
+    "load",
     "read",
 ]

@@ -52,17 +52,21 @@ class Mesh:
     ) -> None:
         self.crs = crs_module.merge(crs_module.normalise(crs), crs_of(points), "points")
         crs_module.check_plane(self.crs)
-        if threads < 0:
-            raise InvalidInputError(f"threads: 0 or more are expected, not {threads}")
-        self._surface = _engine.Surface()
-        self._surface.set_threads(threads)
-        if height_rule not in _HEIGHT_RULES:
-            raise InvalidInputError(f"height_rule: one of {', '.join(_HEIGHT_RULES)} is expected, not {height_rule!r}")
-        self._surface.set_height_rule(_HEIGHT_RULES.index(height_rule))
-        self._cache: _Arrays | None = None
+        self._set_up(threads, height_rule)
         if points is not None:
             with showing(progress) as show:
                 self._surface.insert(as_points(points), True, show)
+
+    def _set_up(self, threads: int, height_rule: str) -> None:
+        if threads < 0:
+            raise InvalidInputError(f"threads: 0 or more are expected, not {threads}")
+        if height_rule not in _HEIGHT_RULES:
+            raise InvalidInputError(f"height_rule: one of {', '.join(_HEIGHT_RULES)} is expected, not {height_rule!r}")
+        self._threads, self._height_rule = threads, height_rule
+        self._cache: _Arrays | None = None
+        self._surface = _engine.Surface()
+        self._surface.set_threads(threads)
+        self._surface.set_height_rule(_HEIGHT_RULES.index(height_rule))
 
     def __repr__(self) -> str:
         num_points, num_triangles = self._surface.counts()

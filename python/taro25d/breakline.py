@@ -27,6 +27,9 @@ class Breakline:
     def __hash__(self) -> int:
         return hash((id(self._tin), self._number))
 
+    def __reduce__(self) -> tuple[object, ...]:
+        return _find, (self._tin, self._tin.breaklines.index(self))
+
     @property
     def triangulation(self) -> Mesh:
         """The triangulation that it belongs to."""
@@ -52,3 +55,7 @@ class Breakline:
         With ``vertices``, the vertices that it alone has brought go as well. One that bounds a zone is refused.
         """
         _engine.remove_breakline(self._tin._surface, self._number, vertices)
+
+
+def _find(tin: Mesh, position: int) -> Breakline:
+    return tin.breaklines[position]

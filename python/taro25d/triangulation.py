@@ -4,6 +4,7 @@ from __future__ import annotations
 
 from collections.abc import Sequence
 from os import PathLike
+from pathlib import Path
 from typing import Any
 
 import numpy as np
@@ -17,7 +18,8 @@ from ._progress import Progress
 from .breakline import Breakline
 from .contours import Contours, get_levels, make_contours
 from .errors import InvalidInputError
-from .volume import Volume, compare
+from .raster import Raster, find_frame, make_raster
+from .volume import Volume
 from .zone import Zone, zone_of_all, zone_of_breaklines, zone_of_polygon
 
 
@@ -91,6 +93,34 @@ class Triangulation(Mesh):
         low, high = (heights.min(), heights.max()) if len(heights) else (0.0, -1.0)
         return make_contours(self, get_levels(interval, levels, base, low, high), zone)
 
+    def rasterize(
+        self,
+        resolution: float | tuple[float, float] | None = None,
+        bounds: tuple[float, float, float, float] | None = None,
+        like: Any = None,
+        method: str = "linear",
+        *,
+        zone: Zone | None = None,
+        progress: Progress = False,
+    ) -> Raster:
+        """Make a raster of the surface.
+
+        Parameters
+        ----------
+        resolution
+            The size of the cells, or their width and height.
+        bounds
+            West, south, east and north; those of the points, widened to multiples of the resolution, without it.
+        like
+            A ``Raster``, a raster file or a rasterio dataset whose cells the result has, in place of a resolution.
+        method
+            ``"linear"`` and ``"natural"`` (natural neighbours) give heights, ``"slope"`` and ``"aspect"`` degrees,
+            ``"hillshade"`` a brightness from 1 to 255.
+        """
+        return make_raster(
+            self, find_frame(resolution, bounds, like, self.bounds), method, self._engine_zone(zone), progress
+        )
+
     def volume(
         self, after: Triangulation, *, zone: Zone | None = None, threshold: float = 0.0, progress: Progress = False
     ) -> Volume:
@@ -99,7 +129,7 @@ class Triangulation(Mesh):
         What counts is the ground under both. Where heights differ by at most the threshold, it counts as unchanged.
         """
         crs_module.merge(self.crs, after.crs, "after")
-        return compare(self, self._engine_zone(zone), after, threshold, progress)
+        return Volume(self, after, zone, threshold, progress)
 
     def conflicts(self, tolerance: float = 0.0) -> list[Conflict]:
         """Get the places where points or breaklines met whose heights differ by more than the tolerance, in order of time."""
@@ -120,14 +150,36 @@ class Triangulation(Mesh):
         used, rows = np.unique(self.triangles[zone.triangles], return_inverse=True)
         return self.points[used], rows.reshape(-1, 3).astype(np.int32)
 
-    def write(self, path: str | PathLike[str], *, zone: Zone | None = None) -> None:
+    def write(
+        self,
+        path: str | PathLike[str],
+        resolution: float | tuple[float, float] | None = None,
+        *,
+        zone: Zone | None = None,
+    ) -> None:
         """Write a file, in the format of its ending: the points, or the triangles where the format has them.
 
-        Nothing is written where it fails.
+        Formats of rasters need a resolution. Nothing is written where it fails.
         """
         from . import io
 
-        io.write(self, path, zone)
+        io.write(self, path, zone, resolution)
+
+    def save(self, path: str | PathLike[str]) -> None:
+        """Write a ``.taro`` file, which keeps everything except zones: ids, breaklines, and the reference system."""
+        from ._file import save
+
+        save(self, Path(path))
+
+    def __getstate__(self) -> dict[str, Any]:
+        from ._file import get_state
+
+        return get_state(self)
+
+    def __setstate__(self, state: dict[str, Any]) -> None:
+        from ._file import set_state
+
+        set_state(self, state)
 
     def to_geodataframe(self, zone: Zone | None = None) -> Any:
         """Make a GeoDataFrame of the triangles, as polygons with heights."""

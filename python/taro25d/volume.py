@@ -8,9 +8,11 @@ from . import _engine
 from ._geometry import FloatArray
 from ._progress import Progress, showing
 from ._rings import join_rings
+from .errors import RefusedError
 
 if TYPE_CHECKING:
     from .triangulation import Triangulation
+    from .zone import Zone
 
 _KINDS = ("unchanged", "cut", "fill")
 
@@ -24,39 +26,51 @@ class Component(NamedTuple):
     rings: list[FloatArray]
 
 
-class Volume(NamedTuple):
+class Volume:
     """What lies between two surfaces, where there are both.
 
     Attributes
     ----------
     cut, fill
-        The volumes, in cubic units of the coordinates.
-    cut_area, fill_area
-        The areas in the plane where ground was lowered or raised.
-    components
-        The connected pieces of ground.
+        The volumes, in cubic units of the coordinates; where ``before`` is higher, it was cut.
+    cut_area, fill_area, unchanged_area
+        The areas in the plane.
     """
 
-    cut: float
-    fill: float
-    cut_area: float
-    fill_area: float
-    components: list[Component]
+    def __init__(
+        self, before: Triangulation, after: Triangulation, zone: Zone | None, threshold: float, progress: Progress
+    ) -> None:
+        self._surfaces = (before, after, zone, threshold)
+        self._versions = self._get_versions()
+        with showing(progress) as show:
+            totals = _engine.compare(before._surface, before._engine_zone(zone), after._surface, None, threshold, show)
+        self.cut, self.fill, self.cut_area, self.fill_area, self.unchanged_area = totals
+        self._components: list[Component] | None = None
 
+    def __repr__(self) -> str:
+        return f"<Volume: cut {self.cut:g}, fill {self.fill:g}>"
 
-def compare(
-    before: Triangulation, zone: _engine.Zone | None, after: Triangulation, threshold: float, progress: Progress
-) -> Volume:
-    """Compare two surfaces."""
-    with showing(progress) as show:
-        found = _engine.components(before._surface, zone, after._surface, None, threshold, show)
-    components = [Component(_KINDS[kind], volume, area, join_rings(border)) for kind, volume, area, border in found]
-    cut = [c for c in components if c.kind == "cut"]
-    fill = [c for c in components if c.kind == "fill"]
-    return Volume(
-        sum(c.volume for c in cut),
-        sum(c.volume for c in fill),
-        sum(c.area for c in cut),
-        sum(c.area for c in fill),
-        components,
-    )
+    def _get_versions(self) -> tuple[int, int]:
+        before, after, _, _ = self._surfaces
+        return before._surface.version(), after._surface.version()
+
+    @property
+    def components(self) -> list[Component]:
+        """The connected pieces of ground, from a full comparison on first use.
+
+        Raises
+        ------
+        RefusedError
+            If a surface has changed since.
+        """
+        if self._components is None:
+            if self._versions != self._get_versions():
+                raise RefusedError("a surface has changed since the volume was computed: compute it again")
+            before, after, zone, threshold = self._surfaces
+            found = _engine.components(
+                before._surface, before._engine_zone(zone), after._surface, None, threshold, None
+            )
+            self._components = [
+                Component(_KINDS[kind], vol, area, join_rings(rings)) for kind, vol, area, rings in found
+            ]
+        return self._components

@@ -32,6 +32,9 @@ class Zone:
     def __repr__(self) -> str:
         return f"<Zone: {len(self.triangles)} triangles>"
 
+    def __reduce__(self) -> tuple[object, ...]:
+        raise TypeError("a zone cannot be pickled: pickle its triangulation, and make the zone again")
+
     @property
     def triangulation(self) -> Mesh:
         """The triangulation that it is a part of."""

@@ -71,6 +71,29 @@ def test_rasters_give_cell_centres(tmp_path: pathlib.Path) -> None:
         taro25d.read(tmp_path / "a.tif", band=2)
 
 
+def test_rasters_are_written_exactly(tin: taro25d.Triangulation, tmp_path: pathlib.Path) -> None:
+    raster = tin.rasterize((50, 40))
+    for name in ("a.tif", "a.asc"):
+        raster.write(tmp_path / name)
+        with rasterio.open(tmp_path / name) as file:
+            values = file.read(1, masked=True).filled(np.nan)
+            assert tuple(file.transform)[:6] == tuple(raster.transform)[:6]
+            assert file.crs.to_epsg() == 32616 or "16N" in file.crs.to_wkt()
+        np.testing.assert_array_equal(values, raster.values if name == "a.tif" else raster.values.astype(values.dtype))
+        np.testing.assert_array_equal(tin.rasterize(like=tmp_path / name).values, raster.values)
+    tin.write(tmp_path / "b.tif", 25)
+    assert len(taro25d.read(tmp_path / "b.tif")) == np.isfinite(tin.rasterize(25).values).sum()
+    with pytest.raises(ValueError, match="resolution"):
+        tin.write(tmp_path / "c.tif")
+    with pytest.raises(ValueError, match="rasters go into"):
+        raster.write(tmp_path / "c.obj")
+
+
+def test_scenes_are_binary_gltf(tin: taro25d.Triangulation, tmp_path: pathlib.Path) -> None:
+    tin.write(tmp_path / "a.glb")
+    assert (tmp_path / "a.glb").read_bytes()[:4] == b"glTF"
+
+
 def test_dataset_is_where_it_says() -> None:
     ground = datasets.jacksboro()
     assert len(ground) == 344 * 403
@@ -188,6 +211,7 @@ def broken_files(folder: pathlib.Path) -> dict[str, bytes]:
         "words.csv": b"a,b,c\n1,2,3\n",
         "ragged.xyz": b"1 2 3\n4 5\n",
         "noise.xyz": b"\xff\xfe\x00\x00" * 10,
+        "noise.taro": b"noise" * 50,
         "noise.gpkg": b"SQLite format 3\0" + b"\0" * 100,
         "cut.geojson": b'{"type": "FeatureCollection", "features": [',
         "none.geojson": b'{"type": "FeatureCollection", "features": []}',

@@ -163,6 +163,8 @@ def test_volume_of_a_pit() -> None:
     assert volume.cut_area == pytest.approx(36)
     assert [c.kind for c in volume.components] == ["unchanged", "cut"]
     assert pit.volume(flat).fill == pytest.approx(63)
+    part = flat.volume(pit, zone=flat.zone(polygon=[[0, 0], [5, 0], [5, 10], [0, 10]]))
+    assert (part.cut, part.unchanged_area) == (pytest.approx(31.5), pytest.approx(32))
     assert flat.volume(flat).cut == 0
 
 
@@ -193,3 +195,41 @@ def test_heights_that_meet() -> None:
         assert tin.conflicts(2.0) == []
     with pytest.raises(ValueError, match="first, last"):
         taro25d.Triangulation(points, height_rule="best")
+
+
+def test_rasters_begin_in_the_north(square: taro25d.Triangulation) -> None:
+    square.insert([[5, 10, 7]])
+    raster = square.rasterize(2.5)
+    assert raster.values.shape == (4, 4)
+    np.testing.assert_array_equal(raster.values, square.heights(raster.x[None, :], raster.y[:, None]))
+    assert raster.bounds == (0, 0, 10, 10)
+    wide = square.rasterize((4, 3), bounds=(-1, -2, 11, 10))
+    assert wide.values.shape == (4, 3)
+    assert np.isnan(wide.values).tolist() == [[False] * 3] * 3 + [[True] * 3]
+    np.testing.assert_array_equal(square.rasterize(like=wide).values, wide.values)
+    assert square.rasterize(3).bounds == (0, 0, 12, 12)
+    for wrong in ({}, {"resolution": 0}, {"resolution": 1, "like": wide}, {"resolution": 1, "bounds": (3, 0, 1, 1)}):
+        with pytest.raises(ValueError, match=r"resolution|bounds"):
+            square.rasterize(**wrong)
+    with pytest.raises(ValueError, match=r"linear, natural, slope"):
+        square.rasterize(1, method="cubic")
+
+
+def test_raster_methods_on_a_plane(square: taro25d.Triangulation) -> None:
+    shade = 1 + 254 * (0.5 + 0.5 * np.sqrt(0.5))  # the plane falls to the west, and the light comes from the north-west
+    for method, value in {"slope": 45, "aspect": 270, "hillshade": shade}.items():
+        np.testing.assert_allclose(square.rasterize(2, method=method).values, value)
+    np.testing.assert_allclose(square.rasterize(2, method="natural").values, square.rasterize(2).values)
+    half = square.zone(polygon=[[0, 0], [5, 0], [5, 10], [0, 10]])
+    assert np.isfinite(square.rasterize(2.5, zone=half).values).sum(axis=1).tolist() == [2] * 4
+
+
+def test_components_know_when_they_are_too_late(square: taro25d.Triangulation) -> None:
+    other = taro25d.Triangulation(square.points + [0, 0, 1])
+    early, late = square.volume(other), square.volume(other)
+    assert early.fill == pytest.approx(100)
+    assert [c.volume for c in early.components] == pytest.approx([100])
+    other.insert([[5, 5, 9]])
+    assert early.components
+    with pytest.raises(taro25d.RefusedError, match="changed"):
+        print(late.components)

@@ -19,7 +19,7 @@ from ..zone import Zone
 
 def check_target(target: Path, endings: Sequence[str] | None = None) -> None:
     """Refuse a target that could not be written, before any work."""
-    known = endings or io.endings(writing=True)
+    known = endings or [e for e in io.endings(writing=True) if e not in io.RASTER_ENDINGS]
     if not target.name.lower().endswith(tuple(known)):
         raise click.BadParameter(f"{target}: the ending is none of {' '.join(known)}", param_hint="TARGET")
 

@@ -46,6 +46,17 @@ def contour(source: Path, target: Path, interval: float | None, levels: Sequence
     io.write_contours(contours, target)
 
 
+def raster(source: Path, target: Path, resolution: float, method: str, breaklines: Path | None) -> None:
+    """Write a raster."""
+    check_target(target, io.RASTER_ENDINGS)
+    tin = _build(source, breaklines, ())
+    try:
+        cells = tin.rasterize(resolution, method=method, progress=Bar(delay=1.0))
+    except InvalidInputError as error:
+        raise FormatError(f"{source}: {error}") from error
+    cells.write(target)
+
+
 def mesh(
     *,
     source: Path,

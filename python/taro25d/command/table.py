@@ -101,6 +101,19 @@ COMMANDS = (
         "make.contour",
     ),
     Command(
+        "raster",
+        "Make a raster of a surface.",
+        "Writes a GeoTIFF or an ESRI ASCII grid of heights, slopes and aspects in degrees, or a hillshade from 1 to 255.",
+        (_SOURCE, _TARGET),
+        (
+            Option("--resolution", "R", "positive", "the size of the cells", required=True),
+            Option("--method", "M", "linear|natural|slope|aspect|hillshade", "what the cells tell", default="linear"),
+            _BREAKLINES,
+        ),
+        "taro25d raster ground.laz shade.tif --resolution 5 --method hillshade",
+        "make.raster",
+    ),
+    Command(
         "volume",
         "Compare two surfaces.",
         "Prints how much was cut, where BEFORE is higher, and how much was filled, in cubic units of the coordinates.",

@@ -5,7 +5,7 @@ from __future__ import annotations
 from pathlib import Path
 from typing import Any
 
-from ..io import read
+from ..io import grid
 from ..io.vector import read_table
 from ..points import Points
 
@@ -14,7 +14,7 @@ _HERE = Path(__file__).parent
 
 def jacksboro() -> Points:
     """Get 138,632 heights from 236 to 1076 m on a grid of 74.57 by 92.47 m; needs the extra ``io``."""
-    return read(path())
+    return grid.read(path())
 
 
 def jacksboro_streams() -> Any:

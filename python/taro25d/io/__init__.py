@@ -13,12 +13,14 @@ from ._files import reading, writing
 from .lines import LINE_ENDINGS, read_lines, read_polygons, write_contours
 
 if TYPE_CHECKING:
+    from ..raster import Raster
     from ..triangulation import Triangulation
     from ..zone import Zone
 
 __all__ = [
     "FORMATS",
     "LINE_ENDINGS",
+    "RASTER_ENDINGS",
     "endings",
     "find_format",
     "read",
@@ -26,6 +28,7 @@ __all__ = [
     "read_polygons",
     "write",
     "write_contours",
+    "write_raster",
 ]
 
 
@@ -43,9 +46,9 @@ FORMATS = (
     Format(".copc.laz", "COPC", "las.read", None),
     Format(".laz", "LAZ", "las.read", "las.write"),
     Format(".las", "LAS", "las.read", "las.write"),
-    Format(".tif", "GeoTIFF", "grid.read", None),
-    Format(".tiff", "GeoTIFF", "grid.read", None),
-    Format(".asc", "ESRI ASCII grid", "grid.read", None),
+    Format(".tif", "GeoTIFF", "grid.read", "grid.write"),
+    Format(".tiff", "GeoTIFF", "grid.read", "grid.write"),
+    Format(".asc", "ESRI ASCII grid", "grid.read", "grid.write_asc"),
     Format(".xyz", "text", "text.read", "text.write_xyz"),
     Format(".txt", "text", "text.read", "text.write_xyz"),
     Format(".csv", "text with commas", "text.read", "text.write_csv"),
@@ -58,7 +61,12 @@ FORMATS = (
     Format(".obj", "OBJ", None, "mesh.write_obj"),
     Format(".ply", "PLY", None, "mesh.write"),
     Format(".vtk", "VTK", None, "mesh.write"),
+    Format(".glb", "glTF", None, "scene.write_glb"),
+    Format(".taro", "triangulation", "native.read", "native.write"),
 )
+
+#: Where rasters can be written to.
+RASTER_ENDINGS = tuple(f.ending for f in FORMATS if str(f.writes).startswith("grid."))
 
 
 def endings(*, reading: bool = False, writing: bool = False) -> list[str]:
@@ -81,8 +89,8 @@ def _function(name: str | None) -> Any:
     return getattr(importlib.import_module(f".{module}", __name__), function)
 
 
-def read(path: str | PathLike[str], **options: Any) -> Points:
-    """Read the points of a file, by its ending.
+def read(path: str | PathLike[str], **options: Any) -> Points | Triangulation:
+    """Read a file, by its ending: ``Points`` of formats of points and rasters, a ``Triangulation`` of a ``.taro`` file.
 
     Parameters
     ----------
@@ -104,9 +112,32 @@ def read(path: str | PathLike[str], **options: Any) -> Points:
         return function(file, **options)  # type: ignore[no-any-return]
 
 
-def write(tin: Triangulation, path: str | PathLike[str], zone: Zone | None = None) -> None:
-    """Write a triangulation, by the ending of the file."""
+def write(
+    tin: Triangulation,
+    path: str | PathLike[str],
+    zone: Zone | None = None,
+    resolution: float | tuple[float, float] | None = None,
+) -> None:
+    """Write a triangulation, or a zone of it, by the ending of the file; as a raster with a resolution."""
     target = Path(path)
-    function = _function(find_format(target, for_reading=False).writes)
+    known = find_format(target, for_reading=False)
+    if str(known.writes).startswith("grid."):
+        if resolution is None:
+            raise InvalidInputError(f"{target}: a raster needs a resolution")
+        write_raster(tin.rasterize(resolution, zone=zone), target)
+        return
+    if resolution is not None:
+        raise InvalidInputError(f"{target}: a resolution means nothing for this format")
+    function = _function(known.writes)
     with writing(target) as temporary:
         function(tin, temporary, zone)
+
+
+def write_raster(raster: Raster, target: Path) -> None:
+    """Write a raster, by the ending of the file."""
+    known = find_format(target, for_reading=False)
+    if not str(known.writes).startswith("grid."):
+        raise InvalidInputError(f"{target}: rasters go into {' '.join(RASTER_ENDINGS)}")
+    function = _function(known.writes)
+    with writing(target) as temporary:
+        function(raster, temporary)

@@ -3,12 +3,16 @@
 from __future__ import annotations
 
 from pathlib import Path
+from typing import TYPE_CHECKING
 
 import numpy as np
 
 from .._optional import require
 from ..errors import FormatError
 from ..points import Points
+
+if TYPE_CHECKING:
+    from ..raster import Raster
 
 _MOST_CELLS = 500_000_000
 
@@ -30,3 +34,39 @@ def read(path: Path, band: int = 1) -> Points:
         if not len(heights):
             raise FormatError("no cell has a height")
         return Points(np.column_stack([x, y, heights * scale + offset]), file.crs and file.crs.to_wkt())
+
+
+def write(raster: Raster, path: Path) -> None:
+    """Write a GeoTIFF of doubles."""
+    rasterio = require("rasterio")
+    rows, columns = raster.values.shape
+    with rasterio.open(
+        path, "w", driver="GTiff", height=rows, width=columns, count=1, dtype="float64", nodata=float("nan"),
+        transform=raster.transform, crs=None if raster.crs is None else raster.crs.to_wkt(),
+        compress="deflate", predictor=3, bigtiff="if_safer",
+    ) as file:  # fmt: skip
+        file.write(raster.values, 1)
+
+
+def write_asc(raster: Raster, path: Path) -> None:
+    """Write an ESRI ASCII grid with as many digits as it takes, and the reference system beside it."""
+    west, south, _, _ = raster.bounds
+    width, height = raster.frame.cell_width, raster.frame.cell_height
+    size = [f"cellsize {width!r}"] if width == height else [f"dx {width!r}", f"dy {height!r}"]
+    rows, columns = raster.values.shape
+    head = [
+        f"ncols {columns}",
+        f"nrows {rows}",
+        f"xllcorner {west!r}",
+        f"yllcorner {south!r}",
+        *size,
+        "NODATA_value -9999",
+    ]
+    if (raster.values == -9999).any():
+        raise FormatError("a cell has the value -9999, which stands for no value there")
+    with path.open("w", encoding="ascii") as file:
+        file.writelines(line + "\n" for line in head)
+        for row in np.where(np.isnan(raster.values), -9999.0, raster.values).tolist():
+            file.write(" ".join(map(repr, row)) + "\n")
+    if raster.crs is not None:
+        path.with_suffix(".prj").write_text(raster.crs.to_wkt("WKT1_ESRI"), encoding="utf-8")

@@ -1,0 +1,81 @@
+"""Whole triangulations in files and pickles."""
+
+from __future__ import annotations
+
+import json
+import tempfile
+from os import PathLike
+from pathlib import Path
+from typing import TYPE_CHECKING, Any
+
+from . import _engine, crs
+from ._progress import Progress, showing
+from .errors import FormatError, RefusedError
+from .io._files import reading, writing
+
+if TYPE_CHECKING:
+    from .triangulation import Triangulation
+
+
+def _make_text(tin: Triangulation) -> str:
+    """Make the text that stands in the file beside the mesh."""
+    positions, next_id = _engine.state(tin._surface)
+    system = None if tin.crs is None else tin.crs.to_wkt()
+    return json.dumps({"crs": system, "next_id": next_id, "breaklines": positions})
+
+
+def save(tin: Triangulation, path: Path) -> None:
+    """Write a file."""
+    with writing(path) as temporary:
+        _engine.save(tin._surface, str(temporary), _make_text(tin))
+
+
+def load(path: str | PathLike[str], *, progress: Progress = False) -> Triangulation:
+    """Read a file that ``Triangulation.save``, or the C++ library, has written.
+
+    The vertices, breaklines and ids are the same; the ids of files of C++ programs are new.
+    """
+    from .triangulation import Triangulation
+
+    tin = Triangulation()
+    with reading(Path(path)):
+        _fill(tin, Path(path), progress)
+    return tin
+
+
+def _fill(tin: Triangulation, path: Path, progress: Progress = False) -> None:
+    try:
+        with showing(progress) as show:
+            text = _engine.load(tin._surface, str(path), show)
+    except RefusedError as error:
+        raise FormatError(str(error)) from error
+    known = _parse(text)
+    _engine.restore(tin._surface, known["breaklines"], known["next_id"])
+    tin.crs = crs.normalise(known["crs"])
+
+
+def _parse(text: str) -> dict[str, Any]:
+    """Read the text; that of a C++ program says nothing, and all graphs are breaklines then."""
+    try:
+        known = json.loads(text)
+        positions = [int(position) for position in known["breaklines"] if position >= 0]
+        return {"crs": known["crs"], "next_id": int(known["next_id"]), "breaklines": positions}
+    except (ValueError, TypeError, KeyError):
+        return {"crs": None, "next_id": -1, "breaklines": list(range(1_000_000))}
+
+
+def get_state(tin: Triangulation) -> dict[str, Any]:
+    """Get what a pickle keeps."""
+    with tempfile.TemporaryDirectory() as folder:
+        path = Path(folder) / "tin.taro"
+        _engine.save(tin._surface, str(path), _make_text(tin))
+        return {"file": path.read_bytes(), "threads": tin._threads, "height_rule": tin._height_rule}
+
+
+def set_state(tin: Triangulation, state: dict[str, Any]) -> None:
+    """Make a triangulation of that again."""
+    tin._set_up(state["threads"], state["height_rule"])
+    with tempfile.TemporaryDirectory() as folder:
+        path = Path(folder) / "tin.taro"
+        path.write_bytes(state["file"])
+        _fill(tin, path)

@@ -1,0 +1,26 @@
+"""The library's own files."""
+
+from __future__ import annotations
+
+from pathlib import Path
+from typing import TYPE_CHECKING
+
+from ..errors import InvalidInputError
+
+if TYPE_CHECKING:
+    from ..triangulation import Triangulation
+    from ..zone import Zone
+
+
+def read(path: Path) -> Triangulation:
+    """Read a triangulation."""
+    from .. import _file
+
+    return _file.load(path)
+
+
+def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+    """Write a triangulation, as a whole."""
+    if zone is not None:
+        raise InvalidInputError("a zone cannot be written alone")
+    tin.save(path)
