@@ -1,6 +1,5 @@
 #include "analysis/CrossingGraph.h"
 
-#include <cstring>
 #include <iterator>
 #include <utility>
 
@@ -10,28 +9,11 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Mixes the bits of a number into a hash (the finisher of Stafford 2011). Equal numbers have equal hashes, zeros too.
-std::uint64_t mixed(std::uint64_t hash, double number) {
-    number += 0.0;
-    std::uint64_t bits;
-    std::memcpy(&bits, &number, sizeof bits);
-    hash = (hash ^ bits) * 0xbf58476d1ce4e5b9;
-    hash = (hash ^ (hash >> 27)) * 0x94d049bb133111eb;
-    return hash ^ (hash >> 31);
-}
-
 std::uint64_t hashOf(const Point2& low, const Point2& high) {
-    std::uint64_t hash = mixed(mixed(mixed(1, low.x()), low.y()), low.z());
-    return mixed(mixed(mixed(hash, high.x()), high.y()), high.z());
+    return hashOfNumbers({low.x(), low.y(), low.z(), high.x(), high.y(), high.z()});
 }
 
 bool isSame(const Point2* pA, const Point2* pB) { return pA == pB || samePoint(*pA, *pB); }
-
-/// Where a height lies between two others: 0 to 1.
-double fractionAt(double height, double low, double high) {
-    const double range = high - low;
-    return std::isfinite(range) ? (height - low) / range : (0.5 * height - 0.5 * low) / (0.5 * high - 0.5 * low);
-}
 
 }  // namespace
 

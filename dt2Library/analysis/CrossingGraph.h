@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <vector>
 
@@ -18,6 +20,26 @@ inline double interpolate(double a, double b, double t) {
     const double difference = b - a;
     const double value = std::isfinite(difference) ? a + t * difference : (1.0 - t) * a + t * b;
     return std::clamp(value, std::min(a, b), std::max(a, b));
+}
+
+/// Where a height lies between two others: 0 to 1.
+inline double fractionAt(double height, double low, double high) {
+    const double range = high - low;
+    return std::isfinite(range) ? (height - low) / range : (0.5 * height - 0.5 * low) / (0.5 * high - 0.5 * low);
+}
+
+/// Mixes the bits of numbers into a hash (the finisher of Stafford 2011). Equal numbers have equal hashes, zeros too.
+inline std::uint64_t hashOfNumbers(std::initializer_list<double> numbers) {
+    std::uint64_t hash = 1;
+    for (double number : numbers) {
+        number += 0.0;
+        std::uint64_t bits;
+        std::memcpy(&bits, &number, sizeof bits);
+        hash = (hash ^ bits) * 0xbf58476d1ce4e5b9;
+        hash = (hash ^ (hash >> 27)) * 0x94d049bb133111eb;
+        hash ^= hash >> 31;
+    }
+    return hash;
 }
 
 /// The crossings of a horizontal plane with the edges of a surface, joined into chains by the triangles that it cuts.

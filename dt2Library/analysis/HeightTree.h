@@ -21,6 +21,7 @@ class HeightTree {
     explicit HeightTree(const std::vector<Triangle2*>& vTriangles);
 
     bool isEmpty() const { return vLeaves_.empty(); }
+    size_t getNumTriangles() const { return vLeaves_.size(); }
     /// The lowest and the highest corner of a tree that is not empty.
     double getMin() const { return vLeaves_.front().minZ; }
     double getMax() const { return getMaxOf(0, vLeaves_.size()); }
@@ -33,6 +34,12 @@ class HeightTree {
     template <class F>
     void forEach(const F& f) const {
         for (const Leaf& leaf : vLeaves_) f(*leaf.pT);
+    }
+
+    /// Calls f(lowest height, highest height, triangle) for each triangle.
+    template <class F>
+    void forEachLeaf(const F& f) const {
+        for (const Leaf& leaf : vLeaves_) f(leaf.minZ, leaf.maxZ, static_cast<const Triangle2&>(*leaf.pT));
     }
 
   private:

@@ -6,10 +6,14 @@
 #include <sstream>
 #include <tuple>
 
+#include "analysis/BandBuilder.h"
 #include "analysis/CrossingGraph.h"
 #include "analysis/HeightTree.h"
+#include "analysis/zoneTriangles.h"
 #include "kernel/tools.h"
+#include "support/Progress.h"
 #include "support/diagnostics.h"
+#include "support/shareWork.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/freeFunctions.h"
 
@@ -44,15 +48,14 @@ double getFirstStep(double height) {
     return step;
 }
 
-void warnOfHeight(bool bVerbose, const std::string& problem, double height, const std::string& rest) {
-    if (!bVerbose) return;
+std::string describe(const std::string& problem, double height, const std::string& rest) {
     std::ostringstream text;
     text << problem << " at height z=" << height << rest << " Use bVerbose=false to suppress this message.";
-    warning("IsoContours::getContours()", text.str());
+    return text.str();
 }
 
 /// The cut at the smallest step above a height that avoids all corners, to which the height is moved.
-Cut cutAbove(const HeightTree& tree, double& height, bool bVerbose) {
+Cut cutAbove(const HeightTree& tree, double& height, std::string& problem) {
     double step = getFirstStep(height);
     Cut cut = cutAt(tree, height + step);
     while (cut.bThroughCorner) {
@@ -62,12 +65,38 @@ Cut cutAbove(const HeightTree& tree, double& height, bool bVerbose) {
     TARO_ASSERT_TEXT(height + step > height, "height+add>height");
     std::ostringstream rest;
     rest << ". Adding " << step << " automatically.\n     ";
-    warnOfHeight(bVerbose, "Degenerate intersection", height, rest.str());
+    problem = describe("Degenerate intersection", height, rest.str());
     height += step;
     return cut;
 }
 
 const char* const ADVICE = ".\n      Please add a little noise and try again.";
+
+/// Appends the contours at a height; false if there are none to be had. Tells what there is to warn of.
+bool findContours(const HeightTree& tree, double height, bool bAutoAdjustHeight, const Progress& progress,
+                  std::vector<std::vector<Segment2>>& vvContours, std::string& problem) {
+    Cut cut = cutAt(tree, height);
+    if (cut.bThroughCorner && !bAutoAdjustHeight) {
+        problem = describe("Degenerate intersection", height, ADVICE);
+        return false;
+    }
+    if (cut.bThroughCorner) cut = cutAbove(tree, height, problem);
+    TARO_ASSERT_TEXT(!cut.bThroughCorner, "sForbiddenHeights.find(height)==sForbiddenHeights.end()");
+
+    CrossingGraph graph(height, cut.vTriangles.size());
+    for (const Triangle2* pT : cut.vTriangles) {
+        progress.throwIfStopped();
+        if (graph.add(*pT)) continue;
+        problem = describe("Bad numerical accuracy", height, ADVICE);
+        return false;
+    }
+    graph.appendPolylines(vvContours);
+    return true;
+}
+
+void warnOf(const std::string& problem, bool bVerbose) {
+    if (bVerbose && !problem.empty()) warning("IsoContours::getContours()", problem);
+}
 
 // ---- Profiles ----
 
@@ -142,15 +171,27 @@ std::vector<Triangle2*> trianglesOf(const Taro_2D& surface) {
 }  // namespace
 
 IsoContours::IsoContours(const std::vector<Triangle2*>& vTriangles)
-    : direction_(1.0, 0.0, 0.0), pTree_(std::make_unique<HeightTree>(vTriangles)) {}
+    : direction_(1.0, 0.0, 0.0),
+      pTree_(std::make_unique<HeightTree>(vTriangles)),
+      pProgress_(std::make_unique<Progress>()) {}
 
 IsoContours::IsoContours(const std::vector<Point2>& vPoints, const Vector2& direction)
-    : direction_(toDirection(direction)), pSurface_(std::make_unique<Taro_2D>()) {
+    : direction_(toDirection(direction)),
+      pSurface_(std::make_unique<Taro_2D>()),
+      pProgress_(std::make_unique<Progress>()) {
     pSurface_->insert(vPoints);
     pTree_ = std::make_unique<HeightTree>(trianglesOf(*pSurface_));
 }
 
 IsoContours::~IsoContours() = default;
+
+int IsoContours::setNumCPU(int n) { return numCPU_ = getNumThreads(n); }
+
+void IsoContours::setCancelFlag(const std::atomic<bool>* pFlag) { pProgress_->setCancelFlag(pFlag); }
+
+void IsoContours::subscribe(MsgType type, MsgBase* pListener) { pProgress_->subscribe(type, pListener); }
+
+void IsoContours::unsubscribe(MsgType type, MsgBase* pListener) { pProgress_->unsubscribe(type, pListener); }
 
 double IsoContours::getMinHeight() const { return pTree_->isEmpty() ? -1.0 : pTree_->getMin(); }
 
@@ -158,21 +199,53 @@ double IsoContours::getMaxHeight() const { return pTree_->isEmpty() ? -1.0 : pTr
 
 bool IsoContours::getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose,
                               bool bAutoAdjustHeight) const {
-    Cut cut = cutAt(*pTree_, height);
-    if (cut.bThroughCorner && !bAutoAdjustHeight) {
-        warnOfHeight(bVerbose, "Degenerate intersection", height, ADVICE);
-        return false;
-    }
-    if (cut.bThroughCorner) cut = cutAbove(*pTree_, height, bVerbose);
-    TARO_ASSERT_TEXT(!cut.bThroughCorner, "sForbiddenHeights.find(height)==sForbiddenHeights.end()");
+    const Progress progress(*pProgress_);
+    const MessageScope scope(pProgress_.get());
+    std::string problem;
+    const bool bFound = findContours(*pTree_, height, bAutoAdjustHeight, progress, vvContours, problem);
+    warnOf(problem, bVerbose);
+    return bFound;
+}
 
-    CrossingGraph graph(height, cut.vTriangles.size());
-    for (const Triangle2* pT : cut.vTriangles) {
-        if (graph.add(*pT)) continue;
-        warnOfHeight(bVerbose, "Bad numerical accuracy", height, ADVICE);
+bool IsoContours::getContours(const std::vector<double>& vHeights,
+                              std::vector<std::vector<std::vector<Segment2>>>& vvvContours, bool bVerbose) const {
+    Progress progress(*pProgress_);
+    const MessageScope scope(pProgress_.get());
+    const ProgressEnd progressEnd(progress);
+    progress.start("getContours", vHeights.size());
+    std::vector<std::vector<std::vector<Segment2>>> vvvFound(vHeights.size());
+    std::vector<std::string> vProblems(vHeights.size());
+    std::vector<char> vSuccess(vHeights.size(), 0);
+    shareWork(numCPU_, vHeights.size(), 1, progress, [&](size_t k, size_t, int) {
+        vSuccess[k] = findContours(*pTree_, vHeights[k], true, progress, vvvFound[k], vProblems[k]) ? 1 : 0;
+    });
+    for (const std::string& problem : vProblems) warnOf(problem, bVerbose);
+    vvvContours = std::move(vvvFound);
+    progress.finish();
+    return std::count(vSuccess.begin(), vSuccess.end(), 0) == 0;
+}
+
+bool IsoContours::getBands(const std::vector<double>& vLevels, std::vector<ContourBand>& vBands, bool bVerbose) const {
+    constexpr const char* LOCATION = "IsoContours::getBands()";
+    Progress progress(*pProgress_);
+    const MessageScope scope(pProgress_.get());
+    const ProgressEnd progressEnd(progress);
+    const auto isFiniteLevel = [](double level) { return std::isfinite(level); };
+    if (!std::all_of(vLevels.begin(), vLevels.end(), isFiniteLevel)) {
+        if (bVerbose) warning(LOCATION, "a level is not finite, no bands");
         return false;
     }
-    graph.appendPolylines(vvContours);
+    std::vector<double> vSorted = vLevels;
+    oneInstance(vSorted);
+    const size_t numSteps = pTree_->getNumTriangles() + vSorted.size() + 1;
+    progress.start("getBands", numSteps, Progress::fineStep(numSteps));
+    BandBuilder builder(*pTree_, vSorted, progress);
+    builder.collectSides();
+    if (!builder.build(numCPU_, vBands)) {
+        if (bVerbose) warning(LOCATION, "the triangles overlap, or more than two have a common edge, no bands");
+        return false;
+    }
+    progress.finish();
     return true;
 }
 
@@ -182,8 +255,12 @@ bool IsoContours::getProfile(const Point2& point, std::vector<Segment2>& vSegmen
         return false;
     }
     const VerticalPlane plane(point, direction_);
+    const Progress progress(*pProgress_);
     std::vector<Segment2> vCuts;
-    pTree_->forEach([&](const Triangle2& triangle) { plane.cut(triangle, vCuts); });
+    pTree_->forEach([&](const Triangle2& triangle) {
+        progress.throwIfStopped();
+        plane.cut(triangle, vCuts);
+    });
     std::sort(vCuts.begin(), vCuts.end(), [&](const auto& a, const auto& b) { return plane.isBefore(a, b); });
     // Both triangles of an edge in the plane give that edge.
     vCuts.erase(std::unique(vCuts.begin(), vCuts.end(), isSameSegment), vCuts.end());

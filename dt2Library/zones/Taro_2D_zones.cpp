@@ -8,6 +8,7 @@
 #include "taro25d/Segment2.h"
 #include "taro25d/Zone2.h"
 #include "zones/ZoneMgr.h"
+#include "zones/trimZone.h"
 
 namespace LUMO_TARO25D {
 
@@ -50,6 +51,12 @@ Zone2* Taro_2D::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerb
 
 Zone2* Taro_2D::createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose) {
     return call(pDt2_)->createZone_cookieCutter(vSegments, bVerbose);
+}
+
+Zone2* Taro_2D::createZone_trimmed(double maxEdgeLength, bool bVerbose) {
+    const MessageScope scope(&pDt2_->getProgress());
+    const QuietScope quiet(bVerbose);
+    return trimZone(*pDt2_, maxEdgeLength);
 }
 
 bool Taro_2D::removeConstraint(ConstraintGraph2* pGraph, bool bRemoveVertices) {

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
+#include "taro25d/ContourBand.h"
+#include "taro25d/MsgBase.h"
+#include "taro25d/MsgType.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Triangle2.h"
@@ -12,13 +16,15 @@
 namespace LUMO_TARO25D {
 
 class HeightTree;
+class Progress;
 class Taro_2D;
 
-/// Contour lines and profiles of a surface made of triangles.
+/// Contour lines, bands of height and profiles of a surface made of triangles.
 ///
 /// An object is built once and then asked for any number of heights. It finds the triangles that a height cuts through
 /// an interval tree (Cormen, Leiserson and Rivest 1990), so that a query costs time for those triangles only, however
-/// large the surface is. Queries change nothing: several threads may ask one object at once.
+/// large the surface is. Queries change nothing: several threads may ask one object at once, while nobody changes its number of
+/// threads, flag or listeners.
 class TARO25D_API IsoContours {
   public:
     /// The surface of a list of triangles, usually all triangles of a triangulation or of a zone. The list is copied,
@@ -61,6 +67,25 @@ class TARO25D_API IsoContours {
     bool getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose = true,
                      bool bAutoAdjustHeight = true) const;
 
+    /// The contours at several heights, on the threads of setNumCPU: replaces what the list held by one entry for each height,
+    /// in their order, with what the function above gives. The result is true if all of them succeed; the entry of one that
+    /// fails is empty, and a warning tells why if bVerbose.
+    bool getContours(const std::vector<double>& vHeights, std::vector<std::vector<std::vector<Segment2>>>& vvvContours,
+                     bool bVerbose = true) const;
+
+    /// Appends the bands of height between levels, from the lowest to the highest: the ground below the first level, between
+    /// successive ones, and above the last. Levels may be in any order, and repeated ones count once. Bands without ground are
+    /// left out.
+    ///
+    /// Ground exactly at a level belongs to the band above. The rings of a band are simple and touch each other only in points;
+    /// outer ones are ordered by their smallest points (x, then y). Neighbouring bands share their points exactly, and the areas
+    /// of all bands add up to that of the surface, except for what rounding does to points on its border. The surface must not
+    /// overhang. On the threads of setNumCPU, with a result that does not depend on them.
+    ///
+    /// False, with a warning if bVerbose and without a band, for a level that is not finite, and for triangles of which more
+    /// than two have a common edge, or that overlap. O(n) for all triangles and O(k log k) for the points of the rings.
+    bool getBands(const std::vector<double>& vLevels, std::vector<ContourBand>& vBands, bool bVerbose = true) const;
+
     /// Appends the profile of the surface in the vertical plane through a point: the segments, in the triangles or
     /// along their edges, from which the surface rises or falls to the next. The plane runs along the direction of the
     /// constructor, or the x axis for an object made from triangles, and the segments have that direction and order.
@@ -70,10 +95,23 @@ class TARO25D_API IsoContours {
     /// surface. O(n).
     bool getProfile(const Point2& point, std::vector<Segment2>& vSegments) const;
 
+    /// The number of threads for bands and for contours at several heights: n > 0 sets n, n < 0 sets 1, n == 0 the number of
+    /// hardware threads. Returns the number now in force; 1 at first.
+    int setNumCPU(int n);
+    /// Lets queries end with TaroCancelled soon after the flag (not owned) is set; they append nothing then. Null for none.
+    void setCancelFlag(const std::atomic<bool>* pFlag);
+    /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is called
+    /// from the thread that asks: with the fraction done of bands and of contours at several heights, and with warnings.
+    void subscribe(MsgType type, MsgBase* pListener);
+    /// Removes a listener; nothing happens when it is not subscribed.
+    void unsubscribe(MsgType type, MsgBase* pListener);
+
   private:
     Vector2 direction_;
     std::unique_ptr<Taro_2D> pSurface_;  // null for triangles of the client
     std::unique_ptr<HeightTree> pTree_;
+    std::unique_ptr<Progress> pProgress_;
+    int numCPU_ = 1;
 };
 
 }  // namespace LUMO_TARO25D

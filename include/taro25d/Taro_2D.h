@@ -335,6 +335,12 @@ class TARO25D_API Taro_2D {
     /// if bVerbose is true.
     Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose = true);
 
+    /// The surface without the long triangles along its border, which bridge bays of the points: triangles are taken away
+    /// over border edges that are longer than the limit in x-y, from the convex hull inward, until none is left. It stops at
+    /// constraints. What remains is a zone of location ZL_GROW, and its border becomes a constraint, at which a later call stops
+    /// too. A limit that is not above 0, or NaN, and nothing that remains, give null, with a warning if bVerbose. O(n).
+    Zone2* createZone_trimmed(double maxEdgeLength, bool bVerbose = true);
+
     /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not
     /// hold and for an operand of another zone, which must go first.
     bool deleteZone(Zone2* pZone);
@@ -352,6 +358,12 @@ class TARO25D_API Taro_2D {
     void cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints = true);
     /// Divides the triangles along the segment between two points.
     void cutTriangles(const Point2& src, const Point2& trg, bool bConstraints = true);
+
+    /// Lays segments on the surface, and changes nothing: appends them with the heights of the surface, in their order and
+    /// direction, divided where they cross an edge or pass a vertex. Parts outside the hull are left out, and so are segments
+    /// without a length in x-y. The heights of the segments do not count. Warns and appends nothing before is2D() and for
+    /// coordinates that are not finite. O(log n), and constant time for each triangle that a segment crosses.
+    void drape(const std::vector<Segment2>& vSegments, std::vector<Segment2>& vDraped) const;
 
     /// @}
     /// @name Mesh generation

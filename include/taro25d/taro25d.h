@@ -18,6 +18,7 @@
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintInsertionStrategy.h"
 #include "taro25d/ConstraintSegment2.h"
+#include "taro25d/ContourBand.h"
 #include "taro25d/CutAndFill.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/HeightConflict.h"

@@ -1,0 +1,193 @@
+// Bands of height between levels.
+//
+// Every triangle that levels cut gives a side to the bands on both sides of each cut, with the area on the left, in opposite
+// directions. The border of the surface gives sides to the bands that are there. So does an edge that lies in a level, from
+// both of its triangles, and where both are in one band the two sides cancel. What one band has on a common line its neighbour
+// has too, turned around, with the same nodes. So the areas of the bands add up to that of the surface, whatever rounding does
+// to single points. A level belongs to the band above, but the ground of a triangle below that only touches it does not.
+//
+// Nodes are known by their places (BandNodes). Where rounding could exchange crossings on an edge, they are one node, and the
+// sides between them vanish.
+//
+// Cost: O(n) for the triangles and O(k log k) for k sides.
+
+#include "analysis/BandBuilder.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "kernel/flatSets.h"
+#include "kernel/tools.h"
+#include "support/shareWork.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// Whether the corners turn clockwise, decided exactly.
+bool isClockwise(const Triangle2& triangle) {
+    const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
+    if (const std::optional<int> sign = GeomTest::productFilterOri2(a, b, c)) return *sign < 0;
+    return GeomTest().dynamicFilterOri2(&a, &b, &c) == ORIENTATION2_CW;
+}
+
+/// The ends of edge i, with the triangle on their left.
+std::pair<const Point2*, const Point2*> getEnds(const Triangle2& triangle, int i) {
+    const Point2 *pSrc = triangle.getCorner(incIndexBy1(i)), *pTrg = triangle.getCorner(incIndexBy2(i));
+    return isClockwise(triangle) ? std::make_pair(pTrg, pSrc) : std::make_pair(pSrc, pTrg);
+}
+
+/// Edges by the places of their ends, in either direction.
+struct UndirectedEdge {
+    const Point2 *pSmall, *pLarge;
+    Edge2 edge;
+
+    explicit UndirectedEdge(const Edge2& ofTriangle)
+        : pSmall(ofTriangle.getSrc()), pLarge(ofTriangle.getTrg()), edge(ofTriangle) {
+        if (isLess(*pLarge, *pSmall)) std::swap(pSmall, pLarge);
+    }
+    static bool isLess(const Point2& a, const Point2& b) { return a < b || (a == b && a.z() < b.z()); }
+    bool operator<(const UndirectedEdge& other) const {
+        if (!samePoint(*pSmall, *other.pSmall)) return isLess(*pSmall, *other.pSmall);
+        return isLess(*pLarge, *other.pLarge);
+    }
+};
+
+}  // namespace
+
+size_t BandBuilder::countUpTo(double height) const {
+    return static_cast<size_t>(std::upper_bound(vLevels_.begin(), vLevels_.end(), height) - vLevels_.begin());
+}
+
+size_t BandBuilder::countBelow(double height) const {
+    return static_cast<size_t>(std::lower_bound(vLevels_.begin(), vLevels_.end(), height) - vLevels_.begin());
+}
+
+void BandBuilder::collectSides() {
+    tree_.forEachLeaf([this](double minZ, double maxZ, const Triangle2& triangle) {
+        progress_.throwIfStopped();
+        progress_.incProgress(1);
+        const size_t numBelow = countBelow(minZ), numUpTo = countUpTo(maxZ);
+        if (numBelow == numUpTo) return;
+        addLevelEdges(triangle);
+        if (countUpTo(minZ) < countBelow(maxZ)) cut(triangle);
+    });
+    std::vector<Edge2> vBorder;
+    findBorder(vBorder);
+    for (const Edge2& edge : vBorder) addBorderEdge(edge);
+}
+
+/// Along each level strictly between the lowest and the highest corner.
+void BandBuilder::cut(const Triangle2& triangle) {
+    std::array<int, 3> aOrder{0, 1, 2};
+    std::sort(aOrder.begin(), aOrder.end(), [&triangle](int i, int j) {
+        const Point2 &a = *triangle.getCorner(i), &b = *triangle.getCorner(j);
+        return a.z() < b.z() || (a.z() == b.z() && a < b);
+    });
+    const Point2 &low = *triangle.getCorner(aOrder[0]), &middle = *triangle.getCorner(aOrder[1]),
+                 &high = *triangle.getCorner(aOrder[2]);
+    const bool bMiddleOnRight =
+        (incIndexBy1(aOrder[0]) == aOrder[1]) != isClockwise(triangle);  // of the way from low to high
+    const size_t begin = countUpTo(low.z()), end = countBelow(high.z());
+    const size_t endLower = std::max(begin, countBelow(middle.z())), beginUpper = std::min(end, countUpTo(middle.z()));
+    nodes_.getCrossings(low, high, begin, end, vLong_);
+    nodes_.getCrossings(low, middle, begin, endLower, vLower_);
+    nodes_.getCrossings(middle, high, beginUpper, end, vUpper_);
+    for (size_t level = begin; level < end; ++level) {
+        const Index onLong = vLong_[level - begin];
+        const Index onOther = level < endLower      ? vLower_[level - begin]
+                              : level >= beginUpper ? vUpper_[level - beginUpper]
+                                                    : nodes_.addCorner(middle);
+        addSide(level, bMiddleOnRight ? onOther : onLong, bMiddleOnRight ? onLong : onOther);
+        addSide(level + 1, bMiddleOnRight ? onLong : onOther, bMiddleOnRight ? onOther : onLong);
+    }
+}
+
+/// The band in which a triangle is at an edge whose ends have one height.
+size_t BandBuilder::getBandAtLevelEdge(const Triangle2& triangle, int i) const {
+    const double height = triangle.getCorner(incIndexBy1(i))->z();
+    return triangle.getCorner(i)->z() < height ? countBelow(height) : countUpTo(height);
+}
+
+/// Edges in a level, those at the border too.
+void BandBuilder::addLevelEdges(const Triangle2& triangle) {
+    for (int i = 0; i < 3; ++i) {
+        const double height = triangle.getCorner(incIndexBy1(i))->z();
+        if (triangle.getCorner(incIndexBy2(i))->z() != height || countBelow(height) == countUpTo(height)) continue;
+        const auto [pSrc, pTrg] = getEnds(triangle, i);
+        addSide(getBandAtLevelEdge(triangle, i), nodes_.addCorner(*pSrc), nodes_.addCorner(*pTrg));
+    }
+}
+
+/// Edges without a neighbour in the list, and without an equal one of a triangle that does not know its neighbour.
+void BandBuilder::findBorder(std::vector<Edge2>& vBorder) const {
+    AddressSet sTriangles;
+    tree_.forEach([&sTriangles](const Triangle2& triangle) { sTriangles.insert(&triangle); });
+    std::vector<UndirectedEdge> vCandidates;
+    tree_.forEach([&](const Triangle2& triangle) {
+        progress_.throwIfStopped();
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = triangle.getOppositeTriangle(i);
+            if (!pN || !sTriangles.contains(pN)) vCandidates.emplace_back(Edge2(const_cast<Triangle2*>(&triangle), i));
+        }
+    });
+    std::sort(vCandidates.begin(), vCandidates.end());
+    for (size_t k = 0; k < vCandidates.size(); ++k) {
+        const bool bPair = k + 1 < vCandidates.size() && !(vCandidates[k] < vCandidates[k + 1]);
+        if (bPair) {
+            ++k;
+        } else {
+            vBorder.push_back(vCandidates[k].edge);
+        }
+    }
+}
+
+void BandBuilder::addBorderEdge(const Edge2& edge) {
+    const Triangle2& triangle = *edge.getTriangle();
+    const auto [pSrc, pTrg] = getEnds(triangle, edge.getIndex());
+    Index from = nodes_.addCorner(*pSrc);
+    const Index to = nodes_.addCorner(*pTrg);
+    if (pSrc->z() == pTrg->z()) {
+        const bool bIsIn = countBelow(pSrc->z()) != countUpTo(pSrc->z());  // addLevelEdges has added it
+        if (!bIsIn) addSide(getBandAtLevelEdge(triangle, edge.getIndex()), from, to);
+        return;
+    }
+    const bool bUp = pSrc->z() < pTrg->z();
+    const Point2 &low = bUp ? *pSrc : *pTrg, &high = bUp ? *pTrg : *pSrc;
+    const size_t begin = countUpTo(low.z()), end = countBelow(high.z());
+    nodes_.getCrossings(low, high, begin, end, vLong_);
+    for (size_t k = begin; k < end; ++k) {
+        const size_t level = bUp ? k : end - 1 - (k - begin);
+        const Index crossing = vLong_[level - begin];
+        addSide(bUp ? level : level + 1, from, crossing);
+        from = crossing;
+    }
+    addSide(bUp ? end : begin, from, to);
+}
+
+bool BandBuilder::build(int numThreads, std::vector<ContourBand>& vBands) {
+    double magnitude = 0.0;
+    for (Index i = 0; i < nodes_.size(); ++i) {
+        magnitude = std::max({magnitude, std::abs(nodes_[i].x()), std::abs(nodes_[i].y())});
+    }
+    std::vector<ContourBand> vAll(vSidesOf_.size());
+    std::vector<char> vFailed(vAll.size(), 0);
+    shareWork(numThreads, vAll.size(), 1, progress_, [&](size_t band, size_t, int) {
+        constexpr double MAX = std::numeric_limits<double>::max();
+        vAll[band].low = band == 0 ? -MAX : vLevels_[band - 1];
+        vAll[band].high = band == vLevels_.size() ? MAX : vLevels_[band];
+        RingBuilder builder(nodes_, magnitude, progress_);
+        vFailed[band] = builder.build(std::move(vSidesOf_[band]), vAll[band].vRings) ? 0 : 1;
+    });
+    if (std::count(vFailed.begin(), vFailed.end(), 1) > 0) return false;
+    for (ContourBand& band : vAll) {
+        if (!band.vRings.empty()) vBands.push_back(std::move(band));
+    }
+    return true;
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "analysis/BandNodes.h"
+#include "analysis/HeightTree.h"
+#include "analysis/RingBuilder.h"
+#include "support/Progress.h"
+#include "taro25d/ContourBand.h"
+#include "taro25d/Edge2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+/// Divides a surface into bands of height.
+class BandBuilder {
+  public:
+    /// For levels that are sorted and different.
+    BandBuilder(const HeightTree& tree, const std::vector<double>& vLevels, Progress& progress)
+        : tree_(tree), vLevels_(vLevels), progress_(progress), nodes_(vLevels), vSidesOf_(vLevels.size() + 1) {}
+
+    /// Collects the sides of all bands.
+    void collectSides();
+    /// Appends the bands that are not empty. False if the sides of a band make no rings.
+    bool build(int numThreads, std::vector<ContourBand>& vBands);
+
+  private:
+    using Index = BandNodes::Index;
+
+    /// How many levels are at or below a height, and how many are below it.
+    size_t countUpTo(double height) const;
+    size_t countBelow(double height) const;
+    void cut(const Triangle2& triangle);
+    void addLevelEdges(const Triangle2& triangle);
+    void findBorder(std::vector<Edge2>& vBorder) const;
+    void addBorderEdge(const Edge2& edge);
+    void addSide(size_t band, Index from, Index to) { vSidesOf_[band].emplace_back(from, to); }
+    size_t getBandAtLevelEdge(const Triangle2& triangle, int i) const;
+
+    const HeightTree& tree_;
+    const std::vector<double>& vLevels_;
+    Progress& progress_;  // counts triangles and bands
+    BandNodes nodes_;
+    std::vector<std::vector<RingBuilder::Side>> vSidesOf_;  // each band, the area on the left
+    std::vector<Index> vLong_, vLower_, vUpper_;            // nodes on the edges of a triangle
+};
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,80 @@
+#include "analysis/BandNodes.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "analysis/CrossingGraph.h"
+#include "support/diagnostics.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr size_t MIN_TABLE_SIZE = 1024;
+
+/// Within a few units in the last place of coordinates up to a magnitude.
+bool isNear(const Point2& a, const Point2& b, double magnitude) {
+    return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y())) <= 0x1p-49 * magnitude;
+}
+
+}  // namespace
+
+BandNodes::BandNodes(const std::vector<double>& vLevels) : vLevels_(vLevels), vTable_(MIN_TABLE_SIZE, Index(NONE)) {}
+
+void BandNodes::getCrossings(const Point2& low, const Point2& high, size_t beginLevel, size_t endLevel,
+                             std::vector<Index>& vCrossings) {
+    vCrossings.clear();
+    const double magnitude = std::max({std::abs(low.x()), std::abs(low.y()), std::abs(high.x()), std::abs(high.y())});
+    const Point2* pLast = &low;
+    Point2 last;
+    for (size_t k = beginLevel; k < endLevel; ++k) {
+        const double t = fractionAt(vLevels_[k], low.z(), high.z());
+        const Point2 crossing(interpolate(low.x(), high.x(), t), interpolate(low.y(), high.y(), t), vLevels_[k]);
+        if (isNear(crossing, high, magnitude)) {
+            vCrossings.push_back(addCorner(high));
+        } else if (isNear(crossing, *pLast, magnitude)) {
+            vCrossings.push_back(vCrossings.empty() || pLast == &low ? addCorner(low) : vCrossings.back());
+        } else {
+            vCrossings.push_back(add(crossing, false));
+            last = crossing;
+            pLast = &last;
+        }
+    }
+}
+
+/// Of several heights at one place that of a corner counts, and otherwise the lowest, whatever the order.
+BandNodes::Index BandNodes::add(const Point2& point, bool bCorner) {
+    const size_t slot = findSlot(point.x(), point.y());
+    if (vTable_[slot] == NONE) {
+        const Index added = static_cast<Index>(vPoints_.size());
+        TARO_ASSERT(added != NONE);
+        vTable_[slot] = added;
+        vPoints_.emplace_back(point.x(), point.y(), point.z());
+        vIsCorner_.push_back(bCorner);
+        if (2 * vPoints_.size() > vTable_.size()) grow();
+        return added;
+    }
+    const Index found = vTable_[slot];
+    Point2& node = vPoints_[found];
+    const bool bCounts = bCorner != vIsCorner_[found] ? bCorner : point.z() < node.z();
+    if (bCounts) node.set(node.x(), node.y(), point.z());
+    vIsCorner_[found] = vIsCorner_[found] || bCorner;
+    return found;
+}
+
+size_t BandNodes::findSlot(double x, double y) const {
+    const size_t mask = vTable_.size() - 1;
+    size_t slot = hashOfNumbers({x, y}) & mask;
+    while (vTable_[slot] != NONE && (vPoints_[vTable_[slot]].x() != x || vPoints_[vTable_[slot]].y() != y)) {
+        slot = (slot + 1) & mask;
+    }
+    return slot;
+}
+
+void BandNodes::grow() {
+    vTable_.assign(2 * vTable_.size(), Index(NONE));
+    for (size_t i = 0; i < vPoints_.size(); ++i)
+        vTable_[findSlot(vPoints_[i].x(), vPoints_[i].y())] = static_cast<Index>(i);
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "taro25d/Point2.h"
+
+namespace LUMO_TARO25D {
+
+/// The points of the rings of bands, each once: what has the same x and y is one node. Triangles that share an edge, or have
+/// equal edges, come to equal nodes.
+class BandNodes {
+  public:
+    using Index = std::uint32_t;
+
+    /// For the levels, which are sorted and different.
+    explicit BandNodes(const std::vector<double>& vLevels);
+
+    size_t size() const { return vPoints_.size(); }
+    const Point2& operator[](Index i) const { return vPoints_[i]; }
+
+    /// The node of a corner, whose height it takes.
+    Index addCorner(const Point2& corner) { return add(corner, true); }
+    /// Replaces a list by the nodes at which some levels, all strictly between the heights of two points, cross the segment
+    /// from the lower one. A crossing that is so near to an end or to the one before it that rounding may exchange them falls
+    /// on that.
+    void getCrossings(const Point2& low, const Point2& high, size_t beginLevel, size_t endLevel,
+                      std::vector<Index>& vCrossings);
+
+  private:
+    static constexpr Index NONE = std::numeric_limits<Index>::max();
+
+    Index add(const Point2& point, bool bCorner);
+    size_t findSlot(double x, double y) const;
+    void grow();
+
+    const std::vector<double>& vLevels_;
+    std::vector<Point2> vPoints_;
+    std::vector<bool> vIsCorner_;
+    std::vector<Index> vTable_;  // open addressing, at most half full
+};
+
+}  // namespace LUMO_TARO25D

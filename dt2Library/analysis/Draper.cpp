@@ -1,0 +1,158 @@
+#include "analysis/Draper.h"
+
+#include <utility>
+
+#include "kernel/heights.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/hullPatch.h"
+#include "mesh/segmentWalk.h"
+#include "mesh/walk.h"
+#include "taro25d/freeFunctions.h"
+
+namespace LUMO_TARO25D {
+
+void Draper::drape(const Segment2& segment) {
+    src_ = segment.getSrc();
+    trg_ = segment.getTrg();
+    if (src_ == trg_) return;
+    bForward_ = src_ < trg_;
+    bOnSurface_ = false;
+    Way way = begin();
+    while (way.pVtx || way.pT) {
+        progress_.throwIfStopped();
+        way = way.pVtx ? goOnFromVertex(way.pVtx) : cross(way);
+    }
+}
+
+/// The next point on the surface.
+void Draper::reach(const Point2& place) {
+    if (bOnSurface_ && last_ != place) vDraped_.emplace_back(last_, place);
+    if (!bOnSurface_ || last_ != place) last_ = place;
+    bOnSurface_ = true;
+}
+
+void Draper::reachEndIn(const Triangle2* pT) {
+    double height = 0.0;
+    getHeightInside(*pT, trg_, height);
+    reach(Point2(trg_.x(), trg_.y(), height));
+}
+
+Draper::Way Draper::begin() {
+    Triangle2* pT = nullptr;
+    const int code = dt2_.walkTo(src_, pT, geomTest_);
+    if (code == CODE_DUPLICATE) {
+        int k = 0;
+        while (*pT->getCorner(k) != src_) ++k;
+        return {pT->getCorner(k)};
+    }
+    int onEdge = -1;
+    for (int i = 0; i < 3; ++i) {
+        const Orientation2 side =
+            geomTest_.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), &src_);
+        if (side == ORIENTATION2_CW) return enterHull(pT, code);
+        if (side == ORIENTATION2_COLLINEAR) onEdge = i;
+    }
+    double height = 0.0;
+    getHeightInside(*pT, src_, height);
+    reach(Point2(src_.x(), src_.y(), height));
+    return leaveTriangle(pT, onEdge);
+}
+
+/// From the beginning, which is in a triangle, or on one of its edges.
+Draper::Way Draper::leaveTriangle(Triangle2* pT, int onEdge) {
+    if (onEdge >= 0) {
+        // Along the edge, or into one of its triangles.
+        for (const int k : {incIndexBy1(onEdge), incIndexBy2(onEdge)}) {
+            const Point2* pEnd = pT->getCorner(k);
+            if (sideOf(pEnd) != ORIENTATION2_COLLINEAR || !isAhead(*pEnd)) continue;
+            if (!isBeyond(*pEnd)) return {pEnd};
+            reachEndIn(pT);
+            return {};
+        }
+    }
+    Way way;
+    if (findExit(pT, way)) return way;
+    Triangle2* pN = onEdge >= 0 ? pT->getOppositeTriangle(onEdge) : nullptr;
+    if (pN) findExit(pN, way);
+    return way;
+}
+
+/// Whether the line goes through the inside of a triangle in which it begins; then where it leaves it.
+bool Draper::findExit(Triangle2* pT, Way& way) {
+    for (int i = 0; i < 3; ++i) {
+        const Point2 *pA = pT->getCorner(incIndexBy1(i)), *pB = pT->getCorner(incIndexBy2(i));
+        if (geomTest_.getOrientation2(pA, pB, &src_) == ORIENTATION2_COLLINEAR) continue;
+        const Orientation2 sideA = sideOf(pA), sideB = sideOf(pB);
+        if (sideA == ORIENTATION2_CW && sideB == ORIENTATION2_CCW) {
+            way = {nullptr, pT, i};
+            return true;
+        }
+        const Point2* pOn = sideA == ORIENTATION2_COLLINEAR ? pA : sideB == ORIENTATION2_COLLINEAR ? pB : nullptr;
+        if (!pOn || !isAhead(*pOn)) continue;
+        way = {};
+        if (isBeyond(*pOn)) {
+            reachEndIn(pT);
+        } else {
+            way.pVtx = pOn;
+        }
+        return true;
+    }
+    return false;
+}
+
+/// From outside across a hull edge that the beginning sees, if the segment comes that far.
+Draper::Way Draper::enterHull(Triangle2* pT, int i) {
+    std::vector<std::pair<Triangle2*, int>> vVisible{{pT, i}};
+    determineHullPatchLeft(vVisible, pT, i, &src_, geomTest_);
+    determineHullPatchRight(vVisible, pT, i, &src_, geomTest_);
+    for (const auto& [pHullT, k] : vVisible) {
+        const Point2 *pA = pHullT->getCorner(incIndexBy1(k)), *pB = pHullT->getCorner(incIndexBy2(k));
+        const Orientation2 sideA = sideOf(pA), sideB = sideOf(pB);
+        if (sideA == ORIENTATION2_CW || sideB == ORIENTATION2_CCW || sideA == sideB) continue;
+        if (geomTest_.getOrientation2(pA, pB, &trg_) == ORIENTATION2_CW) return {};
+        if (sideA == ORIENTATION2_COLLINEAR) return {pA};
+        if (sideB == ORIENTATION2_COLLINEAR) return {pB};
+        Point2 crossing;
+        if (getIntersectionPoint(*pA, *pB, src_, trg_, crossing)) reach(crossing);
+        return goOnAcross(pHullT, k);
+    }
+    return {};
+}
+
+/// In a triangle that the line has entered opposite a corner.
+Draper::Way Draper::goOnAcross(Triangle2* pT, int far) {
+    const Point2* pFar = pT->getCorner(far);
+    const Orientation2 side = sideOf(pFar);
+    if (side == ORIENTATION2_CCW) return {nullptr, pT, incIndexBy1(far)};
+    if (side == ORIENTATION2_CW) return {nullptr, pT, incIndexBy2(far)};
+    if (!isBeyond(*pFar)) return {pFar};
+    reachEndIn(pT);
+    return {};
+}
+
+Draper::Way Draper::cross(const Way& way) {
+    const Point2 *pA = way.pT->getCorner(incIndexBy1(way.i)), *pB = way.pT->getCorner(incIndexBy2(way.i));
+    if (geomTest_.getOrientation2(pA, pB, &trg_) != ORIENTATION2_CW) {
+        reachEndIn(way.pT);
+        return {};
+    }
+    Point2 crossing;
+    if (getIntersectionPoint(*pA, *pB, src_, trg_, crossing)) reach(crossing);
+    Triangle2* pN = way.pT->getOppositeTriangle(way.i);
+    return pN ? goOnAcross(pN, indexOfNeighbour(pN, way.pT)) : Way();
+}
+
+Draper::Way Draper::goOnFromVertex(const Point2* pVtx) {
+    if (isBeyond(*pVtx)) return {};
+    reach(*pVtx);
+    if (*pVtx == trg_) return {};
+    Way way;
+    const Point2* pNext = leaveVertex(geomTest_, pVtx, &trg_, way.pT, way.i);
+    if (!pNext) return way;
+    if (!isBeyond(*pNext)) return {pNext};
+    reachEndIn(way.pT);
+    return {};
+}
+
+}  // namespace LUMO_TARO25D
