@@ -21,6 +21,7 @@
 #include "taro25d/ContourBand.h"
 #include "taro25d/CutAndFill.h"
 #include "taro25d/Edge2.h"
+#include "taro25d/EfficientModel.h"
 #include "taro25d/HeightConflict.h"
 #include "taro25d/HeightRule.h"
 #include "taro25d/IndexedMesh.h"

@@ -1,0 +1,177 @@
+// The largest difference of two triangulated surfaces, of which one has some of the vertices of the other.
+//
+// On the overlay of both triangulations the difference is linear in each piece, so that its extremes are at the vertices of the
+// overlay: the vertices of both, and the places where edges cross. Vertices of the model are vertices of the full surface.
+// The others are compared where they are; crossings are found by following each edge of the model through the full
+// triangulation (exact predicates; only the heights at crossings are rounded).
+//
+// Certification inserts, for each edge of the model on which the difference is too large, a given point next to the worst
+// place, and for each triangle the worst point in it, makes all diagonals canonical again, and starts anew. Only given points
+// are inserted, and both triangulations are canonical: with all points inserted they are equal, so that it ends.
+
+#include "modelling/SurfaceCertifier.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "kernel/GeomTest.h"
+#include "kernel/flatSets.h"
+#include "kernel/heights.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "mesh/segmentWalk.h"
+#include "modelling/Simplifier.h"
+#include "taro25d/freeFunctions.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+/// The difference at the place where two edges cross properly.
+double getDifferenceAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
+    const Vector2 ab = getVector2D(a, b);
+    const double ofC = crossProduct2D(ab, getVector2D(a, c)), ofD = crossProduct2D(ab, getVector2D(a, d));
+    const double t = ofC == ofD ? 0.5 : std::clamp(ofC / (ofC - ofD), 0.0, 1.0);
+    const double x = c.x() + t * (d.x() - c.x()), y = c.y() + t * (d.y() - c.y());
+    return std::abs(getZOnSegment(a, b, x, y) - (c.z() + t * (d.z() - c.z())));
+}
+
+}  // namespace
+
+SurfaceCertifier::SurfaceCertifier(Taro_2D& model, const std::vector<Point2>& vPoints,
+                                   const std::vector<Segment2>& vKept, Simplifier& simplifier, Progress& progress)
+    : model_(model), vPoints_(vPoints), simplifier_(simplifier), progress_(progress) {
+    full_.getImpl()->getProgress().setCancelFlag(progress.getCancelFlag());
+    if (!vKept.empty()) full_.createConstraint(vKept, CIS_CONSTRAINED_DELAUNAY);
+    std::vector<Point2> vUsed;
+    for (std::uint32_t k = 0; k < vPoints.size(); ++k) {
+        if (simplifier.isLeftOut(k)) continue;
+        vInFull_.push_back(k);
+        vUsed.push_back(vPoints[k]);
+    }
+    std::vector<Point2*> vHandles;
+    full_.insert(vUsed, vHandles);
+    if (!vKept.empty() && full_.is2D()) full_.applyConstraintsAndZones();
+    full_.canonicalizeDiagonals();
+    mNumbers_.reserve(vHandles.size());
+    for (size_t i = 0; i < vHandles.size(); ++i) mNumbers_.add(vHandles[i], vInFull_[i]);
+}
+
+Point2* SurfaceCertifier::getTwin(const Point2* pVtx) {
+    Point2*& pTwin = mTwins_[pVtx];
+    if (!pTwin) pTwin = full_.getImpl()->getVertexPointer(*pVtx);
+    return pTwin;
+}
+
+SurfaceCertifier::Difference SurfaceCertifier::followEdge(const Point2* pSrc, const Point2* pTrg) {
+    GeomTest& geomTest = full_.getImpl()->getGeomTest();
+    Difference worst;
+    const auto note = [&worst](double error, const Triangle2* pT) {
+        if (error > worst.error) worst = {error, pT};
+    };
+    const Point2 *p = getTwin(pSrc), *q = getTwin(pTrg);
+    while (p != q) {
+        Triangle2* pT = nullptr;
+        int i = 0;
+        const Point2* pReached = leaveTowardsVertex(geomTest, p, q, pT, i);
+        while (!pReached) {
+            note(getDifferenceAtCrossing(*pSrc, *pTrg, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))),
+                 pT);
+            if (crossEdge(geomTest, p, q, pT, i) == ORIENTATION2_COLLINEAR) pReached = pT->getCorner(i);
+        }
+        if (pReached != q)
+            note(std::abs(getZOnSegment(*pSrc, *pTrg, pReached->x(), pReached->y()) - pReached->z()),
+                 pReached->getIncidentTriangle());
+        p = pReached;
+    }
+    return worst;
+}
+
+template <class F>
+void SurfaceCertifier::forEachModelEdge(const F& f) {
+    size_t numEdges = 0;
+    model_.getImpl()->forEachTriangle([&](const Triangle2* pT) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            if (pN && pN < pT) continue;
+            if (numEdges++ % 256 == 0) progress_.throwIfStopped();
+            f(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)));
+        }
+    });
+}
+
+double SurfaceCertifier::getPointError(std::uint32_t k) const {
+    double height = 0.0;
+    if (!model_.getHeight(vPoints_[k].x(), vPoints_[k].y(), height)) return std::numeric_limits<double>::max();
+    return std::abs(height - vPoints_[k].z());
+}
+
+double SurfaceCertifier::computeError() {
+    double error = 0.0;
+    if (!full_.is2D() || !model_.is2D()) return error;
+    forEachModelEdge(
+        [&](const Point2* pSrc, const Point2* pTrg) { error = std::max(error, followEdge(pSrc, pTrg).error); });
+    for (const std::uint32_t k : vInFull_) error = std::max(error, getPointError(k));
+    return error;
+}
+
+void SurfaceCertifier::certify(double maxError, size_t maxNumPoints) {
+    if (!full_.is2D() || !model_.is2D()) return;
+    for (;;) {
+        model_.canonicalizeDiagonals();
+        const std::vector<std::uint32_t> vMissing = findMissing(maxError);
+        const bool bFull = maxNumPoints > 0 && model_.numberOfPoints() + vMissing.size() > maxNumPoints;
+        if (vMissing.empty() || bFull) break;
+        for (const std::uint32_t k : vMissing) simplifier_.insertAlone(k);
+    }
+    simplifier_.relocate();
+}
+
+std::vector<std::uint32_t> SurfaceCertifier::findMissing(double maxError) {
+    std::vector<std::uint32_t> vMissing;
+    forEachModelEdge([&](const Point2* pSrc, const Point2* pTrg) {
+        const Difference worst = followEdge(pSrc, pTrg);
+        if (worst.error > maxError) vMissing.push_back(findPointNear(worst.pT));
+    });
+    PointerMap<std::pair<double, std::uint32_t>> mWorst;
+    for (const std::uint32_t k : vInFull_) {
+        const double error = simplifier_.isVertex(k) ? 0.0 : getPointError(k);
+        if (error <= maxError) continue;
+        auto& worst = mWorst[model_.locate(vPoints_[k])];
+        if (error > worst.first) worst = {error, k};
+    }
+    mWorst.forEach([&](const void*, const auto& worst) { vMissing.push_back(worst.second); });
+    std::sort(vMissing.begin(), vMissing.end());
+    vMissing.erase(std::unique(vMissing.begin(), vMissing.end()), vMissing.end());
+    if (!vMissing.empty() && vMissing.back() == NONE) vMissing.pop_back();
+    return vMissing;
+}
+
+/// Of the corners of the triangle, the one farthest from the model; of triangles around it, if these are all in the model.
+std::uint32_t SurfaceCertifier::findPointNear(const Triangle2* pT) const {
+    std::vector<const Triangle2*> vAround{pT};
+    AddressSet sSeen;
+    sSeen.insert(pT);
+    for (size_t n = 0; n < vAround.size(); ++n) {
+        double largest = -1.0;
+        std::uint32_t worst = NONE;
+        for (int i = 0; i < 3; ++i) {
+            const std::uint32_t* pNumber = mNumbers_.find(vAround[n]->getCorner(i));
+            if (!pNumber || simplifier_.isVertex(*pNumber)) continue;
+            const double error = getPointError(*pNumber);
+            if (error < largest || (error == largest && *pNumber > worst)) continue;
+            largest = error;
+            worst = *pNumber;
+        }
+        if (worst != NONE) return worst;
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = vAround[n]->getOppositeTriangle(i);
+            if (pN && sSeen.insert(pN)) vAround.push_back(pN);
+        }
+    }
+    return NONE;
+}
+
+}  // namespace LUMO_TARO25D
