@@ -57,7 +57,7 @@ execute_process(COMMAND gzip -9n INPUT_FILE ${changes} OUTPUT_FILE ${PROJECT_BIN
 foreach(component runtime development)
   string(TOUPPER ${component} upper)
   set(place DESTINATION share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME} COMPONENT ${component} EXCLUDE_FROM_ALL)
-  install(FILES LICENSE RENAME copyright ${place})
+  install(FILES ${TARO25D_LICENSE} RENAME copyright ${place})
   install(FILES ${PROJECT_BINARY_DIR}/changelog.Debian.gz ${PROJECT_BINARY_DIR}/changelog.gz ${place})
 endforeach()
 

@@ -222,7 +222,7 @@ JsonList GlbWriter::getNodes() {
             if (label.layer != layer) continue;
             labels += (labels.empty() ? "" : ",") + toText(vNodes.size());
             vNodes.push_back("{\"name\":" + toJson(label.text) +
-                             ",\"translation\":" + toJsonList(toFloats(label.place)) + "}");
+                             ",\"translation\":" + toJsonList(toFloats(label.place)) + ",\"extras\":{\"label\":true}}");
         }
         std::string& node = vNodes[number];
         node = "{\"name\":" + name;

@@ -87,5 +87,6 @@ void writeObjMaterials(const Scene3& scene, SceneFile& file);
 void writePly(const Scene3& scene, SceneFile& file, SceneTask& task);
 void writeGlb(const Scene3& scene, SceneFile& file, SceneTask& task);
 void writeGeomview(const Scene3& scene, SceneFile& file, SceneTask& task);
+void writeWebScene(const Scene3& scene, SceneFile& file, SceneTask& task);
 
 }  // namespace LUMO_TARO25D

@@ -6,6 +6,7 @@
 #include "drawing/Scene3.h"
 #include "drawing/SceneFile.h"
 #include "drawing/VertexNumbers.h"
+#include "drawing/viewerScript.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 #include "taro25d/Label.h"
@@ -139,6 +140,18 @@ bool Visualizer3::writeGlb(const std::string& filename) const {
 bool Visualizer3::writeGeomview(const std::string& filename) const {
     const auto write = [&](SceneFile& file, SceneTask& task) { LUMO_TARO25D::writeGeomview(*pScene_, file, task); };
     return writeScene(*pScene_, filename, "Visualizer3::writeGeomview()", "Writing for Geomview", write);
+}
+
+bool Visualizer3::writeWebScene(const std::string& filename) const {
+    const char* const location = "Visualizer3::writeWebScene()";
+    if (getViewerScript().empty()) {
+        const MessageScope scope(&pScene_->progress);
+        warning(location,
+                "this library was built without the viewer: run `npm ci && npm run build` in web/, and build it again");
+        return false;
+    }
+    const auto write = [&](SceneFile& file, SceneTask& task) { LUMO_TARO25D::writeWebScene(*pScene_, file, task); };
+    return writeScene(*pScene_, filename, location, "Writing a page", write);
 }
 
 // --- cancelling and listeners ---

@@ -1,8 +1,10 @@
 // Scenes of a triangulation and of its zones, and files with them.
 
 #include "mesh/Dt2.h"
+#include "support/PointerMap.h"
 #include "support/diagnostics.h"
 #include "taro25d/Edge2.h"
+#include "taro25d/Segment2.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Visualizer3.h"
 #include "taro25d/Zone2.h"
@@ -65,6 +67,33 @@ bool writeObjOf(Dt2* pDt2, const Zone2* pZone, const std::string& filename) {
     return scene->writeObj(filename);
 }
 
+/// The constraints along which the triangles meet each other or end, each once.
+std::vector<Segment2> getBreaklines(const Taro_2D& mesh, const std::vector<Triangle2*>& vTriangles) {
+    std::vector<Segment2> vSegments;
+    PointerMap<bool> mSeen;
+    for (Triangle2* pT : vTriangles) {
+        mSeen.add(pT, true);
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* const pOpposite = pT->getOppositeTriangle(i);
+            if (!mesh.isConstraint(pT, i) || (pOpposite && mSeen.find(pOpposite))) continue;
+            const Edge2 edge(pT, i);
+            vSegments.emplace_back(*edge.getSrc(), *edge.getTrg());
+        }
+    }
+    return vSegments;
+}
+
+bool writeWebSceneOf(const Taro_2D& mesh, const Zone2* pZone, const char* filename) {
+    const char* const location = "Taro_2D::writeWebScene()";
+    SceneOfCall scene(mesh.getImpl(), mesh.getName().empty() ? "Surface" : mesh.getName());
+    const std::vector<Triangle2*> vTriangles = getDrawnTriangles(mesh.getImpl(), pZone, location);
+    if (!filename) warning(location, "the name of the file is null");
+    if (vTriangles.empty() || !filename) return false;
+    scene->addSurface(vTriangles, "surface", CR_TERRAIN);
+    scene->addSegments(getBreaklines(mesh, vTriangles), "breaklines", Color(0.1, 0.25, 0.75));
+    return scene->writeWebScene(filename);
+}
+
 bool writeGeomviewOf(Dt2* pDt2, const Zone2* pZone, const std::string& filename, const char* location) {
     SceneOfCall scene(pDt2, pDt2->getName());
     const std::vector<Triangle2*> vTriangles = getDrawnTriangles(pDt2, pZone, location);
@@ -80,6 +109,13 @@ bool Taro_2D::writeObj(const std::string& filename) const { return writeObjOf(pD
 bool Taro_2D::writeObj(const std::string& filename, Zone2* pZone) const {
     const MessageScope scope(&pDt2_->getProgress());
     return isOwnZone(pDt2_.get(), pZone, "Taro_2D::writeObj()") && writeObjOf(pDt2_.get(), pZone, filename);
+}
+
+bool Taro_2D::writeWebScene(const char* filename) const { return writeWebSceneOf(*this, nullptr, filename); }
+
+bool Taro_2D::writeWebScene(const char* filename, Zone2* pZone) const {
+    const MessageScope scope(&pDt2_->getProgress());
+    return isOwnZone(pDt2_.get(), pZone, "Taro_2D::writeWebScene()") && writeWebSceneOf(*this, pZone, filename);
 }
 
 bool Taro_2D::showGeomview(const std::string& filename) const {

@@ -434,6 +434,13 @@ class TARO25D_API Taro_2D {
     bool writeObj(const std::string& filename) const;
     /// The same for the triangles of a zone; a zone that is null or of another triangulation gets a warning and false.
     bool writeObj(const std::string& filename, Zone2* pZone) const;
+    /// Writes a page that shows the surface in a browser: all triangles in the layer `surface`, coloured by height, and the
+    /// alive constraint segments in the layer `breaklines`; Visualizer3 tells more. Before is2D(), for null, and where the
+    /// file cannot be written, there is a warning and false. Linear.
+    bool writeWebScene(const char* filename) const;
+    /// The same for the triangles of a zone and those of their edges that are constraints; a zone that is null or of another
+    /// triangulation gets a warning and false.
+    bool writeWebScene(const char* filename, Zone2* pZone) const;
     /// Writes all triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). Before is2D(), and where the
     /// file cannot be written, there is a warning and false. Linear.
     bool showGeomview(const std::string& filename) const;

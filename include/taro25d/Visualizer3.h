@@ -67,6 +67,11 @@ class TARO25D_API Visualizer3 {
     /// surface of one colour is half transparent there unless the colour says that shapes are filled. Labels are left out.
     bool writeGeomview(const std::string& filename) const;
 
+    /// One HTML file that shows the scene in a browser, to be turned and measured, without a network: viewer and data are in
+    /// it. Places are exact to a tenth of a millimetre, if the unit is a metre, and to a 16-millionth of the extent of smaller
+    /// scenes. A library that was built without the viewer gives a warning that tells how to get it, and false.
+    bool writeWebScene(const std::string& filename) const;
+
     /// The flag (not owned) that the client sets to end what this object is doing; null for none. What is being added is
     /// left out then and what is being written not written, and TaroCancelled is thrown.
     void setCancelFlag(const std::atomic<bool>* pFlag);

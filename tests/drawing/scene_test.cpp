@@ -12,6 +12,7 @@
 
 #include "drawing/PieceCutter.h"
 #include "drawing/SceneFile.h"
+#include "drawing/viewerScript.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/mesh.h"
@@ -339,6 +340,31 @@ TEST(Scene, ATriangulationAndItsZonesWriteThemselves) {
     mesh.showGeomview(static_cast<Visualizer3*>(nullptr));
     ASSERT_TRUE(scene.writeObj("both.obj"));
     EXPECT_EQ(ObjContent("both.obj").mTriangles.at("zone"), toSet(trianglesOf(pZone)));
+}
+
+TEST(Scene, APageHasViewerAndDataAndNoMarkupOfNames) {
+    Taro_2D mesh;
+    mesh.insert(makeGround(1000));
+    mesh.setName("</title><b>\"bold\"");
+    std::filesystem::remove("page.html");
+    bool bWritten = false;
+    const std::string printed = printedBy([&] { bWritten = mesh.writeWebScene("page.html"); });
+    ASSERT_EQ(bWritten, !getViewerScript().empty());
+    ASSERT_EQ(std::filesystem::exists("page.html"), bWritten);
+    if (!bWritten) {
+        EXPECT_TRUE(contains(printed, "built without the viewer"));
+        return;
+    }
+    const std::string page = readFile("page.html");
+    EXPECT_TRUE(contains(page, "<title>&lt;/title>&lt;b>\"bold\"</title>"));
+    EXPECT_TRUE(contains(page, "{\"title\":\"\\u003c/title>\\u003cb>\\\"bold\\\"\""));
+    EXPECT_TRUE(contains(page, "\"vertices\":1000,\"triangles\":" + std::to_string(mesh.numberOfTriangles())));
+    EXPECT_EQ(countOf("class=\"block\"", page), 1u);
+    EXPECT_LT(page.size(), getViewerScript().size() + 30000);
+    printedBy([&] {
+        EXPECT_FALSE(mesh.writeWebScene(nullptr));
+        EXPECT_FALSE(mesh.writeWebScene("page.html", nullptr));
+    });
 }
 
 TEST(Scene, EarthworksStandOnTheSurfaceAfter) {

@@ -1,0 +1,138 @@
+// What the buttons, fields and clicks of the page do.
+
+import {makeChart, toCsv} from './chart';
+import {listenToClicks, listenToKeys} from './controls';
+import {Marks} from './marks';
+import {getNumDecimals, getProfile, getRoundNumber, type Place, type Profile} from './measure';
+import {make, type Page} from './page';
+import {download, makePicture, toFilename} from './picture';
+import type {SceneData} from './read';
+import type {View} from './view';
+
+type Mode = 'read' | 'measure' | 'profile';
+
+const NUM_CONTOURS = 20;
+const CHART_COLOR = '#c2185b';
+
+export class App {
+    private mode: Mode = 'read';
+    private clicked: Place[] = [];
+    private readonly marks: Marks;
+    private readonly numDecimals: number;
+    private profiles: Profile[] = [];
+
+    constructor(
+        private readonly page: Page,
+        private readonly view: View,
+        private readonly data: SceneData,
+    ) {
+        this.marks = new Marks(page.marks, view, data.description.labels);
+        const {low, high} = view.box;
+        this.numDecimals = getNumDecimals(Math.max(high[0] - low[0], high[1] - low[1]));
+        view.onFrame = () => this.marks.draw();
+        this.listen();
+        this.listenToHeights(high[2] - low[2]);
+        new ResizeObserver(() => view.resize()).observe(page.canvas);
+    }
+
+    private listen(): void {
+        const {buttons, canvas, layers} = this.page;
+        layers.forEach((box, i) => box.addEventListener('change', () => this.view.setLayerVisible(i, box.checked)));
+        buttons.reset.onclick = () => this.view.reset();
+        buttons.top.onclick = () => this.view.lookFromTop();
+        buttons.measure.onclick = () => this.setMode(this.mode === 'measure' ? 'read' : 'measure');
+        buttons.profile.onclick = () => this.setMode(this.mode === 'profile' ? 'read' : 'profile');
+        buttons.save.onclick = () => void this.save();
+        listenToClicks(canvas, (x, y) => this.click(x, y));
+        listenToKeys(canvas, this.view, {read: () => this.click(0, 0), escape: () => this.setMode('read')});
+    }
+
+    private listenToHeights(extent: number): void {
+        const {exaggeration, contours, interval} = this.page;
+        const setExaggeration = (): void => {
+            const factor = exaggeration.valueAsNumber;
+            if (factor > 0) this.view.setExaggeration(factor);
+        };
+        exaggeration.value = String(this.data.description.exaggeration);
+        exaggeration.addEventListener('input', setExaggeration);
+        setExaggeration();
+        const setContours = (): void => this.view.setContours(contours.checked ? interval.valueAsNumber : 0);
+        interval.value = String(Number(getRoundNumber((extent || 1) / NUM_CONTOURS).toPrecision(3)));
+        interval.addEventListener('input', setContours);
+        contours.addEventListener('change', setContours);
+    }
+
+    private setMode(mode: Mode): void {
+        this.mode = mode;
+        this.clicked = [];
+        this.clear();
+        for (const name of ['measure', 'profile'] as const) {
+            this.page.buttons[name].setAttribute('aria-pressed', String(mode === name));
+        }
+    }
+
+    /** Takes measurements off the page. */
+    private clear(): void {
+        this.marks.places = [];
+        this.marks.lines = [];
+        this.page.distance.textContent = '';
+        this.page.chart.hidden = true;
+        this.page.chart.replaceChildren();
+        this.view.draw();
+    }
+
+    private click(x: number, y: number): void {
+        const place = this.pick(x, y);
+        if (!place) return;
+        this.page.readout.textContent = place.map(value => value.toFixed(this.numDecimals)).join(' ');
+        if (this.clicked.length === 2 || this.mode === 'read') {
+            this.clicked = [];
+            this.clear();
+        }
+        this.clicked.push(place);
+        this.marks.places = [...this.clicked];
+        if (this.clicked.length === 2) this.measure(this.clicked[0], this.clicked[1]);
+        this.view.draw();
+    }
+
+    /** The place under a point of the canvas: x and y as they are printed, and the height there. */
+    private pick(x: number, y: number): Place | null {
+        const hit = this.view.pick(x, y);
+        if (!hit) return null;
+        const [px, py] = hit.place.map(value => Number(value.toFixed(this.numDecimals)));
+        return [px, py, this.view.getHeight(hit, px, py)];
+    }
+
+    private measure(from: Place, to: Place): void {
+        const length = Math.hypot(to[0] - from[0], to[1] - from[1]);
+        const rise = to[2] - from[2];
+        const format = (value: number): string => value.toFixed(3);
+        const inSpace = format(Math.hypot(length, rise));
+        this.page.distance.textContent = `${format(length)} level, ${format(rise)} up, ${inSpace} in space`;
+        this.marks.lines = [[from, to]];
+        if (this.mode === 'profile' && length > 0) this.showProfile(from, to, length);
+    }
+
+    private showProfile(from: Place, to: Place, length: number): void {
+        this.profiles = this.view.visibleSurfaces().map(surface => getProfile(surface, from, to)).filter(profile => profile.parts.length > 0);
+        const toPlace = ([d, z]: [number, number]): number[] => [
+            from[0] + (d / length) * (to[0] - from[0]),
+            from[1] + (d / length) * (to[1] - from[1]),
+            z,
+        ];
+        this.marks.lines = this.profiles.flatMap(profile => profile.parts.map(part => part.map(toPlace)));
+        const csv = make('button', {type: 'button', testid: 'save-profile'}, 'Save as CSV');
+        const {title, layers} = this.data.description;
+        const getName = ({surface}: Profile): string => layers[surface.layer];
+        csv.onclick = () => download(new Blob([toCsv(this.profiles, getName)], {type: 'text/csv'}), toFilename(title, '.csv'));
+        const chart = makeChart(this.profiles, length, profile => profile.surface.color ?? CHART_COLOR);
+        this.page.chart.replaceChildren(make('header', {}, make('span', {}, 'Height over distance'), csv), chart);
+        this.page.chart.hidden = false;
+    }
+
+    private async save(): Promise<void> {
+        const {canvas, marks} = this.page;
+        const picture = await makePicture(this.view, canvas, marks, this.data.description);
+        download(picture, toFilename(this.data.description.title, '.png'));
+    }
+}

@@ -1,0 +1,78 @@
+// The page of a scene: builds itself at once, then takes up the data step by step.
+
+import {App} from './app';
+import {type Page, makePage} from './page';
+import {readDescription, readScene} from './read';
+import {View} from './view';
+
+function setUpScheme(page: Page): void {
+    const dark = matchMedia('(prefers-color-scheme: dark)');
+    const root = document.documentElement;
+    root.dataset.scheme = dark.matches ? 'dark' : 'light';
+    dark.addEventListener('change', () => (root.dataset.scheme = dark.matches ? 'dark' : 'light'));
+    page.buttons.scheme.onclick = () => (root.dataset.scheme = root.dataset.scheme === 'dark' ? 'light' : 'dark');
+}
+
+function setUpFolding({panel, buttons}: Page): void {
+    const fold = (isClosed: boolean): void => {
+        panel.classList.toggle('closed', isClosed);
+        buttons.fold.setAttribute('aria-expanded', String(!isClosed));
+    };
+    fold(innerWidth <= 600);
+    buttons.fold.onclick = () => fold(!panel.classList.contains('closed'));
+}
+
+function complain(page: Page, error: unknown): void {
+    page.loading.hidden = false;
+    page.progress.hidden = true;
+    page.status.setAttribute('role', 'alert');
+    const reason = error instanceof Error ? error.message : String(error);
+    page.status.textContent = /webgl/i.test(reason)
+        ? 'This scene cannot be shown: the browser has no WebGL. Another browser, or hardware acceleration switched on, may help.'
+        : `This scene cannot be shown. ${reason}`;
+}
+
+async function show(page: Page, description: ReturnType<typeof readDescription>): Promise<void> {
+    const data = await readScene(description, share => (page.progress.value = 0.9 * share));
+    const view = new View(page.canvas, data);
+    page.canvas.addEventListener('webglcontextlost', event => {
+        event.preventDefault();
+        complain(page, new Error('The graphics processor was taken away; the page comes back with it, or when it is reloaded.'));
+    });
+    page.canvas.addEventListener('webglcontextrestored', () => {
+        page.loading.hidden = true;
+        view.draw();
+    });
+    await view.load();
+    page.progress.value = 0.95;
+    new App(page, view, data);
+    view.resize();
+    view.reset(); // now that the shape of the canvas is known
+    view.drawNow();
+    await view.finishDrawing();
+    page.loading.hidden = true;
+    page.canvas.dataset.ready = 'true';
+    Object.assign(window, {view}); // for tests, and for the curious
+}
+
+/** The description stands in the page after this script, and the data after that. */
+async function main(): Promise<void> {
+    await new Promise<void>(resolve => {
+        const observer = new MutationObserver(() => {
+            if (!document.getElementById('scene')?.nextSibling) return; // not all of it is there yet
+            observer.disconnect();
+            resolve();
+        });
+        observer.observe(document.body, {childList: true});
+    });
+    const description = readDescription();
+    const page = makePage(description);
+    setUpScheme(page);
+    setUpFolding(page);
+    if (document.readyState === 'loading') {
+        await new Promise(resolve => document.addEventListener('DOMContentLoaded', resolve, {once: true}));
+    }
+    await show(page, description).catch(error => complain(page, error));
+}
+
+void main();

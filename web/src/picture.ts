@@ -1,0 +1,59 @@
+// A picture of the scene as it is shown, with title and legend.
+
+import type {Description} from './decode';
+import {formatHeight} from './page';
+import type {View} from './view';
+
+function drawLegend(context: CanvasRenderingContext2D, description: Description, right: number, color: string): void {
+    let top = 16;
+    context.textAlign = 'right';
+    context.font = '12px system-ui, "DejaVu Sans", sans-serif';
+    for (const ramp of Object.values(description.ramps)) {
+        const gradient = context.createLinearGradient(0, top + 120, 0, top);
+        for (const [place, stop] of ramp.stops) gradient.addColorStop(place, stop);
+        context.fillStyle = gradient;
+        context.fillRect(right - 28, top, 14, 120);
+        context.fillStyle = color;
+        const extent = ramp.high - ramp.low;
+        for (const share of [0, 0.5, 1]) {
+            context.fillText(formatHeight(ramp.low + share * extent, extent), right - 34, top + 120 * (1 - share) + 4);
+        }
+        top += 140;
+    }
+}
+
+export async function makePicture(view: View, canvas: HTMLCanvasElement, marks: HTMLCanvasElement, description: Description): Promise<Blob> {
+    const picture = document.createElement('canvas');
+    picture.width = canvas.width;
+    picture.height = canvas.height;
+    const context = picture.getContext('2d')!;
+    const style = getComputedStyle(document.body);
+    context.fillStyle = style.backgroundColor;
+    context.fillRect(0, 0, picture.width, picture.height);
+    view.drawNow(); // in the same task as copying: the drawing is gone after it
+    context.drawImage(canvas, 0, 0);
+    context.drawImage(marks, 0, 0, picture.width, picture.height);
+    const ratio = canvas.width / canvas.clientWidth;
+    context.setTransform(ratio, 0, 0, ratio, 0, 0);
+    context.fillStyle = style.color;
+    context.font = '600 16px system-ui, "DejaVu Sans", sans-serif';
+    context.fillText(description.title, 14, 26);
+    drawLegend(context, description, canvas.clientWidth, style.color);
+    return new Promise((resolve, reject) => {
+        picture.toBlob(blob => (blob ? resolve(blob) : reject(new Error('The picture is too large.'))), 'image/png');
+    });
+}
+
+/** Lets the browser save what is in a blob. */
+export function download(blob: Blob, name: string): void {
+    const link = document.createElement('a');
+    link.href = URL.createObjectURL(blob);
+    link.download = name;
+    link.click();
+    setTimeout(() => URL.revokeObjectURL(link.href), 10_000);
+}
+
+/** A name for a file, made of a title. */
+export function toFilename(title: string, ending: string): string {
+    return (title.replace(/[^\p{L}\p{N}]+/gu, '_').slice(0, 60) || 'scene') + ending;
+}

@@ -1,0 +1,83 @@
+// Takes the scene out of the page, in steps so short that the page stays alive.
+
+import {Decoder, type Description, type Lines, type Surface} from './decode';
+
+export interface SceneData {
+    description: Description;
+    surfaces: Surface[];
+    lines: Lines[];
+}
+
+const MAX_STEP = 30; // milliseconds
+
+/** Lets the browser answer events and paint; a page that nobody sees goes on at once, since its timers are slow. */
+export function nextTask(): Promise<void> {
+    if (!document.hidden) return new Promise(resolve => setTimeout(resolve, 0));
+    return new Promise(resolve => {
+        const channel = new MessageChannel();
+        channel.port1.onmessage = () => {
+            channel.port1.close();
+            resolve();
+        };
+        channel.port2.postMessage(null);
+    });
+}
+
+/** Hands the page back to the browser whenever a step has taken long enough. */
+class Pacer {
+    private begin = performance.now();
+
+    async pause(): Promise<void> {
+        if (performance.now() - this.begin < MAX_STEP) return;
+        await nextTask();
+        this.begin = performance.now();
+    }
+}
+
+export function readDescription(): Description {
+    return JSON.parse(document.getElementById('scene')!.textContent!) as Description;
+}
+
+/** Decodes the numbers; tells the share that is done. */
+export async function readScene(description: Description, tell: (share: number) => void): Promise<SceneData> {
+    const pacer = new Pacer();
+    const shareOfText = 0.2;
+    const bytes = await readBytes(description.bytes, pacer, share => tell(shareOfText * share));
+    const decoder = new Decoder(bytes, description);
+    const numItems =
+        description.surfaces.reduce((sum, surface) => sum + surface.triangles, 1) +
+        description.lines.reduce((sum, lines) => sum + lines.ends, 0);
+    let numDone = 0;
+
+    async function run<T>(steps: Generator<number, T, void>): Promise<T> {
+        for (;;) {
+            const step = steps.next();
+            if (step.done) return step.value;
+            numDone += step.value;
+            tell(shareOfText + (1 - shareOfText) * Math.min(1, numDone / numItems));
+            await pacer.pause();
+        }
+    }
+
+    const surfaces: Surface[] = [];
+    const lines: Lines[] = [];
+    for (let i = 0; i < description.surfaces.length; ++i) surfaces.push(await run(decoder.readSurface(i)));
+    for (let i = 0; i < description.lines.length; ++i) lines.push(await run(decoder.readLines(i)));
+    return {description, surfaces, lines};
+}
+
+/** The bytes that stand in the page as blocks of text, which go one by one. */
+async function readBytes(numBytes: number, pacer: Pacer, tell: (share: number) => void): Promise<Uint8Array> {
+    const bytes = new Uint8Array(numBytes);
+    let at = 0;
+    for (const block of document.querySelectorAll('script.block')) {
+        const text = atob(block.textContent!);
+        for (let i = 0; i < text.length; ++i) bytes[at + i] = text.charCodeAt(i);
+        at += text.length;
+        block.remove();
+        tell(at / numBytes);
+        await pacer.pause();
+    }
+    if (at !== numBytes) throw new Error('The page is cut short.');
+    return bytes;
+}

@@ -1,0 +1,284 @@
+// The scene in space, and the camera that looks at it. It knows no element of the page except the canvas that it draws on.
+//
+// The graphics processor gets float offsets from the centre of the scene; what is asked is answered from the doubles.
+
+import {BufferAttribute, BufferGeometry, Group, Mesh, PerspectiveCamera, Scene, Vector3, WebGLRenderer} from 'three';
+import {OrbitControls} from 'three/examples/jsm/controls/OrbitControls.js';
+import {LineMaterial} from 'three/examples/jsm/lines/LineMaterial.js';
+import {LineSegments2} from 'three/examples/jsm/lines/LineSegments2.js';
+import {LineSegmentsGeometry} from 'three/examples/jsm/lines/LineSegmentsGeometry.js';
+import type {Lines, Surface} from './decode';
+import {findHit, getHeightOn, type Hit, type Place} from './measure';
+import {type SceneData, nextTask} from './read';
+import {SurfaceMaterial} from './surfaceMaterial';
+
+export interface Box {
+    low: Place;
+    high: Place;
+}
+
+const VALUES_PER_STEP = 1 << 18;
+const LINE_WIDTH = 2; // pixels
+
+export class View {
+    readonly box: Box;
+    readonly surfaces: Surface[];
+    private readonly renderer: WebGLRenderer;
+    private readonly scene = new Scene();
+    private readonly ground = new Group();
+    private readonly camera = new PerspectiveCamera(40, 1, 1, 1e6);
+    private readonly controls: OrbitControls;
+    private readonly layers: Group[] = [];
+    private readonly materials: SurfaceMaterial[] = [];
+    private readonly centre: Place;
+    private readonly radius: number;
+    private frame = 0;
+    private exaggeration = 1;
+    /** Called after each frame. */
+    onFrame: () => void = () => {};
+
+    /** Throws where the browser has no WebGL. */
+    constructor(private readonly canvas: HTMLCanvasElement, private readonly data: SceneData) {
+        this.renderer = new WebGLRenderer({canvas, antialias: true, alpha: true});
+        this.surfaces = data.surfaces;
+        this.box = getBox(data);
+        this.centre = this.box.low.map((low, i) => low / 2 + this.box.high[i] / 2) as Place;
+        this.radius = Math.hypot(...this.box.low.map((low, i) => this.box.high[i] - low)) / 2 || 1;
+        for (const _ of data.description.layers) {
+            const layer = new Group();
+            this.layers.push(layer);
+            this.ground.add(layer);
+        }
+        this.scene.add(this.ground);
+        this.camera.up.set(0, 0, 1);
+        this.controls = new OrbitControls(this.camera, canvas);
+        this.controls.zoomToCursor = true;
+        this.controls.screenSpacePanning = false;
+        this.controls.addEventListener('change', () => this.draw());
+    }
+
+    /** Hands the geometry to the graphics processor, in steps. */
+    async load(): Promise<void> {
+        const {description, surfaces, lines} = this.data;
+        for (const surface of surfaces) {
+            const geometry = new BufferGeometry();
+            geometry.setAttribute('position', new BufferAttribute(await this.toOffsets(surface.places), 3));
+            geometry.setIndex(new BufferAttribute(surface.triangles, 1));
+            const ramp = surface.ramp === undefined ? undefined : description.ramps[surface.ramp];
+            const material = new SurfaceMaterial(ramp, surface.color, this.centre[2]);
+            this.materials.push(material);
+            const mesh = new Mesh(geometry, material);
+            mesh.frustumCulled = false; // all of it is in view nearly always
+            this.layers[surface.layer].add(mesh);
+            await nextTask();
+        }
+        for (const part of lines) await this.loadLines(part);
+    }
+
+    private async loadLines(lines: Lines): Promise<void> {
+        const geometry = new LineSegmentsGeometry();
+        geometry.setPositions(await this.toOffsets(lines.places));
+        const object = new LineSegments2(geometry, new LineMaterial({color: lines.color, linewidth: LINE_WIDTH}));
+        object.frustumCulled = false;
+        this.layers[lines.layer].add(object);
+        await nextTask();
+    }
+
+    private async toOffsets(places: Float64Array): Promise<Float32Array> {
+        const offsets = new Float32Array(places.length);
+        for (let i = 0; i < places.length; i += 3) {
+            for (let k = 0; k < 3; ++k) offsets[i + k] = places[i + k] - this.centre[k];
+            if (i % (3 * VALUES_PER_STEP) === 0) await nextTask();
+        }
+        return offsets;
+    }
+
+    // --- what is shown ---
+
+    setLayerVisible(layer: number, isVisible: boolean): void {
+        this.layers[layer].visible = isVisible;
+        this.draw();
+    }
+
+    isLayerVisible(layer: number): boolean {
+        return this.layers[layer].visible;
+    }
+
+    setExaggeration(factor: number): void {
+        this.exaggeration = factor;
+        this.ground.scale.z = factor;
+        this.draw();
+    }
+
+    /** Contour lines at multiples of the interval; 0 for none. */
+    setContours(interval: number): void {
+        for (const material of this.materials) material.setContours(interval);
+        this.draw();
+    }
+
+    /** Fits the drawing to the size of the canvas in the page. */
+    resize(): void {
+        const {clientWidth, clientHeight} = this.canvas;
+        this.renderer.setPixelRatio(Math.min(2, devicePixelRatio));
+        this.renderer.setSize(clientWidth, clientHeight, false);
+        this.camera.aspect = clientWidth / Math.max(1, clientHeight);
+        this.camera.updateProjectionMatrix();
+        this.draw();
+    }
+
+    // --- the camera ---
+
+    /** Looks at the whole scene, from the south-south-west and from above. */
+    reset(): void {
+        this.look(-0.35, 0.9);
+    }
+
+    /** Looks straight down, north up. */
+    lookFromTop(): void {
+        this.look(0, 1e-4);
+    }
+
+    /** Looks at the whole scene along a direction: angles from the south, and from straight down. */
+    private look(azimuth: number, polar: number): void {
+        const half = (this.camera.fov * Math.PI) / 360;
+        const distance = (0.8 * this.radius) / Math.sin(Math.min(half, Math.atan(Math.tan(half) * this.camera.aspect)));
+        this.controls.target.set(0, 0, 0);
+        this.camera.position
+            .set(Math.sin(azimuth) * Math.sin(polar), -Math.cos(azimuth) * Math.sin(polar), Math.cos(polar))
+            .multiplyScalar(distance);
+        this.controls.update();
+        this.draw();
+    }
+
+    /** Turns the camera around what it looks at; angles in radians. */
+    turn(azimuth: number, polar: number): void {
+        const offset = this.camera.position.clone().sub(this.controls.target);
+        const distance = offset.length();
+        const newAzimuth = Math.atan2(offset.x, -offset.y) + azimuth;
+        const newPolar = Math.min(Math.PI / 2 + 0.3, Math.max(1e-4, Math.acos(offset.z / distance) + polar));
+        offset.set(Math.sin(newAzimuth) * Math.sin(newPolar), -Math.cos(newAzimuth) * Math.sin(newPolar), Math.cos(newPolar));
+        this.camera.position.copy(this.controls.target).addScaledVector(offset, distance);
+        this.controls.update();
+    }
+
+    /** Moves camera and target over the ground, in shares of their distance: to the right, and forward. */
+    pan(right: number, forward: number): void {
+        const distance = this.camera.position.distanceTo(this.controls.target);
+        const toRight = new Vector3().setFromMatrixColumn(this.camera.matrix, 0);
+        const ahead = new Vector3().crossVectors(this.camera.up, toRight);
+        const move = toRight.multiplyScalar(right * distance).addScaledVector(ahead, forward * distance);
+        this.camera.position.add(move);
+        this.controls.target.add(move);
+        this.controls.update();
+    }
+
+    /** Brings the camera nearer by a factor above 1, or takes it away. */
+    zoom(factor: number): void {
+        const offset = this.camera.position.clone().sub(this.controls.target).divideScalar(factor);
+        this.camera.position.copy(this.controls.target).add(offset);
+        this.controls.update();
+    }
+
+    // --- questions ---
+
+    /** The first place on a visible surface under a point of the canvas (from -1 to 1 both ways, up is 1). */
+    pick(x: number, y: number): Hit | null {
+        this.camera.updateMatrixWorld(); // it may have moved since the last frame
+        const far = new Vector3(x, y, 0.5).unproject(this.camera);
+        const origin = this.toSurvey(this.camera.position);
+        const beyond = this.toSurvey(far);
+        const direction = beyond.map((value, i) => value - origin[i]) as Place;
+        return findHit(this.visibleSurfaces(), origin, direction);
+    }
+
+    visibleSurfaces(): Surface[] {
+        return this.surfaces.filter(surface => this.layers[surface.layer].visible);
+    }
+
+    /** The height of a hit at coordinates next to it. */
+    getHeight(hit: Hit, x: number, y: number): number {
+        const height = getHeightOn(hit.surface, hit.triangle, x, y);
+        return Number.isFinite(height) ? height : hit.place[2];
+    }
+
+    private toSurvey({x, y, z}: Vector3): Place {
+        return [this.centre[0] + x, this.centre[1] + y, this.centre[2] + z / this.exaggeration];
+    }
+
+    /** Where a place is on the canvas, in pixels of the page; null behind the camera. */
+    project(place: readonly number[]): [number, number] | null {
+        const point = new Vector3(...place.map((value, i) => value - this.centre[i]));
+        point.z *= this.exaggeration;
+        point.project(this.camera);
+        if (point.z > 1) return null;
+        return [((1 + point.x) / 2) * this.canvas.clientWidth, ((1 - point.y) / 2) * this.canvas.clientHeight];
+    }
+
+    // --- drawing ---
+
+    /** Draws before the browser paints next. */
+    draw(): void {
+        this.frame ||= requestAnimationFrame(() => this.drawNow());
+    }
+
+    drawNow(): void {
+        cancelAnimationFrame(this.frame);
+        this.frame = 0;
+        const distance = this.camera.position.length();
+        const reach = this.radius * Math.max(1, this.exaggeration);
+        this.camera.near = Math.max(distance - reach, this.camera.position.distanceTo(this.controls.target) / 100);
+        this.camera.far = distance + reach;
+        this.camera.updateProjectionMatrix();
+        this.renderer.render(this.scene, this.camera);
+        this.onFrame();
+    }
+
+    /** Ends when the graphics processor has drawn what it was given. */
+    async finishDrawing(): Promise<void> {
+        const gl = this.renderer.getContext() as WebGL2RenderingContext;
+        const fence = gl.fenceSync(gl.SYNC_GPU_COMMANDS_COMPLETE, 0);
+        gl.flush();
+        if (!fence) return;
+        while (gl.getSyncParameter(fence, gl.SYNC_STATUS) !== gl.SIGNALED && !gl.isContextLost()) {
+            await new Promise(resolve => setTimeout(resolve, 10));
+        }
+        gl.deleteSync(fence);
+    }
+
+    /** What the renderer holds and has drawn last, for tests. */
+    get counters(): {geometries: number; textures: number; calls: number; triangles: number} {
+        const {memory, render} = this.renderer.info;
+        return {...memory, calls: render.calls, triangles: render.triangles};
+    }
+
+    /** Gives everything back that the graphics processor holds. */
+    dispose(): void {
+        cancelAnimationFrame(this.frame);
+        this.ground.traverse(object => {
+            if (!(object instanceof Mesh)) return;
+            object.geometry.dispose();
+            (object.material as SurfaceMaterial).dispose();
+        });
+        this.ground.clear();
+        this.controls.dispose();
+        this.renderer.dispose();
+    }
+}
+
+function getBox({surfaces, lines, description}: SceneData): Box {
+    const low: Place = [Infinity, Infinity, Infinity];
+    const high: Place = [-Infinity, -Infinity, -Infinity];
+    const add = (places: ArrayLike<number>): void => {
+        for (let i = 0; i < places.length; i += 3) {
+            for (let k = 0; k < 3; ++k) {
+                const value = places[i + k];
+                if (value < low[k]) low[k] = value;
+                if (value > high[k]) high[k] = value;
+            }
+        }
+    };
+    surfaces.forEach(surface => add(surface.places));
+    lines.forEach(part => add(part.places));
+    description.labels.forEach(label => add(label.place));
+    return {low, high};
+}
