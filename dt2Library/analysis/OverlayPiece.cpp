@@ -53,21 +53,21 @@ OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inne
 /// Keeps what is on the inner side of an edge of the inner triangle (Sutherland and Hodgman 1974).
 void OverlayPiece::cutAt(size_t edge) {
     Corners &corners = aCorners_[current_], &kept = aCorners_[1 - current_];
-    const double error = inner_.getSideError(edge, extent_);
+    const double slack = inner_.getSideError(edge, extent_);
     std::array<double, MAX_CORNERS> aSides;
     double minSide = 0.0;
     for (size_t i = 0; i < corners.size; ++i) {
         Corner& corner = corners.aCorners[i];
         aSides[i] = inner_.getSide(edge, corner.x, corner.y);
-        corner.edges |= static_cast<unsigned>(std::abs(aSides[i]) <= error) << edge;
+        corner.edges |= static_cast<unsigned>(std::abs(aSides[i]) <= slack) << edge;
         minSide = std::min(minSide, aSides[i]);
     }
-    if (minSide >= -error) return;
+    if (minSide >= -slack) return;
     kept.size = 0;
     for (size_t i = 0; i < corners.size; ++i) {
         const size_t next = i + 1 == corners.size ? 0 : i + 1;
         const Corner &p = corners.aCorners[i], &q = corners.aCorners[next];
-        const bool bInside = aSides[i] >= -error, bNextInside = aSides[next] >= -error;
+        const bool bInside = aSides[i] >= -slack, bNextInside = aSides[next] >= -slack;
         if (bInside) kept.add(p);
         if (bInside == bNextInside) continue;
         const double side = bInside ? aSides[i] : aSides[next], nextSide = bInside ? aSides[next] : aSides[i];
@@ -82,8 +82,8 @@ bool OverlayPiece::isAtEdge() const {
     if (getCorners().size < 3) return true;
     if (bSame_ || measure(getCorners()).area > 0x1p-30 * extent_ * extent_) return false;
     for (size_t edge = 0; edge < 3; ++edge) {
-        const double error = 8.0 * outer_.getSideError(edge, extent_);
-        const auto isAt = [&](const Corner& corner) { return outer_.getSide(edge, corner.x, corner.y) <= error; };
+        const double slack = 8.0 * outer_.getSideError(edge, extent_);
+        const auto isAt = [&](const Corner& corner) { return outer_.getSide(edge, corner.x, corner.y) <= slack; };
         if (std::all_of(getCorners().begin(), getCorners().end(), isAt)) return true;
     }
     return false;

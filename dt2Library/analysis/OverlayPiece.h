@@ -26,8 +26,8 @@ class LocalTriangle {
 
     /// The height at a place in the triangle.
     double getHeight(double x, double y) const {
-        const double z = aZ_[0] + riseEast_ * (x - aX_[0]) + riseNorth_ * (y - aY_[0]);
-        return std::min(std::max(z, minZ_), maxZ_);
+        const double height = aZ_[0] + riseEast_ * (x - aX_[0]) + riseNorth_ * (y - aY_[0]);
+        return std::min(std::max(height, minZ_), maxZ_);
     }
     /// What rounding of coordinates up to a magnitude, and of heights, may change such a height by.
     double getUncertainty(double magnitude) const {

@@ -47,9 +47,10 @@ bool RingBuilder::build(std::vector<Side> vSides, std::vector<std::vector<Point2
         return isRingBefore(a, b);
     });
     for (const size_t ring : vOrder) {
-        std::vector<Point2>& vRing = vRings.emplace_back();
+        std::vector<Point2> vRing;
         vRing.reserve(vFound_[ring].vNodes.size());
         for (const Index node : vFound_[ring].vNodes) vRing.push_back(nodes_[node]);
+        vRings.push_back(std::move(vRing));
     }
     return true;
 }

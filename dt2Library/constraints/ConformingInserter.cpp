@@ -128,7 +128,7 @@ bool ConformingInserter::halveAt(ConstraintSegment2* pCSeg, const Point2& place)
     if (!isTooShortToSplit(*pSrc, *pTrg) && place != *pSrc && place != *pTrg) {
         pCSeg->kill();  // so that the edge goes if the place is beside it
         mesh_.startSearchAt(pSrc);
-        pSplit = manager_.bringVertex(place);
+        pSplit = manager_.bringVertex(place).first;
         const bool bSplit = pSplit && pSplit != pSrc && pSplit != pTrg && manager_.canBeSplitAt(pCSeg, pSplit);
         if (bSplit) segmentInserter_.killAndUnestablishConstraintSegment(pCSeg);
         pCSeg->unkill();

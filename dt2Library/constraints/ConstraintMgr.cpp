@@ -160,12 +160,13 @@ void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
     TARO_ASSERT(bOK);
 }
 
-Point2* ConstraintMgr::bringVertex(const Point2& place) {
+std::pair<Point2*, bool> ConstraintMgr::bringVertex(const Point2& place) {
     const size_t numPointsBefore = pDt2_->numberOfPoints();
     const FlagScope pause = pDt2_->getHeightBook().pause();  // the segments meet the vertex, not this point
     Point2* pVtx = pDt2_->insert(place);
-    if (pVtx && pDt2_->numberOfPoints() > numPointsBefore) sBroughtVertices_.insert(pVtx);
-    return pVtx;
+    const bool bNew = pVtx && pDt2_->numberOfPoints() > numPointsBefore;
+    if (bNew) sBroughtVertices_.insert(pVtx);
+    return {pVtx, bNew};
 }
 
 void ConstraintMgr::countEnds() {

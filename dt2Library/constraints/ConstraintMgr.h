@@ -91,8 +91,8 @@ class ConstraintMgr : public ConstraintKeeper {
     bool hasGraph(const ConstraintGraph2* pGraph) const;
     /// Appends the graphs in the order of their creation.
     void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
-    /// Inserts a vertex for constraints alone. Returns the vertex at that place, which may have been there before.
-    Point2* bringVertex(const Point2& place);
+    /// Inserts a vertex for constraints alone. Returns the vertex at that place, and whether it is new.
+    std::pair<Point2*, bool> bringVertex(const Point2& place);
     /// Ends segments without owners, which are no edges any more. Appends the vertices at which no segment ends from now on
     /// and that only constraints have brought.
     void discard(const std::vector<ConstraintSegment2*>& vCSegs, std::vector<Point2*>& vBroughtAlone);

@@ -22,6 +22,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
@@ -139,10 +140,11 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
     killAndUnestablishConstraintSegment(pCrossingCSeg);
     if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
     mesh_.startSearchAt(pCrossingCSeg->getSrc());
-    const size_t numPointsBefore = mesh_.numberOfPoints();
-    Point2* pSplit = manager_.bringVertex(splitPoint);
+    Point2* pSplit = nullptr;
+    bool bNew = false;
+    std::tie(pSplit, bNew) = manager_.bringVertex(splitPoint);
     const auto [pOlder, pYounger] = orderByAge(pCrossingCSeg, pCSeg);
-    if (mesh_.numberOfPoints() == numPointsBefore) runThrough(pOlder, pSplit);  // a new vertex has that height
+    if (!bNew) runThrough(pOlder, pSplit);  // a new vertex has that height
     runThrough(pYounger, pSplit);
     mesh_.getInnerVtxMgr().eraseVtx(pSplit);
     const auto splitAt = [&](ConstraintSegment2* pKilled) {

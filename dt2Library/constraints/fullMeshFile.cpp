@@ -81,7 +81,7 @@ bool saveFullMesh(const Dt2& mesh, const char* filename) {
     mesh.getVertexPointers(vVertices);
     VertexNumbers mNumbers;
     mNumbers.reserve(vVertices.size());
-    for (const Point2* pVtx : vVertices) mNumbers.add(pVtx, static_cast<std::uint32_t>(mNumbers.size()));
+    for (size_t i = 0; i < vVertices.size(); ++i) mNumbers.add(vVertices[i], static_cast<std::uint32_t>(i));
     std::vector<ConstraintGraph2*> vGraphs;
     if (const auto* pManager = mesh.findSlot<ConstraintMgr>()) pManager->getGraphs(vGraphs);
     const auto write = [&](std::FILE* pFile) {

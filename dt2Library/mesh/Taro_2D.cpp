@@ -66,9 +66,9 @@ Point2* Taro_2D::insert(const Point2& point) {
 }
 
 void Taro_2D::insert(const std::vector<Point2>& vPoints) {
+    if (!pDt2_->getConstraintKeeper()) return call(pDt2_)->insertVector(vPoints);
     std::vector<Point2*> vHandles;
-    if (pDt2_->getConstraintKeeper()) return insert(vPoints, vHandles);
-    call(pDt2_)->insertVector(vPoints);
+    insert(vPoints, vHandles);
 }
 
 void Taro_2D::insert(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles) {

@@ -226,12 +226,12 @@ void Simplifier::runQueue() {
 }
 
 /// By the number of points where that is the limit, otherwise by the logarithm of the error.
-void Simplifier::report(double error) {
+void Simplifier::report(double worst) {
     if (!progress_.isActive()) return;
     double done = 0.0;
     if (limits_.maxNumPoints > 0) done = double(mesh_.numberOfPoints()) / double(limits_.maxNumPoints);
     if (limits_.maxError > 0.0 && firstError_ > limits_.maxError)
-        done = std::max(done, std::log(firstError_ / error) / std::log(firstError_ / limits_.maxError));
+        done = std::max(done, std::log(firstError_ / worst) / std::log(firstError_ / limits_.maxError));
     if (limits_.maxError == 0.0) done = std::max(done, double(mesh_.numberOfPoints()) / double(vPoints_.size()));
     const size_t num = static_cast<size_t>(1000.0 * std::clamp(done, 0.0, 0.999));
     if (num <= numReported_) return;
@@ -312,10 +312,10 @@ void Simplifier::refresh(Triangle2* pT, bool bExactly) {
     Entry worst{-1.0, NONE, bucket.version, pT};
     const Plane plane(pT);
     for (std::uint32_t k = bucket.first; k != NONE; k = vNext_[k]) {
-        const double error =
+        const double distance =
             bExactly ? getExactError(k, pT) : getDistance(plane.getHeight(vPoints_[k]), vPoints_[k].z());
-        if (error > worst.error || (error == worst.error && k < worst.point)) {
-            worst.error = error;
+        if (distance > worst.error || (distance == worst.error && k < worst.point)) {
+            worst.error = distance;
             worst.point = k;
         }
     }
@@ -329,12 +329,13 @@ double Simplifier::getExactError(std::uint32_t k, const Triangle2* pT) const {
 }
 
 double Simplifier::computeError() const {
-    double error = 0.0;
+    double largest = 0.0;
     mBuckets_.forEach([&](const void* pRecord, const Bucket& bucket) {
         const auto* pT = static_cast<const Triangle2*>(pRecord);
-        for (std::uint32_t k = bucket.first; k != NONE; k = vNext_[k]) error = std::max(error, getExactError(k, pT));
+        for (std::uint32_t k = bucket.first; k != NONE; k = vNext_[k])
+            largest = std::max(largest, getExactError(k, pT));
     });
-    return error;
+    return largest;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

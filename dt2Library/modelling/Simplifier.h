@@ -79,7 +79,7 @@ class Simplifier {
     /// Removes a vertex, and inserts it again if a point around it is too far then.
     void tryRemoval(std::uint32_t k, Point2* pVtx);
     double getExactError(std::uint32_t k, const Triangle2* pT) const;
-    void report(double error);
+    void report(double worst);
 
     Dt2& mesh_;
     const std::vector<Point2>& vPoints_;

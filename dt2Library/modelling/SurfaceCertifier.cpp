@@ -68,8 +68,8 @@ Point2* SurfaceCertifier::getTwin(const Point2* pVtx) {
 SurfaceCertifier::Difference SurfaceCertifier::followEdge(const Point2* pSrc, const Point2* pTrg) {
     GeomTest& geomTest = full_.getImpl()->getGeomTest();
     Difference worst;
-    const auto note = [&worst](double error, const Triangle2* pT) {
-        if (error > worst.error) worst = {error, pT};
+    const auto note = [&worst](double difference, const Triangle2* pT) {
+        if (difference > worst.error) worst = {difference, pT};
     };
     const Point2 *p = getTwin(pSrc), *q = getTwin(pTrg);
     while (p != q) {
@@ -109,12 +109,12 @@ double SurfaceCertifier::getPointError(std::uint32_t k) const {
 }
 
 double SurfaceCertifier::computeError() {
-    double error = 0.0;
-    if (!full_.is2D() || !model_.is2D()) return error;
+    double largest = 0.0;
+    if (!full_.is2D() || !model_.is2D()) return largest;
     forEachModelEdge(
-        [&](const Point2* pSrc, const Point2* pTrg) { error = std::max(error, followEdge(pSrc, pTrg).error); });
-    for (const std::uint32_t k : vInFull_) error = std::max(error, getPointError(k));
-    return error;
+        [&](const Point2* pSrc, const Point2* pTrg) { largest = std::max(largest, followEdge(pSrc, pTrg).error); });
+    for (const std::uint32_t k : vInFull_) largest = std::max(largest, getPointError(k));
+    return largest;
 }
 
 void SurfaceCertifier::certify(double maxError, size_t maxNumPoints) {
@@ -137,10 +137,10 @@ std::vector<std::uint32_t> SurfaceCertifier::findMissing(double maxError) {
     });
     PointerMap<std::pair<double, std::uint32_t>> mWorst;
     for (const std::uint32_t k : vInFull_) {
-        const double error = simplifier_.isVertex(k) ? 0.0 : getPointError(k);
-        if (error <= maxError) continue;
+        const double distance = simplifier_.isVertex(k) ? 0.0 : getPointError(k);
+        if (distance <= maxError) continue;
         auto& worst = mWorst[model_.locate(vPoints_[k])];
-        if (error > worst.first) worst = {error, k};
+        if (distance > worst.first) worst = {distance, k};
     }
     mWorst.forEach([&](const void*, const auto& worst) { vMissing.push_back(worst.second); });
     std::sort(vMissing.begin(), vMissing.end());
@@ -160,9 +160,9 @@ std::uint32_t SurfaceCertifier::findPointNear(const Triangle2* pT) const {
         for (int i = 0; i < 3; ++i) {
             const std::uint32_t* pNumber = mNumbers_.find(vAround[n]->getCorner(i));
             if (!pNumber || simplifier_.isVertex(*pNumber)) continue;
-            const double error = getPointError(*pNumber);
-            if (error < largest || (error == largest && *pNumber > worst)) continue;
-            largest = error;
+            const double distance = getPointError(*pNumber);
+            if (distance < largest || (distance == largest && *pNumber > worst)) continue;
+            largest = distance;
             worst = *pNumber;
         }
         if (worst != NONE) return worst;

@@ -14,7 +14,6 @@ template <class T>
 class PointerMap {
   public:
     bool empty() const { return numEntries_ == 0; }
-    size_t size() const { return numEntries_; }
 
     /// The value of a record, or null.
     const T* find(const void* pRecord) const {
