@@ -44,6 +44,7 @@ class TARO25D_API ConstraintGraph2 {
 
     /// A label for clients; empty at first, and the same one may be given to several graphs.
     void setName(const std::string& name) { name_ = name; }
+    /// The label.
     const std::string& getName() const { return name_; }
 
     /// The engine of the triangulation; an incomplete type for clients.

@@ -66,6 +66,7 @@ class TARO25D_API EfficientModel {
 
     /// Listeners of MT_PROGRESS hear of go(), those of MT_WARNING of its warnings; not owned.
     void subscribe(MsgType type, MsgBase* pListener);
+    /// Removes a listener of one type of messages.
     void unsubscribe(MsgType type, MsgBase* pListener);
     /// While the flag is set, go() and getSurfaceError() throw TaroCancelled; go() may be called again afterwards. Not
     /// owned; null for none.

@@ -117,12 +117,12 @@ class TARO25D_API Taro_2D {
     /// wall time in seconds. Neither this triangulation nor the list changes.
     double measureTrianguluationTime(std::vector<Point2>& vPoints);
 
-    /// Which height a vertex takes from now on where several meet at one place: those of points and ends of segments at a
-    /// vertex, of segments that run through a vertex, and of segments that cross. HR_FIRST at first. A value that is no
-    /// rule gets a warning and changes nothing.
+    /// Which height a vertex takes from now on where several meet at one place: those of points and ends of segments
+    /// at a vertex, of segments that run through a vertex, and of segments that cross. HR_FIRST at first. A value
+    /// that is no rule gets a warning and changes nothing.
     void setHeightRule(HeightRule rule);
-    /// Appends all meetings of heights that differed by more than a tolerance, in the order of time, whatever the rule was;
-    /// those of removed vertices are gone. None for a tolerance that is NaN.
+    /// Appends all meetings of heights that differed by more than a tolerance, in the order of time, whatever the
+    /// rule was; those of removed vertices are gone. None for a tolerance that is NaN.
     void getHeightConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const;
 
     /// @}
@@ -137,17 +137,18 @@ class TARO25D_API Taro_2D {
     /// nothing. O(k log k) for a vertex with k neighbours; before is2D(), O(n).
     void remove(Point2* pVtx);
 
-    /// Moves a vertex to another place and height. It keeps its record, so that pointers to it stay valid, and its custom
-    /// index; the mesh is Delaunay afterwards. The vertex may go anywhere, also beyond the hull. False, with a warning and
-    /// without effect, for null, a pointer that is no vertex of this triangulation, a vertex of a constraint, a place with a
-    /// coordinate that is NaN or infinite, and a place where another vertex stands. Costs a removal and an insertion.
+    /// Moves a vertex to another place and height. It keeps its record, so that pointers to it stay valid, and its
+    /// custom index; the mesh is Delaunay afterwards. The vertex may go anywhere, also beyond the hull. False, with a
+    /// warning and without effect, for null, a pointer that is no vertex of this triangulation, a vertex of a
+    /// constraint, a place with a coordinate that is NaN or infinite, and a place where another vertex stands. Costs
+    /// a removal and an insertion.
     bool moveVertex(Point2* pVtx, const Point2& target);
 
-    /// Chooses all diagonals again that are open because four or more vertices lie on one circle, by the coordinates alone:
-    /// they meet in the vertex with the smallest x, then y. Equal vertices and constraints then give equal triangles,
-    /// whatever the order of insertion, the number of threads, and what else is in the mesh outside the circle. Insertion and
-    /// removal afterwards may choose others. One exact test for each edge (the idea: Dyken and Floater 2006). May throw
-    /// TaroCancelled, with a valid mesh.
+    /// Chooses all diagonals again that are open because four or more vertices lie on one circle, by the coordinates
+    /// alone: they meet in the vertex with the smallest x, then y. Equal vertices and constraints then give equal
+    /// triangles, whatever the order of insertion, the number of threads, and what else is in the mesh outside the
+    /// circle. Insertion and removal afterwards may choose others. One exact test for each edge (the idea: Dyken and
+    /// Floater 2006). May throw TaroCancelled, with a valid mesh.
     void canonicalizeDiagonals();
 
     /// @}
@@ -172,13 +173,14 @@ class TARO25D_API Taro_2D {
     /// random ones.
     size_t getHeights(size_t num, const double* aXY, double* aHeights) const;
 
-    /// The vertex nearest to a place in x-y, decided exactly; of several the smallest by x, then y. Null for a place that is
-    /// not finite, and where there is no vertex. O(log n) expected; before is2D(), O(n).
+    /// The vertex nearest to a place in x-y, decided exactly; of several the smallest by x, then y. Null for a place
+    /// that is not finite, and where there is no vertex. O(log n) expected; before is2D(), O(n).
     Point2* getNearestVertex(const Point2& place) const;
-    /// Append the vertices in a box or a circle, border included. An invalid box, and a circle whose centre is not finite or
-    /// whose squared radius is negative or NaN, hold none. Linear in the number of triangles that meet the region; before
-    /// is2D(), O(n).
+    /// Appends the vertices in a box, border included; an invalid box holds none. Linear in the number of triangles that meet
+    /// the box; before is2D(), O(n).
     void getVerticesInBox(const Bbox2& box, std::vector<Point2*>& vVertices) const;
+    /// Appends the vertices in a circle or on it, decided exactly. A circle whose centre is not finite or whose squared radius is
+    /// negative or NaN holds none. Linear in the number of triangles that meet the circle; before is2D(), O(n).
     void getVerticesInCircle(const Circle2& circle, std::vector<Point2*>& vVertices) const;
     /// Appends the triangles that share at least one point with a box, decided exactly. Linear in their number.
     void getTrianglesInBox(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const;
@@ -201,10 +203,10 @@ class TARO25D_API Taro_2D {
     /// of all vertices.
     void getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoints) const;
 
-    /// The mesh as arrays of numbers, which replace those of the argument: without a zone all vertices in the order of
-    /// getVertexPointers() and all triangles in that of getTrianglePointers(); with one, its triangles and their corners,
-    /// in that order too. Before is2D() there are vertices only. A zone of another triangulation gets a warning, and the
-    /// arrays stay as they are. Linear.
+    /// The mesh as arrays of numbers, which replace those of the argument: without a zone all vertices in the order
+    /// of getVertexPointers() and all triangles in that of getTrianglePointers(); with one, its triangles and their
+    /// corners, in that order too. Before is2D() there are vertices only. A zone of another triangulation gets a
+    /// warning, and the arrays stay as they are. Linear.
     void getIndexedMesh(IndexedMesh& mesh, const Zone2* pZone = nullptr) const;
 
     /// The number of vertices. Constant time.
@@ -255,11 +257,11 @@ class TARO25D_API Taro_2D {
     ConstraintGraph2* createConstraint_vertices(const std::vector<std::pair<Point2*, Point2*>>& vVertexPairs,
                                                 ConstraintInsertionStrategy cis, bool bOrientedSegments = false);
     /// Takes a constraint back: pieces that no other graph owns become ordinary edges, and the mesh is Delaunay there
-    /// again. With bRemoveVertices, the vertices that this constraint alone has brought go as well: ends, crossings and
-    /// midpoints at which no other constraint ends and where no client has inserted a point. The graph, and pieces that nobody
-    /// else owned, are gone afterwards; so are these vertices. Creating the same segments again makes a new constraint.
-    /// False, with a warning and without effect, for null, for a graph that is not (or no longer) one of this triangulation,
-    /// and for a graph that a zone is made of. O(k log k) for k pieces.
+    /// again. With bRemoveVertices, the vertices that this constraint alone has brought go as well: ends, crossings
+    /// and midpoints at which no other constraint ends and where no client has inserted a point. The graph, and
+    /// pieces that nobody else owned, are gone afterwards; so are these vertices. Creating the same segments again
+    /// makes a new constraint. False, with a warning and without effect, for null, for a graph that is not (or no
+    /// longer) one of this triangulation, and for a graph that a zone is made of. O(k log k) for k pieces.
     bool removeConstraint(ConstraintGraph2* pGraph, bool bRemoveVertices = false);
     /// Appends all graphs in the order of their creation: those of createConstraint(), and those that zones, cuts and
     /// load() have made.
@@ -335,11 +337,18 @@ class TARO25D_API Taro_2D {
     /// if bVerbose is true.
     Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose = true);
 
-    /// The surface without the long triangles along its border, which bridge bays of the points: triangles are taken away
-    /// over border edges that are longer than the limit in x-y, from the convex hull inward, until none is left. It stops at
-    /// constraints. What remains is a zone of location ZL_GROW, and its border becomes a constraint, at which a later call stops
-    /// too. A limit that is not above 0, or NaN, and nothing that remains, give null, with a warning if bVerbose. O(n).
+    /// The surface without the long triangles along its border, which bridge bays of the points: triangles are taken
+    /// away over border edges that are longer than the limit in x-y, from the convex hull inward, until none is left.
+    /// It stops at constraints. What remains is a zone of location ZL_GROW, and its border becomes a constraint, at
+    /// which a later call stops too. A limit that is not above 0, or NaN, and nothing that remains, give null, with a
+    /// warning if bVerbose. O(n).
     Zone2* createZone_trimmed(double maxEdgeLength, bool bVerbose = true);
+
+    /// A zone with its holes: the triangles of a zone, and those of each part outside it that does not reach the hull
+    /// and whose border is at most maxPerimeter long in x-y. No vertices are inserted. The zone is of location
+    /// ZL_GROW, and its border becomes a constraint. Null, with a warning, for a zone that is not of this
+    /// triangulation and a perimeter that is negative or NaN. Linear in the number of all triangles.
+    Zone2* fillHoles(Zone2* pZone, double maxPerimeter);
 
     /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not
     /// hold and for an operand of another zone, which must go first.
@@ -359,10 +368,11 @@ class TARO25D_API Taro_2D {
     /// Divides the triangles along the segment between two points.
     void cutTriangles(const Point2& src, const Point2& trg, bool bConstraints = true);
 
-    /// Lays segments on the surface, and changes nothing: appends them with the heights of the surface, in their order and
-    /// direction, divided where they cross an edge or pass a vertex. Parts outside the hull are left out, and so are segments
-    /// without a length in x-y. The heights of the segments do not count. Warns and appends nothing before is2D() and for
-    /// coordinates that are not finite. O(log n), and constant time for each triangle that a segment crosses.
+    /// Lays segments on the surface, and changes nothing: appends them with the heights of the surface, in their
+    /// order and direction, divided where they cross an edge or pass a vertex. Parts outside the hull are left out,
+    /// and so are segments without a length in x-y. The heights of the segments do not count. Warns and appends
+    /// nothing before is2D() and for coordinates that are not finite. O(log n), and constant time for each triangle
+    /// that a segment crosses.
     void drape(const std::vector<Segment2>& vSegments, std::vector<Segment2>& vDraped) const;
 
     /// @}
@@ -387,10 +397,10 @@ class TARO25D_API Taro_2D {
     /// hear of it.
     void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                 bool bAllowConstraintSplitting);
-    /// Refines with all parameters. These are refused with an error that names them, and without effect: a maximum that
-    /// is NaN or not greater than 0; an angle, a minimum length, a growth factor or a grid length that is NaN; a growth
-    /// factor in (0, 1]; a grid whose direction is not finite; limits that need more vertices than the parameters allow;
-    /// a zone of another triangulation or location; a null pointer.
+    /// Refines with all parameters. These are refused with an error that names them, and without effect: a maximum
+    /// that is NaN or not greater than 0; an angle, a minimum length, a growth factor or a grid length that is NaN; a
+    /// growth factor in (0, 1]; a grid whose direction is not finite; limits that need more vertices than the
+    /// parameters allow; a zone of another triangulation or location; a null pointer.
     void refineAdvanced(MeshGenParams* pParams);
     /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
     /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how
@@ -409,14 +419,15 @@ class TARO25D_API Taro_2D {
     /// height was set to something that is not finite. Numbers are in the
     /// byte order of the machine, so the file suits machines of the same kind. Linear.
     bool save(const char* filename) const;
-    /// Writes a binary file (type 302) that also keeps the custom indices, the names of the triangulation and its graphs,
-    /// and each graph with its strategy, its direction and the pieces of its segments. Zones are not kept. Otherwise as
-    /// save().
+    /// Writes a binary file (type 302) that also keeps the custom indices, the names of the triangulation and its
+    /// graphs, and each graph with its strategy, its direction and the pieces of its segments. Zones are not kept.
+    /// Otherwise as save().
     bool saveAll(const char* filename) const;
     /// Inserts the content of a file. Of save(): the vertices, and the segments as constraints of strategy
-    /// CIS_CONSTRAINED_DELAUNAY. Of saveAll(): the vertices, and the same graphs again. Points may repeat, of which the first stays, segments may cross, and their ends need
-    /// not be among the points. Returns false, with a line on standard output and nothing changed, if the file cannot
-    /// be read, has another type, a length that does not follow from its counts, or a number that is not finite.
+    /// CIS_CONSTRAINED_DELAUNAY. Of saveAll(): the vertices, and the same graphs again. Points may repeat, of which
+    /// the first stays, segments may cross, and their ends need not be among the points. Returns false, with a line
+    /// on standard output and nothing changed, if the file cannot be read, has another type, a length that does not
+    /// follow from its counts, or a number that is not finite.
     bool load(const char* filename);
 
     /// @}
@@ -429,20 +440,20 @@ class TARO25D_API Taro_2D {
     /// null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithConstraints = true) const;
 
-    /// Writes all triangles into a Wavefront OBJ file, coloured by height, with its materials beside it; Visualizer3 tells
-    /// more. Before is2D(), and where a file cannot be written, there is a warning and false. Linear.
+    /// Writes all triangles into a Wavefront OBJ file, coloured by height, with its materials beside it; Visualizer3
+    /// tells more. Before is2D(), and where a file cannot be written, there is a warning and false. Linear.
     bool writeObj(const std::string& filename) const;
     /// The same for the triangles of a zone; a zone that is null or of another triangulation gets a warning and false.
     bool writeObj(const std::string& filename, Zone2* pZone) const;
-    /// Writes a page that shows the surface in a browser: all triangles in the layer `surface`, coloured by height, and the
-    /// alive constraint segments in the layer `breaklines`; Visualizer3 tells more. Before is2D(), for null, and where the
-    /// file cannot be written, there is a warning and false. Linear.
+    /// Writes a page that shows the surface in a browser: all triangles in the layer `surface`, coloured by height,
+    /// and the alive constraint segments in the layer `breaklines`; Visualizer3 tells more. Before is2D(), for null,
+    /// and where the file cannot be written, there is a warning and false. Linear.
     bool writeWebScene(const char* filename) const;
-    /// The same for the triangles of a zone and those of their edges that are constraints; a zone that is null or of another
-    /// triangulation gets a warning and false.
+    /// The same for the triangles of a zone and those of their edges that are constraints; a zone that is null or of
+    /// another triangulation gets a warning and false.
     bool writeWebScene(const char* filename, Zone2* pZone) const;
-    /// Writes all triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). Before is2D(), and where the
-    /// file cannot be written, there is a warning and false. Linear.
+    /// Writes all triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). Before is2D(), and
+    /// where the file cannot be written, there is a warning and false. Linear.
     bool showGeomview(const std::string& filename) const;
     /// Adds the same to the layer `surface` of a scene, which is not owned; null is ignored.
     void showGeomview(Visualizer3* pVisualizer) const;

@@ -59,9 +59,24 @@ class TARO25D_API Zone2 {
     double getArea2D() const;
     /// The sum of the areas of the triangles in space.
     double getArea25D() const;
+    /// Flips edges so that they follow valleys and ridges: as long as a flip lowers the sum of the angles between the
+    /// normals at an edge and at the four edges around it by more than 1e-9 (Dyn, Levin and Rippa 1990). Edges with
+    /// less than minAngleDegree between the normals stay, and so do those whose flip would change the height at the
+    /// crossing of both diagonals by more than maxHeightChange; constraints and edges at the border of the zone never
+    /// flip. Heights of vertices do not change. Flipped edges, and those that are not Delaunay because of them,
+    /// become constraints of one graph. Limits that are negative or NaN get a warning, and nothing is flipped. O(n
+    /// log n) for each pass over the edges; a few passes. May throw TaroCancelled, with flips done so far.
+    void optimizeValleysAndRidges(double minAngleDegree, double maxHeightChange);
+    /// optimizeValleysAndRidges() with 5 degrees and no limit of the height.
+    void slopeValleyRidgeOptimization();
+    /// Moves the heights of all vertices of the zone to the nearest multiples of a size, which is in the unit of z. A
+    /// size that is not greater than 0 or not finite gets a warning and changes nothing.
+    void unifyGrid(double size);
+
     /// Whether a triangle is one of the zone; false for null. As costly as getTriangles().
     bool contains(const Triangle2* pT) const;
-    /// Whether a place is in a triangle of the zone or on its border; heights do not count. As costly as getTriangles().
+    /// Whether a place is in a triangle of the zone or on its border; heights do not count. As costly as
+    /// getTriangles().
     bool contains(const Point2& place) const;
     /// Appends the corners of the triangles, each once.
     void getVertices(std::vector<Point2*>& vVertices) const;
@@ -89,8 +104,8 @@ class TARO25D_API Zone2 {
     /// Adds the same to a drawing, which is not owned; null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithTriangulation = true, bool bWithConstraints = true) const;
 
-    /// Writes the triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). A zone without triangles, and
-    /// a file that cannot be written, get a warning and false.
+    /// Writes the triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). A zone without
+    /// triangles, and a file that cannot be written, get a warning and false.
     bool showGeomview(const std::string& filename) const;
     /// Adds the same to the layer `zone` of a scene, which is not owned; null is ignored.
     void showGeomview(Visualizer3* pVisualizer) const;

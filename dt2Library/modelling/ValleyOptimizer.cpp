@@ -1,0 +1,151 @@
+// Valleys and ridges.
+//
+// A Delaunay triangulation looks at x and y alone, so that its edges may run across a valley and leave dams in it, or make
+// terraces of contour lines. Here the cost of an edge is the angle between the normals of its two triangles; a flip changes it
+// for the edge itself and for the four sides of its quadrilateral, and is done if their sum falls (Dyn, Levin and Rippa 1990,
+// angle between normals).
+//
+// Each flip lowers the sum of all costs by at least 1e-9, so that the passes over the edges end. They go through the edges in
+// the order of their places, so that no address matters. Flipped edges are no longer Delaunay in general, and those beside
+// them need not be either: all of these become constraints.
+
+#include "modelling/ValleyOptimizer.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "constraints/ConstraintMgr.h"
+#include "kernel/links.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "taro25d/Vector2.h"
+#include "taro25d/freeFunctions.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr double MIN_GAIN = 1e-9;
+
+/// The angle between the normals of two triangles, in radians; 0 where one has none.
+double getAngle(const Point2& a, const Point2& b, const Point2& c, const Point2& d, const Point2& e, const Point2& f) {
+    bool bFirst = false, bSecond = false;
+    const Vector2 u = getNormalVector(a, b, c, bFirst), v = getNormalVector(d, e, f, bSecond);
+    if (!bFirst || !bSecond) return 0.0;
+    const Vector2 cross(u.y() * v.z() - u.z() * v.y(), u.z() * v.x() - u.x() * v.z(), u.x() * v.y() - u.y() * v.x());
+    return std::atan2(cross.length(), u.x() * v.x() + u.y() * v.y() + u.z() * v.z());  // accurate for small angles, too
+}
+
+/// The corner of the triangle on the other side of edge i; null at the hull.
+const Point2* getFarCorner(const Triangle2* pT, int i) {
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    return pN ? pN->getCorner(indexOfNeighbour(pN, pT)) : nullptr;
+}
+
+/// The angle at the side p-q of the triangle (p, q, r), with the far corner on the other side.
+double getSideAngle(const Point2& p, const Point2& q, const Point2& r, const Point2* pFar) {
+    return pFar ? getAngle(p, q, r, q, p, *pFar) : 0.0;
+}
+
+}  // namespace
+
+ValleyOptimizer::ValleyOptimizer(Dt2& mesh, const std::vector<Triangle2*>& vTriangles, double minAngleDegree,
+                                 double maxHeightChange)
+    : mesh_(mesh),
+      vTriangles_(vTriangles),
+      minAngle_(minAngleDegree * M_PI / 180.0),
+      maxHeightChange_(maxHeightChange) {
+    for (const Triangle2* pT : vTriangles_) sTriangles_.insert(pT);
+}
+
+size_t ValleyOptimizer::run() {
+    size_t numFlips = 0;
+    for (bool bAny = true; bAny;) {
+        bAny = false;
+        for (const Side& side : getEdges()) {
+            mesh_.getProgress().throwIfStopped();
+            // A flip before may have changed the triangle; the edge then comes up in the next pass.
+            if (!tryFlip(side.pT, side.i)) continue;
+            ++numFlips;
+            bAny = true;
+        }
+    }
+    if (numFlips > 0) keepEdges();
+    return numFlips;
+}
+
+std::vector<ValleyOptimizer::Side> ValleyOptimizer::getEdges() const {
+    std::vector<Side> vEdges;
+    AddressSet sInside;
+    for (const Triangle2* pT : vTriangles_) sInside.insert(pT);
+    for (Triangle2* pT : vTriangles_) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            const Point2 &src = *pT->getCorner(incIndexBy1(i)), &trg = *pT->getCorner(incIndexBy2(i));
+            if (pN && src < trg && sInside.contains(pN)) vEdges.push_back({pT, i});
+        }
+    }
+    std::sort(vEdges.begin(), vEdges.end(), [](const Side& a, const Side& b) {
+        const Point2 &a0 = *a.pT->getCorner(incIndexBy1(a.i)), &b0 = *b.pT->getCorner(incIndexBy1(b.i));
+        if (a0 != b0) return a0 < b0;
+        return *a.pT->getCorner(incIndexBy2(a.i)) < *b.pT->getCorner(incIndexBy2(b.i));
+    });
+    return vEdges;
+}
+
+bool ValleyOptimizer::tryFlip(Triangle2* pT, int i) {
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    if (!pN || !sTriangles_.contains(pN) || !mesh_.canBeFlipped(pT, i)) return false;
+    const Point2 &a = *pT->getCorner(i), &b = *pT->getCorner(incIndexBy1(i)), &c = *pT->getCorner(incIndexBy2(i)),
+                 &d = *getFarCorner(pT, i);
+    if (getAngle(a, b, c, d, c, b) < minAngle_ || changesHeightTooMuch(a, b, c, d)) return false;
+    if (!(getCost(pT, i, true) < getCost(pT, i, false) - MIN_GAIN)) return false;
+    const Point2 *pFirst = pT->getCorner(i), *pSecond = getFarCorner(pT, i);
+    mesh_.flip(pT, i);
+    sFlipped_.insert(pFirst, pSecond);
+    return true;
+}
+
+double ValleyOptimizer::getCost(const Triangle2* pT, int i, bool bFlipped) const {
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    const int j = indexOfNeighbour(pN, pT);
+    const Point2 &a = *pT->getCorner(i), &b = *pT->getCorner(incIndexBy1(i)), &c = *pT->getCorner(incIndexBy2(i)),
+                 &d = *pN->getCorner(j);
+    const Point2 *pBeyondCA = getFarCorner(pT, incIndexBy1(i)), *pBeyondAB = getFarCorner(pT, incIndexBy2(i)),
+                 *pBeyondBD = getFarCorner(pN, incIndexBy1(j)), *pBeyondDC = getFarCorner(pN, incIndexBy2(j));
+    if (!bFlipped) {
+        return getAngle(a, b, c, d, c, b) + getSideAngle(a, b, c, pBeyondAB) + getSideAngle(c, a, b, pBeyondCA) +
+               getSideAngle(d, c, b, pBeyondDC) + getSideAngle(b, d, c, pBeyondBD);
+    }
+    return getAngle(a, b, d, a, d, c) + getSideAngle(a, b, d, pBeyondAB) + getSideAngle(b, d, a, pBeyondBD) +
+           getSideAngle(d, c, a, pBeyondDC) + getSideAngle(c, a, d, pBeyondCA);
+}
+
+/// Compares the heights of both diagonals where they cross.
+bool ValleyOptimizer::changesHeightTooMuch(const Point2& a, const Point2& b, const Point2& c, const Point2& d) const {
+    Point2 crossing;
+    if (!getIntersectionPoint(b, c, a, d, crossing)) return true;
+    const double onOther = getZOnSegment(a, d, crossing.x(), crossing.y());
+    return !(std::abs(onOther - crossing.z()) <= maxHeightChange_);
+}
+
+void ValleyOptimizer::keepEdges() {
+    std::vector<ConstraintMgr::VertexPair> vPairs;
+    for (const Triangle2* pT : vTriangles_) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
+            const bool bOnce = pN && (*pSrc < *pTrg || !sTriangles_.contains(pN));
+            if (!bOnce || mesh_.isConstraint(pT, i)) continue;
+            const bool bDelaunay = mesh_.getGeomTest().circleInc3state(pT, getFarCorner(pT, i)) != CINC2_INCIRCLE;
+            if (!bDelaunay || sFlipped_.contains(pSrc, pTrg)) vPairs.emplace_back(pSrc, pTrg);
+        }
+    }
+    std::sort(vPairs.begin(), vPairs.end(), [](const auto& p, const auto& q) {
+        return *p.first != *q.first ? *p.first < *q.first : *p.second < *q.second;
+    });
+    const FlagScope exact = mesh_.takeConstraintsExactly();
+    if (!vPairs.empty()) mesh_.getConstraintManager()->createEdges(vPairs, CIS_CONSTRAINED_DELAUNAY, false);
+}
+
+}  // namespace LUMO_TARO25D

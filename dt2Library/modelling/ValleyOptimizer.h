@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "kernel/flatSets.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+
+/// Flips edges of some triangles so that edges follow valleys and ridges (Zone2::optimizeValleysAndRidges).
+class ValleyOptimizer {
+  public:
+    /// The triangles are those of a zone; edges between them may be flipped.
+    ValleyOptimizer(Dt2& mesh, const std::vector<Triangle2*>& vTriangles, double minAngleDegree,
+                    double maxHeightChange);
+
+    /// Flips until no flip lowers the cost, and makes constraints of one graph of what is not Delaunay then and of the
+    /// flipped edges. Returns the number of flips.
+    size_t run();
+
+  private:
+    /// An edge between two triangles of the zone, by one of them.
+    struct Side {
+        Triangle2* pT;
+        int i;
+    };
+
+    bool tryFlip(Triangle2* pT, int i);
+    /// The angles at the edge between b and c of the quadrilateral a, b, d, c and at its four sides, as it is or flipped.
+    double getCost(const Triangle2* pT, int i, bool bFlipped) const;
+    bool changesHeightTooMuch(const Point2& a, const Point2& b, const Point2& c, const Point2& d) const;
+    std::vector<Side> getEdges() const;
+    void keepEdges();
+
+    Dt2& mesh_;
+    std::vector<Triangle2*> vTriangles_;
+    AddressSet sTriangles_;
+    double minAngle_;  // in radians
+    double maxHeightChange_;
+    EdgeSet sFlipped_;
+};
+
+}  // namespace LUMO_TARO25D
