@@ -22,7 +22,9 @@ using Handles = std::vector<Point2*>;
 constexpr int MAX_STEPS = 60;
 constexpr size_t MAX_POINTS_FOR_ORACLE = 400;
 
-bool isFinite(const Point2& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
+bool hasFiniteCoordinates(const Point2& p) {
+    return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
+}
 
 /// The corners of the convex hull counterclockwise from the smallest one, of points in order (Andrew 1979).
 Handles hullOf(const Handles& vSorted, bool bAllVertices) {
@@ -92,7 +94,7 @@ class Run {
     void note(const Point2& point, const Insert& insert) {
         const size_t numBefore = mesh_.numberOfPoints();
         Point2* pVtx = insert(point);
-        require(!pVtx == !isFinite(point), "exactly what is not finite is refused");
+        require(!pVtx == !hasFiniteCoordinates(point), "exactly what is not finite is refused");
         if (pVtx) require(mVertices_.emplace(point, pVtx).first->second == pVtx, "a position is one vertex");
         require(mesh_.numberOfPoints() == mVertices_.size(), "as many vertices as positions");
         require(pVtx || mesh_.numberOfPoints() == numBefore, "what is refused changes nothing");
@@ -109,12 +111,12 @@ class Run {
         }
         require(vHandles.size() == vPoints.size(), "a handle for each point");
         for (const Point2& point : vPoints) {
-            if (isFinite(point)) mVertices_.emplace(point, nullptr);
+            if (hasFiniteCoordinates(point)) mVertices_.emplace(point, nullptr);
         }
         require(mesh_.numberOfPoints() == mVertices_.size(), "as many vertices as positions");
         for (size_t i = 0; i < vPoints.size(); ++i) {
             note(vPoints[i], [&](const Point2& point) {
-                if (isFinite(point) && !mVertices_[point]) mVertices_[point] = vHandles[i];
+                if (hasFiniteCoordinates(point) && !mVertices_[point]) mVertices_[point] = vHandles[i];
                 return vHandles[i];
             });
         }
@@ -182,7 +184,8 @@ class Run {
         };
         if (vTriangles.size() > MAX_POINTS_FOR_ORACLE) return;
         std::vector<Triangle2*> vHere;
-        if (isFinite(place)) std::copy_if(vTriangles.begin(), vTriangles.end(), std::back_inserter(vHere), isHere);
+        if (hasFiniteCoordinates(place))
+            std::copy_if(vTriangles.begin(), vTriangles.end(), std::back_inserter(vHere), isHere);
         Triangle2* pFound = mesh_.locate(place);
         require(vHere.empty() == !pFound, "a place has a triangle if it is on the surface");
         require(!pFound || std::count(vHere.begin(), vHere.end(), pFound) == 1, "the triangle holds the place");
