@@ -6,6 +6,9 @@
 // not, rationals decide. The result is thus the true centre, rounded once: it depends neither on the order of the corners
 // nor on where the triangle lies, and a power of two as a factor of all coordinates is one of the centre.
 //
+// Centres at 0 in x or y, which right triangles along an axis have, are found by error-free transformations, since no bound of
+// an error tells them from their neighbours.
+//
 // Triangles that are small against their coordinates are nearly always settled by doubles, since the quotient has digits to
 // spare there; those around the origin by doubled precision. Lattices, whose centres may lie in the middle between two
 // doubles, can need rationals, which take microseconds.
@@ -93,22 +96,58 @@ bool getScaledDifference(double a, double b, double scale, DoubleDouble& result)
     return isInRange(difference.hi) && isInRange(difference.lo);
 }
 
+/// The parts of a triangle, as shares of a scale.
+struct ScaledEdges {
+    DoubleDouble ux, uy, vx, vy;
+};
+
+/// Whether start + scale * (f |u|^2 - g |v|^2) / 2 (u x v) is exactly 0, by error-free transformations. False where they
+/// cannot tell.
+bool isExactlyZero(double start, double scale, DoubleDouble f, DoubleDouble g, const ScaledEdges& edges) {
+    constexpr double MIN = 0x1p-200, MAX = 0x1p200;
+    const double share = start / scale;
+    if (share != 0.0 && !(std::abs(share) >= MIN && std::abs(share) <= MAX)) return false;
+    const auto toSum = [](DoubleDouble value) {
+        ExactSum<2> sum;
+        sum.add(value.hi);
+        sum.add(value.lo);
+        return sum;
+    };
+    ExactSum<16> sqU, sqV, cross;
+    sqU.addProduct(edges.ux, edges.ux);
+    sqU.addProduct(edges.uy, edges.uy);
+    sqV.addProduct(edges.vx, edges.vx);
+    sqV.addProduct(edges.vy, edges.vy);
+    cross.addProduct(edges.ux, edges.vy);
+    cross.addProduct(DoubleDouble{-edges.uy.hi, -edges.uy.lo}, edges.vx);
+    sqU.condense();
+    sqV.condense();
+    cross.condense();
+    ExactSum<2 * (2 * 2 * 16 + 16)> sum;
+    sum.addProduct(toSum(f), sqU);
+    sum.addProduct(toSum({-g.hi, -g.lo}), sqV);
+    sum.addProduct(toSum({2.0 * share, 0.0}), cross);
+    return sum.sign() == 0;
+}
+
 /// start + scale * (f g - h k) / d, the magnitudes of the products being at most the given one.
 bool divideAndRound(double start, double scale, DoubleDouble numerator, double magnitude, DoubleDouble d,
-                    double errorOfD, double& result) {
+                    double errorOfD, double& result, bool& bNearZero) {
     const double first = numerator.hi / d.hi;
     const DoubleDouble rest = numerator - d * DoubleDouble{first, 0.0};
     const double second = rest.hi / d.hi;
     const double error = 25.0 * U * U * magnitude + std::abs(first) * errorOfD;
     const double errorOfOffset = error / (std::abs(d.hi) - errorOfD) + 22.0 * U * U * std::abs(first);
     const double errorOfSum = errorOfOffset * scale + 8.0 * U * U * (std::abs(start) + std::abs(first * scale));
+    bNearZero = std::abs((start + first * scale) + second * scale) <= 2.0 * errorOfSum;
     return roundCertainly(start, {first * scale, second * scale}, PERCENT * errorOfSum, result);
 }
 
 bool getCenterInDoubledPrecision(const Point2& a, const Point2& b, const Point2& c, double& x, double& y) {
     const double scale = std::max(getBinaryScale(getVector2D(a, b)), getBinaryScale(getVector2D(a, c)));
     if (!(scale > 0x1p-700 && scale < 0x1p900)) return false;
-    DoubleDouble ux, uy, vx, vy;
+    ScaledEdges edges;
+    auto& [ux, uy, vx, vy] = edges;
     if (!getScaledDifference(a.x(), b.x(), scale, ux) || !getScaledDifference(a.y(), b.y(), scale, uy) ||
         !getScaledDifference(a.x(), c.x(), scale, vx) || !getScaledDifference(a.y(), c.y(), scale, vy)) {
         return false;
@@ -118,11 +157,19 @@ bool getCenterInDoubledPrecision(const Point2& a, const Point2& b, const Point2&
     const DoubleDouble d{2.0 * half.hi, 2.0 * half.lo};
     const double errorOfD = 26.0 * U * U * (std::abs(ux.hi * vy.hi) + std::abs(uy.hi * vx.hi));
     if (!(std::abs(d.hi) > 0x1p10 * errorOfD)) return false;
-    const auto round = [&](double start, DoubleDouble p, DoubleDouble q, double& result) {
-        return divideAndRound(start, scale, p - q, std::abs(p.hi) + std::abs(q.hi), d, errorOfD, result);
+    const auto round = [&](double start, DoubleDouble f, DoubleDouble g, double& result) {
+        const DoubleDouble p = f * sqU, q = g * sqV;
+        bool bNearZero = false;
+        if (divideAndRound(start, scale, p - q, std::abs(p.hi) + std::abs(q.hi), d, errorOfD, result, bNearZero)) {
+            return true;
+        }
+        if (!bNearZero || !isExactlyZero(start, scale, f, g, edges)) return false;
+        result = 0.0;
+        return true;
     };
+    const DoubleDouble minusUx{-ux.hi, -ux.lo}, minusVx{-vx.hi, -vx.lo};
     double roundedX;
-    if (!round(a.x(), vy * sqU, uy * sqV, roundedX) || !round(a.y(), ux * sqV, vx * sqU, y)) return false;
+    if (!round(a.x(), vy, uy, roundedX) || !round(a.y(), minusVx, minusUx, y)) return false;
     x = roundedX;
     return true;
 }

@@ -125,16 +125,22 @@ inline void toPreviousHullEdge(Triangle2*& pT, int& i) {
     }
 }
 
-/// The first triangle around a vertex that passes the test; null if none does or the vertex has no triangles.
+/// The first triangle around a vertex that passes the test; null if none does or the vertex has no triangles. The order is
+/// that of TriangleAroundVertexIterator, without its calls.
 template <class TestT>
 Triangle2* findIncidentTriangle(const Point2* pVtx, const TestT& test) {
-    if (!pVtx || !pVtx->getIncidentTriangle()) return nullptr;
-    TriangleAroundVertexIterator it(pVtx);
-    Triangle2* const pFirst = *it;
-    do {
-        if (test(*it)) return *it;
-        ++it;
-    } while (*it != pFirst);
+    Triangle2* const pFirst = pVtx ? pVtx->getIncidentTriangle() : nullptr;
+    Triangle2* pT = pFirst;
+    while (pT) {
+        if (test(pT)) return pT;
+        Triangle2* pNext = pT->getOppositeTriangle(incIndexBy1(indexOfVertex(pT, pVtx)));
+        if (!pNext) {  // the hull: on from its other side
+            TriangleAroundVertexIterator it(pVtx);
+            it.loop();
+            pNext = *it;
+        }
+        pT = pNext == pFirst ? nullptr : pNext;
+    }
     return nullptr;
 }
 

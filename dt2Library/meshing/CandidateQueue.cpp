@@ -55,9 +55,8 @@ bool CandidateQueue::mayBeNarrow(const double* aSqLengths, double sqCosine) cons
     return !(numerator * numerator < product && product > LEAST);
 }
 
-bool CandidateQueue::mayMissLimit(Triangle2* pT) const {
+bool CandidateQueue::mayMissLimit(Triangle2* pT, const Sides& aSide) const {
     if (bGrowthLimit_) return true;  // the neighbours may have changed when the candidate's turn comes
-    const Sides aSide = getSides(context_.pGuide.get(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
     double aSqPlanar[3], aSq[3];
     for (size_t i = 0; i < 3; ++i) {
         aSqPlanar[i] = aSide[i].x() * aSide[i].x() + aSide[i].y() * aSide[i].y();
@@ -83,9 +82,11 @@ RefCand3* CandidateQueue::getRecord() {
 }
 
 void CandidateQueue::add(Triangle2* pT) {
-    if (!mayMissLimit(pT)) return;
+    const Sides aSide = getSides(context_.pGuide.get(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
+    if (!mayMissLimit(pT, aSide)) return;
     if (vHeap_.size() >= sweepSize_) sweep();
     RefCand3* pRC = new (getRecord()) RefCand3(context_, pT);
+    pRC->computeMinAngle(aSide);
     vHeap_.push_back({pRC->getMinAngle(), numAdded_++, pRC});
     std::push_heap(vHeap_.begin(), vHeap_.end());
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "meshing/GuideSurface.h"
 #include "meshing/RefCand3.h"
 #include "support/SimplePool.h"
 
@@ -37,12 +38,13 @@ class CandidateQueue {
         double key;
         std::uint64_t number;
         RefCand3* pRC;
-        bool operator<(const Entry& other) const {  // of a heap with the last one on top
-            return key != other.key ? key > other.key : number > other.number;
+        /// Of a heap with the last one on top. Without branches, since nothing tells which of two entries comes first.
+        bool operator<(const Entry& other) const {
+            return (key > other.key) | ((key == other.key) & (number > other.number));
         }
     };
 
-    bool mayMissLimit(Triangle2* pT) const;
+    bool mayMissLimit(Triangle2* pT, const Sides& aSide) const;
     bool mayBeNarrow(const double* aSqLengths, double sqCosine) const;
     RefCand3* getRecord();
     void sweep();

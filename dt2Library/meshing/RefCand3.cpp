@@ -6,6 +6,7 @@
 #include <iostream>
 #include <limits>
 #include <sstream>
+#include <utility>
 
 #include "kernel/links.h"
 #include "kernel/tools.h"
@@ -55,6 +56,18 @@ double getNarrowAngle(const Vector2& u, const Vector2& v) {
     return std::acos(std::clamp(normalize(u) * normalize(v), -1.0, 1.0)) / 3.14159 * 180.0;
 }
 
+void sortThree(std::array<double, 3>& aNumber) {
+    if (aNumber[1] < aNumber[0]) std::swap(aNumber[0], aNumber[1]);
+    if (aNumber[2] < aNumber[1]) std::swap(aNumber[1], aNumber[2]);
+    if (aNumber[1] < aNumber[0]) std::swap(aNumber[0], aNumber[1]);
+}
+
+/// The same as normalize, without a call where the length is an ordinary number.
+Vector2 toUnit(const Vector2& v) {
+    const double sq = v.sqLength();
+    return sq > 1e-280 && sq < 1e300 ? v / std::sqrt(sq) : normalize(v);
+}
+
 Sides getSides(const RefinementContext& context, const Triangle2* pT) {
     return getSides(context.pGuide.get(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
 }
@@ -96,8 +109,12 @@ int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pCont
     Triangle2*& pT = pContainingTriangle;
     const int longest = pT->getMaxIndex();
     const Point2* pStart = pT->getCorner(longest);
-    const auto liesBeyond = [&](int i) { return getSide(geomTest, pT, i, pCircumcenter) == ORIENTATION2_CW; };
-
+    // The sides of the edges on which the point lies: as many as are known, and all of them where no edge is left to cross.
+    std::array<Orientation2, 3> aSide{};
+    const auto liesBeyond = [&](int i) {
+        aSide[static_cast<size_t>(i)] = getSide(geomTest, pT, i, pCircumcenter);
+        return aSide[static_cast<size_t>(i)] == ORIENTATION2_CW;
+    };
     int exit = -1;
     for (const int i : {longest, incIndexBy1(longest), incIndexBy2(longest)}) {
         if (exit == -1 && liesBeyond(i)) exit = i;
@@ -108,6 +125,7 @@ int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pCont
         if (numSteps == MAX_WALK) return SPLIT_USELESS;
         const int entry = indexOfNeighbour(pN, pT);
         pT = pN;
+        aSide[static_cast<size_t>(entry)] = ORIENTATION2_CCW;
         const int right = incIndexBy1(entry), left = incIndexBy2(entry);
         const bool bBeyondRight = liesBeyond(right), bBeyondLeft = liesBeyond(left);
         exit = bBeyondRight ? right : bBeyondLeft ? left : -1;
@@ -117,28 +135,26 @@ int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pCont
             exit = left;
         }
     }
-    return judgeArrival(pT, pCircumcenter);
+    return judgeArrival(pT, pCircumcenter, aSide);
 }
 
-int RefCand3::judgeArrival(Triangle2* pT, const Point2* p) const {
-    GeomTest* pGeomPredicates = &context_.pDt2->getGeomTest();
+int RefCand3::judgeArrival(const Triangle2* pT, const Point2* p, const std::array<Orientation2, 3>& aSide) {
+    edgeOfSteiner_ = -1;
     for (int i = 0; i < 3; ++i) {
-        if (*pT->getCorner(i) == *p) return SPLIT_USELESS;
-    }
-    for (int i = 0; i < 3; ++i) {
-        if (getSide(*pGeomPredicates, pT, i, p) != ORIENTATION2_COLLINEAR) continue;
+        if (aSide[static_cast<size_t>(i)] != ORIENTATION2_COLLINEAR) continue;
+        if (*pT->getCorner(incIndexBy1(i)) == *p || *pT->getCorner(incIndexBy2(i)) == *p) return SPLIT_USELESS;
         // A centre on the border splits it; inserted as an inner vertex it would leave a flat triangle there.
         if (!pT->getOppositeTriangle(i) || context_.pDt2->isConstraint(pT, i)) return i;
+        edgeOfSteiner_ = i;
     }
     if (pT != pT_) return SPLIT_NONE;
-    const auto isNotOutside = [&](int i) { return getSide(*pGeomPredicates, pT, i, p) != ORIENTATION2_CW; };
-    TARO_ASSERT_TEXT(isNotOutside(0),
+    TARO_ASSERT_TEXT(aSide[0] != ORIENTATION2_CW,
                      "pGeomPredicates->getOrientation2(pStartTriangle,0,pCircumcenter)!=ORIENTATION2_CW");
-    TARO_ASSERT_TEXT(isNotOutside(1),
+    TARO_ASSERT_TEXT(aSide[1] != ORIENTATION2_CW,
                      "pGeomPredicates->getOrientation2(pStartTriangle,1,pCircumcenter)!=ORIENTATION2_CW");
-    TARO_ASSERT_TEXT(isNotOutside(2),
+    TARO_ASSERT_TEXT(aSide[2] != ORIENTATION2_CW,
                      "pGeomPredicates->getOrientation2(pStartTriangle,2,pCircumcenter)!=ORIENTATION2_CW");
-    TARO_ASSERT_TEXT(pGeomPredicates->circleInc(aCorner_[0], aCorner_[1], aCorner_[2], p),
+    TARO_ASSERT_TEXT(context_.pDt2->getGeomTest().circleInc(aCorner_[0], aCorner_[1], aCorner_[2], p),
                      "pGeomPredicates->circleInc(pStartTriangle,pCircumcenter)");
     return SPLIT_NONE;
 }
@@ -159,12 +175,14 @@ bool RefCand3::isConstraint(int i) const { return context_.pDt2->isConstraint(pC
 // Measures
 
 double RefCand3::getMinAngle() {
-    if (minAngle_ != UNKNOWN) return minAngle_;
-    const Sides aSide = getSides(context_.pGuide.get(), aCorner_[0], aCorner_[1], aCorner_[2]);
-    const Vector2 u = normalize(aSide[2]), v = normalize(aSide[1] * -1.0), w = normalize(aSide[0]);
+    if (minAngle_ == UNKNOWN) computeMinAngle(getSides(context_.pGuide.get(), aCorner_[0], aCorner_[1], aCorner_[2]));
+    return minAngle_;
+}
+
+void RefCand3::computeMinAngle(const Sides& aSide) {
+    const Vector2 u = toUnit(aSide[2]), v = toUnit(aSide[1] * -1.0), w = toUnit(aSide[0]);
     const double alpha = getAngleDegree(u, v), beta = getAngleDegree(w, u * -1.0);
     minAngle_ = std::min({beta, 180.0 - alpha - beta, alpha});
-    return minAngle_;
 }
 
 double RefCand3::getMinAngle2D() const {
@@ -179,11 +197,11 @@ double RefCand3::getArea25D(const Triangle2* pT) const {
 void RefCand3::computeMinMax() {
     const Sides aSide = getSides(context_, pT_);
     for (size_t i = 0; i < 3; ++i) {
-        aSqLengths2D_[i] = pT_->getSquaredEdgeLength2D(static_cast<int>(i));
+        aSqLengths2D_[i] = aSide[i].x() * aSide[i].x() + aSide[i].y() * aSide[i].y();
         aSqLengths25D_[i] = aSide[i].sqLength();
     }
-    std::sort(aSqLengths2D_.begin(), aSqLengths2D_.end());
-    std::sort(aSqLengths25D_.begin(), aSqLengths25D_.end());
+    sortThree(aSqLengths2D_);
+    sortThree(aSqLengths25D_);
 }
 
 double RefCand3::getQuality2D() const { return radius_ / std::sqrt(aSqLengths2D_[0]); }

@@ -5,6 +5,8 @@
 #include <limits>
 #include <string>
 
+#include "meshing/GuideSurface.h"
+#include "taro25d/Orientation2.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
 
@@ -49,6 +51,8 @@ class RefCand3 {
     int walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pContainingTriangle);
     /// The smallest angle in space in degrees.
     double getMinAngle();
+    /// Computes it from the sides in space, for callers who have them.
+    void computeMinAngle(const Sides& aSide);
     /// Computes the lengths of the sides.
     void computeMinMax();
 
@@ -75,6 +79,8 @@ class RefCand3 {
     const Point2& getSteiner() const { return steiner_; }
     double getRadius() const { return radius_; }
     int getSplitIndex() const { return splitIndex_; }
+    /// The edge of the containing triangle on which the Steiner point lies exactly; -1 if it lies inside.
+    int getEdgeOfSteiner() const { return edgeOfSteiner_; }
     Triangle2* getContainingTriangle() const { return pContainingT_; }
     void getContainingTriangleAndIndex(Triangle2*& pT, int& idx) const;
     /// The alive segment on an edge of the containing triangle, or null.
@@ -106,11 +112,13 @@ class RefCand3 {
     /// Whether there is a guide, and a vertex nearer to the centre in x-y than the minimum edge length.
     bool isTooNear(const MeshGenParams* pParams) const;
     const char* getObstacle(MeshGenParams* pParams) const;
-    int judgeArrival(Triangle2* pT, const Point2* p) const;
+    /// Judges a point in or on a triangle, being given the sides of its edges on which it lies.
+    int judgeArrival(const Triangle2* pT, const Point2* p, const std::array<Orientation2, 3>& aSide);
     double getNeighbourArea(int i) const;
     void reportAcceptance(const std::string& text, const char* suffix) const;
 
     int label_;
+    int edgeOfSteiner_ = -1;
     std::array<Point2*, 3> aCorner_;
     RefinementContext& context_;
     Triangle2* pT_;

@@ -287,7 +287,7 @@ void Refiner::insertCircumcenter(RefCand3* pRC) {
     Triangle2* pT = pRC->getContainingTriangle();
     VertexVault& vault = mesh_.getVertexVault();
     Point2* pVertex = vault.createRegisteredVertex(Point2(x, y, heights_.get(x, y, pT)));
-    insertVertexForRefinement(pVertex, pT);
+    insertVertexForRefinement(pVertex, pT, pRC->getEdgeOfSteiner());
     vault.sortIV(VertexVault::SM_IF_DUE);
     mesh_.getInnerVtxMgr().addVtx(pVertex);
 }
@@ -320,14 +320,8 @@ bool Refiner::splitSegmentInTheWay(RefCand3* pRC) {
     return true;
 }
 
-void Refiner::insertVertexForRefinement(Point2* pVertex, Triangle2* pContainingTriangle) {
+void Refiner::insertVertexForRefinement(Point2* pVertex, Triangle2* pContainingTriangle, int onEdge) {
     TARO_ASSERT_TEXT(pContainingTriangle != nullptr, "pContainingTriangle!=__null");
-    int onEdge = -1;
-    for (int i = 0; i < 3; ++i) {
-        const Point2 *pSrc = pContainingTriangle->getCorner(incIndexBy1(i)),
-                     *pTrg = pContainingTriangle->getCorner(incIndexBy2(i));
-        if (mesh_.getGeomTest().getOrientation2(pSrc, pTrg, pVertex) == ORIENTATION2_COLLINEAR) onEdge = i;
-    }
     if (onEdge == -1) {
         mesh_.initVCheckT13(pContainingTriangle, pVertex);
     } else {

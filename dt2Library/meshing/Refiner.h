@@ -43,8 +43,9 @@ class Refiner {
     bool tryRefine(RefCand3* pRC);
     void insertCircumcenter(RefCand3* pRC);
     bool splitSegmentInTheWay(RefCand3* pRC);
-    /// Inserts a vertex of the vault into the triangle that holds it, and makes those around it candidates.
-    void insertVertexForRefinement(Point2* pVertex, Triangle2* pContainingTriangle);
+    /// Inserts a vertex of the vault into the triangle that holds it, or on an edge of that, where the index is not -1, and
+    /// makes the triangles around it candidates.
+    void insertVertexForRefinement(Point2* pVertex, Triangle2* pContainingTriangle, int onEdge);
 
     Dt2& mesh_;
     MeshGenParams& params_;

@@ -495,6 +495,11 @@ TEST(Triangle2, CircumcentreIsTheTrueOneRoundedOnce) {
                 const Point2 mid = centerWithShift(aCorner[0], aCorner[1]);
                 aCorner[2].set(mid.x() * (1 + uniform(random, -1e-12, 1e-12)), mid.y(), 0);
             }
+            if (i % 5 == 1 || i % 5 == 2) {  // with the centre at 0, or a last bit beside it
+                const double x = aCorner[0].x(), y = aCorner[0].y();
+                aCorner[1].set(-x, y, 0);
+                aCorner[2].set(i % 5 == 1 ? x : std::nextafter(x, 2 * x), -y, 0);
+            }
             if (exactOrientation(aCorner[0], aCorner[1], aCorner[2]) < 0) std::swap(aCorner[1], aCorner[2]);
             const Triangle2 triangle(&aCorner[0], &aCorner[1], &aCorner[2]);
             const Point2 dual = triangle.getDual(bAccurate);
