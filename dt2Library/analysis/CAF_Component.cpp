@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "analysis/HeightMap.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 #include "taro25d/Vector2.h"
@@ -19,9 +20,6 @@
 namespace LUMO_TARO25D {
 
 namespace {
-
-/// Heights that differ by less are taken for equal.
-constexpr double MIN_DIFFERENCE = 0.0001;
 
 /// Adds up the volume of a solid from the triangles of its surface, counterclockwise seen from outside.
 class Solid {
@@ -51,7 +49,7 @@ void CAF_Component::init(const HeightMap& heights) {
         for (int i = 0; i < 3; ++i) {
             const BeforeAfter& ofCorner = *heights.find(pT->getCorner(i));
             const double d = ofCorner.after() - ofCorner.before();
-            if (!(std::abs(d) >= MIN_DIFFERENCE)) continue;
+            if (!(std::abs(d) >= MIN_HEIGHT_DIFFERENCE)) continue;
             if (d > 0.0) {
                 TARO_ASSERT_TEXT(caftype_ != CT_CUT, "caftype!=CT_CUT");
                 caftype_ = CT_FILL;

@@ -37,6 +37,7 @@
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
 #include "kernel/VertexPairMap.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -58,7 +59,6 @@ using TriangleVector = std::vector<Triangle2*>;
 constexpr const char* LOCATION = "CutAndFill";
 constexpr size_t NUM_STEPS = 150;
 constexpr int MAX_ROUNDS = 10;
-constexpr double MAX_SPLIT_HEIGHT = 1e-9, MAX_HEIGHT_DIFFERENCE = 1e-11, MAX_TYPE_DIFFERENCE = 0.001;
 
 /// Differences of heights are cut off here, so that those of differences are finite.
 constexpr double MAX_COMBINED_HEIGHT = 0.5 * std::numeric_limits<double>::max();
@@ -123,20 +123,16 @@ double getWidth(const Triangle2* pT) {
     return 2.0 * area / std::sqrt(pT->getMaxSqEdgeLen2D());
 }
 
-/// Constraints are bent to vertices that are near, so that those along the sides of a narrower triangle may merge.
-constexpr double MIN_WIDTH = 4e-6;
-
 /// Not where all triangles are that small.
 bool isSliver(const Triangle2* pT) {
-    constexpr double MAX_RATIO = 1e-4;
-    return getWidth(pT) < std::min(MIN_WIDTH, MAX_RATIO * std::sqrt(pT->getMaxSqEdgeLen2D()));
+    return getWidth(pT) < std::min(MIN_SLIVER_WIDTH, MAX_SLIVER_RATIO * std::sqrt(pT->getMaxSqEdgeLen2D()));
 }
 
 /// Lengths that mean nothing on some ground: what coordinates may be off by after some arithmetic, and what is too small to
 /// count in any volume.
 double getRoundingDistance(const Bbox2& box) {
     const double extent = std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY());
-    return std::max(std::ldexp(getMagnitude(box), -48), std::ldexp(extent, -34));
+    return std::max(WELDING_DISTANCE * getMagnitude(box), NEGLIGIBLE_WIDTH * extent);
 }
 
 /// Takes away triangles at the border that are there only because rounding has put points beside a straight line. Across
@@ -169,7 +165,7 @@ Triangle2* getNearestHullTriangle(const Dt2& dt2, const Point2& point) {
 Triangle2* leaveSlivers(Triangle2* pT, const Point2& point) {
     TriangleVector vSlivers{pT};
     Triangle2* pNearest = pT;
-    double sqNearest = 4.0 * MIN_WIDTH * MIN_WIDTH;
+    double sqNearest = 4.0 * MIN_SLIVER_WIDTH * MIN_SLIVER_WIDTH;
     AddressSet sSeen;
     sSeen.insert(pT);
     for (size_t k = 0; k < vSlivers.size() && isSliver(pT); ++k) {

@@ -10,6 +10,7 @@
 #include "analysis/CrossingGraph.h"
 #include "analysis/HeightTree.h"
 #include "analysis/zoneTriangles.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "support/Progress.h"
 #include "support/diagnostics.h"
@@ -43,7 +44,7 @@ Cut cutAt(const HeightTree& tree, double height) {
 /// About a thousand units in the last place, or one where these are not small.
 double getFirstStep(double height) {
     double step = getUlp(height);
-    if (1000.0 * step < 1e-6) step *= 1000.0;
+    if (1000.0 * step < MAX_FIRST_STEP) step *= 1000.0;
     while (!(height + step > height)) step *= 2.0;
     return step;
 }

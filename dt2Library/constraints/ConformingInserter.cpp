@@ -23,6 +23,7 @@
 #include "constraints/Establisher.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
@@ -148,8 +149,8 @@ bool ConformingInserter::halveAt(ConstraintSegment2* pCSeg, const Point2& place)
 
 bool ConformingInserter::isTooShortToSplit(const Point2& src, const Point2& trg) const {
     const int exponent = static_cast<int>(std::ceil(std::log2(getMagnitude(mesh_.getVertexVault().getInsertionBox()))));
-    const double eps = std::ldexp(std::numeric_limits<double>::epsilon(), exponent);
-    return std::abs(src.x() - trg.x()) < 10.0 * eps && std::abs(src.y() - trg.y()) < 10.0 * eps;
+    const double minPiece = std::ldexp(MIN_PIECE, exponent);
+    return std::abs(src.x() - trg.x()) < minPiece && std::abs(src.y() - trg.y()) < minPiece;
 }
 
 Point2 ConformingInserter::getPlaceToSplit(const ConstraintSegment2* pCSeg) const {

@@ -28,6 +28,7 @@
 #include "constraints/ConstraintPieces.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/CrossedRegion.h"
 #include "mesh/Dt2.h"
@@ -46,8 +47,7 @@ bool isEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
 
 /// Whether a point is only a few units in the last place away from an end of a segment.
 bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
-    constexpr double FEW_ULP = 8.0 * std::numeric_limits<double>::epsilon();
-    const auto isNext = [](double a, double b) { return std::abs(a - b) <= FEW_ULP * std::abs(b); };
+    const auto isNext = [](double a, double b) { return std::abs(a - b) <= NEXT_TO_END * std::abs(b); };
     const auto isNearly = [&](const Point2* pEnd) {
         return isNext(pEnd->x(), point.x()) && isNext(pEnd->y(), point.y());
     };
@@ -56,7 +56,6 @@ bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
 
 /// The crossing of two segments, with the height on the first one; an end of either that is as near as rounding brings it.
 Point2 getRoundedCrossing(const Point2& s0, const Point2& s1, const Point2& t0, const Point2& t1) {
-    constexpr double SQ_SNAP_DISTANCE = 1e-12;
     double x = 0.0, y = 0.0;
     const bool bCross = getIntersectionCoordsNoRounding(s0, s1, t0, t1, x, y);
     TARO_ASSERT(bCross);
@@ -74,7 +73,7 @@ Point2 getRoundedCrossing(const Point2& s0, const Point2& s1, const Point2& t0, 
     consider(s1, t0, t1);
     consider(t0, s0, s1);
     consider(t1, s0, s1);
-    if (!pNearest || sqNearest >= SQ_SNAP_DISTANCE) return Point2(x, y, getHeightOn(s0, s1, x, y));
+    if (!pNearest || sqNearest >= SNAP_DISTANCE * SNAP_DISTANCE) return Point2(x, y, getHeightOn(s0, s1, x, y));
     Point2 end(pNearest->x(), pNearest->y(), pNearest->z());
     end.setCustomIndex(pNearest->getCustomIndex());
     return end;

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "kernel/circumcenter.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 #include "taro25d/Vector2.h"
@@ -37,9 +38,6 @@ double getSideLength25D(const Point2& p0, const Point2& p1) {
 }
 
 double getAngle(const Vector2& u, const Vector2& v) { return getAngleDegree(normalize(u), normalize(v)); }
-
-/// Whether a squared length has neither overflowed nor lost digits to underflow.
-bool isPlainSquare(double sqLength) { return sqLength > 1e-280 && sqLength < 1e300; }
 
 /// The index of the edge whose length comes before the others in an order, by lengths that are no roots of squares.
 template <class Order>

@@ -1,4 +1,5 @@
 #include "taro25d/Vector2.h"
+#include "kernel/tolerances.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +8,7 @@ namespace LUMO_TARO25D {
 
 double Vector2::length() const {
     const double sq = sqLength();
-    if (sq > 1e-280 && sq < 1e300) return std::sqrt(sq);
+    if (isPlainSquare(sq)) return std::sqrt(sq);
     return std::hypot(std::hypot(x_, y_), z_);
 }
 

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "kernel/GeomTest.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 
@@ -74,7 +75,7 @@ bool getTransversalIntersection(const Point2& a, const Point2& b, const Point2& 
     const Vector2 u = getVector2D(a, b), v = getVector2D(c, d);
     const double det = crossProduct2D(u, v);
     const double magnitude = u.length() * v.length();
-    if (!(magnitude > 1e-280 && std::abs(det) > 0.0625 * magnitude)) return false;
+    if (!(magnitude > MIN_PLAIN_SQUARE && std::abs(det) > MIN_TRANSVERSAL * magnitude)) return false;
     const double t = crossProduct2D(getVector2D(a, c), v) / det;
     x = a.x() + t * u.x();
     y = a.y() + t * u.y();
@@ -146,7 +147,7 @@ Vector2 getNormalVector(const Point2& a, const Point2& b, const Point2& c, bool&
     if (sqC > sqA && sqC > sqB) return getNormalVector(c, a, b, ok);
     const Vector2 u = getVector25D(a, b), v = getVector25D(a, c);
     const Vector2 normal = crossProduct(u / getBinaryScale(u), v / getBinaryScale(v));
-    ok = normal.length() > 4e-15;  // the rounding errors of products of numbers below 2
+    ok = normal.length() > MIN_NORMAL;
     return ok ? normalize(normal) : Vector2();
 }
 

@@ -17,6 +17,7 @@
 #include <limits>
 #include <utility>
 
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/freeFunctions.h"
@@ -24,9 +25,6 @@
 namespace LUMO_TARO25D {
 
 namespace {
-
-constexpr double HEIGHT_TOLERANCE = 0.001;
-constexpr double MIN_DETERMINANT = 0x1p-19;  // as a share of the square of the longer side
 
 /// Exact but for one rounding at the end.
 double getExactHeight(const Triangle2& triangle, const Point2& place) {
@@ -66,7 +64,7 @@ double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
     const double scale = std::max(getBinaryScale(toP), getBinaryScale(toQ));
     const Vector2 u = toP / scale, v = toQ / scale, w = getVector2D(origin, place) / scale;
     const double det = crossProduct2D(u, v);
-    if (!(std::abs(det) >= MIN_DETERMINANT)) return getExactHeight(triangle, place);
+    if (!(std::abs(det) >= MIN_PLANE_DETERMINANT)) return getExactHeight(triangle, place);
     const double dzP = p.z() - origin.z(), dzQ = q.z() - origin.z();
     const double z = origin.z() + (crossProduct2D(w, v) * dzP + crossProduct2D(u, w) * dzQ) / det;
     return std::isfinite(z) ? z : getExactHeight(triangle, place);

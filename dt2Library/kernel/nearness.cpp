@@ -28,7 +28,7 @@ bool isOffSegment(const Point2& src, const Point2& trg, const Point2& point) {
     const double distance = approxHasOn(src, trg, point) ? getPointLineDistance2D(point, src, trg)
                                                          : std::min(distance2D(point, src), distance2D(point, trg));
     const double unit = std::ldexp(1.0, std::ilogb(std::max(magnitude, std::numeric_limits<double>::min())) - 52);
-    return distance > 1e-6 * distance2D(src, trg) + 4.0 * unit;
+    return distance > MAX_OFFSET * distance2D(src, trg) + MAX_OFFSET_UNITS * unit;
 }
 
 }  // namespace LUMO_TARO25D

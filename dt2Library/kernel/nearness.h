@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kernel/tolerances.h"
 #include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {
@@ -16,16 +17,10 @@ inline double getLargestCoordinate(const Point2& a, const Point2& b, const Point
                     std::max(std::abs(c.x()), std::abs(c.y())));
 }
 
-/// Places nearer than this part of their largest coordinate may be meant to be one: 4 to 8 units in the last place, which
-/// is what computing a point on a line, or the crossing of two, can be wrong by.
-constexpr double RESOLUTION = 0x1p-50;
 /// How far apart two places may be, by rounding, that are meant to be one.
 inline double getResolution(const Point2& a, const Point2& b) { return RESOLUTION * getLargestCoordinate(a, b, b); }
 /// Whether two places may be meant to be one.
 bool isSamePlace(const Point2& a, const Point2& b);
-/// So near to the ends of a segment, in parts of the largest coordinate, it is left alone: what is that small may be input
-/// with a spacing of a few rounding errors, of which every decision counts.
-constexpr double END_ZONE = 0x1p-40;
 
 /// The second half of isNextTo, for what is next to the line.
 bool isNextToBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex);

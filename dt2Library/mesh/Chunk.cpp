@@ -29,6 +29,7 @@
 #include <cstdint>
 
 #include "kernel/links.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/walk.h"
@@ -59,7 +60,7 @@ bool getBall(const Triangle2* pT, Point2& center, double& radius) {
     const double ux = pT->getCorner(1)->x() - a.x(), uy = pT->getCorner(1)->y() - a.y();
     const double vx = pT->getCorner(2)->x() - a.x(), vy = pT->getCorner(2)->y() - a.y();
     const double det = ux * vy - uy * vx, uu = ux * ux + uy * uy, vv = vx * vx + vy * vy;
-    if (!(det > 1e-12 * (std::abs(ux * vy) + std::abs(uy * vx)))) return false;
+    if (!(det > MIN_BALL_DETERMINANT * (std::abs(ux * vy) + std::abs(uy * vx)))) return false;
     const double x = (vy * uu - uy * vv) / (2.0 * det), y = (ux * vv - vx * uu) / (2.0 * det);
     center = Point2(a.x() + x, a.y() + y, 0.0);
     // The margin is a share of the radius, or of the longest side where the radius is far greater, as at the hull.

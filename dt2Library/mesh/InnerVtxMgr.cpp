@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -14,7 +15,7 @@ std::vector<Point2*> getVerticesNearby(const Point2& center, Triangle2* pT, doub
     std::vector<Triangle2*> vTriangles{pT};
     AddressSet sMarked;
     sMarked.insert(vTriangles.front());
-    const double sqReach = sqRadius * (1.0 + 1e-9);
+    const double sqReach = sqRadius * (1.0 + SEARCH_MARGIN);
     spread(vTriangles, 0, sMarked, [&](const Triangle2* pT, int i, const Triangle2*) {
         return sqDistanceToSegment2D(center, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))) <= sqReach;
     });

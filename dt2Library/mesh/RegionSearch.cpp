@@ -21,6 +21,7 @@
 
 #include "kernel/expansion.h"
 #include "kernel/flatSets.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/hullPatch.h"
@@ -52,12 +53,13 @@ int compareDistances(const Point2& place, const Point2& a, const Point2& b, doub
 
 /// Whether a triangle comes as near to a place as a distance, or nearly so.
 bool isWithin(const Triangle2* pT, const Point2& place, double distance) {
-    const double slack = 1e-12 * std::sqrt(pT->getMaxSqEdgeLen2D());  // far above what rounding takes from the distance
+    const double slack = REGION_MARGIN * std::sqrt(pT->getMaxSqEdgeLen2D());
     bool bInside = true;
     for (int i = 0; i < 3; ++i) {
         const Point2 &src = *pT->getCorner(incIndexBy1(i)), &trg = *pT->getCorner(incIndexBy2(i));
         bInside = bInside && getOrientation2_mt(&src, &trg, &place) != ORIENTATION2_CW;
-        if (!(std::sqrt(sqDistanceToSegment2D(place, src, trg)) > distance * (1.0 + 1e-12) + slack)) return true;
+        if (!(std::sqrt(sqDistanceToSegment2D(place, src, trg)) > distance * (1.0 + REGION_MARGIN) + slack))
+            return true;
     }
     return bInside;
 }

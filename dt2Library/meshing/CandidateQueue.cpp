@@ -5,6 +5,7 @@
 #include <limits>
 #include <new>
 
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "meshing/RefinementContext.h"
 #include "taro25d/MeshGenParams.h"
@@ -15,12 +16,11 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr double NO_LIMIT = std::numeric_limits<double>::max();
-constexpr double LEAST = 0x1p-900;  // products below may have lost digits
 
 /// The square of the cosine of an angle in degrees, so much smaller that rounding does not matter where it is compared.
 double sqCosineBelow(double degrees) {
     const double cosine = std::cos(degrees * (M_PI / 180.0));
-    return cosine * cosine * (1.0 - 1e-7);
+    return cosine * cosine * (1.0 - FILTER_MARGIN);
 }
 
 double sqArea(const Vector2& u, const Vector2& v) {
@@ -52,7 +52,7 @@ bool CandidateQueue::mayBeNarrow(const double* aSqLengths, double sqCosine) cons
     const double b = std::max(std::min(aSqLengths[0], aSqLengths[1]),
                               std::min(std::max(aSqLengths[0], aSqLengths[1]), aSqLengths[2]));
     const double numerator = b + c - a, product = 4.0 * b * c * sqCosine;
-    return !(numerator * numerator < product && product > LEAST);
+    return !(numerator * numerator < product && product > MIN_PRODUCT);
 }
 
 bool CandidateQueue::mayMissLimit(Triangle2* pT, const Sides& aSide) const {
@@ -62,12 +62,12 @@ bool CandidateQueue::mayMissLimit(Triangle2* pT, const Sides& aSide) const {
         aSqPlanar[i] = aSide[i].x() * aSide[i].x() + aSide[i].y() * aSide[i].y();
         aSq[i] = aSqPlanar[i] + aSide[i].z() * aSide[i].z();
     }
-    constexpr double ALMOST = 1.0 - 1e-7;
+    constexpr double ALMOST = 1.0 - FILTER_MARGIN;
     const double maxLength = params_.getMaxEdgeLength(pT), maxArea = params_.getMaxTriangleArea(pT);
     const double maxSq = std::max({aSq[0], aSq[1], aSq[2]});
     if (maxLength != NO_LIMIT && !(maxSq < maxLength * maxLength * ALMOST)) return true;
     const double sqMaxArea = maxArea * maxArea * ALMOST;
-    if (maxArea != NO_LIMIT && !(sqArea(aSide[0], aSide[1]) < sqMaxArea && sqMaxArea > LEAST)) return true;
+    if (maxArea != NO_LIMIT && !(sqArea(aSide[0], aSide[1]) < sqMaxArea && sqMaxArea > MIN_PRODUCT)) return true;
     return mayBeNarrow(aSq, sqCosineOfLimit_) && mayBeNarrow(aSqPlanar, sqCosineOfCap_);
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "kernel/links.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
@@ -65,7 +66,7 @@ void sortThree(std::array<double, 3>& aNumber) {
 /// The same as normalize, without a call where the length is an ordinary number.
 Vector2 toUnit(const Vector2& v) {
     const double sq = v.sqLength();
-    return sq > 1e-280 && sq < 1e300 ? v / std::sqrt(sq) : normalize(v);
+    return isPlainSquare(sq) ? v / std::sqrt(sq) : normalize(v);
 }
 
 Sides getSides(const RefinementContext& context, const Triangle2* pT) {
@@ -236,11 +237,9 @@ bool RefCand3::missesLimit(MeshGenParams* pParams) {
 bool RefCand3::highPriorityReject(MeshGenParams* pParams) { return illegalSplit(pParams) || !isSafe(); }
 
 bool RefCand3::isTooSmall() const {
-    constexpr double MIN_ULPS = 16.0;
     // Around the origin numbers would resolve what is no detail of any ground: the zone sets the measure there.
     const double maxCoord = std::max({std::abs(steiner_.x()), std::abs(steiner_.y()), context_.zoneMagnitude});
-    return !(std::isfinite(radius_) && radius_ > 0.0 &&
-             radius_ >= MIN_ULPS * std::numeric_limits<double>::epsilon() * maxCoord);
+    return !(std::isfinite(radius_) && radius_ > 0.0 && radius_ >= MIN_RADIUS * maxCoord);
 }
 
 bool RefCand3::isTooNear(const MeshGenParams* pParams) const {

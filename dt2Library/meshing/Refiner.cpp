@@ -28,6 +28,7 @@
 
 #include "kernel/flatSets.h"
 #include "kernel/links.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -105,13 +106,12 @@ class RefinementProgress {
 /// units in the last place of the coordinates.
 bool haveSquares(const std::vector<Triangle2*>& vTriangles) {
     if (vTriangles.empty()) return true;
-    constexpr double MIN_MAGNITUDE = 1e-138, MAX_MAGNITUDE = 1e153;
     double maxHeight = 0.0;
     for (const Triangle2* pT : vTriangles) {
         for (int i = 0; i < 3; ++i) maxHeight = std::max(maxHeight, std::abs(pT->getCorner(i)->z()));
     }
     const double magnitude = getLargestCoordinate(vTriangles);
-    return magnitude > MIN_MAGNITUDE && magnitude < MAX_MAGNITUDE && maxHeight < MAX_MAGNITUDE;
+    return magnitude > MIN_ZONE_MAGNITUDE && magnitude < MAX_ZONE_MAGNITUDE && maxHeight < MAX_ZONE_MAGNITUDE;
 }
 
 /// What is wrong with the limits; null if nothing is.

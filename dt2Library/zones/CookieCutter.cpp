@@ -11,6 +11,7 @@
 #include <cmath>
 
 #include "kernel/nearness.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/segmentWalk.h"
@@ -37,7 +38,7 @@ bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Po
         length += distance2D(p, q);
         resolution = std::max(resolution, getResolution(p, q));
     }
-    const double slack = 1e-6 * wanted + 64.0 * resolution * length;
+    const double slack = MAX_AREA_ERROR * wanted + MAX_BORDER_ERROR * resolution * length;
     return !(area - wanted > slack) && (!bAll || !(wanted - area > slack));  // not for numbers beyond doubles
 }
 

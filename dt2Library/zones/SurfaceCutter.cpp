@@ -28,6 +28,7 @@
 #include "kernel/heights.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/hullPatch.h"
@@ -49,7 +50,8 @@ bool isAtHeight(const Point2& v, const Triangle2* pT, int i) {
                  &far = *pN->getCorner(indexOfNeighbour(pN, pT));
     const auto [zMin, zMax] = std::minmax({v.z(), p0.z(), p1.z(), near.z(), far.z()});
     const double width = std::max(getPointLineDistance2D(near, p0, p1), getPointLineDistance2D(far, p0, p1));
-    const double slack = std::max(0x1p-30, std::min(1.0, 4.0 * RESOLUTION * getLargestCoordinate(p0, p1, v) / width));
+    const double slack =
+        std::max(MAX_CREASE, std::min(1.0, 4.0 * RESOLUTION * getLargestCoordinate(p0, p1, v) / width));
     return std::abs(v.z() - getZOnSegment(p0, p1, v.x(), v.y())) <= slack * (zMax - zMin);
 }
 

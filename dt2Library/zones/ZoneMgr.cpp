@@ -8,6 +8,7 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -52,7 +53,7 @@ double getClearance(const Triangle2* pT, GeomTest& geomTest) {
         clearance = std::min(clearance, getPointLineDistance2D(center, *pSrc, *pTrg));
         magnitude = std::max({magnitude, std::abs(pSrc->x()), std::abs(pSrc->y())});
     }
-    return clearance > 0x1p-46 * magnitude ? clearance : 0.0;
+    return clearance > MIN_SEED_CLEARANCE * magnitude ? clearance : 0.0;
 }
 
 using VertexPair = ConstraintMgr::VertexPair;
