@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "analysis/CrossingGraph.h"
+#include "kernel/tolerances.h"
 #include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
@@ -14,7 +15,7 @@ constexpr size_t MIN_TABLE_SIZE = 1024;
 
 /// Within a few units in the last place of coordinates up to a magnitude.
 bool isNear(const Point2& a, const Point2& b, double magnitude) {
-    return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y())) <= 0x1p-49 * magnitude;
+    return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y())) <= BAND_RESOLUTION * magnitude;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "kernel/heights.h"
+#include "kernel/tolerances.h"
 
 namespace LUMO_TARO25D {
 
@@ -29,7 +30,6 @@ double accurateDeterminant(double a, double b, double c, double d) {
 }
 
 FacePlane::FacePlane(const Triangle2& triangle) : triangle_(triangle), origin_(*triangle.getCorner(0)) {
-    constexpr double MIN_DETERMINANT = 0x1p-19;  // as a share of the square of the longer side
     const Point2 &p = *triangle.getCorner(1), &q = *triangle.getCorner(2);
     std::tie(minZ_, maxZ_) = std::minmax({origin_.z(), p.z(), q.z()});
     const double ux = p.x() - origin_.x(), uy = p.y() - origin_.y(), dzP = p.z() - origin_.z();
@@ -38,8 +38,8 @@ FacePlane::FacePlane(const Triangle2& triangle) : triangle_(triangle), origin_(*
     riseEast_ = (dzP * vy - dzQ * uy) / det;
     riseNorth_ = (ux * dzQ - vx * dzP) / det;
     const double sqLonger = std::max(ux * ux + uy * uy, vx * vx + vy * vy);
-    bWide_ =
-        det >= MIN_DETERMINANT * sqLonger && sqLonger > 1e-250 && std::isfinite(riseEast_) && std::isfinite(riseNorth_);
+    bWide_ = det >= MIN_PLANE_DETERMINANT * sqLonger && sqLonger > MIN_FACE_SQUARE && std::isfinite(riseEast_) &&
+             std::isfinite(riseNorth_);
 }
 
 double FacePlane::getHeightOfSharpOne(double x, double y) const {

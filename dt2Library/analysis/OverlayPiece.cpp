@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "analysis/FacePlane.h"
+#include "kernel/tolerances.h"
 #include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
@@ -33,7 +34,7 @@ LocalTriangle::LocalTriangle(const Triangle2& triangle, const Point2& origin) {
 
 double LocalTriangle::getSideError(size_t i, double extent) const {
     const size_t a = i == 2 ? 0 : i + 1, b = i == 0 ? 2 : i - 1;
-    return 0x1p-48 * extent * (std::abs(aX_[b] - aX_[a]) + std::abs(aY_[b] - aY_[a]));
+    return MAX_SIDE_ERROR * extent * (std::abs(aX_[b] - aX_[a]) + std::abs(aY_[b] - aY_[a]));
 }
 
 // ---- OverlayPiece ----
@@ -80,7 +81,7 @@ void OverlayPiece::cutAt(size_t edge) {
 
 bool OverlayPiece::isAtEdge() const {
     if (getCorners().size < 3) return true;
-    if (bSame_ || measure(getCorners()).area > 0x1p-30 * extent_ * extent_) return false;
+    if (bSame_ || measure(getCorners()).area > MIN_PIECE_AREA * extent_ * extent_) return false;
     for (size_t edge = 0; edge < 3; ++edge) {
         const double slack = 8.0 * outer_.getSideError(edge, extent_);
         const auto isAt = [&](const Corner& corner) { return outer_.getSide(edge, corner.x, corner.y) <= slack; };

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "kernel/tolerances.h"
 #include "taro25d/Point2.h"
 #include "taro25d/SurfaceDifference.h"
 #include "taro25d/Triangle2.h"
@@ -31,9 +32,8 @@ class LocalTriangle {
     }
     /// What rounding of coordinates up to a magnitude, and of heights, may change such a height by.
     double getUncertainty(double magnitude) const {
-        constexpr double UNITS = 16.0 * 0x1p-52;
         const double slope = std::abs(riseEast_) + std::abs(riseNorth_);
-        return UNITS * (std::max(std::abs(minZ_), std::abs(maxZ_)) + magnitude * slope);
+        return MAX_HEIGHT_ROUNDING * (std::max(std::abs(minZ_), std::abs(maxZ_)) + magnitude * slope);
     }
 
     /// Twice the area of the triangle between edge i, opposite corner i, and a place; positive inside.

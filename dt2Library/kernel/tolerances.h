@@ -27,6 +27,11 @@ constexpr double MIN_RADIUS = 16 * 0x1p-52;
 /// A sliver at the border of a surface, or a gap between two surfaces, that is not wider comes from arithmetic on the
 /// coordinates (CutAndFillImpl).
 constexpr double WELDING_DISTANCE = 0x1p-48;
+/// Corners of bands that are nearer in x and in y are one (BandNodes).
+constexpr double BAND_RESOLUTION = 0x1p-49;
+/// Share of the extent of two triangles and of the length of a side: how far from the line of the side a corner of their
+/// overlay may be by rounding (OverlayPiece).
+constexpr double MAX_SIDE_ERROR = 0x1p-48;
 
 // ---- Lengths ------------------------------------------------------------------------------------------------------------
 
@@ -51,6 +56,8 @@ constexpr double REGION_MARGIN = 1e-12;
 /// Share of the area of a polygon, and of its circumference times its RESOLUTION: what may be missing inside a cut, or be too
 /// much, by rounding of its sides (CookieCutter).
 constexpr double MAX_AREA_ERROR = 1e-6, MAX_BORDER_ERROR = 64.0;
+/// Share of the squared extent of two triangles: a larger overlay is not the rounding of a common side (OverlayPiece).
+constexpr double MIN_PIECE_AREA = 0x1p-30;
 
 // ---- Heights ------------------------------------------------------------------------------------------------------------
 
@@ -58,11 +65,13 @@ constexpr double MAX_AREA_ERROR = 1e-6, MAX_BORDER_ERROR = 64.0;
 /// edges of a thin one may disagree by it (heights.cpp).
 constexpr double HEIGHT_TOLERANCE = 0.001;
 /// Twice the area of a triangle as a share of the square of its longer side: below it, heights on its plane would lose more
-/// than 1e-7 of their range to rounding, and rational numbers compute them (heights.cpp).
+/// than 1e-7 of their range to rounding, and rational numbers compute them (heights.cpp, FacePlane).
 constexpr double MIN_PLANE_DETERMINANT = 0x1p-19;
 /// Share of the range of heights around an edge: a vertex beside the edge whose height differs by less from that of the edge
 /// lies on it (SurfaceCutter).
 constexpr double MAX_CREASE = 0x1p-30;
+/// Share of heights, and of coordinates times the slope: surfaces that differ by less there are equal (OverlayPiece).
+constexpr double MAX_HEIGHT_ROUNDING = 16 * 0x1p-52;
 /// In the unit of the heights: components nowhere moved by as much are unchanged (CAF_Component).
 constexpr double MIN_HEIGHT_DIFFERENCE = 0.0001;
 /// In the unit of the heights: what the two heights of a border may differ by, those of a zero of their difference, and of a
@@ -95,6 +104,8 @@ constexpr double MIN_PLAIN_SQUARE = 1e-280, MAX_PLAIN_SQUARE = 1e300;
 constexpr double MIN_ZONE_MAGNITUDE = 1e-138, MAX_ZONE_MAGNITUDE = 1e153;
 /// Products of four lengths that are smaller may have lost digits (CandidateQueue).
 constexpr double MIN_PRODUCT = 0x1p-900;
+/// Squared sides of a triangle that are smaller have no slope in doubles (FacePlane).
+constexpr double MIN_FACE_SQUARE = 1e-250;
 
 inline bool isPlainSquare(double sqLength) { return sqLength > MIN_PLAIN_SQUARE && sqLength < MAX_PLAIN_SQUARE; }
 
