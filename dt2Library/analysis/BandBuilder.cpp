@@ -17,11 +17,14 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <utility>
 
+#include "analysis/zoneTriangles.h"
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
+#include "kernel/triangleLists.h"
 #include "support/shareWork.h"
 
 namespace LUMO_TARO25D {
@@ -68,14 +71,17 @@ size_t BandBuilder::countBelow(double height) const {
 }
 
 void BandBuilder::collectSides() {
-    tree_.forEachLeaf([this](double minZ, double maxZ, const Triangle2& triangle) {
-        progress_.throwIfStopped();
-        progress_.incProgress(1);
-        const size_t numBelow = countBelow(minZ), numUpTo = countUpTo(maxZ);
-        if (numBelow == numUpTo) return;
-        addLevelEdges(triangle);
-        if (countUpTo(minZ) < countBelow(maxZ)) cut(triangle);
+    std::vector<Triangle2*> vAtLevels;
+    tree_.forEachLeaf([&](double minZ, double maxZ, Triangle2* pT) {
+        if (countBelow(minZ) != countUpTo(maxZ)) vAtLevels.push_back(pT);
     });
+    for (size_t k = 0; k < vAtLevels.size(); ++k) {
+        progress_.throwIfStopped();
+        prefetchTriangles(vAtLevels, k);
+        addLevelEdges(*vAtLevels[k]);
+        cut(*vAtLevels[k]);
+    }
+    progress_.incProgress(tree_.getNumTriangles());
     std::vector<Edge2> vBorder;
     findBorder(vBorder);
     for (const Edge2& edge : vBorder) addBorderEdge(edge);
@@ -93,6 +99,7 @@ void BandBuilder::cut(const Triangle2& triangle) {
     const bool bMiddleOnRight =
         (incIndexBy1(aOrder[0]) == aOrder[1]) != isClockwise(triangle);  // of the way from low to high
     const size_t begin = countUpTo(low.z()), end = countBelow(high.z());
+    if (begin >= end) return;
     const size_t endLower = std::max(begin, countBelow(middle.z())), beginUpper = std::min(end, countUpTo(middle.z()));
     nodes_.getCrossings(low, high, begin, end, vLong_);
     nodes_.getCrossings(low, middle, begin, endLower, vLower_);
@@ -125,16 +132,20 @@ void BandBuilder::addLevelEdges(const Triangle2& triangle) {
 
 /// Edges without a neighbour in the list, and without an equal one of a triangle that does not know its neighbour.
 void BandBuilder::findBorder(std::vector<Edge2>& vBorder) const {
-    AddressSet sTriangles;
-    tree_.forEach([&sTriangles](const Triangle2& triangle) { sTriangles.insert(&triangle); });
+    std::vector<Triangle2*> vTriangles;
+    vTriangles.reserve(tree_.getNumTriangles());
+    tree_.forEachLeaf([&vTriangles](double, double, Triangle2* pT) { vTriangles.push_back(pT); });
+    AddressSet sTriangles = toSet(vTriangles);
     std::vector<UndirectedEdge> vCandidates;
-    tree_.forEach([&](const Triangle2& triangle) {
+    for (size_t k = 0; k < vTriangles.size(); ++k) {
+        constexpr size_t AHEAD = 16;
         progress_.throwIfStopped();
+        if (k + AHEAD < vTriangles.size()) __builtin_prefetch(vTriangles[k + AHEAD]);
         for (int i = 0; i < 3; ++i) {
-            const Triangle2* pN = triangle.getOppositeTriangle(i);
-            if (!pN || !sTriangles.contains(pN)) vCandidates.emplace_back(Edge2(const_cast<Triangle2*>(&triangle), i));
+            const Triangle2* pN = vTriangles[k]->getOppositeTriangle(i);
+            if (!pN || !sTriangles.contains(pN)) vCandidates.emplace_back(Edge2(vTriangles[k], i));
         }
-    });
+    }
     std::sort(vCandidates.begin(), vCandidates.end());
     for (size_t k = 0; k < vCandidates.size(); ++k) {
         const bool bPair = k + 1 < vCandidates.size() && !(vCandidates[k] < vCandidates[k + 1]);
@@ -176,12 +187,14 @@ bool BandBuilder::build(int numThreads, std::vector<ContourBand>& vBands) {
     }
     std::vector<ContourBand> vAll(vSidesOf_.size());
     std::vector<char> vFailed(vAll.size(), 0);
-    shareWork(numThreads, vAll.size(), 1, progress_, [&](size_t band, size_t, int) {
+    std::vector<std::unique_ptr<RingBuilder>> vBuilders(static_cast<size_t>(getNumSharing(numThreads, vAll.size(), 1)));
+    shareWork(numThreads, vAll.size(), 1, progress_, [&](size_t band, size_t, int threadIdx) {
         constexpr double MAX = std::numeric_limits<double>::max();
         vAll[band].low = band == 0 ? -MAX : vLevels_[band - 1];
         vAll[band].high = band == vLevels_.size() ? MAX : vLevels_[band];
-        RingBuilder builder(nodes_, magnitude, progress_);
-        vFailed[band] = builder.build(std::move(vSidesOf_[band]), vAll[band].vRings) ? 0 : 1;
+        std::unique_ptr<RingBuilder>& pBuilder = vBuilders[static_cast<size_t>(threadIdx)];
+        if (!pBuilder) pBuilder = std::make_unique<RingBuilder>(nodes_, magnitude, progress_);
+        vFailed[band] = pBuilder->build(vSidesOf_[band], vAll[band].vRings) ? 0 : 1;
     });
     if (std::count(vFailed.begin(), vFailed.end(), 1) > 0) return false;
     for (ContourBand& band : vAll) {

@@ -39,7 +39,7 @@ class HeightTree {
     /// Calls f(lowest height, highest height, triangle) for each triangle.
     template <class F>
     void forEachLeaf(const F& f) const {
-        for (const Leaf& leaf : vLeaves_) f(leaf.minZ, leaf.maxZ, static_cast<const Triangle2&>(*leaf.pT));
+        for (const Leaf& leaf : vLeaves_) f(leaf.minZ, leaf.maxZ, leaf.pT);
     }
 
   private:

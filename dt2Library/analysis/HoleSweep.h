@@ -11,27 +11,30 @@
 
 namespace LUMO_TARO25D {
 
-/// Tells which edge of some rings is next to the south of a point, just west of it. The rings do not cross, and none of their
-/// edges comes to the point from the west. A line goes from west to east, with the edges that cross it in order from south to
-/// north (Shamos and Hoey 1976). O(n log n).
+/// Tells which of some rings is next to the south of a point, just west of it. The rings do not cross, and none comes to the
+/// point from the west. A line goes from west to east, with what crosses it in order from south to north (Shamos and Hoey 1976).
+/// Rings are cut into chains that run from west to east, of which only the ends are events. O(n log n) at worst.
 class HoleSweep {
   public:
     explicit HoleSweep(GeomTest& geomTest) : geomTest_(geomTest), status_(Order{this}) {}
 
-    /// Adds an edge of a ring with a number.
-    void addEdge(const Point2& p, const Point2& q, size_t ring);
+    /// Adds a ring with a number. It begins at its smallest point.
+    void addRing(const std::vector<const Point2*>& vRing, size_t number);
     /// Adds a point with a number.
-    void addQuestion(const Point2& place, size_t number);
+    void addQuestion(const Point2& place, size_t number) { vEvents_.push_back({&place, QUESTION, number}); }
     /// Calls f(number of the point, number of the ring) for each point, from west to east, until one is false. False also if
-    /// there is no edge south of a point.
+    /// there is no ring south of a point.
     bool run(const Progress& progress, const std::function<bool(size_t, size_t)>& f);
 
   private:
-    struct Edge {
-        const Point2 *pWest, *pEast;
+    struct Chain {
+        std::vector<const Point2*> vPoints;  // from west to east
         size_t ring;
+
+        const Point2& getWest() const { return *vPoints.front(); }
+        const Point2& getEast() const { return *vPoints.back(); }
     };
-    /// At one x there are first questions, then ends of edges, then beginnings.
+    /// At one x there are first questions, then ends of chains, then beginnings.
     enum Kind { QUESTION, END, BEGIN };
     struct Event {
         const Point2* pPlace;
@@ -44,15 +47,17 @@ class HoleSweep {
         const HoleSweep* pSweep;
 
         bool operator()(size_t a, size_t b) const { return pSweep->isSouth(a, b); }
-        bool operator()(size_t edge, const Point2* pPlace) const { return pSweep->isSouthOf(edge, *pPlace); }
+        bool operator()(size_t chain, const Point2* pPlace) const { return pSweep->isSouthOf(chain, *pPlace); }
     };
 
+    void addChain(std::vector<const Point2*>& vPoints, size_t ring);
     bool isSouth(size_t a, size_t b) const;
-    bool isSouthOf(size_t edge, const Point2& place) const;
+    bool isSouthOf(size_t chain, const Point2& place) const;
+    Orientation2 sideOf(const Chain& chain, size_t east, const Point2& place) const;
     void sortEvents();
 
     GeomTest& geomTest_;
-    std::vector<Edge> vEdges_;
+    std::vector<Chain> vChains_;
     std::vector<Event> vEvents_;
     std::set<size_t, Order> status_;
 };

@@ -25,10 +25,47 @@ double getTwiceArea(size_t size, const GetPoint& getPoint) {
 
 }  // namespace
 
-bool RingBuilder::build(std::vector<Side> vSides, std::vector<std::vector<Point2>>& vRings) {
-    cancel(vSides);
-    vSides_ = std::move(vSides);
-    vUsed_.assign(vSides_.size(), false);
+bool RingBuilder::build(const std::vector<Side>& vSides, std::vector<std::vector<Point2>>& vRings) {
+    sortSides(vSides);
+    cancel();
+    const bool bBuilt = buildSorted(vRings);
+    for (const Side& side : vSides_) vNumSides_[side.first] = 0;
+    return bBuilt;
+}
+
+/// By their first nodes, without those that have no length.
+void RingBuilder::sortSides(const std::vector<Side>& vSides) {
+    std::vector<Index> vBegun;
+    for (const auto& [from, to] : vSides) {
+        if (from != to && vNumSides_[from]++ == 0) vBegun.push_back(from);
+    }
+    size_t numSides = 0;
+    for (const Index node : vBegun) {
+        vFirst_[node] = numSides;
+        numSides += vNumSides_[node];
+        vNumSides_[node] = 0;
+    }
+    vSides_.resize(numSides);
+    for (const Side& side : vSides) {
+        if (side.first != side.second) vSides_[vFirst_[side.first] + vNumSides_[side.first]++] = side;
+    }
+    vUsed_.assign(numSides, false);
+}
+
+/// Takes out pairs of sides that run in opposite directions.
+void RingBuilder::cancel() {
+    for (size_t side = 0; side < vSides_.size(); ++side) {
+        const auto [from, to] = vSides_[side];
+        if (vUsed_[side]) continue;
+        for (size_t back = vFirst_[to], end = back + vNumSides_[to]; vNumSides_[to] > 0 && back < end; ++back) {
+            if (vUsed_[back] || vSides_[back].second != from) continue;
+            vUsed_[side] = vUsed_[back] = true;
+            break;
+        }
+    }
+}
+
+bool RingBuilder::buildSorted(std::vector<std::vector<Point2>>& vRings) {
     vFound_.clear();
     numWalks_ = 0;
     std::vector<size_t> vParents;
@@ -55,68 +92,43 @@ bool RingBuilder::build(std::vector<Side> vSides, std::vector<std::vector<Point2
     return true;
 }
 
-/// Takes out sides without a length, and pairs that run in opposite directions; sorts what is left.
-void RingBuilder::cancel(std::vector<Side>& vSides) const {
-    const auto ends = [](const Side& side) { return std::minmax(side.first, side.second); };
-    std::sort(vSides.begin(), vSides.end(), [&](const Side& a, const Side& b) {
-        const auto [lowA, highA] = ends(a);
-        const auto [lowB, highB] = ends(b);
-        return lowA != lowB ? lowA < lowB : highA != highB ? highA < highB : a.first < b.first;
-    });
-    std::vector<Side> vLeft;
-    for (size_t begin = 0, end = 0; begin < vSides.size(); begin = end) {
-        size_t numForward = 0;
-        const Side& first = vSides[begin];
-        for (; end < vSides.size() && ends(vSides[end]) == ends(first); ++end) {
-            numForward += vSides[end].first < vSides[end].second ? 1 : 0;
-        }
-        const size_t numBack = end - begin - numForward;
-        if (first.first == first.second || numForward == numBack) continue;
-        const auto [low, high] = ends(first);
-        const Side kept = numForward > numBack ? Side(low, high) : Side(high, low);
-        vLeft.insert(vLeft.end(), std::max(numForward, numBack) - std::min(numForward, numBack), kept);
-    }
-    std::sort(vLeft.begin(), vLeft.end());
-    vSides = std::move(vLeft);
-}
-
 bool RingBuilder::trace() {
-    std::vector<size_t> vPlace(vSides_.size(), NONE);  // in the path, of the node whose first side has this number
-    const auto firstSideOf = [this](Index node) {
-        return static_cast<size_t>(std::lower_bound(vSides_.begin(), vSides_.end(), Side(node, 0)) - vSides_.begin());
-    };
+    std::vector<size_t> vPlaces(vSides_.size(), NONE);
     for (size_t begin = 0; begin < vSides_.size(); ++begin) {
         if (vUsed_[begin]) continue;
-        std::vector<Index> vPath;
-        for (size_t side = begin, numSteps = 0;; ++numSteps) {
-            if (numSteps % STEPS_BETWEEN_LOOKS == 0) progress_.throwIfStopped();
-            const auto [from, to] = vSides_[side];
-            vUsed_[side] = true;
-            vPlace[firstSideOf(from)] = vPath.size();
-            vPath.push_back(from);
-            const size_t firstSide = firstSideOf(to);
-            if (firstSide == vSides_.size() || vSides_[firstSide].first != to) return false;
-            if (const size_t place = vPlace[firstSide]; place != NONE) {
-                for (size_t k = place; k < vPath.size(); ++k) vPlace[firstSideOf(vPath[k])] = NONE;
-                closeRing(vPath, place, numWalks_);
-            }
-            side = findNext(from, to, begin);
-            if (side == begin) break;
-            if (side == NONE) return false;
-        }
-        if (!vPath.empty()) return false;
+        if (!traceFrom(begin, vPlaces)) return false;
         ++numWalks_;
     }
     return true;
+}
+
+/// Follows the walk of a side. The place in the path of a node is noted under the number of its first side.
+bool RingBuilder::traceFrom(size_t begin, std::vector<size_t>& vPlaces) {
+    std::vector<Index> vPath;
+    size_t side = begin;
+    for (size_t numSteps = 0; numSteps == 0 || side != begin; ++numSteps) {
+        if (numSteps % STEPS_BETWEEN_LOOKS == 0) progress_.throwIfStopped();
+        const auto [from, to] = vSides_[side];
+        vUsed_[side] = true;
+        vPlaces[vFirst_[from]] = vPath.size();
+        vPath.push_back(from);
+        if (vNumSides_[to] == 0) return false;
+        const size_t place = vPlaces[vFirst_[to]];
+        if (place != NONE) {
+            for (size_t k = place; k < vPath.size(); ++k) vPlaces[vFirst_[vPath[k]]] = NONE;
+            closeRing(vPath, place, numWalks_);
+        }
+        side = findNext(from, to, begin);
+        if (side == NONE) return false;
+    }
+    return vPath.empty();
 }
 
 /// The side from a node that comes first clockwise from the one on which it was reached: an unused one, or that with which the
 /// walk has begun.
 size_t RingBuilder::findNext(Index from, Index at, size_t begin) {
     size_t best = NONE;
-    const auto first = std::lower_bound(vSides_.begin(), vSides_.end(), Side(at, 0));
-    for (size_t side = static_cast<size_t>(first - vSides_.begin()); side < vSides_.size() && vSides_[side].first == at;
-         ++side) {
+    for (size_t side = vFirst_[at], end = side + vNumSides_[at]; side < end; ++side) {
         if (vUsed_[side] && side != begin) continue;
         if (best == NONE || isSooner(at, from, vSides_[side].second, vSides_[best].second)) best = side;
     }
@@ -188,9 +200,10 @@ bool RingBuilder::findPieces(const std::vector<size_t>& vOuterOfWalk, std::vecto
         const Point2*& pStart = vStartOfWalk[ring.walk];
         const Point2& start = nodes_[vNodes.front()];
         if (vOuterOfWalk[ring.walk] == NONE && (!pStart || start < *pStart)) pStart = &start;
-        for (size_t i = 0; i < vNodes.size(); ++i) {
-            sweep.addEdge(nodes_[vNodes[i]], nodes_[vNodes[i + 1 < vNodes.size() ? i + 1 : 0]], ring.walk);
-        }
+        std::vector<const Point2*> vPoints;
+        vPoints.reserve(vNodes.size());
+        for (const Index node : vNodes) vPoints.push_back(&nodes_[node]);
+        sweep.addRing(vPoints, ring.walk);
     }
     for (size_t walk = 0; walk < numWalks_; ++walk) {
         if (vStartOfWalk[walk]) sweep.addQuestion(*vStartOfWalk[walk], walk);

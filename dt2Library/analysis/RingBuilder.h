@@ -22,12 +22,17 @@ class RingBuilder {
     using Index = BandNodes::Index;
     using Side = std::pair<Index, Index>;
 
+    /// For one thread and one area after the other. There will be no more nodes.
     RingBuilder(const BandNodes& nodes, double magnitude, const Progress& progress)
-        : nodes_(nodes), progress_(progress), geomTest_(magnitude) {}
+        : nodes_(nodes),
+          progress_(progress),
+          geomTest_(magnitude),
+          vFirst_(nodes.size()),
+          vNumSides_(nodes.size(), 0) {}
 
     /// Appends the rings, outer ones each with its holes behind it; both begin at their smallest points and are in the order
     /// of these. False if the sides do not make rings.
-    bool build(std::vector<Side> vSides, std::vector<std::vector<Point2>>& vRings);
+    bool build(const std::vector<Side>& vSides, std::vector<std::vector<Point2>>& vRings);
 
   private:
     struct Ring {
@@ -37,8 +42,11 @@ class RingBuilder {
     };
     static constexpr size_t NONE = static_cast<size_t>(-1);
 
-    void cancel(std::vector<Side>& vSides) const;
+    void sortSides(const std::vector<Side>& vSides);
+    void cancel();
+    bool buildSorted(std::vector<std::vector<Point2>>& vRings);
     bool trace();
+    bool traceFrom(size_t begin, std::vector<size_t>& vPlaces);
     size_t findNext(Index from, Index at, size_t begin);
     bool isSooner(Index pivot, Index from, Index a, Index b);
     void closeRing(std::vector<Index>& vPath, size_t begin, size_t walk);
@@ -50,8 +58,10 @@ class RingBuilder {
     const BandNodes& nodes_;
     const Progress& progress_;
     GeomTest geomTest_;
-    std::vector<Side> vSides_;  // by their first nodes
-    std::vector<bool> vUsed_;
+    std::vector<size_t> vFirst_;    // of a node with sides: where they begin in the list
+    std::vector<Index> vNumSides_;  // that begin at a node
+    std::vector<Side> vSides_;      // those of a node stand together
+    std::vector<bool> vUsed_;       // or cancelled
     std::vector<Ring> vFound_;
     size_t numWalks_ = 0;
 };
