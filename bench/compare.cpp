@@ -14,6 +14,7 @@
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 #include <CGAL/Triangulation_hierarchy_2.h>
 #include <CGAL/Triangulation_vertex_base_with_info_2.h>
+#include <CGAL/natural_neighbor_coordinates_2.h>
 #include <CGAL/version.h>
 #include <malloc.h>
 #include <sys/resource.h>
@@ -41,6 +42,10 @@
 #include "generators.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/Taro_2D.h"
+#include "taro25d/Zone2.h"
+#include "taro25d/compareSurfaces.h"
+#include "taro25d/freeFunctions.h"
+#include "taro25d/rasterize.h"
 #ifdef TARO25D_COMPARE_VTK
 #include "vtk_contours.h"
 #endif
@@ -331,6 +336,15 @@ Sample vtkContours(const VtkSurface& surface, const std::vector<double>& vHeight
     return sample;
 }
 
+Sample ourBands(const IsoContours& isoContours, const std::vector<double>& vLevels) {
+    std::vector<LUMO_TARO25D::ContourBand> vBands;
+    return timed([&] { isoContours.getBands(vLevels, vBands); });
+}
+
+Sample vtkBands(const VtkSurface& surface, const std::vector<double>& vLevels) {
+    return timed([&] { surface.band(vLevels); });
+}
+
 /// Even steps through the heights of a terrain, but not to the ends.
 std::vector<double> levels(const std::vector<Triangle2*>& vTriangles, std::size_t numLevels) {
     const IsoContours isoContours(vTriangles);
@@ -342,6 +356,84 @@ std::vector<double> levels(const std::vector<Triangle2*>& vTriangles, std::size_
 }
 
 #endif
+
+// ---- Analysis ----
+
+using LUMO_TARO25D::RasterFrame;
+using LUMO_TARO25D::Zone2;
+using HeightDelaunay = DelaunayOf<CGAL::Triangulation_vertex_base_with_info_2<double, Kernel>>;
+
+/// A surface of all triangles, for queries.
+struct Surface {
+    explicit Surface(const Points& vPoints) {
+        taro.insert(vPoints);
+        pZone = taro.createZone(nullptr, LUMO_TARO25D::ZL_GLOBAL);
+    }
+    Taro_2D taro;
+    Zone2* pZone;
+};
+
+/// Square cells over the box of the points, as many in a row as in a column.
+RasterFrame frameOver(const Points& vPoints, std::size_t numInRow) {
+    const LUMO_TARO25D::Bbox2 box = LUMO_TARO25D::getBox(vPoints);
+    const double size = std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY()) / double(numInRow);
+    return {box.getMinX(), box.getMaxY(), size, size, numInRow, numInRow};
+}
+
+double xOf(const RasterFrame& frame, std::size_t cell) {
+    return frame.minX + (double(cell % frame.numColumns) + 0.5) * frame.cellWidth;
+}
+double yOf(const RasterFrame& frame, std::size_t cell) {
+    return frame.maxY - (double(cell / frame.numColumns) + 0.5) * frame.cellHeight;
+}
+
+Sample ourRaster(const Surface& surface, const RasterFrame& frame, LUMO_TARO25D::RasterKind kind, int numThreads = 1) {
+    std::vector<double> vCells(frame.numColumns * frame.numRows);
+    Sample sample = timed([&] { rasterize(surface.pZone, frame, kind, vCells.data(), numThreads); });
+    sample.result[0] =
+        std::size_t(std::count_if(vCells.begin(), vCells.end(), [](double cell) { return !std::isnan(cell); }));
+    return sample;
+}
+
+/// Row by row, without a hint.
+Sample ourHeights(const Surface& surface, const RasterFrame& frame) {
+    std::size_t numInside = 0;
+    std::vector<double> vCells(frame.numColumns * frame.numRows);
+    Sample sample = timed([&] {
+        for (std::size_t k = 0; k < vCells.size(); ++k)
+            numInside += surface.taro.getHeight(xOf(frame, k), yOf(frame, k), vCells[k]) ? 1 : 0;
+    });
+    sample.result[0] = numInside;
+    return sample;
+}
+
+/// Each search starts where the last one has ended.
+Sample cgalNaturalNeighbours(const HeightDelaunay& delaunay, const RasterFrame& frame) {
+    std::vector<double> vCells(frame.numColumns * frame.numRows);
+    std::vector<std::pair<HeightDelaunay::Vertex_handle, Kernel::FT>> vWeights;
+    std::size_t numInside = 0;
+    Sample sample = timed([&] {
+        HeightDelaunay::Face_handle hint;
+        for (std::size_t k = 0; k < vCells.size(); ++k) {
+            const CgalPoint place(xOf(frame, k), yOf(frame, k));
+            hint = delaunay.locate(place, hint);
+            vWeights.clear();
+            const auto result = CGAL::natural_neighbor_coordinates_2(
+                delaunay, place, std::back_inserter(vWeights),
+                CGAL::Identity<std::pair<HeightDelaunay::Vertex_handle, Kernel::FT>>(), hint);
+            if (!result.third) continue;
+            ++numInside;
+            for (const auto& [vertex, weight] : vWeights) vCells[k] += weight / result.second * vertex->info();
+        }
+    });
+    sample.result[0] = numInside;
+    return sample;
+}
+
+Sample ourComparison(const Surface& before, const Surface& after, int numThreads = 1) {
+    LUMO_TARO25D::SurfaceDifference difference;
+    return timed([&] { difference = compareSurfaces(before.pZone, after.pZone, 0.0, numThreads); });
+}
 
 // ---- The table's rows ----
 
@@ -467,6 +559,19 @@ Contest loading(const SharedLineWork& pWork) {
 }
 #ifdef TARO25D_COMPARE_VTK
 
+Contest bands(const Points& vPoints, std::size_t numLevels) {
+    auto pTaro = std::make_shared<Taro_2D>();
+    pTaro->insert(vPoints);
+    std::vector<Triangle2*> vTriangles;
+    pTaro->getTrianglePointers(vTriangles);
+    auto pIso = std::make_shared<const IsoContours>(vTriangles);
+    auto pVtk = std::make_shared<const VtkSurface>(vTriangles);
+    const std::vector<double> vLevels = levels(vTriangles, numLevels);
+    // The triangles of pIso are those of pTaro.
+    return {[pTaro, pIso, vLevels] { return ourBands(*pIso, vLevels); }, [=] { return vtkBands(*pVtk, vLevels); },
+            false};
+}
+
 Contest contours(const Points& vPoints, std::size_t numLevels, bool bVtkTree) {
     auto pTaro = std::make_shared<Taro_2D>();
     pTaro->insert(vPoints);
@@ -562,6 +667,76 @@ std::vector<Row> constraintRows(Scale size) {
     };
 }
 
+Contest raster(const Points& vPoints, std::size_t numInRow) {
+    auto pSurface = std::make_shared<const Surface>(vPoints);
+    const RasterFrame frame = frameOver(vPoints, numInRow);
+    return {[=] { return ourRaster(*pSurface, frame, LUMO_TARO25D::RK_LINEAR); },
+            [=] { return ourHeights(*pSurface, frame); }};
+}
+
+Contest rasterThreads(const Points& vPoints, std::size_t numInRow, LUMO_TARO25D::RasterKind kind) {
+    auto pSurface = std::make_shared<const Surface>(vPoints);
+    const RasterFrame frame = frameOver(vPoints, numInRow);
+    return {[=] { return ourRaster(*pSurface, frame, kind, 2); }, [=] { return ourRaster(*pSurface, frame, kind); }};
+}
+
+Contest naturalNeighbours(const Points& vPoints, std::size_t numInRow) {
+    auto pSurface = std::make_shared<const Surface>(vPoints);
+    const RasterFrame frame = frameOver(vPoints, numInRow);
+    std::vector<std::pair<CgalPoint, double>> vInput;
+    for (const Point2& point : vPoints) vInput.emplace_back(CgalPoint(point.x(), point.y()), point.z());
+    auto pCgal = std::make_shared<const HeightDelaunay>(vInput.begin(), vInput.end());
+    return {[=] { return ourRaster(*pSurface, frame, LUMO_TARO25D::RK_NATURAL_NEIGHBOUR); },
+            [=] { return cgalNaturalNeighbours(*pCgal, frame); }};
+}
+
+/// Two grounds over the same square, the second one half as high.
+std::pair<Points, Points> twoGrounds(std::size_t n) {
+    std::pair<Points, Points> grounds{hills(n), hills(n)};
+    for (Point2& point : grounds.second) point.set(point.y(), point.x(), 0.5 * point.z());
+    return grounds;
+}
+
+Contest surfacesAgainstBulk(std::size_t n) {
+    const auto [vBefore, vAfter] = twoGrounds(n);
+    auto pBefore = std::make_shared<const Surface>(vBefore), pAfter = std::make_shared<const Surface>(vAfter);
+    auto pInputs = std::make_shared<const std::pair<Points, Points>>(vBefore, vAfter);
+    return {[=] { return ourComparison(*pBefore, *pAfter); },
+            [=] {
+                Taro_2D before, after;
+                return timed([&] {
+                    before.insert(pInputs->first);
+                    after.insert(pInputs->second);
+                });
+            },
+            false};
+}
+
+Contest surfacesThreads(std::size_t n) {
+    const auto [vBefore, vAfter] = twoGrounds(n);
+    auto pBefore = std::make_shared<const Surface>(vBefore), pAfter = std::make_shared<const Surface>(vAfter);
+    return {[=] { return ourComparison(*pBefore, *pAfter, 2); }, [=] { return ourComparison(*pBefore, *pAfter); }};
+}
+
+std::vector<Row> analysisRows(Scale size) {
+    const std::size_t numInRow = std::size_t(std::sqrt(double(size(1e6))));
+    const auto twoOfOurs = "own, 1 thread";
+    return {
+        {"raster", "1,000,000 heights in a grid, 1,000,000 points", "own `getHeight` row by row", 0.67, cpu,
+         [=] { return raster(hills(size(1e6)), numInRow); }},
+        {"raster-natural", "the same by natural neighbours", "`natural_neighbor_coordinates_2` from the last triangle",
+         0.33, cpu, [=] { return naturalNeighbours(hills(size(1e6)), numInRow); }},
+        {"raster-threads", "1,000,000 heights, 2 threads, wall", twoOfOurs, 1 / 1.8, wall,
+         [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_LINEAR); }},
+        {"raster-natural-threads", "the same by natural neighbours", twoOfOurs, 1 / 1.8, wall,
+         [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_NATURAL_NEIGHBOUR); }},
+        {"surfaces", "volumes between surfaces of 1,000,000 points each", "own bulk insertion of both", 3.0, cpu,
+         [=] { return surfacesAgainstBulk(size(1e6)); }},
+        {"surfaces-threads", "the same, 2 threads, wall", twoOfOurs, 1 / 1.7, wall,
+         [=] { return surfacesThreads(size(1e6)); }},
+    };
+}
+
 #ifdef TARO25D_COMPARE_VTK
 
 std::vector<Row> contourRows(Scale size) {
@@ -570,6 +745,8 @@ std::vector<Row> contourRows(Scale size) {
          [=] { return contours(hills(size(1e6)), 50, false); }},
         {"contours-tree", "the same", "the same with `UseScalarTree`", 0.5, cpu,
          [=] { return contours(hills(size(1e6)), 50, true); }},
+        {"bands", "20 bands of 1,000,000 points", "`vtkBandedPolyDataContourFilter`", 0.5, cpu,
+         [=] { return bands(hills(size(1e6)), 20); }},
     };
 }
 
@@ -599,7 +776,7 @@ std::vector<Row> memoryRows(Scale size) {
 
 std::vector<Row> makeRows(Scale size) {
     std::vector<Row> vRows;
-    for (const auto makeTopic : {bulkRows, pointRows, constraintRows,
+    for (const auto makeTopic : {bulkRows, pointRows, constraintRows, analysisRows,
 #ifdef TARO25D_COMPARE_VTK
                                  contourRows,
 #endif

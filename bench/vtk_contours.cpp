@@ -1,5 +1,6 @@
 #include "vtk_contours.h"
 
+#include <vtkBandedPolyDataContourFilter.h>
 #include <vtkCellArray.h>
 #include <vtkContourFilter.h>
 #include <vtkDoubleArray.h>
@@ -74,6 +75,15 @@ std::size_t VtkSurface::contour(const std::vector<double>& vHeights, bool bTree)
     stripper->SetMaximumLength(std::numeric_limits<int>::max());
     stripper->Update();
     return std::size_t(filter->GetOutput()->GetNumberOfLines());
+}
+
+std::size_t VtkSurface::band(const std::vector<double>& vLevels) const {
+    vtkNew<vtkBandedPolyDataContourFilter> filter;
+    filter->SetInputData(pData_->mesh);
+    filter->SetScalarModeToIndex();
+    for (std::size_t i = 0; i < vLevels.size(); ++i) filter->SetValue(static_cast<int>(i), vLevels[i]);
+    filter->Update();
+    return std::size_t(filter->GetOutput()->GetNumberOfCells());
 }
 
 }  // namespace bench

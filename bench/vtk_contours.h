@@ -23,6 +23,9 @@ class VtkSurface {
     /// heights if wanted. Returns the number of segments.
     std::size_t contour(const std::vector<double>& vHeights, bool bTree) const;
 
+    /// vtkBandedPolyDataContourFilter at all levels at once. Returns the number of polygons.
+    std::size_t band(const std::vector<double>& vLevels) const;
+
   private:
     struct Data;
     std::unique_ptr<Data> pData_;
