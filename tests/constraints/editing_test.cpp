@@ -26,18 +26,6 @@ PointVector makeGround(size_t n, unsigned seed) {
     return vPoints;
 }
 
-std::vector<std::vector<XY>> facesOf(const Taro_2D& mesh) {
-    std::vector<std::vector<XY>> vFaces;
-    for (const Triangle2* pT : trianglesOf(mesh)) {
-        std::vector<XY> vCorners;
-        for (int i = 0; i < 3; ++i) vCorners.push_back(xyOf(*pT->getCorner(i)));
-        std::sort(vCorners.begin(), vCorners.end());
-        vFaces.push_back(vCorners);
-    }
-    std::sort(vFaces.begin(), vFaces.end());
-    return vFaces;
-}
-
 TEST(RemoveConstraint, GivesTheMeshOfBefore) {
     for (const ConstraintInsertionStrategy cis :
          {CIS_CONSTRAINED_DELAUNAY, CIS_CONFORMING_LINEAR_Z, CIS_CONFORMING_SURFACE_Z}) {

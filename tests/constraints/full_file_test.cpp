@@ -40,13 +40,7 @@ struct Image {
 
     explicit Image(const Taro_2D& mesh) : name(mesh.getName()) {
         for (const Point2* p : verticesOf(mesh)) mVertices[xyOf(*p)] = {p->z(), p->getCustomIndex()};
-        for (const Triangle2* pT : trianglesOf(mesh)) {
-            std::vector<XY> vCorners;
-            for (int i = 0; i < 3; ++i) vCorners.push_back(xyOf(*pT->getCorner(i)));
-            std::sort(vCorners.begin(), vCorners.end());
-            vFaces.push_back(vCorners);
-        }
-        std::sort(vFaces.begin(), vFaces.end());
+        vFaces = facesOf(mesh);
         std::vector<ConstraintGraph2*> vAll;
         mesh.getConstraintGraphs(vAll);
         for (const ConstraintGraph2* p : vAll) {

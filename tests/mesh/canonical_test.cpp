@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <vector>
 
 #include "mesh/Dt2.h"
@@ -18,19 +17,6 @@ using namespace LUMO_TARO25D;
 namespace {
 
 using Faces = std::vector<std::vector<XY>>;
-
-Faces facesOf(const Taro_2D& mesh, const std::function<bool(const Triangle2*)>& filter = nullptr) {
-    Faces vFaces;
-    for (const Triangle2* pT : trianglesOf(mesh)) {
-        if (filter && !filter(pT)) continue;
-        std::vector<XY> vCorners;
-        for (int i = 0; i < 3; ++i) vCorners.push_back(xyOf(*pT->getCorner(i)));
-        std::sort(vCorners.begin(), vCorners.end());
-        vFaces.push_back(vCorners);
-    }
-    std::sort(vFaces.begin(), vFaces.end());
-    return vFaces;
-}
 
 struct Input {
     PointVector vPoints;

@@ -32,6 +32,19 @@ inline TriangleVector trianglesOf(const LUMO_TARO25D::Zone2* pZone) {
     return collect<TriangleVector>([&](auto& v) { pZone->getTriangles(v); });
 }
 
+/// The triangles by the places of their corners, so that meshes can be compared.
+inline std::vector<std::vector<XY>> facesOf(const LUMO_TARO25D::Taro_2D& mesh) {
+    std::vector<std::vector<XY>> vFaces;
+    for (const LUMO_TARO25D::Triangle2* pT : trianglesOf(mesh)) {
+        std::vector<XY> vCorners;
+        for (int i = 0; i < 3; ++i) vCorners.emplace_back(pT->getCorner(i)->x(), pT->getCorner(i)->y());
+        std::sort(vCorners.begin(), vCorners.end());
+        vFaces.push_back(vCorners);
+    }
+    std::sort(vFaces.begin(), vFaces.end());
+    return vFaces;
+}
+
 /// A random share of them.
 inline TriangleVector someOf(const TriangleVector& vTriangles, double share, Random& r) {
     TriangleVector vSome;
