@@ -78,8 +78,9 @@ void BandBuilder::collectSides() {
     for (size_t k = 0; k < vAtLevels.size(); ++k) {
         progress_.throwIfStopped();
         prefetchTriangles(vAtLevels, k);
-        addLevelEdges(*vAtLevels[k]);
-        cut(*vAtLevels[k]);
+        const Triangle2& triangle = *vAtLevels[k];
+        addLevelEdges(triangle);
+        cut(triangle);
     }
     progress_.incProgress(tree_.getNumTriangles());
     std::vector<Edge2> vBorder;

@@ -146,7 +146,7 @@ bool divideAndRound(double start, double scale, DoubleDouble numerator, double m
 bool getCenterInDoubledPrecision(const Point2& a, const Point2& b, const Point2& c, double& x, double& y) {
     const double scale = std::max(getBinaryScale(getVector2D(a, b)), getBinaryScale(getVector2D(a, c)));
     if (!(scale > 0x1p-700 && scale < 0x1p900)) return false;
-    ScaledEdges edges;
+    ScaledEdges edges{};
     auto& [ux, uy, vx, vy] = edges;
     if (!getScaledDifference(a.x(), b.x(), scale, ux) || !getScaledDifference(a.y(), b.y(), scale, uy) ||
         !getScaledDifference(a.x(), c.x(), scale, vx) || !getScaledDifference(a.y(), c.y(), scale, vy)) {
