@@ -42,6 +42,19 @@ bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Po
     return !(area - wanted > slack) && (!bAll || !(wanted - area > slack));  // not for numbers beyond doubles
 }
 
+/// A corner of a triangle that the line from a vertex to a point outside the hull passes within rounding, nearer to that
+/// point; or null.
+Point2* findCornerBeside(const Triangle2* pT, const Point2* pVtx, const Point2& outside) {
+    for (int k = 0; k < 3; ++k) {
+        Point2* pCorner = pT->getCorner(k);
+        if (pCorner == pVtx) continue;
+        if (isNextTo(*pVtx, outside, *pCorner)) return pCorner;
+        const Vector2 step = getVector2D(*pVtx, *pCorner), line = getVector2D(*pVtx, outside);
+        if (isSamePlace(*pVtx, *pCorner) && step.x() * line.x() + step.y() * line.y() > 0.0) return pCorner;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 Zone2* CookieCutter::cutOutZone(const std::vector<Segment2>& vSegments, bool bVerbose) {
@@ -73,31 +86,27 @@ Zone2* CookieCutter::cutOutZone(const std::vector<Segment2>& vSegments, bool bVe
     return nullptr;
 }
 
-/// Marks the triangles that the way of a segment crosses after its end at the hull, and blocks the edges that it follows.
+/// Marks the triangles that the line of a segment crosses after its end at the hull, and blocks the edges that it follows. As
+/// the cut does, the line goes through the vertices next to it: another side may end at the hull there.
 void CookieCutter::closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const {
-    while (pVtx) {
+    for (AddressSet sPassed; pVtx && sPassed.insert(pVtx);) {
         Triangle2* pT = nullptr;
         int i = 0;
         Point2* pNext = leaveVertex(mesh_.getGeomTest(), pVtx, &outside, pT, i);
-        // The hull may be next to the end, and a vertex on it.
-        for (int k = 0; !pNext && pT && k < 3; ++k) {
-            Point2* pCorner = pT->getCorner(k);
-            if (isSamePlace(*pCorner, *pVtx) && distance2D(*pCorner, outside) < distance2D(*pVtx, outside))
-                pNext = pCorner;
-        }
+        if (!pNext && pT) pNext = findCornerBeside(pT, pVtx, outside);
         if (pNext) sBlocked.insert(pVtx, pNext);
         while (!pNext && pT) {
             sMarked.insert(pT);
             if (!pT->getOppositeTriangle(i)) return;
-            if (crossEdge(mesh_.getGeomTest(), pVtx, &outside, pT, i) != ORIENTATION2_COLLINEAR) continue;
-            sMarked.insert(pT);
-            pNext = pT->getCorner(i);
+            const bool bCorner = crossEdge(mesh_.getGeomTest(), pVtx, &outside, pT, i) == ORIENTATION2_COLLINEAR;
+            pNext = bCorner ? pT->getCorner(i) : findCornerBeside(pT, pVtx, outside);
+            if (pNext) sMarked.insert(pT);
         }
         pVtx = pNext;
     }
 }
 
-/// Appends what is on the left of the pieces. False if none of them bounds anything: then it is all or nothing.
+/// Appends the triangles on the left of the pieces. False if no piece bounds anything: then all triangles are inside, or none.
 bool CookieCutter::getInside(std::vector<Triangle2*>& vTriangles) const {
     EdgeSet sBlocked;
     AddressSet sMarked;
