@@ -187,8 +187,12 @@ void Refiner::refineMain3() {
     if (!isAffordable(vTriangles)) return;
     lockPieces(params_);
     const VertexBudget budget(mesh_, params_);
-    // A grid takes regularity away, or brings it: the growth limit may be another matter afterwards.
-    if (hasGrid(params_) && (!preMeshing() || !isAffordable(vTriangles))) return;
+    if (hasGrid(params_)) {
+        if (!preMeshing()) return;
+        // A run is refused before any work only. If the growth limit asks for more between grid points, the budget ends it.
+        vTriangles.clear();
+        params_.pZone->getTriangles(vTriangles);
+    }
     context_.pLastParams = copyLimits(params_);
     context_.numberOfLastZone = getZoneNumber(mesh_, params_.pZone);
     context_.zoneMagnitude = getLargestCoordinate(vTriangles);

@@ -147,6 +147,16 @@ TEST(MeshEstimate, StopsWhereTheEstimateWasTooLow) {
         EXPECT_TRUE(
             contains(outcome.text, "Dt2::refineMain2(), WARNING: as many new vertices as maxNumVertices allows"));
     }
+    // A grid makes neighbours unequal that were equal: once it is there, the run goes on as far as it may.
+    const Scene square = makeSquare(100);
+    MeshGenParams uneven(square.pZone);
+    uneven.gridLength = 7;
+    uneven.growthFactor = 1.05;
+    uneven.growthMinArea = 1e-3;
+    uneven.maxNumVertices = 1000;
+    const Outcome stopped = refine(square, uneven);
+    EXPECT_EQ(stopped.numNew, 1000u);
+    EXPECT_TRUE(stopped.bValid);
     // A grid is counted beforehand, with the vertices that it would make on the border.
     const Outcome grid = refineSquare(100, [](auto& p) { p.gridLength = 1, p.maxNumVertices = 10050; });
     EXPECT_EQ(grid.numNew, 0u);
