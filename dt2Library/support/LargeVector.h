@@ -7,8 +7,8 @@
 
 namespace LUMO_TARO25D {
 
-/// The standard allocator, but trivial elements that a resize adds are left without a value: what is written
-/// at once need not be cleared before.
+/// The standard allocator, except that a resize leaves new elements of trivial types without a value: memory that is
+/// written at once need not be cleared first.
 template <class T>
 struct NoValueAllocator : std::allocator<T> {
     template <class U>

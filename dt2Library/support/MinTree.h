@@ -6,11 +6,11 @@
 
 namespace LUMO_TARO25D {
 
-/// Numbers in fixed places, the smallest of which is known at any time: a tournament tree. Among equal ones,
-/// the first place wins. It keeps its memory.
+/// A tournament tree: numbers in fixed places, of which the smallest is known at any time. Among equal numbers the
+/// first place wins. Rebuilding reuses the memory.
 class MinTree {
   public:
-    /// n numbers, valueAt(i) in place i. Linear.
+    /// Fills the tree with n numbers, valueAt(i) in place i. Linear.
     template <class ValueAt>
     void build(size_t n, const ValueAt& valueAt) {
         numLeaves_ = 1;

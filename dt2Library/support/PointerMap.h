@@ -31,7 +31,7 @@ class PointerMap {
         return true;
     }
 
-    /// The value of a record, a default one if it is new.
+    /// The value of a record; a new record gets a default value.
     T& operator[](const void* pRecord) {
         if (2 * (numEntries_ + 1) > vSlots_.size()) rehash(vSlots_.empty() ? MIN_SIZE : 2 * vSlots_.size());
         Slot& slot = vSlots_[findPlace(pRecord)];
@@ -42,12 +42,12 @@ class PointerMap {
         return slot.value;
     }
 
-    /// Takes the entry of a record out; nothing happens if there is none.
+    /// Removes the entry of a record, if there is one.
     void erase(const void* pRecord) {
         if (!find(pRecord)) return;
         const size_t mask = vSlots_.size() - 1;
         size_t gap = findPlace(pRecord);
-        // Later entries that had to give way move back into the gap, so that no search ends there too early.
+        // Later entries that a collision moved on go back into the gap, or a search would end there too early.
         for (size_t i = (gap + 1) & mask; vSlots_[i].pRecord; i = (i + 1) & mask) {
             if (((i - getHome(vSlots_[i].pRecord)) & mask) < ((i - gap) & mask)) continue;
             vSlots_[gap] = vSlots_[i];

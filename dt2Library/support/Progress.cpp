@@ -43,7 +43,7 @@ void Progress::stop() const {
 
 void Progress::broadcast(MsgType type, const std::string& message, double value) {
     for (Progress* pOther : vListenersOf_) pOther->broadcast(type, message, value);
-    // Over a copy, since a listener may change the map; one that was taken out meanwhile may be dead.
+    // Iterates over a copy, since a listener may change the map; a listener removed meanwhile may be dead.
     const auto range = mListeners_.equal_range(type);
     const std::vector<std::pair<const MsgType, MsgBase*>> vListeners(range.first, range.second);
     for (const auto& [listenerType, pListener] : vListeners) {

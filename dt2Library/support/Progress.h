@@ -12,16 +12,17 @@
 
 namespace LUMO_TARO25D {
 
-/// The listeners of one object of the library, and how far its running operation has come.
+/// The listeners of one object of the library, and the progress of its running operation.
 ///
-/// An operation announces itself with `start`, counts with `incProgress` and ends with `finish` (or `reset`
-/// when it fails); only one runs at a time. Everything belongs to the calling thread, except that workers may
-/// ask `isActive` and `count`: what they have counted is reported when the calling thread calls `report`.
+/// An operation announces itself with `start`, counts with `incProgress` and ends with `finish` (or `reset` when it
+/// fails); only one runs at a time. Only the calling thread may use it, except that workers may call `isActive` and
+/// `count`; their counts are reported when the calling thread calls `report`.
 class Progress : public MessageSink {
   public:
     Progress() = default;
-    /// The progress of a query: it reports to the listeners of another object, or of two, and ends by their flags, but counts
-    /// for itself, so that several threads may run queries on one triangulation. Those objects must live as long.
+    /// The progress of a query: it reports to the listeners of one or two other objects and obeys their cancel flags,
+    /// but has a counter of its own, so that several threads may run queries on one triangulation. Those objects must
+    /// outlive it.
     explicit Progress(Progress& first, Progress* pSecond = nullptr);
 
     /// Adds a listener (not owned) unless exactly this pair is present already. Null is ignored.
@@ -35,15 +36,15 @@ class Progress : public MessageSink {
     /// Hands a text of the warning or error channel to the listeners of MT_WARNING.
     void receive(const std::string& message) override { broadcast(MT_WARNING, message, 0.0); }
 
-    /// Announces an operation of so many steps. It reports every `step` steps; 0 means a hundredth of the
-    /// total, but at least 1.
+    /// Announces an operation of `total` steps. It reports every `step` steps; 0 means a hundredth of the total, at
+    /// least 1.
     void start(const std::string& name, size_t total, size_t step = 0);
-    /// A hundredth of the total too, but every step is reported until that makes 4.
+    /// A hundredth of the total, or 1 where that is below 4: short operations report every step.
     static size_t fineStep(size_t total) { return total / 100 < 4 ? 1 : total / 100; }
     /// While disabled, nothing is counted or reported.
     void setEnabled(bool bEnabled);
 
-    /// The flag (not owned) that the client sets to end a long operation; null for none.
+    /// Sets the flag (not owned) by which the client ends a long operation; null for none.
     void setCancelFlag(const std::atomic<bool>* pFlag) { pCancelFlag_ = pFlag; }
     const std::atomic<bool>* getCancelFlag() const { return pCancelFlag_; }
     /// Throws TaroCancelled if the client has set the flag, or the exception of a listener or of the handler of messages
@@ -53,7 +54,7 @@ class Progress : public MessageSink {
         if (isSet(pCancelFlag_) || isSet(pSecondFlag_) || mayHaveKeptException()) stop();
     }
 
-    /// True while counting is worth it: there are listeners, an operation is announced and progress is not disabled.
+    /// True while counting has an effect: there are listeners, an operation is announced and progress is not disabled.
     bool isActive() const { return bActive_.load(std::memory_order_relaxed); }
     /// Counts steps and reports, once, if the counter has reached or passed a multiple of the step.
     void incProgress(size_t numSteps) {
@@ -85,7 +86,7 @@ class Progress : public MessageSink {
 
     const std::atomic<bool>* pCancelFlag_ = nullptr;
     const std::atomic<bool>* pSecondFlag_ = nullptr;
-    std::vector<Progress*> vListenersOf_;  // none: of its own
+    std::vector<Progress*> vListenersOf_;  // empty: the listeners are in mListeners_
     std::multimap<MsgType, MsgBase*> mListeners_;
     std::string name_;
     size_t total_ = 0;

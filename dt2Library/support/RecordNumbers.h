@@ -10,8 +10,8 @@
 
 namespace LUMO_TARO25D {
 
-/// The numbers of the records of a pool, from 0, in the order in which they were handed out. It remembers the block that it
-/// found last, so that each thread takes a copy of its own. The pool must not change meanwhile.
+/// Numbers the records of a pool from 0, in the order in which they were handed out. A search remembers the last block
+/// found, so each thread needs a copy of its own. The pool must not change meanwhile.
 template <class T>
 class RecordNumbers {
   public:
@@ -24,7 +24,7 @@ class RecordNumbers {
                   [](const Block& a, const Block& b) { return std::less<>()(a.pBegin, b.pBegin); });
     }
 
-    /// How many records there are.
+    /// The number of records.
     size_t size() const { return size_; }
 
     /// The number of a record of the pool; NOT_FOUND for any other pointer. O(1) near the last one, O(log n) for n blocks.

@@ -8,13 +8,13 @@
 
 namespace LUMO_TARO25D {
 
-/// Prints the message on standard output and ends the process: without memory for records nothing can go on.
+/// Prints the message on standard output and ends the process, or, with a message handler, throws std::bad_alloc.
 [[noreturn]] void poolFailure(const char* message);
 void printNumberOfContainers(size_t numBlocks);
-/// Has the system provide memory at once, which is cheaper than page by page at the first touch. Only a hint.
+/// Asks the system to provide memory now, which is cheaper than page by page at the first touch. Only a hint.
 void touchAhead(void* pStart, size_t numBytes, int numThreads);
 
-/// Records taken from a pool together: they lie in one piece, or in a few where blocks end.
+/// Records taken from a pool in one call: contiguous, except where a block ends.
 template <class T>
 class PoolRange {
   public:
@@ -57,9 +57,9 @@ class SimplePool {
         bUntouched_ = true;
     }
 
-    /// Appends a block of n records, capped at the maximum; what is left of the newest block is cut off. A
-    /// negative n is automatic growth: half of the first block (its size came from the client's estimate,
-    /// which is expected to be exceeded a little), then double the newest one each time.
+    /// Appends a block of n records, capped at the maximum; unused records of the newest block are given up. A negative
+    /// n is automatic growth: half the size of the first block (that size came from the client's estimate, which is
+    /// expected to be exceeded a little), then twice the newest block each time.
     void alloc(int n) {
         if (n < 0) n = automaticSize();
         if (n > maxBlockSize_) n = maxBlockSize_;
@@ -75,7 +75,7 @@ class SimplePool {
         bUntouched_ = false;
     }
 
-    /// Releases all blocks but the first, and starts again at its beginning.
+    /// Releases all blocks except the first, and starts again at its beginning.
     void reset() {
         while (blocks_.size() > 1) {
             std::free(blocks_.back());
@@ -108,9 +108,9 @@ class SimplePool {
         return range;
     }
 
-    /// Announces that n records will be wanted soon, so that the next block holds them in one piece; but
-    /// blocks grow with the pool all the same, so that many small announcements make few blocks. With threads
-    /// to touch it, their memory is provided now.
+    /// Announces that n records will be wanted soon, so that the next block holds all of them. The block has at least
+    /// half as many records as the pool, so many small announcements make few blocks. With numTouchThreads > 0 these
+    /// threads touch the memory of those records when the block is allocated.
     void expect(size_t n, int numTouchThreads = 0) {
         const size_t numLeft = static_cast<size_t>(currentSize_ - nextIdx_ - 1);
         if (n > numLeft) {
@@ -165,14 +165,14 @@ class SimplePool {
     int currentSize_ = 0;
     bool bInitialized_ = false;
     bool bUntouched_ = false;  // no block was added since initialisation
-    int growthSize_ = -1;      // what automatic growth passes to alloc
+    int growthSize_ = -1;      // passed to alloc by automatic growth
     int numTouchThreads_ = 0;
-    size_t touchSize_ = 0;  // so many records of the next blocks are wanted for certain
+    size_t touchSize_ = 0;  // records of the next blocks that are certainly wanted
     size_t numBefore_ = 0;  // records handed out from the blocks before the newest
     int maxBlockSize_ = 0;
 };
 
-/// Records for one operation, taken in advance: recycled ones first, then fresh ones from the pool. Not initialised.
+/// Records for one operation, taken in advance: first recycled records, then fresh ones from the pool. Not initialised.
 template <class T>
 class RecordSupply {
   public:

@@ -1,3 +1,13 @@
+// Messages and failed assertions.
+//
+// A message goes to one place: to the handler that the client has set, otherwise to a stream. Errors and warnings go to
+// the sink of the thread as well (MessageScope), which passes them to the listeners of a triangulation. The handler is
+// shared by all threads and guarded by a mutex; sink and quiet flag belong to one thread each.
+//
+// An exception thrown by a handler or a listener must not pass through code that is merely reporting something,
+// destructors included. It is kept for its thread, and thrown again where an operation may end
+// (Progress::throwIfStopped). A counter over all threads makes the usual answer, that none is kept, a single load.
+
 #include "support/diagnostics.h"
 
 #include <algorithm>
@@ -19,14 +29,14 @@ namespace {
 thread_local MessageSink* pCurrentSink = nullptr;
 thread_local bool bQuiet = false;
 
-// Recursive: a handler may call the library, which may have something to say.
+// Recursive: a handler may call the library, which may emit a message.
 std::recursive_mutex handlerMutex;
 std::shared_ptr<const MessageHandler> pHandler;  // null without one; guarded by the mutex
 std::atomic<bool> bHasHandler{false};
 
 std::atomic<int> numKeptExceptions{0};
 
-/// The exception that a thread has kept; a thread that ends takes it along.
+/// The exception that a thread has kept; it is lost when the thread ends.
 struct KeptException {
     ~KeptException() {
         if (pException) --numKeptExceptions;

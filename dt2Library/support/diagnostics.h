@@ -8,7 +8,7 @@
 
 namespace LUMO_TARO25D {
 
-/// Receives a copy of what the error and warning channels print on one thread (see MessageScope).
+/// Receives a copy of each text of the error and warning channels of one thread (see MessageScope).
 class MessageSink {
   public:
     virtual ~MessageSink() = default;
@@ -28,7 +28,7 @@ class MessageScope {
 };
 
 /// For its lifetime, unless it is told to be verbose, drops the warnings of this thread, at whatever depth they arise.
-/// Nests: a verbose one inside a quiet one stays quiet.
+/// Nests: a verbose scope inside a quiet one stays quiet.
 class QuietScope {
   public:
     explicit QuietScope(bool bVerbose);
@@ -46,8 +46,8 @@ void error(const std::string& location, const std::string& message);
 /// Hands a message to the handler, or prints it like an error, but in yellow and with ", WARNING: ".
 void warning(const std::string& location, const std::string& message);
 
-/// A text of one or more lines that is written piece by piece. It is given out when its scope ends: to the handler that the
-/// client has set, or to a stream as it stands.
+/// A text of one or more lines, composed piece by piece. When its scope ends it goes to the handler that the client has
+/// set, or unchanged to a stream.
 class Note {
   public:
     explicit Note(const char* location, MsgLevel level = ML_NOTE, std::ostream& stream = std::cout)
@@ -71,16 +71,16 @@ class Note {
     std::ostringstream text_;
 };
 
-/// Whether the client has set a handler: then nothing is printed, no file is written that nobody asked for, and the process
-/// does not end here.
+/// Whether the client has set a handler. Then the library prints nothing, writes no log file, and never ends the
+/// process.
 bool hasMessageHandler();
 
-/// Keeps the exception that is being handled, thrown by a listener or by the handler of messages, until this thread calls
-/// throwKeptException. Of several the first is kept.
+/// Keeps the exception that is being handled, thrown by a listener or by the handler of messages, until this thread
+/// calls throwKeptException. If one is kept already, that one stays.
 void keepException();
-/// True if any thread may have kept an exception; costs next to nothing.
+/// True if any thread may have kept an exception; one atomic load.
 bool mayHaveKeptException();
-/// Throws the exception that this thread has kept, if it has.
+/// Throws the exception that this thread has kept, if any.
 void throwKeptException();
 
 /// Reports a failed condition (error channel, "TARO_LOG.txt", source place) and throws TaroException.

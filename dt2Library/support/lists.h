@@ -14,9 +14,9 @@ void oneInstance(std::vector<T>& vElements) {
     vElements.erase(std::unique(vElements.begin(), vElements.end()), vElements.end());
 }
 
-/// Makes room for n more elements, and half as many again as that makes: what is never written costs addresses only, but
-/// moving a large vector for the next element costs as much as many insertions. At least doubling later, so that many small
-/// batches stay linear.
+/// Makes room for n more elements, with half of the new size to spare: memory that is never written costs only
+/// addresses, but moving a large vector for one more element costs as much as many insertions. The capacity at least
+/// doubles, so that many small batches stay linear.
 template <class Vector>
 void reserveMore(Vector& vElements, size_t n) {
     const size_t numWanted = vElements.size() + n;
@@ -24,14 +24,14 @@ void reserveMore(Vector& vElements, size_t n) {
         vElements.reserve(std::max(numWanted + numWanted / 2, 2 * vElements.capacity()));
 }
 
-/// The size of a hash table that n entries fill at most by half: the least size, doubled as often as that takes.
+/// The size of a hash table that n entries fill by half at most: minSize times a power of two.
 inline size_t getTableSize(size_t n, size_t minSize) {
     size_t size = minSize;
     while (size < 2 * n) size *= 2;
     return size;
 }
 
-/// Sets a flag for the length of an operation, however that ends, and then to what it was. Nests.
+/// Sets a flag for the duration of a scope and then restores its former value, after an exception too. Nests.
 class FlagScope {
   public:
     explicit FlagScope(bool& bFlag) : bFlag_(bFlag), bBefore_(bFlag) { bFlag_ = true; }

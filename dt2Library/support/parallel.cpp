@@ -12,7 +12,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// How many threads are still running, and the first exception of any of them.
+/// Counts the threads that are still running, and keeps the first exception of any of them.
 class Crew {
   public:
     explicit Crew(int numRunning) : numRunning_(numRunning) {}
@@ -70,7 +70,7 @@ void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::
         try {
             vThreads.emplace_back([&crew, &f, i] { crew.work(f, i); });
         } catch (...) {
-            crew.work(f, i);  // the system has no more threads: the calling one does the work
+            crew.work(f, i);  // the system has no more threads: the calling thread does the work
         }
     }
     crew.wait(onWait);

@@ -5,21 +5,21 @@
 
 namespace LUMO_TARO25D {
 
-/// Runs f(threadIdx) once on each of numThreads threads and waits for all of them; a single one is the
-/// calling thread. The first exception is thrown again when all have ended. While it waits, the calling
-/// thread calls onWait, if given, every millisecond.
+/// Runs f(threadIdx) once on each of numThreads threads and waits for all of them; with one thread, on the calling
+/// thread. The first exception is rethrown when all have ended. While it waits, the calling thread calls onWait, if
+/// given, every millisecond.
 void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::function<void()>& onWait = nullptr);
 
-/// What a thread has to do at least, in items that take some ten nanoseconds each: for less, starting it costs more than
-/// it brings. Bulk insertion that registers and sorts the points on two threads and does the rest on one took 1.08, 1.05,
-/// 0.98, 0.96 and 0.90 of the time of one thread, for 40,000, 50,000, 80,000, 100,000 and 200,000 points.
+/// The least work of a thread, in items that take some ten nanoseconds each: for less, starting a thread costs more
+/// than it gains. Bulk insertion that registers and sorts the points on two threads and does the rest on one took 1.08,
+/// 1.05, 0.98, 0.96 and 0.90 of the time of one thread, for 40,000, 50,000, 80,000, 100,000 and 200,000 points.
 constexpr size_t MIN_ITEMS_PER_THREAD = 30000;
 
-/// How many threads are worth starting for n items: at most numThreads, as many as have the minimum to do, and a few for
-/// each processor, since more would only take turns.
+/// The number of threads worth starting for n items: at most numThreads, few enough that each has the minimum to do,
+/// and at most four for each processor, since more would only take turns.
 size_t numParallelParts(int numThreads, size_t n, size_t minPerThread = MIN_ITEMS_PER_THREAD);
 
-/// Cuts [0, n) into as many ranges and runs f(begin, end, threadIdx) on all of them. Where the cuts are may depend on the
+/// Cuts [0, n) into numParallelParts ranges and runs f(begin, end, threadIdx) on all of them. The cuts depend on the
 /// machine, so no result may depend on them.
 void parallelFor(int numThreads, size_t n, const std::function<void(size_t, size_t, int)>& f,
                  size_t minPerThread = MIN_ITEMS_PER_THREAD);

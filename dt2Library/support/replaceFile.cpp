@@ -1,3 +1,13 @@
+// Replacing a file as a whole.
+//
+// The new content goes to a temporary file in the directory of the target, which takes owner and mode of the old file,
+// is forced to the disk and renamed over it. A reader, and a crash at any time, finds the old file or the new one.
+// Symbolic links are followed first, so that a link stays a link.
+//
+// Where that cannot work (a device or a pipe, a directory where no file may be made, an owner that cannot be given, a
+// mount point), the file is written in place. No other failure leads there: a full disk would fail again, and the old
+// file would be lost.
+
 #include "support/replaceFile.h"
 
 #include <fcntl.h>
@@ -15,7 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Some errors come to light only now.
+/// Closes the file; false if that fails. Some write errors show only then.
 bool closeChecked(File file) { return std::fclose(file.release()) == 0; }
 
 bool writeInPlace(const std::string& filename, const WriteFunction& write) {
@@ -23,7 +33,7 @@ bool writeInPlace(const std::string& filename, const WriteFunction& write) {
     return file && write(file.get()) && closeChecked(std::move(file));
 }
 
-/// A new file in a directory. It is gone again in the end unless it got another name.
+/// A new file in a directory, which the destructor deletes unless it was renamed.
 class Temporary {
   public:
     explicit Temporary(const fs::path& directory) {
@@ -65,7 +75,7 @@ class Temporary {
     bool bExists_;
 };
 
-/// What a name stands for at the end of symbolic links, whether it exists or not.
+/// The path that a name refers to after all symbolic links, whether it exists or not.
 fs::path followLinks(fs::path path) {
     constexpr int MAX_LINKS = 40;  // the system follows no more
     std::error_code noLink;
@@ -77,7 +87,7 @@ fs::path followLinks(fs::path path) {
     return path;
 }
 
-/// Whether the path names this file, and the file is plain and may be written.
+/// Whether the path names this file, and the file is a regular one that may be written.
 bool isReplaceable(const fs::path& path, const struct stat& file) {
     struct stat named {};
     return S_ISREG(file.st_mode) && stat(path.c_str(), &named) == 0 && named.st_dev == file.st_dev &&
@@ -88,14 +98,14 @@ enum Outcome { WRITTEN, FAILED, IN_PLACE_ONLY };
 
 /// The outcome where the system has refused to make or rename a file.
 Outcome judgeRefusal() {
-    // A full disk, say, would also fail a file that is written in place, and cost the old one.
+    // After any other error, such as a full disk, writing in place would fail too, and destroy the old file.
     for (const int code : {EACCES, EPERM, EROFS, EBUSY, ENAMETOOLONG}) {
         if (errno == code) return IN_PLACE_ONLY;
     }
     return FAILED;
 }
 
-/// Puts a new file in the place of a plain one, or of none.
+/// Replaces a regular file, or creates one, by renaming a temporary file.
 Outcome replacePlainFile(const std::string& filename, const WriteFunction& write) {
     struct stat old {};
     const bool bOldExists = stat(filename.c_str(), &old) == 0;

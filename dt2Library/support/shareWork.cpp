@@ -14,7 +14,7 @@ class Pieces {
   public:
     Pieces(size_t n, size_t pieceSize, Progress& progress) : n_(n), pieceSize_(pieceSize), progress_(progress) {}
 
-    /// What a thread does; onPiece is called after each piece.
+    /// Takes and runs pieces until none is left; calls onPiece after each.
     template <class F, class OnPiece>
     void work(const F& f, int threadIdx, const OnPiece& onPiece) {
         try {
@@ -32,7 +32,7 @@ class Pieces {
             throw;
         }
     }
-    /// What the calling thread does while others work.
+    /// Called by the waiting thread while others work.
     void report() {
         try {
             progress_.report();
