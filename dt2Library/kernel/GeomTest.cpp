@@ -11,8 +11,8 @@
 // cocircular points of a lattice. 5. Doubled precision with an error bound: everything that is nearly but
 // not exactly cocircular. 6. Error-free transformations. 7. Rationals.
 //
-// Points whose differences are beyond 2^200 or below 2^-200 come out of the range of these stages. They are multiplied by a
-// power of two first, where that is exact, and only what is left goes to intervals and rationals.
+// Points whose differences are beyond 2^200 or below 2^-200 leave the range of these stages. They are first multiplied
+// by a power of two, where that is exact; only cases that are still undecided go to intervals and rationals.
 //
 // Why the static orientation bound 12 eps m^2 = 24 u m^2 (u = 2^-53) is safe. Let f = 2^i (1 + s) and g =
 // 2^j (1 + t), with s and t in [0, 1), be the rounded differences of one product; 2 m is a double, so
@@ -20,14 +20,14 @@
 // of f g, and rounding f g adds
 //   - at most 2 u if (1 + s)(1 + t) >= 2;
 //   - else at most u, and at most s t, because 1 + s + t is a double.
-// The sum is always below R = 3 u (1 - 4 u)(1 + s)(1 + t): in the first case since s + t + 1 <=
-// (1 + s)(1 + t). In the second, R exceeds 3 u + 3 u (s + t) - 24 u^2: if s t < u / 2, a whole u / 2 is to
-// spare; otherwise s + t is at least the square root of 2 u, and u (s + t) outweighs the terms in u^2. So a
-// computed product is off by less than 12 u m^2 (1 - 4 u), and if the true difference of two products is
-// not positive, the computed ones differ by less than 24 u m^2 (1 - 4 u). Rounding that difference adds
-// less than a factor 1 + u; the two roundings in the bound itself take less than a factor 1 - 2 u. What is
-// left, 24 u^2 m^2, covers two products that underflow by 2^-1075 each, from m = 1e-140 on. Up to m = 1e150
-// nothing overflows; a product that does would beat one that just does not, whatever the true ones are.
+// The sum is always below R = 3 u (1 - 4 u)(1 + s)(1 + t): in the first case since s + t + 1 <= (1 + s)(1 + t). In the
+// second, R exceeds 3 u + 3 u (s + t) - 24 u^2: if s t < u / 2, a whole u / 2 is to spare; otherwise s + t is at least
+// the square root of 2 u, and u (s + t) outweighs the terms in u^2. So a computed product is off by less than 12 u m^2
+// (1 - 4 u), and if the true difference of two products is not positive, the computed ones differ by less than 24 u m^2
+// (1 - 4 u). Rounding that difference adds less than a factor 1 + u; the two roundings in the bound itself take less
+// than a factor 1 - 2 u. The remaining 24 u^2 m^2 cover two products that underflow by 2^-1075 each, from m = 1e-140
+// on. Up to m = 1e150 nothing overflows; a product that does would beat one that just does not, whatever the true ones
+// are.
 
 #include "kernel/GeomTest.h"
 
@@ -115,8 +115,8 @@ int exponentOf(double value) {
     return static_cast<int>(bits >> 52) - 1023;
 }
 
-/// Points times the power of two that brings their largest difference near 1, which changes no sign. Nothing where the
-/// stages reach the points as they are, or where a coordinate would lose bits.
+/// The points times the power of two that brings their largest difference near 1, which changes no sign. No value where
+/// the stages reach the points without it, or where a coordinate would lose bits.
 template <std::size_t NUM>
 std::optional<std::array<Point2, NUM>> scaleIntoRange(const std::array<const Point2*, NUM>& aPoints) {
     const Point2& origin = *aPoints[NUM - 1];

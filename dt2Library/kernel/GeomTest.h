@@ -1,9 +1,9 @@
 #pragma once
 
-// The predicates on which every combinatorial decision rests. Each is a ladder of stages, from a few
-// floating-point operations with an error bound up to rational arithmetic; a stage answers only when it is
-// certain, so the answer is always the sign of the exact determinant of the coordinates, which are taken as
-// exact values. The first rung is inlined into the caller, all others are out of line.
+// The predicates on which every combinatorial decision rests. Each is a ladder of stages, from a few floating-point
+// operations with an error bound up to rational arithmetic; a stage answers only when it is certain, so the answer is
+// always the sign of the determinant of the coordinates, taken as exact numbers. The first stage is inlined into the
+// caller, all others are out of line.
 
 #include <cmath>
 #include <limits>
@@ -39,7 +39,7 @@ inline Wide inCircleDeterminant(T ax, T ay, T bx, T by, T cx, T cy) {
            Wide(cx * cx + cy * cy) * Wide(ax * by - ay * bx);
 }
 
-/// The same with the absolute values of all products.
+/// The permanent: the in-circle determinant with the absolute values of all products.
 inline double inCirclePermanent(double ax, double ay, double bx, double by, double cx, double cy) {
     return (ax * ax + ay * ay) * (std::abs(bx * cy) + std::abs(by * cx)) +
            (bx * bx + by * by) * (std::abs(cx * ay) + std::abs(cy * ax)) +
@@ -83,20 +83,20 @@ class GeomTest {
         if (isSureOri2(det, left, right)) return det > 0.0 ? ORIENTATION2_CCW : ORIENTATION2_CW;
         return undecidedOri2(a, b, c);
     }
-    /// The same by interval arithmetic, with the rational stage behind it; needs no static bound. The
-    /// rounding mode is changed for the duration of the call only.
+    /// getOrientation2 by interval arithmetic, then rationals; needs no static bound. The rounding mode is restored
+    /// before it returns.
     Orientation2 dynamicFilterOri2(const Point2* a, const Point2* b, const Point2* c);
-    /// The same by rational arithmetic alone.
+    /// getOrientation2 by rational arithmetic alone.
     Orientation2 exact_getOrientation2(const Point2* a, const Point2* b, const Point2* c);
 
-    /// True if q lies strictly inside the circumcircle of the counterclockwise triangle p0, p1, p2, or is the
-    /// fourth corner of an axis-parallel rectangle with it. Any other point on the circle is outside. Cyclic
-    /// shifts of the corners change nothing.
+    /// True if q lies strictly inside the circumcircle of the counterclockwise triangle p0, p1, p2, or completes its
+    /// corners to an axis-parallel rectangle. Any other point on the circle is outside. Cyclic shifts of the corners
+    /// change nothing.
     bool circleInc(const Point2* p0, const Point2* p1, const Point2* p2, const Point2* q) {
         const int sign = filteredInCircle(*p0, *p1, *p2, *q);
         return sign != 0 ? sign > 0 : exact_circleInc(p0, p1, p2, q);
     }
-    /// The same without the inlined filter, for callers who have evaluated it.
+    /// circleInc without the inlined filter, for callers that have evaluated it.
     bool exact_circleInc(const Point2* p0, const Point2* p1, const Point2* p2, const Point2* q);
     bool exact_circleInc(const Triangle2* t, const Point2* q) {
         return exact_circleInc(t->getCorner(0), t->getCorner(1), t->getCorner(2), q);
@@ -108,7 +108,7 @@ class GeomTest {
         const int sign = filteredInCircle(*t->getCorner(0), *t->getCorner(1), *t->getCorner(2), *q);
         return sign != 0 ? (sign > 0 ? CINC2_INCIRCLE : CINC2_OUTCIRCLE) : exact_circleInc3state(t, q);
     }
-    /// The same without the inlined filter.
+    /// circleInc3state without the inlined filter.
     CINC2 exact_circleInc3state(const Triangle2* t, const Point2* q);
 
     /// How the closed segments p0p1 and p2p3 meet, decided exactly; the coordinates must respect the static
@@ -118,13 +118,14 @@ class GeomTest {
     /// Parallel lines are reported and fail with TaroException.
     void getIntersectionCoords_gmp(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3, double& x,
                                    double& y);
-    /// The same numbers from doubled precision with an error bound; false, with x and y as they were, where that does not
-    /// tell how they are rounded, which includes all numbers that are doubles. The lines are not parallel if true.
+    /// The coordinates of getIntersectionCoords_gmp, computed in doubled precision with an error bound. False, with x
+    /// and y unchanged, where the bound leaves the rounding open; this is always so where a coordinate is exactly a
+    /// double. The lines are not parallel if true.
     static bool doubleDoubleIntersectionCoords(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& p3,
                                                double& x, double& y);
-    /// The height at (x, y) on the segment pq, linear along the axis in which its ends differ more, computed
-    /// without error and then rounded towards zero. Beyond the ends it goes on linearly. The height of p if p
-    /// and q have the same x and y.
+    /// The height at (x, y) on the segment pq, linear along the axis in which its ends differ more, computed without
+    /// error and then rounded towards zero. Beyond the ends the line is extended. If p and q have the same x and y, the
+    /// height of p.
     double exactGetZOnSegment(const Point2& p, const Point2& q, double x, double y);
 
     /// 1 if d is on the side of the plane abc from which a, b, c turn counterclockwise, 2 on the other side,
@@ -140,12 +141,12 @@ class GeomTest {
     /// Prints how each stage of the orientation test judges the points.
     void debug(const Point2* a, const Point2* b, const Point2* c);
 
-    // The single stages, from cheap to dear, for the ladders above and their tests. Each gives the sign of
-    // the determinant, or nothing where it cannot be certain.
+    // The single stages, from cheap to expensive, for the ladders above and their tests. Each returns the sign of the
+    // determinant, or no value where it cannot be certain.
 
     /// Compares the orientation determinant with the error that its two products can have.
     static std::optional<int> productFilterOri2(const Point2& a, const Point2& b, const Point2& c);
-    /// Decides by error-free transformations; nothing if a difference is out of their exponent range.
+    /// Decides by error-free transformations; no value if a difference is out of their exponent range.
     static std::optional<int> expansionOri2(const Point2& a, const Point2& b, const Point2& c);
     /// A lower and an upper bound of the determinant, by directed rounding; they can be infinite or NaN.
     static double lowerBoundOri2(const Point2& a, const Point2& b, const Point2& c);
@@ -155,10 +156,10 @@ class GeomTest {
     static std::optional<int> permanentInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     /// Decides by integers if the coordinate differences are multiples below 2^30 of one power of two.
     static std::optional<int> integerInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
-    /// Compares the determinant in doubled precision with its error bound; nothing out of exponent range.
+    /// Compares the determinant in doubled precision with its error bound; no value out of the exponent range.
     static std::optional<int> doubleDoubleInCircle(const Point2& p0, const Point2& p1, const Point2& p2,
                                                    const Point2& q);
-    /// Decides by error-free transformations; nothing if a difference is out of their exponent range.
+    /// Decides by error-free transformations; no value if a difference is out of their exponent range.
     static std::optional<int> expansionInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     /// Always answers.
     int rationalInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
@@ -174,14 +175,14 @@ class GeomTest {
         void operator()(LineRationals* pRationals) const;
     };
 
-    // Between these magnitudes, what underflow takes from the orientation determinant is far below the bound,
-    // and nothing overflows.
+    // Between these magnitudes, the loss of the orientation determinant to underflow is far below the bound, and
+    // nothing overflows.
     static constexpr double minStaticCoord = 1e-140, maxStaticCoord = 1e150;
     static constexpr double staticFactor = 12.0 * std::numeric_limits<double>::epsilon();
 
-    /// Whether rounding cannot have changed the sign of a difference of two products of differences: (3 + 16
-    /// u) u times the sum of the products (Shewchuk 1997); the 16 u^2 cover what underflow takes. Infinite
-    /// and NaN values compare false.
+    /// Whether rounding cannot have changed the sign of a difference of two products of differences: (3 + 16 u) u times
+    /// the sum of the products (Shewchuk 1997); the 16 u^2 cover the loss to underflow. Infinite and NaN values compare
+    /// false.
     static bool isSureOri2(double det, double left, double right) {
         const double sum = std::abs(left) + std::abs(right);
         return sum > 1e-280 && std::abs(det) > 3.3306690738754716e-16 * sum;
@@ -203,13 +204,13 @@ class GeomTest {
     std::unique_ptr<LineRationals, Discard> pLineRationals_;
 };
 
-/// The sign of the in-circle determinant, or 0 if it is not certain. 3.33e-15 is three times what rounding
-/// can take from the determinant, relative to its permanent (Shewchuk 1997). By |uv| <= (u^2 + v^2) / 2, the
-/// permanent is at most ab + bc + ca for the squared lengths a, b, c, which cost a third of it. Adding 1e-140
-/// to two of them makes the bound hold under underflow too: each of the products of two differences loses at
-/// most h = 2^-1075 and is multiplied by at most the sum s of the squared lengths, so that all losses
-/// together stay below 20 h (s + 1), and the bound is greater by 3.33e-155 s + 3.33e-295. What overflows in
-/// the determinant also does so in the bound, and an infinite bound or NaN is exceeded by nothing.
+/// The sign of the in-circle determinant, or 0 if it is not certain. 3.33e-15 is three times the rounding error of the
+/// determinant relative to its permanent (Shewchuk 1997). By |uv| <= (u^2 + v^2) / 2, the permanent is at most ab + bc
+/// + ca for the squared lengths a, b, c, which cost a third of it. Adding 1e-140 to two of them makes the bound hold
+/// under underflow too: each of the products of two differences loses at most h = 2^-1075 and is multiplied by at most
+/// the sum s of the squared lengths, so that all losses together stay below 20 h (s + 1), and the bound is greater by
+/// 3.33e-155 s + 3.33e-295. An overflow in the determinant also occurs in the bound, and nothing exceeds an infinite
+/// bound or NaN.
 inline int GeomTest::filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     const double ax = p0.x() - q.x(), ay = p0.y() - q.y();
     const double bx = p1.x() - q.x(), by = p1.y() - q.y();

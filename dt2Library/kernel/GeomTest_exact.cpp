@@ -1,4 +1,12 @@
 // The last stages: rational arithmetic (GNU MP), in which every double is exact and nothing rounds.
+//
+// The rationals of a predicate are kept from call to call (PredicateRationals, LineRationals), since allocating them
+// costs more than most of the arithmetic; they are created at the first call that needs them.
+//
+// Intersection points are needed far more often than undecided predicates. They are therefore computed in doubled
+// precision first (doubleDoubleIntersectionCoords), with a bound of the error; where the bound tells to which double
+// the exact coordinate rounds towards zero, that is the answer, and otherwise rationals compute it. Both give the same
+// bits.
 
 #include <gmp.h>
 
@@ -10,7 +18,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// A rational that lives as long as its owner; it converts to what the functions of GNU MP take.
+/// A rational number that owns its memory and converts to the argument type of the GNU MP functions.
 class Rational {
   public:
     Rational() { mpq_init(value_); }
@@ -50,7 +58,7 @@ struct GeomTest::PredicateRationals {
         x[i].set(point.x());
         y[i].set(point.y());
     }
-    /// Makes the differences of the points before the given one to it.
+    /// Computes the differences between the given point and all points before it.
     void subtract(int origin) {
         for (int i = 0; i < origin; ++i) {
             mpq_sub(dx[i], x[i], x[origin]);
@@ -127,7 +135,7 @@ struct Bounded {
 };
 
 constexpr double UNIT = 1.3e-32;           // above 2^-106, the square of the unit roundoff
-constexpr double UNDERFLOW_LOSS = 1e-300;  // far above what the products of one number can lose below 2^-1074
+constexpr double UNDERFLOW_LOSS = 1e-300;  // far above the loss of the products below to underflow
 
 /// a b - c d of exact numbers.
 Bounded boundedCrossProduct(DoubleDouble a, DoubleDouble b, DoubleDouble c, DoubleDouble d) {

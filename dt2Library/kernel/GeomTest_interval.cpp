@@ -1,5 +1,5 @@
-// The orientation test by interval arithmetic. A bound of the determinant is made of bounds of its two
-// products, each evaluated under the rounding mode that can only move it outwards.
+// The orientation test by interval arithmetic. A bound of the determinant is computed from bounds of its two products,
+// each evaluated under the rounding mode that can only move it outwards.
 //
 // Compilers do not know that arithmetic depends on the rounding mode: they would move an operation across a
 // call that changes it, or merge two evaluations. So this file is compiled with -frounding-math, and every

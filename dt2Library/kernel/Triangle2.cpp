@@ -1,3 +1,12 @@
+// The triangle record: look-up of corners and neighbours, sizes, angles and the circumcentre.
+//
+// Look-ups fail with TaroException when asked for a corner or a neighbour that is not there; loops that are certain use
+// links.h, which does not check. Lengths are compared by their squares unless these overflow or underflow. Areas come
+// from the lengths of the sides (computeArea), which holds in the plane and in space alike.
+//
+// getDual computes the circumcentre correctly rounded (circumcenter.cpp). Collinear corners have none; a point far away
+// on the perpendicular bisector of the longest edge takes its place, and bAccurate is false.
+
 #include "taro25d/Triangle2.h"
 
 #include <cmath>
@@ -39,7 +48,8 @@ double getSideLength25D(const Point2& p0, const Point2& p1) {
 
 double getAngle(const Vector2& u, const Vector2& v) { return getAngleDegree(normalize(u), normalize(v)); }
 
-/// The index of the edge whose length comes before the others in an order, by lengths that are no roots of squares.
+/// The index of the edge whose length comes first in an order. The lengths hold also where squares overflow or
+/// underflow.
 template <class Order>
 int getFirstIndex(const Triangle2& triangle, const Order& isBefore) {
     const auto getLength = [&triangle](int i) {
@@ -195,8 +205,8 @@ bool Triangle2::getCC_strategy1(Point2& result) const {
     return true;
 }
 
-/// Where corners are collinear, or nearly and the centre is beyond all numbers: a point far away on the perpendicular
-/// bisector of the longest edge, on the side where the centre of a thin triangle is.
+/// Replaces the centre where the corners are collinear, or so nearly that the centre is out of range: a point far away
+/// on the perpendicular bisector of the longest edge, on the side of the centre of a thin triangle.
 Point2 Triangle2::getCC_strategy2(int longestEdge) const {
     constexpr double FAR = 1e13;
     const Point2 &a = *aCorner_[incIndexBy1(longestEdge)], &b = *aCorner_[incIndexBy2(longestEdge)];
@@ -205,7 +215,8 @@ Point2 Triangle2::getCC_strategy2(int longestEdge) const {
     return isFinite2D(far) ? far : mid;
 }
 
-/// The three distances of a centre that is rounded once agree to 2^-51 of the largest coordinate, so they need no test.
+/// Whether the rounded centre lies on the right side of the two shorter edges. Its distances from the corners need no
+/// test: rounding a centre once leaves them equal to 2^-51 of the largest coordinate.
 bool Triangle2::isAccurateCC(int longestEdge, const Point2& center) const {
     const Point2 *pA = aCorner_[longestEdge], *pB = aCorner_[incIndexBy1(longestEdge)];
     const Point2* pE = aCorner_[incIndexBy2(longestEdge)];

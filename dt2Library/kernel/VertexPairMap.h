@@ -11,8 +11,8 @@
 
 namespace LUMO_TARO25D {
 
-/// A hash table from unordered pairs of vertices to pointers, for questions that are mostly answered with no: one look at
-/// memory then. Open addressing with linear probing, at most half full.
+/// A hash table from unordered pairs of vertices to pointers, made for look-ups that mostly fail: those read one slot.
+/// Open addressing with linear probing, at most half full.
 template <class T>
 class VertexPairMap {
   public:
@@ -34,13 +34,13 @@ class VertexPairMap {
         ++numEntries_;
     }
 
-    /// Takes a pair out; nothing happens if it is not there.
+    /// Removes a pair, if it is there.
     void erase(const Point2* p0, const Point2* p1) {
         if (!find(p0, p1)) return;
         order(p0, p1);
         size_t gap = hash(p0, p1) & mask();
         while (vSlots_[gap].p0 != p0 || vSlots_[gap].p1 != p1) gap = (gap + 1) & mask();
-        // Later entries that had to give way move back into the gap, so that no search ends there too early.
+        // Later entries that a collision moved on go back into the gap, or a search would end there too early.
         for (size_t i = (gap + 1) & mask(); vSlots_[i].pValue; i = (i + 1) & mask()) {
             const size_t home = hash(vSlots_[i].p0, vSlots_[i].p1);
             if (((i - home) & mask()) < ((i - gap) & mask())) continue;

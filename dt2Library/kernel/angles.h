@@ -9,10 +9,10 @@
 
 namespace LUMO_TARO25D {
 
-/// How often the interior angles of triangles fall into bins of ten degrees.
+/// The numbers of interior angles of triangles in bins of ten degrees.
 using AngleDistribution = std::array<size_t, 18>;
 
-/// Counts the angles in x-y. Those between corners that are too far apart for a vector between them do not count.
+/// Counts the angles in x-y. An angle whose sides overflow, since its corners are too far apart, is left out.
 AngleDistribution analyzeAngles(const std::vector<Triangle2*>& vTriangles);
 
 /// Prints a table with the count and the share of each bin.

@@ -2,12 +2,13 @@
 //
 // With u = b - a and v = c - a the centre is a + (v.y |u|^2 - u.y |v|^2, u.x |v|^2 - v.x |u|^2) / d, d = 2 (u x v). The
 // quotient is computed with a bound of its error, first in doubles, then in doubled precision. The sum is certain if it
-// rounds to the same double from both ends of the range that the bound leaves (the rounding test of Ziv 1991). Where it is
-// not, rationals decide. The result is thus the true centre, rounded once: it depends neither on the order of the corners
-// nor on where the triangle lies, and a power of two as a factor of all coordinates is one of the centre.
+// rounds to the same double from both ends of the range that the bound leaves (the rounding test of Ziv 1991).
+// Otherwise rationals decide. The result is thus the true centre, rounded once: it depends neither on the order of the
+// corners nor on the place of the triangle, and multiplying all coordinates by a power of two multiplies the centre by
+// it.
 //
-// Centres at 0 in x or y, which right triangles along an axis have, are found by error-free transformations, since no bound of
-// an error tells them from their neighbours.
+// Centres with x or y exactly 0, as right triangles along an axis have, are found by error-free transformations, since
+// no error bound tells 0 from its neighbours.
 //
 // Triangles that are small against their coordinates are nearly always settled by doubles, since the quotient has digits to
 // spare there; those around the origin by doubled precision. Lattices, whose centres may lie in the middle between two
@@ -53,7 +54,7 @@ bool roundCertainly(double start, DoubleDouble offset, double error, double& res
 // ---------------------------------------------------------------------------------------------------------------------
 // Doubles
 
-/// A quotient of differences of two products each, and what it can be off by.
+/// A quotient of two differences of products, and a bound of its error.
 struct Quotient {
     double value, error;
 };
@@ -67,7 +68,7 @@ Quotient divide(double p, double q, double d, double errorOfD) {
 bool getCenterInDoubles(const Point2& a, const Point2& b, const Point2& c, double& x, double& y) {
     const Vector2 u = getVector2D(a, b), v = getVector2D(a, c);
     const double sqU = u.x() * u.x() + u.y() * u.y(), sqV = v.x() * v.x() + v.y() * v.y();
-    // What products lose by underflow is far below the bounds then, and nothing overflows.
+    // In this range the loss of products to underflow is far below the bounds, and nothing overflows.
     if (!(sqU > 0x1p-700 && sqV > 0x1p-700 && sqU < 0x1p600 && sqV < 0x1p600)) return false;
     const double left = u.x() * v.y(), right = u.y() * v.x();
     const double d = 2.0 * (left - right);
@@ -87,7 +88,7 @@ bool getCenterInDoubles(const Point2& a, const Point2& b, const Point2& c, doubl
 // ---------------------------------------------------------------------------------------------------------------------
 // Doubled precision
 
-/// b - a as a share of the scale; false where that is not exact, or so small that products would lose digits.
+/// (b - a) / scale; false where that is not exact, or so small that products would lose digits.
 bool getScaledDifference(double a, double b, double scale, DoubleDouble& result) {
     constexpr double MIN = 0x1p-200;
     const DoubleDouble difference = twoDiff(b, a);
@@ -96,13 +97,13 @@ bool getScaledDifference(double a, double b, double scale, DoubleDouble& result)
     return isInRange(difference.hi) && isInRange(difference.lo);
 }
 
-/// The parts of a triangle, as shares of a scale.
+/// The edge vectors u and v of a triangle, divided by a scale.
 struct ScaledEdges {
     DoubleDouble ux, uy, vx, vy;
 };
 
-/// Whether start + scale * (f |u|^2 - g |v|^2) / 2 (u x v) is exactly 0, by error-free transformations. False where they
-/// cannot tell.
+/// Whether start + scale * (f |u|^2 - g |v|^2) / 2 (u x v) is exactly 0, by error-free transformations. False where a
+/// number leaves their range.
 bool isExactlyZero(double start, double scale, DoubleDouble f, DoubleDouble g, const ScaledEdges& edges) {
     constexpr double MIN = 0x1p-200, MAX = 0x1p200;
     const double share = start / scale;
@@ -130,7 +131,8 @@ bool isExactlyZero(double start, double scale, DoubleDouble f, DoubleDouble g, c
     return sum.sign() == 0;
 }
 
-/// start + scale * (f g - h k) / d, the magnitudes of the products being at most the given one.
+/// Computes start + scale * numerator / d and rounds it once; false if the error bound leaves the rounding open. The
+/// products in the numerator have at most the given magnitude. Sets bNearZero where the result may be 0.
 bool divideAndRound(double start, double scale, DoubleDouble numerator, double magnitude, DoubleDouble d,
                     double errorOfD, double& result, bool& bNearZero) {
     const double first = numerator.hi / d.hi;
@@ -183,7 +185,7 @@ bool isOdd(double value) {
     return bits & 1;
 }
 
-/// The double nearest to a rational, the even one of two; infinite where it is out of range.
+/// The double nearest to a rational, ties to even; infinite where it is out of range.
 double roundToNearest(const mpq_class& value) {
     const double inner = value.get_d();  // towards zero
     const double outer = std::nextafter(

@@ -4,8 +4,8 @@
 // together with its rounding error, which is itself a double (Knuth 1969, Dekker 1971), so that sums of
 // doubles represent longer numbers exactly (Priest 1991, Shewchuk 1997).
 //
-// All of it holds in round-to-nearest mode, compiled without contraction and without -ffast-math, as long as
-// nothing overflows and no product has bits below 2^-1074. Additions cannot underflow.
+// All functions require round-to-nearest mode, compiled without contraction and without -ffast-math, as long as nothing
+// overflows and no product has bits below 2^-1074. Additions cannot underflow.
 
 #include <cmath>
 

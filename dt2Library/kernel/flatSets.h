@@ -9,8 +9,9 @@
 
 namespace LUMO_TARO25D {
 
-/// A set of addresses of records, one bit for each possible one. Records that come from large blocks fill its pages, so
-/// that the marks of a million triangles stay in the cache. Insertion and search take constant time.
+/// A set of addresses of records, as a bitmap in pages with one bit for each possible address. Records that come from
+/// large blocks fill the pages, so that the marks of a million triangles fit in the cache. Insertion and search take
+/// constant time.
 class AddressSet {
   public:
     AddressSet() = default;
@@ -67,7 +68,7 @@ class EdgeSet {
     bool contains(const Point2* p0, const Point2* p1) const { return pairs_.find(p0, p1) != nullptr; }
 
   private:
-    VertexPairMap<const Point2> pairs_;  // to anything but null
+    VertexPairMap<const Point2> pairs_;  // the values only have to be non-null
 };
 
 }  // namespace LUMO_TARO25D

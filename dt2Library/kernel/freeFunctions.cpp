@@ -1,3 +1,10 @@
+// Geometry of points and segments: orientation, heights on a segment, projections, distances, areas, normals, angles,
+// intersections, boxes.
+//
+// Decisions are exact; measures are computed in doubles, in an order that loses few digits: differences first, then a
+// power of two as a scale, so that products of lengths neither overflow nor underflow. An intersection is computed in
+// doubles where the lines cross at a fair angle, then in doubled precision, then in rationals.
+
 #include "taro25d/freeFunctions.h"
 
 #include <gmpxx.h>
@@ -15,7 +22,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The magnitude of a point where it exceeds what the predicates are set for, otherwise 0.
+/// The magnitude of a point where it exceeds the static bound of the predicates, otherwise 0.
 double getExceedingCoord(const GeomTest& geomTest, const Point2* p) {
     const double coord = std::max(std::abs(p->x()), std::abs(p->y()));
     return coord > geomTest.getMaxAbsCoord() ? coord : 0.0;
@@ -32,7 +39,7 @@ Orientation2 decideOrientation2(GeomTest& geomTest, const Point2* p0, const Poin
     return geomTest.getOrientation2(p0, p1, p2);
 }
 
-/// The foot of the point a + w on the line through a with direction d.
+/// The orthogonal projection of the point a + w onto the line through a with direction d.
 Point2 getFootOnLine(const Point2& a, const Vector2& d, const Vector2& w) {
     const Vector2 u = d / getBinaryScale(d);
     return u.isDegenerate() ? a + u : a + u * (w * u / u.sqLength());
@@ -68,8 +75,8 @@ bool areParallel(const Point2& a, const Point2& b, const Point2& c, const Point2
     return ux * vy == uy * vx;
 }
 
-/// Intersects two lines in doubles. Gives up where they meet at less than a few degrees, so that the result
-/// loses no more than that many times the rounding error, and where a number leaves the range of doubles.
+/// Intersects two lines in doubles. False where they meet at less than a few degrees, which would multiply the rounding
+/// error, and where a number leaves the range of doubles.
 bool getTransversalIntersection(const Point2& a, const Point2& b, const Point2& c, const Point2& d, double& x,
                                 double& y) {
     const Vector2 u = getVector2D(a, b), v = getVector2D(c, d);

@@ -1,11 +1,11 @@
 // Heights in one triangle.
 //
-// A height is that of the plane through the three corners. Beside the triangle it may leave the range of the corners, and
-// where these are collinear there is no plane; then the two longest edges, which run side by side in a thin triangle, give
-// the height between them.
+// The height at a place is that of the plane through the three corners. Outside the triangle it may leave the height
+// range of the corners, and collinear corners have no plane; in both cases the mean of the heights on the two longest
+// edges, which run side by side in a thin triangle, is taken instead.
 //
-// The plane is computed in doubles unless the triangle is so thin that their rounding would show. Such triangles come up
-// along a hull of points that are collinear but for rounding, and beside segments that are cut into the surface.
+// The plane is computed in doubles unless the triangle is so thin that their rounding would show. Such triangles arise
+// along a hull of points that are collinear up to rounding, and beside segments that are cut into the surface.
 
 #include "kernel/heights.h"
 
@@ -26,7 +26,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Exact but for one rounding at the end.
+/// The height on the plane, exact except for one rounding at the end.
 double getExactHeight(const Triangle2& triangle, const Point2& place) {
     using Rational = mpq_class;
     const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
@@ -41,7 +41,8 @@ double getExactHeight(const Triangle2& triangle, const Point2& place) {
     return Rational(a.z() + rise).get_d();
 }
 
-/// The mean of the heights on the two longest edges, or, when these disagree, false and the middle of the height range.
+/// The mean of the heights on the two longest edges; if these differ too much, false and the middle of the height
+/// range.
 bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double zMin, double zMax, double& height) {
     std::array<std::pair<double, int>, 3> aEdges;
     const auto getSrc = [&](int i) -> const Point2& { return *triangle.getCorner(incIndexBy1(i)); };
@@ -50,7 +51,7 @@ bool getHeightOnLongEdges(const Triangle2& triangle, const Point2& place, double
     std::sort(aEdges.begin(), aEdges.end());
     const auto heightOnEdge = [&](int i) { return getZOnSegment(getSrc(i), getTrg(i), place.x(), place.y()); };
     const double h1 = heightOnEdge(aEdges[1].second), h2 = heightOnEdge(aEdges[2].second);
-    // With its sign: where the longest edge is the higher one, the mean counts however far they are apart.
+    // Signed: where the longest edge is the higher one, the mean is taken however far they are apart.
     const bool bAgree = h1 - h2 < HEIGHT_TOLERANCE;
     height = bAgree ? std::clamp(0.5 * h1 + 0.5 * h2, zMin, zMax) : 0.5 * zMin + 0.5 * zMax;
     return bAgree;
@@ -72,7 +73,7 @@ double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
 
 namespace {
 
-/// A height on the plane may exceed those of the corners by the tolerance.
+/// The height on the plane if it exceeds the range of the corners by less than the tolerance, clamped to the range.
 bool getHeightWithin(const Triangle2& triangle, const Point2& place, double tolerance, double& height) {
     for (int i = 0; i < 3; ++i) {
         if (*triangle.getCorner(i) != place) continue;

@@ -5,16 +5,16 @@
 
 namespace LUMO_TARO25D {
 
-/// The height on the plane through the corners, right to 10^-9 of their height range for a place in the triangle, however
-/// thin that is. Not finite where the corners are collinear, or a coordinate is not finite.
+/// The height on the plane through the corners. For a place in the triangle, however thin, the error is below 10^-9 of
+/// the height range. Not finite where the corners are collinear or a coordinate is not finite.
 double getHeightOnPlane(const Triangle2& triangle, const Point2& place);
 
-/// The height of the surface at a place in a triangle, within the range of the corners. False, and the middle of that range,
-/// where the place is so far outside, or the corners are so collinear, that no height is a sound one.
+/// The height of the surface at a place in or near a triangle, within the range of the corners. False, and the middle
+/// of that range, if the place is too far outside, or the corners too nearly collinear, for a meaningful height.
 bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double& height);
 
-/// The same for a place that is known to lie in the triangle, border included: there always is a sound height, unless a
-/// coordinate is not finite.
+/// The height at a place that is known to lie in the triangle or on its border; false only if a coordinate is not
+/// finite.
 bool getHeightInside(const Triangle2& triangle, const Point2& place, double& height);
 
 }  // namespace LUMO_TARO25D

@@ -6,8 +6,8 @@
 
 namespace LUMO_TARO25D {
 
-// How triangles hang together, for the loops that live on it: unlike the members of Triangle2, these do not
-// check that what is asked for is there.
+// Links between triangles, for inner loops. Unlike the members of Triangle2, these functions do not check that the
+// corner or neighbour asked for is there.
 
 /// The index of a corner of pT.
 inline int indexOfVertex(const Triangle2* pT, const Point2* pVtx) {
@@ -39,7 +39,8 @@ inline void setNeighbours(Triangle2* pT, Triangle2* pAcross0, Triangle2* pAcross
     pT->setOppositeTriangle(2, pAcross2);
 }
 
-/// Splits pT = (a, b, c) at a vertex v in it: it becomes (v, a, b), and two records become (v, b, c) and (v, c, a).
+/// Splits pT = (a, b, c) at a vertex v in it: pT becomes (v, a, b), and two given records become (v, b, c) and (v, c,
+/// a).
 inline void splitTriangle(Triangle2* pT, Point2* v, Triangle2* pBC, Triangle2* pCA) {
     Point2 *a = pT->getCorner(0), *b = pT->getCorner(1), *c = pT->getCorner(2);
     Triangle2 *pAcrossBC = pT->getOppositeTriangle(0), *pAcrossCA = pT->getOppositeTriangle(1),
@@ -58,7 +59,7 @@ inline void splitTriangle(Triangle2* pT, Point2* v, Triangle2* pBC, Triangle2* p
     c->setIncidentTriangle(pCA);
 }
 
-/// Takes that back; the vertex has no triangle afterwards.
+/// Undoes splitTriangle; the vertex has no triangle afterwards.
 inline void unsplitTriangle(Triangle2* pT, Point2* v, Triangle2* pBC, Triangle2* pCA) {
     Point2 *a = pT->getCorner(1), *b = pT->getCorner(2), *c = pBC->getCorner(2);
     Triangle2* pAcrossAB = pT->getOppositeTriangle(0);
@@ -93,7 +94,8 @@ inline void flipEdge(Triangle2* pT, int i, Triangle2* pN, int j) {
     d->setIncidentTriangle(pN);
 }
 
-/// Takes back the flip of edge 0 of pT: (a, b, d) and its neighbour (a, d, c) become (a, b, c) and (d, c, b).
+/// Undoes the flip after which pT has edge 0 = (b, d): (a, b, d) and its neighbour (a, d, c) become (a, b, c) and (d,
+/// c, b).
 inline void unflipEdge(Triangle2* pT) {
     Triangle2* pN = pT->getOppositeTriangle(1);
     Point2 *b = pT->getCorner(1), *d = pT->getCorner(2), *c = pN->getCorner(2);
@@ -108,7 +110,7 @@ inline void unflipEdge(Triangle2* pT) {
     pN->setOppositeTriangle(2, pAcrossDC);
 }
 
-/// Moves a hull edge to the next one counterclockwise, rotating around the vertex between them.
+/// Goes from a hull edge to the next one counterclockwise, by turning around the vertex between them.
 inline void toNextHullEdge(Triangle2*& pT, int& i) {
     i = incIndexBy1(i);
     while (Triangle2* pN = pT->getOppositeTriangle(i)) {
@@ -134,7 +136,7 @@ Triangle2* findIncidentTriangle(const Point2* pVtx, const TestT& test) {
     while (pT) {
         if (test(pT)) return pT;
         Triangle2* pNext = pT->getOppositeTriangle(incIndexBy1(indexOfVertex(pT, pVtx)));
-        if (!pNext) {  // the hull: on from its other side
+        if (!pNext) {  // the hull: go on from its other side
             TriangleAroundVertexIterator it(pVtx);
             it.loop();
             pNext = *it;

@@ -12,7 +12,7 @@ bool isSamePlace(const Point2& a, const Point2& b) { return distance2D(a, b) <= 
 bool isNextToBetweenEnds(const Point2& src, const Point2& trg, const Point2& vertex) {
     const double toSrc = distance2D(vertex, src), toTrg = distance2D(vertex, trg);
     if (!(std::max(toSrc, toTrg) < distance2D(src, trg))) return false;
-    // Seen from the nearer end, where the differences lose least.
+    // From the nearer end, where the differences lose the fewest digits.
     const bool bFromSrc = toSrc < toTrg || (toSrc == toTrg && src < trg);
     const double distance = getPointLineDistance2D(vertex, bFromSrc ? src : trg, bFromSrc ? trg : src);
     return distance <= RESOLUTION * getLargestCoordinate(src, trg, vertex);

@@ -40,7 +40,7 @@ inline Vector2 getVector2D(const Point2& src, const Point2& trg) {
     return Vector2(trg.x() - src.x(), trg.y() - src.y(), 0.0);
 }
 
-/// Distances, plain and squared. The plain ones hold also where the square overflows or underflows.
+/// Distances, plain and squared. The plain distance is right also where its square overflows or underflows.
 inline double sqDistance2D(const Point2& a, const Point2& b) { return getVector2D(a, b).sqLength(); }
 inline double sqDistance25D(const Point2& a, const Point2& b) { return getVector25D(a, b).sqLength(); }
 inline double distance2D(const Point2& a, const Point2& b) { return getVector2D(a, b).length(); }

@@ -57,8 +57,8 @@ void forEachEdge(const std::vector<Triangle2*>& vTriangles, const VisitT& visit)
 /// An edge as it is passed, from the first vertex to the second.
 using DirectedEdge = std::pair<Point2*, Point2*>;
 
-/// Takes out what is passed back at least as often as this way. A border that goes back over itself has the same on both
-/// sides there, so that spreading must not begin on its left.
+/// Drops each edge that occurs at least as often in the opposite direction. Where a border runs back over itself, both
+/// sides belong to the same area, so that spreading must not start on its left there.
 inline void dropWaysBack(std::vector<DirectedEdge>& vEdges) {
     std::vector<DirectedEdge> vSorted = vEdges;
     std::sort(vSorted.begin(), vSorted.end());
@@ -72,8 +72,9 @@ inline void dropWaysBack(std::vector<DirectedEdge>& vEdges) {
     vEdges.erase(std::remove_if(vEdges.begin(), vEdges.end(), isPassedBack), vEdges.end());
 }
 
-/// Spreads from the triangles of a list, from a place of it on, breadth first: appends every neighbour that has no mark yet,
-/// over every edge i of a triangle pT of the list with mayCross(pT, i, neighbour). Those in the list have their marks.
+/// Breadth-first search from the triangles of a list, from index begin on: appends every unmarked neighbour across an
+/// edge i of a listed triangle pT for which mayCross(pT, i, neighbour) is true, and marks it. The listed triangles are
+/// marked already.
 template <class MayCrossT>
 void spread(std::vector<Triangle2*>& vReached, size_t begin, AddressSet& sMarked, const MayCrossT& mayCross) {
     for (size_t k = begin; k < vReached.size(); ++k) {
@@ -88,7 +89,8 @@ void spread(std::vector<Triangle2*>& vReached, size_t begin, AddressSet& sMarked
     }
 }
 
-/// The same from different triangles, over all edges that are not blocked.
+/// Breadth-first search from a list of triangles over all edges that are not blocked; appends the triangles reached,
+/// those of the list included.
 inline void spread(const std::vector<Triangle2*>& vFrom, const EdgeSet& sBlocked, AddressSet& sMarked,
                    std::vector<Triangle2*>& vReached) {
     const size_t begin = vReached.size();
