@@ -15,7 +15,7 @@ HC2 makeCurve(const Bbox2& box) {
     return HC2(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), HILBERT_BITS);
 }
 
-/// Narrows a range to where nine tenths of a sample lie, with room for their extent on both sides.
+/// Narrows a range to the middle nine tenths of a sample, widened on both sides by their extent.
 void leaveStraysOut(std::vector<double>& vSample, double& min, double& max) {
     constexpr size_t MIN_SAMPLE_SIZE = 64;
     if (vSample.size() < MIN_SAMPLE_SIZE) return;

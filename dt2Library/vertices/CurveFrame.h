@@ -10,11 +10,12 @@ namespace LUMO_TARO25D {
 
 class GeomTest;
 
-/// The box that holds all points inserted so far, and the Hilbert curve that gives each of them a key. The curve lies over
-/// the box without its few stray points, which would flatten the cells of all others; strays get the keys of border cells.
+/// The box that holds all points inserted so far, and the Hilbert curve that gives each of them a key. The curve lies
+/// over the box without its few stray points, which would enlarge the cells of all others; strays get the keys of
+/// border cells.
 class CurveFrame {
   public:
-    /// Coordinates of some of the points, x and y each in any order.
+    /// Coordinates of a sample of the points, x and y each in any order.
     struct Sample {
         std::vector<double> vX, vY;
     };
@@ -26,12 +27,13 @@ class CurveFrame {
     const HC2& getCurve() const { return curve_; }
     unsigned getKey(const Point2& point) const { return curve_.iReset(point.x(), point.y()); }
 
-    /// Extends the box by a valid one and returns true, or returns false if that is inside already. With bDouble the new box
-    /// is doubled, so that a box that grows again and again does so a few times only. The curve has to be laid anew.
+    /// Extends the insertion box to cover a valid box; false if it did so already. With bDouble the new box is doubled,
+    /// so that repeated growth takes few steps. After true the caller lays the curve anew.
     bool enlargeBox(const Bbox2& box, bool bDouble);
     /// Lays the curve over the box, without strays.
     void layCurve(Sample sample);
-    /// Lays the curve anew if it has become far too wide or too narrow for the sample. Returns whether it has.
+    /// Lays the curve anew if its box is more than four times too wide or too narrow for the sample. Returns whether it
+    /// did.
     bool refreshCurve(Sample sample);
 
   private:

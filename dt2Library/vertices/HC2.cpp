@@ -9,7 +9,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-// State after, and key digit of, each quadrant: index 4 * state + quadrant.
+// The next state and the key digit of each quadrant: index 4 * state + quadrant.
 constexpr unsigned nextS[16] = {1, 0, 2, 0, 0, 3, 1, 1, 2, 2, 0, 3, 3, 1, 3, 2};
 constexpr unsigned addVls[16] = {0, 1, 3, 2, 0, 3, 1, 2, 2, 1, 3, 0, 2, 3, 1, 0};
 
@@ -69,7 +69,7 @@ unsigned HC2::iReset(double x, double y) const {
     const unsigned ix = xAxis_.cell(x);
     const unsigned iy = yAxis_.cell(y);
     unsigned state = 0, key = 0;
-    int bit = initialShift_ / 2;  // of ix and iy, from the top
+    int bit = initialShift_ / 2;  // the bit of ix and iy, from the highest down
     for (; (bit + 1) % 3 != 0; --bit) {
         const unsigned i = 4 * state + 2 * ((ix >> bit) & 1) + ((iy >> bit) & 1);
         key = 4 * key + addVls[i];

@@ -11,32 +11,32 @@
 
 namespace LUMO_TARO25D {
 
-/// Decides which height a vertex has where several meet, and keeps a record of those that differed.
+/// Decides which height a vertex gets where several points have its place, and records the heights that differed.
 class HeightBook {
   public:
     void setRule(HeightRule rule);
     HeightRule getRule() const { return rule_; }
-    /// Until the scope ends, heights that meet change and leave nothing: where an operation of the library brings heights of
-    /// the surface itself.
+    /// Until the scope ends, heights that meet are neither applied nor recorded. For operations of the library whose
+    /// points take their heights from the surface itself.
     [[nodiscard]] FlagScope pause() { return FlagScope(bPaused_); }
     bool isPaused() const { return bPaused_; }
-    /// From now on heights that meet change and leave nothing.
+    /// From now on heights that meet are neither applied nor recorded.
     void stop() { bPaused_ = true; }
 
-    /// A height has come to the place of a vertex, which takes the one that the rule asks for.
+    /// A point with height z has the place of a vertex: gives the vertex the height that the rule chooses.
     void meet(Point2* pVtx, double z);
-    /// Drops what was noted of a vertex that goes.
+    /// Drops the records of a vertex that is removed.
     void forget(const Point2* pVtx);
-    /// Appends the meetings of heights that differed by more than a tolerance, in the order of time.
+    /// Appends the recorded pairs of heights that differ by more than a tolerance, in chronological order.
     void getConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const;
 
   private:
     static constexpr std::uint32_t NONE = UINT32_MAX;
 
     struct Meeting {
-        HeightConflict conflict;  // without a vertex once that is gone
+        HeightConflict conflict;  // its vertex becomes null when the vertex is removed
         double zBefore;           // of the vertex
-        std::uint32_t iPrevious;  // the one before at the same vertex
+        std::uint32_t iPrevious;  // the previous meeting at the same vertex
     };
     /// The heights that met at a vertex under HR_MEAN.
     struct Sum {
@@ -49,7 +49,7 @@ class HeightBook {
     HeightRule rule_ = HR_FIRST;
     bool bPaused_ = false;
     std::vector<Meeting> vMeetings_;
-    PointerMap<std::uint32_t> mLast_;  // of the meetings at a vertex
+    PointerMap<std::uint32_t> mLast_;  // the last meeting at each vertex
     PointerMap<Sum> mSums_;
 };
 

@@ -11,7 +11,8 @@ namespace {
 constexpr unsigned DIGIT_BITS = 11;
 constexpr size_t NUM_DIGITS = size_t(1) << DIGIT_BITS;
 
-/// One pass: each thread counts the digits of its part, then moves its part to the places that are left for it.
+/// One pass of a radix sort: each thread counts the digits of its part, then moves its part to the places reserved for
+/// it.
 void sortByDigit(const KeyedIndex* from, size_t length, KeyedIndex* to, unsigned shift, int numThreads) {
     using Places = std::array<std::uint32_t, NUM_DIGITS>;
     std::vector<Places> vPlaces(numParallelParts(numThreads, length));

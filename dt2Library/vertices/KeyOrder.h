@@ -14,22 +14,21 @@
 
 namespace LUMO_TARO25D {
 
-/// A point on its way into spatial order: its key and its index in the caller's list.
+/// A point to be sorted: its key and its index in the caller's list.
 struct KeyedIndex {
     std::uint32_t key;
     std::uint32_t index;
 };
 
-/// Runs of equal keys up to this length are searched one by one. Longer ones, as when one stray point widens
-/// the box so much that all others share a few cells, are ordered by a second curve over the box of the run,
-/// and so on.
+/// Runs of equal keys up to this length are searched linearly. A longer run, as when one stray point widens the box so
+/// much that all others share a few cells, is ordered by a second curve over the box of the run, recursively.
 constexpr size_t MAX_RUN_OF_EQUAL_KEYS = 64;
 
 /// Sorts [first, last) by key; equal keys keep their order. Linear. The scratch vector only saves allocations.
 void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch, int numThreads);
 
-/// Widens the short side of a box that is longer than four times its width. With cells as flat as a long corridor, or as
-/// two sites far apart, the order would be that of one coordinate alone.
+/// Widens the short side of a box whose sides differ by more than a factor of four. In cells as flat as those of a long
+/// corridor, or of two sites far apart, one coordinate alone would decide the order.
 inline void widenShortSide(double minX, double minY, double& maxX, double& maxY) {
     constexpr double largest = std::numeric_limits<double>::max();
     const double halfX = 0.5 * maxX - 0.5 * minX, halfY = 0.5 * maxY - 0.5 * minY;
@@ -37,7 +36,7 @@ inline void widenShortSide(double minX, double minY, double& maxX, double& maxY)
     if (halfY < 0.25 * halfX) maxY = std::min(largest, minY + 2.0 * halfX);
 }
 
-/// The curve for a run of points: over their own box, so that not all of them share one key. Null when all are equal.
+/// The curve for a run of points: over their own box, so that not all of them share one key. Null if all are equal.
 template <class PointAt>
 std::unique_ptr<HC2> makeCurveOfRun(size_t begin, size_t end, const PointAt& pointAt) {
     double minX = pointAt(begin).x(), maxX = minX, minY = pointAt(begin).y(), maxY = minY;
@@ -53,20 +52,19 @@ std::unique_ptr<HC2> makeCurveOfRun(size_t begin, size_t end, const PointAt& poi
     return std::make_unique<HC2>(minX, minY, maxX, maxY, 30);
 }
 
-/// Puts points into spatial order: by key, inside a long run of equal keys by the curve of the run, and the
-/// few points of a short run by x, y and index. So equal positions stand side by side, the first in input
-/// order in front.
+/// Sorts points into spatial order: by key, in a long run of equal keys by the curve of the run, in a short run by x, y
+/// and index. Equal positions are therefore adjacent, in input order.
 template <class PointAt>
 class KeyOrder {
   public:
     /// pointAt(index) is the point of an entry.
     explicit KeyOrder(const PointAt& pointAt, int numThreads = 1) : pointAt_(pointAt), numThreads_(numThreads) {}
 
-    /// Orders [first, last), whose keys are set. Linear but for the short runs.
+    /// Sorts [first, last), whose keys are set. Linear, except for the sorting of short runs.
     void sort(KeyedIndex* first, KeyedIndex* last) {
         sortByKey(first, last, vScratch_, numThreads_);
         const size_t length = static_cast<size_t>(last - first), numParts = numParallelParts(numThreads_, length);
-        std::vector<KeyedIndex*> vCuts(numParts + 1, last);  // at ends of runs, so that each run belongs to one thread
+        std::vector<KeyedIndex*> vCuts(numParts + 1, last);  // between runs, so that each run belongs to one thread
         for (size_t t = 0; t < numParts; ++t) {
             vCuts[t] = first + length / numParts * t;
             while (vCuts[t] > first && vCuts[t] < last && vCuts[t]->key == vCuts[t][-1].key) ++vCuts[t];
@@ -136,7 +134,7 @@ class KeyIndex {
             for (size_t i = first; i < last; ++i) vKeys_[i] = keyAt(begin + i);
         });
         buildBuckets(numThreads);
-        // A long run has one of these positions within so many of its first ones.
+        // Every long run contains one of these positions.
         for (size_t i = 0; i < vKeys_.size(); i += MAX_RUN_OF_EQUAL_KEYS) {
             const size_t first = beginOfRun(i), last = endOfRun(i);
             if (last - first <= MAX_RUN_OF_EQUAL_KEYS) continue;
@@ -145,8 +143,8 @@ class KeyIndex {
         }
     }
 
-    /// The positions [first, second) of the items that share the key of (x, y) down to the finest curve; an
-    /// empty range where such items would stand when there are none. Logarithmic.
+    /// The positions [first, second) of the items that share the key of (x, y) down to the finest curve; if there are
+    /// none, an empty range at the place where they would be. Logarithmic.
     std::pair<size_t, size_t> find(std::uint32_t key, double x, double y) const;
 
   private:
@@ -170,8 +168,8 @@ class KeyIndex {
 
     size_t begin_ = 0;
     LargeVector<std::uint32_t> vKeys_;
-    // The first position of the keys that have the same leading bits, about eight of them on the average, and
-    // one more entry for the end: the search looks at one cache line here and at one or two of the keys.
+    // The first position of the keys that have the same leading bits, about eight keys on average, and one more entry
+    // for the end: a search reads one cache line here and one or two of the keys.
     LargeVector<std::uint32_t> vBucketStart_;
     unsigned bucketShift_ = 0;
     std::vector<Run> vRuns_;  // in order of position

@@ -1,3 +1,16 @@
+// The register of vertices: registration, order, and the box and curve on which the order rests.
+//
+// The register is a list of items, one for each vertex, sorted by Hilbert key up to the last sort; later items follow
+// unsorted. A sort is due when the list has grown by a third or half of it was removed, so that its amortised cost is
+// constant for each vertex. A vertex knows its position in the list, so that removal needs no search; a removed item
+// becomes inactive and is dropped by the next sort. The sorted part has an index over its keys (KeyIndex).
+//
+// A bulk is registered as a whole (iReset_vector): keys, sort, then records in curve order, so that neighbours in the
+// plane are neighbours in memory. Equal positions within the bulk are adjacent after the sort and become one vertex.
+// All passes run on several threads and give the same result on any number of them.
+//
+// A point outside the box enlarges it. Then the curve is laid anew, all keys are recomputed and the list is sorted.
+
 #include "vertices/VertexVault.h"
 
 #include <algorithm>
@@ -16,7 +29,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-// Points are read in curve order, which is random in memory: so many reads are under way at once.
+// The number of reads in flight: points are read in curve order, which is random in memory.
 constexpr size_t PREFETCH_DISTANCE = 48;
 
 }  // namespace
@@ -56,7 +69,7 @@ size_t VertexVault::enlargeBoxForBulk(const PointSource& source) {
     for (const Bbox2& partBox : vBoxes) {
         if (partBox.isValid()) box + partBox;
     }
-    // A box that grows again and again is doubled, or each batch would cost as much as all before it.
+    // A box that grows repeatedly is doubled, or each batch would cost as much as all batches before it.
     const bool bGrowsAgain = getInsertionBox().isValid();
     if (box.isValid() && frame_.enlargeBox(box, bGrowsAgain)) reconfiguration(&source);
     return std::accumulate(vNumRefused.begin(), vNumRefused.end(), size_t(0));
@@ -190,7 +203,7 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
     const auto isDuplicate = [&](size_t i) {
         return i > 0 && vKeyed[i].key == vKeyed[i - 1].key && source[vKeyed[i].index] == source[vKeyed[i - 1].index];
     };
-    // The first pass counts the vertices of each part, so that the second one knows where they go.
+    // The first pass counts the vertices of each part, which gives the second pass their places.
     std::vector<size_t> vNumBefore(numParallelParts(numThreads_, n) + 1, 0);
     parallelFor(numThreads_, n, [&](size_t begin, size_t end, int part) {
         size_t count = 0;
@@ -232,8 +245,7 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
     }
 }
 
-/// First those of vertices that were there before the call, which come first at each place, then the others in the order of
-/// the points.
+/// Duplicates of vertices that were there before the call come first, then the others in the order of the points.
 void VertexVault::meetHeights() {
     std::vector<std::pair<Point2*, Point2*>> vPairs(mDuplicates_.begin(), mDuplicates_.end());
     std::sort(vPairs.begin(), vPairs.end(), [](const auto& a, const auto& b) { return *a.first < *b.first; });
@@ -264,7 +276,7 @@ void VertexVault::sortIV(SortMode mode) {
     }
     mtSort(vKeyed);
     numSorted_ = vItems_.size();
-    resortLimit_ = INT_MAX;  // from here on growth and removals alone decide
+    resortLimit_ = INT_MAX;  // from now on only growth and removals make a sort due
     rebuildIndex();
 }
 

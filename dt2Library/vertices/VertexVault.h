@@ -27,7 +27,7 @@ struct IdxVtxAct {
 
 static_assert(sizeof(IdxVtxAct) == 16, "register items are laid out for cache density");
 
-/// Points on their way into the register: a vector of points, or an array of (x, y, z) triples. Not owned.
+/// Points to be registered: a vector of points, or an array of (x, y, z) triples. Not owned.
 class PointSource {
   public:
     explicit PointSource(const std::vector<Point2>& vPoints)
@@ -55,20 +55,20 @@ class PointSource {
     size_t numPoints_;
 };
 
-/// The register of all vertices of a triangulation, and the owner of their records: in the order of their Hilbert keys up
-/// to the last sort, with newer ones behind. It tells whether a position is taken (equal x and y), keeps the duplicates of
-/// a running bulk insertion, and knows a triangle near any position, from which a walk starts.
+/// The register of all vertices of a triangulation, and the owner of their records: in the order of their Hilbert keys
+/// up to the last sort, with newer ones behind. It finds the vertex at a position (equal x and y), keeps the duplicates
+/// of a running bulk insertion, and gives a triangle near any position, from which a walk starts.
 class VertexVault {
   public:
     enum SortMode {
         SM_ALWAYS = 0,
-        SM_IF_DUE = 1  // only when the list has grown or thinned out enough since the last sort
+        SM_IF_DUE = 1  // only if the list has grown or shrunk enough since the last sort
     };
 
     /// The predicates are not owned; the vault raises their bound as its box grows.
     VertexVault(GeomTest& geomTest, unsigned numExpectedVertices);
 
-    /// On how many threads long lists are sorted and filled.
+    /// The number of threads that sort and fill long lists.
     void setNumThreads(int n) { numThreads_ = n; }
 
     /// True once there are triangles; before that all vertices are collinear.
@@ -81,8 +81,7 @@ class VertexVault {
     /// The box that holds all vertices.
     const Bbox2& getInsertionBox() const { return frame_.getInsertionBox(); }
     const HC2& getHilbertCurve() const { return frame_.getCurve(); }
-    /// Extends the box to a finite point; a box that grows is doubled and gets a new curve, in whose order the items are
-    /// sorted.
+    /// Extends the box to a finite point. A box that grows is doubled, and the items are sorted along a new curve.
     void enlargeBoxForPoint(const Point2& point);
     /// Extends the box to all finite points of a bulk. Returns how many points are not finite.
     size_t enlargeBoxForBulk(const PointSource& source);
@@ -93,13 +92,13 @@ class VertexVault {
 
     /// Makes a vertex that has no item yet.
     Point2* createVertex(const Point2& point);
-    /// Makes a vertex with an item. The caller has the vault sorted afterwards if that is due.
+    /// Makes a vertex with an item. The caller calls sortIV afterwards.
     Point2* createRegisteredVertex(const Point2& point);
-    /// Takes the record of a vertex back that has no item.
+    /// Recycles the record of a vertex that has no item.
     void recycleVertex(Point2* pVtx) { vRecycledVertices_.push_back(pVtx); }
     /// Appends an item for a vertex.
     void addItem(unsigned idx, Point2* vtx);
-    /// Takes a vertex out; the pointer stands for nothing afterwards.
+    /// Removes a vertex; the pointer is invalid afterwards.
     void removeAndInvalidateVtx(Point2* pVtx);
     /// Makes vertices of many points and appends them in spatial order. Equal positions among them become one
     /// vertex, the first in input order; so do positions that are taken already, as long as there are no
@@ -130,23 +129,23 @@ class VertexVault {
     /// @name Duplicates of a running insertion
     /// @{
 
-    /// Which heights vertices take where several meet.
+    /// The rule and the record for several heights at one place.
     HeightBook& getHeightBook() { return heightBook_; }
     const HeightBook& getHeightBook() const { return heightBook_; }
 
-    /// Notes that dup stands at the position of orig. May be called from several threads.
+    /// Notes that dup has the position of orig. Several threads may call it at once.
     void registerDup(Point2* dup, Point2* orig);
     bool dupIsClean() const { return mDuplicates_.empty(); }
-    /// Resolves the only duplicate: discards its record and returns the vertex that stands there.
+    /// Resolves the only duplicate: discards its record and returns the vertex at its position.
     Point2* treatOneDupGetHandle(Point2* dup);
     /// Replaces duplicates among the handles, discards their records and forgets them. The handles may be null.
     void treatDupsAndHandles(size_t firstNew, Point2** aHandles, size_t numHandles);
 
-    /// After a failure: takes out the items from firstNew on whose vertices have no triangle, forgets duplicates, and
-    /// clears the handles of what is gone.
+    /// After a failure: removes the items from firstNew on whose vertices have no triangle, forgets duplicates, and
+    /// sets the handles of removed vertices to null.
     void dropUninserted(size_t firstNew, Point2** aHandles, size_t numHandles);
 
-    /// The vertex at whose position a registered duplicate stands; any other vertex itself.
+    /// The original of a registered duplicate; any other vertex itself.
     Point2* getOriginal(Point2* pVtx) const;
 
     /// @}
@@ -164,38 +163,38 @@ class VertexVault {
     const SimplePool<Point2>& getVertexPool() const { return vertexPool_; }
 
     void showData(const std::string& name) const;
-    /// Checks positions, order and counts; reports what is wrong.
+    /// Checks positions, order and counts; reports the number of errors.
     bool checkVault() const;
     void debugDups() const;
 
     /// @}
 
   private:
-    /// The height of a point that has become a vertex of another one in the same call.
+    /// The height of a point at whose place an earlier point of the same call made a vertex.
     struct MetHeight {
         std::uint32_t index;  // of the point
-        Point2* pVtx;         // of the other one; may be a duplicate itself
+        Point2* pVtx;         // that vertex; may itself be a duplicate
         double z;
     };
 
     bool isSortDue() const;
-    /// Lets the heights of all duplicates of a bulk meet those of the vertices that stay.
+    /// Applies the height rule to all duplicates of a bulk and the vertices at their places.
     void meetHeights();
     /// The finite points in spatial order.
     LargeVector<KeyedIndex> orderPoints(const PointSource& source) const;
     Point2* findStoredOrCreate(unsigned key, const Point2& point);
-    /// Makes vertices of ordered points, equal positions into one, on all threads.
+    /// Makes vertices of sorted points, one for equal positions, on all threads.
     void iReset_vector_mt(const PointSource& source, const LargeVector<KeyedIndex>& vKeyed, Point2** aHandles);
-    /// Puts the listed items, and only these, into order, on all threads.
+    /// Sorts the listed items and makes them the content of the register, on all threads.
     void mtSort(LargeVector<KeyedIndex>& vKeyed);
     void recomputeKeys();
     void rebuildIndex();
     void recycle(IdxVtxAct* pItem);
     void replaceDuplicateVertexHandlesFullDim(Point2** aHandles, size_t numHandles);
     Triangle2* triangleAt(size_t position) const;
-    /// Coordinates of some vertices and of some points that are about to be inserted, if any are.
+    /// Coordinates of a sample of the vertices and of the points that are about to be inserted, if any.
     CurveFrame::Sample takeSample(const PointSource* pComing) const;
-    /// Lays the curve anew, and recomputes and sorts all keys.
+    /// Lays the curve anew, recomputes all keys and sorts.
     void reconfiguration(const PointSource* pComing);
 
     GeomTest& geomTest_;
@@ -218,7 +217,7 @@ class VertexVault {
     int numItems_ = 0;
     int resortLimit_ = -1;
     bool bFullDimensional_ = false;
-    size_t numKnownCollinear_ = 0;  // so many items at the front lie on one line
+    size_t numKnownCollinear_ = 0;  // the first items up to here lie on one line
 };
 
 }  // namespace LUMO_TARO25D

@@ -1,4 +1,11 @@
-// Finding vertices in the vault, and the duplicates that insertion has met.
+// Finding vertices in the vault, and the duplicates of a running insertion.
+//
+// A look-up by position searches the key index of the sorted items, and the unsorted ones one by one where these count.
+// In the collinear phase all items are sorted whenever it matters; later the triangulation itself finds vertices, and
+// the vault only gives a triangle near a place.
+//
+// A duplicate is an item whose vertex was found, on insertion, to have the position of another one. It never gets a
+// triangle; at the end of the operation its handles are replaced, and its records recycled.
 
 #include <algorithm>
 #include <iostream>
@@ -46,9 +53,9 @@ Triangle2* VertexVault::triangleAt(size_t position) const {
 Triangle2* VertexVault::getCloseTriangle(const Point2& place) const {
     const unsigned idx = frame_.getKey(place);
     size_t middle = keyIndex_.find(idx, place.x(), place.y()).first;
-    // The item before may be nearer along the curve.
+    // The previous item may be nearer along the curve.
     if (middle > 0 && middle < numSorted_ && idx - vItems_[middle - 1]->idx < vItems_[middle]->idx - idx) --middle;
-    // Growing strides: where many vertices in a row have been removed, the next one is far but soon found.
+    // Growing strides find the next vertex fast where many in a row have been removed.
     for (size_t distance = 0; distance < numSorted_; distance += 1 + distance / 8) {
         if (middle + distance < numSorted_) {
             if (Triangle2* pT = triangleAt(middle + distance)) return pT;
