@@ -1,10 +1,10 @@
 // Insertion of many points.
 //
-// The points are first put into curve order, records included, so that neighbours in the plane are neighbours in memory; then
-// the middle one is inserted first and both halves after it, which keeps walks short (2.6 steps) without the long fans of
-// triangles that a straight sweep along the curve would build and flip away again. All of it takes expected linear time
-// except for the location of points from scratch, O(log n). On several threads InserterMT inserts chunks of the curve
-// in this way, in a box of four vertices that stand around all points meanwhile.
+// The points are first put into curve order, records included, so that neighbours in the plane are neighbours in
+// memory; then the middle one is inserted first and both halves after it, which keeps walks short (2.6 steps) without
+// the long fans of triangles that a straight sweep along the curve would build and flip away again. All of it takes
+// expected linear time except for the location of points from scratch, O(log n). On several threads InserterMT inserts
+// chunks of the curve in this manner, inside a temporary box of four vertices around all points.
 
 #include "mesh/BulkInserter.h"
 
@@ -99,9 +99,9 @@ void BulkInserter::prepareThreads(size_t numNew, size_t numPreExisting) {
     pInserterMT_->createFakeBox(vault_.getInsertionBox());
 }
 
-/// Each chunk looks at the triangles around its box before it starts. In the coarse mesh that comes first these are few,
-/// in a mesh that is there already many. Wall time of two threads with chunks as a share of that without (medians; what
-/// comes before insertion is on both threads):
+/// Each chunk examines the triangles around its box before it starts. These are few in the coarse mesh of a first
+/// insertion, but many in a mesh that exists already. Wall time of two threads with chunks as a share of the time
+/// without (medians; registration runs on both threads in both cases):
 ///
 ///     new vertices    into a mesh of    uniform    clustered    grid    survey lines
 ///           15,000                 0       1.04         1.01    0.98            0.96
@@ -131,14 +131,14 @@ void BulkInserter::triangulateGate(ItemIterator begin, ItemIterator end, Triangl
 void BulkInserter::leaveFakeBox(ItemIterator begin, ItemIterator end) {
     pInserterMT_->removeFakeBox();
     if (Triangle2* pT = mesh_.getOneValidTriangle()) return triangulateRest(begin, end, pT);
-    // They were collinear and have lost their triangles, with those that stood there before.
+    // All vertices inserted so far are collinear and lost their triangles with the box.
     Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;
     vault_.getThreeInitialPoints(p0, p1, p2);
     triangulateRest(vault_.getData().data(), end, mesh_.createTriangle(p0, p1, p2));
 }
 
-/// What is not in the mesh goes, as if it had not been asked for. Only the points that stood on a line before are all put
-/// into the mesh, if there is one now.
+/// Vertices that are not in the mesh yet are dropped, as if they had not been asked for. Those of a former collinear
+/// phase stay: they are all inserted, if there is a mesh now.
 void BulkInserter::abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles) {
     mesh_.getProgress().reset();
     mesh_.forgetFlips();
@@ -179,7 +179,7 @@ void BulkInserter::triangulateRec(ItemIterator begin, ItemIterator end, Triangle
     Triangle2* pIncT = insertItem(middle, pStartT);
     TARO_ASSERT_TEXT(pIncT != nullptr, "pIncT!=NULL");
     triangulateRec(begin, middle, pIncT);
-    // Flips have moved the triangle since; the vertex knows a better one, unless it was a duplicate.
+    // Flips have moved that triangle meanwhile; the vertex has a nearer one, unless it was a duplicate.
     if (Triangle2* pT = (*middle)->vtx->getIncidentTriangle()) pIncT = pT;
     triangulateRec(middle + 1, end, pIncT);
 }

@@ -21,17 +21,18 @@ class BulkInserter {
     explicit BulkInserter(Dt2& mesh);
     ~BulkInserter();
 
-    /// Inserts points; aHandles is null or has one place for each point, and pNewVertices, unless it is null, gets the
-    /// vertices that were not there before appended. Points that are not finite are left out, with a
-    /// warning. After an exception the mesh is valid, and has no vertices of points that were not inserted yet.
+    /// Inserts points. aHandles is null or has one place for each point; the new vertices are appended to pNewVertices
+    /// unless it is null. Points that are not finite are left out, with a warning. After an exception the mesh is valid
+    /// and keeps the vertices inserted so far.
     void insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr);
-    /// Leaves the collinear phase if it can, and inserts all vault items, the first numPreExistingVtx of them first.
+    /// Leaves the collinear phase if three vertices are not collinear, and inserts all vault items, the first
+    /// numPreExistingVtx of them first.
     bool createFullDimTriangle(size_t numPreExistingVtx);
 
     /// Inserts the vertices of a range of vault items that are not in the mesh yet, starting the search at pStartT: the
     /// middle one first, then the left and the right half. Counts the progress.
     void triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
-    /// Inserts those of a range that neither are in the mesh yet nor have been found to be duplicates.
+    /// Inserts the vertices of a range that are neither in the mesh nor known as duplicates.
     void triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
 
     /// Ranges up to this size are inserted one after the other.
@@ -41,18 +42,18 @@ class BulkInserter {
     void triangulateNew(size_t numPreExisting);
     /// Makes the four corners around all points, if the insertion is to run on several threads.
     void prepareThreads(size_t numNew, size_t numPreExisting);
-    /// Inserts a range, on several threads if the mesh stands in the box for that.
+    /// Inserts a range, on several threads if the mesh has the fake box.
     void triangulateGate(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
-    /// Goes on without the box, from the few vertices that are there already.
+    /// Removes the fake box and inserts the rest on this thread, starting from the few vertices already inserted.
     void leaveFakeBox(ItemIterator begin, ItemIterator end);
-    /// Takes what has not been inserted out of the vault, after a failure.
+    /// After a failure: removes from the vault the vertices that have not been inserted.
     void abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles);
     bool areChunksFaster(size_t numNew, size_t numPreExisting) const;
     bool hasFakeBox() const;
 
     Dt2& mesh_;
     VertexVault& vault_;
-    std::unique_ptr<InserterMT> pInserterMT_;  // null where one thread does it all
+    std::unique_ptr<InserterMT> pInserterMT_;  // null if one thread inserts all points
 };
 
 }  // namespace LUMO_TARO25D

@@ -1,11 +1,11 @@
 // A chunk inserts its vertices into a mesh that other threads change at the same time, without locks.
 //
 // Each vertex is inserted as on one thread, by a split and Lawson flips. But before a flip the corner that it would
-// bring in is tested against the extended box of the chunk. If it is outside, the flips are taken back in reverse order
-// and then the split, and the vertex is left to the calling thread, which inserts it when no chunk runs any more.
+// bring in is tested against the extended box of the chunk. If it is outside, the flips and the split are undone in
+// reverse order, and the vertex is left to the calling thread, which inserts it when all chunks have ended.
 //
 // Why that is safe. Chunks run at the same time only if their extended boxes, closed sets, have no point in common. The
-// chunk with the box A writes, also while it takes something back,
+// chunk with the box A writes, also while it undoes changes,
 //   - corners and links of triangles whose three corners are in A, fresh ones included, and the incident triangle of
 //     vertices in A;
 //   - of a triangle around them the one link across an edge with both ends in A.
@@ -18,9 +18,9 @@
 // belong to the chunk alone. The map of duplicates has a mutex of its own. What a thread wrote is seen by the next one
 // through the mutex of the inserter.
 //
-// The extended box must hold what the insertions change, or too many are left over. A circumcircle that contains a
-// point of the chunk's box meets the border of that box or lies inside; circles become smaller as the mesh grows, so
-// what the coarse mesh tells before the start stays true.
+// The extended box must contain nearly all triangles that the insertions change, or too many vertices are left over. A
+// circumcircle that contains a point of the chunk's box meets the border of that box or lies inside. Circles become
+// smaller as the mesh grows, so that a box computed from the coarse mesh before the start stays large enough.
 
 #include "mesh/Chunk.h"
 
@@ -39,22 +39,23 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-// Beyond these, a chunk stops looking and takes the whole mesh for its box, a walk ends, and all that is left of a
-// chunk goes to the calling thread: so that odd distributions of points cost little more than on one thread.
+// Limits that keep unusual distributions of points nearly as fast as on one thread. Beyond them a chunk takes the whole
+// mesh as its box, a walk ends, the flips for a vertex are undone, and the rest of a chunk is left to the calling
+// thread.
 constexpr size_t MAX_GROWTH = 2000;
 constexpr int MAX_STEPS = 500;
 constexpr int MAX_FLIPS = 60;
 constexpr size_t MAX_DEFERRED = 100;
 
-// The box of a chunk's vertices is that of every so many of them; the few beyond it are within what is added for the
-// circles.
+// The box of a chunk is that of a sample of its vertices, every BOX_SAMPLE_STEP-th; vertices just outside are covered
+// by the growth for the circles.
 constexpr size_t BOX_SAMPLE_STEP = 8;
 constexpr double BALL_MARGIN = 0.05;
 constexpr double BOX_MARGIN = 1.02;
 constexpr int CODE_LEAVES_BOX = 5;
 
-/// The circumcircle, to within a thousandth of its radius; false for a triangle too flat for that. The
-/// margins of the extended box allow for it, and unlike the circumcentre that clients get, it depends on no scale.
+/// The circumcircle in doubles, widened by BALL_MARGIN, which exceeds its error of a thousandth of the radius; false
+/// for a triangle too flat for that.
 bool getBall(const Triangle2* pT, Point2& center, double& radius) {
     const Point2& a = *pT->getCorner(0);
     const double ux = pT->getCorner(1)->x() - a.x(), uy = pT->getCorner(1)->y() - a.y();
@@ -63,7 +64,8 @@ bool getBall(const Triangle2* pT, Point2& center, double& radius) {
     if (!(det > MIN_BALL_DETERMINANT * (std::abs(ux * vy) + std::abs(uy * vx)))) return false;
     const double x = (vy * uu - uy * vv) / (2.0 * det), y = (ux * vv - vx * uu) / (2.0 * det);
     center = Point2(a.x() + x, a.y() + y, 0.0);
-    // The margin is a share of the radius, or of the longest side where the radius is far greater, as at the hull.
+    // The margin is a share of the radius, or of the longer of two sides where the radius is greater still, as at the
+    // hull.
     radius = std::sqrt(x * x + y * y);
     radius += BALL_MARGIN * std::min(radius, std::sqrt(std::max(uu, vv)));
     return std::isfinite(radius);
@@ -75,10 +77,10 @@ bool isMostOf(const Bbox2& box, const Bbox2& whole) {
            box.getMaxY() - box.getMinY() > 0.5 * (whole.getMaxY() - whole.getMinY());
 }
 
-/// How far a value is outside a range.
+/// The distance from a value to a range; 0 inside.
 double distanceToRange(double value, double min, double max) { return std::max({min - value, 0.0, value - max}); }
 
-/// Extends a box to the part of a disc that lies in the whole box: of a huge disc beyond the hull, a flat cap.
+/// Extends a box to the part of a disc that lies in the whole box; of a huge disc outside the hull this is a flat cap.
 void addBall(Bbox2& box, const Point2& center, double radius, const Bbox2& whole) {
     const double dx = distanceToRange(center.x(), whole.getMinX(), whole.getMaxX());
     const double dy = distanceToRange(center.y(), whole.getMinY(), whole.getMaxY());
@@ -92,7 +94,8 @@ void addBall(Bbox2& box, const Point2& center, double radius, const Bbox2& whole
     addClamped(center.x() + halfX, center.y() + halfY);
 }
 
-/// A set of triangles by open addressing: a chunk visits too few to make an ordinary one worth its allocations.
+/// A set of triangles with open addressing: a chunk visits so few that the allocations of a standard set would
+/// dominate.
 class TriangleSet {
   public:
     /// Returns false if the triangle is in the set already.
@@ -144,7 +147,7 @@ void Chunk::determineExtBox() {
     Bbox2 box;
     box.add(*pAnchor_);
     for (size_t i = start_; i < end_; i += BOX_SAMPLE_STEP) box.add(*vItems_[i]->vtx);
-    extBox_ = engineBox_;  // keeps nothing out yet
+    extBox_ = engineBox_;  // holds everything for the walk
     Triangle2* pT = pAnchor_->getIncidentTriangle();
     const Point2 corner = box.getMinPoint();
     if (locateInsideConflictT(&corner, pT) == CODE_LEAVES_BOX) return runAlone();
@@ -159,8 +162,8 @@ void Chunk::runAlone() {
     bRunsAlone_ = true;
 }
 
-/// Circles that meet a common set hang together through neighbours: here those that meet the border of the box, found
-/// from a triangle at one of its corners.
+/// Triangles whose circles meet a common set are connected across edges; so all those whose circles meet the border of
+/// the box are found from a triangle at one of its corners.
 void Chunk::grow(const Bbox2& box, Triangle2* pStartT) {
     std::vector<Triangle2*> vQueue{pStartT};
     TriangleSet visited;
@@ -236,7 +239,7 @@ void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
     localTriangulateRec(middle + 1, end, pIncT);
 }
 
-/// The box holds almost all that are asked for, so that one branch is cheaper than four.
+/// Nearly all points asked for are in the box, so that one branch is cheaper than four.
 inline bool Chunk::isInBox(const Point2* p) const {
     const bool bRight = extBox_.getMinX() <= p->x(), bLeft = p->x() <= extBox_.getMaxX();
     const bool bAbove = extBox_.getMinY() <= p->y(), bBelow = p->y() <= extBox_.getMaxY();
@@ -253,7 +256,7 @@ Triangle2* Chunk::getStartTriangle() const {
     Triangle2* pT = pFirst;
     do {
         if (isInBox(pT)) return pT;
-        // Across the edge from the corner after next to the anchor, counterclockwise.
+        // The next triangle counterclockwise around the anchor.
         pT = pT->getOppositeTriangle(incIndexBy1(pT->getIntraTriangleIndex(pAnchor_)));
     } while (pT && pT != pFirst);
     return nullptr;
@@ -263,7 +266,7 @@ Triangle2* Chunk::getStartTriangle() const {
 /// to go on from.
 Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
     Triangle2* pT = pHint;
-    // Where so many have to be left, long walks would only delay the others.
+    // After many deferred vertices, further walks would only delay other chunks.
     const bool bTry = pT && numDeferred_ < MAX_DEFERRED;
     const int code = bTry ? locateInsideConflictT(pVtx, pT) : CODE_LEAVES_BOX;
     ++numNotReported_;
@@ -279,8 +282,8 @@ Triangle2* Chunk::localInsertVertex(Point2* pVtx, Triangle2* pHint) {
     return pHint;
 }
 
-/// A walk like that of the engine, but a step out of the box, or too many, end it. It cannot go in circles: chunks are
-/// inserted where there are no constraints, so that the mesh is Delaunay (Devillers, Pion, Teillaud 2002).
+/// A walk like that of the engine, except that it ends at a step out of the box or after MAX_STEPS. It cannot cycle:
+/// without constraints, as here, the mesh is Delaunay (Devillers, Pion, Teillaud 2002).
 int Chunk::locateInsideConflictT(const Point2* p, Triangle2*& pT) {
     int i = 0;
     for (int numEdges = 3, numSteps = 0; numEdges > 0;) {
@@ -310,8 +313,8 @@ Triangle2* Chunk::localCreateTriangleMT() {
 }
 
 /// Splits the triangle, which is in the box, at v, and flips. Where v is on an edge, the split leaves a flat triangle
-/// there, but the edge is sure to be flipped: v is inside every circle through its ends. If something outside the box
-/// would have to change, or too much, takes everything back and returns false.
+/// there, but the edge is sure to be flipped: v is inside every circle through its ends. If a triangle outside the box
+/// would have to change, or after MAX_FLIPS, undoes everything and returns false.
 bool Chunk::localInitVCheckT13(Triangle2* pT, Point2* v) {
     Triangle2 *pBC = localCreateTriangleMT(), *pCA = localCreateTriangleMT();
     splitTriangle(pT, v, pBC, pCA);

@@ -24,20 +24,20 @@ class Chunk {
     const Bbox2& getExtBox() const { return extBox_; }
     /// Computes the extended box; the mesh must not change meanwhile. Chunks may do so at the same time.
     void determineExtBox();
-    /// Whether the extended box is so large that no other chunk is expected beside it: all its vertices are for the
-    /// calling thread then.
+    /// Whether the extended box is so large that hardly any chunk could run beside it; the calling thread then inserts
+    /// all its vertices.
     bool runsAlone() const { return bRunsAlone_; }
-    /// Takes the records that the insertions can need from the engine; on the calling thread, before they start.
+    /// Takes all records that the insertions can need from the engine; called on the calling thread before the
+    /// insertions start.
     void takeTriangles() {
         if (!bRunsAlone_) triangles_ = pDt2_->takeTriangleRecords(2 * (end_ - start_));
     }
 
     /// Inserts the vertices, on any thread, while no chunk with a touching extended box runs.
     void insert();
-    /// Gives the records that were not needed to the engine, and inserts what the chunk had to leave; on the
-    /// calling thread.
+    /// Returns unused records to the engine and inserts the deferred vertices; called on the calling thread.
     void finalize();
-    /// The first part of that, which is due even after a failure.
+    /// Returns unused records to the engine; required after a failure too.
     void giveBackTriangles();
 
   private:

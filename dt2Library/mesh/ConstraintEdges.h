@@ -10,13 +10,13 @@ namespace LUMO_TARO25D {
 
 /// The edges of a mesh that are constraints.
 ///
-/// Whether an edge is a constraint is asked for every edge that a flip or a walk looks at, and the answer is nearly always
-/// no. A bitmap over vertex addresses settles most questions without a search: a clear bit says that no constraint edge
-/// has ever ended at the vertex. Vertices are 40 bytes and come from a few blocks, so the low bits of an address divided
-/// by 32 tell all vertices of a few hundred thousand apart. A hash table answers the rest.
+/// Whether an edge is a constraint is asked for every edge that a flip or a walk looks at, and the answer is nearly
+/// always no. A bitmap over vertex addresses settles most questions without a search: a clear bit says that no
+/// constraint edge has ever ended at the vertex. Vertices are 40 bytes and come from a few blocks, so the low bits of
+/// an address divided by 32 are distinct for a few hundred thousand vertices. A hash table answers the rest.
 class ConstraintEdges {
   public:
-    /// False as long as none has been added: then no edge is a constraint.
+    /// False until the first edge is added; until then no edge is a constraint.
     bool isInUse() const { return aVertexBits_ != nullptr; }
     /// Whether there is a constraint edge between two vertices, in any order, whose flag is set.
     bool contains(const Point2* p0, const Point2* p1) const {
@@ -25,8 +25,8 @@ class ConstraintEdges {
         return pSet && *pSet;
     }
 
-    /// Adds the edge between two vertices, which is not there yet. It counts while the flag is set, which belongs to the
-    /// caller and has to last.
+    /// Adds the edge between two vertices, which must be new. It is a constraint while *pSet is true; the flag belongs
+    /// to the caller and must outlive the entry.
     void add(const Point2* p0, const Point2* p1, const bool* pSet) {
         if (!aVertexBits_) aVertexBits_ = std::make_unique<std::uint64_t[]>(NUM_WORDS);
         for (const Point2* pEnd : {p0, p1}) {
@@ -35,7 +35,7 @@ class ConstraintEdges {
         }
         flags_.add(p0, p1, pSet);
     }
-    /// Takes an edge out for good; nothing happens if it is not there.
+    /// Removes an edge, if it is there.
     void erase(const Point2* p0, const Point2* p1) { flags_.erase(p0, p1); }
     /// Makes room for n edges.
     void reserve(size_t n) { flags_.reserve(n); }

@@ -6,17 +6,18 @@ namespace LUMO_TARO25D {
 
 class Point2;
 
-/// What the mesh asks and tells whoever keeps its constraints. That an edge is a constraint is known to the mesh itself
-/// (ConstraintEdges); to whom the edge belongs is not.
+/// The interface through which the mesh reaches the manager of its constraints. The mesh itself knows which edges are
+/// constraints (ConstraintEdges), but not to which segments and graphs they belong.
 class ConstraintKeeper : public MeshSlot {
   public:
-    /// Whether a constraint ends at a vertex or did so once. Such a vertex is not removed.
+    /// Whether a constraint ends, or once ended, at a vertex. Such a vertex is not removed.
     virtual bool isConstraintVertex(const Point2* pVtx) const = 0;
-    /// Takes note that a vertex stands on the constraint edge between two others now, which must be split there.
+    /// Splits the constraint edge between two vertices at a vertex that now lies on it.
     virtual void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) = 0;
-    /// Takes note that a constraint edge is not Delaunay. It is not flipped.
+    /// Notes that a constraint edge is not Delaunay; the mesh does not flip it.
     virtual void rememberEncroached(const Point2* p0, const Point2* p1) = 0;
-    /// Takes note that a client has inserted a point at a vertex, which therefore outlives the constraints that end there.
+    /// Notes that a client has inserted a point at a vertex, which therefore stays when the constraints that end there
+    /// are removed.
     virtual void noteClientsPoint(const Point2* pVtx) = 0;
 };
 

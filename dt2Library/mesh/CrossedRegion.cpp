@@ -2,10 +2,11 @@
 //
 // The polygon on one side is weakly visible from the segment: every vertex of it belongs to a triangle that the segment
 // crosses. Therefore a convex vertex is always an ear, and cutting them off in one pass with a stack triangulates it in
-// linear time (Toussaint, Avis 1982). The border of the region may pass both sides of an edge inside it, or a vertex more
-// than once. Border entries name triangles that are about to be recycled, whose links still tell what lies across: where
-// that has been replaced already, the replacement has taken over the link, so both sides of an inner edge find each other.
-// Flips then make the new triangles Delaunay except at constraint edges (Lawson 1977; Chew 1989 for that property).
+// linear time (Toussaint, Avis 1982). The border of the region may pass an edge on both sides, or a vertex more than
+// once. A border entry names a triangle that is about to be recycled; its link leads to the triangle across, or to the
+// replacement of that triangle, which has taken over the link. So the two sides of an edge that the border passes twice
+// are linked to each other. Flips then make the new triangles Delaunay except at constraint edges (Lawson 1977; Chew
+// 1989 for that property).
 
 #include "mesh/CrossedRegion.h"
 

@@ -70,8 +70,8 @@ Point2* Dt2::insert(const Point2& point) {
 
 Triangle2* Dt2::getStartTriangle(const Point2& point) const {
     Triangle2* pT = vertexVault_.getCloseTriangle(point);
-    // Points that come in the order of a survey are near the last one, which the sorted part of the vault does not
-    // know yet. (A vertex that was removed meanwhile has no triangle, or is another vertex by now.)
+    // Points in the order of a survey are near the last vertex, which is not yet in the sorted part of the vault. (If
+    // it was removed meanwhile, its record has no triangle, or is another vertex, which does no harm.)
     if (!pLastVtx_ || !pLastVtx_->getIncidentTriangle()) return pT;
     const bool bNearer = sqDistance2D(*pLastVtx_, point) < sqDistance2D(*pT->getCorner(0), point);
     return bNearer ? pLastVtx_->getIncidentTriangle() : pT;

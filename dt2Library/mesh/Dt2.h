@@ -31,13 +31,13 @@ class Segment2;
 class Visualizer2;
 class Zone2;
 
-/// The engine: one triangulation with everything it owns. This declaration is the table of contents of the Dt2*.cpp files,
-/// each of which defines one block of members. Those of higher floors forward to the classes that do the work and document
-/// it; the constraints and zones that they return belong to the engine.
+/// The engine: one triangulation with everything it owns. This declaration is the table of contents of the Dt2*.cpp
+/// files, each of which defines one block of members. Members of higher floors forward to the classes that do the work
+/// and document it; the constraints and zones that they return belong to the engine.
 ///
-/// Two phases. As long as all vertices are collinear they stand in the vault alone and there are no triangles. From the
+/// Two phases. As long as all vertices are collinear they are only in the vault, and there are no triangles. From the
 /// first vertex off the line on, every operation leaves a valid triangulation: corners counterclockwise, links mutual,
-/// every edge Delaunay or a constraint. What changes triangles is inherited (TriangleMesh.h).
+/// every edge Delaunay or a constraint. The calls that change triangles are inherited (TriangleMesh.h).
 class Dt2 : public TriangleMesh {
   public:
     // ---- Dt2.cpp: life and insertion ------------------------------------------------------------------------------
@@ -47,7 +47,7 @@ class Dt2 : public TriangleMesh {
 
     int setNumCPU(int n);
     int getNumCPU() const { return numCPU_; }
-    /// As many threads as the hardware has.
+    /// Sets one thread for each hardware thread.
     void enableMT() { setNumCPU(0); }
     /// For tests: on several threads, every batch of 1000 vertices is inserted in chunks, also where that is slower.
     void preferChunks() { bPrefersChunks_ = true; }
@@ -72,15 +72,18 @@ class Dt2 : public TriangleMesh {
     void insertBulk(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr);
     /// Inserts the vertices of a range of vault items that are not in the mesh yet.
     void triangulateRec(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end, Triangle2* pStartT);
-    /// Leaves the collinear phase if it can; the first numPreExistingVtx vault items are inserted first.
+    /// Leaves the collinear phase if three vertices are not collinear; the first numPreExistingVtx vault items are
+    /// inserted first.
     bool createFullDimTriangle(size_t numPreExistingVtx);
-    /// Inserts a vertex that is already in the vault, starting the search at the hint. Returns a triangle incident to the
-    /// vertex, or, when its position is taken (noted in the vault), one incident to the vertex that stands there.
+    /// Inserts a vertex that is already in the vault, starting the search at the hint. Returns a triangle at the
+    /// vertex; if another vertex has its position, notes the duplicate in the vault and returns a triangle at that
+    /// vertex.
     Triangle2* insertVertex(Point2*& pVtx, Triangle2* pHint);
-    /// Lets the next single insertion start its search at a vertex, which is near.
+    /// Makes the next single insertion start its search at a nearby vertex.
     void startSearchAt(const Point2* pVtx) { pLastVtx_ = pVtx; }
 
-    /// What a higher floor keeps for this mesh as an object of class T, made on first use; or null where there is none yet.
+    /// The object of class T that a higher floor keeps for this mesh: getSlot makes it on first use, findSlot returns
+    /// null if there is none.
     template <class T>
     T& getSlot() {
         return slots_.get<T>(this);
@@ -103,9 +106,9 @@ class Dt2 : public TriangleMesh {
     Triangle2* locate(const Point2& point) const;
     bool getHeight(double x, double y, double& height, Triangle2* pApproxT, double tolerance) const;
     bool getNearbyHeight(double x, double y, double& height, double tolerance) const;
-    /// The magnitude of a point and all vertices.
+    /// The largest absolute x or y of a point and all vertices.
     double getMagnitudeWith(const Point2& point) const;
-    /// Walks to any point with finite x and y, with the result of locateConflictTriangle. The predicates hold for it.
+    /// Walks to any point with finite x and y; results as locateConflictTriangle. The predicates must cover the point.
     int walkTo(const Point2& point, Triangle2*& pT, GeomTest& geomTest) const;
 
     Triangle2* getAdjacentTriangle(Point2* p0, Point2* p1) const;
@@ -181,7 +184,7 @@ class Dt2 : public TriangleMesh {
     void fanFromHullPatch(Point2* v);
 
     VertexVault vertexVault_;
-    const Point2* pLastVtx_ = nullptr;  // the last one inserted singly
+    const Point2* pLastVtx_ = nullptr;  // the last vertex inserted singly
     std::vector<std::pair<Triangle2*, int>> vHullPatch_;
     HullHubs hullHubs_;
     VertexRemover remover_{*this};
@@ -190,7 +193,7 @@ class Dt2 : public TriangleMesh {
     bool bPrefersChunks_ = false;
     std::string name_;
     Progress progress_;
-    MeshSlots slots_;  // what higher floors keep here
+    MeshSlots slots_;  // objects of higher floors
 };
 
 }  // namespace LUMO_TARO25D

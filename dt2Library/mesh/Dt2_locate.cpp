@@ -1,14 +1,14 @@
-// Location, heights, neighbourhoods, and the hull: what a triangulation can be asked.
+// Queries: location, heights, neighbourhoods, the hull.
 //
 // Location walks over orientation tests from a triangle that stands near the point on the Hilbert curve, so
 // it takes O(log n) for the start and a constant expected number of steps. Everything around a vertex is a
 // rotation through the neighbour links: counterclockwise, with a jump over the gap at a hull vertex.
 //
-// Outside the hull a height is that of the nearest hull point, which is sought among the hull edges that see the
-// point: those form one piece of the hull around the edge at which the walk ended.
+// Outside the hull the height at a place is that of the nearest hull point. This lies on one of the hull edges that are
+// visible from the place, which form one chain around the edge at which the walk ended.
 //
-// No query changes anything. Each has predicates of its own, whose first filter is as careful as its point asks for,
-// and whose scratch numbers no other query on another thread can touch.
+// No query changes the mesh. Queries that take a point use predicates of their own, whose static bound covers that
+// point and whose scratch numbers no other thread uses.
 
 #include "mesh/Dt2.h"
 
@@ -37,8 +37,7 @@ namespace {
 const Point2& getSrc(const Triangle2& triangle, int i) { return *triangle.getCorner(incIndexBy1(i)); }
 const Point2& getTrg(const Triangle2& triangle, int i) { return *triangle.getCorner(incIndexBy2(i)); }
 
-/// The height of the nearest point of some hull edges, given as (triangle, index), unless it is farther than
-/// the tolerance.
+/// The height of the nearest point on hull edges given as (triangle, index); false if it is farther than the tolerance.
 bool getNearestHeight(const std::vector<std::pair<Triangle2*, int>>& vHullEdges, const Point2& place, double tolerance,
                       double& height) {
     double bestDistance = tolerance;
@@ -86,15 +85,15 @@ void dropCollinear(std::vector<Point2*>& vRing, double magnitude) {
         const Orientation2 ori = geomTest.getOrientation2(vRing[(i + n - 1) % n], pVtx, vRing[(i + 1) % n]);
         if (ori != ORIENTATION2_COLLINEAR) vSimplified.push_back(pVtx);
     }
-    // The ring begins at a true corner, which has been kept at both ends.
+    // The ring begins at a true corner, which is now at both ends of the list.
     TARO_ASSERT_TEXT(!vSimplified.empty() && vSimplified[0] == vSimplified.back(),
                      "vSimplified[0]==vSimplified.back()");
     vSimplified.pop_back();
     vRing.swap(vSimplified);
 }
 
-/// The first triangle at the edge between two vertices that passes a test. The turns around both ends go on side by side, so
-/// that the cost is the smaller number of triangles.
+/// The first triangle at the edge between two vertices that passes a test. The search turns around both ends in
+/// parallel, so that the cost is that of the smaller degree.
 template <class TestT>
 Triangle2* findTriangleAtEdge(const Point2* p0, const Point2* p1, const TestT& test) {
     if (!p0 || !p1 || !p0->getIncidentTriangle() || !p1->getIncidentTriangle()) return nullptr;

@@ -7,8 +7,8 @@
 
 namespace LUMO_TARO25D {
 
-/// The engine for the length of one call: what the call prints as a warning or an error on this thread
-/// reaches the listeners of this triangulation too.
+/// The engine for the duration of one call: warnings and errors of this thread reach the listeners of this
+/// triangulation too.
 class EngineCall {
   public:
     explicit EngineCall(Dt2* pDt2) : pDt2_(pDt2), scope_(&pDt2->getProgress()) {}

@@ -11,11 +11,11 @@ namespace LUMO_TARO25D {
 
 /// Steps along the hull, from edge to edge.
 ///
-/// A step turns around the vertex between two hull edges, through all its triangles. Where a vertex of the hull has a degree
-/// that grows with the mesh (a long line with one point beside it), every insertion at its side would cost that degree. So
-/// the end of each long turn is remembered with its vertex. A vertex of the hull has one hull edge on each side: a
-/// remembered edge that still starts (ends) at the vertex and still has no neighbour is the end of the turn, whatever has happened
-/// to the mesh meanwhile. Dead records have no corners and fail that test.
+/// A step turns around the vertex between two hull edges, through all its triangles. Where the degree of a hull vertex
+/// grows with the mesh (a long line with one point beside it), every insertion next to it would cost that degree. So
+/// the end of each long turn is remembered with its vertex. A hull vertex has one hull edge on each side: a remembered
+/// edge that still starts (ends) at the vertex and still has no neighbour is the end of the turn, whatever happened to
+/// the mesh meanwhile. Dead records have no corners and fail that test.
 class HullHubs {
   public:
     /// Moves hull edge i of pT to the next one counterclockwise.

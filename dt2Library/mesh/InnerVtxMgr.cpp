@@ -11,7 +11,7 @@
 namespace LUMO_TARO25D {
 
 std::vector<Point2*> getVerticesNearby(const Point2& center, Triangle2* pT, double sqRadius) {
-    // The circle is in one piece, so these triangles are connected over edges that it touches.
+    // A disc is connected, so the triangles that it touches are connected across edges that it touches.
     std::vector<Triangle2*> vTriangles{pT};
     AddressSet sMarked;
     sMarked.insert(vTriangles.front());

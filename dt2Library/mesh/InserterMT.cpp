@@ -1,3 +1,18 @@
+// Insertion of many points on several threads.
+//
+// Four vertices around all points, the fake box, keep every point off the hull. A sample of about ten times the root of
+// n vertices is inserted first, on the calling thread; from this coarse mesh each chunk computes the box in which it
+// may change triangles (Chunk.cpp). The other vertices are cut along the curve into about twice the root of n chunks.
+//
+// Tasks have a fixed order. A task waits for all earlier tasks whose boxes touch its own; free threads take the first
+// task that waits for none. So of two chunks that could meet, the same one always comes first, and the mesh is the one
+// that the tasks in their order would give on a single thread, whatever the number of threads. Afterwards the calling
+// thread inserts the vertices that chunks had to leave, in the order of the chunks, and removes the fake box.
+//
+// If most chunks would have to run alone, go() gives up before any of them starts, and BulkInserter goes on with one
+// thread. After an exception in a worker or a listener all threads end, records are given back, and the exception
+// reaches the caller.
+
 #include "mesh/InserterMT.h"
 
 #include <algorithm>
@@ -12,7 +27,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// As many as take longer than it takes to start a thread.
+/// The work on this many chunks outweighs the start of a thread.
 constexpr size_t MIN_CHUNKS_PER_THREAD = 4;
 
 }  // namespace
@@ -93,7 +108,7 @@ void InserterMT::splitSmallBig(size_t k, BulkInserter::ItemIterator begin, BulkI
                                LargeVector<IdxVtxAct*>& vDenseVtx, LargeVector<IdxVtxAct*>& vSparseVtx) {
     const size_t n = static_cast<size_t>(end - begin);
     sparseStep_ = n / std::min(n / 2, k);
-    const size_t group = sparseStep_ + 1;  // the last item of each group of so many is sparse
+    const size_t group = sparseStep_ + 1;  // the last item of each group is sparse
     vSparseVtx.resize(n / group);
     vDenseVtx.resize(n - n / group);
     parallelFor(mesh_.getNumCPU(), n, [&](size_t first, size_t last, int) {
@@ -114,7 +129,7 @@ void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& v
         end = std::min(start + size, numDense);
         const size_t rest = numDense - end;
         if (rest <= 999 && rest <= small) end = numDense;  // a short tail makes no chunk of its own
-        // The sparse item behind the first dense ones stands among them on the curve.
+        // The first sparse item behind the start of the chunk is near its first vertices on the curve.
         const IdxVtxAct* pAnchor = vSparseVtx[std::min(start / sparseStep_, vSparseVtx.size() - 1)];
         vChunks_.push_back(std::make_unique<Chunk>(&mesh_, engineBox_, static_cast<int>(vChunks_.size()), vDenseVtx,
                                                    start, end, mesh_.getVertexVault().getOriginal(pAnchor->vtx)));
@@ -128,18 +143,18 @@ void InserterMT::determineBoxes(int numThreads) {
     });
 }
 
-/// So it is where all points are near the hull, on a circle for one: the triangles at the corners of the fake box then
-/// reach over everything, and have so many neighbours that taking the corners out again would cost more than the rest.
+/// This happens where all points are near the hull, as on a circle: the triangles at the corners of the fake box then
+/// extend over the whole mesh, and the corners have so many neighbours that removing them would cost more than the
+/// insertion.
 bool InserterMT::doMostRunAlone() const {
     const auto runsAlone = [](const auto& pChunk) { return pChunk->runsAlone(); };
     const auto numAlone = std::count_if(vChunks_.begin(), vChunks_.end(), runsAlone);
     return 2 * static_cast<size_t>(numAlone) > vChunks_.size();
 }
 
-/// Chunks that follow each other along the curve touch, and so do many that are a little further apart. So that threads
-/// seldom wait, the curve is cut into short pieces, and of eight in a row only one has its turn: the chunks of a piece come
-/// one after the other, which keeps what they share in the cache, and the pieces of one turn are far from each other.
-/// What runs alone is not for the workers.
+/// Chunks that are close along the curve mostly touch. So that threads seldom wait, the curve is cut into pieces of
+/// eight chunks, and each turn takes every eighth piece: the chunks of a piece follow each other, which keeps their
+/// common triangles in the cache, and the pieces of one turn are far apart. Chunks that run alone get no task.
 void InserterMT::createTasks() {
     constexpr size_t PIECE_SIZE = 8, NUM_TURNS = 8;
     vTasks_.clear();
@@ -151,7 +166,7 @@ void InserterMT::createTasks() {
     }
 }
 
-/// By a sweep from the left to the right.
+/// Finds all pairs of touching boxes by a sweep from left to right.
 void InserterMT::findBlockers() {
     const auto boxOf = [](const Task* pTask) -> const Bbox2& { return pTask->pChunk->getExtBox(); };
     std::vector<Task*> vFromLeft;
@@ -221,7 +236,7 @@ void InserterMT::release(const Task& task) {
     if (bNews) news_.notify_all();
 }
 
-/// After a failure: the others start nothing any more.
+/// After a failure: no thread starts another chunk.
 void InserterMT::stop() {
     const std::lock_guard<std::mutex> lock(mutex_);
     sReady_.clear();

@@ -11,10 +11,10 @@
 
 namespace LUMO_TARO25D {
 
-/// One parallel bulk insertion: a coarse mesh first, then chunks of the rest on several threads, never two at
-/// a time whose extended boxes touch. Of two that do, the same one always comes first, so that the mesh depends neither on
-/// the number of threads nor on which of them is faster. Four vertices at the corners of a box around all points, the fake
-/// box, keep every point off the hull meanwhile.
+/// One parallel bulk insertion: a coarse mesh first, then chunks of the rest on several threads, never at the same time
+/// two whose extended boxes touch. Of two such chunks the same one always comes first, so that the mesh depends neither
+/// on the number of threads nor on their speed. Four temporary vertices at the corners of a box around all points, the
+/// fake box, keep every point off the hull.
 class InserterMT {
   public:
     explicit InserterMT(Dt2& mesh) : mesh_(mesh) {}
@@ -28,11 +28,11 @@ class InserterMT {
     Triangle2* triangulateFakeBox();
     /// Inserts the corners into a mesh that has triangles.
     void insertFakeBox();
-    /// Takes the corners out of the mesh again and discards them.
+    /// Removes the corners from the mesh and discards them.
     void removeFakeBox();
 
-    /// Inserts items, which are in curve order, into the mesh, which stands in the fake box. Returns false, with a few of
-    /// them inserted, where chunks could only wait for each other.
+    /// Inserts items, given in curve order, into a mesh that has the fake box. Returns false, with only a sample of
+    /// them inserted, if most chunks could not run side by side.
     bool go(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end);
 
   private:
@@ -53,7 +53,7 @@ class InserterMT {
     void findBlockers();
     void startWork(int numThreads);
     void workOnChunks();
-    /// A task that waits for nothing, as soon as there is one; null when none is left.
+    /// Waits for a task without blockers; null when none is left.
     Task* getWork();
     void release(const Task& task);
     void stop();
@@ -61,14 +61,14 @@ class InserterMT {
     Dt2& mesh_;
     Point2* aFakeBoxCorner_[4] = {nullptr, nullptr, nullptr, nullptr};
     Bbox2 engineBox_;
-    size_t sparseStep_ = 1;  // so many dense items stand before each sparse one
+    size_t sparseStep_ = 1;  // the number of dense items before each sparse one
     std::vector<std::unique_ptr<Chunk>> vChunks_;
-    std::vector<Task> vTasks_;  // in the order that decides between two
+    std::vector<Task> vTasks_;  // in their fixed order
 
-    std::mutex mutex_;              // guards what follows, and the numbers of blockers
-    std::condition_variable news_;  // there may be a ready task, or none is waiting any more
+    std::mutex mutex_;              // guards the members below and numBlockers
+    std::condition_variable news_;  // signals a ready task, or that none is waiting any more
     std::set<Task*> sReady_;
-    size_t numWaiting_ = 0;  // tasks that are not started yet
+    size_t numWaiting_ = 0;  // tasks not started yet
 };
 
 }  // namespace LUMO_TARO25D

@@ -1,11 +1,11 @@
 // Consistency of a mesh.
 //
-// The check rests on what the mesh stores, not on the functions that it checks: each triangle by itself (corners,
-// orientation), each pair of neighbours (mutual links over the same two corners), each vertex (a live incident triangle).
-// Only when all of these hold is it safe to rotate around vertices, which the walk along the hull does. The hull must be
-// one convex ring that holds every edge without a neighbour; together with Euler's formula, which counts the vertices in,
-// nothing can then overlap or be missing. In such a mesh circles must be empty across all edges except constraints.
-// O(n), with exact tests where filters fail.
+// The check reads the stored records and does not trust the functions under test. It checks each triangle (corners,
+// orientation), each pair of neighbours (mutual links over the same two corners), each vertex (a live incident
+// triangle). Only if all of these hold is it safe to turn around vertices, as the walk along the hull does. The hull
+// must be one convex ring that contains every edge without a neighbour; then, by Euler's formula, triangles neither
+// overlap nor are missing. In such a mesh the circumcircles must be empty across all edges except constraints. O(n),
+// with exact tests where filters fail.
 
 #include "mesh/MeshCheck.h"
 
@@ -33,7 +33,7 @@ bool isSharedEdge(const Triangle2& triangle, int i, const Triangle2& neighbour) 
            neighbour.getCorner(j) != triangle.getCorner(i);
 }
 
-/// Broken triangles have no areas to print.
+/// Prints a triangle; of a broken one, which has no area, only the addresses of the corners.
 void print(std::ostream& stream, const Triangle2& triangle) {
     if (hasThreeCorners(triangle)) {
         stream << triangle;

@@ -12,14 +12,15 @@ class Dt2;
 
 bool hasThreeCorners(const Triangle2& triangle);
 
-/// One check of a mesh, which reports what it finds wrong: the first findings in full, of the others their number.
+/// One check of a mesh. It reports the first findings in full and the number of the others.
 class MeshCheck {
   public:
     MeshCheck(const Dt2& mesh, Note& report);
 
-    /// Corners, links, incident triangles, and the hull; each only if what it rests on is sound.
+    /// Checks corners, links, incident triangles and the hull, in this order; skips vertices and hull if an earlier
+    /// check failed.
     void checkStructure();
-    /// Whether all edges except constraints are Delaunay, in a mesh of sound structure.
+    /// Checks that all edges except constraints are Delaunay; requires a valid structure.
     void checkEmptyCircles();
 
     /// Reports a finding.

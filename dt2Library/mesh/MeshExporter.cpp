@@ -1,3 +1,10 @@
+// Writing a mesh as arrays of numbers.
+//
+// A pointer becomes a number in two steps: its place in the pool of records (RecordNumbers), and a table of the numbers
+// given to these places. First the chosen records are marked, then vertices are numbered in the order of the vault and
+// triangles in the order of their pool, and the arrays are written in these orders. A whole mesh marks everything; dead
+// records, which have no corners, are skipped.
+
 #include "mesh/MeshExporter.h"
 
 #include "mesh/Dt2.h"
@@ -6,7 +13,8 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Gives a vector n elements to be written. Its memory is provided at once, which costs half of that page by page.
+/// Resizes a vector to n elements that the caller writes. Providing the memory in one call costs half of that page by
+/// page.
 template <class T>
 T* makeRoom(std::vector<T>& v, size_t n) {
     v.clear();
@@ -86,7 +94,8 @@ void MeshExporter::writeTriangles(IndexedMesh& result, size_t numTriangles) {
     });
 }
 
-/// Those of the triangle that was written last; an edge between two triangles comes with the one of the smaller number.
+/// Writes the constraint edges of the triangle that was written last. An edge between two triangles is written with the
+/// smaller number.
 void MeshExporter::writeConstraints(IndexedMesh& result, const Triangle2* pT, std::int32_t number) const {
     const size_t first = 3 * static_cast<size_t>(number);
     for (int i = 0; i < 3; ++i) {

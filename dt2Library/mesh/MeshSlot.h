@@ -8,8 +8,8 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Base of what a higher floor keeps for one mesh: its constraints, say, or its zones. The mesh owns it and does not know
-/// its type.
+/// Base class of objects that a higher floor keeps for one mesh, such as its constraints or its zones. The mesh owns
+/// them without knowing their types.
 class MeshSlot {
   public:
     MeshSlot() = default;
@@ -18,8 +18,8 @@ class MeshSlot {
     virtual ~MeshSlot() = default;
 };
 
-/// The slots of one mesh: at most one object of each class, made when that class is asked for first. They end with the
-/// mesh, the last one first.
+/// The slots of one mesh: at most one object of each class, made on first use. They are destroyed with the mesh, the
+/// last one first.
 class MeshSlots {
   public:
     MeshSlots() = default;
@@ -37,7 +37,7 @@ class MeshSlots {
         }
         return nullptr;
     }
-    /// The same; makes the object, from a pointer to the mesh, where there is none yet.
+    /// The object of class T; constructed with a pointer to the mesh if there is none yet.
     template <class T>
     T& get(Dt2* pMesh) {
         if (!find<T>()) vSlots_.emplace_back(getKey<T>(), std::make_unique<T>(pMesh));
@@ -45,7 +45,7 @@ class MeshSlots {
     }
 
   private:
-    /// An address that tells classes apart.
+    /// An address that identifies the class.
     template <class T>
     static const void* getKey() {
         static const char key = 0;

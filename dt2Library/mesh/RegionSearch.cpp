@@ -1,15 +1,17 @@
 // Search in regions.
 //
-// A region is a box or a disc, hence convex, and so is its part inside the hull. Triangles that meet such a part are
-// connected by edges that meet it, so that they are found from neighbour to neighbour, starting at one of them. A walk to the
-// middle of the region gives the first; if the middle is outside the hull, a line from there to any point of the part enters
-// the hull through an edge that is seen from the middle, and lies in the region on its path.
+// A region is a box or a disc, hence convex, and so is its part inside the hull. The triangles that meet this part are
+// connected across edges that meet it, so that a search from neighbour to neighbour finds all of them from one. A walk
+// to the middle of the region gives the first triangle. If the middle is outside the hull, a line from there to any
+// point of the part stays in the region and enters the hull through an edge that is visible from the middle; so the
+// search starts at all these edges.
 //
-// The nearest vertex is found in the disc that reaches from the place to the best vertex so far, which shrinks. Constraints do
-// no harm here, while a descent from vertex to nearer neighbours could end early beside them.
+// The nearest vertex is searched in a shrinking disc: its centre is the place, its radius the distance of the best
+// vertex so far. This is right also beside constraints, where a descent from vertex to nearer neighbours could end
+// early.
 //
-// Whether a triangle meets a box is decided exactly; for a disc the test errs on the side of looking at too many. Which
-// vertices lie in a disc, and which one is nearer, is decided exactly.
+// Whether a triangle meets a box is decided exactly; for a disc the test may accept a few triangles too many. Whether a
+// vertex lies in a disc, and which of two is nearer, is decided exactly.
 
 #include "mesh/RegionSearch.h"
 
@@ -32,7 +34,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The sign of |a - place|^2 - |b - place|^2 - sqRadius, exact where scaled differences keep all bits.
+/// The sign of |a - place|^2 - |b - place|^2 - sqRadius, exact where the scaled differences keep all bits.
 int compareDistances(const Point2& place, const Point2& a, const Point2& b, double sqRadius) {
     std::array<DoubleDouble, 4> aDiff{twoDiff(a.x(), place.x()), twoDiff(a.y(), place.y()), twoDiff(b.x(), place.x()),
                                       twoDiff(b.y(), place.y())};
@@ -51,7 +53,7 @@ int compareDistances(const Point2& place, const Point2& a, const Point2& b, doub
     return sum.sign();
 }
 
-/// Whether a triangle comes as near to a place as a distance, or nearly so.
+/// Whether the distance between a triangle and a place is at most the given one, or greater by no more than rounding.
 bool isWithin(const Triangle2* pT, const Point2& place, double distance) {
     const double slack = REGION_MARGIN * std::sqrt(pT->getMaxSqEdgeLen2D());
     bool bInside = true;
@@ -64,7 +66,7 @@ bool isWithin(const Triangle2* pT, const Point2& place, double distance) {
     return bInside;
 }
 
-/// Whether a triangle and a box have a point in common: no side of either has the other one strictly outside.
+/// Whether a triangle and a box have a point in common: no side of either separates them strictly.
 bool doMeet(const Triangle2* pT, const Bbox2& box, const std::vector<Point2>& vBoxCorners, GeomTest& geomTest) {
     Bbox2 ofT;
     for (int i = 0; i < 3; ++i) ofT.add(*pT->getCorner(i));
@@ -79,7 +81,7 @@ bool doMeet(const Triangle2* pT, const Bbox2& box, const std::vector<Point2>& vB
     return true;
 }
 
-/// The part of a box in which there may be vertices; invalid if there is none.
+/// The intersection of two boxes; invalid if it is empty.
 Bbox2 clip(const Bbox2& box, const Bbox2& all) {
     if (!box.isValid() || !all.isValid()) return Bbox2();
     const double minX = std::max(box.getMinX(), all.getMinX()), maxX = std::min(box.getMaxX(), all.getMaxX());

@@ -12,23 +12,25 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Finds the vertices and triangles of a mesh in a region around a place. Borders of regions belong to them. A query has
+/// Finds the vertices and triangles of a mesh in a region around a place. A region includes its border. A query has
 /// predicates of its own, so that several may run at once.
 class RegionSearch {
   public:
     explicit RegionSearch(const Dt2& mesh) : mesh_(mesh) {}
 
-    /// The vertex nearest to a place, of several the smallest (by x, then y); null if there is none or the place is not
-    /// finite. As fast as location where vertices are spread evenly.
+    /// The vertex nearest to a place; of equally near ones the smallest (by x, then y). Null if there is none or the
+    /// place is not finite. As fast as location where vertices are spread evenly.
     Point2* getNearestVertex(const Point2& place) const;
-    /// Append what is in a region, in an order that depends on the mesh alone. As fast as location, and linear in the number
-    /// of triangles that meet the region; before there are triangles, linear in the number of vertices.
+    /// Append the vertices or triangles in a region, in an order that depends on the mesh alone. The cost is that of a
+    /// location and linear in the number of triangles that meet the region; before there are triangles, linear in the
+    /// number of vertices.
     void getVerticesInBox(const Bbox2& box, std::vector<Point2*>& vVertices) const;
     void getTrianglesInBox(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const;
     void getVerticesInCircle(const Circle2& circle, std::vector<Point2*>& vVertices) const;
 
   private:
-    /// Where a search begins: the triangle with the place; outside the hull, those whose hull edges see it.
+    /// The start of a search: the triangle that contains the place; outside the hull, those whose hull edges are
+    /// visible from it.
     std::vector<Triangle2*> getStart(const Point2& place) const;
     /// Appends triangles that meet a convex region around a place, from neighbour to neighbour.
     template <class MeetsT>

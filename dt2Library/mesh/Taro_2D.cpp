@@ -1,3 +1,7 @@
+// The client's handle on the engine: life, points, queries. Each member forwards to Dt2 or to the class that does the
+// work; warnings and errors of a call reach the listeners of this triangulation (EngineCall). The members for
+// constraints, zones, meshing and analysis are defined on the floors they forward to.
+
 #include "taro25d/Taro_2D.h"
 
 #include <algorithm>
@@ -25,7 +29,8 @@ void printReconstructNotice() {
            "done here.\n";
 }
 
-/// Vertices that only constraints had brought are those of clients' points from now on.
+/// Notes that clients have points at these vertices, so that vertices inserted for constraints stay when the
+/// constraints are removed.
 void noteClientsPoints(const Dt2& mesh, Point2* const* aVertices, size_t num) {
     ConstraintKeeper* pKeeper = mesh.getConstraintKeeper();
     if (!pKeeper) return;

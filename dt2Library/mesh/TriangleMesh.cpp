@@ -160,7 +160,7 @@ void TriangleMesh::rememberEncroached(const Triangle2* pT, int i) {
     pConstraintKeeper_->rememberEncroached(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)));
 }
 
-/// Flips may bring the next constraint to a vertex, so that all around it are looked at again after each.
+/// A flip may bring another constraint next to the vertex, so that the search starts anew after each one.
 void TriangleMesh::bendConstraintsTo(Point2* v) {
     const auto isBesideConstraint = [this, v](const Triangle2* pT) {
         const int i = indexOfVertex(pT, v);

@@ -15,12 +15,11 @@ namespace LUMO_TARO25D {
 
 class ConstraintKeeper;
 
-/// The triangles of a mesh, which of their edges are constraints, and how operations change them.
+/// The triangles of a mesh, their constraint edges, and the calls by which operations change them.
 ///
-/// Operations (removal, insertion of segments, cuts, refinement) are clients of the mesh and change it by these calls alone,
-/// and by the links between triangles (kernel/links.h). Each leaves links mutual and corners counterclockwise. Triangles
-/// whose edges may not be Delaunay are noted; none is noted any more when an operation ends. CrossedRegion replaces a whole
-/// region.
+/// Operations (removal, insertion of segments, cuts, refinement) are clients of the mesh and change it only by these
+/// calls and by the functions of kernel/links.h. Each leaves links mutual and corners counterclockwise. Triangles whose
+/// edges may not be Delaunay are noted; at the end of an operation none is. CrossedRegion replaces a whole region.
 class TriangleMesh {
   public:
     TriangleMesh(const TriangleMesh&) = delete;
@@ -28,12 +27,12 @@ class TriangleMesh {
 
     // ---- Records ----------------------------------------------------------------------------------------------------
 
-    /// Takes a record for a new triangle, which is that of its corners from now on, and has no neighbours.
+    /// Makes a triangle without neighbours; it becomes the incident triangle of its corners.
     Triangle2* createTriangle(Point2* p0, Point2* p1, Point2* p2);
     /// Replaces the content of a list by n records without corners.
     void getFreshTriangles(size_t n, std::vector<Triangle2*>& vFreshTriangles);
     RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
-    /// Gives records back, which nothing links to any more.
+    /// Recycles records to which nothing links any more.
     void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
     /// Makes room for n more triangles, on several threads.
     void expectTriangles(size_t n, int numThreads);
@@ -54,14 +53,14 @@ class TriangleMesh {
 
     // ---- Splits -----------------------------------------------------------------------------------------------------
 
-    /// Splits a triangle into three at a new vertex inside it. This and the next two note the new triangles, whose corner 0
-    /// the vertex is.
+    /// Splits a triangle into three at a new vertex inside it. This and the next two functions note the new triangles;
+    /// the vertex is corner 0 of each.
     void initVCheckT13(Triangle2* pT, Point2* v);
     /// Splits the two triangles at edge idx into four at a new vertex on it, and a constraint there into two.
     void initVCheckT24(Triangle2* pT, Point2* v, int idx);
-    /// The same for an edge of the hull.
+    /// Splits the triangle at hull edge idx into two at a new vertex on it, and a constraint there into two.
     void splitHullEdge(Point2* v, Triangle2* pT, int idx);
-    /// Splits edge i at a vertex if it is a constraint, while the triangles are still as they were.
+    /// If edge i is a constraint, tells its keeper to split it at v; called before the triangles change.
     void splitConstraintOn(const Triangle2* pT, int i, Point2* v);
 
     // ---- Flips ------------------------------------------------------------------------------------------------------
@@ -72,44 +71,45 @@ class TriangleMesh {
     bool canBeFlipped(const Triangle2* pT, int i) const {
         return !isConstraint(pT, i) && pT->getOppositeTriangle(i) && isStrictlyConvex(pT, i);
     }
-    /// Whether the triangles on both sides of edge i make a strictly convex quadrilateral. There is a neighbour.
+    /// Whether the triangles on both sides of edge i form a strictly convex quadrilateral; requires a neighbour.
     bool isStrictlyConvex(const Triangle2* pT, int i) const;
 
     // ---- Making the mesh Delaunay -----------------------------------------------------------------------------------
 
     /// Notes a triangle for flips.
     void noteForFlips(Triangle2* pT) { vFlipStack_.push_back(pT); }
-    /// The triangle that was noted last, which is forgotten; null if there is none.
+    /// Removes and returns the triangle that was noted last; null if there is none.
     Triangle2* takeNoted();
     void forgetFlips() { vFlipStack_.clear(); }
-    /// Whether edge i, which is not Delaunay, stays because it is a constraint. A conforming one is remembered.
+    /// Whether edge i, which is not Delaunay, must stay because it is a constraint; a conforming constraint is then
+    /// noted as encroached.
     bool isFixed(const Triangle2* pT, int i) {
         if (!isConstraint(pT, i)) return false;
         rememberEncroached(pT, i);
         return true;
     }
-    /// Flips edge i of a triangle if it is neither Delaunay nor a constraint, and notes both triangles.
+    /// Flips edge i of a triangle if it is neither Delaunay nor a constraint, and notes both triangles. Returns whether
+    /// it did.
     bool flipUnlessDelaunay(Triangle2* pT, int i);
-    /// Flips the edges of the noted triangles, and of those that this makes, until all are Delaunay or constraints (Lawson
-    /// 1977).
+    /// Flips edges, starting from the noted triangles, until all are Delaunay or constraints (Lawson 1977).
     void flipUntilDelaunay();
-    /// The same from the triangles around a vertex.
+    /// Notes the triangles around a vertex and calls flipUntilDelaunay.
     void bfsFlipIncident(Point2* pVtx);
-    /// The last step of inserting a vertex, which is corner 0 of all noted triangles: flips until all around it is Delaunay,
-    /// and takes constraints next to it through it.
+    /// The last step of inserting a vertex, which is corner 0 of all noted triangles: flips until all edges around it
+    /// are Delaunay or constraints, and bends constraints that are next to it (isBeside) so that they go through it.
     void settle(Point2* v) {
         legalize(v);
         if (hasConstraints() && !bExactConstraints_) bendConstraintsTo(v);
     }
-    /// Until the scope ends, constraints pass vertices that are next to them (nearness.h) without being split there.
+    /// Until the scope ends, constraints are not bent to vertices next to them (nearness.h).
     [[nodiscard]] FlagScope takeConstraintsExactly() { return FlagScope(bExactConstraints_); }
     bool takesConstraintsExactly() const { return bExactConstraints_; }
 
     // ---- Constraint edges -------------------------------------------------------------------------------------------
 
-    /// Whether an edge is a constraint is known to the mesh; to whom it belongs, to the keeper.
+    /// The edges that are constraints; the keeper knows to which segments they belong.
     ConstraintEdges& getConstraintEdges() { return constraintEdges_; }
-    /// Who keeps the constraints; null as long as there have been none.
+    /// The manager of the constraints; null until there is one.
     ConstraintKeeper* getConstraintKeeper() const { return pConstraintKeeper_; }
     void setConstraintKeeper(ConstraintKeeper* pKeeper) { pConstraintKeeper_ = pKeeper; }
     bool hasConstraints() const { return constraintEdges_.isInUse(); }

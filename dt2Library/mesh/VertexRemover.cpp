@@ -1,18 +1,18 @@
 // Removal of vertices.
 //
 // The triangles around the vertex v form its star. Where p, q, d are neighbours of v in a row, the flip of the edge v-q
-// turns two triangles of the star into the ear (p, q, d), which no longer touches v, and one that still does: the star has
-// lost an edge at v, a rib. Around an inner vertex this goes on until three triangles are left, which merge into one. There
-// always is such a flip before, provided that the triangle that keeps v may become flat. At a hull vertex it goes on as
-// long as there is an ear; the rest of the star then lies outside the hull of the other vertices and is taken out. (On a
-// straight piece of the hull the rest is a single flat triangle.)
+// turns two triangles of the star into the ear (p, q, d), which no longer touches v, and one that still does: the star
+// has lost an edge at v, a rib. Around an inner vertex this continues until three triangles are left, which merge into
+// one. Until then such a flip always exists, provided that the triangle that keeps v may become flat. At a hull vertex
+// it continues as long as there is an ear; the rest of the star then lies outside the hull of the other vertices and is
+// removed. (On a straight piece of the hull the rest is a single flat triangle.)
 //
-// The order of the ears decides how much work is left for the Lawson flips that make the new triangles Delaunay. Lift all
-// points to the paraboloid and move v up: an ear becomes part of the lower hull when v passes its plane. So the ear whose
-// plane is the lowest over v comes next, and in exact arithmetic every ear would be Delaunay at once (Devillers 1999).
-// Here heights are rounded, and beyond 1e75 they overflow, but all decisions are exact: flips as well as the check
-// afterwards, which finds next to nothing to flip. Triangles outside the star never change, because their circles stay
-// empty; so the only edges to check are those that ears were cut off along.
+// The order of the ears decides how many Lawson flips are needed afterwards to make the new triangles Delaunay. Lift
+// all points to the paraboloid and move v up: an ear becomes part of the lower hull when v passes its plane. So the ear
+// whose plane is the lowest over v comes next, and in exact arithmetic every ear would be Delaunay at once (Devillers
+// 1999). Here these heights are rounded, and beyond 1e75 they overflow, so that the order may be slightly wrong; the
+// flips and the final check are exact, and the check finds hardly anything to flip. Triangles outside the star never
+// change, because their circles stay empty; so only the edges along which ears were cut off need checking.
 //
 // A vertex of degree k costs O(k log k), the heights being kept in a tournament tree. No memory is allocated once the
 // scratch vectors have grown to the largest degree.
@@ -40,7 +40,7 @@ namespace {
 constexpr double NO_EAR = std::numeric_limits<double>::infinity();
 constexpr double UNLIKELY_EAR = std::numeric_limits<double>::max();
 
-/// The edge that a flip has cut an ear off along: its tip is corner 1.
+/// The index of the edge along which a flip has cut off an ear, whose tip is corner 1.
 constexpr int BASE_OF_EAR = 1;
 
 /// The height over v, which is the origin, of the plane through p, q and d lifted to the paraboloid.
@@ -55,8 +55,8 @@ double getRank(double px, double py, double qx, double qy, double dx, double dy)
 Point2* getFirst(const Triangle2* pT, const Point2* v) { return pT->getCorner(incIndexBy1(indexOfVertex(pT, v))); }
 Point2* getSecond(const Triangle2* pT, const Point2* v) { return pT->getCorner(incIndexBy2(indexOfVertex(pT, v))); }
 
-/// The neighbours of a triangle (v, first, second): the next and the previous one around v, counterclockwise,
-/// and the one across the edge opposite v.
+/// The neighbours of a triangle (v, first, second): the next and the previous triangle counterclockwise around v, and
+/// the triangle across the edge opposite v.
 Triangle2* getNext(const Triangle2* pT, const Point2* v) {
     return pT->getOppositeTriangle(incIndexBy1(indexOfVertex(pT, v)));
 }
@@ -97,7 +97,8 @@ bool VertexRemover::collectStar(const Point2* v) {
     vStar_.clear();
     Triangle2* const pStartT = v->getIncidentTriangle();
     TARO_ASSERT(pStartT != nullptr);
-    // The waits for memory overlap: a scout goes the other way round, and what is wanted later is fetched now.
+    // To overlap waits for memory, a second pointer goes round in the opposite direction, and records needed later are
+    // prefetched.
     const auto fetchAround = [v](const Triangle2* pT) {
         __builtin_prefetch(getOuter(pT, v));
         __builtin_prefetch(getFirst(pT, v));
@@ -158,7 +159,7 @@ size_t VertexRemover::reduceDegree(Point2* v, size_t minDegree) {
         const size_t i = earRanks_.getPlaceOfMin();
         Triangle2* pEar = vRibs_[i].pT;
         earRanks_.set(i,
-                      NO_EAR);  // if the flip is refused, for as long as its three neighbours stay in a row
+                      NO_EAR);  // holds if the flip is refused, until a neighbouring rib is dropped
         if (!flipForRemove(v, pEar)) continue;
         vNewTriangles_.push_back(pEar);
         dropRib(i);
@@ -191,7 +192,8 @@ double VertexRemover::getRankOfEar(size_t i) const {
 }
 
 void VertexRemover::dropRib(size_t i) {
-    // The flip has left the triangle of the next rib between the end of this one and the end of the one after the next.
+    // After the flip, the triangle of the next rib lies between the end of the dropped rib and the end of the rib after
+    // the next.
     const Rib& dropped = vRibs_[i];
     Rib &previous = vRibs_[dropped.previous], &next = vRibs_[dropped.next];
     previous.next = dropped.next;
@@ -248,7 +250,7 @@ void VertexRemover::takeOutStar(const Point2* v) {
     }
     for (const Triangle2* pT : vStar_) {
         Triangle2* pOuter = getOuter(pT, v);
-        if (!pOuter) continue;  // the last one went: only collinear vertices remain, or this edge would be a dent
+        if (!pOuter) continue;  // the last triangle: only collinear vertices remain, or the hull would have a dent here
         pOuter->setOppositeTriangle(indexOfNeighbour(pOuter, pT), nullptr);
         getFirst(pT, v)->setIncidentTriangle(pOuter);
         getSecond(pT, v)->setIncidentTriangle(pOuter);

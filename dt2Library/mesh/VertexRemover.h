@@ -11,44 +11,45 @@ class Dt2;
 class Point2;
 class Triangle2;
 
-/// Takes vertices out of a mesh. It is kept from one removal to the next for its scratch memory alone.
+/// Removes vertices from a mesh. The object outlives a removal only to keep its scratch memory.
 class VertexRemover {
   public:
     explicit VertexRemover(Dt2& mesh) : mesh_(mesh) {}
 
-    /// Removes a vertex of the mesh and recycles its record; null, a vertex of a constraint and a vertex of no mesh or of
-    /// another one only get a warning.
+    /// Removes a vertex and recycles its record. Null, a constraint vertex, and a pointer that is no vertex of this
+    /// mesh get a warning only.
     void remove(Point2* pVtx);
-    /// Removes a vertex on the hull; TaroException if it has no triangle. With false the caller restores the Delaunay
-    /// property.
+    /// Removes a vertex on the hull; TaroException if it has no triangle. Without bRestoreDelaunay the caller restores
+    /// the Delaunay property.
     void removeHullVertex(Point2* v, bool bRestoreDelaunay);
-    /// Takes a hull vertex out of the triangles, but not out of the vault.
+    /// Removes a hull vertex from the triangles, but not from the vault.
     void takeOutHullVertex(Point2* v, bool bRestoreDelaunay);
-    /// With t = (v, p, q) and the next triangle around v (v, q, d): makes them (p, q, d) and (p, d, v), if the first is
-    /// counterclockwise and the second not clockwise. Returns the second one, or null if nothing has been done.
+    /// Turns t = (v, p, q) and the next triangle around v, (v, q, d), into (p, q, d) and (p, d, v), if the first is
+    /// counterclockwise and the second is not clockwise. Returns the second triangle, or null if it did nothing.
     Triangle2* flipForRemove(Point2* pVtx, Triangle2* t);
 
   private:
     /// An edge from the vertex v that is being removed to a neighbour.
     struct Rib {
-        Triangle2* pT;          // the triangle counterclockwise of it; null where there is none
+        Triangle2* pT;          // the triangle counterclockwise of the rib; null on the hull
         double x, y;            // of the neighbour, relative to v
         size_t previous, next;  // around v, as positions in vRibs_
     };
 
-    /// Fills vStar_ with the triangles around a vertex, counterclockwise. False if it is on the hull; then they go from one
-    /// hull edge to the other.
+    /// Fills vStar_ with the triangles around a vertex, counterclockwise. False if the vertex is on the hull; then the
+    /// list goes from one hull edge to the other.
     bool collectStar(const Point2* v);
     void removeInnerVertex(Point2* v);
-    /// Flips as long as there are more than minDegree triangles and a flip is possible; returns how many are left.
+    /// Flips as long as there are more than minDegree triangles and a flip is possible; returns the number of triangles
+    /// left.
     size_t reduceDegree(Point2* v, size_t minDegree);
     void fillRibs(const Point2* v);
     double getRankOfEar(size_t i) const;
     void dropRib(size_t i);
     [[noreturn]] void watchDogFailed(const Point2* v);
-    /// Makes one triangle of the last three.
+    /// Replaces the last three triangles by one.
     void mergeStar(const Point2* v);
-    /// Takes the triangles around a hull vertex out of the mesh.
+    /// Removes the triangles around a hull vertex from the mesh.
     void takeOutStar(const Point2* v);
     void restoreDelaunay();
     void discardVertex(Point2* v);
@@ -56,7 +57,7 @@ class VertexRemover {
     Dt2& mesh_;
     std::vector<Triangle2*> vStar_;
     std::vector<Rib> vRibs_;
-    MinTree earRanks_;  // in the place of a rib, of the ear between its end and the end of the one after the next
+    MinTree earRanks_;  // place i: the ear between the ends of rib i and of the second rib after it
     std::vector<Triangle2*> vNewTriangles_;
 };
 

@@ -17,8 +17,8 @@
 // order of the vertices, the numbers of their edges grow lexicographically with each flip, and there are finitely many
 // triangulations.
 //
-// The fan is known from the vertices on the circle, so that it does not matter what else is in the mesh. (Dyken and Floater
-// 2006 reach the same by preferred directions.) One in-circle test for each edge, and constant time for each flip.
+// The fan depends only on the vertices on the circle, not on the rest of the mesh. (Dyken and Floater 2006 reach the
+// same by preferred directions.) One in-circle test for each edge, and constant time for each flip.
 
 #include "mesh/canonicalDiagonals.h"
 
@@ -37,18 +37,18 @@ class DiagonalChooser {
   public:
     explicit DiagonalChooser(Dt2& mesh) : mesh_(mesh), geomTest_(mesh.getGeomTest()) {}
 
-    /// Looks at the edges of a triangle that have it as the later one of two. Nearly all are settled by one filtered test.
+    /// Examines the edges whose other triangle comes earlier in memory. Nearly all are settled by one filtered test.
     void visit(Triangle2* pT) {
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN || pT < pN || !breaksRule(pT, i, pN)) continue;
             flipFrom(pT, i);
-            return visit(pT);  // it has other edges now
+            return visit(pT);  // its edges have changed
         }
     }
 
   private:
-    /// Whether edge i of a triangle, which has a neighbour, is open and breaks the rule.
+    /// Whether edge i of a triangle, with the neighbour pN, is open and breaks the rule.
     bool breaksRule(const Triangle2* pT, int i, const Triangle2* pN) const {
         const Point2* d = pN->getCorner(indexOfNeighbour(pN, pT));
         if (geomTest_.circleInc3state(pT, d) != CINC2_ZERO) return false;
@@ -56,7 +56,7 @@ class DiagonalChooser {
         return std::min(*a, *d) < std::min(*b, *c) && !mesh_.isConstraint(pT, i);
     }
 
-    /// Flips an edge, and what breaks the rule around it afterwards: a flip changes the triangles of four other edges.
+    /// Flips an edge, then all edges around it that break the rule: a flip changes the triangles of four other edges.
     void flipFrom(Triangle2* pFirst, int first) {
         vStack_ = {pFirst, mesh_.flip(pFirst, first)};
         while (!vStack_.empty()) {

@@ -4,7 +4,7 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Chooses all diagonals that circles leave open by coordinates alone, as Taro_2D::canonicalizeDiagonals.
+/// Chooses the diagonals of cocircular vertices by coordinates alone, as Taro_2D::canonicalizeDiagonals documents.
 void canonicalizeDiagonals(Dt2& mesh);
 
 }  // namespace LUMO_TARO25D

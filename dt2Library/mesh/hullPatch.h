@@ -9,7 +9,7 @@
 
 namespace LUMO_TARO25D {
 
-/// Appends the hull edges that v sees strictly, from the one that a first step from edge i reaches on.
+/// Appends the hull edges strictly visible from v, as long as they are, beginning one step after edge i of pT.
 template <class Step>
 void collectVisibleHullEdges(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int i, const Point2* v,
                              GeomTest& geomTest, Step step) {
@@ -20,8 +20,8 @@ void collectVisibleHullEdges(std::vector<std::pair<Triangle2*, int>>& vPatch, Tr
     for (step(pT, i); isVisible(); step(pT, i)) vPatch.emplace_back(pT, i);
 }
 
-/// Appends the hull edges that v sees strictly, in order away from hull edge idx of pT: clockwise along the hull (Left, seen
-/// from v) or counterclockwise (Right); that edge itself is not tested and not included.
+/// Append the hull edges strictly visible from v, in order away from hull edge idx of pT: clockwise along the hull
+/// (Left, seen from v) or counterclockwise (Right). Edge idx itself is neither tested nor included.
 inline void determineHullPatchLeft(std::vector<std::pair<Triangle2*, int>>& vPatch, Triangle2* pT, int idx,
                                    const Point2* v, GeomTest& geomTest) {
     collectVisibleHullEdges(vPatch, pT, idx, v, geomTest, toPreviousHullEdge);

@@ -10,10 +10,10 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Beyond this number of triangles around a vertex the one that a line takes is looked for from the other end.
+/// Beyond this number of triangles around a vertex, the triangle that a line enters is found from the other end.
 constexpr int MANY_TRIANGLES = 16;
 
-/// leaveVertex that looks at some triangles at most: pT is null where these do not tell.
+/// leaveVertex that tests at most numTriangles triangles; pT is null if none of these is the one.
 Point2* leaveVertexAmong(GeomTest& geomTest, const Point2* p, const Point2* q, int numTriangles, Triangle2*& pT,
                          int& i) {
     Point2* pOnWay = nullptr;
@@ -36,7 +36,7 @@ Point2* leaveVertexAmong(GeomTest& geomTest, const Point2* p, const Point2* q, i
     return pOnWay;
 }
 
-/// leaveTowardsVertex by following the line from q to p.
+/// leaveTowardsVertex by following the line backwards, from q to p.
 Point2* arriveFromVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i) {
     for (;;) {
         Point2* pReached = leaveVertex(geomTest, q, p, pT, i);

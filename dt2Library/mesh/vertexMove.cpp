@@ -1,5 +1,5 @@
-// A vertex is moved by removing it and inserting it again. The vault hands the record that it took back last out first, so
-// that the vertex keeps its address.
+// A vertex is moved by removing it and inserting it again. The vault reuses the record that was recycled last, so that
+// the vertex keeps its address.
 
 #include "mesh/vertexMove.h"
 

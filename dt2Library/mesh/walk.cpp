@@ -14,8 +14,8 @@ constexpr int MAX_ORDERED_STEPS = 1000;
 
 constexpr int CODE_WALK_ON = 5;
 
-/// Where to go on from a triangle whose hull edge idx is collinear with p: CODE_WALK_ON with the next triangle, or the hull
-/// edge of pT across which p lies, or on which it does.
+/// Continues from a triangle whose hull edge idx is collinear with p: returns CODE_WALK_ON with the next triangle, or
+/// the index of the hull edge of pT across which, or on which, p lies.
 int locateCoplanarExtension(const Point2* p, Triangle2*& pT, int idx, GeomTest& geomTest) {
     for (const int i : {incIndexBy1(idx), incIndexBy2(idx)}) {
         const Orientation2 ori =
@@ -35,7 +35,7 @@ int walk(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest) {
     TARO_ASSERT_TEXT(pT != nullptr, "pStartTriangle!=__null");
     idx = -1;
     int i = 0;
-    int numEdges = 3;  // still to be tested in this triangle, from edge i on
+    int numEdges = 3;  // edges still to be tested in this triangle, from edge i on
     std::minstd_rand random;
     for (int numSteps = 0; numEdges > 0;) {
         const int next = incIndexBy1(i), afterNext = incIndexBy2(i);
@@ -43,9 +43,9 @@ int walk(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest) {
         if (ori == ORIENTATION2_CCW) {
             Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN) return i;
-            // p lies strictly inside the edge of entry, which need not be tested again. A walk that takes so
-            // long may be going in circles, as it can among constraints: from then on it starts at any edge, always
-            // the same ones, so that nothing but the mesh and the point decides where it ends.
+            // p lies strictly on the inner side of the edge of entry, which need not be tested again. A long walk may
+            // be cycling, which is possible among constraints: from then on it starts at a random edge. The seed is
+            // fixed, so that only the mesh and the point decide where the walk ends.
             const bool bOrdered = ++numSteps <= MAX_ORDERED_STEPS;
             i = bOrdered ? incIndexBy1(indexOfNeighbour(pN, pT)) : static_cast<int>(random() % 3);
             numEdges = bOrdered ? 2 : 3;

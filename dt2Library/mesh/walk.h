@@ -8,9 +8,10 @@ namespace LUMO_TARO25D {
 
 constexpr int CODE_INSIDE = -1, CODE_DUPLICATE = 4;
 
-/// Walks from pT to the triangle that p hits. Returns CODE_INSIDE with pT containing p strictly (idx -1) or on its inner edge
-/// idx; 0 to 2 with p outside the hull across that edge of pT, or on that hull edge; CODE_DUPLICATE with p equal to a corner.
-/// The predicates hold for p. Visibility walk with the edge of entry left out (Devillers, Pion, Teillaud 2002).
+/// Walks from pT to the triangle that contains p. Returns CODE_INSIDE if pT contains p strictly (idx -1) or on its
+/// inner edge idx; 0 to 2 if p is outside the hull across that edge of pT, or on that hull edge; CODE_DUPLICATE if p
+/// equals a corner. The predicates must cover p. Visibility walk that skips the edge of entry (Devillers, Pion,
+/// Teillaud 2002).
 int walk(const Point2* p, Triangle2*& pT, int& idx, GeomTest& geomTest);
 
 }  // namespace LUMO_TARO25D
