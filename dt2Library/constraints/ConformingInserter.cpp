@@ -1,16 +1,17 @@
 // Conforming segments: every piece is a Delaunay edge.
 //
-// A piece that is no edge yet is split at a vertex next to its end that lies on it, at its crossing with a constraint, or in
-// the middle. That it is an edge then does not make it Delaunay for good, since a constraint is not flipped: vertices that
-// come later, those of other pieces among them, may lie in the circles of its triangles. Whatever changes triangles tests
-// their edges in order to flip them, and remembers the conforming pieces that it finds (Dt2::isFixed). With the children of
-// splits these are all suspects, so that nothing else has to be looked at again. Encroached ones are halved, and so on
-// (Ruppert 1995, with the circle of the triangle in place of that over the piece).
+// A piece that is no edge yet is split at a neighbour of its end that lies on it, at its crossing with a constraint, or
+// in the middle. Being an edge does not keep it Delaunay, since a constraint is not flipped: later vertices, those of
+// other pieces included, may lie in the circumcircles of its triangles. Every operation that changes triangles tests
+// their edges in order to flip them, and notes the conforming pieces that are not Delaunay (TriangleMesh::isFixed).
+// These and the children of splits are all suspects; no other piece needs a test. Encroached suspects are halved until
+// there are none (Ruppert 1995, with the circumcircle of the triangle in place of the diametral circle).
 //
-// Where segments meet at a small angle the halves of one encroach on the other in turn, for ever. After some halvings pieces
-// at such an end are split at a power of two from it, in the unit of the client: the pieces of all segments at that end
-// have the same lengths then, and leave each other alone (concentric shells; Ruppert 1995). What rounding or nearly
-// collinear segments could prolong is ended by a quota, beyond which pieces are forced into the mesh as constrained ones.
+// Where segments meet at a small angle, the halves of one would encroach on the other in turn without end. So after
+// some halvings pieces at such an end are split at a power of two from it, in the unit of the client: then the pieces
+// of all segments at that end have equal lengths and do not encroach on each other (concentric shells; Ruppert 1995).
+// Rounding and nearly collinear segments could still prolong the process; a quota ends it, beyond which pieces are
+// forced into the mesh as constrained ones.
 
 #include "constraints/ConformingInserter.h"
 
@@ -37,10 +38,11 @@ namespace {
 
 constexpr unsigned NUM_PLAIN_HALVINGS = 8;
 
-/// Whether q is strictly between a and b, all three being exactly collinear: then the order of points is that on the line.
+/// Whether q is strictly between a and b, for exactly collinear points, whose lexicographic order is that along the
+/// line.
 bool isBetween(const Point2& a, const Point2& b, const Point2& q) { return (a < q && q < b) || (b < q && q < a); }
 
-/// The power of two that is nearest to the middle of a length, as a fraction of it: from 0.35 to 0.71.
+/// The power of two nearest to half a length, as a fraction of the length: from 0.35 to 0.71.
 double getShellFraction(double length) {
     int exponent = 0;
     const double mantissa = std::frexp(length, &exponent);
@@ -75,7 +77,7 @@ ConstraintSegment2* ConformingInserter::splitConforming(ConstraintSegment2* pCSe
         mesh_.getInnerVtxMgr().eraseVtx(q);
         segmentInserter_.runThrough(pCSeg, q);
         const bool bSplit = pCSeg->split_combinatorialOnly(q);
-        // A row of vertices is no reason to run out of passes: what is left of the segment follows at once.
+        // A long row of vertices must not use up the passes, so the rest of the segment follows at once.
         ConstraintSegment2* pRest = bSplit ? manager_.getAliveConstraintSegment(q, pTrg) : nullptr;
         return pRest && pRest->getCIS() != CIS_CONSTRAINED_DELAUNAY ? pRest : nullptr;
     }
@@ -90,8 +92,8 @@ ConstraintSegment2* ConformingInserter::splitConforming(ConstraintSegment2* pCSe
     return nullptr;
 }
 
-/// A constraint edge across the segment is not flipped, so that midpoints alone would never end: both are split at their
-/// crossing, unless the midpoint lies on that edge and splits it anyway.
+/// A constraint edge across the segment is never flipped, so halving alone would not end. Both are split at their
+/// crossing, unless the midpoint lies on that edge and splits it in any case.
 bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn) {
     const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
     Triangle2* pT = nullptr;
@@ -111,11 +113,13 @@ bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const
     if (segmentInserter_.isQuotaUsedUp()) return false;
     std::vector<ConstraintSegment2*> vPieces;
     segmentInserter_.splitBothAt(vPairIspCS[0], pCSeg, vPieces);
-    // The pieces of this segment wait for their turn; what was established before is so again at once.
+    // The pieces of this segment wait for their turn; those of the other segment, which was an edge before, become
+    // edges at once.
     vPieces.clear();
     appendAlivePieces(vPairIspCS[0].second, vPieces);
     establisher_.establish(vPieces);
-    bGoOn = pCSeg->isAlive() && !vPairIspCS[0].second->isAlive();  // an end was on the other one, which has given way
+    // If an end lies on the other segment, only that one was split.
+    bGoOn = pCSeg->isAlive() && !vPairIspCS[0].second->isAlive();
     return true;
 }
 
@@ -124,10 +128,10 @@ bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const
 
 bool ConformingInserter::halveAt(ConstraintSegment2* pCSeg, const Point2& place) {
     const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
-    // A place that rounds to an end is as far as doubles go, too.
+    // Doubles are also too coarse if the place rounds to an end.
     Point2* pSplit = nullptr;
     if (!isTooShortToSplit(*pSrc, *pTrg) && place != *pSrc && place != *pTrg) {
-        pCSeg->kill();  // so that the edge goes if the place is beside it
+        pCSeg->kill();  // or the edge would stay if the place is beside it
         mesh_.startSearchAt(pSrc);
         pSplit = manager_.bringVertex(place).first;
         const bool bSplit = pSplit && pSplit != pSrc && pSplit != pTrg && manager_.canBeSplitAt(pCSeg, pSplit);
@@ -186,7 +190,7 @@ ConstraintSegment2* ConformingInserter::getConstraintThrough(const Point2& place
     return nullptr;
 }
 
-/// Whether another conforming segment leaves an end at less than a right angle.
+/// Whether another conforming segment meets this one at an end at less than a right angle.
 bool ConformingInserter::isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const {
     const Point2* pOther = pEnd == pCSeg->getSrc() ? pCSeg->getTrg() : pCSeg->getSrc();
     const Vector2 direction = getVector2D(*pEnd, *pOther);
@@ -203,7 +207,7 @@ bool ConformingInserter::isAtSmallAngle(const ConstraintSegment2* pCSeg, const P
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Pieces that are not Delaunay any more
+// Encroached pieces
 
 bool ConformingInserter::isEncroached(const Dt2& mesh, const ConstraintSegment2* pCSeg) {
     const Triangle2* pT = mesh.getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
@@ -217,12 +221,12 @@ void ConformingInserter::suspect(ConstraintSegment2* pCSeg) {
     if (pCSeg->isAlive() && ConformingPieces::isConforming(pCSeg)) pieces_.suspect(pCSeg);
 }
 
-/// In rounds: a new vertex may encroach on any piece near it, and what flips leave alone there is the next round.
+/// Works in rounds: a new vertex may encroach on any piece near it, which flips then note for the next round.
 void ConformingInserter::splitEncroachedPieces(bool bNewPoints) {
     bool bEnough = true, bFirstRound = true;
     for (auto vEncroached = takeEncroachedPieces(); !vEncroached.empty(); vEncroached = takeEncroachedPieces()) {
-        // Many points may have come since the last call. Vertices of this one, which later rounds and its own pieces meet,
-        // are no input, or each piece would raise the limit for the next.
+        // Many points may have been inserted since the last call. The vertices of this call, which later rounds and its
+        // own pieces meet, do not count as input, or each piece would raise the limit for the next.
         for (ConstraintSegment2* pCSeg : vEncroached) {
             const bool bMeetsInput = bFirstRound && (bNewPoints || pCSeg->getAge().call < manager_.getNumberOfCalls());
             if (bMeetsInput && pCSeg->isAlive()) raiseHalvingQuotaForEdge(pCSeg);

@@ -21,46 +21,47 @@ class ConformingInserter {
   public:
     ConformingInserter(Dt2& mesh, ConstraintMgr& manager, Establisher& establisher);
 
-    /// Splits a segment of a conforming strategy, or finds that it is an edge; the pieces have to follow.
+    /// Splits a segment of a conforming strategy once, unless it is an edge; the caller goes on with the pieces.
     void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
 
-    /// Limits how many vertices may halve pieces from now on, for a number of segments that clients have asked for, of which
-    /// these pieces are to be established. Beyond it, segments are forced into the mesh.
+    /// Limits the number of halvings from now on. The limit follows the number of segments that clients have asked for
+    /// and the triangles that their pieces cross. Beyond it, segments are forced into the mesh.
     void setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces);
     bool isHalvingQuotaUsedUp() const { return halvingQuota_ == 0; }
 
-    /// Remembers that a conforming piece may be an edge that is not Delaunay; nothing happens for other segments.
+    /// Notes that a conforming piece may be an edge that is not Delaunay; ignores other segments.
     void suspect(ConstraintSegment2* pCSeg);
-    /// Forgets a segment that will not be there any more.
+    /// Forgets a segment that is about to be deleted.
     void forget(const ConstraintSegment2* pCSeg) { pieces_.forget(pCSeg); }
-    /// Whether a segment is an edge that is not Delaunay: the far corner of one of its triangles is in the circle of the
-    /// other one.
+    /// Whether a segment is an edge that is not Delaunay: the far corner of one of its triangles is inside the
+    /// circumcircle of the other.
     static bool isEncroached(const Dt2& mesh, const ConstraintSegment2* pCSeg);
-    /// Splits conforming pieces that are edges without being Delaunay until none is left, under the limits of what was
-    /// established last. With bNewPoints, points may have come next to any piece since it was established; otherwise only
-    /// next to those of earlier calls.
+    /// Splits encroached conforming pieces until none is left, under the limits set last. With bNewPoints, clients may
+    /// have inserted points near any piece since it was established; otherwise only near pieces of earlier calls.
     void splitEncroachedPieces(bool bNewPoints);
 
   private:
-    /// Takes away one obstacle; returns a segment that has to follow at once, or null.
+    /// Removes one obstacle; returns a segment that has to follow at once, or null.
     ConstraintSegment2* splitConforming(ConstraintSegment2* pCSeg);
-    /// Splits a segment and the first constraint that it crosses, unless its middle lies on that; false if there is none. Tells
-    /// whether what is left of the segment has to follow at once.
+    /// Splits a segment and the first constraint that it crosses; false if there is none or the middle of the segment
+    /// lies on it. Sets bGoOn if the segment itself is still alive and has to follow at once.
     bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);
 
-    /// Splits a piece at a new vertex; false, with a warning and with the piece as it was, where doubles are too coarse.
+    /// Splits a piece at a new vertex; false, with a warning and the piece unchanged, where doubles are too coarse.
     bool halveAt(ConstraintSegment2* pCSeg, const Point2& place);
     bool isTooShortToSplit(const Point2& src, const Point2& trg) const;
-    /// Where a piece is to be split: in the middle, or at a power of two from an end where others come near.
+    /// The place at which to split a piece: the middle, or a power of two from an end at which it meets others at a
+    /// small angle.
     Point2 getPlaceToSplit(const ConstraintSegment2* pCSeg) const;
     double getHeightForSplit(const ConstraintSegment2* pCSeg, const Point2& place) const;
-    /// The constraint among the edges of the triangle around a place on which it lies exactly; null if there is none.
+    /// The constraint among the edges of pT that contains a place exactly; null if there is none.
     ConstraintSegment2* getConstraintThrough(const Point2& place, const Triangle2* pT) const;
     bool isAtSmallAngle(const ConstraintSegment2* pCSeg, const Point2* pEnd) const;
 
-    /// Raises the limit where a piece crosses more triangles than its share of the limit allows for.
+    /// Raises the halving limit if a piece crosses more triangles than its share of the limit covers.
     void raiseHalvingQuota(const ConstraintSegment2* pCSeg);
-    /// The same for an edge, by the triangles that it would cross.
+    /// raiseHalvingQuota for a piece that is an edge: releases the edge, counts the triangles that it then crosses, and
+    /// establishes it again.
     void raiseHalvingQuotaForEdge(ConstraintSegment2* pCSeg);
     std::vector<ConstraintSegment2*> takeEncroachedPieces();
 

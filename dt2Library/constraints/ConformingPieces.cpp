@@ -20,7 +20,7 @@ void ConformingPieces::noteHalving(ConstraintSegment2* pParent) {
     Point2* pSplit = nullptr;
     pParent->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);
     const unsigned numHalvings = getNumHalvings(pParent) + 1;
-    // A child that was there before keeps its number.
+    // A child that existed before keeps its number.
     mNumHalvings_.add(pChild0, numHalvings);
     mNumHalvings_.add(pChild1, numHalvings);
 }

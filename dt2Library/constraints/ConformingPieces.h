@@ -8,25 +8,25 @@
 
 namespace LUMO_TARO25D {
 
-/// What is remembered of the pieces of conforming segments: which of them may not be Delaunay edges any more, and how many
-/// halvings have led to each.
+/// State of the pieces of conforming segments: those that may have lost the Delaunay property, and the number of
+/// halvings that led to each.
 class ConformingPieces {
   public:
-    /// Clients' segments may be halved so often: that many times all together, and for each one.
+    /// The limit of halvings: a base amount, and an amount for each segment of the client.
     static constexpr size_t MIN_HALVING_QUOTA = 1000, NUM_HALVINGS_EACH = 100;
 
     static bool isConforming(const ConstraintSegment2* pCSeg) { return pCSeg->getCIS() != CIS_CONSTRAINED_DELAUNAY; }
 
-    /// Remembers a piece, unless it is known already.
+    /// Adds a piece to the suspects, unless it is one.
     void suspect(ConstraintSegment2* pCSeg) {
         if (sSuspects_.insert(pCSeg)) vSuspects_.push_back(pCSeg);
     }
-    /// Forgets a segment that will not be there any more.
+    /// Forgets a segment that is about to be deleted.
     void forget(const ConstraintSegment2* pCSeg);
-    /// Hands over all suspects.
+    /// Moves all suspects to vTaken.
     void takeSuspects(std::vector<ConstraintSegment2*>& vTaken);
 
-    /// Takes note of the children that a halving has given to a segment.
+    /// Sets the number of halvings of the two children of a halved segment.
     void noteHalving(ConstraintSegment2* pParent);
     unsigned getNumHalvings(const ConstraintSegment2* pCSeg) const {
         const unsigned* pNum = mNumHalvings_.find(pCSeg);
@@ -36,7 +36,7 @@ class ConformingPieces {
   private:
     std::vector<ConstraintSegment2*> vSuspects_;
     AddressSet sSuspects_;
-    PointerMap<unsigned> mNumHalvings_;  // of those that have a parent
+    PointerMap<unsigned> mNumHalvings_;  // of pieces that have a parent
 };
 
 }  // namespace LUMO_TARO25D

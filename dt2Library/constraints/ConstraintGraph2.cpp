@@ -1,13 +1,14 @@
 // Constraint graphs: the segments of one batch, their directions, and whether they make one closed chain.
 //
-// Segments store their ends in pointer order, so each graph keeps for each of its segments, split ones and pieces
-// included, whether its own direction is the opposite. A split hands the direction of the parent down to both children:
-// the one at the source comes first. Read in this order, the leaves below the segments of a chain are again a chain.
+// Segments store their ends in the order of addresses, so each graph stores for each of its segments, split ones and
+// pieces included, whether its own direction is the reverse. A split hands the direction of the parent down to both
+// children; the child at the source comes first. In this order the leaves below the segments of a chain are again a
+// chain.
 //
-// Whether a batch is a polygon is a question about its ends alone: every vertex joins two segments, and one walk from
-// segment to segment uses all of them. The walk starts at the vertex with the smallest x, then y, which is a strictly
-// convex corner of any simple polygon; the turn there tells which way round is counterclockwise. O(n log n), and O(n) for
-// a batch in which that vertex does not join two segments.
+// A batch is a polygon if every vertex joins two segments and one walk from segment to segment uses all of them; only
+// ends count, not geometry. The walk starts at the vertex with the smallest x, then y, which is a strictly convex
+// corner of any simple polygon, so that the turn there gives the counterclockwise direction. O(n log n), and O(n) for a
+// batch in which that vertex does not join two segments.
 
 #include "taro25d/ConstraintGraph2.h"
 
@@ -58,7 +59,7 @@ class Incidence {
         std::sort(vEntries_.begin(), vEntries_.end(), before);
     }
 
-    /// The segment that a chain goes on with after another one that ends at a vertex; null if not exactly two meet there.
+    /// The segment that follows pCSeg in a chain through a vertex; null unless exactly two segments meet there.
     ConstraintSegment2* getNext(const ConstraintSegment2* pCSeg, const Point2* pVtx) const {
         const auto range = std::equal_range(vEntries_.begin(), vEntries_.end(), Entry(pVtx, nullptr), before);
         if (range.second - range.first != 2) return nullptr;
@@ -87,7 +88,7 @@ class Incidence {
 
 class ConstraintGraph2::ReverseMap : public PointerMap<bool> {
   public:
-    std::vector<bool> vPasses;  // of the original segments, where one comes in both directions
+    std::vector<bool> vPasses;  // the directions of the original segments, if one occurs in both
 };
 
 ConstraintGraph2::~ConstraintGraph2() = default;
@@ -123,8 +124,8 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegmen
     makeSelfOwner(vCSegs);
 }
 
-/// The last thing that a constructor does: a graph that could not be made must not be anybody's owner. A segment that is
-/// dead without children has been refused by then, because it gives no directions to its pieces.
+/// The last step of a constructor: a graph whose construction fails must own nothing. A dead segment without children
+/// has failed before, when directions were entered.
 void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs) {
     for (ConstraintSegment2* pCSeg : vCSegs) pCSeg->addOwnerRecursive(this);
 }
@@ -166,7 +167,7 @@ void ConstraintGraph2::setDirectionsRecursive(ConstraintSegment2* pCSeg) {
         Point2* pSrc = getOrientedSrc(pParent);
         getChildrenFrom(pSrc, pParent, pChild0, pChild1);
         Point2* pTrg = getOtherEnd(pParent, pSrc);
-        // What the graph knows already keeps its direction, and so does everything below it.
+        // A piece that the graph knows already keeps its direction, and so do its descendants.
         const bool bNew0 = pReverse_->add(pChild0, pChild0->getSrc() != pSrc);
         const bool bNew1 = pReverse_->add(pChild1, pChild1->getTrg() != pTrg);
         if (bNew0 && !pChild0->isAlive()) vStack.push_back(pChild0);
@@ -234,7 +235,7 @@ bool ConstraintGraph2::isConstraint(ConstraintSegment2* pCSeg) const {
 bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
     if (p0 == p1) return false;
     const auto ends = std::minmax(p0, p1, std::less<>());
-    // Labels of later segments skip one.
+    // This temporary segment uses up a label.
     const ConstraintSegment2 key(ends.first, ends.second, CIS_CONFORMING_SURFACE_Z);
     return isConstraint(pDt2_->getAliveConstraintSegment(key.getSrc(), key.getTrg()));
 }
@@ -296,8 +297,8 @@ void ConstraintGraph2::setPasses(const std::vector<bool>& vReverse) {
     pReverse_->vPasses = vReverse;
 }
 
-/// Each segment by itself, from its own beginning on: where constraints have been bent to near vertices, segments may share
-/// a piece that they pass in different directions.
+/// Walks along each segment by itself: where constraints have been bent to near vertices, two segments may share a
+/// piece that they pass in opposite directions.
 void ConstraintGraph2::getDirectedPieces(std::vector<std::pair<Point2*, Point2*>>& vPieces) const {
     std::vector<ConstraintSegment2*> vStack;
     for (size_t k = 0; k < vCSegParents_.size(); ++k) {

@@ -1,4 +1,14 @@
-// The constraint segments and graphs of one triangulation.
+// The constraint segments of one triangulation.
+//
+// There is at most one segment for each pair of vertices, found by a hash table. The list of all segments serves
+// queries that want them in order; it is sorted only when somebody asks, which costs less than keeping order at each
+// split. Entries of discarded segments stay in the list until half of it is garbage (sweep).
+//
+// The mesh answers whether an edge is a constraint without the manager: each segment registers its edge with a pointer
+// to its alive flag (ConstraintEdges), so that killing a segment needs no second update.
+//
+// A vertex that was inserted for constraints alone is remembered (bringVertex), so that removing a graph can remove it
+// too. Counting the segments at each vertex starts with the first removal, since most clients never remove a graph.
 
 #include "constraints/ConstraintMgr.h"
 
@@ -18,7 +28,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The alive pieces of a graph, and the file that they go to.
+/// Returns the alive pieces of a graph and prints the name of the file that they go to.
 std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, const std::string& filename) {
     std::vector<ConstraintSegment2*> vPieces;
     graph.getChildConstraintSegments(vPieces);
@@ -147,7 +157,7 @@ void ConstraintMgr::updateConstraintSegment(ConstraintSegment2* pParentCSeg, Con
     const VertexPair key0(pCSeg0->getSrc(), pCSeg0->getTrg()), key1(pCSeg1->getSrc(), pCSeg1->getTrg());
     TARO_ASSERT_TEXT(std::less<>()(key0.first, key0.second), "key0.first<key0.second");
     TARO_ASSERT_TEXT(std::less<>()(key1.first, key1.second), "key1.first<key1.second");
-    // Whoever split the segment had its children from here, with their ends taken note of.
+    // The children were made by addConstraintSegment, which has entered them.
     TARO_ASSERT(segmentIndex_.find(key0.first, key0.second) == pCSeg0);
     TARO_ASSERT(segmentIndex_.find(key1.first, key1.second) == pCSeg1);
     pDt2_->getConstraintEdges().erase(pParentCSeg->getSrc(), pParentCSeg->getTrg());
@@ -162,7 +172,8 @@ void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
 
 std::pair<Point2*, bool> ConstraintMgr::bringVertex(const Point2& place) {
     const size_t numPointsBefore = pDt2_->numberOfPoints();
-    const FlagScope pause = pDt2_->getHeightBook().pause();  // the segments meet the vertex, not this point
+    // The heights of the segments meet at the vertex, not the height of this point.
+    const FlagScope pause = pDt2_->getHeightBook().pause();
     Point2* pVtx = pDt2_->insert(place);
     const bool bNew = pVtx && pDt2_->numberOfPoints() > numPointsBefore;
     if (bNew) sBroughtVertices_.insert(pVtx);
@@ -233,8 +244,8 @@ void ConstraintMgr::rememberEncroached(const Point2* p0, const Point2* p1) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Dumps
 
-/// The number of segments in the first line; then a line for each segment with x, y and z of its source and target, which
-/// give the same numbers when they are read again.
+/// The first line has the number of segments; then each segment has a line with x, y and z of its source and target,
+/// printed so that reading gives equal numbers.
 void ConstraintMgr::writeConstraints(const std::string& prefix) const {
     for (size_t i = 0; i < vGraphs_.size(); ++i) {
         const std::string filename = prefix + "_c" + std::to_string(i) + ".con";
@@ -250,7 +261,7 @@ void ConstraintMgr::writeConstraints(const std::string& prefix) const {
     }
 }
 
-/// The same in the byte order of the machine: the number of segments in 8 bytes, then 6 doubles for each.
+/// Binary, in the byte order of the machine: the number of segments in 8 bytes, then 6 doubles for each.
 void ConstraintMgr::writeConstraintsBIN(const std::string& prefix) const {
     for (size_t i = 0; i < vGraphs_.size(); ++i) {
         const std::string filename = prefix + "_c" + std::to_string(i) + "_con.bin";

@@ -34,45 +34,48 @@ class ConstraintMgr : public ConstraintKeeper {
     /// True for the ends of all segments, dead ones included.
     bool isConstraintVertex(const Point2* pVtx) const override;
     bool isConstraint(const Point2* p0, const Point2* p1) const { return getAliveConstraintSegment(p0, p1) != nullptr; }
-    /// The same, asked of the mesh, which spares most searches.
+    /// isConstraint through the mesh, which avoids most look-ups.
     bool isConstraint_performanceVersion(const Point2* p0, const Point2* p1) const;
     /// The alive segment between two vertices in any order, or null.
     ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
-    /// Append all alive segments, or all segments, by the pointers of their ends.
+    /// Append all alive segments, or all segments, in the order of the addresses of their ends.
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
 
-    /// The segment between two different vertices, alive or dead as it is, with the strategy that it has; a new one if
-    /// there is none.
+    /// The segment between two different vertices, alive or dead, with its own strategy; if there is none, a new
+    /// segment of strategy cis.
     ConstraintSegment2* addConstraintSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
-    /// Whether the segment can be split at a vertex: not if a child would be a dead segment that this one came from.
+    /// Whether the segment can be split at a vertex: not if a child would be a dead segment from which this one
+    /// descends.
     bool canBeSplitAt(const ConstraintSegment2* pCSeg, Point2* pSplit) const;
-    /// Takes note of a split that a graph was told of.
+    /// Called by a graph when a segment of it was split: the edge of the parent is no constraint any more.
     void updateConstraintSegment(ConstraintSegment2* pParentCSeg, ConstraintSegment2* pCSeg0,
                                  ConstraintSegment2* pCSeg1);
     void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) override;
 
-    /// Does what a client asks for with createConstraint: inserts the ends of the segments, establishes what can be
-    /// established, and returns the graph; null with a warning for an empty list, for coordinates that are not finite, and
-    /// for a strategy that is none.
+    /// Serves Taro_2D::createConstraint: inserts the ends of the segments, establishes the segments if there are
+    /// triangles, and returns the graph. Null, with a message, for an empty list, for coordinates that are not finite,
+    /// and for an unknown strategy.
     ConstraintGraph2* createForClient(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                       bool bOrientedSegments);
-    /// The same for edges of the mesh.
+    /// createForClient for edges of the mesh.
     ConstraintGraph2* createForClient(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis);
-    /// The same between vertices, of which none may be null or strange.
+    /// createForClient for pairs of vertices; null, with a warning, if one is null or no vertex of this mesh.
     ConstraintGraph2* createForClient(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                       bool bOrientedSegments);
-    /// Establishes all segments that wait for it, as a client asks for.
+    /// Serves Taro_2D::applyConstraintsAndZones: establishes all segments that are no edges yet.
     void applyForClient();
 
-    /// Create a graph of segments, in the direction given or without one, and establish them if the flag says so.
+    /// Create a graph of segments, with the given directions (oriented) or without, and establish them if bApply is
+    /// true.
     ConstraintGraph2* createConstraint(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                        bool bApply);
     ConstraintGraph2* createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis, bool bApply);
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis);
     ConstraintGraph2* createConstraint_oriented(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                                 bool bApply);
-    /// Creates a graph of edges that were so before, in another mesh, say: conforming ones are not divided any more.
+    /// Creates a graph of pieces that have been established before, in a mesh that was saved: conforming pieces are not
+    /// divided again.
     ConstraintGraph2* createEdges(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                   bool bOriented);
     ConstraintGraph2* createConstraint_oriented(const std::vector<Segment2>& vSegments,
@@ -87,20 +90,20 @@ class ConstraintMgr : public ConstraintKeeper {
     void rememberEncroached(const Point2* p0, const Point2* p1) override;
     void noteClientsPoint(const Point2* pVtx) override { sBroughtVertices_.erase(pVtx); }
 
-    /// Whether a graph is one of this triangulation. It may have been removed.
+    /// Whether a graph belongs to this triangulation. The pointer may be that of a removed graph.
     bool hasGraph(const ConstraintGraph2* pGraph) const;
     /// Appends the graphs in the order of their creation.
     void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Inserts a vertex for constraints alone. Returns the vertex at that place, and whether it is new.
     std::pair<Point2*, bool> bringVertex(const Point2& place);
-    /// Ends segments without owners, which are no edges any more. Appends the vertices at which no segment ends from now on
-    /// and that only constraints have brought.
+    /// Deletes segments without owners whose edges have been released. Appends the vertices that were inserted for
+    /// constraints alone and at which no segment ends any more.
     void discard(const std::vector<ConstraintSegment2*>& vCSegs, std::vector<Point2*>& vBroughtAlone);
-    /// Ends a graph, which owns no segments any more.
+    /// Deletes a graph that owns no segments any more.
     void discard(ConstraintGraph2* pGraph);
 
     size_t getNumberOfSegments() const { return vSegments_.size() - numDiscarded_; }
-    /// How many calls have asked for segments.
+    /// The number of calls that have asked for segments.
     std::uint32_t getNumberOfCalls() const { return numCalls_; }
 
     /// Write the alive segments of each graph to files of their own, for the library's developers.
@@ -121,17 +124,16 @@ class ConstraintMgr : public ConstraintKeeper {
 
     Dt2* pDt2_;
     VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
-    // The same as a list, of which the first ones are in the order of their ends: sorting when somebody asks costs less
-    // than keeping order at each split.
+    // All segments; the first numSorted_ are in the order of their ends.
     mutable std::vector<ConstraintSegment2*> vSegments_;
     mutable size_t numSorted_ = 0;
-    mutable size_t numDiscarded_ = 0;                 // records in the list that are not in the index any more
-    mutable AddressSet constraintVertices_;           // mutable: it remembers where it looked last
-    AddressSet sBroughtVertices_;                     // ends of segments that no client has inserted as points
-    std::unique_ptr<PointerMap<unsigned>> pNumEnds_;  // of the segments at each vertex; null before one is discarded
+    mutable size_t numDiscarded_ = 0;                 // segments in the list that are not in the index any more
+    mutable AddressSet constraintVertices_;           // mutable: a look-up caches the last page
+    AddressSet sBroughtVertices_;                     // vertices inserted for constraints alone
+    std::unique_ptr<PointerMap<unsigned>> pNumEnds_;  // segments at each vertex; null before the first discard
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
     std::uint32_t numCalls_ = 0;
-    size_t numRequested_ = 0;  // segments that clients have asked for
+    size_t numRequested_ = 0;  // the number of segments that clients have asked for
     Establisher establisher_;
 };
 

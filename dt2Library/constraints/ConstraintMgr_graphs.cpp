@@ -1,4 +1,8 @@
-// Graphs of one triangulation, and the calls of clients that create them.
+// The graphs of one triangulation: the calls of clients that create them, with their checks, and the steps below.
+//
+// A call inserts the ends of its segments in bulk, finds or makes the segment for each pair of vertices, makes a graph
+// of them, and establishes the segments (Establisher). Afterwards conforming pieces on which the call has encroached
+// are split. Before there are triangles, nothing is established; applyForClient does it later.
 
 #include <algorithm>
 #include <array>
@@ -24,7 +28,7 @@ std::vector<ConstraintSegment2*> getAlivePieces(const std::vector<ConstraintSegm
     return vPieces;
 }
 
-/// Drops points that are there before, and tells for each of the former list where it stands now.
+/// Drops repeated points; vPlaces[i] becomes the new index of the point that had index i.
 void keepFirstOfEach(std::vector<Point2>& vPoints, std::vector<size_t>& vPlaces) {
     std::map<std::array<double, 3>, size_t> mPlaces;
     size_t numKept = 0;
@@ -36,7 +40,7 @@ void keepFirstOfEach(std::vector<Point2>& vPoints, std::vector<size_t>& vPlaces)
     vPoints.resize(numKept);
 }
 
-/// Any integer can be cast to a strategy. The error names the function that would meet a wrong one later.
+/// Any integer can be cast to a strategy. The error names the function that would meet an unknown one later.
 bool isStrategy(ConstraintInsertionStrategy cis) {
     if (cis == CIS_CONFORMING_SURFACE_Z || cis == CIS_CONSTRAINED_DELAUNAY || cis == CIS_CONFORMING_LINEAR_Z)
         return true;
@@ -105,7 +109,7 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Ver
     for (const auto& [p0, p1] : vPairs) {
         if (p0 != p1) vPasses.push_back(p0 != makeKey(p0, p1).first);
     }
-    // Of a segment that comes in both directions the first one counts, but the passes are known to the graph.
+    // A segment that occurs in both directions gets the first one; the graph stores all passes besides.
     std::stable_sort(vReverse.begin(), vReverse.end(),
                      [](const Entry& a, const Entry& b) { return a.first < b.first; });
     const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
@@ -129,7 +133,7 @@ ConstraintGraph2* ConstraintMgr::createEdges(const std::vector<VertexPair>& vPai
 
 ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Edge2>& vEdges,
                                                            ConstraintInsertionStrategy cis) {
-    // A height that the client has made something else than a number would keep the end from being found again.
+    // A height that the client has set to NaN or infinity would make the insertion refuse the end.
     const auto getPlace = [](const Point2& end) {
         return Point2(end.x(), end.y(), std::isfinite(end.z()) ? end.z() : 0.0);
     };
@@ -146,7 +150,7 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
         vEnds.push_back(segment.getSrc());
         vEnds.push_back(segment.getTrg());
     }
-    // An end at which several of these segments meet at one height comes once, for the mean of the heights there.
+    // An end that several of these segments share at one height counts once in the mean of the heights there.
     std::vector<size_t> vPlaces(vEnds.size());
     std::iota(vPlaces.begin(), vPlaces.end(), size_t(0));
     if (pDt2_->getHeightBook().getRule() == HR_MEAN) keepFirstOfEach(vEnds, vPlaces);
@@ -160,7 +164,7 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// What clients ask for
+// Calls of clients
 
 ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Segment2>& vSegments,
                                                  ConstraintInsertionStrategy cis, bool bOrientedSegments) {

@@ -28,7 +28,7 @@ inline std::pair<Point2*, Point2*> getEndsByPlace(const ConstraintSegment2* pCSe
     return *pTrg < *pSrc ? std::pair(pTrg, pSrc) : std::pair(pSrc, pTrg);
 }
 
-/// Sorts segments, from a place of the list on, by the coordinates of their ends, so that no address matters.
+/// Sorts segments, from index begin on, by the coordinates of their ends, so that no address matters.
 inline void sortByPlace(std::vector<ConstraintSegment2*>& vCSegs, size_t begin = 0) {
     const auto first = vCSegs.begin() + static_cast<std::ptrdiff_t>(begin);
     std::sort(first, vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
@@ -38,7 +38,7 @@ inline void sortByPlace(std::vector<ConstraintSegment2*>& vCSegs, size_t begin =
     });
 }
 
-/// The edges that graphs stand for.
+/// The alive pieces of graphs, as edges.
 inline EdgeSet getAlivePieces(const std::vector<ConstraintGraph2*>& vGraphs) {
     std::vector<ConstraintSegment2*> vCSegs;
     for (const ConstraintGraph2* pGraph : vGraphs) pGraph->getChildConstraintSegments(vCSegs);
@@ -47,19 +47,20 @@ inline EdgeSet getAlivePieces(const std::vector<ConstraintGraph2*>& vGraphs) {
     return sPieces;
 }
 
-/// The older of two segments, and the other one; of two pieces of one segment the first counts as the older one.
+/// The older of two segments, and the younger; of two pieces of one segment the first argument counts as the older.
 inline std::pair<const ConstraintSegment2*, const ConstraintSegment2*> orderByAge(const ConstraintSegment2* pFirst,
                                                                                   const ConstraintSegment2* pSecond) {
     return pSecond->getAge() < pFirst->getAge() ? std::pair(pSecond, pFirst) : std::pair(pFirst, pSecond);
 }
 
-/// The height of a segment at a place next to it; the order of its ends, which is that of addresses, does not matter.
+/// The height of a segment at a place next to it. It does not depend on the order of the ends, which is that of
+/// addresses.
 inline double getHeightOn(const Point2& end0, const Point2& end1, double x, double y) {
     const auto& [low, high] = std::minmax(end0, end1);
     return getZOnSegment(low, high, x, y);
 }
 
-/// Says that rounding keeps a segment from becoming edges, so that what is left of it is given up.
+/// Warns that rounding keeps a segment from becoming edges, so that the rest of it is given up.
 inline void warnOfInaccuracy() {
     warning("ConstraintMgr::apply()", "insufficient numeric accuracy, need to skip last insertions");
 }

@@ -1,10 +1,10 @@
 // Constraint segments and their split trees.
 //
-// A split gives a segment two children that meet at the split vertex; whatever crosses, joins or refines it later goes on
-// at the leaves. The manager holds one segment for each pair of vertices, so two overlapping segments share the pieces
-// that they have in common: a child can have several parents, and is as old as the oldest of them. A run along many
-// collinear vertices is cut at one after the other, which makes a tree as deep as the run is long. Walks over a tree
-// therefore keep their own stack.
+// A split gives a segment two children that meet at the split vertex; later crossings, joints and refinement split the
+// leaves. The manager holds one segment for each pair of vertices, so two overlapping segments share their common
+// pieces: a child can have several parents, and is as old as the oldest of them. A segment along many collinear
+// vertices is cut at one after the other, which makes a tree as deep as their number; walks over a tree therefore use a
+// stack of their own, not recursion.
 
 #include "taro25d/ConstraintSegment2.h"
 
@@ -57,7 +57,7 @@ void ConstraintSegment2::addOwnerRecursive(ConstraintGraph2* pGraph) {
 
 bool ConstraintSegment2::removeOwner(ConstraintGraph2* pGraph) { return sOwners_.erase(pGraph) > 0; }
 
-/// Descendants are never younger than what they come from, so it ends at the first one that is as old already.
+/// A descendant is never younger than its ancestors, so the walk ends at segments that are as old already.
 void ConstraintSegment2::noteAge(const Age& age) {
     std::vector<ConstraintSegment2*> vStack{this};
     while (!vStack.empty()) {
@@ -150,11 +150,11 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
 
     kill();
     Point2* pSplit = pOwnerDt->insert(p);
-    // Where the split is refused the vertex was there before, so the mesh is as it was.
+    // A refused split means that the vertex existed before, so the mesh is unchanged.
     if (!pSplit || pSplit == p0_ || pSplit == p1_ || !canBeSplitAt(pSplit)) unkill();
     TARO_ASSERT_TEXT(pSplit != nullptr, "pSplit!=__null");
     if (bAlive_) return nullptr;
-    // A vertex beside the edge leaves it in the mesh, where it is no constraint any more.
+    // If the vertex is beside the edge, the edge is still in the mesh, but no longer a constraint.
     pOwnerDt->killAndUnestablishConstraintSegment(this);
     createChildren(pSplit);
     pOwnerDt->getConstraintManager()->getEstablisher().establish({aChildren_[1], aChildren_[0]});

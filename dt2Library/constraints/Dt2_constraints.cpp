@@ -1,4 +1,5 @@
-// The members of Dt2 that are about constraints, or draw, check and store them too. They forward to what does the work.
+// The members of Dt2 for constraints, and those that draw, check or store them. They forward to the classes that do the
+// work.
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/checkValidity.h"

@@ -1,9 +1,9 @@
 // The order in which segments become edges.
 //
-// Segments are established one after the other, in the order in which they were asked for, so that older ones are edges by
-// the time younger ones meet them. Each is a list of work in passes: a piece that is split gives its leaves to the next. A
-// midpoint halves a conforming segment, whose pieces cannot become shorter than the arithmetic allows, so the limit on
-// passes is never reached unless rounding plays tricks.
+// Segments are established one after the other, in the order in which clients asked for them, so that older segments
+// are edges by the time younger ones meet them. Each segment takes several passes over its pieces: the leaves of a
+// piece that is split go to the next pass. Pieces of conforming segments are halved and cannot become shorter than
+// doubles allow, so the limit on passes is reached only if rounding makes segments split each other again and again.
 
 #include "constraints/Establisher.h"
 
@@ -60,7 +60,7 @@ void Establisher::applyOneSegment(ConstraintSegment2* pCSeg) {
 
 void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress) {
     if (!mesh_.is2D()) return;
-    const bool bOutermost = !bEstablishing_;  // segments that are established on the way share the quotas
+    const bool bOutermost = !bEstablishing_;  // segments established within this call share the quotas
     const FlagScope establishing(bEstablishing_);
     const size_t quota = getQuotaEach();
     if (bOutermost) {

@@ -10,7 +10,7 @@ namespace LUMO_TARO25D {
 
 class Progress;
 
-/// Brings the segments of a manager into the mesh, each by its strategy, within limits that follow their number.
+/// Brings the segments of a manager into the mesh, each by its strategy, within quotas that follow their number.
 class Establisher {
   public:
     Establisher(Dt2& mesh, ConstraintMgr& manager)
@@ -23,24 +23,24 @@ class Establisher {
 
     /// Establishes one segment, or its leaves, if the triangulation is two-dimensional.
     void applyOneSegment(ConstraintSegment2* pCSeg);
-    /// Establishes segments, each with the pieces that this makes of it before the next one. Warns if the passes over these
-    /// do not suffice.
+    /// Establishes segments, each with all its pieces before the next. Warns if the limit on passes ends one early.
     void establish(const std::vector<ConstraintSegment2*>& vCSegs) { establish(vCSegs, vCSegs.size(), nullptr); }
-    /// The same with progress; the pieces belong to numSegments segments that clients have asked for.
+    /// establish with progress; the list consists of pieces of numSegments segments that clients have asked for.
     void establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, const char* label);
-    /// Makes edges of segments of any strategy, which are split only at vertices and crossings.
+    /// Makes edges of segments of any strategy; splits them only at vertices and crossings.
     void establishAsEdges(const std::vector<ConstraintSegment2*>& vCSegs);
     /// Splits conforming pieces that are not Delaunay (ConformingInserter).
     void splitEncroachedPieces(bool bNewPoints);
 
   private:
-    /// How many crossings one segment may make: a straight one crosses each other one once, and where rounding makes it cross
-    /// again and again there is no way out except to stop.
+    /// The number of crossings that one segment may make. A straight segment crosses each other one once; where
+    /// rounding makes it cross again and again, only a limit ends this.
     size_t getQuotaEach() const;
-    /// How many of them may move on by the last bit only, as they do where rounding makes segments cross again and again.
+    /// The number of crossings in the last bits next to an end, which occur where rounding makes segments cross again
+    /// and again.
     size_t getCloseQuota() const;
     void establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress);
-    /// Establishes a segment and all pieces that this makes of it; false if the passes do not suffice.
+    /// Establishes a segment and all its pieces; false if the limit on passes ends this early.
     bool establishPieces(ConstraintSegment2* pCSeg);
 
     Dt2& mesh_;

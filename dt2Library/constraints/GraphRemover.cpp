@@ -1,9 +1,9 @@
 // Removal of graphs.
 //
-// A graph owns its segments and all their descendants, and a descendant has at least the owners of each segment that it comes
-// from. So the segments of a graph that have no other owner are closed upwards: no segment that stays refers to one that
-// goes. All their edges are released at once and the mesh is made Delaunay afterwards (Lawson 1977), from the edges in the
-// order of their places, so that ties on circles do not depend on addresses.
+// A graph owns its segments and all their descendants, and a descendant has at least the owners of each of its
+// ancestors. So no segment that stays refers to one that is removed. All edges without an owner are released at once;
+// then the mesh is made Delaunay (Lawson 1977), starting from the edges in the order of their coordinates, so that ties
+// on circles do not depend on addresses.
 
 #include "constraints/GraphRemover.h"
 
@@ -32,7 +32,7 @@ std::vector<ConstraintSegment2*> GraphRemover::disown(ConstraintGraph2* pGraph) 
     while (!vStack.empty()) {
         ConstraintSegment2* pCSeg = vStack.back();
         vStack.pop_back();
-        // Segments may have pieces in common, which come up once for each.
+        // A piece that several segments share is reached from each of them.
         if (!pCSeg->removeOwner(pGraph)) continue;
         if (pCSeg->getNumberOfOwners() == 0) vOrphans.push_back(pCSeg);
         if (pCSeg->isAlive()) continue;

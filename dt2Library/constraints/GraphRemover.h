@@ -10,20 +10,20 @@ class ConstraintSegment2;
 class Dt2;
 class Point2;
 
-/// Takes graphs out of a triangulation.
+/// Removes graphs from a triangulation.
 class GraphRemover {
   public:
     GraphRemover(Dt2& mesh, ConstraintMgr& manager) : mesh_(mesh), manager_(manager) {}
 
-    /// Ends a graph of the triangulation and the segments that no other graph owns; their edges become ordinary ones. With
-    /// the flag, the vertices that only these segments have brought go too. O(k log k) for k segments and pieces, and a
-    /// look at the pointers of all graphs.
+    /// Deletes a graph and the segments that no other graph owns; their edges become ordinary ones. With
+    /// bRemoveVertices the vertices that were inserted only for these segments are removed too. O(k log k) for k
+    /// segments and pieces, plus the number of graphs.
     void remove(ConstraintGraph2* pGraph, bool bRemoveVertices);
 
   private:
-    /// Takes the graph from its segments and their descendants; returns those that have no owner then.
+    /// Removes the graph as an owner of its segments and their descendants; returns those without any owner.
     static std::vector<ConstraintSegment2*> disown(ConstraintGraph2* pGraph);
-    /// Makes the mesh Delaunay where the alive ones of these segments are edges.
+    /// Kills the alive ones among these segments and makes the mesh Delaunay at their edges.
     void releaseEdges(const std::vector<ConstraintSegment2*>& vCSegs);
 
     Dt2& mesh_;

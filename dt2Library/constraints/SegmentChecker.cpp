@@ -6,18 +6,18 @@
 // R-tree over the boxes (Guttman 1984), loaded all at once (Leutenegger, Lopez and Edgington 1997). The boxes
 // are the coordinates themselves, never rounded, and box queries only compare, so no candidate is lost.
 //
-// Each candidate pair is classified by signs of exact orientation determinants and comparisons of coordinates,
-// from the special to the general:
+// Each candidate pair is classified by exact orientation tests and comparisons of coordinates, from the special case to
+// the general one:
 //   1. a segment of length zero, or two equal segments;
 //   2. a common end point: they overlap only if they leave it along one line in the same direction;
-//   3. no common end point: where the ends of t lie relative to the line of s. Both on the line: overlap or
-//      nothing. One on the line: a touch if it is between the ends of s. On different sides: the line of s
-//      meets t, and it remains to be seen whether the line of t meets s.
-// The invariant: a step sees only pairs that no earlier step answered, so that general position needs no
-// thought about degenerate ones. On one line, the lexicographic order of points is the order along the line.
+//   3. no common end point: the sides of the line of s on which the ends of t lie. Both on the line: an overlap or
+//      nothing. One on the line: a touch if it is between the ends of s. On different sides: the line of s meets t, and
+//      the segments meet if the line of t also meets s.
+// A step sees only pairs that no earlier step has answered, so that the general step needs no degenerate cases. On one
+// line, the lexicographic order of points is the order along the line.
 //
-// The tree answers in an order of its own; results are put into the order of the input. Searching all pairs
-// takes n log n plus the number of pairs whose boxes touch.
+// The tree answers in an order of its own; results are sorted into the order of the input. A search of all pairs takes
+// O(n log n) plus the number of pairs whose boxes touch.
 
 #include <algorithm>
 #include <cmath>
@@ -85,7 +85,7 @@ Segment2 liftSegment(const Segment2& segment, const Segment2& place) {
     return Segment2(liftPoint(segment, place.getSrc()), liftPoint(segment, place.getTrg()));
 }
 
-/// Where segments with exactly one common point meet.
+/// The common point of two segments that have exactly one.
 Point2 getCommonPoint(const Segment2& s, const Segment2& t) {
     if (isPoint(s)) return s.getSrc();
     if (isPoint(t)) return t.getSrc();
@@ -160,7 +160,7 @@ class SegmentClassifier {
         if (ori124 == ORIENTATION2_COLLINEAR) return hasOnCollinearPoint(s, p4) ? SIT_POINT : SIT_NONE;
 
         const Orientation2 ori341 = getOrientation(t, p1), ori342 = getOrientation(t, p2);
-        if (ori341 != ori342) return SIT_POINT;  // if one is collinear, it is where the line of s meets t
+        if (ori341 != ori342) return SIT_POINT;  // if one is collinear, it is the point where the line of s meets t
         TARO_ASSERT_TEXT(ori341 != ORIENTATION2_COLLINEAR, "ori341!=ORIENTATION2_COLLINEAR");
         return SIT_NONE;
     }
@@ -227,7 +227,7 @@ void SegmentChecker::getIllegalSegments(bool bAlsoEndPoints, std::vector<Segment
     std::vector<char> vIllegal(segments.size(), false);
     pState_->progress.start("check segments", segments.size());
     for (size_t i = 0; i < segments.size(); ++i) {
-        // Each pair once; how the two meet does not matter when both are known to be illegal.
+        // Each pair once, and none whose segments are both known to be illegal.
         segments.forEachCandidate(*segments[i], [&](size_t j) {
             if (j <= i || (vIllegal[i] && vIllegal[j])) return;
             if (isReported(getIntersectionType(segments[i], segments[j]), bAlsoEndPoints)) {
@@ -242,7 +242,7 @@ void SegmentChecker::getIllegalSegments(bool bAlsoEndPoints, std::vector<Segment
     }
 }
 
-// ---- What two segments have in common ----
+// ---- The common part of two segments ----
 
 void SegmentChecker::getIntersectionPoint(SegmentIntersectionType type, const Segment2* pSegment0,
                                           const Segment2* pSegment1, Point2& pointOn0, Point2& pointOn1) const {
@@ -288,7 +288,7 @@ std::string SegmentChecker::getIntersectionTypeString(SegmentIntersectionType ty
 
 namespace {
 
-/// A segment, or a cross where a line of length zero would not be seen.
+/// Draws a segment; one of length zero, which would be invisible, as a cross.
 void draw(const Segment2& segment, const Color& color, Visualizer2& visualizer) {
     if (isPoint(segment)) {
         visualizer.addObject(segment.getSrc(), color);

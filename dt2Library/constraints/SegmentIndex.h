@@ -17,7 +17,7 @@
 
 namespace LUMO_TARO25D {
 
-/// The segments in the order of adding, where each of them stands, and which are near a given one.
+/// Segments in the order of adding, with look-up by pointer and search by bounding box.
 class SegmentIndex {
   public:
     size_t size() const { return vSegments_.size(); }
@@ -38,8 +38,8 @@ class SegmentIndex {
         }
     }
 
-    /// Calls visit(index) for every segment whose box touches that of the given one, in any order; nothing
-    /// has a box that is not finite.
+    /// Calls visit(index) for every segment whose box touches that of the given one, in any order. Segments with
+    /// coordinates that are not finite are never found.
     template <class Visit>
     void forEachCandidate(const Segment2& segment, Visit visit) {
         if (!isFinite2D(segment)) return;
@@ -60,7 +60,7 @@ class SegmentIndex {
         return {Corner(minX, minY), Corner(maxX, maxY)};
     }
 
-    /// Loading makes the better tree, and costs less than inserting unless few segments are new.
+    /// Bulk loading gives the better tree and costs less than insertion unless few segments are new.
     void updateTree() {
         if (size() - numInTree_ > numInTree_ / 8) return loadTree();
         for (; numInTree_ < size(); ++numInTree_) {
@@ -82,7 +82,7 @@ class SegmentIndex {
     std::vector<Segment2*> vSegments_;
     std::unordered_map<const Segment2*, size_t> mIndex_;
     Tree tree_;
-    size_t numInTree_ = 0;  // the first so many segments are in the tree, as far as they are finite
+    size_t numInTree_ = 0;  // the finite ones of the first numInTree_ segments are in the tree
 };
 
 }  // namespace LUMO_TARO25D

@@ -1,22 +1,23 @@
 // Constraint segments become edges of the mesh.
 //
-// A segment is followed from its source through the triangles that it crosses. If neither constraints nor vertices are in
-// its way, these triangles are replaced by others that have it as an edge (CrossedRegion). A vertex on the way splits the
-// segment; a constraint edge on the way is split together with it where they cross. The pieces go onto a stack, so that one
-// obstacle is dealt with at a time and the mesh is consistent after each.
+// A segment is followed from its source through the triangles that it crosses. If it meets neither a constraint nor a
+// vertex, these triangles are replaced by others that have it as an edge (CrossedRegion). A vertex on its path splits
+// the segment; a constraint edge on its path is split together with it at their crossing. The pieces go onto a stack,
+// so that one obstacle is handled at a time and the mesh is consistent after each.
 //
-// Where two constraints meet, the older one gives the height of the new vertex, linear between the ends of its alive piece,
-// whichever of the two is the edge and whichever is on its way: edges may be there by chance, long before the turn of their
-// segment comes.
+// Where two constraints cross, the older one gives the height of the new vertex, linear between the ends of its alive
+// piece. Age decides, not which of the two is an edge already: a segment may be an edge by chance, long before its
+// turn.
 //
-// Crossings are rounded to doubles, so that pieces are not exactly on their segment and may run into vertices or other
-// constraints that it missed; these are obstacles like any other. A piece that is split at a vertex uses up a pair of
-// vertices for good, so as long as no new vertices come up this ends by itself, however many crossings move to an end. New
-// vertices at crossings are rationed, those in the last bits next to an end of a piece most of all: there rounding could
-// make the same segments cross again and again.
+// Crossings are rounded to doubles, so that pieces are not exactly on their segment and may meet vertices or other
+// constraints that it missed; these are obstacles like any other. A split at an existing vertex uses up a pair of
+// vertices for good, so splits without new vertices end by themselves, however many crossings snap to an end. New
+// vertices at crossings have a quota, and a smaller one applies to those in the last bits next to an end of a piece,
+// where rounding could make the same segments cross again and again.
 //
-// A vertex next to a segment lies on it (nearness.h), be it there before or inserted later (Dt2::settle). Its pieces are
-// exact again, so that a tolerance decides only through which vertices a segment goes, and never whether the mesh is valid.
+// A vertex next to a segment counts as lying on it (nearness.h), whether it was there before or is inserted later
+// (TriangleMesh::settle). The pieces between vertices are exact, so the tolerance decides only through which vertices a
+// segment goes, never whether the mesh is valid.
 
 #include "constraints/SegmentInserter.h"
 
@@ -54,7 +55,8 @@ bool isNextToEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
     return isNearly(pCSeg->getSrc()) || isNearly(pCSeg->getTrg());
 }
 
-/// The crossing of two segments, with the height on the first one; an end of either that is as near as rounding brings it.
+/// The crossing of two segments, with the height on the first; if an end of either is nearer to it than SNAP_DISTANCE,
+/// that end.
 Point2 getRoundedCrossing(const Point2& s0, const Point2& s1, const Point2& t0, const Point2& t1) {
     double x = 0.0, y = 0.0;
     const bool bCross = getIntersectionCoordsNoRounding(s0, s1, t0, t1, x, y);
@@ -143,7 +145,7 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
     bool bNew = false;
     std::tie(pSplit, bNew) = manager_.bringVertex(splitPoint);
     const auto [pOlder, pYounger] = orderByAge(pCrossingCSeg, pCSeg);
-    if (!bNew) runThrough(pOlder, pSplit);  // a new vertex has that height
+    if (!bNew) runThrough(pOlder, pSplit);  // a new vertex already has the height of the older one
     runThrough(pYounger, pSplit);
     mesh_.getInnerVtxMgr().eraseVtx(pSplit);
     const auto splitAt = [&](ConstraintSegment2* pKilled) {
@@ -171,7 +173,7 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
         warning("Dt2::newCDT_traverseCZ()", "Degenerate constraint, return");
         return nullptr;
     }
-    if (*pTrg < *pSrc) std::swap(pSrc, pTrg);  // which obstacle is the first does not depend on addresses
+    if (*pTrg < *pSrc) std::swap(pSrc, pTrg);  // so that the first obstacle does not depend on addresses
     GeomTest& geomTest = mesh_.getGeomTest();
     Triangle2* pT = nullptr;
     int i = 0;

@@ -13,41 +13,43 @@ class ConstraintSegment2;
 class Dt2;
 class Triangle2;
 
-/// Makes edges of constraint segments, splitting them and what they cross.
+/// Makes edges of constraint segments; splits them and the constraints that they cross.
 class SegmentInserter {
   public:
-    /// Where two constraints cross, and the one that is an edge.
+    /// The crossing of two constraints, and the constraint that is an edge.
     using Crossing = std::pair<Point2, ConstraintSegment2*>;
 
     SegmentInserter(Dt2& mesh, ConstraintMgr& manager) : mesh_(mesh), manager_(manager) {}
 
-    /// From now on at most this number of crossings is made; a segment that needs more is given up with a warning. Those that
-    /// fall next to an end of a segment, in the last bits, have a quota of their own.
+    /// Limit the number of crossings from now on; a segment that needs more is given up with a warning. Crossings in
+    /// the last bits next to an end of a segment count for the second quota too.
     void setCrossingQuota(size_t quota) { crossingQuota_ = quota; }
     void setCloseCrossingQuota(size_t quota) { closeCrossingQuota_ = quota; }
     bool isQuotaUsedUp() const { return crossingQuota_ == 0 || closeCrossingQuota_ == 0; }
 
     /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh.
     void newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
-    /// Makes an edge of a segment of any strategy, splitting it only at vertices and crossings.
+    /// Makes edges of a segment of any strategy; splits it only at vertices and crossings.
     void forceIntoMesh(ConstraintSegment2* pInitialCSeg);
-    /// Kills a segment and makes the mesh Delaunay where its edge was.
+    /// Kills a segment and makes the mesh Delaunay at its edge, if it is one.
     void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
 
-    /// The end of the constraint edge i of a triangle at which a segment meets it, if it does so as near as rounding brings
-    /// it. Otherwise null, and appends where they cross.
+    /// Where a segment crosses the constraint edge i of a triangle: returns the end of that edge to which the crossing
+    /// snaps; otherwise appends the crossing and returns null.
     Point2* getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
                         std::vector<Crossing>& vPairIspCS) const;
-    /// Lets the height of a segment meet that of a vertex on its path, other than its ends.
+    /// Applies the height rule to a vertex on the path of a segment and the height of the segment there; ignores its
+    /// ends.
     void runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx);
-    /// Splits a segment and the one that it crosses there, and appends the alive pieces of both.
+    /// Splits two segments at their crossing and appends the alive pieces of both. If the crossing is an end of pCSeg,
+    /// splits only the other one.
     void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
 
   private:
-    /// Makes an edge of a segment, or takes one obstacle away and appends the pieces that are left; false if that is beyond
-    /// the quota.
+    /// Makes an edge of a segment, or removes one obstacle and appends the remaining pieces; false if the quota is used
+    /// up.
     bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
-    /// Makes the segment an edge, unless there is an obstacle: a vertex, which is returned, or a crossing.
+    /// Makes the segment an edge, unless there is an obstacle: returns a vertex, or appends a crossing.
     Point2* newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS);
 
     Dt2& mesh_;

@@ -35,7 +35,7 @@ void checkConstraints(const Dt2& mesh, Note& report, MeshCheck& check) {
     for (const ConstraintSegment2* pCSeg : vMissing) check.add("Not contained: ", *pCSeg);
 }
 
-/// Points that came after the last call that establishes segments may have taken the property away, so this is no failure.
+/// Points inserted after the last call that establishes segments may encroach on pieces, so this is no failure.
 void warnOfEncroachedPieces(const Dt2& mesh) {
     std::vector<ConstraintSegment2*> vAlive;
     mesh.getAliveConstraintSegments(vAlive);

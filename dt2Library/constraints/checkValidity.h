@@ -6,8 +6,9 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Checks that alive constraint segments are edges, corners, links, incident triangles and the hull; where all these
-/// except the first are sound, with the flag, that all other edges are Delaunay. Reports what is wrong, under a name.
+/// Checks that alive constraint segments are edges, and checks corners, links, incident triangles and the hull. If the
+/// structure is sound and bCheckEmptyCircleProperty is true, also checks that all other edges are Delaunay. Prints a
+/// report of the faults that shows the name.
 bool checkValidity(const Dt2& mesh, bool bCheckEmptyCircleProperty, const std::string& name);
 
 }  // namespace LUMO_TARO25D

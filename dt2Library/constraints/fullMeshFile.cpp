@@ -1,4 +1,4 @@
-// The file that keeps everything of a triangulation except zones, in the byte order of the machine.
+// The file that stores a whole triangulation except its zones, in the byte order of the machine.
 //
 //     type tag              int32, always 302
 //     number of vertices    uint64
@@ -9,8 +9,8 @@
 //     for each graph        strategy and direction (1 if it has one), int32 each; its name; the number of alive pieces,
 //                           uint64; for each piece the numbers of its two vertices, uint32 each, in the graph's direction
 //
-// Graphs come in the order of their creation, so that their ages are as before. A segment that was split comes back as its
-// pieces.
+// Graphs are in the order of their creation, so that their order by age is restored. A segment that was split comes
+// back as its pieces.
 
 #include "constraints/fullMeshFile.h"
 
@@ -60,7 +60,7 @@ bool readGraph(Reader& reader, size_t numVertices, FullContent::Graph& graph) {
         const std::uint32_t src = graph.vEnds[i], trg = graph.vEnds[i + 1];
         if (src >= numVertices || trg >= numVertices || src == trg) return false;
     }
-    return true;  // a graph of segments without length has no pieces
+    return true;  // no pieces is valid: a graph of segments without length has none
 }
 
 std::vector<Point2> getPoints(const FullContent& content) {

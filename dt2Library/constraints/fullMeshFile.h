@@ -15,7 +15,7 @@ class Dt2;
 
 constexpr std::int32_t FULL_TYPE_TAG = 302;
 
-/// What a file with the tag 302 holds.
+/// The content of a file with the tag 302.
 struct FullContent {
     /// A graph: its alive pieces by the numbers of their vertices, in its direction.
     struct Graph {
@@ -33,11 +33,11 @@ struct FullContent {
 
 /// Writes vertices with custom indices, names, and graphs; false after a line on standard output when writing fails.
 bool saveFullMesh(const Dt2& mesh, const char* filename);
-/// Reads what follows the tag; false unless all of that is there, the numbers are finite, and pieces have ends among the
-/// vertices.
+/// Reads the content after the tag; false unless it is complete, all coordinates are finite, and the ends of pieces are
+/// among the vertices.
 bool readFullContent(Reader& reader, FullContent& content);
-/// Brings all that into a mesh. The pieces become edges as they are: none is split except at vertices and constraints that
-/// the mesh had before.
+/// Inserts the content into a mesh. The pieces become edges unchanged: they are split only at vertices and constraints
+/// that the mesh had before.
 void insertFullContent(Dt2& mesh, const FullContent& content);
 
 }  // namespace LUMO_TARO25D

@@ -1,4 +1,4 @@
-// The triangulation file: what is needed to build the mesh again, in the byte order of the machine.
+// The triangulation file: the data needed to rebuild the mesh, in the byte order of the machine.
 //
 //     type tag              int32, always 301
 //     number of vertices    uint64
@@ -6,12 +6,12 @@
 //     number of segments    uint64
 //     for each segment      x, y, z of one end, then of the other
 //
-// The segments are the alive leaves of all constraints. There is no padding and no checksum, so reading goes by what
-// holds of every file that was written whole: its length follows from the counts, and all numbers are finite. Whatever
-// breaks this is refused before the mesh is touched. Another program may have written the rest as it likes: points may
-// repeat, segments may cross, and their ends need not be among the points.
+// The segments are the alive leaves of all constraints. There is no padding and no checksum. A complete file has the
+// length that follows from its counts, and all its numbers are finite; any other file is refused before the mesh is
+// touched. The content itself is free, since other programs may write such files: points may repeat, segments may
+// cross, and their ends need not be among the points.
 //
-// The file that keeps everything has the tag 302 (fullMeshFile.cpp).
+// The file that stores a whole triangulation has the tag 302 (fullMeshFile.cpp).
 //
 // Writing never leaves a damaged file in the place of a good one (replaceFile).
 //
@@ -42,7 +42,7 @@ namespace {
 constexpr std::int32_t TYPE_TAG = 301;
 constexpr size_t NUMBERS_PER_VERTEX = 3, NUMBERS_PER_SEGMENT = 6;
 
-/// What a file holds; one that keeps everything has pFull alone.
+/// The content of a file; with the tag 302 only pFull is set.
 struct Content {
     LargeVector<double> vCoordinates;  // of the vertices: x, y, z
     std::vector<Segment2> vSegments;
@@ -63,7 +63,7 @@ bool readSegments(Reader& reader, std::vector<Segment2>& vSegments) {
 const char* const unreadable = " can't be read";
 const char* const damaged = " is damaged or cut short";
 
-/// Returns what is wrong with the file; nothing if it has been read.
+/// Reads a file. Returns the fault as the end of a sentence that begins with the file's name; empty if there is none.
 std::string readFile(const std::string& filename, Content& content) try {
     const File file(std::fopen(filename.c_str(), "rbe"));
     if (!file) return unreadable;
@@ -80,7 +80,7 @@ std::string readFile(const std::string& filename, Content& content) try {
         readSegments(reader, content.vSegments) && reader.isAtEnd()) {
         return "";
     }
-    return std::ferror(file.get()) ? unreadable : damaged;  // a directory, for one, opens well and then fails
+    return std::ferror(file.get()) ? unreadable : damaged;  // a directory, for example, can be opened but not read
 } catch (const std::bad_alloc&) {
     return unreadable;
 }
@@ -118,8 +118,7 @@ bool loadMesh(Dt2& mesh, const char* filename) {
         Note("Dt2::load()", ML_WARNING) << name << complaint << "\n";
         return false;
     }
-    const FlagScope exact =
-        mesh.takeConstraintsExactly();  // which vertices its segments go through has been decided already
+    const FlagScope exact = mesh.takeConstraintsExactly();  // the file decides through which vertices its segments go
     if (content.pFull) {
         insertFullContent(mesh, *content.pFull);
         return true;

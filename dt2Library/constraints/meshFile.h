@@ -6,7 +6,7 @@ class Dt2;
 
 /// Writes vertices and alive constraint segments to a file; false, with a message, if it cannot be written.
 bool saveMesh(const Dt2& mesh, const char* filename);
-/// Inserts what a file holds; false, with a message and without any change, if it cannot be read or is damaged.
+/// Inserts the content of a file; false, with a message and without any change, if it cannot be read or is damaged.
 bool loadMesh(Dt2& mesh, const char* filename);
 
 }  // namespace LUMO_TARO25D

@@ -1,7 +1,7 @@
 #pragma once
 
-// Reading and writing of files of triangulations, in the byte order of the machine. No memory is taken for data that is not
-// there: counts are held against the length of a file first, and a pipe is read in steps.
+// Reading and writing of files of triangulations, in the byte order of the machine. A wrong count in a file cannot make
+// the reader allocate much: counts are compared with the length of the file first, and a pipe is read in steps.
 
 #include <sys/stat.h>
 
@@ -27,7 +27,7 @@ class Writer {
     void write(const T& value) {
         bWell_ = bWell_ && std::fwrite(&value, sizeof(value), 1, pFile_) == 1;
     }
-    /// A height that is not finite, as a client may have set it, could not be read again: it counts as a failure.
+    /// A height that is not finite, as a client may have set it, is a failure, since the reader would refuse it.
     void write(const Point2& point) {
         bWell_ = bWell_ && isFinite(point);
         write(point.x());
@@ -58,7 +58,7 @@ class Reader {
     bool read(T& value) {
         return readBytes(&value, sizeof(value));
     }
-    /// Reads a count and as many records; false unless all of that is there and the numbers are finite.
+    /// Reads a count and that number of records; false unless they are complete and all numbers are finite.
     bool readRecords(size_t numPerRecord, LargeVector<double>& vNumbers) {
         std::uint64_t numRecords = 0;
         if (!read(numRecords) || numRecords > numBytesLeft_ / (numPerRecord * sizeof(double))) return false;
@@ -70,7 +70,7 @@ class Reader {
         }
         return true;
     }
-    /// Reads a number of values, of which each takes its size in the file.
+    /// Reads num values of type T, each sizeof(T) bytes.
     template <class T>
     bool readValues(std::uint64_t num, LargeVector<T>& vValues) {
         if (num > numBytesLeft_ / sizeof(T)) return false;
