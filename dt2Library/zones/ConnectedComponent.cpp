@@ -1,3 +1,12 @@
+// Connected sets of triangles and their borders.
+//
+// The border of a set consists of the edges across which there is no triangle of the set, each directed with the set on
+// its left. The edge that follows a border edge is found by turning around its end through triangles of the set. So
+// rings touch at a vertex where the set touches itself, but never cross, and vertices need no coordinates or tables.
+//
+// Components are found by breadth-first search over edges; sets of triangles are bitmaps over addresses (AddressSet).
+// All functions are linear in the number of triangles.
+
 #include "zones/ConnectedComponent.h"
 
 #include <algorithm>
@@ -10,7 +19,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The border edge that begins where another one ends, within the same fan of triangles.
+/// The border edge that begins where another one ends, in the same fan of triangles inside.
 Edge2 getNextBorderEdge(const Edge2& edge, AddressSet& sInside) {
     Triangle2* pT = edge.getTriangle();
     int i = incIndexBy1(edge.getIndex());
@@ -32,9 +41,9 @@ void appendBorderEdges(const std::vector<Triangle2*>& vTriangles, AddressSet& sI
     }
 }
 
-/// Moves triangles from a set to a part that grows from a first one and remains a disc: a triangle joins it along one edge
-/// if the part has not come to its far corner yet, or along two. Nothing is enclosed this way, and of a disc nothing is
-/// left over, since triangulated discs are extendably shellable (Danaraj, Klee 1978).
+/// Takes triangles from a set, starting with a given one, so that their union stays a disc: a triangle joins along one
+/// edge if its far corner is not in the disc yet, or along two edges. The disc thus never encloses a hole. If the set
+/// is itself a disc, it is taken completely, since triangulated discs are extendably shellable (Danaraj, Klee 1978).
 template <class IsFreeT>
 std::vector<Triangle2*> growDisc(Triangle2* pFirst, const IsFreeT& isFree, AddressSet& sTaken) {
     std::vector<Triangle2*> vDisc, vStack{pFirst};

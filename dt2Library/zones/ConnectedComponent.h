@@ -10,7 +10,7 @@
 
 namespace LUMO_TARO25D {
 
-/// Triangles that hang together over edges, with their border.
+/// Triangles that are connected across edges, with their border.
 class ConnectedComponent {
   public:
     /// A closed chain of edges with the component on its left.
@@ -22,17 +22,18 @@ class ConnectedComponent {
     size_t getSize() const { return vTriangles_.size(); }
     const std::vector<Triangle2*>& getTriangles() const { return vTriangles_; }
 
-    /// The border edges in any order, each seen from the triangle inside.
+    /// Sets the border edges, in any order, each as an edge of the triangle inside.
     void setUnsortedBorders(std::vector<Edge2> vBorderEdges) { vBorderEdges_ = std::move(vBorderEdges); }
     const std::vector<Edge2>& getUnsortedBorders() const { return vBorderEdges_; }
-    /// Joins the border edges to rings. The links of the triangles tell how they go on, so that where the component
-    /// touches itself at a vertex the rings touch there, too, and do not cross. Linear.
+    /// Joins the border edges to rings by the links of the triangles: where the component touches itself at a vertex,
+    /// rings touch but do not cross. Linear.
     void sortBorders();
-    /// The rings, in the order of their first edges, each beginning with it; empty before `sortBorders`.
+    /// The rings, in the order of their first edges in the unsorted list; empty before `sortBorders`.
     const std::vector<Ring>& getSortedBorders() const { return vRings_; }
 
-    /// Divides the component into parts whose borders are single simple polygons, and appends them with their borders. A
-    /// component that is so itself makes one part; holes, and vertices at which it touches itself, are cut open. Linear.
+    /// Divides the component into parts, each bounded by one simple polygon, and appends them with their borders. A
+    /// component bounded by one simple polygon is one part; holes, and vertices at which it touches itself, are cut
+    /// open. Linear.
     void splitIntoSimple(std::vector<ConnectedComponent>& vSimple) const;
 
   private:
@@ -41,14 +42,15 @@ class ConnectedComponent {
     std::vector<Ring> vRings_;
 };
 
-/// Appends the edges of the triangles across which there is none of them, each as seen from its triangle. Linear.
+/// Appends the border edges of a set of triangles, each as an edge of the triangle inside. Linear.
 void getBorderEdges(const std::vector<Triangle2*>& vTriangles, std::vector<Edge2>& vBorderEdges);
 
-/// Takes triangles away that are at the border and are to go, until none is left. Each is asked at most once. Linear.
+/// Removes triangles at the border for which isToGo is true, repeatedly, until there are none. Asks each triangle at
+/// most once. Linear.
 void peelBorder(std::vector<Triangle2*>& vTriangles, const std::function<bool(Triangle2*)>& isToGo);
 
-/// Appends the components of a list of different triangles, with unsorted borders: in the order of their first triangles,
-/// which they begin with. Linear.
+/// Appends the components of a list of different triangles, with unsorted borders, in the order of their first
+/// triangles in the list. Linear.
 void getConnectedComponents(const std::vector<Triangle2*>& vTriangles, std::vector<ConnectedComponent>& vComponents);
 
 }  // namespace LUMO_TARO25D

@@ -1,9 +1,9 @@
 // The cookie cutter: a zone of exactly the surface inside a polygon.
 //
-// The surface is cut along the sides, counterclockwise, and the triangles on the left of the pieces are inside, with all that
-// is reached from them without crossing a piece. A side that leaves the hull ends there at a vertex on or just inside the
-// hull edge. A gap of that width would let the search pass around the end; the triangles that the rest of the side crosses
-// close it.
+// The surface is cut along the sides, counterclockwise. The triangles on the left of the pieces are inside, with all
+// triangles reached from them without crossing a piece. A side that leaves the hull ends at a vertex on or just inside
+// the hull edge. Through the gap between such a vertex and the hull the search could pass around the end; so the
+// triangles that the rest of the side crosses are blocked.
 
 #include "zones/CookieCutter.h"
 
@@ -28,7 +28,8 @@ namespace {
 
 constexpr const char* LOCATION = "Dt2::createZone_cookieCutter(..)";
 
-/// Whether triangles have no more area than a polygon, and if all of it is on the surface, no less, but for rounding.
+/// Whether the area of triangles is, up to rounding, at most that of a polygon, and equal to it if the polygon lies on
+/// the surface completely (bAll).
 bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Point2>& vCorners, bool bAll) {
     double area = 0.0, wanted = 0.0, length = 0.0, resolution = 0.0;
     for (const Triangle2* pT : vTriangles) area += getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
@@ -39,11 +40,11 @@ bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Po
         resolution = std::max(resolution, getResolution(p, q));
     }
     const double slack = MAX_AREA_ERROR * wanted + MAX_BORDER_ERROR * resolution * length;
-    return !(area - wanted > slack) && (!bAll || !(wanted - area > slack));  // not for numbers beyond doubles
+    return !(area - wanted > slack) && (!bAll || !(wanted - area > slack));  // NaN, from an overflow, passes
 }
 
-/// A corner of a triangle that the line from a vertex to a point outside the hull passes within rounding, nearer to that
-/// point; or null.
+/// A corner of a triangle that lies, within rounding, on the line from a vertex to a point outside the hull, and nearer
+/// to that point; null if there is none.
 Point2* findCornerBeside(const Triangle2* pT, const Point2* pVtx, const Point2& outside) {
     for (int k = 0; k < 3; ++k) {
         Point2* pCorner = pT->getCorner(k);
@@ -58,7 +59,7 @@ Point2* findCornerBeside(const Triangle2* pT, const Point2* pVtx, const Point2& 
 }  // namespace
 
 Zone2* CookieCutter::cutOutZone(const std::vector<Segment2>& vSegments, bool bVerbose) {
-    const QuietScope quiet(bVerbose);  // the cut may be worth a warning too
+    const QuietScope quiet(bVerbose);  // for warnings of the cut too
     ZoneMgr& zones = getZoneMgr(mesh_);
     if (!zones.canHaveZones(bVerbose)) return nullptr;
     std::vector<Point2> vCorners;
@@ -86,8 +87,8 @@ Zone2* CookieCutter::cutOutZone(const std::vector<Segment2>& vSegments, bool bVe
     return nullptr;
 }
 
-/// Marks the triangles that the line of a segment crosses after its end at the hull, and blocks the edges that it follows. As
-/// the cut does, the line goes through the vertices next to it: another side may end at the hull there.
+/// Marks the triangles that the line of a segment crosses beyond its end near the hull, and blocks the edges that it
+/// follows. As in the cut, the line goes through the vertices next to it: another side may end at the hull there.
 void CookieCutter::closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMarked, EdgeSet& sBlocked) const {
     for (AddressSet sPassed; pVtx && sPassed.insert(pVtx);) {
         Triangle2* pT = nullptr;
@@ -113,14 +114,14 @@ bool CookieCutter::getInside(std::vector<Triangle2*>& vTriangles) const {
     for (const auto& [pEnd, outside] : cutter_.getOpenEnds()) closeGap(pEnd, outside, sMarked, sBlocked);
     std::vector<DirectedEdge> vBorder;
     cutter_.getEdges().getDirectedPieces(vBorder);
-    dropWaysBack(vBorder);  // notches that are thinner than rounding among them
+    dropWaysBack(vBorder);  // also removes notches thinner than rounding
     std::vector<Triangle2*> vSeeds;
     for (const auto& [pSrc, pTrg] : vBorder) {
         sBlocked.insert(pSrc, pTrg);
-        if (isSamePlace(*pSrc, *pTrg)) continue;  // where its left is, is rounding
+        if (isSamePlace(*pSrc, *pTrg)) continue;  // its left side is a matter of rounding
         if (Triangle2* pT = mesh_.getAdjacentTriangle(pSrc, pTrg)) vSeeds.push_back(pT);
     }
-    spread(vSeeds, sBlocked, sMarked, vTriangles);  // leaves marked seeds out
+    spread(vSeeds, sBlocked, sMarked, vTriangles);  // skips marked seeds
     return !vBorder.empty();
 }
 

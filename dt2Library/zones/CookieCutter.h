@@ -15,8 +15,8 @@ class CookieCutter {
   public:
     explicit CookieCutter(Dt2& mesh) : mesh_(mesh), cutter_(mesh) {}
 
-    /// The zone, which the mesh owns; null, with a warning if it may, without triangles, for segments that are no simple
-    /// polygon, and where nothing of the surface is inside.
+    /// Returns the zone, which the mesh owns. Null, with a warning if bVerbose, if the mesh has no triangles, the
+    /// segments are no simple polygon, or no part of the surface is inside.
     Zone2* cutOutZone(const std::vector<Segment2>& vSegments, bool bVerbose);
 
   private:

@@ -1,17 +1,19 @@
 // Cutting the surface along segments.
 //
-// The surface is the set of triangles in space, so it keeps its shape exactly as long as triangles are only divided: a new
-// vertex inside a triangle divides it in three, one on an edge divides both sides in two, and its height is the one there.
-// A segment is followed from vertex to vertex: where its way leaves a triangle across an edge, that edge gets a vertex at the
-// crossing, which by this is joined to the vertex where the way came from.
+// The surface is the set of triangles in space. It keeps its shape exactly as long as triangles are only divided: a new
+// vertex inside a triangle divides it in three, a vertex on an edge divides both triangles in two, at the height of the
+// surface there. A segment is followed from vertex to vertex: where its path leaves a triangle across an edge, that
+// edge gets a vertex at the crossing. The division joins this vertex to the previous one on the path.
 //
-// A crossing is rounded to doubles and so lies slightly beside its edge. It divides the edge all the same if the four new
-// triangles are counterclockwise. No slivers thinner than rounding come up where segments meet, or follow one another: the
-// way goes through a vertex next to it, and edges that pass next to a new vertex go through it, which is a flip.
+// A crossing is rounded to doubles and so lies slightly beside its edge. It still divides the edge if the four new
+// triangles are counterclockwise. To avoid slivers thinner than rounding where segments meet or overlap, the path goes
+// through a vertex that is next to it, and edges that pass next to a new vertex are bent to go through it, which is a
+// flip.
 //
-// New edges that lie inside what was one triangle may be flipped without a change of the surface, and are at once (Lawson
-// 1977), so that the mesh is always a constrained Delaunay triangulation, of the old edges and the pieces of the segments.
-// Those that are not Delaunay in the end are creases of the old surface, and pieces. They become constraints.
+// New edges inside a former triangle can be flipped without a change of the surface, and are flipped at once (Lawson
+// 1977). So the mesh is always a constrained Delaunay triangulation whose constraints are the old edges and the pieces
+// of the segments. Edges that are not Delaunay in the end are creases of the old surface, or pieces; they become
+// constraints.
 //
 // Outside the hull there is no surface. A segment that leaves it ends at the hull, at a vertex that is inserted on or just
 // inside the hull edge.
@@ -42,8 +44,9 @@ namespace {
 
 constexpr size_t MAX_STEPS_BACK = 1000;
 
-/// Whether an edge goes through a vertex at its height, but for what a rounding error beside it makes on the surface that is
-/// given by the triangles on both sides. Where both are thinner than rounding, that may be anything.
+/// Whether a vertex next to an edge has the height of the edge there, up to the difference that a rounding error beside
+/// the edge makes on the triangles at the edge. If both triangles are thinner than rounding, any height in their range
+/// is accepted.
 bool isAtHeight(const Point2& v, const Triangle2* pT, int i) {
     const Triangle2* pN = pT->getOppositeTriangle(i);
     const Point2 &p0 = *pT->getCorner(incIndexBy1(i)), &p1 = *pT->getCorner(incIndexBy2(i)), &near = *pT->getCorner(i),
@@ -66,7 +69,7 @@ void SurfaceCutter::addFlipped(const Triangle2* pT) {
     touch(pT->getCorner(2));
 }
 
-/// Makes edges that pass next to a new vertex, at its height, go through it.
+/// Bends edges that pass next to a new vertex, at its height, so that they go through it.
 void SurfaceCutter::bendEdgesTo(Point2* pVtx) {
     const auto isToBend = [&](const Triangle2* pT) {
         const int i = indexOfVertex(pT, pVtx);
@@ -94,7 +97,7 @@ Point2* SurfaceCutter::insertAt(Triangle2* pT, int i, const Point2& point) {
     } else {
         mesh_.splitHullEdge(pVtx, pT, i);
     }
-    mesh_.forgetFlips();  // which of these may be flipped is known when the way has come here
+    mesh_.forgetFlips();  // flipDiagonals is called later, when the roles of the new edges are known
     mesh_.getVertexVault().sortIV(VertexVault::SM_IF_DUE);
     touch(pVtx);
     std::vector<Point2*> vNeighbours;
@@ -121,7 +124,7 @@ Point2* SurfaceCutter::insert(const Point2& place) {
     return insertAt(pT, -1, Point2(place.x(), place.y(), getHeightOnPlane(*pT, place)));
 }
 
-/// A vertex where the segment from a point outside the hull enters it, or null if it does not.
+/// The vertex at which the segment from a point outside the hull enters it; null if it does not.
 Point2* SurfaceCutter::enter(const Point2& outside, const Point2& trg) {
     Triangle2* pT = nullptr;
     const int i = mesh_.walkTo(outside, pT, mesh_.getGeomTest());
@@ -142,7 +145,8 @@ Point2* SurfaceCutter::enter(const Point2& outside, const Point2& trg) {
     return nullptr;
 }
 
-/// The vertex where a segment crosses a hull edge, moved inward by as few rounding errors as it takes not to be outside.
+/// The vertex at which a segment crosses a hull edge, moved inward by as few rounding errors as needed not to be
+/// outside.
 Point2* SurfaceCutter::insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg) {
     constexpr int MAX_ATTEMPTS = 20;
     Point2 *p0 = edge.getSrc(), *p1 = edge.getTrg();
@@ -162,7 +166,7 @@ Point2* SurfaceCutter::insertNearHull(const Edge2& edge, const Point2& src, cons
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// The way of a segment
+// The path of a segment
 
 bool SurfaceCutter::isSplitSound(const Triangle2* pT, int i, const Point2& point) const {
     const Triangle2* pN = pT->getOppositeTriangle(i);
@@ -174,8 +178,8 @@ bool SurfaceCutter::isSplitSound(const Triangle2* pT, int i, const Point2& point
     return true;
 }
 
-/// A new vertex on edge i of pT at a crossing or, where a triangle is thinner than rounding, a little before or after it on
-/// the way; null if the edge cannot be divided there.
+/// A new vertex on edge i of pT at a crossing or, if a triangle is thinner than rounding, a little before or after it
+/// on the path; null if the edge cannot be divided there.
 Point2* SurfaceCutter::divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way) {
     const Vector2 step = way * (0.125 * getResolution(crossing, crossing));
     for (const double numSteps : {0.0, -1.0, 1.0, -2.0, 2.0, -4.0, 4.0, -8.0, 8.0, -16.0, 16.0}) {
@@ -185,7 +189,7 @@ Point2* SurfaceCutter::divide(Triangle2* pT, int i, const Point2& crossing, cons
     return nullptr;
 }
 
-/// The next vertex on the way from a vertex across the opposite edge i of pT: an end of that edge, or a new one on it.
+/// The next vertex on the path from pVtx across the opposite edge i of pT: an end of that edge, or a new vertex on it.
 Point2* SurfaceCutter::cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i) {
     Point2 *p0 = pT->getCorner(incIndexBy1(i)), *p1 = pT->getCorner(incIndexBy2(i));
     const Triangle2* pN = pT->getOppositeTriangle(i);
@@ -206,7 +210,7 @@ Point2* SurfaceCutter::cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int
     return pNearer;
 }
 
-/// Makes new edges inside what was one triangle Delaunay, from those around a vertex on.
+/// Makes the new edges inside former triangles Delaunay, starting around a vertex.
 void SurfaceCutter::flipDiagonals(Point2* pVtx) {
     std::vector<Triangle2*> vIncidentT;
     mesh_.getIncidentTriangles(pVtx, vIncidentT);
@@ -259,7 +263,7 @@ void SurfaceCutter::cutSegments(const std::vector<Segment2>& vSegments) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// What is left to do with the edges
+// Fixing the edges
 
 void SurfaceCutter::getChangedTriangles(std::vector<Triangle2*>& vTriangles) const {
     AddressSet sSeen;
@@ -287,7 +291,7 @@ void SurfaceCutter::fixEdges(bool bPieces) {
         if (bFix) vPairs.emplace_back(p0, p1);
     });
     if (!vPairs.empty()) mesh_.getConstraintManager()->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
-    // Between walls an edge may come back that was a constraint once, and goes another way since.
+    // Between close constraints, a pair may be that of a former constraint that has been split; it stays dead.
     for (const auto& [p0, p1] : vPairs) {
         if (mesh_.getAliveConstraintSegment(p0, p1)) continue;
         warning("Dt2::CUTT_cutTriangles()", "insufficient numeric accuracy, a crease is lost");

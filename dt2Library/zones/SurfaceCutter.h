@@ -15,15 +15,15 @@ namespace LUMO_TARO25D {
 /// Cuts the triangles of a mesh along segments, so that the surface keeps its shape. An object serves one cut.
 class SurfaceCutter {
   public:
-    /// The end of a segment on the hull, and its other end outside.
+    /// The vertex at which a segment leaves the hull, and the end of the segment outside.
     using OpenEnd = std::pair<Point2*, Point2>;
 
     explicit SurfaceCutter(Dt2& mesh) : mesh_(mesh) {}
 
-    /// Cuts along finite segments, or along the parts of them that are on the surface. The mesh has triangles. Edges inside
-    /// what was one triangle are Delaunay afterwards; others may not be until fixEdges.
+    /// Cuts along the parts of finite segments that are on the surface; the mesh must have triangles. New edges inside
+    /// former triangles are Delaunay afterwards; others may not be until fixEdges.
     void cutSegments(const std::vector<Segment2>& vSegments);
-    /// Makes constraints of the edges that are not Delaunay, and with the flag of all pieces.
+    /// Makes constraints of the edges that are not Delaunay and, with bPieces, of all pieces.
     void fixEdges(bool bPieces);
 
     /// Whether an end of a segment is outside the hull.

@@ -1,14 +1,15 @@
-// Winding numbers from the links of the mesh alone, so that rounding cannot make them wrong: the pieces are edges, which
+// Winding numbers from the links of the mesh alone, so that rounding cannot falsify them: the pieces are edges, which
 // do not cross, and a step over an edge changes the number by the net count of passes along it.
 //
-// A rotation around a vertex of the graph finds the numbers on both sides of all pieces there, and pieces lead from vertex
-// to vertex, through a whole part of the graph. Each part begins at its smallest vertex by x, then y. From there a path
-// goes on from vertex to smallest neighbour. It crosses nothing, since its vertices are smaller than all of this part, and
-// ends at a part that is done, as smaller ones are done before, or at the smallest vertex of all, where the number is 0:
-// in the triangulation of a convex region every other vertex has a smaller neighbour. Paths are remembered, so that each
-// vertex is passed once.
+// A turn around a vertex of the graph gives the numbers on both sides of all pieces there, and pieces lead from vertex
+// to vertex through a connected part of the graph. Each part is entered at its smallest vertex by x, then y. To find
+// the number there, a path goes from vertex to smallest neighbour. It crosses no piece, since its vertices are smaller
+// than all vertices of this part and of the parts that are not done; parts are done in the order of their smallest
+// vertices. The path ends at a part that is done, or at the smallest vertex of the mesh, outside of which the number is
+// 0: in the triangulation of a convex region every other vertex has a smaller neighbour. Numbers along paths are
+// stored, so that each vertex is passed once.
 //
-// Linear in the degrees of the vertices of the graph and of the paths; n log n in the vertices where there are several
+// Linear in the degrees of the vertices of the graph and of the paths; O(n log n) for n vertices if there are several
 // parts.
 
 #include "zones/WindingNumbers.h"
@@ -29,7 +30,7 @@ const Point2* getSmallestCorner(const Triangle2* pT) {
     return std::min({pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)}, isLess);
 }
 
-/// Of the triangles around a vertex one with the smallest corner.
+/// A triangle at a vertex that contains its smallest neighbour, or the vertex itself if that is smaller.
 const Triangle2* getSmallestTriangle(const Point2* pVtx) {
     TriangleAroundVertexIterator it(pVtx);
     const Triangle2 *const pFirst = *it, *pBest = pFirst;
@@ -59,7 +60,7 @@ WindingNumbers::WindingNumbers(const std::vector<DirectedEdge>& vPieces) {
     pieces_.reserve(vPieces.size());
     states_.reserve(vPieces.size());
     for (const DirectedEdge& piece : vPieces) notePass(piece);
-    std::vector<const Point2*> vVertices;  // where rings are closed, a piece begins at each
+    std::vector<const Point2*> vVertices;  // of closed rings, at each of which a piece begins
     for (const auto& [pSrc, pTrg] : vPieces) {
         if (states_.find(pSrc)->surplus != 0 || states_.find(pTrg)->surplus != 0) return;
         vVertices.push_back(pSrc);
@@ -91,13 +92,13 @@ void WindingNumbers::notePass(const DirectedEdge& edge) {
     pPiece->numPasses += std::less<>()(pSrc, pTrg) ? 1 : -1;
 }
 
-/// Finds the numbers along a part of the graph from its smallest vertex.
+/// Finds the numbers along a connected part of the graph, from its smallest vertex.
 void WindingNumbers::visitPart(const Point2* pSmallest) {
     const Triangle2* pT = getSmallestTriangle(pSmallest);
     if (getSmallestCorner(pT) != pSmallest) {
         vToVisit_.push_back({pSmallest, pT, followPath(pT)});
     } else {
-        // The smallest of all is on the hull, and beyond the hull nothing winds around.
+        // The smallest vertex of the mesh is on the hull, outside of which the number is 0.
         TriangleAroundVertexIterator it(pSmallest);
         it.loop();
         int winding = 0;
@@ -113,7 +114,7 @@ void WindingNumbers::visitPart(const Point2* pSmallest) {
     }
 }
 
-/// The winding number of a triangle with a vertex that is smaller than those of the parts to come.
+/// The winding number of a triangle at the smallest vertex of the parts that are not done.
 int WindingNumbers::followPath(const Triangle2* pT) {
     std::vector<const Point2*> vPath;
     int winding = 0;
@@ -130,7 +131,7 @@ int WindingNumbers::followPath(const Triangle2* pT) {
     return winding;
 }
 
-/// The winding number of a triangle at a vertex that has been visited: that before the next piece counterclockwise.
+/// The winding number of a triangle at a visited vertex: the number on this side of the next piece counterclockwise.
 int WindingNumbers::getWinding(const Point2* pVtx, const Triangle2* pT) const {
     TriangleAroundVertexIterator it(pVtx);
     while (*it != pT) ++it;
@@ -140,10 +141,10 @@ int WindingNumbers::getWinding(const Point2* pVtx, const Triangle2* pT) const {
         if (isBeforeGap(*it, pVtx)) return 0;
         ++it;
     } while (*it != pT);
-    return 0;  // its pieces are no edges
+    return 0;  // the pieces at the vertex are no edges
 }
 
-/// Finds the numbers around a vertex, and where to go on.
+/// Finds the numbers around a vertex, and pushes the vertices at the other ends of its pieces.
 void WindingNumbers::rotate(const Visit& visit) {
     const Point2* pVtx = visit.pVtx;
     TriangleAroundVertexIterator it(pVtx);

@@ -8,30 +8,31 @@
 
 namespace LUMO_TARO25D {
 
-/// How often a graph winds counterclockwise around what is beside its pieces.
+/// The winding numbers of a graph, counterclockwise, on both sides of its pieces.
 class WindingNumbers {
   public:
-    /// The pieces as they are passed; one that is passed several times comes as often.
+    /// The pieces in the direction of their passes; a piece that is passed several times is given as often.
     explicit WindingNumbers(const std::vector<DirectedEdge>& vPieces);
 
-    /// False if the pieces make no rings, so that there are no winding numbers: one is no edge of the mesh, or at some
-    /// vertex more of them begin than end.
+    /// False if the pieces do not form closed rings, so that there are no winding numbers: a piece is no edge of the
+    /// mesh, or at some vertex more pieces begin than end.
     bool areClosed() const { return bClosed_; }
-    /// Whether rings cross: there is a vertex around which the numbers differ by more than 1. So they do where rings only
-    /// touch that turn different ways, or one of which lies in the other and turns the same way.
+    /// Whether rings cross, that is, whether the numbers around some vertex differ by more than 1. This also holds
+    /// where rings only touch, if they turn in opposite directions, or if one lies in the other and turns in the same
+    /// direction.
     bool doCross() const { return bClosed_ && bCrossing_; }
-    /// The winding number on the left of a piece, looking from one end to the other.
+    /// The winding number on the left of the piece from pSrc to pTrg.
     int getLeftOf(const Point2* pSrc, const Point2* pTrg) const;
 
   private:
     /// A piece from the end with the smaller address to the other one.
     struct Piece {
-        int numPasses = 0;  // less those back
-        int left = 0;       // the winding number there
+        int numPasses = 0;  // forward minus backward
+        int left = 0;       // the winding number on its left
         bool bFound = false;
     };
     struct VertexState {
-        int surplus = 0;  // how many more pieces begin there than end
+        int surplus = 0;  // pieces that begin there minus pieces that end there
         bool bDone = false;
     };
     /// A vertex of the graph, and a triangle at it whose winding number is known.
@@ -48,8 +49,8 @@ class WindingNumbers {
     void rotate(const Visit& visit);
     bool crossEdge(const Point2* pVtx, const Point2* pEnd, int& winding);
 
-    std::vector<Piece> vPieces_;      // different ones
-    VertexPairMap<Piece> pieces_;     // to places in this list
+    std::vector<Piece> vPieces_;      // each piece once
+    VertexPairMap<Piece> pieces_;     // into vPieces_
     PointerMap<VertexState> states_;  // of the vertices of the graph
     PointerMap<int> pathWindings_;    // of vertices between its parts
     std::vector<Visit> vToVisit_;

@@ -1,10 +1,11 @@
-// Zones: from the rule to the triangles, and what can be asked about them.
+// Zones: the triangles that follow from the rule of a zone, and queries about them.
 //
-// A zone inside or outside graphs begins with the triangles along them that are there: inside is where the winding number
-// of a graph is not 0, however often and in whatever direction its rings pass something. A graph that makes no rings has
-// its inside on its left, and what it passes both ways bounds nothing. From there the zone spreads over all edges that are
-// no piece of one of its graphs. The triangles reached are the queue of the breadth-first search and its result at once; marks are bits by address
-// and the pieces a flat hash table, since the records have no room for flags. Linear in the triangles reached.
+// A zone inside (outside) graphs starts with the triangles along their pieces that lie inside (outside). Inside means
+// that the winding number of the graph is not 0, whatever the direction of its rings. A graph without closed rings has
+// its inside on its left, and pieces that it passes in both directions bound nothing. From there the zone spreads over
+// all edges that are no piece of one of its graphs. The list of triangles reached is both the queue of the
+// breadth-first search and its result; marks are bitmaps over addresses and the pieces a flat hash table, since the
+// records have no room for flags. Linear in the number of triangles reached.
 
 #include "taro25d/Zone2.h"
 
@@ -52,7 +53,7 @@ TriangleVector merge(ZoneLocation zoneLoc, const TriangleVector& vFirst, const T
     return vMerged;
 }
 
-/// Where messages about a zone go.
+/// The receiver of messages about a zone.
 MessageSink* getSink(const Zone2* pZone) { return pZone ? &pZone->getDelaunayTriangulation()->getProgress() : nullptr; }
 
 Zone2* combine(Zone2* pFirst, Zone2* pSecond, ZoneLocation zoneLoc, const char* location) {
@@ -161,7 +162,7 @@ bool Zone2::contains(const Triangle2* pT) const {
 
 bool Zone2::contains(const Point2& place) const {
     if (!isFinite2D(place)) return false;
-    // All triangles that the place touches: one, the two at an edge, or all around a vertex.
+    // All triangles that contain the place: one, the two at an edge, or all around a vertex.
     std::vector<Triangle2*> vTouched;
     RegionSearch(*pDt2_).getTrianglesInBox(Bbox2(place.x(), place.y(), place.x(), place.y()), vTouched);
     if (vTouched.empty()) return false;
@@ -186,7 +187,7 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
         const auto beginAlong = [&](Point2* pSrc, Point2* pTrg, bool bLeft) {
             if ((bClosed ? windings.getLeftOf(pSrc, pTrg) != 0 : bLeft) != bInside) return;
             Triangle2* pT = pDt2_->getAdjacentTriangle(pSrc, pTrg);
-            if (pT) vSeedTriangles.push_back(pT);  // none beyond the hull, and at a piece that is not established
+            if (pT) vSeedTriangles.push_back(pT);  // null beyond the hull, and for a piece that is not established
         };
         for (const auto& [pSrc, pTrg] : vPieces) {
             beginAlong(pSrc, pTrg, true);
@@ -207,8 +208,8 @@ void Zone2::bfsFromWorkspace(std::vector<Triangle2*>& vTriangles) const {
     spreadBetween(vGraphs_, vSeedTriangles, vTriangles);
 }
 
-/// Every list is made once, however many results share it, and goes with its last use: of a long chain of results only
-/// a few are there at a time.
+/// The list of each operand is computed once and freed after its last use, so that a long chain of results holds only a
+/// few lists at a time.
 void Zone2::getTriangles_RESULT(std::vector<Triangle2*>& vTriangles) const {
     struct Sorted {
         TriangleVector vTriangles;
@@ -236,7 +237,7 @@ void Zone2::getTriangles_RESULT(std::vector<Triangle2*>& vTriangles) const {
     vTriangles.insert(vTriangles.end(), vResult.begin(), vResult.end());
 }
 
-/// The zones that this one is made of, and itself at last, each once and after its operands.
+/// All direct and indirect operands and, last, this zone, each once and after its own operands.
 std::vector<const Zone2*> Zone2::getOperandsFirst() const {
     std::vector<const Zone2*> vZones, vStack{this};
     std::set<const Zone2*> sEntered, sDone;
@@ -253,7 +254,7 @@ std::vector<const Zone2*> Zone2::getOperandsFirst() const {
     return vZones;
 }
 
-/// The triangles of a zone with a rule of its own, in the order of their addresses.
+/// The triangles of a zone that has no operands, in the order of their addresses.
 std::vector<Triangle2*> Zone2::getSorted() const {
     TriangleVector vSorted;
     if (zoneLoc_ >= ZL_RESULT_UNION && zoneLoc_ <= ZL_RESULT_SYMMETRIC_DIFFERENCE) return vSorted;  // without operands

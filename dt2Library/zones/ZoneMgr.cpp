@@ -24,7 +24,7 @@ namespace {
 
 constexpr const char* LOCATION = "Dt2::createZone()";
 
-/// Warns if it may; always null.
+/// Warns if bVerbose; returns null.
 Zone2* refuse(bool bVerbose, const std::string& message, const char* location = LOCATION) {
     if (bVerbose) warning(location, message);
     return nullptr;
@@ -39,11 +39,11 @@ bool isWithoutGraph(ZoneLocation zoneLoc) {
     return zoneLoc == ZL_GLOBAL || (zoneLoc >= ZL_RESULT_UNION && zoneLoc <= ZL_RESULT_SYMMETRIC_DIFFERENCE);
 }
 
-/// False also for the record of a triangle that is gone.
+/// False also for the record of a deleted triangle.
 bool hasTriangle(const Edge2& edge) { return edge.getTriangle() && edge.getTriangle()->getCorner(0); }
 
-/// How far the barycentre, rounded as it is, lies inside the triangle; 0 if it is not, or hardly by more than rounding. A
-/// border is bent by that much where it is crossed later, and must not pass the barycentre then.
+/// The distance from the rounded barycentre to the nearest side; 0 if it is outside or nearer than MIN_SEED_CLEARANCE:
+/// later crossings bend the border by rounding errors, and it must not pass the barycentre.
 double getClearance(const Triangle2* pT, GeomTest& geomTest) {
     const Point2 center = pT->getBarycenter();
     double clearance = std::numeric_limits<double>::max(), magnitude = 0.0;
@@ -64,7 +64,7 @@ std::vector<VertexPair> getBorder(const ConnectedComponent& component) {
     return vBorder;
 }
 
-/// The one with the roomiest barycentre; null if there is none with any room.
+/// The triangle whose barycentre has the greatest clearance; null if none is positive.
 const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTest& geomTest) {
     const Triangle2* pBest = nullptr;
     double best = 0.0;
@@ -77,8 +77,8 @@ const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTe
     return pBest;
 }
 
-/// Appends a seed for each part of a component that keeps together without its nearly degenerate triangles: a border may
-/// pass these on the other side. False if nothing else is there.
+/// Appends a seed for each connected part of a component without its nearly degenerate triangles, which the border may
+/// come to exclude. False if there is no other triangle.
 bool appendSeeds(const ConnectedComponent& component, GeomTest& geomTest, std::vector<Point2>& vSeeds) {
     std::vector<Triangle2*> vRoomy = component.getTriangles();
     const auto isThin = [&geomTest](const Triangle2* pT) { return getClearance(pT, geomTest) == 0.0; };
@@ -176,7 +176,7 @@ Zone2* ZoneMgr::createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLo
 }
 
 Zone2* ZoneMgr::createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose) {
-    const QuietScope quiet(bVerbose);  // what becomes of the border may be worth a warning too
+    const QuietScope quiet(bVerbose);  // for warnings about the border too
     if (!canHaveZones(bVerbose)) return nullptr;
     if (zoneLoc != ZL_BOUNDED) return refuseLocation(bVerbose, "ZL_BOUNDED");
     if (vEdges.empty()) return refuse(bVerbose, "There are no edges, returning NULL");
@@ -203,8 +203,8 @@ Zone2* ZoneMgr::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerb
     }
     std::vector<ConnectedComponent> vComponents;
     getConnectedComponents(vDifferent, vComponents);
-    // All that is wanted of the triangles comes first: a border along an edge that has been a constraint, and goes through
-    // another vertex since, may change some.
+    // Seeds and borders are read from the triangles before any constraint is created, which may change triangles: an
+    // edge of the border may be a former constraint that is now split.
     std::vector<Point2> vSeeds;
     std::vector<std::vector<VertexPair>> vBorders;
     for (const ConnectedComponent& component : vComponents) {

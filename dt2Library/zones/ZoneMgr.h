@@ -19,8 +19,9 @@ class Zone2;
 
 /// The zones of a mesh: it makes them, owns them, and deletes them.
 ///
-/// Each form of createZone returns null, with a warning if it may: before there are triangles, for a graph that is missing,
-/// strange or has no direction, and for a location that the form does not make.
+/// Each form of createZone returns null, with a warning if bVerbose: before there are triangles, for a graph that is
+/// null, belongs to another mesh or has no direction (ZL_GROW needs none), and for a location that the form does not
+/// accept.
 class ZoneMgr : public MeshSlot {
   public:
     explicit ZoneMgr(Dt2* pDt2);
@@ -32,14 +33,14 @@ class ZoneMgr : public MeshSlot {
                       bool bVerbose);
     Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose);
     Zone2* createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose);
-    /// False, with a warning, for a zone that is not here and for an operand of another one.
+    /// Deletes a zone; false, with a warning, for a zone of another mesh and for an operand of another zone.
     bool deleteZone(Zone2* pZone);
 
-    /// Whether a zone is made of a graph.
+    /// Whether a zone uses a graph.
     bool hasZoneOf(const ConstraintGraph2* pGraph) const;
-    /// Whether the mesh has triangles; otherwise there is a warning if it may.
+    /// Whether the mesh has triangles; warns if it has none and bVerbose is true.
     bool canHaveZones(bool bVerbose) const;
-    /// A number that no other zone of the mesh has had; 0 for a zone that is not here.
+    /// A number that no other zone of the mesh has or had; 0 for a zone of another mesh.
     std::uint64_t getNumber(const Zone2* pZone) const;
 
   private:
@@ -51,7 +52,7 @@ class ZoneMgr : public MeshSlot {
     bool areUsable(const std::vector<ConstraintGraph2*>& vGraphs, bool bOriented, bool bVerbose) const;
     bool areOwn(const std::vector<Triangle2*>& vTriangles) const;
     Zone2* registerZone(std::unique_ptr<Zone2> pZone);
-    /// Inside or outside graphs; warns of those that cross themselves.
+    /// Makes a zone inside or outside graphs; warns if a graph crosses itself.
     Zone2* createZoneAlong(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, bool bVerbose);
 
     Dt2* pDt2_;
@@ -61,12 +62,12 @@ class ZoneMgr : public MeshSlot {
 
 /// The zones of a mesh.
 ZoneMgr& getZoneMgr(Dt2& mesh);
-/// Whether a zone is one of a mesh. It may have been deleted.
+/// Whether a zone belongs to a mesh. The pointer may be that of a deleted zone.
 bool hasZone(const Dt2& mesh, const Zone2* pZone);
 /// ZoneMgr::getNumber.
 std::uint64_t getZoneNumber(const Dt2& mesh, const Zone2* pZone);
 
-/// Appends the triangles that are reached from others without crossing pieces of the graphs, each once.
+/// Appends the triangles reached from those of vFrom without crossing pieces of the graphs, each once.
 void spreadBetween(const std::vector<ConstraintGraph2*>& vGraphs, const std::vector<Triangle2*>& vFrom,
                    std::vector<Triangle2*>& vTriangles);
 

@@ -34,7 +34,7 @@ bool getSimplePolygon(const std::vector<Segment2>& vSegments, std::vector<Point2
         pManager->applyOneSegment(vCSegs.back());
         if (!vCSegs.back()->isAlive() || engine.getApproxNumPoints() != vSegments.size()) return false;
     }
-    // A crossing that is next to the end of a segment splits the one that was there before.
+    // A crossing that snaps to an end of a new segment splits only the older one.
     const auto isAlive = [](const ConstraintSegment2* pCSeg) { return pCSeg->isAlive(); };
     if (!std::all_of(vCSegs.begin(), vCSegs.end(), isAlive)) return false;
     std::vector<Point2*> vVertices;

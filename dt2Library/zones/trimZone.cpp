@@ -15,13 +15,13 @@ namespace {
 
 constexpr const char* LOCATION = "Taro_2D::createZone_trimmed()";
 
-/// Always null.
+/// Warns; returns null.
 Zone2* refuse(const char* reason) {
     warning(LOCATION, reason);
     return nullptr;
 }
 
-/// Which triangles go. The edges at the border are on a stack; taking away a triangle brings its other edges there.
+/// The triangles to be removed. A stack holds the border edges; removing a triangle pushes its other edges.
 AddressSet peel(Dt2& dt2, double maxEdgeLength) {
     AddressSet sPeeled;
     std::vector<std::pair<Triangle2*, int>> vBorder;
