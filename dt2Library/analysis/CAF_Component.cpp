@@ -67,24 +67,27 @@ void CAF_Component::setVolume(const HeightMap& heights) {
         return;
     }
     const int upper = caftype_ == CT_CUT ? 0 : 1;
-    const auto at = [&heights](const Point2* pVtx, int surface) {
-        return Point2(pVtx->x(), pVtx->y(), heights.find(pVtx)->aHeights[surface]);
+    struct Corner {
+        Point2 top, bottom;
     };
-    const auto top = [&](const Point2* pVtx) { return at(pVtx, upper); };
-    const auto bottom = [&](const Point2* pVtx) { return at(pVtx, 1 - upper); };
+    const auto at = [&](const Point2* pVtx) {
+        const BeforeAfter& ofVtx = *heights.find(pVtx);
+        return Corner{Point2(pVtx->x(), pVtx->y(), ofVtx.aHeights[upper]),
+                      Point2(pVtx->x(), pVtx->y(), ofVtx.aHeights[1 - upper])};
+    };
 
-    Solid solid(top(vTriangles_[0]->getCorner(0)));
+    Solid solid(at(vTriangles_[0]->getCorner(0)).top);
     for (const Triangle2* pT : vTriangles_) {
-        const Point2 *p0 = pT->getCorner(0), *p1 = pT->getCorner(1), *p2 = pT->getCorner(2);
-        solid.addTriangle(top(p0), top(p1), top(p2));
-        solid.addTriangle(bottom(p0), bottom(p2), bottom(p1));
+        const Corner c0 = at(pT->getCorner(0)), c1 = at(pT->getCorner(1)), c2 = at(pT->getCorner(2));
+        solid.addTriangle(c0.top, c1.top, c2.top);
+        solid.addTriangle(c0.bottom, c2.bottom, c1.bottom);
     }
     std::vector<Edge2> vBorderEdges;
     getBorderEdges(vTriangles_, vBorderEdges);
     for (const Edge2& edge : vBorderEdges) {
-        const Point2 *pSrc = edge.getSrc(), *pTrg = edge.getTrg();
-        solid.addTriangle(bottom(pSrc), bottom(pTrg), top(pTrg));
-        solid.addTriangle(bottom(pSrc), top(pTrg), top(pSrc));
+        const Corner src = at(edge.getSrc()), trg = at(edge.getTrg());
+        solid.addTriangle(src.bottom, trg.bottom, trg.top);
+        solid.addTriangle(src.bottom, trg.top, src.top);
     }
     volume_ = std::max(0.0, solid.getVolume());  // of a sliver, rounding may leave less than nothing
 }

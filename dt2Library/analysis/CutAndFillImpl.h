@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "analysis/HeightMap.h"
+#include "kernel/tools.h"
 #include "support/Progress.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/CAF_Component.h"
@@ -103,6 +104,9 @@ class CutAndFillImpl {
     void cutAlongZeroLine();
     Cuts virtualCut() const;
     CutHelper cutEdge(const VertexPair& edge) const;
+    static VertexPair getEnds(const Triangle2* pT, int i) {
+        return {pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))};
+    }
     static void cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLine);
     void realCut(const Cuts& cuts);
     Point2* splitAtZero(const CutHelper& cut);
@@ -118,6 +122,7 @@ class CutAndFillImpl {
     Bbox2 overlap_;
     HeightMap heights_;
     Zone2* pResultZone_ = nullptr;
+    std::vector<Triangle2*> vResultTriangles_;  // of the result zone, since the mesh has changed last
     std::vector<std::unique_ptr<CAF_Component>> vComponents_;
     double tolerance_;
     bool bStarted_ = false;

@@ -128,6 +128,7 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std:
 }
 
 bool ConstraintMgr::canBeSplitAt(const ConstraintSegment2* pCSeg, Point2* pSplit) const {
+    if (!isConstraintVertex(pSplit)) return true;
     std::vector<ConstraintSegment2*> vStack;
     const auto pushIfDead = [&vStack](ConstraintSegment2* p) {
         if (!p->isAlive()) vStack.push_back(p);

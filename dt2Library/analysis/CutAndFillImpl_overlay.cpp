@@ -1,0 +1,238 @@
+// The combined triangulation, and the heights of its vertices.
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "analysis/CutAndFillImpl.h"
+#include "analysis/planeOrder.h"
+#include "analysis/slivers.h"
+#include "analysis/weld.h"
+#include "constraints/ConstraintMgr.h"
+#include "constraints/ConstraintPieces.h"
+#include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/freeFunctions.h"
+#include "zones/ConnectedComponent.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr const char* LOCATION = "CutAndFill";
+
+/// Differences of heights are cut off here, so that those of differences are finite.
+constexpr double MAX_COMBINED_HEIGHT = 0.5 * std::numeric_limits<double>::max();
+
+Bbox2 getBoxOf(const Triangle2* pT) {
+    Bbox2 box;
+    for (int i = 0; i < 3; ++i) box.add(*pT->getCorner(i));
+    return box;
+}
+
+/// Always false.
+bool refuse() {
+    warning(LOCATION, "Zones do not overlap, nothing to do");
+    return false;
+}
+
+}  // namespace
+
+void CutAndFillImpl::readSurfaces() {
+    for (Surface& surface : aSurfaces_) {
+        surface.vTriangles = getTrianglesInPlaneOrder(*surface.pZone);
+        peelSlivers(surface.vTriangles);
+        std::vector<Point2*> vCorners;
+        getVertices(surface.vTriangles, vCorners);
+        for (const Point2* pVtx : vCorners) {
+            surface.mIndices[pVtx] = surface.vPoints.size();
+            surface.vPoints.emplace_back(pVtx->x(), pVtx->y(), pVtx->z());
+        }
+    }
+    const Bbox2 box = getBox(aSurfaces_[0].vPoints);
+    if (box.isValid()) weld(aSurfaces_[0].vPoints, getRoundingDistance(box), aSurfaces_[1].vPoints);
+}
+
+/// False, with a warning, if there is nothing to compare.
+bool CutAndFillImpl::setResultZone() {
+    combined_.initTaro(static_cast<unsigned>(aSurfaces_[0].vPoints.size() + aSurfaces_[1].vPoints.size()));
+    Dt2& dt2 = *combined_.getImpl();
+    dt2.getHeightBook().stop();  // the heights of both surfaces differ wherever their edges cross
+    for (Surface& surface : aSurfaces_) {
+        std::vector<Edge2> vBorderEdges;
+        getBorderEdges(surface.vTriangles, vBorderEdges);
+        std::vector<Segment2> vBorder;
+        vBorder.reserve(vBorderEdges.size());
+        for (const Edge2& edge : vBorderEdges) {
+            vBorder.emplace_back(surface.getPoint(edge.getSrc()), surface.getPoint(edge.getTrg()));
+        }
+        surface.pBorder = dt2.getConstraintManager()->createConstraint_oriented(vBorder, CIS_CONSTRAINED_DELAUNAY);
+    }
+    Zone2* pOverlap = nullptr;
+    if (aSurfaces_[0].pBorder && aSurfaces_[1].pBorder) {
+        pOverlap = zoneIntersection(dt2.createZone(aSurfaces_[0].pBorder, ZL_BOUNDED),
+                                    dt2.createZone(aSurfaces_[1].pBorder, ZL_BOUNDED));
+        overlap_ = pOverlap->getBoundingBox();
+    }
+    if (!overlap_.isValid()) return refuse();
+    pResultZone_ = pOverlap->convertToBoundedZone();
+    return true;
+}
+
+bool CutAndFillImpl::insertSurfaces() {
+    progress_.incProgress(10);
+    for (const int ithInput : {0, 1}) {
+        insertInnerSegments(ithInput);
+        progress_.incProgress(40);
+    }
+    if (leaveOutside()) return true;
+    pResultZone_ = nullptr;
+    return refuse();
+}
+
+/// The edges of one surface that may be in the overlap, and the heights of their vertices.
+void CutAndFillImpl::insertInnerSegments(int ithInput) {
+    Surface& surface = aSurfaces_[ithInput];
+    std::vector<Triangle2*>& vTriangles = surface.vTriangles;
+    const auto isAside = [this](const Triangle2* pT) { return !overlap_.doIntersect(getBoxOf(pT)); };
+    vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isAside), vTriangles.end());
+
+    std::vector<Point2*> vHandles;
+    combined_.getImpl()->insertVector(surface.vPoints, vHandles);
+    for (size_t i = 0; i < vHandles.size(); ++i) heights_[vHandles[i]].aHeights[ithInput] = surface.vPoints[i].z();
+    // What only slivers have as a side comes last: see assignHeigthsOfConstraints.
+    std::vector<VertexPair> vPairs, vOfSlivers;
+    forEachEdge(vTriangles, [&](const Triangle2* pT, int i) {
+        const Triangle2* pN = pT->getOppositeTriangle(i);
+        const bool bSlivers = isSliver(pT) && (!pN || isSliver(pN));
+        const auto [pSrc, pTrg] = getEnds(pT, i);
+        (bSlivers ? vOfSlivers : vPairs)
+            .emplace_back(vHandles[surface.getIndex(pSrc)], vHandles[surface.getIndex(pTrg)]);
+    });
+    vPairs.insert(vPairs.end(), vOfSlivers.begin(), vOfSlivers.end());
+    surface.pEdges =
+        combined_.getImpl()->getConstraintManager()->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
+}
+
+/// Where borders are bent to near vertices, a chain may run back over itself. Then the zone on its left also gets what is
+/// outside, up to the next border, which has to go again. False if nothing would be left.
+bool CutAndFillImpl::leaveOutside() {
+    const EdgeSet sBorders = getAlivePieces({aSurfaces_[0].pBorder, aSurfaces_[1].pBorder});
+    AddressSet asInputs[2] = {toSet(aSurfaces_[0].vTriangles), toSet(aSurfaces_[1].vTriangles)}, sSeen;
+    const auto isInside = [&](const Point2& point) {
+        for (const int ithInput : {0, 1}) {
+            const Triangle2* pT = aSurfaces_[ithInput].pZone->getDelaunayTriangulation()->locate(point);
+            if (!pT || !asInputs[ithInput].contains(pT)) return false;
+        }
+        return true;
+    };
+    vResultTriangles_ = getTrianglesInPlaneOrder(*pResultZone_);
+    std::vector<Triangle2*> vInside;
+    for (Triangle2* pT : vResultTriangles_) {
+        if (sSeen.contains(pT)) continue;
+        std::vector<Triangle2*> vRegion;
+        spread({pT}, sBorders, sSeen, vRegion);
+        const auto hasLess = [](const Triangle2* pA, const Triangle2* pB) { return pA->getArea2D() < pB->getArea2D(); };
+        const Triangle2* pLargest = *std::max_element(vRegion.begin(), vRegion.end(), hasLess);
+        if (isInside(pLargest->getBarycenter())) vInside.insert(vInside.end(), vRegion.begin(), vRegion.end());
+    }
+    if (vInside.size() == vResultTriangles_.size()) return true;
+    Zone2* pInside = combined_.getImpl()->createZone(vInside, false);
+    if (!pInside) return false;
+    pResultZone_ = pInside;
+    vResultTriangles_ = getTrianglesInPlaneOrder(*pResultZone_);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Heights
+
+void CutAndFillImpl::setHeights() {
+    for (const int ithInput : {0, 1}) assignHeigthsOfConstraints(aSurfaces_[ithInput].pEdges, ithInput);
+    std::vector<Point2*> vVertices;
+    getVertices(vResultTriangles_, vVertices);
+    complementHeightMap(vVertices);
+    progress_.incProgress(20);
+    setCombinedHeights(vVertices);
+    progress_.incProgress(5);
+}
+
+/// Vertices on the edges of a surface get the heights of these edges. Edges that are nearer to each other than constraints
+/// can be told apart share such vertices, though they may have very different heights, like the three sides of a sliver at
+/// the hull. The first one counts, so that what is wrong then is the height of the sliver, not that of the ground beside it.
+void CutAndFillImpl::assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput) {
+    TARO_ASSERT_TEXT(ithInput == 0 || ithInput == 1, "ithInput==0 || ithInput==1");
+    std::vector<ConstraintSegment2*> vEdges, vPieces;
+    pCG->getOriginalConstraintSegments(vEdges);
+    for (ConstraintSegment2* pEdge : vEdges) {
+        if (pEdge->isAlive()) continue;
+        const auto getEnd = [&](const Point2* pVtx) {
+            return Point2(pVtx->x(), pVtx->y(), heights_[pVtx].aHeights[ithInput]);
+        };
+        const Point2 src = getEnd(pEdge->getSrc()), trg = getEnd(pEdge->getTrg());
+        vPieces.clear();
+        pEdge->getChildrenRec(vPieces);
+        for (const ConstraintSegment2* pPiece : vPieces) {
+            for (const Point2* pVtx : {pPiece->getSrc(), pPiece->getTrg()}) {
+                double& height = heights_[pVtx].aHeights[ithInput];
+                if (height == BeforeAfter::MISSING) height = getZOnSegment(src, trg, pVtx->x(), pVtx->y());
+            }
+        }
+    }
+}
+
+void CutAndFillImpl::complementHeightMap(const std::vector<Point2*>& vVertices) {
+    for (const Point2* pVtx : vVertices) {
+        for (const int ithInput : {0, 1}) {
+            if (heights_[pVtx].aHeights[ithInput] == BeforeAfter::MISSING) setOneMissingHeight(pVtx, ithInput);
+        }
+    }
+}
+
+void CutAndFillImpl::setOneMissingHeight(const Point2* pVtx, int ithInput) {
+    const Dt2& dt2 = *aSurfaces_[ithInput].pZone->getDelaunayTriangulation();
+    Triangle2* pT = dt2.locate(*pVtx);
+    if (!pT) pT = getNearestHullTriangle(dt2, *pVtx);
+    if (pT) pT = leaveSlivers(pT, *pVtx);
+    // Where even that has no area the answer is false and the height a mean, which is as good as any.
+    double& height = heights_[pVtx].aHeights[ithInput];
+    dt2.getHeight(pVtx->x(), pVtx->y(), height, pT, 0.0);
+    if (height == BeforeAfter::MISSING) Note(LOCATION) << "### MISS: pVtx=" << *pVtx << "\n";
+}
+
+void CutAndFillImpl::setCombinedHeights(const std::vector<Point2*>& vVertices) {
+    for (Point2* pVtx : vVertices) {
+        BeforeAfter& ofVtx = heights_[pVtx];
+        const double h0 = ofVtx.before(), h1 = ofVtx.after();
+        TARO_ASSERT_TEXT(h0 != BeforeAfter::MISSING && h1 != BeforeAfter::MISSING,
+                         "h0!=double(1.79769313486231570815e+308L) && h1!=double(1.79769313486231570815e+308L)");
+        const double d = std::clamp(h0 - h1, -MAX_COMBINED_HEIGHT, MAX_COMBINED_HEIGHT);
+        if (!(std::abs(d) > 0.0) || std::abs(d) <= tolerance_) {
+            setToZero(pVtx);
+        } else {
+            ofVtx.combined = d;
+            pVtx->set(pVtx->x(), pVtx->y(), d);
+        }
+    }
+}
+
+/// Vertices that have appeared since have none yet.
+double CutAndFillImpl::getCombinedHeight(const Point2* pVtx) const {
+    const BeforeAfter* pHeights = heights_.find(pVtx);
+    return pHeights ? pHeights->combined : BeforeAfter::MISSING;
+}
+
+void CutAndFillImpl::setToZero(Point2* pVtx) {
+    BeforeAfter& ofVtx = heights_[pVtx];
+    if (ofVtx.before() != ofVtx.after()) {
+        ofVtx.aHeights[0] = ofVtx.aHeights[1] = 0.5 * ofVtx.before() + 0.5 * ofVtx.after();
+    }
+    ofVtx.combined = 0.0;
+    pVtx->set(pVtx->x(), pVtx->y(), 0.0);
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,164 @@
+// The line along which two surfaces meet becomes edges of the combined triangulation.
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include "analysis/CutAndFillImpl.h"
+#include "constraints/ConstraintMgr.h"
+#include "kernel/VertexPairMap.h"
+#include "kernel/tolerances.h"
+#include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
+#include "support/diagnostics.h"
+#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/freeFunctions.h"
+
+namespace LUMO_TARO25D {
+
+namespace {
+
+constexpr const char* LOCATION = "CutAndFill";
+constexpr int MAX_ROUNDS = 10;
+
+template <class T>
+std::string toText(const char* before, const T& value, const char* after = "") {
+    std::ostringstream text;
+    text << before << value << after;
+    return text.str();
+}
+
+/// Whether the difference changes its sign between two vertices.
+bool isMixed(const std::pair<Point2*, Point2*>& edge) {
+    const double d0 = edge.first->z(), d1 = edge.second->z();
+    return (d0 < 0.0 && d1 > 0.0) || (d0 > 0.0 && d1 < 0.0);
+}
+
+}  // namespace
+
+void CutAndFillImpl::cutAlongZeroLine() {
+    for (int numRounds = 0; numRounds < MAX_ROUNDS; ++numRounds) {
+        const Cuts cuts = virtualCut();
+        if (cuts.vCuts.empty()) return;
+        if (numRounds > 0) {
+            warning(LOCATION, toText("CutAndFillImpl::addMissingSplitPoints, retry (vnew): ", cuts.vCuts.size()));
+        }
+        realCut(cuts);
+        leaveOutside();
+        addNewVertices();
+    }
+    postRound();
+}
+
+/// Which edges have to be split, and what the zero line will join. Changes nothing.
+CutAndFillImpl::Cuts CutAndFillImpl::virtualCut() const {
+    Cuts cuts;
+    forEachEdge(vResultTriangles_, [&](const Triangle2* pT, int i) {
+        if (isMixed(getEnds(pT, i))) cuts.vCuts.push_back(cutEdge(getEnds(pT, i)));
+    });
+    for (const Triangle2* pT : vResultTriangles_) cutT(pT, cuts.vZeroLine);
+    return cuts;
+}
+
+CutAndFillImpl::CutHelper CutAndFillImpl::cutEdge(const VertexPair& edge) const {
+    // From the nearer end, and for either direction of the edge the same.
+    auto [pNear, pFar] = edge;
+    const double dNear = std::abs(pNear->z()), dFar = std::abs(pFar->z());
+    if (dFar < dNear || (dFar == dNear && *pFar < *pNear)) std::swap(pNear, pFar);
+    const double t = pNear->z() / (pNear->z() - pFar->z());
+    const auto interpolate = [t](double from, double to) {
+        return from + 2.0 * t * (0.5 * to - 0.5 * from);  // t is at most a half, so that nothing overflows
+    };
+    const Point2 place(interpolate(pNear->x(), pFar->x()), interpolate(pNear->y(), pFar->y()), 0.0);
+    const double sqLength = sqDistance2D(*pNear, *pFar);
+    if (!(sqDistance2D(place, *pNear) < sqLength && sqDistance2D(place, *pFar) < sqLength)) {
+        warning("CutAndFillImpl::virtualCut()", "close intersection skipped");
+        return {{pNear, pFar}, *pNear, 0.0, true};
+    }
+    const double splitHeight = interpolate(pNear->z(), pFar->z());
+    if (std::abs(splitHeight) > MAX_SPLIT_HEIGHT) {
+        warning("CutAndFillImpl::cutT()", toText("splitHeight=", splitHeight, "instead of 0, using 0"));
+    }
+    const BeforeAfter &atNear = *heights_.find(pNear), &atFar = *heights_.find(pFar);
+    const double before = interpolate(atNear.before(), atFar.before());
+    const double after = interpolate(atNear.after(), atFar.after());
+    if (std::abs(before - after) > MAX_HEIGHT_DIFFERENCE) {
+        warning("CutAndFillImpl::cutT()", toText("height difference=", before - after, ", using the mean"));
+    }
+    return {{pNear, pFar}, place, 0.5 * before + 0.5 * after, false};
+}
+
+void CutAndFillImpl::cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLine) {
+    int numMixed = 0, aMixed[3] = {0, 0, 0};
+    for (int i = 0; i < 3; ++i) {
+        if (isMixed(getEnds(pT, i))) aMixed[numMixed++] = i;
+    }
+    if (numMixed == 0) return;
+    // With one such edge, the corner opposite to it is on the zero line.
+    const VertexPair toEdge = numMixed == 2 ? getEnds(pT, aMixed[1]) : VertexPair();
+    vZeroLine.push_back({getEnds(pT, aMixed[0]), toEdge, numMixed == 2 ? nullptr : pT->getCorner(aMixed[0])});
+}
+
+void CutAndFillImpl::realCut(const Cuts& cuts) {
+    ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
+    std::vector<VertexPair> vEdges, vZeroLine;
+    for (const CutHelper& cut : cuts.vCuts) vEdges.push_back(cut.edge);
+    manager.createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY, true);
+    VertexPairMap<Point2> mZeros;
+    for (const CutHelper& cut : cuts.vCuts) {
+        if (Point2* pZero = splitAtZero(cut)) mZeros.add(cut.edge.first, cut.edge.second, pZero);
+    }
+    const auto isZero = [this](const Point2* pVtx) { return pVtx && getCombinedHeight(pVtx) == 0.0; };
+    for (const ZeroSegment& segment : cuts.vZeroLine) {
+        const auto getZero = [&](const VertexPair& edge) { return mZeros.find(edge.first, edge.second); };
+        Point2 *pSrc = getZero(segment.fromEdge), *pTrg = segment.pToCorner;
+        if (!pTrg) pTrg = getZero(segment.toEdge);
+        if (pSrc != pTrg && isZero(pSrc) && isZero(pTrg)) vZeroLine.emplace_back(pSrc, pTrg);
+    }
+    manager.createConstraint(vZeroLine, CIS_CONSTRAINED_DELAUNAY, true);
+}
+
+/// The vertex at which the difference has become 0; null if the edge has been split elsewhere meanwhile.
+Point2* CutAndFillImpl::splitAtZero(const CutHelper& cut) {
+    Point2* pZero = nullptr;
+    if (!cut.bMerged) {
+        ConstraintSegment2* pCSeg = combined_.getConstraintSegment(cut.edge.first, cut.edge.second);
+        if (!pCSeg) return nullptr;
+        pZero = pCSeg->insertAndSplit(cut.place);
+        if (pZero && getCombinedHeight(pZero) != BeforeAfter::MISSING) return pZero;  // it was there before
+        if (pZero) heights_[pZero].aHeights[0] = heights_[pZero].aHeights[1] = cut.height;
+    }
+    if (!pZero) pZero = cut.edge.first;
+    setToZero(pZero);
+    return pZero;
+}
+
+/// Splitting edges may make more vertices than the zeros, where they cross others by rounding.
+void CutAndFillImpl::addNewVertices() {
+    std::vector<Point2*> vVertices;
+    getVertices(vResultTriangles_, vVertices);
+    const auto isKnown = [this](const Point2* pVtx) { return getCombinedHeight(pVtx) != BeforeAfter::MISSING; };
+    vVertices.erase(std::remove_if(vVertices.begin(), vVertices.end(), isKnown), vVertices.end());
+    complementHeightMap(vVertices);
+    setCombinedHeights(vVertices);
+}
+
+/// Where rounding leaves a triangle on both sides after all, the smaller one gives way.
+void CutAndFillImpl::postRound() {
+    bool bRounded = false;
+    for (const Triangle2* pT : vResultTriangles_) {
+        if (getTriangleType(pT) != TT_INVALID) continue;
+        Note(LOCATION) << "TT_INVALID for " << *pT;
+        bRounded = true;
+        const auto [minZ, maxZ] = std::minmax({pT->getCorner(0)->z(), pT->getCorner(1)->z(), pT->getCorner(2)->z()});
+        for (int i = 0; i < 3; ++i) {
+            Point2* pVtx = pT->getCorner(i);
+            if (-minZ < maxZ ? pVtx->z() < 0.0 : pVtx->z() > 0.0) setToZero(pVtx);
+        }
+    }
+    if (bRounded) warning(LOCATION, "insufficient numeric accuracy, small differences are set to 0");
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <vector>
+
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+class Zone2;
+
+// Orders of triangles by where they are, so that no address matters.
+
+/// By the corners, smallest first.
+bool isBefore(const Triangle2* pA, const Triangle2* pB);
+/// The triangles of a zone in an order that depends on places only.
+std::vector<Triangle2*> getTrianglesInPlaneOrder(const Zone2& zone);
+/// The components of some triangles, each beginning with its smallest triangle and in the order of those.
+std::vector<std::vector<Triangle2*>> getComponentsInPlaneOrder(const std::vector<Triangle2*>& vTriangles);
+
+}  // namespace LUMO_TARO25D
