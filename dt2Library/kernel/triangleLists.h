@@ -36,6 +36,13 @@ inline Bbox2 getBox(const std::vector<Triangle2*>& vTriangles) {
     return box;
 }
 
+/// The sum of an area over the triangles.
+inline double sumUp(const std::vector<Triangle2*>& vTriangles, double (Triangle2::*getArea)() const) {
+    double sum = 0.0;
+    for (const Triangle2* pT : vTriangles) sum += (pT->*getArea)();
+    return sum;
+}
+
 /// The largest absolute coordinate of the triangles; 0 if there are none.
 inline double getLargestCoordinate(const std::vector<Triangle2*>& vTriangles) {
     return vTriangles.empty() ? 0.0 : getMagnitude(getBox(vTriangles));

@@ -10,25 +10,18 @@
 #include "taro25d/Zone2.h"
 
 #include <algorithm>
-#include <iomanip>
-#include <iostream>
 #include <iterator>
-#include <limits>
 #include <map>
 #include <set>
-#include <sstream>
 
-#include "kernel/angles.h"
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "mesh/RegionSearch.h"
 #include "support/diagnostics.h"
-#include "taro25d/Color.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
-#include "taro25d/Visualizer2.h"
 #include "zones/ConnectedComponent.h"
 #include "zones/WindingNumbers.h"
 #include "zones/ZoneMgr.h"
@@ -67,39 +60,10 @@ Zone2* combine(Zone2* pFirst, Zone2* pSecond, ZoneLocation zoneLoc, const char* 
     return pResult;
 }
 
-double getArea(const TriangleVector& vTriangles, double (Triangle2::*getArea)() const) {
-    double sum = 0.0;
-    for (const Triangle2* pT : vTriangles) sum += (pT->*getArea)();
-    return sum;
-}
-
 void printAreas(const char* title, const TriangleVector& vTriangles) {
     Note("Zone2::info()") << title << " numT=" << vTriangles.size()
-                          << " area2D=" << getArea(vTriangles, &Triangle2::getArea2D)
-                          << " area25D=" << getArea(vTriangles, &Triangle2::getArea25D) << "\n";
-}
-
-/// The smallest and the largest of some numbers, and their mean.
-struct Range {
-    double min = std::numeric_limits<double>::max(), max = std::numeric_limits<double>::lowest(), sum = 0.0;
-    size_t size = 0;
-
-    void add(double number) {
-        min = std::min(min, number);
-        max = std::max(max, number);
-        sum += number;
-        ++size;
-    }
-};
-
-void print(std::ostream& out, const char* title, const Range& range) {
-    out << title;
-    if (range.size == 0) {
-        out << "           none\n";
-        return;
-    }
-    out << std::setw(15) << range.min << std::setw(15) << range.max << std::setw(15)
-        << range.sum / static_cast<double>(range.size) << "\n";
+                          << " area2D=" << sumUp(vTriangles, &Triangle2::getArea2D)
+                          << " area25D=" << sumUp(vTriangles, &Triangle2::getArea25D) << "\n";
 }
 
 }  // namespace
@@ -275,13 +239,13 @@ size_t Zone2::getNumberOfTriangles() const {
 double Zone2::getArea2D() const {
     TriangleVector vTriangles;
     getTriangles(vTriangles);
-    return getArea(vTriangles, &Triangle2::getArea2D);
+    return sumUp(vTriangles, &Triangle2::getArea2D);
 }
 
 double Zone2::getArea25D() const {
     TriangleVector vTriangles;
     getTriangles(vTriangles);
-    return getArea(vTriangles, &Triangle2::getArea25D);
+    return sumUp(vTriangles, &Triangle2::getArea25D);
 }
 
 void Zone2::getVertices(std::vector<Point2*>& vVertices) const {
@@ -319,55 +283,6 @@ Zone2* Zone2::convertToBoundedZone() {
     if (!vBorderEdges.empty()) return pDt2_->createZone(vBorderEdges, ZL_BOUNDED);
     warning("Zone2::convertToBoundedZone()", "No triangles available, returning NULL");
     return nullptr;
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Report and drawing
-
-void Zone2::statistics(const std::string& name) const {
-    TriangleVector vTriangles;
-    getTriangles(vTriangles);
-    std::vector<Point2*> vVertices;
-    LUMO_TARO25D::getVertices(vTriangles, vVertices);
-    Range heights, lengths2D, lengths25D;
-    for (const Point2* pVtx : vVertices) heights.add(pVtx->z());
-    forEachEdge(vTriangles, [&](Triangle2* pT, int i) {
-        lengths2D.add(Edge2(pT, i).getLength2D());
-        lengths25D.add(Edge2(pT, i).getLength25D());
-    });
-    Note report("Zone2::statistics()");
-    std::ostream& out = report.getStream();
-    out << "\n\n\n********* ZONE STATISTICS (" << name << ") **********\n\n"
-        << "Number of triangles: " << vTriangles.size() << "\n"
-        << "Number of vertices:  " << vVertices.size() << "\n"
-        << "Number of edges:     " << lengths2D.size << "\n\n"
-        << std::fixed << std::setprecision(3) << "Area 2D:     " << getArea(vTriangles, &Triangle2::getArea2D) << "\n"
-        << "Area 2.5D:   " << getArea(vTriangles, &Triangle2::getArea25D) << "\n\n"
-        << "                        minimum        maximum           mean\n";
-    print(out, "Height          ", heights);
-    print(out, "Edge length 2D  ", lengths2D);
-    print(out, "Edge length 2.5D", lengths25D);
-    out << "\n";
-    printAngles(out, analyzeAngles(vTriangles));
-}
-
-void Zone2::show(const std::string& filename, bool bWithTriangulation, bool bWithConstraints) const {
-    Visualizer2 visualizer(filename);
-    show(&visualizer, bWithTriangulation, bWithConstraints);
-    visualizer.writeFile();
-}
-
-void Zone2::show(Visualizer2* pVisualizer, bool bWithTriangulation, bool bWithConstraints) const {
-    if (!pVisualizer) return;
-    if (bWithTriangulation) pDt2_->show(pVisualizer, false);
-    TriangleVector vTriangles;
-    getTriangles(vTriangles);
-    pVisualizer->addObject(vTriangles, Color(CPALEGREEN, 0.05, true));
-    for (Triangle2* pT : vTriangles) {
-        for (int i = 0; bWithConstraints && i < 3; ++i) {
-            if (pDt2_->isConstraint(pT, i)) pVisualizer->addObject(Edge2(pT, i), Color(CRED, 0.5));
-        }
-    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
