@@ -18,6 +18,7 @@ class Guarded : public LUMO_TARO25D::MsgBase {
 
     /// Ends the running operation at its next look, or lets operations run again.
     void setCancelled(bool bCancelled) { bCancelled_ = bCancelled; }
+    const std::atomic<bool>* getCancelFlag() const { return &bCancelled_; }
 
     /// The phase of the running operation and its fraction done; an empty phase before the first report.
     void getProgress(std::string& phase, double& fraction) const;

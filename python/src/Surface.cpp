@@ -7,7 +7,7 @@
 
 #include "TriangleRows.h"
 #include "run.h"
-#include "taro25d/ConstraintSegment2.h"
+#include "taro25d/IndexedMesh.h"
 #include "taro25d/MsgType.h"
 #include "taro25d/Segment2.h"
 
@@ -109,6 +109,7 @@ void Surface::getConflicts(double tolerance, std::vector<std::int64_t>& vIds, st
 
 // ---- Arrays ----
 
+/// The rows of all ids, -1 for those that are not there, and the points in that order.
 std::vector<std::int32_t> Surface::getRowsOfIds(MeshArrays& arrays) const {
     std::vector<std::int32_t> vRows(vVertices_.size(), -1);
     arrays.vPoints.reserve(3 * pMesh_->numberOfPoints());
@@ -127,25 +128,17 @@ void Surface::getArrays(MeshArrays& arrays) {
     if (!bAllNumbered_) number();
     arrays = MeshArrays();
     arrays.version = version_;
-    const std::vector<std::int32_t> vRows = getRowsOfIds(arrays);
-    const auto getRow = [&](const Point2* pVtx) { return vRows[static_cast<size_t>(pVtx->getCustomIndex())]; };
-
-    std::vector<Triangle2*> vTriangles;
-    pMesh_->getTrianglePointers(vTriangles);
-    const TriangleRows rows(vTriangles);
-    arrays.vTriangles.reserve(3 * vTriangles.size());
-    arrays.vNeighbours.reserve(3 * vTriangles.size());
-    for (const Triangle2* pT : vTriangles) {
-        for (int i = 0; i < 3; ++i) {
-            arrays.vTriangles.push_back(getRow(pT->getCorner(i)));
-            arrays.vNeighbours.push_back(rows.getRow(pT->getOppositeTriangle(i)));
-        }
-    }
-
-    std::vector<ConstraintSegment2*> vSegments;
-    if (pMesh_->is2D()) pMesh_->getAliveConstraintSegments(vSegments);
-    for (const ConstraintSegment2* pCSeg : vSegments)
-        arrays.vConstraints.insert(arrays.vConstraints.end(), {getRow(pCSeg->getSrc()), getRow(pCSeg->getTrg())});
+    IndexedMesh mesh;
+    pMesh_->getIndexedMesh(mesh);
+    const std::vector<std::int32_t> vRowsOfIds = getRowsOfIds(arrays);
+    std::vector<std::int32_t> vRows(mesh.vVertices.size());
+    std::transform(mesh.vVertices.begin(), mesh.vVertices.end(), vRows.begin(),
+                   [&](const Point2* pVtx) { return vRowsOfIds[static_cast<size_t>(pVtx->getCustomIndex())]; });
+    for (std::vector<std::int32_t>* pNumbers : {&mesh.vTriangles, &mesh.vConstraints})
+        for (std::int32_t& number : *pNumbers) number = vRows[static_cast<size_t>(number)];
+    arrays.vTriangles = std::move(mesh.vTriangles);
+    arrays.vNeighbours = std::move(mesh.vNeighbours);
+    arrays.vConstraints = std::move(mesh.vConstraints);
 }
 
 std::vector<std::int32_t> Surface::getRows(const std::vector<Triangle2*>& vTriangles) const {

@@ -6,6 +6,7 @@
 #include "arrays.h"
 #include "bindings.h"
 #include "run.h"
+#include "taro25d/ContourBand.h"
 #include "taro25d/CutAndFill.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/compareSurfaces.h"
@@ -26,16 +27,13 @@ struct Lines {
     void end() { vStarts.push_back(static_cast<std::int64_t>(vCoordinates.size() / 3)); }
 };
 
-void addContours(const IsoContours& contours, double level, std::int64_t position, Lines& lines) {
-    std::vector<std::vector<Segment2>> vvContours;
-    contours.getContours(level, vvContours, false);
-    for (const std::vector<Segment2>& vContour : vvContours) {
-        const auto add = [&](const Point2& point) { lines.add(Point2(point.x(), point.y(), level)); };
-        add(vContour.front().getSrc());
-        for (const Segment2& segment : vContour) add(segment.getTrg());
-        lines.end();
-        lines.vLevels.push_back(position);
-    }
+/// At the height of a vertex a contour is taken some rounding errors above; its points have the level itself all the same.
+void addContour(const std::vector<Segment2>& vContour, double level, std::int64_t position, Lines& lines) {
+    const auto add = [&](const Point2& point) { lines.add(Point2(point.x(), point.y(), level)); };
+    add(vContour.front().getSrc());
+    for (const Segment2& segment : vContour) add(segment.getTrg());
+    lines.end();
+    lines.vLevels.push_back(position);
 }
 
 void getTriangles(Surface& surface, const ZoneHandle* pHandle, std::vector<Triangle2*>& vTriangles) {
@@ -43,6 +41,12 @@ void getTriangles(Surface& surface, const ZoneHandle* pHandle, std::vector<Trian
         pHandle->get()->getTriangles(vTriangles);
     else
         surface.getMesh().getTrianglePointers(vTriangles);
+}
+
+void prepare(IsoContours& contours, Surface& surface) {
+    contours.setNumCPU(0);
+    contours.setCancelFlag(surface.getCancelFlag());
+    contours.subscribe(MT_PROGRESS, &surface);
 }
 
 using LineArrays = std::tuple<Array<double>, Array<std::int64_t>, Array<std::int64_t>>;
@@ -54,12 +58,69 @@ LineArrays getContours(Surface& surface, const ZoneHandle* pHandle, const std::v
         lines = Lines();
         std::vector<Triangle2*> vTriangles;
         getTriangles(surface, pHandle, vTriangles);
-        const IsoContours contours(vTriangles);
-        for (size_t i = 0; i < vLevels.size(); ++i)
-            addContours(contours, vLevels[i], static_cast<std::int64_t>(i), lines);
+        IsoContours contours(vTriangles);
+        prepare(contours, surface);
+        std::vector<std::vector<std::vector<Segment2>>> vvvContours;
+        contours.getContours(vLevels, vvvContours, false);
+        for (size_t i = 0; i < vvvContours.size(); ++i)
+            for (const std::vector<Segment2>& vContour : vvvContours[i])
+                addContour(vContour, vLevels[i], static_cast<std::int64_t>(i), lines);
     });
     return LineArrays(toTable(std::move(lines.vCoordinates), 3), toArray(std::move(lines.vStarts)),
                       toArray(std::move(lines.vLevels)));
+}
+
+/// Low, high, points of all rings, and where each ring begins.
+using BandTuple = std::tuple<double, double, Array<double>, Array<std::int64_t>>;
+
+std::vector<BandTuple> getBands(Surface& surface, const ZoneHandle* pHandle, const std::vector<double>& vLevels) {
+    std::vector<ContourBand> vBands;
+    EngineCall call({{&surface, Guarded::READ}});
+    call.run([&] {
+        vBands.clear();
+        std::vector<Triangle2*> vTriangles;
+        getTriangles(surface, pHandle, vTriangles);
+        IsoContours contours(vTriangles);
+        prepare(contours, surface);
+        if (!contours.getBands(vLevels, vBands)) throw Refused("there are no bands");
+    });
+    std::vector<BandTuple> vResult;
+    for (const ContourBand& band : vBands) {
+        Lines rings;
+        for (const std::vector<Point2>& vRing : band.vRings) {
+            for (const Point2& point : vRing) rings.add(point);
+            rings.add(vRing.front());
+            rings.end();
+        }
+        vResult.emplace_back(band.low, band.high, toTable(std::move(rings.vCoordinates), 3),
+                             toArray(std::move(rings.vStarts)));
+    }
+    return vResult;
+}
+
+/// The pieces of each segment on the surface: (x, y, z) of both ends, and the number of the segment.
+using PieceArrays = std::tuple<Array<double>, Array<std::int64_t>>;
+
+PieceArrays drape(Surface& surface, const SegmentArray& segments) {
+    const double* aCoordinates = segments.data();
+    const size_t num = segments.shape(0);
+    Lines pieces;
+    EngineCall call({{&surface, Guarded::READ}});
+    call.run([&] {
+        pieces = Lines();
+        for (size_t i = 0; i < num && surface.getMesh().is2D(); ++i) {
+            const double* a = aCoordinates + 6 * i;
+            std::vector<Segment2> vDraped;
+            surface.getMesh().drape({Segment2(Point2(a[0], a[1], a[2]), Point2(a[3], a[4], a[5]))}, vDraped);
+            for (const Segment2& piece : vDraped) {
+                pieces.add(piece.getSrc());
+                pieces.add(piece.getTrg());
+                pieces.vLevels.push_back(static_cast<std::int64_t>(i));
+            }
+        }
+    });
+    const size_t numPieces = pieces.vLevels.size();
+    return PieceArrays(toArray(std::move(pieces.vCoordinates), {numPieces, 2, 3}), toArray(std::move(pieces.vLevels)));
 }
 
 struct Component {
@@ -157,4 +218,8 @@ void bindAnalysis(nb::module_& module) {
             nb::arg("rows"));
     module.def("rasterize", &makeRaster, nb::arg("surface"), nb::arg("zone").none(), nb::arg("frame"), nb::arg("kind"),
                nb::arg("progress").none(), "Rows from the north.");
+    module.def("bands", &getBands, nb::arg("surface"), nb::arg("zone").none(), nb::arg("levels"),
+               "Low, high, points of all rings and where each begins, for each band.");
+    module.def("drape", &drape, nb::arg("surface"), nb::arg("segments").noconvert(),
+               "The pieces of segments on the surface, and which segment each is of.");
 }

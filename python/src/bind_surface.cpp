@@ -2,8 +2,6 @@
 #include <nanobind/stl/shared_ptr.h>
 #include <nanobind/stl/tuple.h>
 
-#include <limits>
-
 #include "arrays.h"
 #include "bindings.h"
 #include "run.h"
@@ -71,12 +69,16 @@ Array<double> getHeights(Surface& surface, const PlaceArray& places) {
     const size_t num = places.shape(0);
     std::vector<double> vHeights(num);
     EngineCall call({{&surface, Guarded::READ}});
-    runBySize(call, num, [&] {
-        for (size_t i = 0; i < num; ++i)
-            if (!surface.getMesh().getHeight(aPlaces[2 * i], aPlaces[2 * i + 1], vHeights[i]))
-                vHeights[i] = std::numeric_limits<double>::quiet_NaN();
-    });
+    runBySize(call, num, [&] { surface.getMesh().getHeights(num, aPlaces, vHeights.data()); });
     return toArray(std::move(vHeights));
+}
+
+void canonicalizeMesh(Surface& surface) {
+    EngineCall call({{&surface, Guarded::WRITE}});
+    call.run([&] {
+        surface.noteChange();
+        surface.getMesh().canonicalizeDiagonals();
+    });
 }
 
 int setThreads(Surface& surface, int num) {
@@ -123,5 +125,6 @@ void bindSurface(nb::module_& module) {
         .def("heights", &getHeights, nb::arg("places").noconvert())
         .def("conflicts", &getConflicts, nb::arg("tolerance"), "Ids, heights that were kept, heights that came.")
         .def("set_height_rule", &setHeightRule, nb::arg("rule"))
+        .def("canonicalize", &canonicalizeMesh)
         .def("check", &checkValidity);
 }

@@ -13,7 +13,7 @@ from . import datasets
 from ._file import load
 from ._mesh import Conflict
 from .breakline import Breakline
-from .contours import Contour, Contours
+from .contours import Band, Bands, Contour, Contours
 from .errors import (
     CrsError,
     Error,
@@ -34,6 +34,8 @@ from .volume import Component, Volume
 from .zone import Zone
 
 __all__ = [
+    "Band",
+    "Bands",
     "Breakline",
     "Component",
     "Conflict",

@@ -157,6 +157,13 @@ class Mesh:
         x, y, z = np.asarray(point, dtype=np.float64).tolist()
         self._surface.move(int(_as_ids(id)[0]), x, y, z)
 
+    def canonicalize(self) -> None:
+        """Choose the diagonals between points on one circle by their coordinates alone.
+
+        Equal points and breaklines then have equal triangles, whatever their order and the number of threads.
+        """
+        self._surface.canonicalize()
+
     def add_breakline(
         self,
         points: LineLike,

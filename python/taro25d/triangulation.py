@@ -12,11 +12,11 @@ from numpy.typing import ArrayLike, NDArray
 
 from . import _export
 from . import crs as crs_module
-from ._geometry import FloatArray, PolygonLike, crs_of
+from ._geometry import FloatArray, LineLike, PolygonLike, as_lines, crs_of
 from ._mesh import Conflict, Mesh
 from ._progress import Progress
 from .breakline import Breakline
-from .contours import Contours, get_levels, make_contours
+from .contours import Bands, Contours, get_levels, make_bands, make_contours, make_profile
 from .errors import InvalidInputError
 from .raster import Raster, find_frame, make_raster
 from .volume import Volume
@@ -135,6 +135,21 @@ class Triangulation(Mesh):
         """Get the places where points or breaklines met whose heights differ by more than the tolerance, in order of time."""
         crossings = self._surface.conflicts(tolerance)
         return [Conflict(int(id_), float(kept), float(other)) for id_, kept, other in zip(*crossings, strict=True)]
+
+    def bands(self, levels: ArrayLike, *, zone: Zone | None = None) -> Bands:
+        """Get the ground between levels as polygons: below the first, between consecutive ones, above the last.
+
+        Ground exactly at a level belongs to the band above; bands without ground are left out.
+        """
+        return make_bands(self, levels, zone)
+
+    def profile(self, line: LineLike) -> tuple[FloatArray, FloatArray]:
+        """Get distances along a line and the heights there, wherever the line crosses an edge of the surface.
+
+        Where the surface is interrupted, the height is NaN between the pieces. Heights of the line do not count.
+        """
+        crs_module.merge(self.crs, crs_of(line), "line")
+        return make_profile(self, as_lines(line, "line"))
 
     def check(self) -> bool:
         """Check the whole structure of the mesh by exact tests; for the suspicious."""

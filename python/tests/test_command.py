@@ -37,6 +37,8 @@ def folder(tmp_path_factory: pytest.TempPathFactory) -> pathlib.Path:
     taro25d.Triangulation(hills + [0, 0, 1]).write(folder / "after.xyz")
     lines = [shapely.LineString([[100, 100], [900, 800]]), shapely.LineString([[100, 800, 50], [900, 100, 50]])]
     geopandas.GeoDataFrame(geometry=lines, crs="EPSG:32616").to_file(folder / "streams.geojson")
+    road = shapely.LineString([[200, 200], [800, 500]])
+    geopandas.GeoDataFrame(geometry=[road], crs="EPSG:32616").to_file(folder / "road.geojson")
     plot = shapely.box(200, 200, 600, 700)
     geopandas.GeoDataFrame(geometry=[plot], crs="EPSG:32616").to_file(folder / "plot.gpkg")
     return folder
@@ -77,6 +79,16 @@ def test_volume(folder: pathlib.Path) -> None:
     assert part["fill_area"] == pytest.approx(200_000)
     none = json.loads(run("volume", "before.xyz", "after.xyz", "--threshold", "2", "--json", folder=folder).stdout)
     assert none["fill"] == 0
+
+
+def test_profile(folder: pathlib.Path) -> None:
+    result = json.loads(run("profile", "before.xyz", "--line", "road.geojson", "--json", folder=folder).stdout)
+    assert result["distance"][-1] == pytest.approx(np.hypot(600, 300))
+    rows = run("profile", "before.xyz", "--line", "road.geojson", folder=folder).stdout.splitlines()
+    assert len(rows) == len(result["height"])
+    done = run("profile", "before.xyz", "--line", "streams.geojson", folder=folder)
+    assert (done.returncode, done.stdout) == (1, "")
+    assert "streams.geojson: one line" in done.stderr
 
 
 def test_check_finds_what_is_wrong(folder: pathlib.Path) -> None:

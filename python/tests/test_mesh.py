@@ -161,3 +161,17 @@ def test_vertices_move_and_keep_their_ids() -> None:
     with pytest.raises(KeyError):
         tin.move(5, [1, 1, 1])
     assert tin.heights(2, 3) == 1
+
+
+def test_canonical_triangles_do_not_depend_on_the_order() -> None:
+    x, y = (part.ravel() for part in np.meshgrid(np.arange(20.0), np.arange(15.0)))
+    points = np.column_stack([x, y, x * y])
+    shuffled = points[np.random.default_rng(4).permutation(len(points))]
+    found = []
+    for given_points in (points, shuffled):
+        tin = taro25d.Triangulation(given_points)
+        tin.canonicalize()
+        assert tin.check()
+        corners = tin.points[tin.triangles]
+        found.append({frozenset(map(tuple, triangle)) for triangle in corners.tolist()})
+    assert found[0] == found[1]

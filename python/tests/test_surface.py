@@ -233,3 +233,34 @@ def test_components_know_when_they_are_too_late(square: taro25d.Triangulation) -
     assert early.components
     with pytest.raises(taro25d.RefusedError, match="changed"):
         print(late.components)
+
+
+def test_bands_divide_the_ground(square: taro25d.Triangulation) -> None:
+    low, middle, high = bands = square.bands([7, 2, 7])
+    assert [(band.low, band.high) for band in bands] == [(-np.inf, 2), (2, 7), (7, np.inf)]
+    (ring,) = middle.rings
+    assert ring[0].tolist() == ring[-1].tolist()
+    assert (ring[:, 0].min(), ring[:, 0].max()) == (2, 7)
+    assert (low.rings[0][:, 2].max(), high.rings[0][:, 2].min()) == (2, 7)
+    for wrong in ([np.nan], [[1, 2], [3, 4]]):
+        with pytest.raises(ValueError, match="levels"):
+            square.bands(wrong)
+
+
+def test_bands_have_holes(hills: taro25d.Triangulation) -> None:
+    pytest.importorskip("geopandas")
+    table = hills.bands([-10, 0, 10, 20]).to_geodataframe()
+    assert table.is_valid.all()
+    assert table.area.sum() == pytest.approx(hills.zone().area)
+    assert sum(len(polygon.interiors) for shape in table.geometry for polygon in shape.geoms) > 0
+
+
+def test_profile_follows_the_line(square: taro25d.Triangulation) -> None:
+    distances, heights = square.profile([[-5, 4], [5, 4], [5, 20]])
+    assert (distances[0], heights[0]) == (5, 0)
+    assert (distances[-1], heights[-1]) == (16, 5)
+    assert 10 in distances
+    np.testing.assert_allclose(heights, np.minimum(distances - 5, 5))
+    gap = square.profile([[1, 1], [1, 20], [8, 20], [8, 1]])
+    assert np.isnan(gap[1]).sum() == 1
+    assert len(square.profile([[50, 50], [60, 60]])[0]) == 0

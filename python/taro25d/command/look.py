@@ -10,7 +10,7 @@ import numpy as np
 from .. import io
 from .._geometry import FloatArray
 from .._progress import Bar
-from ..errors import CrsError
+from ..errors import CrsError, FormatError
 from ..points import Points
 from ..triangulation import Triangulation
 from ._data import add_breaklines, find_zone, need_triangles, read, read_surface, show
@@ -45,6 +45,21 @@ def volume(before: Path, after: Path, boundary: Path | None, threshold: float, j
     except CrsError as error:
         raise CrsError(f"{after}: {error}") from error
     show({name: getattr(found, name) for name in ("cut", "fill", "cut_area", "fill_area")}, json)
+
+
+def profile(source: Path, line: Path, json: bool) -> None:
+    """Print heights along a line."""
+    tin = need_triangles(read_surface(source), source)
+    (path, _, _), *others = io.read_lines(line, tin.crs)
+    if others:
+        raise FormatError(f"{line}: one line is expected, and there are {1 + len(others)}")
+    distances, heights = tin.profile(path)
+    values = [None if np.isnan(height) else float(height) for height in heights]
+    if json:
+        show({"distance": distances.tolist(), "height": values}, True)
+        return
+    for distance, height in zip(distances.tolist(), values, strict=True):
+        print(f"{distance:.3f}" if height is None else f"{distance:.3f} {height:.3f}")
 
 
 def check(file: Path, breaklines: Path | None, tolerance: float, json: bool) -> None:

@@ -101,6 +101,16 @@ COMMANDS = (
         "make.contour",
     ),
     Command(
+        "profile",
+        "Print heights along a line.",
+        "Prints the distance along the line and the height of the surface, wherever the line crosses an edge; a gap in the "
+        "surface is a line without a height.",
+        (_SOURCE,),
+        (Option("--line", "FILE", "file", "the line", required=True), _JSON),
+        "taro25d profile ground.laz --line road.geojson",
+        "look.profile",
+    ),
+    Command(
         "raster",
         "Make a raster of a surface.",
         "Writes a GeoTIFF or an ESRI ASCII grid of heights, slopes and aspects in degrees, or a hillshade from 1 to 255.",
