@@ -74,12 +74,11 @@ void TriangleMesh::getTrianglePointers(std::vector<Triangle2*>& vTriangles) cons
 }
 
 void TriangleMesh::getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const {
-    TriangleAroundVertexIterator it(pVtx);
-    Triangle2* const pFirst = *it;
-    do {
-        vIncidentT.push_back(*it);
-        ++it;
-    } while (*it != pFirst);
+    const TriangleAroundVertexIterator refusesVertexWithoutTriangles(pVtx);
+    findIncidentTriangle(pVtx, [&](Triangle2* pT) {
+        vIncidentT.push_back(pT);
+        return false;
+    });
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

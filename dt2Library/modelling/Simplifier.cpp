@@ -1,82 +1,46 @@
 // Greedy insertion, and thinning.
 //
-// Every point that is no vertex waits in the triangle that holds it, and every triangle knows its worst point. The insertion of
-// a vertex changes only triangles around it, so that only their points move; a point moves O(log n) times on average. The
-// worst points of all triangles stand in a queue (Garland and Heckbert 1995; Heller 1990 for the lists).
+// Every point that is no vertex waits in the triangle that holds it (PointBuckets), and the worst of all becomes a vertex until
+// the limits hold (Garland and Heckbert 1995). A point moves O(log n) times on average.
 //
-// In the loop, distances come from the plane of a triangle in plain arithmetic. Before the loop may end, all of them are computed
-// by the function that gives clients their heights, and points that are too far go back into the queue; so the limit holds for
-// what a client measures.
+// Points that were needed early may be superfluous in the end. A vertex whose own point would be too far from the triangle that
+// its removal brings stays; each other one is removed on trial: where a point around it is then too far, the vertex is
+// inserted again, at the same record. Where four points lie on one circle it may come back with the other diagonal, so that
+// greedy insertion has the last word.
 //
-// Points that were needed early may be superfluous in the end. Each is removed on trial: where a point around it is then too
-// far, the vertex is inserted again, at the same record. Where four points lie on one circle it may come back with the other
-// diagonal, so that greedy insertion has the last word.
-//
-// O(n log n) for points in general position. No result depends on addresses: equal distances are ordered by the numbers of the
+// O(n log n) for points in general position. No result depends on addresses: equal distances are ordered by the places of the
 // points.
 
 #include "modelling/Simplifier.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <numeric>
 #include <tuple>
-#include <utility>
 
 #include "constraints/ConstraintMgr.h"
 #include "kernel/flatSets.h"
-#include "kernel/heights.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/walk.h"
+#include "modelling/removalPreview.h"
 
 namespace LUMO_TARO25D {
 
 namespace {
 
-/// Heights on the plane of a triangle, within the range of its corners.
-class Plane {
-  public:
-    explicit Plane(const Triangle2* pT) : origin_(*pT->getCorner(0)), pT_(pT) {
-        const Point2 &p = origin_, &q = *pT->getCorner(1), &r = *pT->getCorner(2);
-        const double qx = q.x() - p.x(), qy = q.y() - p.y(), qz = q.z() - p.z();
-        const double rx = r.x() - p.x(), ry = r.y() - p.y(), rz = r.z() - p.z();
-        const double area = qx * ry - rx * qy;
-        slopeX_ = (qz * ry - rz * qy) / area;
-        slopeY_ = (qx * rz - rx * qz) / area;
-        std::tie(min_, max_) = std::minmax({p.z(), q.z(), r.z()});
-        bSound_ = std::isfinite(slopeX_) && std::isfinite(slopeY_);
+/// The other ends of the edges at a vertex, in the order of their addresses.
+std::vector<const Point2*> getRing(const std::vector<Triangle2*>& vTriangles, const Point2* pVtx) {
+    std::vector<const Point2*> vRing;
+    for (const Triangle2* pT : vTriangles) {
+        const int i = indexOfVertex(pT, pVtx);
+        vRing.push_back(pT->getCorner(incIndexBy1(i)));
+        vRing.push_back(pT->getCorner(incIndexBy2(i)));
     }
-
-    double getHeight(const Point2& place) const {
-        double height = 0.0;
-        if (!bSound_) {
-            getHeightInside(*pT_, place, height);
-            return height;
-        }
-        height = origin_.z() + (slopeX_ * (place.x() - origin_.x()) + slopeY_ * (place.y() - origin_.y()));
-        return std::clamp(height, min_, max_);
-    }
-
-  private:
-    const Point2& origin_;
-    const Triangle2* pT_;
-    double slopeX_, slopeY_, min_, max_;
-    bool bSound_;
-};
-
-/// A distance that is never infinite or NaN.
-double getDistance(double a, double b) { return std::min(std::abs(a - b), std::numeric_limits<double>::max()); }
-
-/// Whether a triangle holds a point, border included.
-bool holds(GeomTest& geomTest, const Triangle2* pT, const Point2& point) {
-    for (int i = 0; i < 3; ++i) {
-        const Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
-        if (geomTest.getOrientation2(pSrc, pTrg, &point) == ORIENTATION2_CW) return false;
-    }
-    return true;
+    std::sort(vRing.begin(), vRing.end());
+    return vRing;
 }
 
 }  // namespace
@@ -86,8 +50,8 @@ Simplifier::Simplifier(Dt2& mesh, const std::vector<Point2>& vPoints, const Limi
       vPoints_(vPoints),
       limits_(limits),
       progress_(progress),
-      vState_(vPoints.size(), WAITING),
-      vNext_(vPoints.size(), NONE) {}
+      vState_(vPoints.size(), LEFT_OUT),
+      buckets_(mesh, limits.maxError) {}
 
 bool Simplifier::isFull() const { return limits_.maxNumPoints > 0 && mesh_.numberOfPoints() >= limits_.maxNumPoints; }
 
@@ -95,97 +59,91 @@ bool Simplifier::isFull() const { return limits_.maxNumPoints > 0 && mesh_.numbe
 // The beginning
 
 void Simplifier::begin(const std::vector<Segment2>& vKept) {
-    const std::vector<std::uint32_t> vPlaces = getPlaces();
+    buckets_.setPlaces(collectPlaces());
     if (!vKept.empty()) mesh_.createConstraint(vKept, CIS_CONSTRAINED_DELAUNAY, false);
     const bool bPending = !vKept.empty() && !mesh_.is2D();
+    insertHull();
+    if (bPending && mesh_.is2D()) mesh_.applyConstraintsAndZones();
+    if (!mesh_.is2D()) return;
+    Triangle2* pT = mesh_.getOneValidTriangle();
+    for (std::uint32_t k = 0; k < buckets_.getPlaces().size(); ++k) {
+        if (stateOf(k) == WAITING) assign(k, pT);
+    }
+    buckets_.refreshAll();
+    firstError_ = buckets_.getWorstError();
+}
+
+/// The places of the points row by row, as grids come, of points at one place the first one; leaves out all others.
+std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
+    std::vector<Place> vPlaces;
+    vPlaces.reserve(vPoints_.size());
+    for (std::uint32_t k = 0; k < vPoints_.size(); ++k) {
+        const Point2& point = vPoints_[k];
+        if (isFinite(point)) vPlaces.push_back({point.x(), point.y(), point.z(), k});
+    }
+    const auto isBefore = [](const Place& p, const Place& q) {
+        return std::tie(p.y, p.x, p.number) < std::tie(q.y, q.x, q.number);
+    };
+    if (!std::is_sorted(vPlaces.begin(), vPlaces.end(), isBefore)) std::sort(vPlaces.begin(), vPlaces.end(), isBefore);
+    const auto isSame = [](const Place& p, const Place& q) { return p.x == q.x && p.y == q.y; };
+    vPlaces.erase(std::unique(vPlaces.begin(), vPlaces.end(), isSame), vPlaces.end());
+    for (const Place& place : vPlaces) vState_[place.number] = WAITING;
+    numLeftOut_ = vPoints_.size() - vPlaces.size();
+    return vPlaces;
+}
+
+/// The corners of the convex hull (Andrew 1979); all places if they are on one line.
+std::vector<std::uint32_t> Simplifier::getHullCorners() const {
+    const std::vector<Place>& vPlaces = buckets_.getPlaces();
+    double magnitude = 0.0;
+    for (const Place& place : vPlaces) magnitude = std::max({magnitude, std::abs(place.x), std::abs(place.y)});
+    GeomTest geomTest(magnitude);
+    const auto isLeftTurn = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+        const Point2 p = vPlaces[a].getPoint(), q = vPlaces[b].getPoint(), r = vPlaces[c].getPoint();
+        return geomTest.getOrientation2(&p, &q, &r) == ORIENTATION2_CCW;
+    };
+    std::vector<std::uint32_t> vAll(vPlaces.size()), vHull;
+    std::iota(vAll.begin(), vAll.end(), 0u);
+    const auto addChain = [&](auto begin, auto end) {
+        const size_t start = vHull.size();
+        for (auto it = begin; it != end; ++it) {
+            while (vHull.size() >= start + 2 && !isLeftTurn(vHull[vHull.size() - 2], vHull.back(), *it))
+                vHull.pop_back();
+            vHull.push_back(*it);
+        }
+        vHull.pop_back();  // the next chain begins there
+    };
+    if (vAll.size() < 3) return vAll;
+    addChain(vAll.begin(), vAll.end());
+    addChain(vAll.rbegin(), vAll.rend());
+    return vHull.size() < 3 ? vAll : vHull;
+}
+
+void Simplifier::insertHull() {
     std::vector<Point2> vCorners;
-    const std::vector<std::uint32_t> vHull = getHullCorners(vPlaces);
-    for (const std::uint32_t k : vHull) vCorners.push_back(vPoints_[k]);
+    const std::vector<std::uint32_t> vHull = getHullCorners();
+    for (const std::uint32_t k : vHull) vCorners.push_back(buckets_.getPlaces()[k].getPoint());
     std::vector<Point2*> vHandles(vHull.size()), vNew;
     if (!vCorners.empty()) mesh_.insertBulk(PointSource(vCorners), vHandles.data(), &vNew);
     AddressSet sNew;
     for (const Point2* pVtx : vNew) sNew.insert(pVtx);
     for (size_t i = 0; i < vHull.size(); ++i) {
-        vState_[vHull[i]] = sNew.contains(vHandles[i]) ? VERTEX : LEFT_OUT;
-        numLeftOut_ += vState_[vHull[i]] == LEFT_OUT;
+        stateOf(vHull[i]) = sNew.contains(vHandles[i]) ? VERTEX : LEFT_OUT;
+        numLeftOut_ += stateOf(vHull[i]) == LEFT_OUT;
     }
-    if (bPending && mesh_.is2D()) mesh_.applyConstraintsAndZones();
-    if (!mesh_.is2D()) return;
-    Triangle2* pT = mesh_.getOneValidTriangle();
-    for (const std::uint32_t k : vPlaces) {
-        if (vState_[k] == WAITING) assign(k, pT);
-    }
-    std::vector<Triangle2*> vTriangles;
-    mesh_.getTrianglePointers(vTriangles);
-    for (Triangle2* pStart : vTriangles) refresh(pStart, false);
-    firstError_ = queue_.empty() ? 0.0 : queue_.top().error;
 }
 
-/// The points in the order of their places, of those at one place the first one; leaves out all others.
-std::vector<std::uint32_t> Simplifier::getPlaces() {
-    std::vector<std::uint32_t> vPlaces;
-    vPlaces.reserve(vPoints_.size());
-    for (std::uint32_t k = 0; k < vPoints_.size(); ++k) {
-        if (isFinite(vPoints_[k])) {
-            vPlaces.push_back(k);
-        } else {
-            vState_[k] = LEFT_OUT;
-        }
-    }
-    std::sort(vPlaces.begin(), vPlaces.end(), [this](std::uint32_t a, std::uint32_t b) {
-        const Point2 &p = vPoints_[a], &q = vPoints_[b];
-        return p != q ? p < q : a < b;
-    });
-    const auto last = std::unique(vPlaces.begin(), vPlaces.end(),
-                                  [this](std::uint32_t a, std::uint32_t b) { return vPoints_[a] == vPoints_[b]; });
-    vPlaces.erase(last, vPlaces.end());
-    std::vector<bool> vIsFirst(vPoints_.size());
-    for (const std::uint32_t k : vPlaces) vIsFirst[k] = true;
-    for (std::uint32_t k = 0; k < vPoints_.size(); ++k) {
-        if (!vIsFirst[k]) vState_[k] = LEFT_OUT;
-    }
-    numLeftOut_ = vPoints_.size() - vPlaces.size();
-    return vPlaces;
-}
-
-/// The corners of the convex hull (Andrew 1979); all points if they are on one line.
-std::vector<std::uint32_t> Simplifier::getHullCorners(const std::vector<std::uint32_t>& vPlaces) const {
-    double magnitude = 0.0;
-    for (const std::uint32_t k : vPlaces)
-        magnitude = std::max({magnitude, std::abs(vPoints_[k].x()), std::abs(vPoints_[k].y())});
-    GeomTest geomTest(magnitude);
-    std::vector<std::uint32_t> vHull;
-    const auto addChain = [&](auto begin, auto end) {
-        const size_t start = vHull.size();
-        for (auto it = begin; it != end; ++it) {
-            while (vHull.size() >= start + 2 &&
-                   geomTest.getOrientation2(&vPoints_[vHull[vHull.size() - 2]], &vPoints_[vHull.back()],
-                                            &vPoints_[*it]) != ORIENTATION2_CCW) {
-                vHull.pop_back();
-            }
-            vHull.push_back(*it);
-        }
-        vHull.pop_back();  // the next chain begins there
-    };
-    if (vPlaces.size() < 3) return vPlaces;
-    addChain(vPlaces.begin(), vPlaces.end());
-    addChain(vPlaces.rbegin(), vPlaces.rend());
-    return vHull.size() < 3 ? vPlaces : vHull;
-}
-
-/// Gives a point to its triangle; pT is where the search begins, and the triangle afterwards.
+/// Gives a place to its triangle; pT is where the search begins, and the triangle afterwards.
 void Simplifier::assign(std::uint32_t k, Triangle2*& pT) {
-    const Point2& point = vPoints_[k];
+    const Point2 point = buckets_.getPlaces()[k].getPoint();
     int idx = -1;
     const int code = walk(&point, pT, idx, mesh_.getGeomTest());
     if (code == CODE_DUPLICATE || isOnKeptLine(pT, point)) {
-        vState_[k] = LEFT_OUT;
+        stateOf(k) = LEFT_OUT;
         ++numLeftOut_;
         return;
     }
-    Bucket& bucket = mBuckets_[pT];
-    vNext_[k] = bucket.first;
-    bucket.first = k;
+    buckets_.add(k, pT);
 }
 
 bool Simplifier::isOnKeptLine(const Triangle2* pT, const Point2& point) const {
@@ -205,24 +163,19 @@ bool Simplifier::isOnKeptLine(const Triangle2* pT, const Point2& point) const {
 
 void Simplifier::insertGreedily() {
     for (runQueue(); limits_.maxError >= 0.0 && !isFull(); runQueue()) {
-        std::vector<Triangle2*> vTriangles;
-        mesh_.getTrianglePointers(vTriangles);
-        for (Triangle2* pT : vTriangles) refresh(pT, true);
-        if (queue_.empty()) return;
+        buckets_.refreshExactly();
+        if (buckets_.isQueueEmpty()) return;
     }
 }
 
 void Simplifier::runQueue() {
-    while (!queue_.empty() && !isFull()) {
+    PointBuckets::Worst worst;
+    while (!isFull() && buckets_.popWorst(worst)) {
         progress_.throwIfStopped();
-        const Entry worst = queue_.top();
-        queue_.pop();
-        const Bucket* pBucket = mBuckets_.find(worst.pT);
-        if (pBucket->version != worst.version) continue;
         report(worst.error);
-        insertInto(worst.point, worst.pT);
+        buckets_.giveToFan(insertInto(worst.place, worst.pT), worst.place);
     }
-    if (isFull()) queue_ = {};
+    if (isFull()) buckets_.clearQueue();
 }
 
 /// By the number of points where that is the limit, otherwise by the logarithm of the error.
@@ -245,20 +198,18 @@ void Simplifier::insertAlone(std::uint32_t k) {
 }
 
 void Simplifier::relocate() {
-    mBuckets_ = PointerMap<Bucket>();
-    queue_ = {};
+    buckets_.clear();
     vChosen_.clear();
-    for (std::uint32_t k = 0; k < vPoints_.size(); ++k) {
-        if (vState_[k] != WAITING) continue;
-        Bucket& bucket = mBuckets_[mesh_.locate(vPoints_[k])];
-        vNext_[k] = bucket.first;
-        bucket.first = k;
+    for (std::uint32_t k = 0; k < buckets_.getPlaces().size(); ++k) {
+        if (stateOf(k) == WAITING) buckets_.add(k, mesh_.locate(buckets_.getPlaces()[k].getPoint()));
     }
+    buckets_.refreshAll();
+    buckets_.clearQueue();
 }
 
-void Simplifier::insertInto(std::uint32_t k, Triangle2* pT) {
+Point2* Simplifier::insertInto(std::uint32_t k, Triangle2* pT) {
     VertexVault& vault = mesh_.getVertexVault();
-    Point2* pVtx = vault.createRegisteredVertex(vPoints_[k]);
+    Point2* pVtx = vault.createRegisteredVertex(buckets_.getPlaces()[k].getPoint());
     int onEdge = -1;
     for (int i = 0; i < 3; ++i) {
         const Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
@@ -273,69 +224,9 @@ void Simplifier::insertInto(std::uint32_t k, Triangle2* pT) {
     }
     mesh_.settle(pVtx);
     vault.sortIV(VertexVault::SM_IF_DUE);
-    vState_[k] = VERTEX;
+    stateOf(k) = VERTEX;
     vChosen_.emplace_back(k, pVtx);
-    std::vector<Triangle2*> vStar;
-    mesh_.getIncidentTriangles(pVtx, vStar);
-    distribute(takePoints(vStar), vStar);
-}
-
-std::vector<std::uint32_t> Simplifier::takePoints(const std::vector<Triangle2*>& vTriangles) {
-    std::vector<std::uint32_t> vTaken;
-    for (const Triangle2* pT : vTriangles) {
-        Bucket& bucket = mBuckets_[pT];
-        for (std::uint32_t k = bucket.first; k != NONE; k = vNext_[k]) {
-            if (vState_[k] == WAITING) vTaken.push_back(k);
-        }
-        bucket.first = NONE;
-    }
-    return vTaken;
-}
-
-void Simplifier::distribute(const std::vector<std::uint32_t>& vPoints, const std::vector<Triangle2*>& vTriangles) {
-    GeomTest& geomTest = mesh_.getGeomTest();
-    size_t i = 0;
-    for (const std::uint32_t k : vPoints) {
-        // Points that come one after the other are mostly in one triangle.
-        for (size_t n = 0; n < vTriangles.size() && !holds(geomTest, vTriangles[i], vPoints_[k]); ++n)
-            i = (i + 1) % vTriangles.size();
-        Bucket& bucket = mBuckets_[vTriangles[i]];
-        vNext_[k] = bucket.first;
-        bucket.first = k;
-    }
-    for (Triangle2* pT : vTriangles) refresh(pT, false);
-}
-
-void Simplifier::refresh(Triangle2* pT, bool bExactly) {
-    Bucket& bucket = mBuckets_[pT];
-    ++bucket.version;
-    Entry worst{-1.0, NONE, bucket.version, pT};
-    const Plane plane(pT);
-    for (std::uint32_t k = bucket.first; k != NONE; k = vNext_[k]) {
-        const double distance =
-            bExactly ? getExactError(k, pT) : getDistance(plane.getHeight(vPoints_[k]), vPoints_[k].z());
-        if (distance > worst.error || (distance == worst.error && k < worst.point)) {
-            worst.error = distance;
-            worst.point = k;
-        }
-    }
-    if (worst.error > std::max(limits_.maxError, 0.0)) queue_.push(worst);
-}
-
-double Simplifier::getExactError(std::uint32_t k, const Triangle2* pT) const {
-    double height = 0.0;
-    getHeightInside(*pT, vPoints_[k], height);
-    return getDistance(height, vPoints_[k].z());
-}
-
-double Simplifier::computeError() const {
-    double largest = 0.0;
-    mBuckets_.forEach([&](const void* pRecord, const Bucket& bucket) {
-        const auto* pT = static_cast<const Triangle2*>(pRecord);
-        for (std::uint32_t k = bucket.first; k != NONE; k = vNext_[k])
-            largest = std::max(largest, getExactError(k, pT));
-    });
-    return largest;
+    return pVtx;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -352,30 +243,34 @@ void Simplifier::thin() {
     insertGreedily();
 }
 
+/// Removes a vertex, and inserts it again if a point around it is too far then.
 void Simplifier::tryRemoval(std::uint32_t k, Point2* pVtx) {
-    std::vector<Triangle2*> vStar;
-    mesh_.getIncidentTriangles(pVtx, vStar);
-    std::vector<std::uint32_t> vAround = takePoints(vStar);
+    vStar_.clear();
+    mesh_.getIncidentTriangles(pVtx, vStar_);
+    double height = 0.0;
+    if (previewRemoval(*pVtx, vStar_, height) && !(std::abs(height - pVtx->z()) <= limits_.maxError)) return;
+    const std::vector<const Point2*> vRing = getRing(vStar_, pVtx);
+    buckets_.takeFrom(vStar_);
     mesh_.remove(pVtx);
-    vState_[k] = WAITING;
+    stateOf(k) = WAITING;
     // Nothing outside the star changes; its records that are left hold the new triangles.
     const auto isDead = [](const Triangle2* pT) { return !pT->getCorner(0); };
-    for (const Triangle2* pT : vStar) ++mBuckets_[pT].version;
-    vStar.erase(std::remove_if(vStar.begin(), vStar.end(), isDead), vStar.end());
-    GeomTest& geomTest = mesh_.getGeomTest();
-    const auto find = [&](std::uint32_t point) {
-        const auto it = std::find_if(vStar.begin(), vStar.end(),
-                                     [&](const Triangle2* pT) { return holds(geomTest, pT, vPoints_[point]); });
-        return it == vStar.end() ? nullptr : *it;
+    vStar_.erase(std::remove_if(vStar_.begin(), vStar_.end(), isDead), vStar_.end());
+    size_t i = 0;
+    const auto isNear = [&](std::uint32_t place) {
+        i = buckets_.findHolder(place, vStar_, i);
+        return i < vStar_.size() && buckets_.getExactError(place, vStar_[i]) <= limits_.maxError;
     };
-    const auto isNear = [&](std::uint32_t point) {
-        const Triangle2* pT = find(point);
-        return pT && getExactError(point, pT) <= limits_.maxError;
-    };
-    const bool bSuperfluous = isNear(k) && std::all_of(vAround.begin(), vAround.end(), isNear);
-    if (bSuperfluous) vAround.push_back(k);
-    distribute(vAround, vStar);
-    if (!bSuperfluous) insertInto(k, find(k));
+    if (isNear(k) && std::all_of(buckets_.getMoving().begin(), buckets_.getMoving().end(), isNear)) {
+        buckets_.addMoving(k);
+        buckets_.giveTo(vStar_);
+        return;
+    }
+    pVtx = insertInto(k, vStar_[buckets_.findHolder(k, vStar_)]);
+    vStar_.clear();
+    mesh_.getIncidentTriangles(pVtx, vStar_);
+    if (getRing(vStar_, pVtx) != vRing) buckets_.giveToAny(vStar_.front());
+    buckets_.giveToFan(pVtx, k);
 }
 
 }  // namespace LUMO_TARO25D

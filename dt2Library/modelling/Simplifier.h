@@ -2,11 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <limits>
-#include <queue>
+#include <utility>
 #include <vector>
 
-#include "support/PointerMap.h"
+#include "modelling/PointBuckets.h"
 #include "support/Progress.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Segment2.h"
@@ -39,7 +38,7 @@ class Simplifier {
     void relocate();
 
     /// The largest distance of a point that was not left out.
-    double computeError() const;
+    double computeError() const { return buckets_.computeError(); }
     /// How many points were left out.
     size_t getNumLeftOut() const { return numLeftOut_; }
     bool isVertex(std::uint32_t k) const { return vState_[k] == VERTEX; }
@@ -47,49 +46,28 @@ class Simplifier {
     bool isFull() const;
 
   private:
-    static constexpr std::uint32_t NONE = UINT32_MAX;
+    using Place = PointBuckets::Place;
     enum PointState : std::uint8_t { WAITING, VERTEX, LEFT_OUT };
 
-    /// The points that wait in a triangle, as a list, and the one that is farthest from it.
-    struct Bucket {
-        std::uint32_t first = NONE;
-        std::uint32_t version = 0;  // of the entry in the queue that holds
-    };
-    struct Entry {
-        double error;
-        std::uint32_t point, version;
-        Triangle2* pT;
-        bool operator<(const Entry& other) const {
-            return error != other.error ? error < other.error : point > other.point;
-        }
-    };
-
-    std::vector<std::uint32_t> getPlaces();
-    std::vector<std::uint32_t> getHullCorners(const std::vector<std::uint32_t>& vPlaces) const;
+    std::vector<Place> collectPlaces();
+    std::vector<std::uint32_t> getHullCorners() const;
+    void insertHull();
     void assign(std::uint32_t k, Triangle2*& pT);
     bool isOnKeptLine(const Triangle2* pT, const Point2& point) const;
-    void insertInto(std::uint32_t k, Triangle2* pT);
-    /// Takes the points of the triangles around a vertex.
-    std::vector<std::uint32_t> takePoints(const std::vector<Triangle2*>& vTriangles);
-    /// Gives points to the triangles that hold them, among some.
-    void distribute(const std::vector<std::uint32_t>& vPoints, const std::vector<Triangle2*>& vTriangles);
-    /// Looks for the worst point of a triangle and puts it into the queue if it is too far.
-    void refresh(Triangle2* pT, bool bExactly);
+    Point2* insertInto(std::uint32_t k, Triangle2* pT);
     void runQueue();
-    /// Removes a vertex, and inserts it again if a point around it is too far then.
     void tryRemoval(std::uint32_t k, Point2* pVtx);
-    double getExactError(std::uint32_t k, const Triangle2* pT) const;
+    PointState& stateOf(std::uint32_t k) { return vState_[buckets_.getPlaces()[k].number]; }
     void report(double worst);
 
     Dt2& mesh_;
     const std::vector<Point2>& vPoints_;
     Limits limits_;
     Progress& progress_;
-    std::vector<PointState> vState_;
-    std::vector<std::uint32_t> vNext_;  // in the list of a triangle
-    PointerMap<Bucket> mBuckets_;
-    std::priority_queue<Entry> queue_;
+    std::vector<PointState> vState_;  // of the client's points; all other numbers are those of places
+    PointBuckets buckets_;
     std::vector<std::pair<std::uint32_t, Point2*>> vChosen_;  // vertices that may go again, in the order of insertion
+    std::vector<Triangle2*> vStar_;                           // scratch of tryRemoval
     size_t numLeftOut_ = 0;
     double firstError_ = 0.0;
     size_t numReported_ = 0;
