@@ -14,7 +14,6 @@
 #include "grid.h"
 #include "map.h"
 #include "no_triangles.h"
-#include "png.h"
 #include "program.h"
 #include "readers.h"
 #include "streams.h"
@@ -31,7 +30,7 @@ struct Options {
     std::filesystem::path outFolder = ".";
     std::size_t minCells = 300;  ///< as many cells must drain through a cell of a stream
     std::size_t step = 6;        ///< between the rows and columns of the grid that go into the mesh
-    bool bPicture = true;
+    bool bPicture = true, bPage = false;
 };
 
 void addOptions(CLI::App& app, Options& options) {
@@ -49,6 +48,7 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--out", options.outFolder, "write the mesh and the picture there")
         ->type_name("FOLDER")
         ->capture_default_str();
+    app.add_flag("--page", options.bPage, "also write a page with the mesh in space");
     app.add_flag_callback(
         "--no-picture", [&] { options.bPicture = false; }, "draw nothing");
 }
@@ -185,7 +185,6 @@ bool saveAndLoad(const Taro_2D& mesh, const std::string& filename) {
 void draw(const Taro_2D& mesh, const Grid& grid, const std::vector<Stream>& vStreams, const std::string& filename) {
     printChapter("Drawing");
     drawMap(filename, mesh, grid, vStreams);
-    addPng(filename);
 }
 
 // ---- The tour ----
@@ -195,11 +194,13 @@ ExitStatus tour(const Options& options) {
     const Grid grid = readGrid(options.input);
     const std::vector<Stream> vStreams = traceStreams(grid, options.minCells);
     Taro_2D mesh;
+    mesh.setName("Streams as breaklines");
     triangulate(grid, vStreams, options, mesh);
     std::filesystem::create_directories(options.outFolder);
     const bool bSound = check(mesh);
     const bool bKept = saveAndLoad(mesh, options.outFolder / "breaklines.taro");
     if (options.bPicture) draw(mesh, grid, vStreams, options.outFolder / "breaklines.ps");
+    if (options.bPage) mesh.writeWebScene((options.outFolder / "streams.html").c_str());
     return bSound && bKept ? ALL_IS_WELL : BAD_DATA;
 }
 

@@ -2,11 +2,16 @@
 
 #include <cmath>
 
+#include "numbers.h"
+#include "shading.h"
+#include "sheet.h"
 #include "taro25d/Color.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Visualizer2.h"
 
 using namespace LUMO_TARO25D;
+using examples::Sheet;
+using examples::toGrouped;
 
 namespace breaklines {
 
@@ -32,11 +37,15 @@ void drawMap(const std::string& filename, const Taro_2D& mesh, const Grid& grid,
     std::vector<Triangle2*> vTriangles;
     mesh.getTrianglePointers(vTriangles);
     Visualizer2 drawing(filename);
-    drawing.addObject(vTriangles, Color(0.45, 0.4, 0.33, 0.2));
+    const terrain::Shading shading(vTriangles, 0.6);
+    for (const Triangle2* pT : vTriangles) drawing.addObject(*pT, shading.paleOfTriangle(*pT));
     for (const Stream& stream : vStreams) drawStream(stream, grid, drawing);
-    drawing.addHeaderLine(std::to_string(vStreams.size()) + " streams as breaklines");
-    drawing.addHeaderLine(std::to_string(vTriangles.size()) + " triangles");
-    drawing.writeFile();
+    Sheet sheet(drawing, mesh.computeBoundingBox(), "Streams as breaklines",
+                toGrouped(vStreams.size()) + " streams, " + toGrouped(vTriangles.size()) + " triangles");
+    sheet.addFrame();
+    sheet.addLine("stream, the wider the more ground drains into it", Color(0.1, 0.35, 0.85, 2));
+    sheet.addLine("edge of the mesh", Color(0.5, 0.5, 0.5, 0.3));
+    sheet.write(filename);
 }
 
 }  // namespace breaklines

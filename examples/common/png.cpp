@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <vector>
@@ -34,21 +35,26 @@ std::string escaped(const std::string& path) {
 }
 
 /// False where ghostscript is not installed or fails.
-bool convert(const std::string& filename) {
-    // Absolute, so that no name looks like an option. Three pixels make one, which smooths all edges; and of
-    // the page, which is A4, only the part that is drawn upon is kept.
+bool convert(const std::string& filename, const Part& part) {
+    // Absolute, so that no name looks like an option. Three pixels make one, which smooths all edges. The drawing begins
+    // 50 points from the left of the page, and 200 from its lower edge.
+    constexpr double LEFT = 50, BOTTOM = 200, MARGIN = 10;
+    const auto size = [](double extent) { return std::to_string(static_cast<int>(std::ceil(extent + 2 * MARGIN))); };
+    const auto shift = [](double edge) { return std::to_string(static_cast<int>(MARGIN - edge)); };
     const std::filesystem::path input = std::filesystem::absolute(filename);
     const std::string output = escaped(std::filesystem::path(input).replace_extension(".png"));
     return run({"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-sDEVICE=png16m", "-r600", "-dDownScaleFactor=3",
-                "-dDEVICEWIDTHPOINTS=595", "-dDEVICEHEIGHTPOINTS=590", "-dFIXEDMEDIA", "-sOutputFile=" + output, "-c",
-                "<< /Install { 0 -180 translate } >> setpagedevice", "-f", input});
+                "-dDEVICEWIDTHPOINTS=" + size(part.width), "-dDEVICEHEIGHTPOINTS=" + size(part.height), "-dFIXEDMEDIA",
+                "-sOutputFile=" + output, "-c",
+                "<< /Install { " + shift(LEFT) + " " + shift(BOTTOM + part.below) + " translate } >> setpagedevice",
+                "-f", input});
 }
 
 }  // namespace
 
-void addPng(const std::string& filename) {
+void addPng(const std::string& filename, const Part& part) {
     if (!std::filesystem::is_regular_file(filename)) throw terrain::BadInput(filename + ": cannot be written");
-    if (convert(filename)) return;
+    if (convert(filename, part)) return;
     std::cout << "  no PNG of " << filename << ": ghostscript (gs) is missing or failed\n";
 }
 

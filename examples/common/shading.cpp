@@ -75,6 +75,12 @@ Color Shading::ofTriangle(const Triangle2& triangle) const {
 }
 
 /// 1 on level ground.
+Color Shading::paleOfTriangle(const Triangle2& triangle) const {
+    const Color color = ofTriangle(triangle);
+    const auto pale = [](double component) { return 0.55 + 0.45 * component; };
+    return Color(pale(color.r), pale(color.g), pale(color.b), color.width, true);
+}
+
 double Shading::light(const Triangle2& triangle) const {
     const Vector2 toSun = normalize(Vector2(-1, 1, 1.2));
     const Vector2 normal = triangle.getNormalVector();

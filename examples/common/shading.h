@@ -18,6 +18,8 @@ class Shading {
     LUMO_TARO25D::Color ofHeight(double height) const;
     /// The colour of a triangle: that of its mean height in the light that falls on it.
     LUMO_TARO25D::Color ofTriangle(const LUMO_TARO25D::Triangle2& triangle) const;
+    /// The same colour, paler: as the background of something else.
+    LUMO_TARO25D::Color paleOfTriangle(const LUMO_TARO25D::Triangle2& triangle) const;
 
     double minHeight() const { return minHeight_; }
     double maxHeight() const { return maxHeight_; }

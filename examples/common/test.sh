@@ -23,6 +23,7 @@ points tiny 5e-324 0 1  0 5e-324 2  0 0 5e-324  1e-323 1e-323 0
 points flat 0 0 0  1 0 5e-324  0 1 0
 points steep 0 0 -1e308  1 0 1e308  0 1 0
 points high 0 0 1e300  1 0 1e300  0 1 1e300
+points bowl 0 0 3  6 0 3  0 6 3  6 6 3  3 3 0
 
 while IFS='|' read -r status text arguments; do
     found=0
@@ -36,6 +37,9 @@ done <<'END'
 0|to its west and east there is no ground|contours north.xyz
 0|Drawing|contours tiny.xyz
 0|levels          1|contours high.xyz
+0|area            4|contours bowl.xyz --flood 1
+0|volume          1.333333333|contours bowl.xyz --flood 1 --page
+0|area            0|contours bowl.xyz --flood -1 --page
 0|Drawing|contours steep.xyz --interval 1e307
 1|heights from 0 to 4.940656458e-324 need an --interval|contours flat.xyz
 1|heights from -1e+308 to 1e+308 need an --interval|contours steep.xyz

@@ -7,12 +7,13 @@
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "drawings.h"
 #include "levels.h"
-#include "png.h"
+#include "numbers.h"
 #include "program.h"
 #include "readers.h"
 #include "taro25d/taro25d.h"
@@ -27,6 +28,8 @@ struct Options {
     std::string input;
     std::filesystem::path outFolder = ".";
     double interval = 0;  ///< between two contours; 0 for one that suits the ground
+    std::optional<double> flood;
+    bool bPage = false;
 };
 
 void addOptions(CLI::App& app, Options& options) {
@@ -34,6 +37,8 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--interval", options.interval, "between two contours (default: a round one that suits the ground)")
         ->type_name("HEIGHT")
         ->check(POSITIVE_NUMBER);
+    app.add_option("--flood", options.flood, "fill the lowest basin up to that height")->type_name("HEIGHT");
+    app.add_flag("--page", options.bPage, "also write a page with a scene in space");
     app.add_option("--out", options.outFolder, "write the pictures there")->type_name("FOLDER")->capture_default_str();
 }
 
@@ -54,7 +59,6 @@ void printLevels(const std::vector<Level>& vLevels) {
 }
 
 std::vector<Level> contour(const IsoContours& isoContours, double interval) {
-    if (!(interval > 0)) interval = proposeInterval(isoContours);
     printChapter("Contours");
     row("heights") << isoContours.getMinHeight() << " to " << isoContours.getMaxHeight() << "\n";
     row("interval") << interval << "\n";
@@ -92,33 +96,85 @@ Polyline takeProfile(const Taro_2D& ground, const IsoContours& isoContours) {
     return vProfile;
 }
 
+// ---- A flood ----
+
+Flood flood(const std::vector<Point2>& vPoints, double level, Taro_2D& wetGround) {
+    wetGround.insert(vPoints);
+    const Flood flood = fillTo(wetGround, level);
+    printChapter("Flood");
+    row("level") << level << "\n";
+    row("area") << flood.area << "\n";
+    row("volume") << flood.volume << "\n";
+    return flood;
+}
+
 // ---- Drawing ----
 
-void draw(const std::vector<Level>& vLevels, const Polyline& vProfile, const Bbox2& box,
-          const std::filesystem::path& folder) {
+void draw(const Content& content, const std::filesystem::path& folder) {
     printChapter("Drawing");
-    std::filesystem::create_directories(folder);
-    const std::string map = folder / "contours.ps", profile = folder / "profile.ps";
-    drawMap(map, vLevels, box);
-    addPng(map);
-    if (vProfile.empty()) return;
-    drawProfile(profile, vProfile, vLevels);
-    addPng(profile);
+    drawMap(folder / "contours.ps", content);
+    if (!content.vProfile.empty()) drawProfile(folder / "profile.ps", content.vProfile, content.vLevels);
+}
+
+void addContours(const std::vector<Level>& vLevels, Visualizer3& scene) {
+    constexpr size_t MIN_LABELLED = 200;  // segments
+    for (const Level& level : vLevels) {
+        if (!level.bHeavy) continue;
+        for (const Polyline& vLine : level.vLines) {
+            scene.addSegments(vLine, "contours", Color(0.45, 0.25, 0.1));
+            if (vLine.size() < MIN_LABELLED) continue;
+            scene.addLabel(Label(vLine.front().getSrc(), toText(level.height)), "labels");
+        }
+    }
+}
+
+/// The level surface of the water.
+void addWater(const Flood& flood, Visualizer3& scene) {
+    std::vector<Point2> vCorners;
+    for (const Triangle2* pT : flood.vBed) {
+        for (int i = 0; i < 3; ++i) vCorners.emplace_back(pT->getCorner(i)->x(), pT->getCorner(i)->y(), flood.level);
+    }
+    std::vector<Triangle2> vWater;
+    for (size_t i = 0; i < vCorners.size(); i += 3)
+        vWater.emplace_back(&vCorners[i], &vCorners[i + 1], &vCorners[i + 2]);
+    std::vector<Triangle2*> vPointers;
+    for (Triangle2& triangle : vWater) vPointers.push_back(&triangle);
+    scene.addSurface(vPointers, "flood", Color(0.35, 0.6, 0.85));
+}
+
+/// The same in space: surface, contours with their heights, profile, and the water over its bed.
+void writePage(const Content& content, const Taro_2D& ground, const std::string& filename) {
+    Visualizer3 scene("Contours, a profile and a flood");
+    std::vector<Triangle2*> vTriangles;
+    ground.getTrianglePointers(vTriangles);
+    scene.addSurface(vTriangles, "surface", CR_TERRAIN);
+    addContours(content.vLevels, scene);
+    scene.addSegments(content.vProfile, "profile", Color(0.75, 0.1, 0.1));
+    addWater(content.flood, scene);
+    scene.setVerticalExaggeration(3);
+    scene.writeWebScene(filename);
 }
 
 ExitStatus run(const Options& options) {
     printChapter("Reading " + options.input);
     std::cout << std::setprecision(10);
-    Taro_2D ground;
-    ground.insert(terrain::readPoints(options.input));
+    const std::vector<Point2> vPoints = terrain::readPoints(options.input);
+    Taro_2D ground, wetGround;
+    ground.insert(vPoints);
     if (!ground.is2D()) throw terrain::BadInput(options.input + ": all points lie on one line, no triangles");
     row("points") << ground.numberOfPoints() << "\n";
     std::vector<Triangle2*> vTriangles;
     ground.getTrianglePointers(vTriangles);
     const IsoContours isoContours(vTriangles);
-    const std::vector<Level> vLevels = contour(isoContours, options.interval);
-    const Polyline vProfile = takeProfile(ground, isoContours);
-    draw(vLevels, vProfile, ground.computeBoundingBox(), options.outFolder);
+    Content content;
+    content.box = ground.computeBoundingBox();
+    content.interval = options.interval > 0 ? options.interval : proposeInterval(isoContours);
+    content.vLevels = contour(isoContours, content.interval);
+    content.vProfile = takeProfile(ground, isoContours);
+    if (options.flood) content.flood = flood(vPoints, *options.flood, wetGround);
+    std::filesystem::create_directories(options.outFolder);
+    draw(content, options.outFolder);
+    if (options.bPage) writePage(content, ground, options.outFolder / "contours.html");
     return ALL_IS_WELL;
 }
 

@@ -8,11 +8,13 @@
 
 #include "drawings.h"
 #include "numbers.h"
+#include "sheet.h"
 #include "taro25d/Color.h"
 #include "taro25d/Label.h"
 #include "taro25d/Visualizer2.h"
 
 using namespace LUMO_TARO25D;
+using examples::Sheet;
 using examples::toText;
 
 namespace contours {
@@ -119,18 +121,29 @@ class Labels {
     std::vector<Place> vPlaces_;
 };
 
-void drawFrame(const Bbox2& box, Visualizer2& drawing) {
-    std::vector<Point2> vCorners;
-    box.getCorners(vCorners);
-    for (size_t i = 0; i < 4; ++i) drawing.addObject(Segment2(vCorners[i], vCorners[(i + 1) % 4]), Color(CBLACK, 0.5f));
+const Color WATER(0.62, 0.79, 0.93, 0.05, true), SHORE(0.2, 0.45, 0.75, 0.6), SECTION(0.75, 0.1, 0.1, 0.8);
+
+/// A filled triangle has a grey outline, so its sides are drawn once more; those of two triangles by one of them.
+void drawFlood(const Flood& flood, Visualizer2& drawing) {
+    for (const Triangle2* pT : flood.vBed) {
+        drawing.addObject(*pT, WATER);
+        for (int i = 0; i < 3; ++i) {
+            const Point2 &src = *pT->getCorner((i + 1) % 3), &trg = *pT->getCorner((i + 2) % 3);
+            if (src < trg) drawing.addObject(Segment2(src, trg), Color(WATER.r, WATER.g, WATER.b, 0.2));
+        }
+    }
+    drawing.addObject(flood.vShore, SHORE);
 }
 
-}  // namespace
+void drawSection(const Polyline& vProfile, const Sheet& sheet, Visualizer2& drawing) {
+    drawing.addObject(vProfile, SECTION);
+    const Point2 &from = vProfile.front().getSrc(), &to = vProfile.back().getTrg();
+    const double inside = sheet.points(8), up = sheet.points(8);
+    drawing.addObject(sheet.centred(Point2(from.x() + inside, from.y() + up, 0), "A", 12), SECTION);
+    drawing.addObject(sheet.centred(Point2(to.x() - inside, to.y() + up, 0), "B", 12), SECTION);
+}
 
-void drawMap(const std::string& filename, const std::vector<Level>& vLevels, const Bbox2& box) {
-    Labels labels(box);
-    labels.placeAll(vLevels);
-    Visualizer2 drawing(filename);
+void drawLevels(const std::vector<Level>& vLevels, const Labels& labels, Visualizer2& drawing) {
     for (const bool bHeavy : {false, true}) {
         for (const Level& level : vLevels) {
             if (level.bHeavy != bHeavy) continue;
@@ -140,8 +153,27 @@ void drawMap(const std::string& filename, const std::vector<Level>& vLevels, con
         }
     }
     labels.draw(drawing);
-    drawFrame(box, drawing);
-    drawing.writeFile();
+}
+
+}  // namespace
+
+void drawMap(const std::string& filename, const Content& content) {
+    Labels labels(content.box);
+    labels.placeAll(content.vLevels);
+    Visualizer2 drawing(filename);
+    drawFlood(content.flood, drawing);
+    drawLevels(content.vLevels, labels, drawing);
+    const std::string interval = toText(content.interval) + " m";
+    Sheet sheet(drawing, content.box, "Contours", "every " + interval + ", heights in m");
+    sheet.addFrame();
+    sheet.addLine("contour", LIGHT);
+    sheet.addLine("every fifth", HEAVY);
+    if (!content.vProfile.empty()) {
+        drawSection(content.vProfile, sheet, drawing);
+        sheet.addLine("profile A to B", SECTION);
+    }
+    if (content.flood.area > 0) sheet.addPatch("flooded up to " + toText(content.flood.level) + " m", WATER);
+    sheet.write(filename);
 }
 
 }  // namespace contours

@@ -11,7 +11,7 @@
 
 #include "map.h"
 #include "no_triangles.h"
-#include "png.h"
+#include "numbers.h"
 #include "program.h"
 #include "readers.h"
 #include "road.h"
@@ -97,15 +97,41 @@ void draw(const std::filesystem::path& folder, const Taro_2D& after, const CutAn
     printChapter("Drawing");
     std::filesystem::create_directories(folder);
     const std::string filename = folder / "earthworks.ps";
-    char aText[2][100];
-    std::snprintf(aText[0], sizeof(aText[0]), "Cut %.0f m3, fill %.0f m3", sumOf(vRows, CT_CUT).volume,
-                  sumOf(vRows, CT_FILL).volume);
-    std::snprintf(aText[1], sizeof(aText[1]), "Platform of %.0f m, slopes 1 : %.0f", ROAD_WIDTH, SLOPE_RUN);
-    earthworks::drawMap(filename, after, works, road, {aText[0], aText[1]});
-    addPng(filename);
+    const std::string text = "cut " + toGrouped(sumOf(vRows, CT_CUT).volume) + " m3, fill " +
+                             toGrouped(sumOf(vRows, CT_FILL).volume) + " m3; platform of " + toText(ROAD_WIDTH) +
+                             " m, slopes 1 : " + toText(SLOPE_RUN);
+    earthworks::drawMap(filename, after, works, road, text);
 }
 
-ExitStatus run(const std::string& input, const std::filesystem::path& outFolder) {
+/// The edges of the platform, laid on a surface.
+std::vector<Segment2> layOn(const Taro_2D& mesh, const std::vector<Segment2>& vEdges) {
+    const auto raised = [&mesh](const Point2& place) {
+        double height = place.z();
+        mesh.getHeight(place.x(), place.y(), height);
+        return Point2(place.x(), place.y(), height);
+    };
+    std::vector<Segment2> vLaid;
+    for (const Segment2& edge : vEdges) vLaid.emplace_back(raised(edge.getSrc()), raised(edge.getTrg()));
+    return vLaid;
+}
+
+/// Two pages: the ground before, and what is cut and filled on the ground after.
+void writePages(const std::filesystem::path& folder, const Taro_2D& before, const Taro_2D& after,
+                const CutAndFill& works, const earthworks::Road& road) {
+    const Color edgeColor(1, 0.7, 0);
+    Visualizer3 ground("The site before, and where the road will be");
+    std::vector<Triangle2*> vTriangles;
+    before.getTrianglePointers(vTriangles);
+    ground.addSurface(vTriangles, "surface", CR_TERRAIN);
+    ground.addSegments(layOn(before, road.edges()), "edges of the platform", edgeColor);
+    ground.writeWebScene(folder / "earthworks_before.html");
+    Visualizer3 site("The site after: cut and fill");
+    works.show(&site);
+    site.addSegments(layOn(after, road.edges()), "edges of the platform", edgeColor);
+    site.writeWebScene(folder / "earthworks_after.html");
+}
+
+ExitStatus run(const std::string& input, const std::filesystem::path& outFolder, bool bPage) {
     printChapter("Reading " + input);
     const std::vector<Point2> vPoints = terrain::readPoints(input), vSite = takeSite(vPoints);
     Taro_2D before, after;
@@ -126,6 +152,7 @@ ExitStatus run(const std::string& input, const std::filesystem::path& outFolder)
                 sumOf(vRows, CT_FILL).volume - sumOf(vRows, CT_CUT).volume, volumeUnder(after) - volumeUnder(before));
     std::fflush(stdout);
     draw(outFolder, after, works, road, vRows);
+    if (bPage) writePages(outFolder, before, after, works, road);
     return ALL_IS_WELL;
 }
 
@@ -139,7 +166,9 @@ int main(int numArguments, char** aArguments) {
         "earthworks");
     std::string input;
     std::filesystem::path outFolder = ".";
+    bool bPage = false;
     addPointFile(app, input);
+    app.add_flag("--page", bPage, "also write pages with the site in space");
     app.add_option("--out", outFolder, "write the picture there")->type_name("FOLDER")->capture_default_str();
-    return runProgram(app, numArguments, aArguments, [&] { return run(input, outFolder); });
+    return runProgram(app, numArguments, aArguments, [&] { return run(input, outFolder, bPage); });
 }

@@ -10,8 +10,8 @@
 namespace earthworks {
 
 /// Draws the site: the ground afterwards in pale colours, cut in red and fill in blue, darker where it is deeper, the
-/// lines where they begin, the edges of the platform, and a legend. The lines of text go to the top.
+/// lines where they begin, the edges of the platform, and a legend. The text goes to the top.
 void drawMap(const std::string& filename, const LUMO_TARO25D::Taro_2D& after, const LUMO_TARO25D::CutAndFill& works,
-             const Road& road, const std::vector<std::string>& vText);
+             const Road& road, const std::string& text);
 
 }  // namespace earthworks

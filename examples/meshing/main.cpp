@@ -15,9 +15,10 @@
 #include <vector>
 
 #include "levels.h"
-#include "png.h"
+#include "numbers.h"
 #include "program.h"
 #include "readers.h"
+#include "sheet.h"
 #include "taro25d/taro25d.h"
 
 using namespace LUMO_TARO25D;
@@ -26,12 +27,14 @@ using namespace examples;
 namespace {
 
 constexpr double MIN_ANGLE = 25;
+const Color BORDER(0.6, 0.1, 0.1, 0.5);
 
 struct Options {
     std::string input;
     std::optional<double> height;
     double edge = 0;  ///< 0 for one that suits the outline
     std::filesystem::path outFolder = ".";
+    bool bPage = false;
 };
 
 void addOptions(CLI::App& app, Options& options) {
@@ -43,6 +46,7 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--edge", options.edge, "of the longest edge (default: one that makes some thousand triangles)")
         ->type_name("LENGTH")
         ->check(POSITIVE_NUMBER);
+    app.add_flag("--page", options.bPage, "also write a page with the mesh in space");
     app.add_option("--out", options.outFolder, "write the pictures there")->type_name("FOLDER")->capture_default_str();
 }
 
@@ -186,17 +190,40 @@ void draw(const std::string& filename, const Zone2& zone, const Taro_2D& ground,
     }
     const auto [lowest, highest] = std::minmax_element(vHeights.begin(), vHeights.end());
 
+    const auto colorOf = [&](double z) {
+        const double t = *highest > *lowest ? (z - *lowest) / (*highest - *lowest) : 0;
+        return Color(0.55 + 0.4 * t, 0.75 + 0.15 * t, 0.45 + 0.4 * t, 0.1, true);
+    };
     Visualizer2 drawing(filename);
-    drawing.addHeaderLine(title + ": " + std::to_string(vTriangles.size()) + " triangles");
-    for (size_t i = 0; i < vTriangles.size(); ++i) {
-        const double t = *highest > *lowest ? (vHeights[i] - *lowest) / (*highest - *lowest) : 0;
-        drawing.addObject(*vTriangles[i], Color(0.55 + 0.4 * t, 0.75 + 0.15 * t, 0.45 + 0.4 * t, 0.1, true));
-    }
+    for (size_t i = 0; i < vTriangles.size(); ++i) drawing.addObject(*vTriangles[i], colorOf(vHeights[i]));
     std::vector<Segment2> vBorder;
     zone.getBoundarySegments(vBorder);
-    drawing.addObject(vBorder, Color(0.6, 0.1, 0.1, 0.5));
-    drawing.writeFile();
-    addPng(filename);
+    drawing.addObject(vBorder, BORDER);
+    Sheet sheet(drawing, zone.getBoundingBox(), title, toGrouped(vTriangles.size()) + " triangles");
+    sheet.addFrame();
+    sheet.addRamp("height", *lowest, *highest, colorOf);
+    sheet.addLine("border of the zone", BORDER);
+    sheet.write(filename);
+}
+
+/// The mesh in space, with its edges.
+void writePage(const std::string& filename, const Zone2& zone) {
+    std::vector<Triangle2*> vTriangles;
+    zone.getTriangles(vTriangles);
+    std::vector<Segment2> vEdges, vBorder;
+    for (const Triangle2* pT : vTriangles) {
+        for (int i = 0; i < 3; ++i) {
+            const Point2 &src = *pT->getCorner((i + 1) % 3), &trg = *pT->getCorner((i + 2) % 3);
+            if (src < trg) vEdges.emplace_back(src, trg);  // the neighbour has it the other way round
+        }
+    }
+    zone.getBoundarySegments(vBorder);
+    Visualizer3 scene("A mesh of the high ground");
+    scene.addSurface(vTriangles, "surface", CR_TERRAIN);
+    scene.addSegments(vEdges, "edges", Color(0.4, 0.45, 0.4));
+    scene.addSegments(vBorder, "border", BORDER);
+    scene.setVerticalExaggeration(3);
+    scene.writeWebScene(filename);
 }
 
 ExitStatus run(const Options& options) {
@@ -219,6 +246,7 @@ ExitStatus run(const Options& options) {
     draw(options.outFolder / "mesh_before.ps", *pZone, ground, "Before refinement");
     refine(pZone, edge, ground, mesh);
     draw(options.outFolder / "mesh_after.ps", *pZone, ground, "After refinement");
+    if (options.bPage) writePage(options.outFolder / "mesh.html", *pZone);
     const bool bGood = mesh.checkZoneQuality(pZone, MIN_ANGLE, "high ground", AcceptExperimentalFeature());
     return bGood ? ALL_IS_WELL : BAD_DATA;
 }

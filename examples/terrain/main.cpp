@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "picture.h"
-#include "png.h"
 #include "program.h"
 #include "progress_bar.h"
 #include "readers.h"
@@ -40,7 +39,7 @@ struct Options {
     std::filesystem::path outFolder = ".";
     std::vector<Place> vPlaces;  ///< where the height is asked for; perhaps none
     int numThreads = 1;
-    bool bPicture = true;
+    bool bPicture = true, bPage = false;
 };
 
 void addOptions(CLI::App& app, Options& options) {
@@ -53,6 +52,7 @@ void addOptions(CLI::App& app, Options& options) {
         ->check(CLI::Range(0, 1024).description(""))
         ->capture_default_str();
     app.add_option("--out", options.outFolder, "write the pictures there")->type_name("FOLDER")->capture_default_str();
+    app.add_flag("--page", options.bPage, "also write a page with the ground in space");
     app.add_flag_callback(
         "--no-picture", [&] { options.bPicture = false; }, "draw nothing");
 }
@@ -188,9 +188,23 @@ void draw(const Taro_2D& ground, const std::vector<Mark>& vMarks, const std::fil
     std::filesystem::create_directories(folder);
     const std::string overview = folder / "terrain.ps", summit = folder / "summit.ps";
     drawOverview(overview, ground, vMarks);
-    addPng(overview);
     drawSummit(summit, ground);
-    addPng(summit);
+}
+
+/// The ground in space, with the places that were asked for.
+void writePage(const Taro_2D& ground, const std::vector<Mark>& vMarks, const std::filesystem::path& folder) {
+    std::filesystem::create_directories(folder);
+    std::vector<Triangle2*> vTriangles;
+    ground.getTrianglePointers(vTriangles);
+    Visualizer3 scene("The ground");
+    scene.addSurface(vTriangles, "surface", CR_TERRAIN);
+    for (const Mark& mark : vMarks) {
+        double height = 0;
+        if (!ground.getHeight(mark.position.x(), mark.position.y(), height)) continue;
+        scene.addLabel(Label(Point2(mark.position.x(), mark.position.y(), height), mark.name, true, 12), "places");
+    }
+    scene.setVerticalExaggeration(3);
+    scene.writeWebScene(folder / "terrain.html");
 }
 
 // ---- The tour ----
@@ -204,6 +218,7 @@ ExitStatus tour(const Options& options) {
     const std::vector<Mark> vMarks = printHeights(ground, options.vPlaces);
     const bool bSound = check(ground);
     if (options.bPicture) draw(ground, vMarks, options.outFolder);
+    if (options.bPage) writePage(ground, vMarks, options.outFolder);
     return bSound ? ALL_IS_WELL : BAD_DATA;
 }
 

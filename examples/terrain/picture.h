@@ -14,7 +14,7 @@ struct Mark {
     std::string name;
 };
 
-/// Draws the whole ground, coloured by height and lit from the north-west, with a legend and the given marks.
+/// Draws the whole ground, coloured by height and lit from the north-west, with a legend and the marks that lie on it.
 /// A mesh that is too fine for a page is drawn coarser.
 void drawOverview(const std::string& filename, const LUMO_TARO25D::Taro_2D& ground, const std::vector<Mark>& vMarks);
 

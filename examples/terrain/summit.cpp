@@ -6,11 +6,14 @@
 
 #include "picture.h"
 #include "shading.h"
+#include "sheet.h"
+#include "taro25d/Bbox2.h"
 #include "taro25d/Circle2.h"
 #include "taro25d/Label.h"
 #include "taro25d/Visualizer2.h"
 
 using namespace LUMO_TARO25D;
+using examples::Sheet;
 
 namespace terrain {
 
@@ -43,6 +46,16 @@ std::vector<Triangle2*> trianglesAround(const Taro_2D& ground, const Point2& cen
     return vTriangles;
 }
 
+/// The box of the vertices in the square, with room for the numbers beside them.
+Bbox2 boxAround(const std::vector<Point2*>& vVertices, const Point2& centre, double halfSide, double pagePoint) {
+    Bbox2 box;
+    for (const Point2* pVtx : vVertices) {
+        if (distance(*pVtx, centre) <= halfSide) box.add(*pVtx);
+    }
+    return Bbox2(box.getMinX() - 5 * pagePoint, box.getMinY() - 5 * pagePoint, box.getMaxX() + 25 * pagePoint,
+                 box.getMaxY() + 15 * pagePoint);
+}
+
 /// A dot, and the height beside it. The point of the page is given in the unit of the ground.
 void drawVertex(const Point2& vertex, bool bSummit, double pagePoint, Visualizer2& drawing) {
     const double radius = (bSummit ? 2.4 : 1.2) * pagePoint;
@@ -63,6 +76,9 @@ void drawSummit(const std::string& filename, const Taro_2D& ground) {
     const std::vector<Triangle2*> vTriangles = trianglesAround(ground, summit, halfSide);
 
     Visualizer2 drawing(filename);
+    const double pagePoint = halfSide / 240;
+    Sheet sheet(drawing, boxAround(vVertices, summit, halfSide, pagePoint), "The mesh around the highest vertex",
+                "heights of the vertices in m, the highest in red");
     if (!vTriangles.empty()) {
         const Shading shading(vTriangles, 0.25);
         for (const Triangle2* pT : vTriangles) {
@@ -70,11 +86,14 @@ void drawSummit(const std::string& filename, const Taro_2D& ground) {
             color.width = 0.3f;
             drawing.addObject(*pT, color);
         }
+        sheet.addRamp("height", shading.minHeight(), shading.maxHeight(),
+                      [&](double z) { return shading.ofHeight(z); });
     }
     for (const Point2* pVtx : vVertices) {
-        if (distance(*pVtx, summit) <= halfSide) drawVertex(*pVtx, *pVtx == summit, halfSide / 240, drawing);
+        if (distance(*pVtx, summit) <= halfSide) drawVertex(*pVtx, *pVtx == summit, pagePoint, drawing);
     }
-    drawing.writeFile();
+    sheet.addFrame();
+    sheet.write(filename);
 }
 
 }  // namespace terrain
