@@ -15,8 +15,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
-#include <tuple>
 
 #include "constraints/ConstraintMgr.h"
 #include "kernel/flatSets.h"
@@ -25,7 +23,9 @@
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/walk.h"
+#include "modelling/hullCorners.h"
 #include "modelling/removalPreview.h"
+#include "vertices/KeyOrder.h"
 
 namespace LUMO_TARO25D {
 
@@ -73,55 +73,39 @@ void Simplifier::begin(const std::vector<Segment2>& vKept) {
     firstError_ = buckets_.getWorstError();
 }
 
-/// The places of the points row by row, as grids come, of points at one place the first one; leaves out all others.
+/// The places of the points along a Hilbert curve, so that those of a triangle lie close in memory; of points at one place the
+/// first one. Leaves out all others.
 std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
-    std::vector<Place> vPlaces;
-    vPlaces.reserve(vPoints_.size());
+    Bbox2 box;
+    LargeVector<KeyedIndex> vOrder;
     for (std::uint32_t k = 0; k < vPoints_.size(); ++k) {
-        const Point2& point = vPoints_[k];
-        if (isFinite(point)) vPlaces.push_back({point.x(), point.y(), point.z(), k});
+        if (!isFinite(vPoints_[k])) continue;
+        box.add(vPoints_[k]);
+        vOrder.push_back({0, k});
     }
-    const auto isBefore = [](const Place& p, const Place& q) {
-        return std::tie(p.y, p.x, p.number) < std::tie(q.y, q.x, q.number);
-    };
-    if (!std::is_sorted(vPlaces.begin(), vPlaces.end(), isBefore)) std::sort(vPlaces.begin(), vPlaces.end(), isBefore);
-    const auto isSame = [](const Place& p, const Place& q) { return p.x == q.x && p.y == q.y; };
-    vPlaces.erase(std::unique(vPlaces.begin(), vPlaces.end(), isSame), vPlaces.end());
-    for (const Place& place : vPlaces) vState_[place.number] = WAITING;
-    numLeftOut_ = vPoints_.size() - vPlaces.size();
+    numLeftOut_ = vPoints_.size();
+    if (vOrder.empty()) return {};
+    const auto pointAt = [this](size_t k) -> const Point2& { return vPoints_[k]; };
+    double maxX = box.getMaxX(), maxY = box.getMaxY();
+    widenShortSide(box.getMinX(), box.getMinY(), maxX, maxY);
+    const HC2 curve(box.getMinX(), box.getMinY(), maxX, maxY, 30);
+    for (KeyedIndex& entry : vOrder) entry.key = curve.iReset(pointAt(entry.index).x(), pointAt(entry.index).y());
+    KeyOrder(pointAt, mesh_.getNumCPU()).sort(vOrder.data(), vOrder.data() + vOrder.size());
+    std::vector<Place> vPlaces;
+    vPlaces.reserve(vOrder.size());
+    for (const KeyedIndex& entry : vOrder) {
+        const Point2& point = pointAt(entry.index);
+        if (!vPlaces.empty() && vPlaces.back().x == point.x() && vPlaces.back().y == point.y()) continue;
+        vPlaces.push_back({point.x(), point.y(), point.z(), entry.index});
+        vState_[entry.index] = WAITING;
+    }
+    numLeftOut_ -= vPlaces.size();
     return vPlaces;
-}
-
-/// The corners of the convex hull (Andrew 1979); all places if they are on one line.
-std::vector<std::uint32_t> Simplifier::getHullCorners() const {
-    const std::vector<Place>& vPlaces = buckets_.getPlaces();
-    double magnitude = 0.0;
-    for (const Place& place : vPlaces) magnitude = std::max({magnitude, std::abs(place.x), std::abs(place.y)});
-    GeomTest geomTest(magnitude);
-    const auto isLeftTurn = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
-        const Point2 p = vPlaces[a].getPoint(), q = vPlaces[b].getPoint(), r = vPlaces[c].getPoint();
-        return geomTest.getOrientation2(&p, &q, &r) == ORIENTATION2_CCW;
-    };
-    std::vector<std::uint32_t> vAll(vPlaces.size()), vHull;
-    std::iota(vAll.begin(), vAll.end(), 0u);
-    const auto addChain = [&](auto begin, auto end) {
-        const size_t start = vHull.size();
-        for (auto it = begin; it != end; ++it) {
-            while (vHull.size() >= start + 2 && !isLeftTurn(vHull[vHull.size() - 2], vHull.back(), *it))
-                vHull.pop_back();
-            vHull.push_back(*it);
-        }
-        vHull.pop_back();  // the next chain begins there
-    };
-    if (vAll.size() < 3) return vAll;
-    addChain(vAll.begin(), vAll.end());
-    addChain(vAll.rbegin(), vAll.rend());
-    return vHull.size() < 3 ? vAll : vHull;
 }
 
 void Simplifier::insertHull() {
     std::vector<Point2> vCorners;
-    const std::vector<std::uint32_t> vHull = getHullCorners();
+    const std::vector<std::uint32_t> vHull = getHullCorners(buckets_.getPlaces());
     for (const std::uint32_t k : vHull) vCorners.push_back(buckets_.getPlaces()[k].getPoint());
     std::vector<Point2*> vHandles(vHull.size()), vNew;
     if (!vCorners.empty()) mesh_.insertBulk(PointSource(vCorners), vHandles.data(), &vNew);

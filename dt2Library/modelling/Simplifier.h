@@ -50,7 +50,6 @@ class Simplifier {
     enum PointState : std::uint8_t { WAITING, VERTEX, LEFT_OUT };
 
     std::vector<Place> collectPlaces();
-    std::vector<std::uint32_t> getHullCorners() const;
     void insertHull();
     void assign(std::uint32_t k, Triangle2*& pT);
     bool isOnKeptLine(const Triangle2* pT, const Point2& point) const;

@@ -81,6 +81,37 @@ TEST(EfficientModel, HoldsItsBoundWithFewPoints) {
     }
 }
 
+std::vector<Point2> cornersOf(const Taro_2D& mesh) {
+    std::vector<Point2*> vHull;
+    mesh.getConvexHull(false, vHull);
+    std::vector<Point2> vCorners;
+    for (const Point2* pVtx : vHull) vCorners.push_back(*pVtx);
+    std::sort(vCorners.begin(), vCorners.end());
+    return vCorners;
+}
+
+TEST(EfficientModel, CoversTheHullOfAllPoints) {
+    Random random(5);
+    for (int i = 0; i < 300; ++i) {
+        // Small lattices, so that many points are on the hull; tilted ones, where that is a matter of rounding.
+        const int extent = 1 + i % 9;
+        const double slope = i % 3 == 0 ? 0.0 : uniform(random, -1, 1), offset = i % 2 == 0 ? 0.0 : 1e9;
+        PointVector vPoints;
+        for (int k = 0; k < 3 + i % 40; ++k) {
+            const double x = random() % (extent + 1), y = random() % (extent + 1);
+            vPoints.emplace_back(offset + x - slope * y, y + slope * x, 0);
+        }
+        Taro_2D full;
+        full.insert(vPoints);
+        EfficientModel model(vPoints);
+        model.setMaxError(1);
+        const std::string text = printedBy([&] { model.go(); });
+        if (full.is2D()) {
+            EXPECT_EQ(cornersOf(*model.getTriangulation()), cornersOf(full));
+        }
+    }
+}
+
 TEST(EfficientModel, StopsAtItsNumberOfPoints) {
     const PointVector vPoints = makeHillGrid(60);
     double errorBefore = INF;
