@@ -1,3 +1,12 @@
+// The queue of candidates, and the filter in front of it.
+//
+// A triangle that is certain to meet all limits gets no candidate. The filter compares squares, with a margin for
+// rounding (FILTER_MARGIN); a triangle near a limit passes and is judged exactly when it is served
+// (RefCand3::needRefinement).
+//
+// The heap holds keys and serial numbers beside the pointers, so that comparing entries touches no candidate. A
+// candidate whose triangle has changed stays in the heap until it is extracted or swept out.
+
 #include "meshing/CandidateQueue.h"
 
 #include <algorithm>
@@ -17,7 +26,7 @@ namespace {
 
 constexpr double NO_LIMIT = std::numeric_limits<double>::max();
 
-/// The square of the cosine of an angle in degrees, so much smaller that rounding does not matter where it is compared.
+/// The squared cosine of an angle in degrees, reduced by a margin that covers rounding in the comparisons.
 double sqCosineBelow(double degrees) {
     const double cosine = std::cos(degrees * (M_PI / 180.0));
     return cosine * cosine * (1.0 - FILTER_MARGIN);
@@ -42,10 +51,10 @@ CandidateQueue::CandidateQueue(RefinementContext& context, MeshGenParams& params
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// What is worth a candidate
+// The filter
 
-/// Whether the smallest angle of a triangle with these squared sides may be below the one with the given cosine. It is
-/// opposite the shortest side a: its cosine is (b^2 + c^2 - a^2) / 2bc. Written so that NaN says yes, and what underflows.
+/// Whether the smallest angle of a triangle with these squared sides may be below the angle with the given squared
+/// cosine. It is opposite the shortest side a; its cosine is (b^2 + c^2 - a^2) / 2bc. NaN and underflow give true.
 bool CandidateQueue::mayBeNarrow(const double* aSqLengths, double sqCosine) const {
     const double a = std::min({aSqLengths[0], aSqLengths[1], aSqLengths[2]});
     const double c = std::max({aSqLengths[0], aSqLengths[1], aSqLengths[2]});
@@ -56,7 +65,7 @@ bool CandidateQueue::mayBeNarrow(const double* aSqLengths, double sqCosine) cons
 }
 
 bool CandidateQueue::mayMissLimit(Triangle2* pT, const Sides& aSide) const {
-    if (bGrowthLimit_) return true;  // the neighbours may have changed when the candidate's turn comes
+    if (bGrowthLimit_) return true;  // neighbours may have changed by the time the candidate is served
     double aSqPlanar[3], aSq[3];
     for (size_t i = 0; i < 3; ++i) {
         aSqPlanar[i] = aSide[i].x() * aSide[i].x() + aSide[i].y() * aSide[i].y();

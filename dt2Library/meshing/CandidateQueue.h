@@ -10,12 +10,12 @@
 
 namespace LUMO_TARO25D {
 
-/// The candidates of a running refinement: an ordered multimap from the smallest angle in space, of which the smallest key
-/// comes first, and equal keys in the order of insertion. It is a binary heap of keys with serial numbers.
+/// The candidates of a running refinement: a priority queue by smallest angle in space, the smallest first, with equal
+/// angles in the order of insertion. A binary heap of keys with serial numbers.
 ///
-/// A triangle that meets every limit would be refused later without any effect, so it gets no candidate. One that changes
-/// leaves a stale candidate behind; these are swept out whenever the queue has doubled, so that memory follows the number of
-/// triangles that still miss a limit.
+/// A triangle that meets every limit gets no candidate. A triangle that changes leaves a stale candidate behind; these
+/// are swept out whenever the queue has doubled, so that memory follows the number of triangles that still miss a
+/// limit.
 class CandidateQueue {
   public:
     /// The context and the parameters are not owned.
@@ -27,10 +27,10 @@ class CandidateQueue {
     bool dependsOnNeighbours() const { return bGrowthLimit_; }
     bool empty() const { return vHeap_.empty(); }
     size_t size() const { return vHeap_.size(); }
-    /// Takes the first candidate out. Its record is to be given back.
+    /// Removes and returns the first candidate; the caller gives its record back.
     RefCand3* extractFirst();
     void giveBack(RefCand3* pRC) { vRecycled_.push_back(pRC); }
-    /// Gives all records back to the system, but for the first block.
+    /// Empties the queue and frees all records except the first block.
     void resetPool();
 
   private:
@@ -38,7 +38,8 @@ class CandidateQueue {
         double key;
         std::uint64_t number;
         RefCand3* pRC;
-        /// Of a heap with the last one on top. Without branches, since nothing tells which of two entries comes first.
+        /// Reversed, since a standard heap has its largest entry on top. Without branches, which would be mispredicted
+        /// half of the time.
         bool operator<(const Entry& other) const {
             return (key > other.key) | ((key == other.key) & (number > other.number));
         }

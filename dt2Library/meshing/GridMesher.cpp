@@ -1,14 +1,14 @@
 // A regular grid for the inside of a zone.
 //
-// Two families of parallel lines, the stripes, are laid over the zone, and their crossings inside it become vertices. The
-// border does not follow the grid: constraint segments are split where stripes cross them, so that the triangles beside
-// them are not much larger than those of the grid, and grid vertices that would come too near to other vertices, or to a
-// segment, are taken out again. What is bad then is left to refinement.
+// Two families of parallel lines, the stripes, are laid over the zone, and their crossings inside it become vertices.
+// The border does not follow the grid: constraint segments are split where stripes cross them, so that the triangles
+// beside them are not much larger than those of the grid, and grid vertices that are too near to other vertices, or to
+// a segment, are removed again. Refinement mends the remaining bad triangles.
 //
-// Stripes are numbered, so which of them an edge crosses follows from where its ends lie between them, without a search.
-// A stripe is inside the zone from each odd crossing of the border to the next even one, and only there are its crossings
-// with the other family looked for. The cost is that of the vertices, of the crossings with the border, and O(log n) to
-// locate each vertex, however much larger the extent of the zone is than the zone.
+// Stripes are numbered, so the stripes that an edge crosses follow from the positions of its ends between them, without
+// a search. A stripe is inside the zone from each odd crossing of the border to the next even one, and only there its
+// crossings with the other family are computed. The cost is that of the vertices, of the crossings with the border, and
+// O(log n) to locate each vertex, however much larger the extent of the zone is than the zone.
 
 #include "meshing/GridMesher.h"
 
@@ -51,7 +51,7 @@ std::vector<Point2*> getConstraintPoints(const Zone2* pZone) {
     return vConstraintPoints;
 }
 
-/// The direction in which stripes follow one another.
+/// The direction from each stripe to the next.
 Vector2 getAcross(const Vector2& direction) { return Vector2(-direction.y(), direction.x(), 0.0); }
 
 /// The two points that are farthest apart along a direction.
@@ -64,7 +64,7 @@ std::pair<Point2, Point2> getExtremes(const std::vector<Point2*>& vPoints, const
     return {**first, **last};
 }
 
-/// The ends of a segment, the one with the lower coordinates first.
+/// The ends of a segment, the smaller one (by x, then y) first.
 std::pair<Point2*, Point2*> getOrderedEnds(const ConstraintSegment2* pCSeg) {
     Point2 *pFrom = pCSeg->getSrc(), *pTo = pCSeg->getTrg();
     return *pTo < *pFrom ? std::pair(pTo, pFrom) : std::pair(pFrom, pTo);
@@ -102,15 +102,14 @@ bool GridMesher::insertGridPoints(bool bChop) {
 
     pParams_->gridVector = normalize(pParams_->gridVector);
     const double minLength = 0.5 * gridLength_;
-    // Three points or less would be no grid. But crossings with the border count as well, and around each point inside,
-    // its two stripes have four of them.
+    // Even a single grid point makes sense, since its two stripes cross the border four times.
     std::vector<Point2*> vInserted = insertNew(vGridPoints);
     avoidShortEdges(vInserted, minLength);
     if (!bChop) return true;
     pDt2_->applyConstraintsAndZones();
     chopConstraints();
     pDt2_->applyConstraintsAndZones();
-    avoidShortEdges(vInserted, minLength);  // to the vertices that chopping has made
+    avoidShortEdges(vInserted, minLength);  // to the vertices made by chopping
     return true;
 }
 
@@ -172,13 +171,13 @@ bool GridMesher::isSeed(const Point2& point, AddressSet& sZone, Triangle2*& pT) 
     return true;
 }
 
-/// On which stripe of a family a point lies: 2.5 is halfway between the third and the fourth.
+/// The position of a point across a family of stripes: 2 on the third stripe, 2.5 halfway to the fourth.
 double GridMesher::getRank(const Family& family, const Point2& point) const {
     return getVector2D(family.vStripes.front().getSrc(), point) * family.across / gridLength_;
 }
 
-/// The stripes that have one end of an edge beyond them and the other not. An end has the same rank for all edges that
-/// meet there, so that a ring crosses each stripe an even number of times, however ranks are rounded.
+/// The stripes between the ends of an edge. An end has the same rank for all edges that meet there, so that a ring
+/// crosses each stripe an even number of times, however ranks are rounded.
 GridMesher::Range GridMesher::getCrossedStripes(const Family& family, const Point2& p, const Point2& q) const {
     if (family.vStripes.empty()) return {0, 0};
     const auto countBefore = [&](const Point2& point) {
@@ -198,7 +197,7 @@ void GridMesher::getGridPoints(std::vector<Point2>& vGridPoints) {
     }
 }
 
-/// Where the first family crosses the border of the zone: the stripe, and the rank in the other family; in order.
+/// The crossings of the first family with the border of the zone, sorted: the stripe, and the rank in the other family.
 void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<size_t, double>>& vCrossings) const {
     std::vector<Triangle2*> vTriangles;
     pZone_->getTriangles(vTriangles);
@@ -219,8 +218,8 @@ void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<siz
     std::sort(vCrossings.begin(), vCrossings.end());
 }
 
-/// The grid points on a stripe of the first family between two ranks in the other one. Rounding of the ranks does not
-/// matter: a point beside the border would be too near to it.
+/// Appends the grid points on a stripe of the first family between two ranks in the other family. Rounding of the ranks
+/// is harmless: a point that near to the border would be removed anyway.
 void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints) {
     const Segment2& stripe = aFamilies_[0].vStripes[k];
     const std::vector<Segment2>& vOthers = aFamilies_[1].vStripes;
@@ -246,7 +245,7 @@ std::vector<Point2*> GridMesher::insertNew(const std::vector<Point2>& vGridPoint
     }
     std::vector<Point2*> vInserted;
     pDt2_->insertVector(vNew, vInserted);
-    // Where two crossings are rounded to one point, its vertex comes twice.
+    // Two crossings that round to one point have the same vertex.
     AddressSet sSeen;
     const auto comesAgain = [&sSeen](const Point2* pVtx) { return !sSeen.insert(pVtx); };
     vInserted.erase(std::remove_if(vInserted.begin(), vInserted.end(), comesAgain), vInserted.end());
@@ -255,7 +254,7 @@ std::vector<Point2*> GridMesher::insertNew(const std::vector<Point2>& vGridPoint
 
 void GridMesher::avoidShortEdges(std::vector<Point2*>& vInserted, double minLength) {
     const auto removeIfTooNear = [&](Point2* pVtx) {
-        if (pDt2_->isConstraintVertex(pVtx)) return true;  // no longer ours
+        if (pDt2_->isConstraintVertex(pVtx)) return true;  // in use by a constraint now
         std::vector<Triangle2*> vAround;
         pDt2_->getIncidentTriangles(pVtx, vAround);
         const bool bTooNear = std::any_of(vAround.begin(), vAround.end(), [&](const Triangle2* pT) {
@@ -299,8 +298,8 @@ std::vector<ConstraintSegment2*> GridMesher::getZoneSegments() const {
     return vCSegs;
 }
 
-/// Where stripes cross a segment, with its heights, from the lower end to the other one; without those that would make
-/// short pieces.
+/// The points at which stripes cross a segment, with the heights of the segment, from its smaller end to the other;
+/// leaves out points that would make short pieces.
 std::vector<Point2> GridMesher::getChops(const ConstraintSegment2* pCSeg) const {
     const auto [pFrom, pTo] = getOrderedEnds(pCSeg);
     std::vector<Point2> vCrossings;
@@ -310,7 +309,8 @@ std::vector<Point2> GridMesher::getChops(const ConstraintSegment2* pCSeg) const 
             const Segment2& stripe = family.vStripes[k];
             Point2 point;
             if (!getIntersectionPointNoRounding(*pFrom, *pTo, stripe.getSrc(), stripe.getTrg(), point)) continue;
-            // Ranks are rounded: where a segment nearly follows a stripe, the lines may cross elsewhere.
+            // Ranks are rounded: if a segment nearly follows a stripe, the computed crossing may be outside the
+            // segment.
             if (*pFrom < point && point < *pTo) vCrossings.push_back(point);
         }
     }
@@ -335,14 +335,14 @@ void GridMesher::chopConstraints() {
     }
 }
 
-/// Splits the segment between two vertices, in the middle first: otherwise all vertices that are still to come would be
-/// beside one long edge, and each split would change a fan of all of them.
+/// Splits the segment between two vertices, at the middle point first: splitting from one end to the other would leave
+/// one long edge beside all remaining vertices, and each split would change the fan of all of them.
 void GridMesher::chopSegment(Point2* pFrom, Point2* pTo, const Point2* begin, const Point2* end) {
     if (begin == end) return;
     const Point2* middle = begin + (end - begin) / 2;
     ConstraintSegment2* pCSeg = pDt2_->getAliveConstraintSegment(pFrom, pTo);
     Point2* pSplit = pCSeg ? pCSeg->insertAndSplit(*middle) : nullptr;
-    if (!pSplit) return;  // rounding has split it once more, or leaves no place
+    if (!pSplit) return;  // rounding has split the segment elsewhere, or leaves no place
     chopSegment(pFrom, pSplit, begin, middle);
     chopSegment(pSplit, pTo, middle + 1, end);
 }

@@ -29,17 +29,18 @@ class GridMesher {
   public:
     explicit GridMesher(MeshGenParams* pParams);
 
-    /// Inserts the grid points inside the zone, gives the grid vector of the parameters the length 1, and with bChop splits
-    /// the constraint segments of the zone where stripes cross them. False, with an error and without any effect, for a grid
-    /// that is too fine for the zone or has more vertices than the parameters allow.
+    /// Inserts the grid points inside the zone, normalises the grid vector of the parameters and, with bChop, splits
+    /// the constraint segments of the zone where stripes cross them. False, with an error and without any effect, for a
+    /// grid that is too fine for the zone or has more vertices than the parameters allow.
     bool insertGridPoints(bool bChop);
-    /// How many of its vertices have no height of their own.
+    /// The number of grid vertices for which neither guide nor surface had a height.
     size_t getNumMissingHeights() const { return heights_.getNumMissing(); }
 
-    /// Both families of stripes: along the grid vector, and orthogonal to it. False if one of them is refused.
+    /// Makes both families of stripes: along the grid vector, and orthogonal to it. False if one of them is refused.
     bool createGrid(std::vector<Segment2>& vStripes0, std::vector<Segment2>& vStripes1);
-    /// Appends parallel stripes through the extent of the zone, centred: the margins at both ends are equal, and between a
-    /// half and one spacing. None where the zone is narrower than a spacing. False, with an error, where they are too many.
+    /// Appends parallel stripes through the extent of the zone, centred: the margins at both ends are equal, and
+    /// between a half and one spacing. None if the zone is narrower than a spacing. False, with an error, if there are
+    /// too many.
     bool createStripes(const Vector2& direction, std::vector<Segment2>& vStripes);
 
   private:
@@ -48,7 +49,7 @@ class GridMesher {
         std::vector<Segment2> vStripes;
         Vector2 across;
     };
-    /// The stripes from the first to before the second one.
+    /// The stripes [first, second).
     using Range = std::pair<size_t, size_t>;
 
     double getRank(const Family& family, const Point2& point) const;

@@ -1,18 +1,18 @@
-// What a run of mesh generation will cost, before it begins.
+// The estimate of the cost of a run of mesh generation, before it begins.
 //
-// A typing error in a limit asks for more triangles than any memory holds, and shows itself only after hours. So the number
-// of vertices is estimated from the area of the zone. The estimate must not refuse what could be done: it is a bound from
-// below wherever there is one.
+// A typing error in a limit can ask for more triangles than fit in memory, which would show only after hours. So the
+// number of vertices is estimated from the area of the zone. The estimate must not refuse a feasible run: it is a lower
+// bound wherever there is one.
 //
 // A triangle whose edges are at most h long has an area of at most 0.433 h^2, also in x-y, whatever the heights. One new
 // vertex makes two triangles more, so a zone of the area A gets at least A / 0.866 h^2 vertices; A / h^2 is less than half
 // of what refinement makes. A limit of the area, a, gives A / 2a in the same way. A grid has A / L^2 vertices.
 //
-// The growth limit is different: it may be met from the start. But neighbours in a Delaunay mesh that is not quite regular
-// differ by more than a factor of 1.7 here or there, for any number of vertices. With a smaller factor each refinement calls
-// for another, until triangles are as small as the area below which neighbours are ignored. Measured on squares, stars and
-// outlines with breaklines: 0.5 to 1.1 times A / 2a vertices with factors from 1.2 to 1.7, a tenth of that with 1.8, and a few
-// hundred with 2, whatever a is.
+// The growth limit is different: it may be met from the start. But in a Delaunay mesh that is not quite regular, some
+// neighbours differ in area by more than a factor of 1.7, whatever the number of vertices. With a smaller factor each
+// refinement causes another, until triangles are as small as the area below which neighbours are ignored. Measured on
+// squares, stars and outlines with breaklines: 0.5 to 1.1 times A / 2a vertices with factors from 1.2 to 1.7, a tenth
+// of that with 1.8, and a few hundred with 2, whatever a is.
 
 #include "meshing/MeshEstimate.h"
 
@@ -39,7 +39,7 @@ double getPlanarArea(const Triangle2* pT) {
     return 0.5 * (u.x() * v.y() - u.y() * v.x());
 }
 
-/// Whether the growth limit will be passed on from neighbour to neighbour, once any triangle is refined.
+/// Whether the growth limit will spread refinement from neighbour to neighbour once any triangle is refined.
 bool isCascading(Dt2* pDt2, MeshGenParams* pParams, const std::vector<Triangle2*>& vZone) {
     if (!(pParams->growthFactor > 0.0 && pParams->growthFactor <= MAX_CASCADING_GROWTH)) return false;
     return std::any_of(vZone.begin(), vZone.end(),
@@ -74,8 +74,8 @@ bool mayInsert(double numVertices, const MeshGenParams& params) {
 }
 
 double estimateNewVertices(Dt2* pDt2, MeshGenParams* pParams, const std::vector<Triangle2*>& vZone) {
-    // Where limits depend on the place, the largest ones count: a few large triangles do not tell how large the parts with
-    // the others are.
+    // If limits depend on the place, the largest ones count, so that the estimate stays a lower bound: a few large
+    // triangles do not tell how large the area of the smaller limits is.
     double area = 0.0, maxLength = 0.0, maxArea = 0.0;
     for (Triangle2* pT : vZone) {
         area += getPlanarArea(pT);
@@ -84,10 +84,10 @@ double estimateNewVertices(Dt2* pDt2, MeshGenParams* pParams, const std::vector<
     }
     if (!(area > 0.0)) return 0.0;
     double areaOfVertex = std::min(maxLength * maxLength, 2.0 * maxArea);
-    // Half of what was measured.
+    // Half of the measured number.
     if (isCascading(pDt2, pParams, vZone))
         areaOfVertex = std::min(areaOfVertex, 4.0 * std::max(0.0, pParams->growthMinArea));
-    // Two triangles count for a vertex that is there.
+    // The zone already has about one vertex for two triangles.
     const double numByLimits = std::max(0.0, area / areaOfVertex - 0.5 * static_cast<double>(vZone.size()));
     if (!hasGrid(*pParams)) return numByLimits;
     return std::max(numByLimits, area / pParams->gridLength / pParams->gridLength);

@@ -9,7 +9,8 @@ class Dt2;
 class MeshGenParams;
 class Triangle2;
 
-/// What a run of mesh generation has left of the vertices that it may insert. It begins with this object.
+/// The remaining number of vertices that a run of mesh generation may insert. The run begins with the construction of
+/// this object.
 class VertexBudget {
   public:
     VertexBudget(const Dt2& dt2, const MeshGenParams& params);
@@ -20,11 +21,11 @@ class VertexBudget {
     size_t numBefore_, max_;
 };
 
-/// Whether a run may insert so many vertices; if not, there is an error that names the number.
+/// Whether a run may insert numVertices vertices; if not, reports an error with the number.
 bool mayInsert(double numVertices, const MeshGenParams& params);
 
-/// How many vertices the limits, and the grid, make a run insert into the triangles of a zone: a number that it hardly stays
-/// below, from areas alone. Narrow details of the zone need more. Infinity where a limit is nearly 0. O(n).
+/// The number of vertices that the limits and the grid make a run insert into a zone, estimated from areas alone. The
+/// run hardly ever needs fewer; narrow details of the zone need more. Infinity if a limit is nearly 0. O(n).
 double estimateNewVertices(Dt2* pDt2, MeshGenParams* pParams, const std::vector<Triangle2*>& vZone);
 
 }  // namespace LUMO_TARO25D

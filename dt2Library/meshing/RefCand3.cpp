@@ -1,3 +1,16 @@
+// One candidate of refinement: its Steiner point, its measures, and the decision whether the point is inserted.
+//
+// The Steiner point is the circumcentre in x-y. A straight walk from the triangle finds the triangle that contains it,
+// or the constraint or hull edge in front of it, which is then to be split instead. The walk starts at the corner
+// opposite the longest edge, since the centre of an obtuse triangle lies beyond that edge.
+//
+// A candidate is refined if the triangle misses a limit (missesLimit) and nothing speaks against it
+// (highPriorityReject: an edge that may not be split, a centre that doubles do not resolve, or an inaccurate centre
+// that may lie beyond the border). The limits of length, area and growth come before that of the angle, which is
+// ignored between constraints at a smaller angle, and where all angles in x-y are above PLANAR_ANGLE_CAP.
+//
+// getExcuse gives the same reasons in words, for the check of quality (zoneQuality.cpp).
+
 #include "meshing/RefCand3.h"
 
 #include <algorithm>
@@ -37,7 +50,7 @@ std::string text(double value) {
     return stream.str();
 }
 
-/// The side of edge i of a triangle on which a point lies: counterclockwise is inside.
+/// The side of edge i of a triangle on which a point lies; ORIENTATION2_CCW is inside.
 Orientation2 getSide(GeomTest& geomTest, const Triangle2* pT, int i, const Point2* p) {
     return geomTest.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), p);
 }
@@ -52,7 +65,7 @@ double getSqLength25D(const Point2& p, const Point2& q) {
     return sqLength;
 }
 
-/// The angle between two sides, with the approximation of pi that limits were tuned with.
+/// The angle between two sides in degrees, with the approximation of pi with which limits were tuned.
 double getNarrowAngle(const Vector2& u, const Vector2& v) {
     return std::acos(std::clamp(normalize(u) * normalize(v), -1.0, 1.0)) / 3.14159 * 180.0;
 }
@@ -63,7 +76,7 @@ void sortThree(std::array<double, 3>& aNumber) {
     if (aNumber[1] < aNumber[0]) std::swap(aNumber[0], aNumber[1]);
 }
 
-/// The same as normalize, without a call where the length is an ordinary number.
+/// normalize, without a call where the length is an ordinary number.
 Vector2 toUnit(const Vector2& v) {
     const double sq = v.sqLength();
     return isPlainSquare(sq) ? v / std::sqrt(sq) : normalize(v);
@@ -110,7 +123,7 @@ int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pCont
     Triangle2*& pT = pContainingTriangle;
     const int longest = pT->getMaxIndex();
     const Point2* pStart = pT->getCorner(longest);
-    // The sides of the edges on which the point lies: as many as are known, and all of them where no edge is left to cross.
+    // The sides of the edges on which the point lies: those that are known; all of them when no edge is left to cross.
     std::array<Orientation2, 3> aSide{};
     const auto liesBeyond = [&](int i) {
         aSide[static_cast<size_t>(i)] = getSide(geomTest, pT, i, pCircumcenter);
@@ -130,7 +143,7 @@ int RefCand3::walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pCont
         const int right = incIndexBy1(entry), left = incIndexBy2(entry);
         const bool bBeyondRight = liesBeyond(right), bBeyondLeft = liesBeyond(left);
         exit = bBeyondRight ? right : bBeyondLeft ? left : -1;
-        // A vertex on the way is passed on its right.
+        // A vertex exactly on the path is passed on its right.
         if (bBeyondRight && bBeyondLeft &&
             geomTest.getOrientation2(pStart, pCircumcenter, pT->getCorner(entry)) == ORIENTATION2_CW) {
             exit = left;
@@ -144,7 +157,7 @@ int RefCand3::judgeArrival(const Triangle2* pT, const Point2* p, const std::arra
     for (int i = 0; i < 3; ++i) {
         if (aSide[static_cast<size_t>(i)] != ORIENTATION2_COLLINEAR) continue;
         if (*pT->getCorner(incIndexBy1(i)) == *p || *pT->getCorner(incIndexBy2(i)) == *p) return SPLIT_USELESS;
-        // A centre on the border splits it; inserted as an inner vertex it would leave a flat triangle there.
+        // A centre on the border splits the border; as an inner vertex it would leave a flat triangle there.
         if (!pT->getOppositeTriangle(i) || context_.pDt2->isConstraint(pT, i)) return i;
         edgeOfSteiner_ = i;
     }
@@ -237,7 +250,8 @@ bool RefCand3::missesLimit(MeshGenParams* pParams) {
 bool RefCand3::highPriorityReject(MeshGenParams* pParams) { return illegalSplit(pParams) || !isSafe(); }
 
 bool RefCand3::isTooSmall() const {
-    // Around the origin numbers would resolve what is no detail of any ground: the zone sets the measure there.
+    // Near the origin doubles resolve far smaller details than any terrain has, so the magnitude of the zone is the
+    // measure.
     const double maxCoord = std::max({std::abs(steiner_.x()), std::abs(steiner_.y()), context_.zoneMagnitude});
     return !(std::isfinite(radius_) && radius_ > 0.0 && radius_ >= MIN_RADIUS * maxCoord);
 }

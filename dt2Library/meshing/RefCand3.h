@@ -17,20 +17,20 @@ class Dt2;
 class MeshGenParams;
 class RefinementContext;
 
-/// What a getter of the limits answers, without limits that no triangle could meet.
+/// A limit that a client's getter has returned; one that no triangle could meet counts as no limit.
 inline double usableLimit(double limit) { return limit > 0.0 ? limit : std::numeric_limits<double>::max(); }
 
-/// A candidate for refinement: a triangle, what is wrong with it, and where a vertex would mend it.
+/// A candidate for refinement: a triangle, the limits that it misses, and the Steiner point that would mend it.
 ///
-/// It stands for the triangle as it was when the candidate was made. Lengths, areas and angles in space are those on the
-/// height guide, if there is one. The records of a refinement come from a pool.
+/// It refers to the triangle as it was when the candidate was made. Lengths, areas and angles in space are measured on
+/// the height guide, if there is one. The records of a refinement come from a pool.
 class RefCand3 {
   public:
-    /// What a walk towards a Steiner point tells: it was reached; 0 to 2, the edge that bars the way; or there is no use in
-    /// it.
+    /// Results of a walk towards a Steiner point: SPLIT_NONE if it was reached, 0 to 2 for the edge that obstructs the
+    /// walk, SPLIT_USELESS if the point cannot be used.
     static constexpr int SPLIT_NONE = -1, SPLIT_USELESS = 4;
-    /// A triangle whose angles in x-y are all greater is not refined for its angles in space: on steep ground these may
-    /// never be good enough.
+    /// A triangle whose angles in x-y are all greater than this is not refined for its angles in space, which on steep
+    /// ground may never be large enough.
     static constexpr double PLANAR_ANGLE_CAP = 29.5;
 
     RefCand3(Dt2* pDt2, Triangle2* pT);
@@ -40,39 +40,41 @@ class RefCand3 {
     bool isAlive() const {
         return pT_->getCorner(0) == aCorner_[0] && pT_->getCorner(1) == aCorner_[1] && pT_->getCorner(2) == aCorner_[2];
     }
-    /// Finds the Steiner point and what is on the way to it.
+    /// Computes the Steiner point and walks to it.
     void init();
     /// The circumcentre in x-y.
     void computeSteiner();
-    /// Walks straight from the corner opposite the longest edge towards a point, and stops at the first constraint edge or
-    /// hull edge that bars the way or holds the point. Returns the index of that edge in the containing triangle;
-    /// SPLIT_NONE if the containing triangle holds the point; SPLIT_USELESS if the point is a corner of it, or cannot be
-    /// reached in reasonable time.
+    /// Walks straight from the corner opposite the longest edge towards a point, and stops at the first constraint or
+    /// hull edge that it would cross or that contains the point. Returns the index of that edge in the containing
+    /// triangle; SPLIT_NONE if the containing triangle contains the point; SPLIT_USELESS if the point is a corner of
+    /// it, or is not reached within MAX_WALK steps.
     int walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pContainingTriangle);
     /// The smallest angle in space in degrees.
     double getMinAngle();
-    /// Computes it from the sides in space, for callers who have them.
+    /// Computes the smallest angle from the sides in space, for callers that have them.
     void computeMinAngle(const Sides& aSide);
     /// Computes the lengths of the sides.
     void computeMinMax();
 
     /// Whether the triangle misses a limit and may be refined.
     bool needRefinement(MeshGenParams* pParams);
-    /// Whether it misses a limit for which triangles are refined. Needs no Steiner point.
+    /// Whether the triangle misses a limit for which it would be refined. Needs no Steiner point.
     bool missesLimit(MeshGenParams* pParams);
     bool highPriorityReject(MeshGenParams* pParams);
-    /// Whether the Steiner point is of no use: the segment in the way may not be split, or numbers do not resolve it.
+    /// Whether the Steiner point cannot be used: the segment that obstructs it may not be split, or doubles do not
+    /// resolve it.
     bool illegalSplit(MeshGenParams* pParams);
-    /// Whether a circumcentre that is not accurate does at least not lie beyond the border.
+    /// Whether the circumcentre is accurate, or at least not beyond the border.
     bool isSafe();
     bool highPriorityAccept(MeshGenParams* pParams);
     bool isTooLong(MeshGenParams* pParams) const;
     bool isTooLarge(MeshGenParams* pParams) const;
-    /// Why a candidate that misses the angle limit, or any other, stays as it is, in words; null if it need not.
+    /// The reason, in words, why a candidate that misses the angle limit (bForAngle) or another limit is left as it is;
+    /// null if there is none.
     const char* getExcuse(MeshGenParams* pParams, bool bForAngle);
-    /// Whether the area is more than g times that of a neighbour that has at least the minimum area.
+    /// Whether the area is more than growthFactor times that of a neighbour whose area is at least growthMinArea.
     bool needRefinementDueToGrowth(double growthFactor, double growthMinArea);
-    /// Whether two constraint edges meet here at a smaller angle, which no vertex could mend.
+    /// Whether two constraint edges of the triangle meet at a smaller angle, which no vertex could mend.
     bool hasNarrowConstraintAngle(double minAngleDegree);
 
     Triangle2* getTriangle() const { return pT_; }
@@ -96,7 +98,7 @@ class RefCand3 {
     /// The radius of the circumcircle over the length of the shortest side, in x-y and in space.
     double getQuality2D() const;
     double getQuality25D() const;
-    /// Whether this one comes later: its smallest angle is greater.
+    /// Whether this candidate is served later: its smallest angle is greater.
     bool operator>(RefCand3& other) { return getMinAngle() > other.getMinAngle(); }
 
     /// Draws the triangle into a PostScript file.
@@ -107,12 +109,13 @@ class RefCand3 {
   private:
     double getMinAngle2D() const;
     double getArea25D(const Triangle2* pT) const;
-    /// Whether the circumcircle is too small, or too large, for the numbers.
+    /// Whether the circumcircle is too small, or too large, for doubles.
     bool isTooSmall() const;
     /// Whether there is a guide, and a vertex nearer to the centre in x-y than the minimum edge length.
     bool isTooNear(const MeshGenParams* pParams) const;
     const char* getObstacle(MeshGenParams* pParams) const;
-    /// Judges a point in or on a triangle, being given the sides of its edges on which it lies.
+    /// The result of a walk that has ended at a point in or on a triangle; aSide has the side of each edge on which the
+    /// point lies.
     int judgeArrival(const Triangle2* pT, const Point2* p, const std::array<Orientation2, 3>& aSide);
     double getNeighbourArea(int i) const;
     void reportAcceptance(const std::string& text, const char* suffix) const;

@@ -10,18 +10,18 @@
 
 namespace LUMO_TARO25D {
 
-/// How refinement sees a mesh: how triangles are measured, and for which zone. A mesh keeps it from one refinement to the
-/// next, since the check of quality asks what the last one was about.
+/// The state that refinement keeps for a mesh: how triangles are measured, and for which zone. It outlives a
+/// refinement, since the check of quality uses the limits of the last one.
 class RefinementContext : public MeshSlot {
   public:
     explicit RefinementContext(Dt2* pDt2) : pDt2(pDt2) {}
 
     Dt2* const pDt2;
-    /// Null if the refinement that is running, or was the last, has no guide.
+    /// Null if the running or last refinement has no guide.
     std::unique_ptr<GuideSurface> pGuide;
-    /// The largest absolute coordinate of the zone that is being refined or was looked at last; 0 before.
+    /// The largest absolute coordinate of the zone that was refined or checked last; 0 before.
     double zoneMagnitude = 0.0;
-    /// A copy of what the last refinement was asked for, and the number of its zone; null before.
+    /// A copy of the limits of the last refinement, and the number of its zone; null before.
     std::unique_ptr<MeshGenParams> pLastParams;
     std::uint64_t numberOfLastZone = 0;
     bool bRunning = false;

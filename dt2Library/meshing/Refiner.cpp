@@ -1,22 +1,22 @@
 // Refinement of zones: Steiner vertices are inserted until every triangle meets the limits, or cannot be mended.
 //
-// The candidate with the smallest angle in space comes first. Its Steiner point is its circumcentre, which is far from all
-// vertices since the triangle is Delaunay, so that no short edge arises (Ruppert 1995, Shewchuk 2002). If a constraint edge
-// is in the way to the centre, or holds it, that edge is split in the middle instead, and circumcentres that were inserted
-// before within the circle over the edge go, because they would force short edges there.
+// The candidate with the smallest angle in space comes first. Its Steiner point is its circumcentre, which is far from
+// all vertices since the triangle is Delaunay, so that no short edge arises (Ruppert 1995, Shewchuk 2002). If a
+// constraint edge lies between the triangle and the centre, or contains it, that edge is split in the middle instead,
+// and circumcentres inserted before within the diametral circle of the edge are removed, because they would force short
+// edges there.
 //
-// Flips never cross constraint edges, so the work stays inside the zone but for what the split of a border segment forces
-// on its other side. Every triangle that arises from a circumcentre or at a split is a candidate at once. What the removal
-// of vertices changes is not: therefore a pass over the whole zone follows, until nothing has been done in one, or 50 are
-// over.
+// Flips never cross constraint edges, so the work stays inside the zone, except for the other side of border segments
+// that are split. Every triangle made by a circumcentre or a split becomes a candidate at once. Triangles made by the
+// removal of vertices do not; therefore passes over the whole zone follow, until a pass changes nothing, at most 50.
 //
-// It ends: a circumcircle of 16 units in the last place of the zone's coordinates is too small, a segment must have a
-// point between its ends that the numbers can express, and a candidate that meets all limits, or has no usable Steiner
-// point, is dropped.
+// Termination: a circumcircle of 16 units in the last place of the zone's coordinates is too small, a segment is split
+// only if doubles have a point between its ends, and a candidate that meets all limits, or has no usable Steiner point,
+// is dropped.
 //
-// A vertex costs O(log n) for the queue and expected constant time for everything else: the height comes from the triangle
-// that holds the centre, where the walk has ended. No result depends on addresses: the order of candidates is that in which
-// triangles were created, and directions are those of graphs or coordinates.
+// A vertex costs O(log n) for the queue and expected constant time for everything else: the height comes from the
+// triangle that contains the centre, where the walk has ended. No result depends on addresses: candidates of equal
+// angle are in the order in which triangles were created, and directions come from graphs or coordinates.
 
 #include "meshing/Refiner.h"
 
@@ -69,8 +69,8 @@ class RunScope {
     RefinementContext& context_;
 };
 
-/// Tells listeners how far a refinement has come. How many candidates will still arise nobody knows; the share that was
-/// served stands for it. The first pass does nearly all, so each pass takes nine tenths of what is left.
+/// Reports the progress of a refinement. The number of candidates still to come is unknown, so the share of candidates
+/// served so far is reported. The first pass does nearly all the work, so each pass counts for nine tenths of the rest.
 class RefinementProgress {
   public:
     explicit RefinementProgress(Progress& progress) : progress_(progress) {}
@@ -102,8 +102,8 @@ class RefinementProgress {
     double passBegin_ = 0.0, lastReported_ = 0.0;
 };
 
-/// Whether lengths can be squared, from those as large as the zone down to the least that refinement makes, which are a few
-/// units in the last place of the coordinates.
+/// Whether all lengths can be squared, from the extent of the zone down to a few units in the last place of the
+/// coordinates, the shortest that refinement makes.
 bool haveSquares(const std::vector<Triangle2*>& vTriangles) {
     if (vTriangles.empty()) return true;
     double maxHeight = 0.0;
@@ -114,7 +114,7 @@ bool haveSquares(const std::vector<Triangle2*>& vTriangles) {
     return magnitude > MIN_ZONE_MAGNITUDE && magnitude < MAX_ZONE_MAGNITUDE && maxHeight < MAX_ZONE_MAGNITUDE;
 }
 
-/// What is wrong with the limits; null if nothing is.
+/// The fault of the limits, in words; null if there is none.
 const char* getInvalidLimit(const MeshGenParams& params) {
     if (!(params.maxEdgeLength > 0.0)) return "maxEdgeLength must be greater than 0";
     if (!(params.maxTriangleArea > 0.0)) return "maxTriangleArea must be greater than 0";
@@ -128,7 +128,7 @@ const char* getInvalidLimit(const MeshGenParams& params) {
     return nullptr;
 }
 
-/// The locks of segments that have been split hold for their pieces.
+/// Locks the pieces of locked segments that have been split.
 void lockPieces(MeshGenParams& params) {
     if (!params.pLockedConstraints) return;
     std::vector<ConstraintSegment2*> vPieces;
@@ -138,7 +138,7 @@ void lockPieces(MeshGenParams& params) {
     params.pLockedConstraints->insert(vPieces.begin(), vPieces.end());
 }
 
-/// A copy without what belongs to the client.
+/// A copy of the limits without pointers to objects of the client.
 std::unique_ptr<MeshGenParams> copyLimits(const MeshGenParams& params) {
     auto pCopy = std::make_unique<MeshGenParams>(params.pZone);
     pCopy->minAngleDegree = params.minAngleDegree;
@@ -252,7 +252,7 @@ void Refiner::getInitialRefineCandidates() {
     std::vector<Triangle2*> vTriangles;
     params_.pZone->getTriangles(vTriangles);
     AddressSet sZone = toSet(vTriangles);
-    // In the order of creation, which does not depend on addresses, and lies in memory one after the other.
+    // In the order of creation, which does not depend on addresses and is sequential in memory.
     mesh_.forEachTriangle([&](Triangle2* pT) {
         if (sZone.contains(pT)) addRefCand3(pT);
     });
@@ -301,7 +301,7 @@ bool Refiner::splitSegmentInTheWay(RefCand3* pRC) {
     int index = -1;
     pRC->getContainingTriangleAndIndex(pT, index);
     ConstraintSegment2* pCSeg = pRC->getAliveConstraintSegment(index);
-    if (!pCSeg) return false;  // the hull, where it is no constraint
+    if (!pCSeg) return false;  // a hull edge that is no constraint
     Point2 splitPoint;
     if (!findSplitPoint(mesh_.getGeomTest(), pT, index, splitPoint)) return false;
 
@@ -309,7 +309,7 @@ bool Refiner::splitSegmentInTheWay(RefCand3* pRC) {
     const bool bBorder = std::any_of(vZoneGraphs_.begin(), vZoneGraphs_.end(), isOwner);
     // The triangle is in the zone, so the zone is on the left.
     Point2 *pSrc = pT->getCorner(incIndexBy1(index)), *pTrg = pT->getCorner(incIndexBy2(index));
-    // Elsewhere any direction will do that does not depend on where the candidate is.
+    // Inside the zone any direction serves that does not depend on the side of the candidate.
     if (!bBorder && *pTrg < *pSrc) std::swap(pSrc, pTrg);
 
     mesh_.startSearchAt(pSrc);
@@ -318,8 +318,8 @@ bool Refiner::splitSegmentInTheWay(RefCand3* pRC) {
     mesh_.getInnerVtxMgr().removePreviouslyInsertedVertices(pInsertedVertex, sqDistance2D(*pInsertedVertex, *pSrc),
                                                             &mesh_);
     addRefCandsInsideZone(pSrc, pTrg, pInsertedVertex);
-    // A segment that does not bound the zone has it on both sides. (So has a border that the zone passes twice; what is
-    // on its other side waits for the next pass.)
+    // A segment that does not bound the zone has it on both sides. (So has a border that the zone passes twice; its
+    // other side waits for the next pass.)
     if (!bBorder) addRefCandsInsideZone(pTrg, pSrc, pInsertedVertex);
     return true;
 }
@@ -332,7 +332,7 @@ void Refiner::insertVertexForRefinement(Point2* pVertex, Triangle2* pContainingT
         mesh_.initVCheckT24(pContainingTriangle, pVertex, onEdge);
     }
     mesh_.settle(pVertex);
-    // Those that were flipped away again would only be stale.
+    // Only the final triangles: those flipped away again would be stale.
     Triangle2* const pFirst = pVertex->getIncidentTriangle();
     Triangle2* pT = pFirst;
     do {

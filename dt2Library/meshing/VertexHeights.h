@@ -9,8 +9,8 @@
 
 namespace LUMO_TARO25D {
 
-/// The heights of new vertices inside triangles: those of the guide if there is one, otherwise of the surface. Where there
-/// is none, the mean of the corners, and the vertex counts as one without a height.
+/// The heights of new vertices inside triangles: from the guide if there is one, otherwise from the surface. If it has
+/// no height at a place, the mean of the corners, and the vertex is counted as missing a height.
 class VertexHeights {
   public:
     explicit VertexHeights(const MeshGenParams& params) : pGuide_(params.pHeightGuide) {}

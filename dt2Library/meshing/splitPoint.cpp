@@ -14,8 +14,8 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Whether both ends of edge i are seen from a place beside it: it lies inside one of its two triangles, or between the
-/// ends. Anything farther away could be behind another edge.
+/// Whether both ends of edge i are visible from a place beside it: the place lies inside one of its two triangles, or
+/// between the ends. A place farther away could be behind another edge.
 bool isVisible(GeomTest& geomTest, const Triangle2* pT, int i, const Point2& place) {
     const auto isInside = [&geomTest, &place](const Triangle2* pSide, int k) {
         const Point2 *pApex = pSide->getCorner(k), *pSrc = pSide->getCorner(incIndexBy1(k)),
@@ -28,7 +28,7 @@ bool isVisible(GeomTest& geomTest, const Triangle2* pT, int i, const Point2& pla
     return isInside(pT, i) || (pN && isInside(pN, indexOfNeighbour(pN, pT)));
 }
 
-/// The unit in the last place of a number of any magnitude; of 0, that of the extent of what is around it.
+/// The unit in the last place of a number of any magnitude; for 0, that of the extent.
 double getUnit(double value, double extent) {
     int exponent;
     const double mantissa = std::frexp(value == 0.0 ? extent : value, &exponent);

@@ -6,14 +6,14 @@
 
 namespace LUMO_TARO25D {
 
-/// Finds a point in the middle of an edge that the numbers can express: exactly on it, or else so near that nothing is in
-/// between.
+/// Finds a point in doubles near the middle of an edge: exactly on the edge, or else a few units beside it with both
+/// ends visible.
 bool computeCenterWithoutConflict(GeomTest* pGeomTest, Triangle2* pT, int edgeIndex, Point2& splitPoint);
 
-/// Whether such a point is different from the ends.
+/// Whether computeCenterWithoutConflict finds a point that differs from the corners.
 bool canBeSplit(GeomTest& geomTest, Triangle2* pT, int edgeIndex);
 
-/// The point at which to split a segment that is in the way; warns where there is none that is different from the ends.
+/// The point at which to split a segment; false, with a warning, if there is none that differs from the corners.
 bool findSplitPoint(GeomTest& geomTest, Triangle2* pT, int edgeIndex, Point2& splitPoint);
 
 }  // namespace LUMO_TARO25D

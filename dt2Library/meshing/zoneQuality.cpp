@@ -1,4 +1,9 @@
-// Whether a zone is as well meshed as it can be: the triangles that miss a limit, with the reasons to leave them.
+// The check of the quality of a zone: the triangles that miss a limit, with the reasons to leave them.
+//
+// Each triangle becomes a candidate (RefCand3) and is measured as refinement measures it. A candidate that misses a
+// limit must have a reason (RefCand3::getExcuse, or a segment that doubles cannot split); one without a reason makes
+// the result false, since another refinement could mend it. Changes nothing in the mesh; the static bound of the
+// predicates is restored.
 
 #include <algorithm>
 #include <limits>
@@ -22,7 +27,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Keeps predicates as they are: circumcentres may be far away, and filters that hold there decide little.
+/// Restores the static bound of the predicates: far circumcentres raise it, and a filter for them decides little.
 class StaticBoundScope {
   public:
     explicit StaticBoundScope(GeomTest& geomTest) : geomTest_(geomTest), maxCoord_(geomTest.getMaxAbsCoord()) {}
@@ -35,7 +40,7 @@ class StaticBoundScope {
     double maxCoord_;
 };
 
-/// Whether the segment in the way to a Steiner point, if there is one, has a point to split it at.
+/// Whether the segment that obstructs a Steiner point, if there is one, has a point at which it can be split.
 bool canBeMended(const RefCand3& candidate, GeomTest& geomTest) {
     Triangle2* pT = nullptr;
     int index = -1;
@@ -43,7 +48,7 @@ bool canBeMended(const RefCand3& candidate, GeomTest& geomTest) {
     return index < 0 || canBeSplit(geomTest, pT, index);
 }
 
-/// The triangles that miss one limit, by the reasons to leave them as they are.
+/// Counts the triangles that miss one limit, by the reason to leave them as they are.
 class LimitReport {
   public:
     LimitReport(const char* limit, bool bForAngle) : limit_(limit), bForAngle_(bForAngle) {}
