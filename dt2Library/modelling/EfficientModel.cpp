@@ -1,3 +1,7 @@
+// The client's handle on simplification. go() runs the steps in order: kept lines and hull, greedy insertion, thinning
+// (Simplifier) and, if asked for, certification of the whole surface (SurfaceCertifier). The Simplifier of the last
+// finished run is kept for getSurfaceError, which needs to know the points that were left out.
+
 #include "taro25d/EfficientModel.h"
 
 #include <cmath>
@@ -21,7 +25,7 @@ struct EfficientModelState {
     bool bCertified = false;
     int numCPU = 1;
     Taro_2D model;
-    std::unique_ptr<Simplifier> pSimplifier;  // of the last go() that ended
+    std::unique_ptr<Simplifier> pSimplifier;  // of the last go() that finished
     double error = std::numeric_limits<double>::quiet_NaN();
     Progress progress;
 };

@@ -162,7 +162,7 @@ void Simplifier::runQueue() {
     if (isFull()) buckets_.clearQueue();
 }
 
-/// By the number of points where that is the limit, otherwise by the logarithm of the error.
+/// Reports progress by the number of points if that is limited, otherwise by the logarithm of the error.
 void Simplifier::report(double worst) {
     if (!progress_.isActive()) return;
     double done = 0.0;
@@ -237,7 +237,7 @@ void Simplifier::tryRemoval(std::uint32_t k, Point2* pVtx) {
     buckets_.takeFrom(vStar_);
     mesh_.remove(pVtx);
     stateOf(k) = WAITING;
-    // Nothing outside the star changes; its records that are left hold the new triangles.
+    // Nothing outside the star changes; the records of the star that are still alive hold the new triangles.
     const auto isDead = [](const Triangle2* pT) { return !pT->getCorner(0); };
     vStar_.erase(std::remove_if(vStar_.begin(), vStar_.end(), isDead), vStar_.end());
     size_t i = 0;

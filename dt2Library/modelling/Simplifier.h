@@ -15,7 +15,7 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Chooses points for a mesh until all others are near its surface (EfficientModel).
+/// Inserts points into a mesh until all others are near its surface (EfficientModel).
 class Simplifier {
   public:
     struct Limits {
@@ -23,23 +23,23 @@ class Simplifier {
         size_t maxNumPoints = 0;  // 0 for none
     };
 
-    /// The mesh is empty. It and the points must live as long.
+    /// The mesh must be empty; it and the points must outlive this object.
     Simplifier(Dt2& mesh, const std::vector<Point2>& vPoints, const Limits& limits, Progress& progress);
 
-    /// Inserts the kept lines and the corners of the hull, and gives every other point to its triangle.
+    /// Inserts the kept lines and the corners of the hull, and assigns every other point to its triangle.
     void begin(const std::vector<Segment2>& vKept);
-    /// Inserts the worst point again and again until the limits are met.
+    /// Inserts the worst point repeatedly until the limits are met.
     void insertGreedily();
-    /// Takes out vertices without which the limit of the error holds, too.
+    /// Removes vertices without which the limit of the error still holds.
     void thin();
-    /// Inserts a point that is no vertex yet, and leaves the others where they were: relocate() must follow.
+    /// Inserts a point that is no vertex yet without reassigning the others; relocate() must follow.
     void insertAlone(std::uint32_t k);
-    /// Finds the triangles of all points again, after others have changed the mesh.
+    /// Assigns all points to their triangles again, after changes of the mesh by others.
     void relocate();
 
-    /// The largest distance of a point that was not left out.
+    /// The largest vertical distance from the surface to a point that was not left out.
     double computeError() const { return buckets_.computeError(); }
-    /// How many points were left out.
+    /// The number of points left out.
     size_t getNumLeftOut() const { return numLeftOut_; }
     bool isVertex(std::uint32_t k) const { return vState_[k] == VERTEX; }
     bool isLeftOut(std::uint32_t k) const { return vState_[k] == LEFT_OUT; }
@@ -65,7 +65,7 @@ class Simplifier {
     Progress& progress_;
     std::vector<PointState> vState_;  // of the client's points; all other numbers are those of places
     PointBuckets buckets_;
-    std::vector<std::pair<std::uint32_t, Point2*>> vChosen_;  // vertices that may go again, in the order of insertion
+    std::vector<std::pair<std::uint32_t, Point2*>> vChosen_;  // removable vertices, in the order of insertion
     std::vector<Triangle2*> vStar_;                           // scratch of tryRemoval
     size_t numLeftOut_ = 0;
     double firstError_ = 0.0;

@@ -1,13 +1,15 @@
-// The largest difference of two triangulated surfaces, of which one has some of the vertices of the other.
+// The largest difference between two triangulated surfaces, where the vertices of one, the model, are among those of
+// the other, the full surface.
 //
-// On the overlay of both triangulations the difference is linear in each piece, so that its extremes are at the vertices of the
-// overlay: the vertices of both, and the places where edges cross. Vertices of the model are vertices of the full surface.
-// The others are compared where they are; crossings are found by following each edge of the model through the full
-// triangulation (exact predicates; only the heights at crossings are rounded).
+// On the overlay of both triangulations the difference is linear in each piece, so that its extremes are at the
+// vertices of the overlay: the vertices of both, and the crossings of edges. At vertices of the model the difference is
+// 0; at the other vertices of the full surface it is computed directly. Crossings are found by following each edge of
+// the model through the full triangulation (exact predicates; only the heights at crossings are rounded).
 //
-// Certification inserts, for each edge of the model on which the difference is too large, a given point next to the worst
-// place, and for each triangle the worst point in it, makes all diagonals canonical again, and starts anew. Only given points
-// are inserted, and both triangulations are canonical: with all points inserted they are equal, so that it ends.
+// Certification inserts, for each edge of the model on which the difference is too large, an input point next to the
+// worst place, and for each triangle its worst point; then it makes all diagonals canonical and repeats. It ends
+// because only input points are inserted and both triangulations are canonical: with all points inserted they are
+// equal.
 
 #include "modelling/SurfaceCertifier.h"
 
@@ -29,7 +31,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The difference at the place where two edges cross properly.
+/// The difference at a proper crossing of two edges.
 double getDifferenceAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
     const Vector2 ab = getVector2D(a, b);
     const double ofC = crossProduct2D(ab, getVector2D(a, c)), ofD = crossProduct2D(ab, getVector2D(a, d));
@@ -149,7 +151,8 @@ std::vector<std::uint32_t> SurfaceCertifier::findMissing(double maxError) {
     return vMissing;
 }
 
-/// Of the corners of the triangle, the one farthest from the model; of triangles around it, if these are all in the model.
+/// The corner of the triangle that is farthest from the model; if all its corners are in the model, that of a triangle
+/// around it.
 std::uint32_t SurfaceCertifier::findPointNear(const Triangle2* pT) const {
     std::vector<const Triangle2*> vAround{pT};
     AddressSet sSeen;

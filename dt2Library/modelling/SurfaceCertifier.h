@@ -15,39 +15,40 @@ namespace LUMO_TARO25D {
 
 class Simplifier;
 
-/// Compares the surface of all points with a model made of some of them, and completes the model.
+/// Compares the surface of all points with a model of some of them, and completes the model.
 class SurfaceCertifier {
   public:
-    /// Builds the canonical triangulation of the kept lines and all points that were not left out. Everything given must live
-    /// as long.
+    /// Builds the canonical triangulation of the kept lines and all points that were not left out. All arguments must
+    /// outlive this object.
     SurfaceCertifier(Taro_2D& model, const std::vector<Point2>& vPoints, const std::vector<Segment2>& vKept,
                      Simplifier& simplifier, Progress& progress);
 
-    /// Inserts points into the model, whose diagonals become canonical, until the two surfaces differ by no more than a limit
-    /// anywhere, or the model has a number of points (0 for any).
+    /// Inserts points into the model until the two surfaces differ nowhere by more than maxError; stops before the
+    /// model would have more than maxNumPoints points (0 for any number). Makes the diagonals of the model canonical.
     void certify(double maxError, size_t maxNumPoints);
-    /// The largest difference of the surfaces.
+    /// The largest difference between the surfaces.
     double computeError();
 
   private:
     static constexpr std::uint32_t NONE = UINT32_MAX;
 
-    /// A place where the surfaces differ, and the triangle of all points that has it on its border.
+    /// A difference at a place, and a triangle of the full surface with that place on its border.
     struct Difference {
         double error = 0.0;
         const Triangle2* pT = nullptr;
     };
 
-    /// The largest difference along an edge of the model, found by following it through the surface of all points.
+    /// The largest difference along an edge of the model, found by following it through the full surface.
     Difference followEdge(const Point2* pSrc, const Point2* pTrg);
     /// Calls f with the ends of each edge of the model.
     template <class F>
     void forEachModelEdge(const F& f);
     double getPointError(std::uint32_t k) const;
-    /// The points that the model lacks where it is too far from the surface: one for each edge, and the worst one of each
-    /// triangle.
+    /// Points to be inserted where the model is too far from the full surface: one for each edge, and the worst point
+    /// of each triangle.
     std::vector<std::uint32_t> findMissing(double maxError);
-    /// A point near a place that is no vertex of the model.
+    /// The number of a point that is no vertex of the model, in or near a triangle of the full surface; NONE if there
+    /// is none.
     std::uint32_t findPointNear(const Triangle2* pT) const;
     Point2* getTwin(const Point2* pVtx);
 
@@ -56,7 +57,7 @@ class SurfaceCertifier {
     Simplifier& simplifier_;
     Progress& progress_;
     Taro_2D full_;
-    PointerMap<std::uint32_t> mNumbers_;  // of the points by the vertices of the full surface
+    PointerMap<std::uint32_t> mNumbers_;  // vertices of the full surface to numbers of points
     std::vector<std::uint32_t> vInFull_;  // the points that were not left out
     PointerMap<Point2*> mTwins_;          // vertices of the full surface by those of the model
 };

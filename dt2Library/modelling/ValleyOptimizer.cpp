@@ -1,13 +1,13 @@
 // Valleys and ridges.
 //
-// A Delaunay triangulation looks at x and y alone, so that its edges may run across a valley and leave dams in it, or make
-// terraces of contour lines. Here the cost of an edge is the angle between the normals of its two triangles; a flip changes it
-// for the edge itself and for the four sides of its quadrilateral, and is done if their sum falls (Dyn, Levin and Rippa 1990,
-// angle between normals).
+// A Delaunay triangulation depends on x and y alone, so that its edges may run across a valley and leave dams in it, or
+// make terraces of contour lines. Here the cost of an edge is the angle between the normals of its two triangles. A
+// flip changes the costs of the edge and of the four sides of its quadrilateral, and is done if their sum decreases
+// (Dyn, Levin and Rippa 1990, angle between normals).
 //
-// Each flip lowers the sum of all costs by at least 1e-9, so that the passes over the edges end. They go through the edges in
-// the order of their places, so that no address matters. Flipped edges are no longer Delaunay in general, and those beside
-// them need not be either: all of these become constraints.
+// Each flip lowers the sum of all costs by at least 1e-9, so that the passes over the edges end. A pass visits the
+// edges in the order of their coordinates, so that no address matters. Flipped edges, and edges that are not Delaunay
+// afterwards, become constraints.
 
 #include "modelling/ValleyOptimizer.h"
 
@@ -27,7 +27,7 @@ namespace {
 
 constexpr double MIN_GAIN = 1e-9;
 
-/// The angle between the normals of two triangles, in radians; 0 where one has none.
+/// The angle between the normals of two triangles, in radians; 0 if one has none.
 double getAngle(const Point2& a, const Point2& b, const Point2& c, const Point2& d, const Point2& e, const Point2& f) {
     bool bFirst = false, bSecond = false;
     const Vector2 u = getNormalVector(a, b, c, bFirst), v = getNormalVector(d, e, f, bSecond);
@@ -64,7 +64,7 @@ size_t ValleyOptimizer::run() {
         bAny = false;
         for (const Side& side : getEdges()) {
             mesh_.getProgress().throwIfStopped();
-            // A flip before may have changed the triangle; the edge then comes up in the next pass.
+            // An earlier flip may have changed the triangle; the edge is then visited in the next pass.
             if (!tryFlip(side.pT, side.i)) continue;
             ++numFlips;
             bAny = true;

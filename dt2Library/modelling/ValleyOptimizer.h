@@ -19,8 +19,8 @@ class ValleyOptimizer {
     ValleyOptimizer(Dt2& mesh, const std::vector<Triangle2*>& vTriangles, double minAngleDegree,
                     double maxHeightChange);
 
-    /// Flips until no flip lowers the cost, and makes constraints of one graph of what is not Delaunay then and of the
-    /// flipped edges. Returns the number of flips.
+    /// Flips until no flip lowers the cost, then makes constraints, in one graph, of the flipped edges and of the edges
+    /// that are not Delaunay. Returns the number of flips.
     size_t run();
 
   private:
@@ -31,7 +31,8 @@ class ValleyOptimizer {
     };
 
     bool tryFlip(Triangle2* pT, int i);
-    /// The angles at the edge between b and c of the quadrilateral a, b, d, c and at its four sides, as it is or flipped.
+    /// The sum of the angles at the diagonal b-c of the quadrilateral a, b, d, c, or at a-d if it were flipped, and at
+    /// its four sides.
     double getCost(const Triangle2* pT, int i, bool bFlipped) const;
     bool changesHeightTooMuch(const Point2& a, const Point2& b, const Point2& c, const Point2& d) const;
     std::vector<Side> getEdges() const;
