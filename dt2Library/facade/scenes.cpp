@@ -1,4 +1,8 @@
 // Scenes of a triangulation and of its zones, and files with them.
+//
+// Each call builds a visualizer, adds the triangles as one surface (a page also gets the constraint edges as lines),
+// and writes the file. The visualizer belongs to the drawing floor and knows no triangulation; its messages are
+// forwarded to the listeners of the triangulation, whose cancel flag also ends it.
 
 #include "mesh/Dt2.h"
 #include "support/PointerMap.h"
@@ -13,7 +17,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Hands what a visualizer tells on to the listeners of a triangulation.
+/// Forwards the messages of a visualizer to the listeners of a triangulation.
 class Forward : public MsgBase {
   public:
     explicit Forward(Progress& progress) : progress_(progress) {}
@@ -25,7 +29,7 @@ class Forward : public MsgBase {
     Progress& progress_;
 };
 
-/// A visualizer for the length of one call, which the triangulation's flag cancels and its listeners hear of.
+/// A visualizer for the duration of one call, with the cancel flag and the listeners of the triangulation.
 class SceneOfCall {
   public:
     SceneOfCall(Dt2* pDt2, const std::string& title)
@@ -41,7 +45,7 @@ class SceneOfCall {
     Visualizer3 visualizer_;
 };
 
-/// The triangles of a zone, or all of them where there is none. Warns if there are none.
+/// The triangles of a zone, or all triangles if pZone is null. Warns if there are none.
 std::vector<Triangle2*> getDrawnTriangles(const Dt2* pDt2, const Zone2* pZone, const char* location) {
     std::vector<Triangle2*> vTriangles;
     if (pZone) {
@@ -67,7 +71,7 @@ bool writeObjOf(Dt2* pDt2, const Zone2* pZone, const std::string& filename) {
     return scene->writeObj(filename);
 }
 
-/// The constraints along which the triangles meet each other or end, each once.
+/// The constraint edges of the triangles, each once.
 std::vector<Segment2> getBreaklines(const Taro_2D& mesh, const std::vector<Triangle2*>& vTriangles) {
     std::vector<Segment2> vSegments;
     PointerMap<bool> mSeen;
