@@ -1,5 +1,5 @@
-// Geomview's object format: a LIST of OFF and VECT objects. Geomview calculates with floats, so places are relative to the
-// middle of the scene.
+// Geomview's object format: a LIST of OFF and VECT objects. Geomview computes in floats, so coordinates are relative to
+// the middle of the scene.
 
 #include "drawing/SceneFile.h"
 
@@ -54,7 +54,7 @@ class GeomviewWriter {
         const size_t numLines = lines.vEnds.size() / 2;
         file_ << "{ VECT\n" << numLines << ' ' << lines.vEnds.size() << " 1\n";
         for (size_t i = 0; i < numLines; ++i) file_ << "2\n";
-        for (size_t i = 0; i < numLines; ++i) file_ << (i == 0 ? "1\n" : "0\n");  // the first colour holds for all
+        for (size_t i = 0; i < numLines; ++i) file_ << (i == 0 ? "1\n" : "0\n");  // the first colour applies to all
         task_.forEach(lines.vEnds.size(), [&](size_t i) {
             writePlace(lines.vEnds[i]);
             file_ << '\n';

@@ -1,8 +1,9 @@
-// Binary glTF 2.0: a JSON text that describes the scene, then the numbers. It is written by hand: a library would keep a copy
-// of all numbers, and what has to be escaped is names.
+// Binary glTF 2.0: a JSON text that describes the scene, then the numbers. It is written without a library, which would
+// keep a copy of all numbers; only names need escaping.
 //
-// Numbers of vertices are 16 bits wide, so a surface is cut into pieces: 12 bytes for each triangle would make a surface of
-// a million vertices a third larger. Colours are light there (linear), not what screens take.
+// Vertex numbers are 16 bits wide, so a surface is cut into pieces (PieceCutter): with 32 bits, 12 bytes for each
+// triangle, a surface of a million vertices would be a third larger. Colours in the format are linear, not sRGB.
+// Coordinates are floats relative to the middle of the scene, which is stored in "extras".
 
 #include <algorithm>
 #include <array>
@@ -27,7 +28,7 @@ enum PrimitiveMode { LINES = 1, TRIANGLES = 4 };
 using Float3 = std::array<float, 3>;
 using Rgba8 = std::array<std::uint8_t, 4>;
 
-/// The members of a list in JSON, and how many they are.
+/// A list in JSON under construction, and its number of members.
 class JsonList {
   public:
     /// Adds a member, and returns its number.
@@ -51,7 +52,7 @@ std::uint8_t toLinearByte(std::uint8_t component) {
     return static_cast<std::uint8_t>(std::lround(255.0 * toLinear(component)));
 }
 
-/// A ramp with its colours as light.
+/// A ramp with its colours in linear light.
 struct LightRamp {
     explicit LightRamp(const RampColors& ofScreen);
     RampColors colors;
@@ -153,13 +154,13 @@ size_t GlbWriter::getMaterial(const Color& color) {
     return vMaterialNumbers_.back().second;
 }
 
-/// That of surfaces whose vertices have colours.
+/// The material of surfaces whose vertices have colours.
 size_t GlbWriter::getPlainMaterial() {
     if (plainMaterial_ == std::numeric_limits<size_t>::max()) plainMaterial_ = materials_.add(getMaterialText(""));
     return plainMaterial_;
 }
 
-// --- what is in the scene ---
+// --- the objects of the scene ---
 
 LightRamp::LightRamp(const RampColors& ofScreen) : colors(ofScreen) {
     for (size_t i = 0; i < RampColors::NUM_STEPS; ++i) {
@@ -209,7 +210,7 @@ void GlbWriter::addLines(const SceneLines& lines) {
 
 // --- the file ---
 
-/// The root, which all others hang on; then the layers, each with the labels in it after it.
+/// The root, which is the parent of all layers; then each layer, followed by its labels.
 JsonList GlbWriter::getNodes() {
     std::vector<std::string> vNodes{""};
     std::string layers;

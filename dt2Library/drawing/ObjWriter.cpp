@@ -1,5 +1,6 @@
-// Wavefront OBJ knows colours as materials of faces. A ramp becomes some materials, and the triangles of its surface are
-// written by the material of their mean height, in one group each.
+// Wavefront OBJ gives colours to faces as materials. A ramp becomes 32 materials, and the triangles of its surface are
+// written in groups by the material of their mean height. Vertices are numbered from 1 through the whole file;
+// materials stand in a file of their own (writeObjMaterials), under names that follow from ramp or colour.
 
 #include <algorithm>
 #include <cctype>
@@ -15,7 +16,7 @@ namespace {
 constexpr size_t NUM_RAMP_MATERIALS = 32;
 constexpr size_t STEPS_PER_MATERIAL = RampColors::NUM_STEPS / NUM_RAMP_MATERIALS;
 
-/// A name without blanks, which end names here.
+/// A name without blanks, which would end a name in this format.
 std::string toName(const std::string& text) {
     std::string name = toOneLine(text);
     std::replace(name.begin(), name.end(), ' ', '_');
@@ -40,7 +41,7 @@ void writeVertices(const LargeVector<Xyz>& vVertices, SceneFile& file, SceneTask
     });
 }
 
-/// The number of the material of each triangle; 0 where there is no ramp.
+/// The number of the material of each triangle; 0 without a ramp.
 std::vector<std::uint8_t> getMaterials(const Scene3& scene, const SceneSurface& surface) {
     std::vector<std::uint8_t> vMaterials(surface.numTriangles());
     if (!surface.ramp) return vMaterials;
@@ -53,7 +54,7 @@ std::vector<std::uint8_t> getMaterials(const Scene3& scene, const SceneSurface& 
     return vMaterials;
 }
 
-/// The numbers of the triangles, those of one material after those of another.
+/// The numbers of the triangles, sorted by material.
 LargeVector<std::uint32_t> getOrder(const std::vector<std::uint8_t>& vMaterials) {
     std::array<size_t, NUM_RAMP_MATERIALS + 1> aBegin{};
     for (const std::uint8_t material : vMaterials) ++aBegin[material + 1u];

@@ -8,17 +8,17 @@
 
 namespace LUMO_TARO25D {
 
-/// A part of a surface with so few vertices that 16 bits number them.
+/// A part of a surface with few enough vertices for numbers of 16 bits.
 struct SurfacePiece {
     std::vector<std::uint32_t> vVertices;   // their numbers on the surface
     std::vector<std::uint16_t> vTriangles;  // three places in vVertices each
 };
 
-/// Cuts a surface into pieces: each grows from a triangle over its neighbours until its vertices have used the numbers up, so
-/// pieces are round and share few vertices. What is left between pieces is gathered in the next one. O(n).
+/// Cuts a surface into pieces. Each grows from a triangle over its neighbours until all numbers are used, so pieces are
+/// round and share few vertices. Triangles left between pieces are gathered in the next one. O(n).
 class PieceCutter {
   public:
-    /// Numbers of 16 bits, except the largest, which restarts strips where it is drawn.
+    /// All numbers of 16 bits except the largest, which restarts strips when drawn.
     static constexpr size_t MAX_VERTICES = 65535;
 
     PieceCutter(const SceneSurface& surface, SceneTask& task);
@@ -32,9 +32,9 @@ class PieceCutter {
     const SceneSurface& surface_;
     SceneTask& task_;
     TriangleLinks links_;
-    LargeVector<std::uint32_t> vPlaces_;        // of each vertex in its latest piece
+    LargeVector<std::uint32_t> vPlaces_;        // the place of each vertex in its latest piece
     std::vector<std::uint32_t> vPieceNumbers_;  // the latest piece of each vertex, 0 for none
-    std::vector<std::uint32_t> vQueue_;         // edges of the piece whose other sides are still to be seen
+    std::vector<std::uint32_t> vQueue_;         // edges of the piece that are still to be crossed
     std::uint32_t seed_ = 0;
     std::uint32_t pieceNumber_ = 0;
 };

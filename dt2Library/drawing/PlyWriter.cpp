@@ -1,4 +1,5 @@
-// Binary PLY, little endian, as the processors are that this library is for: all vertices of the scene, then the triangles, then the lines, each with numbers of those vertices.
+// Binary PLY in little endian, the byte order of the supported processors: all vertices of the scene, then the
+// triangles, then the lines, as numbers of those vertices.
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
-// The page of a Visualizer2: objects are collected as plain coordinates, extending the range as they come,
-// and are mapped to the page and written in one pass. PostScript keeps a current path that grows until
-// "stroke" draws it: a colour applies to everything in the path, so "stroke" precedes each change of colour,
-// and a path that grows without limit is slow to draw or refused by old interpreters, hence a "stroke" now and then.
+// The page of a Visualizer2. Objects are collected as plain coordinates, each extending the range; then they are mapped
+// to the page and written in one pass. PostScript keeps a current path that grows until "stroke" draws it. A colour
+// applies to the whole path, so "stroke" precedes each change of colour; and a very long path is slow to draw or
+// refused by old interpreters, so a "stroke" follows every OBJECTS_PER_STROKE objects.
 
 #include "drawing/PostscriptPage.h"
 
@@ -25,10 +25,10 @@ constexpr double PAGE_BOTTOM = 200.0;
 constexpr double LINE_SPACING = 1.2;  // of a label, in font sizes
 constexpr float MAX_LINE_WIDTH = 1000.0f;
 
-/// The value moved into [0, maximum]; 0 for NaN.
+/// The value clamped to [0, maximum]; 0 for NaN.
 float clamped(float value, float maximum) { return value > 0.0f ? std::min(value, maximum) : 0.0f; }
 
-/// The colour as an interpreter accepts it, and as colours can be sorted.
+/// The colour with its components clamped to the range of interpreters, and without NaN, so that colours can be sorted.
 Color drawable(Color color) {
     color.r = clamped(color.r, 1.0f);
     color.g = clamped(color.g, 1.0f);
@@ -44,7 +44,7 @@ std::string printable(std::string text) {
     return text;
 }
 
-/// The text as it stands between the parentheses of a PostScript string.
+/// The text escaped for the parentheses of a PostScript string.
 std::string quoted(const std::string& text) {
     std::string result;
     for (const char c : printable(text)) {
@@ -54,7 +54,7 @@ std::string quoted(const std::string& text) {
     return result;
 }
 
-/// The largest size, 6 to 12, with which the lines fit into the block in height and, at a guess, in width.
+/// The largest font size from 6 to 12 at which the lines fit into the block in height and, by estimate, in width.
 int headerFontSize(size_t numLines, size_t maxLength) {
     size_t size = std::min<size_t>(12, 100 / numLines - 2);
     if (maxLength > 0) size = std::min(size, 500 / maxLength);
@@ -70,7 +70,7 @@ PostscriptPage::PostscriptPage(const std::string& filename) : filename_(filename
 
 // --- collecting ---
 
-/// Extends the range and returns true, or does nothing and returns false if a coordinate is not finite.
+/// Extends the range; false, without effect, if a coordinate is not finite.
 bool PostscriptPage::include(std::initializer_list<XY> corners) {
     for (const XY& corner : corners) {
         if (!std::isfinite(corner.x) || !std::isfinite(corner.y)) return false;
@@ -116,7 +116,7 @@ void PostscriptPage::addHeaderLine(const std::string& text) {
 
 // --- mapping to the page ---
 
-/// Completes the range. Where width or height could overflow, and 480 times it with them, coordinates are shrunk first.
+/// Completes the range. If 480 times width or height could overflow, coordinates are multiplied by shrink_ first.
 void PostscriptPage::setRange() {
     rangeX_.complete();
     rangeY_.complete();
@@ -194,7 +194,7 @@ void PostscriptPage::writeHeaderLines() {
         y -= pitch;
         out_ << "240\t" << y << "\tmoveto\n(" << quoted(text.substr(0, MAX_HEADER_LENGTH)) << ")\tshow\n";
     }
-    // The last line stands twice: pages are compared as text, and this is how they have always looked.
+    // The last "lineto" is repeated because pages are compared as text with those of earlier releases.
     out_ << "237\t692\tmoveto\n237\t" << top << "\tlineto\n237\t692\tmoveto\n570\t692\tlineto\n570\t692\tlineto\n";
 }
 

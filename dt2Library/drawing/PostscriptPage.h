@@ -40,7 +40,7 @@ struct Disk {
 template <class ShapeT>
 using ColoredList = std::vector<std::pair<ShapeT, Color>>;
 
-/// One axis of the bounding box of what was collected.
+/// One axis of the bounding box of the collected objects.
 struct Interval {
     double min = std::numeric_limits<double>::max();
     double max = std::numeric_limits<double>::lowest();
@@ -60,7 +60,7 @@ struct Interval {
     }
 };
 
-/// A drawing on one page of PostScript. What is added before it is written decides the range that the page shows.
+/// A drawing on one page of PostScript. The page shows the bounding box of all objects added before it is written.
 class PostscriptPage {
   public:
     explicit PostscriptPage(const std::string& filename);
@@ -116,9 +116,9 @@ class PostscriptPage {
     std::vector<std::string> vHeaderLines_;
 
     Interval rangeX_, rangeY_;
-    double shrink_ = 1.0;                          // a power of 2 by which coordinates are multiplied first
-    double extent_ = 1.0;                          // the larger of width and height, multiplied with it
-    std::optional<Color> currentColor_ = Color();  // none after a fill, which leaves a colour of its own
+    double shrink_ = 1.0;                          // a power of two, multiplied to coordinates first
+    double extent_ = 1.0;                          // the larger of width and height, times shrink_
+    std::optional<Color> currentColor_ = Color();  // unknown after a fill, which sets a colour of its own
     size_t numDrawn_ = 0;
 };
 

@@ -20,7 +20,7 @@ using Xyz = std::array<double, 3>;
 /// Triangles of one layer, with vertices of their own.
 struct SceneSurface {
     size_t layer;
-    std::optional<ColourRamp> ramp;  // the colour counts where there is none
+    std::optional<ColourRamp> ramp;  // if none, the colour is used
     Color color;
     LargeVector<Xyz> vVertices;
     LargeVector<std::uint32_t> vTriangles;  // three vertex numbers each
@@ -43,7 +43,7 @@ struct SceneLabel {
     int size;
 };
 
-/// What a Visualizer3 has collected.
+/// The objects that a Visualizer3 has collected.
 struct Scene3 {
     std::string title;
     double exaggeration = 1.0;
@@ -53,15 +53,15 @@ struct Scene3 {
     std::vector<SceneLabel> vLabels;
     mutable Progress progress;
 
-    /// The number of a layer, which is made if there is none of that name.
+    /// The number of the layer with this name; makes it if there is none.
     size_t getLayer(const std::string& name);
     bool isEmpty() const { return vSurfaces.empty() && vLines.empty() && vLabels.empty(); }
-    /// The vertices of surfaces and lines.
+    /// The number of vertices of surfaces and lines.
     size_t numVertices() const;
-    /// What a writer has to do: the vertices and triangles, and the ends of lines.
+    /// The number of steps of a writer: vertices, triangles, and ends of lines.
     size_t numItems() const;
 
-    /// The colours of a ramp over the heights of all surfaces that have it.
+    /// The heights of all surfaces with a ramp; for the diverging ramp, extended to be symmetric about 0.
     HeightRange getRange(ColourRamp ramp) const;
     RampColors getColors(ColourRamp ramp) const { return RampColors(ramp, getRange(ramp)); }
 
@@ -73,7 +73,7 @@ struct Scene3 {
     Xyz getCentre() const;
 };
 
-/// The progress of one task on a scene: listeners hear how far it is, and the cancel flag ends it.
+/// The progress of one task on a scene, with reports to listeners and the cancel flag.
 class SceneTask {
   public:
     SceneTask(Progress& progress, const std::string& name, size_t numItems) : progress_(progress), end_(progress) {
@@ -97,7 +97,7 @@ class SceneTask {
             for (size_t i = begin; i < end; ++i) f(i);
         });
     }
-    /// For step i of work that is not counted: looks at the cancel flag now and then.
+    /// For step i of work that is not counted: reads the cancel flag every few thousand steps.
     void look(size_t i) const {
         if (i % NUM_IN_BATCH == 0) progress_.throwIfStopped();
     }

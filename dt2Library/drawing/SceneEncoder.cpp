@@ -1,3 +1,10 @@
+// The encoder of scenes for the page. The format is described in SceneEncoder.h.
+//
+// A walk visits all triangles of a surface, depth first: an edge with a triangle behind it that is not reserved yet
+// becomes a gate on a stack, and the triangle is reserved for it, so that no triangle is written twice and the decoder
+// can follow with the same stack. Each vertex is written at its first use, as the difference from a guess: the fourth
+// corner of the parallelogram over the gate, or the vertex before at the start of a walk.
+
 #include "drawing/SceneEncoder.h"
 
 #include <algorithm>
@@ -10,7 +17,8 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// A power of two: fine enough to see no difference, and so coarse that a double holds every number of steps.
+/// The step for an extent: a power of two, finer than any visible difference, and coarse enough that a double holds
+/// every number of steps.
 double getStepFor(double extent) {
     constexpr int MAX_EXPONENT = -14, BITS_OF_EXTENT = 24, MAX_BITS = 50, MIN_EXPONENT = -1000;
     int exponent = 0;
@@ -32,26 +40,27 @@ class SceneEncoder::Walk {
           vNumbers_(surface.vVertices.size(), TriangleLinks::NONE) {}
 
     void go() {
-        encoder_.task_.forEach(surface_.numTriangles(), [this](size_t) { tellNext(); });
+        encoder_.task_.forEach(surface_.numTriangles(), [this](size_t) { writeNext(); });
     }
 
   private:
-    /// An edge that waits to be crossed: as the triangle has it that is told by then, and the same edge across it.
+    /// An edge that waits to be crossed: as a corner number in the triangle already written, and in the triangle
+    /// across.
     struct Gate {
         std::uint32_t near, far;
     };
 
-    void tellNext() {
+    void writeNext() {
         if (vGates_.empty()) {
-            tellStart();
+            writeStart();
         } else {
             const Gate gate = vGates_.back();
             vGates_.pop_back();
-            tellAcross(gate);
+            writeAcross(gate);
         }
     }
 
-    /// Whether there is a triangle across the edge that was neither told nor promised. It is promised then.
+    /// Reserves the triangle across an edge, if there is one that is neither written nor reserved; false if not.
     bool open(std::uint32_t edge) {
         const std::uint32_t across = links_.findAcross(edge);
         if (across == TriangleLinks::NONE) return false;
@@ -60,7 +69,7 @@ class SceneEncoder::Walk {
         return true;
     }
 
-    void tellStart() {
+    void writeStart() {
         while (links_.isTaken(seed_)) ++seed_;
         links_.take(seed_);
         unsigned flags = 0;
@@ -69,12 +78,12 @@ class SceneEncoder::Walk {
         for (std::uint32_t k = 0; k < 3; ++k) {
             const std::uint32_t vertex = links_.getVertex(3 * seed_ + k);
             encoder_.addNumber(getDistance(vertex));
-            if (isNew(vertex)) tellPlace(vertex, last_);
+            if (isNew(vertex)) writePlace(vertex, last_);
         }
     }
 
-    void tellAcross(const Gate& gate) {
-        // The far triangle has the edge from b to a; its third corner is the one before that edge.
+    void writeAcross(const Gate& gate) {
+        // In the far triangle the edge runs from b to a; its third corner is the one before that edge.
         const std::uint32_t toThird = TriangleLinks::getNext(gate.far), third = TriangleLinks::getNext(toThird);
         const std::uint32_t vertex = links_.getVertex(third);
         const unsigned first = open(toThird), second = open(third);  // the order is part of the format
@@ -82,7 +91,7 @@ class SceneEncoder::Walk {
         constexpr std::uint32_t LARGE = 63;
         encoder_.vBytes_.push_back(static_cast<std::uint8_t>(first | second << 1 | std::min(distance, LARGE) << 2));
         if (distance >= LARGE) encoder_.addNumber(distance - LARGE);
-        if (isNew(vertex)) tellPlace(vertex, guess(gate));
+        if (isNew(vertex)) writePlace(vertex, guess(gate));
     }
 
     /// The fourth corner of the parallelogram over the edge, away from the near triangle.
@@ -94,11 +103,11 @@ class SceneEncoder::Walk {
     }
 
     bool isNew(std::uint32_t vertex) const { return vNumbers_[vertex] == TriangleLinks::NONE; }
-    /// How far back the vertex is in the list of those that were told; 0 for a new one.
+    /// The distance of a vertex from the end of the list of vertices written so far; 0 for a new one.
     std::uint32_t getDistance(std::uint32_t vertex) const {
         return isNew(vertex) ? 0 : static_cast<std::uint32_t>(vSteps_.size()) - vNumbers_[vertex];
     }
-    void tellPlace(std::uint32_t vertex, const Steps& guess) {
+    void writePlace(std::uint32_t vertex, const Steps& guess) {
         const Steps steps = encoder_.toSteps(surface_.vVertices[vertex]);
         encoder_.addPlace(steps, guess);
         last_ = steps;
@@ -109,8 +118,8 @@ class SceneEncoder::Walk {
     SceneEncoder& encoder_;
     const SceneSurface& surface_;
     TriangleLinks links_;
-    std::vector<std::uint32_t> vNumbers_;  // of the vertices, as they were told
-    std::vector<Steps> vSteps_;            // of the vertices that were told
+    std::vector<std::uint32_t> vNumbers_;  // the number of each vertex in the order of writing
+    std::vector<Steps> vSteps_;            // the places of the vertices written so far
     std::vector<Gate> vGates_;
     Steps last_{};
     std::uint32_t seed_ = 0;

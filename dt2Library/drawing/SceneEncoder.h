@@ -8,22 +8,23 @@
 
 namespace LUMO_TARO25D {
 
-/// Turns the places and triangles of a scene into the few bytes that the page decodes again (web/src/decode.ts).
+/// Encodes the places and triangles of a scene in few bytes, which the page decodes (web/src/decode.ts).
 ///
-/// Places become whole numbers of steps from an origin; a step is at most 2^-14 (0.06 mm, if the unit is a metre) and a
-/// 16-millionth of the extent. Numbers are written in groups of seven bits, the lowest first, with the eighth bit set in all
-/// but the last byte; signed ones as 2n or, if negative, as -2n - 1.
+/// Places become integer multiples of a step from an origin; a step is at most 2^-14 (0.06 mm, if the unit is a metre)
+/// and a 16-millionth of the extent. Numbers are written in groups of seven bits, the lowest first, with the eighth bit
+/// set in all bytes except the last; a signed number n is written as 2n or, if negative, as -2n - 1.
 ///
-/// The triangles are told in the order of a walk over their neighbours, in which most of them cost one byte and most
-/// vertices are guessed from the triangle before (Touma and Gotsman 1998, in a simpler form):
+/// The triangles are written in the order of a walk over their neighbours, in which most triangles cost one byte and
+/// most vertices are predicted from the triangle before (Touma and Gotsman 1998, in a simpler form):
 ///
-///   - A walk starts at a triangle that was not told yet: a byte with a bit for each edge that the walk will cross, then its
-///     corners, 0 for a new vertex and its place, or how far back in the list of vertices the corner is.
-///   - Crossing an edge gives a triangle of which two corners are known: a byte, in it two bits for the edges that will be
-///     crossed from there (the one from the first known corner, and the one to the second), and from bit 2 on 0 for a new
-///     vertex, or how far back the third corner is, or 63 and the rest in a number of its own.
-///   - Edges that are to be crossed wait on a stack.
-///   - A new vertex has its place relative to the corner that would make a parallelogram, or at a start to the vertex before.
+///   - A walk starts at a triangle that is not written yet: a byte with a bit for each edge that the walk will cross,
+///     then for each corner 0 and the place of a new vertex, or the distance back in the list of vertices.
+///   - Crossing an edge leads to a triangle of which two corners are known: a byte with two bits for the edges to be
+///     crossed from there (first the edge from the first known corner, then the edge to the second), and from bit 2 on
+///     0 for a new vertex, or the distance back of the third corner, or 63 with the rest in a number of its own.
+///   - Edges to be crossed wait on a stack.
+///   - The place of a new vertex is relative to the fourth corner of a parallelogram, or, at a start, to the vertex
+///     before.
 class SceneEncoder {
   public:
     SceneEncoder(const Scene3& scene, SceneTask& task);

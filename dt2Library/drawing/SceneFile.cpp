@@ -11,7 +11,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The length of the UTF-8 sequence at the place, 0 if there is none (Unicode 15, table 3-7).
+/// The length of the UTF-8 sequence at an index of a text; 0 if it is invalid (Unicode 15, table 3-7).
 size_t getSequenceLength(const std::string& text, size_t at) {
     const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
     const unsigned first = byte(at), second = byte(at + 1);

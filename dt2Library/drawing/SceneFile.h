@@ -12,7 +12,7 @@
 
 namespace LUMO_TARO25D {
 
-/// What a scene's file holds, gathered in a buffer on its way there.
+/// A buffered writer for the file of a scene.
 class SceneFile {
   public:
     explicit SceneFile(std::FILE* pFile) : pFile_(pFile) { buffer_.reserve(2 * BUFFER_SIZE); }
@@ -23,14 +23,14 @@ class SceneFile {
         return *this;
     }
     SceneFile& operator<<(char c) { return *this << std::string_view(&c, 1); }
-    /// A number with as many digits as it takes to read the same number again.
+    /// Writes a number with the fewest digits that read back as the same number.
     template <class T, class = std::enable_if_t<std::is_arithmetic_v<T>>>
     SceneFile& operator<<(T number) {
         char aDigits[32];
         const auto end = std::to_chars(aDigits, aDigits + sizeof(aDigits), number).ptr;
         return *this << std::string_view(aDigits, static_cast<size_t>(end - aDigits));
     }
-    /// The bytes of a value as they are in memory.
+    /// Writes the bytes of a value as they are in memory.
     template <class T>
     void writeBytes(const T& value) {
         static_assert(std::is_trivially_copyable_v<T>);
@@ -41,7 +41,7 @@ class SceneFile {
         bWell_ = bWell_ && std::fwrite(buffer_.data(), 1, buffer_.size(), pFile_) == buffer_.size();
         buffer_.clear();
     }
-    /// Ends in failure, for what the format cannot hold.
+    /// Makes the file a failure, for content that the format cannot represent.
     void fail() { bWell_ = false; }
     /// Whether everything has been written.
     bool finish() {
@@ -57,21 +57,22 @@ class SceneFile {
     bool bWell_ = true;
 };
 
-/// A number as text, in as many digits as it takes.
+/// A number as text, with the fewest digits that read back as the same number.
 template <class T>
 std::string toText(T number) {
     char aDigits[32];
     return std::string(aDigits, std::to_chars(aDigits, aDigits + sizeof(aDigits), number).ptr);
 }
 
-/// Writes a scene into a file by a function that is given the file and the task to report to; it may throw. Warns, with the
-/// location, and returns false where the scene is empty or too large and where the file cannot be written.
+/// Writes a scene to a file by a function, which gets the file and the task for its progress and may throw. False, with
+/// a warning at the location, if the scene is empty or too large or the file cannot be written.
 bool writeScene(const Scene3& scene, const std::string& filename, const char* location, const char* taskName,
                 const std::function<void(SceneFile&, SceneTask&)>& write);
 
 /// The text on one line, with a blank for each control character.
 std::string toOneLine(std::string text);
-/// The text as JSON, in quotes. Bytes that are no UTF-8 become U+FFFD, and no "<" is left, so that it may stand in HTML.
+/// The text as a JSON string. Bytes that are no UTF-8 become U+FFFD, and "<" is escaped, so that the text may be
+/// embedded in HTML.
 std::string toJson(const std::string& text);
 /// Numbers as a list in JSON.
 template <class Numbers>

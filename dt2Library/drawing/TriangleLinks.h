@@ -8,10 +8,10 @@
 
 namespace LUMO_TARO25D {
 
-/// Finds the neighbours of the triangles of a surface, and remembers which triangles have been taken.
+/// Finds the neighbours of the triangles of a surface, and marks triangles as taken.
 ///
-/// Corner k of triangle i has the number 3 i + k, and is also the name of the edge that runs from it to the next corner. The
-/// corners are listed by their vertices, so the neighbour across an edge is found among the few corners at its end.
+/// Corner k of triangle i has the number 3 i + k, which also identifies the edge from it to the next corner. Corners
+/// are listed by vertex, so the neighbour across an edge is found among the few corners at its end.
 class TriangleLinks {
   public:
     static constexpr std::uint32_t NONE = 0xFFFFFFFF;
@@ -39,7 +39,7 @@ class TriangleLinks {
     bool isTaken(std::uint32_t triangle) const { return vbTaken_[triangle] != 0; }
     void take(std::uint32_t triangle) { vbTaken_[triangle] = 1; }
 
-    /// The same edge as a triangle across it has it that is not taken yet; NONE if there is no such triangle.
+    /// The number of the same edge in the triangle across it, if that triangle is not taken; NONE if there is none.
     std::uint32_t findAcross(std::uint32_t edge) const {
         const std::uint32_t src = getVertex(edge), trg = getVertex(getNext(edge));
         for (std::uint32_t i = vBegin_[trg]; i < vBegin_[trg + 1]; ++i) {
@@ -51,7 +51,7 @@ class TriangleLinks {
 
   private:
     const LargeVector<std::uint32_t>& vTriangles_;
-    std::vector<std::uint32_t> vBegin_;  // of each vertex in vCorners_
+    std::vector<std::uint32_t> vBegin_;  // the first corner of each vertex in vCorners_
     LargeVector<std::uint32_t> vCorners_;
     std::vector<std::uint8_t> vbTaken_;
 };

@@ -10,9 +10,9 @@ namespace LUMO_TARO25D {
 
 /// Numbers the vertices of triangles in the order in which they are first asked for.
 ///
-/// A plain hash table scatters neighbours, and each of the six questions for a vertex goes to another line of the cache.
-/// Here only the pages of memory are hashed, and within a page a table has the numbers by address, so that vertices which
-/// are neighbours in memory have their numbers side by side.
+/// In a plain hash table neighbours are scattered, and each of the six look-ups of a vertex reads another cache line.
+/// Here only the pages of memory are hashed, and within a page a table holds the numbers by address, so that vertices
+/// which are neighbours in memory have their numbers side by side.
 class VertexNumbers {
   public:
     /// The number of a vertex: the next one if it is new, and then `isNew` answers true.
@@ -23,7 +23,7 @@ class VertexNumbers {
         if (bNew_) number = ++numVertices_;
         return number - 1;
     }
-    /// Whether the vertex that was asked for last was new.
+    /// Whether the vertex of the last getNumber was new.
     bool isNew() const { return bNew_; }
 
   private:

@@ -1,3 +1,10 @@
+// A scene is collected layer by layer and written on demand, in any of the formats and more than once. Objects that are
+// null or not finite are left out, with one warning for each call. The vertices of a surface are numbered by address
+// (VertexNumbers), so that triangles which share vertices share them in the file.
+//
+// Each writer is a function of its own file (SceneFile.h); writeScene runs it into a temporary file that replaces the
+// old one only if it is complete.
+
 #include "taro25d/Visualizer3.h"
 
 #include <cmath>
@@ -37,7 +44,7 @@ void addSurfaceTo(Scene3& scene, const std::vector<Triangle2*>& vTriangles, cons
     SceneTask task(scene.progress, "Collecting a surface", vTriangles.size());
     VertexNumbers numbers;
     size_t numLeftOut = 0;
-    surface.vVertices.reserve(vTriangles.size() / 2 + 2);  // as many as a mesh has
+    surface.vVertices.reserve(vTriangles.size() / 2 + 2);  // the usual number in a mesh
     surface.vTriangles.reserve(3 * vTriangles.size());
     task.forEach(vTriangles.size(), [&](size_t i) {
         if (!isDrawable(vTriangles[i])) {

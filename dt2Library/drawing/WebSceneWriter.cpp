@@ -1,5 +1,6 @@
-// One HTML file: the viewer as a script, a description of the scene as JSON, and its numbers in blocks of text (base64), so
-// that a browser can take them up one after the other.
+// One HTML file: the viewer as a script, a description of the scene as JSON, and its numbers (SceneEncoder) in blocks
+// of base64, which a browser can decode one by one. The page loads nothing from elsewhere, which its content security
+// policy enforces; titles and labels are escaped.
 
 #include <algorithm>
 #include <array>

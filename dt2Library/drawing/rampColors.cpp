@@ -52,7 +52,7 @@ const char* getName(ColourRamp ramp) {
 
 RampColors::RampColors(ColourRamp ramp, const HeightRange& range)
     : low_(range.low), factor_(NUM_STEPS / (range.high - range.low)) {
-    if (!(range.low < range.high)) {  // level: the middle of the ramp
+    if (!(range.low < range.high)) {  // a single height gets the middle of the ramp
         low_ -= 0.5;
         factor_ = NUM_STEPS;
     }

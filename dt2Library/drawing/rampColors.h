@@ -10,23 +10,23 @@
 
 namespace LUMO_TARO25D {
 
-/// A colour as screens take it (sRGB).
+/// A colour in sRGB.
 struct Rgb8 {
     std::uint8_t r, g, b;
 };
 
-/// The colour, its components moved into the range from 0 to 1.
+/// The colour with its components clamped to the range from 0 to 1.
 Rgb8 toRgb8(const Color& color);
-/// A component of a colour as light, from 0 to 1 (IEC 61966-2-1).
+/// The linear value, from 0 to 1, of an sRGB component (IEC 61966-2-1).
 double toLinear(std::uint8_t component);
 
-/// A colour of a ramp, and how far up the ramp it stands, from 0 to 1.
+/// A colour of a ramp, and its position in the ramp from 0 to 1.
 struct RampStop {
     double place;
     Rgb8 color;
 };
 const std::vector<RampStop>& getStops(ColourRamp ramp);
-/// The name under which files know a ramp.
+/// The name of a ramp in files.
 const char* getName(ColourRamp ramp);
 
 /// A range of heights.

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-// The assembler puts the script into the library as it is: as text of C++ it would be the largest source by far.
+// The assembler embeds the script in the library unchanged; as a C++ literal it would be the largest source by far.
 #ifdef TARO25D_VIEWER_SCRIPT
 asm(".pushsection .rodata\n"
     "taro25d_viewer_begin: .incbin \"" TARO25D_VIEWER_SCRIPT

@@ -4,7 +4,7 @@
 
 namespace LUMO_TARO25D {
 
-/// The viewer's script, which is built from web/ beforehand; empty in a library that was built without it.
+/// The viewer's script, built from web/ before the library; empty if the library was built without it.
 std::string_view getViewerScript();
 
 }  // namespace LUMO_TARO25D
