@@ -1,13 +1,14 @@
 // Bands of height between levels.
 //
-// Every triangle that levels cut gives a side to the bands on both sides of each cut, with the area on the left, in opposite
-// directions. The border of the surface gives sides to the bands that are there. So does an edge that lies in a level, from
-// both of its triangles, and where both are in one band the two sides cancel. What one band has on a common line its neighbour
-// has too, turned around, with the same nodes. So the areas of the bands add up to that of the surface, whatever rounding does
-// to single points. A level belongs to the band above, but the ground of a triangle below that only touches it does not.
+// A side is a directed segment with the area of its band on the left. Every triangle that a level cuts gives a side to
+// the bands below and above the cut, in opposite directions. A border edge of the surface gives sides to the bands
+// along it. An edge that lies in a level gives a side from each of its two triangles; if both are in one band, the two
+// sides cancel. So neighbouring bands have the same sides on their common line, in opposite directions and with the
+// same nodes, and the areas of the bands add up to that of the surface, whatever the rounding of single points. A level
+// belongs to the band above, except that a triangle below which only touches the level stays in the band below.
 //
-// Nodes are known by their places (BandNodes). Where rounding could exchange crossings on an edge, they are one node, and the
-// sides between them vanish.
+// Nodes are identified by their places (BandNodes). Crossings on an edge that are so near that rounding could exchange
+// them are one node, and the sides between them vanish.
 //
 // Cost: O(n) for the triangles and O(k log k) for k sides.
 
@@ -88,7 +89,7 @@ void BandBuilder::collectSides() {
     for (const Edge2& edge : vBorder) addBorderEdge(edge);
 }
 
-/// Along each level strictly between the lowest and the highest corner.
+/// Cuts a triangle along each level strictly between its lowest and its highest corner.
 void BandBuilder::cut(const Triangle2& triangle) {
     std::array<int, 3> aOrder{0, 1, 2};
     std::sort(aOrder.begin(), aOrder.end(), [&triangle](int i, int j) {
@@ -98,7 +99,7 @@ void BandBuilder::cut(const Triangle2& triangle) {
     const Point2 &low = *triangle.getCorner(aOrder[0]), &middle = *triangle.getCorner(aOrder[1]),
                  &high = *triangle.getCorner(aOrder[2]);
     const bool bMiddleOnRight =
-        (incIndexBy1(aOrder[0]) == aOrder[1]) != isClockwise(triangle);  // of the way from low to high
+        (incIndexBy1(aOrder[0]) == aOrder[1]) != isClockwise(triangle);  // of the edge from low to high
     const size_t begin = countUpTo(low.z()), end = countBelow(high.z());
     if (begin >= end) return;
     const size_t endLower = std::max(begin, countBelow(middle.z())), beginUpper = std::min(end, countUpTo(middle.z()));
@@ -115,13 +116,13 @@ void BandBuilder::cut(const Triangle2& triangle) {
     }
 }
 
-/// The band in which a triangle is at an edge whose ends have one height.
+/// The band of a triangle next to an edge whose ends have equal heights.
 size_t BandBuilder::getBandAtLevelEdge(const Triangle2& triangle, int i) const {
     const double height = triangle.getCorner(incIndexBy1(i))->z();
     return triangle.getCorner(i)->z() < height ? countBelow(height) : countUpTo(height);
 }
 
-/// Edges in a level, those at the border too.
+/// Adds the edges that lie in a level, border edges included.
 void BandBuilder::addLevelEdges(const Triangle2& triangle) {
     for (int i = 0; i < 3; ++i) {
         const double height = triangle.getCorner(incIndexBy1(i))->z();
@@ -131,7 +132,7 @@ void BandBuilder::addLevelEdges(const Triangle2& triangle) {
     }
 }
 
-/// Edges without a neighbour in the list, and without an equal one of a triangle that does not know its neighbour.
+/// Edges without a neighbour in the list, except pairs of equal edges of triangles that are not linked.
 void BandBuilder::findBorder(std::vector<Edge2>& vBorder) const {
     std::vector<Triangle2*> vTriangles;
     vTriangles.reserve(tree_.getNumTriangles());

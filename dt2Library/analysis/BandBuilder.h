@@ -16,7 +16,7 @@ namespace LUMO_TARO25D {
 /// Divides a surface into bands of height.
 class BandBuilder {
   public:
-    /// For levels that are sorted and different.
+    /// The levels must be sorted and different.
     BandBuilder(const HeightTree& tree, const std::vector<double>& vLevels, Progress& progress)
         : tree_(tree), vLevels_(vLevels), progress_(progress), nodes_(vLevels), vSidesOf_(vLevels.size() + 1) {}
 
@@ -28,7 +28,7 @@ class BandBuilder {
   private:
     using Index = BandNodes::Index;
 
-    /// How many levels are at or below a height, and how many are below it.
+    /// The number of levels at or below a height, and below it.
     size_t countUpTo(double height) const;
     size_t countBelow(double height) const;
     void cut(const Triangle2& triangle);
@@ -42,7 +42,7 @@ class BandBuilder {
     const std::vector<double>& vLevels_;
     Progress& progress_;  // counts triangles and bands
     BandNodes nodes_;
-    std::vector<std::vector<RingBuilder::Side>> vSidesOf_;  // each band, the area on the left
+    std::vector<std::vector<RingBuilder::Side>> vSidesOf_;  // for each band, with its area on the left
     std::vector<Index> vLong_, vLower_, vUpper_;            // nodes on the edges of a triangle
 };
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t MIN_TABLE_SIZE = 1024;
 
-/// Within a few units in the last place of coordinates up to a magnitude.
+/// Whether two points are within BAND_RESOLUTION of each other in x and in y.
 bool isNear(const Point2& a, const Point2& b, double magnitude) {
     return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y())) <= BAND_RESOLUTION * magnitude;
 }
@@ -43,7 +43,7 @@ void BandNodes::getCrossings(const Point2& low, const Point2& high, size_t begin
     }
 }
 
-/// Of several heights at one place that of a corner counts, and otherwise the lowest, whatever the order.
+/// Of several heights at one place, that of a corner wins, otherwise the lowest, whatever the order of calls.
 BandNodes::Index BandNodes::add(const Point2& point, bool bCorner) {
     const size_t slot = findSlot(point.x(), point.y());
     if (vTable_[slot] == NONE) {

@@ -9,13 +9,13 @@
 
 namespace LUMO_TARO25D {
 
-/// The points of the rings of bands, each once: what has the same x and y is one node. Triangles that share an edge, or have
-/// equal edges, come to equal nodes.
+/// The points of the rings of bands: points with equal x and y are one node. Triangles that share an edge, or have
+/// equal edges, get the same nodes on it.
 class BandNodes {
   public:
     using Index = std::uint32_t;
 
-    /// For the levels, which are sorted and different.
+    /// The levels must be sorted and different.
     explicit BandNodes(const std::vector<double>& vLevels);
 
     size_t size() const { return vPoints_.size(); }
@@ -23,9 +23,9 @@ class BandNodes {
 
     /// The node of a corner, whose height it takes.
     Index addCorner(const Point2& corner) { return add(corner, true); }
-    /// Replaces a list by the nodes at which some levels, all strictly between the heights of two points, cross the segment
-    /// from the lower one. A crossing that is so near to an end or to the one before it that rounding may exchange them falls
-    /// on that.
+    /// Replaces a list by the nodes at which the levels [beginLevel, endLevel) cross the segment from low to high; all
+    /// must be strictly between the two heights. A crossing that rounding could exchange with an end, or with the
+    /// crossing before it, gets the node of that.
     void getCrossings(const Point2& low, const Point2& high, size_t beginLevel, size_t endLevel,
                       std::vector<Index>& vCrossings);
 

@@ -1,7 +1,8 @@
-// The volume of a component is that of the solid between the two surfaces: the triangles at one height, the same triangles
-// at the other, turned over, and walls along the border. By the divergence theorem it is the sum of the signed volumes of
-// the tetrahedra that the triangles of this closed surface make with any point. That point is a corner of the component,
-// so that only differences of coordinates are multiplied: far from the origin nothing is lost.
+// The volume of a component is that of the solid between the two surfaces: the triangles at one height, the same
+// triangles at the other, turned over, and walls along the border. By the divergence theorem it is the sum of the
+// signed volumes of the tetrahedra that the triangles of this closed surface make with any point. That point is a
+// corner of the component, so that only differences of coordinates are multiplied, and no digits are lost far from the
+// origin.
 
 #include "taro25d/CAF_Component.h"
 
@@ -89,7 +90,7 @@ void CAF_Component::setVolume(const HeightMap& heights) {
         solid.addTriangle(src.bottom, trg.bottom, trg.top);
         solid.addTriangle(src.bottom, trg.top, src.top);
     }
-    volume_ = std::max(0.0, solid.getVolume());  // of a sliver, rounding may leave less than nothing
+    volume_ = std::max(0.0, solid.getVolume());  // rounding may make that of a sliver negative
 }
 
 double CAF_Component::getArea2D() const {
@@ -100,7 +101,7 @@ double CAF_Component::getArea2D() const {
     return area;
 }
 
-/// z of a corner is the difference.
+/// The z of a corner is the height difference.
 double CAF_Component::getMaxHeightDifference() const {
     double largest = 0.0;
     for (const Triangle2* pT : vTriangles_) {

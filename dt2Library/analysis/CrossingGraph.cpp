@@ -1,3 +1,10 @@
+// Contour lines of one height, from the triangles that the plane of that height cuts.
+//
+// Each triangle links the crossings on two of its edges. Crossings are found by a hash of the ends of their edge, so
+// that both triangles of an edge get the same one. A crossing with one link is the end of an open chain; chains are
+// followed from their ends first, then the rest are rings. The direction of a chain comes from the first of its
+// triangles with an area, by an exact test of the corners.
+
 #include "analysis/CrossingGraph.h"
 
 #include <iterator>
@@ -32,7 +39,7 @@ bool CrossingGraph::add(const Triangle2& triangle) {
     const Point2* pAlone = triangle.getCorner(alone);
     const Index a = findCrossing(pAlone, triangle.getCorner(incIndexBy1(alone)));
     const Index b = findCrossing(pAlone, triangle.getCorner(incIndexBy2(alone)));
-    return a == b || (link(a, b) && link(b, a));  // one edge only: two corners are equal
+    return a == b || (link(a, b) && link(b, a));  // equal if two corners of the triangle are equal
 }
 
 CrossingGraph::Index CrossingGraph::findCrossing(const Point2* pA, const Point2* pB) {
@@ -68,7 +75,8 @@ void CrossingGraph::appendPolylines(std::vector<std::vector<Segment2>>& vvPolyli
     appendSorted(true, vvPolylines);
 }
 
-/// The closed ones are what is left when the open ones have been taken.
+/// Appends the open or the closed chains, sorted. Open chains must be appended first: the remaining crossings form
+/// closed ones.
 void CrossingGraph::appendSorted(bool bClosed, std::vector<std::vector<Segment2>>& vvPolylines) {
     std::vector<std::vector<Segment2>> vvFresh;
     for (Index i = 0; i < vCrossings_.size(); ++i) {
@@ -97,7 +105,7 @@ CrossingGraph::Chain CrossingGraph::walkFrom(Index start) {
     return vChain;
 }
 
-/// Lets the higher ground be on the left, and a closed chain begin at its smallest point.
+/// Turns a chain so that the higher ground is on its left, and rotates a closed chain to begin at its smallest point.
 void CrossingGraph::direct(Chain& vChain, bool bClosed) {
     for (size_t i = bClosed ? 0 : 1; i < vChain.size(); ++i) {
         const Crossing& from = vCrossings_[i == 0 ? vChain.back() : vChain[i - 1]];
@@ -110,8 +118,8 @@ void CrossingGraph::direct(Chain& vChain, bool bClosed) {
     std::rotate(vChain.begin(), std::min_element(vChain.begin(), vChain.end(), isSmaller), vChain.end());
 }
 
-/// On the way from one crossing to the next, through a triangle. Counterclockwise is the left; collinear when the
-/// triangle has no area. Its corners tell more than the two points, which rounding has moved.
+/// The side of the higher ground on the path from one crossing to the next through a triangle: ORIENTATION2_CCW is the
+/// left; collinear if the triangle has no area. Decided by its corners, since the two crossings are rounded.
 Orientation2 CrossingGraph::sideOfHigherGround(const Crossing& from, const Crossing& to) {
     if (isSame(from.pHigh, to.pHigh)) return geomTest_.dynamicFilterOri2(from.pHigh, from.pLow, to.pLow);
     return geomTest_.dynamicFilterOri2(from.pLow, to.pHigh, from.pHigh);

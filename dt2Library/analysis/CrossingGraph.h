@@ -15,14 +15,14 @@
 
 namespace LUMO_TARO25D {
 
-/// The number at the part t, 0 to 1, of the way from a to b; never outside of them.
+/// The linear interpolation from a to b at t in [0, 1], clamped to their range.
 inline double interpolate(double a, double b, double t) {
     const double difference = b - a;
     const double value = std::isfinite(difference) ? a + t * difference : (1.0 - t) * a + t * b;
     return std::clamp(value, std::min(a, b), std::max(a, b));
 }
 
-/// Where a height lies between two others: 0 to 1.
+/// The position of a height between two others, from 0 to 1.
 inline double fractionAt(double height, double low, double high) {
     const double range = high - low;
     return std::isfinite(range) ? (height - low) / range : (0.5 * height - 0.5 * low) / (0.5 * high - 0.5 * low);
@@ -45,12 +45,13 @@ inline std::uint64_t hashOfNumbers(std::initializer_list<double> numbers) {
 /// The crossings of a horizontal plane with the edges of a surface, joined into chains by the triangles that it cuts.
 /// The plane must not pass through a corner: then it crosses two edges of a triangle, or none.
 ///
-/// A crossing is known by its edge, not by its point: both triangles of an edge find the same one, and so do triangles
-/// that have equal corners without sharing them, while points that rounding makes equal stay apart. Edges are found by
-/// a hash of their ends' coordinates, so that everything but the order of the result is linear in the triangles cut.
+/// A crossing is identified by its edge, not by its point: both triangles of an edge find the same one, and so do
+/// triangles that have equal corners without sharing them, while crossings whose points round to equal ones stay apart.
+/// Edges are found by a hash of their ends' coordinates, so that everything except sorting the result is linear in the
+/// number of triangles.
 class CrossingGraph {
   public:
-    /// For at most so many triangles.
+    /// For at most maxTriangles triangles.
     CrossingGraph(double height, size_t maxTriangles);
 
     /// Adds a triangle that the plane cuts. False if one of its edges has more than two triangles: the crossings do
@@ -58,7 +59,8 @@ class CrossingGraph {
     bool add(const Triangle2& triangle);
 
     /// Appends the chains as polylines with the higher ground on the left: open ones first, then closed ones, which
-    /// begin at their smallest points; both ordered by their first points. Pieces without length are left out. Once.
+    /// begin at their smallest points; both ordered by their first points. Pieces without length are left out. Call it
+    /// only once.
     void appendPolylines(std::vector<std::vector<Segment2>>& vvPolylines);
 
   private:

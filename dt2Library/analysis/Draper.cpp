@@ -1,3 +1,11 @@
+// Draping of segments.
+//
+// A segment is followed through the mesh from step to step; a step is an edge of a triangle to cross, or a vertex to
+// pass. Which edge or vertex comes next is decided by exact orientation tests, so that the path never gets lost at
+// vertices or along edges. The points on edges are rounded, with the height of the edge; vertices are taken as they
+// are. A segment may start and end anywhere: outside the hull the walk gives the hull edges that are visible from the
+// start, and the one that the segment crosses is its entry.
+
 #include "analysis/Draper.h"
 
 #include <utility>
@@ -25,7 +33,7 @@ void Draper::drape(const Segment2& segment) {
     }
 }
 
-/// The next point on the surface.
+/// Adds the next point of the path on the surface.
 void Draper::reach(const Point2& place) {
     if (bOnSurface_ && last_ != place) vDraped_.emplace_back(last_, place);
     if (!bOnSurface_ || last_ != place) last_ = place;
@@ -59,10 +67,10 @@ Draper::Way Draper::begin() {
     return leaveTriangle(pT, onEdge);
 }
 
-/// From the beginning, which is in a triangle, or on one of its edges.
+/// The first step from the start, which lies in a triangle or, if onEdge is not -1, on that edge.
 Draper::Way Draper::leaveTriangle(Triangle2* pT, int onEdge) {
     if (onEdge >= 0) {
-        // Along the edge, or into one of its triangles.
+        // The path goes along the edge, or into one of its triangles.
         for (const int k : {incIndexBy1(onEdge), incIndexBy2(onEdge)}) {
             const Point2* pEnd = pT->getCorner(k);
             if (sideOf(pEnd) != ORIENTATION2_COLLINEAR || !isAhead(*pEnd)) continue;
@@ -78,7 +86,7 @@ Draper::Way Draper::leaveTriangle(Triangle2* pT, int onEdge) {
     return way;
 }
 
-/// Whether the line goes through the inside of a triangle in which it begins; then where it leaves it.
+/// Whether the line passes through the interior of a triangle in which it starts; then finds where it leaves.
 bool Draper::findExit(Triangle2* pT, Way& way) {
     for (int i = 0; i < 3; ++i) {
         const Point2 *pA = pT->getCorner(incIndexBy1(i)), *pB = pT->getCorner(incIndexBy2(i));
@@ -101,7 +109,7 @@ bool Draper::findExit(Triangle2* pT, Way& way) {
     return false;
 }
 
-/// From outside across a hull edge that the beginning sees, if the segment comes that far.
+/// The first step from outside the hull: across a hull edge visible from the start, if the segment reaches it.
 Draper::Way Draper::enterHull(Triangle2* pT, int i) {
     std::vector<std::pair<Triangle2*, int>> vVisible{{pT, i}};
     determineHullPatchLeft(vVisible, pT, i, &src_, geomTest_);
@@ -120,7 +128,7 @@ Draper::Way Draper::enterHull(Triangle2* pT, int i) {
     return {};
 }
 
-/// In a triangle that the line has entered opposite a corner.
+/// The next step in a triangle that the line has entered opposite corner far.
 Draper::Way Draper::goOnAcross(Triangle2* pT, int far) {
     const Point2* pFar = pT->getCorner(far);
     const Orientation2 side = sideOf(pFar);

@@ -10,21 +10,21 @@
 
 namespace LUMO_TARO25D {
 
-/// Lays segments on the surface of a mesh, one after the other. Changes nothing.
+/// Drapes segments over the surface of a mesh, one after the other. The mesh does not change.
 ///
-/// Each segment is followed by exact tests from its beginning, or from where it enters the hull: across edges, through
-/// vertices, along edges. Points on it come in order; only their places are rounded.
+/// Each segment is followed by exact tests from its start, or from its entry into the hull: across edges, through
+/// vertices, along edges. The points found are in order along it; only their coordinates are rounded.
 class Draper {
   public:
-    /// Appends to the list. The magnitude is the largest coordinate of the mesh and all segments.
+    /// Results are appended to vDraped. The magnitude is the largest absolute coordinate of the mesh and all segments.
     Draper(Dt2& dt2, double magnitude, std::vector<Segment2>& vDraped)
         : dt2_(dt2), progress_(dt2.getProgress()), geomTest_(magnitude), vDraped_(vDraped) {}
 
-    /// A segment with finite ends.
+    /// Drapes a segment with finite ends.
     void drape(const Segment2& segment);
 
   private:
-    /// Where the line goes on: from a vertex, or across edge i of a triangle; or nowhere, if both are null.
+    /// The next step of the path: from a vertex, or across edge i of a triangle. The path has ended if both are null.
     struct Way {
         const Point2* pVtx = nullptr;
         Triangle2* pT = nullptr;
@@ -40,7 +40,7 @@ class Draper {
     Way cross(const Way& way);
     /// The side of the line on which a point lies.
     Orientation2 sideOf(const Point2* p) { return geomTest_.getOrientation2(&src_, &trg_, p); }
-    /// Whether a point on the line is ahead of its beginning, and whether it is behind its end.
+    /// Whether a point on the line is beyond the start, and beyond the end.
     bool isAhead(const Point2& p) const { return bForward_ ? src_ < p : p < src_; }
     bool isBeyond(const Point2& p) const { return bForward_ ? trg_ < p : p < trg_; }
     void reach(const Point2& place);
@@ -51,9 +51,9 @@ class Draper {
     GeomTest geomTest_;
     std::vector<Segment2>& vDraped_;
 
-    // Of the segment that is being followed.
+    // State of the current segment.
     Point2 src_, trg_, last_;
-    bool bForward_ = true;  // its end is the larger one
+    bool bForward_ = true;  // the end of the segment is its larger point
     bool bOnSurface_ = false;
 };
 

@@ -11,7 +11,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// What a product loses by rounding.
+/// The rounding error of a product.
 double getProductError(double a, double b, double product) {
     constexpr double SPLITTER = 0x1p27 + 1.0;
     const double bigA = SPLITTER * a, bigB = SPLITTER * b;

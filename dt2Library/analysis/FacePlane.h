@@ -5,8 +5,8 @@
 
 namespace LUMO_TARO25D {
 
-/// a * d - b * c, accurate to a few units in the last place unless numbers leave the range of products without error (Dekker
-/// 1971).
+/// a * d - b * c, accurate to a few units in the last place unless numbers leave the range of error-free products
+/// (Dekker 1971).
 double accurateDeterminant(double a, double b, double c, double d);
 
 /// The plane through the corners of a triangle, for many heights in it and for its slope.
@@ -14,12 +14,12 @@ class FacePlane {
   public:
     explicit FacePlane(const Triangle2& triangle);
 
-    /// How much the plane rises to the east and to the north, for each unit of length.
+    /// The rise of the plane to the east and to the north for each unit of length.
     double getRiseEast() const { return riseEast_; }
     double getRiseNorth() const { return riseNorth_; }
 
-    /// The height at a place in the triangle, border included, among those of the corners; what a sharp triangle needs is
-    /// done.
+    /// The height at a place in the triangle or on its border, clamped to the range of the corners. Thin triangles are
+    /// computed exactly (heights.h).
     double getHeight(double x, double y) const {
         if (!bWide_) return getHeightOfSharpOne(x, y);
         const double z = origin_.z() + riseEast_ * (x - origin_.x()) + riseNorth_ * (y - origin_.y());
@@ -33,7 +33,7 @@ class FacePlane {
     const Point2& origin_;  // a corner
     double riseEast_, riseNorth_;
     double minZ_, maxZ_;
-    bool bWide_;  // rounding does not show in heights from the rises
+    bool bWide_;  // the triangle is not thin: rounding of the rises does not show in heights
 };
 
 }  // namespace LUMO_TARO25D

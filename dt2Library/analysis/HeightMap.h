@@ -11,7 +11,7 @@ struct BeforeAfter {
     static constexpr double MISSING = std::numeric_limits<double>::max();
 
     double aHeights[2] = {MISSING, MISSING};  // before, after
-    double combined = MISSING;                // before minus after, or 0 where that counts as no change
+    double combined = MISSING;                // before minus after, or 0 if that counts as no change
 
     double before() const { return aHeights[0]; }
     double after() const { return aHeights[1]; }

@@ -7,22 +7,22 @@
 
 namespace LUMO_TARO25D {
 
-/// Finds the triangles whose heights include a given one.
+/// Finds the triangles whose range of heights contains a given height.
 ///
 /// A binary tree over the triangles in order of their lowest corners. A node is a range of that list, its children are
-/// the two halves, the first of size n/2 rounded down, and a leaf is one triangle. The order gives the lowest height
-/// of a node, so that only its highest is stored: at the place where its second half begins, which is so for one node
-/// only. A node that a query enters has a triangle that is wanted, unless some of its triangles begin above the
-/// height: there is one such node on each floor. Hence O(k log n) for k triangles found (the interval tree of Cormen,
-/// Leiserson and Rivest 1990), and much less where they stand together in the list.
+/// the two halves, the first of size n/2 rounded down, and a leaf is one triangle. The order gives the lowest height of
+/// a node, so that only its highest is stored: at the place where its second half begins, which is so for one node
+/// only. A node that a query enters contains a triangle to be found, unless some of its triangles begin above the
+/// height; there is one such node on each level of the tree. Hence O(k log n) for k triangles found (the interval tree
+/// of Cormen, Leiserson and Rivest 1990), and much less where they are adjacent in the list.
 class HeightTree {
   public:
-    /// Without triangles that are null, or have a corner that is null or not finite.
+    /// Leaves out triangles that are null or have a corner that is null or not finite.
     explicit HeightTree(const std::vector<Triangle2*>& vTriangles);
 
     bool isEmpty() const { return vLeaves_.empty(); }
     size_t getNumTriangles() const { return vLeaves_.size(); }
-    /// The lowest and the highest corner of a tree that is not empty.
+    /// The lowest and the highest corner; the tree must not be empty.
     double getMin() const { return vLeaves_.front().minZ; }
     double getMax() const { return getMaxOf(0, vLeaves_.size()); }
 

@@ -7,7 +7,7 @@ namespace LUMO_TARO25D {
 
 void HoleSweep::addRing(const std::vector<const Point2*>& vRing, size_t number) {
     std::vector<const Point2*> vPoints{vRing.front()};
-    int direction = 0;  // 1 to the east, -1 to the west, 0 before there is one
+    int direction = 0;  // 1 to the east, -1 to the west, 0 before the first edge
     for (size_t i = 0; i < vRing.size(); ++i) {
         const Point2 *p = vRing[i], *q = vRing[i + 1 < vRing.size() ? i + 1 : 0];
         const int next = p->x() < q->x() ? 1 : p->x() > q->x() ? -1 : 0;
@@ -56,12 +56,13 @@ void HoleSweep::sortEvents() {
     });
 }
 
-/// The side of a place from the edge of a chain that ends at one of its points.
+/// The side on which a place lies of the edge of a chain that ends at point east.
 Orientation2 HoleSweep::sideOf(const Chain& chain, size_t east, const Point2& place) const {
     return geomTest_.getOrientation2(chain.vPoints[east - 1], chain.vPoints[east], &place);
 }
 
-/// Where both are, the points of each are on one side of the other, or on it. The first that is not tells.
+/// Over their common range of x, all points of one chain are on one side of the other chain, or on it. The first point
+/// that is not on it decides.
 bool HoleSweep::isSouth(size_t a, size_t b) const {
     const bool bFirstIsEarly = vChains_[a].getWest().x() <= vChains_[b].getWest().x();
     const Chain &early = vChains_[bFirstIsEarly ? a : b], &late = vChains_[bFirstIsEarly ? b : a];
@@ -70,7 +71,7 @@ bool HoleSweep::isSouth(size_t a, size_t b) const {
     size_t e = static_cast<size_t>(
         std::partition_point(early.vPoints.begin(), early.vPoints.end(), [&](auto* p) { return isWestOf(p, begin); }) -
         early.vPoints.begin());
-    if (e == early.vPoints.size()) return a < b;  // they do not meet
+    if (e == early.vPoints.size()) return a < b;  // they have no common x
     Orientation2 side = sideOf(early, e, late.getWest());
     for (size_t l = 1; side == ORIENTATION2_COLLINEAR && e < early.vPoints.size() && l < late.vPoints.size();) {
         const Point2 &nextEarly = *early.vPoints[e], &nextLate = *late.vPoints[l];

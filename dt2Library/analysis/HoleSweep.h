@@ -11,14 +11,15 @@
 
 namespace LUMO_TARO25D {
 
-/// Tells which of some rings is next to the south of a point, just west of it. The rings do not cross, and none comes to the
-/// point from the west. A line goes from west to east, with what crosses it in order from south to north (Shamos and Hoey 1976).
-/// Rings are cut into chains that run from west to east, of which only the ends are events. O(n log n) at worst.
+/// Finds the ring next to the south of a point, just west of it. The rings must not cross, and none may reach the point
+/// from the west. A sweep line moves from west to east; the chains that cross it are kept in order from south to north
+/// (Shamos and Hoey 1976). Rings are cut into chains that run from west to east, and only their ends are events. O(n
+/// log n) at worst.
 class HoleSweep {
   public:
     explicit HoleSweep(GeomTest& geomTest) : geomTest_(geomTest), status_(Order{this}) {}
 
-    /// Adds a ring with a number. It begins at its smallest point.
+    /// Adds a ring with a number. The ring must begin at its smallest point.
     void addRing(const std::vector<const Point2*>& vRing, size_t number);
     /// Adds a point with a number.
     void addQuestion(const Point2& place, size_t number) { vEvents_.push_back({&place, QUESTION, number}); }
@@ -34,14 +35,14 @@ class HoleSweep {
         const Point2& getWest() const { return *vPoints.front(); }
         const Point2& getEast() const { return *vPoints.back(); }
     };
-    /// At one x there are first questions, then ends of chains, then beginnings.
+    /// The order of events at equal x.
     enum Kind { QUESTION, END, BEGIN };
     struct Event {
         const Point2* pPlace;
         Kind kind;
         size_t number;
     };
-    /// From south to north.
+    /// The order of chains from south to north.
     struct Order {
         using is_transparent = void;
         const HoleSweep* pSweep;

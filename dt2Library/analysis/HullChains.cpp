@@ -7,7 +7,7 @@
 
 namespace LUMO_TARO25D {
 
-/// The hull comes counterclockwise from its westernmost vertex.
+/// getConvexHull starts at the westernmost vertex and goes counterclockwise.
 HullChains::HullChains(const Dt2& dt2) {
     std::vector<std::pair<Triangle2*, int>> vHullEdges;
     dt2.getConvexHull(vHullEdges);

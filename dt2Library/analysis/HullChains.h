@@ -10,15 +10,15 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// The triangles at the hull of a triangulation, by place. The hull is convex: from west to east, the edges of its southern side
-/// are in order, and so are those of its northern side.
+/// The triangles at the hull of a triangulation, searchable by place. Since the hull is convex, the edges of its
+/// southern side are in order from west to east, and so are those of its northern side.
 class HullChains {
   public:
     /// Linear in the vertices.
     explicit HullChains(const Dt2& dt2);
 
-    /// Appends the triangles at hull edges whose boxes meet a box. O(log n) and constant time for each edge above or below
-    /// the box.
+    /// Appends the triangles at hull edges whose boxes meet a box. O(log n), plus constant time for each edge in the x
+    /// range of the box.
     void getNear(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const;
 
   private:

@@ -1,3 +1,13 @@
+// Contours, bands and profiles of a list of triangles. The list is copied into a HeightTree, and the triangles are only
+// read.
+//
+// A contour must not pass through a corner: then every triangle has two crossings or none. If the height is that of a
+// corner, it is moved up by the smallest step that avoids all corners (cutAbove), as long as the caller allows it. The
+// chains come from CrossingGraph, bands from BandBuilder; heights and bands are shared among threads, with results that
+// do not depend on their number.
+//
+// A profile is the cut of the surface with a vertical plane: one segment for each triangle, sorted along the plane.
+
 #include "taro25d/IsoContours.h"
 
 #include <algorithm>
@@ -27,10 +37,10 @@ namespace {
 /// The triangles that a height cuts.
 struct Cut {
     std::vector<Triangle2*> vTriangles;
-    bool bThroughCorner;  // the height is forbidden
+    bool bThroughCorner;  // the height is that of a corner
 };
 
-/// Any corner at the height belongs to a triangle that the tree finds, so no list of forbidden heights is needed.
+/// Finds the triangles that a height cuts, and whether one of their corners has that height.
 Cut cutAt(const HeightTree& tree, double height) {
     Cut cut;
     cut.vTriangles.reserve(10000);
@@ -41,7 +51,7 @@ Cut cutAt(const HeightTree& tree, double height) {
     return cut;
 }
 
-/// About a thousand units in the last place, or one where these are not small.
+/// A thousand units in the last place if that is below MAX_FIRST_STEP, otherwise one unit.
 double getFirstStep(double height) {
     double step = getUlp(height);
     if (1000.0 * step < MAX_FIRST_STEP) step *= 1000.0;
@@ -55,7 +65,8 @@ std::string describe(const std::string& problem, double height, const std::strin
     return text.str();
 }
 
-/// The cut at the smallest step above a height that avoids all corners, to which the height is moved.
+/// Moves the height up by the smallest step, doubled from the first one on, at which it is that of no corner; returns
+/// the cut there.
 Cut cutAbove(const HeightTree& tree, double& height, std::string& problem) {
     double step = getFirstStep(height);
     Cut cut = cutAt(tree, height + step);
@@ -73,7 +84,8 @@ Cut cutAbove(const HeightTree& tree, double& height, std::string& problem) {
 
 const char* const ADVICE = ".\n      Please add a little noise and try again.";
 
-/// Appends the contours at a height; false if there are none to be had. Tells what there is to warn of.
+/// Appends the contours at a height; false if they cannot be made. Sets problem to the text of a warning, if there is
+/// one.
 bool findContours(const HeightTree& tree, double height, bool bAutoAdjustHeight, const Progress& progress,
                   std::vector<std::vector<Segment2>>& vvContours, std::string& problem) {
     Cut cut = cutAt(tree, height);
@@ -101,7 +113,7 @@ void warnOf(const std::string& problem, bool bVerbose) {
 
 // ---- Profiles ----
 
-/// A vertical plane along a direction. Lengths are in units of its own: eighths, so that nothing overflows.
+/// A vertical plane along a direction. Coordinates are multiplied by an eighth, so that nothing overflows.
 class VerticalPlane {
   public:
     VerticalPlane(const Point2& point, const Vector2& direction) : point_(point), direction_(direction) {}
@@ -117,7 +129,7 @@ class VerticalPlane {
     }
     /// Appends the segment in which the plane cuts a triangle, or passes along one of its edges.
     void cut(const Triangle2& triangle, std::vector<Segment2>& vSegments) const;
-    /// Along the plane.
+    /// The order of segments along the plane.
     bool isBefore(const Segment2& a, const Segment2& b) const {
         return std::make_tuple(positionOf(a.getSrc()), positionOf(a.getTrg())) <
                std::make_tuple(positionOf(b.getSrc()), positionOf(b.getTrg()));
@@ -128,7 +140,7 @@ class VerticalPlane {
     Vector2 direction_;
 };
 
-/// Both triangles of an edge start from its left end, so that they get the same point.
+/// Interpolates from the left end, so that both triangles of an edge get the same point.
 Point2 pointBetween(const Point2& left, double sideOfLeft, const Point2& right, double sideOfRight) {
     const double t = sideOfLeft / (sideOfLeft - sideOfRight);
     return Point2(interpolate(left.x(), right.x(), t), interpolate(left.y(), right.y(), t),
@@ -156,7 +168,7 @@ bool isSameSegment(const Segment2& a, const Segment2& b) {
     return samePoint(a.getSrc(), b.getSrc()) && samePoint(a.getTrg(), b.getTrg());
 }
 
-/// About length 1; the x axis for a direction that is none.
+/// A direction scaled to about length 1; the x axis if the vector is zero or not finite.
 Vector2 toDirection(const Vector2& v) {
     const Vector2 direction(v.x(), v.y(), 0.0);
     const bool bUsable = std::isfinite(v.x()) && std::isfinite(v.y()) && !direction.isDegenerate();
@@ -263,7 +275,7 @@ bool IsoContours::getProfile(const Point2& point, std::vector<Segment2>& vSegmen
         plane.cut(triangle, vCuts);
     });
     std::sort(vCuts.begin(), vCuts.end(), [&](const auto& a, const auto& b) { return plane.isBefore(a, b); });
-    // Both triangles of an edge in the plane give that edge.
+    // An edge in the plane is given by both of its triangles.
     vCuts.erase(std::unique(vCuts.begin(), vCuts.end(), isSameSegment), vCuts.end());
     vSegments.insert(vSegments.end(), vCuts.begin(), vCuts.end());
     return true;

@@ -1,20 +1,21 @@
-// Natural neighbour interpolation (Sibson 1981) without building anything.
+// Natural neighbour interpolation (Sibson 1981) that only reads the mesh.
 //
-// A vertex at the place would end the triangles whose circles hold it, the cavity, and its Voronoi cell would take a part from
-// the cell of each vertex around the cavity. The height is the mean of theirs, weighted by these areas (Watson 1992). What a
-// vertex loses is a polygon: first the centre of the circle through the place and the edge of the cavity's border that comes to
-// the vertex, then the centres of the old triangles around it, at last the centre for the border edge that leaves it. By the
-// shoelace formula an area is a sum over sides, and each side is common to two such polygons, which pass it in opposite
-// directions: so the sum of heights times areas is a sum over sides, of the difference of two heights each, and no table of
-// vertices is needed. Sides are those between centres of triangles across an edge within the cavity, between the centres for
-// a border edge and for its triangle, and between those of successive border edges. The last ones also run around the new cell
-// and add up to its area.
+// A vertex inserted at the place would replace the triangles whose circles contain it, the cavity, and its Voronoi cell
+// would take a part from the cell of each vertex around the cavity. The height is the mean of the heights of these
+// vertices, weighted by the areas of the parts (Watson 1992). The part of a vertex is a polygon: its corners are the
+// centre of the circle through the place and the border edge of the cavity that ends at the vertex, then the centres of
+// the old triangles around the vertex, and last the centre for the border edge that starts at it. By the shoelace
+// formula an area is a sum over sides, and two polygons share each side in opposite directions. So the sum of heights
+// times areas is a sum over sides, each times a difference of two heights, and no table of vertices is needed. The
+// sides join the centres of two triangles across an edge within the cavity, the centres for a border edge and for its
+// triangle, and the centres of successive border edges. The latter also bound the new cell, so that their sum gives its
+// area.
 //
-// The cavity is that of constrained insertion: the triangles that are reached from the one around the place across edges that
-// are no constraint, each with the place in its circle. Then some of the areas may be negative, with their signs. Planes are
-// reproduced all the same, for any cavity: the sum over triangles of area times nine-point centre depends on the border of
-// the cavity alone, so it is the same for the old triangles and the new ones. Towards an edge that is a barrier the centre
-// for that edge goes to infinity, and all weight to its two ends: there the height is linear.
+// The cavity is that of constrained insertion: the triangles whose circles contain the place and which are reached from
+// the triangle of the place across edges that are no constraints. Some of the areas may then be negative. Planes are
+// still reproduced, for any cavity: the sum over triangles of area times nine-point centre depends only on the border
+// of the cavity, so it is equal for the old triangles and the new ones. If the place approaches an edge that is a
+// barrier, the centre for that edge tends to infinity and all weight goes to its two ends: there the height is linear.
 //
 // Cost: linear in the triangles of the cavity, of which there are four on average.
 
@@ -34,7 +35,7 @@ double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& pla
     double height = 0.0;
     if (isOnVertexOrBarrier(triangle, place, height)) return height;
     height = interpolate(triangle, place);
-    // Only where numbers overflow, or vertices are rounding errors apart.
+    // This happens only if numbers overflow, or vertices are rounding errors apart.
     if (!std::isfinite(height)) getHeightInside(triangle, place, height);
     return height;
 }
@@ -79,7 +80,7 @@ bool NaturalNeighbours::goesOn(const Exit& exit, const Point2& place) {
            !dt2_.isConstraint(exit.pT, exit.i);
 }
 
-/// Takes the next triangle into the cavity; its two other edges come up for the one that was crossed.
+/// Adds the next triangle to the cavity; its two other edges replace the crossed one on the stack.
 void NaturalNeighbours::cross(const Exit& exit, const Point2& place) {
     const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
     const Point2 &src = *exit.pT->getCorner(incIndexBy1(exit.i)), &trg = *exit.pT->getCorner(incIndexBy2(exit.i));

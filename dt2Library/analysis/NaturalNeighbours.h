@@ -10,33 +10,33 @@
 
 namespace LUMO_TARO25D {
 
-/// Heights by natural neighbour interpolation. For one thread; the mesh must not change.
+/// Heights by natural neighbour interpolation. An object serves one thread; the mesh must not change meanwhile.
 class NaturalNeighbours {
   public:
-    /// For places of at most this magnitude, which is not below that of the mesh.
+    /// The magnitude is the largest absolute coordinate of the mesh and of all places.
     NaturalNeighbours(const Dt2& dt2, double magnitude) : dt2_(dt2), geomTest_(magnitude) {}
 
     /// The height at a place in a triangle, border included.
     double getHeight(const Triangle2& triangle, const Point2& place);
 
   private:
-    /// A place of the Voronoi diagram relative to the place of the query.
+    /// A point of the Voronoi diagram relative to the place of the query.
     struct Dual {
         double x, y;
     };
-    /// An edge of a triangle of the cavity, across which it may go on.
+    /// An edge of a triangle of the cavity that is still to be crossed or found to be border.
     struct Exit {
         const Triangle2* pT;
         int i;
         Dual centre;  // of the triangle
     };
-    /// What the query that is running has added up.
+    /// The sums of the running query.
     struct Sums {
         double baseZ;  // heights are relative to it
         double volume = 0.0, area = 0.0;
         bool bHasBorder = false;
-        Dual first{}, last{};  // for the first and the last border edge so far
-        double firstZ = 0.0;   // where the first border edge begins
+        Dual first{}, last{};  // centres for the first and the last border edge so far
+        double firstZ = 0.0;   // the height at the start of the first border edge
     };
 
     bool isBarrier(const Triangle2* pT, int i) const { return !pT->getOppositeTriangle(i) || dt2_.isConstraint(pT, i); }

@@ -1,3 +1,13 @@
+// The overlay of two triangles, and its volumes and areas.
+//
+// The outer triangle is clipped at the three edges of the inner one. A corner within rounding of an edge counts as on
+// it, and is neither cut off nor split: so nothing is lost between two triangles that share an edge. Each corner
+// remembers the edges of the inner triangle on which it lies, from which the search knows where to go on (reaches). A
+// piece that is only rounding along an edge of the outer triangle is recognised by its area and its corners (isAtEdge).
+//
+// The difference of heights is linear on the piece. If it changes its sign, or crosses the threshold, the piece is cut
+// there; each part is a fan of triangles with the mean of three differences.
+
 #include "analysis/OverlayPiece.h"
 
 #include <algorithm>
@@ -24,7 +34,7 @@ LocalTriangle::LocalTriangle(const Triangle2& triangle, const Point2& origin) {
     const double ux = aX_[1] - aX_[0], uy = aY_[1] - aY_[0], dzU = aZ_[1] - aZ_[0];
     const double vx = aX_[2] - aX_[0], vy = aY_[2] - aY_[0], dzV = aZ_[2] - aZ_[0];
     const double det = accurateDeterminant(ux, uy, vx, vy);
-    // Rounding shows in the plane of a thin triangle by a share that is less than that of its area.
+    // The relative error of the plane of a thin triangle is outweighed by its small area.
     riseEast_ = (dzU * vy - dzV * uy) / det;
     riseNorth_ = (ux * dzV - vx * dzU) / det;
     if (std::isfinite(riseEast_) && std::isfinite(riseNorth_)) return;
@@ -51,7 +61,7 @@ OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inne
     for (size_t i = 0; i < 3; ++i) aCorners_[0].add({outer.x(i), outer.y(i), outer.z(i) - inner.z((i + shift) % 3), 0});
 }
 
-/// Keeps what is on the inner side of an edge of the inner triangle (Sutherland and Hodgman 1974).
+/// Keeps the part on the inner side of an edge of the inner triangle (Sutherland and Hodgman 1974).
 void OverlayPiece::cutAt(size_t edge) {
     Corners &corners = aCorners_[current_], &kept = aCorners_[1 - current_];
     const double slack = inner_.getSideError(edge, extent_);
@@ -128,7 +138,7 @@ void OverlayPiece::addSigned(double sign, double threshold, double& volume, doub
     rest -= part.area;
 }
 
-/// The part where the difference times the sign is at least the threshold.
+/// The part of the polygon where the difference times the sign is at least the threshold.
 OverlayPiece::Corners OverlayPiece::getPartAbove(const Corners& corners, double threshold, double sign) {
     Corners above;
     for (size_t i = 0; i < corners.size; ++i) {

@@ -12,8 +12,7 @@
 
 namespace LUMO_TARO25D {
 
-/// A triangle by the differences of its coordinates from an origin next to it, which are exact or nearly so, and the plane of
-/// its heights.
+/// A triangle in coordinates relative to a near origin, which are exact or nearly so, with the plane of its heights.
 class LocalTriangle {
   public:
     LocalTriangle() = default;
@@ -22,7 +21,7 @@ class LocalTriangle {
     double x(size_t i) const { return aX_[i]; }
     double y(size_t i) const { return aY_[i]; }
     double z(size_t i) const { return aZ_[i]; }
-    /// The largest absolute number in it, heights left out.
+    /// The largest absolute x or y.
     double getExtent() const { return extent_; }
 
     /// The height at a place in the triangle.
@@ -30,7 +29,7 @@ class LocalTriangle {
         const double height = aZ_[0] + riseEast_ * (x - aX_[0]) + riseNorth_ * (y - aY_[0]);
         return std::min(std::max(height, minZ_), maxZ_);
     }
-    /// What rounding of coordinates up to a magnitude, and of heights, may change such a height by.
+    /// A bound of the error of getHeight by rounding of heights and of coordinates up to a magnitude.
     double getUncertainty(double magnitude) const {
         const double slope = std::abs(riseEast_) + std::abs(riseNorth_);
         return MAX_HEIGHT_ROUNDING * (std::max(std::abs(minZ_), std::abs(maxZ_)) + magnitude * slope);
@@ -41,7 +40,7 @@ class LocalTriangle {
         const size_t a = i == 2 ? 0 : i + 1, b = i == 0 ? 2 : i - 1;
         return (aX_[b] - aX_[a]) * (y - aY_[a]) - (aY_[b] - aY_[a]) * (x - aX_[a]);
     }
-    /// What rounding may change that by, for places within an extent, with a margin.
+    /// A bound, with a margin, of the rounding error of getSide for places within an extent.
     double getSideError(size_t i, double extent) const;
 
   private:
@@ -49,33 +48,35 @@ class LocalTriangle {
     double extent_ = 0.0, riseEast_ = 0.0, riseNorth_ = 0.0, minZ_ = 0.0, maxZ_ = 0.0;
 };
 
-/// The common part of a triangle of one surface and one of the other, and what it adds to the difference between them.
+/// The common part of a triangle of one surface and a triangle of the other, and its contribution to the difference
+/// between the surfaces.
 ///
-/// It is convex and has six corners at most, which are computed in doubles: an error of the place of a corner changes areas and
-/// volumes by as little, and the triangles on both sides of an edge get nearly the same corners on it. Decisions do not rest on
-/// their signs alone: what is within rounding of an edge is on it, so that no part is missed.
+/// It is convex with at most six corners, which are computed in doubles: a small error of a corner changes areas and
+/// volumes by as little, and the triangles on both sides of an edge get nearly the same corners on it. A corner within
+/// rounding of an edge counts as on it, so that no part is missed.
 class OverlayPiece {
   public:
-    /// The parts of two triangles with the same origin.
+    /// The common part of two triangles with the same origin.
     OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner);
     /// Two triangles with the same three corners in x-y: corner i of the outer one is corner (i + shift) mod 3 of the other.
     OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner, size_t shift);
 
-    /// Whether the triangles have nothing in common but what is within rounding of an edge of the outer one.
+    /// Whether the common part is empty or within rounding of an edge of the outer triangle.
     bool isAtEdge() const;
     /// Whether the part reaches edge i of the inner triangle.
     bool reaches(size_t i) const { return (touchedEdges_ >> i & 1u) != 0; }
 
-    /// Adds volumes and areas, with the outer surface as the one before. Differences up to the threshold, or the
-    /// tolerance, count as none.
+    /// Adds volumes and areas, with the outer surface as the surface before. Differences up to the threshold, or the
+    /// tolerance, count as 0.
     void addTo(SurfaceDifference& sums, double threshold, double tolerance);
 
   private:
     struct Corner {
         double x, y, difference;
-        unsigned edges;  // of the inner triangle, on which it is
+        unsigned edges;  // bits of the edges of the inner triangle on which it lies
     };
-    // A cut adds one corner; rounding can make it half as many as there are, at worst, so after four cuts there are 13.
+    // A cut of a convex polygon adds one corner; with rounding errors at worst half of the present number, so after
+    // four cuts there are at most 13.
     static constexpr size_t MAX_CORNERS = 3 + 1 + 2 + 3 + 4;
     struct Corners {
         size_t size = 0;
@@ -99,10 +100,10 @@ class OverlayPiece {
 
     const LocalTriangle &outer_, &inner_;
     double extent_;
-    std::array<Corners, 2> aCorners_;  // the present ones, and room for the next
+    std::array<Corners, 2> aCorners_;  // the current corners, and room for the next
     size_t current_ = 0;
     unsigned touchedEdges_ = 0;
-    bool bSame_ = false;  // the differences are known
+    bool bSame_ = false;  // the corners of both are equal and the differences are known
 };
 
 }  // namespace LUMO_TARO25D

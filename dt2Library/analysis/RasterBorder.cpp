@@ -15,7 +15,7 @@ void RasterBorder::forEach(const Visitor& visit) {
     visitVertices(visit);
 }
 
-/// An edge with the zone on its west.
+/// Visits the centres on an edge that has the zone on its west.
 void RasterBorder::visitInside(const Edge2& edge, const Visitor& visit) {
     const Point2 &low = *edge.getSrc(), &high = *edge.getTrg();
     const auto [minX, maxX] = std::minmax({low.x(), high.x()});
@@ -30,7 +30,7 @@ void RasterBorder::visitInside(const Edge2& edge, const Visitor& visit) {
     }
 }
 
-/// An edge with the zone on its south.
+/// Visits the centres on a horizontal edge that has the zone on its south.
 void RasterBorder::visitHorizontal(const Edge2& edge, const Visitor& visit) {
     const Point2 &west = *edge.getTrg(), &east = *edge.getSrc();
     const RasterGrid::Span columns = grid_.getColumns(west.x(), east.x());
@@ -42,8 +42,9 @@ void RasterBorder::visitHorizontal(const Edge2& edge, const Visitor& visit) {
     }
 }
 
-/// At a vertex of the border the zone is between rays. The first one counterclockwise from the east tells whether the
-/// ground there is inside, where the zone ends at the ray, or outside.
+/// At a vertex of the border, the zone lies between some of the rays along the border edges. The first ray
+/// counterclockwise from the east decides: if the zone is on its left, the direction just north of east is outside the
+/// zone, and the centre is left over.
 void RasterBorder::visitVertices(const Visitor& visit) {
     std::vector<Ray> vRays;
     for (const Edge2& edge : vBorder_) {
@@ -63,7 +64,7 @@ void RasterBorder::visitVertices(const Visitor& visit) {
     }
 }
 
-/// Counterclockwise from just north of the east.
+/// The order of rays counterclockwise, starting just north of east.
 bool RasterBorder::isBefore(const Ray& a, const Ray& b) {
     const auto isInSecondHalf = [](const Ray& ray) {
         const double dy = ray.pEnd->y() - ray.pVtx->y();

@@ -10,14 +10,14 @@
 
 namespace LUMO_TARO25D {
 
-/// The centres on the border of a zone that no triangle has in a scan, because the ground just east of them, or just north of
-/// those on a horizontal edge, is outside.
+/// The centres on the border of a zone that belong to no triangle in a scan, because the place just east of them, or
+/// for a horizontal edge just north of them, is outside the zone.
 class RasterBorder {
   public:
-    /// Called with row, column, triangle, and the ends of an edge of it on which the centre lies.
+    /// Called with row, column, triangle, and an edge of the triangle on which the centre lies.
     using Visitor = std::function<void(size_t, size_t, const Triangle2&, const Edge2&)>;
 
-    /// For the edges of the border, each seen from its triangle in the zone.
+    /// For the border edges, each as an edge of its triangle in the zone.
     RasterBorder(const RasterGrid& grid, const std::vector<Edge2>& vBorder)
         : grid_(grid), vBorder_(vBorder), geomTest_(grid.getMagnitude()) {}
 

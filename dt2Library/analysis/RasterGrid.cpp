@@ -8,7 +8,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Whether the centres of n cells, from an end on, are finite and all different.
+/// Whether the centres of n cells, counted from one end of an axis, are finite and all different.
 bool canBeTold(double from, double size, size_t n) {
     if (!std::isfinite(from) || !std::isfinite(size) || !(size > 0.0) || n == 0) return false;
     const double extent = std::abs(from) + static_cast<double>(n) * size;
@@ -66,7 +66,8 @@ RasterGrid::Span RasterGrid::getWideSpan(const Triangle2& triangle, double y, co
     Span span{columns.begin, columns.begin};
     for (int i = 0; i < 3; ++i) {
         const Point2 &src = *triangle.getCorner(incIndexBy1(i)), &trg = *triangle.getCorner(incIndexBy2(i));
-        // One edge that goes down and one that goes up cross the row; they are the left and the right border.
+        // Of the edges that cross the row, the one that goes down is the left border, and the one that goes up the
+        // right border.
         if (trg.y() <= y && y < src.y()) span.begin = getCrossing(trg, src, y, columns, false, geomTest);
         if (src.y() <= y && y < trg.y()) span.end = getCrossing(src, trg, y, columns, false, geomTest);
     }

@@ -14,15 +14,15 @@
 
 namespace LUMO_TARO25D {
 
-/// The centres of the cells of a raster, and which of them are in a triangle.
+/// The centres of the cells of a raster, and the search for those in a triangle.
 ///
-/// Each centre belongs to one of the triangles around it: the one that a point still contains after an infinitely small step
-/// to the east and a much smaller one to the north. So along a row a triangle has the centres from its left border on,
-/// those on it included, to its right border, and no row at its highest point. Where the borders cross the row is computed in
-/// floating point; only centres closer to a crossing than its error need an exact test.
+/// Each centre belongs to exactly one triangle: the one that contains it after an infinitely small step to the east and
+/// a much smaller one to the north. So in a row, a triangle has the centres from its left border, those on it included,
+/// up to its right border, those on it excluded; and it has none in a row through its highest point. The crossings of
+/// the borders with a row are computed in doubles; only centres closer to a crossing than its error need an exact test.
 class RasterGrid {
   public:
-    /// Columns, or rows, from one to before another.
+    /// Columns, or rows, [begin, end).
     struct Span {
         size_t begin, end;
 
@@ -34,9 +34,9 @@ class RasterGrid {
         size_t size() const { return rows.size() * columns.size(); }
     };
 
-    /// For triangles of this magnitude. Which frames there are is asked first.
+    /// For triangles of this magnitude. The frame must be usable (isUsable).
     RasterGrid(const RasterFrame& frame, double magnitude);
-    /// Whether all numbers are finite and sizes positive, and no two centres next to each other are the same.
+    /// Whether all numbers of a frame are finite, its sizes positive, and neighbouring centres different.
     static bool isUsable(const RasterFrame& frame);
 
     size_t getNumColumns() const { return vX_.size(); }
@@ -45,14 +45,14 @@ class RasterGrid {
     double getY(size_t row) const { return vY_[row]; }
     double getMagnitude() const { return magnitude_; }
 
-    /// The rows whose centres are at least at the first height and below the second one.
+    /// The rows whose centres have minY <= y < endY.
     Span getRows(double minY, double endY) const;
-    /// The columns whose centres are in a closed range.
+    /// The columns whose centres have minX <= x <= maxX.
     Span getColumns(double minX, double maxX) const { return {getFirstColumn(minX), getColumnAfter(maxX)}; }
 
-    /// The row whose centres have exactly this y; the number of rows if there is none.
+    /// The row whose centres have exactly this y; getNumRows() if there is none.
     size_t findRow(double y) const;
-    /// Whether a place is a centre.
+    /// Whether a place is exactly a centre.
     bool isCentre(const Point2& place) const;
 
     /// The cells whose centres are in the box of a triangle, without those at its highest point.
@@ -62,8 +62,8 @@ class RasterGrid {
         if (columns.begin >= columns.end) return {{0, 0}, columns};
         return {getRows(std::min({a.y(), b.y(), c.y()}), std::max({a.y(), b.y(), c.y()})), columns};
     }
-    /// Calls f(row, begin, end) for the rows in which the triangle has centres, of these cells around it. The predicates hold
-    /// for the magnitude.
+    /// Calls f(row, begin, end) for the rows of the given cells in which the triangle has centres. The predicates must
+    /// cover the magnitude.
     template <class F>
     void scan(const Triangle2& triangle, const Cells& cells, GeomTest& geomTest, const F& f) const {
         for (size_t row = cells.rows.begin; row < cells.rows.end; ++row) {
@@ -72,13 +72,13 @@ class RasterGrid {
         }
     }
 
-    /// The first of some columns whose centre is not west of a segment that crosses the row at this height, decided exactly;
-    /// with the flag, the first that is east of it.
+    /// The first of some columns whose centre is not west of a segment that crosses the row at y, decided exactly; with
+    /// bPastTies, the first that is strictly east of it.
     size_t getCrossing(const Point2& low, const Point2& high, double y, const Span& columns, bool bPastTies,
                        GeomTest& geomTest) const;
 
   private:
-    /// A number of cells as an index of one of n, or n.
+    /// A distance in cells as an index from 0 to n.
     static size_t toIndex(double cells, size_t n) {
         if (!(cells > 0.0)) return 0;
         return cells < static_cast<double>(n) ? static_cast<size_t>(static_cast<std::int64_t>(cells)) : n;
@@ -93,11 +93,11 @@ class RasterGrid {
     RasterFrame frame_;
     double perWidth_, perHeight_;
     double magnitude_;
-    double slack_;  // more than rounding moves a crossing
+    double slack_;  // a bound of the rounding error of a crossing
     std::vector<double> vX_, vY_;
 };
 
-// Computed, an index is off by one at most; the loops go to the right one.
+// A computed index is off by at most one; the loops correct it.
 
 inline size_t RasterGrid::getFirstColumn(double x) const {
     size_t j = getIndexFor(x);
@@ -123,7 +123,7 @@ inline RasterGrid::Span RasterGrid::getRows(double minY, double endY) const {
     return rows;
 }
 
-/// Whether the triangle has a centre, an infinitely small step to the east and a smaller one to the north included.
+/// Whether a centre belongs to the triangle, by the rule of the class.
 inline bool RasterGrid::has(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest) {
     for (int i = 0; i < 3; ++i) {
         const Point2 &src = *triangle.getCorner(i), &trg = *triangle.getCorner(i == 2 ? 0 : i + 1);

@@ -1,3 +1,14 @@
+// Rings of the sides of an area.
+//
+// Sides are grouped by their first nodes in a flat list (vFirst_, vNumSides_), and opposite sides cancel. A walk goes
+// from side to side; at a node it takes the first side clockwise from the one on which it came, by exact orientation
+// tests, which keeps it on the border of one sector. When it comes to a node of its path again, the loop between
+// becomes a ring. Rings of positive area are outer ones.
+//
+// A walk bounds one piece of the area, from inside or from outside. Walks without an outer ring are holes that touch no
+// other border. If there is a single outer ring, it is theirs; otherwise HoleSweep finds the ring to the south of the
+// smallest point of each, and the parent of that ring's walk is the parent.
+
 #include "analysis/RingBuilder.h"
 
 #include <algorithm>
@@ -11,7 +22,8 @@ namespace {
 
 constexpr size_t STEPS_BETWEEN_LOOKS = 1024;
 
-/// Twice the area, positive for a counterclockwise ring. Relative to the first point, so that nothing is lost far away.
+/// Twice the area, positive for a counterclockwise ring. Computed relative to the first point, so that no digits are
+/// lost far from the origin.
 template <class GetPoint>
 double getTwiceArea(size_t size, const GetPoint& getPoint) {
     const Point2& origin = getPoint(0);
@@ -33,7 +45,7 @@ bool RingBuilder::build(const std::vector<Side>& vSides, std::vector<std::vector
     return bBuilt;
 }
 
-/// By their first nodes, without those that have no length.
+/// Groups the sides by their first nodes; drops sides without length.
 void RingBuilder::sortSides(const std::vector<Side>& vSides) {
     std::vector<Index> vBegun;
     for (const auto& [from, to] : vSides) {
@@ -52,7 +64,7 @@ void RingBuilder::sortSides(const std::vector<Side>& vSides) {
     vUsed_.assign(numSides, false);
 }
 
-/// Takes out pairs of sides that run in opposite directions.
+/// Cancels pairs of sides that run in opposite directions.
 void RingBuilder::cancel() {
     for (size_t side = 0; side < vSides_.size(); ++side) {
         const auto [from, to] = vSides_[side];
@@ -70,10 +82,10 @@ bool RingBuilder::buildSorted(std::vector<std::vector<Point2>>& vRings) {
     numWalks_ = 0;
     std::vector<size_t> vParents;
     if (!trace() || !assignHoles(vParents)) return false;
-    // Each ring after its parent, which outer ones are themselves.
+    // Each ring follows its parent; the parent of an outer ring is itself.
     std::vector<size_t> vOrder(vFound_.size());
     for (size_t i = 0; i < vOrder.size(); ++i) vOrder[i] = i;
-    // Rings that touch at their smallest points go on to different ones.
+    // Rings that share their smallest point have different second points.
     const auto isRingBefore = [this](size_t a, size_t b) {
         const std::vector<Index>&vA = vFound_[a].vNodes, &vB = vFound_[b].vNodes;
         return vA[0] != vB[0] ? isBefore(vA[0], vB[0]) : isBefore(vA[1], vB[1]);
@@ -102,7 +114,8 @@ bool RingBuilder::trace() {
     return true;
 }
 
-/// Follows the walk of a side. The place in the path of a node is noted under the number of its first side.
+/// Follows the walk that starts with a side. vPlaces holds the place of a node in the path, under the number of the
+/// first side of the node.
 bool RingBuilder::traceFrom(size_t begin, std::vector<size_t>& vPlaces) {
     std::vector<Index> vPath;
     size_t side = begin;
@@ -124,8 +137,8 @@ bool RingBuilder::traceFrom(size_t begin, std::vector<size_t>& vPlaces) {
     return vPath.empty();
 }
 
-/// The side from a node that comes first clockwise from the one on which it was reached: an unused one, or that with which the
-/// walk has begun.
+/// The next side at a node: the first one clockwise from the side on which the node was reached, among unused sides and
+/// the side with which the walk began.
 size_t RingBuilder::findNext(Index from, Index at, size_t begin) {
     size_t best = NONE;
     for (size_t side = vFirst_[at], end = side + vNumSides_[at]; side < end; ++side) {
@@ -135,7 +148,7 @@ size_t RingBuilder::findNext(Index from, Index at, size_t begin) {
     return best;
 }
 
-/// Whether a clockwise turn around a pivot from one node comes to a before b.
+/// Whether a clockwise turn around a pivot, starting at node from, reaches a before b.
 bool RingBuilder::isSooner(Index pivot, Index from, Index a, Index b) {
     const auto sideOf = [&](Index of, Index node) {
         return geomTest_.getOrientation2(&nodes_[pivot], &nodes_[of], &nodes_[node]);
@@ -145,7 +158,7 @@ bool RingBuilder::isSooner(Index pivot, Index from, Index a, Index b) {
     return sideOf(a, b) == ORIENTATION2_CW;
 }
 
-/// Takes the end of a path as a ring, unless it has no area.
+/// Moves the end of a path into a ring; drops it if it has no area.
 void RingBuilder::closeRing(std::vector<Index>& vPath, size_t begin, size_t walk) {
     Ring ring{std::vector<Index>(vPath.begin() + static_cast<std::ptrdiff_t>(begin), vPath.end()), walk, false};
     vPath.resize(begin);
@@ -165,7 +178,7 @@ void RingBuilder::startAtSmallest(std::vector<Index>& vNodes) const {
 
 // ---- Holes ----
 
-/// The outer ring of each ring.
+/// Finds the outer ring of each ring; false if a hole has none.
 bool RingBuilder::assignHoles(std::vector<size_t>& vParents) {
     std::vector<size_t> vOuterOfWalk(numWalks_, NONE);
     size_t numOuter = 0, anyOuter = NONE;
@@ -208,7 +221,8 @@ bool RingBuilder::findPieces(const std::vector<size_t>& vOuterOfWalk, std::vecto
     for (size_t walk = 0; walk < numWalks_; ++walk) {
         if (vStartOfWalk[walk]) sweep.addQuestion(*vStartOfWalk[walk], walk);
     }
-    // A walk whose ground is found is not asked for before: it begins farther west.
+    // The sweep visits walks from west to east, so the walk below, which begins farther west, has its outer ring
+    // already.
     return sweep.run(progress_, [&](size_t walk, size_t below) {
         vParentOfWalk[walk] = vParentOfWalk[below];
         return vParentOfWalk[walk] != NONE;

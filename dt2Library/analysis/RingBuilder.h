@@ -12,17 +12,17 @@
 
 namespace LUMO_TARO25D {
 
-/// Makes rings of the sides of an area, which have it on their left: what has the area on both sides goes first, and the rest
-/// is joined to walks around the pieces of the area. At a node with several sides a walk turns to the side that bounds the same
-/// sector of the area, so walks do not cross; where one comes to a node again it is divided, so rings are simple. Rings of one
-/// walk bound one piece. A piece has one outer ring; holes that no walk connects with it find it by a sweep (Shamos and Hoey
-/// 1976). O(n log n).
+/// Makes rings of the sides of an area, which have the area on their left. First, sides with the area on both sides are
+/// dropped; the others are joined to walks around the pieces of the area. At a node with several sides a walk turns to
+/// the side that bounds the same sector of the area, so walks do not cross; a walk that returns to a node is divided
+/// there, so rings are simple. Rings of one walk bound one piece. A piece has one outer ring; for holes that no walk
+/// connects with it, a sweep finds it (Shamos and Hoey 1976). O(n log n).
 class RingBuilder {
   public:
     using Index = BandNodes::Index;
     using Side = std::pair<Index, Index>;
 
-    /// For one thread and one area after the other. There will be no more nodes.
+    /// An object serves one thread and one area at a time. No nodes may be added meanwhile.
     RingBuilder(const BandNodes& nodes, double magnitude, const Progress& progress)
         : nodes_(nodes),
           progress_(progress),
@@ -30,8 +30,8 @@ class RingBuilder {
           vFirst_(nodes.size()),
           vNumSides_(nodes.size(), 0) {}
 
-    /// Appends the rings, outer ones each with its holes behind it; both begin at their smallest points and are in the order
-    /// of these. False if the sides do not make rings.
+    /// Appends the rings, each outer ring followed by its holes. Rings begin at their smallest points; outer rings, and
+    /// the holes of each, are in the order of these points. False if the sides do not form rings.
     bool build(const std::vector<Side>& vSides, std::vector<std::vector<Point2>>& vRings);
 
   private:
@@ -58,9 +58,9 @@ class RingBuilder {
     const BandNodes& nodes_;
     const Progress& progress_;
     GeomTest geomTest_;
-    std::vector<size_t> vFirst_;    // of a node with sides: where they begin in the list
-    std::vector<Index> vNumSides_;  // that begin at a node
-    std::vector<Side> vSides_;      // those of a node stand together
+    std::vector<size_t> vFirst_;    // the first side of a node in vSides_
+    std::vector<Index> vNumSides_;  // the number of sides that begin at a node
+    std::vector<Side> vSides_;      // grouped by first node
     std::vector<bool> vUsed_;       // or cancelled
     std::vector<Ring> vFound_;
     size_t numWalks_ = 0;

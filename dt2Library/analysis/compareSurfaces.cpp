@@ -1,17 +1,18 @@
 // The difference of two surfaces without an overlay mesh.
 //
-// The zone with more triangles is the outer one: for each of its triangles those of the other triangulation that overlap it are
-// found by spreading. It starts where a walk from the last triangle ends that seeks the centre of the outer one, and
-// crosses each edge that the part common to the two triangles reaches. Where only rounding says that there is such a part, along
-// an edge of the outer triangle, it does not go on: what overlaps the inside of the outer triangle is connected there, since
-// triangles are convex. An outer triangle with its centre beyond the hull of the other triangulation starts from hull edges. A
-// triangle with the same corners has no others to look for.
+// The zone with more triangles is the outer one. For each of its triangles, a search from neighbour to neighbour finds
+// the triangles of the other triangulation that overlap it. The search starts at the triangle that contains the centre
+// of the outer triangle, found by a walk from the last result, and crosses each edge that the common part of the two
+// triangles reaches. It does not go on from a common part that is mere rounding along an edge of the outer triangle:
+// since triangles are convex, all triangles that overlap the interior of the outer one are connected without it. If the
+// centre of an outer triangle is outside the hull of the other triangulation, the search starts at near hull edges. If
+// the first triangle has the same corners, it is the only one.
 //
-// Heights are linear on each common part, so that its volume and areas are simple sums (OverlayPiece). Each is computed from
-// differences to a corner of the outer triangle: far from the origin nothing is lost.
+// Heights are linear on each common part, so that its volume and areas are simple sums (OverlayPiece). They are
+// computed in coordinates relative to a corner of the outer triangle, so that no digits are lost far from the origin.
 //
-// The outer triangles are cut into pieces of a fixed number. A walk never comes from another piece, and the sums of pieces are
-// added in order, so threads make no difference.
+// The outer triangles are processed in batches of fixed size. No walk starts from the result of another batch, and the
+// sums of batches are added in order, so the result does not depend on threads.
 
 #include "taro25d/compareSurfaces.h"
 
@@ -54,7 +55,7 @@ Bbox2 getBoxOf(const Triangle2& triangle) {
     return box;
 }
 
-/// Triangles that have been come to, few as a rule.
+/// The triangles reached by a search, usually few.
 class Reached {
   public:
     void clear() {
@@ -87,7 +88,7 @@ class Reached {
     std::unique_ptr<AddressSet> pMany_;  // null while there are few
 };
 
-/// The zone whose triangles are looked for.
+/// The zone in which overlapping triangles are searched.
 class InnerSurface {
   public:
     InnerSurface(const Zone2& zone, const std::vector<Triangle2*>& vTriangles)
@@ -100,8 +101,8 @@ class InnerSurface {
     const Dt2& getDt2() const { return dt2_; }
     const Bbox2& getBox() const { return box_; }
     bool contains(const Triangle2* pT) const { return mInZone_.empty() || mInZone_.find(pT); }
-    /// Adds triangles from which all that overlap another one are reached. The hint, if it is not null, is where to look
-    /// first, and becomes the next one.
+    /// Adds triangles from which all triangles that overlap outer are reached. The walk starts at pHint, unless null,
+    /// which becomes its result.
     void start(const Triangle2& outer, Triangle2*& pHint, GeomTest& geomTest, Reached& reached) const;
 
   private:
@@ -110,7 +111,7 @@ class InnerSurface {
     const Dt2& dt2_;
     HullChains hull_;
     Bbox2 box_;
-    PointerMap<bool> mInZone_;  // empty if all are
+    PointerMap<bool> mInZone_;  // empty if the zone has all triangles
 };
 
 Triangle2* InnerSurface::getTriangleNear(const Point2& place) const {
@@ -146,7 +147,7 @@ class Comparison {
     SurfaceDifference run(int numThreads);
 
   private:
-    /// A walk through the inner surface, for some outer triangles one after the other.
+    /// The state of the search through the inner surface for a batch of outer triangles.
     struct Walk {
         explicit Walk(double magnitude) : geomTest(magnitude) {}
 

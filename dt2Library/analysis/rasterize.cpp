@@ -1,9 +1,9 @@
 // Rasters by a scan of the triangles.
 //
-// Each triangle writes the cells whose centres belong to it (RasterGrid). That is one triangle at most, so threads may share
-// the triangles as they like. A triangle over very many cells is put aside, and its rows are shared. Left over are centres on
-// the border of the zone with the zone on their west or south only: the last step goes along the border and gives them the
-// triangle that there is.
+// Each triangle writes the cells whose centres belong to it (RasterGrid). A centre belongs to one triangle at most, so
+// threads may share the triangles in any manner. A triangle over very many cells is put aside, and its rows are shared.
+// Centres on the border that have the zone only on their west or south belong to no triangle; the last step goes along
+// the border and uses the adjacent triangle for them (RasterBorder).
 
 #include "taro25d/rasterize.h"
 
@@ -33,7 +33,7 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr double NOTHING = std::numeric_limits<double>::quiet_NaN();
-constexpr double DEGREES = 57.295779513082320877;  // in a radian
+constexpr double DEGREES = 57.295779513082320877;  // degrees in a radian
 
 double getSlope(const FacePlane& plane) {
     return std::atan(std::hypot(plane.getRiseEast(), plane.getRiseNorth())) * DEGREES;
@@ -47,7 +47,7 @@ double getAspect(const FacePlane& plane) {
     return turned < 360.0 ? turned : 0.0;
 }
 
-/// The cosine of the angle between the normal and the direction of the light, from 1 to 255.
+/// The cosine of the angle between the normal and the direction of the light, mapped to 1 to 255.
 double getHillshade(const FacePlane& plane) {
     const double east = plane.getRiseEast(), north = plane.getRiseNorth();
     const double length = std::hypot(1.0, std::hypot(east, north));
@@ -73,14 +73,14 @@ class Rasterizer {
     void run();
 
   private:
-    /// What a thread needs for itself.
+    /// The state of one thread.
     struct Worker {
         Worker(const Dt2& dt2, double magnitude) : geomTest(magnitude), neighbours(dt2, magnitude) {}
 
         GeomTest geomTest;
         NaturalNeighbours neighbours;
-        std::vector<const Triangle2*> vLarge;  // over many cells
-        std::vector<Edge2> vBorder;            // what it has found of the hull
+        std::vector<const Triangle2*> vLarge;  // triangles over many cells
+        std::vector<Edge2> vBorder;            // the hull edges that it has found
     };
 
     size_t getPieceSize() const;
@@ -123,7 +123,7 @@ void Rasterizer::run() {
     progress_.finish();
 }
 
-/// So many triangles that they have some thousand cells.
+/// The number of triangles that have about 20,000 cells together.
 size_t Rasterizer::getPieceSize() const {
     constexpr double CELLS_IN_PIECE = 20000.0, MIN_SIZE = 16.0, MAX_SIZE = 4096.0;
     const double numCells = static_cast<double>(grid_.getNumRows()) * static_cast<double>(grid_.getNumColumns());
@@ -161,7 +161,7 @@ void Rasterizer::noteHullEdges(Triangle2* pT, Worker& worker) const {
 }
 
 void Rasterizer::scan(const Triangle2& triangle, const RasterGrid::Cells& cells, Worker& worker) {
-    std::optional<FacePlane> plane;  // not needed where no centre is inside
+    std::optional<FacePlane> plane;  // made only if a centre is inside
     grid_.scan(triangle, cells, worker.geomTest, [&](size_t row, size_t begin, size_t end) {
         progress_.throwIfStopped();
         if (kind_ == RK_NATURAL_NEIGHBOUR) {
@@ -177,7 +177,7 @@ void Rasterizer::scan(const Triangle2& triangle, const RasterGrid::Cells& cells,
     });
 }
 
-/// Each thread has some rows of all large triangles.
+/// Shares the rows of all large triangles.
 void Rasterizer::scanLargeTriangles() {
     std::vector<const Triangle2*> vLarge;
     for (const auto& pWorker : vWorkers_) vLarge.insert(vLarge.end(), pWorker->vLarge.begin(), pWorker->vLarge.end());
@@ -204,7 +204,7 @@ void Rasterizer::fillBorder() {
 void Rasterizer::fillByHeight(const FacePlane& plane, const Triangle2& triangle, size_t row, size_t begin, size_t end) {
     const double y = grid_.getY(row);
     for (size_t column = begin; column < end; ++column) getCell(row, column) = plane.getHeight(grid_.getX(column), y);
-    // A centre at a corner, which is the first or the last one of its row, has its height.
+    // A centre exactly at a corner, which is the first or the last one of its row, gets the height of the corner.
     for (int i = 0; i < 3; ++i) {
         const Point2& corner = *triangle.getCorner(i);
         if (corner.y() != y) continue;
@@ -239,7 +239,7 @@ void Rasterizer::setOnBorder(size_t row, size_t column, const Triangle2& triangl
                                    : getMeasure(FacePlane(triangle));
 }
 
-/// Always false.
+/// Warns; returns false.
 bool refuse(const char* text) {
     warning("rasterize()", text);
     return false;

@@ -11,7 +11,8 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Points in a grid of cells twice as wide as the distance: what is near to a place is in one of four cells.
+/// Points in a grid of cells twice as wide as the distance, so that all points within the distance of a place are in
+/// four cells.
 class Cells {
   public:
     Cells(const std::vector<Point2>& vPoints, double distance)
@@ -22,7 +23,7 @@ class Cells {
         std::sort(vEntries_.begin(), vEntries_.end(), isBefore);
     }
 
-    /// The nearest point that has not been taken, which it is then; null if there is none within the distance.
+    /// Takes the nearest point within the distance that has not been taken; null if there is none.
     const Point2* takeNear(const Point2& place) {
         size_t best = vPoints_.size();
         double sqBest = distance_ * distance_;

@@ -6,8 +6,8 @@
 
 namespace LUMO_TARO25D {
 
-/// Moves points, in x and y, onto those of another list that are within a distance of them. Each of these attracts one
-/// point at most, so that different points stay different. O(n log n).
+/// Moves points, in x and y, onto points of a fixed list that are within a distance of them. Each fixed point attracts
+/// one point at most, so that different points stay different. O(n log n).
 void weld(const std::vector<Point2>& vFixed, double distance, std::vector<Point2>& vMoving);
 
 }  // namespace LUMO_TARO25D
