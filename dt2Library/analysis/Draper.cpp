@@ -26,10 +26,10 @@ void Draper::drape(const Segment2& segment) {
     if (src_ == trg_) return;
     bForward_ = src_ < trg_;
     bOnSurface_ = false;
-    Way way = begin();
-    while (way.pVtx || way.pT) {
+    Step step = begin();
+    while (step.pVtx || step.pT) {
         progress_.throwIfStopped();
-        way = way.pVtx ? goOnFromVertex(way.pVtx) : cross(way);
+        step = step.pVtx ? goOnFromVertex(step.pVtx) : cross(step);
     }
 }
 
@@ -46,7 +46,7 @@ void Draper::reachEndIn(const Triangle2* pT) {
     reach(Point2(trg_.x(), trg_.y(), height));
 }
 
-Draper::Way Draper::begin() {
+Draper::Step Draper::begin() {
     Triangle2* pT = nullptr;
     const int code = dt2_.walkTo(src_, pT, geomTest_);
     if (code == CODE_DUPLICATE) {
@@ -68,7 +68,7 @@ Draper::Way Draper::begin() {
 }
 
 /// The first step from the start, which lies in a triangle or, if onEdge is not -1, on that edge.
-Draper::Way Draper::leaveTriangle(Triangle2* pT, int onEdge) {
+Draper::Step Draper::leaveTriangle(Triangle2* pT, int onEdge) {
     if (onEdge >= 0) {
         // The path goes along the edge, or into one of its triangles.
         for (const int k : {incIndexBy1(onEdge), incIndexBy2(onEdge)}) {
@@ -79,30 +79,30 @@ Draper::Way Draper::leaveTriangle(Triangle2* pT, int onEdge) {
             return {};
         }
     }
-    Way way;
-    if (findExit(pT, way)) return way;
+    Step step;
+    if (findExit(pT, step)) return step;
     Triangle2* pN = onEdge >= 0 ? pT->getOppositeTriangle(onEdge) : nullptr;
-    if (pN) findExit(pN, way);
-    return way;
+    if (pN) findExit(pN, step);
+    return step;
 }
 
 /// Whether the line passes through the interior of a triangle in which it starts; then finds where it leaves.
-bool Draper::findExit(Triangle2* pT, Way& way) {
+bool Draper::findExit(Triangle2* pT, Step& step) {
     for (int i = 0; i < 3; ++i) {
         const Point2 *pA = pT->getCorner(incIndexBy1(i)), *pB = pT->getCorner(incIndexBy2(i));
         if (geomTest_.getOrientation2(pA, pB, &src_) == ORIENTATION2_COLLINEAR) continue;
         const Orientation2 sideA = sideOf(pA), sideB = sideOf(pB);
         if (sideA == ORIENTATION2_CW && sideB == ORIENTATION2_CCW) {
-            way = {nullptr, pT, i};
+            step = {nullptr, pT, i};
             return true;
         }
         const Point2* pOn = sideA == ORIENTATION2_COLLINEAR ? pA : sideB == ORIENTATION2_COLLINEAR ? pB : nullptr;
         if (!pOn || !isAhead(*pOn)) continue;
-        way = {};
+        step = {};
         if (isBeyond(*pOn)) {
             reachEndIn(pT);
         } else {
-            way.pVtx = pOn;
+            step.pVtx = pOn;
         }
         return true;
     }
@@ -110,7 +110,7 @@ bool Draper::findExit(Triangle2* pT, Way& way) {
 }
 
 /// The first step from outside the hull: across a hull edge visible from the start, if the segment reaches it.
-Draper::Way Draper::enterHull(Triangle2* pT, int i) {
+Draper::Step Draper::enterHull(Triangle2* pT, int i) {
     std::vector<std::pair<Triangle2*, int>> vVisible{{pT, i}};
     determineHullPatchLeft(vVisible, pT, i, &src_, geomTest_);
     determineHullPatchRight(vVisible, pT, i, &src_, geomTest_);
@@ -129,7 +129,7 @@ Draper::Way Draper::enterHull(Triangle2* pT, int i) {
 }
 
 /// The next step in a triangle that the line has entered opposite corner far.
-Draper::Way Draper::goOnAcross(Triangle2* pT, int far) {
+Draper::Step Draper::goOnAcross(Triangle2* pT, int far) {
     const Point2* pFar = pT->getCorner(far);
     const Orientation2 side = sideOf(pFar);
     if (side == ORIENTATION2_CCW) return {nullptr, pT, incIndexBy1(far)};
@@ -139,27 +139,27 @@ Draper::Way Draper::goOnAcross(Triangle2* pT, int far) {
     return {};
 }
 
-Draper::Way Draper::cross(const Way& way) {
-    const Point2 *pA = way.pT->getCorner(incIndexBy1(way.i)), *pB = way.pT->getCorner(incIndexBy2(way.i));
+Draper::Step Draper::cross(const Step& step) {
+    const Point2 *pA = step.pT->getCorner(incIndexBy1(step.i)), *pB = step.pT->getCorner(incIndexBy2(step.i));
     if (geomTest_.getOrientation2(pA, pB, &trg_) != ORIENTATION2_CW) {
-        reachEndIn(way.pT);
+        reachEndIn(step.pT);
         return {};
     }
     Point2 crossing;
     if (getIntersectionPoint(*pA, *pB, src_, trg_, crossing)) reach(crossing);
-    Triangle2* pN = way.pT->getOppositeTriangle(way.i);
-    return pN ? goOnAcross(pN, indexOfNeighbour(pN, way.pT)) : Way();
+    Triangle2* pN = step.pT->getOppositeTriangle(step.i);
+    return pN ? goOnAcross(pN, indexOfNeighbour(pN, step.pT)) : Step();
 }
 
-Draper::Way Draper::goOnFromVertex(const Point2* pVtx) {
+Draper::Step Draper::goOnFromVertex(const Point2* pVtx) {
     if (isBeyond(*pVtx)) return {};
     reach(*pVtx);
     if (*pVtx == trg_) return {};
-    Way way;
-    const Point2* pNext = leaveVertex(geomTest_, pVtx, &trg_, way.pT, way.i);
-    if (!pNext) return way;
+    Step step;
+    const Point2* pNext = leaveVertex(geomTest_, pVtx, &trg_, step.pT, step.i);
+    if (!pNext) return step;
     if (!isBeyond(*pNext)) return {pNext};
-    reachEndIn(way.pT);
+    reachEndIn(step.pT);
     return {};
 }
 

@@ -25,19 +25,19 @@ class Draper {
 
   private:
     /// The next step of the path: from a vertex, or across edge i of a triangle. The path has ended if both are null.
-    struct Way {
+    struct Step {
         const Point2* pVtx = nullptr;
         Triangle2* pT = nullptr;
         int i = 0;
     };
 
-    Way begin();
-    Way leaveTriangle(Triangle2* pT, int onEdge);
-    bool findExit(Triangle2* pT, Way& way);
-    Way enterHull(Triangle2* pT, int i);
-    Way goOnAcross(Triangle2* pT, int far);
-    Way goOnFromVertex(const Point2* pVtx);
-    Way cross(const Way& way);
+    Step begin();
+    Step leaveTriangle(Triangle2* pT, int onEdge);
+    bool findExit(Triangle2* pT, Step& step);
+    Step enterHull(Triangle2* pT, int i);
+    Step goOnAcross(Triangle2* pT, int far);
+    Step goOnFromVertex(const Point2* pVtx);
+    Step cross(const Step& step);
     /// The side of the line on which a point lies.
     Orientation2 sideOf(const Point2* p) { return geomTest_.getOrientation2(&src_, &trg_, p); }
     /// Whether a point on the line is beyond the start, and beyond the end.

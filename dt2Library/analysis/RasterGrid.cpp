@@ -9,7 +9,7 @@ namespace LUMO_TARO25D {
 namespace {
 
 /// Whether the centres of n cells, counted from one end of an axis, are finite and all different.
-bool canBeTold(double from, double size, size_t n) {
+bool areCentresDistinct(double from, double size, size_t n) {
     if (!std::isfinite(from) || !std::isfinite(size) || !(size > 0.0) || n == 0) return false;
     const double extent = std::abs(from) + static_cast<double>(n) * size;
     return std::isfinite(4.0 * extent) && size > std::ldexp(extent, -50);
@@ -18,8 +18,8 @@ bool canBeTold(double from, double size, size_t n) {
 }  // namespace
 
 bool RasterGrid::isUsable(const RasterFrame& frame) {
-    return canBeTold(frame.minX, frame.cellWidth, frame.numColumns) &&
-           canBeTold(frame.maxY, frame.cellHeight, frame.numRows);
+    return areCentresDistinct(frame.minX, frame.cellWidth, frame.numColumns) &&
+           areCentresDistinct(frame.maxY, frame.cellHeight, frame.numRows);
 }
 
 RasterGrid::RasterGrid(const RasterFrame& frame, double magnitude)

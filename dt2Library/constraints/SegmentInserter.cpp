@@ -180,9 +180,9 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
     if (Point2* pReached = leaveTowardsVertex(geomTest, pSrc, pTrg, pT, i))
         return pReached == pTrg ? nullptr : pReached;
     const bool bExact = mesh_.takesConstraintsExactly();
-    const auto isOnWay = [&](const Point2* pVtx) { return !bExact && isBeside(*pSrc, *pTrg, *pVtx); };
+    const auto isOnPath = [&](const Point2* pVtx) { return !bExact && isBeside(*pSrc, *pTrg, *pVtx); };
     for (Point2* pCorner : {pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))}) {
-        if (isOnWay(pCorner)) return pCorner;
+        if (isOnPath(pCorner)) return pCorner;
     }
     CrossedRegion region(pT, i);
     Orientation2 ori = ORIENTATION2_CCW;
@@ -191,7 +191,7 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
         ori = crossEdge(geomTest, pSrc, pTrg, pT, i);
         region.add(pT, i, ori);
         Point2* pFar = ori == ORIENTATION2_CCW ? pT->getCorner(incIndexBy2(i)) : pT->getCorner(incIndexBy1(i));
-        if (ori != ORIENTATION2_COLLINEAR && isOnWay(pFar)) return pFar;
+        if (ori != ORIENTATION2_COLLINEAR && isOnPath(pFar)) return pFar;
     }
     if (pT->getCorner(i) != pTrg) return pT->getCorner(i);
     TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");

@@ -66,7 +66,7 @@ using DirectedEdge = std::pair<Point2*, Point2*>;
 
 /// Drops each edge that occurs at least as often in the opposite direction. Where a border runs back over itself, both
 /// sides belong to the same area, so that spreading must not start on its left there.
-inline void dropWaysBack(std::vector<DirectedEdge>& vEdges) {
+inline void dropRetracedEdges(std::vector<DirectedEdge>& vEdges) {
     std::vector<DirectedEdge> vSorted = vEdges;
     std::sort(vSorted.begin(), vSorted.end());
     const auto count = [&vSorted](Point2* pSrc, Point2* pTrg) {

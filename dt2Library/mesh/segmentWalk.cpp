@@ -16,7 +16,7 @@ constexpr int MANY_TRIANGLES = 16;
 /// leaveVertex that tests at most numTriangles triangles; pT is null if none of these is the one.
 Point2* leaveVertexAmong(GeomTest& geomTest, const Point2* p, const Point2* q, int numTriangles, Triangle2*& pT,
                          int& i) {
-    Point2* pOnWay = nullptr;
+    Point2* pOnPath = nullptr;
     bool bEnough = false;
     pT = findIncidentTriangle(p, [&](const Triangle2* pCandidate) {
         bEnough = numTriangles-- == 0;
@@ -24,16 +24,16 @@ Point2* leaveVertexAmong(GeomTest& geomTest, const Point2* p, const Point2* q, i
         i = indexOfVertex(pCandidate, p);
         Point2 *a = pCandidate->getCorner(incIndexBy1(i)), *b = pCandidate->getCorner(incIndexBy2(i));
         if (a == q || b == q) {
-            pOnWay = a == q ? a : b;
+            pOnPath = a == q ? a : b;
             return true;
         }
         const Orientation2 oriA = geomTest.getOrientation2(p, q, a), oriB = geomTest.getOrientation2(p, q, b);
-        if (oriA == ORIENTATION2_COLLINEAR && oriB == ORIENTATION2_CCW) pOnWay = a;
-        if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnWay = b;
-        return pOnWay || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
+        if (oriA == ORIENTATION2_COLLINEAR && oriB == ORIENTATION2_CCW) pOnPath = a;
+        if (oriB == ORIENTATION2_COLLINEAR && oriA == ORIENTATION2_CW) pOnPath = b;
+        return pOnPath || (oriA == ORIENTATION2_CW && oriB == ORIENTATION2_CCW);
     });
     if (bEnough) pT = nullptr;
-    return pOnWay;
+    return pOnPath;
 }
 
 /// leaveTowardsVertex by following the line backwards, from q to p.
@@ -58,10 +58,10 @@ Point2* leaveVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triang
 Point2* leaveTowardsVertex(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i) {
     TARO_ASSERT_TEXT(p->getIncidentTriangle() != nullptr, "pSrc->getIncidentTriangle()!=__null");
     TARO_ASSERT_TEXT(q->getIncidentTriangle() != nullptr, "pTrg->getIncidentTriangle()!=__null");
-    Point2* pOnWay = leaveVertexAmong(geomTest, p, q, MANY_TRIANGLES, pT, i);
-    if (!pT) pOnWay = arriveFromVertex(geomTest, p, q, pT, i);
+    Point2* pOnPath = leaveVertexAmong(geomTest, p, q, MANY_TRIANGLES, pT, i);
+    if (!pT) pOnPath = arriveFromVertex(geomTest, p, q, pT, i);
     TARO_ASSERT_TEXT(pT != nullptr, "pT!=__null");
-    return pOnWay;
+    return pOnPath;
 }
 
 Orientation2 crossEdge(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i) {

@@ -281,7 +281,7 @@ void Refiner::addRefCandsInsideZone(const Point2* p0, Point2* p1, Point2* pCente
 bool Refiner::tryRefine(RefCand3* pRC) {
     TARO_ASSERT_TEXT(pRC->isAlive(), "pRC->isAlive()");
     if (!pRC->needRefinement(&params_)) return false;
-    if (pRC->getSplitIndex() != RefCand3::SPLIT_NONE) return splitSegmentInTheWay(pRC);
+    if (pRC->getSplitIndex() != RefCand3::SPLIT_NONE) return splitObstructingSegment(pRC);
     insertCircumcenter(pRC);
     return true;
 }
@@ -296,7 +296,7 @@ void Refiner::insertCircumcenter(RefCand3* pRC) {
     mesh_.getInnerVtxMgr().addVtx(pVertex);
 }
 
-bool Refiner::splitSegmentInTheWay(RefCand3* pRC) {
+bool Refiner::splitObstructingSegment(RefCand3* pRC) {
     Triangle2* pT = nullptr;
     int index = -1;
     pRC->getContainingTriangleAndIndex(pT, index);

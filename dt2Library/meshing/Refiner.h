@@ -43,7 +43,7 @@ class Refiner {
     /// Serves a candidate; returns whether it has inserted a vertex.
     bool tryRefine(RefCand3* pRC);
     void insertCircumcenter(RefCand3* pRC);
-    bool splitSegmentInTheWay(RefCand3* pRC);
+    bool splitObstructingSegment(RefCand3* pRC);
     /// Inserts a vertex of the vault into the triangle that contains it, or on edge onEdge of that if this is not -1,
     /// and makes the triangles around it candidates.
     void insertVertexForRefinement(Point2* pVertex, Triangle2* pContainingTriangle, int onEdge);

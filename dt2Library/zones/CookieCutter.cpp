@@ -114,7 +114,7 @@ bool CookieCutter::getInside(std::vector<Triangle2*>& vTriangles) const {
     for (const auto& [pEnd, outside] : cutter_.getOpenEnds()) closeGap(pEnd, outside, sMarked, sBlocked);
     std::vector<DirectedEdge> vBorder;
     cutter_.getEdges().getDirectedPieces(vBorder);
-    dropWaysBack(vBorder);  // also removes notches thinner than rounding
+    dropRetracedEdges(vBorder);  // also removes notches thinner than rounding
     std::vector<Triangle2*> vSeeds;
     for (const auto& [pSrc, pTrg] : vBorder) {
         sBlocked.insert(pSrc, pTrg);

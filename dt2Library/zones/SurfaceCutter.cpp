@@ -180,8 +180,8 @@ bool SurfaceCutter::isSplitSound(const Triangle2* pT, int i, const Point2& point
 
 /// A new vertex on edge i of pT at a crossing or, if a triangle is thinner than rounding, a little before or after it
 /// on the path; null if the edge cannot be divided there.
-Point2* SurfaceCutter::divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way) {
-    const Vector2 step = way * (0.125 * getResolution(crossing, crossing));
+Point2* SurfaceCutter::divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& direction) {
+    const Vector2 step = direction * (0.125 * getResolution(crossing, crossing));
     for (const double numSteps : {0.0, -1.0, 1.0, -2.0, 2.0, -4.0, 4.0, -8.0, 8.0, -16.0, 16.0}) {
         const Point2 place(crossing.x() + numSteps * step.x(), crossing.y() + numSteps * step.y(), crossing.z());
         if (isFinite2D(place) && isSplitSound(pT, i, place)) return insertAt(pT, i, place);
@@ -201,8 +201,8 @@ Point2* SurfaceCutter::cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int
     for (Point2* pEnd : {p0, p1}) {
         if (crossing == *pEnd || isNextTo(*pVtx, trg, *pEnd)) return pEnd;
     }
-    const Vector2 way = normalize(getVector2D(*pVtx, trg));
-    if (Point2* pNew = divide(pT, i, crossing, way)) return pNew;
+    const Vector2 direction = normalize(getVector2D(*pVtx, trg));
+    if (Point2* pNew = divide(pT, i, crossing, direction)) return pNew;
     Point2* pNearer = distance2D(crossing, *p0) <= distance2D(crossing, *p1) ? p0 : p1;
     if (!isSamePlace(crossing, *pNearer)) {
         warning("Dt2::CUTT_cutTriangles()", "insufficient numeric accuracy, a segment leaves its way");

@@ -38,7 +38,7 @@ class SurfaceCutter {
     Point2* enter(const Point2& outside, const Point2& trg);
     Point2* insertNearHull(const Edge2& edge, const Point2& src, const Point2& trg);
     bool isSplitSound(const Triangle2* pT, int i, const Point2& point) const;
-    Point2* divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& way);
+    Point2* divide(Triangle2* pT, int i, const Point2& crossing, const Vector2& direction);
     Point2* cross(Point2* pVtx, const Point2& trg, Triangle2* pT, int i);
     void cutTowards(Point2* pVtx, Point2* pTrg);
     void flipDiagonals(Point2* pVtx);

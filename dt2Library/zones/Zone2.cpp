@@ -147,7 +147,7 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
         pGraph->getDirectedPieces(vPieces);
         const WindingNumbers windings(vPieces);
         const bool bClosed = windings.areClosed();
-        if (!bClosed) dropWaysBack(vPieces);
+        if (!bClosed) dropRetracedEdges(vPieces);
         const auto beginAlong = [&](Point2* pSrc, Point2* pTrg, bool bLeft) {
             if ((bClosed ? windings.getLeftOf(pSrc, pTrg) != 0 : bLeft) != bInside) return;
             Triangle2* pT = pDt2_->getAdjacentTriangle(pSrc, pTrg);
