@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "analysis/EdgeCrossings.h"
 #include "analysis/HeightMap.h"
 #include "kernel/tools.h"
 #include "support/Progress.h"
@@ -61,8 +62,9 @@ class CutAndFillImpl {
     struct Surface {
         Zone2* pZone;
         std::vector<Triangle2*> vTriangles;
-        std::vector<Point2> vPoints;  // the corners
-        PointerMap<size_t> mIndices;  // of the corners in vPoints
+        std::vector<Point2> vPoints;    // the corners
+        PointerMap<size_t> mIndices;    // of the corners in vPoints
+        std::vector<Point2*> vHandles;  // of vPoints in the combined triangulation
         ConstraintGraph2 *pBorder = nullptr, *pEdges = nullptr;
 
         size_t getIndex(const Point2* pVtx) const { return *mIndices.find(pVtx); }
@@ -91,7 +93,9 @@ class CutAndFillImpl {
     void readSurfaces();
     bool setResultZone();
     bool insertSurfaces();
-    void insertInnerSegments(int ithInput);
+    std::vector<EdgeCrossings::Edge> getInnerSegments(int ithInput);
+    std::vector<Point2*> insertPoints(const EdgeCrossings& crossings);
+    void insertInnerSegments(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings);
     bool leaveOutside();
     void setHeights();
     void assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput);

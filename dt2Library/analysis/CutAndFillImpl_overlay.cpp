@@ -85,8 +85,12 @@ bool CutAndFillImpl::setResultZone() {
 
 bool CutAndFillImpl::insertSurfaces() {
     progress_.incProgress(10);
+    const std::vector<EdgeCrossings::Edge> avEdges[2] = {getInnerSegments(0), getInnerSegments(1)};
+    const EdgeCrossings crossings(*aSurfaces_[0].pZone->getDelaunayTriangulation(), {aSurfaces_[0].vPoints, avEdges[0]},
+                                  {aSurfaces_[1].vPoints, avEdges[1]});
+    const std::vector<Point2*> vCrossings = insertPoints(crossings);
     for (const int ithInput : {0, 1}) {
-        insertInnerSegments(ithInput);
+        insertInnerSegments(ithInput, crossings, vCrossings);
         progress_.incProgress(40);
     }
     if (leaveOutside()) return true;
@@ -94,26 +98,68 @@ bool CutAndFillImpl::insertSurfaces() {
     return refuse();
 }
 
-/// The edges of one surface that may be in the overlap, and the heights of their vertices.
-void CutAndFillImpl::insertInnerSegments(int ithInput) {
+/// The edges of one surface that may be in the overlap.
+std::vector<EdgeCrossings::Edge> CutAndFillImpl::getInnerSegments(int ithInput) {
     Surface& surface = aSurfaces_[ithInput];
     std::vector<Triangle2*>& vTriangles = surface.vTriangles;
     const auto isAside = [this](const Triangle2* pT) { return !overlap_.doIntersect(getBoxOf(pT)); };
     vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isAside), vTriangles.end());
-
-    std::vector<Point2*> vHandles;
-    combined_.getImpl()->insertVector(surface.vPoints, vHandles);
-    for (size_t i = 0; i < vHandles.size(); ++i) heights_[vHandles[i]].aHeights[ithInput] = surface.vPoints[i].z();
-    // What only slivers have as a side comes last: see assignHeigthsOfConstraints.
-    std::vector<VertexPair> vPairs, vOfSlivers;
+    AddressSet sInside = toSet(vTriangles);
+    std::vector<EdgeCrossings::Edge> vEdges, vOfSlivers;
     forEachEdge(vTriangles, [&](const Triangle2* pT, int i) {
         const Triangle2* pN = pT->getOppositeTriangle(i);
         const bool bSlivers = isSliver(pT) && (!pN || isSliver(pN));
         const auto [pSrc, pTrg] = getEnds(pT, i);
-        (bSlivers ? vOfSlivers : vPairs)
-            .emplace_back(vHandles[surface.getIndex(pSrc)], vHandles[surface.getIndex(pTrg)]);
+        (bSlivers ? vOfSlivers : vEdges)
+            .push_back({pT, i, pN && sInside.contains(pN), static_cast<std::uint32_t>(surface.getIndex(pSrc)),
+                        static_cast<std::uint32_t>(surface.getIndex(pTrg))});
     });
-    vPairs.insert(vPairs.end(), vOfSlivers.begin(), vOfSlivers.end());
+    // What only slivers have as a side comes last: see assignHeigthsOfConstraints.
+    vEdges.insert(vEdges.end(), vOfSlivers.begin(), vOfSlivers.end());
+    return vEdges;
+}
+
+/// Inserts all vertices at once, those of both surfaces and the crossings of their edges, with the heights that are known.
+std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings) {
+    std::vector<Point2> vPoints;
+    for (const Surface& surface : aSurfaces_) {
+        vPoints.insert(vPoints.end(), surface.vPoints.begin(), surface.vPoints.end());
+    }
+    for (const EdgeCrossings::Crossing& crossing : crossings.getCrossings()) vPoints.push_back(crossing.place);
+    std::vector<Point2*> vHandles;
+    combined_.getImpl()->insertVector(vPoints, vHandles);
+    heights_.reserve(vHandles.size());
+    size_t k = 0;
+    for (const int ithInput : {0, 1}) {
+        Surface& surface = aSurfaces_[ithInput];
+        for (const Point2& point : surface.vPoints) {
+            surface.vHandles.push_back(vHandles[k++]);
+            heights_[surface.vHandles.back()].aHeights[ithInput] = point.z();
+        }
+    }
+    vHandles.erase(vHandles.begin(), vHandles.begin() + static_cast<std::ptrdiff_t>(k));
+    for (k = 0; k < vHandles.size(); ++k) {
+        for (const int ithInput : {0, 1}) {
+            double& height = heights_[vHandles[k]].aHeights[ithInput];
+            if (height == BeforeAfter::MISSING) height = crossings.getCrossings()[k].aHeights[ithInput];
+        }
+    }
+    return vHandles;
+}
+
+void CutAndFillImpl::insertInnerSegments(int ithInput, const EdgeCrossings& crossings,
+                                         const std::vector<Point2*>& vCrossings) {
+    Surface& surface = aSurfaces_[ithInput];
+    std::vector<VertexPair> vPairs;
+    crossings.forEachEdge(ithInput, [&](const EdgeCrossings::Edge& edge, const std::vector<std::uint32_t>& vOnEdge) {
+        Point2* pAt = surface.vHandles[edge.src];
+        const auto goTo = [&](Point2* pNext) {
+            if (pNext != pAt) vPairs.emplace_back(pAt, pNext);
+            pAt = pNext;
+        };
+        for (const std::uint32_t crossing : vOnEdge) goTo(vCrossings[crossing]);
+        goTo(surface.vHandles[edge.trg]);
+    });
     surface.pEdges =
         combined_.getImpl()->getConstraintManager()->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
 }

@@ -1,0 +1,168 @@
+// Each edge of the second surface is followed through the mesh of the first one, from a triangle that is known to be at its
+// source: the points are located once, in order. Nothing is changed on the way, so that a crossing costs a few predicates.
+//
+// A crossing is rounded, and the pieces that it divides its edges into are bent by that. Where it is farther from all ends
+// and other crossings of these edges than constraints snap, and so are the ends from the other edge, this makes no difference
+// to the topology. Other crossings are left to the insertion of constraints, which copes with all cases.
+//
+// O(n log n + k log k) for n edges that cross k times, except where points are not in spatial order.
+
+#include "analysis/EdgeCrossings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "kernel/links.h"
+#include "kernel/tolerances.h"
+#include "kernel/tools.h"
+#include "mesh/Dt2.h"
+#include "mesh/segmentWalk.h"
+#include "mesh/walk.h"
+#include "taro25d/freeFunctions.h"
+
+namespace LUMO_TARO25D {
+
+EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const Surface& second)
+    : mesh_(firstMesh), aSurfaces_{first, second} {
+    const double reach = second.vPoints.empty() ? 0.0 : LUMO_TARO25D::getMagnitude(getBox(second.vPoints));
+    const double magnitude = mesh_.getMagnitudeWith(Point2(reach, reach, 0.0));
+    geomTest_.setStaticBound(magnitude);
+    clearance_ = std::max(MIN_SLIVER_WIDTH, 4.0 * END_ZONE * magnitude);  // either segment may be bent, at both sides
+    numberEdgesOfFirst();
+    locateSecond();
+    for (std::uint32_t e = 0; e < second.vEdges.size(); ++e) {
+        if (second.vEdges[e].bInner) follow(e);
+    }
+    for (const int ithSurface : {1, 0}) keepApart(ithSurface);
+    for (const int ithSurface : {0, 1}) sortAlong(ithSurface);
+}
+
+void EdgeCrossings::numberEdgesOfFirst() {
+    const std::vector<Edge>& vEdges = aSurfaces_[0].vEdges;
+    mEdges_.reserve(vEdges.size());
+    for (std::uint32_t e = 0; e < vEdges.size(); ++e) {
+        const Edge& edge = vEdges[e];
+        if (!edge.bInner) continue;
+        const Triangle2* pN = edge.pT->getOppositeTriangle(edge.i);
+        // One is added to each number, so that 0 is no edge.
+        mEdges_[edge.pT][static_cast<size_t>(edge.i)] = e + 1;
+        mEdges_[pN][static_cast<size_t>(indexOfNeighbour(pN, edge.pT))] = e + 1;
+    }
+}
+
+void EdgeCrossings::locateSecond() {
+    Triangle2* pT = mesh_.getOneValidTriangle();
+    for (const Point2& point : aSurfaces_[1].vPoints) {
+        const int code = mesh_.walkTo(point, pT, geomTest_);
+        vLocations_.emplace_back(pT, code);
+    }
+}
+
+/// Where the line to q, which goes through corner i of a triangle, leaves the triangles around that. False if it ends there,
+/// runs along an edge, or leaves the mesh.
+bool EdgeCrossings::passCorner(const Point2* q, Triangle2*& pT, int& i) {
+    const Point2* pCorner = pT->getCorner(i);
+    return *pCorner != *q && !leaveVertex(geomTest_, pCorner, q, pT, i) && pT;
+}
+
+/// Where the line from a point of the second surface leaves the triangle in which it begins, or the triangles around the
+/// vertex. False where the line begins outside, and where it runs along edges.
+bool EdgeCrossings::enterFirstMesh(std::uint32_t from, const Point2* q, Triangle2*& pT, int& i) {
+    const Point2* p = &aSurfaces_[1].vPoints[from];
+    const int code = vLocations_[from].second;
+    if (code == CODE_DUPLICATE) {
+        for (i = 0; i < 3; ++i) {
+            if (*pT->getCorner(i) == *p) return passCorner(q, pT, i);
+        }
+    }
+    if (code != CODE_INSIDE) return false;
+    for (i = 0; i < 3; ++i) {
+        const Point2 *a = pT->getCorner(incIndexBy1(i)), *b = pT->getCorner(incIndexBy2(i));
+        if (geomTest_.getOrientation2(p, q, a) == ORIENTATION2_CW &&
+            geomTest_.getOrientation2(p, q, b) == ORIENTATION2_CCW)
+            return true;
+    }
+    return false;
+}
+
+void EdgeCrossings::follow(std::uint32_t e) {
+    std::uint32_t from = aSurfaces_[1].vEdges[e].src, to = aSurfaces_[1].vEdges[e].trg;
+    if (vLocations_[from].second >= 0 && vLocations_[from].second < 3) std::swap(from, to);
+    const Point2 *p = &aSurfaces_[1].vPoints[from], *q = &aSurfaces_[1].vPoints[to];
+    Triangle2* pT = vLocations_[from].first;
+    int i = 0;
+    if (!enterFirstMesh(from, q, pT, i)) return;
+    const auto isBeyond = [&] {
+        const Point2 *a = pT->getCorner(incIndexBy1(i)), *b = pT->getCorner(incIndexBy2(i));
+        return geomTest_.getOrientation2(a, b, q) == ORIENTATION2_CW;
+    };
+    while (isBeyond()) {
+        note(pT, i, e);
+        if (!pT->getOppositeTriangle(i)) return;
+        if (crossEdge(geomTest_, p, q, pT, i) != ORIENTATION2_COLLINEAR) continue;
+        if (!passCorner(q, pT, i)) return;
+    }
+}
+
+const Point2& EdgeCrossings::getEnd(int ithSurface, std::uint32_t edge, bool bTrg) const {
+    const Edge& ofSurface = aSurfaces_[ithSurface].vEdges[edge];
+    return aSurfaces_[ithSurface].vPoints[bTrg ? ofSurface.trg : ofSurface.src];
+}
+
+void EdgeCrossings::note(const Triangle2* pT, int i, std::uint32_t e) {
+    const auto* pNumbers = mEdges_.find(pT);
+    if (!pNumbers || (*pNumbers)[static_cast<size_t>(i)] == 0) return;
+    Crossing crossing{};
+    crossing.aEdges[0] = (*pNumbers)[static_cast<size_t>(i)] - 1;
+    crossing.aEdges[1] = e;
+    const Point2* apEnds[2][2];
+    for (const int k : {0, 1}) {
+        for (const int end : {0, 1}) apEnds[k][end] = &getEnd(k, crossing.aEdges[k], end == 1);
+    }
+    double x = 0.0, y = 0.0;
+    if (!getIntersectionCoordsNoRounding(*apEnds[0][0], *apEnds[0][1], *apEnds[1][0], *apEnds[1][1], x, y)) return;
+    for (const int k : {0, 1}) {
+        const Point2 &src = *apEnds[k][0], &trg = *apEnds[k][1];
+        const double dx = trg.x() - src.x(), dy = trg.y() - src.y(), length = std::hypot(dx, dy);
+        for (const Point2* pOther : apEnds[1 - k]) {
+            const double cross = dx * (pOther->y() - src.y()) - dy * (pOther->x() - src.x());
+            if (!(std::abs(cross) > clearance_ * length)) return;
+        }
+        crossing.aParameters[k] = (dx * (x - src.x()) + dy * (y - src.y())) / (length * length);
+        if (!(crossing.aParameters[k] > 0.0 && crossing.aParameters[k] < 1.0)) return;
+        crossing.aHeights[k] = getZOnSegment(src, trg, x, y);
+    }
+    crossing.place = Point2(x, y, 0.0);
+    vCrossings_.push_back(crossing);
+}
+
+/// Of crossings that are near each other on an edge only the first one stays.
+void EdgeCrossings::keepApart(int ithSurface) {
+    sortAlong(ithSurface);
+    const Crossing* pLast = nullptr;
+    for (const std::uint32_t k : avOrders_[ithSurface]) {
+        Crossing& crossing = vCrossings_[k];
+        const bool bSameEdge = pLast && pLast->aEdges[ithSurface] == crossing.aEdges[ithSurface];
+        crossing.bDropped = bSameEdge && !(distance2D(pLast->place, crossing.place) > clearance_);
+        if (!crossing.bDropped) pLast = &crossing;
+    }
+    vCrossings_.erase(std::remove_if(vCrossings_.begin(), vCrossings_.end(),
+                                     [](const Crossing& crossing) { return crossing.bDropped; }),
+                      vCrossings_.end());
+}
+
+void EdgeCrossings::sortAlong(int ithSurface) {
+    std::vector<std::uint32_t>& vOrder = avOrders_[ithSurface];
+    vOrder.resize(vCrossings_.size());
+    std::iota(vOrder.begin(), vOrder.end(), std::uint32_t(0));
+    std::sort(vOrder.begin(), vOrder.end(), [&](std::uint32_t a, std::uint32_t b) {
+        const Crossing &first = vCrossings_[a], &second = vCrossings_[b];
+        if (first.aEdges[ithSurface] != second.aEdges[ithSurface])
+            return first.aEdges[ithSurface] < second.aEdges[ithSurface];
+        const double t0 = first.aParameters[ithSurface], t1 = second.aParameters[ithSurface];
+        return t0 != t1 ? t0 < t1 : a < b;
+    });
+}
+
+}  // namespace LUMO_TARO25D

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "kernel/GeomTest.h"
+#include "support/PointerMap.h"
+#include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+
+/// Places where edges of two surfaces cross, away from the ends of both and from each other, so that rounding cannot bring
+/// them into question. Whatever is next to an end, and crossings with the borders, are left out.
+class EdgeCrossings {
+  public:
+    /// An edge from triangle i of a list to its neighbour, and its ends in the list of points.
+    struct Edge {
+        const Triangle2* pT;
+        int i;
+        bool bInner;  // both sides are in the list
+        std::uint32_t src, trg;
+    };
+    struct Surface {
+        const std::vector<Point2>& vPoints;
+        const std::vector<Edge>& vEdges;
+    };
+    struct Crossing {
+        Point2 place;
+        double aHeights[2];       // on the edge of either surface
+        std::uint32_t aEdges[2];  // one of either surface
+        double aParameters[2];    // along them, 0 at the source and 1 at the target
+        bool bDropped = false;
+    };
+
+    /// The edges of the first surface are those of a mesh, at the places of its vertices.
+    EdgeCrossings(const Dt2& firstMesh, const Surface& first, const Surface& second);
+
+    const std::vector<Crossing>& getCrossings() const { return vCrossings_; }
+    /// For each edge of a surface, in order, visit(edge, crossings), by number, from the source to the target.
+    template <class VisitT>
+    void forEachEdge(int ithSurface, const VisitT& visit) const {
+        size_t k = 0;
+        std::vector<std::uint32_t> vOnEdge;
+        const std::vector<std::uint32_t>& vOrder = avOrders_[ithSurface];
+        for (std::uint32_t e = 0; e < aSurfaces_[ithSurface].vEdges.size(); ++e) {
+            vOnEdge.clear();
+            for (; k < vOrder.size() && vCrossings_[vOrder[k]].aEdges[ithSurface] == e; ++k) {
+                vOnEdge.push_back(vOrder[k]);
+            }
+            visit(aSurfaces_[ithSurface].vEdges[e], vOnEdge);
+        }
+    }
+
+  private:
+    void locateSecond();
+    void numberEdgesOfFirst();
+    bool passCorner(const Point2* q, Triangle2*& pT, int& i);
+    bool enterFirstMesh(std::uint32_t from, const Point2* q, Triangle2*& pT, int& i);
+    void follow(std::uint32_t e);
+    void note(const Triangle2* pT, int i, std::uint32_t e);
+    void keepApart(int ithSurface);
+    void sortAlong(int ithSurface);
+    const Point2& getEnd(int ithSurface, std::uint32_t edge, bool bTrg) const;
+
+    static constexpr std::uint32_t NO_EDGE = ~std::uint32_t(0);
+
+    const Dt2& mesh_;
+    const Surface aSurfaces_[2];
+    GeomTest geomTest_;
+    double clearance_ = 0.0;
+    PointerMap<std::array<std::uint32_t, 3>> mEdges_;     // of the triangles of the first surface
+    std::vector<std::pair<Triangle2*, int>> vLocations_;  // of the points of the second one
+    std::vector<Crossing> vCrossings_;
+    std::vector<std::uint32_t> avOrders_[2];  // the crossings, by edge and from its source on
+};
+
+}  // namespace LUMO_TARO25D
