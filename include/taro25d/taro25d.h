@@ -54,4 +54,5 @@
 #include "taro25d/export.h"
 #include "taro25d/freeFunctions.h"
 #include "taro25d/rasterize.h"
+#include "taro25d/syntheticSurfaces.h"
 #include "taro25d/version.h"
