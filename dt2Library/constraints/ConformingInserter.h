@@ -21,6 +21,12 @@ class ConformingInserter {
   public:
     ConformingInserter(Dt2& mesh, ConstraintMgr& manager, Establisher& establisher);
 
+    /// Becomes the same about the copies of the segments.
+    void copyFrom(const ConformingInserter& other, const PointerMap<ConstraintSegment2*>& mSegments) {
+        pieces_.copyFrom(other.pieces_, mSegments);
+        halvingQuota_ = other.halvingQuota_;
+    }
+
     /// Splits a segment of a conforming strategy once, unless it is an edge; the caller goes on with the pieces.
     void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
 

@@ -25,4 +25,10 @@ void ConformingPieces::noteHalving(ConstraintSegment2* pParent) {
     mNumHalvings_.add(pChild1, numHalvings);
 }
 
+void ConformingPieces::copyFrom(const ConformingPieces& other, const PointerMap<ConstraintSegment2*>& mSegments) {
+    for (const ConstraintSegment2* pCSeg : other.vSuspects_) suspect(*mSegments.find(pCSeg));
+    other.mNumHalvings_.forEach(
+        [&](const void* pCSeg, unsigned numHalvings) { mNumHalvings_.add(*mSegments.find(pCSeg), numHalvings); });
+}
+
 }  // namespace LUMO_TARO25D

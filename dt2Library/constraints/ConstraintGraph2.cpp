@@ -124,6 +124,22 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegmen
     makeSelfOwner(vCSegs);
 }
 
+ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
+                                   const PointerMap<ConstraintSegment2*>& mSegments)
+    : pDt2_(pDt2),
+      pGeomTest_(&pDt2->getGeomTest()),
+      cis_(other.cis_),
+      bPolygon_(other.bPolygon_),
+      pReverse_(std::make_unique<ReverseMap>()),
+      bOriented_(other.bOriented_),
+      name_(other.name_) {
+    vCSegParents_.reserve(other.vCSegParents_.size());
+    for (const ConstraintSegment2* pCSeg : other.vCSegParents_) vCSegParents_.push_back(*mSegments.find(pCSeg));
+    other.pReverse_->forEach(
+        [&](const void* pCSeg, bool bReverse) { pReverse_->add(*mSegments.find(pCSeg), bReverse); });
+    pReverse_->vPasses = other.pReverse_->vPasses;
+}
+
 /// The last step of a constructor: a graph whose construction fails must own nothing. A dead segment without children
 /// has failed before, when directions were entered.
 void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs) {

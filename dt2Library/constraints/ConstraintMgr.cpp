@@ -92,7 +92,13 @@ ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, 
     TARO_ASSERT_TEXT(p0 != p1, "p0<p1");
     if (ConstraintSegment2* pExisting = segmentIndex_.find(p0, p1)) return pExisting;
     const VertexPair key = makeKey(p0, p1);
-    auto pNew = std::make_unique<ConstraintSegment2>(key.first, key.second, cis);
+    ConstraintSegment2* pCSeg = enterSegment(key.first, key.second, cis);
+    pDt2_->getConstraintEdges().add(p0, p1, pCSeg->getAliveFlag());
+    return pCSeg;
+}
+
+ConstraintSegment2* ConstraintMgr::enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
+    auto pNew = std::make_unique<ConstraintSegment2>(p0, p1, cis);
     vSegments_.push_back(pNew.get());
     ConstraintSegment2* pCSeg = pNew.release();
     segmentIndex_.add(p0, p1, pCSeg);
@@ -100,7 +106,6 @@ ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, 
         constraintVertices_.insert(pEnd);
         if (pNumEnds_) ++(*pNumEnds_)[pEnd];
     }
-    pDt2_->getConstraintEdges().add(p0, p1, pCSeg->getAliveFlag());
     return pCSeg;
 }
 
@@ -212,7 +217,7 @@ void ConstraintMgr::sweep() const {
     size_t numKept = 0, numKeptSorted = 0;
     for (size_t i = 0; i < vSegments_.size(); ++i) {
         ConstraintSegment2* pCSeg = vSegments_[i];
-        if (segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) != pCSeg) {
+        if (!isKept(pCSeg)) {
             delete pCSeg;
             continue;
         }

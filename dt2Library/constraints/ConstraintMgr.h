@@ -88,6 +88,7 @@ class ConstraintMgr : public ConstraintKeeper {
     void apply();
     Establisher& getEstablisher() { return establisher_; }
     void rememberEncroached(const Point2* p0, const Point2* p1) override;
+    void copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) const override;
     void noteClientsPoint(const Point2* pVtx) override { sBroughtVertices_.erase(pVtx); }
 
     /// Whether a graph belongs to this triangulation. The pointer may be that of a removed graph.
@@ -119,6 +120,15 @@ class ConstraintMgr : public ConstraintKeeper {
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
     /// Counts the segments at each vertex from now on.
     void countEnds();
+    /// Whether a record of the list is a segment still.
+    bool isKept(const ConstraintSegment2* pCSeg) const {
+        return segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) == pCSeg;
+    }
+    /// Makes a segment and enters it into the list and where segments are looked up.
+    ConstraintSegment2* enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
+    /// Enters copies of the segments of another manager, alone as yet.
+    void copySegments(const ConstraintMgr& other, const RecordCopies<Point2>& vertices,
+                      PointerMap<ConstraintSegment2*>& mSegments);
     /// Frees the records of discarded segments.
     void sweep() const;
 

@@ -36,6 +36,17 @@ ConstraintSegment2::ConstraintSegment2(Point2* p0, Point2* p1, ConstraintInserti
     TARO_ASSERT_TEXT(std::less<>()(p0, p1), "p0<p1");
 }
 
+void ConstraintSegment2::copyFrom(const ConstraintSegment2& other, const PointerMap<ConstraintSegment2*>& mSegments,
+                                  const PointerMap<ConstraintGraph2*>& mGraphs) {
+    age_ = other.age_;
+    bAlive_ = other.bAlive_;
+    adjacentArea_ = other.adjacentArea_;
+    for (size_t i = 0; i < aChildren_.size(); ++i) {
+        if (other.aChildren_[i]) aChildren_[i] = *mSegments.find(other.aChildren_[i]);
+    }
+    for (const ConstraintGraph2* pOwner : other.sOwners_) sOwners_.insert(*mGraphs.find(pOwner));
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Owners, age and descendants
 

@@ -18,6 +18,12 @@ class Establisher {
     Establisher(const Establisher&) = delete;
     Establisher& operator=(const Establisher&) = delete;
 
+    /// Becomes the same about the copies of the segments.
+    void copyFrom(const Establisher& other, const PointerMap<ConstraintSegment2*>& mSegments) {
+        segmentInserter_.copyQuotas(other.segmentInserter_);
+        conformingInserter_.copyFrom(other.conformingInserter_, mSegments);
+    }
+
     SegmentInserter& getSegmentInserter() { return segmentInserter_; }
     ConformingInserter& getConformingInserter() { return conformingInserter_; }
 

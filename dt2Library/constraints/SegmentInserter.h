@@ -25,6 +25,10 @@ class SegmentInserter {
     /// the last bits next to an end of a segment count for the second quota too.
     void setCrossingQuota(size_t quota) { crossingQuota_ = quota; }
     void setCloseCrossingQuota(size_t quota) { closeCrossingQuota_ = quota; }
+    void copyQuotas(const SegmentInserter& other) {
+        crossingQuota_ = other.crossingQuota_;
+        closeCrossingQuota_ = other.closeCrossingQuota_;
+    }
     bool isQuotaUsedUp() const { return crossingQuota_ == 0 || closeCrossingQuota_ == 0; }
 
     /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh.

@@ -34,6 +34,16 @@ class AddressSet {
         word &= ~bit;
         return bWasIn;
     }
+    /// Calls f for each address, in no particular order.
+    template <class F>
+    void forEach(const F& f) const {
+        for (const auto& [key, page] : mPages_) {
+            for (size_t i = 0; i < page.size() * 64; ++i) {
+                if ((page[i / 64] >> (i % 64) & 1) == 0) continue;
+                f(reinterpret_cast<const void*>((key << PAGE_BITS) | (std::uintptr_t(i) << ALIGNMENT_BITS)));
+            }
+        }
+    }
     bool contains(const void* pRecord) { return (wordOf(pRecord) & bitOf(pRecord)) != 0; }
 
   private:

@@ -39,6 +39,23 @@ Dt2::Dt2(unsigned numExpectedVertices)
 
 Dt2::~Dt2() = default;
 
+/// Records are copied to places of the same order, dead ones too, and relinked: so all lists of the copy, and all that is done
+/// to it later, have the order that they would have here.
+std::unique_ptr<Dt2> Dt2::clone() const {
+    auto pCopy = std::make_unique<Dt2>(3);
+    pCopy->setNumCPU(numCPU_);
+    pCopy->bPrefersChunks_ = bPrefersChunks_;
+    pCopy->name_ = name_;
+    const RecordCopies<Point2> vertices = pCopy->vertexVault_.layOutLike(vertexVault_);
+    const RecordCopies<Triangle2> triangles = pCopy->layOutLike(*this, numCPU_);
+    pCopy->vertexVault_.copyFrom(vertexVault_, vertices, triangles, progress_);
+    pCopy->copyFrom(*this, vertices, triangles, progress_);
+    pCopy->pLastVtx_ = vertices(pLastVtx_);
+    pCopy->pInnerVtxMgr_->copyFrom(*pInnerVtxMgr_, vertices);
+    slots_.copyTo(*pCopy, vertices);
+    return pCopy;
+}
+
 int Dt2::setNumCPU(int n) {
     if (n == 0) n = static_cast<int>(std::thread::hardware_concurrency());
     numCPU_ = n > 0 ? n : 1;

@@ -45,6 +45,9 @@ class Dt2 : public TriangleMesh {
     explicit Dt2(unsigned numExpectedVertices);
     ~Dt2();
 
+    /// Another engine with the same mesh, constraints and settings, and without zones, listeners and flag.
+    std::unique_ptr<Dt2> clone() const;
+
     int setNumCPU(int n);
     int getNumCPU() const { return numCPU_; }
     /// Sets one thread for each hardware thread.

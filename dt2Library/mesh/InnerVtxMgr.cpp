@@ -47,4 +47,8 @@ void InnerVtxMgr::clear() {
     numInserted_ = 0;
 }
 
+void InnerVtxMgr::copyFrom(const InnerVtxMgr& other, const RecordCopies<Point2>& vertices) {
+    other.sInsertedInnerPoints_.forEach([&](const void* pVtx) { addVtx(vertices(static_cast<const Point2*>(pVtx))); });
+}
+
 }  // namespace LUMO_TARO25D

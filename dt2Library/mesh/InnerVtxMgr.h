@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kernel/flatSets.h"
+#include "support/RecordCopies.h"
 #include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {
@@ -27,6 +28,8 @@ class InnerVtxMgr {
     /// number of triangles that the circle touches.
     void removePreviouslyInsertedVertices(Point2* pCenter, double sqRadius, Dt2* pDt2);
     void clear();
+    /// Keeps the copies of the vertices that another one keeps.
+    void copyFrom(const InnerVtxMgr& other, const RecordCopies<Point2>& vertices);
 
   private:
     AddressSet sInsertedInnerPoints_;

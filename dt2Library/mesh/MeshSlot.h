@@ -7,6 +7,9 @@
 namespace LUMO_TARO25D {
 
 class Dt2;
+class Point2;
+template <class T>
+class RecordCopies;
 
 /// Base class of objects that a higher floor keeps for one mesh, such as its constraints or its zones. The mesh owns
 /// them without knowing their types.
@@ -16,6 +19,9 @@ class MeshSlot {
     MeshSlot(const MeshSlot&) = delete;
     MeshSlot& operator=(const MeshSlot&) = delete;
     virtual ~MeshSlot() = default;
+
+    /// Gives a copy of the mesh the same, about its own records; nothing is given where this is not overridden.
+    virtual void copyTo(Dt2& /*copy*/, const RecordCopies<Point2>& /*vertices*/) const {}
 };
 
 /// The slots of one mesh: at most one object of each class, made on first use. They are destroyed with the mesh, the
@@ -42,6 +48,11 @@ class MeshSlots {
     T& get(Dt2* pMesh) {
         if (!find<T>()) vSlots_.emplace_back(getKey<T>(), std::make_unique<T>(pMesh));
         return *find<T>();
+    }
+
+    /// MeshSlot::copyTo for each of them.
+    void copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) const {
+        for (const auto& [pKey, pSlot] : vSlots_) pSlot->copyTo(copy, vertices);
     }
 
   private:

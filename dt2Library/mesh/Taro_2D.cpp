@@ -47,6 +47,13 @@ Taro_2D::~Taro_2D() = default;
 
 void Taro_2D::initTaro(unsigned numExpectedVertices) { pDt2_ = std::make_unique<Dt2>(numExpectedVertices); }
 
+std::unique_ptr<Taro_2D> Taro_2D::clone() const {
+    const MessageScope scope(&pDt2_->getProgress());
+    auto pCopy = std::make_unique<Taro_2D>();
+    pCopy->pDt2_ = pDt2_->clone();
+    return pCopy;
+}
+
 int Taro_2D::setNumCPU(int n) { return pDt2_->setNumCPU(n); }
 
 int Taro_2D::enableMultithreading() {

@@ -81,6 +81,22 @@ void TriangleMesh::getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& v
     });
 }
 
+void TriangleMesh::copyFrom(const TriangleMesh& other, const RecordCopies<Point2>& vertices,
+                            const RecordCopies<Triangle2>& triangles, const Progress& progress) {
+    geomTest_.setStaticBound(other.geomTest_.getMaxAbsCoord());
+    triangles.forEach(
+        [&](const Triangle2* pOriginal, Triangle2* pCopy) {
+            new (pCopy) Triangle2();
+            if (!pOriginal->getCorner(0)) return;
+            for (int i = 0; i < 3; ++i) {
+                pCopy->setCorner(i, vertices(pOriginal->getCorner(i)));
+                pCopy->setOppositeTriangle(i, triangles(pOriginal->getOppositeTriangle(i)));
+            }
+        },
+        [&progress] { progress.throwIfStopped(); });
+    for (const Triangle2* pT : other.vRecycledTriangles_) vRecycledTriangles_.push_back(triangles(pT));
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // Splits
 

@@ -6,6 +6,8 @@
 #include "kernel/GeomTest.h"
 #include "kernel/tools.h"
 #include "mesh/ConstraintEdges.h"
+#include "support/Progress.h"
+#include "support/RecordCopies.h"
 #include "support/SimplePool.h"
 #include "support/lists.h"
 #include "taro25d/Point2.h"
@@ -50,6 +52,14 @@ class TriangleMesh {
     }
     void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
     GeomTest& getGeomTest() const { return geomTest_; }
+
+    /// Makes a record for each of another mesh; there are none yet.
+    RecordCopies<Triangle2> layOutLike(const TriangleMesh& other, int numThreads) {
+        return RecordCopies<Triangle2>(other.trianglePool_, trianglePool_, numThreads);
+    }
+    /// Becomes the same mesh about the copies of vertices and triangles; what edges are constraints is left to their keeper.
+    void copyFrom(const TriangleMesh& other, const RecordCopies<Point2>& vertices,
+                  const RecordCopies<Triangle2>& triangles, const Progress& progress);
 
     // ---- Splits -----------------------------------------------------------------------------------------------------
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <list>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -44,7 +46,8 @@ class SimplePool {
     SimplePool& operator=(const SimplePool&) = delete;
     ~SimplePool() {
         if (blocks_.size() > 1000) printNumberOfContainers(blocks_.size());
-        for (T* pBlock : blocks_) std::free(pBlock);
+        for (T* pBlock : blocks_) release(pBlock);
+        std::free(pSlab_);
         bUntouched_ = true;
     }
 
@@ -78,7 +81,7 @@ class SimplePool {
     /// Releases all blocks except the first, and starts again at its beginning.
     void reset() {
         while (blocks_.size() > 1) {
-            std::free(blocks_.back());
+            release(blocks_.back());
             blocks_.pop_back();
         }
         blockSizes_.resize(1);
@@ -86,6 +89,35 @@ class SimplePool {
         nextIdx_ = -1;
         currentSize_ = blockSizes_.front();
         numBefore_ = 0;
+    }
+
+    /// Replaces the blocks, which nobody uses, by blocks for as many records as another pool has handed out: in the same order
+    /// as there, and with addresses in the same order. All these records count as handed out. Their memory is provided on
+    /// several threads.
+    void layOutLike(const SimplePool& other, int numTouchThreads) {
+        const size_t numRecords = other.getNumElements();
+        if (numRecords == 0) return;
+        for (T* pBlock : blocks_) release(pBlock);
+        blocks_.clear();
+        blockSizes_.clear();
+        pSlab_ = static_cast<T*>(std::malloc(sizeof(T) * numRecords));
+        if (!pSlab_) poolFailure("SimplePool::layOutLike(..), ERROR: Out of memory");
+        slabSize_ = numRecords;
+        touchAhead(pSlab_, sizeof(T) * numRecords, numTouchThreads);
+        std::map<const T*, size_t, std::less<>> mSizes;  // by address
+        other.forEachBlock([&mSizes](const T* pBlock, size_t numTaken) { mSizes[pBlock] = numTaken; });
+        size_t begin = 0;
+        for (auto& [pBlock, place] : mSizes) begin += std::exchange(place, begin);
+        other.forEachBlock([&](const T* pBlock, size_t numTaken) {
+            if (numTaken == 0) return;
+            blocks_.push_back(pSlab_ + mSizes[pBlock]);
+            blockSizes_.push_back(static_cast<int>(numTaken));
+        });
+        pCurrent_ = blocks_.back();
+        currentSize_ = blockSizes_.back();
+        nextIdx_ = currentSize_ - 1;
+        numBefore_ = numRecords - static_cast<size_t>(currentSize_);
+        bUntouched_ = false;
     }
 
     /// The next record.
@@ -150,6 +182,12 @@ class SimplePool {
         return s <= maxBlockSize_ / 2 ? 2 * s : maxBlockSize_;
     }
 
+    /// Frees a block, unless it is a part of the slab.
+    void release(T* pBlock) {
+        const std::less<> less;
+        if (!pSlab_ || less(pBlock, pSlab_) || !less(pBlock, pSlab_ + slabSize_)) std::free(pBlock);
+    }
+
     void grow() {
         alloc(growthSize_);
         growthSize_ = -1;
@@ -160,6 +198,8 @@ class SimplePool {
 
     std::list<T*> blocks_;
     std::list<int> blockSizes_;
+    T* pSlab_ = nullptr;  // the memory of several blocks, if it was taken in one piece
+    size_t slabSize_ = 0;
     T* pCurrent_ = nullptr;
     int nextIdx_ = -1;
     int currentSize_ = 0;

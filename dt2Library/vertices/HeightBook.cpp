@@ -58,4 +58,14 @@ void HeightBook::getConflicts(double tolerance, std::vector<HeightConflict>& vCo
     }
 }
 
+void HeightBook::copyFrom(const HeightBook& other, const RecordCopies<Point2>& vertices) {
+    const auto getCopy = [&vertices](const void* pVtx) { return vertices(static_cast<const Point2*>(pVtx)); };
+    rule_ = other.rule_;
+    bPaused_ = other.bPaused_;
+    vMeetings_ = other.vMeetings_;
+    for (Meeting& meeting : vMeetings_) meeting.conflict.pVtx = getCopy(meeting.conflict.pVtx);
+    other.mLast_.forEach([&](const void* pVtx, std::uint32_t last) { mLast_.add(getCopy(pVtx), last); });
+    other.mSums_.forEach([&](const void* pVtx, const Sum& met) { mSums_.add(getCopy(pVtx), met); });
+}
+
 }  // namespace LUMO_TARO25D

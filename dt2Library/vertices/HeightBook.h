@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "support/PointerMap.h"
+#include "support/RecordCopies.h"
 #include "support/lists.h"
 #include "taro25d/HeightConflict.h"
 #include "taro25d/HeightRule.h"
@@ -29,6 +30,8 @@ class HeightBook {
     void forget(const Point2* pVtx);
     /// Appends the recorded pairs of heights that differ by more than a tolerance, in chronological order.
     void getConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const;
+    /// Becomes the same book about the copies of the vertices.
+    void copyFrom(const HeightBook& other, const RecordCopies<Point2>& vertices);
 
   private:
     static constexpr std::uint32_t NONE = UINT32_MAX;

@@ -120,7 +120,8 @@ class KeyOrder {
     LargeVector<KeyedIndex> vScratch_;
 };
 
-/// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long run.
+/// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long run. It may be
+/// copied.
 class KeyIndex {
   public:
     /// Rebuilds the index for the positions [begin, end) of a list in spatial order: keyAt(i) and pointAt(i)
@@ -177,7 +178,7 @@ class KeyIndex {
 
 struct KeyIndex::Run {
     size_t begin;
-    std::unique_ptr<HC2> pCurve;
+    std::shared_ptr<const HC2> pCurve;
     KeyIndex index;
 };
 

@@ -6,9 +6,12 @@
 #include <utility>
 #include <vector>
 
+#include "support/Progress.h"
+#include "support/RecordCopies.h"
 #include "support/SimplePool.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Point2.h"
+#include "taro25d/Triangle2.h"
 #include "vertices/CurveFrame.h"
 #include "vertices/HeightBook.h"
 #include "vertices/KeyOrder.h"
@@ -16,7 +19,6 @@
 namespace LUMO_TARO25D {
 
 class GeomTest;
-class Triangle2;
 
 /// One entry of the register: a vertex under the Hilbert key of its position.
 struct IdxVtxAct {
@@ -161,6 +163,22 @@ class VertexVault {
     void getVertexPointers(std::vector<Point2*>& vVertices) const;
     const LargeVector<IdxVtxAct*>& getData() const { return vItems_; }
     const SimplePool<Point2>& getVertexPool() const { return vertexPool_; }
+
+    /// @}
+    /// @name Copy
+    /// @{
+
+    /// Makes a record for each of another vault; there are none yet.
+    RecordCopies<Point2> layOutLike(const VertexVault& other) {
+        return RecordCopies<Point2>(other.vertexPool_, vertexPool_, other.numThreads_);
+    }
+    /// Becomes the same vault about the copies of the vertices. No insertion is running.
+    void copyFrom(const VertexVault& other, const RecordCopies<Point2>& vertices,
+                  const RecordCopies<Triangle2>& triangles, const Progress& progress);
+
+    /// @}
+    /// @name Checks
+    /// @{
 
     void showData(const std::string& name) const;
     /// Checks positions, order and counts; reports the number of errors.

@@ -37,6 +37,9 @@ class TARO25D_API ConstraintGraph2 {
     /// graph runs from the larger to the smaller one.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                     const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis);
+    /// The copy of a graph in the copy of its triangulation; the segments do not know of it yet.
+    TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
+                                    const PointerMap<ConstraintSegment2*>& mSegments);
     /// Only the triangulation destroys graphs.
     TARO25D_HIDDEN ~ConstraintGraph2();
     ConstraintGraph2(const ConstraintGraph2&) = delete;

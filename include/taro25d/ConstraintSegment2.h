@@ -18,6 +18,8 @@ namespace LUMO_TARO25D {
 class ConstraintGraph2;
 class ConstraintMgr;
 class Dt2;
+template <class T>
+class PointerMap;
 
 /// An edge that the triangulation must contain, between two of its vertices.
 ///
@@ -79,6 +81,10 @@ class TARO25D_API ConstraintSegment2 {
 
     /// For the engine: tells that a call asked for the segment, which makes it and its descendants at least as old.
     TARO25D_HIDDEN void noteAge(const Age& age);
+
+    /// For the engine: makes this segment, which is new, the copy of another one in the copy of its triangulation.
+    TARO25D_HIDDEN void copyFrom(const ConstraintSegment2& other, const PointerMap<ConstraintSegment2*>& mSegments,
+                                 const PointerMap<ConstraintGraph2*>& mGraphs);
 
     /// For the engine: the flag that `kill` and `unkill` change.
     TARO25D_HIDDEN const bool* getAliveFlag() const { return &bAlive_; }

@@ -70,6 +70,12 @@ class TARO25D_API Taro_2D {
     /// that the triangulation holds, listeners included, and starts anew.
     void initTaro(unsigned numExpectedVertices);
 
+    /// Another triangulation with the same vertices (custom indices too), triangles, constraint segments and graphs, name,
+    /// number of threads, height rule and noted conflicts; all lists have the same order. It has no zones, no listeners
+    /// and no cancel flag, and either one may be changed or destroyed without the other. Records are copied, not
+    /// inserted again: a fraction of the time of insertion. Linear. May throw TaroCancelled.
+    std::unique_ptr<Taro_2D> clone() const;
+
     /// The number of threads for bulk insertion: n > 0 sets n, n < 0 sets 1, n == 0 the number of hardware
     /// threads. Returns the number now in force.
     int setNumCPU(int n);

@@ -1,0 +1,39 @@
+// A vault for the copy of a mesh.
+
+#include "vertices/VertexVault.h"
+
+namespace LUMO_TARO25D {
+
+void VertexVault::copyFrom(const VertexVault& other, const RecordCopies<Point2>& vertices,
+                           const RecordCopies<Triangle2>& triangles, const Progress& progress) {
+    const auto look = [&progress] { progress.throwIfStopped(); };
+    vertices.forEach(
+        [&triangles](const Point2* pOriginal, Point2* pCopy) {
+            new (pCopy) Point2(*pOriginal);
+            pCopy->pIncidentT_ = triangles(pOriginal->pIncidentT_);
+            pCopy->vaultPos_ = pOriginal->vaultPos_;
+        },
+        look);
+    for (const Point2* pVtx : other.vRecycledVertices_) vRecycledVertices_.push_back(vertices(pVtx));
+    const size_t numItems = other.vItems_.size();
+    itemPool_.expect(numItems, numThreads_);
+    const PoolRange<IdxVtxAct> items = itemPool_.getElements(numItems);
+    vItems_.resize(numItems);
+    for (size_t i = 0; i < numItems; ++i) {
+        const IdxVtxAct& item = *other.vItems_[i];
+        vItems_[i] = new (items[i]) IdxVtxAct{item.idx, item.active, vertices(item.vtx)};
+    }
+    look();
+    heightBook_.copyFrom(other.heightBook_, vertices);
+    frame_ = other.frame_;
+    keyIndex_ = other.keyIndex_;
+    numSorted_ = other.numSorted_;
+    numRemovedSinceSort_ = other.numRemovedSinceSort_;
+    numItems_ = other.numItems_;
+    resortLimit_ = other.resortLimit_;
+    bFullDimensional_ = other.bFullDimensional_;
+    numKnownCollinear_ = other.numKnownCollinear_;
+    look();
+}
+
+}  // namespace LUMO_TARO25D
