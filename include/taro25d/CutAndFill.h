@@ -19,26 +19,25 @@ class CutAndFillImpl;
 class Visualizer2;
 class Visualizer3;
 
-/// Compares two surfaces over the same ground: where earth was taken away (cut) and where it was put (fill), and how
-/// much.
+/// Compares two surfaces over one ground: where earth was removed (cut), where it was added (fill), and how much.
 ///
 /// The surfaces are zones, usually of two triangulations, one before and one after the earthworks; they need not have
-/// any vertex or edge in common, nor cover the same area: only the ground that is in both counts. From their
+/// any vertex or edge in common, nor cover equal areas: only the ground that is in both is compared. From their
 /// vertices and edges a combined triangulation is made, cut along the lines where the surfaces meet, and divided into
 /// components.
 ///
 /// Places nearer than about 1e-6, in the unit of the coordinates, may become one. Steep faces should be at least 1e-5
 /// wide, and zones many times as wide: the ground beside narrower faces may take a height of their other side.
 ///
-/// Construct, call `go` once, then query. Everything that is handed out belongs to this object and dies with it. The
-/// zones must live, and their triangulations stay as they are, until `go` has returned; they are not changed.
+/// Construct, call `go` once, then query. All objects that it returns belong to this object and are destroyed with it.
+/// The zones must exist, and their triangulations must not change, until `go` has returned; `go` does not change them.
 class TARO25D_API CutAndFill {
   public:
-    /// Takes the zones, which it does not own, and does no work yet. Where the heights of a vertex differ by no more
-    /// than the threshold (in the unit of the heights; not above 0, or NaN, for none), the ground counts as unchanged
-    /// there.
+    /// Stores the zones, which it does not own, and does no work yet. Where the two heights of a vertex differ by no
+    /// more than the threshold, the ground counts as unchanged. The threshold is in the unit of the heights; a value
+    /// that is NaN or not above 0 means none.
     CutAndFill(Zone2* pZoneBefore, Zone2* pZoneAfter, double ignoreThreshold);
-    /// Ends everything that the object has handed out.
+    /// Destroys all objects that this object has returned.
     ~CutAndFill();
     CutAndFill(const CutAndFill&) = delete;
     CutAndFill& operator=(const CutAndFill&) = delete;
@@ -55,8 +54,8 @@ class TARO25D_API CutAndFill {
     /// kind in the order of its smallest points (by x, then y). An index that is too large fails with TaroException.
     CAF_Component* getComponent(size_t i) const;
 
-    /// The sums of the volumes and areas of the components, by their types, which replace what totals held; zeros before
-    /// `go`. Linear in the triangles.
+    /// Replaces totals by the sums of the volumes and areas of the components of each type; zeros before `go`. Linear
+    /// in the number of triangles.
     void getTotals(SurfaceDifference& totals) const;
 
     /// The zone of the combined triangulation that the components make up together, null if there is none, and the
@@ -67,8 +66,9 @@ class TARO25D_API CutAndFill {
     /// Adds the components to a drawing, which is not owned: cut red, fill blue, the rest light grey, and in black the
     /// lines along which cut or fill begins. Null is ignored.
     void show(Visualizer2* pVisualizer) const;
-    /// Adds the surface after to a scene, which is not owned: what was lowered in the layer `cut`, red, what was raised in
-    /// `fill`, blue, and the rest in `unchanged`, grey. Layers without triangles are left out. Null is ignored.
+    /// Adds the surface after the earthworks to a scene, which is not owned: lowered ground in the layer `cut`, red,
+    /// raised ground in `fill`, blue, and the rest in `unchanged`, grey. Layers without triangles are left out. Null is
+    /// ignored.
     void show(Visualizer3* pVisualizer) const;
     /// For a null without a type: does nothing.
     void show(std::nullptr_t) const {}

@@ -16,16 +16,17 @@ namespace LUMO_TARO25D {
 class Taro_2D;
 struct EfficientModelState;
 
-/// A surface of few of many points that is nowhere farther from any of them than a limit, measured vertically.
+/// A surface of few of many points from which none of the points is farther than a limit, measured vertically.
 ///
-/// Points are chosen greedily: the one that is farthest from the surface so far comes next (Garland and Heckbert 1995), after
-/// kept lines and the corners of the convex hull. When the limit is met, chosen points are taken out again where the limit
-/// holds without them. Vertices are given points with their heights, except the ends, crossings and heights of kept
-/// lines.
+/// Points are chosen greedily: after kept lines and the corners of the convex hull, the point farthest from the present
+/// surface comes next (Garland and Heckbert 1995). When the limit is met, chosen points are removed again where the
+/// limit holds without them. Vertices are given points with their heights, except the ends, crossings and heights of
+/// kept lines.
 ///
-/// Of points at one place the first counts, and on a kept line the height of the line; the others are left out, with one
-/// warning, and so are points with a coordinate that is not finite. All points on one line give a model of all of them without
-/// triangles. The result depends neither on the number of threads nor on addresses.
+/// Of points at one place the first is used; later ones are left out with one warning, and so are points on a kept
+/// line, where the height of the line holds, and points with a coordinate that is not finite. Points that are all on
+/// one line give a model of all of them without triangles. The result depends neither on the number of threads nor on
+/// addresses.
 ///
 /// Memory: about 100 bytes for each given point, and the triangulation. Time: O(n log n) for points in general position; a few
 /// times the bulk insertion of all points.
@@ -43,28 +44,28 @@ class TARO25D_API EfficientModel {
     /// The largest vertical distance of a given point from the model. Negative and NaN are refused with a warning; 0 keeps
     /// all points that are not on the surface of others.
     void setMaxError(double maxError);
-    /// Choosing ends when the model has this number of vertices. Kept lines and the corners of the hull stay, also where they
-    /// are more. 0 is refused with a warning.
+    /// The largest number of vertices of the model. Kept lines and the corners of the hull are always inserted, even if
+    /// they are more. 0 is refused with a warning.
     void setMaxNumberOfPoints(std::size_t num);
     /// The number of threads: n > 0 sets n, n < 0 sets 1, n == 0 the number of hardware threads.
     void setNumCPU(int num);
-    /// Whether the limit holds for the whole surface: between the triangulation of all points, with canonical diagonals, and
-    /// the model there is nowhere a larger difference, also inside triangles.
+    /// Sets whether the limit shall hold for the whole surface: the triangulation of all points, with canonical
+    /// diagonals, and the model then differ nowhere by more than the limit, also inside triangles.
     void setCertified(bool bCertified);
 
-    /// Makes the model; a second call makes it anew. Without any limit it warns and does nothing.
+    /// Makes the model; a second call makes it again. Without any limit it warns and does nothing.
     void go();
 
-    /// The model, owned by this object; empty before go(). Changes of a client count as the client's own.
+    /// The model, owned by this object; empty before go(). A client may change it.
     Taro_2D* getTriangulation() const;
-    /// The largest vertical distance of a given point that was not left out, computed anew from the finished model; NaN
-    /// before go().
+    /// The largest vertical distance of a given point that was not left out, measured on the finished model; NaN before
+    /// go().
     double getError() const;
-    /// The largest vertical distance between the surface of all points and the model, everywhere; NaN before go(). Computed
-    /// when it is asked for; costs the triangulation of all points.
+    /// The largest vertical distance between the surface of all points and the model; NaN before go(). Each call
+    /// computes it, at the cost of a triangulation of all points.
     double getSurfaceError() const;
 
-    /// Listeners of MT_PROGRESS hear of go(), those of MT_WARNING of its warnings; not owned.
+    /// Adds a listener (not owned): of MT_PROGRESS for the progress of go(), of MT_WARNING for its warnings.
     void subscribe(MsgType type, MsgBase* pListener);
     /// Removes a listener of one type of messages.
     void unsubscribe(MsgType type, MsgBase* pListener);

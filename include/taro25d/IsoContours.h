@@ -23,21 +23,21 @@ class Taro_2D;
 ///
 /// An object is built once and then asked for any number of heights. It finds the triangles that a height cuts through
 /// an interval tree (Cormen, Leiserson and Rivest 1990), so that a query costs time for those triangles only, however
-/// large the surface is. Queries change nothing: several threads may ask one object at once, while nobody changes its number of
-/// threads, flag or listeners.
+/// large the surface is. Queries change nothing: several threads may use one object at once, unless one of them changes
+/// its number of threads, flag or listeners.
 class TARO25D_API IsoContours {
   public:
     /// The surface of a list of triangles, usually all triangles of a triangulation or of a zone. The list is copied,
-    /// the triangles and their corners are not: they must outlive this object, and not change. Triangles need not know
-    /// their neighbours; edges are the same when their end points are equal in x, y and z. Left out are null pointers
-    /// and triangles with a corner that is null or has a coordinate that is NaN or infinite. O(n log n).
+    /// the triangles and their corners are not: they must outlive this object, and not change. Triangles need not be
+    /// linked; edges are identified by the x, y and z of their ends. Null pointers and triangles with a corner that is
+    /// null or has a coordinate that is NaN or infinite are left out. O(n log n).
     explicit IsoContours(const std::vector<Triangle2*>& vTriangles);
     /// The surface of the Delaunay triangulation of some points, which this object makes and owns. Its profiles run
     /// along the direction given, of which x and y count; a direction without a length in x-y, or one that is not
     /// finite, counts as the x axis. Contours do not depend on it. Points that are all on one line give an empty
     /// surface. O(n log n).
     IsoContours(const std::vector<Point2>& vPoints, const Vector2& direction);
-    /// Ends the triangulation that was made of points; triangles of the client stay.
+    /// Destroys the triangulation that was made of points; triangles of the client stay.
     ~IsoContours();
     IsoContours(const IsoContours&) = delete;
     IsoContours& operator=(const IsoContours&) = delete;
@@ -62,14 +62,14 @@ class TARO25D_API IsoContours {
     /// With bVerbose each of these three gives a warning. Where the steps between such a height and the corner are too
     /// small for the coordinates, points coincide: polylines may touch there, but are still whole.
     ///
-    /// Otherwise the result is true, also for a height that nothing has. O(k + log n) for k cut triangles that are
-    /// small compared with the surface, never more than O(k log n).
+    /// Otherwise the result is true, also for a height outside the range of the surface. O(k + log n) for k cut
+    /// triangles that are small compared with the surface, never more than O(k log n).
     bool getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose = true,
                      bool bAutoAdjustHeight = true) const;
 
-    /// The contours at several heights, on the threads of setNumCPU: replaces what the list held by one entry for each height,
-    /// in their order, with what the function above gives. The result is true if all of them succeed; the entry of one that
-    /// fails is empty, and a warning tells why if bVerbose.
+    /// The contours at several heights, on the threads of setNumCPU: replaces the list by one entry for each height, in
+    /// their order, as the function above gives it. True if all heights succeed; the entry of a height that fails is
+    /// empty, and with bVerbose a warning gives the reason.
     bool getContours(const std::vector<double>& vHeights, std::vector<std::vector<std::vector<Segment2>>>& vvvContours,
                      bool bVerbose = true) const;
 
@@ -77,10 +77,10 @@ class TARO25D_API IsoContours {
     /// successive ones, and above the last. Levels may be in any order, and repeated ones count once. Bands without ground are
     /// left out.
     ///
-    /// Ground exactly at a level belongs to the band above. The rings of a band are simple and touch each other only in points;
-    /// outer ones are ordered by their smallest points (x, then y). Neighbouring bands share their points exactly, and the areas
-    /// of all bands add up to that of the surface, except for what rounding does to points on its border. The surface must not
-    /// overhang. On the threads of setNumCPU, with a result that does not depend on them.
+    /// Ground exactly at a level belongs to the band above. The rings of a band are simple and touch each other only in
+    /// points; outer ones are ordered by their smallest points (x, then y). Neighbouring bands share their points
+    /// exactly, and the areas of all bands add up to that of the surface, except for the rounding of points on its
+    /// border. The surface must not overhang. Uses the threads of setNumCPU; the result does not depend on them.
     ///
     /// False, with a warning if bVerbose and without a band, for a level that is not finite, and for triangles of which more
     /// than two have a common edge, or that overlap. O(n) for all triangles and O(k log k) for the points of the rings.
@@ -89,19 +89,21 @@ class TARO25D_API IsoContours {
     /// Appends the profile of the surface in the vertical plane through a point: the segments, in the triangles or
     /// along their edges, from which the surface rises or falls to the next. The plane runs along the direction of the
     /// constructor, or the x axis for an object made from triangles, and the segments have that direction and order.
-    /// Where the surface is in one piece, so are they: each target is the next source, unless they are shorter than the
-    /// rounding of coordinates. z of the point does not matter, and vertical triangles do not count. A point with an x
-    /// or y that is not finite gets a warning and false; otherwise the result is true, also when the plane misses the
-    /// surface. O(n).
+    /// Where the surface is connected, so are they: each target is the next source, unless segments are shorter than
+    /// the rounding of coordinates. z of the point does not matter, and vertical triangles do not count. A point with
+    /// an x or y that is not finite gets a warning and false; otherwise the result is true, also when the plane misses
+    /// the surface. O(n).
     bool getProfile(const Point2& point, std::vector<Segment2>& vSegments) const;
 
     /// The number of threads for bands and for contours at several heights: n > 0 sets n, n < 0 sets 1, n == 0 the number of
     /// hardware threads. Returns the number now in force; 1 at first.
     int setNumCPU(int n);
-    /// Lets queries end with TaroCancelled soon after the flag (not owned) is set; they append nothing then. Null for none.
+    /// Sets the flag (not owned) that cancels queries: soon after it is set they throw TaroCancelled and append
+    /// nothing. Null for none.
     void setCancelFlag(const std::atomic<bool>* pFlag);
-    /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is called
-    /// from the thread that asks: with the fraction done of bands and of contours at several heights, and with warnings.
+    /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is
+    /// called from the thread of the query: with the fraction done of bands and of contours at several heights, and
+    /// with warnings.
     void subscribe(MsgType type, MsgBase* pListener);
     /// Removes a listener; nothing happens when it is not subscribed.
     void unsubscribe(MsgType type, MsgBase* pListener);

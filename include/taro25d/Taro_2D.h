@@ -123,12 +123,12 @@ class TARO25D_API Taro_2D {
     /// wall time in seconds. Neither this triangulation nor the list changes.
     double measureTrianguluationTime(std::vector<Point2>& vPoints);
 
-    /// Which height a vertex takes from now on where several meet at one place: those of points and ends of segments
-    /// at a vertex, of segments that run through a vertex, and of segments that cross. HR_FIRST at first. A value
-    /// that is no rule gets a warning and changes nothing.
+    /// Sets the rule for the height of a vertex where several heights meet from now on: those of points and ends of
+    /// segments at a vertex, of segments that go through a vertex, and of segments that cross. HR_FIRST at first. A
+    /// value that is no rule gets a warning and changes nothing.
     void setHeightRule(HeightRule rule);
-    /// Appends all meetings of heights that differed by more than a tolerance, in the order of time, whatever the
-    /// rule was; those of removed vertices are gone. None for a tolerance that is NaN.
+    /// Appends all pairs of heights that met and differed by more than a tolerance, in chronological order, whatever
+    /// the rule was; not those of removed vertices. None for a tolerance that is NaN.
     void getHeightConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const;
 
     /// @}
@@ -150,11 +150,11 @@ class TARO25D_API Taro_2D {
     /// a removal and an insertion.
     bool moveVertex(Point2* pVtx, const Point2& target);
 
-    /// Chooses all diagonals again that are open because four or more vertices lie on one circle, by the coordinates
-    /// alone: they meet in the vertex with the smallest x, then y. Equal vertices and constraints then give equal
-    /// triangles, whatever the order of insertion, the number of threads, and what else is in the mesh outside the
-    /// circle. Insertion and removal afterwards may choose others. One exact test for each edge (the idea: Dyken and
-    /// Floater 2006). May throw TaroCancelled, with a valid mesh.
+    /// Chooses the diagonals that are open because four or more vertices lie on one circle by the coordinates alone:
+    /// they meet in the vertex with the smallest x, then y. Equal vertices and constraints then give equal triangles,
+    /// whatever the order of insertion, the number of threads, and the rest of the mesh outside the circle. Insertion
+    /// and removal afterwards may choose others. One exact test for each edge (the idea: Dyken and Floater 2006). May
+    /// throw TaroCancelled, with a valid mesh.
     void canonicalizeDiagonals();
 
     /// @}
@@ -173,8 +173,8 @@ class TARO25D_API Taro_2D {
     /// result is false.
     bool getHeight(double x, double y, double& height, Triangle2* pApproxT = nullptr, double tolerance = 0.0) const;
 
-    /// The heights at many places, given as num pairs (x, y), on as many threads as setNumCPU() says: aHeights receives
-    /// for each what getHeight() gives, NaN where there is no surface. Returns how many places are on the surface. The
+    /// The heights at many places, given as num pairs (x, y), on the threads of setNumCPU(): aHeights receives for each
+    /// the height of getHeight(), or NaN where there is no surface. Returns how many places are on the surface. The
     /// arrays are not kept, and null ones give a warning and 0. Places in spatial order are several times faster than
     /// random ones.
     size_t getHeights(size_t num, const double* aXY, double* aHeights) const;
@@ -182,7 +182,8 @@ class TARO25D_API Taro_2D {
     /// The vertex nearest to a place in x-y, decided exactly; of several the smallest by x, then y. Null for a place
     /// that is not finite, and where there is no vertex. O(log n) expected; before is2D(), O(n).
     Point2* getNearestVertex(const Point2& place) const;
-    /// Appends the vertices in a box, border included; an invalid box holds none. Linear in the number of triangles that meet
+    /// Appends the vertices in a box, border included; an invalid box holds none. Linear in the number of triangles
+    /// that meet
     /// the box; before is2D(), O(n).
     void getVerticesInBox(const Bbox2& box, std::vector<Point2*>& vVertices) const;
     /// Appends the vertices in a circle or on it, decided exactly. A circle whose centre is not finite or whose squared radius is
@@ -245,32 +246,32 @@ class TARO25D_API Taro_2D {
     /// Forces segments (breaklines, boundaries) into the mesh: their end points are inserted, and every piece of them
     /// becomes an edge that no later operation flips. A segment is split at vertices that lie on it and where it
     /// crosses other constraints, and again whenever a vertex is inserted on it; a crossing gets the height of the
-    /// older constraint, which an earlier call or an earlier place in the list brought. With bOrientedSegments the
-    /// graph keeps the direction of each segment; segments that form one closed, simple chain make a polygon, which
-    /// runs counterclockwise with or without the flag.
+    /// older constraint, that of an earlier call or of an earlier place in the list. With bOrientedSegments the graph
+    /// keeps the direction of each segment; segments that form one closed, simple chain make a polygon, which runs
+    /// counterclockwise with or without the flag.
     ///
     /// Returns a graph that the triangulation owns. Before is2D() segments are only recorded, until
-    /// applyConstraintsAndZones(). An empty list, an end point that is not finite, and a strategy that is none get a
+    /// applyConstraintsAndZones(). An empty list, an end point that is not finite, and an unknown strategy get a
     /// warning or an error and null, and nothing is inserted; a segment of length zero gets a warning and only its
     /// point stays. A crossing nearer than 1e-6 to an end of a segment takes place at that end. Where doubles are too
-    /// coarse for all crossings, pieces are given up with a warning; so are conforming ones, which stay edges, that
-    /// take more than 1000 pieces and 100 for each segment, or two for each triangle that it crosses. O(k log k) for
-    /// a segment that crosses k triangles.
+    /// coarse for all crossings, pieces are given up with a warning. Halving conforming segments also ends with a
+    /// warning, after 1000 halvings and 100 for each segment, or two for each triangle that it crosses; the pieces are
+    /// edges then, but may not be Delaunay. O(k log k) for a segment that crosses k triangles.
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis,
                                        bool bOrientedSegments = false);
     /// createConstraint() between vertices of this triangulation: no ends have to be inserted or searched. Null with a
     /// warning, and without effect, where a pointer is null or no vertex of this triangulation.
     ConstraintGraph2* createConstraint_vertices(const std::vector<std::pair<Point2*, Point2*>>& vVertexPairs,
                                                 ConstraintInsertionStrategy cis, bool bOrientedSegments = false);
-    /// Takes a constraint back: pieces that no other graph owns become ordinary edges, and the mesh is Delaunay there
-    /// again. With bRemoveVertices, the vertices that this constraint alone has brought go as well: ends, crossings
-    /// and midpoints at which no other constraint ends and where no client has inserted a point. The graph, and
-    /// pieces that nobody else owned, are gone afterwards; so are these vertices. Creating the same segments again
-    /// makes a new constraint. False, with a warning and without effect, for null, for a graph that is not (or no
-    /// longer) one of this triangulation, and for a graph that a zone is made of. O(k log k) for k pieces.
+    /// Removes a constraint: pieces that no other graph owns become ordinary edges, and the mesh is Delaunay there
+    /// again. With bRemoveVertices, vertices that were inserted only for this constraint are removed too: ends,
+    /// crossings and midpoints at which no other constraint ends and where no client has inserted a point. The pointers
+    /// to the graph, to its pieces without another owner and to removed vertices are invalid afterwards. Creating the
+    /// segments again makes a new constraint. False, with a warning and without effect, for null, for a graph that does
+    /// not (or no longer) belong to this triangulation, and for a graph that a zone uses. O(k log k) for k pieces.
     bool removeConstraint(ConstraintGraph2* pGraph, bool bRemoveVertices = false);
-    /// Appends all graphs in the order of their creation: those of createConstraint(), and those that zones, cuts and
-    /// load() have made.
+    /// Appends all graphs in the order of their creation: those of createConstraint(), and those made by zones, cuts
+    /// and load().
     void getConstraintGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Establishes the segments that were created before the triangulation was two-dimensional, or met new vertices
     /// while removal had made it one-dimensional again, and splits pieces of conforming segments that are not
@@ -304,11 +305,11 @@ class TARO25D_API Taro_2D {
     /// location that the call is not for.
     /// @{
 
-    /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all
-    /// triangles (ZL_GLOBAL, graph null). Inside is where the winding number of the graph's rings is not 0, whatever
-    /// their direction; rings that cross themselves get the warning "the polygon crosses itself" if bVerbose. A graph
-    /// that makes no rings has its inside on its left. Any other location gives an empty zone: it has no seed, or no
-    /// operands. One that is no location at all is an error, each time the zone is asked for triangles.
+    /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all triangles
+    /// (ZL_GLOBAL, graph null). Inside is where the winding number of the graph's rings is not 0, whatever their
+    /// direction; rings that cross themselves get the warning "the polygon crosses itself" if bVerbose. A graph that
+    /// makes no rings has its inside on its left. Any other location gives an empty zone, without seeds or operands.
+    /// For a value that is no location, each query of the zone reports an error.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
     /// A zone inside or outside several graphs (ZL_INSIDE or ZL_OUTSIDE only). The zone starts along all of them on
     /// that side and ends at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; the
@@ -319,8 +320,7 @@ class TARO25D_API Taro_2D {
         return createZone(std::vector<ConstraintGraph2*>(graphs), zoneLoc, bVerbose);
     }
     /// A zone of all triangles reached from a seed point without crossing the graph (ZL_GROW only). A seed on an edge
-    /// belongs to either side; one outside the hull gives an empty zone, with a warning each time that is asked for
-    /// triangles.
+    /// belongs to either side; a seed outside the hull gives an empty zone, with a warning at each query.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, const Point2& seed, bool bVerbose = true);
     /// A zone that grows from a seed point up to several graphs; with an empty list it grows over everything.
     Zone2* createZone(const std::vector<ConstraintGraph2*>& vGraphs, ZoneLocation zoneLoc, const Point2& seed,
@@ -330,9 +330,9 @@ class TARO25D_API Taro_2D {
     /// An edge without a triangle gives null.
     Zone2* createZone(const std::vector<Edge2>& vEdges, ZoneLocation zoneLoc, bool bVerbose = true);
     /// Exactly these triangles, as a zone of location ZL_GROW; the border becomes a constraint. Null and repeated
-    /// pointers do not count; one that is no triangle of this triangulation gives null. A part in which all triangles
-    /// are too thin to hold a start point is left out with a warning, and beside a constraint triangles thinner than
-    /// rounding may be on the other side. O(n), n being the number of all triangles.
+    /// pointers are ignored; a pointer that is no triangle of this triangulation gives null. A part in which all
+    /// triangles are too thin to hold a start point is left out with a warning, and beside a constraint triangles
+    /// thinner than rounding may be on the other side. O(n), n being the number of all triangles.
     Zone2* createZone(const std::vector<Triangle2*>& vTriangles, bool bVerbose = true);
 
     /// Cuts the surface along a polygon, as cutTriangles() does, and returns the area inside as a zone of location
@@ -343,11 +343,11 @@ class TARO25D_API Taro_2D {
     /// if bVerbose is true.
     Zone2* createZone_cookieCutter(const std::vector<Segment2>& vSegments, bool bVerbose = true);
 
-    /// The surface without the long triangles along its border, which bridge bays of the points: triangles are taken
-    /// away over border edges that are longer than the limit in x-y, from the convex hull inward, until none is left.
-    /// It stops at constraints. What remains is a zone of location ZL_GROW, and its border becomes a constraint, at
-    /// which a later call stops too. A limit that is not above 0, or NaN, and nothing that remains, give null, with a
-    /// warning if bVerbose. O(n).
+    /// The surface without the long triangles along its border, which bridge bays of the points: triangles are removed
+    /// across border edges that are longer than the limit in x-y, from the convex hull inward, until no such edge is
+    /// left. Constraints stop the removal. The remaining triangles are a zone of location ZL_GROW, and its border
+    /// becomes a constraint, which stops later calls too. Null, with a warning if bVerbose, for a limit that is NaN or
+    /// not above 0, and if no triangle remains. O(n).
     Zone2* createZone_trimmed(double maxEdgeLength, bool bVerbose = true);
 
     /// A zone with its holes: the triangles of a zone, and those of each part outside it that does not reach the hull
@@ -356,29 +356,29 @@ class TARO25D_API Taro_2D {
     /// triangulation and a perimeter that is negative or NaN. Linear in the number of all triangles.
     Zone2* fillHoles(Zone2* pZone, double maxPerimeter);
 
-    /// Ends a zone; triangles and constraints stay. False, with a warning, for a zone that the triangulation does not
-    /// hold and for an operand of another zone, which must go first.
+    /// Deletes a zone; triangles and constraints stay. False, with a warning, for a zone that does not belong to the
+    /// triangulation and for an operand of another zone, which must be deleted first.
     bool deleteZone(Zone2* pZone);
 
     /// @}
     /// @name Cutting
     /// @{
 
-    /// Divides the triangles along segments without changing the surface: every new vertex, ends of segments
-    /// included, has the height of the surface there, to rounding. Pieces that are no edges of a Delaunay
-    /// triangulation afterwards become constraints of one graph. With bConstraints, all pieces of the segments do,
-    /// and stay edges whatever is inserted later; without, those that are Delaunay do not. Segments may touch, cross
+    /// Divides the triangles along segments without changing the surface: every new vertex, ends of segments included,
+    /// has the height of the surface there, to rounding. Pieces that are no edges of a Delaunay triangulation
+    /// afterwards become constraints of one graph. With bConstraints, all pieces of the segments become constraints, so
+    /// that they stay edges whatever is inserted later; without it, Delaunay pieces do not. Segments may touch, cross
     /// and run along edges; parts outside the hull are left out. Warns and changes nothing before is2D() and for
     /// coordinates that are not finite. O(log n), and constant time for each triangle that a segment crosses.
     void cutTriangles(const std::vector<Segment2>& vSegments, bool bConstraints = true);
     /// Divides the triangles along the segment between two points.
     void cutTriangles(const Point2& src, const Point2& trg, bool bConstraints = true);
 
-    /// Lays segments on the surface, and changes nothing: appends them with the heights of the surface, in their
-    /// order and direction, divided where they cross an edge or pass a vertex. Parts outside the hull are left out,
-    /// and so are segments without a length in x-y. The heights of the segments do not count. Warns and appends
-    /// nothing before is2D() and for coordinates that are not finite. O(log n), and constant time for each triangle
-    /// that a segment crosses.
+    /// Drapes segments over the surface without changing it: appends them with the heights of the surface, in their
+    /// order and direction, divided where they cross an edge or pass a vertex. Parts outside the hull are left out, and
+    /// so are segments without a length in x-y. The heights of the segments do not count. Warns and appends nothing
+    /// before is2D() and for coordinates that are not finite. O(log n), and constant time for each triangle that a
+    /// segment crosses.
     void drape(const std::vector<Segment2>& vSegments, std::vector<Segment2>& vDraped) const;
 
     /// @}
@@ -397,10 +397,10 @@ class TARO25D_API Taro_2D {
     /// 50 passes.
     ///
     /// Outside the zone nothing changes except the triangles at border segments that are split. The result does not
-    /// depend on memory addresses. Triangles of the zone become invalid; vertices and the zone stay. A null zone and
-    /// a larger angle get a message on standard error, other wrong calls (refineAdvanced()) an error; nothing changes
-    /// then. O(log n) for each new vertex, in memory that follows the number of triangles; listeners of MT_PROGRESS
-    /// hear of it.
+    /// depend on memory addresses. Triangles of the zone become invalid; vertices and the zone stay. A null zone and a
+    /// larger angle get a message on standard error, other wrong calls (refineAdvanced()) an error; nothing changes
+    /// then. O(log n) for each new vertex, with memory linear in the number of triangles; reports progress to listeners
+    /// of MT_PROGRESS.
     void refine(Zone2* pZone, double minAngleDegree, double minEdgeLength, double maxEdgeLength,
                 bool bAllowConstraintSplitting);
     /// Refines with all parameters. These are refused with an error that names them, and without effect: a maximum
@@ -419,21 +419,21 @@ class TARO25D_API Taro_2D {
     /// @name File
     /// @{
 
-    /// Writes all vertices and alive constraint segments to a binary file. A plain file is replaced only when
+    /// Writes all vertices and alive constraint segments to a binary file. A regular file is replaced only when
     /// everything has been written, unless the folder takes no other file or cannot keep owner and mode: then it is
-    /// overwritten in place. Returns false, after a line on standard output, when writing fails, and for a vertex whose
-    /// height was set to something that is not finite. Numbers are in the
-    /// byte order of the machine, so the file suits machines of the same kind. Linear.
+    /// overwritten in place. Returns false, after a line on standard output, if writing fails or a vertex has a height
+    /// that is not finite. Numbers are in the byte order of the machine, so other machines need that byte order too.
+    /// Linear.
     bool save(const char* filename) const;
     /// Writes a binary file (type 302) that also keeps the custom indices, the names of the triangulation and its
     /// graphs, and each graph with its strategy, its direction and the pieces of its segments. Zones are not kept.
     /// Otherwise as save().
     bool saveAll(const char* filename) const;
     /// Inserts the content of a file. Of save(): the vertices, and the segments as constraints of strategy
-    /// CIS_CONSTRAINED_DELAUNAY. Of saveAll(): the vertices, and the same graphs again. Points may repeat, of which
-    /// the first stays, segments may cross, and their ends need not be among the points. Returns false, with a line
-    /// on standard output and nothing changed, if the file cannot be read, has another type, a length that does not
-    /// follow from its counts, or a number that is not finite.
+    /// CIS_CONSTRAINED_DELAUNAY. Of saveAll(): the vertices, and the graphs. Points may repeat, of which the first
+    /// stays, segments may cross, and their ends need not be among the points. Returns false, with a line on standard
+    /// output and nothing changed, if the file cannot be read, has another type, a length that does not follow from its
+    /// counts, or a number that is not finite.
     bool load(const char* filename);
 
     /// @}
@@ -449,19 +449,19 @@ class TARO25D_API Taro_2D {
     /// Writes all triangles into a Wavefront OBJ file, coloured by height, with its materials beside it; Visualizer3
     /// tells more. Before is2D(), and where a file cannot be written, there is a warning and false. Linear.
     bool writeObj(const std::string& filename) const;
-    /// The same for the triangles of a zone; a zone that is null or of another triangulation gets a warning and false.
+    /// Writes the triangles of a zone into such a file; a zone that is null or of another triangulation gets a warning and false.
     bool writeObj(const std::string& filename, Zone2* pZone) const;
     /// Writes a page that shows the surface in a browser: all triangles in the layer `surface`, coloured by height,
     /// and the alive constraint segments in the layer `breaklines`; Visualizer3 tells more. Before is2D(), for null,
     /// and where the file cannot be written, there is a warning and false. Linear.
     bool writeWebScene(const char* filename) const;
-    /// The same for the triangles of a zone and those of their edges that are constraints; a zone that is null or of
-    /// another triangulation gets a warning and false.
+    /// Writes such a page of the triangles of a zone and their constraint edges; a zone that is null or of another
+    /// triangulation gets a warning and false.
     bool writeWebScene(const char* filename, Zone2* pZone) const;
     /// Writes all triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). Before is2D(), and
     /// where the file cannot be written, there is a warning and false. Linear.
     bool showGeomview(const std::string& filename) const;
-    /// Adds the same to the layer `surface` of a scene, which is not owned; null is ignored.
+    /// Adds all triangles to the layer `surface` of a scene, which is not owned; null is ignored.
     void showGeomview(Visualizer3* pVisualizer) const;
 
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned

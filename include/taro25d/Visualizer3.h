@@ -21,14 +21,14 @@ struct Scene3;
 /// Collects surfaces, lines and labels in space, in named layers, and writes them into files for programs that show
 /// scenes in three dimensions.
 ///
-/// What is added is copied at once, so it may change or go afterwards; nothing is owned. Layers come into being with the
-/// first object that names them, and keep that order. Null pointers, triangles without corners and whatever has a
-/// coordinate that is NaN or infinite are left out, with one warning for each call. Of a Color the red, green and blue
-/// count, moved into the range from 0 to 1; coordinates are in any unit, the same one for x, y and z.
+/// Objects are copied when they are added, so they may change or be destroyed afterwards. A layer is created by the
+/// first object that names it; layers keep this order. Null pointers, triangles without corners and objects with a
+/// coordinate that is NaN or infinite are left out, with one warning for each call. Only red, green and blue of a Color
+/// are used, clamped to the range from 0 to 1; coordinates may be in any unit, which x, y and z share.
 ///
-/// Writing does not change the scene, which may be written again and go on to grow. A file takes the place of an old one
-/// when it is complete. A scene in which there is nothing, a file that cannot be written, and more than 2^31 - 1 vertices
-/// get a warning and false. Each writer is linear in the size of the scene.
+/// Writing does not change the scene; objects may be added and files written again afterwards. A file replaces an old
+/// one only when it is complete. An empty scene, a file that cannot be written, and more than 2^31 - 1 vertices get a
+/// warning and false. Each writer is linear in the size of the scene.
 class TARO25D_API Visualizer3 {
   public:
     /// An empty scene. The title, in UTF-8 as all names, stands in the files.
@@ -38,7 +38,7 @@ class TARO25D_API Visualizer3 {
     Visualizer3(const Visualizer3&) = delete;
     Visualizer3& operator=(const Visualizer3&) = delete;
 
-    /// Adds triangles whose colours follow their heights. Corners with the same address become one vertex.
+    /// Adds triangles coloured by height. Corners with equal addresses become one vertex.
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, ColourRamp ramp);
     /// Adds triangles of one colour.
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, const Color& color);
@@ -47,9 +47,10 @@ class TARO25D_API Visualizer3 {
     /// Adds a text at a place. Its mark and its size, in pixels then, are for the web scene.
     void addLabel(const Label& label, const std::string& layer);
 
-    /// How many times higher the scene is to be shown than it is; 1 at first. The coordinates in the files do not change:
-    /// GLB has the factor as a scale, the web scene begins with it, and only Geomview, which knows no scale, gets higher
-    /// coordinates. A factor that is not greater than 0, or infinite, is refused with a warning.
+    /// Sets the factor by which heights are exaggerated when the scene is shown; 1 at first. The coordinates in the
+    /// files do not change: GLB stores the factor as a scale, the web scene starts with it, and only Geomview, which
+    /// has no scale, gets multiplied heights. A factor that is not greater than 0, or infinite, is refused with a
+    /// warning.
     void setVerticalExaggeration(double factor);
 
     /// Wavefront OBJ with full precision, and its materials beside it: the name ends in .mtl instead of .obj, or has it
@@ -72,8 +73,8 @@ class TARO25D_API Visualizer3 {
     /// scenes. A library that was built without the viewer gives a warning that tells how to get it, and false.
     bool writeWebScene(const std::string& filename) const;
 
-    /// The flag (not owned) that the client sets to end what this object is doing; null for none. What is being added is
-    /// left out then and what is being written not written, and TaroCancelled is thrown.
+    /// Sets the flag (not owned) by which the client cancels a call of this object; null for none. The call then adds
+    /// or writes nothing and throws TaroCancelled.
     void setCancelFlag(const std::atomic<bool>* pFlag);
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is called
     /// from the thread that calls this object: with the fraction done, and with warnings.

@@ -21,11 +21,11 @@ class Visualizer3;
 /// A set of triangles of one triangulation, given by a rule: inside or outside constraint graphs, grown from seed
 /// points, or combined from two other zones.
 ///
-/// The triangles are found anew by every query, so a zone stays valid while points and constraints are inserted. The
-/// rule needs the constraints in the mesh: a zone that is read before `applyConstraintsAndZones` has established
-/// pending ones answers by the edges that exist. Queries take time linear in the triangles of the zone, for a combined
-/// zone n log n; they return nothing when the triangulation has no triangles. The order of the triangles depends on the
-/// rule and on the mesh only; for a combined zone it is that of their addresses.
+/// Every query finds the triangles again, so a zone stays valid while points and constraints are inserted. The rule
+/// needs the constraints in the mesh: a query before `applyConstraintsAndZones` has established pending constraints
+/// uses the edges that exist. Queries take time linear in the triangles of the zone, for a combined zone n log n; they
+/// return nothing when the triangulation has no triangles. The order of the triangles depends on the rule and on the
+/// mesh only; for a combined zone it is that of their addresses.
 ///
 /// The triangulation owns the zone, until `deleteZone` or its own end.
 class TARO25D_API Zone2 {
@@ -53,7 +53,7 @@ class TARO25D_API Zone2 {
 
     /// Appends the triangles, each once.
     void getTriangles(std::vector<Triangle2*>& vTriangles) const;
-    /// The number of triangles; as dear as getting them.
+    /// The number of triangles; costs as much as getTriangles().
     size_t getNumberOfTriangles() const;
     /// The sum of the areas of the triangles in x-y.
     double getArea2D() const;
@@ -69,13 +69,13 @@ class TARO25D_API Zone2 {
     void optimizeValleysAndRidges(double minAngleDegree, double maxHeightChange);
     /// optimizeValleysAndRidges() with 5 degrees and no limit of the height.
     void slopeValleyRidgeOptimization();
-    /// Moves the heights of all vertices of the zone to the nearest multiples of a size, which is in the unit of z. A
-    /// size that is not greater than 0 or not finite gets a warning and changes nothing.
+    /// Rounds the heights of all vertices of the zone to multiples of a size, which is in the unit of z. A size that is
+    /// not greater than 0 or not finite gets a warning and changes nothing.
     void unifyGrid(double size);
 
-    /// Whether a triangle is one of the zone; false for null. As costly as getTriangles().
+    /// Whether a triangle belongs to the zone; false for null. Costs as much as getTriangles().
     bool contains(const Triangle2* pT) const;
-    /// Whether a place is in a triangle of the zone or on its border; heights do not count. As costly as
+    /// Whether a place is in a triangle of the zone or on its border; heights do not matter. Costs as much as
     /// getTriangles().
     bool contains(const Point2& place) const;
     /// Appends the corners of the triangles, each once.
@@ -101,13 +101,13 @@ class TARO25D_API Zone2 {
     /// Draws the triangles into a PostScript file: over the whole triangulation with the first flag, and under those of
     /// their edges that are constraints with the second.
     void show(const std::string& filename, bool bWithTriangulation = true, bool bWithConstraints = true) const;
-    /// Adds the same to a drawing, which is not owned; null is ignored.
+    /// Adds these objects to a drawing, which is not owned; null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithTriangulation = true, bool bWithConstraints = true) const;
 
     /// Writes the triangles into a file of Geomview, white and half transparent ("1 1 1 0.5"). A zone without
     /// triangles, and a file that cannot be written, get a warning and false.
     bool showGeomview(const std::string& filename) const;
-    /// Adds the same to the layer `zone` of a scene, which is not owned; null is ignored.
+    /// Adds the triangles to the layer `zone` of a scene, which is not owned; null is ignored.
     void showGeomview(Visualizer3* pVisualizer) const;
 
   private:
@@ -125,10 +125,9 @@ class TARO25D_API Zone2 {
 };
 
 /// @name Boolean combinations
-/// A zone of the same triangulation, which owns it; its triangles are those of the operands, as they are when it is
-/// asked. Nothing is computed before. Results may be combined again; an operand cannot be deleted before the result.
-/// Null, or zones of different triangulations, get an error and null.
-/// @{
+/// A zone of the triangulation of the operands, which owns it. Each query combines the triangles that the operands have
+/// at that moment; nothing is computed before. Results may be combined again; an operand cannot be deleted before the
+/// result. Null, or zones of different triangulations, get an error and null. @{
 
 /// The triangles of either zone.
 TARO25D_API Zone2* zoneUnion(Zone2* pFirst, Zone2* pSecond);
@@ -148,8 +147,8 @@ TARO25D_API Zone2* peelOffBorder(Zone2* pZone, const std::function<bool(Triangle
 /// none. The triangles that remain become a new zone of location ZL_GROW, whose border is a constraint; the old zone
 /// stays as it is. Each triangle is asked at most once, so the answer must not depend on the others.
 ///
-/// Returns null if the zone or the predicate is null or if nothing remains. With bVerbose that gives a warning, and the
-/// number of triangles and the areas before and after are printed; without it nothing is.
+/// Returns null if the zone or the predicate is null or if nothing remains. With bVerbose it then warns, and it prints
+/// the number of triangles and the areas before and after; without bVerbose it prints nothing.
 template <class UserPredicateT>
 Zone2* peelOffIf(Zone2* pZone, UserPredicateT* pPredicate, bool bVerbose = true) {
     if (!pPredicate) return peelOffBorder(pZone, nullptr, bVerbose);

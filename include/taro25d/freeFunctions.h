@@ -74,12 +74,12 @@ TARO25D_API bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& 
 /// for numbers around 1, a thousand for zero.
 TARO25D_API double getUlp(double d);
 
-/// The segments from each point to the next; with bClosed also from the last to the first, unless these are the same point in
-/// x, y and z. Less than two points give none. Linear, as is the next one.
+/// The segments from each point to the next; with bClosed also from the last to the first, unless these are the same
+/// point in x, y and z. Fewer than two points give none. Linear.
 TARO25D_API std::vector<Segment2> makePolyline(const std::vector<Point2>& vPoints, bool bClosed = false);
-/// The inverse, for contours and the like: the sources of the segments, and at the end the last target, unless the polyline is
-/// closed, where that is the first source again. Segments of which one does not begin where the one before it ends, in x, y and
-/// z, are no polyline: they give a warning and no points.
+/// The inverse of makePolyline, for contours and other polylines: the sources of the segments, followed by the last
+/// target unless the polyline is closed, that is, this target is the first source. Segments that are not connected in
+/// x, y and z give a warning and no points. Linear.
 TARO25D_API std::vector<Point2> getPolylinePoints(const std::vector<Segment2>& vSegments);
 
 /// The box of a point, each range widened by the offset at both ends.
