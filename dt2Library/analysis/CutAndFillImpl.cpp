@@ -1,16 +1,18 @@
 // Cut and fill: the overlay of two surfaces, cut along the line where they meet.
 //
-// A combined triangulation takes the vertices and edges of both surfaces as constraints, where both exist. Each of its
+// A combined triangulation takes the vertices, the edges and their crossings of both surfaces, where both exist. Each of its
 // triangles then lies within one triangle of either surface, so that both heights, and their difference, are linear on it,
-// and it does not matter which diagonals it has inside such a cell. Heights of a vertex are its own on the surface that it
+// and it does not matter which diagonals it has inside such a cell. Most pieces of edges are Delaunay, and so are edges
+// whether or not they are constraints; only the others become constraints. Heights of a vertex are its own on the surface that it
 // comes from; where it lies on an edge of a surface, they are interpolated on that edge from end to end, however often it
 // is split; else they are looked up on the surface. z of a combined vertex is the height before minus the height after.
 //
-// Edges that rise from below zero to above become constraints and are split at their zeros, and then no triangle is on
-// both sides: the piece of the zero line in a triangle joins two such vertices. But places are rounded to doubles. A zero
-// may fall on an end of its edge, which then is the zero; on a third vertex, or beside its edge and across another one, so
-// that pieces remain or new vertices appear. So this is repeated for what is left. Differences shrink with the pieces, and
-// two rounds nearly always do; after the last one the smaller sign of a triangle gives way.
+// Edges that rise from below zero to above are divided at their zeros, which are inserted all at once, and then no triangle
+// is on both sides: the piece of the zero line in a triangle joins two such vertices. But places are rounded to doubles. A
+// zero may fall on an end of its edge, which then is the zero; on a third vertex, or beside its edge and across another one,
+// so that pieces remain or new vertices appear. So this is repeated for the rest, with constraints that are split one by
+// one. Differences shrink with the pieces, and two rounds nearly always do; after the last one the smaller sign of a
+// triangle gives way.
 //
 // Surfaces that nearly coincide are the hard case, since constraints snap to vertices that are near and bend. So vertices of
 // the two surfaces that differ by rounding only are made one, slivers that rounding makes along straight borders are left

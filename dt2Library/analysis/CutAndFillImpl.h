@@ -9,6 +9,7 @@
 
 #include "analysis/EdgeCrossings.h"
 #include "analysis/HeightMap.h"
+#include "kernel/VertexPairMap.h"
 #include "kernel/tools.h"
 #include "support/Progress.h"
 #include "taro25d/Bbox2.h"
@@ -65,10 +66,16 @@ class CutAndFillImpl {
         std::vector<Point2> vPoints;    // the corners
         PointerMap<size_t> mIndices;    // of the corners in vPoints
         std::vector<Point2*> vHandles;  // of vPoints in the combined triangulation
-        ConstraintGraph2 *pBorder = nullptr, *pEdges = nullptr;
+        ConstraintGraph2* pBorder = nullptr;
 
         size_t getIndex(const Point2* pVtx) const { return *mIndices.find(pVtx); }
         const Point2& getPoint(const Point2* pVtx) const { return vPoints[getIndex(pVtx)]; }
+    };
+
+    /// Lines that have to be edges of the combined triangulation.
+    struct Lines {
+        std::vector<VertexPair> vPieces;         // edges of it that have never been constraints
+        std::vector<ConstraintGraph2*> vGraphs;  // of the other pieces
     };
 
     /// A zero of the difference on an edge.
@@ -95,7 +102,8 @@ class CutAndFillImpl {
     bool insertSurfaces();
     std::vector<EdgeCrossings::Edge> getInnerSegments(int ithInput);
     std::vector<Point2*> insertPoints(const EdgeCrossings& crossings);
-    void insertInnerSegments(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings);
+    void divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings);
+    void establishPieces();
     bool leaveOutside();
     void setHeights();
     void assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput);
@@ -112,6 +120,9 @@ class CutAndFillImpl {
         return {pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))};
     }
     static void cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLine);
+    void insertZeros(const Cuts& cuts);
+    static void dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces);
+    std::vector<VertexPair> joinZeros(const Cuts& cuts, const VertexPairMap<Point2>& mZeros) const;
     void realCut(const Cuts& cuts);
     Point2* splitAtZero(const CutHelper& cut);
     void addNewVertices();
@@ -121,6 +132,7 @@ class CutAndFillImpl {
     void groupT2(const std::vector<Triangle2*>& vTriangles);
 
     Surface aSurfaces_[2];  // before, after
+    Lines aLines_[3];       // the edges of both surfaces, and the zero line
     Progress progress_;
     Taro_2D combined_;
     Bbox2 overlap_;

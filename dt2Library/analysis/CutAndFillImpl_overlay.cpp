@@ -90,9 +90,10 @@ bool CutAndFillImpl::insertSurfaces() {
                                   {aSurfaces_[1].vPoints, avEdges[1]});
     const std::vector<Point2*> vCrossings = insertPoints(crossings);
     for (const int ithInput : {0, 1}) {
-        insertInnerSegments(ithInput, crossings, vCrossings);
+        divideEdges(ithInput, crossings, vCrossings);
         progress_.incProgress(40);
     }
+    establishPieces();
     if (leaveOutside()) return true;
     pResultZone_ = nullptr;
     return refuse();
@@ -147,21 +148,38 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
     return vHandles;
 }
 
-void CutAndFillImpl::insertInnerSegments(int ithInput, const EdgeCrossings& crossings,
-                                         const std::vector<Point2*>& vCrossings) {
-    Surface& surface = aSurfaces_[ithInput];
-    std::vector<VertexPair> vPairs;
+void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings) {
+    const Surface& surface = aSurfaces_[ithInput];
+    std::vector<VertexPair>& vPieces = aLines_[ithInput].vPieces;
     crossings.forEachEdge(ithInput, [&](const EdgeCrossings::Edge& edge, const std::vector<std::uint32_t>& vOnEdge) {
         Point2* pAt = surface.vHandles[edge.src];
         const auto goTo = [&](Point2* pNext) {
-            if (pNext != pAt) vPairs.emplace_back(pAt, pNext);
+            if (pNext != pAt) vPieces.emplace_back(pAt, pNext);
             pAt = pNext;
         };
         for (const std::uint32_t crossing : vOnEdge) goTo(vCrossings[crossing]);
         goTo(surface.vHandles[edge.trg]);
     });
-    surface.pEdges =
-        combined_.getImpl()->getConstraintManager()->createConstraint(vPairs, CIS_CONSTRAINED_DELAUNAY, true);
+}
+
+/// Makes constraints of the pieces that are no edges, until all others are. Most pieces are Delaunay: they are edges by
+/// themselves, and stay so when constraints come that do not cross them. What new vertices take away is found again.
+void CutAndFillImpl::establishPieces() {
+    const Dt2& dt2 = *combined_.getImpl();
+    ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
+    for (bool bComplete = false; !bComplete;) {
+        bComplete = true;
+        for (Lines& lines : aLines_) {
+            const auto firstMissing = std::stable_partition(
+                lines.vPieces.begin(), lines.vPieces.end(),
+                [&dt2](const VertexPair& piece) { return dt2.isEdge(piece.first, piece.second); });
+            const std::vector<VertexPair> vMissing(firstMissing, lines.vPieces.end());
+            lines.vPieces.erase(firstMissing, lines.vPieces.end());
+            if (vMissing.empty()) continue;
+            lines.vGraphs.push_back(manager.createConstraint(vMissing, CIS_CONSTRAINED_DELAUNAY, true));
+            bComplete = false;
+        }
+    }
 }
 
 /// Where borders are bent to near vertices, a chain may run back over itself. Then the zone on its left also gets what is
@@ -198,7 +216,9 @@ bool CutAndFillImpl::leaveOutside() {
 // Heights
 
 void CutAndFillImpl::setHeights() {
-    for (const int ithInput : {0, 1}) assignHeigthsOfConstraints(aSurfaces_[ithInput].pEdges, ithInput);
+    for (const int ithInput : {0, 1}) {
+        for (const ConstraintGraph2* pGraph : aLines_[ithInput].vGraphs) assignHeigthsOfConstraints(pGraph, ithInput);
+    }
     std::vector<Point2*> vVertices;
     getVertices(vResultTriangles_, vVertices);
     complementHeightMap(vVertices);

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "analysis/CutAndFillImpl.h"
+#include "analysis/slivers.h"
 #include "constraints/ConstraintMgr.h"
-#include "kernel/VertexPairMap.h"
 #include "kernel/tolerances.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -36,16 +36,22 @@ bool isMixed(const std::pair<Point2*, Point2*>& edge) {
     return (d0 < 0.0 && d1 > 0.0) || (d0 > 0.0 && d1 < 0.0);
 }
 
+bool isAwayFromEnds(const Point2& place, const std::pair<Point2*, Point2*>& edge) {
+    const double clearance = getClearance(std::max(std::abs(place.x()), std::abs(place.y())));
+    return distance2D(place, *edge.first) > clearance && distance2D(place, *edge.second) > clearance;
+}
+
 }  // namespace
 
 void CutAndFillImpl::cutAlongZeroLine() {
     for (int numRounds = 0; numRounds < MAX_ROUNDS; ++numRounds) {
         const Cuts cuts = virtualCut();
         if (cuts.vCuts.empty()) return;
-        if (numRounds > 0) {
+        if (numRounds > 1) {  // the first one leaves zeros next to ends to the second one
             warning(LOCATION, toText("CutAndFillImpl::addMissingSplitPoints, retry (vnew): ", cuts.vCuts.size()));
         }
-        realCut(cuts);
+        numRounds == 0 ? insertZeros(cuts) : realCut(cuts);
+        establishPieces();
         leaveOutside();
         addNewVertices();
     }
@@ -101,15 +107,51 @@ void CutAndFillImpl::cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLi
     vZeroLine.push_back({getEnds(pT, aMixed[0]), toEdge, numMixed == 2 ? nullptr : pT->getCorner(aMixed[0])});
 }
 
-void CutAndFillImpl::realCut(const Cuts& cuts) {
-    ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
-    std::vector<VertexPair> vEdges, vZeroLine;
-    for (const CutHelper& cut : cuts.vCuts) vEdges.push_back(cut.edge);
-    manager.createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY, true);
-    VertexPairMap<Point2> mZeros;
+/// Inserts the zeros that are away from the ends of their edges, all at once. The other ones that are no ends are left to
+/// realCut.
+void CutAndFillImpl::insertZeros(const Cuts& cuts) {
+    std::vector<const CutHelper*> vInserted;
+    std::vector<Point2> vPlaces;
     for (const CutHelper& cut : cuts.vCuts) {
-        if (Point2* pZero = splitAtZero(cut)) mZeros.add(cut.edge.first, cut.edge.second, pZero);
+        if (cut.bMerged || !isAwayFromEnds(cut.place, cut.edge)) continue;
+        vInserted.push_back(&cut);
+        vPlaces.push_back(cut.place);
     }
+    std::vector<Point2*> vHandles;
+    combined_.getImpl()->insertVector(vPlaces, vHandles);
+    VertexPairMap<Point2> mZeros;
+    mZeros.reserve(cuts.vCuts.size());
+    for (size_t k = 0; k < vHandles.size(); ++k) {
+        const CutHelper& cut = *vInserted[k];
+        mZeros.add(cut.edge.first, cut.edge.second, vHandles[k]);
+        if (getCombinedHeight(vHandles[k]) != BeforeAfter::MISSING) continue;  // it was there before
+        heights_[vHandles[k]].aHeights[0] = heights_[vHandles[k]].aHeights[1] = cut.height;
+        setToZero(vHandles[k]);
+    }
+    for (Lines& lines : aLines_) dividePieces(mZeros, lines.vPieces);
+    for (const CutHelper& cut : cuts.vCuts) {
+        if (!cut.bMerged) continue;
+        setToZero(cut.edge.first);
+        mZeros.add(cut.edge.first, cut.edge.second, cut.edge.first);
+    }
+    aLines_[2].vPieces = joinZeros(cuts, mZeros);
+}
+
+void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces) {
+    std::vector<VertexPair> vDivided;
+    vDivided.reserve(vPieces.size() + vPieces.size() / 2);
+    for (const VertexPair& piece : vPieces) {
+        Point2* pZero = isMixed(piece) ? mZeros.find(piece.first, piece.second) : nullptr;
+        if (pZero) vDivided.emplace_back(piece.first, pZero);
+        vDivided.emplace_back(pZero ? pZero : piece.first, piece.second);
+    }
+    vPieces.swap(vDivided);
+}
+
+/// The pieces of the zero line between zeros that have become vertices.
+std::vector<CutAndFillImpl::VertexPair> CutAndFillImpl::joinZeros(const Cuts& cuts,
+                                                                  const VertexPairMap<Point2>& mZeros) const {
+    std::vector<VertexPair> vZeroLine;
     const auto isZero = [this](const Point2* pVtx) { return pVtx && getCombinedHeight(pVtx) == 0.0; };
     for (const ZeroSegment& segment : cuts.vZeroLine) {
         const auto getZero = [&](const VertexPair& edge) { return mZeros.find(edge.first, edge.second); };
@@ -117,7 +159,19 @@ void CutAndFillImpl::realCut(const Cuts& cuts) {
         if (!pTrg) pTrg = getZero(segment.toEdge);
         if (pSrc != pTrg && isZero(pSrc) && isZero(pTrg)) vZeroLine.emplace_back(pSrc, pTrg);
     }
-    manager.createConstraint(vZeroLine, CIS_CONSTRAINED_DELAUNAY, true);
+    return vZeroLine;
+}
+
+void CutAndFillImpl::realCut(const Cuts& cuts) {
+    ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
+    std::vector<VertexPair> vEdges;
+    for (const CutHelper& cut : cuts.vCuts) vEdges.push_back(cut.edge);
+    manager.createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY, true);
+    VertexPairMap<Point2> mZeros;
+    for (const CutHelper& cut : cuts.vCuts) {
+        if (Point2* pZero = splitAtZero(cut)) mZeros.add(cut.edge.first, cut.edge.second, pZero);
+    }
+    manager.createConstraint(joinZeros(cuts, mZeros), CIS_CONSTRAINED_DELAUNAY, true);
 }
 
 /// The vertex at which the difference has become 0; null if the edge has been split elsewhere meanwhile.

@@ -13,8 +13,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "analysis/slivers.h"
 #include "kernel/links.h"
-#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/segmentWalk.h"
@@ -28,7 +28,7 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
     const double reach = second.vPoints.empty() ? 0.0 : LUMO_TARO25D::getMagnitude(getBox(second.vPoints));
     const double magnitude = mesh_.getMagnitudeWith(Point2(reach, reach, 0.0));
     geomTest_.setStaticBound(magnitude);
-    clearance_ = std::max(MIN_SLIVER_WIDTH, 4.0 * END_ZONE * magnitude);  // either segment may be bent, at both sides
+    clearance_ = getClearance(magnitude);
     numberEdgesOfFirst();
     locateSecond();
     for (std::uint32_t e = 0; e < second.vEdges.size(); ++e) {

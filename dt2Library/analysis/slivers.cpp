@@ -39,6 +39,10 @@ double getRoundingDistance(const Bbox2& box) {
     return std::max(WELDING_DISTANCE * getMagnitude(box), NEGLIGIBLE_WIDTH * extent);
 }
 
+double getClearance(double magnitude) {
+    return std::max(MIN_SLIVER_WIDTH, 4.0 * END_ZONE * magnitude);  // either segment may be bent, at both sides
+}
+
 void peelSlivers(std::vector<Triangle2*>& vTriangles) {
     const double minWidth = getRoundingDistance(getBox(vTriangles));
     peelBorder(vTriangles, [minWidth](const Triangle2* pT) { return getWidth(pT) < minWidth; });

@@ -16,6 +16,9 @@ bool isSliver(const Triangle2* pT);
 /// Lengths that mean nothing on some ground: what coordinates may be off by after some arithmetic, and what is too small to
 /// count in any volume.
 double getRoundingDistance(const Bbox2& box);
+/// How far a crossing, or a zero, must be from the ends of its edges so that constraints there are not made one, for
+/// coordinates up to a magnitude.
+double getClearance(double magnitude);
 /// Takes away triangles at the border that are there only because rounding has put points beside a straight line. Across
 /// their tiny width the ground may rise or fall by any height.
 void peelSlivers(std::vector<Triangle2*>& vTriangles);
