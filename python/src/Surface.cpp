@@ -9,7 +9,6 @@
 #include "run.h"
 #include "taro25d/IndexedMesh.h"
 #include "taro25d/MsgType.h"
-#include "taro25d/Segment2.h"
 
 using namespace LUMO_TARO25D;
 
@@ -152,11 +151,16 @@ std::vector<std::int32_t> Surface::getRows(const std::vector<Triangle2*>& vTrian
 
 // ---- Breaklines ----
 
-size_t Surface::addBreakline(const double* aCoordinates, size_t numSegments, ConstraintInsertionStrategy cis) {
+std::vector<Segment2> toSegments(const double* aCoordinates, size_t numSegments) {
     std::vector<Segment2> vSegments;
     vSegments.reserve(numSegments);
     for (const double* a = aCoordinates; a != aCoordinates + 6 * numSegments; a += 6)
         vSegments.emplace_back(Point2(a[0], a[1], a[2]), Point2(a[3], a[4], a[5]));
+    return vSegments;
+}
+
+size_t Surface::addBreakline(const double* aCoordinates, size_t numSegments, ConstraintInsertionStrategy cis) {
+    const std::vector<Segment2> vSegments = toSegments(aCoordinates, numSegments);
     noteChange();
     bAllNumbered_ = false;
     ConstraintGraph2* pGraph = pMesh_->createConstraint(vSegments, cis, true);

@@ -9,8 +9,12 @@
 
 #include "Guarded.h"
 #include "taro25d/ConstraintGraph2.h"
+#include "taro25d/Segment2.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
+
+/// Segments of pairs of (x, y, z).
+std::vector<LUMO_TARO25D::Segment2> toSegments(const double* aCoordinates, size_t numSegments);
 
 /// The mesh as arrays. Rows of points are in the order of their ids.
 struct MeshArrays {
@@ -83,6 +87,12 @@ class Surface : public Guarded {
     /// The positions of the breaklines among all graphs, as restore() takes them.
     std::vector<size_t> getPositions() const;
 
+    /// Takes over a mesh in place of its own, which must be empty. Vertices whose custom index is from 0 to below `nextId` keep
+    /// it as their id, the others get ids from there on. None of its graphs is a breakline.
+    void adopt(std::unique_ptr<LUMO_TARO25D::Taro_2D> pMesh, std::int64_t nextId);
+    /// Makes an empty surface a copy of this one, with the same ids and breaklines, and without zones.
+    void copyTo(Surface& other);
+
     /// The zone of all triangles; null before there are triangles.
     LUMO_TARO25D::Zone2* getAll();
     /// Whether getAll has nothing to create, so that it may be called by a reader.
@@ -96,6 +106,8 @@ class Surface : public Guarded {
     /// Gives a vertex the next number.
     void enter(LUMO_TARO25D::Point2* pVtx);
     std::vector<std::int32_t> getRowsOfIds(MeshArrays& arrays) const;
+    /// Makes the table of ids from the custom indices.
+    void keepIds(std::int64_t nextId);
 
     std::unique_ptr<LUMO_TARO25D::Taro_2D> pMesh_;
     std::atomic<std::uint64_t> version_{1};

@@ -1,10 +1,12 @@
-// Files keep ids as custom indices, and whatever the Python layer wants to know again as the name of the triangulation.
+// Meshes that come from elsewhere. Files keep ids as custom indices, and whatever the Python layer wants to know again as the
+// name of the triangulation.
 
 #include <algorithm>
 #include <unordered_map>
 
 #include "Surface.h"
 #include "run.h"
+#include "taro25d/MsgType.h"
 
 using namespace LUMO_TARO25D;
 
@@ -29,20 +31,40 @@ std::string Surface::load(const std::string& path) {
     return text;
 }
 
-void Surface::restore(const std::vector<size_t>& vPositions, std::int64_t nextId) {
+void Surface::keepIds(std::int64_t nextId) {
+    vVertices_.assign(static_cast<size_t>(nextId), nullptr);
+    nextId_ = nextId;
     std::vector<Point2*> vNow;
     pMesh_->getVertexPointers(vNow);
-    // Ids of other programs may be anything; a table of them must not be larger than what it is for.
-    const std::int64_t mostIds = 64 * (static_cast<std::int64_t>(vNow.size()) + 16384);
-    if (nextId >= 0 && nextId <= mostIds) {
-        vVertices_.assign(static_cast<size_t>(nextId), nullptr);
-        nextId_ = nextId;
-        for (Point2* pVtx : vNow) {
-            const int id = pVtx->getCustomIndex();
-            if (id >= 0 && id < nextId) vVertices_[static_cast<size_t>(id)] = pVtx;
-        }
+    for (Point2* pVtx : vNow) {
+        const int id = pVtx->getCustomIndex();
+        if (id >= 0 && id < nextId) vVertices_[static_cast<size_t>(id)] = pVtx;
     }
     number();
+}
+
+void Surface::adopt(std::unique_ptr<Taro_2D> pMesh, std::int64_t nextId) {
+    noteChange();
+    pMesh_->unsubscribe(MT_PROGRESS, this);
+    pMesh_ = std::move(pMesh);
+    pMesh_->subscribe(MT_PROGRESS, this);
+    keepIds(nextId);
+}
+
+void Surface::copyTo(Surface& other) {
+    if (!bAllNumbered_) number();
+    other.adopt(pMesh_->clone(), nextId_);
+    other.bPending_ = bPending_;
+    other.bConforming_ = bConforming_;
+    std::vector<ConstraintGraph2*> vGraphs;
+    other.pMesh_->getConstraintGraphs(vGraphs);
+    for (const size_t position : getPositions()) other.vBreaklines_.push_back(vGraphs[position]);
+}
+
+void Surface::restore(const std::vector<size_t>& vPositions, std::int64_t nextId) {
+    // Ids of other programs may be anything; a table of them must not be larger than what it is for.
+    const std::int64_t mostIds = 64 * (static_cast<std::int64_t>(pMesh_->numberOfPoints()) + 16384);
+    keepIds(nextId <= mostIds ? std::max<std::int64_t>(nextId, 0) : 0);
     std::vector<ConstraintGraph2*> vKept;
     for (const size_t position : vPositions)
         if (position < vBreaklines_.size()) vKept.push_back(vBreaklines_[position]);

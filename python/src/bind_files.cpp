@@ -5,6 +5,7 @@
 
 #include "bindings.h"
 #include "run.h"
+#include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer3.h"
 
 namespace nb = nanobind;
@@ -40,17 +41,31 @@ std::pair<std::vector<size_t>, std::int64_t> getState(Surface& surface) {
     return state;
 }
 
-void writeGlb(Surface& surface, const ZoneHandle* pHandle, const std::string& path, const std::string& title) {
+void addBreaklines(const Surface& surface, Visualizer3& scene) {
+    std::vector<Segment2> vEdges;
+    for (const size_t number : surface.getBreaklines()) {
+        std::vector<ConstraintSegment2*> vPieces;
+        surface.getBreakline(number)->getAliveConstraintChain(vPieces);
+        for (const ConstraintSegment2* pPiece : vPieces) vEdges.emplace_back(*pPiece->getSrc(), *pPiece->getTrg());
+    }
+    if (!vEdges.empty()) scene.addSegments(vEdges, "breaklines", Color(0.1, 0.1, 0.1));
+}
+
+/// With a zone only that, without breaklines.
+void writeScene(Surface& surface, const ZoneHandle* pHandle, const std::string& path, const std::string& title,
+                bool bPage) {
     EngineCall call({{&surface, Guarded::READ}});
     call.run([&] {
+        Visualizer3 scene(title);
+        scene.setCancelFlag(surface.getCancelFlag());
         std::vector<Triangle2*> vTriangles;
         if (pHandle)
             pHandle->get()->getTriangles(vTriangles);
         else
             surface.getMesh().getTrianglePointers(vTriangles);
-        Visualizer3 scene(title);
         scene.addSurface(vTriangles, "surface", CR_TERRAIN);
-        if (!scene.writeGlb(path)) throw Refused("the file cannot be written");
+        if (!pHandle) addBreaklines(surface, scene);
+        if (!(bPage ? scene.writeWebScene(path) : scene.writeGlb(path))) throw Refused("the file cannot be written");
     });
 }
 
@@ -62,5 +77,6 @@ void bindFiles(nb::module_& module) {
     module.def("restore", &restore, nb::arg("surface"), nb::arg("positions"), nb::arg("next_id"));
     module.def("state", &getState, nb::arg("surface"),
                "The arguments of restore for a surface that is loaded from a file.");
-    module.def("write_glb", &writeGlb, nb::arg("surface"), nb::arg("zone").none(), nb::arg("path"), nb::arg("title"));
+    module.def("write_scene", &writeScene, nb::arg("surface"), nb::arg("zone").none(), nb::arg("path"),
+               nb::arg("title"), nb::arg("page"), "A page for a browser, or binary glTF.");
 }

@@ -81,6 +81,13 @@ void canonicalizeMesh(Surface& surface) {
     });
 }
 
+std::shared_ptr<Surface> copySurface(Surface& surface) {
+    auto pCopy = std::make_shared<Surface>();
+    EngineCall call({{&surface, Guarded::WRITE}});
+    call.run([&] { surface.copyTo(*pCopy); });
+    return pCopy;
+}
+
 int setThreads(Surface& surface, int num) {
     int numNow = 0;
     EngineCall call({{&surface, Guarded::WRITE}});
@@ -126,5 +133,6 @@ void bindSurface(nb::module_& module) {
         .def("conflicts", &getConflicts, nb::arg("tolerance"), "Ids, heights that were kept, heights that came.")
         .def("set_height_rule", &setHeightRule, nb::arg("rule"))
         .def("canonicalize", &canonicalizeMesh)
+        .def("copy", &copySurface)
         .def("check", &checkValidity);
 }

@@ -5,7 +5,6 @@
 #include "arrays.h"
 #include "bindings.h"
 #include "run.h"
-#include "taro25d/Segment2.h"
 
 namespace nb = nanobind;
 using namespace LUMO_TARO25D;
@@ -47,12 +46,8 @@ Handle createOfBreaklines(const std::shared_ptr<Surface>& pSurface, const std::v
 }
 
 Handle createOfPolygon(const std::shared_ptr<Surface>& pSurface, const SegmentArray& segments) {
-    const double* aBegin = segments.data();
-    const double* aEnd = aBegin + 6 * segments.shape(0);
+    const std::vector<Segment2> vSides = toSegments(segments.data(), segments.shape(0));
     return create(pSurface, "the polygon has no part of the surface inside", [&] {
-        std::vector<Segment2> vSides;
-        for (const double* a = aBegin; a != aEnd; a += 6)
-            vSides.emplace_back(Point2(a[0], a[1], a[2]), Point2(a[3], a[4], a[5]));
         pSurface->noteChange();
         Zone2* pZone = pSurface->getMesh().createZone_cookieCutter(vSides, true);
         pSurface->number();

@@ -17,5 +17,6 @@ NB_MODULE(_engine, module) {
     bindMeshing(module);
     bindAnalysis(module);
     bindFiles(module);
+    bindModelling(module);
     nb::module_::import_("atexit").attr("register")(nb::cpp_function(&EngineCall::disconnect));
 }

@@ -12,6 +12,7 @@ from . import _messages as _messages
 from . import datasets
 from ._file import load
 from ._mesh import Conflict
+from ._simplify import simplify
 from .breakline import Breakline
 from .contours import Band, Bands, Contour, Contours
 from .errors import (
@@ -59,4 +60,5 @@ __all__ = [
     "datasets",
     "load",
     "read",
+    "simplify",
 ]

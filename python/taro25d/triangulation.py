@@ -122,14 +122,28 @@ class Triangulation(Mesh):
         )
 
     def volume(
-        self, after: Triangulation, *, zone: Zone | None = None, threshold: float = 0.0, progress: Progress = False
+        self,
+        after: Triangulation,
+        polygon: PolygonLike | None = None,
+        threshold: float = 0.0,
+        *,
+        zone: Zone | None = None,
+        progress: Progress = False,
     ) -> Volume:
-        """Compare this surface, or a zone of it, with a later one: how much was cut (this one is higher) and filled.
+        """Compare this surface with a later one: how much was cut (this one is higher) and filled.
 
-        What counts is the ground under both. Where heights differ by at most the threshold, it counts as unchanged.
+        The ground under both counts, of that only the part inside a polygon or a zone of this surface if one is given. Where
+        heights differ by at most the threshold, the ground is unchanged. Neither surface changes: a polygon cuts a copy.
         """
         crs_module.merge(self.crs, after.crs, "after")
-        return Volume(self, after, zone, threshold, progress)
+        if not threshold >= 0:
+            raise InvalidInputError(f"threshold: 0 or more is expected, not {threshold}")
+        if polygon is None:
+            return Volume(self, after, zone, threshold, progress)
+        if zone is not None:
+            raise InvalidInputError("polygon, zone: one of the two is expected")
+        before = self.copy()
+        return Volume(before, after, before.zone(polygon=polygon), threshold, progress)
 
     def conflicts(self, tolerance: float = 0.0) -> list[Conflict]:
         """Get the places where points or breaklines met whose heights differ by more than the tolerance, in order of time."""
@@ -156,6 +170,18 @@ class Triangulation(Mesh):
         return self._surface.check()
 
     # ---- Handing it on ----
+
+    def copy(self) -> Triangulation:
+        """Make another triangulation with the same ids, triangles and breaklines, and without zones."""
+        other = type(self)(crs=self.crs, threads=self._threads, height_rule=self._height_rule)
+        other._surface = self._surface.copy()
+        return other
+
+    def __copy__(self) -> Triangulation:
+        return self.copy()
+
+    def __deepcopy__(self, memo: dict[int, Any]) -> Triangulation:
+        return self.copy()
 
     def faces(self, zone: Zone | None = None) -> tuple[FloatArray, NDArray[np.int32]]:
         """Get the points and triangles of a zone alone, with the rows of these points."""
@@ -207,6 +233,15 @@ class Triangulation(Mesh):
     def to_pyvista(self, zone: Zone | None = None) -> Any:
         """Make a ``pyvista.PolyData``."""
         return _export.to_pyvista(self, zone)
+
+    def view(self, path: str | PathLike[str] | None = None, *, zone: Zone | None = None, browser: bool = True) -> Path:
+        """Write a page that shows the surface in space, open it in a browser, and get its path.
+
+        The page needs no network. Without a path it is a temporary file, which stays.
+        """
+        from .io import scene
+
+        return scene.view(self, None if path is None else Path(path), zone, browser)
 
     def plot(self, ax: Any = None, *, colors: Any = "terrain") -> Any:
         """Draw the surface from above with matplotlib, and get the axes."""

@@ -130,6 +130,11 @@ def test_boundary_limits_what_is_written(folder: pathlib.Path) -> None:
         "mesh ground.laz a.obj --min-angle 50",
         "build before.xyz a.obj --class 2",
         "volume before.xyz after.xyz --threshold nan",
+        "volume before.xyz after.xyz --threshold -1",
+        "simplify ground.laz few.laz",
+        "raster ground.laz a.tif",
+        "simplify ground.laz few.laz --max-error -1",
+        "view ground.laz ground.png --no-browser",
     ],
 )
 def test_wrong_usage_is_status_2(arguments: str, folder: pathlib.Path) -> None:
@@ -167,6 +172,28 @@ def test_unusable_data_is_status_1(arguments: str, named: str, folder: pathlib.P
     assert named in done.stderr.splitlines()[-1]
     assert "Traceback" not in done.stderr
     assert sorted(folder.iterdir()) == before
+
+
+def test_few_points_and_their_lines(folder: pathlib.Path) -> None:
+    done = run(
+        "simplify", "ground.laz", "few.taro", "--max-error", "1", "--breaklines", "streams.geojson", folder=folder
+    )
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+    few, all_points = taro25d.load(folder / "few.taro"), taro25d.read(folder / "ground.laz").points
+    assert len(few) < 1500
+    assert len(few.breaklines) == 2
+    inside = np.hypot(all_points[:, 0] - 200, all_points[:, 1] - 900) < 90  # far from the streams
+    error = few.heights(all_points[inside, 0], all_points[inside, 1]) - all_points[inside, 2]
+    assert np.abs(error).max() <= 1
+
+
+def test_view_prints_where_the_page_is(folder: pathlib.Path) -> None:
+    done = run("view", "ground.laz", "--no-browser", folder=folder)
+    page = pathlib.Path(done.stdout.strip())
+    assert (done.returncode, done.stderr) == (0, "")
+    assert page.read_text(encoding="utf-8").startswith("<!")
+    page.unlink()
+    page.parent.rmdir()
 
 
 def test_completion_and_version(folder: pathlib.Path) -> None:

@@ -54,6 +54,10 @@ def test_pickles_keep_everything(tin: taro25d.Triangulation) -> None:
     same.insert([[*same.points[0, :2], 1e6]])
     assert same.points[0, 2] == 1e6  # the rule for heights is kept too
     assert_equal(tin, copy.deepcopy(tin))
+    other = tin.copy()
+    assert_equal(tin, other)
+    other.breaklines[0].remove()
+    assert [line.name for line in tin.breaklines] == ["ridge", "pond"]
     with pytest.raises(TypeError, match="zone"):
         pickle.dumps(tin.zone())
 

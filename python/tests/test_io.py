@@ -1,6 +1,7 @@
 """Files: round trips, and what happens to those that are broken."""
 
 import pathlib
+import webbrowser
 
 import numpy as np
 import pytest
@@ -92,6 +93,19 @@ def test_rasters_are_written_exactly(tin: taro25d.Triangulation, tmp_path: pathl
 def test_scenes_are_binary_gltf(tin: taro25d.Triangulation, tmp_path: pathlib.Path) -> None:
     tin.write(tmp_path / "a.glb")
     assert (tmp_path / "a.glb").read_bytes()[:4] == b"glTF"
+
+
+def test_a_page_opens_in_a_browser(tin: taro25d.Triangulation, tmp_path: pathlib.Path, monkeypatch) -> None:
+    opened: list[str] = []
+    monkeypatch.setattr(webbrowser, "open", lambda address: opened.append(address) or True)
+    page = tin.view(tmp_path / "hills & <dales>.html")
+    assert opened == [page.as_uri()]
+    assert "&lt;dales" in page.read_text(encoding="utf-8")
+    monkeypatch.setattr(webbrowser, "open", lambda address: False)
+    with pytest.warns(taro25d.Warning, match="no browser"):
+        tin.view(page)
+    with pytest.raises(ValueError, match="html"):
+        tin.view(tmp_path / "a.png")
 
 
 def test_dataset_is_where_it_says() -> None:

@@ -264,3 +264,54 @@ def test_profile_follows_the_line(square: taro25d.Triangulation) -> None:
     gap = square.profile([[1, 1], [1, 20], [8, 20], [8, 1]])
     assert np.isnan(gap[1]).sum() == 1
     assert len(square.profile([[50, 50], [60, 60]])[0]) == 0
+
+
+def test_few_points_stay_near_all_of_them() -> None:
+    points = make_hills(5000)
+    tin = taro25d.simplify(points, 1.0)
+    assert len(tin) < 1500
+    np.testing.assert_array_equal(tin.points, points[tin.ids])
+    assert np.abs(tin.heights(points[:, 0], points[:, 1]) - points[:, 2]).max() <= 1.0
+    (new,) = tin.insert([[500, 500, 0]])
+    assert new == 5000
+    certified = taro25d.simplify(points, 1.0, certified=True)
+    assert len(certified) > len(tin)
+    whole = taro25d.Triangulation(points)
+    whole.canonicalize()
+    x, y = certified.points[certified.triangles].mean(axis=1)[:, :2].T
+    assert np.abs(certified.heights(x, y) - whole.heights(x, y)).max() <= 1.0
+    for wrong in (-1, np.nan, np.inf):
+        with pytest.raises(ValueError, match="max_error"):
+            taro25d.simplify(points, wrong)
+
+
+def test_lines_stay_in_few_points() -> None:
+    points = make_hills(3000)
+    lines = [[[100, 100, 500], [900, 900, 500]], [[100, 800], [500, 850], [900, 100]]]
+    tin = taro25d.simplify(points, 2.0, lines)
+    dam, road = tin.breaklines
+    assert (dam.edges[..., 2] == 500).all()
+    x, y = np.transpose(lines[1])
+    np.testing.assert_allclose(tin.heights(x, y), taro25d.Triangulation(points).heights(x, y))
+    assert len(tin.edges_constrained) == len(dam.edges) + len(road.edges)
+    assert tin.check()
+    again = taro25d.simplify(points, 2.0, tin.breaklines)
+    assert {frozenset(map(tuple, edge)) for edge in again.points[again.edges_constrained].tolist()} == {
+        frozenset(map(tuple, edge)) for edge in tin.points[tin.edges_constrained].tolist()
+    }
+    dam.remove()
+    assert len(tin.edges_constrained) <= len(road.edges)
+    assert tin.check()
+
+
+def test_volume_inside_a_polygon_changes_nothing(square: taro25d.Triangulation) -> None:
+    later = taro25d.Triangulation(square.points + [0, 0, 1])
+    volume = square.volume(later, [[1, 1], [4, 1], [4, 3], [1, 3]])
+    assert (volume.fill, volume.cut) == (pytest.approx(6), 0)
+    assert len(square) == len(later) == 4
+    square.insert([[2, 2, 50]])
+    assert [c.volume for c in volume.components] == pytest.approx([6])
+    with pytest.raises(ValueError, match="polygon"):
+        square.volume(later, [[1, 1], [4, 1], [4, 3]], zone=square.zone())
+    with pytest.raises(taro25d.RefusedError):
+        square.volume(later, [[20, 1], [24, 1], [24, 3]])

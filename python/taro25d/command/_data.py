@@ -8,8 +8,10 @@ from pathlib import Path
 from typing import Any
 
 import click
+import numpy as np
 
 from .. import io
+from .._geometry import FloatArray
 from .._progress import Bar
 from ..errors import FormatError, InvalidInputError
 from ..points import Points
@@ -52,6 +54,12 @@ def need_triangles(tin: Triangulation, source: Path) -> Triangulation:
     if not len(tin.triangles):
         raise FormatError(f"{source}: {len(tin)} points, all on one line, make no surface")
     return tin
+
+
+def find_lines(path: Path | None, crs: Any) -> list[tuple[FloatArray, str]]:
+    """Read lines and their names; closed ones end where they begin."""
+    lines = [] if path is None else io.read_lines(path, crs)
+    return [(np.concatenate([line, line[:1]]) if closed else line, name) for line, closed, name in lines]
 
 
 def add_breaklines(tin: Triangulation, path: Path | None) -> None:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Sequence
 from pathlib import Path
 from typing import Any
 
@@ -13,7 +14,7 @@ from .._progress import Bar
 from ..errors import CrsError, FormatError
 from ..points import Points
 from ..triangulation import Triangulation
-from ._data import add_breaklines, find_zone, need_triangles, read, read_surface, show
+from ._data import add_breaklines, check_target, find_zone, need_triangles, read, read_surface, show
 
 
 def info(file: Path, json: bool) -> None:
@@ -40,8 +41,9 @@ def info(file: Path, json: bool) -> None:
 def volume(before: Path, after: Path, boundary: Path | None, threshold: float, json: bool) -> None:
     """Compare two surfaces."""
     first, second = (need_triangles(read_surface(path), path) for path in (before, after))
+    zone = find_zone(first, boundary)
     try:
-        found = first.volume(second, zone=find_zone(first, boundary), threshold=threshold, progress=Bar(delay=1.0))
+        found = first.volume(second, threshold=threshold, zone=zone, progress=Bar(delay=1.0))
     except CrsError as error:
         raise CrsError(f"{after}: {error}") from error
     show({name: getattr(found, name) for name in ("cut", "fill", "cut_area", "fill_area")}, json)
@@ -77,6 +79,19 @@ def check(file: Path, breaklines: Path | None, tolerance: float, json: bool) -> 
     result |= _find_gaps(tin)
     result["conflicts"] = _list_conflicts(tin, tolerance)
     show(result, json)
+
+
+def view(
+    *, source: Path, target: Path | None, breaklines: Path | None, class_: Sequence[int], no_browser: bool
+) -> None:
+    """Write a page and open it."""
+    if target is not None:
+        check_target(target, (".html",))
+    tin = read_surface(source, class_)
+    add_breaklines(tin, breaklines)
+    page = need_triangles(tin, source).view(target, browser=not no_browser)
+    if target is None:
+        print(page)
 
 
 def _list_conflicts(tin: Triangulation, tolerance: float) -> list[dict[str, float]]:

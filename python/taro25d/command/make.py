@@ -4,14 +4,16 @@ from __future__ import annotations
 
 from collections.abc import Sequence
 from pathlib import Path
+from typing import Any
 
 import click
 
 from .. import io
 from .._progress import Bar
+from .._simplify import simplify as simplify_points
 from ..errors import FormatError, InvalidInputError
 from ..triangulation import Triangulation
-from ._data import add_breaklines, check_target, find_zone, need_triangles, read_surface
+from ._data import add_breaklines, check_target, find_lines, find_zone, need_triangles, read, read_surface
 
 
 def build(source: Path, target: Path, breaklines: Path | None, boundary: Path | None, class_: Sequence[int]) -> None:
@@ -55,6 +57,33 @@ def raster(source: Path, target: Path, resolution: float, method: str, breakline
     except InvalidInputError as error:
         raise FormatError(f"{source}: {error}") from error
     cells.write(target)
+
+
+def simplify(
+    *,
+    source: Path,
+    target: Path,
+    max_error: float,
+    certified: bool,
+    breaklines: Path | None,
+    class_: Sequence[int],
+) -> None:
+    """Choose points and write."""
+    check_target(target)
+    data = read(source, class_)
+    lines: list[tuple[Any, str]] = (
+        [(line, line.name) for line in data.breaklines] if isinstance(data, Triangulation) else []
+    )
+    lines += find_lines(breaklines, data.crs)
+    try:
+        fewer = simplify_points(
+            data.points, max_error, [line for line, _ in lines], certified, crs=data.crs, progress=Bar(delay=1.0)
+        )
+    except ValueError as error:
+        raise FormatError(f"{breaklines or source}: {error}") from error
+    for line, (_, name) in zip(fewer.breaklines, lines, strict=True):
+        line.name = name
+    io.write(need_triangles(fewer, source), target)
 
 
 def mesh(

@@ -4,10 +4,11 @@ from __future__ import annotations
 
 import importlib
 import logging
+import math
 import os
 import sys
 import warnings
-from collections.abc import Sequence
+from collections.abc import Callable, Sequence
 from importlib import metadata
 from pathlib import Path
 from typing import Any
@@ -20,26 +21,20 @@ from .table import COMMANDS, Argument, Command, Option
 SUCCESS, FAILURE, WRONG_USAGE, INTERRUPTED = 0, 1, 2, 130
 
 
-class _Positive(click.ParamType):  # type: ignore[type-arg]
-    name = "number above 0"
-
-    def convert(self, value: Any, param: Any, ctx: Any) -> float:
-        """Make a finite number above 0 of a text."""
-        number = float(click.FLOAT.convert(value, param, ctx))
-        if not 0 < number < float("inf"):
-            self.fail(f"{value} is no number above 0", param, ctx)
-        return number
-
-
 class _Number(click.ParamType):  # type: ignore[type-arg]
-    name = "number"
+    def __init__(self, name: str, fits: Callable[[float], bool]) -> None:
+        self.name = name
+        self._fits = fits
 
     def convert(self, value: Any, param: Any, ctx: Any) -> float:
-        """Make a finite number of a text."""
+        """Make a finite number of a text, in the range."""
         number = float(click.FLOAT.convert(value, param, ctx))
-        if not abs(number) < float("inf"):
-            self.fail(f"{value} is no finite number", param, ctx)
+        if not (math.isfinite(number) and self._fits(number)):
+            self.fail(f"{value} is no {self.name}", param, ctx)
         return number
+
+
+_FINITE = _Number("finite number", lambda number: True)
 
 
 class _Numbers(click.ParamType):  # type: ignore[type-arg]
@@ -49,13 +44,14 @@ class _Numbers(click.ParamType):  # type: ignore[type-arg]
         """Make numbers of a text with commas."""
         if isinstance(value, list):
             return value
-        return [_Number().convert(part, param, ctx) for part in str(value).split(",")]
+        return [_FINITE.convert(part, param, ctx) for part in str(value).split(",")]
 
 
 _TYPES: dict[str, Any] = {
     "file": click.Path(path_type=Path),
-    "number": _Number(),
-    "positive": _Positive(),
+    "number": _FINITE,
+    "limit": _Number("number from 0 up", lambda number: number >= 0),
+    "positive": _Number("number above 0", lambda number: number > 0),
     "whole": click.INT,
     "numbers": _Numbers(),
 }
@@ -71,10 +67,12 @@ def _make_option(option: Option) -> click.Option:
     names = [option.name, option.name.lstrip("-").replace("-", "_") + ("_" if option.name == "--class" else "")]
     if option.kind == "flag":
         return click.Option(names, is_flag=True, help=option.help)
+    # A default of None would be a value, which a required option then has.
+    default: dict[str, Any] = {} if option.default is None else {"default": option.default, "show_default": True}
     kind = _TYPES.get(option.kind) or click.Choice(option.kind.split("|"))
     return click.Option(
         names, type=kind, metavar=option.metavar, help=option.help, required=option.required, multiple=option.multiple,
-        default=option.default, show_default=option.default is not None,
+        **default,
     )  # fmt: skip
 
 

@@ -14,7 +14,7 @@ class Argument(NamedTuple):
 
 
 class Option(NamedTuple):
-    """An option; ``kind`` is one of flag, file, number, positive, whole, numbers, or the choices with | between."""
+    """An option; ``kind`` is one of flag, file, number, limit, positive, whole, numbers, or the choices with | between."""
 
     name: str
     metavar: str
@@ -64,7 +64,7 @@ COMMANDS = (
         (Argument("FILE", "points, a raster or a mesh"),),
         (
             _BREAKLINES,
-            Option("--tolerance", "T", "number", "heights that differ by at most this are equal", default=0.0),
+            Option("--tolerance", "T", "limit", "heights that differ by at most this are equal", default=0.0),
             _JSON,
         ),
         "taro25d check ground.laz --breaklines streams.geojson --tolerance 0.05",
@@ -130,11 +130,25 @@ COMMANDS = (
         (Argument("BEFORE", "the earlier surface"), Argument("AFTER", "the later one")),
         (
             _BOUNDARY,
-            Option("--threshold", "T", "number", "differences up to this count as none", default=0.0),
+            Option("--threshold", "T", "limit", "differences up to this count as none", default=0.0),
             _JSON,
         ),
         "taro25d volume before.xyz after.xyz --threshold 0.02",
         "look.volume",
+    ),
+    Command(
+        "simplify",
+        "Keep as few points as it takes.",
+        "Chooses points so that no point of SOURCE is farther from the surface than E, measured vertically, and writes it.",
+        (_SOURCE, _TARGET),
+        (
+            Option("--max-error", "E", "limit", "the largest vertical distance of a point", required=True),
+            Option("--certified", "", "flag", "keep the limit also between the points"),
+            _BREAKLINES,
+            _CLASS,
+        ),
+        "taro25d simplify ground.laz fewer.laz --max-error 0.5",
+        "make.simplify",
     ),
     Command(
         "mesh",
@@ -150,5 +164,15 @@ COMMANDS = (
         ),
         "taro25d mesh before.xyz mesh.vtk --max-edge 20",
         "make.mesh",
+    ),
+    Command(
+        "view",
+        "Look at a surface in a browser.",
+        "Writes a page that shows the surface in space, and opens it. The page needs no network. Without TARGET it is a "
+        "temporary file, whose path is printed.",
+        (_SOURCE, Argument("TARGET", "the page to write", required=False)),
+        (_BREAKLINES, _CLASS, Option("--no-browser", "", "flag", "write the page only")),
+        "taro25d view ground.laz ground.html --no-browser",
+        "look.view",
     ),
 )

@@ -62,6 +62,7 @@ FORMATS = (
     Format(".ply", "PLY", None, "mesh.write"),
     Format(".vtk", "VTK", None, "mesh.write"),
     Format(".glb", "glTF", None, "scene.write_glb"),
+    Format(".html", "page", None, "scene.write_html"),
     Format(".taro", "triangulation", "native.read", "native.write"),
 )
 
