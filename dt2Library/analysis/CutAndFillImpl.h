@@ -12,6 +12,7 @@
 #include "kernel/VertexPairMap.h"
 #include "kernel/tools.h"
 #include "support/Progress.h"
+#include "support/RecordMap.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/CAF_Component.h"
 #include "taro25d/ConstraintGraph2.h"
@@ -63,9 +64,9 @@ class CutAndFillImpl {
     struct Surface {
         Zone2* pZone;
         std::vector<Triangle2*> vTriangles;
-        std::vector<Point2> vPoints;    // the corners
-        PointerMap<size_t> mIndices;    // of the corners in vPoints
-        std::vector<Point2*> vHandles;  // of vPoints in the combined triangulation
+        std::vector<Point2> vPoints;         // the corners
+        RecordMap<Point2, size_t> mIndices;  // of the corners in vPoints
+        std::vector<Point2*> vHandles;       // of vPoints in the combined triangulation
         ConstraintGraph2* pBorder = nullptr;
 
         size_t getIndex(const Point2* pVtx) const { return *mIndices.find(pVtx); }
@@ -104,6 +105,8 @@ class CutAndFillImpl {
     std::vector<Point2*> insertPoints(const EdgeCrossings& crossings);
     void divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings);
     void establishPieces();
+    void listResult();
+    bool doesBorderFold() const;
     bool leaveOutside();
     void setHeights();
     void assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput);

@@ -46,6 +46,7 @@ void CutAndFillImpl::readSurfaces() {
     for (Surface& surface : aSurfaces_) {
         surface.vTriangles = getTrianglesInPlaneOrder(*surface.pZone);
         peelSlivers(surface.vTriangles);
+        sortAlongCurve(surface.vTriangles);
         std::vector<Point2*> vCorners;
         getVertices(surface.vTriangles, vCorners);
         for (const Point2* pVtx : vCorners) {
@@ -129,7 +130,6 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
     for (const EdgeCrossings::Crossing& crossing : crossings.getCrossings()) vPoints.push_back(crossing.place);
     std::vector<Point2*> vHandles;
     combined_.getImpl()->insertVector(vPoints, vHandles);
-    heights_.reserve(vHandles.size());
     size_t k = 0;
     for (const int ithInput : {0, 1}) {
         Surface& surface = aSurfaces_[ithInput];
@@ -182,9 +182,36 @@ void CutAndFillImpl::establishPieces() {
     }
 }
 
+/// Lists the triangles of the result zone in the order of their records, of which neighbours are near each other.
+void CutAndFillImpl::listResult() {
+    std::vector<Triangle2*> vTriangles;
+    pResultZone_->getTriangles(vTriangles);
+    AddressSet sInZone = toSet(vTriangles);
+    vResultTriangles_.clear();
+    vResultTriangles_.reserve(vTriangles.size());
+    combined_.getImpl()->forEachTriangle([&](Triangle2* pT) {
+        if (sInZone.contains(pT)) vResultTriangles_.push_back(pT);
+    });
+}
+
+/// Whether the result lies on both sides of a piece of a border.
+bool CutAndFillImpl::doesBorderFold() const {
+    const Dt2& dt2 = *combined_.getImpl();
+    std::vector<ConstraintSegment2*> vPieces;
+    for (const Surface& surface : aSurfaces_) surface.pBorder->getChildConstraintSegments(vPieces);
+    AddressSet sResult = toSet(vResultTriangles_);
+    return std::any_of(vPieces.begin(), vPieces.end(), [&](const ConstraintSegment2* pPiece) {
+        const Triangle2* pLeft = dt2.getAdjacentTriangle(pPiece->getSrc(), pPiece->getTrg());
+        const Triangle2* pRight = dt2.getAdjacentTriangle(pPiece->getTrg(), pPiece->getSrc());
+        return pLeft && pRight && sResult.contains(pLeft) && sResult.contains(pRight);
+    });
+}
+
 /// Where borders are bent to near vertices, a chain may run back over itself. Then the zone on its left also gets what is
 /// outside, up to the next border, which has to go again. False if nothing would be left.
 bool CutAndFillImpl::leaveOutside() {
+    listResult();
+    if (!doesBorderFold()) return true;
     const EdgeSet sBorders = getAlivePieces({aSurfaces_[0].pBorder, aSurfaces_[1].pBorder});
     AddressSet asInputs[2] = {toSet(aSurfaces_[0].vTriangles), toSet(aSurfaces_[1].vTriangles)}, sSeen;
     const auto isInside = [&](const Point2& point) {
@@ -194,7 +221,6 @@ bool CutAndFillImpl::leaveOutside() {
         }
         return true;
     };
-    vResultTriangles_ = getTrianglesInPlaneOrder(*pResultZone_);
     std::vector<Triangle2*> vInside;
     for (Triangle2* pT : vResultTriangles_) {
         if (sSeen.contains(pT)) continue;
@@ -208,7 +234,7 @@ bool CutAndFillImpl::leaveOutside() {
     Zone2* pInside = combined_.getImpl()->createZone(vInside, false);
     if (!pInside) return false;
     pResultZone_ = pInside;
-    vResultTriangles_ = getTrianglesInPlaneOrder(*pResultZone_);
+    listResult();
     return true;
 }
 

@@ -36,6 +36,11 @@ bool isMixed(const std::pair<Point2*, Point2*>& edge) {
     return (d0 < 0.0 && d1 > 0.0) || (d0 > 0.0 && d1 < 0.0);
 }
 
+bool hasBothSigns(const Triangle2* pT) {
+    const double z0 = pT->getCorner(0)->z(), z1 = pT->getCorner(1)->z(), z2 = pT->getCorner(2)->z();
+    return std::min({z0, z1, z2}) < 0.0 && std::max({z0, z1, z2}) > 0.0;
+}
+
 bool isAwayFromEnds(const Point2& place, const std::pair<Point2*, Point2*>& edge) {
     const double clearance = getClearance(std::max(std::abs(place.x()), std::abs(place.y())));
     return distance2D(place, *edge.first) > clearance && distance2D(place, *edge.second) > clearance;
@@ -61,10 +66,16 @@ void CutAndFillImpl::cutAlongZeroLine() {
 /// Which edges have to be split, and what the zero line will join. Changes nothing.
 CutAndFillImpl::Cuts CutAndFillImpl::virtualCut() const {
     Cuts cuts;
-    forEachEdge(vResultTriangles_, [&](const Triangle2* pT, int i) {
-        if (isMixed(getEnds(pT, i))) cuts.vCuts.push_back(cutEdge(getEnds(pT, i)));
-    });
-    for (const Triangle2* pT : vResultTriangles_) cutT(pT, cuts.vZeroLine);
+    AddressSet sDone;
+    for (const Triangle2* pT : vResultTriangles_) {
+        if (!hasBothSigns(pT)) continue;
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            if (isMixed(getEnds(pT, i)) && !(pN && sDone.contains(pN))) cuts.vCuts.push_back(cutEdge(getEnds(pT, i)));
+        }
+        sDone.insert(pT);
+        cutT(pT, cuts.vZeroLine);
+    }
     return cuts;
 }
 
@@ -101,7 +112,6 @@ void CutAndFillImpl::cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLi
     for (int i = 0; i < 3; ++i) {
         if (isMixed(getEnds(pT, i))) aMixed[numMixed++] = i;
     }
-    if (numMixed == 0) return;
     // With one such edge, the corner opposite to it is on the zero line.
     const VertexPair toEdge = numMixed == 2 ? getEnds(pT, aMixed[1]) : VertexPair();
     vZeroLine.push_back({getEnds(pT, aMixed[0]), toEdge, numMixed == 2 ? nullptr : pT->getCorner(aMixed[0])});

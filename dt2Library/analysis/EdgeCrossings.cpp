@@ -40,7 +40,6 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
 
 void EdgeCrossings::numberEdgesOfFirst() {
     const std::vector<Edge>& vEdges = aSurfaces_[0].vEdges;
-    mEdges_.reserve(vEdges.size());
     for (std::uint32_t e = 0; e < vEdges.size(); ++e) {
         const Edge& edge = vEdges[e];
         if (!edge.bInner) continue;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "kernel/GeomTest.h"
-#include "support/PointerMap.h"
+#include "support/RecordMap.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
 
@@ -74,8 +74,8 @@ class EdgeCrossings {
     const Surface aSurfaces_[2];
     GeomTest geomTest_;
     double clearance_ = 0.0;
-    PointerMap<std::array<std::uint32_t, 3>> mEdges_;     // of the triangles of the first surface
-    std::vector<std::pair<Triangle2*, int>> vLocations_;  // of the points of the second one
+    RecordMap<Triangle2, std::array<std::uint32_t, 3>> mEdges_;  // of the triangles of the first surface
+    std::vector<std::pair<Triangle2*, int>> vLocations_;         // of the points of the second one
     std::vector<Crossing> vCrossings_;
     std::vector<std::uint32_t> avOrders_[2];  // the crossings, by edge and from its source on
 };

@@ -2,7 +2,8 @@
 
 #include <limits>
 
-#include "support/PointerMap.h"
+#include "support/RecordMap.h"
+#include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {
 
@@ -18,6 +19,6 @@ struct BeforeAfter {
 };
 
 /// The heights of the vertices of a combined triangulation.
-class HeightMap : public PointerMap<BeforeAfter> {};
+class HeightMap : public RecordMap<Point2, BeforeAfter> {};
 
 }  // namespace LUMO_TARO25D

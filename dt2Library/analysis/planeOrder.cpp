@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "kernel/triangleLists.h"
 #include "taro25d/Zone2.h"
+#include "vertices/HC2.h"
+#include "vertices/KeyOrder.h"
 
 namespace LUMO_TARO25D {
 
@@ -30,6 +33,19 @@ std::vector<Triangle2*> takeComponent(Triangle2* pStart, AddressSet& sRemaining)
     return vComponent;
 }
 
+/// The smallest one by isBefore. Few are compared: most have no corner that is as small as that of the smallest one so far.
+Triangle2* getSmallest(const std::vector<Triangle2*>& vTriangles) {
+    Triangle2* pSmallest = vTriangles[0];
+    const Point2* pCorner = getSortedCorners(pSmallest)[0];
+    for (Triangle2* pT : vTriangles) {
+        if (*pCorner < *pT->getCorner(0) && *pCorner < *pT->getCorner(1) && *pCorner < *pT->getCorner(2)) continue;
+        if (!isBefore(pT, pSmallest)) continue;
+        pSmallest = pT;
+        pCorner = getSortedCorners(pT)[0];
+    }
+    return pSmallest;
+}
+
 }  // namespace
 
 bool isBefore(const Triangle2* pA, const Triangle2* pB) {
@@ -49,13 +65,29 @@ std::vector<Triangle2*> getTrianglesInPlaneOrder(const Zone2& zone) {
     return vTriangles;
 }
 
+void sortAlongCurve(std::vector<Triangle2*>& vTriangles) {
+    const Bbox2 box = getBox(vTriangles);
+    if (!box.isValid()) return;
+    const HC2 curve(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), 32);
+    const auto pointAt = [&vTriangles](size_t i) { return vTriangles[i]->getBarycenter(); };
+    std::vector<KeyedIndex> vOrder(vTriangles.size());
+    for (std::uint32_t i = 0; i < vOrder.size(); ++i) {
+        const Point2 place = pointAt(i);
+        vOrder[i] = {curve.iReset(place.x(), place.y()), i};
+    }
+    KeyOrder(pointAt).sort(vOrder.data(), vOrder.data() + vOrder.size());
+    std::vector<Triangle2*> vSorted;
+    vSorted.reserve(vTriangles.size());
+    for (const KeyedIndex& entry : vOrder) vSorted.push_back(vTriangles[entry.index]);
+    vTriangles.swap(vSorted);
+}
+
 std::vector<std::vector<Triangle2*>> getComponentsInPlaneOrder(const std::vector<Triangle2*>& vTriangles) {
     std::vector<Triangle2*> vStarts;
     AddressSet sRemaining = toSet(vTriangles);
     for (Triangle2* pT : vTriangles) {
         if (!sRemaining.contains(pT)) continue;
-        const std::vector<Triangle2*> vComponent = takeComponent(pT, sRemaining);
-        vStarts.push_back(*std::min_element(vComponent.begin(), vComponent.end(), isBefore));
+        vStarts.push_back(getSmallest(takeComponent(pT, sRemaining)));
     }
     std::sort(vStarts.begin(), vStarts.end(), isBefore);
     sRemaining = toSet(vTriangles);

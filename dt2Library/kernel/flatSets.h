@@ -2,10 +2,12 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <tuple>
-#include <unordered_map>
+#include <vector>
 
 #include "kernel/VertexPairMap.h"
+#include "support/PointerMap.h"
 
 namespace LUMO_TARO25D {
 
@@ -37,12 +39,13 @@ class AddressSet {
     /// Calls f for each address, in no particular order.
     template <class F>
     void forEach(const F& f) const {
-        for (const auto& [key, page] : mPages_) {
-            for (size_t i = 0; i < page.size() * 64; ++i) {
-                if ((page[i / 64] >> (i % 64) & 1) == 0) continue;
-                f(reinterpret_cast<const void*>((key << PAGE_BITS) | (std::uintptr_t(i) << ALIGNMENT_BITS)));
+        mPages_.forEach([&f](const void* pKey, const Page* pPage) {
+            const std::uintptr_t start = (reinterpret_cast<std::uintptr_t>(pKey) - 1) << PAGE_BITS;
+            for (size_t i = 0; i < pPage->size() * 64; ++i) {
+                if (((*pPage)[i / 64] >> (i % 64) & 1) == 0) continue;
+                f(reinterpret_cast<const void*>(start | (std::uintptr_t(i) << ALIGNMENT_BITS)));
             }
-        }
+        });
     }
     bool contains(const void* pRecord) { return (wordOf(pRecord) & bitOf(pRecord)) != 0; }
 
@@ -58,13 +61,23 @@ class AddressSet {
         const auto address = reinterpret_cast<std::uintptr_t>(pRecord);
         const std::uintptr_t key = address >> PAGE_BITS;
         if (!pLastPage_ || key != lastKey_) {
-            pLastPage_ = &mPages_[key];
+            pLastPage_ = &getPage(key);
             lastKey_ = key;
         }
         return (*pLastPage_)[(address >> (ALIGNMENT_BITS + WORD_BITS)) % std::tuple_size<Page>::value];
     }
 
-    std::unordered_map<std::uintptr_t, Page> mPages_;
+    Page& getPage(std::uintptr_t key) {
+        Page*& pPage = mPages_[reinterpret_cast<const void*>(key + 1)];  // null is no key
+        if (!pPage) {
+            vPages_.push_back(std::make_unique<Page>());
+            pPage = vPages_.back().get();
+        }
+        return *pPage;
+    }
+
+    PointerMap<Page*> mPages_;
+    std::vector<std::unique_ptr<Page>> vPages_;
     Page* pLastPage_ = nullptr;
     std::uintptr_t lastKey_ = 0;
 };
