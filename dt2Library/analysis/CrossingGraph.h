@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "kernel/GeomTest.h"
+#include "support/stopping.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Triangle2.h"
 
@@ -90,6 +91,7 @@ class CrossingGraph {
     std::vector<Crossing> vCrossings_;
     std::vector<Index> vTable_;  // open addressing, at most half full
     GeomTest geomTest_;
+    Lookout<> lookout_;
 };
 
 }  // namespace LUMO_TARO25D

@@ -37,6 +37,8 @@ void CutAndFill::show(Visualizer3* pVisualizer) const { pImpl_->show(pVisualizer
 
 void CutAndFill::subscribe(MsgType type, MsgBase* pListener) { pImpl_->getProgress().subscribe(type, pListener); }
 
+void CutAndFill::setCancelFlag(const std::atomic<bool>* pFlag) { pImpl_->getProgress().setCancelFlag(pFlag); }
+
 void CutAndFill::unsubscribe(MsgType type, MsgBase* pListener) { pImpl_->getProgress().unsubscribe(type, pListener); }
 
 }  // namespace LUMO_TARO25D

@@ -34,7 +34,9 @@
 #include "analysis/planeOrder.h"
 #include "kernel/tolerances.h"
 #include "kernel/triangleLists.h"
+#include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/Color.h"
 #include "taro25d/TaroException.h"
 #include "taro25d/Visualizer2.h"
@@ -56,7 +58,11 @@ CutAndFillImpl::CutAndFillImpl(Zone2* pZoneBefore, Zone2* pZoneAfter, double tol
 CutAndFillImpl::~CutAndFillImpl() = default;
 
 void CutAndFillImpl::go() {
-    const MessageScope scope(&progress_);
+    const auto getProgressOf = [](const Surface& surface) {
+        return surface.pZone ? &surface.pZone->getDelaunayTriangulation()->getProgress() : nullptr;
+    };
+    const MessageScope scopeBefore(getProgressOf(aSurfaces_[0])), scopeAfter(getProgressOf(aSurfaces_[1])),
+        scope(&progress_);
     if (bStarted_ || !aSurfaces_[0].pZone || !aSurfaces_[1].pZone) {
         warning(LOCATION, bStarted_ ? "go() has been called before, nothing to do" : "A zone is NULL, nothing to do");
         return;
@@ -64,14 +70,39 @@ void CutAndFillImpl::go() {
     bStarted_ = true;
     progress_.start("CutAndFill", NUM_STEPS, Progress::fineStep(NUM_STEPS));
     const ProgressEnd progressEnd(progress_);
-    readSurfaces();
-    if (setResultZone() && insertSurfaces()) {
-        setHeights();
-        cutAlongZeroLine();
-        progress_.incProgress(20);
-        groupT();
+    try {
+        compare();
+    } catch (...) {
+        startAgain();
+        throw;
     }
     progress_.finish();
+}
+
+void CutAndFillImpl::compare() {
+    readSurfaces();
+    if (!setResultZone() || !insertSurfaces()) return;
+    setHeights();
+    cutAlongZeroLine();
+    progress_.incProgress(20);
+    groupT();
+}
+
+/// As if nothing had been done.
+void CutAndFillImpl::startAgain() {
+    for (Surface& surface : aSurfaces_) {
+        Zone2* pZone = surface.pZone;
+        surface = Surface();
+        surface.pZone = pZone;
+    }
+    for (Lines& lines : aLines_) lines = Lines();
+    vComponents_.clear();
+    vResultTriangles_.clear();
+    pResultZone_ = nullptr;
+    combined_.initTaro(0);
+    overlap_ = Bbox2();
+    heights_ = HeightMap();
+    bStarted_ = false;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -98,7 +129,9 @@ CutAndFillImpl::TriType CutAndFillImpl::getTriangleType(const Triangle2* pT) con
 
 void CutAndFillImpl::groupT() {
     std::vector<Triangle2*> avByType[TT_FILL + 1];
+    Lookout<> lookout;
     for (Triangle2* pT : vResultTriangles_) {
+        lookout.look();
         const TriType type = getTriangleType(pT);
         if (type == TT_CUT) {
             TARO_ASSERT_TEXT(pT->getCorner(0)->z() >= 0, "pT->getCorner(0)->z()>=0");

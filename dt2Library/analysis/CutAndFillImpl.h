@@ -98,6 +98,8 @@ class CutAndFillImpl {
         std::vector<ZeroSegment> vZeroLine;
     };
 
+    void compare();
+    void startAgain();
     void readSurfaces();
     bool setResultZone();
     bool insertSurfaces();

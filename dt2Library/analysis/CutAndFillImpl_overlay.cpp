@@ -15,6 +15,7 @@
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/freeFunctions.h"
 #include "zones/ConnectedComponent.h"
@@ -49,7 +50,9 @@ void CutAndFillImpl::readSurfaces() {
         sortAlongCurve(surface.vTriangles);
         std::vector<Point2*> vCorners;
         getVertices(surface.vTriangles, vCorners);
+        Lookout<> lookout;
         for (const Point2* pVtx : vCorners) {
+            lookout.look();
             surface.mIndices[pVtx] = surface.vPoints.size();
             surface.vPoints.emplace_back(pVtx->x(), pVtx->y(), pVtx->z());
         }
@@ -131,15 +134,18 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
     std::vector<Point2*> vHandles;
     combined_.getImpl()->insertVector(vPoints, vHandles);
     size_t k = 0;
+    Lookout<> lookout;
     for (const int ithInput : {0, 1}) {
         Surface& surface = aSurfaces_[ithInput];
         for (const Point2& point : surface.vPoints) {
+            lookout.look();
             surface.vHandles.push_back(vHandles[k++]);
             heights_[surface.vHandles.back()].aHeights[ithInput] = point.z();
         }
     }
     vHandles.erase(vHandles.begin(), vHandles.begin() + static_cast<std::ptrdiff_t>(k));
     for (k = 0; k < vHandles.size(); ++k) {
+        lookout.look();
         for (const int ithInput : {0, 1}) {
             double& height = heights_[vHandles[k]].aHeights[ithInput];
             if (height == BeforeAfter::MISSING) height = crossings.getCrossings()[k].aHeights[ithInput];
@@ -151,7 +157,9 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
 void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings) {
     const Surface& surface = aSurfaces_[ithInput];
     std::vector<VertexPair>& vPieces = aLines_[ithInput].vPieces;
+    Lookout<> lookout;
     crossings.forEachEdge(ithInput, [&](const EdgeCrossings::Edge& edge, const std::vector<std::uint32_t>& vOnEdge) {
+        lookout.look();
         Point2* pAt = surface.vHandles[edge.src];
         const auto goTo = [&](Point2* pNext) {
             if (pNext != pAt) vPieces.emplace_back(pAt, pNext);
@@ -167,12 +175,15 @@ void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, c
 void CutAndFillImpl::establishPieces() {
     const Dt2& dt2 = *combined_.getImpl();
     ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
+    Lookout<> lookout;
+    const auto isEdge = [&](const VertexPair& piece) {
+        lookout.look();
+        return dt2.isEdge(piece.first, piece.second);
+    };
     for (bool bComplete = false; !bComplete;) {
         bComplete = true;
         for (Lines& lines : aLines_) {
-            const auto firstMissing = std::stable_partition(
-                lines.vPieces.begin(), lines.vPieces.end(),
-                [&dt2](const VertexPair& piece) { return dt2.isEdge(piece.first, piece.second); });
+            const auto firstMissing = std::stable_partition(lines.vPieces.begin(), lines.vPieces.end(), isEdge);
             const std::vector<VertexPair> vMissing(firstMissing, lines.vPieces.end());
             lines.vPieces.erase(firstMissing, lines.vPieces.end());
             if (vMissing.empty()) continue;
@@ -189,7 +200,9 @@ void CutAndFillImpl::listResult() {
     AddressSet sInZone = toSet(vTriangles);
     vResultTriangles_.clear();
     vResultTriangles_.reserve(vTriangles.size());
+    Lookout<> lookout;
     combined_.getImpl()->forEachTriangle([&](Triangle2* pT) {
+        lookout.look();
         if (sInZone.contains(pT)) vResultTriangles_.push_back(pT);
     });
 }
@@ -200,7 +213,9 @@ bool CutAndFillImpl::doesBorderFold() const {
     std::vector<ConstraintSegment2*> vPieces;
     for (const Surface& surface : aSurfaces_) surface.pBorder->getChildConstraintSegments(vPieces);
     AddressSet sResult = toSet(vResultTriangles_);
+    Lookout<> lookout;
     return std::any_of(vPieces.begin(), vPieces.end(), [&](const ConstraintSegment2* pPiece) {
+        lookout.look();
         const Triangle2* pLeft = dt2.getAdjacentTriangle(pPiece->getSrc(), pPiece->getTrg());
         const Triangle2* pRight = dt2.getAdjacentTriangle(pPiece->getTrg(), pPiece->getSrc());
         return pLeft && pRight && sResult.contains(pLeft) && sResult.contains(pRight);
@@ -222,7 +237,9 @@ bool CutAndFillImpl::leaveOutside() {
         return true;
     };
     std::vector<Triangle2*> vInside;
+    Lookout<> lookout;
     for (Triangle2* pT : vResultTriangles_) {
+        lookout.look();
         if (sSeen.contains(pT)) continue;
         std::vector<Triangle2*> vRegion;
         spread({pT}, sBorders, sSeen, vRegion);
@@ -260,7 +277,9 @@ void CutAndFillImpl::assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int
     TARO_ASSERT_TEXT(ithInput == 0 || ithInput == 1, "ithInput==0 || ithInput==1");
     std::vector<ConstraintSegment2*> vEdges, vPieces;
     pCG->getOriginalConstraintSegments(vEdges);
+    Lookout<> lookout;
     for (ConstraintSegment2* pEdge : vEdges) {
+        lookout.look();
         if (pEdge->isAlive()) continue;
         const auto getEnd = [&](const Point2* pVtx) {
             return Point2(pVtx->x(), pVtx->y(), heights_[pVtx].aHeights[ithInput]);
@@ -278,7 +297,9 @@ void CutAndFillImpl::assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int
 }
 
 void CutAndFillImpl::complementHeightMap(const std::vector<Point2*>& vVertices) {
+    Lookout<> lookout;
     for (const Point2* pVtx : vVertices) {
+        lookout.look();
         for (const int ithInput : {0, 1}) {
             if (heights_[pVtx].aHeights[ithInput] == BeforeAfter::MISSING) setOneMissingHeight(pVtx, ithInput);
         }
@@ -297,7 +318,9 @@ void CutAndFillImpl::setOneMissingHeight(const Point2* pVtx, int ithInput) {
 }
 
 void CutAndFillImpl::setCombinedHeights(const std::vector<Point2*>& vVertices) {
+    Lookout<> lookout;
     for (Point2* pVtx : vVertices) {
+        lookout.look();
         BeforeAfter& ofVtx = heights_[pVtx];
         const double h0 = ofVtx.before(), h1 = ofVtx.after();
         TARO_ASSERT_TEXT(h0 != BeforeAfter::MISSING && h1 != BeforeAfter::MISSING,

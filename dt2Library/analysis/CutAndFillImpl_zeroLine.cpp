@@ -13,6 +13,7 @@
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/freeFunctions.h"
 
@@ -67,7 +68,9 @@ void CutAndFillImpl::cutAlongZeroLine() {
 CutAndFillImpl::Cuts CutAndFillImpl::virtualCut() const {
     Cuts cuts;
     AddressSet sDone;
+    Lookout<> lookout;
     for (const Triangle2* pT : vResultTriangles_) {
+        lookout.look();
         if (!hasBothSigns(pT)) continue;
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
@@ -122,7 +125,9 @@ void CutAndFillImpl::cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLi
 void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     std::vector<const CutHelper*> vInserted;
     std::vector<Point2> vPlaces;
+    Lookout<> lookout;
     for (const CutHelper& cut : cuts.vCuts) {
+        lookout.look();
         if (cut.bMerged || !isAwayFromEnds(cut.place, cut.edge)) continue;
         vInserted.push_back(&cut);
         vPlaces.push_back(cut.place);
@@ -132,6 +137,7 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     VertexPairMap<Point2> mZeros;
     mZeros.reserve(cuts.vCuts.size());
     for (size_t k = 0; k < vHandles.size(); ++k) {
+        lookout.look();
         const CutHelper& cut = *vInserted[k];
         mZeros.add(cut.edge.first, cut.edge.second, vHandles[k]);
         if (getCombinedHeight(vHandles[k]) != BeforeAfter::MISSING) continue;  // it was there before
@@ -150,7 +156,9 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
 void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces) {
     std::vector<VertexPair> vDivided;
     vDivided.reserve(vPieces.size() + vPieces.size() / 2);
+    Lookout<> lookout;
     for (const VertexPair& piece : vPieces) {
+        lookout.look();
         Point2* pZero = isMixed(piece) ? mZeros.find(piece.first, piece.second) : nullptr;
         if (pZero) vDivided.emplace_back(piece.first, pZero);
         vDivided.emplace_back(pZero ? pZero : piece.first, piece.second);
@@ -163,7 +171,9 @@ std::vector<CutAndFillImpl::VertexPair> CutAndFillImpl::joinZeros(const Cuts& cu
                                                                   const VertexPairMap<Point2>& mZeros) const {
     std::vector<VertexPair> vZeroLine;
     const auto isZero = [this](const Point2* pVtx) { return pVtx && getCombinedHeight(pVtx) == 0.0; };
+    Lookout<> lookout;
     for (const ZeroSegment& segment : cuts.vZeroLine) {
+        lookout.look();
         const auto getZero = [&](const VertexPair& edge) { return mZeros.find(edge.first, edge.second); };
         Point2 *pSrc = getZero(segment.fromEdge), *pTrg = segment.pToCorner;
         if (!pTrg) pTrg = getZero(segment.toEdge);
@@ -179,6 +189,7 @@ void CutAndFillImpl::realCut(const Cuts& cuts) {
     manager.createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY, true);
     VertexPairMap<Point2> mZeros;
     for (const CutHelper& cut : cuts.vCuts) {
+        throwIfStopped();
         if (Point2* pZero = splitAtZero(cut)) mZeros.add(cut.edge.first, cut.edge.second, pZero);
     }
     manager.createConstraint(joinZeros(cuts, mZeros), CIS_CONSTRAINED_DELAUNAY, true);
@@ -212,7 +223,9 @@ void CutAndFillImpl::addNewVertices() {
 /// Where rounding leaves a triangle on both sides after all, the smaller one gives way.
 void CutAndFillImpl::postRound() {
     bool bRounded = false;
+    Lookout<> lookout;
     for (const Triangle2* pT : vResultTriangles_) {
+        lookout.look();
         if (getTriangleType(pT) != TT_INVALID) continue;
         Note(LOCATION) << "TT_INVALID for " << *pT;
         bRounded = true;

@@ -19,6 +19,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/segmentWalk.h"
 #include "mesh/walk.h"
+#include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -31,7 +32,9 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
     clearance_ = getClearance(magnitude);
     numberEdgesOfFirst();
     locateSecond();
+    Lookout<> lookout;
     for (std::uint32_t e = 0; e < second.vEdges.size(); ++e) {
+        lookout.look();
         if (second.vEdges[e].bInner) follow(e);
     }
     for (const int ithSurface : {1, 0}) keepApart(ithSurface);
@@ -40,7 +43,9 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
 
 void EdgeCrossings::numberEdgesOfFirst() {
     const std::vector<Edge>& vEdges = aSurfaces_[0].vEdges;
+    Lookout<> lookout;
     for (std::uint32_t e = 0; e < vEdges.size(); ++e) {
+        lookout.look();
         const Edge& edge = vEdges[e];
         if (!edge.bInner) continue;
         const Triangle2* pN = edge.pT->getOppositeTriangle(edge.i);
@@ -52,7 +57,9 @@ void EdgeCrossings::numberEdgesOfFirst() {
 
 void EdgeCrossings::locateSecond() {
     Triangle2* pT = mesh_.getOneValidTriangle();
+    Lookout<> lookout;
     for (const Point2& point : aSurfaces_[1].vPoints) {
+        lookout.look();
         const int code = mesh_.walkTo(point, pT, geomTest_);
         vLocations_.emplace_back(pT, code);
     }
@@ -155,13 +162,14 @@ void EdgeCrossings::sortAlong(int ithSurface) {
     std::vector<std::uint32_t>& vOrder = avOrders_[ithSurface];
     vOrder.resize(vCrossings_.size());
     std::iota(vOrder.begin(), vOrder.end(), std::uint32_t(0));
-    std::sort(vOrder.begin(), vOrder.end(), [&](std::uint32_t a, std::uint32_t b) {
+    const auto isBefore = [&](std::uint32_t a, std::uint32_t b) {
         const Crossing &first = vCrossings_[a], &second = vCrossings_[b];
         if (first.aEdges[ithSurface] != second.aEdges[ithSurface])
             return first.aEdges[ithSurface] < second.aEdges[ithSurface];
         const double t0 = first.aParameters[ithSurface], t1 = second.aParameters[ithSurface];
         return t0 != t1 ? t0 < t1 : a < b;
-    });
+    };
+    std::sort(vOrder.begin(), vOrder.end(), lookingAt(isBefore));
 }
 
 }  // namespace LUMO_TARO25D

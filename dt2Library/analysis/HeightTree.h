@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "support/stopping.h"
 #include "taro25d/Triangle2.h"
 
 namespace LUMO_TARO25D {
@@ -33,7 +34,11 @@ class HeightTree {
     /// Calls f for each triangle.
     template <class F>
     void forEach(const F& f) const {
-        for (const Leaf& leaf : vLeaves_) f(*leaf.pT);
+        Lookout<> lookout;
+        for (const Leaf& leaf : vLeaves_) {
+            lookout.look();
+            f(*leaf.pT);
+        }
     }
 
     /// Calls f(lowest height, highest height, triangle) for each triangle.

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <sstream>
 #include <tuple>
 
@@ -24,6 +25,7 @@
 #include "kernel/tools.h"
 #include "support/Progress.h"
 #include "support/diagnostics.h"
+#include "support/lists.h"
 #include "support/shareWork.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/freeFunctions.h"
@@ -103,7 +105,10 @@ bool findContours(const HeightTree& tree, double height, bool bAutoAdjustHeight,
         problem = describe("Bad numerical accuracy", height, ADVICE);
         return false;
     }
-    graph.appendPolylines(vvContours);
+    std::vector<std::vector<Segment2>> vvFound;
+    graph.appendPolylines(vvFound);
+    reserveMore(vvContours, vvFound.size());
+    std::move(vvFound.begin(), vvFound.end(), std::back_inserter(vvContours));
     return true;
 }
 

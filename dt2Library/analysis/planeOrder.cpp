@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "kernel/triangleLists.h"
+#include "support/stopping.h"
 #include "taro25d/Zone2.h"
 #include "vertices/HC2.h"
 #include "vertices/KeyOrder.h"
@@ -24,7 +25,9 @@ std::array<const Point2*, 3> getSortedCorners(const Triangle2* pT) {
 std::vector<Triangle2*> takeComponent(Triangle2* pStart, AddressSet& sRemaining) {
     std::vector<Triangle2*> vComponent{pStart};
     sRemaining.erase(pStart);
+    Lookout<> lookout;
     for (size_t k = 0; k < vComponent.size(); ++k) {
+        lookout.look();
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = vComponent[k]->getOppositeTriangle(i);
             if (pN && sRemaining.erase(pN)) vComponent.push_back(pN);
@@ -37,7 +40,9 @@ std::vector<Triangle2*> takeComponent(Triangle2* pStart, AddressSet& sRemaining)
 Triangle2* getSmallest(const std::vector<Triangle2*>& vTriangles) {
     Triangle2* pSmallest = vTriangles[0];
     const Point2* pCorner = getSortedCorners(pSmallest)[0];
+    Lookout<> lookout;
     for (Triangle2* pT : vTriangles) {
+        lookout.look();
         if (*pCorner < *pT->getCorner(0) && *pCorner < *pT->getCorner(1) && *pCorner < *pT->getCorner(2)) continue;
         if (!isBefore(pT, pSmallest)) continue;
         pSmallest = pT;
@@ -60,7 +65,7 @@ std::vector<Triangle2*> getTrianglesInPlaneOrder(const Zone2& zone) {
     // Combined zones give them in the order of their addresses.
     const ZoneLocation zoneLoc = zone.getZoneLocation();
     if (zoneLoc >= ZL_RESULT_UNION && zoneLoc <= ZL_RESULT_SYMMETRIC_DIFFERENCE) {
-        std::sort(vTriangles.begin(), vTriangles.end(), isBefore);
+        std::sort(vTriangles.begin(), vTriangles.end(), lookingAt(isBefore));
     }
     return vTriangles;
 }
@@ -71,13 +76,16 @@ void sortAlongCurve(std::vector<Triangle2*>& vTriangles) {
     const HC2 curve(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), 32);
     const auto pointAt = [&vTriangles](size_t i) { return vTriangles[i]->getBarycenter(); };
     std::vector<KeyedIndex> vOrder(vTriangles.size());
+    Lookout<> lookout;
     for (std::uint32_t i = 0; i < vOrder.size(); ++i) {
+        lookout.look();
         const Point2 place = pointAt(i);
         vOrder[i] = {curve.iReset(place.x(), place.y()), i};
     }
     KeyOrder(pointAt).sort(vOrder.data(), vOrder.data() + vOrder.size());
     std::vector<Triangle2*> vSorted;
     vSorted.reserve(vTriangles.size());
+    throwIfStopped();
     for (const KeyedIndex& entry : vOrder) vSorted.push_back(vTriangles[entry.index]);
     vTriangles.swap(vSorted);
 }
@@ -89,7 +97,7 @@ std::vector<std::vector<Triangle2*>> getComponentsInPlaneOrder(const std::vector
         if (!sRemaining.contains(pT)) continue;
         vStarts.push_back(getSmallest(takeComponent(pT, sRemaining)));
     }
-    std::sort(vStarts.begin(), vStarts.end(), isBefore);
+    std::sort(vStarts.begin(), vStarts.end(), lookingAt(isBefore));
     sRemaining = toSet(vTriangles);
     std::vector<std::vector<Triangle2*>> vvComponents;
     vvComponents.reserve(vStarts.size());

@@ -30,6 +30,7 @@
 #include "mesh/InnerVtxMgr.h"
 #include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -59,7 +60,7 @@ ConformingInserter::ConformingInserter(Dt2& mesh, ConstraintMgr& manager, Establ
       geomTest_(mesh.getGeomTest()) {}
 
 void ConformingInserter::insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg) {
-    while (pCSeg) pCSeg = splitConforming(pCSeg);
+    for (; pCSeg; pCSeg = splitConforming(pCSeg)) throwIfStopped();
 }
 
 ConstraintSegment2* ConformingInserter::splitConforming(ConstraintSegment2* pCSeg) {
@@ -99,7 +100,9 @@ bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const
     Triangle2* pT = nullptr;
     int i = 0;
     if (leaveTowardsVertex(geomTest_, pSrc, pTrg, pT, i)) return false;
+    Lookout<> lookout;
     while (!mesh_.isConstraint(pT, i)) {
+        lookout.look();
         if (crossEdge(geomTest_, pSrc, pTrg, pT, i) == ORIENTATION2_COLLINEAR) return false;
     }
     const Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
@@ -234,6 +237,7 @@ void ConformingInserter::splitEncroachedPieces(bool bNewPoints) {
         bFirstRound = false;
         std::vector<ConstraintSegment2*> vHalves;
         for (ConstraintSegment2* pCSeg : vEncroached) {
+            throwIfStopped();
             if (!pCSeg->isAlive() || !isEncroached(mesh_, pCSeg)) continue;
             bEnough = bEnough && !isHalvingQuotaUsedUp();
             if (bEnough && halveAt(pCSeg, getPlaceToSplit(pCSeg))) pCSeg->getChildrenRec(vHalves);
@@ -247,7 +251,11 @@ std::vector<ConstraintSegment2*> ConformingInserter::takeEncroachedPieces() {
     std::vector<ConstraintSegment2*> vPieces;
     if (!mesh_.is2D()) return vPieces;
     pieces_.takeSuspects(vPieces);
-    const auto isHarmless = [this](const ConstraintSegment2* p) { return !p->isAlive() || !isEncroached(mesh_, p); };
+    Lookout<> lookout;
+    const auto isHarmless = [&](const ConstraintSegment2* p) {
+        lookout.look();
+        return !p->isAlive() || !isEncroached(mesh_, p);
+    };
     vPieces.erase(std::remove_if(vPieces.begin(), vPieces.end(), isHarmless), vPieces.end());
     sortByPlace(vPieces);
     return vPieces;
@@ -258,7 +266,11 @@ std::vector<ConstraintSegment2*> ConformingInserter::takeEncroachedPieces() {
 
 void ConformingInserter::setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces) {
     halvingQuota_ = ConformingPieces::MIN_HALVING_QUOTA + ConformingPieces::NUM_HALVINGS_EACH * numSegments;
-    for (const ConstraintSegment2* pCSeg : vPieces) raiseHalvingQuota(pCSeg);
+    Lookout<16> lookout;
+    for (const ConstraintSegment2* pCSeg : vPieces) {
+        lookout.look();
+        raiseHalvingQuota(pCSeg);
+    }
 }
 
 void ConformingInserter::raiseHalvingQuota(const ConstraintSegment2* pCSeg) {

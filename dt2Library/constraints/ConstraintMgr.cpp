@@ -23,6 +23,7 @@
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -66,10 +67,13 @@ bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Poin
 
 const std::vector<ConstraintSegment2*>& ConstraintMgr::getSortedSegments() const {
     sweep();
-    const auto less = [](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; };
-    const auto middle = vSegments_.begin() + static_cast<std::ptrdiff_t>(numSorted_);
-    std::sort(middle, vSegments_.end(), less);
-    std::inplace_merge(vSegments_.begin(), middle, vSegments_.end(), less);
+    if (numSorted_ == vSegments_.size()) return vSegments_;
+    const auto less = lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; });
+    std::vector<ConstraintSegment2*> vSorted = vSegments_;
+    const auto middle = vSorted.begin() + static_cast<std::ptrdiff_t>(numSorted_);
+    std::sort(middle, vSorted.end(), less);
+    std::inplace_merge(vSorted.begin(), middle, vSorted.end(), less);
+    vSegments_.swap(vSorted);
     numSorted_ = vSegments_.size();
     return vSegments_;
 }
@@ -118,7 +122,9 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std:
     vCSegs.reserve(vPairs.size());
     numRequested_ += vPairs.size();
     ConstraintSegment2::Age age{++numCalls_, 0};
+    Lookout<> lookout;
     for (; age.place < vPairs.size(); ++age.place) {
+        lookout.look();
         const auto& [p0, p1] = vPairs[age.place];
         if (p0 != p1) {
             vCSegs.push_back(addConstraintSegment(p0, p1, cis));
@@ -178,6 +184,7 @@ void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
 
 std::pair<Point2*, bool> ConstraintMgr::bringVertex(const Point2& place) {
     const size_t numPointsBefore = pDt2_->numberOfPoints();
+    const NoStopScope noStop;  // the caller is changing a segment
     // The heights of the segments meet at the vertex, not the height of this point.
     const FlagScope pause = pDt2_->getHeightBook().pause();
     Point2* pVtx = pDt2_->insert(place);
@@ -194,9 +201,13 @@ void ConstraintMgr::countEnds() {
     }
 }
 
-void ConstraintMgr::discard(const std::vector<ConstraintSegment2*>& vCSegs, std::vector<Point2*>& vBroughtAlone) {
+void ConstraintMgr::discardOrphans(std::vector<Point2*>& vBroughtAlone) {
     countEnds();
-    for (ConstraintSegment2* pCSeg : vCSegs) {
+    Lookout<> lookout;
+    while (!vOrphans_.empty()) {
+        lookout.look();
+        ConstraintSegment2* pCSeg = vOrphans_.back();
+        vOrphans_.pop_back();
         Point2 *p0 = pCSeg->getSrc(), *p1 = pCSeg->getTrg();
         TARO_ASSERT(pCSeg->getNumberOfOwners() == 0 && segmentIndex_.find(p0, p1) == pCSeg);
         segmentIndex_.erase(p0, p1);
@@ -213,7 +224,7 @@ void ConstraintMgr::discard(const std::vector<ConstraintSegment2*>& vCSegs, std:
 }
 
 void ConstraintMgr::sweep() const {
-    if (numDiscarded_ == 0) return;
+    if (numDiscarded_ == 0 || !vOrphans_.empty()) return;  // orphans may refer to others that have been discarded
     size_t numKept = 0, numKeptSorted = 0;
     for (size_t i = 0; i < vSegments_.size(); ++i) {
         ConstraintSegment2* pCSeg = vSegments_[i];
@@ -236,10 +247,11 @@ void ConstraintMgr::apply() {
     std::vector<ConstraintSegment2*> vCSegs;
     getAliveConstraintSegments(vCSegs);
     sortByPlace(vCSegs);
-    std::stable_sort(vCSegs.begin(), vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
-        return a->getAge() < b->getAge();
-    });
+    std::stable_sort(
+        vCSegs.begin(), vCSegs.end(),
+        lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return a->getAge() < b->getAge(); }));
     establisher_.establishWithProgress(vCSegs, numRequested_, "apply");
+    bUnfinished_ = false;
 }
 
 void ConstraintMgr::rememberEncroached(const Point2* p0, const Point2* p1) {

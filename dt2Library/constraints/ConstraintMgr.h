@@ -97,11 +97,21 @@ class ConstraintMgr : public ConstraintKeeper {
     void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Inserts a vertex for constraints alone. Returns the vertex at that place, and whether it is new.
     std::pair<Point2*, bool> bringVertex(const Point2& place);
-    /// Deletes segments without owners whose edges have been released. Appends the vertices that were inserted for
-    /// constraints alone and at which no segment ends any more.
-    void discard(const std::vector<ConstraintSegment2*>& vCSegs, std::vector<Point2*>& vBroughtAlone);
+    /// Segments without owners that a removal has still to delete (GraphRemover).
+    const std::vector<ConstraintSegment2*>& getOrphans() const { return vOrphans_; }
+    void addOrphan(ConstraintSegment2* pCSeg) { vOrphans_.push_back(pCSeg); }
+    /// Deletes them; their edges have been released. Appends the vertices that were inserted for constraints alone and at
+    /// which no segment ends any more.
+    void discardOrphans(std::vector<Point2*>& vBroughtAlone);
     /// Deletes a graph that owns no segments any more.
     void discard(ConstraintGraph2* pGraph);
+
+    /// True after a call that establishes or ends segments was cancelled, until applyForClient: some may be no edges of the
+    /// mesh.
+    bool isUnfinished() const { return bUnfinished_ || !vOrphans_.empty(); }
+    void setUnfinished(bool bUnfinished) { bUnfinished_ = bUnfinished; }
+    /// What was cancelled before the ends of its segments were in the mesh is not done later.
+    void forgetPendingCalls() { vPendingCalls_.clear(); }
 
     size_t getNumberOfSegments() const { return vSegments_.size() - numDiscarded_; }
     /// The number of calls that have asked for segments.
@@ -112,11 +122,24 @@ class ConstraintMgr : public ConstraintKeeper {
     void writeConstraintsBIN(const std::string& prefix) const;
 
   private:
+    /// A call that was cancelled before all ends of its segments were in the mesh.
+    struct PendingCall {
+        std::vector<Segment2> vSegments;
+        ConstraintInsertionStrategy cis;
+        bool bOriented;
+    };
+
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
     const std::vector<ConstraintSegment2*>& getSortedSegments() const;
     /// One segment for each pair of different vertices, in input order.
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
+    /// Adds the segments and the graph that makeGraph makes of them; where it throws, nobody owns them, and they go again.
+    template <class MakeGraph>
+    std::vector<ConstraintSegment2*> addGraph(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                              const MakeGraph& makeGraph);
+    /// What a cancelled call has left is done first.
+    void goOn();
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
     /// Counts the segments at each vertex from now on.
     void countEnds();
@@ -141,7 +164,10 @@ class ConstraintMgr : public ConstraintKeeper {
     mutable AddressSet constraintVertices_;           // mutable: a look-up caches the last page
     AddressSet sBroughtVertices_;                     // vertices inserted for constraints alone
     std::unique_ptr<PointerMap<unsigned>> pNumEnds_;  // segments at each vertex; null before the first discard
+    std::vector<ConstraintSegment2*> vOrphans_;
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
+    std::vector<PendingCall> vPendingCalls_;
+    bool bUnfinished_ = false;
     std::uint32_t numCalls_ = 0;
     size_t numRequested_ = 0;  // the number of segments that clients have asked for
     Establisher establisher_;

@@ -40,6 +40,9 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
         [&](const void* pVtx) { target.sBroughtVertices_.insert(vertices(static_cast<const Point2*>(pVtx))); });
     target.numCalls_ = numCalls_;
     target.numRequested_ = numRequested_;
+    for (const ConstraintSegment2* pOrphan : vOrphans_) target.vOrphans_.push_back(*mSegments.find(pOrphan));
+    target.vPendingCalls_ = vPendingCalls_;
+    target.bUnfinished_ = bUnfinished_;
     target.establisher_.copyFrom(establisher_, mSegments);
 }
 

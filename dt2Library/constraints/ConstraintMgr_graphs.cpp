@@ -13,9 +13,11 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
+#include "constraints/GraphRemover.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -68,10 +70,26 @@ void ConstraintMgr::discard(ConstraintGraph2* pGraph) {
     vGraphs_.erase(it);
 }
 
+template <class MakeGraph>
+std::vector<ConstraintSegment2*> ConstraintMgr::addGraph(const std::vector<VertexPair>& vPairs,
+                                                         ConstraintInsertionStrategy cis, const MakeGraph& makeGraph) {
+    const size_t numBefore = vSegments_.size();
+    try {
+        std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
+        vGraphs_.push_back(makeGraph(vCSegs));
+        return vCSegs;
+    } catch (...) {
+        for (size_t i = numBefore; i < vSegments_.size(); ++i) {
+            if (vSegments_[i]->getNumberOfOwners() == 0) vOrphans_.push_back(vSegments_[i]);
+        }
+        throw;
+    }
+}
+
 ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>& vPairs,
                                                   ConstraintInsertionStrategy cis, bool bApply) {
-    const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
-    vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, cis));
+    const std::vector<ConstraintSegment2*> vCSegs =
+        addGraph(vPairs, cis, [&](const auto& vNew) { return std::make_unique<ConstraintGraph2>(pDt2_, vNew, cis); });
     ConstraintGraph2* pGraph = vGraphs_.back().get();
     if (bApply) establisher_.establishWithProgress(getAlivePieces(vCSegs), vCSegs.size(), "establish constraints");
     return pGraph;
@@ -97,7 +115,6 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Seg
 
 ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis, bool bApply) {
-    const std::vector<ConstraintSegment2*> vCSegs = addConstraintSegments(vPairs, cis);
     using Entry = std::pair<VertexPair, bool>;
     std::vector<Entry> vReverse;
     vReverse.reserve(vPairs.size());
@@ -111,9 +128,11 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Ver
     }
     // A segment that occurs in both directions gets the first one; the graph stores all passes besides.
     std::stable_sort(vReverse.begin(), vReverse.end(),
-                     [](const Entry& a, const Entry& b) { return a.first < b.first; });
+                     lookingAt([](const Entry& a, const Entry& b) { return a.first < b.first; }));
     const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
-    vGraphs_.push_back(std::make_unique<ConstraintGraph2>(pDt2_, vCSegs, mPPReverse, cis));
+    const std::vector<ConstraintSegment2*> vCSegs = addGraph(vPairs, cis, [&](const auto& vNew) {
+        return std::make_unique<ConstraintGraph2>(pDt2_, vNew, mPPReverse, cis);
+    });
     ConstraintGraph2* pGraph = vGraphs_.back().get();
     const auto isBothWays = [](const Entry& a, const Entry& b) { return a.first == b.first && a.second != b.second; };
     if (std::adjacent_find(vReverse.begin(), vReverse.end(), isBothWays) != vReverse.end()) pGraph->setPasses(vPasses);
@@ -177,8 +196,15 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Segment2>& vS
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    ConstraintGraph2* pGraph =
-        bOrientedSegments ? createConstraint_oriented(vSegments, cis) : createConstraint(vSegments, cis);
+    goOn();
+    const size_t numGraphs = vGraphs_.size();
+    ConstraintGraph2* pGraph = nullptr;
+    try {
+        pGraph = bOrientedSegments ? createConstraint_oriented(vSegments, cis) : createConstraint(vSegments, cis);
+    } catch (...) {
+        if (vGraphs_.size() == numGraphs) vPendingCalls_.push_back({vSegments, cis, bOrientedSegments});
+        throw;
+    }
     establisher_.splitEncroachedPieces(false);
     return pGraph;
 }
@@ -189,6 +215,7 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Edge2*>& vEdg
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
+    goOn();
     ConstraintGraph2* pGraph = createConstraint(vEdges, cis, true);
     establisher_.splitEncroachedPieces(false);
     return pGraph;
@@ -210,16 +237,28 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<VertexPair>& 
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
+    goOn();
     ConstraintGraph2* pGraph =
         bOrientedSegments ? createConstraint_oriented(vPairs, cis, true) : createConstraint(vPairs, cis, true);
     establisher_.splitEncroachedPieces(false);
     return pGraph;
 }
 
+void ConstraintMgr::goOn() {
+    GraphRemover(*pDt2_, *this).finish();
+    if (bUnfinished_ && pDt2_->is2D()) apply();
+}
+
 void ConstraintMgr::applyForClient() {
     if (!pDt2_->is2D()) {
         warning("Dt2::applyConstraintsAndZones()", "The triangulation is not full dimensional yet. Nothing to do");
         return;
+    }
+    GraphRemover(*pDt2_, *this).finish();
+    for (; !vPendingCalls_.empty(); vPendingCalls_.erase(vPendingCalls_.begin())) {
+        const auto& [vSegments, cis, bOriented] = vPendingCalls_.front();
+        const std::vector<VertexPair> vPairs = insertEnds(vSegments);
+        bOriented ? createConstraint_oriented(vPairs, cis, false) : createConstraint(vPairs, cis, false);
     }
     apply();
     establisher_.splitEncroachedPieces(true);

@@ -21,6 +21,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/Color.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/Segment2.h"
@@ -159,6 +160,7 @@ Point2* ConstraintSegment2::insertAndSplit(const Point2& p) {
         return nullptr;
     }
 
+    const NoStopScope noStop;
     kill();
     Point2* pSplit = pOwnerDt->insert(p);
     // A refused split means that the vertex existed before, so the mesh is unchanged.

@@ -7,12 +7,15 @@
 
 #include "constraints/Establisher.h"
 
+#include <exception>
+
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
 #include "mesh/Dt2.h"
 #include "support/Progress.h"
 #include "support/diagnostics.h"
 #include "support/lists.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -20,6 +23,21 @@ namespace {
 
 constexpr int MAX_PASSES = 499;
 constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
+
+/// Tells the manager that segments may be left that are no edges, where an exception ends the scope.
+class UnfinishedScope {
+  public:
+    explicit UnfinishedScope(ConstraintMgr& manager) : manager_(manager), numExceptions_(std::uncaught_exceptions()) {}
+    ~UnfinishedScope() {
+        if (std::uncaught_exceptions() > numExceptions_) manager_.setUnfinished(true);
+    }
+    UnfinishedScope(const UnfinishedScope&) = delete;
+    UnfinishedScope& operator=(const UnfinishedScope&) = delete;
+
+  private:
+    ConstraintMgr& manager_;
+    int numExceptions_;
+};
 
 }  // namespace
 
@@ -29,6 +47,7 @@ size_t Establisher::getQuotaEach() const { return MAX_CROSSINGS_EACH * getCloseQ
 
 void Establisher::applyOneSegment(ConstraintSegment2* pCSeg) {
     if (!mesh_.is2D()) return;
+    const UnfinishedScope unfinished(manager_);
     if (!bEstablishing_) {
         segmentInserter_.setCrossingQuota(getQuotaEach());
         segmentInserter_.setCloseCrossingQuota(getCloseQuota());
@@ -36,6 +55,7 @@ void Establisher::applyOneSegment(ConstraintSegment2* pCSeg) {
     }
     std::vector<ConstraintSegment2*> vStack{pCSeg};
     while (!vStack.empty()) {
+        throwIfStopped();
         pCSeg = vStack.back();
         vStack.pop_back();
         if (!pCSeg->isAlive()) {
@@ -62,6 +82,7 @@ void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size
     if (!mesh_.is2D()) return;
     const bool bOutermost = !bEstablishing_;  // segments established within this call share the quotas
     const FlagScope establishing(bEstablishing_);
+    const UnfinishedScope unfinished(manager_);
     const size_t quota = getQuotaEach();
     if (bOutermost) {
         segmentInserter_.setCloseCrossingQuota(getCloseQuota());
@@ -80,6 +101,7 @@ bool Establisher::establishPieces(ConstraintSegment2* pCSeg) {
     std::vector<ConstraintSegment2*> vPieces{pCSeg}, vNext;
     for (int numPasses = 0; numPasses < MAX_PASSES && !vPieces.empty(); ++numPasses) {
         for (ConstraintSegment2* pPiece : vPieces) {
+            throwIfStopped();
             if (pPiece->isAlive()) applyOneSegment(pPiece);
             const size_t begin = vNext.size();
             if (!pPiece->isAlive()) pPiece->getChildrenRec(vNext);
@@ -104,15 +126,22 @@ void Establisher::establishWithProgress(const std::vector<ConstraintSegment2*>& 
 void Establisher::establishAsEdges(const std::vector<ConstraintSegment2*>& vCSegs) {
     if (!mesh_.is2D()) return;
     const FlagScope establishing(bEstablishing_);
+    const UnfinishedScope unfinished(manager_);
+    Progress& progress = mesh_.getProgress();
+    progress.start("establish constraints", vCSegs.size());
+    const ProgressEnd progressEnd(progress);
     segmentInserter_.setCloseCrossingQuota(getCloseQuota());
     for (ConstraintSegment2* pCSeg : vCSegs) {
         segmentInserter_.setCrossingQuota(getQuotaEach());
         segmentInserter_.forceIntoMesh(pCSeg);
+        progress.incProgress(1);
     }
+    progress.finish();
 }
 
 void Establisher::splitEncroachedPieces(bool bNewPoints) {
     const FlagScope establishing(bEstablishing_);
+    const UnfinishedScope unfinished(manager_);
     conformingInserter_.splitEncroachedPieces(bNewPoints);
 }
 

@@ -18,11 +18,16 @@ class GraphRemover {
     /// Deletes a graph and the segments that no other graph owns; their edges become ordinary ones. With
     /// bRemoveVertices the vertices that were inserted only for these segments are removed too. O(k log k) for k
     /// segments and pieces, plus the number of graphs.
+    ///
+    /// A removal that is cancelled has changed nothing, or `finish` goes on with it and keeps the vertices.
     void remove(ConstraintGraph2* pGraph, bool bRemoveVertices);
+    /// Ends the segments without owners that a cancelled removal has left.
+    void finish() { finish(false); }
 
   private:
-    /// Removes the graph as an owner of its segments and their descendants; returns those without any owner.
-    static std::vector<ConstraintSegment2*> disown(ConstraintGraph2* pGraph);
+    void finish(bool bRemoveVertices);
+    /// The segments of a graph and their descendants, each once.
+    static std::vector<ConstraintSegment2*> collect(const ConstraintGraph2* pGraph);
     /// Kills the alive ones among these segments and makes the mesh Delaunay at their edges.
     void releaseEdges(const std::vector<ConstraintSegment2*>& vCSegs);
 

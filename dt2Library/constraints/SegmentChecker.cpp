@@ -27,6 +27,7 @@
 #include "kernel/tools.h"
 #include "support/Progress.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/Color.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Visualizer2.h"
@@ -212,7 +213,9 @@ void SegmentChecker::getIntersectors(Segment2* pSegment, bool bAlsoEndPoints, In
     const MessageScope scope(&pState_->progress);
     SegmentIndex& segments = pState_->segments;
     std::vector<std::pair<size_t, SegmentIntersectionType>> vFound;
+    Lookout<> lookout;
     segments.forEachCandidate(*pSegment, [&](size_t i) {
+        lookout.look();
         if (segments[i] == pSegment) return;
         const SegmentIntersectionType type = getIntersectionType(pSegment, segments[i]);
         if (isReported(type, bAlsoEndPoints)) vFound.emplace_back(i, type);
@@ -226,9 +229,13 @@ void SegmentChecker::getIllegalSegments(bool bAlsoEndPoints, std::vector<Segment
     SegmentIndex& segments = pState_->segments;
     std::vector<char> vIllegal(segments.size(), false);
     pState_->progress.start("check segments", segments.size());
+    const ProgressEnd progressEnd(pState_->progress);
+    Lookout<> lookout;
     for (size_t i = 0; i < segments.size(); ++i) {
+        lookout.look();
         // Each pair once, and none whose segments are both known to be illegal.
         segments.forEachCandidate(*segments[i], [&](size_t j) {
+            lookout.look();
             if (j <= i || (vIllegal[i] && vIllegal[j])) return;
             if (isReported(getIntersectionType(segments[i], segments[j]), bAlsoEndPoints)) {
                 vIllegal[i] = vIllegal[j] = true;
@@ -348,6 +355,8 @@ void SegmentChecker::showIllegalSegments(bool bAlsoEndPoints, const std::string&
 // ---- Listeners ----
 
 void SegmentChecker::subscribe(MsgType type, MsgBase* pListener) { pState_->progress.subscribe(type, pListener); }
+void SegmentChecker::setCancelFlag(const std::atomic<bool>* pFlag) { pState_->progress.setCancelFlag(pFlag); }
+
 void SegmentChecker::unsubscribe(MsgType type, MsgBase* pListener) { pState_->progress.unsubscribe(type, pListener); }
 
 }  // namespace LUMO_TARO25D

@@ -5,13 +5,16 @@
 #include <boost/geometry/geometries/point.hpp>
 #include <boost/geometry/index/rtree.hpp>
 #include <boost/iterator/function_output_iterator.hpp>
+#include <boost/iterator/transform_iterator.hpp>
 #include <cstddef>
+#include <functional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "kernel/tools.h"
 #include "support/lists.h"
+#include "support/stopping.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/freeFunctions.h"
 
@@ -63,7 +66,9 @@ class SegmentIndex {
     /// Bulk loading gives the better tree and costs less than insertion unless few segments are new.
     void updateTree() {
         if (size() - numInTree_ > numInTree_ / 8) return loadTree();
+        Lookout<> lookout;
         for (; numInTree_ < size(); ++numInTree_) {
+            lookout.look();
             const Segment2& segment = *vSegments_[numInTree_];
             if (isFinite2D(segment)) tree_.insert(Entry(getBox(segment), numInTree_));
         }
@@ -75,7 +80,13 @@ class SegmentIndex {
         for (size_t i = 0; i < size(); ++i) {
             if (isFinite2D(*vSegments_[i])) vEntries.emplace_back(getBox(*vSegments_[i]), i);
         }
-        tree_ = Tree(vEntries.begin(), vEntries.end());
+        Lookout<> lookout;
+        const std::function<const Entry&(const Entry&)> lookAt = [&lookout](const Entry& entry) -> const Entry& {
+            lookout.look();
+            return entry;
+        };
+        tree_ = Tree(boost::make_transform_iterator(vEntries.begin(), lookAt),
+                     boost::make_transform_iterator(vEntries.end(), lookAt));
         numInTree_ = size();
     }
 

@@ -36,6 +36,7 @@
 #include "mesh/InnerVtxMgr.h"
 #include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -97,6 +98,7 @@ void SegmentInserter::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
 void SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
     std::vector<ConstraintSegment2*> vStack{pInitialCSeg};
     while (!vStack.empty()) {
+        throwIfStopped();
         ConstraintSegment2* pCSeg = vStack.back();
         vStack.pop_back();
         if (!pCSeg->isAlive()) {
@@ -185,8 +187,10 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
         if (isOnPath(pCorner)) return pCorner;
     }
     CrossedRegion region(pT, i);
+    Lookout<> lookout;
     Orientation2 ori = ORIENTATION2_CCW;
     while (ori != ORIENTATION2_COLLINEAR) {
+        lookout.look();
         if (mesh_.isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, vPairIspCS);
         ori = crossEdge(geomTest, pSrc, pTrg, pT, i);
         region.add(pT, i, ori);

@@ -1,5 +1,7 @@
 #include "taro25d/Taro_2D.h"
 
+#include <utility>
+
 #include "constraints/ConstraintMgr.h"
 #include "constraints/fullMeshFile.h"
 #include "mesh/EngineCall.h"
@@ -62,7 +64,17 @@ bool Taro_2D::saveAll(const char* filename) const {
     return saveFullMesh(*pDt2_, filename);
 }
 
-bool Taro_2D::load(const char* filename) { return call(pDt2_)->load(filename); }
+bool Taro_2D::load(const char* filename) {
+    if (pDt2_->numberOfPoints() > 0) return call(pDt2_)->load(filename);
+    auto pEmpty = std::make_unique<Dt2>(3);
+    pEmpty->takeSettings(*pDt2_);
+    try {
+        return call(pDt2_)->load(filename);
+    } catch (...) {
+        pDt2_ = std::move(pEmpty);
+        throw;
+    }
+}
 
 void Taro_2D::show(const std::string& filename, bool bWithConstraints) const {
     call(pDt2_)->show(filename, bWithConstraints);

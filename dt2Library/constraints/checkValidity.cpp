@@ -5,11 +5,13 @@
 #include <vector>
 
 #include "constraints/ConformingInserter.h"
+#include "constraints/ConstraintMgr.h"
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/MeshCheck.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintSegment2.h"
 
 namespace LUMO_TARO25D {
@@ -19,7 +21,9 @@ namespace {
 /// Every alive constraint segment must be an edge of some triangle.
 void checkConstraints(const Dt2& mesh, Note& report, MeshCheck& check) {
     AddressSet sContained;
+    Lookout<> lookout;
     for (const Triangle2* pT : check.getTriangles()) {
+        lookout.look();
         for (int i = 0; i < 3 && hasThreeCorners(*pT); ++i) {
             if (!mesh.isConstraint(pT, i)) continue;
             sContained.insert(
@@ -28,10 +32,18 @@ void checkConstraints(const Dt2& mesh, Note& report, MeshCheck& check) {
     }
     std::vector<ConstraintSegment2*> vAlive, vMissing;
     mesh.getAliveConstraintSegments(vAlive);
-    std::copy_if(vAlive.begin(), vAlive.end(), std::back_inserter(vMissing),
-                 [&sContained](const ConstraintSegment2* pCSeg) { return !sContained.contains(pCSeg); });
+    std::copy_if(vAlive.begin(), vAlive.end(), std::back_inserter(vMissing), [&](const ConstraintSegment2* pCSeg) {
+        lookout.look();
+        return !sContained.contains(pCSeg);
+    });
     report << "\n* ConstraintSegments (alive): " << vAlive.size() << ", contained: " << vAlive.size() - vMissing.size()
            << ", missing: " << vMissing.size() << "\n";
+    const auto* pManager = mesh.findSlot<ConstraintMgr>();
+    if (!vMissing.empty() && pManager && pManager->isUnfinished()) {
+        warning("Dt2::checkValidity()", "a call was cancelled, segments wait for applyConstraintsAndZones(): " +
+                                            std::to_string(vMissing.size()));
+        return;
+    }
     for (const ConstraintSegment2* pCSeg : vMissing) check.add("Not contained: ", *pCSeg);
 }
 
@@ -39,7 +51,9 @@ void checkConstraints(const Dt2& mesh, Note& report, MeshCheck& check) {
 void warnOfEncroachedPieces(const Dt2& mesh) {
     std::vector<ConstraintSegment2*> vAlive;
     mesh.getAliveConstraintSegments(vAlive);
-    const auto numEncroached = std::count_if(vAlive.begin(), vAlive.end(), [&mesh](const ConstraintSegment2* pCSeg) {
+    Lookout<> lookout;
+    const auto numEncroached = std::count_if(vAlive.begin(), vAlive.end(), [&](const ConstraintSegment2* pCSeg) {
+        lookout.look();
         return ConformingPieces::isConforming(pCSeg) && ConformingInserter::isEncroached(mesh, pCSeg);
     });
     if (numEncroached == 0) return;

@@ -37,7 +37,9 @@ void writeGraph(Writer& writer, const ConstraintGraph2& graph, const VertexNumbe
     std::vector<std::pair<Point2*, Point2*>> vPieces;
     graph.getDirectedPieces(vPieces);
     writer.write(std::uint64_t(vPieces.size()));
+    Lookout<> lookout;
     for (const auto& [pSrc, pTrg] : vPieces) {
+        lookout.look();
         writer.write(*mNumbers.find(pSrc));
         writer.write(*mNumbers.find(pTrg));
     }
@@ -81,14 +83,21 @@ bool saveFullMesh(const Dt2& mesh, const char* filename) {
     mesh.getVertexPointers(vVertices);
     VertexNumbers mNumbers;
     mNumbers.reserve(vVertices.size());
-    for (size_t i = 0; i < vVertices.size(); ++i) mNumbers.add(vVertices[i], static_cast<std::uint32_t>(i));
+    Lookout<> lookout;
+    for (size_t i = 0; i < vVertices.size(); ++i) {
+        lookout.look();
+        mNumbers.add(vVertices[i], static_cast<std::uint32_t>(i));
+    }
     std::vector<ConstraintGraph2*> vGraphs;
     if (const auto* pManager = mesh.findSlot<ConstraintMgr>()) pManager->getGraphs(vGraphs);
     const auto write = [&](std::FILE* pFile) {
         Writer writer(pFile);
         writer.write(FULL_TYPE_TAG);
         writer.write(std::uint64_t(vVertices.size()));
-        for (const Point2* pVtx : vVertices) writer.write(*pVtx);
+        for (const Point2* pVtx : vVertices) {
+            lookout.look();
+            writer.write(*pVtx);
+        }
         for (const Point2* pVtx : vVertices) writer.write(static_cast<std::int32_t>(pVtx->getCustomIndex()));
         writer.write(mesh.getName());
         writer.write(std::uint64_t(vGraphs.size()));

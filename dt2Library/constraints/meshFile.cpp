@@ -27,11 +27,15 @@
 #include <utility>
 #include <vector>
 
+#include "constraints/ConstraintMgr.h"
+#include "constraints/GraphRemover.h"
 #include "constraints/fullMeshFile.h"
 #include "constraints/meshStream.h"
+#include "kernel/flatSets.h"
 #include "mesh/Dt2.h"
 #include "support/LargeVector.h"
 #include "support/replaceFile.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Segment2.h"
 
@@ -58,6 +62,59 @@ bool readSegments(Reader& reader, std::vector<Segment2>& vSegments) {
         vSegments.emplace_back(Point2(p[0], p[1], p[2]), Point2(p[3], p[4], p[5]));
     }
     return true;
+}
+
+/// What a mesh holds before a file is loaded into it.
+class Before {
+  public:
+    explicit Before(Dt2& mesh) : mesh_(mesh), name_(mesh.getName()) {
+        std::vector<Point2*> vVertices;
+        mesh.getVertexPointers(vVertices);
+        for (const Point2* pVtx : vVertices) sVertices_.insert(pVtx);
+        bEmpty_ = vVertices.empty();
+        numGraphs_ = getGraphs().size();
+    }
+
+    /// Takes out what has come since; not at all where that was nothing. (An empty mesh is replaced by the client's object.)
+    void restore() {
+        mesh_.setName(name_);
+        if (bEmpty_) return;
+        const NoStopScope noStop;
+        if (auto* pManager = mesh_.findSlot<ConstraintMgr>()) {
+            pManager->forgetPendingCalls();
+            GraphRemover(mesh_, *pManager).finish();
+            const std::vector<ConstraintGraph2*> vGraphs = getGraphs();
+            for (size_t i = vGraphs.size(); i > numGraphs_; --i)
+                GraphRemover(mesh_, *pManager).remove(vGraphs[i - 1], false);
+        }
+        std::vector<Point2*> vVertices;
+        mesh_.getVertexPointers(vVertices);
+        for (Point2* pVtx : vVertices) {
+            if (!sVertices_.contains(pVtx) && !mesh_.isConstraintVertex(pVtx)) mesh_.remove(pVtx);
+        }
+    }
+
+  private:
+    std::vector<ConstraintGraph2*> getGraphs() const {
+        std::vector<ConstraintGraph2*> vGraphs;
+        if (const auto* pManager = mesh_.findSlot<ConstraintMgr>()) pManager->getGraphs(vGraphs);
+        return vGraphs;
+    }
+
+    Dt2& mesh_;
+    std::string name_;
+    AddressSet sVertices_;
+    bool bEmpty_ = true;
+    size_t numGraphs_ = 0;
+};
+
+void insertContent(Dt2& mesh, Content content) {
+    if (content.pFull) return insertFullContent(mesh, *content.pFull);
+    {
+        const auto vCoordinates = std::move(content.vCoordinates);  // not needed for the segments any more
+        mesh.insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);
+    }
+    if (!content.vSegments.empty()) mesh.createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
 }
 
 const char* const unreadable = " can't be read";
@@ -96,9 +153,14 @@ bool saveMesh(const Dt2& mesh, const char* filename) {
         Writer writer(pFile);
         writer.write(TYPE_TAG);
         writer.write(std::uint64_t(vVertices.size()));
-        for (const Point2* pVtx : vVertices) writer.write(*pVtx);
+        Lookout<> lookout;
+        for (const Point2* pVtx : vVertices) {
+            lookout.look();
+            writer.write(*pVtx);
+        }
         writer.write(std::uint64_t(vCSegs.size()));
         for (const ConstraintSegment2* pCSeg : vCSegs) {
+            lookout.look();
             writer.write(*pCSeg->getSrc());
             writer.write(*pCSeg->getTrg());
         }
@@ -119,15 +181,13 @@ bool loadMesh(Dt2& mesh, const char* filename) {
         return false;
     }
     const FlagScope exact = mesh.takeConstraintsExactly();  // the file decides through which vertices its segments go
-    if (content.pFull) {
-        insertFullContent(mesh, *content.pFull);
-        return true;
+    Before before(mesh);
+    try {
+        insertContent(mesh, std::move(content));
+    } catch (...) {
+        before.restore();
+        throw;
     }
-    {
-        const auto vCoordinates = std::move(content.vCoordinates);  // not needed for the segments any more
-        mesh.insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);
-    }
-    if (!content.vSegments.empty()) mesh.createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
     return true;
 }
 

@@ -15,6 +15,7 @@
 
 #include "kernel/tools.h"
 #include "support/LargeVector.h"
+#include "support/stopping.h"
 #include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {
@@ -64,6 +65,7 @@ class Reader {
         if (!read(numRecords) || numRecords > numBytesLeft_ / (numPerRecord * sizeof(double))) return false;
         if (bLengthKnown_) vNumbers.reserve(numRecords * numPerRecord);
         while (numRecords > 0) {
+            throwIfStopped();
             const size_t numInStep = std::min<std::uint64_t>(numRecords, RECORDS_PER_STEP);
             if (!readNumbers(numInStep * numPerRecord, vNumbers)) return false;
             numRecords -= numInStep;
@@ -75,6 +77,7 @@ class Reader {
     bool readValues(std::uint64_t num, LargeVector<T>& vValues) {
         if (num > numBytesLeft_ / sizeof(T)) return false;
         while (num > 0) {
+            throwIfStopped();
             const size_t numInStep = std::min<std::uint64_t>(num, RECORDS_PER_STEP), numBefore = vValues.size();
             vValues.resize(numBefore + numInStep);
             if (!readBytes(vValues.data() + numBefore, numInStep * sizeof(T))) return false;

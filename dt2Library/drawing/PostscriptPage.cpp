@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <locale>
 #include <utility>
@@ -72,6 +73,7 @@ PostscriptPage::PostscriptPage(const std::string& filename) : filename_(filename
 
 /// Extends the range; false, without effect, if a coordinate is not finite.
 bool PostscriptPage::include(std::initializer_list<XY> corners) {
+    look();
     for (const XY& corner : corners) {
         if (!std::isfinite(corner.x) || !std::isfinite(corner.y)) return false;
     }
@@ -132,8 +134,20 @@ XY PostscriptPage::scaledPoint(const XY& point) const {
 
 // --- writing ---
 
+void PostscriptPage::look() {
+    try {
+        lookout_.look();
+    } catch (...) {
+        out_.close();
+        bClosed_ = true;
+        std::remove(filename_.c_str());
+        throw;
+    }
+}
+
 void PostscriptPage::write() {
     setRange();
+    look();
     std::sort(vPoints_.begin(), vPoints_.end());
     vPoints_.erase(std::unique(vPoints_.begin(), vPoints_.end()), vPoints_.end());
 
@@ -201,6 +215,7 @@ void PostscriptPage::writeHeaderLines() {
 template <class ShapeT>
 void PostscriptPage::writeAll(const ColoredList<ShapeT>& vShapes) {
     for (const auto& [shape, color] : vShapes) {
+        look();
         changeColor(color);
         draw(shape, color);
         periodicStroke();

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/stopping.h"
 #include "taro25d/Color.h"
 #include "taro25d/Label.h"
 #include "taro25d/Point2.h"
@@ -78,6 +79,9 @@ class PostscriptPage {
     void write();
 
   private:
+    /// Looks whether the running call has to end. A drawing that ends with it leaves no file.
+    void look();
+
     static constexpr double PAGE_EXTENT = 480.0;
 
     bool include(std::initializer_list<XY> corners);
@@ -107,6 +111,7 @@ class PostscriptPage {
     std::string filename_;
     std::ofstream out_;
     bool bClosed_ = false;
+    Lookout<> lookout_;
 
     ColoredList<Line> vLines_;
     ColoredList<Disk> vDisks_;

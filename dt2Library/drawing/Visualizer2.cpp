@@ -2,6 +2,7 @@
 
 #include "drawing/PostscriptPage.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/Circle2.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Label.h"
@@ -17,6 +18,7 @@ Visualizer2::Visualizer2(const std::string& filename) {
 
 Visualizer2::~Visualizer2() {
     if (pPage_->isClosed()) return;
+    const NoStopScope noStop;
     Note("Visualizer2::~Visualizer2()") << "Calling Visualizer2::writeFile() to complete an unfinished visualization ["
                                         << pPage_->getFilename() << "]\n";
     writeFile();

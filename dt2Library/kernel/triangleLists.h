@@ -1,11 +1,13 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 #include <vector>
 
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
+#include "support/stopping.h"
 #include "taro25d/Bbox2.h"
 #include "taro25d/Triangle2.h"
 
@@ -13,14 +15,20 @@ namespace LUMO_TARO25D {
 
 inline AddressSet toSet(const std::vector<Triangle2*>& vTriangles) {
     AddressSet sTriangles;
-    for (const Triangle2* pT : vTriangles) sTriangles.insert(pT);
+    Lookout<> lookout;
+    for (const Triangle2* pT : vTriangles) {
+        lookout.look();
+        sTriangles.insert(pT);
+    }
     return sTriangles;
 }
 
 /// Appends the corners of the triangles, each once.
 inline void getVertices(const std::vector<Triangle2*>& vTriangles, std::vector<Point2*>& vVertices) {
     AddressSet sSeen;
+    Lookout<> lookout;
     for (const Triangle2* pT : vTriangles) {
+        lookout.look();
         for (int i = 0; i < 3; ++i) {
             if (sSeen.insert(pT->getCorner(i))) vVertices.push_back(pT->getCorner(i));
         }
@@ -39,7 +47,11 @@ inline Bbox2 getBox(const std::vector<Triangle2*>& vTriangles) {
 /// The sum of an area over the triangles.
 inline double sumUp(const std::vector<Triangle2*>& vTriangles, double (Triangle2::*getArea)() const) {
     double sum = 0.0;
-    for (const Triangle2* pT : vTriangles) sum += (pT->*getArea)();
+    Lookout<> lookout;
+    for (const Triangle2* pT : vTriangles) {
+        lookout.look();
+        sum += (pT->*getArea)();
+    }
     return sum;
 }
 
@@ -52,7 +64,9 @@ inline double getLargestCoordinate(const std::vector<Triangle2*>& vTriangles) {
 template <class VisitT>
 void forEachEdge(const std::vector<Triangle2*>& vTriangles, const VisitT& visit) {
     AddressSet sDone;
+    Lookout<> lookout;
     for (Triangle2* pT : vTriangles) {
+        lookout.look();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN || !sDone.contains(pN)) visit(pT, i);
@@ -68,7 +82,7 @@ using DirectedEdge = std::pair<Point2*, Point2*>;
 /// sides belong to the same area, so that spreading must not start on its left there.
 inline void dropRetracedEdges(std::vector<DirectedEdge>& vEdges) {
     std::vector<DirectedEdge> vSorted = vEdges;
-    std::sort(vSorted.begin(), vSorted.end());
+    std::sort(vSorted.begin(), vSorted.end(), lookingAt(std::less<>()));
     const auto count = [&vSorted](Point2* pSrc, Point2* pTrg) {
         const auto [begin, end] = std::equal_range(vSorted.begin(), vSorted.end(), DirectedEdge(pSrc, pTrg));
         return end - begin;
@@ -84,7 +98,9 @@ inline void dropRetracedEdges(std::vector<DirectedEdge>& vEdges) {
 /// marked already.
 template <class MayCrossT>
 void spread(std::vector<Triangle2*>& vReached, size_t begin, AddressSet& sMarked, const MayCrossT& mayCross) {
+    Lookout<> lookout;
     for (size_t k = begin; k < vReached.size(); ++k) {
+        lookout.look();
         Triangle2* const pT = vReached[k];
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = pT->getOppositeTriangle(i);

@@ -14,6 +14,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/InserterMT.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -39,8 +40,8 @@ void BulkInserter::insert(const PointSource& source, Point2** aHandles, std::vec
     progress.start("insert vertices", numSteps, Progress::fineStep(numSteps));
     const ProgressEnd progressEnd(progress);
     const size_t numPreExisting = vault_.getSize();
-    vault_.iReset_vector(source, aHandles);
     try {
+        vault_.iReset_vector(source, aHandles);
         progress.incProgress(n / 10);
         triangulateNew(numPreExisting);
     } catch (...) {
@@ -140,6 +141,7 @@ void BulkInserter::leaveFakeBox(ItemIterator begin, ItemIterator end) {
 /// Vertices that are not in the mesh yet are dropped, as if they had not been asked for. Those of a former collinear
 /// phase stay: they are all inserted, if there is a mesh now.
 void BulkInserter::abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles) {
+    const NoStopScope noStop;
     mesh_.getProgress().reset();
     mesh_.forgetFlips();
     if (mesh_.is2D()) {
@@ -168,7 +170,7 @@ void BulkInserter::triangulateRec(ItemIterator begin, ItemIterator end, Triangle
         // The three vertices of the first triangle are in the mesh already.
         if (pVtx->getIncidentTriangle()) return pVtx->getIncidentTriangle();
         if (mesh_.getProgress().isActive()) mesh_.getProgress().incProgress(1);
-        mesh_.getProgress().throwIfStopped();
+        lookout_.look();
         return mesh_.insertVertex(pVtx, pHint);
     };
     if (end - begin <= MAX_RANGE_IN_SEQUENCE) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "support/stopping.h"
 #include "vertices/VertexVault.h"
 
 namespace LUMO_TARO25D {
@@ -54,6 +55,7 @@ class BulkInserter {
     Dt2& mesh_;
     VertexVault& vault_;
     std::unique_ptr<InserterMT> pInserterMT_;  // null if one thread inserts all points
+    Lookout<16> lookout_;
 };
 
 }  // namespace LUMO_TARO25D

@@ -63,6 +63,14 @@ int Dt2::setNumCPU(int n) {
     return numCPU_;
 }
 
+void Dt2::takeSettings(const Dt2& other) {
+    setNumCPU(other.numCPU_);
+    bPrefersChunks_ = other.bPrefersChunks_;
+    name_ = other.name_;
+    getHeightBook().setRule(other.vertexVault_.getHeightBook().getRule());
+    progress_.takeClients(other.progress_);
+}
+
 void Dt2::setDev(const std::string& text, int, double) { filenamePrefix() = text; }
 
 std::string Dt2::getFilenamePrefix() { return filenamePrefix(); }

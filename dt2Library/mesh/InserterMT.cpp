@@ -22,6 +22,7 @@
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
 #include "support/parallel.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -139,7 +140,10 @@ void InserterMT::createChunks(size_t numChunks, const LargeVector<IdxVtxAct*>& v
 void InserterMT::determineBoxes(int numThreads) {
     std::atomic<size_t> nextChunk{0};
     runOnThreads(numThreads, [&](int) {
-        for (size_t i = nextChunk++; i < vChunks_.size(); i = nextChunk++) vChunks_[i]->determineExtBox();
+        for (size_t i = nextChunk++; i < vChunks_.size(); i = nextChunk++) {
+            vChunks_[i]->determineExtBox();
+            throwIfStopped();
+        }
     });
 }
 
@@ -193,7 +197,7 @@ void InserterMT::startWork(int numThreads) {
     const auto reportAndLook = [this, &progress] {
         try {
             progress.report();
-            progress.throwIfStopped();
+            throwIfStopped();
         } catch (...) {
             stop();
             throw;

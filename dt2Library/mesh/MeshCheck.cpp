@@ -15,6 +15,7 @@
 
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -68,13 +69,21 @@ void MeshCheck::printRest() {
 
 void MeshCheck::checkStructure() {
     const size_t numBefore = numFindings_;
-    for (const Triangle2* pT : vTriangles_) checkTriangle(pT);
+    Lookout<> lookout;
+    for (const Triangle2* pT : vTriangles_) {
+        lookout.look();
+        checkTriangle(pT);
+    }
     if (numFindings_ == numBefore) checkVertices();
     if (numFindings_ == numBefore) checkHull();
 }
 
 void MeshCheck::checkEmptyCircles() {
-    for (const Triangle2* pT : vTriangles_) checkEmptyCircle(pT);
+    Lookout<> lookout;
+    for (const Triangle2* pT : vTriangles_) {
+        lookout.look();
+        checkEmptyCircle(pT);
+    }
 }
 
 void MeshCheck::checkTriangle(const Triangle2* pT) {
@@ -108,7 +117,9 @@ void MeshCheck::checkEmptyCircle(const Triangle2* pT) {
 void MeshCheck::checkVertices() {
     std::vector<Point2*> vVertices;
     mesh_.getVertexPointers(vVertices);
+    Lookout<> lookout;
     for (const Point2* pVtx : vVertices) {
+        lookout.look();
         const Triangle2* pT = pVtx->getIncidentTriangle();
         if (!pT || !pT->hasVertex(pVtx)) add("Vertex without incident triangle: ", *pVtx);
     }
@@ -118,6 +129,7 @@ void MeshCheck::checkHull() {
     std::vector<std::pair<Triangle2*, int>> vHullEdges;
     mesh_.getConvexHull(vHullEdges);
     size_t numOpenEdges = 0;
+    throwIfStopped();
     for (const Triangle2* pT : vTriangles_) {
         for (int i = 0; i < 3; ++i) numOpenEdges += pT->getOppositeTriangle(i) == nullptr;
     }

@@ -205,6 +205,8 @@ void Taro_2D::subscribe(MsgType type, MsgBase* pListener) { pDt2_->getProgress()
 
 void Taro_2D::unsubscribe(MsgType type, MsgBase* pListener) { pDt2_->getProgress().unsubscribe(type, pListener); }
 
+void Taro_2D::setCancelFlag(const std::atomic<bool>* pFlag) { pDt2_->getProgress().setCancelFlag(pFlag); }
+
 void reconstruct(const std::vector<Point2>&) { printReconstructNotice(); }
 void reconstruct(const std::vector<Point2>&, const std::string&) { printReconstructNotice(); }
 void reconstruct(const std::string&, const std::string&) { printReconstructNotice(); }

@@ -22,6 +22,7 @@
 #include "mesh/Dt2.h"
 #include "meshing/MeshEstimate.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
@@ -96,6 +97,7 @@ bool GridMesher::insertGridPoints(bool bChop) {
     getGridPoints(vGridPoints);
     size_t numVertices = vGridPoints.size();
     for (ConstraintSegment2* pCSeg : getZoneSegments()) {
+        lookout_.look();
         if (bChop && maySplit(pCSeg)) numVertices += getChops(pCSeg).size();
     }
     if (!mayInsert(static_cast<double>(numVertices), *pParams_)) return false;
@@ -201,7 +203,9 @@ void GridMesher::getGridPoints(std::vector<Point2>& vGridPoints) {
 void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<size_t, double>>& vCrossings) const {
     std::vector<Triangle2*> vTriangles;
     pZone_->getTriangles(vTriangles);
+    Lookout<> lookout;
     for (const Triangle2* pT : vTriangles) {
+        lookout.look();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             if (pN && sZone.contains(pN)) continue;
@@ -215,7 +219,7 @@ void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<siz
             }
         }
     }
-    std::sort(vCrossings.begin(), vCrossings.end());
+    std::sort(vCrossings.begin(), vCrossings.end(), lookingAt(std::less<>()));
 }
 
 /// Appends the grid points on a stripe of the first family between two ranks in the other family. Rounding of the ranks
@@ -225,6 +229,7 @@ void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, s
     const std::vector<Segment2>& vOthers = aFamilies_[1].vStripes;
     for (double rank = std::max(0.0, std::ceil(begin)); rank <= end && rank < static_cast<double>(vOthers.size());
          ++rank) {
+        lookout_.look();
         const Segment2& other = vOthers[static_cast<size_t>(rank)];
         Point2 point;
         Triangle2* pT = nullptr;
@@ -241,6 +246,7 @@ void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, s
 std::vector<Point2*> GridMesher::insertNew(const std::vector<Point2>& vGridPoints) {
     std::vector<Point2> vNew;
     for (const Point2& point : vGridPoints) {
+        lookout_.look();
         if (!pDt2_->getVertexPointer(point)) vNew.push_back(point);
     }
     std::vector<Point2*> vInserted;
@@ -254,6 +260,7 @@ std::vector<Point2*> GridMesher::insertNew(const std::vector<Point2>& vGridPoint
 
 void GridMesher::avoidShortEdges(std::vector<Point2*>& vInserted, double minLength) {
     const auto removeIfTooNear = [&](Point2* pVtx) {
+        lookout_.look();
         if (pDt2_->isConstraintVertex(pVtx)) return true;  // in use by a constraint now
         std::vector<Triangle2*> vAround;
         pDt2_->getIncidentTriangles(pVtx, vAround);
@@ -276,7 +283,9 @@ bool GridMesher::maySplit(ConstraintSegment2* pCSeg) const {
 }
 
 void GridMesher::dropNonZoneSegments(AddressSet& sZone, std::vector<ConstraintSegment2*>& vCSegs) const {
+    Lookout<> lookout;
     const auto isOutside = [&](const ConstraintSegment2* pCSeg) {
+        lookout.look();
         const Triangle2* pLeft = pDt2_->getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
         const Triangle2* pRight = pDt2_->getAdjacentTriangle(pCSeg->getTrg(), pCSeg->getSrc());
         return !(pLeft && sZone.contains(pLeft)) && !(pRight && sZone.contains(pRight));
@@ -290,11 +299,11 @@ std::vector<ConstraintSegment2*> GridMesher::getZoneSegments() const {
     pDt2_->getAliveConstraintSegments(vCSegs);
     AddressSet sZone = getZoneTriangles();
     dropNonZoneSegments(sZone, vCSegs);
-    std::sort(vCSegs.begin(), vCSegs.end(), [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
-        const auto [pSrcA, pTrgA] = getOrderedEnds(a);
-        const auto [pSrcB, pTrgB] = getOrderedEnds(b);
-        return *pSrcA == *pSrcB ? *pTrgA < *pTrgB : *pSrcA < *pSrcB;
-    });
+    std::sort(vCSegs.begin(), vCSegs.end(), lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) {
+                  const auto [pSrcA, pTrgA] = getOrderedEnds(a);
+                  const auto [pSrcB, pTrgB] = getOrderedEnds(b);
+                  return *pSrcA == *pSrcB ? *pTrgA < *pTrgB : *pSrcA < *pSrcB;
+              }));
     return vCSegs;
 }
 
@@ -339,6 +348,7 @@ void GridMesher::chopConstraints() {
 /// one long edge beside all remaining vertices, and each split would change the fan of all of them.
 void GridMesher::chopSegment(Point2* pFrom, Point2* pTo, const Point2* begin, const Point2* end) {
     if (begin == end) return;
+    lookout_.look();
     const Point2* middle = begin + (end - begin) / 2;
     ConstraintSegment2* pCSeg = pDt2_->getAliveConstraintSegment(pFrom, pTo);
     Point2* pSplit = pCSeg ? pCSeg->insertAndSplit(*middle) : nullptr;

@@ -7,6 +7,7 @@
 
 #include "kernel/flatSets.h"
 #include "meshing/VertexHeights.h"
+#include "support/stopping.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Vector2.h"
@@ -77,6 +78,7 @@ class GridMesher {
     Dt2* pDt2_;
     double gridLength_;
     VertexHeights heights_;
+    Lookout<16> lookout_;
     std::array<Family, 2> aFamilies_;  // along the grid vector, and orthogonal to it
 };
 

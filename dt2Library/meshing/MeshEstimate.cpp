@@ -23,6 +23,7 @@
 #include "meshing/GridMesher.h"
 #include "meshing/RefCand3.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/freeFunctions.h"
@@ -42,8 +43,11 @@ double getPlanarArea(const Triangle2* pT) {
 /// Whether the growth limit will spread refinement from neighbour to neighbour once any triangle is refined.
 bool isCascading(Dt2* pDt2, MeshGenParams* pParams, const std::vector<Triangle2*>& vZone) {
     if (!(pParams->growthFactor > 0.0 && pParams->growthFactor <= MAX_CASCADING_GROWTH)) return false;
-    return std::any_of(vZone.begin(), vZone.end(),
-                       [&](Triangle2* pT) { return RefCand3(pDt2, pT).missesLimit(pParams); });
+    Lookout<> lookout;
+    return std::any_of(vZone.begin(), vZone.end(), [&](Triangle2* pT) {
+        lookout.look();
+        return RefCand3(pDt2, pT).missesLimit(pParams);
+    });
 }
 
 size_t getMaxNumVertices(const MeshGenParams& params) {
@@ -77,7 +81,9 @@ double estimateNewVertices(Dt2* pDt2, MeshGenParams* pParams, const std::vector<
     // If limits depend on the place, the largest ones count, so that the estimate stays a lower bound: a few large
     // triangles do not tell how large the area of the smaller limits is.
     double area = 0.0, maxLength = 0.0, maxArea = 0.0;
+    Lookout<> lookout;
     for (Triangle2* pT : vZone) {
+        lookout.look();
         area += getPlanarArea(pT);
         maxLength = std::max(maxLength, usableLimit(pParams->getMaxEdgeLength(pT)));
         maxArea = std::max(maxArea, usableLimit(pParams->getMaxTriangleArea(pT)));

@@ -26,6 +26,7 @@
 #include <set>
 #include <string>
 
+#include "constraints/ConstraintMgr.h"
 #include "kernel/flatSets.h"
 #include "kernel/links.h"
 #include "kernel/tolerances.h"
@@ -38,6 +39,7 @@
 #include "meshing/RefinementContext.h"
 #include "meshing/splitPoint.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/MeshGenParams.h"
@@ -73,33 +75,38 @@ class RunScope {
 /// served so far is reported. The first pass does nearly all the work, so each pass counts for nine tenths of the rest.
 class RefinementProgress {
   public:
-    explicit RefinementProgress(Progress& progress) : progress_(progress) {}
+    explicit RefinementProgress(Progress& progress) : progress_(progress), end_(progress) {
+        progress.start("Mesh refinement", NUM_STEPS);
+    }
 
     void served(const CandidateQueue& queue) {
         constexpr size_t STRIDE = 256;
         if (++numServed_ % STRIDE != 0) return;
         const double share = static_cast<double>(numServed_) / static_cast<double>(numServed_ + queue.size());
-        report(passBegin_ + PASS_SHARE * (1.0 - passBegin_) * share, MIN_STEP);
+        report(passBegin_ + PASS_SHARE * (1.0 - passBegin_) * share);
     }
     void passDone() {
         passBegin_ += PASS_SHARE * (1.0 - passBegin_);
         numServed_ = 0;
-        report(passBegin_, MIN_STEP);
+        report(passBegin_);
     }
-    void done() { report(1.0, 0.0); }
+    void done() { progress_.finish(); }
 
   private:
-    static constexpr double PASS_SHARE = 0.9, MIN_STEP = 0.01;
+    static constexpr double PASS_SHARE = 0.9;
+    static constexpr size_t NUM_STEPS = 10000;
 
-    void report(double value, double minStep) {
-        if (value < lastReported_ + minStep) return;
-        lastReported_ = value;
-        progress_.broadcast(MT_PROGRESS, "Mesh refinement", value);
+    void report(double share) {
+        const size_t numDone = static_cast<size_t>(share * static_cast<double>(NUM_STEPS));
+        if (numDone <= numReported_) return;
+        progress_.incProgress(numDone - numReported_);
+        numReported_ = numDone;
     }
 
     Progress& progress_;
-    size_t numServed_ = 0;
-    double passBegin_ = 0.0, lastReported_ = 0.0;
+    ProgressEnd end_;
+    size_t numServed_ = 0, numReported_ = 0;
+    double passBegin_ = 0.0;
 };
 
 /// Whether all lengths can be squared, from the extent of the zone down to a few units in the last place of the
@@ -182,6 +189,8 @@ Refiner::Refiner(Dt2& mesh, MeshGenParams& params)
     : mesh_(mesh), params_(params), context_(getRefinementContext(&mesh)), heights_(params), queue_(context_, params) {}
 
 void Refiner::refineMain3() {
+    const ConstraintMgr* pManager = mesh_.findSlot<ConstraintMgr>();
+    if (pManager && pManager->isUnfinished()) mesh_.applyConstraintsAndZones();  // or the zone would have gaps
     const RunScope runScope(context_, params_.pHeightGuide);
     std::vector<Triangle2*> vTriangles;
     if (!isAffordable(vTriangles)) return;
@@ -214,6 +223,7 @@ bool Refiner::runPasses(const VertexBudget& budget) {
         bChanged = false;
         getInitialRefineCandidates();
         while (!queue_.empty() && !bStopped) {
+            lookout_.look();
             RefCand3* pRC = queue_.extractFirst();
             if (pRC->isAlive()) {
                 pRC->init();
@@ -252,8 +262,10 @@ void Refiner::getInitialRefineCandidates() {
     std::vector<Triangle2*> vTriangles;
     params_.pZone->getTriangles(vTriangles);
     AddressSet sZone = toSet(vTriangles);
+    Lookout<> lookout;
     // In the order of creation, which does not depend on addresses and is sequential in memory.
     mesh_.forEachTriangle([&](Triangle2* pT) {
+        lookout.look();
         if (sZone.contains(pT)) addRefCand3(pT);
     });
 }
@@ -292,6 +304,7 @@ void Refiner::insertCircumcenter(RefCand3* pRC) {
     VertexVault& vault = mesh_.getVertexVault();
     Point2* pVertex = vault.createRegisteredVertex(Point2(x, y, heights_.get(x, y, pT)));
     insertVertexForRefinement(pVertex, pT, pRC->getEdgeOfSteiner());
+    const NoStopScope noStop;
     vault.sortIV(VertexVault::SM_IF_DUE);
     mesh_.getInnerVtxMgr().addVtx(pVertex);
 }

@@ -5,6 +5,7 @@
 
 #include "meshing/CandidateQueue.h"
 #include "meshing/VertexHeights.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -52,6 +53,7 @@ class Refiner {
     MeshGenParams& params_;
     RefinementContext& context_;
     VertexHeights heights_;
+    Lookout<16> lookout_;
     CandidateQueue queue_;  // smallest angle first
     std::vector<ConstraintGraph2*> vZoneGraphs_;
     size_t numGridHeightsMissing_ = 0;

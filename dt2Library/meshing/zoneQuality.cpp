@@ -19,6 +19,7 @@
 #include "meshing/Refiner.h"
 #include "meshing/splitPoint.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Zone2.h"
 #include "zones/ZoneMgr.h"
@@ -97,7 +98,9 @@ bool checkZoneQuality(Dt2& mesh, Zone2* pZone, double minAngleDegree, const std:
     pZone->getTriangles(vTriangles);
     context.zoneMagnitude = getLargestCoordinate(vTriangles);
     double smallestAngle = 180.0;
+    Lookout<> lookout;
     for (Triangle2* pT : vTriangles) {
+        lookout.look();
         RefCand3 candidate(context, pT);
         candidate.init();
         candidate.computeMinMax();

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "support/stopping.h"
+
 #include "taro25d/TaroCancelled.h"
 
 namespace LUMO_TARO25D {
@@ -16,6 +18,12 @@ Progress::Progress(Progress& first, Progress* pSecond) : pCancelFlag_(first.pCan
 bool Progress::hasListeners(MsgType type) const {
     return mListeners_.count(type) > 0 || std::any_of(vListenersOf_.begin(), vListenersOf_.end(),
                                                       [type](const auto* p) { return p->hasListeners(type); });
+}
+
+void Progress::takeClients(const Progress& other) {
+    mListeners_ = other.mListeners_;
+    pCancelFlag_ = other.pCancelFlag_;
+    setEnabled(other.bEnabled_);
 }
 
 void Progress::subscribe(MsgType type, MsgBase* pListener) {
@@ -38,7 +46,7 @@ bool Progress::isSubscribed(MsgType type, const MsgBase* pListener) const {
 
 void Progress::stop() const {
     throwKeptException();
-    if (isSet(pCancelFlag_) || isSet(pSecondFlag_)) throw TaroCancelled();
+    if (isCancelled()) throw TaroCancelled();
 }
 
 void Progress::broadcast(MsgType type, const std::string& message, double value) {
@@ -62,7 +70,13 @@ void Progress::start(const std::string& name, size_t total, size_t step) {
     step_ = step > 0 ? step : std::max<size_t>(1, total / 100);
     nextReport_ = step_;
     numDone_ = 0;
+    lastReport_ = Clock::now();
     updateActive();
+}
+
+void Progress::look() {
+    const bool bOpen = isActive() && nextReport_ != NEVER && !bReporting_;
+    if (bOpen && Clock::now() - lastReport_ >= MAX_SILENCE) sendUpdate();
 }
 
 void Progress::setEnabled(bool bEnabled) {
@@ -76,13 +90,16 @@ void Progress::sendUpdate() {
     const size_t numDone = numDone_;
     const bool bComplete = numDone >= total_;
     nextReport_ = bComplete ? NEVER : (numDone / step_ + 1) * step_;
+    bReporting_ = true;
     broadcast(MT_PROGRESS, name_, bComplete ? 1.0 : static_cast<double>(numDone) / static_cast<double>(total_));
+    bReporting_ = false;
+    lastReport_ = Clock::now();
 }
 
 void Progress::finish() {
     if (isActive() && nextReport_ != NEVER) broadcast(MT_PROGRESS, name_, 1.0);
     reset();
-    throwKeptException();
+    if (mayStop()) throwKeptException();
 }
 
 }  // namespace LUMO_TARO25D

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <limits>
 #include <map>
@@ -29,12 +30,17 @@ class Progress : public MessageSink {
     void subscribe(MsgType type, MsgBase* pListener);
     void unsubscribe(MsgType type, MsgBase* pListener);
     bool hasListeners(MsgType type) const;
+    /// Takes over the listeners and the flag of another object.
+    void takeClients(const Progress& other);
 
     /// Calls every listener of the type, in the order of subscription. A listener may subscribe and unsubscribe, itself
     /// included, while it is called. Its exception is kept for throwIfStopped.
     void broadcast(MsgType type, const std::string& message, double value);
     /// Hands a text of the warning or error channel to the listeners of MT_WARNING.
     void receive(const std::string& message) override { broadcast(MT_WARNING, message, 0.0); }
+    /// Reports again if the last report is long ago.
+    void look() override;
+    bool isCancelled() const override { return isSet(pCancelFlag_) || isSet(pSecondFlag_); }
 
     /// Announces an operation of `total` steps. It reports every `step` steps; 0 means a hundredth of the total, at
     /// least 1.
@@ -47,11 +53,10 @@ class Progress : public MessageSink {
     /// Sets the flag (not owned) by which the client ends a long operation; null for none.
     void setCancelFlag(const std::atomic<bool>* pFlag) { pCancelFlag_ = pFlag; }
     const std::atomic<bool>* getCancelFlag() const { return pCancelFlag_; }
-    /// Throws TaroCancelled if the client has set the flag, or the exception of a listener or of the handler of messages
-    /// that was kept. Called where an operation may end, at least every 50 ms; costs a few instructions. Any thread may
+    /// The look of an operation whose progress this is without being that of the running call (stopping.h). Any thread may
     /// call it.
     void throwIfStopped() const {
-        if (isSet(pCancelFlag_) || isSet(pSecondFlag_) || mayHaveKeptException()) stop();
+        if (isCancelled() || mayHaveKeptException()) stop();
     }
 
     /// True while counting has an effect: there are listeners, an operation is announced and progress is not disabled.
@@ -82,7 +87,10 @@ class Progress : public MessageSink {
     void updateActive();
     void sendUpdate();
 
+    using Clock = std::chrono::steady_clock;
     static constexpr size_t NEVER = std::numeric_limits<size_t>::max();
+    /// With the 50 ms that may pass between two looks, a sign of life every 100 ms.
+    static constexpr std::chrono::milliseconds MAX_SILENCE{50};
 
     const std::atomic<bool>* pCancelFlag_ = nullptr;
     const std::atomic<bool>* pSecondFlag_ = nullptr;
@@ -93,6 +101,8 @@ class Progress : public MessageSink {
     size_t step_ = 1;
     size_t nextReport_ = NEVER;  // NEVER once 1.0 was sent
     bool bEnabled_ = true;
+    Clock::time_point lastReport_;
+    bool bReporting_ = false;  // a listener may call something that looks
     std::atomic<bool> bActive_{false};
     std::atomic<size_t> numDone_{0};
 };

@@ -26,7 +26,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-thread_local MessageSink* pCurrentSink = nullptr;
+thread_local const MessageScope* pCurrentScope = nullptr;
 thread_local bool bQuiet = false;
 
 // Recursive: a handler may call the library, which may emit a message.
@@ -66,7 +66,7 @@ void giveOut(MsgLevel level, const std::string& location, const std::string& mes
         // One write for the whole line, so that lines of two threads do not mix.
         std::cout << color + "      [Taro2D-Message] " + location + kind + message + "\033[m\n" << std::flush;
     }
-    if (pCurrentSink) pCurrentSink->receive(message);
+    if (pCurrentScope && pCurrentScope->getSink()) pCurrentScope->getSink()->receive(message);
 }
 
 /// A text without colours and without line ends around it.
@@ -91,8 +91,10 @@ std::string sourceName(const std::string& file) {
 
 }  // namespace
 
-MessageScope::MessageScope(MessageSink* pSink) : pPrevious_(pCurrentSink) { pCurrentSink = pSink; }
-MessageScope::~MessageScope() { pCurrentSink = pPrevious_; }
+MessageScope::MessageScope(MessageSink* pSink) : pSink_(pSink), pPrevious_(pCurrentScope) { pCurrentScope = this; }
+MessageScope::~MessageScope() { pCurrentScope = pPrevious_; }
+
+const MessageScope* getCurrentScope() { return pCurrentScope; }
 
 QuietScope::QuietScope(bool bVerbose) : bPrevious_(bQuiet) { bQuiet = bQuiet || !bVerbose; }
 QuietScope::~QuietScope() { bQuiet = bPrevious_; }

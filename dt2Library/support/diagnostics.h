@@ -8,14 +8,21 @@
 
 namespace LUMO_TARO25D {
 
-/// Receives a copy of each text of the error and warning channels of one thread (see MessageScope).
+/// The connection between an object of the library and its client during a call: texts go to the client, and its wish to
+/// cancel comes from there (see MessageScope).
 class MessageSink {
   public:
     virtual ~MessageSink() = default;
+    /// Receives a copy of what the error and warning channels print.
     virtual void receive(const std::string& message) = 0;
+    /// Called at every look of the calling thread (throwIfStopped): time to tell that the call is still going on.
+    virtual void look() {}
+    /// Whether the client wants the call to end. Any thread may ask.
+    virtual bool isCancelled() const { return false; }
 };
 
-/// For its lifetime, hands the texts of this thread's error and warning channels to a sink as well. Nests.
+/// One call of a client on this thread. For its lifetime, the texts of the error and warning channels go to a sink as well,
+/// and the call ends when the sink is cancelled. Nests: texts go to the innermost sink, and any of them can end the call.
 class MessageScope {
   public:
     explicit MessageScope(MessageSink* pSink);
@@ -23,9 +30,16 @@ class MessageScope {
     MessageScope(const MessageScope&) = delete;
     MessageScope& operator=(const MessageScope&) = delete;
 
+    MessageSink* getSink() const { return pSink_; }
+    const MessageScope* getPrevious() const { return pPrevious_; }
+
   private:
-    MessageSink* pPrevious_;
+    MessageSink* pSink_;
+    const MessageScope* pPrevious_;
 };
+
+/// The innermost scope of this thread; null outside of calls.
+const MessageScope* getCurrentScope();
 
 /// For its lifetime, unless it is told to be verbose, drops the warnings of this thread, at whatever depth they arise.
 /// Nests: a verbose scope inside a quiet one stays quiet.

@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/stopping.h"
+
 namespace LUMO_TARO25D {
 
 namespace {
@@ -17,6 +19,10 @@ class Crew {
   public:
     explicit Crew(int numRunning) : numRunning_(numRunning) {}
 
+    void workAsThread(const std::function<void(int)>& f, int threadIdx) {
+        const WorkerScope scope(call_);
+        work(f, threadIdx);
+    }
     void work(const std::function<void(int)>& f, int threadIdx) {
         keepException([&] { f(threadIdx); });
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -26,13 +32,12 @@ class Crew {
     void wait(const std::function<void()>& onWait) {
         std::unique_lock<std::mutex> lock(mutex_);
         while (numRunning_ > 0) {
-            if (!onWait) {
-                allDone_.wait(lock);
-                continue;
-            }
             allDone_.wait_for(lock, std::chrono::milliseconds(1));
             lock.unlock();
-            keepException(onWait);
+            keepException([&] {
+                if (onWait) onWait();
+                throwIfStopped();
+            });
             lock.lock();
         }
     }
@@ -47,9 +52,11 @@ class Crew {
         } catch (...) {
             const std::lock_guard<std::mutex> lock(mutex_);
             if (!pFirstException_) pFirstException_ = std::current_exception();
+            call_.stop();
         }
     }
 
+    CallOfWorkers call_;
     std::mutex mutex_;
     std::condition_variable allDone_;
     int numRunning_;
@@ -68,7 +75,7 @@ void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::
     vThreads.reserve(static_cast<size_t>(numThreads));
     for (int i = 0; i < numThreads; ++i) {
         try {
-            vThreads.emplace_back([&crew, &f, i] { crew.work(f, i); });
+            vThreads.emplace_back([&crew, &f, i] { crew.workAsThread(f, i); });
         } catch (...) {
             crew.work(f, i);  // the system has no more threads: the calling thread does the work
         }
@@ -89,7 +96,8 @@ void parallelFor(int numThreads, size_t n, const std::function<void(size_t, size
     const size_t num = numParallelParts(numThreads, n, minPerThread);
     runOnThreads(static_cast<int>(num), [&](int threadIdx) {
         const size_t t = static_cast<size_t>(threadIdx);
-        f(n / num * t + n % num * t / num, n / num * (t + 1) + n % num * (t + 1) / num, threadIdx);
+        const size_t begin = n / num * t + n % num * t / num, end = n / num * (t + 1) + n % num * (t + 1) / num;
+        forEachBlock(begin, end, [&](size_t first, size_t last) { f(first, last, threadIdx); });
     });
 }
 

@@ -24,6 +24,7 @@
 #include "kernel/tools.h"
 #include "support/diagnostics.h"
 #include "support/parallel.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -52,7 +53,7 @@ size_t VertexVault::enlargeBoxForBulk(const PointSource& source) {
     std::vector<Bbox2> vBoxes(numParts);
     std::vector<size_t> vNumRefused(numParts, 0);
     parallelFor(numThreads_, source.size(), [&](size_t begin, size_t end, int part) {
-        Bbox2 box;
+        Bbox2 box = vBoxes[static_cast<size_t>(part)];
         size_t numRefused = 0;
         for (size_t i = begin; i < end; ++i) {
             const Point2 point = source[i];
@@ -63,7 +64,7 @@ size_t VertexVault::enlargeBoxForBulk(const PointSource& source) {
             }
         }
         vBoxes[static_cast<size_t>(part)] = box;
-        vNumRefused[static_cast<size_t>(part)] = numRefused;
+        vNumRefused[static_cast<size_t>(part)] += numRefused;
     });
     Bbox2 box;
     for (const Bbox2& partBox : vBoxes) {
@@ -94,7 +95,7 @@ CurveFrame::Sample VertexVault::takeSample(const PointSource* pComing) const {
 void VertexVault::reconfiguration(const PointSource* pComing) {
     frame_.layCurve(takeSample(pComing));
     if (vItems_.empty()) return;
-    recomputeKeys();
+    bKeysOutdated_ = true;
     sortIV(SM_ALWAYS);
 }
 
@@ -169,7 +170,9 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
     const LargeVector<KeyedIndex> vKeyed = orderPoints(source);
     if (bSearch) {
         Point2* pLast = nullptr;
+        Lookout<> lookout;
         for (const KeyedIndex& entry : vKeyed) {
+            lookout.look();
             const Point2 point = source[entry.index];
             if (!pLast || *pLast != point) {
                 const int numBefore = numItems_;
@@ -183,10 +186,7 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
     } else {
         iReset_vector_mt(source, vKeyed, aHandles);
     }
-    if (!bFirst) return;
-    numSorted_ = vItems_.size();
-    resortLimit_ = INT_MAX;
-    rebuildIndex();
+    if (bFirst) rebuildIndex();
 }
 
 Point2* VertexVault::findStoredOrCreate(unsigned key, const Point2& point) {
@@ -208,7 +208,7 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
     parallelFor(numThreads_, n, [&](size_t begin, size_t end, int part) {
         size_t count = 0;
         for (size_t i = begin; i < end; ++i) count += !isDuplicate(i);
-        vNumBefore[static_cast<size_t>(part) + 1] = count;
+        vNumBefore[static_cast<size_t>(part) + 1] += count;
     });
     std::partial_sum(vNumBefore.begin(), vNumBefore.end(), vNumBefore.begin());
     const size_t numNew = vNumBefore.back(), numOld = vItems_.size();
@@ -219,7 +219,7 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
     reserveMore(vItems_, numNew);
     vItems_.resize(numOld + numNew);
     numItems_ += static_cast<int>(numNew);
-    parallelFor(numThreads_, n, [&](size_t begin, size_t end, int part) {
+    const auto createBlock = [&](size_t begin, size_t end, int part) {
         size_t k = vNumBefore[static_cast<size_t>(part)];  // vertices so far
         for (size_t i = begin; i < end; ++i) {
             if (i + PREFETCH_DISTANCE < n) {
@@ -234,7 +234,20 @@ void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<
             }
             if (aHandles) aHandles[vKeyed[i].index] = vertices[k - 1];
         }
-    });
+        vNumBefore[static_cast<size_t>(part)] = k;
+    };
+    try {
+        parallelFor(numThreads_, n, createBlock);
+    } catch (...) {
+        vItems_.resize(numOld);
+        numItems_ -= static_cast<int>(numNew);
+        for (size_t k = 0; k < numNew; ++k) {
+            recycleVertex(vertices[k]);
+            recycle(items[k]);
+        }
+        if (aHandles) std::fill_n(aHandles, source.size(), nullptr);
+        throw;
+    }
     if (numNew == n || heightBook_.isPaused()) return;
     for (size_t i = 0, k = 0; i < n; ++i) {
         if (isDuplicate(i)) {
@@ -263,20 +276,17 @@ bool VertexVault::isSortDue() const {
 
 void VertexVault::sortIV(SortMode mode) {
     if (mode != SM_ALWAYS && !isSortDue()) return;
-    if (frame_.refreshCurve(takeSample(nullptr))) recomputeKeys();
+    bKeysOutdated_ = frame_.refreshCurve(takeSample(nullptr)) || bKeysOutdated_;
+    numSorted_ = 0;
+    if (bKeysOutdated_) recomputeKeys();
     numRemovedSinceSort_ = 0;
     LargeVector<KeyedIndex> vKeyed;
     vKeyed.reserve(vItems_.size());
     for (size_t i = 0; i < vItems_.size(); ++i) {
-        if (vItems_[i]->active) {
-            vKeyed.push_back({vItems_[i]->idx, static_cast<std::uint32_t>(i)});
-        } else {
-            recycle(vItems_[i]);
-        }
+        if (vItems_[i]->active) vKeyed.push_back({vItems_[i]->idx, static_cast<std::uint32_t>(i)});
     }
+    throwIfStopped();
     mtSort(vKeyed);
-    numSorted_ = vItems_.size();
-    resortLimit_ = INT_MAX;  // from now on only growth and removals make a sort due
     rebuildIndex();
 }
 
@@ -284,6 +294,10 @@ void VertexVault::mtSort(LargeVector<KeyedIndex>& vKeyed) {
     const auto pointAt = [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; };
     KeyOrder(pointAt, numThreads_).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
     LargeVector<IdxVtxAct*> vSorted(vKeyed.size());
+    const NoStopScope noStop;
+    for (IdxVtxAct* pItem : vItems_) {
+        if (!pItem->active) recycle(pItem);
+    }
     parallelFor(numThreads_, vKeyed.size(), [&](size_t begin, size_t end, int) {
         for (size_t i = begin; i < end; ++i) {
             vSorted[i] = vItems_[vKeyed[i].index];
@@ -297,8 +311,10 @@ void VertexVault::mtSort(LargeVector<KeyedIndex>& vKeyed) {
 
 void VertexVault::rebuildIndex() {
     keyIndex_.build(
-        0, numSorted_, [&](size_t i) { return vItems_[i]->idx; },
+        0, vItems_.size(), [&](size_t i) { return vItems_[i]->idx; },
         [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; }, numThreads_);
+    numSorted_ = vItems_.size();
+    resortLimit_ = INT_MAX;  // from now on only growth and removals make a sort due
 }
 
 void VertexVault::recomputeKeys() {
@@ -308,6 +324,7 @@ void VertexVault::recomputeKeys() {
             if (vItems_[i]->active) vItems_[i]->idx = curve.iReset(vItems_[i]->vtx->x(), vItems_[i]->vtx->y());
         }
     });
+    bKeysOutdated_ = false;
 }
 
 }  // namespace LUMO_TARO25D

@@ -224,6 +224,7 @@ class VertexVault {
     SimplePool<IdxVtxAct> itemPool_;
     std::vector<IdxVtxAct*> vRecycledItems_;
     KeyIndex keyIndex_;
+    bool bKeysOutdated_ = false;  // some are of a curve before the last
     size_t numSorted_ = 0;
 
     HeightBook heightBook_;

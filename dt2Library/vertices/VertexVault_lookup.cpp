@@ -22,6 +22,7 @@ namespace LUMO_TARO25D {
 // Look-up
 
 size_t VertexVault::getIdxOfPoint(const Point2& p) const {
+    if (numSorted_ == 0) return NOT_FOUND;
     const unsigned key = frame_.getKey(p);
     const auto range = keyIndex_.find(key, p.x(), p.y());
     for (size_t i = range.first; i < range.second; ++i) {
@@ -51,6 +52,7 @@ Triangle2* VertexVault::triangleAt(size_t position) const {
 }
 
 Triangle2* VertexVault::getCloseTriangle(const Point2& place) const {
+    if (numSorted_ == 0) return getOneValidTriangle();
     const unsigned idx = frame_.getKey(place);
     size_t middle = keyIndex_.find(idx, place.x(), place.y()).first;
     // The previous item may be nearer along the curve.

@@ -14,6 +14,7 @@
 #include "kernel/flatSets.h"
 #include "kernel/links.h"
 #include "kernel/triangleLists.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -33,7 +34,9 @@ Edge2 getNextBorderEdge(const Edge2& edge, AddressSet& sInside) {
 
 void appendBorderEdges(const std::vector<Triangle2*>& vTriangles, AddressSet& sInside,
                        std::vector<Edge2>& vBorderEdges) {
+    Lookout<> lookout;
     for (Triangle2* pT : vTriangles) {
+        lookout.look();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN || !sInside.contains(pN)) vBorderEdges.emplace_back(pT, i);
@@ -58,7 +61,9 @@ std::vector<Triangle2*> growDisc(Triangle2* pFirst, const IsFreeT& isFree, Addre
         }
         return vDisc.empty() || numShared == 2 || (numShared == 1 && !sCorners.contains(pT->getCorner(iShared)));
     };
+    Lookout<> lookout;
     while (!vStack.empty()) {
+        lookout.look();
         Triangle2* pT = vStack.back();
         vStack.pop_back();
         if (sTaken.contains(pT) || !fits(pT)) continue;
@@ -79,10 +84,12 @@ std::vector<Triangle2*> growDisc(Triangle2* pFirst, const IsFreeT& isFree, Addre
 void ConnectedComponent::sortBorders() {
     vRings_.clear();
     AddressSet sInside = toSet(vTriangles_), aUsed[3];
+    Lookout<> lookout;
     for (const Edge2& first : vBorderEdges_) {
         Ring ring;
         for (Edge2 edge = first; aUsed[edge.getIndex()].insert(edge.getTriangle());
              edge = getNextBorderEdge(edge, sInside)) {
+            lookout.look();
             ring.push_back(edge);
         }
         if (!ring.empty()) vRings_.push_back(std::move(ring));
@@ -114,7 +121,9 @@ void peelBorder(std::vector<Triangle2*>& vTriangles, const std::function<bool(Tr
     for (const Edge2& edge : vBorderEdges) {
         if (sAsked.insert(edge.getTriangle())) vAtBorder.push_back(edge.getTriangle());
     }
+    Lookout<> lookout;
     for (size_t k = 0; k < vAtBorder.size(); ++k) {
+        lookout.look();
         if (!isToGo(vAtBorder[k])) continue;
         sPeeled.insert(vAtBorder[k]);
         for (int i = 0; i < 3; ++i) {
@@ -128,7 +137,9 @@ void peelBorder(std::vector<Triangle2*>& vTriangles, const std::function<bool(Tr
 
 void getConnectedComponents(const std::vector<Triangle2*>& vTriangles, std::vector<ConnectedComponent>& vComponents) {
     AddressSet sInside = toSet(vTriangles), sVisited;
+    Lookout<> lookout;
     for (Triangle2* pFirst : vTriangles) {
+        lookout.look();
         if (!sVisited.insert(pFirst)) continue;
         std::vector<Triangle2*> vReached{pFirst};
         spread(vReached, 0, sVisited,

@@ -69,8 +69,7 @@ Zone2* CookieCutter::cutOutZone(const std::vector<Segment2>& vSegments, bool bVe
     }
     std::vector<Segment2> vSides;
     for (size_t k = 0; k < vCorners.size(); ++k) vSides.emplace_back(vCorners[k], vCorners[(k + 1) % vCorners.size()]);
-    cutter_.cutSegments(vSides);
-    cutter_.fixEdges(true);
+    cutter_.cut(vSides, true);
     std::vector<Triangle2*> vInside;
     if (!getInside(vInside) &&
         isInsidePolygon(vSides, mesh_.getOneValidTriangle()->getBarycenter(), mesh_.getGeomTest())) {

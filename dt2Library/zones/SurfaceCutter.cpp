@@ -36,6 +36,7 @@
 #include "mesh/hullPatch.h"
 #include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -98,7 +99,10 @@ Point2* SurfaceCutter::insertAt(Triangle2* pT, int i, const Point2& point) {
         mesh_.splitHullEdge(pVtx, pT, i);
     }
     mesh_.forgetFlips();  // flipDiagonals is called later, when the roles of the new edges are known
-    mesh_.getVertexVault().sortIV(VertexVault::SM_IF_DUE);
+    {
+        const NoStopScope noStop;  // the new edges are not known yet
+        mesh_.getVertexVault().sortIV(VertexVault::SM_IF_DUE);
+    }
     touch(pVtx);
     std::vector<Point2*> vNeighbours;
     mesh_.getIncidentVertices(pVtx, vNeighbours);
@@ -228,6 +232,7 @@ void SurfaceCutter::flipDiagonals(Point2* pVtx) {
 void SurfaceCutter::cutTowards(Point2* pVtx, Point2* pTrg) {
     double nearest = distance2D(*pVtx, *pTrg);
     for (size_t numStepsBack = 0; pVtx != pTrg && numStepsBack < MAX_STEPS_BACK;) {
+        lookout_.look();
         Triangle2* pT = nullptr;
         int i = 0;
         Point2* pNext = leaveTowardsVertex(mesh_.getGeomTest(), pVtx, pTrg, pT, i);
@@ -247,11 +252,13 @@ void SurfaceCutter::cutTowards(Point2* pVtx, Point2* pTrg) {
 void SurfaceCutter::cutSegments(const std::vector<Segment2>& vSegments) {
     for (const Segment2& segment : vSegments) {
         for (const Point2& end : {segment.getSrc(), segment.getTrg()}) {
+            lookout_.look();
             mesh_.getGeomTest().setStaticBound(mesh_.getMagnitudeWith(end));
             if (Point2* pVtx = insert(end)) flipDiagonals(pVtx);
         }
     }
     for (const Segment2& segment : vSegments) {
+        lookout_.look();
         Point2 *pSrc = insert(segment.getSrc()), *pTrg = insert(segment.getTrg());
         bOutside_ = bOutside_ || !pSrc || !pTrg;
         if (!pSrc) pSrc = enter(segment.getSrc(), segment.getTrg());
@@ -268,12 +275,27 @@ void SurfaceCutter::cutSegments(const std::vector<Segment2>& vSegments) {
 void SurfaceCutter::getChangedTriangles(std::vector<Triangle2*>& vTriangles) const {
     AddressSet sSeen;
     std::vector<Triangle2*> vIncidentT;
+    Lookout<> lookout;
     for (Point2* pVtx : vTouched_) {
+        lookout.look();
         vIncidentT.clear();
         mesh_.getIncidentTriangles(pVtx, vIncidentT);
         for (Triangle2* pT : vIncidentT) {
             if (sSeen.insert(pT)) vTriangles.push_back(pT);
         }
+    }
+}
+
+void SurfaceCutter::cut(const std::vector<Segment2>& vSegments, bool bPieces) {
+    try {
+        cutSegments(vSegments);
+        fixEdges(bPieces);
+    } catch (...) {
+        // Creases that are neither Delaunay nor constraints must not stay.
+        const NoStopScope noStop;
+        mesh_.forgetFlips();
+        fixEdges(bPieces);
+        throw;
     }
 }
 
@@ -310,8 +332,7 @@ void cutTriangles(Dt2& mesh, const std::vector<Segment2>& vSegments, bool bConst
         return;
     }
     SurfaceCutter cutter(mesh);
-    cutter.cutSegments(vSegments);
-    cutter.fixEdges(bConstraints);
+    cutter.cut(vSegments, bConstraints);
 }
 
 }  // namespace LUMO_TARO25D

@@ -5,6 +5,7 @@
 
 #include "kernel/flatSets.h"
 #include "mesh/Dt2.h"
+#include "support/stopping.h"
 #include "taro25d/Edge2.h"
 #include "taro25d/Segment2.h"
 #include "taro25d/Vector2.h"
@@ -20,11 +21,9 @@ class SurfaceCutter {
 
     explicit SurfaceCutter(Dt2& mesh) : mesh_(mesh) {}
 
-    /// Cuts along the parts of finite segments that are on the surface; the mesh must have triangles. New edges inside
-    /// former triangles are Delaunay afterwards; others may not be until fixEdges.
-    void cutSegments(const std::vector<Segment2>& vSegments);
-    /// Makes constraints of the edges that are not Delaunay and, with bPieces, of all pieces.
-    void fixEdges(bool bPieces);
+    /// Cuts along the parts of finite segments that are on the surface; the mesh must have triangles. Edges that are not
+    /// Delaunay become constraints, and with bPieces all pieces do, also of what was cut before an exception.
+    void cut(const std::vector<Segment2>& vSegments, bool bPieces);
 
     /// Whether an end of a segment is outside the hull.
     bool hasLeftHull() const { return bOutside_; }
@@ -32,6 +31,9 @@ class SurfaceCutter {
     const CutEdges& getEdges() const { return edges_; }
 
   private:
+    /// Edges inside what was one triangle are Delaunay afterwards; others may not be until fixEdges.
+    void cutSegments(const std::vector<Segment2>& vSegments);
+    void fixEdges(bool bPieces);
     void bendEdgesTo(Point2* pVtx);
     Point2* insertAt(Triangle2* pT, int i, const Point2& point);
     Point2* insert(const Point2& place);
@@ -50,6 +52,7 @@ class SurfaceCutter {
     void getChangedTriangles(std::vector<Triangle2*>& vTriangles) const;
 
     Dt2& mesh_;
+    Lookout<16> lookout_;
     CutEdges edges_;
     bool bOutside_ = false;
     std::vector<OpenEnd> vOpenEnds_;

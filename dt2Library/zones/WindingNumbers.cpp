@@ -18,6 +18,7 @@
 #include <functional>
 
 #include "kernel/links.h"
+#include "support/stopping.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 
 namespace LUMO_TARO25D {
@@ -59,7 +60,11 @@ WindingNumbers::WindingNumbers(const std::vector<DirectedEdge>& vPieces) {
     vPieces_.reserve(vPieces.size());
     pieces_.reserve(vPieces.size());
     states_.reserve(vPieces.size());
-    for (const DirectedEdge& piece : vPieces) notePass(piece);
+    Lookout<> lookout;
+    for (const DirectedEdge& piece : vPieces) {
+        lookout.look();
+        notePass(piece);
+    }
     std::vector<const Point2*> vVertices;  // of closed rings, at each of which a piece begins
     for (const auto& [pSrc, pTrg] : vPieces) {
         if (states_.find(pSrc)->surplus != 0 || states_.find(pTrg)->surplus != 0) return;
@@ -68,7 +73,7 @@ WindingNumbers::WindingNumbers(const std::vector<DirectedEdge>& vPieces) {
     const auto isDone = [this](const Point2* pVtx) { return states_.find(pVtx)->bDone; };
     if (!vVertices.empty()) visitPart(*std::min_element(vVertices.begin(), vVertices.end(), isLess));
     vVertices.erase(std::remove_if(vVertices.begin(), vVertices.end(), isDone), vVertices.end());
-    std::sort(vVertices.begin(), vVertices.end(), isLess);
+    std::sort(vVertices.begin(), vVertices.end(), lookingAt(isLess));
     for (const Point2* pVtx : vVertices) {
         if (!isDone(pVtx)) visitPart(pVtx);
     }
@@ -105,7 +110,9 @@ void WindingNumbers::visitPart(const Point2* pSmallest) {
         crossEdge(pSmallest, getClockwiseEnd(*it, pSmallest), winding);
         vToVisit_.push_back({pSmallest, *it, winding});
     }
+    Lookout<> lookout;
     while (!vToVisit_.empty()) {
+        lookout.look();
         const Visit visit = vToVisit_.back();
         vToVisit_.pop_back();
         VertexState& state = states_[visit.pVtx];
@@ -117,6 +124,7 @@ void WindingNumbers::visitPart(const Point2* pSmallest) {
 /// The winding number of a triangle at the smallest vertex of the parts that are not done.
 int WindingNumbers::followPath(const Triangle2* pT) {
     std::vector<const Point2*> vPath;
+    Lookout<> lookout;
     int winding = 0;
     for (const Point2* pVtx = nullptr; pVtx != getSmallestCorner(pT); pT = getSmallestTriangle(pVtx)) {
         pVtx = getSmallestCorner(pT);
@@ -125,6 +133,7 @@ int WindingNumbers::followPath(const Triangle2* pT) {
             winding = pKnown ? *pKnown : getWinding(pVtx, pT);
             break;
         }
+        lookout.look();
         vPath.push_back(pVtx);
     }
     for (const Point2* pVtx : vPath) pathWindings_.add(pVtx, winding);

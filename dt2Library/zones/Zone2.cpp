@@ -20,6 +20,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/RegionSearch.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "zones/ConnectedComponent.h"
@@ -37,7 +38,7 @@ TriangleVector merge(ZoneLocation zoneLoc, const TriangleVector& vFirst, const T
     TriangleVector vMerged;
     const auto apply = [&](auto operation) {
         operation(vFirst.begin(), vFirst.end(), vSecond.begin(), vSecond.end(), std::back_inserter(vMerged),
-                  std::less<>());
+                  lookingAt(std::less<>()));
     };
     if (zoneLoc == ZL_RESULT_UNION) apply([](auto... a) { std::set_union(a...); });
     if (zoneLoc == ZL_RESULT_INTERSECTION) apply([](auto... a) { std::set_intersection(a...); });
@@ -96,6 +97,7 @@ ConstraintGraph2* Zone2::getConstraintGraph() const {
 
 void Zone2::getTriangles(std::vector<Triangle2*>& vTriangles) const {
     if (!pDt2_->is2D()) return;
+    const MessageScope scope(getSink(this));
     switch (zoneLoc_) {
         case ZL_GLOBAL:
         case ZL_INSIDE:
@@ -103,11 +105,9 @@ void Zone2::getTriangles(std::vector<Triangle2*>& vTriangles) const {
         case ZL_BOUNDED:
             bfsFromWorkspace(vTriangles);
             return;
-        case ZL_GROW: {
-            const MessageScope scope(&pDt2_->getProgress());
+        case ZL_GROW:
             pDt2_->growZoneArea(vGraphs_, vSeeds_, vTriangles);
             return;
-        }
         case ZL_RESULT_UNION:
         case ZL_RESULT_INTERSECTION:
         case ZL_RESULT_DIFFERENCE:
@@ -125,6 +125,7 @@ bool Zone2::contains(const Triangle2* pT) const {
 }
 
 bool Zone2::contains(const Point2& place) const {
+    const MessageScope scope(getSink(this));
     if (!isFinite2D(place)) return false;
     // All triangles that contain the place: one, the two at an edge, or all around a vertex.
     std::vector<Triangle2*> vTouched;
@@ -142,6 +143,7 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
         error("Zone2::initWorkspace", "Wrong zoneLocation");
         return;
     }
+    Lookout<> lookout;
     for (const ConstraintGraph2* pGraph : vGraphs_) {
         std::vector<DirectedEdge> vPieces;
         pGraph->getDirectedPieces(vPieces);
@@ -154,6 +156,7 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
             if (pT) vSeedTriangles.push_back(pT);  // null beyond the hull, and for a piece that is not established
         };
         for (const auto& [pSrc, pTrg] : vPieces) {
+            lookout.look();
             beginAlong(pSrc, pTrg, true);
             beginAlong(pTrg, pSrc, false);
         }
@@ -223,7 +226,7 @@ std::vector<Triangle2*> Zone2::getSorted() const {
     TriangleVector vSorted;
     if (zoneLoc_ >= ZL_RESULT_UNION && zoneLoc_ <= ZL_RESULT_SYMMETRIC_DIFFERENCE) return vSorted;  // without operands
     getTriangles(vSorted);
-    std::sort(vSorted.begin(), vSorted.end(), std::less<>());
+    std::sort(vSorted.begin(), vSorted.end(), lookingAt(std::less<>()));
     return vSorted;
 }
 
@@ -249,12 +252,14 @@ double Zone2::getArea25D() const {
 }
 
 void Zone2::getVertices(std::vector<Point2*>& vVertices) const {
+    const MessageScope scope(getSink(this));
     TriangleVector vTriangles;
     getTriangles(vTriangles);
     LUMO_TARO25D::getVertices(vTriangles, vVertices);
 }
 
 void Zone2::getBorderEdges(std::vector<Edge2>& vBorderEdges) const {
+    const MessageScope scope(getSink(this));
     TriangleVector vTriangles;
     getTriangles(vTriangles);
     LUMO_TARO25D::getBorderEdges(vTriangles, vBorderEdges);

@@ -9,6 +9,7 @@
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/Color.h"
 #include "taro25d/Visualizer2.h"
 #include "taro25d/Zone2.h"
@@ -43,12 +44,14 @@ void print(std::ostream& out, const char* title, const Range& range) {
 }  // namespace
 
 void Zone2::statistics(const std::string& name) const {
+    const MessageScope scope(&pDt2_->getProgress());
     std::vector<Triangle2*> vTriangles;
     getTriangles(vTriangles);
     std::vector<Point2*> vVertices;
     LUMO_TARO25D::getVertices(vTriangles, vVertices);
     Range heights, lengths2D, lengths25D;
     for (const Point2* pVtx : vVertices) heights.add(pVtx->z());
+    throwIfStopped();
     forEachEdge(vTriangles, [&](Triangle2* pT, int i) {
         lengths2D.add(Edge2(pT, i).getLength2D());
         lengths25D.add(Edge2(pT, i).getLength25D());
@@ -70,6 +73,7 @@ void Zone2::statistics(const std::string& name) const {
 }
 
 void Zone2::show(const std::string& filename, bool bWithTriangulation, bool bWithConstraints) const {
+    const MessageScope scope(&pDt2_->getProgress());
     Visualizer2 visualizer(filename);
     show(&visualizer, bWithTriangulation, bWithConstraints);
     visualizer.writeFile();
@@ -77,6 +81,7 @@ void Zone2::show(const std::string& filename, bool bWithTriangulation, bool bWit
 
 void Zone2::show(Visualizer2* pVisualizer, bool bWithTriangulation, bool bWithConstraints) const {
     if (!pVisualizer) return;
+    const MessageScope scope(&pDt2_->getProgress());
     if (bWithTriangulation) pDt2_->show(pVisualizer, false);
     std::vector<Triangle2*> vTriangles;
     getTriangles(vTriangles);

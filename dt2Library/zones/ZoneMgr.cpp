@@ -13,6 +13,7 @@
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 #include "zones/ConnectedComponent.h"
@@ -68,7 +69,9 @@ std::vector<VertexPair> getBorder(const ConnectedComponent& component) {
 const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTest& geomTest) {
     const Triangle2* pBest = nullptr;
     double best = 0.0;
+    Lookout<> lookout;
     for (const Triangle2* pT : component.getTriangles()) {
+        lookout.look();
         const double clearance = getClearance(pT, geomTest);
         if (clearance <= best) continue;
         best = clearance;
@@ -81,7 +84,11 @@ const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTe
 /// come to exclude. False if there is no other triangle.
 bool appendSeeds(const ConnectedComponent& component, GeomTest& geomTest, std::vector<Point2>& vSeeds) {
     std::vector<Triangle2*> vRoomy = component.getTriangles();
-    const auto isThin = [&geomTest](const Triangle2* pT) { return getClearance(pT, geomTest) == 0.0; };
+    Lookout<> lookout;
+    const auto isThin = [&](const Triangle2* pT) {
+        lookout.look();
+        return getClearance(pT, geomTest) == 0.0;
+    };
     vRoomy.erase(std::remove_if(vRoomy.begin(), vRoomy.end(), isThin), vRoomy.end());
     std::vector<ConnectedComponent> vParts;
     getConnectedComponents(vRoomy, vParts);
@@ -194,7 +201,9 @@ Zone2* ZoneMgr::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerb
     if (!canHaveZones(bVerbose)) return nullptr;
     AddressSet sSeen;
     std::vector<Triangle2*> vDifferent;
+    Lookout<> lookout;
     for (Triangle2* pT : vTriangles) {
+        lookout.look();
         if (pT && sSeen.insert(pT)) vDifferent.push_back(pT);
     }
     if (vDifferent.empty()) return refuse(bVerbose, "There are no triangles, returning NULL");
@@ -227,9 +236,15 @@ Zone2* ZoneMgr::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerb
 
 bool ZoneMgr::areOwn(const std::vector<Triangle2*>& vTriangles) const {
     AddressSet sOwn;
-    pDt2_->forEachTriangle([&sOwn](const Triangle2* pT) { sOwn.insert(pT); });
-    return std::all_of(vTriangles.begin(), vTriangles.end(),
-                       [&sOwn](const Triangle2* pT) { return sOwn.contains(pT); });
+    Lookout<> lookout;
+    pDt2_->forEachTriangle([&](const Triangle2* pT) {
+        lookout.look();
+        sOwn.insert(pT);
+    });
+    return std::all_of(vTriangles.begin(), vTriangles.end(), [&](const Triangle2* pT) {
+        lookout.look();
+        return sOwn.contains(pT);
+    });
 }
 
 bool ZoneMgr::deleteZone(Zone2* pZone) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -78,6 +79,11 @@ class TARO25D_API CutAndFill {
     void subscribe(MsgType type, MsgBase* pListener);
     /// Removes a listener; nothing happens when it is not subscribed.
     void unsubscribe(MsgType type, MsgBase* pListener);
+    /// The flag (not owned) that ends `go` before it is done; null, as at first, for none. Any thread may set it at any time;
+    /// `go` looks at it at least every 50 ms and then throws TaroCancelled, as it does where an exception of a listener was
+    /// kept. There are no components then, and `go` may be called again. The flags of the triangulations of both zones
+    /// count too.
+    void setCancelFlag(const std::atomic<bool>* pFlag);
 
   private:
     std::unique_ptr<CutAndFillImpl> pImpl_;

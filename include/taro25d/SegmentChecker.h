@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -92,6 +93,10 @@ class TARO25D_API SegmentChecker {
     void subscribe(MsgType type, MsgBase* pListener);
     /// Takes a listener out again.
     void unsubscribe(MsgType type, MsgBase* pListener);
+    /// The flag (not owned) that ends a long query before it is done; null, as at first, for none. Any thread may set it at any
+    /// time; a query looks at it at least every 50 ms and then throws TaroCancelled, as it does where an exception of a
+    /// listener was kept. What it appends to is unchanged then.
+    void setCancelFlag(const std::atomic<bool>* pFlag);
 
   private:
     std::unique_ptr<SegmentCheckerState> pState_;

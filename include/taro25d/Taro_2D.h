@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <initializer_list>
 #include <memory>
@@ -469,6 +470,14 @@ class TARO25D_API Taro_2D {
     void subscribe(MsgType type, MsgBase* pListener);
     /// Removes a listener; nothing happens when it is not subscribed.
     void unsubscribe(MsgType type, MsgBase* pListener);
+
+    /// The flag (not owned) that ends long calls; null, as at first, for none. Any thread may set it at any time. A running call
+    /// looks at it at least every 50 ms and throws TaroCancelled once it is set; an exception of a listener or of the message
+    /// handler is kept until that look and ends the call in the same way. The mesh is valid afterwards, and another call
+    /// goes on: points that were inserted stay, constraints that are not edges yet become edges with
+    /// `applyConstraintsAndZones()`, a refinement keeps its vertices, and a file that was being loaded leaves nothing
+    /// behind. Zones and free functions end by the flag of the triangulation of their zones, or of either.
+    void setCancelFlag(const std::atomic<bool>* pFlag);
 
     /// @}
 
