@@ -15,7 +15,7 @@ void Taro_2D::drape(const std::vector<Segment2>& vSegments, std::vector<Segment2
         warning(LOCATION, "is2D() is false, nothing to lay segments on");
         return;
     }
-    double magnitude = pDt2_->getGeomTest().getMaxAbsCoord();
+    double magnitude = pDt2_->getMagnitude();
     for (const Segment2& segment : vSegments) {
         if (!isFinite2D(segment)) {
             warning(LOCATION, "non-finite coordinates, nothing is laid on the surface");

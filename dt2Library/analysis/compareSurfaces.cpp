@@ -141,8 +141,7 @@ class Comparison {
           inner_(inner, vInner),
           threshold_(threshold),
           progress_(progress),
-          magnitude_(std::max(outer.getDelaunayTriangulation()->getGeomTest().getMaxAbsCoord(),
-                              inner_.getDt2().getGeomTest().getMaxAbsCoord())) {}
+          magnitude_(std::max(outer.getDelaunayTriangulation()->getMagnitude(), inner_.getDt2().getMagnitude())) {}
 
     SurfaceDifference run(int numThreads);
 

@@ -60,7 +60,7 @@ class Rasterizer {
   public:
     Rasterizer(const Zone2& zone, const RasterFrame& frame, RasterKind kind, double* aCells, int numCPU)
         : dt2_(*zone.getDelaunayTriangulation()),
-          grid_(frame, dt2_.getGeomTest().getMaxAbsCoord()),
+          grid_(frame, dt2_.getMagnitude()),
           kind_(kind),
           aCells_(aCells),
           numThreads_(getNumThreads(numCPU)),

@@ -53,9 +53,10 @@ Triangle2* getNearestHullTriangle(const Dt2& dt2, const Point2& point) {
     int idx = -1;
     const int code = dt2.locateConflictTriangle(&point, pT, idx);
     if (code < 0 || code > 2) return pT;
+    GeomTest geomTest(dt2.getMagnitude());
     std::vector<std::pair<Triangle2*, int>> vPatch{{pT, code}};
-    determineHullPatchLeft(vPatch, pT, code, &point, dt2.getGeomTest());
-    determineHullPatchRight(vPatch, pT, code, &point, dt2.getGeomTest());
+    determineHullPatchLeft(vPatch, pT, code, &point, geomTest);
+    determineHullPatchRight(vPatch, pT, code, &point, geomTest);
     const auto isNearer = [&point](const auto& a, const auto& b) {
         return sqDistance(point, Edge2(a.first, a.second)) < sqDistance(point, Edge2(b.first, b.second));
     };

@@ -217,7 +217,8 @@ bool ConformingInserter::isEncroached(const Dt2& mesh, const ConstraintSegment2*
     if (!pT) return false;
     const int i = 3 - indexOfVertex(pT, pCSeg->getSrc()) - indexOfVertex(pT, pCSeg->getTrg());
     const Triangle2* pN = pT->getOppositeTriangle(i);
-    return pN && mesh.getGeomTest().circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE;
+    GeomTest geomTest(mesh.getMagnitude());
+    return pN && geomTest.circleInc3state(pT, pN->getCorner(indexOfNeighbour(pN, pT))) == CINC2_INCIRCLE;
 }
 
 void ConformingInserter::suspect(ConstraintSegment2* pCSeg) {

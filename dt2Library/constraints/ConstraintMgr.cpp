@@ -29,6 +29,13 @@ namespace LUMO_TARO25D {
 
 namespace {
 
+/// Sorts a list of segments, of which the first numOrdered are in order.
+void bringIntoOrder(std::vector<ConstraintSegment2*>& vCSegs, std::ptrdiff_t numOrdered) {
+    const auto less = lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; });
+    std::sort(vCSegs.begin() + numOrdered, vCSegs.end(), less);
+    std::inplace_merge(vCSegs.begin(), vCSegs.begin() + numOrdered, vCSegs.end(), less);
+}
+
 /// Returns the alive pieces of a graph and prints the name of the file that they go to.
 std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, const std::string& filename) {
     std::vector<ConstraintSegment2*> vPieces;
@@ -65,28 +72,37 @@ bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Poin
     return pDt2_->isConstraint(p0, p1);
 }
 
-const std::vector<ConstraintSegment2*>& ConstraintMgr::getSortedSegments() const {
+template <class F>
+void ConstraintMgr::appendSegments(const F& f, std::vector<ConstraintSegment2*>& vCSegs) const {
+    // Those that came after the list was brought into order are sorted here, each time that somebody asks.
+    std::vector<ConstraintSegment2*> vWanted;
+    std::ptrdiff_t numOrdered = 0;
+    Lookout<4096> lookout;
+    for (size_t i = 0; i < vSegments_.size(); ++i) {
+        lookout.look();
+        if (!f(vSegments_[i]) || !isKept(vSegments_[i])) continue;
+        vWanted.push_back(vSegments_[i]);
+        numOrdered += i < numSorted_;
+    }
+    bringIntoOrder(vWanted, numOrdered);
+    vCSegs.insert(vCSegs.end(), vWanted.begin(), vWanted.end());
+}
+
+void ConstraintMgr::tidy() {
     sweep();
-    if (numSorted_ == vSegments_.size()) return vSegments_;
-    const auto less = lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; });
+    if (numSorted_ == vSegments_.size()) return;
     std::vector<ConstraintSegment2*> vSorted = vSegments_;
-    const auto middle = vSorted.begin() + static_cast<std::ptrdiff_t>(numSorted_);
-    std::sort(middle, vSorted.end(), less);
-    std::inplace_merge(vSorted.begin(), middle, vSorted.end(), less);
+    bringIntoOrder(vSorted, static_cast<std::ptrdiff_t>(numSorted_));
     vSegments_.swap(vSorted);
     numSorted_ = vSegments_.size();
-    return vSegments_;
 }
 
 void ConstraintMgr::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    const auto& vSorted = getSortedSegments();
-    std::copy_if(vSorted.begin(), vSorted.end(), std::back_inserter(vCSegs),
-                 [](const ConstraintSegment2* pCSeg) { return pCSeg->isAlive(); });
+    appendSegments([](const ConstraintSegment2* pCSeg) { return pCSeg->isAlive(); }, vCSegs);
 }
 
 void ConstraintMgr::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    const auto& vSorted = getSortedSegments();
-    vCSegs.insert(vCSegs.end(), vSorted.begin(), vSorted.end());
+    appendSegments([](const ConstraintSegment2*) { return true; }, vCSegs);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -223,7 +239,7 @@ void ConstraintMgr::discardOrphans(std::vector<Point2*>& vBroughtAlone) {
     if (numDiscarded_ > vSegments_.size() / 2) sweep();
 }
 
-void ConstraintMgr::sweep() const {
+void ConstraintMgr::sweep() {
     if (numDiscarded_ == 0 || !vOrphans_.empty()) return;  // orphans may refer to others that have been discarded
     size_t numKept = 0, numKeptSorted = 0;
     for (size_t i = 0; i < vSegments_.size(); ++i) {

@@ -130,7 +130,13 @@ class ConstraintMgr : public ConstraintKeeper {
     };
 
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
-    const std::vector<ConstraintSegment2*>& getSortedSegments() const;
+    /// The last step of what a client asks for: makes conforming pieces Delaunay again, with new points or without.
+    void finishCall(bool bNewPoints);
+    /// Brings the list of segments into order. Appending them in order costs no more than copying then.
+    void tidy();
+    /// Appends the segments for which f is true, by the pointers of their ends.
+    template <class F>
+    void appendSegments(const F& f, std::vector<ConstraintSegment2*>& vCSegs) const;
     /// One segment for each pair of different vertices, in input order.
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
@@ -145,7 +151,7 @@ class ConstraintMgr : public ConstraintKeeper {
     void countEnds();
     /// Whether a record of the list is a segment still.
     bool isKept(const ConstraintSegment2* pCSeg) const {
-        return segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) == pCSeg;
+        return numDiscarded_ == 0 || segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) == pCSeg;
     }
     /// Makes a segment and enters it into the list and where segments are looked up.
     ConstraintSegment2* enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
@@ -153,15 +159,15 @@ class ConstraintMgr : public ConstraintKeeper {
     void copySegments(const ConstraintMgr& other, const RecordCopies<Point2>& vertices,
                       PointerMap<ConstraintSegment2*>& mSegments);
     /// Frees the records of discarded segments.
-    void sweep() const;
+    void sweep();
 
     Dt2* pDt2_;
     VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
     // All segments; the first numSorted_ are in the order of their ends.
-    mutable std::vector<ConstraintSegment2*> vSegments_;
-    mutable size_t numSorted_ = 0;
-    mutable size_t numDiscarded_ = 0;                 // segments in the list that are not in the index any more
-    mutable AddressSet constraintVertices_;           // mutable: a look-up caches the last page
+    std::vector<ConstraintSegment2*> vSegments_;
+    size_t numSorted_ = 0;
+    size_t numDiscarded_ = 0;  // segments in the list that are not in the index any more
+    AddressSet constraintVertices_;
     AddressSet sBroughtVertices_;                     // vertices inserted for constraints alone
     std::unique_ptr<PointerMap<unsigned>> pNumEnds_;  // segments at each vertex; null before the first discard
     std::vector<ConstraintSegment2*> vOrphans_;

@@ -205,7 +205,7 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Segment2>& vS
         if (vGraphs_.size() == numGraphs) vPendingCalls_.push_back({vSegments, cis, bOrientedSegments});
         throw;
     }
-    establisher_.splitEncroachedPieces(false);
+    finishCall(false);
     return pGraph;
 }
 
@@ -217,7 +217,7 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Edge2*>& vEdg
     if (!isStrategy(cis)) return nullptr;
     goOn();
     ConstraintGraph2* pGraph = createConstraint(vEdges, cis, true);
-    establisher_.splitEncroachedPieces(false);
+    finishCall(false);
     return pGraph;
 }
 
@@ -240,7 +240,7 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<VertexPair>& 
     goOn();
     ConstraintGraph2* pGraph =
         bOrientedSegments ? createConstraint_oriented(vPairs, cis, true) : createConstraint(vPairs, cis, true);
-    establisher_.splitEncroachedPieces(false);
+    finishCall(false);
     return pGraph;
 }
 
@@ -261,7 +261,12 @@ void ConstraintMgr::applyForClient() {
         bOriented ? createConstraint_oriented(vPairs, cis, false) : createConstraint(vPairs, cis, false);
     }
     apply();
-    establisher_.splitEncroachedPieces(true);
+    finishCall(true);
+}
+
+void ConstraintMgr::finishCall(bool bNewPoints) {
+    establisher_.splitEncroachedPieces(bNewPoints);
+    tidy();
 }
 
 }  // namespace LUMO_TARO25D

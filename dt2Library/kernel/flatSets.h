@@ -48,6 +48,11 @@ class AddressSet {
         });
     }
     bool contains(const void* pRecord) { return (wordOf(pRecord) & bitOf(pRecord)) != 0; }
+    /// Remembers nothing, so that several threads may ask at once.
+    bool contains(const void* pRecord) const {
+        const std::uint64_t* pWord = findWord(pRecord);
+        return pWord && (*pWord & bitOf(pRecord)) != 0;
+    }
 
   private:
     // Records are aligned to 8 bytes; a page of 64 KB of addresses takes 1 KB.
@@ -57,18 +62,28 @@ class AddressSet {
     static std::uint64_t bitOf(const void* pRecord) {
         return std::uint64_t(1) << ((reinterpret_cast<std::uintptr_t>(pRecord) >> ALIGNMENT_BITS) % 64);
     }
+    static std::uintptr_t keyOf(const void* pRecord) { return reinterpret_cast<std::uintptr_t>(pRecord) >> PAGE_BITS; }
+    /// Null is no key of the map.
+    static const void* mapKeyOf(std::uintptr_t key) { return reinterpret_cast<const void*>(key + 1); }
+    static size_t placeOf(const void* pRecord) {
+        return (reinterpret_cast<std::uintptr_t>(pRecord) >> (ALIGNMENT_BITS + WORD_BITS)) %
+               std::tuple_size<Page>::value;
+    }
     std::uint64_t& wordOf(const void* pRecord) {
-        const auto address = reinterpret_cast<std::uintptr_t>(pRecord);
-        const std::uintptr_t key = address >> PAGE_BITS;
+        const std::uintptr_t key = keyOf(pRecord);
         if (!pLastPage_ || key != lastKey_) {
             pLastPage_ = &getPage(key);
             lastKey_ = key;
         }
-        return (*pLastPage_)[(address >> (ALIGNMENT_BITS + WORD_BITS)) % std::tuple_size<Page>::value];
+        return (*pLastPage_)[placeOf(pRecord)];
     }
-
+    /// Null where nothing near the record is in the set.
+    const std::uint64_t* findWord(const void* pRecord) const {
+        Page* const* ppPage = mPages_.find(mapKeyOf(keyOf(pRecord)));
+        return ppPage ? &(**ppPage)[placeOf(pRecord)] : nullptr;
+    }
     Page& getPage(std::uintptr_t key) {
-        Page*& pPage = mPages_[reinterpret_cast<const void*>(key + 1)];  // null is no key
+        Page*& pPage = mPages_[mapKeyOf(key)];
         if (!pPage) {
             vPages_.push_back(std::make_unique<Page>());
             pPage = vPages_.back().get();

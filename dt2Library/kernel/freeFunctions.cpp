@@ -96,7 +96,7 @@ Point2 getPointAbove(const Point2& a, const Point2& b, double x, double y) {
 }  // namespace
 
 Orientation2 getOrientation2(const Point2* p0, const Point2* p1, const Point2* p2) {
-    static GeomTest geomTest;
+    static thread_local GeomTest geomTest;
     return decideOrientation2(geomTest, p0, p1, p2);
 }
 

@@ -114,11 +114,12 @@ Triangle2* findTriangleAtEdge(const Point2* p0, const Point2* p1, const TestT& t
 // Location
 
 double Dt2::getMagnitudeWith(const Point2& point) const {
-    return std::max({getGeomTest().getMaxAbsCoord(), std::abs(point.x()), std::abs(point.y())});
+    return std::max({getMagnitude(), std::abs(point.x()), std::abs(point.y())});
 }
 
 int Dt2::locateConflictTriangle(const Point2* p, Triangle2*& pT, int& idx) const {
-    return walk(p, pT, idx, getGeomTest());
+    GeomTest geomTest(getMagnitude());
+    return walk(p, pT, idx, geomTest);
 }
 
 int Dt2::walkTo(const Point2& point, Triangle2*& pT, GeomTest& geomTest) const {
@@ -214,7 +215,7 @@ void Dt2::getConvexHull(bool bAllVertices, std::vector<Point2*>& vConvexHullPoin
     std::vector<Point2*> vRing;
     vRing.reserve(vHullEdges.size());
     for (const auto& [pT, i] : vHullEdges) vRing.push_back(pT->getCorner(incIndexBy1(i)));
-    if (!bAllVertices) dropCollinear(vRing, getGeomTest().getMaxAbsCoord());
+    if (!bAllVertices) dropCollinear(vRing, getMagnitude());
     vConvexHullPoints.insert(vConvexHullPoints.end(), vRing.begin(), vRing.end());
     TARO_ASSERT_TEXT(!vConvexHullPoints.empty(), "!vConvexHullPoints.empty()");
 }
@@ -236,7 +237,8 @@ void Dt2::getConvexHull(std::vector<std::pair<Triangle2*, int>>& vHullEdges) con
 }
 
 void Dt2::getCZ(const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles) const {
-    getCrossedTriangles(getGeomTest(), p, q, vTriangles);
+    GeomTest geomTest(getMagnitude());
+    getCrossedTriangles(geomTest, p, q, vTriangles);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

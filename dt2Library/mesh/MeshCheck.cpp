@@ -52,7 +52,7 @@ bool hasThreeCorners(const Triangle2& triangle) {
     return p0 && p1 && p2 && p0 != p1 && p1 != p2 && p2 != p0;
 }
 
-MeshCheck::MeshCheck(const Dt2& mesh, Note& report) : mesh_(mesh), report_(report) {
+MeshCheck::MeshCheck(const Dt2& mesh, Note& report) : mesh_(mesh), geomTest_(mesh.getMagnitude()), report_(report) {
     mesh.getTrianglePointers(vTriangles_);
 }
 
@@ -88,7 +88,7 @@ void MeshCheck::checkEmptyCircles() {
 
 void MeshCheck::checkTriangle(const Triangle2* pT) {
     if (!hasThreeCorners(*pT)) return addTriangles("Less than three different corners", pT);
-    if (mesh_.getGeomTest().getOrientation2(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)) != ORIENTATION2_CCW) {
+    if (geomTest_.getOrientation2(pT->getCorner(0), pT->getCorner(1), pT->getCorner(2)) != ORIENTATION2_CCW) {
         return addTriangles("Corners are not counterclockwise", pT);
     }
     for (int i = 0; i < 3; ++i) {
@@ -108,7 +108,7 @@ void MeshCheck::checkEmptyCircle(const Triangle2* pT) {
         // The test is symmetric, so one side of each edge is enough.
         if (!pN || std::less<>()(pN, pT) || mesh_.isConstraint(pT, i)) continue;
         const Point2* pFar = pN->getCorner(pN->getIntraTriangleIndex(pT));
-        if (mesh_.getGeomTest().circleInc3state(pT, pFar) == CINC2_INCIRCLE) {
+        if (geomTest_.circleInc3state(pT, pFar) == CINC2_INCIRCLE) {
             addTriangles("Sphere inclusion test failed ", pT, pN);
         }
     }
@@ -138,9 +138,8 @@ void MeshCheck::checkHull() {
     for (size_t k = 0; k < numHullEdges; ++k) {
         const auto& [pT, i] = vHullEdges[k];
         const auto& [pNext, j] = vHullEdges[(k + 1) % numHullEdges];
-        bConvex =
-            bConvex && mesh_.getGeomTest().getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)),
-                                                           pNext->getCorner(incIndexBy2(j))) != ORIENTATION2_CW;
+        bConvex = bConvex && geomTest_.getOrientation2(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)),
+                                                       pNext->getCorner(incIndexBy2(j))) != ORIENTATION2_CW;
     }
     if (!bConvex) add("The hull is not convex");
     if (numOpenEdges != numHullEdges) add("Edges without neighbor that are not on the hull");

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "kernel/GeomTest.h"
 #include "support/diagnostics.h"
 #include "taro25d/Triangle2.h"
 
@@ -43,6 +44,7 @@ class MeshCheck {
     void checkHull();
 
     const Dt2& mesh_;
+    GeomTest geomTest_;
     Note& report_;
     std::vector<Triangle2*> vTriangles_;
     size_t numFindings_ = 0;

@@ -197,7 +197,7 @@ Triangle2* TriangleMesh::flip(Triangle2* pT, int i) {
     return pN;
 }
 
-bool TriangleMesh::isStrictlyConvex(const Triangle2* pT, int i) const {
+bool TriangleMesh::isStrictlyConvex(const Triangle2* pT, int i) {
     const Triangle2* pN = pT->getOppositeTriangle(i);
     const Point2* a = pT->getCorner(i);
     const Point2* d = pN->getCorner(indexOfNeighbour(pN, pT));

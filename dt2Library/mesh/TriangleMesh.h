@@ -51,7 +51,10 @@ class TriangleMesh {
         });
     }
     void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
-    GeomTest& getGeomTest() const { return geomTest_; }
+    GeomTest& getGeomTest() { return geomTest_; }
+    /// The magnitude of all vertices, for which the predicates hold. A query, which may run on several threads at once, makes
+    /// predicates of its own from it.
+    double getMagnitude() const { return geomTest_.getMaxAbsCoord(); }
 
     /// Makes a record for each of another mesh; there are none yet.
     RecordCopies<Triangle2> layOutLike(const TriangleMesh& other, int numThreads) {
@@ -78,11 +81,11 @@ class TriangleMesh {
     /// Flips edge i of pT without any test; pT and the returned triangle both keep the corner i of pT as corner 0.
     Triangle2* flip(Triangle2* pT, int i);
     /// True if edge i is no constraint edge, has a neighbour, and the quadrilateral is strictly convex.
-    bool canBeFlipped(const Triangle2* pT, int i) const {
+    bool canBeFlipped(const Triangle2* pT, int i) {
         return !isConstraint(pT, i) && pT->getOppositeTriangle(i) && isStrictlyConvex(pT, i);
     }
     /// Whether the triangles on both sides of edge i form a strictly convex quadrilateral; requires a neighbour.
-    bool isStrictlyConvex(const Triangle2* pT, int i) const;
+    bool isStrictlyConvex(const Triangle2* pT, int i);
 
     // ---- Making the mesh Delaunay -----------------------------------------------------------------------------------
 
@@ -139,7 +142,7 @@ class TriangleMesh {
     void rememberEncroached(const Triangle2* pT, int i);
     Triangle2* newTriangleRecord();
 
-    mutable GeomTest geomTest_;           // mutable: it holds scratch numbers
+    GeomTest geomTest_;
     SimplePool<Triangle2> trianglePool_;  // also the list of all triangles; dead ones have no corners
     std::vector<Triangle2*> vRecycledTriangles_;
     std::vector<Triangle2*> vFlipStack_;

@@ -164,7 +164,7 @@ AddressSet GridMesher::getZoneTriangles() const {
 }
 
 /// Whether a point is inside the zone and on no constraint.
-bool GridMesher::isSeed(const Point2& point, AddressSet& sZone, Triangle2*& pT) const {
+bool GridMesher::isSeed(const Point2& point, const AddressSet& sZone, Triangle2*& pT) const {
     pT = pDt2_->locate(point);
     if (!pT || !sZone.contains(pT)) return false;
     for (int i = 0; i < 3; ++i) {

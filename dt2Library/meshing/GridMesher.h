@@ -59,7 +59,7 @@ class GridMesher {
     void getGridPoints(std::vector<Point2>& vGridPoints);
     void getBorderCrossings(AddressSet& sZone, std::vector<std::pair<size_t, double>>& vCrossings) const;
     void getRow(size_t k, double begin, double end, AddressSet& sZone, std::vector<Point2>& vGridPoints);
-    bool isSeed(const Point2& point, AddressSet& sZone, Triangle2*& pT) const;
+    bool isSeed(const Point2& point, const AddressSet& sZone, Triangle2*& pT) const;
 
     std::vector<Point2*> insertNew(const std::vector<Point2>& vGridPoints);
     void avoidShortEdges(std::vector<Point2*>& vInserted, double minLength);

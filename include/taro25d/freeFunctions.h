@@ -20,9 +20,9 @@ namespace LUMO_TARO25D {
 /// The side of the directed line p0->p1 on which p2 lies, decided exactly in x-y for any finite coordinates.
 /// Swapping two arguments swaps CCW and CW; a cyclic shift changes nothing; it is collinear as soon as two
 /// points are equal in x-y. Null pointers and coordinates that are not finite fail with TaroException. Works on
-/// one process-wide predicate object: calls must not overlap.
+/// one predicate object for each thread.
 TARO25D_API Orientation2 getOrientation2(const Point2* p0, const Point2* p1, const Point2* p2);
-/// getOrientation2 for any number of threads at once, on a predicate object of its own for each call.
+/// The same on a predicate object of its own for each call.
 TARO25D_API Orientation2 getOrientation2_mt(const Point2* p0, const Point2* p1, const Point2* p2);
 
 /// The height at (x, y) on the segment a-b: linear along the axis on which a and b differ more (x
