@@ -88,9 +88,16 @@ std::string getSurfaceText(const SceneSurface& surface) {
            "}";
 }
 
+/// In pixels, of which the page has 96 in an inch. The default width is a hairline on paper, which a screen does not show well.
+double getPixels(const Color& color) {
+    constexpr double DEFAULT = 2, MAX = 100;
+    const double width = color.width;
+    return width > Color().width ? std::min(MAX, width * 96 / 72) : DEFAULT;
+}
+
 std::string getLinesText(const SceneLines& lines) {
     return "{\"layer\":" + toText(lines.layer) + ",\"color\":\"" + toCss(toRgb8(lines.color)) +
-           "\",\"ends\":" + toText(lines.vEnds.size()) + "}";
+           "\",\"width\":" + toText(getPixels(lines.color)) + ",\"ends\":" + toText(lines.vEnds.size()) + "}";
 }
 
 /// The objects of a list in JSON.

@@ -42,7 +42,7 @@ class TARO25D_API Visualizer3 {
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, ColourRamp ramp);
     /// Adds triangles of one colour.
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, const Color& color);
-    /// Adds lines in space.
+    /// Adds lines in space. A width other than the default one is that of the lines in the web scene.
     void addSegments(const std::vector<Segment2>& vSegments, const std::string& layer, const Color& color);
     /// Adds a text at a place. Its mark and its size, in pixels then, are for the web scene.
     void addLabel(const Label& label, const std::string& layer);

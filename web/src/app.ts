@@ -12,6 +12,7 @@ import type {View} from './view';
 type Mode = 'read' | 'measure' | 'profile';
 
 const NUM_CONTOURS = 20;
+export const NARROW = 600; // pixels; the style sheet has it, too
 const CHART_COLOR = '#c2185b';
 
 export class App {
@@ -32,7 +33,16 @@ export class App {
         view.onFrame = () => this.marks.draw();
         this.listen();
         this.listenToHeights(high[2] - low[2]);
-        new ResizeObserver(() => view.resize()).observe(page.canvas);
+        const observer = new ResizeObserver(() => this.resize());
+        observer.observe(page.canvas);
+        observer.observe(page.panel);
+    }
+
+    /** Fits the scene to the page. Beside an open panel, it moves aside where there is room. */
+    resize(): void {
+        const {canvas, panel} = this.page;
+        const isAside = !panel.classList.contains('closed') && canvas.clientWidth > NARROW;
+        this.view.resize(isAside ? panel.getBoundingClientRect().right : 0);
     }
 
     private listen(): void {
@@ -44,7 +54,7 @@ export class App {
         buttons.profile.onclick = () => this.setMode(this.mode === 'profile' ? 'read' : 'profile');
         buttons.save.onclick = () => void this.save();
         listenToClicks(canvas, (x, y) => this.click(x, y));
-        listenToKeys(canvas, this.view, {read: () => this.click(0, 0), escape: () => this.setMode('read')});
+        listenToKeys(canvas, this.view, {read: () => this.click(...this.view.middle), escape: () => this.setMode('read')});
     }
 
     private listenToHeights(extent: number): void {

@@ -11,7 +11,7 @@ export interface Description {
     layers: string[];
     ramps: Record<string, Ramp>;
     surfaces: {layer: number; ramp?: string; color?: string; vertices: number; triangles: number}[];
-    lines: {layer: number; color: string; ends: number}[];
+    lines: {layer: number; color: string; width: number; ends: number}[];
     labels: SceneLabel[];
 }
 export interface Ramp {
@@ -38,6 +38,7 @@ export interface Surface {
 export interface Lines {
     layer: number;
     color: string;
+    width: number; // in pixels
     places: Float64Array; // x, y, z of one end, then of the other
 }
 
@@ -66,14 +67,14 @@ export class Decoder {
     }
 
     *readLines(index: number): Steps<Lines> {
-        const {layer, color, ends} = this.description.lines[index];
+        const {layer, color, width, ends} = this.description.lines[index];
         const places = new Float64Array(3 * ends);
         for (let i = 0; i < places.length; ++i) {
             places[i] = this.readSigned() + (i < 3 ? 0 : places[i - 3]);
             if (i % ITEMS_PER_STEP === 0) yield i === 0 ? 0 : ITEMS_PER_STEP / 3;
         }
         yield* this.toPlaces(places);
-        return {layer, color, places};
+        return {layer, color, width, places};
     }
 
     readByte(): number {

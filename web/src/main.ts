@@ -1,6 +1,6 @@
 // The page of a scene: builds itself at once, then takes up the data step by step.
 
-import {App} from './app';
+import {App, NARROW} from './app';
 import {type Page, makePage} from './page';
 import {readDescription, readScene} from './read';
 import {View} from './view';
@@ -18,7 +18,7 @@ function setUpFolding({panel, buttons}: Page): void {
         panel.classList.toggle('closed', isClosed);
         buttons.fold.setAttribute('aria-expanded', String(!isClosed));
     };
-    fold(innerWidth <= 600);
+    fold(innerWidth <= NARROW);
     buttons.fold.onclick = () => fold(!panel.classList.contains('closed'));
 }
 
@@ -45,8 +45,7 @@ async function show(page: Page, description: ReturnType<typeof readDescription>)
     });
     await view.load();
     page.progress.value = 0.95;
-    new App(page, view, data);
-    view.resize();
+    new App(page, view, data).resize();
     view.reset(); // now that the shape of the canvas is known
     view.drawNow();
     await view.finishDrawing();

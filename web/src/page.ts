@@ -59,7 +59,7 @@ function field(name: string, ...children: HTMLElement[]): HTMLFieldSetElement {
 }
 
 /** The colour of a layer: that of its surface, or of its lines; none where there is a ramp, or labels alone. */
-function getColor(description: Description, layer: number): string | undefined {
+export function getColor(description: Description, layer: number): string | undefined {
     const ofLayer = (object: {layer: number}): boolean => object.layer === layer;
     return (description.surfaces.find(ofLayer) ?? description.lines.find(ofLayer))?.color;
 }
@@ -87,7 +87,7 @@ export function formatHeight(height: number, extent: number): string {
 function makeRampLegend(ramp: Ramp): HTMLElement {
     const bar = make('i');
     const stops = ramp.stops.map(([place, color]) => `${color} ${100 * place}%`).join(', ');
-    bar.style.background = `linear-gradient(to top, ${stops})`;
+    bar.style.background = `linear-gradient(var(--upwards, to top), ${stops})`;
     const extent = ramp.high - ramp.low;
     const heights = [ramp.high, ramp.low + extent / 2, ramp.low];
     return make('div', {}, bar, ...heights.map(height => make('span', {}, formatHeight(height, extent))));

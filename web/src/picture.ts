@@ -1,25 +1,44 @@
 // A picture of the scene as it is shown, with title and legend.
 
-import type {Description} from './decode';
-import {formatHeight} from './page';
+import type {Description, Ramp} from './decode';
+import {formatHeight, getColor} from './page';
 import type {View} from './view';
 
-function drawLegend(context: CanvasRenderingContext2D, description: Description, right: number, color: string): void {
+const LINE = 20; // pixels
+const BAR = 120;
+
+function drawRamp(context: CanvasRenderingContext2D, ramp: Ramp, right: number, top: number): void {
+    const {fillStyle} = context;
+    const gradient = context.createLinearGradient(0, top + BAR, 0, top);
+    for (const [place, stop] of ramp.stops) gradient.addColorStop(place, stop);
+    context.fillStyle = gradient;
+    context.fillRect(right - 14, top, 14, BAR);
+    context.fillStyle = fillStyle;
+    const extent = ramp.high - ramp.low;
+    for (const share of [0, 0.5, 1]) {
+        context.fillText(formatHeight(ramp.low + share * extent, extent), right - LINE, top + BAR * (1 - share) + 4);
+    }
+}
+
+/** The ramps, and the colours of the layers that are shown. */
+function drawLegend(context: CanvasRenderingContext2D, description: Description, view: View, right: number): void {
     let top = 16;
     context.textAlign = 'right';
     context.font = '12px system-ui, "DejaVu Sans", sans-serif';
     for (const ramp of Object.values(description.ramps)) {
-        const gradient = context.createLinearGradient(0, top + 120, 0, top);
-        for (const [place, stop] of ramp.stops) gradient.addColorStop(place, stop);
-        context.fillStyle = gradient;
-        context.fillRect(right - 28, top, 14, 120);
-        context.fillStyle = color;
-        const extent = ramp.high - ramp.low;
-        for (const share of [0, 0.5, 1]) {
-            context.fillText(formatHeight(ramp.low + share * extent, extent), right - 34, top + 120 * (1 - share) + 4);
-        }
-        top += 140;
+        drawRamp(context, ramp, right, top);
+        top += BAR + LINE;
     }
+    description.layers.forEach((name, i) => {
+        const color = getColor(description, i);
+        if (!color || !view.isLayerVisible(i)) return;
+        const {fillStyle} = context;
+        context.fillText(name, right - LINE, top + 10);
+        context.fillStyle = color;
+        context.fillRect(right - 14, top, 14, 12);
+        context.fillStyle = fillStyle;
+        top += LINE;
+    });
 }
 
 export async function makePicture(view: View, canvas: HTMLCanvasElement, marks: HTMLCanvasElement, description: Description): Promise<Blob> {
@@ -38,7 +57,7 @@ export async function makePicture(view: View, canvas: HTMLCanvasElement, marks: 
     context.fillStyle = style.color;
     context.font = '600 16px system-ui, "DejaVu Sans", sans-serif';
     context.fillText(description.title, 14, 26);
-    drawLegend(context, description, canvas.clientWidth, style.color);
+    drawLegend(context, description, view, canvas.clientWidth - 14);
     return new Promise((resolve, reject) => {
         picture.toBlob(blob => (blob ? resolve(blob) : reject(new Error('The picture is too large.'))), 'image/png');
     });

@@ -18,7 +18,7 @@ export interface Box {
 }
 
 const VALUES_PER_STEP = 1 << 18;
-const LINE_WIDTH = 2; // pixels
+const FILLED = 0.96; // of the canvas, by a scene
 
 export class View {
     readonly box: Box;
@@ -34,6 +34,8 @@ export class View {
     private readonly radius: number;
     private frame = 0;
     private exaggeration = 1;
+    private covered = 0; // by a panel, of the canvas, which is from -1 to 1
+    private shifted: [number, number] = [0, 0]; // what the camera looks at, from the middle of the canvas to the right and up
     /** Called after each frame. */
     onFrame: () => void = () => {};
 
@@ -78,7 +80,7 @@ export class View {
     private async loadLines(lines: Lines): Promise<void> {
         const geometry = new LineSegmentsGeometry();
         geometry.setPositions(await this.toOffsets(lines.places));
-        const object = new LineSegments2(geometry, new LineMaterial({color: lines.color, linewidth: LINE_WIDTH}));
+        const object = new LineSegments2(geometry, new LineMaterial({color: lines.color, linewidth: lines.width}));
         object.frustumCulled = false;
         this.layers[lines.layer].add(object);
         await nextTask();
@@ -116,13 +118,14 @@ export class View {
         this.draw();
     }
 
-    /** Fits the drawing to the size of the canvas in the page. */
-    resize(): void {
+    /** Fits the drawing to the size of the canvas in the page, of which a part may be covered: so many pixels from the left. */
+    resize(covered: number): void {
         const {clientWidth, clientHeight} = this.canvas;
+        this.covered = (2 * covered) / Math.max(1, clientWidth);
         this.renderer.setPixelRatio(Math.min(2, devicePixelRatio));
         this.renderer.setSize(clientWidth, clientHeight, false);
-        this.camera.aspect = clientWidth / Math.max(1, clientHeight);
-        this.camera.updateProjectionMatrix();
+        this.camera.aspect = Math.max(1, clientWidth) / Math.max(1, clientHeight);
+        this.shift();
         this.draw();
     }
 
@@ -138,19 +141,54 @@ export class View {
         this.look(0, 1e-4);
     }
 
+    /** Where the target of the camera is on the canvas, from -1 to 1 both ways. */
+    get middle(): [number, number] {
+        return this.shifted;
+    }
+
+    private shift(): void {
+        const {clientWidth, clientHeight} = this.canvas;
+        const [right, up] = this.shifted;
+        this.camera.setViewOffset(clientWidth, clientHeight, (-right * clientWidth) / 2, (up * clientHeight) / 2, clientWidth, clientHeight);
+    }
+
     /** Looks at the whole scene along a direction: angles from the south, and from straight down. */
     private look(azimuth: number, polar: number): void {
-        const half = (this.camera.fov * Math.PI) / 360;
-        const distance = (0.8 * this.radius) / Math.sin(Math.min(half, Math.atan(Math.tan(half) * this.camera.aspect)));
+        const back = new Vector3(Math.sin(azimuth) * Math.sin(polar), -Math.cos(azimuth) * Math.sin(polar), Math.cos(polar));
+        const toRight = new Vector3(Math.cos(azimuth), Math.sin(azimuth), 0);
+        // Back until all of it is on the canvas, in the middle of its height and as far aside as the panel would cover it.
+        for (let distance = this.radius; ; distance *= 1.02) {
+            const {left, right, up, down} = this.getReach(back, toRight, distance);
+            this.shifted = [Math.max(0, this.covered + left - FILLED), (down - up) / 2];
+            if (Math.max(left, right + this.shifted[0], (up + down) / 2) > FILLED) continue;
+            this.camera.position.copy(back).multiplyScalar(distance);
+            break;
+        }
+        this.shift();
         this.controls.target.set(0, 0, 0);
-        this.camera.position
-            .set(Math.sin(azimuth) * Math.sin(polar), -Math.cos(azimuth) * Math.sin(polar), Math.cos(polar))
-            .multiplyScalar(distance);
         this.controls.update();
         this.draw();
     }
 
-    /** Turns the camera around what it looks at; angles in radians. */
+    /** How far the corners of the scene are from the middle of a canvas from -1 to 1, seen from a distance. */
+    private getReach(back: Vector3, toRight: Vector3, distance: number): Record<'left' | 'right' | 'up' | 'down', number> {
+        const upwards = new Vector3().crossVectors(back, toRight);
+        const tangent = Math.tan((this.camera.fov * Math.PI) / 360);
+        const [x, y, z] = this.box.high.map((high, i) => (high - this.centre[i]) * (i === 2 ? this.exaggeration : 1));
+        const reach = {left: 0, right: 0, up: 0, down: 0};
+        for (const [i, j, k] of [0, 1, 2, 3, 4, 5, 6, 7].map(n => [n & 1, n & 2, n & 4].map(bit => (bit ? 1 : -1)))) {
+            const corner = new Vector3(i * x, j * y, k * z);
+            const scale = 1 / (tangent * Math.max(1e-9 * distance, distance - corner.dot(back)));
+            const across = (corner.dot(toRight) * scale) / this.camera.aspect;
+            reach.left = Math.max(reach.left, -across);
+            reach.right = Math.max(reach.right, across);
+            reach.up = Math.max(reach.up, corner.dot(upwards) * scale);
+            reach.down = Math.max(reach.down, -corner.dot(upwards) * scale);
+        }
+        return reach;
+    }
+
+    /** Turns the camera around the place that it looks at; angles in radians. */
     turn(azimuth: number, polar: number): void {
         const offset = this.camera.position.clone().sub(this.controls.target);
         const distance = offset.length();

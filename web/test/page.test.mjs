@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import {readFileSync, writeFileSync} from 'node:fs';
 import {join} from 'node:path';
 import {after, before, test} from 'node:test';
-import {folder, getHeights, launch, look, open, readout, writeLargeScene, writeScenes} from './support.mjs';
+import {folder, getExtent, getHeights, launch, look, open, readout, writeLargeScene, writeScenes} from './support.mjs';
 
 const MILLIMETRE = 0.001;
 let browser;
@@ -47,10 +47,27 @@ test('names stand on the page as text', async () => {
     await page.context().close();
 });
 
+test('the whole scene is beside the panel, or fills the canvas without it', async () => {
+    const {page, byId} = await open(browser, 'survey.html');
+    const panel = await page.locator('#panel').boundingBox();
+    for (const act of ['reset', 'top']) {
+        await byId(act).click();
+        const {left, right, top, bottom} = await getExtent(page);
+        assert.ok(left > panel.x + panel.width && right < 1000 && top > 0 && bottom < 700, act);
+        assert.ok(right - left > 650 || bottom - top > 650, act);
+    }
+    await byId('fold').click();
+    await byId('canvas').press('t');
+    const {left, right, top, bottom} = await getExtent(page);
+    assert.ok(Math.abs(left + right - 1000) < 1 && Math.abs(top + bottom - 700) < 1);
+    await page.context().close();
+});
+
 test('exaggeration, contours and layers change the picture', async () => {
     const {page, byId} = await open(browser, 'layers.html');
     const first = await look(page);
     assert.ok(first.reddish > 0.01);
+    assert.ok(first.black > 0.003); // a line of 6 points, not of 2 pixels
     await byId('layer-cut').uncheck();
     const without = await look(page);
     assert.ok(without.reddish < first.reddish / 10);

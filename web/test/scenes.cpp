@@ -80,7 +80,7 @@ bool writeLayers(const std::string& folder) {
     scene.addSurface({&lower}, "cut", Color(0.84, 0.19, 0.15));
     scene.addSurface({&upper}, "\"><img src=x onerror=alert(1)>", CR_DIVERGING);
     scene.addSurface({&roof}, "grey", CR_GREY);
-    scene.addSegments({Segment2(a, c)}, "lines", Color(CBLACK));
+    scene.addSegments({Segment2(a, c)}, "lines", Color(CBLACK, 6.0f));
     return scene.writeWebScene(folder + "/layers.html") && scene.writeGlb(folder + "/layers.glb");
 }
 

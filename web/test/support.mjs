@@ -63,12 +63,24 @@ export const look = page =>
         let drawn = 0;
         let sum = 0;
         let reddish = 0;
+        let black = 0;
         for (let i = 0; i < data.length; i += 4) {
             if (data[i + 3] > 0) ++drawn;
             if (data[i] > 2 * data[i + 2] && data[i] > 2 * data[i + 1] && data[i + 3] > 0) ++reddish;
+            if (data[i] + data[i + 1] + data[i + 2] < 30 && data[i + 3] === 255) ++black;
             sum = (31 * sum + data[i] + 3 * data[i + 1] + 7 * data[i + 2]) % 1_000_000_007;
         }
-        return {drawn: (4 * drawn) / data.length, reddish: (4 * reddish) / data.length, sum};
+        return {drawn: (4 * drawn) / data.length, reddish: (4 * reddish) / data.length, black: (4 * black) / data.length, sum};
+    });
+
+/** The smallest and largest x and y on the canvas of the corners of the scene. */
+export const getExtent = page =>
+    page.evaluate(() => {
+        const {low, high} = window.view.box;
+        const numbers = [0, 1, 2, 3, 4, 5, 6, 7];
+        const places = numbers.map(n => window.view.project([0, 1, 2].map(k => (n & (1 << k) ? high : low)[k])));
+        const [xs, ys] = [0, 1].map(k => places.map(place => place[k]));
+        return {left: Math.min(...xs), right: Math.max(...xs), top: Math.min(...ys), bottom: Math.max(...ys)};
     });
 
 export const readout = async byId => (await byId('readout').textContent()).trim().split(' ').map(Number);
