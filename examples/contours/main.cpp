@@ -118,14 +118,16 @@ void draw(const Content& content, const std::filesystem::path& folder) {
 
 void addContours(const std::vector<Level>& vLevels, Visualizer3& scene) {
     constexpr size_t MIN_LABELLED = 200;  // segments
+    Polyline vAll;
     for (const Level& level : vLevels) {
         if (!level.bHeavy) continue;
         for (const Polyline& vLine : level.vLines) {
-            scene.addSegments(vLine, "contours", Color(0.45, 0.25, 0.1));
+            vAll.insert(vAll.end(), vLine.begin(), vLine.end());
             if (vLine.size() < MIN_LABELLED) continue;
-            scene.addLabel(Label(vLine.front().getSrc(), toText(level.height)), "labels");
+            scene.addLabel(Label(vLine[vLine.size() / 2].getSrc(), toText(level.height)), "labels");
         }
     }
+    scene.addSegments(vAll, "contours", Color(0.45, 0.25, 0.1));
 }
 
 /// The level surface of the water.
@@ -149,7 +151,7 @@ void writePage(const Content& content, const Taro_2D& ground, const std::string&
     ground.getTrianglePointers(vTriangles);
     scene.addSurface(vTriangles, "surface", CR_TERRAIN);
     addContours(content.vLevels, scene);
-    scene.addSegments(content.vProfile, "profile", Color(0.75, 0.1, 0.1));
+    scene.addSegments(content.vProfile, "profile", Color(0.75, 0.1, 0.1, 2.2));
     addWater(content.flood, scene);
     scene.setVerticalExaggeration(3);
     scene.writeWebScene(filename);

@@ -220,8 +220,8 @@ void writePage(const std::string& filename, const Zone2& zone) {
     zone.getBoundarySegments(vBorder);
     Visualizer3 scene("A mesh of the high ground");
     scene.addSurface(vTriangles, "surface", CR_TERRAIN);
-    scene.addSegments(vEdges, "edges", Color(0.4, 0.45, 0.4));
-    scene.addSegments(vBorder, "border", BORDER);
+    scene.addSegments(vEdges, "edges", Color(0.25, 0.3, 0.25, 0.6));
+    scene.addSegments(vBorder, "border", Color(0.6, 0.1, 0.1, 1.5));
     scene.setVerticalExaggeration(3);
     scene.writeWebScene(filename);
 }
