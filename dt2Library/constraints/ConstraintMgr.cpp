@@ -209,6 +209,23 @@ std::pair<Point2*, bool> ConstraintMgr::bringVertex(const Point2& place) {
     return {pVtx, bNew};
 }
 
+void ConstraintMgr::bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew) {
+    const FlagScope pause = pDt2_->getHeightBook().pause();
+    vNew.assign(vPlaces.size(), nullptr);
+    const auto noteNew = [&] {
+        for (const Point2* pVtx : vNew) {
+            if (pVtx) sBroughtVertices_.insert(pVtx);
+        }
+    };
+    try {
+        pDt2_->insertBulk(PointSource(vPlaces), vNew.data());
+    } catch (...) {  // cancelled
+        noteNew();
+        throw;
+    }
+    noteNew();
+}
+
 void ConstraintMgr::countEnds() {
     if (pNumEnds_) return;
     pNumEnds_ = std::make_unique<PointerMap<unsigned>>();

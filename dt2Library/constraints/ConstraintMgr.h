@@ -97,6 +97,9 @@ class ConstraintMgr : public ConstraintKeeper {
     void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Inserts a vertex for constraints alone. Returns the vertex at that place, and whether it is new.
     std::pair<Point2*, bool> bringVertex(const Point2& place);
+    /// Inserts vertices for constraints alone, in bulk, at places where there are none. Sets the new vertices; those that are
+    /// null have not been inserted when an exception ends the call.
+    void bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew);
     /// Segments without owners that a removal has still to delete (GraphRemover).
     const std::vector<ConstraintSegment2*>& getOrphans() const { return vOrphans_; }
     void addOrphan(ConstraintSegment2* pCSeg) { vOrphans_.push_back(pCSeg); }

@@ -1,6 +1,7 @@
 // The order in which segments become edges.
 //
-// Segments are established one after the other, in the order in which clients asked for them, so that older segments
+// The crossings of the segments become vertices first, as far as they do not depend on the order (CrossingFinder). Then segments
+// are established one after the other, in the order in which clients asked for them, so that older segments
 // are edges by the time younger ones meet them. Each segment takes several passes over its pieces: the leaves of a
 // piece that is split go to the next pass. Pieces of conforming segments are halved and cannot become shorter than
 // doubles allow, so the limit on passes is reached only if rounding makes segments split each other again and again.
@@ -11,6 +12,7 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
+#include "constraints/CrossingFinder.h"
 #include "mesh/Dt2.h"
 #include "support/Progress.h"
 #include "support/diagnostics.h"
@@ -23,6 +25,10 @@ namespace {
 
 constexpr int MAX_PASSES = 499;
 constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
+
+bool areSameAge(const ConstraintSegment2* pFirst, const ConstraintSegment2* pSecond) {
+    return !(pFirst->getAge() < pSecond->getAge()) && !(pSecond->getAge() < pFirst->getAge());
+}
 
 /// Tells the manager that segments may be left that are no edges, where an exception ends the scope.
 class UnfinishedScope {
@@ -89,9 +95,13 @@ void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size
         conformingInserter_.setHalvingQuota(numSegments, vCSegs);
     }
     bool bAllDone = true;
-    for (ConstraintSegment2* pCSeg : vCSegs) {
-        if (bOutermost) segmentInserter_.setCrossingQuota(quota);
-        bAllDone = establishPieces(pCSeg) && bAllDone;
+    for (size_t i = 0, first = 0; i < vCSegs.size(); ++i) {
+        if (bOutermost) segmentInserter_.begin(vCSegs[i], quota);
+        bAllDone = establishPieces(vCSegs[i]) && bAllDone;
+        const bool bLast =
+            i + 1 == vCSegs.size() || !areSameAge(vCSegs[i], vCSegs[i + 1]);  // of the pieces of a segment
+        if (bOutermost && bLast) segmentInserter_.giveHeights(&vCSegs[first], i + 1 - first);
+        if (bLast) first = i + 1;
         if (pProgress) pProgress->incProgress(1);
     }
     if (!bAllDone) warnOfInaccuracy();
@@ -116,11 +126,38 @@ bool Establisher::establishPieces(ConstraintSegment2* pCSeg) {
 void Establisher::establishWithProgress(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments,
                                         const char* label) {
     if (!mesh_.is2D()) return;
+    insertCrossings(vCSegs);
     Progress& progress = mesh_.getProgress();
     progress.start(label, vCSegs.size());
     const ProgressEnd progressEnd(progress);
     establish(vCSegs, numSegments, &progress);
+    segmentInserter_.end();
     progress.finish();
+}
+
+/// Under another rule of heights a crossing may change the height of the older segment, too, one after the other.
+void Establisher::insertCrossings(const std::vector<ConstraintSegment2*>& vCSegs) {
+    if (bEstablishing_ || vCSegs.size() < 2 || mesh_.takesConstraintsExactly()) return;
+    if (mesh_.getHeightBook().getRule() != HR_FIRST) return;
+    const UnfinishedScope unfinished(manager_);
+    const std::vector<CrossingFinder::Crossing> vCrossings = CrossingFinder(mesh_, manager_).find(vCSegs);
+    if (vCrossings.empty()) return;
+    std::vector<Point2> vPlaces;
+    vPlaces.reserve(vCrossings.size());
+    for (const CrossingFinder::Crossing& crossing : vCrossings) vPlaces.push_back(crossing.place);
+    std::vector<Point2*> vNew;
+    const auto awaitHeights = [&] {
+        for (size_t k = 0; k < vNew.size(); ++k) {
+            if (vNew[k] && vCrossings[k].bPending) segmentInserter_.awaitHeight(vNew[k]);
+        }
+    };
+    try {
+        manager_.bringVertices(vPlaces, vNew);
+    } catch (...) {  // cancelled
+        awaitHeights();
+        throw;
+    }
+    awaitHeights();
 }
 
 void Establisher::establishAsEdges(const std::vector<ConstraintSegment2*>& vCSegs) {

@@ -46,6 +46,7 @@ class Establisher {
     /// and again.
     size_t getCloseQuota() const;
     void establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress);
+    void insertCrossings(const std::vector<ConstraintSegment2*>& vCSegs);
     /// Establishes a segment and all its pieces; false if the limit on passes ends this early.
     bool establishPieces(ConstraintSegment2* pCSeg);
 

@@ -51,6 +51,18 @@ class SegmentIndex {
         tree_.query(boost::geometry::index::intersects(getBox(segment)), boost::make_function_output_iterator(take));
     }
 
+    /// Calls visit(index) for the same segments until it returns false; then the result is false.
+    template <class Visit>
+    bool forEachCandidateWhile(const Segment2& segment, Visit visit) {
+        if (!isFinite2D(segment)) return true;
+        updateTree();
+        const auto touching = boost::geometry::index::intersects(getBox(segment));
+        for (auto it = tree_.qbegin(touching); it != tree_.qend(); ++it) {
+            if (!visit(it->second)) return false;
+        }
+        return true;
+    }
+
   private:
     using Corner = boost::geometry::model::point<double, 2, boost::geometry::cs::cartesian>;
     using Box = boost::geometry::model::box<Corner>;

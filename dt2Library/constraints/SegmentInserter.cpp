@@ -21,7 +21,9 @@
 
 #include "constraints/SegmentInserter.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <tuple>
 
@@ -35,6 +37,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
 #include "mesh/segmentWalk.h"
+#include "support/PointerMap.h"
 #include "support/diagnostics.h"
 #include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
@@ -82,6 +85,28 @@ Point2 getRoundedCrossing(const Point2& s0, const Point2& s1, const Point2& t0, 
     return end;
 }
 
+/// The vertices of a segment's pieces, from the smaller end on.
+std::vector<Point2*> getVerticesAlong(ConstraintSegment2* const* aPieces, size_t num) {
+    std::vector<ConstraintSegment2*> vPieces;
+    for (size_t i = 0; i < num; ++i) appendAlivePieces(aPieces[i], vPieces);
+    std::vector<Point2*> vVertices;
+    for (const ConstraintSegment2* pPiece : vPieces) {
+        vVertices.push_back(pPiece->getSrc());
+        vVertices.push_back(pPiece->getTrg());
+    }
+    const auto isSmaller = [](const Point2* p, const Point2* q) { return *p < *q; };
+    const auto ends = std::minmax_element(vVertices.begin(), vVertices.end(), isSmaller);
+    const Point2 &src = **ends.first, &trg = **ends.second;
+    const double dx = trg.x() - src.x(), dy = trg.y() - src.y();
+    const auto getPlace = [&](const Point2* p) { return dx * (p->x() - src.x()) + dy * (p->y() - src.y()); };
+    std::sort(vVertices.begin(), vVertices.end(), [&](const Point2* p, const Point2* q) {
+        const double ofP = getPlace(p), ofQ = getPlace(q);
+        return ofP != ofQ ? ofP < ofQ : *p < *q;
+    });
+    vVertices.erase(std::unique(vVertices.begin(), vVertices.end()), vVertices.end());
+    return vVertices;
+}
+
 }  // namespace
 
 void SegmentInserter::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
@@ -121,7 +146,7 @@ bool SegmentInserter::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vecto
         TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getSrc(), "pExistingVertex!=pCSeg->getSrc()");
         TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getTrg(), "pExistingVertex!=pCSeg->getTrg()");
         mesh_.getInnerVtxMgr().eraseVtx(pExistingVertex);
-        runThrough(pCSeg, pExistingVertex);
+        advanceThrough(pCSeg, pExistingVertex);
         if (pCSeg->split_combinatorialOnly(pExistingVertex)) pCSeg->getChildrenRec(vStack);
         return true;
     }
@@ -147,8 +172,18 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
     bool bNew = false;
     std::tie(pSplit, bNew) = manager_.bringVertex(splitPoint);
     const auto [pOlder, pYounger] = orderByAge(pCrossingCSeg, pCSeg);
-    if (!bNew) runThrough(pOlder, pSplit);  // a new vertex already has the height of the older one
-    runThrough(pYounger, pSplit);
+    if (pOlder != pCSeg) {
+        if (!bNew) runThrough(pOlder, pSplit);  // a new vertex already has the height of the older one
+        advanceThrough(pCSeg, pSplit);
+    } else {
+        if (!bNew) advanceThrough(pCSeg, pSplit);
+        if (bNew && !vReached_.empty() && isPresent(pCSeg)) {
+            const Point2 &end0 = *pYounger->getSrc(), &end1 = *pYounger->getTrg();
+            vCrossings_.emplace_back(pSplit, getHeightOn(end0, end1, pSplit->x(), pSplit->y()));
+        } else {
+            runThrough(pYounger, pSplit);
+        }
+    }
     mesh_.getInnerVtxMgr().eraseVtx(pSplit);
     const auto splitAt = [&](ConstraintSegment2* pKilled) {
         pKilled->unkill();
@@ -166,7 +201,79 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
 
 void SegmentInserter::runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx) {
     if (pVtx == pCSeg->getSrc() || pVtx == pCSeg->getTrg()) return;
-    mesh_.getHeightBook().meet(pVtx, getHeightOn(*pCSeg->getSrc(), *pCSeg->getTrg(), pVtx->x(), pVtx->y()));
+    const double height = getHeightOn(*pCSeg->getSrc(), *pCSeg->getTrg(), pVtx->x(), pVtx->y());
+    if (sAwaiting_.erase(pVtx)) {
+        pVtx->set(pVtx->x(), pVtx->y(), height);
+    } else {
+        mesh_.getHeightBook().meet(pVtx, height);
+    }
+}
+
+void SegmentInserter::begin(const ConstraintSegment2* pCSeg, size_t crossingQuota) {
+    setCrossingQuota(crossingQuota);
+    // After a cancelled call the segment that it left unfinished goes on; older ones before it reach no new vertices.
+    if (vReached_.empty()) present_ = pCSeg->getAge();
+}
+
+void SegmentInserter::end() {
+    sAwaiting_ = AddressSet();
+    vReached_.clear();
+    vMet_.clear();
+    vCrossings_.clear();
+}
+
+bool SegmentInserter::isPresent(const ConstraintSegment2* pCSeg) const {
+    return !(pCSeg->getAge() < present_) && !(present_ < pCSeg->getAge());
+}
+
+/// runThrough for a piece of the segment that is being established, or of one that it has split. From the first vertex on that awaits its height, the heights at the ends
+/// of pieces are not known yet: giveHeights follows.
+void SegmentInserter::advanceThrough(const ConstraintSegment2* pCSeg, Point2* pVtx) {
+    if (pVtx == pCSeg->getSrc() || pVtx == pCSeg->getTrg()) return;
+    if (!isPresent(pCSeg)) {
+        runThrough(pCSeg, pVtx);
+    } else if (sAwaiting_.erase(pVtx)) {
+        vReached_.push_back(pVtx);
+    } else if (vReached_.empty()) {
+        runThrough(pCSeg, pVtx);
+    } else {
+        vMet_.push_back(pVtx);
+    }
+}
+
+void SegmentInserter::giveHeights(ConstraintSegment2* const* aPieces, size_t num) {
+    if (vReached_.empty() || !isPresent(aPieces[0])) return;
+    AddressSet sReached, sMet;
+    PointerMap<double> mOthers;
+    for (const Point2* pVtx : vReached_) sReached.insert(pVtx);
+    for (const Point2* pVtx : vMet_) sMet.insert(pVtx);
+    for (const auto& [pVtx, ofYounger] : vCrossings_) mOthers.add(pVtx, ofYounger);
+    vReached_.clear();
+    vMet_.clear();
+    vCrossings_.clear();
+    const std::vector<Point2*> vVertices = getVerticesAlong(aPieces, num);
+    const auto setHeight = [](Point2* pVtx, const Point2& end0, const Point2& end1) {
+        pVtx->set(pVtx->x(), pVtx->y(), getHeightOn(end0, end1, pVtx->x(), pVtx->y()));
+    };
+    // The segment came from the smaller end: behind a vertex it was straight up to the other end.
+    const Point2 *pKnown = vVertices.front(), *pEnd = vVertices.back();
+    for (Point2* pVtx : vVertices) {
+        if (sReached.contains(pVtx)) continue;
+        if (const double* pOfYounger = mOthers.find(pVtx)) {
+            setHeight(pVtx, *pKnown, *pEnd);
+            mesh_.getHeightBook().meet(pVtx, *pOfYounger);
+        }
+        if (sMet.contains(pVtx)) mesh_.getHeightBook().meet(pVtx, getHeightOn(*pKnown, *pEnd, pVtx->x(), pVtx->y()));
+        pKnown = pVtx;
+    }
+    const auto isReached = [&](const Point2* pVtx) { return sReached.contains(pVtx); };
+    for (auto it = vVertices.begin(); it != vVertices.end();) {
+        const auto first = std::find_if(it, vVertices.end(), isReached);
+        it = std::find_if_not(first, vVertices.end(), isReached);
+        const Point2& before = first == vVertices.begin() ? **first : **std::prev(first);
+        const Point2& after = it == vVertices.end() ? *pEnd : **it;
+        std::for_each(first, it, [&](Point2* pVtx) { setHeight(pVtx, before, after); });
+    }
 }
 
 Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) {

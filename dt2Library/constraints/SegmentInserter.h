@@ -4,12 +4,13 @@
 #include <utility>
 #include <vector>
 
+#include "kernel/flatSets.h"
+#include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {
 
 class ConstraintMgr;
-class ConstraintSegment2;
 class Dt2;
 class Triangle2;
 
@@ -42,6 +43,15 @@ class SegmentInserter {
     /// snaps; otherwise appends the crossing and returns null.
     Point2* getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
                         std::vector<Crossing>& vPairIspCS) const;
+    /// A new vertex at a crossing awaits its height from the first segment that runs through it.
+    void awaitHeight(const Point2* pVtx) { sAwaiting_.insert(pVtx); }
+    /// The segment that is established from now on, with its own quota of crossings.
+    void begin(const ConstraintSegment2* pCSeg, size_t crossingQuota);
+    /// All segments are established: no vertex awaits its height any more.
+    void end();
+    /// Gives vertices that awaited their height from the present segment the height between the other vertices on it. Its pieces
+    /// are edges, as far as it could be established.
+    void giveHeights(ConstraintSegment2* const* aPieces, size_t num);
     /// Applies the height rule to a vertex on the path of a segment and the height of the segment there; ignores its
     /// ends.
     void runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx);
@@ -50,6 +60,8 @@ class SegmentInserter {
     void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
 
   private:
+    bool isPresent(const ConstraintSegment2* pCSeg) const;
+    void advanceThrough(const ConstraintSegment2* pCSeg, Point2* pVtx);
     /// Makes an edge of a segment, or removes one obstacle and appends the remaining pieces; false if the quota is used
     /// up.
     bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
@@ -59,6 +71,12 @@ class SegmentInserter {
     Dt2& mesh_;
     ConstraintMgr& manager_;
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
+    AddressSet sAwaiting_;
+    ConstraintSegment2::Age present_{0, 0};
+    // On the present segment: vertices that awaited their heights from it, others that it met since, and new ones at crossings
+    // with younger segments, with the heights of those.
+    std::vector<Point2*> vReached_, vMet_;
+    std::vector<std::pair<Point2*, double>> vCrossings_;
 };
 
 }  // namespace LUMO_TARO25D

@@ -14,6 +14,7 @@ void bindMeshing(nanobind::module_& module);
 void bindAnalysis(nanobind::module_& module);
 void bindFiles(nanobind::module_& module);
 void bindModelling(nanobind::module_& module);
+void bindDatasets(nanobind::module_& module);
 
 /// What a Python object of a zone holds: it keeps the surface alive, and the zones that it is made of.
 class ZoneHandle {

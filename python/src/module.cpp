@@ -18,5 +18,6 @@ NB_MODULE(_engine, module) {
     bindAnalysis(module);
     bindFiles(module);
     bindModelling(module);
+    bindDatasets(module);
     nb::module_::import_("atexit").attr("register")(nb::cpp_function(&EngineCall::disconnect));
 }

@@ -6,12 +6,15 @@
 #include <cmath>
 #include <vector>
 
+#include "kernel/tools.h"
 #include "support/capture.h"
 #include "support/constraint_oracle.h"
 #include "support/generators.h"
 #include "support/mesh.h"
 #include "support/polygons.h"
+#include "taro25d/HeightConflict.h"
 #include "taro25d/Taro_2D.h"
+#include "taro25d/freeFunctions.h"
 
 using namespace LUMO_TARO25D;
 
@@ -61,6 +64,107 @@ TEST(ConstraintCrossings, ThatMoveToAnEndAreNotRationed) {
         expectAllEstablished(vSpokes, "spokes");
         expectAllEstablished(vCluster, "cluster");
     }
+}
+
+// ---- Many segments of one call that cross often: their crossings are found before they are inserted ----
+
+double planeAt(double x, double y) { return 0.25 * x - 0.5 * y; }
+
+/// Segments across a square and on a plane, on lattices of several finenesses, so that some meet at vertices, overlap or nearly touch.
+SegmentVector makeTangle(Random& random, size_t num, double origin, double fineness) {
+    SegmentVector vSegments;
+    while (vSegments.size() < num) {
+        const auto makeEnd = [&] {
+            const double x = origin + std::round(uniform(random, 0, 100) / fineness) * fineness;
+            const double y = origin + std::round(uniform(random, 0, 100) / fineness) * fineness;
+            return Point2(x, y, planeAt(x, y));
+        };
+        const Point2 src = makeEnd(), trg = makeEnd();
+        if (src != trg) vSegments.emplace_back(src, trg);
+    }
+    return vSegments;
+}
+
+TEST(ConstraintCrossings, OfOneCallAreThoseOfManyCalls) {
+    const StdoutCapture capture;
+    Random random(11);
+    for (int round = 0; round < 40; ++round) {
+        SCOPED_TRACE(round);
+        const double origin = round % 3 == 0 ? 0 : round % 3 == 1 ? 4.5e6 : -1e3;
+        const SegmentVector vOld = makeTangle(random, 3, origin, 0.25);
+        const SegmentVector vSegments = makeTangle(random, 40, origin, round % 2 ? 1e-3 : 10);
+        Taro_2D batch, single;
+        for (Taro_2D* pMesh : {&batch, &single}) {
+            pMesh->createConstraint(vOld, CIS_CONSTRAINED_DELAUNAY);
+            for (const Segment2& s : vSegments) pMesh->insert(PointVector{s.getSrc(), s.getTrg()});
+        }
+        batch.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);
+        for (const Segment2& s : vSegments) single.createConstraint({s}, CIS_CONSTRAINED_DELAUNAY);
+        EXPECT_TRUE(ConstraintOracle(batch).check());
+        // Where three segments nearly meet, rounding decides whether there are one or two vertices.
+        EXPECT_NEAR(double(batch.numberOfPoints()), double(single.numberOfPoints()), 1);
+        for (const Point2* pVtx : verticesOf(batch)) {
+            const double extent = std::abs(origin) + 100;
+            EXPECT_NEAR(pVtx->z(), planeAt(pVtx->x(), pVtx->y()), 1e-6 + 1e-14 * extent);
+        }
+        std::vector<HeightConflict> vConflicts;
+        batch.getHeightConflicts(1e-6, vConflicts);
+        EXPECT_TRUE(vConflicts.empty());
+    }
+}
+
+TEST(ConstraintCrossings, OfOneCallTakeTheHeightOfTheOlderSegment) {
+    // Each segment is level, and all others cross it: between its crossings with the older ones it is straight.
+    SegmentVector vSegments;
+    for (int i = 0; i < 12; ++i) {
+        const double x = std::cos(0.26 * i + 0.1), y = std::sin(0.26 * i + 0.1);
+        const double shift = 0.01 * i * i, z = 100 * i;
+        vSegments.push_back(
+            Segment2({shift * y - 9 * x, -shift * x - 9 * y, z}, {shift * y + 9 * x, 9 * y - shift * x, z}));
+    }
+    Taro_2D mesh;
+    mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);
+    EXPECT_EQ(mesh.numberOfPoints(), 12u + 12u + 66u);
+    const auto isOn = [](const Segment2& s, const Point2* p) {
+        return getPointLineDistance2D(*p, s.getSrc(), s.getTrg()) < 1e-9;
+    };
+    for (size_t i = 0; i < vSegments.size(); ++i) {
+        const double dx = vSegments[i].getTrg().x() - vSegments[i].getSrc().x(),
+                     dy = vSegments[i].getTrg().y() - vSegments[i].getSrc().y();
+        VertexVector vOn;
+        for (Point2* pVtx : verticesOf(mesh)) {
+            if (isOn(vSegments[i], pVtx)) vOn.push_back(pVtx);
+        }
+        std::sort(vOn.begin(), vOn.end(), [&](const Point2* p, const Point2* q) {
+            return dx * p->x() + dy * p->y() < dx * q->x() + dy * q->y();
+        });
+        ASSERT_EQ(vOn.size(), 13u);
+        const auto isOlder = [&](const Point2* pVtx) {
+            return std::any_of(vSegments.begin(), vSegments.begin() + long(i), [&](auto& s) { return isOn(s, pVtx); });
+        };
+        for (size_t k = 1, last = 0; k < vOn.size(); ++k) {
+            if (k + 1 < vOn.size() && !isOlder(vOn[k])) continue;
+            for (size_t between = last + 1; between < k; ++between) {
+                const double height = getZOnSegment(*vOn[last], *vOn[k], vOn[between]->x(), vOn[between]->y());
+                EXPECT_NEAR(vOn[between]->z(), height, 1e-9);
+            }
+            last = k;
+        }
+    }
+}
+
+TEST(ConstraintCrossings, ManyAtOnePlaceOrAlongLatticesAreResolved) {
+    SegmentVector vLattice, vThrough;
+    for (int i = 1; i <= 40; ++i) {
+        vLattice.push_back(makeSegment(0, i, 41, i));
+        vLattice.push_back(makeSegment(i, 0, i, 41));
+        vThrough.push_back(makeSegment(-i, -41 + i, i, 41 - i));
+    }
+    expectAllEstablished(vLattice, "lattice");
+    expectAllEstablished(vThrough, "through one place");
+    Taro_2D mesh;
+    mesh.createConstraint(vLattice, CIS_CONSTRAINED_DELAUNAY);
+    EXPECT_EQ(mesh.numberOfPoints(), 1600u + 160u);
 }
 
 }  // namespace

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "support/generators.h"
+#include "support/mesh.h"
 #include "support/recorder.h"
 #include "support/stopping.h"
 #include "taro25d/taro25d.h"
@@ -230,6 +231,30 @@ TEST_F(CancelTest, ConstraintsAreEstablishedByTheNextCall) {
             });
         }
     }
+}
+
+TEST_F(CancelTest, CrossingsHaveTheirHeightsInTheEnd) {
+    std::vector<Segment2> vLattice;  // a skew one, without four corners on one circle
+    for (int i = 1; i <= 15; ++i) {
+        vLattice.emplace_back(Point2(0.0, 6.0 * i, i), Point2(100.0, 6.0 * i + 0.03 * i * i, i + 50.0));
+        vLattice.emplace_back(Point2(6.0 * i, 0.0, 3.0 * i), Point2(6.0 * i - 0.02 * i * i, 100.0, i));
+    }
+    testAtRandomMoments([&](const std::atomic<bool>* pFlag) {
+        const auto pScene = std::make_shared<Scene>(pFlag, 300);
+        const auto run = [pScene, vLattice, bStarted = std::make_shared<bool>(false)] {
+            if (*bStarted) return pScene->mesh.applyConstraintsAndZones();
+            *bStarted = true;
+            pScene->mesh.createConstraint(vLattice, CIS_CONSTRAINED_DELAUNAY);
+        };
+        return makeOperation(pScene, run, [pScene] {
+            std::vector<Point2> vPlaces;
+            for (const Point2* pVtx : verticesOf(pScene->mesh)) vPlaces.push_back(*pVtx);
+            std::sort(vPlaces.begin(), vPlaces.end());
+            Numbers vNumbers = toNumbers(pScene->mesh);
+            for (const Point2& place : vPlaces) vNumbers.push_back(place.z());
+            return vNumbers;
+        });
+    });
 }
 
 TEST_F(CancelTest, RemovalOfConstraintsIsFinishedByTheNextCall) {
