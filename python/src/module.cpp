@@ -17,6 +17,7 @@ NB_MODULE(_engine, module) {
     bindMeshing(module);
     bindAnalysis(module);
     bindFiles(module);
+    bindTiles(module);
     bindModelling(module);
     bindDatasets(module);
     nb::module_::import_("atexit").attr("register")(nb::cpp_function(&EngineCall::disconnect));

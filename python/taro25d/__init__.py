@@ -9,7 +9,7 @@
 from __future__ import annotations
 
 from . import _messages as _messages
-from . import datasets
+from . import datasets, tiles
 from ._file import load
 from ._mesh import Conflict
 from ._simplify import simplify
@@ -61,4 +61,5 @@ __all__ = [
     "load",
     "read",
     "simplify",
+    "tiles",
 ]

@@ -6,6 +6,7 @@ import contextlib
 import os
 import shutil
 import tempfile
+import threading
 import warnings
 from collections.abc import Iterator
 from pathlib import Path
@@ -21,7 +22,7 @@ def reading(path: Path) -> Iterator[None]:
     if path.is_dir():
         raise FileError(f"{path}: this is a folder")
     try:
-        with _quiet():
+        with _quiet:
             yield
     except MissingExtraError:
         raise
@@ -43,13 +44,34 @@ def reading(path: Path) -> Iterator[None]:
         raise FormatError(f"{path}: the file is broken") from error
 
 
-@contextlib.contextmanager
-def _quiet() -> Iterator[None]:
-    """Keep what other packages warn of from users, who have not called them; warnings of this package stay."""
-    with warnings.catch_warnings():
-        warnings.simplefilter("ignore")
-        warnings.simplefilter("always", Warning)
-        yield
+class _Quiet:
+    """Keeps what other packages warn of from users, who have not called them; warnings of this package stay.
+
+    Filters are those of the process, so that several threads set them once together.
+    """
+
+    def __init__(self) -> None:
+        self._lock = threading.Lock()
+        self._depth = 0
+        self._filters = warnings.catch_warnings()
+
+    def __enter__(self) -> None:
+        with self._lock:
+            self._depth += 1
+            if self._depth == 1:
+                self._filters = warnings.catch_warnings()
+                self._filters.__enter__()
+                warnings.simplefilter("ignore")
+                warnings.simplefilter("always", Warning)
+
+    def __exit__(self, *exception: object) -> None:
+        with self._lock:
+            self._depth -= 1
+            if self._depth == 0:
+                self._filters.__exit__(None, None, None)
+
+
+_quiet = _Quiet()
 
 
 def _named(path: Path, reason: str) -> str:
@@ -74,7 +96,7 @@ def writing(path: Path) -> Iterator[Path]:
     except OSError as error:
         raise FileError(f"{path}: {error.strerror}") from error
     try:
-        with _quiet():
+        with _quiet:
             yield folder / path.name
         made = sorted(folder.iterdir(), key=lambda file: file.name == path.name)
         for file in made:

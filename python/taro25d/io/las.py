@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
+from .._geometry import FloatArray
 from .._optional import require
 from ..errors import FormatError
 from ..points import Points
@@ -37,6 +38,19 @@ def read(path: Path, classes: Sequence[int] | None = None) -> Points:
     return Points(points, crs, attributes)
 
 
+def read_rows(path: Path, start: int, stop: int, classes: Sequence[int] | None = None) -> FloatArray:
+    """Read the points of some rows, selected as ``read`` does."""
+    laspy = require("laspy")
+    require("lazrs")
+    with laspy.open(path) as file:
+        _check_size(path, file.header)
+        file.seek(start)
+        num, points, _ = _select(file.read_points(stop - start), classes, [])
+    if num != stop - start:
+        raise FormatError(f"the file is cut short: {num} points are there from {start} to {stop}")
+    return points
+
+
 def _check_size(path: Path, header: Any) -> None:
     """Refuse counts that the file cannot hold, before memory is taken for them."""
     size = path.stat().st_size
@@ -45,13 +59,13 @@ def _check_size(path: Path, header: Any) -> None:
         raise FormatError(f"the file is cut short: {header.point_count} points need {needed} bytes, there are {size}")
 
 
-def _select(chunk: Any, classes: Sequence[int] | None, names: list[str]) -> tuple[int, Any, dict[str, Any]]:
+def _select(chunk: Any, classes: Sequence[int] | None, names: list[str]) -> tuple[int, FloatArray, dict[str, Any]]:
     chosen = np.ones(len(chunk), dtype=bool)
     if "withheld" in chunk.point_format.dimension_names:
         chosen &= np.asarray(chunk.withheld) == 0
     if classes is not None:
         chosen &= np.isin(np.asarray(chunk.classification), list(classes))
-    points = np.column_stack([chunk.x, chunk.y, chunk.z])[chosen]
+    points: FloatArray = np.column_stack([chunk.x, chunk.y, chunk.z])[chosen]
     return len(chunk), points, {name: np.asarray(chunk[name])[chosen] for name in names}
 
 

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "kernel/GeomTest.h"
+#include "mesh/Dt2.h"
+#include "taro25d/Taro_2D.h"
+
+namespace LUMO_TARO25D {
+
+/// One tile of a triangulation that is too large for one machine: the tile's own points, and as many points of other tiles
+/// as it takes to make the stars of its own vertices (the triangles around them) those of the whole.
+///
+/// Points are (x, y, z) triples of finite numbers. Points of other tiles stand outside the box of the tile's own points.
+class TileMesh {
+  public:
+    /// Takes the tile's own points, all at different places. They get the numbers from 0 on.
+    TileMesh(const double* aCoordinates, size_t num);
+
+    /// Inserts points of other tiles.
+    void insert(const double* aCoordinates, size_t num);
+    /// Inserts those points of other tiles that lie inside or on the circle of a star that is to be certified, or beyond one
+    /// of its hull edges; the others change none of these stars, whatever is inserted later. Only where is2D().
+    void offer(const double* aCoordinates, size_t num);
+    /// Tells which boxes (x and y of the lower corner, then of the upper one) may hold such points. Errs on the side of
+    /// telling too many. Only where is2D().
+    void findReached(const double* aBoxes, size_t num, std::vector<std::uint8_t>& vReached) const;
+
+    /// The triangles that the tile owns: those whose smallest corner (by x, then y) is one of its own points. Numbers of
+    /// corners, counterclockwise from the smallest; the order follows from the numbers of the own points. Numbers from that
+    /// of own points on stand for vHalo: the points of other tiles, by x, then y, that the stars have on their circles. To be
+    /// called when no box holds points that are missing. Makes the diagonals canonical.
+    void getOwned(std::vector<double>& vHalo, std::vector<std::int32_t>& vTriangles);
+
+    bool is2D() const { return mesh_.is2D(); }
+    size_t numberOfPoints() const { return mesh_.numberOfPoints(); }
+    Taro_2D& getMesh() { return mesh_; }
+
+  private:
+    /// A convex region with all places that can change a star: a disc, or the right side of a line through (x, y).
+    struct Reach {
+        double x, y;
+        double radius;  // negative for a half-plane
+        double normalX, normalY, slack;
+        bool meets(const double* aBox) const;
+    };
+    using HullEdges = std::vector<std::pair<Triangle2*, int>>;
+
+    bool isOwn(const Point2* pVtx) const { return pVtx->getCustomIndex() < numOwn_; }
+    bool isWatched(const Point2* pVtx) const { return vWatched_[static_cast<size_t>(pVtx->getCustomIndex())]; }
+    bool isWatched(const Triangle2* pT) const;
+    void enter(Point2* pVtx);
+    bool matters(const Point2& point);
+    bool meetsStar(const Point2& point, GeomTest& geomTest);
+    HullEdges findVisible(const Point2& point, Triangle2* pT, int edge, GeomTest& geomTest) const;
+    static Reach getReach(const Triangle2* pT);
+    static Reach getHalfPlane(const Point2& src, const Point2& trg, double bulge);
+    void collectReaches(std::vector<Reach>& vReaches) const;
+    void collectTies(const Triangle2* pT, std::vector<Point2*>& vHalo);
+    void addOwned(Point2* pVtx, std::vector<std::int32_t>& vTriangles) const;
+
+    Taro_2D mesh_;
+    Dt2& dt2_;
+    int numOwn_ = 0;
+    Bbox2 ownBox_;
+    std::vector<bool> vWatched_;  // by number of vertex: whether its star is to be certified
+    std::vector<std::pair<const Triangle2*, const Triangle2*>>
+        vCavity_;  // a stack, with the triangle from which each was found
+};
+
+}  // namespace LUMO_TARO25D
