@@ -32,14 +32,14 @@ inline std::pair<Point2*, Point2*> getEndsByPlace(const ConstraintSegment2* pCSe
 /// Sorts segments, from index begin on, by the coordinates of their ends, so that no address matters.
 inline void sortByPlace(std::vector<ConstraintSegment2*>& vCSegs, size_t begin = 0) {
     const auto first = vCSegs.begin() + static_cast<std::ptrdiff_t>(begin);
-    const auto isBefore = [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
+    const auto comesFirst = [](const ConstraintSegment2* a, const ConstraintSegment2* b) {
         const auto [a0, a1] = getEndsByPlace(a);
         const auto [b0, b1] = getEndsByPlace(b);
         return *a0 != *b0 ? *a0 < *b0 : *a1 < *b1;
     };
     constexpr std::ptrdiff_t MIN_LENGTH_TO_LOOK = 1000;
-    if (vCSegs.end() - first < MIN_LENGTH_TO_LOOK) return std::sort(first, vCSegs.end(), isBefore);
-    std::sort(first, vCSegs.end(), lookingAt(isBefore));
+    if (vCSegs.end() - first < MIN_LENGTH_TO_LOOK) return std::sort(first, vCSegs.end(), comesFirst);
+    std::sort(first, vCSegs.end(), lookingAt(comesFirst));
 }
 
 /// The alive pieces of graphs, as edges.

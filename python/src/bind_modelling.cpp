@@ -61,8 +61,7 @@ std::unique_ptr<EfficientModel> makeModel(Surface& surface, const std::vector<Po
 void divideLines(Surface& surface, const std::vector<SegmentArray>& vLines) {
     std::vector<ConstraintGraph2*> vTogether;
     surface.getMesh().getConstraintGraphs(vTogether);
-    for (const SegmentArray& line : vLines)
-        surface.addBreakline(line.data(), line.shape(0), CIS_CONSTRAINED_DELAUNAY);
+    for (const SegmentArray& line : vLines) surface.addBreakline(line.data(), line.shape(0), CIS_CONSTRAINED_DELAUNAY);
     for (ConstraintGraph2* pGraph : vTogether) surface.getMesh().removeConstraint(pGraph);
 }
 
@@ -74,7 +73,8 @@ void simplify(Surface& surface, const PointArray& points, const std::vector<Segm
     call.run([&] {
         std::vector<Point2> vPoints;
         vPoints.reserve(num);
-        for (const double* a = aCoordinates; a != aCoordinates + 3 * num; a += 3) vPoints.emplace_back(a[0], a[1], a[2]);
+        for (const double* a = aCoordinates; a != aCoordinates + 3 * num; a += 3)
+            vPoints.emplace_back(a[0], a[1], a[2]);
         const auto pModel = makeModel(surface, vPoints, vLines, {maxError, bCertified, threads});
         nameByRows(*pModel->getTriangulation(), aCoordinates, num);
         surface.adopt(pModel->getTriangulation()->clone(), static_cast<std::int64_t>(num));
