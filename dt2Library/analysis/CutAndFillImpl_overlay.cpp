@@ -11,6 +11,7 @@
 #include "analysis/weld.h"
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
+#include "kernel/links.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -33,6 +34,15 @@ Bbox2 getBoxOf(const Triangle2* pT) {
     Bbox2 box;
     for (int i = 0; i < 3; ++i) box.add(*pT->getCorner(i));
     return box;
+}
+
+/// Dt2::isEdge, with one vertex looked at where that has few triangles.
+bool isEdge(const Dt2& dt2, Point2* p0, Point2* p1) {
+    constexpr int MAX_LOOKED = 16;
+    int numLooked = 0;
+    const Triangle2* pT = findIncidentTriangle(
+        p0, [&](const Triangle2* pCandidate) { return pCandidate->hasVertex(p1) || ++numLooked > MAX_LOOKED; });
+    return pT && (numLooked <= MAX_LOOKED || dt2.isEdge(p0, p1));
 }
 
 /// Always false.
@@ -173,17 +183,16 @@ void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, c
 /// Makes constraints of the pieces that are no edges, until all others are. Most pieces are Delaunay: they are edges by
 /// themselves, and stay so when constraints come that do not cross them. What new vertices take away is found again.
 void CutAndFillImpl::establishPieces() {
-    const Dt2& dt2 = *combined_.getImpl();
     ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
     Lookout<> lookout;
-    const auto isEdge = [&](const VertexPair& piece) {
+    const auto isThere = [&](const VertexPair& piece) {
         lookout.look();
-        return dt2.isEdge(piece.first, piece.second);
+        return isEdge(*combined_.getImpl(), piece.first, piece.second);
     };
     for (bool bComplete = false; !bComplete;) {
         bComplete = true;
         for (Lines& lines : aLines_) {
-            const auto firstMissing = std::stable_partition(lines.vPieces.begin(), lines.vPieces.end(), isEdge);
+            const auto firstMissing = std::stable_partition(lines.vPieces.begin(), lines.vPieces.end(), isThere);
             const std::vector<VertexPair> vMissing(firstMissing, lines.vPieces.end());
             lines.vPieces.erase(firstMissing, lines.vPieces.end());
             if (vMissing.empty()) continue;

@@ -38,7 +38,7 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
         if (second.vEdges[e].bInner) follow(e);
     }
     for (const int ithSurface : {1, 0}) keepApart(ithSurface);
-    for (const int ithSurface : {0, 1}) sortAlong(ithSurface);
+    if (avOrders_[1].size() > vCrossings_.size()) sortAlong(1);
 }
 
 void EdgeCrossings::numberEdgesOfFirst() {
@@ -147,29 +147,44 @@ void EdgeCrossings::note(const Triangle2* pT, int i, std::uint32_t e) {
 void EdgeCrossings::keepApart(int ithSurface) {
     sortAlong(ithSurface);
     const Crossing* pLast = nullptr;
+    bool bDropped = false;
     for (const std::uint32_t k : avOrders_[ithSurface]) {
         Crossing& crossing = vCrossings_[k];
         const bool bSameEdge = pLast && pLast->aEdges[ithSurface] == crossing.aEdges[ithSurface];
         crossing.bDropped = bSameEdge && !(distance2D(pLast->place, crossing.place) > clearance_);
         if (!crossing.bDropped) pLast = &crossing;
+        bDropped = bDropped || crossing.bDropped;
     }
+    if (!bDropped) return;
     vCrossings_.erase(std::remove_if(vCrossings_.begin(), vCrossings_.end(),
                                      [](const Crossing& crossing) { return crossing.bDropped; }),
                       vCrossings_.end());
+    sortAlong(ithSurface);
 }
 
+/// By edge, counting the crossings of each, then along each edge.
 void EdgeCrossings::sortAlong(int ithSurface) {
+    std::vector<std::uint32_t> vEnds(aSurfaces_[ithSurface].vEdges.size(), 0);
+    for (const Crossing& crossing : vCrossings_) ++vEnds[crossing.aEdges[ithSurface]];
+    std::partial_sum(vEnds.begin(), vEnds.end(), vEnds.begin());
     std::vector<std::uint32_t>& vOrder = avOrders_[ithSurface];
     vOrder.resize(vCrossings_.size());
-    std::iota(vOrder.begin(), vOrder.end(), std::uint32_t(0));
+    std::vector<std::uint32_t> vNext = vEnds;
+    for (size_t k = vCrossings_.size(); k-- > 0;) {
+        vOrder[--vNext[vCrossings_[k].aEdges[ithSurface]]] = static_cast<std::uint32_t>(k);
+    }
     const auto isBefore = [&](std::uint32_t a, std::uint32_t b) {
-        const Crossing &first = vCrossings_[a], &second = vCrossings_[b];
-        if (first.aEdges[ithSurface] != second.aEdges[ithSurface])
-            return first.aEdges[ithSurface] < second.aEdges[ithSurface];
-        const double t0 = first.aParameters[ithSurface], t1 = second.aParameters[ithSurface];
+        const double t0 = vCrossings_[a].aParameters[ithSurface], t1 = vCrossings_[b].aParameters[ithSurface];
         return t0 != t1 ? t0 < t1 : a < b;
     };
-    std::sort(vOrder.begin(), vOrder.end(), lookingAt(isBefore));
+    auto first = vOrder.begin();
+    Lookout<> lookout;
+    for (const std::uint32_t end : vEnds) {
+        lookout.look();
+        const auto last = vOrder.begin() + end;
+        std::sort(first, last, isBefore);
+        first = last;
+    }
 }
 
 }  // namespace LUMO_TARO25D

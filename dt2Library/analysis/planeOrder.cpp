@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <numeric>
 
 #include "kernel/triangleLists.h"
+#include "support/RecordMap.h"
 #include "support/stopping.h"
 #include "taro25d/Zone2.h"
 #include "vertices/HC2.h"
@@ -21,34 +23,39 @@ std::array<const Point2*, 3> getSortedCorners(const Triangle2* pT) {
     return aCorners;
 }
 
-/// The triangles that a list and its neighbours lead to among those that remain, breadth first; they remain no longer.
-std::vector<Triangle2*> takeComponent(Triangle2* pStart, AddressSet& sRemaining) {
-    std::vector<Triangle2*> vComponent{pStart};
-    sRemaining.erase(pStart);
-    Lookout<> lookout;
-    for (size_t k = 0; k < vComponent.size(); ++k) {
-        lookout.look();
-        for (int i = 0; i < 3; ++i) {
-            Triangle2* pN = vComponent[k]->getOppositeTriangle(i);
-            if (pN && sRemaining.erase(pN)) vComponent.push_back(pN);
-        }
+/// Numbers in sets, which are united until all that belongs together is in one (Tarjan 1975, with halved paths).
+class DisjointSets {
+  public:
+    explicit DisjointSets(size_t n) : vParents_(n) { std::iota(vParents_.begin(), vParents_.end(), std::uint32_t(0)); }
+
+    /// The smallest number of its set.
+    std::uint32_t getFirst(std::uint32_t i) {
+        for (; vParents_[i] != i; i = vParents_[i]) vParents_[i] = vParents_[vParents_[i]];
+        return i;
     }
-    return vComponent;
-}
+    void unite(std::uint32_t i, std::uint32_t j) {
+        const auto [first, second] = std::minmax({getFirst(i), getFirst(j)});
+        vParents_[second] = first;
+    }
+
+  private:
+    std::vector<std::uint32_t> vParents_;
+};
 
 /// The smallest one by isBefore. Few are compared: most have no corner that is as small as that of the smallest one so far.
-Triangle2* getSmallest(const std::vector<Triangle2*>& vTriangles) {
-    Triangle2* pSmallest = vTriangles[0];
-    const Point2* pCorner = getSortedCorners(pSmallest)[0];
+std::vector<Triangle2*>::iterator findSmallest(std::vector<Triangle2*>& vTriangles) {
+    auto smallest = vTriangles.begin();
+    const Point2* pCorner = getSortedCorners(*smallest)[0];
     Lookout<> lookout;
-    for (Triangle2* pT : vTriangles) {
+    for (auto it = vTriangles.begin(); it != vTriangles.end(); ++it) {
         lookout.look();
+        const Triangle2* pT = *it;
         if (*pCorner < *pT->getCorner(0) && *pCorner < *pT->getCorner(1) && *pCorner < *pT->getCorner(2)) continue;
-        if (!isBefore(pT, pSmallest)) continue;
-        pSmallest = pT;
+        if (!isBefore(pT, *smallest)) continue;
+        smallest = it;
         pCorner = getSortedCorners(pT)[0];
     }
-    return pSmallest;
+    return smallest;
 }
 
 }  // namespace
@@ -91,17 +98,33 @@ void sortAlongCurve(std::vector<Triangle2*>& vTriangles) {
 }
 
 std::vector<std::vector<Triangle2*>> getComponentsInPlaneOrder(const std::vector<Triangle2*>& vTriangles) {
-    std::vector<Triangle2*> vStarts;
-    AddressSet sRemaining = toSet(vTriangles);
-    for (Triangle2* pT : vTriangles) {
-        if (!sRemaining.contains(pT)) continue;
-        vStarts.push_back(getSmallest(takeComponent(pT, sRemaining)));
+    // In the order of the list, so that memory is read in order too if the list is in that of the records.
+    RecordMap<Triangle2, std::uint32_t> mNumbers;  // from 1
+    DisjointSets sets(vTriangles.size());
+    Lookout<> lookout;
+    for (std::uint32_t k = 0; k < vTriangles.size(); ++k) {
+        lookout.look();
+        mNumbers[vTriangles[k]] = k + 1;
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = vTriangles[k]->getOppositeTriangle(i);
+            const std::uint32_t* pNumber = pN ? mNumbers.find(pN) : nullptr;
+            if (pNumber && *pNumber != 0) sets.unite(*pNumber - 1, k);
+        }
     }
-    std::sort(vStarts.begin(), vStarts.end(), lookingAt(isBefore));
-    sRemaining = toSet(vTriangles);
+    std::vector<std::uint32_t> vComponents(vTriangles.size());  // of the first number of each set
     std::vector<std::vector<Triangle2*>> vvComponents;
-    vvComponents.reserve(vStarts.size());
-    for (Triangle2* pStart : vStarts) vvComponents.push_back(takeComponent(pStart, sRemaining));
+    for (std::uint32_t k = 0; k < vTriangles.size(); ++k) {
+        lookout.look();
+        const std::uint32_t first = sets.getFirst(k);
+        if (first == k) {
+            vComponents[k] = static_cast<std::uint32_t>(vvComponents.size());
+            vvComponents.emplace_back();
+        }
+        vvComponents[vComponents[first]].push_back(vTriangles[k]);
+    }
+    for (auto& vComponent : vvComponents) std::iter_swap(vComponent.begin(), findSmallest(vComponent));
+    std::sort(vvComponents.begin(), vvComponents.end(),
+              [](const auto& vA, const auto& vB) { return isBefore(vA[0], vB[0]); });
     return vvComponents;
 }
 
