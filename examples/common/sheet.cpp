@@ -96,7 +96,7 @@ double Sheet::middleOfRow() const { return WHERE + ROW * row_ + 12; }
 
 /// A bar of a round length.
 void Sheet::drawBar() {
-    const double length = roundedDown(points(width_ / 4)), onPage = point_ > 0 ? length / point_ : 0;
+    const double length = roundedDown(points(std::max(width_, height_) / 4)), onPage = point_ > 0 ? length / point_ : 0;
     const std::string text = length >= 1000 ? toText(length / 1000) + " km" : toText(length) + " m";
     const double begin = takeRoom(onPage + 6 + widthOf(text, 8)), end = begin + onPage, down = middleOfRow();
     const Color color(CBLACK, 1.2f);

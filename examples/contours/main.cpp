@@ -146,7 +146,7 @@ void addWater(const Flood& flood, Visualizer3& scene) {
 
 /// The same in space: surface, contours with their heights, profile, and the water over its bed.
 void writePage(const Content& content, const Taro_2D& ground, const std::string& filename) {
-    Visualizer3 scene("Contours, a profile and a flood");
+    Visualizer3 scene(content.flood.area > 0 ? "Contours, a profile and a flood" : "Contours and a profile");
     std::vector<Triangle2*> vTriangles;
     ground.getTrianglePointers(vTriangles);
     scene.addSurface(vTriangles, "surface", CR_TERRAIN);
