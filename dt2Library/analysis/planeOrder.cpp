@@ -23,6 +23,13 @@ std::array<const Point2*, 3> getSortedCorners(const Triangle2* pT) {
     return aCorners;
 }
 
+/// By the corners, smallest first.
+bool isBefore(const Triangle2* pA, const Triangle2* pB) {
+    const auto aA = getSortedCorners(pA), aB = getSortedCorners(pB);
+    return std::lexicographical_compare(aA.begin(), aA.end(), aB.begin(), aB.end(),
+                                        [](const Point2* a, const Point2* b) { return *a < *b; });
+}
+
 /// Numbers in sets, which are united until all that belongs together is in one (Tarjan 1975, with halved paths).
 class DisjointSets {
   public:
@@ -59,12 +66,6 @@ std::vector<Triangle2*>::iterator findSmallest(std::vector<Triangle2*>& vTriangl
 }
 
 }  // namespace
-
-bool isBefore(const Triangle2* pA, const Triangle2* pB) {
-    const auto aA = getSortedCorners(pA), aB = getSortedCorners(pB);
-    return std::lexicographical_compare(aA.begin(), aA.end(), aB.begin(), aB.end(),
-                                        [](const Point2* a, const Point2* b) { return *a < *b; });
-}
 
 std::vector<Triangle2*> getTrianglesInPlaneOrder(const Zone2& zone) {
     std::vector<Triangle2*> vTriangles;

@@ -10,8 +10,6 @@ class Zone2;
 
 // Orders of triangles by where they are, so that no address matters.
 
-/// By the corners, smallest first.
-bool isBefore(const Triangle2* pA, const Triangle2* pB);
 /// The triangles of a zone in an order that depends on places only.
 std::vector<Triangle2*> getTrianglesInPlaneOrder(const Zone2& zone);
 /// Sorts triangles along a curve through the plane, so that neighbours are near each other in the list.
