@@ -213,6 +213,18 @@ void measureAnalysis(const std::vector<Point2>& vPoints) {
         CutAndFill earthworks(pBefore->createZone(nullptr, ZL_GLOBAL), pAfter->createZone(nullptr, ZL_GLOBAL), 0.0);
         measure("cut and fill, 200,000 points", [&] { earthworks.go(); });
     }
+    if (isWanted("clone and import")) {
+        measure("clone", [&] { pMesh->clone(); });
+        std::vector<Triangle2*> vTriangles;
+        pMesh->getTrianglePointers(vTriangles);
+        std::vector<Point2> vCorners;
+        for (const Triangle2* pT : vTriangles)
+            vCorners.insert(vCorners.end(), {*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)});
+        Taro_2D imported, repaired;
+        measure("import, 2,000,000 triangles", [&] { imported.importTriangles(vCorners, false, false); });
+        vCorners.insert(vCorners.end(), vCorners.begin(), vCorners.begin() + 3);
+        measure("import, one of them twice", [&] { repaired.importTriangles(vCorners, true, false); });
+    }
     if (isWanted("file")) {
         measure("file, save", [&] { pMesh->save("cancel_bench.taro"); });
         Taro_2D loaded;

@@ -3,6 +3,7 @@
 #include "constraints/ConstraintMgr.h"
 #include "mesh/Dt2.h"
 #include "support/RecordCopies.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -26,7 +27,7 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
     target.copySegments(*this, vertices, mSegments);
     PointerMap<ConstraintGraph2*> mGraphs;
     for (const auto& pGraph : vGraphs_) {
-        pDt2_->getProgress().throwIfStopped();
+        throwIfStopped();
         target.vGraphs_.push_back(std::make_unique<ConstraintGraph2>(&copy, *pGraph, mSegments));
         mGraphs.add(pGraph.get(), target.vGraphs_.back().get());
     }
@@ -57,7 +58,7 @@ void ConstraintMgr::copySegments(const ConstraintMgr& other, const RecordCopies<
         if (!other.isKept(pCSeg)) continue;
         mSegments.add(pCSeg, enterSegment(vertices(pCSeg->getSrc()), vertices(pCSeg->getTrg()), pCSeg->getCIS()));
         numSorted_ += i < other.numSorted_;
-        if (i % 4096 == 0) other.pDt2_->getProgress().throwIfStopped();
+        if (i % 4096 == 0) throwIfStopped();
     }
 }
 

@@ -48,8 +48,8 @@ std::unique_ptr<Dt2> Dt2::clone() const {
     pCopy->name_ = name_;
     const RecordCopies<Point2> vertices = pCopy->vertexVault_.layOutLike(vertexVault_);
     const RecordCopies<Triangle2> triangles = pCopy->layOutLike(*this, numCPU_);
-    pCopy->vertexVault_.copyFrom(vertexVault_, vertices, triangles, progress_);
-    pCopy->copyFrom(*this, vertices, triangles, progress_);
+    pCopy->vertexVault_.copyFrom(vertexVault_, vertices, triangles);
+    pCopy->copyFrom(*this, vertices, triangles);
     pCopy->pLastVtx_ = vertices(pLastVtx_);
     pCopy->pInnerVtxMgr_->copyFrom(*pInnerVtxMgr_, vertices);
     slots_.copyTo(*pCopy, vertices);

@@ -15,6 +15,7 @@
 #include "kernel/nearness.h"
 #include "mesh/ConstraintKeeper.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 
 namespace LUMO_TARO25D {
@@ -82,7 +83,7 @@ void TriangleMesh::getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& v
 }
 
 void TriangleMesh::copyFrom(const TriangleMesh& other, const RecordCopies<Point2>& vertices,
-                            const RecordCopies<Triangle2>& triangles, const Progress& progress) {
+                            const RecordCopies<Triangle2>& triangles) {
     geomTest_.setStaticBound(other.geomTest_.getMaxAbsCoord());
     triangles.forEach(
         [&](const Triangle2* pOriginal, Triangle2* pCopy) {
@@ -93,7 +94,7 @@ void TriangleMesh::copyFrom(const TriangleMesh& other, const RecordCopies<Point2
                 pCopy->setOppositeTriangle(i, triangles(pOriginal->getOppositeTriangle(i)));
             }
         },
-        [&progress] { progress.throwIfStopped(); });
+        throwIfStopped);
     for (const Triangle2* pT : other.vRecycledTriangles_) vRecycledTriangles_.push_back(triangles(pT));
 }
 

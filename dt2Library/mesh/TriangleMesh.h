@@ -6,7 +6,6 @@
 #include "kernel/GeomTest.h"
 #include "kernel/tools.h"
 #include "mesh/ConstraintEdges.h"
-#include "support/Progress.h"
 #include "support/RecordCopies.h"
 #include "support/SimplePool.h"
 #include "support/lists.h"
@@ -62,7 +61,7 @@ class TriangleMesh {
     }
     /// Becomes the same mesh about the copies of vertices and triangles; what edges are constraints is left to their keeper.
     void copyFrom(const TriangleMesh& other, const RecordCopies<Point2>& vertices,
-                  const RecordCopies<Triangle2>& triangles, const Progress& progress);
+                  const RecordCopies<Triangle2>& triangles);
 
     // ---- Splits -----------------------------------------------------------------------------------------------------
 

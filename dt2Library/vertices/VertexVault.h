@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "support/Progress.h"
 #include "support/RecordCopies.h"
 #include "support/SimplePool.h"
 #include "taro25d/Bbox2.h"
@@ -174,7 +173,7 @@ class VertexVault {
     }
     /// Becomes the same vault about the copies of the vertices. No insertion is running.
     void copyFrom(const VertexVault& other, const RecordCopies<Point2>& vertices,
-                  const RecordCopies<Triangle2>& triangles, const Progress& progress);
+                  const RecordCopies<Triangle2>& triangles);
 
     /// @}
     /// @name Checks

@@ -1,19 +1,19 @@
 // A vault for the copy of a mesh.
 
+#include "support/stopping.h"
 #include "vertices/VertexVault.h"
 
 namespace LUMO_TARO25D {
 
 void VertexVault::copyFrom(const VertexVault& other, const RecordCopies<Point2>& vertices,
-                           const RecordCopies<Triangle2>& triangles, const Progress& progress) {
-    const auto look = [&progress] { progress.throwIfStopped(); };
+                           const RecordCopies<Triangle2>& triangles) {
     vertices.forEach(
         [&triangles](const Point2* pOriginal, Point2* pCopy) {
             new (pCopy) Point2(*pOriginal);
             pCopy->pIncidentT_ = triangles(pOriginal->pIncidentT_);
             pCopy->vaultPos_ = pOriginal->vaultPos_;
         },
-        look);
+        throwIfStopped);
     for (const Point2* pVtx : other.vRecycledVertices_) vRecycledVertices_.push_back(vertices(pVtx));
     const size_t numItems = other.vItems_.size();
     itemPool_.expect(numItems, numThreads_);
@@ -23,7 +23,7 @@ void VertexVault::copyFrom(const VertexVault& other, const RecordCopies<Point2>&
         const IdxVtxAct& item = *other.vItems_[i];
         vItems_[i] = new (items[i]) IdxVtxAct{item.idx, item.active, vertices(item.vtx)};
     }
-    look();
+    throwIfStopped();
     heightBook_.copyFrom(other.heightBook_, vertices);
     frame_ = other.frame_;
     keyIndex_ = other.keyIndex_;
@@ -33,7 +33,7 @@ void VertexVault::copyFrom(const VertexVault& other, const RecordCopies<Point2>&
     resortLimit_ = other.resortLimit_;
     bFullDimensional_ = other.bFullDimensional_;
     numKnownCollinear_ = other.numKnownCollinear_;
-    look();
+    throwIfStopped();
 }
 
 }  // namespace LUMO_TARO25D

@@ -124,6 +124,24 @@ class TARO25D_API Taro_2D {
     /// wall time in seconds. Neither this triangulation nor the list changes.
     double measureTrianguluationTime(std::vector<Point2>& vPoints);
 
+    /// Imports triangles, three corners for each, in either orientation, into an empty triangulation. Those that meet only
+    /// in common edges and corners come in exactly as they are. Corners with equal x and y become one vertex, which has
+    /// the custom index of the first of them. Edges that are not Delaunay become constraints, and so do the edges of the
+    /// border; with bConstraints, all edges of the triangles do. What the triangles leave open in their convex hull is
+    /// triangulated too, without new vertices; getImportedZone() holds the given triangles alone.
+    ///
+    /// A triangle is faulty if it has no area or a coordinate that is not finite. Two triangles contradict each other if
+    /// they overlap, if a corner of one lies inside an edge of the other, and if they have different heights at a common
+    /// place. With bRepair, faulty triangles and the later of two that contradict each other are left out, and one
+    /// warning tells how many, and why. Without bRepair, and if no triangle is left, everything is refused with such a
+    /// warning. A triangulation that is not empty (one with a graph is not), and a number of corners that is 0 or no
+    /// multiple of 3, are refused with a warning too. A refusal changes nothing. Returns whether triangles were imported.
+    /// The list is not changed. Expected time O(n log n), 2 to 3 times that of inserting the vertices; a few times more
+    /// where triangles are left out. May throw TaroCancelled, and changes nothing then.
+    bool importTriangles(std::vector<Point2>& vCorners, bool bRepair, bool bConstraints);
+    /// The zone of the triangles that were imported; null where there were none and after deleteZone().
+    Zone2* getImportedZone() const;
+
     /// Sets the rule for the height of a vertex where several heights meet from now on: those of points and ends of
     /// segments at a vertex, of segments that go through a vertex, and of segments that cross. HR_FIRST at first. A
     /// value that is no rule gets a warning and changes nothing.

@@ -1,0 +1,159 @@
+// From faces to a triangulation of their convex hull.
+//
+// Each edge of a face either has the same edge of another face on its other side or is open. The open ones bound the faces;
+// what lies between them and the convex hull, holes included, is triangulated by PocketFiller, and these triangles are
+// linked to the faces and to each other. No face is compared with others that are not its neighbours: whether the faces
+// fit together is seen from the result alone.
+//
+// Claim: if (1) all triangles are counterclockwise, (2) every edge joins two triangles that pass it in opposite
+// directions, except for the edges of the convex hull, each of which belongs to one triangle, and (3) there are 2 n - h - 2
+// triangles for n places, h of which are on the hull, then no two triangles overlap and they cover the hull.
+//
+// Proof. By (2) the triangles make surfaces. One without border could not be laid flat with all triangles
+// counterclockwise, and there is one border, the hull, which is passed once: so there is one surface. Let g be its genus,
+// and u the number of fans of triangles around its vertices, at least one for each place. Euler's formula gives
+// 2 u - h - 2 + 4 g triangles, so with (3) u = n and g = 0: each place has one fan, and the surface is a disc. Its angles
+// add up to (n - h) 2 pi + (h - 2) pi by (3). A fan around an inner vertex turns by a positive multiple of 2 pi, and one
+// at the hull by the angle of the hull there or more by such multiples; the angles of the hull add up to (h - 2) pi. So
+// every fan turns by the least that it can, and the disc lies in the plane without a fold or a branch. Its border is
+// convex, therefore each place of the hull is covered once.
+//
+// Conversely, faces that meet in common edges and corners alone have an open border without crossings and without vertices
+// inside its edges, which therefore all become edges where pockets are filled, and (1) to (3) hold.
+//
+// Linear, except for the pockets: there it is the insertion of the border into a triangulation of its own.
+
+#include "modelling/FaceComplex.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "modelling/PocketFiller.h"
+#include "support/stopping.h"
+
+namespace LUMO_TARO25D {
+
+FaceComplex::FaceComplex(const std::vector<Point2*>& vPlaces, Numbers vCorners, GeomTest& geomTest, Progress& progress)
+    : vPlaces_(vPlaces),
+      vCorners_(std::move(vCorners)),
+      numGiven_(vCorners_.size() / 3),
+      geomTest_(geomTest),
+      progress_(progress) {}
+
+bool FaceComplex::build() {
+    sortBySmallestCorner();
+    if (!turnCounterclockwise()) return false;
+    vOther_.assign(vCorners_.size(), NONE);
+    Numbers vEdges(vCorners_.size());
+    std::iota(vEdges.begin(), vEdges.end(), Number(0));
+    return linkEdges(vEdges) && fillPockets();
+}
+
+void FaceComplex::step(size_t i) {
+    constexpr size_t INTERVAL = 4096;
+    if (i % INTERVAL != INTERVAL - 1) return;
+    progress_.incProgress(INTERVAL);
+    throwIfStopped();
+}
+
+bool FaceComplex::turnCounterclockwise() {
+    for (size_t f = 0; f < numGiven_; ++f) {
+        step(f);
+        Number* pCorner = &vCorners_[3 * f];
+        const Orientation2 ori =
+            geomTest_.getOrientation2(vPlaces_[pCorner[0]], vPlaces_[pCorner[1]], vPlaces_[pCorner[2]]);
+        if (ori == ORIENTATION2_COLLINEAR) return false;
+        if (ori == ORIENTATION2_CW) std::swap(pCorner[1], pCorner[2]);
+    }
+    return true;
+}
+
+/// Places are in spatial order, so that neighbours get near each other in memory.
+void FaceComplex::sortBySmallestCorner() {
+    const auto getSmallest = [this](size_t f) {
+        return std::min({vCorners_[3 * f], vCorners_[3 * f + 1], vCorners_[3 * f + 2]});
+    };
+    Numbers vBegin(vPlaces_.size() + 1, 0), vSorted(vCorners_.size());
+    for (size_t f = 0; f < numGiven_; ++f) ++vBegin[getSmallest(f) + 1];
+    std::partial_sum(vBegin.begin(), vBegin.end(), vBegin.begin());
+    for (size_t f = 0; f < numGiven_; ++f) {
+        step(f);
+        const size_t place = 3 * static_cast<size_t>(vBegin[getSmallest(f)]++);
+        std::copy_n(&vCorners_[3 * f], 3, &vSorted[place]);
+    }
+    vCorners_.swap(vSorted);
+}
+
+/// The edges of each place that is their smaller end, put together by counting.
+bool FaceComplex::linkEdges(const Numbers& vEdges) {
+    Numbers vEnd(vPlaces_.size() + 1, 0);
+    for (const Number edge : vEdges) ++vEnd[std::min(getSrc(edge), getTrg(edge)) + 1];
+    std::partial_sum(vEnd.begin(), vEnd.end(), vEnd.begin());
+    LargeVector<Entry> vEntries(vEdges.size());
+    for (const Number edge : vEdges) {
+        const auto [smaller, larger] = std::minmax({getSrc(edge), getTrg(edge)});
+        vEntries[vEnd[smaller]++] = {larger, edge};
+    }
+    Entry* pBegin = vEntries.data();
+    for (size_t place = 0; place < vPlaces_.size(); ++place) {
+        Entry* const pEnd = vEntries.data() + vEnd[place];
+        if (!linkAt(pBegin, pEnd)) return false;
+        pBegin = pEnd;
+        if (place % 4096 == 0) throwIfStopped();
+    }
+    return true;
+}
+
+/// Mostly there are six.
+bool FaceComplex::linkAt(Entry* pBegin, Entry* pEnd) {
+    constexpr std::ptrdiff_t FEW = 16;
+    if (pEnd - pBegin > FEW)
+        std::sort(pBegin, pEnd, [](const Entry& a, const Entry& b) { return a.larger < b.larger; });
+    const bool bSorted = pEnd - pBegin > FEW;
+    for (const Entry* p = pBegin; p < pEnd; ++p) {
+        for (const Entry* q = p + 1; q < pEnd && (!bSorted || q->larger == p->larger); ++q) {
+            if (q->larger == p->larger && !linkPair(p->edge, q->edge)) return false;
+        }
+    }
+    return true;
+}
+
+/// False if both are passed in the same direction, or one has another side already.
+bool FaceComplex::linkPair(Number first, Number second) {
+    if (getSrc(first) != getTrg(second) || vOther_[first] != NONE || vOther_[second] != NONE) return false;
+    vOther_[first] = second;
+    vOther_[second] = first;
+    return true;
+}
+
+FaceComplex::Numbers FaceComplex::getOpenEdges() const {
+    Numbers vOpen;
+    for (size_t edge = 0; edge < vOther_.size(); ++edge) {
+        if (vOther_[edge] == NONE) vOpen.push_back(static_cast<Number>(edge));
+    }
+    return vOpen;
+}
+
+bool FaceComplex::fillPockets() {
+    Numbers vEdges = getOpenEdges();
+    std::vector<DirectedEdge> vBorder;
+    vBorder.reserve(vEdges.size());
+    for (const Number edge : vEdges) vBorder.emplace_back(getSrc(edge), getTrg(edge));
+    PocketFiller filler(vPlaces_);
+    const size_t numEdges = vCorners_.size();
+    if (!filler.fill(vBorder, vCorners_)) return false;
+    vOther_.resize(vCorners_.size(), NONE);
+    for (size_t edge = numEdges; edge < vCorners_.size(); ++edge) vEdges.push_back(static_cast<Number>(edge));
+    return linkEdges(vEdges) && isSound(filler.getHull());
+}
+
+bool FaceComplex::isSound(std::vector<DirectedEdge> vHull) const {
+    if (getNumberOfFaces() + vHull.size() + 2 != 2 * vPlaces_.size()) return false;
+    std::vector<DirectedEdge> vOpen;
+    for (const Number edge : getOpenEdges()) vOpen.emplace_back(getSrc(edge), getTrg(edge));
+    std::sort(vOpen.begin(), vOpen.end());
+    std::sort(vHull.begin(), vHull.end());
+    return vOpen == vHull;
+}
+
+}  // namespace LUMO_TARO25D

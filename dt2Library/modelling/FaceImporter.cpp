@@ -1,0 +1,125 @@
+// From corners to a mesh: equal places are found by a hash table and become vertices in the order of the curve, FaceComplex
+// links the faces and fills the pockets between them, and the records are written as they are. Nothing is inserted and
+// nothing is flipped.
+
+#include "modelling/FaceImporter.h"
+
+#include <utility>
+
+#include "constraints/ConstraintMgr.h"
+#include "kernel/tools.h"
+#include "modelling/ImportedFaces.h"
+#include "modelling/PlaceTable.h"
+#include "support/RecordNumbers.h"
+#include "support/stopping.h"
+#include "zones/ZoneMgr.h"
+
+namespace LUMO_TARO25D {
+
+FaceImporter::FaceImporter(const std::vector<Point2>& vCorners, const Dt2& settings, Progress& progress)
+    : vCorners_(vCorners), progress_(progress), pMesh_(std::make_unique<Dt2>(3)) {
+    pMesh_->setNumCPU(settings.getNumCPU());
+}
+
+bool FaceImporter::run(const char* label, bool bConstraints) {
+    const size_t numFaces = vCorners_.size() / 3;
+    const size_t numSteps = numFaces + FaceComplex::getNumberOfSteps(numFaces) + numFaces;
+    progress_.start(label, numSteps, Progress::fineStep(numSteps));
+    const ProgressEnd progressEnd(progress_);
+    bool bSound = weld();
+    progress_.incProgress(numFaces);
+    if (bSound) {
+        FaceComplex complex(vPlaces_, vNumbers_, getGeomTest(), progress_);
+        bSound = complex.build();
+        if (bSound) {
+            makeTriangles(complex);
+            makeConstraints(complex, bConstraints);
+        }
+    }
+    progress_.finish();
+    return bSound;
+}
+
+/// False if a corner is not finite, or has another height than the first one at its place.
+bool FaceImporter::weld() {
+    constexpr size_t NUM_CORNERS_PER_VERTEX = 6, PREFETCH_DISTANCE = 16;
+    PlaceTable table(vCorners_.size() / NUM_CORNERS_PER_VERTEX);
+    vNumbers_.resize(vCorners_.size());
+    bool bSound = true;
+    for (size_t i = 0; i < vCorners_.size(); ++i) {
+        if (i + 2 * PREFETCH_DISTANCE < vCorners_.size()) {
+            table.prefetch(vCorners_[i + 2 * PREFETCH_DISTANCE]);
+            table.prefetchPlace(vCorners_[i + PREFETCH_DISTANCE]);
+        }
+        const bool bFinite = isFinite(vCorners_[i]);
+        vNumbers_[i] = bFinite ? table.getNumber(vCorners_[i]) : FaceComplex::NONE;
+        bSound = bSound && bFinite && table.getPlaces()[vNumbers_[i]].z() == vCorners_[i].z();
+        if (i % 4096 == 0) throwIfStopped();
+    }
+    makeVertices(table.getPlaces());
+    return bSound;
+}
+
+/// Numbers are in spatial order afterwards.
+void FaceImporter::makeVertices(const std::vector<Point2>& vFirstPoints) {
+    VertexVault& vault = pMesh_->getVertexVault();
+    const PointSource source(vFirstPoints);
+    vault.enlargeBoxForBulk(source);
+    vPlaces_.resize(vFirstPoints.size());
+    vault.iReset_vector(source, vPlaces_.data());
+    throwIfStopped();
+    RecordNumbers<Point2> records(vault.getVertexPool());
+    FaceComplex::Numbers vRanks(vPlaces_.size());
+    for (size_t k = 0; k < vPlaces_.size(); ++k) vRanks[k] = static_cast<Number>(records(vPlaces_[k]));
+    for (Number& number : vNumbers_) {
+        if (number != FaceComplex::NONE) number = vRanks[number];
+    }
+    vPlaces_.clear();
+    vault.getVertexPointers(vPlaces_);
+}
+
+void FaceImporter::makeTriangles(const FaceComplex& complex) {
+    const size_t numFaces = complex.getNumberOfFaces();
+    pMesh_->expectTriangles(numFaces, pMesh_->getNumCPU());
+    const RecordSupply<Triangle2> records = pMesh_->takeTriangleRecords(numFaces);
+    for (size_t f = 0; f < numFaces; ++f) {
+        auto* pT = new (records[f]) Triangle2();
+        for (int i = 0; i < 3; ++i) {
+            const size_t edge = 3 * f + static_cast<size_t>(i);
+            const Number other = complex.getOther(edge);
+            pT->setCorner(i, vPlaces_[complex.getCorner(edge)]);
+            pT->setOppositeTriangle(i, other == FaceComplex::NONE ? nullptr : records[other / 3]);
+            pT->getCorner(i)->setIncidentTriangle(pT);
+        }
+        if (f % 4096 == 0) throwIfStopped();
+    }
+    pMesh_->getVertexVault().setFullDimensional(true);
+}
+
+/// Edges as they are: segments that are not established, since they need not be.
+void FaceImporter::makeConstraints(const FaceComplex& complex, bool bAll) {
+    std::vector<ConstraintMgr::VertexPair> vBorder, vInner;
+    for (Number edge = 0; edge < 3 * complex.getNumberOfGivenFaces(); ++edge) {
+        const Number other = complex.getOther(edge);
+        const ConstraintMgr::VertexPair ends(vPlaces_[complex.getSrc(edge)], vPlaces_[complex.getTrg(edge)]);
+        if (other == FaceComplex::NONE || !complex.isGiven(other)) {
+            vBorder.push_back(ends);
+        } else if (edge < other && (bAll || !isDelaunay(complex, edge, other))) {
+            vInner.push_back(ends);
+        }
+        if (edge % 4096 == 0) throwIfStopped();
+    }
+    ConstraintMgr& manager = *pMesh_->getConstraintManager();
+    ConstraintGraph2* pBorder = manager.createConstraint_oriented(vBorder, CIS_CONSTRAINED_DELAUNAY, false);
+    if (!vInner.empty()) manager.createConstraint(vInner, CIS_CONSTRAINED_DELAUNAY, false);
+    pMesh_->getSlot<ImportedFaces>().setZone(getZoneMgr(*pMesh_).createZone(pBorder, ZL_INSIDE, false));
+}
+
+bool FaceImporter::isDelaunay(const FaceComplex& complex, Number edge, Number other) const {
+    const size_t first = edge - edge % 3;
+    const Triangle2 face(vPlaces_[complex.getCorner(first)], vPlaces_[complex.getCorner(first + 1)],
+                         vPlaces_[complex.getCorner(first + 2)]);
+    return getGeomTest().circleInc3state(&face, vPlaces_[complex.getCorner(other)]) != CINC2_INCIRCLE;
+}
+
+}  // namespace LUMO_TARO25D
