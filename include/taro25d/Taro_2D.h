@@ -71,10 +71,10 @@ class TARO25D_API Taro_2D {
     /// that the triangulation holds, listeners included, and starts anew.
     void initTaro(unsigned numExpectedVertices);
 
-    /// Another triangulation with the same vertices (custom indices too), triangles, constraint segments and graphs, name,
-    /// number of threads, height rule and noted conflicts; all lists have the same order. It has no zones, no listeners
-    /// and no cancel flag, and either one may be changed or destroyed without the other. Records are copied, not
-    /// inserted again: a fraction of the time of insertion. Linear. May throw TaroCancelled.
+    /// Another triangulation with the same vertices (custom indices too), triangles, constraint segments and graphs,
+    /// name, number of threads, height rule and noted conflicts; all lists have the same order. It has no zones, no
+    /// listeners and no cancel flag, and either one may be changed or destroyed without the other. Records are copied,
+    /// not inserted again: a fraction of the time of insertion. Linear. May throw TaroCancelled.
     std::unique_ptr<Taro_2D> clone() const;
 
     /// The number of threads for bulk insertion: n > 0 sets n, n < 0 sets 1, n == 0 the number of hardware
@@ -202,11 +202,11 @@ class TARO25D_API Taro_2D {
     /// that is not finite, and where there is no vertex. O(log n) expected; before is2D(), O(n).
     Point2* getNearestVertex(const Point2& place) const;
     /// Appends the vertices in a box, border included; an invalid box holds none. Linear in the number of triangles
-    /// that meet
-    /// the box; before is2D(), O(n).
+    /// that meet the box; before is2D(), O(n).
     void getVerticesInBox(const Bbox2& box, std::vector<Point2*>& vVertices) const;
-    /// Appends the vertices in a circle or on it, decided exactly. A circle whose centre is not finite or whose squared radius is
-    /// negative or NaN holds none. Linear in the number of triangles that meet the circle; before is2D(), O(n).
+    /// Appends the vertices in a circle or on it, decided exactly. A circle whose centre is not finite or whose squared
+    /// radius is negative or NaN holds none. Linear in the number of triangles that meet the circle; before is2D(),
+    /// O(n).
     void getVerticesInCircle(const Circle2& circle, std::vector<Point2*>& vVertices) const;
     /// Appends the triangles that share at least one point with a box, decided exactly. Linear in their number.
     void getTrianglesInBox(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const;
@@ -468,7 +468,8 @@ class TARO25D_API Taro_2D {
     /// Writes all triangles into a Wavefront OBJ file, coloured by height, with its materials beside it; Visualizer3
     /// tells more. Before is2D(), and where a file cannot be written, there is a warning and false. Linear.
     bool writeObj(const std::string& filename) const;
-    /// Writes the triangles of a zone into such a file; a zone that is null or of another triangulation gets a warning and false.
+    /// Writes the triangles of a zone into such a file; a zone that is null or of another triangulation gets a warning
+    /// and false.
     bool writeObj(const std::string& filename, Zone2* pZone) const;
     /// Writes a page that shows the surface in a browser: all triangles in the layer `surface`, coloured by height,
     /// and the alive constraint segments in the layer `breaklines`; Visualizer3 tells more. Before is2D(), for null,

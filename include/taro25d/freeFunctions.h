@@ -69,9 +69,8 @@ TARO25D_API bool getIntersectionPointNoRounding(const Point2& a, const Point2& b
 TARO25D_API bool getIntersectionCoordsNoRounding(const Point2& a, const Point2& b, const Point2& c, const Point2& d,
                                                  double& x, double& y);
 
-/// The smallest power of two, not above 1, that changes d when added to it; 1 where none does, NaN for
-/// NaN. A few dozen steps
-/// for numbers around 1, a thousand for zero.
+/// The smallest power of two, not above 1, that changes d when added to it; 1 where none does, NaN for NaN. A few dozen
+/// steps for numbers around 1, a thousand for zero.
 TARO25D_API double getUlp(double d);
 
 /// The segments from each point to the next; with bClosed also from the last to the first, unless these are the same
