@@ -69,7 +69,7 @@ bool cross(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
     return std::count(s, s + 4, ORIENTATION2_COLLINEAR) == 0 && s[0] != s[1] && s[2] != s[3];
 }
 
-/// Everything that is promised of the rings of one band.
+/// The contract of a band's rings.
 void expectSound(const ContourBand& band) {
     ASSERT_FALSE(band.vRings.empty());
     std::vector<std::pair<Point2, Point2>> vSides;
@@ -82,7 +82,7 @@ void expectSound(const ContourBand& band) {
         if (areaOf(vRing) > 0) pOuter = &vRing;
         ASSERT_TRUE(pOuter) << "a hole before its outer ring";
         if (areaOf(vRing) < 0) {
-            // A place of the hole's border that is not on the outer ring tells.
+            // One point of the hole that is not on the outer ring decides.
             const auto isElsewhere = [&](const Point2& p) {
                 return std::find(pOuter->begin(), pOuter->end(), p) == pOuter->end();
             };
@@ -170,7 +170,7 @@ TEST(Bands, DivideTheSurfaceByHeight) {
     }
 }
 
-/// Heights of a few integers: levels run through vertices, along edges, and around level ground.
+/// Heights are small integers: levels run through vertices, along edges, and around level ground.
 TEST(Bands, TakeGroundAtALevelForTheBandAbove) {
     Random r(2);
     for (int round = 0; round < 30; ++round) {
@@ -179,7 +179,7 @@ TEST(Bands, TakeGroundAtALevelForTheBandAbove) {
         for (Point2& point : vPoints) point.set(point.x(), point.y(), integer(r, 0, 3));
         mesh.insert(vPoints);
         expectBandsOfSurface(mesh, {1, 2, 1.5}, 1e-10, r);
-        // All ground at a height counts with what is above it.
+        // Ground exactly at a level belongs to the band above it.
         const Bands vBands = bandsOf(trianglesOf(mesh), {1, 2});
         double level = 0;
         for (const Triangle2* pT : trianglesOf(mesh)) {
@@ -194,7 +194,7 @@ TEST(Bands, TakeGroundAtALevelForTheBandAbove) {
     }
 }
 
-/// Crossings that rounding moves onto vertices and onto each other.
+/// Rounding moves crossings onto vertices and onto each other.
 TEST(Bands, AreSoundAtHeightsNextToThoseOfVertices) {
     Random r(3);
     for (const double origin : {0.0, 500000.0}) {

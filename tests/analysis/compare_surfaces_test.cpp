@@ -53,7 +53,7 @@ SurfaceDifference turned(const SurfaceDifference& d) {
     return {d.fillVolume, d.cutVolume, d.fillArea, d.cutArea, d.unchangedArea};
 }
 
-/// By the whole earthworks engine.
+/// The totals of CutAndFill, an independent implementation.
 SurfaceDifference totalsOf(Zone2* pBefore, Zone2* pAfter) {
     const StdoutCapture capture;
     CutAndFill caf(pBefore, pAfter, 0);
@@ -67,7 +67,7 @@ SurfaceDifference totalsOf(Zone2* pBefore, Zone2* pAfter) {
 
 TEST(CompareSurfaces, GivesTheVolumesOfWedges) {
     for (const double origin : {0.0, 3e6}) {
-        // A plane that rises from -1 to 1 over 0, on different points, and one that reaches beyond.
+        // A level plane, and planes on other points that rise from -1 to 1, in the same square and beyond it.
         const Ground flat(
             500, origin, origin + 10, [](double, double) { return 50.0; }, 1);
         const Ground tilted(
@@ -75,7 +75,7 @@ TEST(CompareSurfaces, GivesTheVolumesOfWedges) {
         const Ground larger(
             900, origin - 5, origin + 20, [=](double x, double) { return 50 + 0.2 * (x - origin) - 1; }, 3);
         const SurfaceDifference wedges{25, 25, 50, 50, 0};
-        // Coordinates of that size have rounding errors of 5e-10.
+        // Coordinates around 3e6 have rounding errors of 5e-10.
         const double share = 1e-9 + 1e-15 * origin;
         expectNear(wedges, compareSurfaces(flat.pZone, tilted.pZone, 0), share);
         expectNear(wedges, compareSurfaces(tilted.pZone, flat.pZone, 0), share);
@@ -126,8 +126,8 @@ TEST(CompareSurfaces, SeesNoDifferenceInWhatIsEqual) {
     EXPECT_NEAR(d.unchangedArea, 10000, 1e-5);
 }
 
-/// Grids share vertices and edges, and with another spacing edges lie upon each other in part: what touches must neither be
-/// missed nor counted twice.
+/// Equal grids share vertices and edges; edges of grids with different spacings overlap in part. Ground along them must
+/// be neither missed nor counted twice.
 TEST(CompareSurfaces, CountsGroundOnceWhereEdgesCoincide) {
     Random r(9);
     const auto gridOf = [&r](size_t side, double spacing, double height) {
@@ -146,7 +146,7 @@ TEST(CompareSurfaces, CountsGroundOnceWhereEdgesCoincide) {
     }
 }
 
-/// Triangles whose middles are beyond the other surface, which may even lie within one of them.
+/// Only the borders of some triangles meet the other surface, which may also lie within a single triangle.
 TEST(CompareSurfaces, FindsGroundThatOnlyBordersReach) {
     const auto flat = [](double height) { return [height](double, double) { return height; }; };
     const Ground small(20, 100, 101, flat(1), 10);
@@ -154,13 +154,13 @@ TEST(CompareSurfaces, FindsGroundThatOnlyBordersReach) {
     coarse.insert({Point2(-1e4, -1e4, 0), Point2(3e4, -1e4, 0), Point2(-1e4, 3e4, 0)});
     expectNear({1, 0, 1, 0, 0}, compareSurfaces(small.pZone, coarse.createZone(nullptr, ZL_GLOBAL), 0));
     expectNear({0, 1, 0, 1, 0}, compareSurfaces(coarse.createZone(nullptr, ZL_GLOBAL), small.pZone, 0));
-    // A ribbon across, and one that cuts off a corner.
+    // A ribbon across the square, and a ribbon that cuts off its corner.
     for (const auto& [p, q] : {std::make_pair(Point2(-1e3, 100.4, 0), Point2(1e3, 100.4, 0)),
                                std::make_pair(Point2(0, 200.1, 0), Point2(200.1, 0, 0))}) {
         Taro_2D ribbon;
         ribbon.insert({p, q, Point2(p.x(), p.y() + 0.25, 0), Point2(q.x(), q.y() + 0.25, 0)});
         Zone2* pRibbon = ribbon.createZone(nullptr, ZL_GLOBAL);
-        // What is above a line through the square less what is above another one.
+        // The area between two parallel lines through the square.
         const double area = p.y() < 150 ? 0.25 : 0.5 * 0.35 * 0.35 - 0.5 * 0.1 * 0.1;
         expectNear({area, 0, area, 0, 0}, compareSurfaces(small.pZone, pRibbon, 0), 1e-9);
     }

@@ -62,7 +62,7 @@ std::string toText(const Polylines& vPolylines) {
     return text.str();
 }
 
-/// What a query prints, and whether it succeeds without a contour or fails: either appends nothing.
+/// The output of a query. A query that fails must append nothing.
 std::string printedBy(const IsoContours& iso, double height, bool bVerbose, bool bAutoAdjustHeight, bool bExpected) {
     Polylines vContours;
     const StdoutCapture capture;
@@ -126,7 +126,8 @@ class Oracle {
     std::vector<const Triangle2*> vCut_;
 };
 
-/// Whole, on the surface, higher ground on the left, and open only between two points of the hull.
+/// A contour is connected, lies on the surface, has the higher ground on its left, and is open only between two points
+/// of the hull.
 void expectSound(const Taro_2D& mesh, const Polyline& vPolyline, double height) {
     for (size_t i = 0; i < vPolyline.size(); ++i) {
         const Point2 &src = vPolyline[i].getSrc(), &trg = vPolyline[i].getTrg();
@@ -149,7 +150,8 @@ void expectSound(const Taro_2D& mesh, const Polyline& vPolyline, double height) 
     }
 }
 
-/// Open ones first, then closed ones, each by its first point; closed ones from their smallest.
+/// Open contours come before closed ones, both sorted by their first points; a closed contour begins at its smallest
+/// point.
 void expectOrdered(const Polylines& vContours) {
     for (size_t i = 0; i < vContours.size(); ++i) {
         const bool bClosed = isClosed(vContours[i]);
@@ -174,7 +176,7 @@ double firstStepAbove(double height) {
     return step;
 }
 
-/// Whole, on the surface, and in the direction that was asked for, if there is one.
+/// A profile is connected, lies on the surface, and runs in the given direction, if there is one.
 void expectSoundProfile(const Taro_2D& mesh, const Polyline& vProfile, const Vector2& direction) {
     const bool bDirected = std::isfinite(direction.x()) && direction.z() != 1;
     for (size_t i = 0; i < vProfile.size(); ++i) {
@@ -330,7 +332,7 @@ TEST(IsoContours, HeightsOfCornersAreMovedOrRefused) {
 }
 
 TEST(IsoContours, StepsGrowUntilTheyReachAFreeHeight) {
-    // While the next height is taken too, the step doubles; where it is lost, it grows until it is not.
+    // The step doubles while the next height is taken too, and while rounding loses it.
     for (const double height : {0.0, 1.0, -1.0, 1e-300, 1e9, 9007199254740992.0, -9007199254740992.0, 1e17, -1e100}) {
         SCOPED_TRACE(height);
         double step = firstStepAbove(height);
@@ -359,7 +361,7 @@ TEST(IsoContours, UnusualTriangles) {
     EXPECT_EQ(toText(contours(mixed, 1)), toText(contours(IsoContours({&good}), 1)));
     EXPECT_EQ(toText(contours(mixed, 1)), "0 0.5 1, 1 0\n");
 
-    // Clockwise corners change nothing, nor do corners in one place and triangles on edge, which only join.
+    // Clockwise corners change nothing. Triangles with coincident corners and vertical ones only connect others.
     Triangle2 clockwise(&a, &c, &b), doubled(&a, &a, &c), onEdge(&a, &b, &b);
     EXPECT_EQ(toText(contours(IsoContours({&clockwise, &doubled, &onEdge}), 1)), "0 0.5 1, 1 0\n");
     Point2 below(2, 0, -1), top(0, 0, 9);
@@ -367,7 +369,7 @@ TEST(IsoContours, UnusualTriangles) {
     EXPECT_EQ(toText(contours(IsoContours({&wall, &good}), 1)), "0 0.5 1, 1 0 1, 2 0\n");
     EXPECT_EQ(contours(IsoContours({&wallOnly}), 1).size(), 1u);
 
-    // Three triangles at one edge: no chain. Elsewhere the same triangles are good.
+    // At an edge of three triangles contours are no chain; at other heights the same triangles give one.
     Triangle2 second(&b, &d, &c), third(&b, &e, &c);
     const IsoContours fan({&good, &second, &third});
     EXPECT_EQ(printedBy(fan, 2.5, true, true, false),
@@ -376,7 +378,7 @@ TEST(IsoContours, UnusualTriangles) {
     EXPECT_EQ(printedBy(fan, 2.5, false, false, false), "");
     EXPECT_EQ(contours(fan, 0.5).size(), 1u);
 
-    // The largest numbers, and the smallest.
+    // Coordinates near the largest and the smallest doubles.
     for (const double scale : {0.9 * MAX, 1e-300}) {
         Point2 p(-scale, -scale, -scale), q(scale, -scale, -scale), r(scale, scale, scale);
         Triangle2 huge(&p, &q, &r);
@@ -474,7 +476,7 @@ TEST(IsoContours, ProfilesAndContoursOfPointsAndOfLooseTriangles) {
     mesh.insert(vPoints);
     const IsoContours iso(vPoints, Vector2(0, 1, 0)), sameSurface(trianglesOf(mesh));
     EXPECT_EQ(toText(contours(iso, 1.55)), toText(contours(sameSurface, 1.55)));
-    // One made from triangles looks along the x axis, and may have gaps.
+    // Profiles of an object made from triangles run along the x axis, and may have gaps.
     Point2 a(0, 0, 0), b(1, 0, 1), c(0, 1, 2), d(2, 0, 5), e(3, 0, 5), f(2, 1, 5);
     Triangle2 left(&a, &b, &c), right(&d, &e, &f);
     Polyline vProfile;

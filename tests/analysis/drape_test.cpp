@@ -22,7 +22,7 @@ Segments draped(const Taro_2D& mesh, const Segments& vSegments) {
     return vDraped;
 }
 
-/// What is crossed, found by trying all edges: places along the segment, as shares of its length.
+/// The crossings of a segment with all edges, by brute force, as parameters from 0 to 1 along the segment.
 std::vector<double> crossingsOf(const Taro_2D& mesh, const Segment2& segment) {
     const Point2 &p = segment.getSrc(), &q = segment.getTrg();
     const double dx = q.x() - p.x(), dy = q.y() - p.y(), sqLength = dx * dx + dy * dy;
@@ -126,7 +126,7 @@ TEST(Trim, TakesLongTrianglesOffTheBorderUpToConstraints) {
     ASSERT_TRUE(pZone);
     // In each corner of the opening a triangle with short edges remains.
     EXPECT_NEAR(pZone->getArea2D(), 72.25, 1e-9);
-    // A constraint across the opening keeps what is behind it; the border of the first zone keeps a smaller limit off.
+    // The border of the first zone is a constraint, and stops trimming with a smaller limit.
     EXPECT_NEAR(mesh.createZone_trimmed(0.6, false)->getArea2D(), 72.25, 1e-9);
     Taro_2D closed;
     closed.insert(vPoints);

@@ -39,7 +39,7 @@ Point2 centreOf(const RasterFrame& frame, size_t cell) {
     return Point2(frame.minX + (column + 0.5) * frame.cellWidth, frame.maxY - (row + 0.5) * frame.cellHeight, 0);
 }
 
-/// Bit for bit, except that every NaN is like any other.
+/// Equal values; all NaNs are equal.
 void expectEqualCells(const Cells& vExpected, const Cells& vCells) {
     ASSERT_EQ(vExpected.size(), vCells.size());
     for (size_t k = 0; k < vCells.size(); ++k) {
@@ -56,8 +56,8 @@ bool contains(const Triangle2& triangle, const Point2& place) {
     return true;
 }
 
-/// The triangle of a centre by its definition, tried with steps that are small for a mesh of small integers: the first one
-/// that holds a point next to the centre, counterclockwise from the east.
+/// The triangle of a cell's centre by definition: the first one, counterclockwise from the east, that holds a point
+/// next to the centre. The steps are small enough for a mesh of small integers.
 const Triangle2* ownerOf(const TriangleVector& vTriangles, const Point2& centre) {
     for (int k = 0; k < 720; ++k) {
         const double angle = (0.001 + 0.5 * k) * 3.14159265358979 / 180.0;
@@ -118,7 +118,7 @@ TEST(Rasterize, GivesEachCentreTheTriangleToItsEastThenNorth) {
     for (int round = 0; round < 60; ++round) {
         Taro_2D mesh;
         insertSmallIntegers(mesh, r);
-        // All, or a part with corners and edges in which only a few triangles remain.
+        // The whole mesh, or half of its triangles: vertices and edges with few triangles around them.
         Zone2* pZone = mesh.createZone(nullptr, ZL_GLOBAL);
         if (round % 2 == 1) pZone = mesh.createZone(someOf(trianglesOf(mesh), 0.5, r), false);
         if (!pZone) continue;
@@ -228,7 +228,7 @@ struct Scene {
         mesh.insert(vPoints);
         if (!vSegments.empty()) mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);
     }
-    /// What each vertex around the point loses to it, from a mesh into which it was inserted.
+    /// The weight of each neighbour is the part of its Voronoi cell that the point takes when it is inserted.
     double interpolate(const Taro_2D& before, const Point2& place) const {
         Taro_2D after;
         build(after);
@@ -285,7 +285,7 @@ TEST(NaturalNeighbours, ReproducePlanes) {
             if (std::isnan(vCells[k])) continue;
             ++numInside;
             const Point2 centre = centreOf(frame, k);
-            // 1e-9 of the heights' range, and what rounding of large coordinates does to the plane itself.
+            // 1e-9 of the heights' range, and the plane's own rounding errors at large coordinates.
             ASSERT_NEAR(planeAt(centre.x() - origin, centre.y() - origin), vCells[k], 6e-8 + 1e-15 * origin) << centre;
         }
         EXPECT_GT(numInside, vCells.size() * 9 / 10);
@@ -315,7 +315,7 @@ TEST(NaturalNeighbours, AreLinearOnConstraintsAndOnTheBorder) {
     }
 }
 
-/// Close to a barrier the centres of circles are far away. Heights must come near those on the barrier all the same.
+/// Close to a barrier circumcentres are far away. Heights must still converge to those on the barrier.
 TEST(NaturalNeighbours, ComeNearToABarrierAsTheDistanceDoes) {
     Taro_2D mesh;
     mesh.insert({Point2(0, 0, 0), Point2(1, 0, 10), Point2(0.4, 1, 3), Point2(0.5, -1, 77)});
@@ -374,7 +374,7 @@ TEST(Rasterize, DescribesPlanesLikeGdal) {
     }
 }
 
-// ---- Wrong calls, and long ones ----
+// ---- Refusal, progress and cancellation ----
 
 TEST(Rasterize, RefusesWhatIsNoRaster) {
     Taro_2D mesh;
@@ -414,7 +414,7 @@ TEST(Rasterize, ReportsAndCanBeCancelled) {
         mesh.subscribe(MT_PROGRESS, &recorder);
         rasterOf(pZone, frame, RK_NATURAL_NEIGHBOUR, numCPU);
         EXPECT_TRUE(std::is_sorted(recorder.vValues.begin(), recorder.vValues.end()));
-        // On several threads the one that reports may have to wait for a processor.
+        // With several threads, the thread that reports may have to wait for a processor.
         ASSERT_GT(recorder.vValues.size(), numCPU == 1 ? 20u : 0u);
         EXPECT_EQ(recorder.vValues.back(), 1.0);
 

@@ -25,7 +25,7 @@ namespace {
 using Segment = std::tuple<size_t, size_t, bool, std::uint32_t, std::uint32_t, int, size_t, double>;
 using Graph = std::tuple<std::string, int, bool, bool, std::vector<Segment>, std::vector<Segment>>;
 
-/// What clients can ask a triangulation, by numbers of vertices instead of addresses.
+/// The answers of a triangulation's queries, with vertex numbers in place of addresses.
 class Description {
   public:
     explicit Description(const Taro_2D& mesh) : name(mesh.getName()) {
@@ -84,7 +84,7 @@ CSegVector allSegmentsOf(const Taro_2D& mesh) {
     return collect<CSegVector>([&](auto& v) { mesh.getAliveAndDeadConstraintSegments(v); });
 }
 
-/// Nothing differs except what depends on addresses of new records.
+/// Equality up to orders that depend on the addresses of records.
 void expectEqual(const Description& a, const Description& b) {
     EXPECT_TRUE(a.exported.vCoordinates == b.exported.vCoordinates);
     EXPECT_TRUE(a.vFaces == b.vFaces);
@@ -93,7 +93,7 @@ void expectEqual(const Description& a, const Description& b) {
     EXPECT_EQ(a.name, b.name);
 }
 
-/// The copy is equal, in the order of all lists, and shares nothing.
+/// The copy is equal, its lists have the same order, and it shares no record.
 void expectCopy(const Taro_2D& mesh, const Taro_2D& copy) {
     const Description a(mesh), b(copy);
     expectEqual(a, b);
@@ -107,7 +107,7 @@ void expectCopy(const Taro_2D& mesh, const Taro_2D& copy) {
     EXPECT_TRUE(!copy.is2D() || copy.checkValidity(true, "copy"));
 }
 
-/// Edits that depend on numbers alone, so that two triangulations get the same.
+/// Edits chosen by vertex numbers, so that equal triangulations get equal edits.
 void edit(Taro_2D& mesh, Random& r) {
     const VertexVector vVertices = verticesOf(mesh);
     Point2* pVtx = vVertices[r() % vVertices.size()];
@@ -140,7 +140,7 @@ void edit(Taro_2D& mesh, Random& r) {
     }
 }
 
-/// A mesh with a past: removed vertices, split and removed constraints, conflicts, a vertex list that is not sorted.
+/// A mesh with a history: removed vertices, split and removed constraints, conflicts, a vertex list that is not sorted.
 void makeUsed(Taro_2D& mesh, unsigned seed) {
     Random random(seed);
     mesh.setHeightRule(HR_MEAN);

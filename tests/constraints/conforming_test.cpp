@@ -25,7 +25,7 @@ const std::string gaveUp =
 
 size_t numEncroached(const Taro_2D& mesh) { return ConstraintOracle(mesh).numEncroached(); }
 
-/// Returns what it prints.
+/// Returns the printed text.
 std::string constrain(Taro_2D& mesh, const SegmentVector& vSegments,
                       ConstraintInsertionStrategy cis = CIS_CONFORMING_LINEAR_Z) {
     return printedBy([&] { EXPECT_NE(mesh.createConstraint(vSegments, cis, false), nullptr); });
@@ -35,7 +35,7 @@ std::string apply(Taro_2D& mesh) {
     return printedBy([&] { mesh.applyConstraintsAndZones(); });
 }
 
-/// What the check says of encroached pieces; it must be content otherwise.
+/// The message of checkValidity() about encroached pieces; everything else must be valid.
 std::string check(const Taro_2D& mesh, bool bCircles) {
     const std::string text = printedBy([&] { EXPECT_TRUE(mesh.checkValidity(bCircles, "conforming")); });
     const size_t begin = text.find("Dt2::checkValidity()");

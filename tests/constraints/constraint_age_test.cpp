@@ -1,4 +1,4 @@
-// Which of two constraints is the older one, and that it gives the height where they cross.
+// The age of constraints: where two cross, the older one gives the height.
 
 #include <gtest/gtest.h>
 
@@ -35,7 +35,7 @@ std::pair<unsigned, unsigned> ageOf(const ConstraintSegment2* pCSeg) {
 
 using AgePair = std::pair<unsigned, unsigned>;
 
-/// Calls whose segments are only recorded.
+/// A call whose segments are only recorded, not applied.
 void record(Taro_2D& mesh, const SegmentVector& vSegments, ConstraintInsertionStrategy cis) {
     std::vector<ConstraintMgr::VertexPair> vPairs;
     for (const Segment2& s : vSegments) vPairs.emplace_back(mesh.insert(s.getSrc()), mesh.insert(s.getTrg()));
@@ -170,7 +170,7 @@ TEST(ConstraintAge, AMidpointOnAnOlderConstraintTakesItsHeight) {
 }
 
 TEST(ConstraintAge, AYoungerOneDoesNotHalveBeforeTheOlderOneIsThere) {
-    // The crossing is a midpoint of both, of the younger one the first.
+    // The crossing is a midpoint of both segments; halving reaches that of the younger segment first.
     const Segment2 aLines[] = {makeSegment(-3, 0, 1, 0, 10, 10), makeSegment(0, -1, 0, 1, 50, 50)};
     for (const int older : {0, 1}) {
         Random random(5);

@@ -49,7 +49,7 @@ TEST_F(Constraint, EveryFileOfTheCorpus) {
     EXPECT_GT(numExact, 0);
 }
 
-/// SegmentVector between points of the line through (0, 0) and (dx, dy), in both directions.
+/// All segments between points of the line through (0, 0) and (dx, dy), in both directions.
 SegmentVector segmentsOnLine(int numPoints, double dx, double dy) {
     SegmentVector vSegments;
     for (int i = 0; i < numPoints; ++i) {
@@ -191,7 +191,7 @@ TEST_F(Constraint, RunsThroughThousandsOfVertices) {
         work.vPoints = makeGrid(static_cast<size_t>(side), 0, 0, 1, random);
         work.mesh.insert(work.vPoints);
         work.constrain({makeSegment(last, 5, 0, 5), makeSegment(0, last, last, last), makeSegment(7, 0, 7, last)}, cis);
-        // A conforming segment takes midpoints where the diagonals of the squares run the other way.
+        // A conforming segment takes midpoints where the squares have the other diagonal.
         if (cis == CIS_CONSTRAINED_DELAUNAY)
             work.constrain({makeSegment(0, 0, last, last), makeSegment(last, 0, 0, last)});
         EXPECT_EQ(work.mesh.numberOfPoints(), work.vPoints.size());
@@ -245,8 +245,8 @@ TEST_F(Constraint, CrossingsNearAllEndsMoveToTheSameEndInAnyOrder) {
 // ---- Where doubles end ----
 
 TEST_F(Constraint, EndsWhereCrossingsHaveNoRoomLeft) {
-    // SegmentVector between neighbouring doubles, of every strategy: crossings round onto ends, beside the line, or back to
-    // where they came from.
+    // Segments between neighbouring doubles, with each strategy: crossings are rounded onto ends, beside the line, or
+    // back to their origin.
     const struct {
         const char* name;
         double origin, step;

@@ -1,4 +1,4 @@
-// Many crossings next to the ends of segments: which of them are all resolved.
+// Many crossings close to the ends of segments, and the limits up to which all are resolved.
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ void expectAllEstablished(const SegmentVector& vSegments, const char* name) {
     EXPECT_TRUE(ConstraintOracle(mesh).check());
 }
 
-/// Two rails and skew braces between them that reach a little beyond, most in the middle if there is a bulge.
+/// Two rails and oblique braces that overshoot them a little; with a bulge, those in the middle overshoot most.
 SegmentVector makeLadder(size_t numBraces, double y, double overshoot, bool bBulge) {
     SegmentVector vSegments{makeSegment(0, y, 2000, y), makeSegment(0, y + 100, 2000, y + 100)};
     for (size_t k = 0; k < numBraces; ++k) {

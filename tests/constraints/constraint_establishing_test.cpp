@@ -21,7 +21,7 @@ using namespace constraint_work;
 
 namespace {
 
-// ---- What a segment cuts ----
+// ---- Regions of crossed triangles ----
 
 bool cross(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
     return oracleOrientation(a, b, c) * oracleOrientation(a, b, d) < 0 &&
@@ -29,7 +29,7 @@ bool cross(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
 }
 
 TEST_F(Constraint, RegionsThatTouchThemselves) {
-    // An edge that is not crossed but lies between two triangles that are: the border passes both its sides.
+    // Both triangles at an edge are crossed, the edge is not: the region's border passes both its sides.
     size_t numBothSides = 0;
     for (int seed = 0; seed < 60; ++seed) {
         Random random(seed);
@@ -154,7 +154,7 @@ TEST_F(Constraint, ConformingSegmentsSplitAtTheVertexOnThemAndAtConstraints) {
         work.constrain({makeSegment(0, 0, 4, 0)}, cis);
         EXPECT_EQ(work.mesh.numberOfPoints(), 5u) << "no midpoint";
         EXPECT_TRUE(work.check(0));
-        // The midpoint of the next one is not on the edge that it crosses; that of the last one is.
+        // The next segment crosses an edge beside its midpoint, the last one at its midpoint.
         work.constrain({makeSegment(5, -1, 5, 1, 10, 20)});
         work.constrain({makeSegment(4.5, 0.5, 7, 0.5, 50, 60)}, cis);
         EXPECT_EQ(heightAt(work, 5, 0.5), 17.5);
@@ -197,7 +197,7 @@ TEST_F(Constraint, WarnsWhereAConformingSegmentIsTooShortToSplit) {
 }
 
 TEST_F(Constraint, GoesOnAfterAListenerHasThrown) {
-    // What is left of the quota of crossings when the exception comes must not be all that later segments have.
+    // An exception must not leave later segments with the rest of an earlier quota of crossings.
     Work work;
     Recorder thrower;
     thrower.hook = [&] {

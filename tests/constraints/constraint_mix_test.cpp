@@ -61,7 +61,7 @@ TEST_F(Constraint, RealCounts) {
 
 // ---- Everything mixed ----
 
-/// One random step: points, segments, removals of free vertices, or a split. The kinds that are left do nothing.
+/// One random step: points, segments, removals of free vertices, or a split. Other kinds do nothing.
 template <class MakePoint>
 void doAnything(int kind, Work& work, const MakePoint& makePoint, Random& random) {
     if (kind == 0) work.insert(makePoint());
@@ -85,7 +85,7 @@ void doAnything(int kind, Work& work, const MakePoint& makePoint, Random& random
     }
     CSegVector vAlive = aliveSegmentsOf(work.mesh);
     if (kind == 5 && work.mesh.is2D() && !vAlive.empty()) {
-        // The same one whatever the addresses are.
+        // The choice does not depend on addresses.
         std::sort(vAlive.begin(), vAlive.end(), [](auto* p, auto* q) { return endsOf(*p) < endsOf(*q); });
         ConstraintSegment2* pCSeg = vAlive[random() % vAlive.size()];
         const auto [a, b] = std::minmax(*pCSeg->getSrc(), *pCSeg->getTrg());

@@ -100,7 +100,7 @@ TEST(ConstraintSegment, PrintsItself) {
 }
 
 TEST_F(LineMesh, SplitsMakeATreeOfTwoChildrenEach) {
-    // Without the mesh knowing, so that the tree is the one that is wanted.
+    // The mesh is not told of the splits, so it adds none of its own.
     ConstraintSegment2* pRoot = segment(3, 9);
     Dt2* pDt2 = mesh.getImpl();
     ConstraintGraph2 first(pDt2, {pRoot}, CIS_CONSTRAINED_DELAUNAY);
@@ -192,7 +192,7 @@ TEST(ConstraintSegment, RunsAlongManyVerticesDoNotExhaustTheStack) {
         const VertexVector vOnLine = verticesOfChain(*pLine);
         ASSERT_EQ(vOnLine.size(), vPoints.size() - 2);
         for (size_t i = 0; i < vOnLine.size(); ++i) ASSERT_EQ(vOnLine[i]->x(), n - double(i));
-        // Its pieces are there already; only this time the whole is part of a polygon.
+        // The pieces exist already; only in this call the whole segment is a side of a polygon.
         ConstraintGraph2* pGraph = mesh.createConstraint(makeSides({{0, 0, 0}, {0, 1, 0}, {double(n), 0, 0}}),
                                                          CIS_CONSTRAINED_DELAUNAY, false);
         const VertexVector vVertices = polygonOf(pGraph);
@@ -320,7 +320,7 @@ TEST(ConstraintGraph, RefusesWhatTheManagerNeverMakes) {
 TEST_F(LineMesh, AGraphThatCannotBeMadeOwnsNothing) {
     ConstraintGraph2* pGraph = create(2, 3);
     create(3, 4);
-    // A polygon, and segments of which another one comes first.
+    // A polygon, and a chain that begins with another segment.
     const std::vector<SegmentVector> vLists{makeSides({*at(2), *at(3), Point2(2, -1, 0)}),
                                             makeChain({*at(4), *at(3), *at(2)})};
     for (const SegmentVector& vSegments : vLists) mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);

@@ -177,7 +177,7 @@ TEST(MoveVertex, RefusesWrongCalls) {
     EXPECT_EQ(vHandles[0]->z(), 7.0);
 }
 
-/// Edits in any order, of which some are taken back.
+/// Random edits, some of which are undone.
 class Editor {
   public:
     explicit Editor(unsigned seed) : random_(seed) {
@@ -193,7 +193,7 @@ class Editor {
         if (kind > 7 && !vLines_.empty()) removeBreakline();
     }
     const Taro_2D& getMesh() const { return mesh_; }
-    /// The same points and breaklines in a new triangulation.
+    /// The triangles of a new triangulation of the current points and breaklines.
     std::vector<std::vector<XY>> facesFromScratch() const {
         Taro_2D fresh;
         PointVector vPoints;

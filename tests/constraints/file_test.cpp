@@ -126,7 +126,7 @@ TEST(File, IsInsertedOnTopOfWhatIsThere) {
     EXPECT_TRUE(mesh.checkValidity(true, "mesh"));
 }
 
-/// Loads bytes into a mesh, which must stay as it is, and returns what is printed after the name.
+/// Loads invalid bytes into a mesh, which must not change, and returns the message after the file's name.
 std::string complaintAbout(const std::string& bytes) {
     static Taro_2D mesh;
     if (mesh.numberOfPoints() == 0) insertSquare(mesh, 1);
@@ -232,7 +232,7 @@ TEST(File, CallsThatCannotWorkSaySo) {
     EXPECT_EQ(mesh.numberOfPoints(), 4u);
 }
 
-/// While it lives, no file can get longer than so many bytes.
+/// While it lives, no file can grow beyond the given number of bytes.
 class FileSizeLimit {
   public:
     explicit FileSizeLimit(rlim_t numBytes) : pPreviousHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -341,7 +341,7 @@ TEST(File, IsWrittenInPlaceWhereNoOtherCanBeMade) {
         EXPECT_FALSE(save(mesh, readOnly));
         EXPECT_EQ(save(mesh, directory / "new"), mode == 0777);
         EXPECT_TRUE(save(mesh, name));
-        // In a directory of one's own a file may be replaced, but somebody else's stays theirs.
+        // A file in one's own directory may be replaced, a file of another user keeps its inode.
         EXPECT_EQ(getInode() == inode, mode == 0555 || user.isSwitched());
         EXPECT_EQ(countEntries(directory), mode == 0777 ? 3u : 2u);
     }

@@ -21,7 +21,7 @@ namespace {
 
 using Piece = std::pair<XY, XY>;
 
-/// What a client sees of a triangulation and its graphs.
+/// The state of a triangulation and its graphs, as clients see it.
 struct Image {
     std::map<XY, std::pair<double, int>> mVertices;
     std::vector<std::vector<XY>> vFaces;

@@ -83,7 +83,7 @@ SegmentVector gridSegments(int side) {
     return vSegments;
 }
 
-/// The answers of a checker against the same answers by all pairs.
+/// Compares a checker's answers with those of all pairs by brute force.
 void expectAsByAllPairs(const SegmentChecker& checker, const Pointers& vSegments,
                         const std::function<SegmentIntersectionType(const Segment2&, const Segment2&)>& getType) {
     for (const bool bAlsoEndPoints : {false, true}) {
@@ -162,7 +162,7 @@ TEST(SegmentChecker, NamesTheTypes) {
     EXPECT_EQ(SegmentChecker::getIntersectionTypeString(static_cast<SegmentIntersectionType>(5)), "UNKNOWN SIT");
 }
 
-// ---- What is held ----
+// ---- Segments held ----
 
 TEST(SegmentChecker, KeepsEachPointerOnceInTheOrderOfAdding) {
     SegmentVector v{makeSegment(0, 0, 1, 1), makeSegment(0, 1, 1, 0), makeSegment(0, 1, 1, 0)};
@@ -171,7 +171,7 @@ TEST(SegmentChecker, KeepsEachPointerOnceInTheOrderOfAdding) {
     EXPECT_EQ(checker.getNumberOfSegments(), 2u);
     EXPECT_EQ(checker.getSegment(0), &v[1]);
     EXPECT_EQ(checker.getIndex(&v[0]), 1u);
-    EXPECT_EQ(checker.getIndex(&v[2]), 2u);  // not held, though equal to one that is
+    EXPECT_EQ(checker.getIndex(&v[2]), 2u);  // not held, though equal to a segment that is
 
     Recorder recorder;
     checker.subscribe(MT_WARNING, &recorder);
@@ -266,7 +266,7 @@ TEST(SegmentChecker, GivesCommonPointsAndOverlapsWithBothHeights) {
                     expectOn(*pOn, pLifted->getTrg());
                 }
                 for (const Point2& end : {onS.getSrc(), onS.getTrg()}) EXPECT_TRUE(isEnd(s, end) || isEnd(t, end));
-                // Nothing else is common: what is left of s beyond an end of the overlap only touches t.
+                // The overlap is complete: the rest of s on either side only touches t.
                 for (const Segment2& rest : {Segment2(s.getSrc(), onS.getSrc()), Segment2(onS.getTrg(), s.getTrg())}) {
                     EXPECT_TRUE(rest == t || oracle<long>(rest, t) != SIT_SEGMENT);
                 }
@@ -351,7 +351,8 @@ TEST(SegmentChecker, DrawsTheIllegalOnesWithWhatTheyShare) {
 
 namespace {
 
-/// Pairs that cross, that touch at an end point of one alone, and that overlap.
+/// The number of pairs that cross, of those in which an end of one segment touches the inside of the other, and of
+/// those that overlap.
 std::array<int, 3> countPairs(const SegmentChecker& checker) {
     std::array<int, 3> aCount{};
     for (size_t i = 0; i < checker.getNumberOfSegments(); ++i) {

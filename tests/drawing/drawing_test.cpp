@@ -34,7 +34,7 @@ std::string pathOf(const std::string& name) {
            std::to_string(getpid()) + name;
 }
 
-/// The file that a scene gives.
+/// The file that a scene is written to.
 template <class F>
 std::string drawn(F addObjects) {
     const std::string path = pathOf(".ps");
@@ -124,7 +124,7 @@ TEST(Color, ConstructorsNamesAndOrder) {
     EXPECT_NE(red, Color(CRED, 0.05f, true));
     EXPECT_EQ(Color(COLIVE, 2, false), Color(0.5, 0.5, 0, 2));
     EXPECT_EQ(Color(CDARKBROWN).b, 0.074f);
-    // One field after the other decides.
+    // The order is lexicographic.
     const std::set<Color> sColors = {red, gray, pink, Color(), Color(CBLACK, 0.05f, true), Color(CBLACK, 0.04f, true)};
     EXPECT_EQ(std::vector<Color>(sColors.begin(), sColors.end()),
               (std::vector<Color>{Color(CBLACK, 0.04f, true), Color(), Color(CBLACK, 0.05f, true), gray, red, pink}));
@@ -255,7 +255,7 @@ TEST(Visualizer2, AnyInputGivesAValidPage) {
     const Point2 origin(0, 0, 0);
     const std::string empty = drawn([](Visualizer2&) {});
     EXPECT_TRUE(contains(empty, "(x-Range: [-1 - 1] =2)"));
-    // What is not finite takes no part, neither in the range nor in the drawing.
+    // Objects that are not finite are neither drawn nor part of the range.
     EXPECT_EQ(empty, drawn([&](Visualizer2& vis) {
                   Point2 bad(0, NaN, 0), good(1, 1, 0), other(5, 5, 0);
                   vis.addObject(Point2(INF, 0, 0), Color());
@@ -277,7 +277,7 @@ TEST(Visualizer2, AnyInputGivesAValidPage) {
             drawn([&](Visualizer2& vis) { vis.addObject(Point2(scale, -scale, 0), Color(CRED)); });
         EXPECT_FALSE(contains(point, "inf") || contains(point, "nan")) << scale;
     }
-    // Attributes beyond their range are moved into it; texts cannot leave their string or comment.
+    // Attributes are clamped to their range; texts cannot end their string or comment.
     const std::string text = drawn([&](Visualizer2& vis) {
         vis.addObject(origin, Color(NaN, INF, -1, INF));
         vis.addObject(Point2(1, 1, 0), Color(NaN, 1, 0, 1000));

@@ -1,4 +1,4 @@
-// Scenes in files: what is read again from them must be what was added.
+// Scene files: the content read back must equal the scene.
 
 #include <gtest/gtest.h>
 
@@ -62,7 +62,7 @@ PointVector makeGround(size_t n) {
     return vPoints;
 }
 
-/// What an OBJ file says, each element under the layer and material that it stands in.
+/// The content of an OBJ file, each element with its layer and material.
 struct ObjContent {
     std::vector<Xyz> vVertices;
     std::map<std::string, TriangleSet> mTriangles;
@@ -120,7 +120,7 @@ T valueAt(const std::string& bytes, size_t at) {
     return value;
 }
 
-/// The surface of a triangulation as writers see it.
+/// The triangles as a surface for writers.
 SceneSurface toSurface(const TriangleVector& vTriangles) {
     SceneSurface surface{0, CR_TERRAIN, Color(), {}, {}};
     std::map<const Point2*, std::uint32_t> mNumbers;

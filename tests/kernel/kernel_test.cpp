@@ -350,7 +350,7 @@ TEST(FreeFunctions, OrientationGrowsItsBoundWithThePointsAndRefusesNull) {
         for (int i = 0; i < 200; ++i) {
             const Point2 a = randomPoint(random, 0, scale), b = randomPoint(random, 0, scale);
             const double t = uniform(random, -1, 2);
-            const Point2 c = a + getVector2D(a, b) * t;  // on the line but for rounding
+            const Point2 c = a + getVector2D(a, b) * t;  // on the line up to rounding
             const Orientation2 expected = GeomTest().exact_getOrientation2(&a, &b, &c);
             EXPECT_EQ(getOrientation2(&a, &b, &c), expected);
             EXPECT_EQ(getOrientation2_mt(&a, &b, &c), expected);
@@ -567,7 +567,7 @@ TEST(Triangle2, CircumcentreOfNeedlesAndFlatTrianglesIsFlaggedHonestly) {
     for (const Triangle2& flat : {Triangle2(&a, &a, &b), Triangle2(&a, &b, &a), Triangle2(&a, &a, &a)}) {
         EXPECT_TRUE(std::isfinite(flat.getDual(bAccurate).x()) && !bAccurate);
     }
-    // The centre of this one would be at 1e309.
+    // The circumcentre would be at 1e309.
     Point2 far0(0, 0, 0), far1(1e300, 1e291, 0), far2(2e300, 0, 0);
     EXPECT_TRUE(isFinite2D(Triangle2(&far0, &far2, &far1).getDual(bAccurate)) && !bAccurate);
 }

@@ -58,7 +58,7 @@ class PointSource {
         return make([&] { return at(integerOrTiny(), integerOrTiny()); });
     }
 
-    /// The same multiplied by a power of two, from subnormal numbers to the largest.
+    /// A group multiplied by a power of two: from subnormal numbers to the largest ones.
     Points getScaled(int kind) {
         const Points points = get(kind);
         const int room = 1023 - std::ilogb(std::max(getMaxCoord(points), 1e-300));
@@ -100,7 +100,7 @@ class PointSource {
         const double x = std::ldexp(integer(-(1 << 30), 1 << 30), -30 - integer(minShift, maxShift));
         return at(x, 3 * x);
     }
-    /// The third point is so little off the line of the others that twice the precision hardly shows it.
+    /// The third point is so close to the line of the others that even double-double arithmetic barely tells its side.
     Points besideDiagonal() {
         Points points = make([&] { return diagonalPoint(0, 3); });
         points[2] = nudged(make([&] { return diagonalPoint(40, 60); }))[0];
@@ -275,7 +275,7 @@ TEST(Predicates, StaticBoundHoldsAtTheLimitsOfItsRange) {
 }
 
 TEST(Predicates, OverflowIsNotMistakenForASign) {
-    // One rounded product is infinite, the other one just not; the true ones stand the other way round.
+    // One rounded product is infinite, the other one is just finite, although its exact value is larger.
     const Point2 a = at(0x1.571b8f05f8c8ap+511, 0x1.82960c53f909ep+510),
                  b = at(0x1.b915fa1286fd9p+510, 0x1.9a4057d922b1ap+508),
                  c = at(-0x1.8b84ff670fd0fp+510, -0x1.b164533147ceep+511);
@@ -336,8 +336,8 @@ TEST(Predicates, NeitherDoCoordinatesNearTheEndsOfTheRange) {
 }
 
 TEST(Predicates, IntervalStageRoundsOutwardsInEveryCallersMode) {
-    // Rounded to nearest, many of these determinants have the wrong sign; so would a bound whose operations
-    // had been moved across a change of the mode.
+    // Rounded to nearest, many of these determinants have the wrong sign; a bound would have it as well if the compiler
+    // moved its operations across a change of the rounding mode.
     PointSource source(4);
     int numMisjudged = 0, numInterval = 0;
     for (const int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {

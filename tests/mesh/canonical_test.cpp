@@ -100,7 +100,7 @@ TEST(Canonical, PolygonsBecomeFansOfTheirSmallestVertex) {
     for (const Triangle2* pT : trianglesOf(mesh)) EXPECT_TRUE(pT->hasVertex(Point2(-65, 0, 0)));
 }
 
-/// Triangles whose circles hold no point of the rest, border included, are those of the whole.
+/// A triangle of a subset whose closed circumcircle holds no other point is a triangle of the whole set.
 TEST(Canonical, WhatIsOutsideTheCircleDoesNotMatter) {
     Random random(4);
     const PointVector vAll = makeGrid(14, 0, 0, 1, random);

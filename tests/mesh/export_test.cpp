@@ -34,7 +34,7 @@ const Point2* vertexAt(const IndexedMesh& mesh, std::int32_t number) {
     return number < 0 ? nullptr : mesh.vVertices.at(static_cast<size_t>(number));
 }
 
-/// The export says of these triangles what the mesh says of them.
+/// The exported triangles equal those of the mesh.
 void expectExported(const IndexedMesh& exported, const TriangleVector& vTriangles) {
     ASSERT_EQ(exported.vTriangles.size(), 3 * vTriangles.size());
     ASSERT_EQ(exported.vNeighbours.size(), 3 * vTriangles.size());

@@ -41,35 +41,35 @@ void insertArray(Taro_2D& mesh, const PointVector& vPoints, VertexVector& vHandl
 
 using Insert = void (*)(Taro_2D&, const PointVector&, VertexVector&);
 
-/// A way to bring points in: the parts follow each other, each with an equal share of the points.
-struct Way {
+/// A sequence of insertion calls, each with an equal share of the points.
+struct Method {
     const char* name;
     std::vector<Insert> vParts;
 };
 
-const Way ways[] = {{"singly", {insertSingly}},
-                    {"in bulk", {insertBulk}},
-                    {"in two halves", {insertBulk, insertBulk}},
-                    {"mixed", {insertSingly, insertArray, insertSingly, insertBulk, insertBulk}}};
+const Method methods[] = {{"singly", {insertSingly}},
+                          {"in bulk", {insertBulk}},
+                          {"in two halves", {insertBulk, insertBulk}},
+                          {"mixed", {insertSingly, insertArray, insertSingly, insertBulk, insertBulk}}};
 
-void insertIn(const Way& way, const PointVector& vPoints, Taro_2D& mesh, VertexVector& vHandles) {
-    const size_t numParts = way.vParts.size(), n = vPoints.size();
+void insertIn(const Method& method, const PointVector& vPoints, Taro_2D& mesh, VertexVector& vHandles) {
+    const size_t numParts = method.vParts.size(), n = vPoints.size();
     for (size_t k = 0; k < numParts; ++k) {
         const auto begin = vPoints.begin() + n * k / numParts, end = vPoints.begin() + n * (k + 1) / numParts;
-        way.vParts[k](mesh, PointVector(begin, end), vHandles);
+        method.vParts[k](mesh, PointVector(begin, end), vHandles);
     }
 }
 
-void checkAllWays(const PointVector& vPoints) {
-    for (const Way& way : ways) {
-        SCOPED_TRACE(way.name);
+void checkAllMethods(const PointVector& vPoints) {
+    for (const Method& method : methods) {
+        SCOPED_TRACE(method.name);
         Taro_2D mesh;
         VertexVector vHandles;
-        insertIn(way, vPoints, mesh, vHandles);
+        insertIn(method, vPoints, mesh, vHandles);
         const DelaunayOracle oracle(mesh, vPoints);
         ASSERT_TRUE(oracle.check());
         ASSERT_TRUE(oracle.checkHandles(vHandles));
-        ASSERT_TRUE(!mesh.is2D() || mesh.checkValidity(true, way.name));
+        ASSERT_TRUE(!mesh.is2D() || mesh.checkValidity(true, method.name));
     }
 }
 
@@ -103,7 +103,7 @@ std::string describe(const Taro_2D& mesh) {
     return text.str();
 }
 
-/// How many of the 24 orders of the corners of a quadrilateral make a diagonal that ends at the last one.
+/// The number of the 24 insertion orders of a quadrilateral's corners whose diagonal ends at the corner inserted last.
 int numDiagonalsAtLastCorner(PointVector vCorners) {
     int num = 0;
     std::sort(vCorners.begin(), vCorners.end());
@@ -137,14 +137,14 @@ TEST_P(EveryGenerator, GivesADelaunayTriangulation) {
     for (size_t seed = 0; seed < 3 + scaled(14) && !HasFatalFailure(); ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
-        checkAllWays(GetParam().make(seed == 0 ? 300 : seed % 2 ? 7 : 40, random));
+        checkAllMethods(GetParam().make(seed == 0 ? 300 : seed % 2 ? 7 : 40, random));
     }
 }
 
 TEST_P(EveryGenerator, GivesTheSameTrianglesInTheSameOrderAgain) {
     Random random(1);
     const PointVector vPoints = GetParam().make(200, random);
-    for (const Way& way : ways) {
+    for (const Method& method : methods) {
         std::vector<std::unique_ptr<char[]>> vNoise;
         std::string first;
         for (const unsigned numExpected : {3u, 70u, 1000u}) {  // blocks of other sizes, at other addresses
@@ -152,9 +152,9 @@ TEST_P(EveryGenerator, GivesTheSameTrianglesInTheSameOrderAgain) {
             for (int i = 0; i < 200; ++i) vNoise.push_back(std::make_unique<char[]>(size_t(integer(random, 1, 5000))));
             for (int i = 0; i < 100; ++i) vNoise.erase(vNoise.begin() + long(integer(random, 0, 99)));
             VertexVector vHandles;
-            insertIn(way, vPoints, mesh, vHandles);
+            insertIn(method, vPoints, mesh, vHandles);
             if (first.empty()) first = describe(mesh);
-            ASSERT_EQ(describe(mesh), first) << way.name;
+            ASSERT_EQ(describe(mesh), first) << method.name;
         }
     }
 }
@@ -173,13 +173,13 @@ TEST(Insertion, OfTheCorpus) {
         PointVector vShuffled = vPoints;
         Random random(1);
         checkAfterEachPoint(vPoints);
-        checkAllWays(vPoints);
+        checkAllMethods(vPoints);
         for (int i = 0; i < 5; ++i) {
             std::shuffle(vShuffled.begin(), vShuffled.end(), random);
-            checkAllWays(vShuffled);
+            checkAllMethods(vShuffled);
         }
-        for (int numTurns = 1; numTurns < 4; ++numTurns) checkAllWays(transformed(vPoints, numTurns, 0, 0));
-        checkAllWays(transformed(vPoints, 0, 4.5e5, 5.2e6));
+        for (int numTurns = 1; numTurns < 4; ++numTurns) checkAllMethods(transformed(vPoints, numTurns, 0, 0));
+        checkAllMethods(transformed(vPoints, 0, 4.5e5, 5.2e6));
     }
     EXPECT_GT(numFiles, 0u) << "no corpus in " << TARO25D_CORPUS_DIR;
 }
@@ -200,7 +200,7 @@ TEST(Insertion, OfRealData) {
         mesh.insert(vPoints);
         EXPECT_EQ(mesh.numberOfPoints(), file.numPoints);
         EXPECT_EQ(mesh.numberOfTriangles(), file.numTriangles);
-        checkAllWays(vPoints);
+        checkAllMethods(vPoints);
     }
 }
 
@@ -217,13 +217,13 @@ TEST(Insertion, OfALongCollinearRunAndThenAPointOffTheLine) {
     const double n = double(scaled(10000));
     Random random(3);
     for (const auto& [dx, dy] : {XY(1, 0), XY(0, 1), XY(1, 1), XY(-3, 7)}) {
-        for (const Way& way : {ways[0], ways[1]}) {
-            SCOPED_TRACE(testing::Message() << dx << " " << dy << " " << way.name);
+        for (const Method& method : {methods[0], methods[1]}) {
+            SCOPED_TRACE(testing::Message() << dx << " " << dy << " " << method.name);
             PointVector vPoints = makePoints(size_t(n), [dx = dx, dy = dy](double i) { return XY(i * dx, i * dy); });
             std::shuffle(vPoints.begin(), vPoints.end(), random);
             Taro_2D mesh;
             VertexVector vHandles;
-            insertIn(way, vPoints, mesh, vHandles);
+            insertIn(method, vPoints, mesh, vHandles);
             EXPECT_FALSE(mesh.is2D());
             vPoints.emplace_back(0.4 * n * dx + 1e-3 * dy, 0.4 * n * dy - 1e-3 * dx, 0.0);
             Point2* pApex = mesh.insert(vPoints.back());
@@ -347,7 +347,7 @@ TEST(Insertion, InTwoThreadsAtOnceIsThatOfOneThread) {
         Random random(slot % 2);
         Taro_2D mesh;
         VertexVector vHandles;
-        insertIn(ways[3], generators[2 + slot % 2].make(1500, random), mesh, vHandles);
+        insertIn(methods[3], generators[2 + slot % 2].make(1500, random), mesh, vHandles);
         aTexts[slot] = describe(mesh);
     };
     run(0);

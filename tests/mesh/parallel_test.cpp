@@ -1,4 +1,4 @@
-// Bulk insertion on several threads: the same vertices, handles and (in general position) triangles as on one.
+// Bulk insertion on several threads gives the vertices, handles and (in general position) triangles of one thread.
 
 #include <gtest/gtest.h>
 
@@ -27,14 +27,14 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-/// Whether an item is inserted by a chunk, not before them, by the way in which they are told apart.
+/// Whether an item is inserted by a chunk and not by the sparse start; repeats the library's selection.
 bool isDense(size_t i, size_t numItems) {
     const size_t numSparse = std::min(numItems / 2, 5 * static_cast<size_t>(2 * std::sqrt(numItems)));
     const size_t step = numItems / numSparse;
     return i % (step + 1) != step;
 }
 
-/// From now on in chunks, also where these are slower: most sets here are small.
+/// Forces chunks where the library would find them slower: most sets here are small.
 void useChunks(Taro_2D& mesh, int numThreads) {
     mesh.setNumCPU(numThreads);
     mesh.getImpl()->preferChunks();
@@ -100,7 +100,7 @@ TEST(Parallel, StaysSequentialBelowAThousandVertices) {
 }
 
 TEST(Parallel, GivesTheSameTrianglesInTheSameOrderInEveryRun) {
-    // Where four points lie on one circle, as in a lattice, the one that comes last decides about the diagonal.
+    // In a lattice four points lie on one circle, and the last of them decides about the diagonal.
     Random random(20);
     const PointVector vPoints = makeGrid(static_cast<size_t>(std::sqrt(scaled(40000))) + 40, 0, 0, 1, random);
     std::vector<double> vFirst;
@@ -114,7 +114,7 @@ TEST(Parallel, GivesTheSameTrianglesInTheSameOrderInEveryRun) {
 }
 
 TEST(Parallel, UsesChunksWhereTheyAreFaster) {
-    // Chunks are seen from the order of the triangles, which is another one then.
+    // The use of chunks shows in the order of the triangles.
     const auto areUsed = [](size_t numNew, size_t numBefore) {
         const PointVector vBefore = makeUniform(numBefore, 21), vNew = makeUniform(numNew, 22);
         Taro_2D one, two;
@@ -207,12 +207,12 @@ TEST(Parallel, PointsNearTheHullAreLeftToOneThread) {
     expectSameAsOneThread(makePoints(n, onFourLines), 2, 0, true);
     expectSameAsOneThread(makePoints(n, onParabola), 2, 0, true);
     expectSameAsOneThread(makePoints(n, onParabola), 2, n / 3, true);
-    // The sparse start sees one line alone, and one line stands there before.
+    // The sparse start inserts points of one line only; in the first run that line exists already.
     PointVector vPoints = makePoints(n, onTwoLines);
     std::stable_partition(vPoints.begin(), vPoints.end(), [](const Point2& point) { return point.y() == 0.0; });
     expectSameAsOneThread(vPoints, 2, n / 2, false);
     expectSameAsOneThread(vPoints, 2, 0, false);
-    // What the sparse start sees goes on with that line: all are to start anew without the box.
+    // The sparse start prolongs the line, so insertion must restart without the box.
     vPoints.clear();
     for (size_t i = 0; i < 4000; ++i) vPoints.emplace_back(0.001 * static_cast<double>(i), 0.0, 0.0);
     for (size_t i = 0; i < 4000; ++i) {
@@ -292,8 +292,8 @@ TEST(Parallel, AListenerThatThrowsLeavesWhatIsInserted) {
 }
 
 TEST(Parallel, AFailureInsideAChunkLeavesAMesh) {
-    // Three quarters of the new points are there already. That the engine should know these as duplicates before its
-    // workers find them is wrong, and one of them fails.
+    // Three quarters of the new points are duplicates. The listener registers some of them before the workers find
+    // them, which is wrong, so that one worker fails.
     const PointVector vBefore = makeUniform(6000, 18);
     PointVector vPoints = makeUniform(2000, 19);
     vPoints.insert(vPoints.end(), vBefore.begin(), vBefore.end());

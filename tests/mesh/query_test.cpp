@@ -393,7 +393,7 @@ TEST(Queries, DoNotSeeRecycledTriangles) {
     EXPECT_NE(engine.getOneValidTriangle()->getCorner(0), nullptr);
 }
 
-/// One way to break a mesh with an inner vertex, given with one of its triangles.
+/// Damage to a mesh at an inner vertex and one of its triangles, and the message that must name it.
 struct Damage {
     const char* message;
     std::function<void(Dt2& engine, Triangle2* pT, Point2* pInner)> inflict;

@@ -37,8 +37,7 @@ VertexVector thoseWith(const Taro_2D& mesh, const std::function<bool(const Point
     return vVertices;
 }
 
-/// Whether a triangle shares a point with a box: the polygon that is left when it is clipped is not empty. Exact for small
-/// integers.
+/// Whether a triangle shares a point with a box, by clipping. Exact for small integers.
 bool meetsBox(const Triangle2* pT, const Bbox2& box) {
     PointVector vPolygon{*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2)};
     PointVector vCorners;
@@ -58,7 +57,7 @@ bool meetsBox(const Triangle2* pT, const Bbox2& box) {
            !outside([&](const Point2& p) { return p.y() > box.getMaxY(); });
 }
 
-/// Compares all queries around places inside, outside, at vertices and between them with a look at every record.
+/// Compares all queries at places inside, outside, on vertices and between them with a linear search.
 void checkQueries(const Taro_2D& mesh, const std::function<Point2()>& makePlace, double unit, int numQueries,
                   Random& random) {
     for (int i = 0; i < numQueries; ++i) {

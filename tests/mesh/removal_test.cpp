@@ -32,7 +32,7 @@ void check(const Taro_2D& mesh, const PointVector& vPoints) {
     }
 }
 
-/// The vertices of a mesh by position, and what should happen to them. A plain list is the whole model.
+/// The expected vertices of a mesh, kept in a plain list.
 class Model {
   public:
     explicit Model(Taro_2D& mesh) : mesh_(mesh) {}

@@ -1,4 +1,4 @@
-// What a mesh knows of higher floors: slots, and which edges are constraints.
+// The state that a mesh keeps for higher modules: slots, and the edges that are constraints.
 
 #include <gtest/gtest.h>
 

@@ -16,7 +16,7 @@
 #include "taro25d/Segment2.h"
 #include "taro25d/Taro_2D.h"
 
-// What the walk to a point promises beside the right triangle: it ends, and leaves nothing behind.
+// The walk to a point ends, and leaves the mesh unchanged.
 
 using namespace LUMO_TARO25D;
 
@@ -27,8 +27,9 @@ Point2 onCircle(double radius, double degrees) {
     return Point2(radius * std::cos(angle), radius * std::sin(angle), 0.0);
 }
 
-/// A ring of triangles around the origin, each of which has it beyond the edge to the next one and tests that edge before
-/// the one inward: a walk in order goes round for ever. Constraints keep the edges, which are not Delaunay.
+/// A ring of triangles around the origin. Each has the origin beyond its edge to the next triangle, and tests that edge
+/// before its inner one, so a walk that tests edges in order circles for ever. Constraints keep these edges, which are
+/// not Delaunay.
 void makePinwheel(Taro_2D& mesh) {
     constexpr double TURN = 15.0;
     SegmentVector vSegments;

@@ -92,7 +92,7 @@ TEST(GridMeshing, KeepsWhatWasThere) {
     EXPECT_NE(pDt2->getVertexPointer(Point2(80, 80, 0)), nullptr);
     EXPECT_EQ(scene.pMesh->numberOfPoints(), 4 + 4 + 16 - 3u);
 
-    // Not near a segment of the zone; and a segment outside, which stripes reach, is not split.
+    // No grid point is near a segment of the zone, and a segment outside that stripes reach is not split.
     const Scene crossed =
         makeScene({makeRectangle(0, 0, 100, 100)}, {makeSegment(5, 42, 95, 42), makeSegment(110, 0, 110, 100)});
     MeshGenParams chopping(crossed.pZone);
@@ -206,7 +206,7 @@ TEST(GridMeshing, CostsWhatTheZoneIsLarge) {
 }
 
 TEST(GridMeshing, KeepsPointsApartThatNumbersDoNot) {
-    // The spacing is below what coordinates can tell: many crossings are rounded to one point.
+    // The spacing is less than an ulp of the coordinates: many crossings are rounded to one point.
     const double far = 1e16;
     PointVector vCorners;
     for (int i = 0; i < 5; ++i) {

@@ -15,7 +15,7 @@
 
 using namespace LUMO_TARO25D;
 
-// What keeps a refinement from going on for hours: estimates, and caps.
+// Estimates and caps, which keep a refinement from running for hours.
 
 namespace {
 
@@ -112,13 +112,13 @@ TEST(MeshEstimate, RefusesNothingThatCanBeDone) {
         EXPECT_GT(outcome.numNew, 20u);
         EXPECT_EQ(outcome.text, "");
     }
-    // A growth limit that is met has no consequences, however small the triangles might become.
+    // A growth limit that is met needs no refinement, however small the triangles might become.
     const Scene square = makeSquare(10000);
     MeshGenParams even(square.pZone);
     even.growthFactor = 1.1;
     even.gridLength = 100;
     EXPECT_EQ(refine(square, even).text, "");
-    // What is fine at one place need not be so anywhere else.
+    // A limit may be fine at one place and coarse elsewhere.
     struct FineInTheCorner : MeshGenParams {
         using MeshGenParams::MeshGenParams;
         double getMaxEdgeLength(Triangle2* pT) override {
@@ -161,7 +161,7 @@ TEST(MeshEstimate, StopsWhereTheEstimateWasTooLow) {
     const Outcome grid = refineSquare(100, [](auto& p) { p.gridLength = 1, p.maxNumVertices = 10050; });
     EXPECT_EQ(grid.numNew, 0u);
     EXPECT_TRUE(contains(grid.text, "ERROR: the limits ask for about 10"));
-    // Exactly as many as are needed are enough.
+    // A cap equal to the number of vertices needed suffices.
     const size_t numNeeded = refineSquare(100, [](auto& p) { p.maxEdgeLength = 5; }).numNew;
     const auto refineWith = [](size_t max) {
         return refineSquare(100, [=](auto& p) { p.maxEdgeLength = 5, p.maxNumVertices = max; });
@@ -237,7 +237,7 @@ TEST(Meshing, GrowsFromAdjacentAreas) {
         params.minAngleDegree = 0;
         EXPECT_EQ(refine(scene, params).numNew, test.numNew) << test.adjacentArea;
     }
-    // A segment without one hides what is behind it.
+    // A segment without an adjacent area hides the triangles behind it.
     for (const bool bConstraint : {false, true}) {
         const SegmentVector vBase{makeSegment(0, 0, 100, 0)};
         const Scene scene =

@@ -41,7 +41,7 @@ SegmentVector makeSeparateSegments(Random& r) {
     return vSegments;
 }
 
-/// What is meshed: a border, segments inside, and limits that follow a length.
+/// The input of meshing: a border, segments inside, and limits proportional to a length.
 struct Geometry {
     PointVector vBorder;
     SegmentVector vInner;
@@ -90,7 +90,7 @@ std::vector<Corners> meshScaled(const Geometry& geometry, int exponent) {
 TEST(MeshingRange, MeshesScaleWithTheirGeometry) {
     Random r(12);
     const PointVector vStar = makeStar(25, 50, 50, 60, r);
-    // One of some hundred units in the last place, where few segments have a middle that is a double.
+    // An extent of some hundred ulps, where few segments have a midpoint that is a double.
     PointVector vGrain;
     for (const Point2& p : makeStar(25, 0, 0, 900, r)) {
         vGrain.emplace_back(0x1p20 + std::round(p.x()) * 0x1p-32, 0x1p20 + std::round(p.y()) * 0x1p-32, 0);

@@ -34,7 +34,7 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-/// A zone, and the limits that it gets.
+/// A zone and its limits.
 struct LimitCase {
     const char* name;
     Scene scene;
@@ -82,7 +82,7 @@ std::vector<LimitCase> makeLimitCases() {
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
-// What is achieved
+// Limits
 
 TEST(Meshing, MeetsTheLimitsOrHasAReason) {
     std::vector<LimitCase> vCases = makeLimitCases();
@@ -249,7 +249,7 @@ TEST(Meshing, KnowsWhereItMayStop) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// It ends
+// Termination
 
 TEST(Meshing, EndsOnNastyInput) {
     Random r(3);
@@ -374,10 +374,10 @@ TEST(Meshing, SimpleCallsRefuseItToo) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Heights, and what stays
+// Heights, and invariants
 
 TEST(Meshing, TakesHeightsFromTheSurface) {
-    // A plane stays one; a breakline stays where it is.
+    // Refinement keeps a plane plane, and a breakline in place.
     const Scene tilted = makeSquare(100, plane);
     tilted.pMesh->refine(tilted.pZone, 25, 0.001, 5, true);
     for (const Point2* p : verticesOf(*tilted.pMesh)) EXPECT_NEAR(p->z(), plane(p->x(), p->y()), 1e-12 * 100);
@@ -502,7 +502,7 @@ TEST(Meshing, CandidatesKnowTheirTriangle) {
     EXPECT_EQ(candidate.getMaxSqSideLength25D(), 25);
     EXPECT_NEAR(candidate.getQuality2D(), 2.5 / 3, 1e-12);
     EXPECT_NEAR(candidate.getQuality25D(), 2.5 / 3, 1e-12);
-    // The centre lies on the longest side, which is a hull edge: that bars the way.
+    // The circumcentre lies on the longest side, a hull edge, which obstructs the path to it.
     EXPECT_EQ(candidate.getContainingTriangle(), pT);
     EXPECT_EQ(candidate.getSplitIndex(), pT->getIntraTriangleIndex(b, c));
     EXPECT_FALSE(candidate.isConstraint(candidate.getSplitIndex()));
@@ -531,7 +531,7 @@ TEST(Meshing, CandidatesKnowTheirTriangle) {
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// What is told
+// Messages
 
 TEST(Meshing, ReportsProgress) {
     const Scene scene = makeSquare();

@@ -93,7 +93,7 @@ std::vector<Point2> cornersOf(const Taro_2D& mesh) {
 TEST(EfficientModel, CoversTheHullOfAllPoints) {
     Random random(5);
     for (int i = 0; i < 300; ++i) {
-        // Small lattices, so that many points are on the hull; tilted ones, where that is a matter of rounding.
+        // Small lattices, so that many points are on the hull; in tilted ones rounding decides that.
         const int extent = 1 + i % 9;
         const double slope = i % 3 == 0 ? 0.0 : uniform(random, -1, 1), offset = i % 2 == 0 ? 0.0 : 1e9;
         PointVector vPoints;

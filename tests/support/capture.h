@@ -8,7 +8,7 @@
 
 #include "taro25d/TaroException.h"
 
-/// Catches what is written to std::cout while it lives.
+/// Captures std::cout while it lives.
 class StdoutCapture {
   public:
     StdoutCapture() : pPrevious_(std::cout.rdbuf(stream_.rdbuf())) {}
@@ -23,7 +23,7 @@ class StdoutCapture {
     std::streambuf* pPrevious_;
 };
 
-/// What a call writes to std::cout.
+/// The output of a call to std::cout.
 template <class Call>
 std::string printedBy(const Call& call) {
     const StdoutCapture capture;
@@ -31,7 +31,7 @@ std::string printedBy(const Call& call) {
     return capture.text();
 }
 
-/// What a call writes that must fail.
+/// The output of a call that must throw.
 template <class Call>
 std::string printedByFailing(const Call& call) {
     return printedBy([&] { EXPECT_THROW(call(), LUMO_TARO25D::TaroException); });

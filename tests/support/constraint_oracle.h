@@ -21,9 +21,9 @@
 #include "taro25d/Segment2.h"
 #include "taro25d/Taro_2D.h"
 
-// Judges constraints from outside. The mesh is taken apart with the defining determinants in rational numbers: triangles
-// that are counterclockwise, linked, and as many as Euler's formula wants, form a planar mesh, so that its edges do not
-// cross and have no vertex inside. Then it is enough that the alive segments are edges and all other edges locally Delaunay.
+// Checks constraints through the public interface, with the defining determinants in rational numbers. Triangles that
+// are counterclockwise, linked, and as many as Euler's formula requires, form a planar mesh: its edges do not cross and
+// have no vertex inside. Then it suffices that the alive segments are edges and all other edges are locally Delaunay.
 
 /// Two positions in ascending order.
 using Ends = std::pair<XY, XY>;
@@ -45,7 +45,7 @@ class ConstraintOracle {
     using Result = testing::AssertionResult;
     using Chain = std::vector<ConstraintSegment2*>;
 
-    /// Where the triangulation had to give up, alive segments need not be edges.
+    /// If the triangulation gave up for lack of accuracy, alive segments need not be edges.
     explicit ConstraintOracle(const LUMO_TARO25D::Taro_2D& mesh, bool bGaveUp = false)
         : mesh_(mesh), bGaveUp_(bGaveUp) {
         mesh.getTrianglePointers(vTriangles_);
@@ -268,7 +268,7 @@ class ConstraintOracle {
     std::set<Ends> sAliveEnds_;
 };
 
-/// How many vertices are next to an alive constraint, and not on it.
+/// The number of vertices within the snap distance of an alive constraint, but not on it.
 inline size_t countBeside(const LUMO_TARO25D::Taro_2D& mesh) {
     std::vector<LUMO_TARO25D::ConstraintSegment2*> vAlive;
     std::vector<LUMO_TARO25D::Point2*> vVertices;
@@ -285,9 +285,9 @@ inline size_t countBeside(const LUMO_TARO25D::Taro_2D& mesh) {
     return numBeside;
 }
 
-/// The edges that constrained segments must leave among points, from all pairs of them in rational numbers. Nothing if a
-/// crossing is no pair of doubles, or so near to an end that it counts as that, and if a vertex is so near to a segment that
-/// it counts as lying on it.
+/// The edges into which constrained segments must be split by points and by each other, from all pairs in rational
+/// numbers. Nothing if a crossing is no pair of doubles, or snapping would move a crossing to an end or a segment to a
+/// vertex.
 inline std::optional<std::set<Ends>> expectedEdges(const PointVector& vPoints,
                                                    const std::vector<LUMO_TARO25D::Segment2>& vSegments) {
     using LUMO_TARO25D::Point2;

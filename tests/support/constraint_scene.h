@@ -14,7 +14,7 @@
 #include "support/generators.h"
 #include "taro25d/Taro_2D.h"
 
-// Steps of work with constraints, taken in several orders.
+// Scenes of points and constraints, inserted in several orders.
 
 namespace constraint_work {
 
@@ -44,7 +44,7 @@ struct Scene {
     }
 };
 
-/// Step by step, points first, constraints first, and constraints first one by one and backwards.
+/// The orders: as given; points first; constraints first; constraints first, one by one, reversed.
 constexpr int NUM_ORDERS = 4;
 
 inline void insertIn(int order, const Scene& scene, Work& work) {
@@ -72,7 +72,7 @@ inline void insertIn(int order, const Scene& scene, Work& work) {
     work.applyIfPending();
 }
 
-/// Returns how often the edges could be compared with what they should be.
+/// Returns the number of orders in which the edges could be compared with the exact ones.
 inline int checkAllOrders(const Scene& scene) {
     int numExact = 0;
     for (int order = 0; order < NUM_ORDERS; ++order) {

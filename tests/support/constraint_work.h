@@ -15,7 +15,7 @@
 #include "support/polygons.h"
 #include "taro25d/Taro_2D.h"
 
-// Work with constraints that checks itself.
+// A triangulation with constraints that records its input and checks itself.
 
 namespace constraint_work {
 
@@ -36,14 +36,14 @@ inline Segment2 reversed(const Segment2& s) { return Segment2(s.getTrg(), s.getS
 
 inline PointVector makeSquare(double from, double to) { return makeRectangle(from, from, to, to); }
 
-/// What was inserted, with the graphs that came of it, and whether the triangulation said that it had to give up.
+/// A triangulation, its input and graphs, and the text that it has printed.
 struct Work {
     Taro_2D mesh;
     std::vector<ConstraintGraph2*> vGraphs;
     PointVector vPoints;
     SegmentVector vSegments;
     std::string output;
-    bool bPending = false;  // segments wait for triangles
+    bool bPending = false;  // segments wait for the first triangle
 
     void insert(const Point2& point) {
         StdoutCapture capture;
@@ -99,7 +99,8 @@ struct Work {
         return result ? result : result << "\n" << output;
     }
 
-    /// The same, and exactly the edges that should be constraints are, where that can be told. Returns whether it can.
+    /// Checks, and compares the constrained edges with the exact ones, where these are doubles. Returns whether they
+    /// are.
     bool checkExactly() const {
         const auto sExpected = expectedEdges(vPoints, vSegments);
         EXPECT_TRUE(check(sExpected ? 0 : 4 * SNAP_DISTANCE));

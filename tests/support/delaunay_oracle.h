@@ -12,8 +12,8 @@
 #include "support/exact.h"
 #include "taro25d/Taro_2D.h"
 
-// Judges a triangulation from outside: what the public interface hands out, against the points that went in,
-// with the defining determinants in rational numbers. Slow, and without any part of the engine.
+// Checks a triangulation: the output of the public interface against the points inserted, with the defining
+// determinants in rational numbers. Slow, and independent of the engine.
 //
 // Triangles that are counterclockwise and linked over whole edges, with one convex ring as their border,
 // cover the inside of the ring exactly once if the numbers fit Euler's formula; if then every inner edge is

@@ -49,7 +49,7 @@ PointVector makePoints(size_t n, const MakeXY& makeXY) {
     return vPoints;
 }
 
-/// The same in random order.
+/// The points of makePoints() in random order.
 template <class MakeXY>
 PointVector makeShuffledPoints(size_t n, const MakeXY& makeXY, Random& r) {
     std::vector<double> vOrder(n);
@@ -92,7 +92,7 @@ inline XY pythagoreanPoint(Random& r) {
     }
 }
 
-/// All 108 of them in random order.
+/// All 108 integer points on that circle in random order.
 inline PointVector makePythagoreanCircle(Random& r) {
     std::set<XY> sCircle;
     while (sCircle.size() < 108) sCircle.insert(pythagoreanPoint(r));

@@ -10,13 +10,13 @@
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
 
-// What a triangulation hands out, as values.
+// Query results of a triangulation as values.
 
 using TriangleVector = std::vector<LUMO_TARO25D::Triangle2*>;
 using VertexVector = std::vector<LUMO_TARO25D::Point2*>;
 using CSegVector = std::vector<LUMO_TARO25D::ConstraintSegment2*>;
 
-/// What a function appends.
+/// The container that a function appends to.
 template <class Vector, class Append>
 Vector collect(const Append& append) {
     Vector v;
@@ -32,7 +32,7 @@ inline TriangleVector trianglesOf(const LUMO_TARO25D::Zone2* pZone) {
     return collect<TriangleVector>([&](auto& v) { pZone->getTriangles(v); });
 }
 
-/// The triangles by the places of their corners, so that meshes can be compared.
+/// The triangles by their corners' positions, so that meshes can be compared.
 inline std::vector<std::vector<XY>> facesOf(const LUMO_TARO25D::Taro_2D& mesh) {
     std::vector<std::vector<XY>> vFaces;
     for (const LUMO_TARO25D::Triangle2* pT : trianglesOf(mesh)) {
@@ -45,7 +45,7 @@ inline std::vector<std::vector<XY>> facesOf(const LUMO_TARO25D::Taro_2D& mesh) {
     return vFaces;
 }
 
-/// A random share of them.
+/// A random share of the triangles.
 inline TriangleVector someOf(const TriangleVector& vTriangles, double share, Random& r) {
     TriangleVector vSome;
     std::copy_if(vTriangles.begin(), vTriangles.end(), std::back_inserter(vSome),
@@ -73,7 +73,7 @@ inline CSegVector aliveSegmentsOf(const LUMO_TARO25D::Taro_2D& mesh) {
     return collect<CSegVector>([&](auto& v) { mesh.getAliveConstraintSegments(v); });
 }
 
-/// The alive pieces of a graph, and the segments that it was made of.
+/// The alive pieces of a graph, and its original segments.
 inline CSegVector piecesOf(const LUMO_TARO25D::ConstraintGraph2* pGraph) {
     return collect<CSegVector>([&](auto& v) { pGraph->getChildConstraintSegments(v); });
 }
@@ -82,7 +82,7 @@ inline CSegVector originalsOf(const LUMO_TARO25D::ConstraintGraph2* pGraph) {
     return collect<CSegVector>([&](auto& v) { pGraph->getOriginalConstraintSegments(v); });
 }
 
-/// The vertices around a polygon; none if the graph is none.
+/// The vertices around a polygon; none if the graph is no polygon.
 inline VertexVector polygonOf(const LUMO_TARO25D::ConstraintGraph2* pGraph) {
     return collect<VertexVector>([&](auto& v) { pGraph->getPolygonVertices(v); });
 }

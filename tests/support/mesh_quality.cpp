@@ -65,20 +65,20 @@ bool isNarrowCorner(const Taro_2D& mesh, const Triangle2& t, double minAngle) {
     return false;
 }
 
-/// Where, from 0 to 1, the way from p to q comes to a segment; more than 1 if it does not.
+/// The parameter, from 0 to 1, at which the path from p to q meets a segment; more than 1 if it does not.
 double reach(const Point2& p, const Point2& q, const ConstraintSegment2& segment) {
     const Point2 &a = *segment.getSrc(), &b = *segment.getTrg();
-    const auto fromWay = [&](const Point2& end) { return getOrientation2_mt(&p, &q, &end); };
+    const auto fromPath = [&](const Point2& end) { return getOrientation2_mt(&p, &q, &end); };
     const auto fromSegment = [&](const Point2& end) { return getOrientation2_mt(&a, &b, &end); };
     if (fromSegment(p) == ORIENTATION2_COLLINEAR || fromSegment(p) == fromSegment(q)) return 2;
-    if (fromWay(a) == fromWay(b) && fromWay(a) != ORIENTATION2_COLLINEAR) return 2;
+    if (fromPath(a) == fromPath(b) && fromPath(a) != ORIENTATION2_COLLINEAR) return 2;
     const double dx = b.x() - a.x(), dy = b.y() - a.y();
     const double before = (p.x() - a.x()) * dy - (p.y() - a.y()) * dx,
                  after = (q.x() - a.x()) * dy - (q.y() - a.y()) * dx;
     return std::clamp(before / (before - after), 0.0, 1.0);
 }
 
-/// Why a segment is not split; empty if it could be.
+/// The reason why a segment cannot be split; empty if it can.
 std::string whyWhole(ConstraintSegment2* pCSeg, const MeshGenParams& params) {
     const Point2 &a = *pCSeg->getSrc(), &b = *pCSeg->getTrg();
     if (!params.bAllowConstraintSplitting) return "no splitting";
@@ -88,7 +88,8 @@ std::string whyWhole(ConstraintSegment2* pCSeg, const MeshGenParams& params) {
     return distance(a, b, true) < 1e-14 * magnitude ? "no number between" : "";
 }
 
-/// Why there is no vertex at the centre of a triangle, or on a segment in the way; empty if there could be one.
+/// The reason why neither the circumcentre of a triangle nor a segment on the path to it can get a vertex; empty if one
+/// can.
 std::string whyNoSteiner(const Taro_2D& mesh, const Triangle2& t, const CSegVector& vCSegs,
                          const MeshGenParams& params) {
     bool bAccurate;
@@ -97,18 +98,18 @@ std::string whyNoSteiner(const Taro_2D& mesh, const Triangle2& t, const CSegVect
     const Point2& start = *t.getCorner(t.getMaxIndex());
     const double magnitude = std::max(std::abs(center.x()), std::abs(center.y()));
     if (distance(start, center, true) < 17 * 2.3e-16 * magnitude) return "too small";
-    std::vector<std::pair<double, ConstraintSegment2*>> vInTheWay;
+    std::vector<std::pair<double, ConstraintSegment2*>> vObstructing;
     for (ConstraintSegment2* pCSeg : vCSegs) {
         const double place = reach(start, center, *pCSeg);
-        if (place <= 1) vInTheWay.emplace_back(place, pCSeg);
+        if (place <= 1) vObstructing.emplace_back(place, pCSeg);
     }
-    std::sort(vInTheWay.begin(), vInTheWay.end());
-    for (const auto& [place, pCSeg] : vInTheWay) {
-        if (place > vInTheWay.front().first + 1e-9) break;  // where segments meet, the way may touch all of them
+    std::sort(vObstructing.begin(), vObstructing.end());
+    for (const auto& [place, pCSeg] : vObstructing) {
+        if (place > vObstructing.front().first + 1e-9) break;  // where segments meet, the path may touch all of them
         const std::string reason = whyWhole(pCSeg, params);
         if (!reason.empty()) return reason;
     }
-    return vInTheWay.empty() && !mesh.locate(center) ? "outside the hull" : "";
+    return vObstructing.empty() && !mesh.locate(center) ? "outside the hull" : "";
 }
 
 std::string describe(const Triangle2& t) {

@@ -8,19 +8,19 @@
 #include "taro25d/MeshGenParams.h"
 #include "taro25d/Taro_2D.h"
 
-// A slow oracle that tells whether a zone is as well meshed as its parameters ask for.
+// A slow oracle that checks a refined zone against its parameters.
 
-/// How many triangles of a zone there are, how many miss a limit for each reason that there can be, and one of those for
-/// which there is no reason.
+/// The number of triangles of a zone; for each valid reason the number that miss a limit; and a description of one
+/// triangle that misses a limit without a reason.
 struct MeshQuality {
     size_t numTriangles = 0;
     std::map<std::string, size_t> mExcuses;
     std::string unexplained;
 };
 
-/// Looks at every triangle of the zone of some parameters. Nothing is taken from the library but the circumcentres, and
-/// exact orientation: for each triangle that misses a limit, all constraint segments are tried to find the one that bars
-/// the way to its centre.
+/// Inspects every triangle of the parameters' zone. Only circumcentres and exact orientations are the library's: for
+/// each triangle that misses a limit, all constraint segments are tried to find those that obstruct the path to its
+/// circumcentre.
 MeshQuality inspectMesh(const LUMO_TARO25D::Taro_2D& mesh, LUMO_TARO25D::MeshGenParams& params);
 
 /// True if there is a reason for every triangle that misses a limit, and if the mesh is valid.

@@ -11,7 +11,7 @@
 #include "taro25d/Segment2.h"
 #include "taro25d/Triangle2.h"
 
-// Polygons, and a slow oracle that tells what is inside.
+// Polygons, and slow oracles for the inside.
 
 using SegmentVector = std::vector<LUMO_TARO25D::Segment2>;
 
@@ -19,7 +19,7 @@ inline LUMO_TARO25D::Segment2 makeSegment(double x0, double y0, double x1, doubl
     return LUMO_TARO25D::Segment2(LUMO_TARO25D::Point2(x0, y0, z0), LUMO_TARO25D::Point2(x1, y1, z1));
 }
 
-/// A segment for each pair of points that follow each other.
+/// The segments from each point to the next.
 inline SegmentVector makeChain(const PointVector& vPoints) {
     SegmentVector vSegments;
     for (size_t i = 1; i < vPoints.size(); ++i) vSegments.emplace_back(vPoints[i - 1], vPoints[i]);
@@ -60,7 +60,7 @@ inline PointVector makeStar(size_t n, double x, double y, double radius, Random&
     return vCorners;
 }
 
-/// The rings that segments make which lead from corner to corner.
+/// The rings of segments that lead from corner to corner.
 inline std::vector<PointVector> ringsOf(const SegmentVector& vSegments) {
     std::map<LUMO_TARO25D::Point2, LUMO_TARO25D::Point2> mNext;
     for (const auto& segment : vSegments) mNext.emplace(segment.getSrc(), segment.getTrg());

@@ -6,7 +6,7 @@
 
 #include "taro25d/MsgBase.h"
 
-/// Keeps what a listener is told, and calls a hook after each message.
+/// Keeps the messages to a listener, and calls a hook after each.
 struct Recorder : LUMO_TARO25D::MsgBase {
     void update(LUMO_TARO25D::MsgType type, const std::string& message, double value) override {
         vTypes.push_back(type);

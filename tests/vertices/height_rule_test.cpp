@@ -27,7 +27,7 @@ std::vector<HeightConflict> conflictsOf(const Taro_2D& mesh, double tolerance = 
 
 constexpr HeightRule rules[] = {HR_FIRST, HR_LAST, HR_MEAN, HR_MIN, HR_MAX};
 
-/// What becomes of heights that meet one after the other.
+/// The result of heights that meet one after the other.
 double expectedHeight(HeightRule rule, const std::vector<double>& vHeights) {
     double sum = 0;
     for (const double z : vHeights) sum += z;

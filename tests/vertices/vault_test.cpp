@@ -30,8 +30,8 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-/// The place of a cell on the curve, found by turning the quadrant that holds it, level after level, until the curve
-/// in it runs as the whole one does: from (0, 0) over (0, 1) and (1, 1) to (1, 0) (Hilbert 1891).
+/// The position of a cell on the Hilbert curve from (0, 0) over (0, 1) and (1, 1) to (1, 0) (Hilbert 1891): level by
+/// level, the quadrant that holds the cell is turned until its curve runs like the whole one.
 unsigned plainKey(unsigned ix, unsigned iy, int numBits) {
     unsigned key = 0;
     for (unsigned half = (1u << (numBits / 2)) / 2; half > 0; half /= 2) {
@@ -231,7 +231,7 @@ TEST(KeyOrder, PutsEqualPositionsSideBySideAndFindsThemAgain) {
 }
 
 TEST(VertexVault, KeepsNeighboursTogetherWhateverStraysAmongThem) {
-    // The mean distance between vertices that follow each other in the vault, without the stray one.
+    // The mean distance between successive vertices in the vault, without the outlier.
     const auto meanStep = [](XY stray, bool bSingly) {
         Random random(1);
         const PointVector vPoints =
@@ -240,7 +240,7 @@ TEST(VertexVault, KeepsNeighboursTogetherWhateverStraysAmongThem) {
         if (!bSingly) mesh.insert(vPoints);
         for (const Point2& point : vPoints) mesh.insert(point);
         VertexVector vVertices = verticesOf(mesh);
-        vVertices.resize(vVertices.size() * 2 / 3);  // newer ones may stand behind in the order of insertion
+        vVertices.resize(vVertices.size() * 2 / 3);  // newer vertices may follow in the order of insertion
         double length = 0.0;
         for (size_t i = 1; i < vVertices.size(); ++i) {
             const double step = distance2D(*vVertices[i - 1], *vVertices[i]);

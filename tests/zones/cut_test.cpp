@@ -58,14 +58,14 @@ struct Surface {
         return *vVertices[random() % vVertices.size()];
     }
 
-    /// Returns what was printed.
+    /// Returns the printed text.
     std::string cut(const SegmentVector& vSegments, bool bConstraints) {
         const StdoutCapture capture;
         mesh.cutTriangles(vSegments, bConstraints);
         return capture.text();
     }
 
-    /// Once more, after the surface has been changed on purpose.
+    /// Samples the heights again, after an intended change of the surface.
     void takeHeights() {
         for (Point2& sample : vSamples) {
             double z = 0;
@@ -93,7 +93,7 @@ struct Surface {
     }
 };
 
-/// Whether there is a way along constraints from one end of a segment to the other that keeps to the segment.
+/// Whether a path of constraints along a segment connects its ends.
 bool isCovered(const Surface& surface, const Segment2& segment) {
     const double ulp = 1e-15 * std::max(std::abs(surface.box.getMaxX()), std::abs(surface.box.getMaxY())) + 1e-15;
     Point2* pVtx = const_cast<Taro_2D&>(surface.mesh).insert(segment.getSrc());
@@ -397,7 +397,7 @@ TEST(CookieCutter, RefusesWhatIsNoSimplePolygon) {
     EXPECT_EQ(capture.text(), "");
 }
 
-/// Corners a few units in the last place apart, so that a cut cannot keep its way.
+/// Corners a few units in the last place apart, so that a cut cannot keep to its segment.
 TEST(CookieCutter, IsSilentAboutRoundingIfToldSo) {
     const auto at = [](int x, int y, double z) {
         return Point2(1e6 + std::ldexp(x, -33), 1e6 + std::ldexp(y, -33), z);

@@ -16,7 +16,7 @@
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
 
-// What is inside of rings that cross themselves, touch themselves, and go back over themselves.
+// The inside of rings that cross themselves, touch themselves, and retrace themselves.
 
 using namespace LUMO_TARO25D;
 
@@ -126,7 +126,7 @@ TEST(Winding, OfRandomRingsIsThatOfTheOracle) {
         const SegmentVector vSides = makeSides(vCorners);
         const auto cis = static_cast<ConstraintInsertionStrategy>(seed % 3);
         ConstraintGraph2* pGraph = mesh.createConstraint(vSides, cis, seed % 4 >= 2);
-        if (!pGraph->isOriented()) continue;  // both sides at the first corner go the same way
+        if (!pGraph->isOriented()) continue;  // both sides at the first corner have one direction
         const Zones zones(mesh, pGraph);
         zones.check(vSides);
         EXPECT_TRUE(!doesAnyCross(vSides) || contains(warningsOf(mesh, pGraph, ZL_INSIDE), CROSSES_ITSELF));
@@ -190,7 +190,7 @@ TEST(Winding, OfRingsThatMeetThemselves) {
     }
 }
 
-/// Squares within and beside squares, turning any way, in one graph: each part begins at a place of its own.
+/// Nested and adjacent squares of either orientation in one graph: the parts begin at different places.
 TEST(Winding, OfManyRingsInOneGraph) {
     for (std::uint64_t seed = 1; seed <= 3 + scaled(5); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));

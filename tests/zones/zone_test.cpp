@@ -305,7 +305,7 @@ TEST(Zone, FromStrangeTrianglesIsRefused) {
     Square mesh(10), other(10);
     EXPECT_EQ(mesh.createZone(joined(trianglesOf(mesh), {trianglesOf(other)[0]}), false), nullptr);
     EXPECT_EQ(mesh.createZone(TriangleVector{nullptr}, false), nullptr);
-    // The records of triangles that are gone.
+    // Records of removed triangles.
     Point2* pVtx = mesh.insert(Point2(40, 40, 0));
     const TriangleVector vAround = trianglesAround(mesh, pVtx);
     mesh.remove(pVtx);
@@ -366,7 +366,7 @@ TEST(Zone, PeelsOffTheBorder) {
     EXPECT_LE(isCorner.numCalls, mesh.numberOfTriangles());
     EXPECT_TRUE(contains(capture, "\nZone2::peelOffIf(), original Zone: numT="));
     EXPECT_TRUE(contains(capture, "Output Zone: numT="));
-    // Triangles inside that no one can get at stay.
+    // Triangles inside stay, as peeling does not reach them.
     const auto isSmall = [](const Triangle2* pT) { return pT->getArea2D() < 20; };
     EXPECT_EQ(setOf(peelOffIf(pAll, &isSmall, false)), allOf(mesh)) << "none at the border";
     const auto always = [](Triangle2*) { return true; };
