@@ -1,5 +1,5 @@
-// What it costs to find the segments of a large set that intersect others. The index is built anew in each
-// iteration. The rate is counted in segments per second.
+// The cost of finding the segments of a large set that intersect others. The index is built anew in each iteration. The
+// rate is counted in segments per second.
 
 #include <benchmark/benchmark.h>
 
@@ -80,7 +80,7 @@ Segments worlds() {
     return vSegments;
 }
 
-/// Adding a million segments and getting the illegal ones among them.
+/// Adds a million segments and gets the illegal ones.
 void illegalSegments(State& state, Segments (*make)(), bool bAlsoEndPoints) {
     Segments vSegments = make();
     if (vSegments.empty()) return state.SkipWithError("the folder of shared data is absent");

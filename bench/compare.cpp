@@ -1,12 +1,11 @@
 // Side-by-side measurement against CGAL's Delaunay and constrained Delaunay triangulations and VTK's contours.
 //
-// Every row of the table pits our side against a reference on the same input in the same run. The two take
-// turns, so that a slow minute of the machine hits both, and the median of the ratios of the single rounds is
-// what counts. Each side works in a child process of its own, which keeps the memory that it has once got,
-// and its first turn does not count: where the system provides memory only when it is touched, a virtual
-// machine above all, that can cost as much as the triangulation, and the side that happens to get pages fresh
-// from the other one wins. Input, preparation and destruction are not timed. Where both compute the same
-// thing their results are compared; a difference ends the run.
+// Every row of the table pits our side against a reference on the same input in the same run. The two sides take turns,
+// so that a slow minute of the machine hits both, and the row gives the median of the rounds' ratios. Each side works
+// in a child process of its own, which keeps its memory, and its first turn does not count: where the system provides
+// memory only when it is touched, above all in a virtual machine, that can cost as much as the triangulation, and a
+// side that gets the other one's fresh pages wins. Input, preparation and destruction are not timed. Where both sides
+// compute the same result, a difference ends the run.
 
 #include <CGAL/Constrained_Delaunay_triangulation_2.h>
 #include <CGAL/Delaunay_triangulation_2.h>
@@ -69,7 +68,7 @@ using IndexedDelaunay = DelaunayOf<CGAL::Triangulation_vertex_base_with_info_2<u
 using Hierarchy = CGAL::Triangulation_hierarchy_2<
     DelaunayOf<CGAL::Triangulation_hierarchy_vertex_base_2<CGAL::Triangulation_vertex_base_2<Kernel>>>>;
 
-/// Points at which constraints cross are rounded by the first one, as ours are, and exact in the second one.
+/// Crossings of constraints are rounded in the first type, as ours are, and exact in the second.
 using RoundingConstrained =
     CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Default, CGAL::Exact_predicates_tag>;
 using ExactConstrained = CGAL::Constrained_Delaunay_triangulation_2<CGAL::Exact_predicates_exact_constructions_kernel,
@@ -80,8 +79,8 @@ using ExactConstrained = CGAL::Constrained_Delaunay_triangulation_2<CGAL::Exact_
 struct Sample {
     double cpu = 0.0;                     // seconds of processor time
     double wall = 0.0;                    // seconds
-    double peak = 0.0;                    // bytes a vertex above what was there before
-    std::array<std::size_t, 2> result{};  // what both sides must agree on
+    double peak = 0.0;                    // bytes a vertex above the state before
+    std::array<std::size_t, 2> result{};  // numbers on which both sides must agree
 };
 
 double now(clockid_t clock) {
@@ -137,7 +136,8 @@ class Worker {
     }
 
   private:
-    /// Until the orders end. The peak is counted from what the process inherits: the input, already touched.
+    /// Works until the orders end. The peak is measured above the memory that the process inherits: the input, already
+    /// touched.
     [[noreturn]] void work(const Side& side, bool bKeepMemory) noexcept {
         close(aOrders_[1]);
         if (bKeepMemory) {
@@ -318,7 +318,7 @@ Sample ourLoad(const std::string& filename) {
 
 #ifdef TARO25D_COMPARE_VTK
 
-/// The number of segments at all heights. Lines are not compared: VTK cuts an open one where it began to join it.
+/// The number of segments at all heights. Lines are not compared: VTK cuts an open line where it began to join it.
 Sample ourContours(const std::vector<Triangle2*>& vTriangles, const std::vector<double>& vHeights) {
     std::vector<std::vector<Segment2>> vContours;
     Sample sample = timed([&] {
@@ -407,7 +407,7 @@ Sample ourHeights(const Surface& surface, const RasterFrame& frame) {
     return sample;
 }
 
-/// Each search starts where the last one has ended.
+/// Each search starts where the previous one ended.
 Sample cgalNaturalNeighbours(const HeightDelaunay& delaunay, const RasterFrame& frame) {
     std::vector<double> vCells(frame.numColumns * frame.numRows);
     std::vector<std::pair<HeightDelaunay::Vertex_handle, Kernel::FT>> vWeights;
@@ -447,7 +447,7 @@ struct Row {
     const char* work;
     const char* reference;
     double goal;              // upper limit of ours / reference; of ours in bytes for memory
-    double Sample::*measure;  // what is compared
+    double Sample::*measure;  // the quantity compared
     std::function<Contest()> prepare;
 };
 
@@ -532,7 +532,7 @@ Contest ownConstrained(const SharedLineWork& pWork, const SharedLineWork& pRefer
     return {[pWork] { return ourConstrained(*pWork); }, [pReference] { return ourConstrained(*pReference); }, false};
 }
 
-/// Segments into a mesh that is there, against making that mesh.
+/// Segments into an existing mesh, against making that mesh.
 Contest segmentsAgainstMesh(const SharedLineWork& pWork) {
     return {[pWork] { return ourSegments(*pWork); }, [pWork] { return ourBulk(pWork->vPoints); }, false};
 }

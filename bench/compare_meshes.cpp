@@ -1,9 +1,10 @@
 // Side-by-side measurement of mesh refinement against CGAL's Delaunay_mesher_2.
 //
-// Both sides get the same square with segments inside that do not cross, and the same limits for angles and edge lengths.
-// They take turns, each turn in a process of its own, which does the work twice and times the second run: the first one gets
-// memory from the system. What counts is the processor time of the refinement alone for one triangle of the result, since
-// the two do not make the same number of them. Each row gives the median of the ratios of its rounds.
+// Both sides get the same square with segments inside that do not cross, and the same limits for angles and edge
+// lengths. They take turns, each turn in a process of its own, which does the work twice and times the second run: the
+// first one gets memory from the system. The measure is the processor time of the refinement alone for one triangle of
+// the result, since the two sides make different numbers of triangles. Each row gives the median of the ratios of its
+// rounds.
 
 #include <CGAL/Constrained_Delaunay_triangulation_2.h>
 #include <CGAL/Delaunay_mesh_face_base_2.h>

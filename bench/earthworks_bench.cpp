@@ -1,7 +1,7 @@
-// What cut and fill costs, as a multiple of what its constraints cost alone: forcing the edges of both surfaces into one
-// triangulation that has their vertices. Times are processor time, in seconds; both sides take turns, and the medians of
-// the times and of the ratios are shown. The exponent is that of a power of the number of triangles through the first and
-// the last row, beside what n log n would make of it.
+// The cost of cut and fill as a multiple of the cost of its constraints alone: the edges of both surfaces as
+// constraints in one triangulation that has their vertices. Times are processor time, in seconds; both sides take
+// turns, and the medians of the times and of the ratios are shown. The exponent is that of a power law in the number of
+// triangles through the first and the last row, with that of n log n beside it.
 //
 //   earthworks_bench [--quick] [--rounds N]
 

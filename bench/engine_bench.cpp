@@ -1,5 +1,5 @@
-// What a client's calls cost: insertion, the file, location, heights and orientation. The rate is counted in points (or
-// queries) per second; building and destroying what a call works on is not timed.
+// The cost of a client's calls: insertion, the file, location, heights and orientation. The rate is counted in points
+// (or queries) per second; building and destroying the triangulation of a call is not timed.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -148,7 +148,7 @@ std::vector<Segment2> disjointSegments(std::size_t numPerSide) {
 }
 
 /// Saves a mesh of a million points and a hundred thousand constraints, and loads it into a fresh one. Loading is also
-/// counted in the time that insertion of the same from memory takes, just before.
+/// given as a multiple of the time of inserting the same data from memory just before.
 void file(State& state) {
     using Clock = std::chrono::steady_clock;
     using Seconds = std::chrono::duration<double>;

@@ -1,8 +1,7 @@
 #pragma once
 
-// Points and segments that the benchmarks share. The same arguments give the same points on every machine: only the
-// raw output of the generator is used, because the distributions of the standard library differ between
-// implementations.
+// Points and segments shared by the benchmarks. Equal arguments give equal points on every machine: only the raw output
+// of the generator is used, because the distributions of the standard library differ between implementations.
 
 #include <algorithm>
 #include <array>
@@ -57,7 +56,8 @@ inline Points uniform(std::size_t n, std::uint64_t seed = 1) {
     return vPoints;
 }
 
-/// The same with hills on hills, down to a few hundred points each, so that contours are long and wind.
+/// Uniform points on a surface with hills on hills, down to a few hundred points each, so that contours are long and
+/// wind.
 inline Points hills(std::size_t n) {
     Points vPoints = uniform(n);
     for (Point2& point : vPoints) {
@@ -173,7 +173,7 @@ inline constexpr Shape aShapes[] = {
 
 inline Point2 onSurface(double x, double y) { return Point2(x, y, surface(x, y)); }
 
-/// Disjoint ones in random order: one in each of n cells of a square grid.
+/// Disjoint segments in random order: one in each of n cells of a square grid.
 inline Segments shortSegments(std::size_t n) {
     Random random(8);
     const auto side = std::size_t(std::ceil(std::sqrt(double(n))));
@@ -205,7 +205,7 @@ inline Segments longSegments(std::size_t n) {
     return vSegments;
 }
 
-/// Side by side from the left to the right of the square, or only the share of that way.
+/// Parallel segments from the left to the right of the square, or over the given share of that distance.
 inline Segments acrossSegments(std::size_t n, double share = 1.0) {
     Segments vSegments;
     vSegments.reserve(n);

@@ -1,4 +1,4 @@
-// What the predicates cost inside the engine, by the stage of their ladders that decides.
+// The cost of the predicates inside the engine, by the stage of their ladders that decides.
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The contours of VTK, kept apart from the program that measures them: its headers are many.
+// The contours of VTK, kept apart from the program that measures them because VTK has many headers.
 
 #include <cstddef>
 #include <memory>

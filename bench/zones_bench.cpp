@@ -1,5 +1,5 @@
-// What it costs to ask a zone for its triangles, and to cut one out. The counter "of_build" is the time of one call as a
-// share of the time that inserting the points took in the same run; "items" are triangles.
+// The cost of asking a zone for its triangles, and of cutting a zone out. The counter "of_build" is the time of one
+// call as a share of the time that inserting the points took in the same run; "items" are triangles.
 
 #include <benchmark/benchmark.h>
 
@@ -32,7 +32,7 @@ std::vector<Segment2> ring(std::size_t numCorners, double radius) {
     return vSides;
 }
 
-/// A mesh with about so many triangles, and zones of it. The ring is about the square, so that inside is everything else.
+/// A mesh with about the given number of triangles, and zones of it. The ring surrounds all points.
 struct Ground {
     explicit Ground(std::size_t numTriangles) {
         const bench::Points vPoints = bench::uniform(numTriangles / 2);

@@ -1,6 +1,6 @@
-// Constraints of every strategy that cross, overlap and run through vertices, among insertion, removal, splits and saving.
-// After each input the mesh must be sound and the pieces of each graph must lead along its segments; where all crossings
-// are doubles, exactly the edges must be constraints that rational numbers say.
+// Constraints of every strategy that cross, overlap and run through vertices, among insertion, removal, splits and
+// saving. After each input the mesh must be sound and the pieces of each graph must lead along its segments; where all
+// crossings are doubles, the constraint edges must be exactly those of an oracle in rational numbers.
 
 #include <algorithm>
 #include <map>
@@ -25,7 +25,7 @@ constexpr int MAX_STEPS = 24;
 constexpr size_t MAX_POINTS = 150;
 constexpr double SNAP_DISTANCE = 1e-6;
 
-/// Hears where doubles are too coarse.
+/// Notes warnings that doubles are too coarse.
 struct Listener : MsgBase {
     void update(MsgType, const std::string& message, double) override {
         bGaveUp |= message.find("insufficient numeric accuracy") != std::string::npos ||
@@ -141,7 +141,7 @@ class Run {
         std::vector<ConstraintSegment2*> vAlive;
         mesh_.getAliveConstraintSegments(vAlive);
         if (vAlive.empty() || !mesh_.is2D()) return;
-        // Not by their order, which is that of addresses.
+        // The choice must not depend on their order, which is that of addresses.
         std::sort(vAlive.begin(), vAlive.end(), [](auto* a, auto* b) { return endsOf(*a) < endsOf(*b); });
         ConstraintSegment2* pCSeg = vAlive[input_.below(static_cast<unsigned>(vAlive.size()))];
         const Point2 &a = std::min(*pCSeg->getSrc(), *pCSeg->getTrg()),
@@ -157,7 +157,7 @@ class Run {
         bPredictable_ = false;
     }
 
-    /// How far pieces may be from their segments: by rounding, which may repeat, and by being drawn to ends.
+    /// The distance by which repeated rounding and snapping to ends may move pieces off their segments.
     double tolerance(bool bExact) const {
         double magnitude = 0;
         for (const Point2& p : vPoints_) magnitude = std::max({magnitude, std::abs(p.x()), std::abs(p.y())});
@@ -209,8 +209,8 @@ class Run {
     std::vector<Request> vRequests_;
     PointVector vPoints_;
     Segments vSegments_;
-    bool bPending_ = false;     // segments wait for triangles
-    bool bPredictable_ = true;  // all that matters is in the two lists
+    bool bPending_ = false;     // segments wait for the first triangle
+    bool bPredictable_ = true;  // the two lists determine the constraints
 };
 
 }  // namespace

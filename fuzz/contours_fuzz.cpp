@@ -1,6 +1,6 @@
-// Contours and profiles of surfaces of every kind: made of points, taken from a mesh, or loose triangles that overlap,
-// overhang and are flat. Most heights are from few levels, and so are those that are asked for. Each piece must be found
-// in a triangle that the height crosses, and the other way round.
+// Contours and profiles of surfaces made of points, of a mesh, or of loose triangles that overlap, overhang and are
+// flat. Most heights of corners and contours come from few levels. Each piece of a contour must lie in a triangle that
+// the height crosses, and each such triangle must have its piece.
 
 #include <algorithm>
 #include <array>
@@ -28,9 +28,9 @@ constexpr long double TINY = 0x1p-1068L;  // rounding below the smallest normal 
 
 bool isFinite(const Point2& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
 
-// ---- What should come out ----
+// ---- Expected contours ----
 
-/// A place in the plane, or a way.
+/// A place or a vector in the plane.
 struct Exact {
     long double x = 0, y = 0;
 
@@ -39,7 +39,7 @@ struct Exact {
     Exact(const Point2& p) : x(p.x()), y(p.y()) {}
     Exact operator-(const Exact& other) const { return {x - other.x, y - other.y}; }
     long double dot(const Exact& other) const { return x * other.x + y * other.y; }
-    /// Positive if the other one is to the left.
+    /// Positive if the other vector points to the left.
     long double cross(const Exact& other) const { return x * other.y - y * other.x; }
     long double length() const { return std::hypot(x, y); }
     bool isNear(const Exact& other, long double distance) const {
@@ -47,13 +47,13 @@ struct Exact {
     }
 };
 
-/// Corners by their coordinates, the lower one first.
+/// An edge: the coordinates of its corners, the lower corner first.
 using Corner = std::tuple<double, double, double>;
 using Edge = std::pair<Corner, Corner>;
 
 Corner cornerOf(const Point2& p) { return {p.z(), p.x(), p.y()}; }
 
-/// Where a height crosses an edge.
+/// The intersection of a height with an edge.
 struct Crossing {
     Crossing(const Point2& a, const Point2& b, long double height)
         : edge(std::minmax(cornerOf(a), cornerOf(b))),
@@ -66,12 +66,12 @@ struct Crossing {
     Exact at;
 };
 
-/// Where a height crosses a triangle; on one edge only if two corners are equal.
+/// The intersection of a height with a triangle; both ends are on one edge only if two corners are equal.
 struct Piece {
     Piece(const Point2& alone, const Point2& b, const Point2& c, long double height)
         : bHigh(alone.z() > height), tip(alone), first(alone, b, height), second(alone, c, height) {}
 
-    bool bHigh;  // the one corner that is alone on its side
+    bool bHigh;  // whether the corner alone on its side is the higher one
     Exact tip;
     Crossing first, second;
 
@@ -82,11 +82,11 @@ struct Piece {
         return (first.at.isNear(src, tolerance) && second.at.isNear(trg, tolerance)) ||
                (first.at.isNear(trg, tolerance) && second.at.isNear(src, tolerance));
     }
-    /// Far from the answer where the triangle is too thin to tell.
+    /// False where the triangle is too thin for a certain answer.
     bool hasHigherGroundRight(const Segment2& s, long double tolerance) const {
-        const Exact src = s.getSrc(), way = Exact(s.getTrg()) - src;
-        const long double side = way.cross(tip - src) * (bHigh ? 1 : -1);
-        return side < -tolerance * (way.length() + (tip - src).length());
+        const Exact src = s.getSrc(), direction = Exact(s.getTrg()) - src;
+        const long double side = direction.cross(tip - src) * (bHigh ? 1 : -1);
+        return side < -tolerance * (direction.length() + (tip - src).length());
     }
 };
 
@@ -410,7 +410,7 @@ class Run {
     std::deque<Point2> points_;
     std::deque<Triangle2> loose_;
     Taro_2D mesh_;
-    Triangles vTriangles_;  // those that count
+    Triangles vTriangles_;  // triangles with finite corners
     std::set<double> sHeights_;
     double magnitude_ = 0;
     bool bMesh_ = false;

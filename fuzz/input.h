@@ -17,9 +17,9 @@
 
 #include "taro25d/Point2.h"
 
-// What the targets have in common. Their input is a small program: bytes tell what is called next, and with what. Any bytes
-// are one, so that libFuzzer can change them as it likes, and most numbers take one byte, so that it finds equal ones.
-// With FUZZ_TRACE in the environment, choices and points are printed as they are read, a line for each step.
+// Code shared by the targets. Their input is a small program whose bytes choose calls and arguments. Any bytes are
+// valid, so that libFuzzer can change them freely, and most numbers take one byte, so that it finds equal ones. With
+// FUZZ_TRACE in the environment, choices and points are printed as they are read, a line for each step.
 
 template <class... Values>
 void trace(const char* format, Values... values) {
@@ -27,20 +27,20 @@ void trace(const char* format, Values... values) {
     if (bTrace) std::fprintf(stderr, format, values...);
 }
 
-/// Bytes that are read one after the other. Zeros follow the last one.
+/// Bytes in sequence; zeros follow the last byte.
 class Input {
   public:
     Input(const std::uint8_t* pData, std::size_t size) : pData_(pData), size_(size) {}
 
     bool isAtEnd() const { return pos_ >= size_; }
     unsigned byte() { return isAtEnd() ? 0 : pData_[pos_++]; }
-    /// 0 to n - 1.
+    /// A number from 0 to n - 1.
     unsigned below(unsigned n) {
         const unsigned choice = byte() % n;
         trace(" %u", choice);
         return choice;
     }
-    /// The same for what is done next.
+    /// A number from 0 to n - 1 that chooses the next step.
     unsigned nextStep(unsigned numKinds) {
         trace("%s", "\n");
         return below(numKinds);
@@ -64,11 +64,11 @@ class Input {
     std::size_t size_, pos_ = 0;
 };
 
-/// Where the lattice is on which most coordinates are.
+/// The lattice that holds most coordinates.
 struct Frame {
     double origin, scale;
 
-    // From harmless to nasty; each target uses the first ones.
+    // From harmless to nasty; each target uses a prefix of the list.
     static constexpr unsigned NUM_ROOMY = 4, NUM_TAME = 6, NUM_ALL = 13;
     static const Frame& choose(Input& input, unsigned numFrames) {
         static const Frame aFrames[NUM_ALL] = {
@@ -79,11 +79,11 @@ struct Frame {
     }
 };
 
-/// Makes coordinates, most of them by one byte: small integers, so that points coincide, are collinear or on one circle,
-/// and what is next to these or between.
+/// Makes coordinates, most of them by one byte: small integers, so that points coincide, are collinear or on one
+/// circle, and numbers next to these or between them.
 class Coordinates {
   public:
-    /// With bWild also any doubles, not even finite ones, off the lattice.
+    /// With bWild also arbitrary doubles off the lattice, which need not be finite.
     Coordinates(Input& input, const Frame& frame, bool bWild = false) : input_(input), frame_(frame), bWild_(bWild) {}
 
     double next() {
@@ -154,7 +154,7 @@ class Coordinates {
     bool bWild_;
 };
 
-/// Ends the run, and the target, unless the condition holds.
+/// Aborts the process unless the condition holds.
 inline void require(bool bCondition, const char* text) {
     if (!bCondition) throw std::logic_error(std::string("Violated: ") + text);
 }
@@ -162,7 +162,7 @@ inline void require(const testing::AssertionResult& result, const char* text) {
     if (!result) throw std::logic_error(std::string("Violated: ") + text + ": " + result.message());
 }
 
-/// Runs a target over one input. What the library prints is shown only when an exception ends the run.
+/// Runs a target over one input. The library's output is shown only when an exception ends the run.
 template <class Run>
 int runQuietly(const Run& run) {
     std::ostringstream printed;

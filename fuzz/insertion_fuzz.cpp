@@ -1,5 +1,5 @@
-// Insertion one by one and in bulk, on one thread and several, removal and queries, among coordinates of every kind. All
-// the time the mesh must hold exactly the positions that a map holds; in the end it must be Delaunay.
+// Insertion one by one and in bulk, on one thread and several, removal and queries, among coordinates of every kind.
+// The mesh must always hold exactly the positions of a map; in the end it must be Delaunay.
 
 #include <algorithm>
 #include <map>
@@ -122,7 +122,7 @@ class Run {
         }
     }
 
-    /// As many points as it takes to be inserted on several threads; seldom and once, since it takes long.
+    /// Enough points for insertion on several threads; rarely, and once per input, since it takes long.
     void insertCrowd() {
         if (bCrowded_ || input_.byte() != 'T') return;
         const unsigned pattern = input_.below(4), spread = 1 + input_.below(64);

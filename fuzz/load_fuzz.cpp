@@ -1,5 +1,5 @@
-// Reads any bytes as a triangulation file. What is refused must leave the mesh empty; what is accepted must make a valid
-// mesh that is the same after it has been saved and loaded again.
+// Reads any bytes as a triangulation file. A refused file must leave the mesh empty; an accepted one must give a valid
+// mesh that saving and loading reproduce.
 
 #include <algorithm>
 #include <string>
@@ -65,7 +65,7 @@ void loadFrom(const std::uint8_t* pData, std::size_t size) {
         require(Kept(mesh) == Kept(Taro_2D()), "what is refused changes nothing");
         return;
     }
-    // Where numbers end, constraints are given up, but not silently. A new mesh would have another go at them.
+    // Where doubles are too coarse, constraints are given up, with a warning. Loading again would try them again.
     const bool bEstablished = isEstablished(mesh);
     require(bEstablished || listener.numWarnings > 0, "no constraint is given up without a warning");
     require(!bEstablished || mesh.checkValidity(true, "loaded"), "the mesh is valid");

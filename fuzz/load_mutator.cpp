@@ -1,5 +1,5 @@
-// Bytes that are changed at random are hardly ever a triangulation file again. Most inputs are therefore put in order
-// after libFuzzer has changed them: tag and counts, finite numbers, and segments that run between vertices.
+// Random changes hardly ever give a valid triangulation file. Most inputs are therefore repaired after libFuzzer has
+// changed them: tag, counts, finite numbers, and segments between vertices.
 
 #include <algorithm>
 #include <cmath>

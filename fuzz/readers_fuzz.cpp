@@ -1,6 +1,6 @@
-// Reads any bytes as a file of points: a grid, a list or CSV. What is refused must be refused with a reason; what is
-// accepted must be what the file says, and the same after it has been written and read again. Memory that a header asks
-// for, and the file does not fill, exceeds the limit of libFuzzer.
+// Reads any bytes as a file of points: a grid, a list or CSV. A refusal must give a reason; accepted points must be
+// those of the file, and writing and reading must reproduce them. A reader that allocates what a header claims, beyond
+// the file's content, exceeds libFuzzer's limit of memory.
 
 #include <algorithm>
 #include <cctype>
@@ -19,7 +19,7 @@ using Points = std::vector<Point2>;
 
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
-/// The message must be "name:line: reason", with nothing that a terminal would obey.
+/// The message must be "name:line: reason", without control characters.
 void checkMessage(const std::string& message, const std::string& name) {
     require(message.compare(0, name.size() + 1, name + ":") == 0, "a message begins with the name of the file");
     const size_t colon = message.find(": ", name.size());
@@ -68,7 +68,7 @@ std::vector<std::string> wordsOf(std::string_view text) {
 
 bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-/// The words of a grid that was accepted, looked up and counted in the simplest way.
+/// The words of an accepted grid, from a minimal parser.
 class Grid {
   public:
     explicit Grid(std::string_view text) : vWords_(wordsOf(text)) {

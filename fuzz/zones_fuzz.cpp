@@ -1,5 +1,5 @@
-// Zones of every kind, combined, converted, peeled, cut out and refined, while points and constraints come and go. Each zone
-// is compared with the triangles that its rule gives when it is followed in the simplest way.
+// Zones of every kind, combined, converted, peeled, cut out and refined, while points and constraints are inserted and
+// removed. Each zone is compared with the triangles that a direct application of its rule gives.
 
 #include <algorithm>
 #include <functional>
@@ -55,7 +55,7 @@ double widthOf(const Triangle2* pT) {
     return ((b.x() - a.x()) * (c.y() - a.y()) - (b.y() - a.y()) * (c.x() - a.x())) / std::sqrt(pT->getMaxSqEdgeLen2D());
 }
 
-/// Whether no two sides meet but neighbours at their common corner.
+/// Whether no two sides meet, except neighbours at their common corner.
 bool isSimple(const PointVector& vCorners) {
     const size_t n = vCorners.size();
     const auto isOn = [](const Point2& a, const Point2& b, const Point2& p) {
@@ -103,7 +103,7 @@ class Run {
 
     bool isTooLarge() const { return mesh_.numberOfTriangles() > MAX_TRIANGLES; }
 
-    /// Segments wait for triangles.
+    /// Establishes segments that waited for the first triangle.
     void establish() {
         if (bPending_ && mesh_.is2D()) mesh_.applyConstraintsAndZones();
         bPending_ = !mesh_.is2D();
@@ -147,7 +147,7 @@ class Run {
         }
     }
 
-    // ---- What changes the mesh ----
+    // ---- Changes of the mesh ----
 
     void insertBulk() {
         PointVector vMore(input_.below(16));
@@ -173,7 +173,7 @@ class Run {
         return makeSides(vCorners);
     }
     void constrainRing() {
-        const SegmentVector vRing = nextRing();  // arguments are read in an order that compilers choose
+        const SegmentVector vRing = nextRing();  // a statement of its own: compilers choose the order of arguments
         constrain(vRing, input_.flag());
     }
     void constrain(const SegmentVector& vSegments, bool bOriented) {
@@ -211,32 +211,32 @@ class Run {
         return sSome;
     }
 
-    /// How often a graph passes edges, from the first vertex to the second; way back counts as -1.
-    using Ways = std::map<std::pair<Point2*, Point2*>, int>;
+    /// For each edge, how often a graph passes it from the first vertex to the second, less the passages back.
+    using Passages = std::map<std::pair<Point2*, Point2*>, int>;
 
-    static Ways countWays(const ConstraintGraph2& graph) {
-        Ways mWays;
+    static Passages countPassages(const ConstraintGraph2& graph) {
+        Passages mPassages;
         std::vector<std::pair<Point2*, Point2*>> vPieces;
         graph.getDirectedPieces(vPieces);
         for (const auto& [pFrom, pTo] : vPieces) {
-            ++mWays[{pFrom, pTo}];
-            --mWays[{pTo, pFrom}];
+            ++mPassages[{pFrom, pTo}];
+            --mPassages[{pTo, pFrom}];
         }
-        return mWays;
+        return mPassages;
     }
 
-    /// Whether as many pieces end at each vertex as begin there, so that the graph is made of rings.
-    static bool isMadeOfRings(const Ways& mWays) {
+    /// Whether equally many pieces begin and end at each vertex, so that the graph consists of rings.
+    static bool isMadeOfRings(const Passages& mPassages) {
         std::map<Point2*, int> mBalance;
-        for (const auto& [edge, numWays] : mWays) mBalance[edge.first] += numWays;
+        for (const auto& [edge, numPassages] : mPassages) mBalance[edge.first] += numPassages;
         return std::all_of(mBalance.begin(), mBalance.end(), [](const auto& entry) { return entry.second == 0; });
     }
 
-    /// How often the rings wind around each triangle, by a walk over all of them from the hull.
-    std::map<Triangle2*, int> getWindings(const Ways& mWays) const {
-        const auto numWays = [&](const Triangle2* pT, int i) {
-            const auto it = mWays.find({pT->getCorner((i + 1) % 3), pT->getCorner((i + 2) % 3)});
-            return it == mWays.end() ? 0 : it->second;
+    /// The winding number of the rings around each triangle, by a walk from the hull.
+    std::map<Triangle2*, int> getWindings(const Passages& mPassages) const {
+        const auto numPassages = [&](const Triangle2* pT, int i) {
+            const auto it = mPassages.find({pT->getCorner((i + 1) % 3), pT->getCorner((i + 2) % 3)});
+            return it == mPassages.end() ? 0 : it->second;
         };
         std::map<Triangle2*, int> mWindings;
         std::vector<Triangle2*> vStack;
@@ -245,14 +245,14 @@ class Run {
         };
         for (Triangle2* pT : all()) {
             for (int i = 0; i < 3 && vStack.empty(); ++i) {
-                if (!pT->getOppositeTriangle(i)) reach(pT, numWays(pT, i));
+                if (!pT->getOppositeTriangle(i)) reach(pT, numPassages(pT, i));
             }
         }
         while (!vStack.empty()) {
             Triangle2* pT = vStack.back();
             vStack.pop_back();
             for (int i = 0; i < 3; ++i) {
-                if (Triangle2* pN = pT->getOppositeTriangle(i)) reach(pN, mWindings[pT] - numWays(pT, i));
+                if (Triangle2* pN = pT->getOppositeTriangle(i)) reach(pN, mWindings[pT] - numPassages(pT, i));
             }
         }
         return mWindings;
@@ -261,21 +261,21 @@ class Run {
     TriangleSet along(const Graphs& vGraphs, bool bInside) const {
         TriangleSet sSeeds;
         for (const ConstraintGraph2* pGraph : vGraphs) {
-            const Ways mWays = countWays(*pGraph);
-            const bool bRings = isMadeOfRings(mWays);
-            std::map<Triangle2*, int> mWindings = getWindings(mWays);
-            for (const auto& [edge, numWays] : mWays) {
+            const Passages mPassages = countPassages(*pGraph);
+            const bool bRings = isMadeOfRings(mPassages);
+            std::map<Triangle2*, int> mWindings = getWindings(mPassages);
+            for (const auto& [edge, numPassages] : mPassages) {
                 Triangle2* pT = mesh_.getAdjacentTriangle(edge.first, edge.second);
                 if (!pT) continue;
-                const bool bIsInside = bRings ? mWindings[pT] != 0 : numWays > 0;
-                const bool bIsOutside = bRings ? mWindings[pT] == 0 : numWays < 0;
+                const bool bIsInside = bRings ? mWindings[pT] != 0 : numPassages > 0;
+                const bool bIsOutside = bRings ? mWindings[pT] == 0 : numPassages < 0;
                 if (bInside ? bIsInside : bIsOutside) sSeeds.insert(pT);
             }
         }
         return grow(sSeeds, vGraphs);
     }
 
-    /// What is within a polygon by its corners.
+    /// The triangles inside the polygon of the given corners.
     bool isInsidePolygon(const ConstraintGraph2* pGraph, const TriangleSet& sZone) const {
         std::vector<Point2*> vVertices;
         pGraph->getPolygonVertices(vVertices);
@@ -353,8 +353,8 @@ class Run {
         add(operation.combine(pFirst, pSecond), expected, {pFirst, pSecond});
     }
 
-    /// An edge may come back beside a constraint that once was there and goes through a vertex next to it now. A border
-    /// along it is on the other side of what is in between.
+    /// A constraint may have been moved to a vertex next to its former edge. If that edge returns, a border along it is
+    /// on the other side of the needles between both.
     TriangleSet withoutNeedles(TriangleSet sTriangles) const {
         const Bbox2 box = mesh_.computeBoundingBox();
         const double rounding = 0x1p-45 * std::max({std::abs(box.getMinX()), std::abs(box.getMaxX()),
@@ -365,7 +365,7 @@ class Run {
         return sTriangles;
     }
 
-    /// Takes up a zone that has just been made of these triangles, whose border keeps them together.
+    /// Adds a zone just made of these triangles, to which its border confines it.
     void addMadeOf(Zone2* pZone, const TriangleSet& sExpected) {
         const bool bLeftOut = std::exchange(listener_.bLeftOut, false);
         if (!isSound()) return;
@@ -375,7 +375,7 @@ class Run {
         require(bLeftOut ? std::includes(sWanted.begin(), sWanted.end(), sZone.begin(), sZone.end()) : sZone == sWanted,
                 "a zone of exactly these triangles");
         const double area = pZone->getArea2D(), slack = 1e-4 * area + getSlack();
-        const bool bRoomy = isRoomy(setOf(pZone));  // otherwise it may hang together by the width of a rounding error
+        const bool bRoomy = isRoomy(setOf(pZone));  // otherwise it may be connected by the width of a rounding error
         add(pZone, [=] {
             require(!bRoomy || std::abs(pZone->getArea2D() - area) <= slack, "a zone keeps its area");
             return std::vector{setOf(pZone)};
@@ -406,7 +406,7 @@ class Run {
         Zone2* pZone = pickZone();
         if (!pZone || !isSound()) return;
         const unsigned share = input_.byte();
-        // By something that does not depend on addresses.
+        // The criterion must not depend on addresses.
         const auto isOff = [share](const Triangle2* pT) {
             const double sum = pT->getBarycenter().x() + 3 * pT->getBarycenter().y();
             return std::fmod(std::abs(sum) * 1000, 256) < share;
@@ -438,7 +438,7 @@ class Run {
 
     // ---- Cutting and meshing ----
 
-    /// Heights on the surface where no triangle is so thin that rounding would show.
+    /// Heights at places whose triangles are too wide for visible rounding errors.
     std::vector<Point2> sampleHeights() const {
         const TriangleSet sAll = all();
         std::vector<Point2> vSamples;
