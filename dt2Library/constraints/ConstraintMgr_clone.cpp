@@ -1,4 +1,4 @@
-// Constraints for the copy of a mesh.
+// Copies of constraints, for Taro_2D::clone().
 
 #include "constraints/ConstraintMgr.h"
 #include "mesh/Dt2.h"
@@ -9,7 +9,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Whether a segment was split. One that was given up is dead too, but keeps its place in the mesh.
+/// Whether a segment was split. A segment that was given up is dead as well, but has no children.
 bool hasChildren(ConstraintSegment2* pCSeg) {
     if (pCSeg->isAlive()) return false;
     ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;

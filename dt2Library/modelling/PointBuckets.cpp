@@ -1,13 +1,13 @@
-// Points in the triangles that hold them.
+// Buckets of points in triangles.
 //
-// A bucket is a list through the array of places. The places stand in the order of their coordinates, so that those of a triangle
-// are near each other in memory. A new vertex moves the places of the triangles around it only, and one pass over them finds
-// their new triangles and the farthest place of each (Heller 1990; Garland and Heckbert 1995). Entries of the queue whose triangle
-// has changed since are skipped by their version.
+// A bucket is a list through the array of places. The places are in spatial order, so that those of a triangle are near
+// each other in memory. A new vertex moves only the places of the triangles around it, and one pass over these finds
+// their new triangles and the farthest place of each (Heller 1990; Garland and Heckbert 1995). Entries of the queue
+// whose triangle has changed since are skipped by their version.
 //
-// Distances come from the plane of a triangle in plain arithmetic; the exact ones, by the function that gives clients their
-// heights, differ by no more than a slack that the shape of the triangle tells. So only triangles with a place close to the limit
-// are measured exactly before the limit is said to hold.
+// Distances are computed from a triangle's plane in plain arithmetic. The exact distances, by getHeightInside() as
+// clients get them, differ from these by no more than a slack that depends on the triangle's shape. So only triangles
+// with a place close to the limit are measured exactly before the limit counts as met.
 
 #include "modelling/PointBuckets.h"
 
@@ -74,7 +74,7 @@ size_t PointBuckets::findHolder(std::uint32_t k, const std::vector<Triangle2*>& 
 }
 
 void PointBuckets::giveTo(const std::vector<Triangle2*>& vTriangles) {
-    size_t i = 0;  // places that come one after the other are mostly in one triangle
+    size_t i = 0;  // successive places are mostly in one triangle
     for (const std::uint32_t k : vMoving_) {
         i = findHolder(k, vTriangles, i);
         add(k, vTriangles[i]);
@@ -186,7 +186,7 @@ double PointBuckets::computeError() const {
         for (std::uint32_t k = bucket.first; k != NONE; k = vPlaces_[k].next)
             largest = std::max(largest, getExactError(k, pT));
     };
-    // The triangle that promises the most first: few others can reach what it has.
+    // Triangles with the largest bounds come first: few others can exceed their distances.
     const void* pRecord = nullptr;
     double bound = 0.0;
     mBuckets_.forEach([&](const void* pOther, const Bucket& bucket) {

@@ -13,13 +13,13 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// The points that are no vertices of a mesh, each in the triangle that holds it, and a queue of the triangles by the point
-/// farthest from each.
+/// Points that are no vertices of a mesh, each in the bucket of the triangle that holds it, and a priority queue of the
+/// triangles by the vertical distance of their farthest points.
 class PointBuckets {
   public:
     static constexpr std::uint32_t NONE = UINT32_MAX;
 
-    /// A point, with the links of the bucket that it is in.
+    /// A point, with its links in the list of its bucket.
     struct Place {
         double x, y, z;
         std::uint32_t number;  // of the client's point
@@ -43,35 +43,35 @@ class PointBuckets {
         }
     };
 
-    /// Points up to a distance from the surface do not enter the queue. The mesh must live as long.
+    /// Points within a distance from the surface do not enter the queue. The mesh must outlive this object.
     PointBuckets(Dt2& mesh, double maxError) : mesh_(mesh), maxError_(maxError) {}
 
-    /// Sets the places, of which none is in a bucket.
+    /// Sets the places; none is in a bucket yet.
     void setPlaces(std::vector<Place> vPlaces) { vPlaces_ = std::move(vPlaces); }
     const std::vector<Place>& getPlaces() const { return vPlaces_; }
     /// Empties all buckets and the queue.
     void clear();
     void add(std::uint32_t k, const Triangle2* pT);
 
-    /// Takes the places out of some triangles; they move until they are given to triangles.
+    /// Takes the places out of some triangles' buckets; these places are moving until they are assigned again.
     void takeFrom(const std::vector<Triangle2*>& vTriangles);
     const std::vector<std::uint32_t>& getMoving() const { return vMoving_; }
     void addMoving(std::uint32_t k) { vMoving_.push_back(k); }
-    /// Gives the moving places to the triangles that hold them, among some that hold all.
+    /// Assigns each moving place to the triangle that holds it, among triangles that hold all of them.
     void giveTo(const std::vector<Triangle2*>& vTriangles);
-    /// Gives the moving places, and those that are in the triangles around a vertex, to these triangles, except the place of the
-    /// vertex.
+    /// Assigns the moving places, and those in the buckets of the triangles around a vertex, to these triangles, except
+    /// the vertex's own place.
     void giveToFan(Point2* pVtx, std::uint32_t ofVertex);
-    /// Gives the moving places to triangles found by walking from one.
+    /// Assigns the moving places by walks from a triangle.
     void giveToAny(Triangle2* pStart);
 
-    /// Computes the distances of a triangle's places again, in plain arithmetic.
+    /// Recomputes the distances of a triangle's places, in plain arithmetic.
     void refresh(Triangle2* pT);
-    /// The same for all triangles of the mesh.
+    /// Recomputes the distances of all places.
     void refreshAll();
-    /// Puts all triangles into the queue that have a place too far from them by the function that gives clients their heights.
+    /// Queues all triangles with a place whose exact distance, by getHeightInside(), is too large.
     void refreshExactly();
-    /// Takes the worst place out of the queue; false if there is none.
+    /// Takes the farthest place out of the queue; false if the queue is empty.
     bool popWorst(Worst& worst);
     bool isQueueEmpty() const { return queue_.empty(); }
     double getWorstError() const { return queue_.empty() ? 0.0 : queue_.top().error; }
@@ -79,19 +79,19 @@ class PointBuckets {
 
     /// The exact distance of a place from a triangle that holds it.
     double getExactError(std::uint32_t k, const Triangle2* pT) const;
-    /// The largest of all.
+    /// The largest exact distance of all places.
     double computeError() const;
-    /// The index of the triangle that holds a place, among some; their number if none does.
+    /// The index of the triangle that holds a place in a list; the length of the list if none does.
     size_t findHolder(std::uint32_t k, const std::vector<Triangle2*>& vTriangles, size_t first = 0) const;
 
   private:
     struct Bucket {
         std::uint32_t first = NONE;
-        std::uint32_t version = 0;  // of the entry in the queue that holds
+        std::uint32_t version = 0;  // of the valid entry in the queue
         double bound = 0.0;         // on the exact distances of its places
     };
 
-    /// Sets what is known of the triangle's places, and queues it if one is too far.
+    /// Sets the triangle's farthest place and bound, and queues it if that place is too far.
     void close(Bucket& bucket, const Worst& worst, double slack);
 
     Dt2& mesh_;

@@ -19,7 +19,7 @@ PointFan::PointFan(const Point2& center, const std::vector<Triangle2*>& vTriangl
     }
 }
 
-/// The filter of orientation tests (Shewchuk 1997); underflow costs less than TINY.
+/// The error bound of a filtered orientation test (Shewchuk 1997); underflow adds less than TINY.
 inline bool PointFan::isOnSide(Orientation2 side, const Spoke& spoke, double x, double y) {
     constexpr double ERROR_BOUND = 0x1p-51, TINY = 1e-300;
     const double a = spoke.dx * (y - center_.y()), b = spoke.dy * (x - center_.x()), det = a - b;
@@ -29,8 +29,8 @@ inline bool PointFan::isOnSide(Orientation2 side, const Spoke& spoke, double x, 
     return geomTest_.getOrientation2(&center_, spoke.pEnd, &point) == side;
 }
 
-// A sector is narrower than a half plane, so that two spokes decide. From a point right of the right spoke all sectors
-// clockwise up to that of the point have it right of their right spokes; left likewise.
+// A sector is narrower than a half plane, so that its two spokes decide. If the point is right of the right spoke, it
+// is also right of the right spokes of all sectors passed clockwise up to its own; left likewise.
 size_t PointFan::find(double x, double y) {
     const size_t num = vSectors_.size();
     const size_t first = last_;

@@ -10,14 +10,14 @@
 
 namespace LUMO_TARO25D {
 
-/// The triangles around a vertex, as sectors: a point that is known to lie in one of them is found by the sides of the edges
-/// at the vertex on which it lies, most of them decided by one filtered product.
+/// Point location among the triangles around a vertex, as sectors between the edges at the vertex (spokes). The point
+/// must lie in one of the triangles; most orientation tests are decided by one filtered product.
 class PointFan {
   public:
-    /// The triangles are those around the vertex, counterclockwise, one after the other; they must not change.
+    /// Takes the triangles around the vertex in counterclockwise order; they must not change.
     PointFan(const Point2& center, const std::vector<Triangle2*>& vTriangles, GeomTest& geomTest);
 
-    /// The index of a triangle that holds the point, border included. The search begins where the last one ended.
+    /// The index of a triangle that holds the point, border included. The search begins where the previous one ended.
     size_t find(double x, double y);
     /// The height of a triangle at a point that it holds.
     double getHeight(size_t i, double x, double y) const { return vSectors_[i].plane.getHeight(x, y); }

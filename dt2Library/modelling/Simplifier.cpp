@@ -1,15 +1,14 @@
 // Greedy insertion, and thinning.
+// Every point that is no vertex is in the bucket of the triangle that holds it (PointBuckets). The point farthest from
+// the surface becomes a vertex, again and again, until the limits hold (Garland and Heckbert 1995). A point changes its
+// bucket O(log n) times on average.
+// Early vertices may be superfluous in the end. A vertex stays if its own point would be too far from the surface
+// without it (removalPreview); any other vertex is removed on trial, and inserted again, at the same record, if a point
+// around it is then too far. Where four points lie on one circle reinsertion may give the other diagonal, so thinning
+// ends with greedy insertion.
 //
-// Every point that is no vertex waits in the triangle that holds it (PointBuckets), and the worst of all becomes a vertex until
-// the limits hold (Garland and Heckbert 1995). A point moves O(log n) times on average.
-//
-// Points that were needed early may be superfluous in the end. A vertex whose own point would be too far from the triangle that
-// its removal brings stays; each other one is removed on trial: where a point around it is then too far, the vertex is
-// inserted again, at the same record. Where four points lie on one circle it may come back with the other diagonal, so that
-// greedy insertion has the last word.
-//
-// O(n log n) for points in general position. No result depends on addresses: equal distances are ordered by the places of the
-// points.
+// O(n log n) for points in general position. No result depends on addresses: equal distances are ordered by the points'
+// coordinates.
 
 #include "modelling/Simplifier.h"
 
@@ -56,7 +55,7 @@ Simplifier::Simplifier(Dt2& mesh, const std::vector<Point2>& vPoints, const Limi
 bool Simplifier::isFull() const { return limits_.maxNumPoints > 0 && mesh_.numberOfPoints() >= limits_.maxNumPoints; }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// The beginning
+// Initialization
 
 void Simplifier::begin(const std::vector<Segment2>& vKept) {
     buckets_.setPlaces(collectPlaces());
@@ -73,8 +72,8 @@ void Simplifier::begin(const std::vector<Segment2>& vKept) {
     firstError_ = buckets_.getWorstError();
 }
 
-/// The places of the points along a Hilbert curve, so that those of a triangle lie close in memory; of points at one place the
-/// first one. Leaves out all others.
+/// The distinct places along a Hilbert curve, so that those of a triangle are close in memory. Of coincident points the
+/// first is kept, the others are left out.
 std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
     Bbox2 box;
     LargeVector<KeyedIndex> vOrder;
@@ -117,7 +116,7 @@ void Simplifier::insertHull() {
     }
 }
 
-/// Gives a place to its triangle; pT is where the search begins, and the triangle afterwards.
+/// Assigns a place to its triangle; pT is the start of the walk, and the triangle found afterwards.
 void Simplifier::assign(std::uint32_t k, Triangle2*& pT) {
     const Point2 point = buckets_.getPlaces()[k].getPoint();
     int idx = -1;
@@ -227,7 +226,7 @@ void Simplifier::thin() {
     insertGreedily();
 }
 
-/// Removes a vertex, and inserts it again if a point around it is too far then.
+/// Removes a vertex, and inserts it again if a point around it is then too far.
 void Simplifier::tryRemoval(std::uint32_t k, Point2* pVtx) {
     vStar_.clear();
     mesh_.getIncidentTriangles(pVtx, vStar_);

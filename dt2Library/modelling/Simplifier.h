@@ -15,7 +15,7 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Inserts points into a mesh until all others are near its surface (EfficientModel).
+/// Inserts points into a mesh until the vertical distances of all others are within a limit (EfficientModel).
 class Simplifier {
   public:
     struct Limits {
@@ -26,15 +26,15 @@ class Simplifier {
     /// The mesh must be empty; it and the points must outlive this object.
     Simplifier(Dt2& mesh, const std::vector<Point2>& vPoints, const Limits& limits, Progress& progress);
 
-    /// Inserts the kept lines and the corners of the hull, and assigns every other point to its triangle.
+    /// Inserts the mandatory lines and the corners of the hull, and assigns every other point to its triangle.
     void begin(const std::vector<Segment2>& vKept);
-    /// Inserts the worst point repeatedly until the limits are met.
+    /// Inserts the farthest point repeatedly until the limits are met.
     void insertGreedily();
-    /// Removes vertices without which the limit of the error still holds.
+    /// Removes vertices while the limit of the error still holds.
     void thin();
-    /// Inserts a point that is no vertex yet without reassigning the others; relocate() must follow.
+    /// Inserts a point that is no vertex yet, without reassigning the others; relocate() must follow.
     void insertAlone(std::uint32_t k);
-    /// Assigns all points to their triangles again, after changes of the mesh by others.
+    /// Reassigns all points to their triangles, after changes of the mesh by others.
     void relocate();
 
     /// The largest vertical distance from the surface to a point that was not left out.
@@ -63,7 +63,7 @@ class Simplifier {
     const std::vector<Point2>& vPoints_;
     Limits limits_;
     Progress& progress_;
-    std::vector<PointState> vState_;  // of the client's points; all other numbers are those of places
+    std::vector<PointState> vState_;  // by the client's numbers; all other numbers are those of places
     PointBuckets buckets_;
     std::vector<std::pair<std::uint32_t, Point2*>> vChosen_;  // removable vertices, in the order of insertion
     std::vector<Triangle2*> vStar_;                           // scratch of tryRemoval

@@ -39,7 +39,7 @@ class TrianglePlane {
         height = origin_.z() + (slopeX_ * (x - origin_.x()) + slopeY_ * (y - origin_.y()));
         return std::clamp(height, min_, max_);
     }
-    /// By how much heights in the triangle may differ from those of getHeightInside.
+    /// A bound on the difference between these heights and those of getHeightInside().
     double getSlack() const { return slack_; }
 
   private:

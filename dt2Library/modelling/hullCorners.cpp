@@ -1,6 +1,7 @@
-// Most places lie inside the polygon of those that are extreme in eight directions, and cannot be corners (Akl and Toussaint
-// 1978). A place that lies strictly left of all sides of a closed polygon is inside the hull of that polygon's corners, however
-// rounding chose these. The others are sorted, and two chains of left turns make the hull (Andrew 1979).
+// The convex hull. Most places lie inside the polygon of the places that are extreme in eight directions, and cannot be
+// corners (Akl and Toussaint 1978). A place strictly left of all sides of a closed polygon is inside the hull of that
+// polygon's corners, whichever corners rounding chose. The remaining places are sorted, and two chains of left turns
+// make the hull (Andrew 1979).
 
 #include "modelling/hullCorners.h"
 

@@ -1,6 +1,6 @@
-// After the removal of a vertex of a Delaunay triangulation the triangle at its place has three of its neighbours as corners,
-// and no other one in its circle. On the paraboloid over the plane, seen from the vertex, it is the lowest of all triangles of
-// neighbours that hold the vertex.
+// After the removal of a vertex of a Delaunay triangulation, the triangle at its place has three of its neighbours as
+// corners, and no other neighbour in its circumcircle. Lifted to the paraboloid z = x^2 + y^2, with the vertex as
+// origin, it is the lowest of all triangles of neighbours above the origin.
 
 #include "modelling/removalPreview.h"
 

@@ -1,5 +1,5 @@
-// Artificial surfaces from raw output of the generator and plain arithmetic: distributions and functions of the standard library
-// differ between machines.
+// Artificial surfaces. Equal seeds give equal points on every machine: only the raw output of the generator and plain
+// arithmetic are used, since distributions and functions of the standard library differ between machines.
 
 #include "taro25d/syntheticSurfaces.h"
 
@@ -20,7 +20,7 @@ class Random {
     /// Uniform in [0, 1).
     double unit() { return static_cast<double>(engine_() >> 11) * 0x1p-53; }
     double between(double low, double high) { return low + unit() * (high - low); }
-    /// Mean 0 and standard deviation 1, as the sum of twelve uniform numbers has them.
+    /// Mean 0 and standard deviation 1: the sum of twelve uniform numbers, less 6.
     double bell() {
         double sum = -6.0;
         for (int i = 0; i < 12; ++i) sum += unit();
@@ -31,13 +31,13 @@ class Random {
     std::mt19937_64 engine_;
 };
 
-/// Ground of smooth noise. Each octave has values between -1 and 1 at the corners of square cells, and its cells and its weight
-/// are half of those before.
+/// Smooth noise. Each octave has values between -1 and 1 at the corners of square cells; its cells and its weight are
+/// half of those of the octave before.
 class Ground {
   public:
     Ground(double extent, std::uint64_t seed) : extent_(extent), seed_(seed) {}
 
-    /// Octaves with cells smaller than a width do not count.
+    /// The value at a place, without octaves whose cells are smaller than a width.
     double getHeight(double x, double y, double minWidth = 0.0) const {
         double height = 0.0, weight = extent_ / 16.0, frequency = 2.0;
         for (int octave = 0; octave < NUM_OCTAVES && !(extent_ / frequency < minWidth);
@@ -147,7 +147,7 @@ std::vector<Point2> makeRoad(size_t numPoints, double length, std::uint64_t seed
         const auto at = [&](double offset, double height) {
             return Point2(x + offset * leftX, y + offset * leftY, height);
         };
-        // The slope goes on, down a fill or up a cut, until it has passed the ground.
+        // The slope of a fill or a cut continues until it has passed the ground.
         const auto getEnd = [&](double side) {
             const double edge = z - HALF_WIDTH * CROSSFALL;
             const auto above = [&](double out) {

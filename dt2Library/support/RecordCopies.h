@@ -10,12 +10,12 @@
 
 namespace LUMO_TARO25D {
 
-/// Copies of all records of a pool, dead ones included, in another pool: in the same order, and at addresses in the same
-/// order. The original pool must not change meanwhile.
+/// Copies of all records of a pool, dead ones included, in another pool. The copies have the order of the originals,
+/// and so have their addresses. The original pool must not change meanwhile.
 template <class T>
 class RecordCopies {
   public:
-    /// Makes the records, which nobody has written yet. No record of the pool of the copies is in use.
+    /// Makes the records of the copies, not yet filled. The pool of the copies must be unused.
     RecordCopies(const SimplePool<T>& originals, SimplePool<T>& copies, int numTouchThreads) {
         copies.layOutLike(originals, numTouchThreads);
         originals.forEachBlock([this](const T* pBlock, size_t n) {
@@ -31,8 +31,8 @@ class RecordCopies {
         for (const Block& block : vByAddress_) vBegins_.push_back(reinterpret_cast<std::uintptr_t>(block.pBegin));
     }
 
-    /// The copy of a record; null for any other pointer. Neighbours may be in any block, so that guessing which one, or a
-    /// binary search, costs more than a comparison with each of these few: blocks grow with the pool.
+    /// The copy of a record; null for any other pointer. Blocks grow with the pool, so they are few, and a comparison
+    /// with each is faster than a binary search or a guess: neighbours may be in any block.
     T* operator()(const T* pRecord) const {
         const auto address = reinterpret_cast<std::uintptr_t>(pRecord);
         size_t numBefore = 0;
@@ -42,7 +42,7 @@ class RecordCopies {
         return std::less<>()(pRecord, block.pEnd) ? block.pCopies + (pRecord - block.pBegin) : nullptr;
     }
 
-    /// Calls f(record, copy) for all records, in their order, and between() after some thousand at a time.
+    /// Calls f(record, copy) for all records in order, and between() after every few thousand.
     template <class F, class G>
     void forEach(const F& f, const G& between) const {
         constexpr size_t BLOCK_SIZE = 1 << 15;

@@ -1,4 +1,4 @@
-// A vault for the copy of a mesh.
+// The vault of a copied mesh, for Taro_2D::clone().
 
 #include "support/stopping.h"
 #include "vertices/VertexVault.h"

@@ -1,4 +1,4 @@
-// Zones in words and pictures: what statistics() reports, and the drawing.
+// Reports on zones: statistics() and the drawing.
 
 #include <algorithm>
 #include <iomanip>
@@ -18,7 +18,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The smallest and the largest of some numbers, and their mean.
+/// The minimum, the maximum and the mean of some numbers.
 struct Range {
     double min = std::numeric_limits<double>::max(), max = std::numeric_limits<double>::lowest(), sum = 0.0;
     size_t size = 0;
