@@ -21,7 +21,7 @@ class ConformingInserter {
   public:
     ConformingInserter(Dt2& mesh, ConstraintMgr& manager, Establisher& establisher);
 
-    /// Becomes the same about the copies of the segments.
+    /// Copies the other inserter's state, with each segment replaced by its copy.
     void copyFrom(const ConformingInserter& other, const PointerMap<ConstraintSegment2*>& mSegments) {
         pieces_.copyFrom(other.pieces_, mSegments);
         halvingQuota_ = other.halvingQuota_;

@@ -23,7 +23,7 @@ class ConformingPieces {
     }
     /// Forgets a segment that is about to be deleted.
     void forget(const ConstraintSegment2* pCSeg);
-    /// Remembers the same of the copies of the segments.
+    /// Copies the other object's records, with each segment replaced by its copy.
     void copyFrom(const ConformingPieces& other, const PointerMap<ConstraintSegment2*>& mSegments);
     /// Moves all suspects to vTaken.
     void takeSuspects(std::vector<ConstraintSegment2*>& vTaken);

@@ -18,7 +18,7 @@ class Establisher {
     Establisher(const Establisher&) = delete;
     Establisher& operator=(const Establisher&) = delete;
 
-    /// Becomes the same about the copies of the segments.
+    /// Copies the other establisher's state, with each segment replaced by its copy.
     void copyFrom(const Establisher& other, const PointerMap<ConstraintSegment2*>& mSegments) {
         segmentInserter_.copyQuotas(other.segmentInserter_);
         conformingInserter_.copyFrom(other.conformingInserter_, mSegments);

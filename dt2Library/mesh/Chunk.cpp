@@ -15,8 +15,8 @@
 // until it finds a triangle in A. From there it walks through triangles in A and looks at their neighbours, which have
 // two corners in A: all their words may be read, so that the place of a link in the neighbour is found as on one
 // thread. A vertex that is inserted lies in A, in a triangle in A. Coordinates do not change at all. Fresh records
-// belong to the chunk alone. The map of duplicates has a mutex of its own. What a thread wrote is seen by the next one
-// through the mutex of the inserter.
+// belong to the chunk alone. The map of duplicates has a mutex of its own. A thread's writes are visible to the next
+// thread through the mutex of the inserter.
 //
 // The extended box must contain nearly all triangles that the insertions change, or too many vertices are left over. A
 // circumcircle that contains a point of the chunk's box meets the border of that box or lies inside. Circles become

@@ -39,8 +39,8 @@ Dt2::Dt2(unsigned numExpectedVertices)
 
 Dt2::~Dt2() = default;
 
-/// Records are copied to places of the same order, dead ones too, and relinked: so all lists of the copy, and all that is done
-/// to it later, have the order that they would have here.
+/// All records are copied, dead ones included, in an order that preserves that of their addresses, and relinked. So all
+/// lists of the copy have the order of the original's, and later operations have equal results.
 std::unique_ptr<Dt2> Dt2::clone() const {
     auto pCopy = std::make_unique<Dt2>(3);
     pCopy->setNumCPU(numCPU_);

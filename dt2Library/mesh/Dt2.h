@@ -45,7 +45,7 @@ class Dt2 : public TriangleMesh {
     explicit Dt2(unsigned numExpectedVertices);
     ~Dt2();
 
-    /// Another engine with the same mesh, constraints and settings, and without zones, listeners and flag.
+    /// Another engine with equal mesh, constraints and settings, but without zones, listeners and cancel flag.
     std::unique_ptr<Dt2> clone() const;
 
     int setNumCPU(int n);

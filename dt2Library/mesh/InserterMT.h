@@ -12,9 +12,9 @@
 namespace LUMO_TARO25D {
 
 /// One parallel bulk insertion: a coarse mesh first, then chunks of the rest on several threads, never at the same time
-/// two whose extended boxes touch. Of two such chunks the same one always comes first, so that the mesh depends neither
-/// on the number of threads nor on their speed. Four temporary vertices at the corners of a box around all points, the
-/// fake box, keep every point off the hull.
+/// two whose extended boxes touch. Two such chunks always come in one order, so that the mesh depends neither on the
+/// number of threads nor on their speed. Four temporary vertices at the corners of a box around all points, the fake
+/// box, keep every point off the hull.
 class InserterMT {
   public:
     explicit InserterMT(Dt2& mesh) : mesh_(mesh) {}

@@ -20,12 +20,12 @@ class MeshSlot {
     MeshSlot& operator=(const MeshSlot&) = delete;
     virtual ~MeshSlot() = default;
 
-    /// Gives a copy of the mesh the same, about its own records; nothing is given where this is not overridden.
+    /// Gives a copy of the mesh this slot's state, with each record replaced by its copy. Does nothing by default.
     virtual void copyTo(Dt2& /*copy*/, const RecordCopies<Point2>& /*vertices*/) const {}
 };
 
-/// The slots of one mesh: at most one object of each class, made on first use. They are destroyed with the mesh, the
-/// last one first.
+/// The slots of one mesh: at most one object of each class, made on first use. They are destroyed with the mesh, in
+/// reverse order.
 class MeshSlots {
   public:
     MeshSlots() = default;

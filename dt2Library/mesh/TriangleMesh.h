@@ -59,7 +59,8 @@ class TriangleMesh {
     RecordCopies<Triangle2> layOutLike(const TriangleMesh& other, int numThreads) {
         return RecordCopies<Triangle2>(other.trianglePool_, trianglePool_, numThreads);
     }
-    /// Becomes the same mesh about the copies of vertices and triangles; what edges are constraints is left to their keeper.
+    /// Copies the other mesh, with each vertex and triangle replaced by its copy, but without its set of constraint
+    /// edges.
     void copyFrom(const TriangleMesh& other, const RecordCopies<Point2>& vertices,
                   const RecordCopies<Triangle2>& triangles);
 

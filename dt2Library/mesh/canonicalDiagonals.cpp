@@ -4,21 +4,19 @@
 // quadrilateral is Delaunay. The rule: an open edge ends at the smallest (by x, then y) of the four vertices. Edges that break
 // the rule are flipped until there are none.
 //
-// All other edges are in every (constrained) Delaunay triangulation of these vertices and constraints. Triangles that are
-// connected over open edges have one circumcircle; they make up a convex polygon with all its vertices on that circle, and
-// these polygons depend on vertices and constraints alone. So only the triangulation of each polygon is open.
+// All other edges are in every (constrained) Delaunay triangulation of these vertices and constraints. Triangles that
+// are connected over open edges have one circumcircle; they make up a convex polygon with all its vertices on that
+// circle, and these polygons depend on vertices and constraints alone. So only the triangulation of each polygon is
+// open. Uniqueness: let s be the smallest vertex of such a polygon, in a triangulation without open edges that break
+// the rule. If a triangle (s, p, q) had an inner edge p-q opposite s, with a triangle (q, p, r) behind it, then p-q
+// would be open, and s, the smallest of the four, would not be one of its ends. So all triangles at s have their
+// opposite edge on the border, that is, the triangulation is the fan from s.
+// Termination: a flip gives the smallest vertex of a quadrilateral one more edge and takes edges only from larger ones.
+// Written in the order of the vertices, the numbers of their edges grow lexicographically with each flip, and there are
+// finitely many triangulations.
 //
-// Unique: let s be the smallest vertex of such a polygon, in a triangulation without open edges that break the rule. If a
-// triangle (s, p, q) had an inner edge p-q opposite s, with a triangle (q, p, r) behind it, then p-q would be open, and s,
-// the smallest of the four, would not be one of its ends. So all triangles at s have their opposite edge on the border, that
-// is, the triangulation is the fan from s.
-//
-// Ends: a flip gives the smallest vertex of a quadrilateral one more edge and takes edges only from larger ones. Written in the
-// order of the vertices, the numbers of their edges grow lexicographically with each flip, and there are finitely many
-// triangulations.
-//
-// The fan depends only on the vertices on the circle, not on the rest of the mesh. (Dyken and Floater 2006 reach the
-// same by preferred directions.) One in-circle test for each edge, and constant time for each flip.
+// The fan depends only on the vertices on the circle, not on the rest of the mesh. (Dyken and Floater 2006 obtain
+// uniqueness by preferred directions.) One in-circle test for each edge, and constant time for each flip.
 
 #include "mesh/canonicalDiagonals.h"
 

@@ -4,9 +4,10 @@
 // number of vertices is estimated from the area of the zone. The estimate must not refuse a feasible run: it is a lower
 // bound wherever there is one.
 //
-// A triangle whose edges are at most h long has an area of at most 0.433 h^2, also in x-y, whatever the heights. One new
-// vertex makes two triangles more, so a zone of the area A gets at least A / 0.866 h^2 vertices; A / h^2 is less than half
-// of what refinement makes. A limit of the area, a, likewise gives A / 2a. A grid has A / L^2 vertices.
+// A triangle whose edges are at most h long has an area of at most 0.433 h^2, also in x-y, whatever the heights. One
+// new vertex makes two triangles more, so a zone of the area A gets at least A / 0.866 h^2 vertices; A / h^2 is less
+// than half of the number that refinement makes. A limit of the area, a, likewise gives A / 2a. A grid has A / L^2
+// vertices.
 //
 // The growth limit is different: it may be met from the start. But in a Delaunay mesh that is not quite regular, some
 // neighbours differ in area by more than a factor of 1.7, whatever the number of vertices. With a smaller factor each

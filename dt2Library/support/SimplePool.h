@@ -91,9 +91,9 @@ class SimplePool {
         numBefore_ = 0;
     }
 
-    /// Replaces the blocks, which nobody uses, by blocks for as many records as another pool has handed out: in the same order
-    /// as there, and with addresses in the same order. All these records count as handed out. Their memory is provided on
-    /// several threads.
+    /// Replaces the blocks, which must be unused, by blocks for as many records as another pool has handed out. The
+    /// records have the other pool's order, and so have their addresses; all of them count as handed out. Their memory
+    /// is provided on several threads.
     void layOutLike(const SimplePool& other, int numTouchThreads) {
         const size_t numRecords = other.getNumElements();
         if (numRecords == 0) return;

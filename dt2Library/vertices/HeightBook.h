@@ -30,7 +30,7 @@ class HeightBook {
     void forget(const Point2* pVtx);
     /// Appends the recorded pairs of heights that differ by more than a tolerance, in chronological order.
     void getConflicts(double tolerance, std::vector<HeightConflict>& vConflicts) const;
-    /// Becomes the same book about the copies of the vertices.
+    /// Copies the other book, with each vertex replaced by its copy.
     void copyFrom(const HeightBook& other, const RecordCopies<Point2>& vertices);
 
   private:

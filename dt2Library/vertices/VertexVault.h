@@ -171,7 +171,7 @@ class VertexVault {
     RecordCopies<Point2> layOutLike(const VertexVault& other) {
         return RecordCopies<Point2>(other.vertexPool_, vertexPool_, other.numThreads_);
     }
-    /// Becomes the same vault about the copies of the vertices. No insertion is running.
+    /// Copies the other vault, with each vertex replaced by its copy. No insertion may be running.
     void copyFrom(const VertexVault& other, const RecordCopies<Point2>& vertices,
                   const RecordCopies<Triangle2>& triangles);
 

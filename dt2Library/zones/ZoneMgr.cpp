@@ -1,4 +1,4 @@
-// Creation and deletion of zones. What a zone does with its rule is in Zone2.cpp.
+// Creation and deletion of zones. Zone2.cpp evaluates their rules.
 
 #include "zones/ZoneMgr.h"
 

@@ -2,7 +2,7 @@
 
 namespace LUMO_TARO25D {
 
-/// What the cells of a raster say about the surface at their centres.
+/// The property of the surface that the cells of a raster hold, at their centres.
 enum RasterKind {
     RK_LINEAR = 0,  ///< The height on the triangle.
     RK_NATURAL_NEIGHBOUR =
