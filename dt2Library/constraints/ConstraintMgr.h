@@ -97,14 +97,14 @@ class ConstraintMgr : public ConstraintKeeper {
     void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Inserts a vertex for constraints alone. Returns the vertex at that place, and whether it is new.
     std::pair<Point2*, bool> bringVertex(const Point2& place);
-    /// Inserts vertices for constraints alone, in bulk, at places where there are none. Sets the new vertices; those that are
-    /// null have not been inserted when an exception ends the call.
+    /// Inserts vertices for constraints alone, in bulk, at places without vertices, and sets vNew. After an exception
+    /// the elements not inserted are null.
     void bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew);
     /// Segments without owners that a removal has still to delete (GraphRemover).
     const std::vector<ConstraintSegment2*>& getOrphans() const { return vOrphans_; }
     void addOrphan(ConstraintSegment2* pCSeg) { vOrphans_.push_back(pCSeg); }
-    /// Deletes them; their edges have been released. Appends the vertices that were inserted for constraints alone and at
-    /// which no segment ends any more.
+    /// Deletes these segments, whose edges have been released. Appends the vertices that were inserted for constraints
+    /// alone and at which no segment ends any more.
     void discardOrphans(std::vector<Point2*>& vBroughtAlone);
     /// Deletes a graph that owns no segments any more.
     void discard(ConstraintGraph2* pGraph);
@@ -113,7 +113,7 @@ class ConstraintMgr : public ConstraintKeeper {
     /// mesh.
     bool isUnfinished() const { return bUnfinished_ || !vOrphans_.empty(); }
     void setUnfinished(bool bUnfinished) { bUnfinished_ = bUnfinished; }
-    /// What was cancelled before the ends of its segments were in the mesh is not done later.
+    /// Drops the calls that were cancelled before the ends of their segments were in the mesh.
     void forgetPendingCalls() { vPendingCalls_.clear(); }
 
     size_t getNumberOfSegments() const { return vSegments_.size() - numDiscarded_; }
@@ -125,7 +125,7 @@ class ConstraintMgr : public ConstraintKeeper {
     void writeConstraintsBIN(const std::string& prefix) const;
 
   private:
-    /// A call that was cancelled before all ends of its segments were in the mesh.
+    /// A call cancelled before all ends of its segments were in the mesh.
     struct PendingCall {
         std::vector<Segment2> vSegments;
         ConstraintInsertionStrategy cis;
@@ -133,9 +133,9 @@ class ConstraintMgr : public ConstraintKeeper {
     };
 
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
-    /// The last step of what a client asks for: makes conforming pieces Delaunay again, with new points or without.
+    /// The last step of a client's call: makes conforming pieces Delaunay again, with new points or without.
     void finishCall(bool bNewPoints);
-    /// Brings the list of segments into order. Appending them in order costs no more than copying then.
+    /// Sorts the list of segments, after which ordered queries only copy it.
     void tidy();
     /// Appends the segments for which f is true, by the pointers of their ends.
     template <class F>
@@ -143,22 +143,23 @@ class ConstraintMgr : public ConstraintKeeper {
     /// One segment for each pair of different vertices, in input order.
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
-    /// Adds the segments and the graph that makeGraph makes of them; where it throws, nobody owns them, and they go again.
+    /// Adds segments, and the graph that makeGraph makes of them. If makeGraph throws, the segments without owners are
+    /// removed again.
     template <class MakeGraph>
     std::vector<ConstraintSegment2*> addGraph(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                               const MakeGraph& makeGraph);
-    /// What a cancelled call has left is done first.
+    /// Completes calls that were cancelled.
     void goOn();
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
     /// Counts the segments at each vertex from now on.
     void countEnds();
-    /// Whether a record of the list is a segment still.
+    /// Whether a record of the list is still a segment.
     bool isKept(const ConstraintSegment2* pCSeg) const {
         return numDiscarded_ == 0 || segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) == pCSeg;
     }
-    /// Makes a segment and enters it into the list and where segments are looked up.
+    /// Makes a segment and enters it into the list and the index.
     ConstraintSegment2* enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
-    /// Enters copies of the segments of another manager, alone as yet.
+    /// Enters copies of another manager's segments, without graphs.
     void copySegments(const ConstraintMgr& other, const RecordCopies<Point2>& vertices,
                       PointerMap<ConstraintSegment2*>& mSegments);
     /// Frees the records of discarded segments.

@@ -4,16 +4,15 @@
 // triangulation of a region for each crossing. Instead the crossings become vertices in bulk, and the segments then run
 // through them like through any vertex next to them.
 //
-// The older of two segments gives the height of their crossing, linear between the vertices on it. An older constraint of the mesh
-// tells it at once; that of a segment which is no edge yet is known when the segment has run through all its vertices. Crossings
-// with segments that are edges by chance, before their turn, are left to their turn for that reason.
-//
-// Segments that are edges of the mesh cross none of the others that are; so only the others are followed through the mesh, across
-// constraints and past vertices, and compared with each other by their boxes. A crossing is rounded, and the pieces of its
-// segments are bent by that. Where it is farther from all ends and other events on both segments than constraints snap
+// The older of two segments gives the height of their crossing, linear between the vertices on it. That height is known
+// at once for a constraint of the mesh; for a segment that is no edge yet it is known when the segment has passed all
+// its vertices. So crossings with segments that became edges by chance, before their turn, are left to their turn.
+// Segments that are edges do not cross each other; so only the others are followed through the mesh, across constraints
+// and past vertices, and compared with each other by their boxes. A crossing is rounded, which bends the pieces of its
+// segments. Where it is farther from all ends and other events on both segments than constraints snap
 // (SegmentInserter), and so are the ends from the other segment, this makes no difference to the topology.
 //
-// O(n log n + k log k) for n segments with k crossings, besides the triangles that the segments cross.
+// O(n log n + k log k) for n segments with k crossings, plus the number of triangles that the segments cross.
 
 #include "constraints/CrossingFinder.h"
 
@@ -34,9 +33,9 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-// Few crossings are cheaper one after the other: some segments tell beforehand how many each has on average.
-// The search is given up beyond these numbers: pairs of touching boxes for each segment and for each crossing, and
-// crossings that are not used, besides as many as those that are.
+// Few crossings are cheaper one by one: a sample of the segments gives their average number in advance. The search is
+// given up beyond these numbers: pairs of touching boxes for each segment and for each crossing, and crossings that are
+// not used, besides as many as those that are.
 constexpr size_t NUM_SAMPLES = 64, MIN_CROSSINGS_EACH = 6;
 constexpr size_t MAX_PAIRS_EACH = 20, MAX_PAIRS_FOR_CROSSING = 10, MAX_DROPPED = 1000;
 
@@ -192,7 +191,7 @@ bool CrossingFinder::crossEachOther() {
     return true;
 }
 
-/// Counts the crossings of some carriers, of those at one place one.
+/// Counts the crossings of some carriers; crossings at one place count once.
 bool CrossingFinder::areCrossingsMany(SegmentIndex& index, const std::vector<Segment2>& vSegments) {
     const size_t step = std::max<size_t>(1, vSegments.size() / NUM_SAMPLES);
     size_t numSamples = 0, numCrossings = 0;

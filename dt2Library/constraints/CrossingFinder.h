@@ -20,20 +20,21 @@ class ConstraintMgr;
 class Dt2;
 class SegmentIndex;
 
-/// Finds the crossings of segments that are about to be established, with each other and with older constraints of the mesh.
+/// Finds the crossings of segments to be established, with each other and with older constraints of the mesh.
 class CrossingFinder {
   public:
     struct Crossing {
-        Point2 place;   // with the height of the older segment, as if that were straight
-        bool bPending;  // the older segment is no edge yet: it may not be straight
+        Point2 place;   // with the height of the older segment, taken as straight
+        bool bPending;  // the older segment is no edge yet, and may be bent
     };
 
     CrossingFinder(Dt2& mesh, const ConstraintMgr& manager);
 
-    /// The crossings away from the ends of segments, from vertices on them, and from each other, in an order that does not depend on
-    /// addresses. What happens at other crossings depends on the order in which segments are established. Nothing is found
-    /// where the search would take longer than the insertion of one segment after the other: where crossings are few, many segments meet
-    /// at one place, or few of those with touching boxes cross. The ends of the segments are vertices.
+    /// The crossings away from the ends of segments, from vertices on them, and from each other, in an order that does
+    /// not depend on addresses. The result of other crossings depends on the order in which segments are established.
+    /// The list is empty where the search would take longer than inserting the segments one by one: if crossings are
+    /// few, many segments meet at one place, or few segments with touching boxes cross. The ends of the segments must
+    /// be vertices.
     std::vector<Crossing> find(const std::vector<ConstraintSegment2*>& vCSegs);
 
   private:
@@ -45,10 +46,10 @@ class CrossingFinder {
         const Point2 *pSrc, *pTrg;
         double dx, dy, length;
         std::vector<std::uint32_t> vEvents;
-        std::vector<std::pair<double, double>> vClosed;  // parts along segments that are edges before their turn
+        std::vector<std::pair<double, double>> vClosed;  // intervals along segments that became edges before their turn
     };
-    /// A crossing of two carriers or, where the second one is NONE, a vertex on the first one or its crossing with a segment that is
-    /// an edge before its turn.
+    /// A crossing of two carriers. If the second is NONE: a vertex on the first carrier, or its crossing with a segment
+    /// that became an edge before its turn.
     struct Event {
         Point2 place;
         std::array<std::uint32_t, 2> aCarriers;
@@ -77,7 +78,7 @@ class CrossingFinder {
     double clearance_;
     std::vector<Carrier> vCarriers_;
     PointerMap<std::uint32_t> mCarriers_;
-    AddressSet sOwn_;  // the segments that are about to be established
+    AddressSet sOwn_;  // the segments to be established
     std::vector<Event> vEvents_;
 };
 

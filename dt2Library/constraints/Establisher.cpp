@@ -1,6 +1,5 @@
 // The order in which segments become edges.
-//
-// The crossings of the segments become vertices first, as far as they do not depend on the order (CrossingFinder). Then segments
+// First, crossings that do not depend on the order become vertices (CrossingFinder). Then segments
 // are established one after the other, in the order in which clients asked for them, so that older segments
 // are edges by the time younger ones meet them. Each segment takes several passes over its pieces: the leaves of a
 // piece that is split go to the next pass. Pieces of conforming segments are halved and cannot become shorter than
@@ -30,7 +29,7 @@ bool areSameAge(const ConstraintSegment2* pFirst, const ConstraintSegment2* pSec
     return !(pFirst->getAge() < pSecond->getAge()) && !(pSecond->getAge() < pFirst->getAge());
 }
 
-/// Tells the manager that segments may be left that are no edges, where an exception ends the scope.
+/// If an exception ends the scope, notes in the manager that some segments may be no edges.
 class UnfinishedScope {
   public:
     explicit UnfinishedScope(ConstraintMgr& manager) : manager_(manager), numExceptions_(std::uncaught_exceptions()) {}
@@ -135,7 +134,8 @@ void Establisher::establishWithProgress(const std::vector<ConstraintSegment2*>& 
     progress.finish();
 }
 
-/// Under another rule of heights a crossing may change the height of the older segment, too, one after the other.
+/// Under other height rules a crossing may change the height of the older segment too, so crossings must come one by
+/// one.
 void Establisher::insertCrossings(const std::vector<ConstraintSegment2*>& vCSegs) {
     if (bEstablishing_ || vCSegs.size() < 2 || mesh_.takesConstraintsExactly()) return;
     if (mesh_.getHeightBook().getRule() != HR_FIRST) return;

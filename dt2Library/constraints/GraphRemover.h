@@ -18,10 +18,9 @@ class GraphRemover {
     /// Deletes a graph and the segments that no other graph owns; their edges become ordinary ones. With
     /// bRemoveVertices the vertices that were inserted only for these segments are removed too. O(k log k) for k
     /// segments and pieces, plus the number of graphs.
-    ///
-    /// A removal that is cancelled has changed nothing, or `finish` goes on with it and keeps the vertices.
+    /// A cancelled removal has either changed nothing, or is completed by `finish`, which keeps the vertices.
     void remove(ConstraintGraph2* pGraph, bool bRemoveVertices);
-    /// Ends the segments without owners that a cancelled removal has left.
+    /// Removes the segments without owners that a cancelled removal has left.
     void finish() { finish(false); }
 
   private:

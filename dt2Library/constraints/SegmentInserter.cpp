@@ -211,7 +211,7 @@ void SegmentInserter::runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx) 
 
 void SegmentInserter::begin(const ConstraintSegment2* pCSeg, size_t crossingQuota) {
     setCrossingQuota(crossingQuota);
-    // After a cancelled call the segment that it left unfinished goes on; older ones before it reach no new vertices.
+    // After a cancelled call the unfinished segment is continued; older segments before it reach no new vertices.
     if (vReached_.empty()) present_ = pCSeg->getAge();
 }
 
@@ -226,8 +226,8 @@ bool SegmentInserter::isPresent(const ConstraintSegment2* pCSeg) const {
     return !(pCSeg->getAge() < present_) && !(present_ < pCSeg->getAge());
 }
 
-/// runThrough for a piece of the segment that is being established, or of one that it has split. From the first vertex on that awaits its height, the heights at the ends
-/// of pieces are not known yet: giveHeights follows.
+/// runThrough() for a piece of the present segment, or of a segment that it has split. From the first vertex that
+/// awaits its height on, the heights at the ends of pieces are unknown until giveHeights().
 void SegmentInserter::advanceThrough(const ConstraintSegment2* pCSeg, Point2* pVtx) {
     if (pVtx == pCSeg->getSrc() || pVtx == pCSeg->getTrg()) return;
     if (!isPresent(pCSeg)) {
@@ -255,7 +255,7 @@ void SegmentInserter::giveHeights(ConstraintSegment2* const* aPieces, size_t num
     const auto setHeight = [](Point2* pVtx, const Point2& end0, const Point2& end1) {
         pVtx->set(pVtx->x(), pVtx->y(), getHeightOn(end0, end1, pVtx->x(), pVtx->y()));
     };
-    // The segment came from the smaller end: behind a vertex it was straight up to the other end.
+    // The segment was followed from its smaller end: behind a vertex it was straight up to the other end.
     const Point2 *pKnown = vVertices.front(), *pEnd = vVertices.back();
     for (Point2* pVtx : vVertices) {
         if (sReached.contains(pVtx)) continue;

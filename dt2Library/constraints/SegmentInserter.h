@@ -43,14 +43,14 @@ class SegmentInserter {
     /// snaps; otherwise appends the crossing and returns null.
     Point2* getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
                         std::vector<Crossing>& vPairIspCS) const;
-    /// A new vertex at a crossing awaits its height from the first segment that runs through it.
+    /// Announces a new vertex at a crossing, which gets its height from the first segment that runs through it.
     void awaitHeight(const Point2* pVtx) { sAwaiting_.insert(pVtx); }
-    /// The segment that is established from now on, with its own quota of crossings.
+    /// Begins the establishing of a segment, with its own quota of crossings.
     void begin(const ConstraintSegment2* pCSeg, size_t crossingQuota);
-    /// All segments are established: no vertex awaits its height any more.
+    /// Ends the establishing of all segments: no vertex awaits its height any more.
     void end();
-    /// Gives vertices that awaited their height from the present segment the height between the other vertices on it. Its pieces
-    /// are edges, as far as it could be established.
+    /// Sets the heights of vertices that awaited them from the present segment, by interpolation between the other
+    /// vertices on it. The given pieces are edges, as far as the segment could be established.
     void giveHeights(ConstraintSegment2* const* aPieces, size_t num);
     /// Applies the height rule to a vertex on the path of a segment and the height of the segment there; ignores its
     /// ends.
@@ -73,8 +73,8 @@ class SegmentInserter {
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
     AddressSet sAwaiting_;
     ConstraintSegment2::Age present_{0, 0};
-    // On the present segment: vertices that awaited their heights from it, others that it met since, and new ones at crossings
-    // with younger segments, with the heights of those.
+    // On the present segment: vertices that awaited their heights from it; other vertices met since; and new vertices
+    // at crossings with younger segments, with the heights of these.
     std::vector<Point2*> vReached_, vMet_;
     std::vector<std::pair<Point2*, double>> vCrossings_;
 };

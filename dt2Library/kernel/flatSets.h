@@ -48,7 +48,7 @@ class AddressSet {
         });
     }
     bool contains(const void* pRecord) { return (wordOf(pRecord) & bitOf(pRecord)) != 0; }
-    /// Remembers nothing, so that several threads may ask at once.
+    /// Changes no cache, so that several threads may search at the same time.
     bool contains(const void* pRecord) const {
         const std::uint64_t* pWord = findWord(pRecord);
         return pWord && (*pWord & bitOf(pRecord)) != 0;
@@ -77,7 +77,7 @@ class AddressSet {
         }
         return (*pLastPage_)[placeOf(pRecord)];
     }
-    /// Null where nothing near the record is in the set.
+    /// Null if the page of the record is empty.
     const std::uint64_t* findWord(const void* pRecord) const {
         Page* const* ppPage = mPages_.find(mapKeyOf(keyOf(pRecord)));
         return ppPage ? &(**ppPage)[placeOf(pRecord)] : nullptr;

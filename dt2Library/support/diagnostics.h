@@ -8,14 +8,14 @@
 
 namespace LUMO_TARO25D {
 
-/// The connection between an object of the library and its client during a call: texts go to the client, and its wish to
-/// cancel comes from there (see MessageScope).
+/// The connection between an object of the library and its client during a call: it receives messages, and tells
+/// whether the client cancels the call (see MessageScope).
 class MessageSink {
   public:
     virtual ~MessageSink() = default;
-    /// Receives a copy of what the error and warning channels print.
+    /// Receives a copy of the texts of the error and warning channels.
     virtual void receive(const std::string& message) = 0;
-    /// Called at every look of the calling thread (throwIfStopped): time to tell that the call is still going on.
+    /// Called at every cancellation point of the calling thread (throwIfStopped), where progress may be reported again.
     virtual void look() {}
     /// Whether the client wants the call to end. Any thread may ask.
     virtual bool isCancelled() const { return false; }
@@ -90,7 +90,7 @@ class Note {
 bool hasMessageHandler();
 
 /// Keeps the exception that is being handled, thrown by a listener or by the handler of messages, until this thread
-/// calls throwKeptException. If one is kept already, that one stays.
+/// calls throwKeptException. An exception that is kept already stays.
 void keepException();
 /// True if any thread may have kept an exception; one atomic load.
 bool mayHaveKeptException();

@@ -6,8 +6,9 @@
 namespace LUMO_TARO25D {
 
 /// Runs f(threadIdx) once on each of numThreads threads and waits for all of them; with one thread, on the calling
-/// thread. The first exception ends the other threads at their next look (stopping.h) and is rethrown when all have
-/// ended. While it waits, the calling thread looks every millisecond, and calls onWait before, if given.
+/// thread. The first exception ends the other threads at their next cancellation point (stopping.h) and is rethrown
+/// when all have ended. While the calling thread waits, it has a cancellation point every millisecond, and calls onWait
+/// before, if given.
 void runOnThreads(int numThreads, const std::function<void(int)>& f, const std::function<void()>& onWait = nullptr);
 
 /// The least work of a thread, in items that take some ten nanoseconds each: for less, starting a thread costs more
@@ -20,8 +21,8 @@ constexpr size_t MIN_ITEMS_PER_THREAD = 30000;
 size_t numParallelParts(int numThreads, size_t n, size_t minPerThread = MIN_ITEMS_PER_THREAD);
 
 /// Cuts [0, n) into numParallelParts ranges, one for each thread, and each range into blocks, and runs f(begin, end,
-/// threadIdx) on all blocks, those of a thread in their order, with a look between two of them. The cuts depend on the
-/// machine, so no result may depend on them.
+/// threadIdx) on all blocks, those of a thread in their order, with a cancellation point between two of them. The cuts
+/// depend on the machine, so no result may depend on them.
 void parallelFor(int numThreads, size_t n, const std::function<void(size_t, size_t, int)>& f,
                  size_t minPerThread = MIN_ITEMS_PER_THREAD);
 

@@ -9,19 +9,21 @@ namespace LUMO_TARO25D {
 
 class MessageScope;
 
-// How a long call ends before it is done. The client's flag, and exceptions of his listeners and of his handler of
-// messages, are looked at in places where everything is as a client may find it: the call unwinds from there. All that can
-// take longer than 50 ms looks at least that often. Loops of functions that know no mesh look too: the objects whose flags
-// count are known to the thread (MessageScope).
+// Cancellation of long calls. At cancellation points (looks, throwIfStopped) a call reads its client's cancel flag and
+// tests for kept exceptions of listeners and of the message handler; if it must end, it unwinds from there. At each of
+// these points all objects are in a state that a client may find. Every operation that can take longer than 50 ms has
+// one at least that often. Functions without a mesh have them too: each thread knows the objects whose flags apply to
+// its call (MessageScope).
 
-/// Looks once: throws TaroCancelled if the client of the running call has set its flag, or the exception of a listener or of
-/// the handler that was kept. On the calling thread, gives listeners a sign of life if it is due. Some ten nanoseconds.
+/// A cancellation point: throws TaroCancelled if the flag of the running call is set, or an exception kept from a
+/// listener or from the message handler. On the calling thread, repeats the last progress report if one is due. Some
+/// ten nanoseconds.
 void throwIfStopped();
 
-/// Whether a look of this thread may end the call (NoStopScope).
+/// Whether a cancellation point on this thread may end the call (NoStopScope).
 bool mayStop();
 
-/// Looks once in so many steps, for loops whose steps are short.
+/// A cancellation point once in NUM_STEPS steps, for loops whose steps are short.
 template <unsigned NUM_STEPS = 64>
 class Lookout {
   public:
@@ -33,7 +35,7 @@ class Lookout {
     unsigned numSteps_ = 0;
 };
 
-/// Calls f(begin, end) for one range of [begin, end) after the other, and looks between them.
+/// Calls f(begin, end) for successive blocks of [begin, end), with a cancellation point between two blocks.
 template <class F>
 void forEachBlock(size_t begin, size_t end, const F& f) {
     constexpr size_t BLOCK_SIZE = size_t(1) << 15;
@@ -44,7 +46,8 @@ void forEachBlock(size_t begin, size_t end, const F& f) {
     if (begin < end) f(begin, end);
 }
 
-/// A comparison that looks, for sorting long lists. Values are lost from the list where it throws, so it has to be a copy.
+/// A comparison with cancellation points, for sorting long lists. An exception leaves the list without some of its
+/// values, so the list must be a copy.
 template <class Less>
 auto lookingAt(const Less& isLess) {
     return [isLess, lookout = std::make_shared<Lookout<4096>>()](const auto& a, const auto& b) {
@@ -53,7 +56,7 @@ auto lookingAt(const Less& isLess) {
     };
 }
 
-/// For its lifetime, looks of this thread end nothing, since a change is under way that has to be finished.
+/// For its lifetime, cancellation points of this thread do not end the call, since a change must be finished.
 class NoStopScope {
   public:
     NoStopScope();
@@ -62,20 +65,20 @@ class NoStopScope {
     NoStopScope& operator=(const NoStopScope&) = delete;
 };
 
-/// What the workers of a call have to know of it. Made by the calling thread.
+/// The state that a call shares with its workers. Made by the calling thread.
 class CallOfWorkers {
   public:
     CallOfWorkers();
-    /// The workers end at their next look.
+    /// Ends the workers at their next cancellation points.
     void stop() { bStopped_ = true; }
     bool isStopped() const;
 
   private:
-    const MessageScope* pScope_;  // null where nothing may end
+    const MessageScope* pScope_;  // null where the call may not end
     std::atomic<bool> bStopped_{false};
 };
 
-/// For its lifetime, looks of this thread are those of a worker.
+/// For its lifetime, this thread is a worker of a call.
 class WorkerScope {
   public:
     explicit WorkerScope(const CallOfWorkers& call);
@@ -84,7 +87,8 @@ class WorkerScope {
     WorkerScope& operator=(const WorkerScope&) = delete;
 };
 
-/// For tests and benchmarks: called at each look of this thread, before anything else; an empty one is none.
+/// For tests and benchmarks: sets a function that each cancellation point of this thread calls first; an empty function
+/// ends this.
 void setLookObserver(std::function<void()> observer);
 
 }  // namespace LUMO_TARO25D
