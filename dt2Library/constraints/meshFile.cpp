@@ -64,7 +64,7 @@ bool readSegments(Reader& reader, std::vector<Segment2>& vSegments) {
     return true;
 }
 
-/// What a mesh holds before a file is loaded into it.
+/// The state of a mesh before a file is loaded into it.
 class Before {
   public:
     explicit Before(Dt2& mesh) : mesh_(mesh), name_(mesh.getName()) {

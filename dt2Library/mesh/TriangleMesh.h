@@ -51,11 +51,11 @@ class TriangleMesh {
     }
     void getIncidentTriangles(Point2* pVtx, std::vector<Triangle2*>& vIncidentT) const;
     GeomTest& getGeomTest() { return geomTest_; }
-    /// The magnitude of all vertices, for which the predicates hold. A query, which may run on several threads at once, makes
-    /// predicates of its own from it.
+    /// The largest coordinate magnitude of all vertices, which bounds the predicates' errors. Queries may run on
+    /// several threads, so each makes predicates of its own with this bound.
     double getMagnitude() const { return geomTest_.getMaxAbsCoord(); }
 
-    /// Makes a record for each of another mesh; there are none yet.
+    /// Makes a record for each record of another mesh; this mesh must have none.
     RecordCopies<Triangle2> layOutLike(const TriangleMesh& other, int numThreads) {
         return RecordCopies<Triangle2>(other.trianglePool_, trianglePool_, numThreads);
     }

@@ -79,10 +79,10 @@ class TARO25D_API CutAndFill {
     void subscribe(MsgType type, MsgBase* pListener);
     /// Removes a listener; nothing happens when it is not subscribed.
     void unsubscribe(MsgType type, MsgBase* pListener);
-    /// The flag (not owned) that ends `go` before it is done; null, as at first, for none. Any thread may set it at any time;
-    /// `go` looks at it at least every 50 ms and then throws TaroCancelled, as it does where an exception of a listener was
-    /// kept. There are no components then, and `go` may be called again. The flags of the triangulations of both zones
-    /// count too.
+    /// Sets the flag (not owned) that cancels `go`; null, the initial value, for none. Any thread may set the flag at
+    /// any time; `go` tests it at least every 50 ms and throws TaroCancelled once it is set, or if an exception of a
+    /// listener was kept. There are then no components, and `go` may be called again. `go` also obeys the flags of the
+    /// triangulations of both zones.
     void setCancelFlag(const std::atomic<bool>* pFlag);
 
   private:

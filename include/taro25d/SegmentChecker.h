@@ -91,11 +91,11 @@ class TARO25D_API SegmentChecker {
 
     /// Adds a listener (not owned) for one kind of message, unless exactly this pair is present already.
     void subscribe(MsgType type, MsgBase* pListener);
-    /// Takes a listener out again.
+    /// Removes a listener; nothing happens when it is not subscribed.
     void unsubscribe(MsgType type, MsgBase* pListener);
-    /// The flag (not owned) that ends a long query before it is done; null, as at first, for none. Any thread may set it at any
-    /// time; a query looks at it at least every 50 ms and then throws TaroCancelled, as it does where an exception of a
-    /// listener was kept. What it appends to is unchanged then.
+    /// Sets the flag (not owned) that cancels long queries; null, the initial value, for none. Any thread may set the
+    /// flag at any time; a query tests it at least every 50 ms and throws TaroCancelled once it is set, or if an
+    /// exception of a listener was kept. Its output lists are then unchanged.
     void setCancelFlag(const std::atomic<bool>* pFlag);
 
   private:

@@ -490,12 +490,13 @@ class TARO25D_API Taro_2D {
     /// Removes a listener; nothing happens when it is not subscribed.
     void unsubscribe(MsgType type, MsgBase* pListener);
 
-    /// The flag (not owned) that ends long calls; null, as at first, for none. Any thread may set it at any time. A running call
-    /// looks at it at least every 50 ms and throws TaroCancelled once it is set; an exception of a listener or of the message
-    /// handler is kept until that look and ends the call in the same way. The mesh is valid afterwards, and another call
-    /// goes on: points that were inserted stay, constraints that are not edges yet become edges with
-    /// `applyConstraintsAndZones()`, a refinement keeps its vertices, and a file that was being loaded leaves nothing
-    /// behind. Zones and free functions end by the flag of the triangulation of their zones, or of either.
+    /// Sets the flag (not owned) that cancels long calls; null, the initial value, for none. Any thread may set the
+    /// flag at any time. A running call tests it at least every 50 ms and throws TaroCancelled once it is set; an
+    /// exception of a listener or of the message handler is kept until that test and then ends the call too. The mesh
+    /// is valid afterwards, and the next call continues: inserted points stay, segments that are no edges yet become
+    /// edges with `applyConstraintsAndZones()`, a refinement keeps its vertices, and a file that was being loaded
+    /// leaves nothing behind. Functions of zones, and free functions, obey the flags of the triangulations of their
+    /// zones.
     void setCancelFlag(const std::atomic<bool>* pFlag);
 
     /// @}

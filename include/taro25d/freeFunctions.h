@@ -22,7 +22,7 @@ namespace LUMO_TARO25D {
 /// points are equal in x-y. Null pointers and coordinates that are not finite fail with TaroException. Works on
 /// one predicate object for each thread.
 TARO25D_API Orientation2 getOrientation2(const Point2* p0, const Point2* p1, const Point2* p2);
-/// The same on a predicate object of its own for each call.
+/// getOrientation2() with a new predicate object for each call.
 TARO25D_API Orientation2 getOrientation2_mt(const Point2* p0, const Point2* p1, const Point2* p2);
 
 /// The height at (x, y) on the segment a-b: linear along the axis on which a and b differ more (x

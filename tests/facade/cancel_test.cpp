@@ -1,5 +1,5 @@
-// Cancelling. Every operation is ended at 50 of its looks, chosen at random; what is there then must be sound, and the
-// operation, run again, must give what it would have given.
+// Cancellation. Every operation is cancelled at 50 random cancellation points; the state must then be valid, and
+// running the operation again must give the result of an uninterrupted run.
 
 #include "taro25d/TaroCancelled.h"
 
@@ -36,12 +36,12 @@ using Numbers = std::vector<double>;
 struct Operation {
     std::shared_ptr<void> pScene;
     std::function<void()> run;
-    std::function<void()> checkCancelled;  // what must hold after it was cancelled
-    std::function<Numbers()> describe;     // what it has given
+    std::function<void()> checkCancelled;  // the state after a cancelled run
+    std::function<Numbers()> describe;     // the result
 };
 using MakeOperation = std::function<Operation(const std::atomic<bool>* pFlag)>;
 
-/// For its lifetime, calls a function at each look.
+/// For its lifetime, calls a function at each cancellation point.
 class ObserverScope {
   public:
     explicit ObserverScope(std::function<void()> observer) { setLookObserver(std::move(observer)); }
@@ -77,7 +77,7 @@ void testAtRandomMoments(const MakeOperation& make) {
             }
         }
         bFlag = false;
-        if (!bCancelled) continue;  // the last looks may be within a change that has to be finished
+        if (!bCancelled) continue;  // the last cancellation points may be within a change that must be finished
         ++numCancelled;
         operation.checkCancelled();
         operation.run();
@@ -141,7 +141,7 @@ Numbers toNumbers(const Taro_2D& mesh) {
     return toNumbers(vTriangles);
 }
 
-/// A mesh with the flag, and what operations keep beside it.
+/// A mesh with the flag, and objects of the operations.
 struct Scene {
     Scene(const std::atomic<bool>* pFlag, size_t numPoints) {
         if (numPoints > 0) mesh.insert(makeGround(numPoints, 3));
@@ -161,7 +161,7 @@ Operation makeOperation(const std::shared_ptr<Scene>& pScene, std::function<void
     return {pScene, std::move(run), [pScene] { expectValid(*pScene); }, std::move(describe)};
 }
 
-/// An operation of which a mesh is the result.
+/// An operation whose result is a mesh.
 Operation makeOfMesh(const std::shared_ptr<Scene>& pScene, std::function<void()> run) {
     return makeOperation(pScene, std::move(run), [pScene] { return toNumbers(pScene->mesh); });
 }
@@ -234,7 +234,7 @@ TEST_F(CancelTest, ConstraintsAreEstablishedByTheNextCall) {
 }
 
 TEST_F(CancelTest, CrossingsHaveTheirHeightsInTheEnd) {
-    std::vector<Segment2> vLattice;  // a skew one, without four corners on one circle
+    std::vector<Segment2> vLattice;  // oblique, without four corners on one circle
     for (int i = 1; i <= 15; ++i) {
         vLattice.emplace_back(Point2(0.0, 6.0 * i, i), Point2(100.0, 6.0 * i + 0.03 * i * i, i + 50.0));
         vLattice.emplace_back(Point2(6.0 * i, 0.0, 3.0 * i), Point2(6.0 * i - 0.02 * i * i, 100.0, i));
@@ -283,7 +283,7 @@ TEST_F(CancelTest, RefinementGoesOn) {
             params.gridVector = Vector2(1.0, 0.3, 0.0);
             pScene->mesh.refineAdvanced(&params);
         };
-        // Which vertices there are depends on where it was cancelled, the limits do not.
+        // The vertices depend on the point of cancellation, the limits do not.
         const auto describe = [pScene]() -> Numbers {
             expectValid(*pScene);
             const bool bMet = pScene->mesh.checkZoneQuality(pScene->pZone, 25.0, "", AcceptExperimentalFeature());

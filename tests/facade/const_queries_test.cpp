@@ -12,8 +12,8 @@
 #include "support/mesh.h"
 #include "taro25d/taro25d.h"
 
-// What const calls answer on several threads at once. Under the thread sanitizer this shows that none of them writes where
-// another one reads.
+// Const calls on several threads at the same time. The thread sanitizer shows that none of them writes data that
+// another reads.
 
 using namespace LUMO_TARO25D;
 
@@ -22,7 +22,7 @@ namespace {
 using Numbers = std::vector<double>;
 using Query = std::function<Numbers()>;
 
-/// A mesh on which exact arithmetic is needed often, with constraints of both kinds and every kind of zone.
+/// A mesh that often needs exact arithmetic, with constraints of both kinds and every kind of zone.
 struct Scene {
     Scene() {
         mesh.insert(makeGrid(12, 0, 0, 1, random));

@@ -63,7 +63,7 @@ TEST(Facade, ProgressOfBulkInsertionRisesToOne) {
     const struct {
         const char* name;
         std::vector<PointVector> vBatches;  // the last one is watched
-        size_t numUpdates;                  // 0: whatever
+        size_t numUpdates;                  // 0: any number
     } aCases[] = {{"empty mesh", {vUniform}, 100},
                   {"full mesh", {vUniform, makePoints(1000, [&](double i) { return XY(i, -i); })}, 100},
                   {"duplicates only", {vUniform, vUniform}, 100},
