@@ -1,9 +1,9 @@
-// Each edge of the second surface is followed through the mesh of the first one, from a triangle that is known to be at its
-// source: the points are located once, in order. Nothing is changed on the way, so that a crossing costs a few predicates.
+// Each edge of the second surface is followed through the mesh of the first, from a triangle at its source: the points
+// are located once, in order. The mesh does not change, so a crossing costs a few predicates.
 //
-// A crossing is rounded, and the pieces that it divides its edges into are bent by that. Where it is farther from all ends
-// and other crossings of these edges than constraints snap, and so are the ends from the other edge, this makes no difference
-// to the topology. Other crossings are left to the insertion of constraints, which copes with all cases.
+// A crossing is rounded, which bends the two edges. The topology does not change if the crossing is farther from all
+// ends and other crossings of these edges than constraints snap, and so are the ends from the other edge. Other
+// crossings are left to the insertion of constraints, which handles all cases.
 //
 // O(n log n + k log k) for n edges that cross k times, except where points are not in spatial order.
 
@@ -49,7 +49,7 @@ void EdgeCrossings::numberEdgesOfFirst() {
         const Edge& edge = vEdges[e];
         if (!edge.bInner) continue;
         const Triangle2* pN = edge.pT->getOppositeTriangle(edge.i);
-        // One is added to each number, so that 0 is no edge.
+        // Numbers are increased by one, so that 0 denotes no edge.
         mEdges_[edge.pT][static_cast<size_t>(edge.i)] = e + 1;
         mEdges_[pN][static_cast<size_t>(indexOfNeighbour(pN, edge.pT))] = e + 1;
     }
@@ -65,15 +65,15 @@ void EdgeCrossings::locateSecond() {
     }
 }
 
-/// Where the line to q, which goes through corner i of a triangle, leaves the triangles around that. False if it ends there,
-/// runs along an edge, or leaves the mesh.
+/// Finds the edge at which the line to q, through corner i of a triangle, leaves the triangles around that corner.
+/// False if the line ends there, runs along an edge, or leaves the mesh.
 bool EdgeCrossings::passCorner(const Point2* q, Triangle2*& pT, int& i) {
     const Point2* pCorner = pT->getCorner(i);
     return *pCorner != *q && !leaveVertex(geomTest_, pCorner, q, pT, i) && pT;
 }
 
-/// Where the line from a point of the second surface leaves the triangle in which it begins, or the triangles around the
-/// vertex. False where the line begins outside, and where it runs along edges.
+/// Finds the edge at which the line from a point of the second surface leaves its first triangle or, from a vertex, the
+/// triangles around that. False if the line begins outside or runs along edges.
 bool EdgeCrossings::enterFirstMesh(std::uint32_t from, const Point2* q, Triangle2*& pT, int& i) {
     const Point2* p = &aSurfaces_[1].vPoints[from];
     const int code = vLocations_[from].second;
@@ -143,7 +143,7 @@ void EdgeCrossings::note(const Triangle2* pT, int i, std::uint32_t e) {
     vCrossings_.push_back(crossing);
 }
 
-/// Of crossings that are near each other on an edge only the first one stays.
+/// Of crossings near each other on an edge, keeps only the first.
 void EdgeCrossings::keepApart(int ithSurface) {
     sortAlong(ithSurface);
     const Crossing* pLast = nullptr;

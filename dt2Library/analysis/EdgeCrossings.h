@@ -15,8 +15,8 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Places where edges of two surfaces cross, away from the ends of both and from each other, so that rounding cannot bring
-/// them into question. Whatever is next to an end, and crossings with the borders, are left out.
+/// Crossings of the edges of two surfaces that are far enough from the ends of both edges and from each other that
+/// rounding cannot change the topology. Crossings next to an end, and crossings with borders, are left out.
 class EdgeCrossings {
   public:
     /// An edge from triangle i of a list to its neighbour, and its ends in the list of points.
@@ -34,15 +34,16 @@ class EdgeCrossings {
         Point2 place;
         double aHeights[2];       // on the edge of either surface
         std::uint32_t aEdges[2];  // one of either surface
-        double aParameters[2];    // along them, 0 at the source and 1 at the target
+        double aParameters[2];    // along the edges, 0 at the source and 1 at the target
         bool bDropped = false;
     };
 
-    /// The edges of the first surface are those of a mesh, at the places of its vertices.
+    /// The edges of the first surface must be those of the mesh.
     EdgeCrossings(const Dt2& firstMesh, const Surface& first, const Surface& second);
 
     const std::vector<Crossing>& getCrossings() const { return vCrossings_; }
-    /// For each edge of a surface, in order, visit(edge, crossings), by number, from the source to the target.
+    /// Calls visit(edge, crossings) for each edge of a surface in order, with the numbers of its crossings from source
+    /// to target.
     template <class VisitT>
     void forEachEdge(int ithSurface, const VisitT& visit) const {
         size_t k = 0;

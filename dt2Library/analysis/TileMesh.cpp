@@ -1,18 +1,18 @@
-// The tile of a large triangulation.
+// One tile of a large triangulation.
 //
-// A star is that of the whole triangulation if no point lies inside the circle of one of its triangles, and none beyond one
-// of its hull edges; if none that is missing lies on a circle either, diagonals that circles leave open are chosen as in the
-// whole (canonicalDiagonals.cpp). The places where a point would change the star of v are those that can be joined to v by a
-// disc without a point in it. With more points there are fewer such discs. So what has once been offered and did not matter
-// never matters later, and whoever offers all points of all boxes that are reached at one time is done. (The method: Caraffa,
-// Memari, Yirci, Brédif 2019, who exchange points until nothing changes.)
+// A star equals that of the whole triangulation if no point of the whole lies inside a circumcircle of its triangles or
+// beyond one of its hull edges. If moreover no missing point lies on such a circle, ties between diagonals are decided
+// as in the whole (canonicalDiagonals.cpp). A point changes the star of v exactly if some disc has both on its border
+// and no other point inside. With more points there are fewer such discs: a point that once did not matter never
+// matters later, so it suffices to offer all points of the boxes reached at one time. (The method: Caraffa, Memari,
+// Yirci, Brédif 2019, who exchange points until nothing changes.)
 //
-// Whether a point matters is decided exactly. The triangles that have it inside or on their circles, together with the
-// hull edges that see it, are connected, and begin where the point is. They lie around no vertex, so that walking away from
-// there meets none of them twice.
+// The test whether a point matters is exact. The triangles whose circumcircles contain the point, border included,
+// together with the hull edges visible from it, are connected, and begin at the point's place. They surround no vertex,
+// so that a search away from that place meets none of them twice.
 //
-// Which boxes are reached is decided by discs that are larger than the circles by more than rounding. The circle of three
-// corners that are nearly on one line is, for the same purpose, the half-plane behind the longest edge.
+// The test whether a box is reached is conservative: it uses discs larger than the circumcircles by more than the
+// rounding errors, and for three nearly collinear corners the half-plane behind the longest edge.
 
 #include "analysis/TileMesh.h"
 
@@ -31,11 +31,11 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr double EPSILON = std::numeric_limits<double>::epsilon();
-/// Products below may have lost bits to underflow.
+/// Products below this may have lost bits to underflow.
 constexpr double SMALLEST_PRODUCT = 1e-280;
-/// A determinant that is known to fewer bits than this tells nothing about the radius.
+/// The largest relative error of a determinant from which a radius is computed.
 constexpr double LARGEST_DOUBT = 1.0 / (1 << 20);
-/// How far the circle of such a triangle bulges over its longest edge, relative to that, is less than this.
+/// An upper bound for the height of such a triangle's circumcircle above its longest edge, relative to that edge.
 constexpr double BULGE = 1.0 / (1 << 28);
 
 Point2 pointAt(const double* a) { return Point2(a[0], a[1], a[2]); }
@@ -62,7 +62,7 @@ void TileMesh::enter(Point2* pVtx) {
 void TileMesh::insert(const double* aCoordinates, size_t num) {
     if (num == 0) return;
     std::vector<Point2*> vHandles(num);
-    // The library takes a pointer that is not const, and only reads.
+    // The library takes a non-const pointer, but only reads.
     mesh_.insert(static_cast<int>(num), const_cast<double*>(aCoordinates), vHandles.data());
     for (Point2* pVtx : vHandles) enter(pVtx);
 }
@@ -181,9 +181,10 @@ void TileMesh::findReached(const double* aBoxes, size_t num, std::vector<std::ui
     }
 }
 
-// ---- What the tile owns ----
+// ---- Owned triangles ----
 
-/// The triangles with one circle are connected over their edges; those with two watched corners at an edge are in the stars.
+/// Appends the points of other tiles on a triangle's circumcircle. Triangles with one circumcircle are connected over
+/// their edges; a neighbour at an edge with a watched end belongs to a star itself.
 void TileMesh::collectTies(const Triangle2* pT, std::vector<Point2*>& vHalo) {
     GeomTest& geomTest = dt2_.getGeomTest();
     vCavity_.assign(1, {pT, nullptr});

@@ -11,28 +11,30 @@
 
 namespace LUMO_TARO25D {
 
-/// One tile of a triangulation that is too large for one machine: the tile's own points, and as many points of other tiles
-/// as it takes to make the stars of its own vertices (the triangles around them) those of the whole.
+/// One tile of a triangulation too large for one machine: the tile's own points, and enough points of other tiles that
+/// the stars of its own vertices (the triangles around them) equal those of the whole triangulation.
 ///
-/// Points are (x, y, z) triples of finite numbers. Points of other tiles stand outside the box of the tile's own points.
+/// Points are (x, y, z) triples of finite numbers. Points of other tiles must lie outside the box of the tile's own
+/// points.
 class TileMesh {
   public:
-    /// Takes the tile's own points, all at different places. They get the numbers from 0 on.
+    /// Inserts the tile's own points, no two of which coincide. They are numbered from 0.
     TileMesh(const double* aCoordinates, size_t num);
 
     /// Inserts points of other tiles.
     void insert(const double* aCoordinates, size_t num);
-    /// Inserts those points of other tiles that lie inside or on the circle of a star that is to be certified, or beyond one
-    /// of its hull edges; the others change none of these stars, whatever is inserted later. Only where is2D().
+    /// Inserts those of the given points of other tiles that lie inside or on a circumcircle of a star to be certified,
+    /// or beyond a hull edge of such a star. The others change none of these stars, whatever is inserted later.
+    /// Requires is2D().
     void offer(const double* aCoordinates, size_t num);
-    /// Tells which boxes (x and y of the lower corner, then of the upper one) may hold such points. Errs on the side of
-    /// telling too many. Only where is2D().
+    /// Marks the boxes (x and y of the lower corner, then of the upper corner) that may hold such points; conservative.
+    /// Requires is2D().
     void findReached(const double* aBoxes, size_t num, std::vector<std::uint8_t>& vReached) const;
 
-    /// The triangles that the tile owns: those whose smallest corner (by x, then y) is one of its own points. Numbers of
-    /// corners, counterclockwise from the smallest; the order follows from the numbers of the own points. Numbers from that
-    /// of own points on stand for vHalo: the points of other tiles, by x, then y, that the stars have on their circles. To be
-    /// called when no box holds points that are missing. Makes the diagonals canonical.
+    /// The triangles that the tile owns: those whose smallest corner (by x, then y) is one of its own points, as
+    /// numbers of corners, counterclockwise from the smallest, in the order of the own points. Numbers after those of
+    /// own points denote the points in vHalo: those of other tiles on the circumcircles of the stars, by x, then y.
+    /// Must be called when no box holds missing points. Makes the diagonals canonical.
     void getOwned(std::vector<double>& vHalo, std::vector<std::int32_t>& vTriangles);
 
     bool is2D() const { return mesh_.is2D(); }
@@ -40,7 +42,8 @@ class TileMesh {
     Taro_2D& getMesh() { return mesh_; }
 
   private:
-    /// A convex region with all places that can change a star: a disc, or the right side of a line through (x, y).
+    /// A convex region that contains all places of points that can change a star: a disc, or the right side of a line
+    /// through (x, y).
     struct Reach {
         double x, y;
         double radius;  // negative for a half-plane
@@ -66,9 +69,9 @@ class TileMesh {
     Dt2& dt2_;
     int numOwn_ = 0;
     Bbox2 ownBox_;
-    std::vector<bool> vWatched_;  // by number of vertex: whether its star is to be certified
+    std::vector<bool> vWatched_;  // by vertex number: whether its star is to be certified
     std::vector<std::pair<const Triangle2*, const Triangle2*>>
-        vCavity_;  // a stack, with the triangle from which each was found
+        vCavity_;  // a stack of triangles, each with the triangle it was reached from
 };
 
 }  // namespace LUMO_TARO25D

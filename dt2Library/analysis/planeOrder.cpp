@@ -70,7 +70,7 @@ std::vector<Triangle2*>::iterator findSmallest(std::vector<Triangle2*>& vTriangl
 std::vector<Triangle2*> getTrianglesInPlaneOrder(const Zone2& zone) {
     std::vector<Triangle2*> vTriangles;
     zone.getTriangles(vTriangles);
-    // Combined zones give them in the order of their addresses.
+    // Combined zones return their triangles in the order of addresses.
     const ZoneLocation zoneLoc = zone.getZoneLocation();
     if (zoneLoc >= ZL_RESULT_UNION && zoneLoc <= ZL_RESULT_SYMMETRIC_DIFFERENCE) {
         std::sort(vTriangles.begin(), vTriangles.end(), lookingAt(isBefore));

@@ -18,7 +18,7 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The smallest height of a triangle, seen from above.
+/// The smallest height of a triangle in x-y.
 double getWidth(const Triangle2* pT) {
     const double area = getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
     return 2.0 * area / std::sqrt(pT->getMaxSqEdgeLen2D());
@@ -40,7 +40,7 @@ double getRoundingDistance(const Bbox2& box) {
 }
 
 double getClearance(double magnitude) {
-    return std::max(MIN_SLIVER_WIDTH, 4.0 * END_ZONE * magnitude);  // either segment may be bent, at both sides
+    return std::max(MIN_SLIVER_WIDTH, 4.0 * END_ZONE * magnitude);  // either segment may be bent, on both sides
 }
 
 void peelSlivers(std::vector<Triangle2*>& vTriangles) {

@@ -10,21 +10,22 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Whether constraints along the sides of a triangle may merge, since they are bent to vertices that are near. Not where
-/// all triangles are that small.
+/// Whether a triangle is so thin that constraints along its sides may merge, since constraints snap to near vertices. A
+/// triangle that is small in all directions is no sliver.
 bool isSliver(const Triangle2* pT);
-/// Lengths that mean nothing on some ground: what coordinates may be off by after some arithmetic, and what is too small to
-/// count in any volume.
+/// The length below which distances on some ground are negligible: within the rounding errors of coordinates, or too
+/// small to count in any volume.
 double getRoundingDistance(const Bbox2& box);
-/// How far a crossing, or a zero, must be from the ends of its edges so that constraints there are not made one, for
-/// coordinates up to a magnitude.
+/// The distance that a crossing or a zero must have from the ends of its edges so that constraints do not merge there,
+/// for coordinates up to a magnitude.
 double getClearance(double magnitude);
-/// Takes away triangles at the border that are there only because rounding has put points beside a straight line. Across
-/// their tiny width the ground may rise or fall by any height.
+/// Removes triangles at the border that exist only because rounding has moved points off a straight line. Across their
+/// tiny width heights may differ by any amount.
 void peelSlivers(std::vector<Triangle2*>& vTriangles);
-/// For a point that rounding has moved off the surface: the triangle whose side at the hull is nearest to it.
+/// The triangle whose hull edge is nearest to a point that rounding has moved off the surface.
 Triangle2* getNearestHullTriangle(const Dt2& dt2, const Point2& point);
-/// From a sliver, whose height at a point says little about the ground there, to the nearest other triangle beside it.
+/// The triangle itself or, for a sliver, whose height at a point is unreliable, the nearest triangle beside it that is
+/// no sliver.
 Triangle2* leaveSlivers(Triangle2* pT, const Point2& point);
 
 }  // namespace LUMO_TARO25D

@@ -7,6 +7,7 @@
 // The older of two segments gives the height of their crossing, linear between the vertices on it. That height is known
 // at once for a constraint of the mesh; for a segment that is no edge yet it is known when the segment has passed all
 // its vertices. So crossings with segments that became edges by chance, before their turn, are left to their turn.
+//
 // Segments that are edges do not cross each other; so only the others are followed through the mesh, across constraints
 // and past vertices, and compared with each other by their boxes. A crossing is rounded, which bends the pieces of its
 // segments. Where it is farther from all ends and other events on both segments than constraints snap

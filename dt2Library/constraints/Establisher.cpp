@@ -1,9 +1,10 @@
 // The order in which segments become edges.
-// First, crossings that do not depend on the order become vertices (CrossingFinder). Then segments
-// are established one after the other, in the order in which clients asked for them, so that older segments
-// are edges by the time younger ones meet them. Each segment takes several passes over its pieces: the leaves of a
-// piece that is split go to the next pass. Pieces of conforming segments are halved and cannot become shorter than
-// doubles allow, so the limit on passes is reached only if rounding makes segments split each other again and again.
+//
+// First, crossings that do not depend on the order become vertices (CrossingFinder). Then the segments are established
+// one after the other, in the order in which clients asked for them, so that older segments are edges by the time
+// younger ones meet them. Each segment takes several passes over its pieces: the leaves of a piece that is split go to
+// the next pass. Pieces of conforming segments are halved and cannot become shorter than doubles allow, so the limit on
+// passes is reached only if rounding makes segments split each other again and again.
 
 #include "constraints/Establisher.h"
 

@@ -18,6 +18,7 @@ class GraphRemover {
     /// Deletes a graph and the segments that no other graph owns; their edges become ordinary ones. With
     /// bRemoveVertices the vertices that were inserted only for these segments are removed too. O(k log k) for k
     /// segments and pieces, plus the number of graphs.
+    ///
     /// A cancelled removal has either changed nothing, or is completed by `finish`, which keeps the vertices.
     void remove(ConstraintGraph2* pGraph, bool bRemoveVertices);
     /// Removes the segments without owners that a cancelled removal has left.

@@ -7,10 +7,13 @@
 // All other edges are in every (constrained) Delaunay triangulation of these vertices and constraints. Triangles that
 // are connected over open edges have one circumcircle; they make up a convex polygon with all its vertices on that
 // circle, and these polygons depend on vertices and constraints alone. So only the triangulation of each polygon is
-// open. Uniqueness: let s be the smallest vertex of such a polygon, in a triangulation without open edges that break
-// the rule. If a triangle (s, p, q) had an inner edge p-q opposite s, with a triangle (q, p, r) behind it, then p-q
-// would be open, and s, the smallest of the four, would not be one of its ends. So all triangles at s have their
-// opposite edge on the border, that is, the triangulation is the fan from s.
+// open.
+//
+// Uniqueness: let s be the smallest vertex of such a polygon, in a triangulation without open edges that break the
+// rule. If a triangle (s, p, q) had an inner edge p-q opposite s, with a triangle (q, p, r) behind it, then p-q would
+// be open, and s, the smallest of the four, would not be one of its ends. So all triangles at s have their opposite
+// edge on the border, that is, the triangulation is the fan from s.
+//
 // Termination: a flip gives the smallest vertex of a quadrilateral one more edge and takes edges only from larger ones.
 // Written in the order of the vertices, the numbers of their edges grow lexicographically with each flip, and there are
 // finitely many triangulations.

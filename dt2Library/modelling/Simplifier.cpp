@@ -1,7 +1,9 @@
 // Greedy insertion, and thinning.
+//
 // Every point that is no vertex is in the bucket of the triangle that holds it (PointBuckets). The point farthest from
 // the surface becomes a vertex, again and again, until the limits hold (Garland and Heckbert 1995). A point changes its
 // bucket O(log n) times on average.
+//
 // Early vertices may be superfluous in the end. A vertex stays if its own point would be too far from the surface
 // without it (removalPreview); any other vertex is removed on trial, and inserted again, at the same record, if a point
 // around it is then too far. Where four points lie on one circle reinsertion may give the other diagonal, so thinning
