@@ -75,6 +75,23 @@ bool isSimple(const PointVector& vCorners) {
     return n >= 3;
 }
 
+/// Whether a corner lies next to a side that does not end there, so that rounding decides whether the polygon is simple.
+bool isNextToItself(const PointVector& vCorners) {
+    const size_t n = vCorners.size();
+    double largest = 0.0;
+    for (const Point2& p : vCorners) largest = std::max({largest, std::abs(p.x()), std::abs(p.y())});
+    for (size_t i = 0; i < n; ++i) {
+        const Point2 &a = vCorners[i], &b = vCorners[(i + 1) % n];
+        const double dx = b.x() - a.x(), dy = b.y() - a.y(), length = std::hypot(dx, dy);
+        for (const Point2& p : vCorners) {
+            const double along = (dx * (p.x() - a.x()) + dy * (p.y() - a.y())) / length;
+            const double aside = (dx * (p.y() - a.y()) - dy * (p.x() - a.x())) / length;
+            if (p != a && p != b && along > 0.0 && along < length && std::abs(aside) < 0x1p-48 * largest) return true;
+        }
+    }
+    return false;
+}
+
 class Run {
   public:
     explicit Run(Input& input) : input_(input), coordinates_(input, Frame::choose(input, Frame::NUM_ROOMY)) {
@@ -482,6 +499,7 @@ class Run {
         const size_t numPoints = mesh_.numberOfPoints();
         Zone2* pZone = mesh_.createZone_cookieCutter(vSides);
         require(bSimple || (!pZone && mesh_.numberOfPoints() == numPoints), "only simple polygons cut something out");
+        if (isNextToItself(vCorners) && !pZone) return;
         if (!bSimple || !isSound() || !mesh_.is2D()) return;
         checkHeights(vSamples);
         const TriangleSet sZone = pZone ? setOf(pZone) : TriangleSet();
