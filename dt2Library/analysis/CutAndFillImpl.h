@@ -10,6 +10,7 @@
 #include "analysis/EdgeCrossings.h"
 #include "analysis/HeightMap.h"
 #include "kernel/VertexPairMap.h"
+#include "kernel/flatSets.h"
 #include "kernel/tools.h"
 #include "support/Progress.h"
 #include "support/RecordMap.h"
@@ -126,7 +127,8 @@ class CutAndFillImpl {
     }
     static void cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLine);
     void insertZeros(const Cuts& cuts);
-    static void dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces);
+    static void dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces,
+                             AddressSet& sOnPieces);
     std::vector<VertexPair> joinZeros(const Cuts& cuts, const VertexPairMap<Point2>& mZeros) const;
     void realCut(const Cuts& cuts);
     Point2* splitAtZero(const CutHelper& cut);
@@ -137,7 +139,7 @@ class CutAndFillImpl {
     void groupT2(const std::vector<Triangle2*>& vTriangles);
 
     Surface aSurfaces_[2];  // before, after
-    Lines aLines_[3];       // the edges of both surfaces, and the zero line
+    Lines aLines_[3];       // the edges of both surfaces; the zero line, with other edges that it has divided
     Progress progress_;
     Taro_2D combined_;
     Bbox2 overlap_;

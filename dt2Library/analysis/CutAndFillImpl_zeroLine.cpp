@@ -144,23 +144,36 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
         heights_[vHandles[k]].aHeights[0] = heights_[vHandles[k]].aHeights[1] = cut.height;
         setToZero(vHandles[k]);
     }
-    for (Lines& lines : aLines_) dividePieces(mZeros, lines.vPieces);
+    AddressSet sOnPieces;
+    for (Lines& lines : aLines_) dividePieces(mZeros, lines.vPieces, sOnPieces);
     for (const CutHelper& cut : cuts.vCuts) {
         if (!cut.bMerged) continue;
         setToZero(cut.edge.first);
         mZeros.add(cut.edge.first, cut.edge.second, cut.edge.first);
     }
-    aLines_[2].vPieces = joinZeros(cuts, mZeros);
+    std::vector<VertexPair>& vPieces = aLines_[2].vPieces;
+    vPieces = joinZeros(cuts, mZeros);
+    // A threshold bends the difference within a cell, so that diagonals which are divided have to stay as well.
+    for (size_t k = 0; k < vHandles.size(); ++k) {
+        if (sOnPieces.contains(vHandles[k])) continue;
+        for (Point2* pEnd : {vInserted[k]->edge.first, vInserted[k]->edge.second}) {
+            if (pEnd != vHandles[k]) vPieces.emplace_back(pEnd, vHandles[k]);
+        }
+    }
 }
 
-void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces) {
+void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces,
+                                  AddressSet& sOnPieces) {
     std::vector<VertexPair> vDivided;
     vDivided.reserve(vPieces.size() + vPieces.size() / 2);
     Lookout<> lookout;
     for (const VertexPair& piece : vPieces) {
         lookout.look();
         Point2* pZero = isMixed(piece) ? mZeros.find(piece.first, piece.second) : nullptr;
-        if (pZero) vDivided.emplace_back(piece.first, pZero);
+        if (pZero) {
+            sOnPieces.insert(pZero);
+            vDivided.emplace_back(piece.first, pZero);
+        }
         vDivided.emplace_back(pZero ? pZero : piece.first, piece.second);
     }
     vPieces.swap(vDivided);

@@ -565,6 +565,19 @@ std::string printedByCut(const PointVector& vBefore, const PointVector& vAfter, 
 
 }  // namespace
 
+TEST(CutAndFill, DividedDiagonalsStayUnderAThreshold) {
+    // The numbers are those of cutting edge by edge. Where the mesh is made Delaunay across divided diagonals, there are more.
+    Random r(1);
+    Surface before(makeScattered(1000, 0, 0, 100, 100, r, 10)), after(makeScattered(1000, 0, 0, 100, 100, r, 10));
+    CutAndFill caf(before.pZone, after.pZone, 2);
+    caf.go();
+    size_t aNumbers[3] = {0, 0, 0};
+    for (size_t i = 0; i < caf.getNumberOfComponents(); ++i) ++aNumbers[caf.getComponent(i)->getCAFType()];
+    EXPECT_EQ(aNumbers[CT_NO_CHANGE], 321u);
+    EXPECT_EQ(aNumbers[CT_CUT], 79u);
+    EXPECT_EQ(aNumbers[CT_FILL], 114u);
+}
+
 TEST(CutAndFill, AZeroThatRoundsToTheEndOfItsEdgeIsThatEnd) {
     const PointVector vBefore = makeRectangle(0, 0, 3, 3);
     PointVector vAfter = vBefore;
