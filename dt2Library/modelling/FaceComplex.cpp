@@ -33,17 +33,15 @@
 
 namespace LUMO_TARO25D {
 
-FaceComplex::FaceComplex(const std::vector<Point2*>& vPlaces, Numbers vCorners, GeomTest& geomTest, Progress& progress)
-    : vPlaces_(vPlaces),
-      vCorners_(std::move(vCorners)),
-      numGiven_(vCorners_.size() / 3),
-      geomTest_(geomTest),
-      progress_(progress) {}
+FaceComplex::FaceComplex(const std::vector<Point2*>& vPlaces, const Numbers& vGiven, GeomTest& geomTest,
+                         Progress& progress)
+    : vPlaces_(vPlaces), vGiven_(vGiven), numGiven_(vGiven.size() / 3), geomTest_(geomTest), progress_(progress) {}
 
 bool FaceComplex::build() {
     sortBySmallestCorner();
     if (!turnCounterclockwise()) return false;
     vOther_.assign(vCorners_.size(), NONE);
+    throwIfStopped();
     Numbers vEdges(vCorners_.size());
     std::iota(vEdges.begin(), vEdges.end(), Number(0));
     return linkEdges(vEdges) && fillPockets();
@@ -71,29 +69,35 @@ bool FaceComplex::turnCounterclockwise() {
 /// Places are in spatial order, so that neighbours get near each other in memory.
 void FaceComplex::sortBySmallestCorner() {
     const auto getSmallest = [this](size_t f) {
-        return std::min({vCorners_[3 * f], vCorners_[3 * f + 1], vCorners_[3 * f + 2]});
+        return std::min({vGiven_[3 * f], vGiven_[3 * f + 1], vGiven_[3 * f + 2]});
     };
-    Numbers vBegin(vPlaces_.size() + 1, 0), vSorted(vCorners_.size());
-    for (size_t f = 0; f < numGiven_; ++f) ++vBegin[getSmallest(f) + 1];
+    Numbers vBegin(vPlaces_.size() + 1, 0);
+    vCorners_.resize(vGiven_.size());
+    forEachBlock(0, numGiven_, [&](size_t begin, size_t end) {
+        for (size_t f = begin; f < end; ++f) ++vBegin[getSmallest(f) + 1];
+    });
     std::partial_sum(vBegin.begin(), vBegin.end(), vBegin.begin());
     for (size_t f = 0; f < numGiven_; ++f) {
         step(f);
         const size_t place = 3 * static_cast<size_t>(vBegin[getSmallest(f)]++);
-        std::copy_n(&vCorners_[3 * f], 3, &vSorted[place]);
+        std::copy_n(&vGiven_[3 * f], 3, &vCorners_[place]);
     }
-    vCorners_.swap(vSorted);
 }
 
 /// The edges of each place that is their smaller end, put together by counting.
 bool FaceComplex::linkEdges(const Numbers& vEdges) {
     Numbers vEnd(vPlaces_.size() + 1, 0);
-    for (const Number edge : vEdges) ++vEnd[std::min(getSrc(edge), getTrg(edge)) + 1];
+    forEachBlock(0, vEdges.size(), [&](size_t begin, size_t end) {
+        for (size_t k = begin; k < end; ++k) ++vEnd[std::min(getSrc(vEdges[k]), getTrg(vEdges[k])) + 1];
+    });
     std::partial_sum(vEnd.begin(), vEnd.end(), vEnd.begin());
     LargeVector<Entry> vEntries(vEdges.size());
-    for (const Number edge : vEdges) {
-        const auto [smaller, larger] = std::minmax({getSrc(edge), getTrg(edge)});
-        vEntries[vEnd[smaller]++] = {larger, edge};
-    }
+    forEachBlock(0, vEdges.size(), [&](size_t begin, size_t end) {
+        for (size_t k = begin; k < end; ++k) {
+            const auto [smaller, larger] = std::minmax({getSrc(vEdges[k]), getTrg(vEdges[k])});
+            vEntries[vEnd[smaller]++] = {larger, vEdges[k]};
+        }
+    });
     Entry* pBegin = vEntries.data();
     for (size_t place = 0; place < vPlaces_.size(); ++place) {
         Entry* const pEnd = vEntries.data() + vEnd[place];

@@ -20,9 +20,9 @@ class FaceComplex {
     using Numbers = LargeVector<Number>;
     static constexpr Number NONE = UINT32_MAX;
 
-    /// The places, no two of which have the same x and y, are not owned; every one is the corner of a face. The corners of a
+    /// Places, no two of which have the same x and y, and three for each face. Not owned; every place is the corner of a face. The corners of a
     /// face come in either orientation. The predicates hold for the places.
-    FaceComplex(const std::vector<Point2*>& vPlaces, Numbers vCorners, GeomTest& geomTest, Progress& progress);
+    FaceComplex(const std::vector<Point2*>& vPlaces, const Numbers& vGiven, GeomTest& geomTest, Progress& progress);
 
     /// Turns the faces counterclockwise, links them, and fills the pockets. False if a face has no area, or faces do not
     /// meet in common edges and corners alone. Counts getNumberOfSteps in any case.
@@ -58,6 +58,7 @@ class FaceComplex {
     void step(size_t i);
 
     const std::vector<Point2*>& vPlaces_;
+    const Numbers& vGiven_;
     Numbers vCorners_, vOther_;
     size_t numGiven_;
     GeomTest& geomTest_;

@@ -4,6 +4,7 @@
 
 #include "modelling/FaceImporter.h"
 
+#include <array>
 #include <utility>
 
 #include "constraints/ConstraintMgr.h"
@@ -42,22 +43,30 @@ bool FaceImporter::run(const char* label, bool bConstraints) {
 
 /// False if a corner is not finite, or has another height than the first one at its place.
 bool FaceImporter::weld() {
-    constexpr size_t NUM_CORNERS_PER_VERTEX = 6, PREFETCH_DISTANCE = 16;
-    PlaceTable table(vCorners_.size() / NUM_CORNERS_PER_VERTEX);
-    vNumbers_.resize(vCorners_.size());
+    constexpr size_t NUM_CORNERS_PER_VERTEX = 6, DISTANCE = 16, NUM_AHEAD = 2 * DISTANCE;
+    const size_t numCorners = vCorners_.size();
+    PlaceTable table(numCorners / NUM_CORNERS_PER_VERTEX);
+    vNumbers_.resize(numCorners);
+    std::array<std::uint64_t, NUM_AHEAD> aHashes{};  // of the next corners, in turn
     bool bSound = true;
-    for (size_t i = 0; i < vCorners_.size(); ++i) {
-        if (i + 2 * PREFETCH_DISTANCE < vCorners_.size()) {
-            table.prefetch(vCorners_[i + 2 * PREFETCH_DISTANCE]);
-            table.prefetchPlace(vCorners_[i + PREFETCH_DISTANCE]);
+    for (size_t ahead = 0; ahead < numCorners + NUM_AHEAD; ++ahead) {
+        std::uint64_t& hash = aHashes[ahead % NUM_AHEAD];
+        if (ahead >= NUM_AHEAD) bSound = weldCorner(table, ahead - NUM_AHEAD, hash) && bSound;
+        if (ahead < numCorners) {
+            hash = PlaceTable::getHash(vCorners_[ahead]);
+            table.prefetch(hash);
         }
-        const bool bFinite = isFinite(vCorners_[i]);
-        vNumbers_[i] = bFinite ? table.getNumber(vCorners_[i]) : FaceComplex::NONE;
-        bSound = bSound && bFinite && table.getPlaces()[vNumbers_[i]].z() == vCorners_[i].z();
-        if (i % 4096 == 0) throwIfStopped();
+        table.prefetchPlace(aHashes[(ahead + DISTANCE) % NUM_AHEAD]);
+        if (ahead % 4096 == 0) throwIfStopped();
     }
     makeVertices(table.getPlaces());
     return bSound;
+}
+
+bool FaceImporter::weldCorner(PlaceTable& table, size_t i, std::uint64_t hash) {
+    const bool bFinite = isFinite(vCorners_[i]);
+    vNumbers_[i] = bFinite ? table.getNumber(vCorners_[i], hash) : FaceComplex::NONE;
+    return bFinite && table.getPlaces()[vNumbers_[i]].z() == vCorners_[i].z();
 }
 
 /// Numbers are in spatial order afterwards.
@@ -71,9 +80,11 @@ void FaceImporter::makeVertices(const std::vector<Point2>& vFirstPoints) {
     RecordNumbers<Point2> records(vault.getVertexPool());
     FaceComplex::Numbers vRanks(vPlaces_.size());
     for (size_t k = 0; k < vPlaces_.size(); ++k) vRanks[k] = static_cast<Number>(records(vPlaces_[k]));
-    for (Number& number : vNumbers_) {
-        if (number != FaceComplex::NONE) number = vRanks[number];
-    }
+    forEachBlock(0, vNumbers_.size(), [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i) {
+            if (vNumbers_[i] != FaceComplex::NONE) vNumbers_[i] = vRanks[vNumbers_[i]];
+        }
+    });
     vPlaces_.clear();
     vault.getVertexPointers(vPlaces_);
 }
@@ -81,6 +92,7 @@ void FaceImporter::makeVertices(const std::vector<Point2>& vFirstPoints) {
 void FaceImporter::makeTriangles(const FaceComplex& complex) {
     const size_t numFaces = complex.getNumberOfFaces();
     pMesh_->expectTriangles(numFaces, pMesh_->getNumCPU());
+    throwIfStopped();
     const RecordSupply<Triangle2> records = pMesh_->takeTriangleRecords(numFaces);
     for (size_t f = 0; f < numFaces; ++f) {
         auto* pT = new (records[f]) Triangle2();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -9,6 +10,8 @@
 #include "taro25d/Point2.h"
 
 namespace LUMO_TARO25D {
+
+class PlaceTable;
 
 /// Makes a mesh of faces (Taro_2D::importTriangles). It is a new one, so that failing changes nothing.
 class FaceImporter {
@@ -33,6 +36,7 @@ class FaceImporter {
 
   private:
     bool weld();
+    bool weldCorner(PlaceTable& table, size_t i, std::uint64_t hash);
     void makeVertices(const std::vector<Point2>& vFirstPoints);
     void makeTriangles(const FaceComplex& complex);
     void makeConstraints(const FaceComplex& complex, bool bAll);

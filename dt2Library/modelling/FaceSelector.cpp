@@ -24,6 +24,9 @@ FaceSelector::FaceSelector(const std::vector<Point2>& vCorners, const FaceComple
 
 void FaceSelector::run(const char* label) {
     const size_t numFaces = vCorners_.size() / 3;
+    // Moving these lists while they grow would take longer than a look may be away.
+    vChosen_.reserve(numFaces);
+    vChosenCorners_.reserve(vCorners_.size());
     progress_.start(label, numFaces);
     const ProgressEnd progressEnd(progress_);
     for (size_t f = 0; f < numFaces; ++f) {

@@ -20,9 +20,8 @@ class PlaceTable {
         vPlaces_.reserve(numExpected);
     }
 
-    /// The number of the place of a point with finite x and y.
-    Number getNumber(const Point2& point) {
-        const std::uint64_t hash = getHash(point);
+    /// The number of the place of a point with finite x and y, and this hash.
+    Number getNumber(const Point2& point, std::uint64_t hash) {
         const auto tag = static_cast<std::uint32_t>(hash);
         size_t i = getHome(hash);
         for (; vSlots_[i].number != NONE; i = (i + 1) & mask()) {
@@ -33,14 +32,23 @@ class PlaceTable {
         if (2 * vPlaces_.size() >= vSlots_.size()) grow();
         return static_cast<Number>(vPlaces_.size() - 1);
     }
-    /// Asks the processor to fetch what the search for a point will read first.
-    void prefetch(const Point2& point) const { __builtin_prefetch(&vSlots_[getHome(getHash(point))]); }
+    /// Asks the processor to fetch what the search for a hash will read first.
+    void prefetch(std::uint64_t hash) const { __builtin_prefetch(&vSlots_[getHome(hash)]); }
     /// Some time later, what it will read then.
-    void prefetchPlace(const Point2& point) const {
-        const Number number = vSlots_[getHome(getHash(point))].number;
+    void prefetchPlace(std::uint64_t hash) const {
+        const Number number = vSlots_[getHome(hash)].number;
         if (number != NONE) __builtin_prefetch(&vPlaces_[number]);
     }
 
+    /// The hash of a point. Both zeros are the same place. Multiplications carry all bits into the upper half (Knuth 1973).
+    static std::uint64_t getHash(const Point2& point) {
+        const double x = point.x() + 0.0, y = point.y() + 0.0;
+        std::uint64_t a = 0, b = 0;
+        std::memcpy(&a, &x, sizeof(a));
+        std::memcpy(&b, &y, sizeof(b));
+        const std::uint64_t mixed = (a ^ (a >> 32)) * 0x9E3779B97F4A7C15u + (b ^ (b >> 32)) * 0xC2B2AE3D27D4EB4Fu;
+        return (mixed ^ (mixed >> 32)) * 0x9E3779B97F4A7C15u;
+    }
     /// The first point at each place.
     const std::vector<Point2>& getPlaces() const { return vPlaces_; }
 
@@ -53,15 +61,6 @@ class PlaceTable {
         Number number = NONE;
     };
 
-    /// Both zeros are the same place. Multiplications carry all bits into the upper half (Knuth 1973).
-    static std::uint64_t getHash(const Point2& point) {
-        const double x = point.x() + 0.0, y = point.y() + 0.0;
-        std::uint64_t a = 0, b = 0;
-        std::memcpy(&a, &x, sizeof(a));
-        std::memcpy(&b, &y, sizeof(b));
-        const std::uint64_t mixed = (a ^ (a >> 32)) * 0x9E3779B97F4A7C15u + (b ^ (b >> 32)) * 0xC2B2AE3D27D4EB4Fu;
-        return (mixed ^ (mixed >> 32)) * 0x9E3779B97F4A7C15u;
-    }
     size_t mask() const { return vSlots_.size() - 1; }
     size_t getHome(std::uint64_t hash) const { return (hash >> 32) & mask(); }
 
