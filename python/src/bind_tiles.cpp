@@ -1,9 +1,15 @@
 #include <nanobind/stl/pair.h>
+#include <nanobind/stl/tuple.h>
+#include <nanobind/stl/vector.h>
+
+#include <algorithm>
 
 #include "analysis/TileMesh.h"
 #include "arrays.h"
 #include "bindings.h"
 #include "run.h"
+#include "taro25d/IsoContours.h"
+#include "taro25d/TriangleAroundVertexIterator.h"
 
 namespace nb = nanobind;
 using namespace LUMO_TARO25D;
@@ -73,6 +79,77 @@ std::pair<Array<double>, Array<std::int32_t>> getOwned(Tile& tile) {
     return {toTable(std::move(vHalo), 3), toTable(std::move(vTriangles), 3)};
 }
 
+/// Whether a tile owns a triangle: its smallest corner is one of the first points.
+bool isOwned(const Triangle2* pT, int numOwn) {
+    const Point2* pSmallest = pT->getCorner(0);
+    for (const int i : {1, 2})
+        if (*pT->getCorner(i) < *pSmallest) pSmallest = pT->getCorner(i);
+    return pSmallest->getCustomIndex() >= 0 && pSmallest->getCustomIndex() < numOwn;
+}
+
+/// Whether one of the triangles that have a place, on their border too, is owned.
+bool isInOwned(const Triangle2* pT, const Point2& place, int numOwn) {
+    if (isOwned(pT, numOwn)) return true;
+    for (int i = 0; i < 3; ++i) {
+        const Triangle2* pN = pT->getOppositeTriangle(i);
+        if (pN && isOwned(pN, numOwn) && pT->hasOnEdge(i, place)) return true;
+        if (*pT->getCorner(i) != place) continue;
+        TriangleAroundVertexIterator it(pT->getCorner(i));
+        const Triangle2* const pFirst = *it;
+        do {
+            if (isOwned(*it, numOwn)) return true;
+            ++it;
+        } while (*it != pFirst);
+    }
+    return false;
+}
+
+Array<std::uint8_t> findOwned(Surface& surface, const PlaceArray& places, int numOwn) {
+    const double* aPlaces = places.data();
+    std::vector<std::uint8_t> vOwned(places.shape(0), 0);
+    EngineCall call({{&surface, Guarded::READ}});
+    call.run([&] {
+        for (size_t k = 0; k < vOwned.size(); ++k) {
+            const Point2 place(aPlaces[2 * k], aPlaces[2 * k + 1], 0.0);
+            const Triangle2* pT = surface.getMesh().locate(place);
+            vOwned[k] = pT && isInOwned(pT, place, numOwn);
+        }
+    });
+    return toArray(std::move(vOwned));
+}
+
+/// Points of all lines, where each begins, and the position of its level.
+using LineArrays = std::tuple<Array<double>, Array<std::int64_t>, Array<std::int64_t>>;
+
+LineArrays getOwnedContours(Surface& surface, int numOwn, const std::vector<double>& vLevels) {
+    std::vector<double> vPlaces;
+    std::vector<std::int64_t> vStarts{0}, vPositions;
+    EngineCall call({{&surface, Guarded::READ}});
+    call.run([&] {
+        vPlaces.clear();
+        vStarts.assign(1, 0);
+        vPositions.clear();
+        std::vector<Triangle2*> vTriangles;
+        surface.getMesh().getTrianglePointers(vTriangles);
+        const auto isOther = [numOwn](const Triangle2* pT) { return !isOwned(pT, numOwn); };
+        vTriangles.erase(std::remove_if(vTriangles.begin(), vTriangles.end(), isOther), vTriangles.end());
+        if (vTriangles.empty()) return;
+        IsoContours contours(vTriangles);
+        std::vector<std::vector<std::vector<Segment2>>> vvvLines;
+        contours.getContours(vLevels, vvvLines, false);
+        for (size_t k = 0; k < vvvLines.size(); ++k) {
+            for (const std::vector<Segment2>& vLine : vvvLines[k]) {
+                vPlaces.insert(vPlaces.end(), {vLine.front().getSrc().x(), vLine.front().getSrc().y()});
+                for (const Segment2& segment : vLine)
+                    vPlaces.insert(vPlaces.end(), {segment.getTrg().x(), segment.getTrg().y()});
+                vStarts.push_back(static_cast<std::int64_t>(vPlaces.size() / 2));
+                vPositions.push_back(static_cast<std::int64_t>(k));
+            }
+        }
+    });
+    return LineArrays(toTable(std::move(vPlaces), 2), toArray(std::move(vStarts)), toArray(std::move(vPositions)));
+}
+
 }  // namespace
 
 void bindTiles(nb::module_& module) {
@@ -84,4 +161,8 @@ void bindTiles(nb::module_& module) {
         .def("owned", &getOwned, "Points of other tiles, and triangles.")
         .def("is_2d", [](Tile& tile) { return tile.get().is2D(); })
         .def("count", [](Tile& tile) { return tile.get().numberOfPoints(); });
+    module.def("owned_places", &findOwned, nb::arg("surface"), nb::arg("places").noconvert(), nb::arg("num_own"),
+               "Whether places lie in triangles whose smallest corner has an id below a number.");
+    module.def("owned_contours", &getOwnedContours, nb::arg("surface"), nb::arg("num_own"), nb::arg("levels"),
+               "Places of all lines in these triangles, where each begins, and the position of its level.");
 }

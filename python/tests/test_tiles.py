@@ -123,6 +123,67 @@ def test_files_in_order(tmp_path: pathlib.Path, client) -> None:
         taro25d.tiles.triangulate(tmp_path / "away*.laz", tmp_path / "other", client=client)
 
 
+# ---- Through the tiles ----
+
+
+@pytest.fixture(scope="module")
+def hilly(tmp_path_factory: pytest.TempPathFactory, client) -> tuple[taro25d.Triangulation, taro25d.tiles.Tiling]:
+    """The same surface in one piece and in tiles; some heights are whole numbers."""
+    points = make_hills(3000)
+    points[::7, 2] = np.round(points[::7, 2])
+    tin = taro25d.Triangulation(points)
+    tin.canonicalize()
+    return tin, taro25d.tiles.triangulate(points, tmp_path_factory.mktemp("hilly"), points_per_tile=300, client=client)
+
+
+def measure(lines: taro25d.Contours) -> list[tuple[float, bool, int, float]]:
+    """Level, whether it is closed, number of points and length of each line, without those around a single point."""
+    found = [
+        (
+            level,
+            np.array_equal(coords[0], coords[-1]),
+            len(coords),
+            np.linalg.norm(np.diff(coords, axis=0), axis=1).sum(),
+        )
+        for level, coords in lines
+    ]
+    return sorted((*line[:3], round(line[3], 3)) for line in found if line[3] > 1e-3)
+
+
+def test_contours_are_those_of_one_piece(hilly, tmp_path: pathlib.Path) -> None:
+    tin, result = hilly
+    assert measure(result.contours(interval=2.5)) == measure(tin.contours(interval=2.5))
+    assert result.contours(levels=[1e6]) == []
+    geopandas = pytest.importorskip("geopandas")
+    lines = result.contours(interval=5, path=tmp_path / "lines.gpkg")
+    assert len(geopandas.read_file(tmp_path / "lines.gpkg")) == len(lines)
+
+
+@pytest.mark.parametrize("method", ["linear", "slope"])
+def test_rasters_are_those_of_one_piece(method: str, hilly, tmp_path: pathlib.Path) -> None:
+    rasterio = pytest.importorskip("rasterio")
+    tin, result = hilly
+    whole = tin.rasterize(13, method=method)
+    tiled = result.rasterize(13, method=method)
+    np.testing.assert_allclose(tiled.values, whole.values, rtol=1e-9, atol=1e-9)
+    assert tiled.frame == whole.frame
+    assert result.rasterize(13, method=method, path=tmp_path / "cells.tif") is None
+    with rasterio.open(tmp_path / "cells.tif") as file:
+        np.testing.assert_array_equal(file.read(1), tiled.values)
+    with pytest.raises(taro25d.InvalidInputError, match="method"):
+        result.rasterize(13, method="natural")
+
+
+def test_check_finds_what_was_changed(tmp_path: pathlib.Path, client) -> None:
+    folder = tmp_path / "out"
+    result = taro25d.tiles.triangulate(CASES["lake"], folder, points_per_tile=60, client=client)
+    assert result.check()
+    other = folder / "triangles" / f"{result.tiles[0]}.parquet"
+    other.write_bytes((folder / "triangles" / f"{result.tiles[1]}.parquet").read_bytes())
+    with pytest.raises(taro25d.Error, match=other.name):
+        taro25d.tiles.open(folder).check()
+
+
 # ---- Faults ----
 
 
@@ -161,7 +222,7 @@ def test_interrupted_anywhere(phase: str, tmp_path: pathlib.Path, client) -> Non
 
     with pytest.raises(KeyboardInterrupt):
         taro25d.tiles.triangulate(points, tmp_path / "out", points_per_tile=60, client=client, progress=interrupt)
-    with pytest.raises(taro25d.FileError, match="not finished"):
+    with pytest.raises(taro25d.FileError, match=r"not finished|no tiling"):
         taro25d.tiles.open(tmp_path / "out")
     result = taro25d.tiles.triangulate(points, tmp_path / "out", points_per_tile=60, client=client)
     assert np.array_equal(together(result), whole(points))

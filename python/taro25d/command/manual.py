@@ -10,7 +10,8 @@ def _escape(text: str) -> str:
 
 
 def _section(command: Command) -> list[str]:
-    usage = [argument.name if argument.required else f"[{argument.name}]" for argument in command.arguments]
+    names = {argument: argument.name + ("..." if argument.multiple else "") for argument in command.arguments}
+    usage = [names[argument] if argument.required else f"[{names[argument]}]" for argument in command.arguments]
     usage += [
         f"{o.name} {o.metavar}".strip() if o.required else f"[{o.name} {o.metavar}".strip() + "]"
         for o in command.options

@@ -59,7 +59,11 @@ _TYPES: dict[str, Any] = {
 
 def _make_argument(argument: Argument) -> click.Argument:
     return click.Argument(
-        [argument.name.lower()], metavar=argument.name, type=_TYPES["file"], required=argument.required
+        [argument.name.lower()],
+        metavar=argument.name + ("..." if argument.multiple else ""),
+        type=_TYPES["file"],
+        required=argument.required,
+        nargs=-1 if argument.multiple else 1,
     )
 
 

@@ -11,6 +11,7 @@ class Argument(NamedTuple):
     name: str
     help: str
     required: bool = True
+    multiple: bool = False
 
 
 class Option(NamedTuple):
@@ -174,5 +175,22 @@ COMMANDS = (
         (_BREAKLINES, _CLASS, Option("--no-browser", "", "flag", "write the page only")),
         "taro25d view ground.laz ground.html --no-browser",
         "look.view",
+    ),
+    Command(
+        "tile",
+        "Triangulate more points than memory holds.",
+        "Triangulates points tile by tile, on several processors, into a folder of Parquet files. A run that was stopped goes "
+        "on where it was when it is started again in the same words.",
+        (
+            Argument("SOURCE", "points or rasters, which belong together", multiple=True),
+            Argument("FOLDER", "where the tiles go"),
+        ),
+        (
+            Option("--points-per-tile", "N", "whole", "the most points of a tile", default=2_000_000),
+            Option("--workers", "N", "whole", "how many processes work; as many as there are processors without it"),
+            _CLASS,
+        ),
+        "taro25d tile ground.laz tiles --points-per-tile 1000",
+        "tile.tile",
     ),
 )

@@ -3,16 +3,21 @@
 from __future__ import annotations
 
 from collections.abc import Iterator
+from os import PathLike
 from pathlib import Path
+from typing import Any
 
 import numpy as np
-from numpy.typing import NDArray
+from numpy.typing import ArrayLike, NDArray
 
 from .. import crs as crs_module
+from .. import io
 from .._geometry import FloatArray
+from ..contours import Contours, get_levels
 from ..errors import FileError, GoneError
+from ..raster import Raster, find_frame
 from ..triangulation import Triangulation
-from . import _settings
+from . import _check, _settings, _through
 from ._store import Store
 
 
@@ -76,10 +81,59 @@ class Tiling:
 
         All triangles at points of the tile are those of the whole; farther away they need not be.
         """
-        points, _ = self.faces(tile)
-        tin = Triangulation(points, self.crs)
+        return self._open(tile)[0]
+
+    def _open(self, tile: str) -> tuple[Triangulation, int]:
+        own = self.points(tile)
+        tin = Triangulation(np.concatenate([own, self._store.read_halo(tile)]), self.crs)
         tin.canonicalize()
-        return tin
+        return tin, len(own)
+
+    def contours(
+        self,
+        interval: float | None = None,
+        levels: ArrayLike | None = None,
+        *,
+        base: float = 0.0,
+        path: str | PathLike[str] | None = None,
+    ) -> Contours:
+        """Get lines of equal height as a ``Triangulation`` does, joined across the borders of tiles.
+
+        With a path they are written to a file too, by its ending.
+        """
+        heights = [points[[points[:, 2].argmin(), points[:, 2].argmax()], 2] for points in map(self.points, self.tiles)]
+        low, high = (np.min(heights), np.max(heights)) if heights else (0.0, -1.0)
+        lines = _through.make_contours(self, get_levels(interval, levels, base, float(low), float(high)))
+        if path is not None:
+            io.write_contours(lines, Path(path))
+        return lines
+
+    def rasterize(
+        self,
+        resolution: float | tuple[float, float] | None = None,
+        bounds: tuple[float, float, float, float] | None = None,
+        like: Any = None,
+        method: str = "linear",
+        *,
+        path: str | PathLike[str] | None = None,
+    ) -> Raster | None:
+        """Make a raster as a ``Triangulation`` does, except by natural neighbours.
+
+        With a path it is written to a GeoTIFF tile by tile, and never in memory as a whole; the result is None then.
+        """
+        frame = find_frame(resolution, bounds, like, self.bounds)
+        return _through.make_raster(self, frame, method, None if path is None else Path(path))
+
+    def check(self) -> bool:
+        """Make the triangles of all tiles anew, compare them with the files, and see that they fit together.
+
+        Raises
+        ------
+        Error
+            If they are not those of the points, or do not fit together; the text names the file.
+        """
+        _check.check(self)
+        return True
 
     def _check(self, tile: str) -> str:
         if tile not in self.tiles:

@@ -48,7 +48,27 @@ def locking(folder: Path) -> Iterator[None]:
             fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
         except OSError as error:
             raise RefusedError(f"{folder}: another run writes into this folder") from error
-        yield
+        try:
+            yield
+        except BaseException:
+            if (folder / _NAME).exists() and not _is_begun(folder):
+                shutil.rmtree(folder / "parts", ignore_errors=True)
+                (folder / _NAME).unlink()
+            _leave(folder)
+            raise
+
+
+def _leave(folder: Path) -> None:
+    """Remove a folder in which there is nothing, and the lock."""
+    if [path.name for path in folder.iterdir()] == [_LOCK]:
+        (folder / _LOCK).unlink()
+        with contextlib.suppress(OSError):
+            folder.rmdir()
+
+
+def _is_begun(folder: Path) -> bool:
+    """Tell whether something has been made that another run can go on with."""
+    return (folder / "plan.npz").exists() or (folder / "tiles.parquet").exists()
 
 
 def read(folder: Path) -> dict[str, Any]:
@@ -74,7 +94,7 @@ def enter(folder: Path, digests: list[str], settings: Settings) -> None:
         "classes": None if settings.classes is None else list(settings.classes),
         "crs": None if settings.crs is None else settings.crs.to_wkt(),
     }
-    if (folder / "plan.npz").exists() or (folder / "tiles.parquet").exists():
+    if _is_begun(folder):
         former = read(folder)
         for name in ("source", "points_per_tile", "classes"):
             if former[name] != now[name]:

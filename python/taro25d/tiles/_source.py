@@ -48,9 +48,7 @@ def list_files(source: Any) -> list[Path] | None:
 
 
 def _match(name: str) -> list[Path]:
-    if Path(name).exists() or not glob.has_magic(name):
-        return [Path(name).resolve()]
-    found = sorted(glob.glob(name, recursive=True))
+    found = [name] if Path(name).exists() else sorted(glob.glob(name, recursive=True))
     if not found:
         raise FileError(f"{name}: there is no such file")
     return [Path(path).resolve() for path in found]
