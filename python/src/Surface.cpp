@@ -12,9 +12,14 @@
 
 using namespace LUMO_TARO25D;
 
-Surface::Surface() : pMesh_(std::make_unique<Taro_2D>()) { pMesh_->subscribe(MT_PROGRESS, this); }
+Surface::Surface() : pMesh_(std::make_unique<Taro_2D>()) { attach(); }
 
 Surface::~Surface() { pMesh_->unsubscribe(MT_PROGRESS, this); }
+
+void Surface::attach() {
+    pMesh_->subscribe(MT_PROGRESS, this);
+    pMesh_->setCancelFlag(getCancelFlag());
+}
 
 // ---- Vertices ----
 

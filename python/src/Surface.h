@@ -108,6 +108,8 @@ class Surface : public Guarded {
     std::vector<std::int32_t> getRowsOfIds(MeshArrays& arrays) const;
     /// Makes the table of ids from the custom indices.
     void keepIds(std::int64_t nextId);
+    /// Reports progress here, and lets calls on the mesh be cancelled.
+    void attach();
 
     std::unique_ptr<LUMO_TARO25D::Taro_2D> pMesh_;
     std::atomic<std::uint64_t> version_{1};

@@ -47,7 +47,7 @@ void Surface::adopt(std::unique_ptr<Taro_2D> pMesh, std::int64_t nextId) {
     noteChange();
     pMesh_->unsubscribe(MT_PROGRESS, this);
     pMesh_ = std::move(pMesh);
-    pMesh_->subscribe(MT_PROGRESS, this);
+    attach();
     keepIds(nextId);
 }
 

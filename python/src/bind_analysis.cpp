@@ -162,6 +162,7 @@ std::vector<ComponentTuple> compareFully(Surface& before, const ZoneHandle* pBef
         vComponents.clear();
         CutAndFill cutAndFill(getZoneOrAll(before, pBefore), getZoneOrAll(after, pAfter), threshold);
         cutAndFill.subscribe(MT_PROGRESS, &before);
+        cutAndFill.setCancelFlag(before.getCancelFlag());
         cutAndFill.go();
         getComponents(cutAndFill, vComponents);
     });
