@@ -27,6 +27,7 @@
 #include "support/diagnostics.h"
 #include "support/lists.h"
 #include "support/shareWork.h"
+#include "support/stopping.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/freeFunctions.h"
 
@@ -217,8 +218,8 @@ double IsoContours::getMaxHeight() const { return pTree_->isEmpty() ? -1.0 : pTr
 
 bool IsoContours::getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose,
                               bool bAutoAdjustHeight) const {
-    const Progress progress(*pProgress_);
-    const MessageScope scope(pProgress_.get());
+    Progress progress(*pProgress_);
+    const MessageScope scope(&progress);
     std::string problem;
     const bool bFound = findContours(*pTree_, height, bAutoAdjustHeight, progress, vvContours, problem);
     warnOf(problem, bVerbose);
@@ -228,7 +229,7 @@ bool IsoContours::getContours(double height, std::vector<std::vector<Segment2>>&
 bool IsoContours::getContours(const std::vector<double>& vHeights,
                               std::vector<std::vector<std::vector<Segment2>>>& vvvContours, bool bVerbose) const {
     Progress progress(*pProgress_);
-    const MessageScope scope(pProgress_.get());
+    const MessageScope scope(&progress);
     const ProgressEnd progressEnd(progress);
     progress.start("getContours", vHeights.size());
     std::vector<std::vector<std::vector<Segment2>>> vvvFound(vHeights.size());
@@ -246,7 +247,7 @@ bool IsoContours::getContours(const std::vector<double>& vHeights,
 bool IsoContours::getBands(const std::vector<double>& vLevels, std::vector<ContourBand>& vBands, bool bVerbose) const {
     constexpr const char* LOCATION = "IsoContours::getBands()";
     Progress progress(*pProgress_);
-    const MessageScope scope(pProgress_.get());
+    const MessageScope scope(&progress);
     const ProgressEnd progressEnd(progress);
     const auto isFiniteLevel = [](double level) { return std::isfinite(level); };
     if (!std::all_of(vLevels.begin(), vLevels.end(), isFiniteLevel)) {
@@ -268,18 +269,20 @@ bool IsoContours::getBands(const std::vector<double>& vLevels, std::vector<Conto
 }
 
 bool IsoContours::getProfile(const Point2& point, std::vector<Segment2>& vSegments) const {
+    Progress progress(*pProgress_);
+    const MessageScope scope(&progress);
     if (!std::isfinite(point.x()) || !std::isfinite(point.y())) {
         warning("IsoContours::getProfile()", "non-finite coordinates, no profile");
         return false;
     }
     const VerticalPlane plane(point, direction_);
-    const Progress progress(*pProgress_);
     std::vector<Segment2> vCuts;
     pTree_->forEach([&](const Triangle2& triangle) {
         progress.throwIfStopped();
         plane.cut(triangle, vCuts);
     });
-    std::sort(vCuts.begin(), vCuts.end(), [&](const auto& a, const auto& b) { return plane.isBefore(a, b); });
+    const auto isEarlier = [&](const Segment2& a, const Segment2& b) { return plane.isBefore(a, b); };
+    std::sort(vCuts.begin(), vCuts.end(), lookingAt(isEarlier));
     // An edge in the plane is given by both of its triangles.
     vCuts.erase(std::unique(vCuts.begin(), vCuts.end(), isSameSegment), vCuts.end());
     vSegments.insert(vSegments.end(), vCuts.begin(), vCuts.end());

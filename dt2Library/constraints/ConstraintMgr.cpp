@@ -218,7 +218,7 @@ void ConstraintMgr::bringVertices(const std::vector<Point2>& vPlaces, std::vecto
         }
     };
     try {
-        pDt2_->insertBulk(PointSource(vPlaces), vNew.data());
+        pDt2_->insertBulk(PointSource(vPlaces), vNew.data(), nullptr, "insert crossings");
     } catch (...) {  // cancelled
         noteNew();
         throw;

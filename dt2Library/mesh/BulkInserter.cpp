@@ -28,7 +28,8 @@ BulkInserter::BulkInserter(Dt2& mesh) : mesh_(mesh), vault_(mesh.getVertexVault(
 
 BulkInserter::~BulkInserter() = default;
 
-void BulkInserter::insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices) {
+void BulkInserter::insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices,
+                          const char* phase) {
     const size_t n = source.size();
     if (n == 0) return;
     TARO_ASSERT_TEXT(vault_.dupIsClean(), "vertexVault.dupIsClean()");
@@ -37,7 +38,7 @@ void BulkInserter::insert(const PointSource& source, Point2** aHandles, std::vec
     }
     Progress& progress = mesh_.getProgress();
     const size_t numSteps = n + n / 10;
-    progress.start("insert vertices", numSteps, Progress::fineStep(numSteps));
+    progress.start(phase, numSteps, Progress::fineStep(numSteps));
     const ProgressEnd progressEnd(progress);
     const size_t numPreExisting = vault_.getSize();
     try {

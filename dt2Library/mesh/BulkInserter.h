@@ -25,7 +25,8 @@ class BulkInserter {
     /// Inserts points. aHandles is null or has one place for each point; the new vertices are appended to pNewVertices
     /// unless it is null. Points that are not finite are left out, with a warning. After an exception the mesh is valid
     /// and keeps the vertices inserted so far.
-    void insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr);
+    void insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr,
+                const char* phase = "insert vertices");
     /// Leaves the collinear phase if three vertices are not collinear, and inserts all vault items, the first
     /// numPreExistingVtx of them first.
     bool createFullDimTriangle(size_t numPreExistingVtx);

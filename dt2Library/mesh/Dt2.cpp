@@ -183,8 +183,9 @@ void Dt2::insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>&
     insertBulk(PointSource(vPoints), vHandlesOut.data());
 }
 
-void Dt2::insertBulk(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices) {
-    BulkInserter(*this).insert(source, aHandles, pNewVertices);
+void Dt2::insertBulk(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices,
+                     const char* phase) {
+    BulkInserter(*this).insert(source, aHandles, pNewVertices, phase);
 }
 
 bool Dt2::createFullDimTriangle(size_t numPreExistingVtx) {

@@ -74,7 +74,8 @@ class Dt2 : public TriangleMesh {
     void insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandlesOut);
     /// Bulk insertion; aHandles is null or has one place for each point. Appends the new vertices, unless pNewVertices is
     /// null.
-    void insertBulk(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr);
+    void insertBulk(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr,
+                    const char* phase = "insert vertices");
     /// Inserts the vertices of a range of vault items that are not in the mesh yet.
     void triangulateRec(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end, Triangle2* pStartT);
     /// Leaves the collinear phase if three vertices are not collinear; the first numPreExistingVtx vault items are

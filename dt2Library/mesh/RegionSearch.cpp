@@ -28,6 +28,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/hullPatch.h"
 #include "mesh/walk.h"
+#include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -115,9 +116,16 @@ void RegionSearch::spread(const Point2& place, const MeetsT& meets, std::vector<
     const auto addIfNew = [&](Triangle2* pT) {
         if (pT && sSeen.insert(pT) && meets(pT)) vTriangles.push_back(pT);
     };
-    for (Triangle2* pT : getStart(place)) addIfNew(pT);
-    for (size_t k = begin; k < vTriangles.size(); ++k) {
-        for (int i = 0; i < 3; ++i) addIfNew(vTriangles[k]->getOppositeTriangle(i));
+    Lookout lookout;
+    try {
+        for (Triangle2* pT : getStart(place)) addIfNew(pT);
+        for (size_t k = begin; k < vTriangles.size(); ++k) {
+            lookout.look();
+            for (int i = 0; i < 3; ++i) addIfNew(vTriangles[k]->getOppositeTriangle(i));
+        }
+    } catch (...) {  // cancelled
+        vTriangles.resize(begin);
+        throw;
     }
 }
 
@@ -127,12 +135,19 @@ void RegionSearch::appendVertices(const std::vector<Triangle2*>& vTriangles, con
     std::vector<Point2*> vCandidates;
     if (!mesh_.is2D()) mesh_.getVertexPointers(vCandidates);
     AddressSet sSeen;
+    Lookout lookout;
     for (const Triangle2* pT : vTriangles) {
+        lookout.look();
         for (int i = 0; i < 3; ++i) {
             if (sSeen.insert(pT->getCorner(i))) vCandidates.push_back(pT->getCorner(i));
         }
     }
-    std::copy_if(vCandidates.begin(), vCandidates.end(), std::back_inserter(vVertices), test);
+    const auto isOut = [&](const Point2* pVtx) {
+        lookout.look();
+        return !test(pVtx);
+    };
+    vCandidates.erase(std::remove_if(vCandidates.begin(), vCandidates.end(), isOut), vCandidates.end());
+    vVertices.insert(vVertices.end(), vCandidates.begin(), vCandidates.end());
 }
 
 void RegionSearch::getTrianglesInBox(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const {

@@ -154,14 +154,17 @@ size_t Taro_2D::getHeights(size_t num, const double* aXY, double* aHeights) cons
 Point2* Taro_2D::getNearestVertex(const Point2& place) const { return RegionSearch(*pDt2_).getNearestVertex(place); }
 
 void Taro_2D::getVerticesInBox(const Bbox2& box, std::vector<Point2*>& vVertices) const {
+    const MessageScope scope(&pDt2_->getProgress());
     RegionSearch(*pDt2_).getVerticesInBox(box, vVertices);
 }
 
 void Taro_2D::getVerticesInCircle(const Circle2& circle, std::vector<Point2*>& vVertices) const {
+    const MessageScope scope(&pDt2_->getProgress());
     RegionSearch(*pDt2_).getVerticesInCircle(circle, vVertices);
 }
 
 void Taro_2D::getTrianglesInBox(const Bbox2& box, std::vector<Triangle2*>& vTriangles) const {
+    const MessageScope scope(&pDt2_->getProgress());
     RegionSearch(*pDt2_).getTrianglesInBox(box, vTriangles);
 }
 

@@ -8,7 +8,7 @@ namespace LUMO_TARO25D {
 
 /// Thrown when an internal consistency condition fails, and by queries on a vertex that has no triangle. It carries
 /// no message of its own: a failed condition has been printed on standard output and appended to "TARO_LOG.txt" in the
-/// working directory before.
+/// working directory before, or given to the handler of `setMessageHandler`.
 class TARO25D_API TaroException : public std::exception {
   public:
     TaroException() noexcept;                                 ///< All exceptions of this type are alike.

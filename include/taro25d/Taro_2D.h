@@ -51,10 +51,11 @@ struct IndexedMesh;
 /// Vertices are inserted one after the other along a Hilbert curve, found by a walk (Devillers, Pion and Teillaud 2002)
 /// and made Delaunay by flips (Lawson 1977). Where four vertices lie on one circle, either diagonal is right.
 ///
-/// An object is used by one thread at a time; two objects may live in two threads. Wrong calls print a warning on
-/// standard output, change nothing and return null or false. TaroException is thrown where a function says so, and
-/// where an internal condition fails. Without memory for the records of vertices and triangles the process ends,
-/// after a line that says so; for all else there is std::bad_alloc.
+/// One thread at a time may change an object, and no other may use it meanwhile; const functions may be called from several
+/// threads at once. Wrong calls print a warning on standard output, or give it to the handler of `setMessageHandler`,
+/// change nothing and return null or false. TaroException is thrown where a function says so, and where an internal
+/// condition fails. Without memory for the records of vertices and triangles the process ends, after a line that says
+/// so, unless a handler is set; then, and for all else, there is std::bad_alloc.
 class TARO25D_API Taro_2D {
   public:
     /// @name Construction, threads and naming

@@ -485,6 +485,39 @@ TEST_F(CancelTest, ListenersHearASignOfLifeWhereStepsAreLong) {
     EXPECT_EQ(vWithWaits.back(), 1.0);
 }
 
+TEST_F(CancelTest, SearchesInRegionsAppendNothing) {
+    std::atomic<bool> bFlag{false};
+    const Scene scene(&bFlag, 20000);
+    bFlag = true;
+    std::vector<Point2*> vVertices;
+    std::vector<Triangle2*> vTriangles;
+    Bbox2 box;
+    box.add(Point2(10, 10, 0));
+    box.add(Point2(90, 90, 0));
+    EXPECT_THROW(scene.mesh.getVerticesInBox(box, vVertices), TaroCancelled);
+    EXPECT_THROW(scene.mesh.getTrianglesInBox(box, vTriangles), TaroCancelled);
+    EXPECT_THROW(scene.mesh.getVerticesInCircle(Circle2(50, 50, 1600), vVertices), TaroCancelled);
+    EXPECT_TRUE(vVertices.empty() && vTriangles.empty());
+}
+
+TEST_F(CancelTest, CrossingsAreAPhaseOfTheirOwn) {
+    Taro_2D mesh;
+    Recorder recorder;
+    mesh.subscribe(MT_PROGRESS, &recorder);
+    mesh.createConstraint(makeSegments(10), CIS_CONSTRAINED_DELAUNAY);
+    std::vector<Segment2> vAcross;
+    for (int i = 1; i <= 20; ++i) {
+        vAcross.emplace_back(Point2(0, 4.0 * i, 0), Point2(100, 4.0 * i + 1, 0));
+        vAcross.emplace_back(Point2(4.0 * i, 0, 0), Point2(4.0 * i + 1, 100, 0));
+    }
+    recorder.vMessages.clear();
+    mesh.createConstraint(vAcross, CIS_CONSTRAINED_DELAUNAY);
+    recorder.vMessages.erase(std::unique(recorder.vMessages.begin(), recorder.vMessages.end()),
+                             recorder.vMessages.end());
+    EXPECT_EQ(recorder.vMessages,
+              (std::vector<std::string>{"insert vertices", "insert crossings", "establish constraints"}));
+}
+
 TEST_F(CancelTest, FractionsOfEachPhaseRiseToOne) {
     Taro_2D mesh;
     Recorder recorder;
