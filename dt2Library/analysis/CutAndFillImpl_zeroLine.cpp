@@ -154,7 +154,7 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     std::vector<VertexPair>& vPieces = aLines_[2].vPieces;
     vPieces = joinZeros(cuts, mZeros);
     // A threshold bends the difference within a cell, so that diagonals which are divided have to stay as well.
-    for (size_t k = 0; k < vHandles.size(); ++k) {
+    for (size_t k = 0; tolerance_ > 0.0 && k < vHandles.size(); ++k) {
         if (sOnPieces.contains(vHandles[k])) continue;
         for (Point2* pEnd : {vInserted[k]->edge.first, vInserted[k]->edge.second}) {
             if (pEnd != vHandles[k]) vPieces.emplace_back(pEnd, vHandles[k]);
