@@ -59,6 +59,15 @@ void BulkInserter::insert(const PointSource& source, Point2** aHandles, std::vec
     progress.finish();
 }
 
+bool BulkInserter::leaveCollinearPhase(size_t numPreExisting) {
+    try {
+        return createFullDimTriangle(numPreExisting);
+    } catch (...) {
+        abandon(numPreExisting, nullptr, 0);
+        throw;
+    }
+}
+
 bool BulkInserter::createFullDimTriangle(size_t numPreExistingVtx) {
     TARO_ASSERT_TEXT(!vault_.isFullDimensional(), "!vertexVault.bFullDimensional");
     Point2 *p0 = nullptr, *p1 = nullptr, *p2 = nullptr;

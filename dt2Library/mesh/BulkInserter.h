@@ -27,6 +27,9 @@ class BulkInserter {
     /// and keeps the vertices inserted so far.
     void insert(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr,
                 const char* phase = "insert vertices");
+    /// createFullDimTriangle for vertices registered by another. After an exception the mesh is valid and has the first
+    /// numPreExisting vertices; others that are not inserted yet are removed from the vault.
+    bool leaveCollinearPhase(size_t numPreExisting);
     /// Leaves the collinear phase if three vertices are not collinear, and inserts all vault items, the first
     /// numPreExistingVtx of them first.
     bool createFullDimTriangle(size_t numPreExistingVtx);

@@ -107,8 +107,9 @@ Point2* Dt2::insertWhileCollinear(const Point2& point) {
         vertexVault_.getHeightBook().meet(pExisting, point.z());
         return pExisting;
     }
+    const size_t numPreExisting = vertexVault_.getSize();
     Point2* pVtx = vertexVault_.createRegisteredVertex(point);
-    if (!createFullDimTriangle(0)) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
+    if (!createFullDimTriangle(numPreExisting)) vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
 }
 
@@ -189,7 +190,7 @@ void Dt2::insertBulk(const PointSource& source, Point2** aHandles, std::vector<P
 }
 
 bool Dt2::createFullDimTriangle(size_t numPreExistingVtx) {
-    return BulkInserter(*this).createFullDimTriangle(numPreExistingVtx);
+    return BulkInserter(*this).leaveCollinearPhase(numPreExistingVtx);
 }
 
 void Dt2::triangulateRec(BulkInserter::ItemIterator begin, BulkInserter::ItemIterator end, Triangle2* pStartT) {

@@ -1,0 +1,56 @@
+// Calls on single vertices that are cancelled at one of their cancellation points.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/generators.h"
+#include "support/mesh.h"
+#include "support/stopping.h"
+#include "taro25d/TaroCancelled.h"
+#include "taro25d/Taro_2D.h"
+
+using namespace LUMO_TARO25D;
+
+namespace {
+
+/// Runs a call on a mesh and cancels it at a cancellation point (1: the first). Returns whether it was cancelled.
+bool cancelAt(size_t moment, Taro_2D& mesh, const std::function<void()>& run) {
+    std::atomic<bool> bFlag{false};
+    mesh.setCancelFlag(&bFlag);
+    size_t numLooks = 0;
+    setLookObserver([&] { bFlag = bFlag || ++numLooks == moment; });
+    bool bCancelled = false;
+    try {
+        run();
+    } catch (const TaroCancelled&) {
+        bCancelled = true;
+    }
+    setLookObserver(nullptr);
+    mesh.setCancelFlag(nullptr);
+    return bCancelled;
+}
+
+TEST(CancelledEdit, FirstPointOffALineLeavesAValidMesh) {
+    const Point2 top(1000.5, 50, 0);
+    size_t numAmongTriangles = 0, moment = 1;
+    for (bool bCancelled = true; bCancelled; moment += 1 + moment / 8) {
+        Taro_2D mesh;
+        std::vector<Point2> vLine;
+        for (int i = 0; i < 2000; ++i) vLine.emplace_back(i, 0, 0);
+        mesh.insert(vLine);
+        bCancelled = cancelAt(moment, mesh, [&] { mesh.insert(top); });
+        numAmongTriangles += bCancelled && mesh.is2D();
+        EXPECT_EQ(mesh.numberOfPoints(), mesh.is2D() ? 2001u : 2000u) << moment;
+        EXPECT_TRUE(!mesh.is2D() || mesh.checkValidity(true, "cancelled")) << moment;
+        mesh.insert(top);
+        EXPECT_EQ(mesh.numberOfTriangles(), 1999u) << moment;
+        ASSERT_TRUE(mesh.checkValidity(true, "again")) << moment;
+    }
+    EXPECT_GT(numAmongTriangles, 5u);
+}
+
+}  // namespace
