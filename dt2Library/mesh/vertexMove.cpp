@@ -6,6 +6,7 @@
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -38,6 +39,9 @@ bool moveVertex(Dt2& mesh, Point2* pVtx, const Point2& target) {
     Point2 moved(target.x(), target.y(), target.z());
     moved.setCustomIndex(pVtx->getCustomIndex());
     const Point2* pNeighbour = getNeighbour(mesh, pVtx);
+    throwIfStopped();
+    mesh.getVertexVault().enlargeBoxForPoint(target);  // may sort all vertices, and be cancelled
+    const NoStopScope noStop;
     mesh.remove(pVtx);
     mesh.startSearchAt(pNeighbour);
     const Point2* pMoved = mesh.insert(moved);

@@ -53,4 +53,27 @@ TEST(CancelledEdit, FirstPointOffALineLeavesAValidMesh) {
     EXPECT_GT(numAmongTriangles, 5u);
 }
 
+TEST(CancelledEdit, MoveKeepsTheVertex) {
+    size_t numCancelled = 0;
+    for (const double far : {10.0, 1e9}) {
+        bool bCancelled = true;
+        for (size_t moment = 1; bCancelled; ++moment) {
+            Random random(1);
+            Taro_2D mesh;
+            std::vector<Point2> vPoints;
+            for (int i = 0; i < 3000; ++i) vPoints.emplace_back(uniform(random, 0, 100), uniform(random, 0, 100), i);
+            std::vector<Point2*> vHandles;
+            mesh.insert(vPoints, vHandles);
+            const Point2 target(far, far + 3, 1);
+            bCancelled = cancelAt(moment, mesh, [&] { mesh.moveVertex(vHandles[7], target); });
+            numCancelled += bCancelled;
+            EXPECT_EQ(mesh.numberOfPoints(), 3000u);
+            EXPECT_TRUE(samePoint(*vHandles[7], bCancelled ? vPoints[7] : target));
+            EXPECT_TRUE(mesh.checkValidity(true, "cancelled"));
+            ASSERT_TRUE(mesh.moveVertex(vHandles[7], target)) << moment;
+        }
+    }
+    EXPECT_GE(numCancelled, 3u);
+}
+
 }  // namespace
