@@ -71,9 +71,11 @@ class GlbWriter {
     }
 
   private:
-    Float3 toFloats(const Xyz& place) const {
-        return {static_cast<float>(place[0] - centre_[0]), static_cast<float>(place[2] - centre_[2]),
-                static_cast<float>(centre_[1] - place[1])};
+    Float3 toFloats(const Xyz& place) {
+        const Float3 relative{static_cast<float>(place[0] - centre_[0]), static_cast<float>(place[2] - centre_[2]),
+                              static_cast<float>(centre_[1] - place[1])};
+        for (const float number : relative) bTooLarge_ = bTooLarge_ || !std::isfinite(number);
+        return relative;
     }
     std::string getExtras() const { return "\"extras\":{\"centre\":" + toJsonList(centre_) + "}"; }
 
@@ -94,6 +96,7 @@ class GlbWriter {
 
     const Scene3& scene_;
     SceneFile& file_;
+    bool bTooLarge_ = false;  // a position is beyond floats
     SceneTask& task_;
     const Xyz centre_;
     std::vector<JsonList> vPrimitives_;  // of each layer
@@ -258,7 +261,8 @@ void GlbWriter::writeChunks(std::string json) {
     json.resize((json.size() + 3) / 4 * 4, ' ');
     const size_t numBytes =
         HEADER_SIZE + CHUNK_HEADER_SIZE + json.size() + (vBytes_.empty() ? 0 : CHUNK_HEADER_SIZE + vBytes_.size());
-    if (numBytes > std::numeric_limits<std::uint32_t>::max()) return file_.fail();  // lengths have 32 bits
+    // Lengths have 32 bits, and so have positions.
+    if (bTooLarge_ || numBytes > std::numeric_limits<std::uint32_t>::max()) return file_.fail();
     file_.writeBytes(std::array<std::uint32_t, 3>{MAGIC, VERSION, static_cast<std::uint32_t>(numBytes)});
     file_.writeBytes(std::array<std::uint32_t, 2>{static_cast<std::uint32_t>(json.size()), JSON_CHUNK});
     file_ << json;

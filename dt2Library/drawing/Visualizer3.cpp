@@ -130,8 +130,9 @@ bool Visualizer3::writeObj(const std::string& filename) const {
     const auto writeAll = [&](SceneFile& file, SceneTask& task) {
         LUMO_TARO25D::writeObj(*pScene_, materials.filename().string(), file, task);
     };
-    return writeScene(*pScene_, materials.string(), location, "Writing materials", writeMaterials) &&
-           writeScene(*pScene_, filename, location, "Writing OBJ", writeAll);
+    // The file that is named first: where it cannot be written, the materials stay as they were.
+    return writeScene(*pScene_, filename, location, "Writing OBJ", writeAll) &&
+           writeScene(*pScene_, materials.string(), location, "Writing materials", writeMaterials);
 }
 
 bool Visualizer3::writePly(const std::string& filename) const {

@@ -26,6 +26,7 @@
 #include "mesh/walk.h"
 #include "modelling/hullCorners.h"
 #include "modelling/removalPreview.h"
+#include "taro25d/freeFunctions.h"
 #include "vertices/KeyOrder.h"
 
 namespace LUMO_TARO25D {
@@ -42,6 +43,15 @@ std::vector<const Point2*> getRing(const std::vector<Triangle2*>& vTriangles, co
     }
     std::sort(vRing.begin(), vRing.end());
     return vRing;
+}
+
+/// Whether a point lies on a segment or next to it, between its ends.
+bool runsThrough(const Segment2& segment, const Point2& point) {
+    const Point2 &src = segment.getSrc(), &trg = segment.getTrg();
+    if (point == src || point == trg) return false;
+    const auto& [low, high] = std::minmax(src, trg);
+    return isBeside(src, trg, point) ||
+           (low < point && point < high && getOrientation2_mt(&src, &trg, &point) == ORIENTATION2_COLLINEAR);
 }
 
 }  // namespace
@@ -63,7 +73,7 @@ void Simplifier::begin(const std::vector<Segment2>& vKept) {
     buckets_.setPlaces(collectPlaces());
     if (!vKept.empty()) mesh_.createConstraint(vKept, CIS_CONSTRAINED_DELAUNAY, false);
     const bool bPending = !vKept.empty() && !mesh_.is2D();
-    insertHull();
+    insertHull(vKept);
     if (bPending && mesh_.is2D()) mesh_.applyConstraintsAndZones();
     if (!mesh_.is2D()) return;
     Triangle2* pT = mesh_.getOneValidTriangle();
@@ -104,9 +114,18 @@ std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
     return vPlaces;
 }
 
-void Simplifier::insertHull() {
+/// Inserts the corners of the hull, except those on a kept line, which has its own heights and covers their place.
+void Simplifier::insertHull(const std::vector<Segment2>& vKept) {
     std::vector<Point2> vCorners;
-    const std::vector<std::uint32_t> vHull = getHullCorners(buckets_.getPlaces());
+    std::vector<std::uint32_t> vHull = getHullCorners(buckets_.getPlaces());
+    const auto isOnKept = [&](std::uint32_t k) {
+        const Point2 point = buckets_.getPlaces()[k].getPoint();
+        return std::any_of(vKept.begin(), vKept.end(), [&](const Segment2& kept) { return runsThrough(kept, point); });
+    };
+    const auto onKept = std::stable_partition(vHull.begin(), vHull.end(), [&](auto k) { return !isOnKept(k); });
+    for (auto it = onKept; it != vHull.end(); ++it) stateOf(*it) = LEFT_OUT;
+    numLeftOut_ += static_cast<size_t>(vHull.end() - onKept);
+    vHull.erase(onKept, vHull.end());
     for (const std::uint32_t k : vHull) vCorners.push_back(buckets_.getPlaces()[k].getPoint());
     std::vector<Point2*> vHandles(vHull.size()), vNew;
     if (!vCorners.empty()) mesh_.insertBulk(PointSource(vCorners), vHandles.data(), &vNew);

@@ -50,7 +50,7 @@ class Simplifier {
     enum PointState : std::uint8_t { WAITING, VERTEX, LEFT_OUT };
 
     std::vector<Place> collectPlaces();
-    void insertHull();
+    void insertHull(const std::vector<Segment2>& vKept);
     void assign(std::uint32_t k, Triangle2*& pT);
     bool isOnKeptLine(const Triangle2* pT, const Point2& point) const;
     Point2* insertInto(std::uint32_t k, Triangle2* pT);

@@ -34,7 +34,7 @@ void Zone2::slopeValleyRidgeOptimization() {
 void Zone2::unifyGrid(double size) {
     const MessageScope scope(&pDt2_->getProgress());
     if (!(size > 0.0) || !std::isfinite(size)) {
-        warning("Zone2::unifyGrid()", "the size is not greater than 0, nothing is changed");
+        warning("Zone2::unifyGrid()", "the size is not greater than 0, or not finite, nothing is changed");
         return;
     }
     std::vector<Point2*> vVertices;
@@ -55,6 +55,10 @@ Zone2* Taro_2D::fillHoles(Zone2* pZone, double maxPerimeter) {
     }
     std::vector<Triangle2*> vTriangles, vOutside;
     pZone->getTriangles(vTriangles);
+    if (vTriangles.empty()) {
+        warning("Taro_2D::fillHoles()", "the zone has no triangles, returning NULL");
+        return nullptr;
+    }
     AddressSet sInside = toSet(vTriangles);
     pDt2_->forEachTriangle([&](Triangle2* pT) {
         if (!sInside.contains(pT)) vOutside.push_back(pT);

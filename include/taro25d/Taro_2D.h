@@ -373,7 +373,7 @@ class TARO25D_API Taro_2D {
     /// A zone with its holes: the triangles of a zone, and those of each part outside it that does not reach the hull
     /// and whose border is at most maxPerimeter long in x-y. No vertices are inserted. The zone is of location
     /// ZL_GROW, and its border becomes a constraint. Null, with a warning, for a zone that is not of this
-    /// triangulation and a perimeter that is negative or NaN. Linear in the number of all triangles.
+    /// triangulation or has no triangles, and a perimeter that is negative or NaN. Linear in the number of all triangles.
     Zone2* fillHoles(Zone2* pZone, double maxPerimeter);
 
     /// Deletes a zone; triangles and constraints stay. False, with a warning, for a zone that does not belong to the

@@ -61,7 +61,7 @@ class TARO25D_API Visualizer3 {
     bool writePly(const std::string& filename) const;
     /// Binary glTF 2.0. Heights are along y and north is along -z, as glTF has it. Positions are floats relative to a
     /// centre, which stands as `"centre": [x, y, z]` in the extras of the scene and of its root node: the place (a, b, c)
-    /// of a mesh is x + a, y - c, z + b. That is exact to 1 mm up to 30 km from the centre, if the unit is a metre. Each
+    /// of a mesh is x + a, y - c, z + b. That is exact to 1 mm up to 30 km from the centre, if the unit is a metre; false, with a warning, beyond floats. Each
     /// layer is a node of that name; a label is a node of its own, with its text as name.
     bool writeGlb(const std::string& filename) const;
     /// Geomview's text format, relative to the middle of the scene, which a comment names: Geomview calculates with floats. A

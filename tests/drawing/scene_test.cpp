@@ -137,6 +137,12 @@ SceneSurface toSurface(const TriangleVector& vTriangles) {
 
 }  // namespace
 
+TEST(Scene, PositionsBeyondFloatsAreNoGlb) {
+    Visualizer3 scene("far");
+    scene.addSegments({makeSegment(0, 0, 1e39, 0)}, "far", Color(CBLUE));
+    EXPECT_NE(printedBy([&] { EXPECT_FALSE(scene.writeGlb("far.glb")); }), "");
+}
+
 TEST(Scene, ObjGivesEveryTriangleOfEveryLayerAgain) {
     Taro_2D mesh;
     mesh.insert(makeGround(2000));

@@ -146,6 +146,26 @@ TEST(EfficientModel, KeepsLinesWithTheirHeights) {
     EXPECT_TRUE(mesh.isConstraint(mesh.getImpl()->getVertexPointer(Point2(20, 50, 0))));
 }
 
+TEST(EfficientModel, CornersOnKeptLinesAreLeftOut) {
+    // A border without points at its corners: those on its sides are corners of the hull of the points.
+    const PointVector vPoints{{2, 0, 1}, {8, 0, 1}, {10, 3, 1}, {10, 8, 1}, {5, 10, 1}, {0, 5, 1}, {5, 5, 6}};
+    SegmentVector vBorder;
+    for (const Segment2& side : makeSides(makeRectangle(0, 0, 10, 10)))
+        vBorder.push_back(
+            makeSegment(side.getSrc().x(), side.getSrc().y(), side.getTrg().x(), side.getTrg().y(), 5, 5));
+    for (const bool bCertified : {false, true}) {
+        EfficientModel model(vPoints);
+        model.keep(vBorder);
+        model.setMaxError(0.1);
+        model.setCertified(bCertified);
+        EXPECT_TRUE(contains(printedBy([&] { model.go(); }), "are left out: 6"));
+        double height = 0;
+        EXPECT_TRUE(model.getTriangulation()->getHeight(5, 0, height));
+        EXPECT_EQ(height, 5);
+        EXPECT_EQ(model.getTriangulation()->numberOfPoints(), 5u);
+    }
+}
+
 TEST(EfficientModel, OfPointsAtOnePlaceTheFirstCounts) {
     PointVector vPoints = makeHills(200, 3);
     const PointVector vFirst = vPoints;
