@@ -10,9 +10,9 @@ from typing import Any
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
-from . import _export
+from . import _engine, _export
 from . import crs as crs_module
-from ._geometry import FloatArray, LineLike, PolygonLike, as_lines, crs_of
+from ._geometry import FloatArray, LineLike, PolygonLike, as_lines, as_points, check_finite, crs_of
 from ._mesh import Conflict, Mesh
 from ._progress import Progress
 from .breakline import Breakline
@@ -170,6 +170,39 @@ class Triangulation(Mesh):
         return self._surface.check()
 
     # ---- Handing it on ----
+
+    @classmethod
+    def from_triangles(
+        cls, points: ArrayLike | Any, triangles: ArrayLike | None = None, repair: bool = False, *, crs: Any = None
+    ) -> Triangulation:
+        """Make a triangulation of triangles that exist: they come in as they are, and edges that are not Delaunay are kept.
+
+        Ids are given anew. The ground between the triangles and their convex hull is filled.
+
+        Parameters
+        ----------
+        points
+            The corners (m, 3, 3) of the triangles; or points (n, 3), of which ``triangles`` has rows.
+        triangles
+            (m, 3) rows of ``points``, in either direction.
+        repair
+            Whether triangles that are degenerate, or lie over earlier ones, are left out with a warning; otherwise they
+            are refused.
+        """
+        corners = np.asarray(points, dtype=np.float64)
+        if triangles is not None:
+            rows = np.asarray(triangles)
+            if rows.ndim != 2 or rows.shape[1] != 3 or not np.issubdtype(rows.dtype, np.integer):
+                raise InvalidInputError(f"triangles: (m, 3) whole numbers are expected, not the shape {rows.shape}")
+            if rows.size and not 0 <= rows.min() <= rows.max() < len(corners):
+                raise InvalidInputError(f"triangles: rows from 0 to {len(corners) - 1} are expected")
+            corners = as_points(points)[rows]
+        if corners.ndim != 3 or corners.shape[1:] != (3, 3):
+            raise InvalidInputError(f"points: corners (m, 3, 3) are expected, not the shape {corners.shape}")
+        check_finite(corners.reshape(-1, 3), "points")
+        tin = cls(crs=crs_module.merge(crs_module.normalise(crs), crs_of(points), "points"))
+        _engine.import_triangles(tin._surface, np.ascontiguousarray(corners.reshape(-1, 3)), repair)
+        return tin
 
     def copy(self) -> Triangulation:
         """Make another triangulation with the same ids, triangles and breaklines, and without zones."""

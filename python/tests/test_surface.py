@@ -315,3 +315,19 @@ def test_volume_inside_a_polygon_changes_nothing(square: taro25d.Triangulation) 
         square.volume(later, [[1, 1], [4, 1], [4, 3]], zone=square.zone())
     with pytest.raises(taro25d.RefusedError):
         square.volume(later, [[20, 1], [24, 1], [24, 3]])
+
+
+def test_triangles_come_in_as_they_are(hills: taro25d.Triangulation) -> None:
+    kept = np.delete(hills.triangles, [5, 700], axis=0)
+    tin = taro25d.Triangulation.from_triangles(hills.points, kept[:, ::-1])
+    assert {frozenset(map(tuple, t)) for t in hills.points[kept].tolist()} <= {
+        frozenset(map(tuple, t)) for t in tin.points[tin.triangles].tolist()
+    }
+    thin = [[[0, 0, 0], [10, 0, 0], [5, 1, 9]], [[0, 0, 0], [10, 0, 0], [5, -9, 0]], [[1, 0, 0], [2, 0, 0], [3, 0, 0]]]
+    with pytest.raises(taro25d.RefusedError):
+        taro25d.Triangulation.from_triangles(thin)
+    with pytest.warns(taro25d.Warning):
+        assert len(taro25d.Triangulation.from_triangles(thin, repair=True)) == 4
+    for wrong in ([[0, 1, 9999]], [[0, 1]], [[0.5, 1, 2]], [[-1, 0, 1]]):
+        with pytest.raises(ValueError, match="triangles"):
+            taro25d.Triangulation.from_triangles(hills.points, wrong)
