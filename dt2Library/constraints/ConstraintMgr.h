@@ -88,6 +88,7 @@ class ConstraintMgr : public ConstraintKeeper {
     void apply();
     Establisher& getEstablisher() { return establisher_; }
     void rememberEncroached(const Point2* p0, const Point2* p1) override;
+    bool isEmpty() const override { return vGraphs_.empty(); }
     void copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) const override;
     void noteClientsPoint(const Point2* pVtx) override { sBroughtVertices_.erase(pVtx); }
 

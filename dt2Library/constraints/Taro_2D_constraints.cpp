@@ -65,7 +65,7 @@ bool Taro_2D::saveAll(const char* filename) const {
 }
 
 bool Taro_2D::load(const char* filename) {
-    if (pDt2_->numberOfPoints() > 0) return call(pDt2_)->load(filename);
+    if (!pDt2_->isEmpty()) return call(pDt2_)->load(filename);
     auto pEmpty = std::make_unique<Dt2>(3);
     pEmpty->takeSettings(*pDt2_);
     try {

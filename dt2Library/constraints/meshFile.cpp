@@ -71,7 +71,7 @@ class Before {
         std::vector<Point2*> vVertices;
         mesh.getVertexPointers(vVertices);
         for (const Point2* pVtx : vVertices) sVertices_.insert(pVtx);
-        bEmpty_ = vVertices.empty();
+        bEmpty_ = mesh.isEmpty();
         numGraphs_ = getGraphs().size();
     }
 

@@ -99,6 +99,9 @@ class Dt2 : public TriangleMesh {
         return slots_.find<T>();
     }
 
+    /// Whether there are no vertices, and no objects such as graphs and zones: nothing to which a client has pointers.
+    bool isEmpty() const { return numberOfPoints() == 0 && slots_.areEmpty(); }
+
     // ---- VertexRemover.cpp: removal of vertices -------------------------------------------------------------------
 
     void remove(Point2* pVtx) { remover_.remove(pVtx); }

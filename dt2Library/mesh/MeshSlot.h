@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -20,6 +21,8 @@ class MeshSlot {
     MeshSlot& operator=(const MeshSlot&) = delete;
     virtual ~MeshSlot() = default;
 
+    /// Whether clients have no objects of this slot, such as zones. True by default.
+    virtual bool isEmpty() const { return true; }
     /// Gives a copy of the mesh this slot's state, with each record replaced by its copy. Does nothing by default.
     virtual void copyTo(Dt2& /*copy*/, const RecordCopies<Point2>& /*vertices*/) const {}
 };
@@ -50,6 +53,10 @@ class MeshSlots {
         return *find<T>();
     }
 
+    /// Whether MeshSlot::isEmpty holds for all of them.
+    bool areEmpty() const {
+        return std::all_of(vSlots_.begin(), vSlots_.end(), [](const auto& slot) { return slot.second->isEmpty(); });
+    }
     /// MeshSlot::copyTo for each of them.
     void copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) const {
         for (const auto& [pKey, pSlot] : vSlots_) pSlot->copyTo(copy, vertices);

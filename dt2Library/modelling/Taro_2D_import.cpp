@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "constraints/ConstraintMgr.h"
 #include "mesh/Dt2.h"
 #include "modelling/FaceImporter.h"
 #include "modelling/FaceSelector.h"
@@ -20,15 +19,9 @@ namespace {
 
 constexpr const char* LOCATION = "Taro_2D::importTriangles()";
 
-bool isEmpty(const Dt2& mesh) {
-    std::vector<ConstraintGraph2*> vGraphs;
-    if (const auto* pManager = mesh.findSlot<ConstraintMgr>()) pManager->getGraphs(vGraphs);
-    return mesh.numberOfPoints() == 0 && vGraphs.empty();
-}
-
 bool areWelcome(const Dt2& mesh, const std::vector<Point2>& vCorners) {
     const char* message = nullptr;
-    if (!isEmpty(mesh)) message = "the triangulation is not empty, nothing is imported";
+    if (!mesh.isEmpty()) message = "the triangulation is not empty, nothing is imported";
     if (vCorners.empty() || vCorners.size() % 3 != 0) message = "there must be three corners for each triangle";
     if (message) warning(LOCATION, message);
     return message == nullptr;

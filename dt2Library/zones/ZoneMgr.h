@@ -36,6 +36,7 @@ class ZoneMgr : public MeshSlot {
     /// Deletes a zone; false, with a warning, for a zone of another mesh and for an operand of another zone.
     bool deleteZone(Zone2* pZone);
 
+    bool isEmpty() const override { return mZones_.empty(); }
     /// Whether a zone uses a graph.
     bool hasZoneOf(const ConstraintGraph2* pGraph) const;
     /// Whether the mesh has triangles; warns if it has none and bVerbose is true.

@@ -135,7 +135,7 @@ class TARO25D_API Taro_2D {
     /// they overlap, if a corner of one lies inside an edge of the other, and if they have different heights at a common
     /// place. With bRepair, faulty triangles and the later of two that contradict each other are left out, and one
     /// warning tells how many, and why. Without bRepair, and if no triangle is left, everything is refused with such a
-    /// warning. A triangulation that is not empty (one with a graph is not), and a number of corners that is 0 or no
+    /// warning. A triangulation that is not empty (one with a graph or a zone is not), and a number of corners that is 0 or no
     /// multiple of 3, are refused with a warning too. A refusal changes nothing. Returns whether triangles were imported.
     /// The list is not changed. Expected time O(n log n), 2 to 3 times that of inserting the vertices; a few times more
     /// where triangles are left out. May throw TaroCancelled, and changes nothing then.

@@ -1,4 +1,4 @@
-// Calls on single vertices that are cancelled at one of their cancellation points.
+// Calls cancelled at one of their cancellation points: what clients hold then is still there.
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,7 @@
 #include "support/stopping.h"
 #include "taro25d/TaroCancelled.h"
 #include "taro25d/Taro_2D.h"
+#include "taro25d/Zone2.h"
 
 using namespace LUMO_TARO25D;
 
@@ -74,6 +75,26 @@ TEST(CancelledEdit, MoveKeepsTheVertex) {
         }
     }
     EXPECT_GE(numCancelled, 3u);
+}
+
+TEST(CancelledLoad, KeepsZonesWithoutVertices) {
+    const char* const filename = "cancelled_edits_test.taro";
+    Taro_2D source;
+    for (int i = 0; i < 3000; ++i) source.insert(Point2(i % 57, i % 61 + 0.001 * i, 0));
+    ASSERT_TRUE(source.save(filename));
+    const PointVector vCorners{Point2(0, 0, 0), Point2(4, 0, 0), Point2(0, 4, 0)};
+    for (const size_t moment : {1, 60, 150}) {
+        Taro_2D mesh;
+        std::vector<Point2*> vHandles;
+        mesh.insert(vCorners, vHandles);
+        Zone2* pZone = mesh.createZone(nullptr, ZL_GLOBAL);
+        for (Point2* pVtx : vHandles) mesh.remove(pVtx);
+        ASSERT_TRUE(cancelAt(moment, mesh, [&] { mesh.load(filename); })) << moment;
+        EXPECT_EQ(mesh.numberOfPoints(), 0u) << moment;
+        mesh.insert(vCorners);
+        EXPECT_EQ(mesh.numberOfTriangles(), 1u) << moment;
+        EXPECT_TRUE(mesh.deleteZone(pZone)) << moment;
+    }
 }
 
 }  // namespace

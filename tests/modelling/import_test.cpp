@@ -161,13 +161,16 @@ TEST(ImportTriangles, TheZoneStaysWhatItIsWhileTheMeshChanges) {
 
 TEST(ImportTriangles, RefusesWrongCalls) {
     const PointVector vFace{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
-    Taro_2D empty, withPoint, withGraph;
+    Taro_2D empty, withPoint, withGraph, withZone;
     withPoint.insert(Point2(5, 5, 0));
     Point2* pVtx = withGraph.insert(Point2(7, 7, 0));
     withGraph.createConstraint({makeSegment(7, 7, 7, 7)}, CIS_CONSTRAINED_DELAUNAY);
     withGraph.remove(pVtx);
+    withZone.insert(vFace);
+    Zone2* pZone = withZone.createZone(nullptr, ZL_GLOBAL);
+    for (Point2* pCorner : verticesOf(withZone)) withZone.remove(pCorner);
     const std::pair<Taro_2D*, PointVector> aWrong[] = {
-        {&empty, {}}, {&empty, {{0, 0, 0}, {1, 0, 0}}}, {&withPoint, vFace}, {&withGraph, vFace}};
+        {&empty, {}}, {&empty, {{0, 0, 0}, {1, 0, 0}}}, {&withPoint, vFace}, {&withGraph, vFace}, {&withZone, vFace}};
     for (const auto& [pMesh, vCorners] : aWrong) {
         const size_t numBefore = pMesh->numberOfPoints();
         PointVector vGiven = vCorners;
@@ -177,6 +180,7 @@ TEST(ImportTriangles, RefusesWrongCalls) {
         EXPECT_EQ(pMesh->numberOfPoints(), numBefore);
         EXPECT_EQ(pMesh->getImportedZone(), nullptr);
     }
+    EXPECT_TRUE(withZone.deleteZone(pZone)) << "it is still there";
     PointVector vGiven = vFace;
     EXPECT_TRUE(empty.importTriangles(vGiven, false, false));
     StdoutCapture capture;
