@@ -198,6 +198,12 @@ void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
     TARO_ASSERT(bOK);
 }
 
+void ConstraintMgr::noteClientsPoints(Point2* const* aVertices, size_t num) {
+    for (size_t i = 0; i < num; ++i) {
+        if (aVertices[i]) sBroughtVertices_.erase(aVertices[i]);
+    }
+}
+
 std::pair<Point2*, bool> ConstraintMgr::bringVertex(const Point2& place) {
     const size_t numPointsBefore = pDt2_->numberOfPoints();
     const NoStopScope noStop;  // the caller is changing a segment

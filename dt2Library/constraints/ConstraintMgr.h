@@ -90,7 +90,7 @@ class ConstraintMgr : public ConstraintKeeper {
     void rememberEncroached(const Point2* p0, const Point2* p1) override;
     bool isEmpty() const override { return vGraphs_.empty(); }
     void copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) const override;
-    void noteClientsPoint(const Point2* pVtx) override { sBroughtVertices_.erase(pVtx); }
+    void noteClientsPoints(Point2* const* aVertices, size_t num) override;
 
     /// Whether a graph belongs to this triangulation. The pointer may be that of a removed graph.
     bool hasGraph(const ConstraintGraph2* pGraph) const;

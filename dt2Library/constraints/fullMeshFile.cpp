@@ -129,7 +129,7 @@ void insertFullContent(Dt2& mesh, const FullContent& content) {
     std::vector<Point2*> vHandles;
     mesh.insertVector(getPoints(content), vHandles);
     if (!content.name.empty()) mesh.setName(content.name);
-    if (content.vGraphs.empty()) return;
+    if (content.vGraphs.empty() && !mesh.getConstraintKeeper()) return;
     ConstraintMgr& manager = *mesh.getConstraintManager();
     for (const FullContent::Graph& graph : content.vGraphs) {
         std::vector<ConstraintMgr::VertexPair> vPairs;
@@ -138,6 +138,8 @@ void insertFullContent(Dt2& mesh, const FullContent& content) {
             vPairs.emplace_back(vHandles[graph.vEnds[i]], vHandles[graph.vEnds[i + 1]]);
         manager.createEdges(vPairs, graph.cis, graph.bOriented)->setName(graph.name);
     }
+    manager.noteClientsPoints(vHandles.data(),
+                              vHandles.size());  // at last, since a cancelled file leaves nothing behind
 }
 
 }  // namespace LUMO_TARO25D

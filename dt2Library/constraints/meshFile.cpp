@@ -110,11 +110,16 @@ class Before {
 
 void insertContent(Dt2& mesh, Content content) {
     if (content.pFull) return insertFullContent(mesh, *content.pFull);
+    std::vector<Point2*> vHandles;  // needed only where constraints have brought vertices
     {
         const auto vCoordinates = std::move(content.vCoordinates);  // not needed for the segments any more
-        mesh.insertBulk(PointSource(vCoordinates.size() / NUMBERS_PER_VERTEX, vCoordinates.data()), nullptr);
+        const size_t num = vCoordinates.size() / NUMBERS_PER_VERTEX;
+        if (mesh.getConstraintKeeper()) vHandles.resize(num);
+        mesh.insertBulk(PointSource(num, vCoordinates.data()), vHandles.empty() ? nullptr : vHandles.data());
     }
     if (!content.vSegments.empty()) mesh.createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
+    // At last, since a cancelled file leaves nothing behind.
+    if (!vHandles.empty()) mesh.getConstraintKeeper()->noteClientsPoints(vHandles.data(), vHandles.size());
 }
 
 const char* const unreadable = " can't be read";

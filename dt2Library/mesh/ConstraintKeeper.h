@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "mesh/MeshSlot.h"
 
 namespace LUMO_TARO25D {
@@ -16,9 +18,9 @@ class ConstraintKeeper : public MeshSlot {
     virtual void splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) = 0;
     /// Notes that a constraint edge is not Delaunay; the mesh does not flip it.
     virtual void rememberEncroached(const Point2* p0, const Point2* p1) = 0;
-    /// Notes that a client has inserted a point at a vertex, which therefore stays when the constraints that end there
-    /// are removed.
-    virtual void noteClientsPoint(const Point2* pVtx) = 0;
+    /// Notes that a client has inserted points at vertices, which therefore stay when the constraints that end there
+    /// are removed. Null pointers are skipped.
+    virtual void noteClientsPoints(Point2* const* aVertices, size_t num) = 0;
 };
 
 }  // namespace LUMO_TARO25D

@@ -32,11 +32,7 @@ void printReconstructNotice() {
 /// Notes that clients have points at these vertices, so that vertices inserted for constraints stay when the
 /// constraints are removed.
 void noteClientsPoints(const Dt2& mesh, Point2* const* aVertices, size_t num) {
-    ConstraintKeeper* pKeeper = mesh.getConstraintKeeper();
-    if (!pKeeper) return;
-    for (size_t i = 0; i < num; ++i) {
-        if (aVertices[i]) pKeeper->noteClientsPoint(aVertices[i]);
-    }
+    if (ConstraintKeeper* pKeeper = mesh.getConstraintKeeper()) pKeeper->noteClientsPoints(aVertices, num);
 }
 
 }  // namespace

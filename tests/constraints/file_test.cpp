@@ -126,6 +126,21 @@ TEST(File, IsInsertedOnTopOfWhatIsThere) {
     EXPECT_TRUE(mesh.checkValidity(true, "mesh"));
 }
 
+TEST(File, ItsPointsStayWhenConstraintsAreRemoved) {
+    Taro_2D points;
+    points.insert({Point2(5, 5, 1), Point2(6, 9, 2), Point2(7, 3, 2)});
+    ASSERT_TRUE(save(points, "points") && points.saveAll("all points"));
+    for (const char* name : {"points", "all points"}) {
+        Taro_2D mesh;
+        insertSquare(mesh, 10);
+        auto* pGraph = mesh.createConstraint({Segment2(Point2(5, 5, 1), Point2(8, 6, 1))}, CIS_CONSTRAINED_DELAUNAY);
+        ASSERT_TRUE(load(mesh, name));
+        ASSERT_TRUE(mesh.removeConstraint(pGraph, true));
+        EXPECT_EQ(mesh.numberOfPoints(), 7u) << name;
+        EXPECT_EQ(*mesh.getNearestVertex(Point2(5, 5, 0)), Point2(5, 5, 0)) << name;
+    }
+}
+
 /// Loads invalid bytes into a mesh, which must not change, and returns the message after the file's name.
 std::string complaintAbout(const std::string& bytes) {
     static Taro_2D mesh;
