@@ -11,7 +11,7 @@
 
 namespace LUMO_TARO25D {
 
-/// Boxes with numbers, and which of them meet another box: an R-tree (Guttman 1984).
+/// A set of numbered boxes with search for those that meet a given box: an R-tree (Guttman 1984).
 class BoxTree {
   public:
     void add(const Bbox2& box, size_t number) { tree_.insert(Entry(toTreeBox(box), number)); }

@@ -1,27 +1,27 @@
 // From faces to a triangulation of their convex hull.
 //
-// Each edge of a face either has the same edge of another face on its other side or is open. The open ones bound the faces;
-// what lies between them and the convex hull, holes included, is triangulated by PocketFiller, and these triangles are
-// linked to the faces and to each other. No face is compared with others that are not its neighbours: whether the faces
-// fit together is seen from the result alone.
+// Each edge of a face either is linked to the coincident edge of another face or is open. The open edges bound the
+// faces; PocketFiller triangulates the regions between them and the convex hull, holes included, and these triangles
+// are linked to the faces and to each other. Faces are compared with their neighbours only: the result alone tells
+// whether the faces fit together.
 //
 // Claim: if (1) all triangles are counterclockwise, (2) every edge joins two triangles that pass it in opposite
-// directions, except for the edges of the convex hull, each of which belongs to one triangle, and (3) there are 2 n - h - 2
-// triangles for n places, h of which are on the hull, then no two triangles overlap and they cover the hull.
+// directions, except for the edges of the convex hull, each of which belongs to one triangle, and (3) there are 2 n - h
+// - 2 triangles for n places, h of which are on the hull, then no two triangles overlap and they cover the hull.
 //
-// Proof. By (2) the triangles make surfaces. One without border could not be laid flat with all triangles
-// counterclockwise, and there is one border, the hull, which is passed once: so there is one surface. Let g be its genus,
-// and u the number of fans of triangles around its vertices, at least one for each place. Euler's formula gives
-// 2 u - h - 2 + 4 g triangles, so with (3) u = n and g = 0: each place has one fan, and the surface is a disc. Its angles
-// add up to (n - h) 2 pi + (h - 2) pi by (3). A fan around an inner vertex turns by a positive multiple of 2 pi, and one
-// at the hull by the angle of the hull there or more by such multiples; the angles of the hull add up to (h - 2) pi. So
-// every fan turns by the least that it can, and the disc lies in the plane without a fold or a branch. Its border is
-// convex, therefore each place of the hull is covered once.
+// Proof. By (2) the triangles make surfaces. A surface without border cannot be mapped to the plane with all triangles
+// counterclockwise, and there is one border, the hull, which is passed once: so there is one surface. Let g be its
+// genus, and u the number of fans of triangles around its vertices, at least one for each place. Euler's formula gives
+// 2 u - h - 2 + 4 g triangles, so with (3) u = n and g = 0: each place has one fan, and the surface is a disc. Its
+// angles add up to (n - h) 2 pi + (h - 2) pi by (3). A fan around an inner vertex turns by a positive multiple of 2 pi,
+// and one at the hull by the angle of the hull there or more by such multiples; the angles of the hull add up to (h -
+// 2) pi. So every fan turns by the least possible angle, and the disc lies in the plane without a fold or a branch. Its
+// border is convex, therefore each place of the hull is covered once.
 //
-// Conversely, faces that meet in common edges and corners alone have an open border without crossings and without vertices
-// inside its edges, which therefore all become edges where pockets are filled, and (1) to (3) hold.
+// Conversely, faces that meet in common edges and corners alone have an open border without crossings and without
+// vertices inside its edges. So all its edges become edges of the mesh that fills the pockets, and (1) to (3) hold.
 //
-// Linear, except for the pockets: there it is the insertion of the border into a triangulation of its own.
+// Linear, except for the pockets, which cost the insertion of the border into a triangulation of its own.
 
 #include "modelling/FaceComplex.h"
 
@@ -66,7 +66,8 @@ bool FaceComplex::turnCounterclockwise() {
     return true;
 }
 
-/// Places are in spatial order, so that neighbours get near each other in memory.
+/// Sorts the faces by their smallest corners. Places are in spatial order, so neighbours come near each other in
+/// memory.
 void FaceComplex::sortBySmallestCorner() {
     const auto getSmallest = [this](size_t f) {
         return std::min({vGiven_[3 * f], vGiven_[3 * f + 1], vGiven_[3 * f + 2]});
@@ -84,7 +85,7 @@ void FaceComplex::sortBySmallestCorner() {
     }
 }
 
-/// The edges of each place that is their smaller end, put together by counting.
+/// Links edges with common ends, grouped by their smaller ends with a counting sort.
 bool FaceComplex::linkEdges(const Numbers& vEdges) {
     Numbers vEnd(vPlaces_.size() + 1, 0);
     forEachBlock(0, vEdges.size(), [&](size_t begin, size_t end) {
@@ -108,7 +109,7 @@ bool FaceComplex::linkEdges(const Numbers& vEdges) {
     return true;
 }
 
-/// Mostly there are six.
+/// Links the edges of one smaller end; typically these are few.
 bool FaceComplex::linkAt(Entry* pBegin, Entry* pEnd) {
     constexpr std::ptrdiff_t FEW = 16;
     if (pEnd - pBegin > FEW)
@@ -122,7 +123,7 @@ bool FaceComplex::linkAt(Entry* pBegin, Entry* pEnd) {
     return true;
 }
 
-/// False if both are passed in the same direction, or one has another side already.
+/// Links two edges; false if both have one direction, or one is linked already.
 bool FaceComplex::linkPair(Number first, Number second) {
     if (getSrc(first) != getTrg(second) || vOther_[first] != NONE || vOther_[second] != NONE) return false;
     vOther_[first] = second;

@@ -12,8 +12,8 @@
 
 namespace LUMO_TARO25D {
 
-/// Faces between numbered places, linked along their common edges, and the triangles that fill what they leave open in
-/// their convex hull. Places, faces and edges are numbers from 0; edge 3 * f + i of face f is the one opposite its corner i.
+/// Faces between numbered places, linked along their common edges, and triangles that fill the rest of their convex
+/// hull. Places, faces and edges are numbers from 0; edge 3 * f + i of face f is opposite its corner i.
 class FaceComplex {
   public:
     using Number = std::uint32_t;
@@ -24,18 +24,18 @@ class FaceComplex {
     /// face come in either orientation. The predicates hold for the places.
     FaceComplex(const std::vector<Point2*>& vPlaces, const Numbers& vGiven, GeomTest& geomTest, Progress& progress);
 
-    /// Turns the faces counterclockwise, links them, and fills the pockets. False if a face has no area, or faces do not
-    /// meet in common edges and corners alone. Counts getNumberOfSteps in any case.
+    /// Turns the faces counterclockwise, links them, and fills the pockets. False if a face has no area, or faces do
+    /// not meet in common edges and corners alone. Counts getNumberOfSteps() steps of progress in any case.
     bool build();
     static size_t getNumberOfSteps(size_t numFaces) { return 3 * numFaces; }
 
-    /// The given faces come first, then those in pockets.
+    /// The number of faces: the given ones come first, then those in pockets.
     size_t getNumberOfGivenFaces() const { return numGiven_; }
     size_t getNumberOfFaces() const { return vCorners_.size() / 3; }
     Number getCorner(size_t edge) const { return vCorners_[edge]; }
     Number getSrc(size_t edge) const { return vCorners_[edge % 3 == 2 ? edge - 2 : edge + 1]; }
     Number getTrg(size_t edge) const { return vCorners_[edge % 3 == 0 ? edge + 2 : edge - 1]; }
-    /// The same edge of the face on its other side; NONE on the hull.
+    /// The number of an edge in the face on its other side; NONE on the hull.
     Number getOther(size_t edge) const { return vOther_[edge]; }
     bool isGiven(Number edge) const { return edge / 3 < numGiven_; }
 
@@ -54,7 +54,7 @@ class FaceComplex {
     Numbers getOpenEdges() const;
     bool fillPockets();
     bool isSound(std::vector<DirectedEdge> vHull) const;
-    /// Looks at the flag and counts, once for many steps.
+    /// Counts, with a cancellation point, once for many steps.
     void step(size_t i);
 
     const std::vector<Point2*>& vPlaces_;

@@ -1,6 +1,6 @@
-// From corners to a mesh: equal places are found by a hash table and become vertices in the order of the curve, FaceComplex
-// links the faces and fills the pockets between them, and the records are written as they are. Nothing is inserted and
-// nothing is flipped.
+// From corners to a mesh. A hash table finds equal places, which become vertices in the order of the curve; FaceComplex
+// links the faces and fills the pockets between them; then the records are written directly, without insertions and
+// flips.
 
 #include "modelling/FaceImporter.h"
 
@@ -41,7 +41,7 @@ bool FaceImporter::run(const char* label, bool bConstraints) {
     return bSound;
 }
 
-/// False if a corner is not finite, or has another height than the first one at its place.
+/// False if a corner is not finite, or differs in height from the first corner at its place.
 bool FaceImporter::weld() {
     constexpr size_t NUM_CORNERS_PER_VERTEX = 6, DISTANCE = 16, NUM_AHEAD = 2 * DISTANCE;
     const size_t numCorners = vCorners_.size();
@@ -69,7 +69,7 @@ bool FaceImporter::weldCorner(PlaceTable& table, size_t i, std::uint64_t hash) {
     return bFinite && table.getPlaces()[vNumbers_[i]].z() == vCorners_[i].z();
 }
 
-/// Numbers are in spatial order afterwards.
+/// Makes the vertices, and renumbers the places in spatial order.
 void FaceImporter::makeVertices(const std::vector<Point2>& vFirstPoints) {
     VertexVault& vault = pMesh_->getVertexVault();
     const PointSource source(vFirstPoints);
@@ -108,7 +108,7 @@ void FaceImporter::makeTriangles(const FaceComplex& complex) {
     pMesh_->getVertexVault().setFullDimensional(true);
 }
 
-/// Edges as they are: segments that are not established, since they need not be.
+/// Makes segments of edges; as they are edges already, they need not be established.
 void FaceImporter::makeConstraints(const FaceComplex& complex, bool bAll) {
     std::vector<ConstraintMgr::VertexPair> vBorder, vInner;
     for (Number edge = 0; edge < 3 * complex.getNumberOfGivenFaces(); ++edge) {

@@ -13,24 +13,25 @@ namespace LUMO_TARO25D {
 
 class PlaceTable;
 
-/// Makes a mesh of faces (Taro_2D::importTriangles). It is a new one, so that failing changes nothing.
+/// Makes a new mesh of faces (Taro_2D::importTriangles), so that a failure changes nothing.
 class FaceImporter {
   public:
     using Number = FaceComplex::Number;
 
-    /// Three corners for each face. The progress of the call counts; the mesh uses the threads of another one.
+    /// Takes three corners for each face, an engine whose number of threads the new mesh takes over, and the progress
+    /// of the call.
     FaceImporter(const std::vector<Point2>& vCorners, const Dt2& settings, Progress& progress);
 
-    /// Makes the mesh, with a zone that holds the faces. False if they do not meet in common edges and corners alone, one
-    /// has no area or coordinates that are not finite, or two have different heights at one place: then only places and
-    /// numbers may be asked for. The label is that of the progress.
+    /// Makes the mesh, with a zone that holds the faces. False if faces meet elsewhere than in common edges and
+    /// corners, if one has no area or coordinates that are not finite, or if two have different heights at one place;
+    /// then only getPlaces() and getNumbers() are valid. The label is that of the progress.
     bool run(const char* label, bool bConstraints);
-    /// The mesh, which is handed over.
+    /// Passes the ownership of the mesh to the caller.
     std::unique_ptr<Dt2> takeMesh() { return std::move(pMesh_); }
 
     /// The different places of the corners.
     const std::vector<Point2*>& getPlaces() const { return vPlaces_; }
-    /// For each corner the number of its place; FaceComplex::NONE if it is not finite.
+    /// The number of each corner's place; FaceComplex::NONE for a corner that is not finite.
     const FaceComplex::Numbers& getNumbers() const { return vNumbers_; }
     GeomTest& getGeomTest() const { return pMesh_->getGeomTest(); }
 

@@ -1,8 +1,8 @@
-// Which faces of a damaged set fit together.
+// The choice of faces that fit together from a damaged set.
 //
-// A face is chosen if it has an area, agrees in height with the chosen ones at its corners, and meets each chosen one in
-// nothing, a common corner or a common edge alone. All this is decided exactly. So the chosen faces fit together, and each
-// that is left out does not fit with one that was chosen before it.
+// A face is chosen if it has an area, has the heights of the chosen faces at its corners, and meets each chosen face in
+// a common edge, in a common corner, or not at all. All tests are exact. So the chosen faces fit together, and each
+// face left out contradicts a face chosen before it.
 
 #include "modelling/FaceSelector.h"
 
@@ -107,7 +107,7 @@ FaceSelector::Fault FaceSelector::getMeeting(const Face& a, const Face& b) const
     return isApart(a, b, false) || isApart(b, a, false) ? TOUCHES : OVERLAPS;
 }
 
-/// They fit if the cones in which they lie have nothing in common except for the corner.
+/// Two faces with one common corner fit if their cones at that corner have no other point in common.
 FaceSelector::Fault FaceSelector::getMeetingAtCorner(const Face& a, size_t i, const Face& b, size_t j) const {
     const bool bMeet = isInCone(a, i, b[(j + 1) % 3]) || isInCone(a, i, b[(j + 2) % 3]) ||
                        isInCone(b, j, a[(i + 1) % 3]) || isInCone(b, j, a[(i + 2) % 3]);
@@ -115,7 +115,7 @@ FaceSelector::Fault FaceSelector::getMeetingAtCorner(const Face& a, size_t i, co
     return isApart(a, b, false) || isApart(b, a, false) ? TOUCHES : OVERLAPS;
 }
 
-/// Where two triangles have no point in common, a line along an edge of one of them lies between them.
+/// Two triangles without a common point are separated by the line of an edge of one of them.
 bool FaceSelector::isApart(const Face& a, const Face& b, bool bStrictly) const {
     for (size_t i = 0; i < 3; ++i) {
         const bool bApart = std::all_of(b.begin(), b.end(), [&](Number place) {
@@ -127,7 +127,7 @@ bool FaceSelector::isApart(const Face& a, const Face& b, bool bStrictly) const {
     return false;
 }
 
-/// Whether a place is in the cone of a face at its corner i, or on the border of that.
+/// Whether a place is in the cone of a face at its corner i, border included.
 bool FaceSelector::isInCone(const Face& a, size_t i, Number place) const {
     return getOrientation(a[i], a[(i + 1) % 3], place) != ORIENTATION2_CW &&
            getOrientation(a[i], a[(i + 2) % 3], place) != ORIENTATION2_CCW;

@@ -8,7 +8,7 @@
 
 namespace LUMO_TARO25D {
 
-/// The zone of the faces that a mesh was imported from. The mesh owns it, and the client may delete it.
+/// The zone of the faces from which a mesh was imported. The mesh owns the zone, and the client may delete it.
 class ImportedFaces : public MeshSlot {
   public:
     explicit ImportedFaces(Dt2* pMesh) : pMesh_(pMesh) {}
@@ -17,7 +17,7 @@ class ImportedFaces : public MeshSlot {
         pZone_ = pZone;
         number_ = getZoneNumber(*pMesh_, pZone);
     }
-    /// Null if it was deleted; another zone may have its address by now.
+    /// Null after the zone was deleted, even if another zone has its address now.
     Zone2* getZone() const { return pZone_ && getZoneNumber(*pMesh_, pZone_) == number_ ? pZone_ : nullptr; }
 
   private:

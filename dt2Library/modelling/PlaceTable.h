@@ -10,7 +10,7 @@
 
 namespace LUMO_TARO25D {
 
-/// The different places of points, numbered in the order in which they come first: a hash table with open addressing and
+/// The distinct places of points, numbered in the order of their first points: a hash table with open addressing and
 /// linear probing, at most half full.
 class PlaceTable {
   public:
@@ -34,7 +34,7 @@ class PlaceTable {
     }
     /// Asks the processor to fetch what the search for a hash will read first.
     void prefetch(std::uint64_t hash) const { __builtin_prefetch(&vSlots_[getHome(hash)]); }
-    /// Some time later, what it will read then.
+    /// Prefetches the place in that slot; to be called some time after prefetch().
     void prefetchPlace(std::uint64_t hash) const {
         const Number number = vSlots_[getHome(hash)].number;
         if (number != NONE) __builtin_prefetch(&vPlaces_[number]);

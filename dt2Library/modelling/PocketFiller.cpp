@@ -1,7 +1,7 @@
 // Pockets between faces.
 //
-// The ends of the border are triangulated, and its edges become constraints, exactly as they are. Then every pocket is a part
-// of that mesh that constraints bound, and the triangles in it depend on its own border alone (Chew 1989).
+// The ends of the border are triangulated, and its edges become constraints without snapping. Then constraints bound
+// each pocket in that mesh, and its triangles depend on its own border alone (Chew 1989).
 
 #include "modelling/PocketFiller.h"
 
@@ -52,8 +52,8 @@ PocketFiller::VertexPairs PocketFiller::insertEnds(const std::vector<DirectedEdg
     return vPairs;
 }
 
-/// An edge that meets a vertex is split there, and one that crosses another is given up at once, since the inserter has no
-/// crossings to spend: neither is an edge then.
+/// Inserts the edges of the border; false if one did not become an edge of the mesh: an edge that meets a vertex is
+/// split there, and an edge that crosses another is given up at once, since the inserter has no quota of crossings.
 bool PocketFiller::insertEdges(const VertexPairs& vBorder) {
     const QuietScope quiet(false);
     const FlagScope exact = mesh_.takeConstraintsExactly();

@@ -10,18 +10,18 @@
 
 namespace LUMO_TARO25D {
 
-/// Triangulates what some faces leave open in their convex hull: holes, bays, and what lies between parts. The triangles are
-/// constrained Delaunay.
+/// Triangulates the rest of the convex hull of some faces: holes, bays, and the regions between parts. The triangles
+/// are constrained Delaunay.
 class PocketFiller {
   public:
     using Number = std::uint32_t;
     using DirectedEdge = std::pair<Number, Number>;
 
-    /// The places, by number, are not owned.
+    /// Takes the places by number (not owned).
     explicit PocketFiller(const std::vector<Point2*>& vPlaces);
 
-    /// Appends the corners of the triangles on the right of the border of the faces, which runs with the faces on its left. False
-    /// if it crosses or touches itself elsewhere than at ends of its edges.
+    /// Appends the corners of the triangles on the right of the border of the faces, which runs with the faces on its
+    /// left. False if the border crosses itself, or touches itself elsewhere than at ends of its edges.
     bool fill(const std::vector<DirectedEdge>& vBorder, LargeVector<Number>& vCorners);
     /// The edges of the convex hull of the border, counterclockwise.
     std::vector<DirectedEdge> getHull() const;

@@ -1,5 +1,5 @@
-// Faces from elsewhere become a triangulation of their own, which takes the place of the client's empty one at last: so a
-// refusal, or an exception on the way, changes nothing.
+// Import of triangles. They become a separate triangulation, which replaces the client's empty one in the end: so a
+// refusal or an exception changes nothing.
 
 #include <memory>
 #include <string>
