@@ -75,7 +75,7 @@ class Before {
         numGraphs_ = getGraphs().size();
     }
 
-    /// Takes out what has come since; not at all where that was nothing. (An empty mesh is replaced by the client's object.)
+    /// Removes everything inserted since. Leaves a mesh alone that was empty; the client's object replaces it.
     void restore() {
         mesh_.setName(name_);
         if (bEmpty_) return;

@@ -56,7 +56,7 @@ class Dt2 : public TriangleMesh {
     void preferChunks() { bPrefersChunks_ = true; }
     bool prefersChunks() const { return bPrefersChunks_; }
     void setName(const std::string& name) { name_ = name; }
-    /// Takes over what clients have set for another mesh, listeners and cancel flag included.
+    /// Takes over the clients' settings of another mesh, listeners and cancel flag included.
     void takeSettings(const Dt2& other);
     const std::string& getName() const { return name_; }
     void setDev(const std::string& text, int number, double value);

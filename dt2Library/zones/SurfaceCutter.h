@@ -21,8 +21,8 @@ class SurfaceCutter {
 
     explicit SurfaceCutter(Dt2& mesh) : mesh_(mesh) {}
 
-    /// Cuts along the parts of finite segments that are on the surface; the mesh must have triangles. Edges that are not
-    /// Delaunay become constraints, and with bPieces all pieces do, also of what was cut before an exception.
+    /// Cuts along the parts of finite segments that are on the surface; the mesh must have triangles. Edges that are
+    /// not Delaunay become constraints, and with bPieces all pieces do, after an exception too.
     void cut(const std::vector<Segment2>& vSegments, bool bPieces);
 
     /// Whether an end of a segment is outside the hull.
@@ -31,7 +31,7 @@ class SurfaceCutter {
     const CutEdges& getEdges() const { return edges_; }
 
   private:
-    /// Edges inside what was one triangle are Delaunay afterwards; others may not be until fixEdges.
+    /// Edges inside a former triangle are Delaunay afterwards; others may not be until fixEdges.
     void cutSegments(const std::vector<Segment2>& vSegments);
     void fixEdges(bool bPieces);
     void bendEdgesTo(Point2* pVtx);

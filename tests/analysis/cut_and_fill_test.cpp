@@ -65,8 +65,8 @@ struct Plane {
     double dx, dy;
 };
 
-/// Every triangle against every other one: clipped to each other, then to where one is above the other.
-/// Without those that are nothing but rounding, whose planes are.
+/// The volumes by brute force: each pair of triangles is clipped to its intersection, then to the part where one is
+/// above the other. Slivers of rounding are left out, since their planes are arbitrary.
 Volumes intersectAll(const Zone2* pBefore, const Zone2* pAfter) {
     const auto listFat = [](const Zone2* pZone) {
         TriangleVector vTriangles = trianglesOf(pZone);
@@ -133,7 +133,7 @@ void checkHeights(const Zone2* pZone, const Heights& mHeights) {
     }
 }
 
-/// What a component should be, from its triangles alone; its corners all have one sign.
+/// The expected properties of a component, from its triangles alone; the signs of its corners must not differ.
 struct Expected {
     double prisms = 0, area = 0, scale = 0;
     int type = CT_NO_CHANGE;
@@ -171,7 +171,7 @@ void checkComponent(const CAF_Component& component, const TriangleVector& vTrian
     }
 }
 
-/// What holds for any result; returns the sums of the volumes.
+/// Checks the invariants of any result; returns the sums of the volumes.
 Volumes check(const CutAndFill& caf) {
     Volumes volumes;
     Zone2* pZone = nullptr;
@@ -539,7 +539,7 @@ TEST(CutAndFill, IgnoresWhatIsWithinTheThreshold) {
     EXPECT_EQ(caf.getComponent(0)->getCAFType(), CT_NO_CHANGE);
     const Volumes some = compare(before.pZone, after.pZone, 0.05);
     EXPECT_LT(some.fill + some.cut, all.fill + all.cut);
-    // Not more than the threshold of 0.0001 that is always there.
+    // Differences below the minimum threshold of 0.0001.
     for (size_t i = 0; i < vAfter.size(); ++i) vAfter[i].set(vAfter[i].x(), vAfter[i].y(), vBefore[i].z() + 0.00009);
     Surface hardlyRaised(vAfter);
     const Volumes none = compare(before.pZone, hardlyRaised.pZone);
@@ -553,7 +553,7 @@ TEST(CutAndFill, IgnoresWhatIsWithinTheThreshold) {
 
 namespace {
 
-/// What a comparison prints, whose result must be sound and must have no fill, and the components that it has.
+/// The output of a comparison, whose result must be valid, have no fill, and have the given number of components.
 std::string printedByCut(const PointVector& vBefore, const PointVector& vAfter, size_t numComponents) {
     Surface before(vBefore), after(vAfter);
     CutAndFill caf(before.pZone, after.pZone, 0);

@@ -34,7 +34,7 @@ PointVector cornersOf(const TriangleVector& vTriangles) {
     return vCorners;
 }
 
-/// The same faces in another order, each from any of its corners in any direction.
+/// The faces in random order, each from a random corner in a random direction.
 PointVector shuffled(const PointVector& vCorners, Random& r) {
     std::vector<size_t> vOrder(vCorners.size() / 3);
     std::iota(vOrder.begin(), vOrder.end(), size_t(0));
@@ -57,7 +57,7 @@ std::vector<Corners> facesOf(const PointVector& vCorners) {
     return snapshot(vPointers);
 }
 
-/// The faces are what the zone holds, and the mesh is one with the fewest constraints that keep them.
+/// The zone holds exactly the faces, and the mesh has the fewest constraints that keep them.
 void expectImported(const Taro_2D& mesh, const PointVector& vCorners, bool bAllConstraints) {
     const Zone2* pZone = mesh.getImportedZone();
     ASSERT_NE(pZone, nullptr);
@@ -277,7 +277,7 @@ TEST(ImportTriangles, RepairsSoupsOnAGrid) {
     }
 }
 
-/// What happens to faces on their journey through other programs.
+/// Damages a face as other programs do.
 void damage(PointVector& vCorners, Random& r) {
     const size_t f = 3 * (r() % (vCorners.size() / 3));
     Point2 a = vCorners[f], b = vCorners[f + 1], c = vCorners[f + 2];
@@ -296,7 +296,7 @@ void damage(PointVector& vCorners, Random& r) {
             return;
         case 3:
             return add(a, middle, b);
-        case 4:  // overlaps whatever is there
+        case 4:  // overlaps other faces
             return add(vCorners[3 * (r() % (vCorners.size() / 3))], b, c);
         case 5:
             return add(a, b, Point2(std::nextafter(middle.x(), 1e9), middle.y(), 0));
