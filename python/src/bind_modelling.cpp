@@ -90,9 +90,11 @@ void importTriangles(Surface& surface, const PointArray& corners, bool bRepair) 
     call.run([&] {
         std::vector<Point2> vCorners;
         vCorners.reserve(num);
-        for (const double* a = aCoordinates; a != aCoordinates + 3 * num; a += 3) vCorners.emplace_back(a[0], a[1], a[2]);
+        for (const double* a = aCoordinates; a != aCoordinates + 3 * num; a += 3)
+            vCorners.emplace_back(a[0], a[1], a[2]);
         surface.noteChange();
-        if (!surface.getMesh().importTriangles(vCorners, bRepair, false)) throw Refused("the triangles make no surface");
+        if (!surface.getMesh().importTriangles(vCorners, bRepair, false))
+            throw Refused("the triangles make no surface");
         surface.number();
     });
 }
@@ -100,7 +102,8 @@ void importTriangles(Surface& surface, const PointArray& corners, bool bRepair) 
 }  // namespace
 
 void bindModelling(nb::module_& module) {
-    module.def("import_triangles", &importTriangles, nb::arg("surface"), nb::arg("corners").noconvert(), nb::arg("repair"));
+    module.def("import_triangles", &importTriangles, nb::arg("surface"), nb::arg("corners").noconvert(),
+               nb::arg("repair"));
     module.def("simplify", &simplify, nb::arg("surface"), nb::arg("points").noconvert(), nb::arg("lines"),
                nb::arg("max_error"), nb::arg("certified"), nb::arg("threads"), nb::arg("progress").none(),
                "Fills an empty surface. A vertex at the place of points has the row of the first of them as its id.");
