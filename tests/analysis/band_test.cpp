@@ -181,10 +181,8 @@ TEST(Bands, TakeGroundAtALevelForTheBandAbove) {
         expectBandsOfSurface(mesh, {1, 2, 1.5}, 1e-10, r);
         // Ground exactly at a level belongs to the band above it.
         const Bands vBands = bandsOf(trianglesOf(mesh), {1, 2});
-        double level = 0;
         for (const Triangle2* pT : trianglesOf(mesh)) {
             if (pT->getCorner(0)->z() == 2 && pT->getCorner(1)->z() == 2 && pT->getCorner(2)->z() == 2) {
-                level += pT->getArea2D();
                 const Point2 middle = pT->getBarycenter();
                 bool bIn = false;
                 for (const Ring& vRing : vBands.back().vRings) bIn = bIn != isInside(vRing, middle);

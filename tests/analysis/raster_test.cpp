@@ -347,11 +347,11 @@ Cells readAsciiGrid(const std::string& filename) {
 TEST(Rasterize, DescribesPlanesLikeGdal) {
     if (std::system("command -v gdaldem > /dev/null") != 0) GTEST_SKIP() << "gdaldem is not installed";
     const RasterFrame frame{0, 5, 1, 1, 5, 5};
-    for (const auto& [east, north] : {XY{0.5, 0.25}, XY{-0.75, 0.5}, XY{0.0, -1.5}}) {
+    for (const XY& slope : {XY{0.5, 0.25}, XY{-0.75, 0.5}, XY{0.0, -1.5}}) {
         Taro_2D mesh;
         PointVector vCorners;
         for (const double x : {0.0, 5.0})
-            for (const double y : {0.0, 5.0}) vCorners.emplace_back(x, y, 20 + east * x + north * y);
+            for (const double y : {0.0, 5.0}) vCorners.emplace_back(x, y, 20 + slope.first * x + slope.second * y);
         mesh.insert(vCorners);
         const Zone2* pZone = mesh.createZone(nullptr, ZL_GLOBAL);
         std::ofstream file("plane.asc");
@@ -366,7 +366,7 @@ TEST(Rasterize, DescribesPlanesLikeGdal) {
             const Cells vTheirs = readAsciiGrid(mode + ".asc");
             ASSERT_EQ(vTheirs.size(), 25u);
             EXPECT_NEAR(vTheirs[12], rasterOf(pZone, frame, kind)[12], tolerance)
-                << mode << " " << east << " " << north;
+                << mode << " " << slope.first << " " << slope.second;
         };
         check("slope", RK_SLOPE, 1e-4);
         check("aspect", RK_ASPECT, 1e-4);

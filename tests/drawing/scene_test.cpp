@@ -335,7 +335,6 @@ TEST(Scene, ATriangulationAndItsZonesWriteThemselves) {
     EXPECT_EQ(ObjContent("zone.obj").mTriangles.at("surface"), toSet(trianglesOf(pZone)));
     EXPECT_TRUE(contains(printedBy([&] { EXPECT_FALSE(other.writeObj("none.obj", pZone)); }), "another triangulation"));
 
-    std::atomic<bool> bCancelled{false};
     ASSERT_TRUE(mesh.showGeomview("all.gv"));
     ASSERT_TRUE(pZone->showGeomview("zone.gv"));
     EXPECT_EQ(countOf(" 1 1 1 0.5\n", readFile("all.gv")), mesh.numberOfTriangles());
