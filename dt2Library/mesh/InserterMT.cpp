@@ -148,7 +148,7 @@ void InserterMT::determineBoxes(int numThreads) {
 }
 
 /// This happens where all points are near the hull, as on a circle: the triangles at the corners of the fake box then
-/// extend over the whole mesh, and the corners have so many neighbours that removing them would cost more than the
+/// extend over the whole mesh, and the corners have a high degree, and removing them would cost more than the
 /// insertion.
 bool InserterMT::doMostRunAlone() const {
     const auto runsAlone = [](const auto& pChunk) { return pChunk->runsAlone(); };

@@ -142,7 +142,12 @@ void Simplifier::assign(std::uint32_t k, Triangle2*& pT) {
     const Point2 point = buckets_.getPlaces()[k].getPoint();
     int idx = -1;
     const int code = walk(&point, pT, idx, mesh_.getGeomTest());
-    if (code == CODE_DUPLICATE || isOnKeptLine(pT, point)) {
+    // A point beside a kept line at the border may be outside by rounding; other points on the hull edge are inside.
+    const bool bOutside =
+        code >= 0 && code < 3 &&
+        mesh_.getGeomTest().getOrientation2(pT->getCorner(incIndexBy1(code)), pT->getCorner(incIndexBy2(code)),
+                                            &point) == ORIENTATION2_CW;
+    if (code == CODE_DUPLICATE || bOutside || isOnKeptLine(pT, point)) {
         stateOf(k) = LEFT_OUT;
         ++numLeftOut_;
         return;

@@ -14,7 +14,7 @@ namespace {
 
 struct HashPlace {
     size_t operator()(const std::pair<double, double>& place) const {
-        const std::hash<double> hash;  // the same for both zeros
+        const std::hash<double> hash;  // 0.0 and -0.0 have one hash value
         return hash(place.first) * 31 + hash(place.second);
     }
 };

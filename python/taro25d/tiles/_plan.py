@@ -29,7 +29,7 @@ def cells_of(places: FloatArray, level: int) -> IntArray:
 
 
 def find_level(low: FloatArray, high: FloatArray, size: int) -> int:
-    """Find the smallest level at which a box has at most so many cells in each direction."""
+    """Find the smallest level at which a box has at most ``size`` cells in each direction."""
     magnitude = float(np.max(np.abs([low, high])))
     level = int(np.frexp(magnitude)[1]) - 60  # cells have to be numbers of 64 bits
     extent = float(np.max(high / 2 - low / 2)) * 2
