@@ -1,6 +1,6 @@
-// How long an operation on a million points goes on without looking whether its client wants it to end: the longest gap
-// between two looks, in milliseconds of processor time of the calling thread, which other programs do not disturb. The
-// goal is 50. With a word as an argument, only the operations that contain it.
+// The longest time between two cancellation points of an operation on a million points, in milliseconds of processor
+// time of the calling thread, which other programs do not disturb. The goal is 50. With a word as an argument, only
+// operations whose names contain it are run.
 
 #include <ctime>
 
@@ -30,11 +30,11 @@ double now() {
 
 std::string filter;
 
-/// Runs an operation and prints its time, its number of looks, and the longest gap between two of them.
+/// Runs an operation and prints its time, its number of cancellation points, and the longest gap between two of them.
 void measure(const std::string& name, const std::function<void()>& run) {
     const double start = now();
     double last = start, longest = 0.0, at = 0.0;
-    std::size_t numLooks = 0;
+    std::size_t numCancelPoints = 0;
     const auto note = [&] {
         const double time = now();
         if (time - last > longest) {
@@ -43,15 +43,15 @@ void measure(const std::string& name, const std::function<void()>& run) {
         }
         last = time;
     };
-    setLookObserver([&] {
+    setCancelPointObserver([&] {
         note();
-        ++numLooks;
+        ++numCancelPoints;
     });
     run();
-    setLookObserver(nullptr);
+    setCancelPointObserver(nullptr);
     note();
-    std::printf("%-44s %9.0f ms %9zu looks   longest gap %6.1f ms, after %.0f ms\n", name.c_str(), last - start,
-                numLooks, longest, at);
+    std::printf("%-44s %9.0f ms %9zu points   longest gap %6.1f ms, after %.0f ms\n", name.c_str(), last - start,
+                numCancelPoints, longest, at);
     std::fflush(stdout);
 }
 

@@ -47,9 +47,9 @@ CAF_Component::CAF_Component(std::vector<Triangle2*> vTriangles, const HeightMap
 }
 
 void CAF_Component::init(const HeightMap& heights) {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             const BeforeAfter& ofCorner = *heights.find(pT->getCorner(i));
             const double d = ofCorner.after() - ofCorner.before();
@@ -81,9 +81,9 @@ void CAF_Component::setVolume(const HeightMap& heights) {
     };
 
     Solid solid(at(vTriangles_[0]->getCorner(0)).top);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         const Corner c0 = at(pT->getCorner(0)), c1 = at(pT->getCorner(1)), c2 = at(pT->getCorner(2));
         solid.addTriangle(c0.top, c1.top, c2.top);
         solid.addTriangle(c0.bottom, c2.bottom, c1.bottom);

@@ -80,9 +80,9 @@ void CrossingGraph::appendPolylines(std::vector<std::vector<Segment2>>& vvPolyli
 /// closed ones.
 void CrossingGraph::appendSorted(bool bClosed, std::vector<std::vector<Segment2>>& vvPolylines) {
     std::vector<std::vector<Segment2>> vvFresh;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Index i = 0; i < vCrossings_.size(); ++i) {
-        lookout.look();
+        cancelPoint.pass();
         const Crossing& crossing = vCrossings_[i];
         if (crossing.bVisited || (!bClosed && crossing.aNext[1] != NONE)) continue;
         Chain vChain = walkFrom(i);
@@ -90,8 +90,9 @@ void CrossingGraph::appendSorted(bool bClosed, std::vector<std::vector<Segment2>
         std::vector<Segment2> vPolyline = toPolyline(vChain, bClosed);
         if (!vPolyline.empty()) vvFresh.push_back(std::move(vPolyline));
     }
-    std::stable_sort(vvFresh.begin(), vvFresh.end(),
-                     lookingAt([](const auto& a, const auto& b) { return a.front().getSrc() < b.front().getSrc(); }));
+    std::stable_sort(vvFresh.begin(), vvFresh.end(), withCancelPoints([](const auto& a, const auto& b) {
+                         return a.front().getSrc() < b.front().getSrc();
+                     }));
     reserveMore(vvPolylines, vvFresh.size());
     std::move(vvFresh.begin(), vvFresh.end(), std::back_inserter(vvPolylines));
 }
@@ -100,7 +101,7 @@ CrossingGraph::Chain CrossingGraph::walkFrom(Index start) {
     Chain vChain;
     for (Index previous = NONE, i = start; i != NONE && !vCrossings_[i].bVisited;) {
         Crossing& crossing = vCrossings_[i];
-        lookout_.look();
+        cancelPoint_.pass();
         crossing.bVisited = true;
         vChain.push_back(i);
         const Index next = crossing.aNext[crossing.aNext[0] == previous ? 1 : 0];
@@ -112,7 +113,7 @@ CrossingGraph::Chain CrossingGraph::walkFrom(Index start) {
 /// Turns a chain so that the higher ground is on its left, and rotates a closed chain to begin at its smallest point.
 void CrossingGraph::direct(Chain& vChain, bool bClosed) {
     for (size_t i = bClosed ? 0 : 1; i < vChain.size(); ++i) {
-        lookout_.look();
+        cancelPoint_.pass();
         const Crossing& from = vCrossings_[i == 0 ? vChain.back() : vChain[i - 1]];
         const Orientation2 side = sideOfHigherGround(from, vCrossings_[vChain[i]]);
         if (side == ORIENTATION2_CW) std::reverse(vChain.begin(), vChain.end());

@@ -91,7 +91,7 @@ class CrossingGraph {
     std::vector<Crossing> vCrossings_;
     std::vector<Index> vTable_;  // open addressing, at most half full
     GeomTest geomTest_;
-    Lookout<> lookout_;
+    CancelPoint<> cancelPoint_;
 };
 
 }  // namespace LUMO_TARO25D

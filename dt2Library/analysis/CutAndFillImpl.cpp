@@ -129,9 +129,9 @@ CutAndFillImpl::TriType CutAndFillImpl::getTriangleType(const Triangle2* pT) con
 
 void CutAndFillImpl::groupT() {
     std::vector<Triangle2*> avByType[TT_FILL + 1];
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vResultTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         const TriType type = getTriangleType(pT);
         if (type == TT_CUT) {
             TARO_ASSERT_TEXT(pT->getCorner(0)->z() >= 0, "pT->getCorner(0)->z()>=0");

@@ -39,10 +39,10 @@ Bbox2 getBoxOf(const Triangle2* pT) {
 /// Dt2::isEdge, with one vertex looked at where that has few triangles.
 bool isEdge(const Dt2& dt2, Point2* p0, Point2* p1) {
     constexpr int MAX_LOOKED = 16;
-    int numLooked = 0;
+    int numPassed = 0;
     const Triangle2* pT = findIncidentTriangle(
-        p0, [&](const Triangle2* pCandidate) { return pCandidate->hasVertex(p1) || ++numLooked > MAX_LOOKED; });
-    return pT && (numLooked <= MAX_LOOKED || dt2.isEdge(p0, p1));
+        p0, [&](const Triangle2* pCandidate) { return pCandidate->hasVertex(p1) || ++numPassed > MAX_LOOKED; });
+    return pT && (numPassed <= MAX_LOOKED || dt2.isEdge(p0, p1));
 }
 
 /// Always false.
@@ -60,9 +60,9 @@ void CutAndFillImpl::readSurfaces() {
         sortAlongCurve(surface.vTriangles);
         std::vector<Point2*> vCorners;
         getVertices(surface.vTriangles, vCorners);
-        Lookout<> lookout;
+        CancelPoint<> cancelPoint;
         for (const Point2* pVtx : vCorners) {
-            lookout.look();
+            cancelPoint.pass();
             surface.mIndices[pVtx] = surface.vPoints.size();
             surface.vPoints.emplace_back(pVtx->x(), pVtx->y(), pVtx->z());
         }
@@ -144,18 +144,18 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
     std::vector<Point2*> vHandles;
     combined_.getImpl()->insertVector(vPoints, vHandles);
     size_t k = 0;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const int ithInput : {0, 1}) {
         Surface& surface = aSurfaces_[ithInput];
         for (const Point2& point : surface.vPoints) {
-            lookout.look();
+            cancelPoint.pass();
             surface.vHandles.push_back(vHandles[k++]);
             heights_[surface.vHandles.back()].aHeights[ithInput] = point.z();
         }
     }
     vHandles.erase(vHandles.begin(), vHandles.begin() + static_cast<std::ptrdiff_t>(k));
     for (k = 0; k < vHandles.size(); ++k) {
-        lookout.look();
+        cancelPoint.pass();
         for (const int ithInput : {0, 1}) {
             double& height = heights_[vHandles[k]].aHeights[ithInput];
             if (height == BeforeAfter::MISSING) height = crossings.getCrossings()[k].aHeights[ithInput];
@@ -167,9 +167,9 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
 void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings) {
     const Surface& surface = aSurfaces_[ithInput];
     std::vector<VertexPair>& vPieces = aLines_[ithInput].vPieces;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     crossings.forEachEdge(ithInput, [&](const EdgeCrossings::Edge& edge, const std::vector<std::uint32_t>& vOnEdge) {
-        lookout.look();
+        cancelPoint.pass();
         Point2* pAt = surface.vHandles[edge.src];
         const auto goTo = [&](Point2* pNext) {
             if (pNext != pAt) vPieces.emplace_back(pAt, pNext);
@@ -184,9 +184,9 @@ void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, c
 /// themselves, and stay so when constraints come that do not cross them. What new vertices take away is found again.
 void CutAndFillImpl::establishPieces() {
     ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     const auto isThere = [&](const VertexPair& piece) {
-        lookout.look();
+        cancelPoint.pass();
         return isEdge(*combined_.getImpl(), piece.first, piece.second);
     };
     for (bool bComplete = false; !bComplete;) {
@@ -209,9 +209,9 @@ void CutAndFillImpl::listResult() {
     AddressSet sInZone = toSet(vTriangles);
     vResultTriangles_.clear();
     vResultTriangles_.reserve(vTriangles.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     combined_.getImpl()->forEachTriangle([&](Triangle2* pT) {
-        lookout.look();
+        cancelPoint.pass();
         if (sInZone.contains(pT)) vResultTriangles_.push_back(pT);
     });
 }
@@ -222,9 +222,9 @@ bool CutAndFillImpl::doesBorderFold() const {
     std::vector<ConstraintSegment2*> vPieces;
     for (const Surface& surface : aSurfaces_) surface.pBorder->getChildConstraintSegments(vPieces);
     AddressSet sResult = toSet(vResultTriangles_);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     return std::any_of(vPieces.begin(), vPieces.end(), [&](const ConstraintSegment2* pPiece) {
-        lookout.look();
+        cancelPoint.pass();
         const Triangle2* pLeft = dt2.getAdjacentTriangle(pPiece->getSrc(), pPiece->getTrg());
         const Triangle2* pRight = dt2.getAdjacentTriangle(pPiece->getTrg(), pPiece->getSrc());
         return pLeft && pRight && sResult.contains(pLeft) && sResult.contains(pRight);
@@ -246,9 +246,9 @@ bool CutAndFillImpl::leaveOutside() {
         return true;
     };
     std::vector<Triangle2*> vInside;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vResultTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         if (sSeen.contains(pT)) continue;
         std::vector<Triangle2*> vRegion;
         spread({pT}, sBorders, sSeen, vRegion);
@@ -286,9 +286,9 @@ void CutAndFillImpl::assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int
     TARO_ASSERT_TEXT(ithInput == 0 || ithInput == 1, "ithInput==0 || ithInput==1");
     std::vector<ConstraintSegment2*> vEdges, vPieces;
     pCG->getOriginalConstraintSegments(vEdges);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (ConstraintSegment2* pEdge : vEdges) {
-        lookout.look();
+        cancelPoint.pass();
         if (pEdge->isAlive()) continue;
         const auto getEnd = [&](const Point2* pVtx) {
             return Point2(pVtx->x(), pVtx->y(), heights_[pVtx].aHeights[ithInput]);
@@ -306,9 +306,9 @@ void CutAndFillImpl::assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int
 }
 
 void CutAndFillImpl::complementHeightMap(const std::vector<Point2*>& vVertices) {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Point2* pVtx : vVertices) {
-        lookout.look();
+        cancelPoint.pass();
         for (const int ithInput : {0, 1}) {
             if (heights_[pVtx].aHeights[ithInput] == BeforeAfter::MISSING) setOneMissingHeight(pVtx, ithInput);
         }
@@ -327,9 +327,9 @@ void CutAndFillImpl::setOneMissingHeight(const Point2* pVtx, int ithInput) {
 }
 
 void CutAndFillImpl::setCombinedHeights(const std::vector<Point2*>& vVertices) {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Point2* pVtx : vVertices) {
-        lookout.look();
+        cancelPoint.pass();
         BeforeAfter& ofVtx = heights_[pVtx];
         const double h0 = ofVtx.before(), h1 = ofVtx.after();
         TARO_ASSERT_TEXT(h0 != BeforeAfter::MISSING && h1 != BeforeAfter::MISSING,

@@ -68,9 +68,9 @@ void CutAndFillImpl::cutAlongZeroLine() {
 CutAndFillImpl::Cuts CutAndFillImpl::virtualCut() const {
     Cuts cuts;
     AddressSet sDone;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vResultTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         if (!hasBothSigns(pT)) continue;
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
@@ -125,9 +125,9 @@ void CutAndFillImpl::cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLi
 void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     std::vector<const CutHelper*> vInserted;
     std::vector<Point2> vPlaces;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const CutHelper& cut : cuts.vCuts) {
-        lookout.look();
+        cancelPoint.pass();
         if (cut.bMerged || !isAwayFromEnds(cut.place, cut.edge)) continue;
         vInserted.push_back(&cut);
         vPlaces.push_back(cut.place);
@@ -137,7 +137,7 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     VertexPairMap<Point2> mZeros;
     mZeros.reserve(cuts.vCuts.size());
     for (size_t k = 0; k < vHandles.size(); ++k) {
-        lookout.look();
+        cancelPoint.pass();
         const CutHelper& cut = *vInserted[k];
         mZeros.add(cut.edge.first, cut.edge.second, vHandles[k]);
         if (getCombinedHeight(vHandles[k]) != BeforeAfter::MISSING) continue;  // it was there before
@@ -166,9 +166,9 @@ void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vect
                                   AddressSet& sOnPieces) {
     std::vector<VertexPair> vDivided;
     vDivided.reserve(vPieces.size() + vPieces.size() / 2);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const VertexPair& piece : vPieces) {
-        lookout.look();
+        cancelPoint.pass();
         Point2* pZero = isMixed(piece) ? mZeros.find(piece.first, piece.second) : nullptr;
         if (pZero) {
             sOnPieces.insert(pZero);
@@ -184,9 +184,9 @@ std::vector<CutAndFillImpl::VertexPair> CutAndFillImpl::joinZeros(const Cuts& cu
                                                                   const VertexPairMap<Point2>& mZeros) const {
     std::vector<VertexPair> vZeroLine;
     const auto isZero = [this](const Point2* pVtx) { return pVtx && getCombinedHeight(pVtx) == 0.0; };
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const ZeroSegment& segment : cuts.vZeroLine) {
-        lookout.look();
+        cancelPoint.pass();
         const auto getZero = [&](const VertexPair& edge) { return mZeros.find(edge.first, edge.second); };
         Point2 *pSrc = getZero(segment.fromEdge), *pTrg = segment.pToCorner;
         if (!pTrg) pTrg = getZero(segment.toEdge);
@@ -236,9 +236,9 @@ void CutAndFillImpl::addNewVertices() {
 /// Where rounding leaves a triangle on both sides after all, the smaller one gives way.
 void CutAndFillImpl::postRound() {
     bool bRounded = false;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vResultTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         if (getTriangleType(pT) != TT_INVALID) continue;
         Note(LOCATION) << "TT_INVALID for " << *pT;
         bRounded = true;

@@ -32,9 +32,9 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
     clearance_ = getClearance(magnitude);
     numberEdgesOfFirst();
     locateSecond();
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (std::uint32_t e = 0; e < second.vEdges.size(); ++e) {
-        lookout.look();
+        cancelPoint.pass();
         if (second.vEdges[e].bInner) follow(e);
     }
     for (const int ithSurface : {1, 0}) keepApart(ithSurface);
@@ -43,9 +43,9 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
 
 void EdgeCrossings::numberEdgesOfFirst() {
     const std::vector<Edge>& vEdges = aSurfaces_[0].vEdges;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (std::uint32_t e = 0; e < vEdges.size(); ++e) {
-        lookout.look();
+        cancelPoint.pass();
         const Edge& edge = vEdges[e];
         if (!edge.bInner) continue;
         const Triangle2* pN = edge.pT->getOppositeTriangle(edge.i);
@@ -57,9 +57,9 @@ void EdgeCrossings::numberEdgesOfFirst() {
 
 void EdgeCrossings::locateSecond() {
     Triangle2* pT = mesh_.getOneValidTriangle();
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Point2& point : aSurfaces_[1].vPoints) {
-        lookout.look();
+        cancelPoint.pass();
         const int code = mesh_.walkTo(point, pT, geomTest_);
         vLocations_.emplace_back(pT, code);
     }
@@ -178,9 +178,9 @@ void EdgeCrossings::sortAlong(int ithSurface) {
         return t0 != t1 ? t0 < t1 : a < b;
     };
     auto first = vOrder.begin();
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const std::uint32_t end : vEnds) {
-        lookout.look();
+        cancelPoint.pass();
         const auto last = vOrder.begin() + end;
         std::sort(first, last, isBefore);
         first = last;

@@ -18,15 +18,15 @@ bool isUsable(const Triangle2* pT) {
 
 HeightTree::HeightTree(const std::vector<Triangle2*>& vTriangles) {
     vLeaves_.reserve(vTriangles.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         if (!isUsable(pT)) continue;
         const auto [minZ, maxZ] = std::minmax({pT->getCorner(0)->z(), pT->getCorner(1)->z(), pT->getCorner(2)->z()});
         vLeaves_.push_back({minZ, maxZ, pT});
     }
     std::sort(vLeaves_.begin(), vLeaves_.end(),
-              lookingAt([](const Leaf& a, const Leaf& b) { return a.minZ < b.minZ; }));
+              withCancelPoints([](const Leaf& a, const Leaf& b) { return a.minZ < b.minZ; }));
     vMaxZ_.resize(vLeaves_.size());
     if (!isEmpty()) computeMax(0, vLeaves_.size());
 }

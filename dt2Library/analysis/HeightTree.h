@@ -34,9 +34,9 @@ class HeightTree {
     /// Calls f for each triangle.
     template <class F>
     void forEach(const F& f) const {
-        Lookout<> lookout;
+        CancelPoint<> cancelPoint;
         for (const Leaf& leaf : vLeaves_) {
-            lookout.look();
+            cancelPoint.pass();
             f(*leaf.pT);
         }
     }

@@ -282,7 +282,7 @@ bool IsoContours::getProfile(const Point2& point, std::vector<Segment2>& vSegmen
         plane.cut(triangle, vCuts);
     });
     const auto isEarlier = [&](const Segment2& a, const Segment2& b) { return plane.isBefore(a, b); };
-    std::sort(vCuts.begin(), vCuts.end(), lookingAt(isEarlier));
+    std::sort(vCuts.begin(), vCuts.end(), withCancelPoints(isEarlier));
     // An edge in the plane is given by both of its triangles.
     vCuts.erase(std::unique(vCuts.begin(), vCuts.end(), isSameSegment), vCuts.end());
     vSegments.insert(vSegments.end(), vCuts.begin(), vCuts.end());

@@ -53,9 +53,9 @@ class DisjointSets {
 std::vector<Triangle2*>::iterator findSmallest(std::vector<Triangle2*>& vTriangles) {
     auto smallest = vTriangles.begin();
     const Point2* pCorner = getSortedCorners(*smallest)[0];
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (auto it = vTriangles.begin(); it != vTriangles.end(); ++it) {
-        lookout.look();
+        cancelPoint.pass();
         const Triangle2* pT = *it;
         if (*pCorner < *pT->getCorner(0) && *pCorner < *pT->getCorner(1) && *pCorner < *pT->getCorner(2)) continue;
         if (!isBefore(pT, *smallest)) continue;
@@ -73,7 +73,7 @@ std::vector<Triangle2*> getTrianglesInPlaneOrder(const Zone2& zone) {
     // Combined zones return their triangles in the order of addresses.
     const ZoneLocation zoneLoc = zone.getZoneLocation();
     if (zoneLoc >= ZL_RESULT_UNION && zoneLoc <= ZL_RESULT_SYMMETRIC_DIFFERENCE) {
-        std::sort(vTriangles.begin(), vTriangles.end(), lookingAt(isBefore));
+        std::sort(vTriangles.begin(), vTriangles.end(), withCancelPoints(isBefore));
     }
     return vTriangles;
 }
@@ -84,9 +84,9 @@ void sortAlongCurve(std::vector<Triangle2*>& vTriangles) {
     const HC2 curve(box.getMinX(), box.getMinY(), box.getMaxX(), box.getMaxY(), 32);
     const auto pointAt = [&vTriangles](size_t i) { return vTriangles[i]->getBarycenter(); };
     std::vector<KeyedIndex> vOrder(vTriangles.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (std::uint32_t i = 0; i < vOrder.size(); ++i) {
-        lookout.look();
+        cancelPoint.pass();
         const Point2 place = pointAt(i);
         vOrder[i] = {curve.iReset(place.x(), place.y()), i};
     }
@@ -102,9 +102,9 @@ std::vector<std::vector<Triangle2*>> getComponentsInPlaneOrder(const std::vector
     // In the order of the list, so that memory is read in order too if the list is in that of the records.
     RecordMap<Triangle2, std::uint32_t> mNumbers;  // from 1
     DisjointSets sets(vTriangles.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (std::uint32_t k = 0; k < vTriangles.size(); ++k) {
-        lookout.look();
+        cancelPoint.pass();
         mNumbers[vTriangles[k]] = k + 1;
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = vTriangles[k]->getOppositeTriangle(i);
@@ -115,7 +115,7 @@ std::vector<std::vector<Triangle2*>> getComponentsInPlaneOrder(const std::vector
     std::vector<std::uint32_t> vComponents(vTriangles.size());  // of the first number of each set
     std::vector<std::vector<Triangle2*>> vvComponents;
     for (std::uint32_t k = 0; k < vTriangles.size(); ++k) {
-        lookout.look();
+        cancelPoint.pass();
         const std::uint32_t first = sets.getFirst(k);
         if (first == k) {
             vComponents[k] = static_cast<std::uint32_t>(vvComponents.size());

@@ -21,7 +21,7 @@ class Cells {
         for (size_t i = 0; i < vPoints.size(); ++i) {
             vEntries_.push_back({std::floor(toCells(vPoints[i].x())), std::floor(toCells(vPoints[i].y())), i});
         }
-        std::sort(vEntries_.begin(), vEntries_.end(), lookingAt(isBefore));
+        std::sort(vEntries_.begin(), vEntries_.end(), withCancelPoints(isBefore));
     }
 
     /// Takes the nearest point within the distance that has not been taken; null if there is none.
@@ -63,9 +63,9 @@ class Cells {
 
 void weld(const std::vector<Point2>& vFixed, double distance, std::vector<Point2>& vMoving) {
     Cells cells(vFixed, distance);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Point2& point : vMoving) {
-        lookout.look();
+        cancelPoint.pass();
         if (const Point2* pNear = cells.takeNear(point)) point.set(pNear->x(), pNear->y(), point.z());
     }
 }

@@ -100,9 +100,9 @@ bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const
     Triangle2* pT = nullptr;
     int i = 0;
     if (leaveTowardsVertex(geomTest_, pSrc, pTrg, pT, i)) return false;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     while (!mesh_.isConstraint(pT, i)) {
-        lookout.look();
+        cancelPoint.pass();
         if (crossEdge(geomTest_, pSrc, pTrg, pT, i) == ORIENTATION2_COLLINEAR) return false;
     }
     const Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
@@ -252,9 +252,9 @@ std::vector<ConstraintSegment2*> ConformingInserter::takeEncroachedPieces() {
     std::vector<ConstraintSegment2*> vPieces;
     if (!mesh_.is2D()) return vPieces;
     pieces_.takeSuspects(vPieces);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     const auto isHarmless = [&](const ConstraintSegment2* p) {
-        lookout.look();
+        cancelPoint.pass();
         return !p->isAlive() || !isEncroached(mesh_, p);
     };
     vPieces.erase(std::remove_if(vPieces.begin(), vPieces.end(), isHarmless), vPieces.end());
@@ -267,9 +267,9 @@ std::vector<ConstraintSegment2*> ConformingInserter::takeEncroachedPieces() {
 
 void ConformingInserter::setHalvingQuota(size_t numSegments, const std::vector<ConstraintSegment2*>& vPieces) {
     halvingQuota_ = ConformingPieces::MIN_HALVING_QUOTA + ConformingPieces::NUM_HALVINGS_EACH * numSegments;
-    Lookout<16> lookout;
+    CancelPoint<16> cancelPoint;
     for (const ConstraintSegment2* pCSeg : vPieces) {
-        lookout.look();
+        cancelPoint.pass();
         raiseHalvingQuota(pCSeg);
     }
 }

@@ -53,13 +53,13 @@ class Incidence {
   public:
     explicit Incidence(const std::vector<ConstraintSegment2*>& vCSegs) {
         vEntries_.reserve(2 * vCSegs.size());
-        Lookout<> lookout;
+        CancelPoint<> cancelPoint;
         for (ConstraintSegment2* pCSeg : vCSegs) {
-            lookout.look();
+            cancelPoint.pass();
             vEntries_.emplace_back(pCSeg->getSrc(), pCSeg);
             vEntries_.emplace_back(pCSeg->getTrg(), pCSeg);
         }
-        std::sort(vEntries_.begin(), vEntries_.end(), lookingAt(before));
+        std::sort(vEntries_.begin(), vEntries_.end(), withCancelPoints(before));
     }
 
     /// The segment that follows pCSeg in a chain through a vertex; null unless exactly two segments meet there.
@@ -152,9 +152,9 @@ void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCS
 std::vector<ConstraintSegment2*> ConstraintGraph2::init(const std::vector<ConstraintSegment2*>& vCSegs) {
     std::vector<ConstraintSegment2*> vProperCSegs;
     vProperCSegs.reserve(vCSegs.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (ConstraintSegment2* pCSeg : vCSegs) {
-        lookout.look();
+        cancelPoint.pass();
         if (*pCSeg->getSrc() != *pCSeg->getTrg()) {
             vProperCSegs.push_back(pCSeg);
         } else {
@@ -170,14 +170,14 @@ void ConstraintGraph2::enterDirections(const Directions& vDirections) {
     TARO_ASSERT_TEXT(pReverse_->empty(), "mCSegReverse.empty()");
     vCSegParents_.reserve(vDirections.size());
     pReverse_->reserve(vDirections.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const auto& [pCSeg, bReverse] : vDirections) {
-        lookout.look();
+        cancelPoint.pass();
         vCSegParents_.push_back(pCSeg);
         pReverse_->add(pCSeg, bReverse);
     }
     for (ConstraintSegment2* pCSeg : vCSegParents_) {
-        lookout.look();
+        cancelPoint.pass();
         if (!pCSeg->isAlive()) setDirectionsRecursive(pCSeg);
     }
 }
@@ -224,9 +224,9 @@ bool ConstraintGraph2::checkAndSortPolygonSub(const std::vector<ConstraintSegmen
     const Incidence incidence(vCSegs);
     vChain.reserve(vCSegs.size());
     ConstraintSegment2* pCSeg = vAtStart[turn == ORIENTATION2_CCW ? 0 : 1];
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Point2* pVtx = pStart; vChain.size() < vCSegs.size();) {
-        lookout.look();
+        cancelPoint.pass();
         vChain.emplace_back(pCSeg, pCSeg->getSrc() != pVtx);
         pVtx = getOtherEnd(pCSeg, pVtx);
         if (pVtx == pStart) return vChain.size() == vCSegs.size();
@@ -296,9 +296,9 @@ void ConstraintGraph2::getChildrenFrom(const Point2* pSrc, ConstraintSegment2* p
 
 void ConstraintGraph2::getAliveConstraintChain(std::vector<ConstraintSegment2*>& vAliveCSegs) const {
     std::vector<ConstraintSegment2*> vStack(vCSegParents_.rbegin(), vCSegParents_.rend());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     while (!vStack.empty()) {
-        lookout.look();
+        cancelPoint.pass();
         ConstraintSegment2* pCSeg = vStack.back();
         vStack.pop_back();
         if (pCSeg->isAlive()) {
@@ -317,9 +317,9 @@ void ConstraintGraph2::getOriginalConstraintSegments(std::vector<ConstraintSegme
 }
 
 void ConstraintGraph2::getChildConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (ConstraintSegment2* pCSeg : vCSegParents_) {
-        lookout.look();
+        cancelPoint.pass();
         appendAlivePieces(pCSeg, vCSegs);
     }
 }
@@ -333,9 +333,9 @@ void ConstraintGraph2::setPasses(const std::vector<bool>& vReverse) {
 /// piece that they pass in opposite directions.
 void ConstraintGraph2::getDirectedPieces(std::vector<std::pair<Point2*, Point2*>>& vPieces) const {
     std::vector<ConstraintSegment2*> vStack;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (size_t k = 0; k < vCSegParents_.size(); ++k) {
-        lookout.look();
+        cancelPoint.pass();
         ConstraintSegment2* pOriginal = vCSegParents_[k];
         const bool bReverse = pReverse_->vPasses.empty() ? isReverse(pOriginal) : pReverse_->vPasses[k];
         Point2* pAt = bReverse ? pOriginal->getTrg() : pOriginal->getSrc();

@@ -31,7 +31,8 @@ namespace {
 
 /// Sorts a list of segments, of which the first numOrdered are in order.
 void bringIntoOrder(std::vector<ConstraintSegment2*>& vCSegs, std::ptrdiff_t numOrdered) {
-    const auto less = lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; });
+    const auto less =
+        withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; });
     std::sort(vCSegs.begin() + numOrdered, vCSegs.end(), less);
     std::inplace_merge(vCSegs.begin(), vCSegs.begin() + numOrdered, vCSegs.end(), less);
 }
@@ -77,9 +78,9 @@ void ConstraintMgr::appendSegments(const F& f, std::vector<ConstraintSegment2*>&
     // Those that came after the list was brought into order are sorted here, each time that somebody asks.
     std::vector<ConstraintSegment2*> vWanted;
     std::ptrdiff_t numOrdered = 0;
-    Lookout<4096> lookout;
+    CancelPoint<4096> cancelPoint;
     for (size_t i = 0; i < vSegments_.size(); ++i) {
-        lookout.look();
+        cancelPoint.pass();
         if (!f(vSegments_[i]) || !isKept(vSegments_[i])) continue;
         vWanted.push_back(vSegments_[i]);
         numOrdered += i < numSorted_;
@@ -138,9 +139,9 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std:
     vCSegs.reserve(vPairs.size());
     numRequested_ += vPairs.size();
     ConstraintSegment2::Age age{++numCalls_, 0};
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (; age.place < vPairs.size(); ++age.place) {
-        lookout.look();
+        cancelPoint.pass();
         const auto& [p0, p1] = vPairs[age.place];
         if (p0 != p1) {
             vCSegs.push_back(addConstraintSegment(p0, p1, cis));
@@ -242,9 +243,9 @@ void ConstraintMgr::countEnds() {
 
 void ConstraintMgr::discardOrphans(std::vector<Point2*>& vBroughtAlone) {
     countEnds();
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     while (!vOrphans_.empty()) {
-        lookout.look();
+        cancelPoint.pass();
         ConstraintSegment2* pCSeg = vOrphans_.back();
         vOrphans_.pop_back();
         Point2 *p0 = pCSeg->getSrc(), *p1 = pCSeg->getTrg();
@@ -286,9 +287,10 @@ void ConstraintMgr::apply() {
     std::vector<ConstraintSegment2*> vCSegs;
     getAliveConstraintSegments(vCSegs);
     sortByPlace(vCSegs);
-    std::stable_sort(
-        vCSegs.begin(), vCSegs.end(),
-        lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return a->getAge() < b->getAge(); }));
+    std::stable_sort(vCSegs.begin(), vCSegs.end(),
+                     withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) {
+                         return a->getAge() < b->getAge();
+                     }));
     establisher_.establishWithProgress(vCSegs, numRequested_, "apply");
     bUnfinished_ = false;
 }

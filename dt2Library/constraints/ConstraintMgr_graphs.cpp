@@ -128,7 +128,7 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Ver
     }
     // A segment that occurs in both directions gets the first one; the graph stores all passes besides.
     std::stable_sort(vReverse.begin(), vReverse.end(),
-                     lookingAt([](const Entry& a, const Entry& b) { return a.first < b.first; }));
+                     withCancelPoints([](const Entry& a, const Entry& b) { return a.first < b.first; }));
     const std::map<VertexPair, bool> mPPReverse(vReverse.begin(), vReverse.end());
     const std::vector<ConstraintSegment2*> vCSegs = addGraph(vPairs, cis, [&](const auto& vNew) {
         return std::make_unique<ConstraintGraph2>(pDt2_, vNew, mPPReverse, cis);

@@ -39,7 +39,7 @@ inline void sortByPlace(std::vector<ConstraintSegment2*>& vCSegs, size_t begin =
     };
     constexpr std::ptrdiff_t MIN_LENGTH_TO_LOOK = 1000;
     if (vCSegs.end() - first < MIN_LENGTH_TO_LOOK) return std::sort(first, vCSegs.end(), comesFirst);
-    std::sort(first, vCSegs.end(), lookingAt(comesFirst));
+    std::sort(first, vCSegs.end(), withCancelPoints(comesFirst));
 }
 
 /// The alive pieces of graphs, as edges.

@@ -34,7 +34,7 @@ void GraphRemover::finish(bool bRemoveVertices) {
     manager_.discardOrphans(vBroughtAlone);
     if (!bRemoveVertices) return;
     std::sort(vBroughtAlone.begin(), vBroughtAlone.end(),
-              lookingAt([](const Point2* a, const Point2* b) { return *a < *b; }));
+              withCancelPoints([](const Point2* a, const Point2* b) { return *a < *b; }));
     for (Point2* pVtx : vBroughtAlone) {
         throwIfStopped();
         mesh_.remove(pVtx);
@@ -45,9 +45,9 @@ std::vector<ConstraintSegment2*> GraphRemover::collect(const ConstraintGraph2* p
     std::vector<ConstraintSegment2*> vStack, vAll;
     pGraph->getOriginalConstraintSegments(vStack);
     AddressSet sSeen;  // segments may have pieces in common
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     while (!vStack.empty()) {
-        lookout.look();
+        cancelPoint.pass();
         ConstraintSegment2* pCSeg = vStack.back();
         vStack.pop_back();
         if (!sSeen.insert(pCSeg)) continue;
@@ -66,9 +66,9 @@ void GraphRemover::releaseEdges(const std::vector<ConstraintSegment2*>& vCSegs) 
     std::copy_if(vCSegs.begin(), vCSegs.end(), std::back_inserter(vAlive),
                  [](const ConstraintSegment2* pCSeg) { return pCSeg->isAlive(); });
     sortByPlace(vAlive);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (ConstraintSegment2* pCSeg : vAlive) {
-        lookout.look();
+        cancelPoint.pass();
         pCSeg->kill();
         if (!mesh_.is2D()) continue;
         const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);

@@ -213,9 +213,9 @@ void SegmentChecker::getIntersectors(Segment2* pSegment, bool bAlsoEndPoints, In
     const MessageScope scope(&pState_->progress);
     SegmentIndex& segments = pState_->segments;
     std::vector<std::pair<size_t, SegmentIntersectionType>> vFound;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     segments.forEachCandidate(*pSegment, [&](size_t i) {
-        lookout.look();
+        cancelPoint.pass();
         if (segments[i] == pSegment) return;
         const SegmentIntersectionType type = getIntersectionType(pSegment, segments[i]);
         if (isReported(type, bAlsoEndPoints)) vFound.emplace_back(i, type);
@@ -230,12 +230,12 @@ void SegmentChecker::getIllegalSegments(bool bAlsoEndPoints, std::vector<Segment
     std::vector<char> vIllegal(segments.size(), false);
     pState_->progress.start("check segments", segments.size());
     const ProgressEnd progressEnd(pState_->progress);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (size_t i = 0; i < segments.size(); ++i) {
-        lookout.look();
+        cancelPoint.pass();
         // Each pair once, and none whose segments are both known to be illegal.
         segments.forEachCandidate(*segments[i], [&](size_t j) {
-            lookout.look();
+            cancelPoint.pass();
             if (j <= i || (vIllegal[i] && vIllegal[j])) return;
             if (isReported(getIntersectionType(segments[i], segments[j]), bAlsoEndPoints)) {
                 vIllegal[i] = vIllegal[j] = true;

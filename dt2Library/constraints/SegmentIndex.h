@@ -78,9 +78,9 @@ class SegmentIndex {
     /// Bulk loading gives the better tree and costs less than insertion unless few segments are new.
     void updateTree() {
         if (size() - numInTree_ > numInTree_ / 8) return loadTree();
-        Lookout<> lookout;
+        CancelPoint<> cancelPoint;
         for (; numInTree_ < size(); ++numInTree_) {
-            lookout.look();
+            cancelPoint.pass();
             const Segment2& segment = *vSegments_[numInTree_];
             if (isFinite2D(segment)) tree_.insert(Entry(getBox(segment), numInTree_));
         }
@@ -92,13 +92,13 @@ class SegmentIndex {
         for (size_t i = 0; i < size(); ++i) {
             if (isFinite2D(*vSegments_[i])) vEntries.emplace_back(getBox(*vSegments_[i]), i);
         }
-        Lookout<> lookout;
-        const std::function<const Entry&(const Entry&)> lookAt = [&lookout](const Entry& entry) -> const Entry& {
-            lookout.look();
+        CancelPoint<> cancelPoint;
+        const std::function<const Entry&(const Entry&)> passed = [&cancelPoint](const Entry& entry) -> const Entry& {
+            cancelPoint.pass();
             return entry;
         };
-        tree_ = Tree(boost::make_transform_iterator(vEntries.begin(), lookAt),
-                     boost::make_transform_iterator(vEntries.end(), lookAt));
+        tree_ = Tree(boost::make_transform_iterator(vEntries.begin(), passed),
+                     boost::make_transform_iterator(vEntries.end(), passed));
         numInTree_ = size();
     }
 

@@ -294,10 +294,10 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
         if (isOnPath(pCorner)) return pCorner;
     }
     CrossedRegion region(pT, i);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     Orientation2 ori = ORIENTATION2_CCW;
     while (ori != ORIENTATION2_COLLINEAR) {
-        lookout.look();
+        cancelPoint.pass();
         if (mesh_.isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, vPairIspCS);
         ori = crossEdge(geomTest, pSrc, pTrg, pT, i);
         region.add(pT, i, ori);

@@ -21,9 +21,9 @@ namespace {
 /// Every alive constraint segment must be an edge of some triangle.
 void checkConstraints(const Dt2& mesh, Note& report, MeshCheck& check) {
     AddressSet sContained;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : check.getTriangles()) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3 && hasThreeCorners(*pT); ++i) {
             if (!mesh.isConstraint(pT, i)) continue;
             sContained.insert(
@@ -33,7 +33,7 @@ void checkConstraints(const Dt2& mesh, Note& report, MeshCheck& check) {
     std::vector<ConstraintSegment2*> vAlive, vMissing;
     mesh.getAliveConstraintSegments(vAlive);
     std::copy_if(vAlive.begin(), vAlive.end(), std::back_inserter(vMissing), [&](const ConstraintSegment2* pCSeg) {
-        lookout.look();
+        cancelPoint.pass();
         return !sContained.contains(pCSeg);
     });
     report << "\n* ConstraintSegments (alive): " << vAlive.size() << ", contained: " << vAlive.size() - vMissing.size()
@@ -51,9 +51,9 @@ void checkConstraints(const Dt2& mesh, Note& report, MeshCheck& check) {
 void warnOfEncroachedPieces(const Dt2& mesh) {
     std::vector<ConstraintSegment2*> vAlive;
     mesh.getAliveConstraintSegments(vAlive);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     const auto numEncroached = std::count_if(vAlive.begin(), vAlive.end(), [&](const ConstraintSegment2* pCSeg) {
-        lookout.look();
+        cancelPoint.pass();
         return ConformingPieces::isConforming(pCSeg) && ConformingInserter::isEncroached(mesh, pCSeg);
     });
     if (numEncroached == 0) return;

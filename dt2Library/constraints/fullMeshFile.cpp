@@ -37,9 +37,9 @@ void writeGraph(Writer& writer, const ConstraintGraph2& graph, const VertexNumbe
     std::vector<std::pair<Point2*, Point2*>> vPieces;
     graph.getDirectedPieces(vPieces);
     writer.write(std::uint64_t(vPieces.size()));
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const auto& [pSrc, pTrg] : vPieces) {
-        lookout.look();
+        cancelPoint.pass();
         writer.write(*mNumbers.find(pSrc));
         writer.write(*mNumbers.find(pTrg));
     }
@@ -83,9 +83,9 @@ bool saveFullMesh(const Dt2& mesh, const char* filename) {
     mesh.getVertexPointers(vVertices);
     VertexNumbers mNumbers;
     mNumbers.reserve(vVertices.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (size_t i = 0; i < vVertices.size(); ++i) {
-        lookout.look();
+        cancelPoint.pass();
         mNumbers.add(vVertices[i], static_cast<std::uint32_t>(i));
     }
     std::vector<ConstraintGraph2*> vGraphs;
@@ -95,7 +95,7 @@ bool saveFullMesh(const Dt2& mesh, const char* filename) {
         writer.write(FULL_TYPE_TAG);
         writer.write(std::uint64_t(vVertices.size()));
         for (const Point2* pVtx : vVertices) {
-            lookout.look();
+            cancelPoint.pass();
             writer.write(*pVtx);
         }
         for (const Point2* pVtx : vVertices) writer.write(static_cast<std::int32_t>(pVtx->getCustomIndex()));

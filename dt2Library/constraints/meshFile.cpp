@@ -158,14 +158,14 @@ bool saveMesh(const Dt2& mesh, const char* filename) {
         Writer writer(pFile);
         writer.write(TYPE_TAG);
         writer.write(std::uint64_t(vVertices.size()));
-        Lookout<> lookout;
+        CancelPoint<> cancelPoint;
         for (const Point2* pVtx : vVertices) {
-            lookout.look();
+            cancelPoint.pass();
             writer.write(*pVtx);
         }
         writer.write(std::uint64_t(vCSegs.size()));
         for (const ConstraintSegment2* pCSeg : vCSegs) {
-            lookout.look();
+            cancelPoint.pass();
             writer.write(*pCSeg->getSrc());
             writer.write(*pCSeg->getTrg());
         }

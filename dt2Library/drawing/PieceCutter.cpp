@@ -17,7 +17,7 @@ bool PieceCutter::getNext(SurfacePiece& piece) {
     for (size_t next = 0;;) {
         std::uint32_t triangle;
         if (next < vQueue_.size()) {
-            task_.look(next);
+            task_.passCancelPoint(next);
             const std::uint32_t edge = links_.findAcross(vQueue_[next++]);
             if (edge == TriangleLinks::NONE) continue;
             triangle = edge / 3;

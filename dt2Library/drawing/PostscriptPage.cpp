@@ -73,7 +73,7 @@ PostscriptPage::PostscriptPage(const std::string& filename) : filename_(filename
 
 /// Extends the range; false, without effect, if a coordinate is not finite.
 bool PostscriptPage::include(std::initializer_list<XY> corners) {
-    look();
+    passCancelPoint();
     for (const XY& corner : corners) {
         if (!std::isfinite(corner.x) || !std::isfinite(corner.y)) return false;
     }
@@ -134,9 +134,9 @@ XY PostscriptPage::scaledPoint(const XY& point) const {
 
 // --- writing ---
 
-void PostscriptPage::look() {
+void PostscriptPage::passCancelPoint() {
     try {
-        lookout_.look();
+        cancelPoint_.pass();
     } catch (...) {
         out_.close();
         bClosed_ = true;
@@ -147,7 +147,7 @@ void PostscriptPage::look() {
 
 void PostscriptPage::write() {
     setRange();
-    look();
+    passCancelPoint();
     std::sort(vPoints_.begin(), vPoints_.end());
     vPoints_.erase(std::unique(vPoints_.begin(), vPoints_.end()), vPoints_.end());
 
@@ -215,7 +215,7 @@ void PostscriptPage::writeHeaderLines() {
 template <class ShapeT>
 void PostscriptPage::writeAll(const ColoredList<ShapeT>& vShapes) {
     for (const auto& [shape, color] : vShapes) {
-        look();
+        passCancelPoint();
         changeColor(color);
         draw(shape, color);
         periodicStroke();

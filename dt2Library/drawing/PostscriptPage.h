@@ -79,8 +79,8 @@ class PostscriptPage {
     void write();
 
   private:
-    /// Looks whether the running call has to end. A drawing that ends with it leaves no file.
-    void look();
+    /// A cancellation point, every few calls. A cancelled drawing leaves no file.
+    void passCancelPoint();
 
     static constexpr double PAGE_EXTENT = 480.0;
 
@@ -111,7 +111,7 @@ class PostscriptPage {
     std::string filename_;
     std::ofstream out_;
     bool bClosed_ = false;
-    Lookout<> lookout_;
+    CancelPoint<> cancelPoint_;
 
     ColoredList<Line> vLines_;
     ColoredList<Disk> vDisks_;

@@ -97,8 +97,8 @@ class SceneTask {
             for (size_t i = begin; i < end; ++i) f(i);
         });
     }
-    /// For step i of work that is not counted: reads the cancel flag every few thousand steps.
-    void look(size_t i) const {
+    /// For step i of work that is not counted: a cancellation point once in a few thousand steps.
+    void passCancelPoint(size_t i) const {
         if (i % NUM_IN_BATCH == 0) progress_.throwIfStopped();
     }
     void finish() { progress_.finish(); }

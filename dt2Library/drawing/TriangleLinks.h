@@ -23,12 +23,12 @@ class TriangleLinks {
           vCorners_(vTriangles_.size()),
           vbTaken_(surface.numTriangles()) {
         for (size_t i = 0; i < vTriangles_.size(); ++i) {
-            task.look(i);
+            task.passCancelPoint(i);
             ++vBegin_[vTriangles_[i]];
         }
         for (size_t i = 1; i < vBegin_.size(); ++i) vBegin_[i] += vBegin_[i - 1];
         for (size_t i = vTriangles_.size(); i-- > 0;) {
-            task.look(i);
+            task.passCancelPoint(i);
             vCorners_[--vBegin_[vTriangles_[i]]] = static_cast<std::uint32_t>(i);
         }
     }

@@ -134,7 +134,7 @@ void writeWebScene(const Scene3& scene, SceneFile& file, SceneTask& task) {
          << getDescription(scene, encoder) << "\n</script>\n";
     const LargeVector<std::uint8_t>& vBytes = encoder.getBytes();
     for (size_t begin = 0; begin < vBytes.size(); begin += BYTES_PER_BLOCK) {
-        task.look(0);
+        task.passCancelPoint(0);
         file << "<script type=\"text/plain\" class=\"block\">"
              << toBase64(&vBytes[begin], std::min(BYTES_PER_BLOCK, vBytes.size() - begin)) << "</script>\n";
     }

@@ -11,9 +11,9 @@ namespace LUMO_TARO25D {
 
 AngleDistribution analyzeAngles(const std::vector<Triangle2*>& vTriangles) {
     AngleDistribution angles{};
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             const double angle = pT->getInteriorAngle2D(i);
             if (angle >= 0.0) ++angles[std::min(static_cast<size_t>(angle / 10.0), angles.size() - 1)];

@@ -15,9 +15,9 @@ namespace LUMO_TARO25D {
 
 inline AddressSet toSet(const std::vector<Triangle2*>& vTriangles) {
     AddressSet sTriangles;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         sTriangles.insert(pT);
     }
     return sTriangles;
@@ -26,9 +26,9 @@ inline AddressSet toSet(const std::vector<Triangle2*>& vTriangles) {
 /// Appends the corners of the triangles, each once.
 inline void getVertices(const std::vector<Triangle2*>& vTriangles, std::vector<Point2*>& vVertices) {
     AddressSet sSeen;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             if (sSeen.insert(pT->getCorner(i))) vVertices.push_back(pT->getCorner(i));
         }
@@ -47,9 +47,9 @@ inline Bbox2 getBox(const std::vector<Triangle2*>& vTriangles) {
 /// The sum of an area over the triangles.
 inline double sumUp(const std::vector<Triangle2*>& vTriangles, double (Triangle2::*getArea)() const) {
     double sum = 0.0;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         sum += (pT->*getArea)();
     }
     return sum;
@@ -64,9 +64,9 @@ inline double getLargestCoordinate(const std::vector<Triangle2*>& vTriangles) {
 template <class VisitT>
 void forEachEdge(const std::vector<Triangle2*>& vTriangles, const VisitT& visit) {
     AddressSet sDone;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN || !sDone.contains(pN)) visit(pT, i);
@@ -82,7 +82,7 @@ using DirectedEdge = std::pair<Point2*, Point2*>;
 /// sides belong to the same area, so that spreading must not start on its left there.
 inline void dropRetracedEdges(std::vector<DirectedEdge>& vEdges) {
     std::vector<DirectedEdge> vSorted = vEdges;
-    std::sort(vSorted.begin(), vSorted.end(), lookingAt(std::less<>()));
+    std::sort(vSorted.begin(), vSorted.end(), withCancelPoints(std::less<>()));
     const auto count = [&vSorted](Point2* pSrc, Point2* pTrg) {
         const auto [begin, end] = std::equal_range(vSorted.begin(), vSorted.end(), DirectedEdge(pSrc, pTrg));
         return end - begin;
@@ -98,9 +98,9 @@ inline void dropRetracedEdges(std::vector<DirectedEdge>& vEdges) {
 /// marked already.
 template <class MayCrossT>
 void spread(std::vector<Triangle2*>& vReached, size_t begin, AddressSet& sMarked, const MayCrossT& mayCross) {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (size_t k = begin; k < vReached.size(); ++k) {
-        lookout.look();
+        cancelPoint.pass();
         Triangle2* const pT = vReached[k];
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = pT->getOppositeTriangle(i);

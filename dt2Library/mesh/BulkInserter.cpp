@@ -180,7 +180,7 @@ void BulkInserter::triangulateRec(ItemIterator begin, ItemIterator end, Triangle
         // The three vertices of the first triangle are in the mesh already.
         if (pVtx->getIncidentTriangle()) return pVtx->getIncidentTriangle();
         if (mesh_.getProgress().isActive()) mesh_.getProgress().incProgress(1);
-        lookout_.look();
+        cancelPoint_.pass();
         return mesh_.insertVertex(pVtx, pHint);
     };
     if (end - begin <= MAX_RANGE_IN_SEQUENCE) {

@@ -59,7 +59,7 @@ class BulkInserter {
     Dt2& mesh_;
     VertexVault& vault_;
     std::unique_ptr<InserterMT> pInserterMT_;  // null if one thread inserts all points
-    Lookout<16> lookout_;
+    CancelPoint<16> cancelPoint_;
 };
 
 }  // namespace LUMO_TARO25D

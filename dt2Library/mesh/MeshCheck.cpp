@@ -69,9 +69,9 @@ void MeshCheck::printRest() {
 
 void MeshCheck::checkStructure() {
     const size_t numBefore = numFindings_;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         checkTriangle(pT);
     }
     if (numFindings_ == numBefore) checkVertices();
@@ -79,9 +79,9 @@ void MeshCheck::checkStructure() {
 }
 
 void MeshCheck::checkEmptyCircles() {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles_) {
-        lookout.look();
+        cancelPoint.pass();
         checkEmptyCircle(pT);
     }
 }
@@ -117,9 +117,9 @@ void MeshCheck::checkEmptyCircle(const Triangle2* pT) {
 void MeshCheck::checkVertices() {
     std::vector<Point2*> vVertices;
     mesh_.getVertexPointers(vVertices);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Point2* pVtx : vVertices) {
-        lookout.look();
+        cancelPoint.pass();
         const Triangle2* pT = pVtx->getIncidentTriangle();
         if (!pT || !pT->hasVertex(pVtx)) add("Vertex without incident triangle: ", *pVtx);
     }

@@ -116,11 +116,11 @@ void RegionSearch::spread(const Point2& place, const MeetsT& meets, std::vector<
     const auto addIfNew = [&](Triangle2* pT) {
         if (pT && sSeen.insert(pT) && meets(pT)) vTriangles.push_back(pT);
     };
-    Lookout lookout;
+    CancelPoint cancelPoint;
     try {
         for (Triangle2* pT : getStart(place)) addIfNew(pT);
         for (size_t k = begin; k < vTriangles.size(); ++k) {
-            lookout.look();
+            cancelPoint.pass();
             for (int i = 0; i < 3; ++i) addIfNew(vTriangles[k]->getOppositeTriangle(i));
         }
     } catch (...) {  // cancelled
@@ -135,15 +135,15 @@ void RegionSearch::appendVertices(const std::vector<Triangle2*>& vTriangles, con
     std::vector<Point2*> vCandidates;
     if (!mesh_.is2D()) mesh_.getVertexPointers(vCandidates);
     AddressSet sSeen;
-    Lookout lookout;
+    CancelPoint cancelPoint;
     for (const Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             if (sSeen.insert(pT->getCorner(i))) vCandidates.push_back(pT->getCorner(i));
         }
     }
     const auto isOut = [&](const Point2* pVtx) {
-        lookout.look();
+        cancelPoint.pass();
         return !test(pVtx);
     };
     vCandidates.erase(std::remove_if(vCandidates.begin(), vCandidates.end(), isOut), vCandidates.end());

@@ -97,7 +97,7 @@ bool GridMesher::insertGridPoints(bool bChop) {
     getGridPoints(vGridPoints);
     size_t numVertices = vGridPoints.size();
     for (ConstraintSegment2* pCSeg : getZoneSegments()) {
-        lookout_.look();
+        cancelPoint_.pass();
         if (bChop && maySplit(pCSeg)) numVertices += getChops(pCSeg).size();
     }
     if (!mayInsert(static_cast<double>(numVertices), *pParams_)) return false;
@@ -203,9 +203,9 @@ void GridMesher::getGridPoints(std::vector<Point2>& vGridPoints) {
 void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<size_t, double>>& vCrossings) const {
     std::vector<Triangle2*> vTriangles;
     pZone_->getTriangles(vTriangles);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             if (pN && sZone.contains(pN)) continue;
@@ -219,7 +219,7 @@ void GridMesher::getBorderCrossings(AddressSet& sZone, std::vector<std::pair<siz
             }
         }
     }
-    std::sort(vCrossings.begin(), vCrossings.end(), lookingAt(std::less<>()));
+    std::sort(vCrossings.begin(), vCrossings.end(), withCancelPoints(std::less<>()));
 }
 
 /// Appends the grid points on a stripe of the first family between two ranks in the other family. Rounding of the ranks
@@ -229,7 +229,7 @@ void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, s
     const std::vector<Segment2>& vOthers = aFamilies_[1].vStripes;
     for (double rank = std::max(0.0, std::ceil(begin)); rank <= end && rank < static_cast<double>(vOthers.size());
          ++rank) {
-        lookout_.look();
+        cancelPoint_.pass();
         const Segment2& other = vOthers[static_cast<size_t>(rank)];
         Point2 point;
         Triangle2* pT = nullptr;
@@ -246,7 +246,7 @@ void GridMesher::getRow(size_t k, double begin, double end, AddressSet& sZone, s
 std::vector<Point2*> GridMesher::insertNew(const std::vector<Point2>& vGridPoints) {
     std::vector<Point2> vNew;
     for (const Point2& point : vGridPoints) {
-        lookout_.look();
+        cancelPoint_.pass();
         if (!pDt2_->getVertexPointer(point)) vNew.push_back(point);
     }
     std::vector<Point2*> vInserted;
@@ -260,7 +260,7 @@ std::vector<Point2*> GridMesher::insertNew(const std::vector<Point2>& vGridPoint
 
 void GridMesher::avoidShortEdges(std::vector<Point2*>& vInserted, double minLength) {
     const auto removeIfTooNear = [&](Point2* pVtx) {
-        lookout_.look();
+        cancelPoint_.pass();
         if (pDt2_->isConstraintVertex(pVtx)) return true;  // in use by a constraint now
         std::vector<Triangle2*> vAround;
         pDt2_->getIncidentTriangles(pVtx, vAround);
@@ -283,9 +283,9 @@ bool GridMesher::maySplit(ConstraintSegment2* pCSeg) const {
 }
 
 void GridMesher::dropNonZoneSegments(AddressSet& sZone, std::vector<ConstraintSegment2*>& vCSegs) const {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     const auto isOutside = [&](const ConstraintSegment2* pCSeg) {
-        lookout.look();
+        cancelPoint.pass();
         const Triangle2* pLeft = pDt2_->getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
         const Triangle2* pRight = pDt2_->getAdjacentTriangle(pCSeg->getTrg(), pCSeg->getSrc());
         return !(pLeft && sZone.contains(pLeft)) && !(pRight && sZone.contains(pRight));
@@ -299,7 +299,8 @@ std::vector<ConstraintSegment2*> GridMesher::getZoneSegments() const {
     pDt2_->getAliveConstraintSegments(vCSegs);
     AddressSet sZone = getZoneTriangles();
     dropNonZoneSegments(sZone, vCSegs);
-    std::sort(vCSegs.begin(), vCSegs.end(), lookingAt([](const ConstraintSegment2* a, const ConstraintSegment2* b) {
+    std::sort(vCSegs.begin(), vCSegs.end(),
+              withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) {
                   const auto [pSrcA, pTrgA] = getOrderedEnds(a);
                   const auto [pSrcB, pTrgB] = getOrderedEnds(b);
                   return *pSrcA == *pSrcB ? *pTrgA < *pTrgB : *pSrcA < *pSrcB;
@@ -348,7 +349,7 @@ void GridMesher::chopConstraints() {
 /// one long edge beside all remaining vertices, and each split would change the fan of all of them.
 void GridMesher::chopSegment(Point2* pFrom, Point2* pTo, const Point2* begin, const Point2* end) {
     if (begin == end) return;
-    lookout_.look();
+    cancelPoint_.pass();
     const Point2* middle = begin + (end - begin) / 2;
     ConstraintSegment2* pCSeg = pDt2_->getAliveConstraintSegment(pFrom, pTo);
     Point2* pSplit = pCSeg ? pCSeg->insertAndSplit(*middle) : nullptr;

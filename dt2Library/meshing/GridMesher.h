@@ -78,7 +78,7 @@ class GridMesher {
     Dt2* pDt2_;
     double gridLength_;
     VertexHeights heights_;
-    Lookout<16> lookout_;
+    CancelPoint<16> cancelPoint_;
     std::array<Family, 2> aFamilies_;  // along the grid vector, and orthogonal to it
 };
 

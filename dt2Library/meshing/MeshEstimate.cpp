@@ -44,9 +44,9 @@ double getPlanarArea(const Triangle2* pT) {
 /// Whether the growth limit will spread refinement from neighbour to neighbour once any triangle is refined.
 bool isCascading(Dt2* pDt2, MeshGenParams* pParams, const std::vector<Triangle2*>& vZone) {
     if (!(pParams->growthFactor > 0.0 && pParams->growthFactor <= MAX_CASCADING_GROWTH)) return false;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     return std::any_of(vZone.begin(), vZone.end(), [&](Triangle2* pT) {
-        lookout.look();
+        cancelPoint.pass();
         return RefCand3(pDt2, pT).missesLimit(pParams);
     });
 }
@@ -82,9 +82,9 @@ double estimateNewVertices(Dt2* pDt2, MeshGenParams* pParams, const std::vector<
     // If limits depend on the place, the largest ones count, so that the estimate stays a lower bound: a few large
     // triangles do not tell how large the area of the smaller limits is.
     double area = 0.0, maxLength = 0.0, maxArea = 0.0;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vZone) {
-        lookout.look();
+        cancelPoint.pass();
         area += getPlanarArea(pT);
         maxLength = std::max(maxLength, usableLimit(pParams->getMaxEdgeLength(pT)));
         maxArea = std::max(maxArea, usableLimit(pParams->getMaxTriangleArea(pT)));

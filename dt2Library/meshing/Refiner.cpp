@@ -223,7 +223,7 @@ bool Refiner::runPasses(const VertexBudget& budget) {
         bChanged = false;
         getInitialRefineCandidates();
         while (!queue_.empty() && !bStopped) {
-            lookout_.look();
+            cancelPoint_.pass();
             RefCand3* pRC = queue_.extractFirst();
             if (pRC->isAlive()) {
                 pRC->init();
@@ -262,10 +262,10 @@ void Refiner::getInitialRefineCandidates() {
     std::vector<Triangle2*> vTriangles;
     params_.pZone->getTriangles(vTriangles);
     AddressSet sZone = toSet(vTriangles);
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     // In the order of creation, which does not depend on addresses and is sequential in memory.
     mesh_.forEachTriangle([&](Triangle2* pT) {
-        lookout.look();
+        cancelPoint.pass();
         if (sZone.contains(pT)) addRefCand3(pT);
     });
 }

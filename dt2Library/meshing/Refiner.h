@@ -53,7 +53,7 @@ class Refiner {
     MeshGenParams& params_;
     RefinementContext& context_;
     VertexHeights heights_;
-    Lookout<16> lookout_;
+    CancelPoint<16> cancelPoint_;
     CandidateQueue queue_;  // smallest angle first
     std::vector<ConstraintGraph2*> vZoneGraphs_;
     size_t numGridHeightsMissing_ = 0;

@@ -98,9 +98,9 @@ bool checkZoneQuality(Dt2& mesh, Zone2* pZone, double minAngleDegree, const std:
     pZone->getTriangles(vTriangles);
     context.zoneMagnitude = getLargestCoordinate(vTriangles);
     double smallestAngle = 180.0;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         RefCand3 candidate(context, pT);
         candidate.init();
         candidate.computeMinMax();

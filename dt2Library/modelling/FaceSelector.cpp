@@ -24,7 +24,7 @@ FaceSelector::FaceSelector(const std::vector<Point2>& vCorners, const FaceComple
 
 void FaceSelector::run(const char* label) {
     const size_t numFaces = vCorners_.size() / 3;
-    // Moving these lists while they grow would take longer than a look may be away.
+    // Growing step by step, these lists would be moved, which takes longer than cancellation points may be apart.
     vChosen_.reserve(numFaces);
     vChosenCorners_.reserve(vCorners_.size());
     progress_.start(label, numFaces);

@@ -74,7 +74,7 @@ void Progress::start(const std::string& name, size_t total, size_t step) {
     updateActive();
 }
 
-void Progress::look() {
+void Progress::reportIfDue() {
     const bool bOpen = isActive() && nextReport_ != NEVER && !bReporting_;
     if (bOpen && Clock::now() - lastReport_ >= MAX_SILENCE) sendUpdate();
 }

@@ -38,8 +38,8 @@ class Progress : public MessageSink {
     void broadcast(MsgType type, const std::string& message, double value);
     /// Hands a text of the warning or error channel to the listeners of MT_WARNING.
     void receive(const std::string& message) override { broadcast(MT_WARNING, message, 0.0); }
-    /// Reports again if the last report is long ago.
-    void look() override;
+    /// Repeats the last report if it is long ago.
+    void reportIfDue() override;
     bool isCancelled() const override { return isSet(pCancelFlag_) || isSet(pSecondFlag_); }
 
     /// Announces an operation of `total` steps. It reports every `step` steps; 0 means a hundredth of the total, at
@@ -53,7 +53,7 @@ class Progress : public MessageSink {
     /// Sets the flag (not owned) by which the client ends a long operation; null for none.
     void setCancelFlag(const std::atomic<bool>* pFlag) { pCancelFlag_ = pFlag; }
     const std::atomic<bool>* getCancelFlag() const { return pCancelFlag_; }
-    /// The look of an operation whose progress this is without being that of the running call (stopping.h). Any thread may
+    /// A cancellation point for an operation that holds this object outside a MessageScope (stopping.h). Any thread may
     /// call it.
     void throwIfStopped() const {
         if (isCancelled() || mayHaveKeptException()) stop();
@@ -89,7 +89,7 @@ class Progress : public MessageSink {
 
     using Clock = std::chrono::steady_clock;
     static constexpr size_t NEVER = std::numeric_limits<size_t>::max();
-    /// With the 50 ms that may pass between two looks, a sign of life every 100 ms.
+    /// With the 50 ms that may pass between two cancellation points, listeners hear something every 100 ms.
     static constexpr std::chrono::milliseconds MAX_SILENCE{50};
 
     const std::atomic<bool>* pCancelFlag_ = nullptr;
@@ -102,7 +102,7 @@ class Progress : public MessageSink {
     size_t nextReport_ = NEVER;  // NEVER once 1.0 was sent
     bool bEnabled_ = true;
     Clock::time_point lastReport_;
-    bool bReporting_ = false;  // a listener may call something that looks
+    bool bReporting_ = false;  // a listener may call a function that has cancellation points
     std::atomic<bool> bActive_{false};
     std::atomic<size_t> numDone_{0};
 };

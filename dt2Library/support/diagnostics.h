@@ -15,8 +15,8 @@ class MessageSink {
     virtual ~MessageSink() = default;
     /// Receives a copy of the texts of the error and warning channels.
     virtual void receive(const std::string& message) = 0;
-    /// Called at every cancellation point of the calling thread (throwIfStopped), where progress may be reported again.
-    virtual void look() {}
+    /// Called at every cancellation point of the calling thread (throwIfStopped); may repeat the last progress report.
+    virtual void reportIfDue() {}
     /// Whether the client wants the call to end. Any thread may ask.
     virtual bool isCancelled() const { return false; }
 };

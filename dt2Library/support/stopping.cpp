@@ -11,7 +11,7 @@ namespace {
 
 thread_local unsigned numNoStopScopes = 0;
 thread_local const CallOfWorkers* pCallOfWorkers = nullptr;
-thread_local std::function<void()> lookObserver;
+thread_local std::function<void()> cancelPointObserver;
 
 bool isAnyCancelled(const MessageScope* pScope) {
     for (; pScope; pScope = pScope->getPrevious()) {
@@ -23,13 +23,13 @@ bool isAnyCancelled(const MessageScope* pScope) {
 }  // namespace
 
 void throwIfStopped() {
-    if (lookObserver) lookObserver();
+    if (cancelPointObserver) cancelPointObserver();
     if (pCallOfWorkers) {
         if (pCallOfWorkers->isStopped()) throw TaroCancelled();
         return;
     }
     for (const MessageScope* pScope = getCurrentScope(); pScope; pScope = pScope->getPrevious()) {
-        if (pScope->getSink()) pScope->getSink()->look();
+        if (pScope->getSink()) pScope->getSink()->reportIfDue();
     }
     if (numNoStopScopes > 0) return;
     if (mayHaveKeptException()) throwKeptException();
@@ -47,6 +47,6 @@ bool CallOfWorkers::isStopped() const { return bStopped_.load(std::memory_order_
 WorkerScope::WorkerScope(const CallOfWorkers& call) { pCallOfWorkers = &call; }
 WorkerScope::~WorkerScope() { pCallOfWorkers = nullptr; }
 
-void setLookObserver(std::function<void()> observer) { lookObserver = std::move(observer); }
+void setCancelPointObserver(std::function<void()> observer) { cancelPointObserver = std::move(observer); }
 
 }  // namespace LUMO_TARO25D

@@ -9,11 +9,11 @@ namespace LUMO_TARO25D {
 
 class MessageScope;
 
-// Cancellation of long calls. At cancellation points (looks, throwIfStopped) a call reads its client's cancel flag and
-// tests for kept exceptions of listeners and of the message handler; if it must end, it unwinds from there. At each of
-// these points all objects are in a state that a client may find. Every operation that can take longer than 50 ms has
-// one at least that often. Functions without a mesh have them too: each thread knows the objects whose flags apply to
-// its call (MessageScope).
+// Cancellation of long calls. At a cancellation point (throwIfStopped, CancelPoint) a call reads the cancel flag of its
+// client and tests for kept exceptions of listeners and of the message handler; if it must end, it unwinds. At each
+// cancellation point all objects are in a state that a client may find. An operation that can take longer than 50 ms
+// passes one at least every 50 ms. Functions without a mesh have them too: each thread knows the objects whose flags
+// apply to its call (MessageScope).
 
 /// A cancellation point: throws TaroCancelled if the flag of the running call is set, or an exception kept from a
 /// listener or from the message handler. On the calling thread, repeats the last progress report if one is due. Some
@@ -25,9 +25,9 @@ bool mayStop();
 
 /// A cancellation point once in NUM_STEPS steps, for loops whose steps are short.
 template <unsigned NUM_STEPS = 64>
-class Lookout {
+class CancelPoint {
   public:
-    void look() {
+    void pass() {
         if (++numSteps_ % NUM_STEPS == 0) throwIfStopped();
     }
 
@@ -49,9 +49,9 @@ void forEachBlock(size_t begin, size_t end, const F& f) {
 /// A comparison with cancellation points, for sorting long lists. An exception leaves the list without some of its
 /// values, so the list must be a copy.
 template <class Less>
-auto lookingAt(const Less& isLess) {
-    return [isLess, lookout = std::make_shared<Lookout<4096>>()](const auto& a, const auto& b) {
-        lookout->look();
+auto withCancelPoints(const Less& isLess) {
+    return [isLess, cancelPoint = std::make_shared<CancelPoint<4096>>()](const auto& a, const auto& b) {
+        cancelPoint->pass();
         return isLess(a, b);
     };
 }
@@ -89,6 +89,6 @@ class WorkerScope {
 
 /// For tests and benchmarks: sets a function that each cancellation point of this thread calls first; an empty function
 /// ends this.
-void setLookObserver(std::function<void()> observer);
+void setCancelPointObserver(std::function<void()> observer);
 
 }  // namespace LUMO_TARO25D

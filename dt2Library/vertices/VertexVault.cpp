@@ -170,9 +170,9 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
     const LargeVector<KeyedIndex> vKeyed = orderPoints(source);
     if (bSearch) {
         Point2* pLast = nullptr;
-        Lookout<> lookout;
+        CancelPoint<> cancelPoint;
         for (const KeyedIndex& entry : vKeyed) {
-            lookout.look();
+            cancelPoint.pass();
             const Point2 point = source[entry.index];
             if (!pLast || *pLast != point) {
                 const int numBefore = numItems_;

@@ -34,9 +34,9 @@ Edge2 getNextBorderEdge(const Edge2& edge, AddressSet& sInside) {
 
 void appendBorderEdges(const std::vector<Triangle2*>& vTriangles, AddressSet& sInside,
                        std::vector<Edge2>& vBorderEdges) {
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             if (!pN || !sInside.contains(pN)) vBorderEdges.emplace_back(pT, i);
@@ -61,9 +61,9 @@ std::vector<Triangle2*> growDisc(Triangle2* pFirst, const IsFreeT& isFree, Addre
         }
         return vDisc.empty() || numShared == 2 || (numShared == 1 && !sCorners.contains(pT->getCorner(iShared)));
     };
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     while (!vStack.empty()) {
-        lookout.look();
+        cancelPoint.pass();
         Triangle2* pT = vStack.back();
         vStack.pop_back();
         if (sTaken.contains(pT) || !fits(pT)) continue;
@@ -84,12 +84,12 @@ std::vector<Triangle2*> growDisc(Triangle2* pFirst, const IsFreeT& isFree, Addre
 void ConnectedComponent::sortBorders() {
     vRings_.clear();
     AddressSet sInside = toSet(vTriangles_), aUsed[3];
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Edge2& first : vBorderEdges_) {
         Ring ring;
         for (Edge2 edge = first; aUsed[edge.getIndex()].insert(edge.getTriangle());
              edge = getNextBorderEdge(edge, sInside)) {
-            lookout.look();
+            cancelPoint.pass();
             ring.push_back(edge);
         }
         if (!ring.empty()) vRings_.push_back(std::move(ring));
@@ -121,9 +121,9 @@ void peelBorder(std::vector<Triangle2*>& vTriangles, const std::function<bool(Tr
     for (const Edge2& edge : vBorderEdges) {
         if (sAsked.insert(edge.getTriangle())) vAtBorder.push_back(edge.getTriangle());
     }
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (size_t k = 0; k < vAtBorder.size(); ++k) {
-        lookout.look();
+        cancelPoint.pass();
         if (!isToGo(vAtBorder[k])) continue;
         sPeeled.insert(vAtBorder[k]);
         for (int i = 0; i < 3; ++i) {
@@ -137,9 +137,9 @@ void peelBorder(std::vector<Triangle2*>& vTriangles, const std::function<bool(Tr
 
 void getConnectedComponents(const std::vector<Triangle2*>& vTriangles, std::vector<ConnectedComponent>& vComponents) {
     AddressSet sInside = toSet(vTriangles), sVisited;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pFirst : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         if (!sVisited.insert(pFirst)) continue;
         std::vector<Triangle2*> vReached{pFirst};
         spread(vReached, 0, sVisited,

@@ -232,7 +232,7 @@ void SurfaceCutter::flipDiagonals(Point2* pVtx) {
 void SurfaceCutter::cutTowards(Point2* pVtx, Point2* pTrg) {
     double nearest = distance2D(*pVtx, *pTrg);
     for (size_t numStepsBack = 0; pVtx != pTrg && numStepsBack < MAX_STEPS_BACK;) {
-        lookout_.look();
+        cancelPoint_.pass();
         Triangle2* pT = nullptr;
         int i = 0;
         Point2* pNext = leaveTowardsVertex(mesh_.getGeomTest(), pVtx, pTrg, pT, i);
@@ -252,13 +252,13 @@ void SurfaceCutter::cutTowards(Point2* pVtx, Point2* pTrg) {
 void SurfaceCutter::cutSegments(const std::vector<Segment2>& vSegments) {
     for (const Segment2& segment : vSegments) {
         for (const Point2& end : {segment.getSrc(), segment.getTrg()}) {
-            lookout_.look();
+            cancelPoint_.pass();
             mesh_.getGeomTest().setStaticBound(mesh_.getMagnitudeWith(end));
             if (Point2* pVtx = insert(end)) flipDiagonals(pVtx);
         }
     }
     for (const Segment2& segment : vSegments) {
-        lookout_.look();
+        cancelPoint_.pass();
         Point2 *pSrc = insert(segment.getSrc()), *pTrg = insert(segment.getTrg());
         bOutside_ = bOutside_ || !pSrc || !pTrg;
         if (!pSrc) pSrc = enter(segment.getSrc(), segment.getTrg());
@@ -275,9 +275,9 @@ void SurfaceCutter::cutSegments(const std::vector<Segment2>& vSegments) {
 void SurfaceCutter::getChangedTriangles(std::vector<Triangle2*>& vTriangles) const {
     AddressSet sSeen;
     std::vector<Triangle2*> vIncidentT;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Point2* pVtx : vTouched_) {
-        lookout.look();
+        cancelPoint.pass();
         vIncidentT.clear();
         mesh_.getIncidentTriangles(pVtx, vIncidentT);
         for (Triangle2* pT : vIncidentT) {

@@ -52,7 +52,7 @@ class SurfaceCutter {
     void getChangedTriangles(std::vector<Triangle2*>& vTriangles) const;
 
     Dt2& mesh_;
-    Lookout<16> lookout_;
+    CancelPoint<16> cancelPoint_;
     CutEdges edges_;
     bool bOutside_ = false;
     std::vector<OpenEnd> vOpenEnds_;

@@ -60,9 +60,9 @@ WindingNumbers::WindingNumbers(const std::vector<DirectedEdge>& vPieces) {
     vPieces_.reserve(vPieces.size());
     pieces_.reserve(vPieces.size());
     states_.reserve(vPieces.size());
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const DirectedEdge& piece : vPieces) {
-        lookout.look();
+        cancelPoint.pass();
         notePass(piece);
     }
     std::vector<const Point2*> vVertices;  // of closed rings, at each of which a piece begins
@@ -73,7 +73,7 @@ WindingNumbers::WindingNumbers(const std::vector<DirectedEdge>& vPieces) {
     const auto isDone = [this](const Point2* pVtx) { return states_.find(pVtx)->bDone; };
     if (!vVertices.empty()) visitPart(*std::min_element(vVertices.begin(), vVertices.end(), isLess));
     vVertices.erase(std::remove_if(vVertices.begin(), vVertices.end(), isDone), vVertices.end());
-    std::sort(vVertices.begin(), vVertices.end(), lookingAt(isLess));
+    std::sort(vVertices.begin(), vVertices.end(), withCancelPoints(isLess));
     for (const Point2* pVtx : vVertices) {
         if (!isDone(pVtx)) visitPart(pVtx);
     }
@@ -110,9 +110,9 @@ void WindingNumbers::visitPart(const Point2* pSmallest) {
         crossEdge(pSmallest, getClockwiseEnd(*it, pSmallest), winding);
         vToVisit_.push_back({pSmallest, *it, winding});
     }
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     while (!vToVisit_.empty()) {
-        lookout.look();
+        cancelPoint.pass();
         const Visit visit = vToVisit_.back();
         vToVisit_.pop_back();
         VertexState& state = states_[visit.pVtx];
@@ -124,7 +124,7 @@ void WindingNumbers::visitPart(const Point2* pSmallest) {
 /// The winding number of a triangle at the smallest vertex of the parts that are not done.
 int WindingNumbers::followPath(const Triangle2* pT) {
     std::vector<const Point2*> vPath;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     int winding = 0;
     for (const Point2* pVtx = nullptr; pVtx != getSmallestCorner(pT); pT = getSmallestTriangle(pVtx)) {
         pVtx = getSmallestCorner(pT);
@@ -133,7 +133,7 @@ int WindingNumbers::followPath(const Triangle2* pT) {
             winding = pKnown ? *pKnown : getWinding(pVtx, pT);
             break;
         }
-        lookout.look();
+        cancelPoint.pass();
         vPath.push_back(pVtx);
     }
     for (const Point2* pVtx : vPath) pathWindings_.add(pVtx, winding);

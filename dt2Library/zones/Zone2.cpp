@@ -38,7 +38,7 @@ TriangleVector merge(ZoneLocation zoneLoc, const TriangleVector& vFirst, const T
     TriangleVector vMerged;
     const auto apply = [&](auto operation) {
         operation(vFirst.begin(), vFirst.end(), vSecond.begin(), vSecond.end(), std::back_inserter(vMerged),
-                  lookingAt(std::less<>()));
+                  withCancelPoints(std::less<>()));
     };
     if (zoneLoc == ZL_RESULT_UNION) apply([](auto... a) { std::set_union(a...); });
     if (zoneLoc == ZL_RESULT_INTERSECTION) apply([](auto... a) { std::set_intersection(a...); });
@@ -143,7 +143,7 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
         error("Zone2::initWorkspace", "Wrong zoneLocation");
         return;
     }
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const ConstraintGraph2* pGraph : vGraphs_) {
         std::vector<DirectedEdge> vPieces;
         pGraph->getDirectedPieces(vPieces);
@@ -156,7 +156,7 @@ void Zone2::initWorkspace(bool bInside, std::vector<Triangle2*>& vSeedTriangles)
             if (pT) vSeedTriangles.push_back(pT);  // null beyond the hull, and for a piece that is not established
         };
         for (const auto& [pSrc, pTrg] : vPieces) {
-            lookout.look();
+            cancelPoint.pass();
             beginAlong(pSrc, pTrg, true);
             beginAlong(pTrg, pSrc, false);
         }
@@ -226,7 +226,7 @@ std::vector<Triangle2*> Zone2::getSorted() const {
     TriangleVector vSorted;
     if (zoneLoc_ >= ZL_RESULT_UNION && zoneLoc_ <= ZL_RESULT_SYMMETRIC_DIFFERENCE) return vSorted;  // without operands
     getTriangles(vSorted);
-    std::sort(vSorted.begin(), vSorted.end(), lookingAt(std::less<>()));
+    std::sort(vSorted.begin(), vSorted.end(), withCancelPoints(std::less<>()));
     return vSorted;
 }
 

@@ -69,9 +69,9 @@ std::vector<VertexPair> getBorder(const ConnectedComponent& component) {
 const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTest& geomTest) {
     const Triangle2* pBest = nullptr;
     double best = 0.0;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : component.getTriangles()) {
-        lookout.look();
+        cancelPoint.pass();
         const double clearance = getClearance(pT, geomTest);
         if (clearance <= best) continue;
         best = clearance;
@@ -84,9 +84,9 @@ const Triangle2* findTriangleForSeed(const ConnectedComponent& component, GeomTe
 /// come to exclude. False if there is no other triangle.
 bool appendSeeds(const ConnectedComponent& component, GeomTest& geomTest, std::vector<Point2>& vSeeds) {
     std::vector<Triangle2*> vRoomy = component.getTriangles();
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     const auto isThin = [&](const Triangle2* pT) {
-        lookout.look();
+        cancelPoint.pass();
         return getClearance(pT, geomTest) == 0.0;
     };
     vRoomy.erase(std::remove_if(vRoomy.begin(), vRoomy.end(), isThin), vRoomy.end());
@@ -201,9 +201,9 @@ Zone2* ZoneMgr::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerb
     if (!canHaveZones(bVerbose)) return nullptr;
     AddressSet sSeen;
     std::vector<Triangle2*> vDifferent;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vTriangles) {
-        lookout.look();
+        cancelPoint.pass();
         if (pT && sSeen.insert(pT)) vDifferent.push_back(pT);
     }
     if (vDifferent.empty()) return refuse(bVerbose, "There are no triangles, returning NULL");
@@ -236,13 +236,13 @@ Zone2* ZoneMgr::createZone(const std::vector<Triangle2*>& vTriangles, bool bVerb
 
 bool ZoneMgr::areOwn(const std::vector<Triangle2*>& vTriangles) const {
     AddressSet sOwn;
-    Lookout<> lookout;
+    CancelPoint<> cancelPoint;
     pDt2_->forEachTriangle([&](const Triangle2* pT) {
-        lookout.look();
+        cancelPoint.pass();
         sOwn.insert(pT);
     });
     return std::all_of(vTriangles.begin(), vTriangles.end(), [&](const Triangle2* pT) {
-        lookout.look();
+        cancelPoint.pass();
         return sOwn.contains(pT);
     });
 }

@@ -17,8 +17,8 @@ class TARO25D_API MsgBase {
 
     /// Receives one message. `message` is the name of the running operation (MT_PROGRESS) or the text of the
     /// warning (MT_WARNING); `value` is the fraction done (MT_PROGRESS) or 0. The triangulation is unfinished
-    /// meanwhile: do not change it from here or ask it anything. An exception ends the operation as a cancel
-    /// flag does, at its next look, and comes out of the call.
+    /// meanwhile: do not change it from here or ask it anything. An exception ends the operation at its next
+    /// cancellation point, as a cancel flag does, and comes out of the call.
     virtual void update(MsgType type, const std::string& message, double value) = 0;
 };
 

@@ -16,7 +16,7 @@ class Guarded : public LUMO_TARO25D::MsgBase {
     bool tryLock(Access access);
     void unlock(Access access);
 
-    /// Ends the running operation at its next look, or lets operations run again.
+    /// Ends the running operation at its next cancellation point, or lets operations run again.
     void setCancelled(bool bCancelled) { bCancelled_ = bCancelled; }
     const std::atomic<bool>* getCancelFlag() const { return &bCancelled_; }
 

@@ -44,32 +44,32 @@ using MakeOperation = std::function<Operation(const std::atomic<bool>* pFlag)>;
 /// For its lifetime, calls a function at each cancellation point.
 class ObserverScope {
   public:
-    explicit ObserverScope(std::function<void()> observer) { setLookObserver(std::move(observer)); }
-    ~ObserverScope() { setLookObserver(nullptr); }
+    explicit ObserverScope(std::function<void()> observer) { setCancelPointObserver(std::move(observer)); }
+    ~ObserverScope() { setCancelPointObserver(nullptr); }
     ObserverScope(const ObserverScope&) = delete;
     ObserverScope& operator=(const ObserverScope&) = delete;
 };
 
 void testAtRandomMoments(const MakeOperation& make) {
     std::atomic<bool> bFlag{false};
-    size_t numLooks = 0;
+    size_t numCancelPoints = 0;
     const Operation whole = make(&bFlag);
     {
-        const ObserverScope count([&] { ++numLooks; });
+        const ObserverScope count([&] { ++numCancelPoints; });
         whole.run();
     }
     const Numbers vExpected = whole.describe();
-    ASSERT_GT(numLooks, 20u);
+    ASSERT_GT(numCancelPoints, 20u);
     std::mt19937 random(1);
     size_t numCancelled = 0;
     for (size_t round = 0; round < scaled(50); ++round) {
         const Operation operation = make(&bFlag);
-        const size_t moment = 1 + random() % numLooks;
-        SCOPED_TRACE("look " + std::to_string(moment) + " of " + std::to_string(numLooks));
-        size_t numLooked = 0;
+        const size_t moment = 1 + random() % numCancelPoints;
+        SCOPED_TRACE("cancellation point " + std::to_string(moment) + " of " + std::to_string(numCancelPoints));
+        size_t numPassed = 0;
         bool bCancelled = false;
         {
-            const ObserverScope cancel([&] { bFlag = bFlag || ++numLooked == moment; });
+            const ObserverScope cancel([&] { bFlag = bFlag || ++numPassed == moment; });
             try {
                 operation.run();
             } catch (const TaroCancelled&) {
@@ -205,9 +205,9 @@ TEST_F(CancelTest, BulkInsertionOnTwoThreadsKeepsWhatIsInserted) {
         Taro_2D mesh;
         mesh.setNumCPU(2);
         mesh.setCancelFlag(&bFlag);
-        size_t numLooked = 0;
+        size_t numPassed = 0;
         {
-            const ObserverScope cancel([&] { bFlag = bFlag || ++numLooked == 5 + 9 * round; });
+            const ObserverScope cancel([&] { bFlag = bFlag || ++numPassed == 5 + 9 * round; });
             EXPECT_THROW(mesh.insert(vPoints), TaroCancelled);
         }
         bFlag = false;
@@ -472,9 +472,9 @@ TEST_F(CancelTest, ListenersHearASignOfLifeWhereStepsAreLong) {
         Taro_2D mesh;
         Recorder recorder;
         mesh.subscribe(MT_PROGRESS, &recorder);
-        size_t numLooks = 0;
+        size_t numCancelPoints = 0;
         const ObserverScope wait([&] {
-            if (bWait && ++numLooks % 100 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(60));
+            if (bWait && ++numCancelPoints % 100 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(60));
         });
         mesh.insert(makeGround(20000, 1));
         return recorder.vValues;

@@ -22,15 +22,15 @@ namespace {
 bool cancelAt(size_t moment, Taro_2D& mesh, const std::function<void()>& run) {
     std::atomic<bool> bFlag{false};
     mesh.setCancelFlag(&bFlag);
-    size_t numLooks = 0;
-    setLookObserver([&] { bFlag = bFlag || ++numLooks == moment; });
+    size_t numCancelPoints = 0;
+    setCancelPointObserver([&] { bFlag = bFlag || ++numCancelPoints == moment; });
     bool bCancelled = false;
     try {
         run();
     } catch (const TaroCancelled&) {
         bCancelled = true;
     }
-    setLookObserver(nullptr);
+    setCancelPointObserver(nullptr);
     mesh.setCancelFlag(nullptr);
     return bCancelled;
 }

@@ -378,7 +378,7 @@ TEST(ImportTriangles, CanBeStoppedAndReportsProgress) {
         stopped.subscribe(MT_PROGRESS, &stopper);
         stopped.getImpl()->getProgress().setCancelFlag(&bStop);
         try {
-            EXPECT_TRUE(stopped.importTriangles(vCorners, true, false)) << "past the last look";
+            EXPECT_TRUE(stopped.importTriangles(vCorners, true, false)) << "past the last cancellation point";
         } catch (const TaroCancelled&) {
             EXPECT_EQ(stopped.numberOfPoints(), 0u);
             bStop = false;
