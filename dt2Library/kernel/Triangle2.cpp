@@ -1,8 +1,8 @@
 // The triangle record: look-up of corners and neighbours, sizes, angles and the circumcentre.
 //
-// Look-ups fail with TaroException when asked for a corner or a neighbour that is not there; loops that are certain use
-// links.h, which does not check. Lengths are compared by their squares unless these overflow or underflow. Areas come
-// from the lengths of the sides (computeArea), which holds in the plane and in space alike.
+// Look-ups fail with TaroException when asked for a corner or a neighbour that is not there; loops that know it is
+// there use links.h, which does not check. Lengths are compared by their squares unless these overflow or underflow.
+// Areas come from the lengths of the sides (computeArea), which holds in the plane and in space alike.
 //
 // getDual computes the circumcentre correctly rounded (circumcenter.cpp). Collinear corners have none; a point far away
 // on the perpendicular bisector of the longest edge takes its place, and bAccurate is false.

@@ -10,16 +10,16 @@
 // Centres with x or y exactly 0, as right triangles along an axis have, are found by error-free transformations, since
 // no error bound tells 0 from its neighbours.
 //
-// Triangles that are small against their coordinates are nearly always settled by doubles, since the quotient has digits to
-// spare there; those around the origin by doubled precision. Lattices, whose centres may lie in the middle between two
-// doubles, can need rationals, which take microseconds.
+// Triangles that are small against their coordinates are nearly always settled by doubles, since the quotient has
+// digits to spare there; those around the origin by doubled precision. Lattices, whose centres may lie in the middle
+// between two doubles, can need rationals, which take microseconds.
 //
-// The bounds, in units of U = 2^-53, first order. Doubles: a difference is off by 1, a squared length by 4, a product of
-// both by 6, the difference of two such products by 7 of the sum of their magnitudes, d / 2 by 4 of those of its products,
-// and the quotient by 1 more. Doubled precision, where differences are exact, in units of U^2: a squared length and d / 2
-// are off by 12, a product with the former by 21, the difference of two by 24 of their magnitudes, and the quotient by 21
-// more. The rounding test itself loses 1 of the quotient in doubles, and 2 of the start and 8 of the quotient in doubled
-// precision. Higher orders and the rounding of the bounds are covered by a percent.
+// The bounds, in units of U = 2^-53, first order. Doubles: a difference is off by 1, a squared length by 4, a product
+// of both by 6, the difference of two such products by 7 of the sum of their magnitudes, d / 2 by 4 of those of its
+// products, and the quotient by 1 more. Doubled precision, where differences are exact, in units of U^2: a squared
+// length and d / 2 are off by 12, a product with the former by 21, the difference of two by 24 of their magnitudes, and
+// the quotient by 21 more. The rounding test itself loses 1 of the quotient in doubles, and 2 of the start and 8 of the
+// quotient in doubled precision. Higher orders and the rounding of the bounds are covered by a percent.
 
 #include "kernel/circumcenter.h"
 

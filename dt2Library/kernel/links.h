@@ -127,8 +127,8 @@ inline void toPreviousHullEdge(Triangle2*& pT, int& i) {
     }
 }
 
-/// The first triangle around a vertex that passes the test; null if none does or the vertex has no triangles. The order is
-/// that of TriangleAroundVertexIterator, without its calls.
+/// The first triangle around a vertex that passes the test; null if none does or the vertex has no triangles. The order
+/// is that of TriangleAroundVertexIterator, without its calls.
 template <class TestT>
 Triangle2* findIncidentTriangle(const Point2* pVtx, const TestT& test) {
     Triangle2* const pFirst = pVtx ? pVtx->getIncidentTriangle() : nullptr;

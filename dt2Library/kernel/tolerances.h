@@ -2,12 +2,11 @@
 
 namespace LUMO_TARO25D {
 
-// Every tolerance of the library. Exact predicates need none, and bounds of rounding errors stand where they are proved
-// (GeomTest, circumcenter, expansion). Each tolerance has its unit, its reason and, in parentheses, its user;
-// docs/robustness.md lists them with the test that notices a change.
+// Every tolerance of the library. Exact predicates need none, and bounds of rounding errors are defined beside their
+// proofs (GeomTest, circumcenter, expansion, PointFan, TrianglePlane, TileMesh). Each tolerance has its unit, its
+// reason and, in parentheses, its user; docs/robustness.md lists them with the test that notices a change.
 
-// ---- Places: shares of the largest coordinate of the objects compared
-// ----------------------------------------------------
+// ---- Places: shares of the largest coordinate of the objects compared ----
 
 /// 4 to 8 units in the last place, the error of a computed point on a line or crossing of two lines. Two places nearer
 /// than this may be meant to be one, and a vertex that is nearer to a segment lies on it (nearness.h, cuts).
@@ -35,13 +34,13 @@ constexpr double BAND_RESOLUTION = 0x1p-49;
 /// of the side and a corner of their overlay (OverlayPiece).
 constexpr double MAX_SIDE_ERROR = 0x1p-48;
 
-// ---- Lengths ------------------------------------------------------------------------------------------------------------
+// ---- Lengths ----
 
-/// In the unit of the coordinates: a crossing nearer to an end of one of its segments is that end. Fixed, since clients expect
-/// it for metres (SegmentInserter).
+/// In the unit of the coordinates: a crossing nearer to an end of one of its segments is that end. Fixed, since clients
+/// expect it for metres (SegmentInserter).
 constexpr double SNAP_DISTANCE = 1e-6;
-/// Share of the length of a segment, and units in the last place of its largest coordinate: a point farther off is not on the
-/// segment and cannot split it (isOffSegment).
+/// Share of the length of a segment, and units in the last place of its largest coordinate: a point farther off is not
+/// on the segment and cannot split it (isOffSegment).
 constexpr double MAX_OFFSET = 1e-6, MAX_OFFSET_UNITS = 4.0;
 /// In the unit of the coordinates, four times SNAP_DISTANCE: the sides of a narrower triangle may merge
 /// (CutAndFillImpl), ...
@@ -63,16 +62,16 @@ constexpr double MAX_AREA_ERROR = 1e-6, MAX_BORDER_ERROR = 64.0;
 /// side (OverlayPiece).
 constexpr double MIN_PIECE_AREA = 0x1p-30;
 
-// ---- Heights ------------------------------------------------------------------------------------------------------------
+// ---- Heights ----
 
-/// In the unit of the heights: a height on the plane of a triangle may leave the range of its corners by this, and the longest
-/// edges of a thin one may disagree by it (heights.cpp).
+/// In the unit of the heights: a height on the plane of a triangle may leave the range of its corners by this, and the
+/// longest edges of a thin one may disagree by it (heights.cpp).
 constexpr double HEIGHT_TOLERANCE = 0.001;
 /// Twice the area of a triangle as a share of the square of its longer side: below this, heights on its plane would
 /// have a rounding error of more than 1e-7 of their range, and rationals compute them (heights.cpp, FacePlane).
 constexpr double MIN_PLANE_DETERMINANT = 0x1p-19;
-/// Share of the range of heights around an edge: a vertex beside the edge whose height differs by less from that of the edge
-/// lies on it (SurfaceCutter).
+/// Share of the range of heights around an edge: a vertex beside the edge whose height differs by less from that of the
+/// edge lies on it (SurfaceCutter).
 constexpr double MAX_CREASE = 0x1p-30;
 /// Share of heights, and of coordinates times the slope: two surfaces that differ by less at a place are equal there
 /// (OverlayPiece).
@@ -86,7 +85,7 @@ constexpr double MAX_SPLIT_HEIGHT = 1e-9, MAX_HEIGHT_DIFFERENCE = 1e-11, MAX_TYP
 /// that is less (IsoContours).
 constexpr double MAX_FIRST_STEP = 1e-6;
 
-// ---- Directions ---------------------------------------------------------------------------------------------------------
+// ---- Directions ----
 
 /// Sine of an angle: lines that meet at a smaller angle are intersected by exact arithmetic, since doubles would lose
 /// more than four bits (getIntersectionPoint).
@@ -101,7 +100,7 @@ constexpr double MIN_BALL_DETERMINANT = 1e-12;
 /// (CandidateQueue).
 constexpr double FILTER_MARGIN = 1e-7;
 
-// ---- The range of doubles -----------------------------------------------------------------------------------------------
+// ---- The range of doubles ----
 
 /// Squares between these, and sums of three of them, have neither overflowed nor lost digits to underflow.
 constexpr double MIN_PLAIN_SQUARE = 1e-280, MAX_PLAIN_SQUARE = 1e300;

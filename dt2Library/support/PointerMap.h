@@ -8,8 +8,8 @@
 
 namespace LUMO_TARO25D {
 
-/// A hash table from addresses of records to values, laid out flat. Open addressing with linear probing, at most half full.
-/// Adding or removing an entry moves the values.
+/// A hash table from addresses of records to values, laid out flat. Open addressing with linear probing, at most half
+/// full. Adding or removing an entry moves the values.
 template <class T>
 class PointerMap {
   public:
@@ -78,8 +78,8 @@ class PointerMap {
     };
     static constexpr size_t MIN_SIZE = 16;
 
-    /// Where the search for a record begins. A multiplication carries the few bits in which addresses differ into the upper
-    /// half (Knuth 1973).
+    /// Where the search for a record begins. A multiplication carries the few bits in which addresses differ into the
+    /// upper half (Knuth 1973).
     size_t getHome(const void* pRecord) const {
         return ((reinterpret_cast<std::uintptr_t>(pRecord) * 0x9E3779B97F4A7C15u) >> 32) & (vSlots_.size() - 1);
     }

@@ -27,7 +27,8 @@ class RecordNumbers {
     /// The number of records.
     size_t size() const { return size_; }
 
-    /// The number of a record of the pool; NOT_FOUND for any other pointer. O(1) near the last one, O(log n) for n blocks.
+    /// The number of a record of the pool; NOT_FOUND for any other pointer. O(1) near the last one, O(log n) for n
+    /// blocks.
     size_t operator()(const T* pRecord) {
         if (!isIn(last_, pRecord) && !find(pRecord)) return NOT_FOUND;
         return last_.first + static_cast<size_t>(pRecord - last_.pBegin);

@@ -141,8 +141,8 @@ class SimplePool {
     }
 
     /// Announces that n records will be wanted soon, so that the next block holds all of them. The block has at least
-    /// half as many records as the pool, so repeated small announcements make few blocks. With numTouchThreads > 0 these
-    /// threads touch the memory of those records when the block is allocated.
+    /// half as many records as the pool, so repeated small announcements make few blocks. With numTouchThreads > 0
+    /// these threads touch the memory of those records when the block is allocated.
     void expect(size_t n, int numTouchThreads = 0) {
         const size_t numLeft = static_cast<size_t>(currentSize_ - nextIdx_ - 1);
         if (n > numLeft) {

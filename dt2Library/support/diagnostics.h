@@ -21,8 +21,9 @@ class MessageSink {
     virtual bool isCancelled() const { return false; }
 };
 
-/// One call of a client on this thread. For its lifetime, the texts of the error and warning channels go to a sink as well,
-/// and the call ends when the sink is cancelled. Nests: texts go to the innermost sink, and any of them can end the call.
+/// One call of a client on this thread. For its lifetime, the texts of the error and warning channels go to a sink as
+/// well, and the call ends when the sink is cancelled. Nests: texts go to the innermost sink, and any of them can end
+/// the call.
 class MessageScope {
   public:
     explicit MessageScope(MessageSink* pSink);
@@ -54,8 +55,8 @@ class QuietScope {
     bool bPrevious_;
 };
 
-/// Hands a message to the handler that the client has set, or prints "      [Taro2D-Message] " location ", ERROR: " message
-/// on standard output, in red. Does not throw.
+/// Hands a message to the handler that the client has set, or prints "      [Taro2D-Message] " location ", ERROR: "
+/// message on standard output, in red. Does not throw.
 void error(const std::string& location, const std::string& message);
 /// Hands a message to the handler, or prints it like an error, but in yellow and with ", WARNING: ".
 void warning(const std::string& location, const std::string& message);

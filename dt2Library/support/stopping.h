@@ -88,7 +88,7 @@ class WorkerScope {
 };
 
 /// For tests and benchmarks: sets a function that each cancellation point of this thread calls first; an empty function
-/// ends this.
+/// removes it.
 void setCancelPointObserver(std::function<void()> observer);
 
 }  // namespace LUMO_TARO25D

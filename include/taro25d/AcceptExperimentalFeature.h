@@ -2,12 +2,12 @@
 
 namespace LUMO_TARO25D {
 
-/// Written at a call, AcceptExperimentalFeature() states that the caller knows the feature to be experimental:
-/// its report and its verdicts may change with any version. The constructor is explicit, so that braces alone do not
-/// do.
+/// Written at a call, AcceptExperimentalFeature() states that the caller knows the feature to be experimental: its
+/// report and its verdicts may change with any version. The constructor is explicit, so that empty braces are no
+/// substitute.
 class AcceptExperimentalFeature {
   public:
-    /// Holds nothing: writing it down is all there is to it.
+    /// Holds nothing: its name at the call is the statement.
     explicit AcceptExperimentalFeature() = default;
 };
 

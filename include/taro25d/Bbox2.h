@@ -24,17 +24,17 @@ class TARO25D_API Bbox2 {
     /// Takes the ranges of the other box and keeps its own predicate object.
     Bbox2& operator=(const Bbox2& other);
 
-    /// For the engine: from now on the box keeps the static error bound of the predicates at or above its own
-    /// largest absolute coordinate. The predicates are not owned; null ends it.
+    /// For the engine: from now on the box keeps the static error bound of the predicates at or above its own largest
+    /// absolute coordinate. The predicates are not owned; null ends this.
     void setGeomTest(GeomTest* pGeomTest);
 
-    /// Extends the box to a point. A coordinate that is NaN changes nothing in its direction.
+    /// Extends the box to a point. A coordinate that is NaN leaves the range of its axis unchanged.
     void add(const Point2& point) {
         minX_ = std::min(minX_, point.x());
         minY_ = std::min(minY_, point.y());
         maxX_ = std::max(maxX_, point.x());
         maxY_ = std::max(maxY_, point.y());
-        bValid_ = minX_ <= maxX_ && minY_ <= maxY_;  // not after nothing but NaN
+        bValid_ = minX_ <= maxX_ && minY_ <= maxY_;  // false as long as all coordinates were NaN
         if (pGeomTest_) raiseStaticBound();
     }
     /// Extends the box to all points of a list. Linear.
@@ -70,14 +70,14 @@ class TARO25D_API Bbox2 {
     Point2 getMinPoint() const { return Point2(minX_, minY_, 0.0); }
     /// The upper right corner, with z = 0.
     Point2 getMaxPoint() const { return Point2(maxX_, maxY_, 0.0); }
-    /// All four of these numbers at once.
+    /// Both ranges at once.
     void getBounds(double& minX, double& minY, double& maxX, double& maxY) const;
     /// The centre, with z = 0; the origin if nothing has been added.
     Point2 computeCenter() const;
     /// Appends the four corners, with z = 0, counterclockwise from the lower left one.
     void getCorners(std::vector<Point2>& vCorners) const { getOffsetCorners(0.0, vCorners); }
     /// Appends the corners of the box grown by an offset on all sides, in the same order. The box itself does not
-    /// change; whether it is valid is not looked at.
+    /// change; its validity is not tested.
     void getOffsetCorners(double offset, std::vector<Point2>& vCorners) const;
 
   private:

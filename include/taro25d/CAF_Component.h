@@ -27,14 +27,14 @@ class TARO25D_API CAF_Component {
     /// next. The component is on their left, so the outer chain runs counterclockwise and those around holes clockwise.
     /// Linear.
     void getBorder(std::vector<Segment2>& vSegments) const;
-    /// CT_NO_CHANGE also where the ground was moved by less than 0.0001 everywhere.
+    /// How the ground changed: CT_NO_CHANGE also where it was moved by less than 0.0001 everywhere.
     CAFType getCAFType() const { return caftype_; }
     /// The volume between the two surfaces, in cubic units of the coordinates: never negative, and 0 for CT_NO_CHANGE.
     double getVolume() const { return volume_; }
-    /// The area of the triangles in x-y, in square units of the coordinates. Linear, as is the next one.
+    /// The area of the triangles in x-y, in square units of the coordinates. Linear.
     double getArea2D() const;
     /// The largest vertical distance between the two surfaces, in the unit of the heights: never negative, and 0 for
-    /// CT_NO_CHANGE.
+    /// CT_NO_CHANGE. Linear.
     double getMaxHeightDifference() const;
     /// The position in the list of components.
     int getLabel() const { return label_; }

@@ -5,7 +5,7 @@
 
 namespace LUMO_TARO25D {
 
-/// A circle in x-y, as it was given: nothing is checked.
+/// A circle in x-y. Its numbers are kept as they were given, without a check.
 class TARO25D_API Circle2 {
   public:
     /// A circle around (x, y, 0).
@@ -15,7 +15,7 @@ class TARO25D_API Circle2 {
 
     /// The squared radius as it was given.
     double getSqRadius() const { return sqRadius_; }
-    /// The square root of that; NaN if it is negative.
+    /// The radius; NaN if the squared radius is negative.
     double getRadius() const;
     /// The centre.
     const Point2& getCenter() const { return center_; }

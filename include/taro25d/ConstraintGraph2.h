@@ -55,7 +55,7 @@ class TARO25D_API ConstraintGraph2 {
     /// The strategy that createConstraint was called with.
     ConstraintInsertionStrategy getInsertionStrategy() const { return cis_; }
     /// True if the segments form one closed chain that passes each of its vertices once. Whether sides cross is not
-    /// looked at.
+    /// tested.
     bool isPolygon() const { return bPolygon_; }
     /// True if the graph has a direction: polygons, and graphs created with oriented segments.
     bool isOriented() const { return bOriented_; }
@@ -78,7 +78,8 @@ class TARO25D_API ConstraintGraph2 {
     void getAliveConstraintChain(std::vector<ConstraintSegment2*>& vAliveCSegs) const;
     /// Appends the segments as they were created, in chain order for a polygon, otherwise in input order.
     void getOriginalConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
-    /// Appends the alive pieces of all segments: the same set as the chain, without looking at directions.
+    /// Appends the alive pieces of all segments, which are those of getAliveConstraintChain(); directions do not affect
+    /// their order.
     void getChildConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     /// Appends the vertices of a polygon, those at splits included, counterclockwise, each once; nothing for a graph
     /// that is no polygon.
@@ -125,7 +126,7 @@ class TARO25D_API ConstraintGraph2 {
     std::vector<ConstraintSegment2*> vCSegParents_;
     bool bPolygon_ = false;
     std::unique_ptr<ReverseMap> pReverse_;  // whether the graph runs from target to source, of all its segments
-    std::vector<std::pair<Point2*, ConstraintSegment2*>> vSplits_;  // where who was split, for debuggers
+    std::vector<std::pair<Point2*, ConstraintSegment2*>> vSplits_;  // vertex and segment of each split, for debugging
     bool bOriented_ = false;
     std::string name_;
 };

@@ -27,10 +27,10 @@ class PointerMap;
 /// edited: where it has to be split, at a vertex on it or where another constraint crosses it, it becomes dead and gets
 /// two children that meet at the split vertex. The leaves of these binary trees are the alive segments, which are edges
 /// of the mesh. The ends are stored in pointer order; the direction that a client gave is kept by the graphs that own
-/// the segment. All members take constant time but those that walk over pieces or change the mesh.
+/// the segment. All members take constant time, except those that walk over pieces or change the mesh.
 class TARO25D_API ConstraintSegment2 {
   public:
-    /// When a segment was asked for. The smaller age is that of the older segment.
+    /// When a segment was requested. An older segment has a smaller age.
     struct Age {
         std::uint32_t call;   ///< The number of the call of createConstraint, from 1 in each triangulation.
         std::uint32_t place;  ///< The place in the list of that call, from 0.
@@ -49,8 +49,8 @@ class TARO25D_API ConstraintSegment2 {
     Point2* getTrg() const { return p1_; }
     /// The strategy of the first call that asked for an edge between these vertices.
     ConstraintInsertionStrategy getCIS() const { return cis_; }
-    /// When the segment, or the oldest of those that it is a piece of, was asked for. Where two constraints cross,
-    /// the older one gives the height. The largest possible numbers where no call asked for it.
+    /// When the segment, or the oldest segment that it is a piece of, was requested. Where two constraints cross, the
+    /// older one gives the height. The largest possible numbers where no call requested it.
     const Age& getAge() const { return age_; }
     /// Alive segments have no children and have not been killed.
     bool isAlive() const { return bAlive_ && !aChildren_[0]; }
@@ -76,7 +76,8 @@ class TARO25D_API ConstraintSegment2 {
     /// without children fails with TaroException.
     void getChildrenRec(std::vector<ConstraintSegment2*>& vChildren);
     /// The two children of a dead segment and the vertex that they share. An alive segment gets a warning and leaves
-    /// the arguments alone, and so does, without one, a segment that was given up and has no children.
+    /// the arguments unchanged. A segment that was given up and has no children leaves them unchanged without a
+    /// warning.
     void getChildrenAndSplitPoint(ConstraintSegment2*& pChild0, ConstraintSegment2*& pChild1, Point2*& pSplit);
 
     /// For the engine: tells that a call asked for the segment, which makes it and its descendants at least as old.

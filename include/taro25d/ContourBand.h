@@ -10,8 +10,8 @@ namespace LUMO_TARO25D {
 struct ContourBand {
     double low = 0.0;   ///< The lower level, which belongs to the band; the lowest finite double below the first level.
     double high = 0.0;  ///< The upper level, which does not; the largest finite double above the last level.
-    /// Rings without their first points again. Outer ones run counterclockwise; each is followed by its holes, which run
-    /// clockwise. z is the height of the surface.
+    /// Rings; the first point is not repeated at the end. Outer ones run counterclockwise; each is followed by its
+    /// holes, which run clockwise. z is the height of the surface.
     std::vector<std::vector<Point2>> vRings;
 };
 

@@ -28,7 +28,7 @@ class Visualizer3;
 /// components.
 ///
 /// Places nearer than about 1e-6, in the unit of the coordinates, may become one. Steep faces should be at least 1e-5
-/// wide, and zones many times as wide: the ground beside narrower faces may take a height of their other side.
+/// wide, and zones much wider: beside a narrower face the ground may take a height from the far side of the face.
 ///
 /// Construct, call `go` once, then query. All objects that it returns belong to this object and are destroyed with it.
 /// The zones must exist, and their triangulations must not change, until `go` has returned; `go` does not change them.
@@ -61,7 +61,7 @@ class TARO25D_API CutAndFill {
 
     /// The zone of the combined triangulation that the components make up together, null if there is none, and the
     /// heights (before, after) of exactly its vertices, which replace the content of the map. z of a vertex is the
-    /// height before minus the height after. Where this counts as 0, the two heights are equal: their mean.
+    /// height before minus the height after. Where the difference counts as 0, both heights are their mean.
     void getDiffZone(Zone2*& pDiffZone, std::map<Point2*, std::pair<double, double>>& mVtx2BeforeAfter) const;
 
     /// Adds the components to a drawing, which is not owned: cut red, fill blue, the rest light grey, and in black the
@@ -71,7 +71,7 @@ class TARO25D_API CutAndFill {
     /// raised ground in `fill`, blue, and the rest in `unchanged`, grey. Layers without triangles are left out. Null is
     /// ignored.
     void show(Visualizer3* pVisualizer) const;
-    /// For a null without a type: does nothing.
+    /// Does nothing; without it show(nullptr) would be ambiguous.
     void show(std::nullptr_t) const {}
 
     /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is

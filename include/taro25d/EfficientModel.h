@@ -16,20 +16,20 @@ namespace LUMO_TARO25D {
 class Taro_2D;
 struct EfficientModelState;
 
-/// A surface of few of many points from which none of the points is farther than a limit, measured vertically.
+/// A surface through a few of many points. No given point is farther from it than a limit, measured vertically.
 ///
 /// Points are chosen greedily: after kept lines and the corners of the convex hull, the point farthest from the present
 /// surface comes next (Garland and Heckbert 1995). When the limit is met, chosen points are removed again where the
-/// limit holds without them. Vertices are given points with their heights, except the ends, crossings and heights of
-/// kept lines.
+/// limit holds without them. Every vertex is a given point with its height, except on kept lines: ends and crossings of
+/// these are vertices too, and vertices on them have their heights.
 ///
 /// Of points at one place the first is used; later ones are left out with one warning, and so are points on a kept
 /// line, where the height of the line holds, and points with a coordinate that is not finite. Points that are all on
 /// one line give a model of all of them without triangles. The result depends neither on the number of threads nor on
 /// addresses.
 ///
-/// Memory: about 100 bytes for each given point, and the triangulation. Time: O(n log n) for points in general position; a few
-/// times the bulk insertion of all points.
+/// Memory: about 100 bytes for each given point, and the triangulation. Time: O(n log n) for points in general
+/// position; a few times the bulk insertion of all points.
 class TARO25D_API EfficientModel {
   public:
     /// A model of these points, which are copied.
@@ -41,8 +41,8 @@ class TARO25D_API EfficientModel {
     /// Adds breaklines and borders that stay in the model, with their own heights. Lists with a coordinate that is not
     /// finite are refused with a warning.
     void keep(const std::vector<Segment2>& vSegments);
-    /// The largest vertical distance of a given point from the model. Negative and NaN are refused with a warning; 0 keeps
-    /// all points that are not on the surface of others.
+    /// The largest vertical distance of a given point from the model. Negative and NaN are refused with a warning; 0
+    /// keeps all points that are not on the surface of others.
     void setMaxError(double maxError);
     /// The largest number of vertices of the model. Kept lines and the corners of the hull are always inserted, even if
     /// they are more. 0 is refused with a warning.
@@ -58,8 +58,8 @@ class TARO25D_API EfficientModel {
 
     /// The model, owned by this object; empty before go(). A client may change it.
     Taro_2D* getTriangulation() const;
-    /// The largest vertical distance of a given point that was not left out, measured on the finished model; NaN before
-    /// go().
+    /// The largest vertical distance of a given point, except those that were left out, measured on the finished model;
+    /// NaN before go().
     double getError() const;
     /// The largest vertical distance between the surface of all points and the model; NaN before go(). Each call
     /// computes it, at the cost of a triangulation of all points.

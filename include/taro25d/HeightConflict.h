@@ -4,11 +4,11 @@ namespace LUMO_TARO25D {
 
 class Point2;
 
-/// A height that came to a vertex which had another one (Taro_2D::getHeightConflicts).
+/// Two different heights that met at one vertex (Taro_2D::getHeightConflicts).
 struct HeightConflict {
     Point2* pVtx;   ///< The vertex; not owned.
     double zKept;   ///< Its height after the meeting, by the rule that held then.
-    double zOther;  ///< The height that came.
+    double zOther;  ///< The other height.
 };
 
 }  // namespace LUMO_TARO25D

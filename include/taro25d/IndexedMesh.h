@@ -14,8 +14,8 @@ struct IndexedMesh {
     std::vector<double> vCoordinates;
     /// The numbers of the three corners of each triangle, counterclockwise.
     std::vector<std::int32_t> vTriangles;
-    /// For each corner of each triangle, at the same place as in vTriangles, the number of the triangle on the other side
-    /// of the opposite edge; -1 where there is none in this mesh.
+    /// For each corner of each triangle, at the same place as in vTriangles, the number of the triangle on the other
+    /// side of the opposite edge; -1 where there is none in this mesh.
     std::vector<std::int32_t> vNeighbours;
     /// The numbers of the two ends of each edge that is a constraint, each edge once.
     std::vector<std::int32_t> vConstraints;

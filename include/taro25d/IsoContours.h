@@ -50,14 +50,14 @@ class TARO25D_API IsoContours {
     /// Appends the contours at a height. Each is one whole polyline: the target of a segment is the source of the next.
     /// It is closed (the last target is the first source) or ends where the surface ends. All its points have the
     /// height as z, and lie on edges of the triangles. **Higher ground is on the left** of every polyline, so that
-    /// contours run counterclockwise around summits; on a surface that overhangs, of the first triangle that has an
-    /// area in x-y.
+    /// contours run counterclockwise around summits; on a surface that overhangs, this holds for the first triangle of
+    /// a polyline that has an area in x-y.
     ///
     /// The order does not depend on addresses: open polylines come first, then closed ones, both ordered by their first
     /// points; a closed one begins at its smallest point (by x, then y).
     ///
     /// A contour is not well defined at the height of a corner. With bAutoAdjustHeight the contours are then those at a
-    /// height some units in the last place above, which is their z; without it nothing is appended, and false is
+    /// height a few units in the last place above, which is also their z; without it nothing is appended, and false is
     /// returned. False is also the answer, whatever the height, when it cuts an edge that has more than two triangles.
     /// With bVerbose each of these three gives a warning. Where the steps between such a height and the corner are too
     /// small for the coordinates, points coincide: polylines may touch there, but are still whole.
@@ -73,17 +73,18 @@ class TARO25D_API IsoContours {
     bool getContours(const std::vector<double>& vHeights, std::vector<std::vector<std::vector<Segment2>>>& vvvContours,
                      bool bVerbose = true) const;
 
-    /// Appends the bands of height between levels, from the lowest to the highest: the ground below the first level, between
-    /// successive ones, and above the last. Levels may be in any order, and repeated ones count once. Bands without ground are
-    /// left out.
+    /// Appends the bands of height between levels, from the lowest to the highest: the ground below the first level,
+    /// between successive ones, and above the last. Levels may be in any order, and repeated ones count once. Bands
+    /// without ground are left out.
     ///
     /// Ground exactly at a level belongs to the band above. The rings of a band are simple and touch each other only in
     /// points; outer ones are ordered by their smallest points (x, then y). Neighbouring bands share their points
     /// exactly, and the areas of all bands add up to that of the surface, except for the rounding of points on its
     /// border. The surface must not overhang. Uses the threads of setNumCPU; the result does not depend on them.
     ///
-    /// False, with a warning if bVerbose and without a band, for a level that is not finite, and for triangles of which more
-    /// than two have a common edge, or that overlap. O(n) for all triangles and O(k log k) for the points of the rings.
+    /// False, with a warning if bVerbose and without a band, for a level that is not finite, and for triangles of which
+    /// more than two have a common edge, or that overlap. O(n) for all triangles and O(k log k) for the points of the
+    /// rings.
     bool getBands(const std::vector<double>& vLevels, std::vector<ContourBand>& vBands, bool bVerbose = true) const;
 
     /// Appends the profile of the surface in the vertical plane through a point: the segments, in the triangles or
@@ -95,8 +96,8 @@ class TARO25D_API IsoContours {
     /// the surface. O(n).
     bool getProfile(const Point2& point, std::vector<Segment2>& vSegments) const;
 
-    /// The number of threads for bands and for contours at several heights: n > 0 sets n, n < 0 sets 1, n == 0 the number of
-    /// hardware threads. Returns the number now in force; 1 at first.
+    /// The number of threads for bands and for contours at several heights: n > 0 sets n, n < 0 sets 1, n == 0 the
+    /// number of hardware threads. Returns the number now in force; 1 at first.
     int setNumCPU(int n);
     /// Sets the flag (not owned) that cancels queries: soon after it is set they throw TaroCancelled and append
     /// nothing. Null for none.

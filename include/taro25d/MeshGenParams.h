@@ -40,7 +40,7 @@ class TARO25D_API MeshGenParams {
     /// The greatest length that an edge of a triangle may have where this triangle is; answers as for the area.
     virtual double getMaxEdgeLength(Triangle2* pT);
 
-    /// Protects a segment from being split; its pieces, if it has been split before. Null is ignored.
+    /// Protects a segment from being split; if it has been split before, protects its pieces. Null is ignored.
     void addLockedConstraint(ConstraintSegment2* pCSeg);
 
     /// Gives the heights of the new vertices inside the zone; null: the surface of the triangulation itself. Vertices
@@ -66,8 +66,8 @@ class TARO25D_API MeshGenParams {
     double maxTriangleArea = std::numeric_limits<double>::max();
     /// Without it no constraint segment is split, and triangles that would need that stay as they are.
     bool bAllowConstraintSplitting = true;
-    /// Triangles are refined whose area is more than this many times that of a neighbour; not greater than 0: no
-    /// limit. Across a constraint segment with an adjacent area, that counts instead of the neighbour's. A factor
+    /// Triangles are refined whose area is more than this many times that of a neighbour; not greater than 0: no limit.
+    /// Across a constraint segment with an adjacent area, the adjacent area replaces that of the neighbour. A factor
     /// above 0 and at most 1 is refused. One below 1.8 makes most meshes as fine as `growthMinArea` allows.
     double growthFactor = std::numeric_limits<double>::max();
     /// Neighbours with a smaller area do not count for the growth.
@@ -76,14 +76,14 @@ class TARO25D_API MeshGenParams {
     double aspectLimit = 10.0;
     /// How many vertices one call may insert; 0: 100 million. When the limits and the grid clearly need more, as is
     /// estimated from the area of the zone, the call is refused with an error that names the estimate, and nothing
-    /// changes. A call that gets there nevertheless stops with a warning and leaves a valid mesh.
+    /// changes. A call that reaches the number nevertheless stops with a warning and leaves a valid mesh.
     size_t maxNumVertices = 0;
     /// The direction of the rows of the grid; 0: no grid. Mesh generation gives it the length 1 when it makes a grid.
     Vector2 gridVector;
     /// The spacing of the grid that is inserted before refinement; not greater than 0: no grid.
     double gridLength = 0.0;
-    /// Whether the vertices of earlier refinements stay. Without it, this one may take out those that are near where it
-    /// splits a constraint segment.
+    /// Whether the vertices of earlier refinements stay. Without the flag, this refinement may remove such vertices
+    /// near the places where it splits constraint segments.
     bool bKeepExistingSteinerPoints = true;
     /// 0 or 1. With 1, each triangle that is refined gets a line on standard output and a picture in the working
     /// directory.

@@ -22,8 +22,8 @@ using MessageHandler = std::function<void(MsgLevel level, const std::string& loc
 ///
 /// The handler may be called from any thread that calls the library, but never from two threads at once. It may call
 /// the library, this function included. An exception that it throws does not interrupt a change of a mesh: it is kept,
-/// and ends the next long operation of that thread where that tests its cancel flag. May be called at any time, from
-/// any thread, except that it waits for a handler that is running in another thread.
+/// and ends the next long operation of that thread at a cancellation point. May be called at any time, from any thread,
+/// except that it waits for a handler that is running in another thread.
 TARO25D_API MessageHandler setMessageHandler(MessageHandler handler);
 
 }  // namespace LUMO_TARO25D

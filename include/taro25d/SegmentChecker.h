@@ -37,7 +37,7 @@ class TARO25D_API SegmentChecker {
     SegmentChecker();
     /// A checker with these segments; see `addSegments`.
     explicit SegmentChecker(const std::vector<Segment2*>& vSegments);
-    /// Ends the index; the segments stay.
+    /// Destroys the index; the segments stay.
     ~SegmentChecker();
     SegmentChecker(const SegmentChecker&) = delete;
     SegmentChecker& operator=(const SegmentChecker&) = delete;

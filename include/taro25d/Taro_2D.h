@@ -51,11 +51,11 @@ struct IndexedMesh;
 /// Vertices are inserted one after the other along a Hilbert curve, found by a walk (Devillers, Pion and Teillaud 2002)
 /// and made Delaunay by flips (Lawson 1977). Where four vertices lie on one circle, either diagonal is right.
 ///
-/// One thread at a time may change an object, and no other may use it meanwhile; const functions may be called from several
-/// threads at once. Wrong calls print a warning on standard output, or give it to the handler of `setMessageHandler`,
-/// change nothing and return null or false. TaroException is thrown where a function says so, and where an internal
-/// condition fails. Without memory for the records of vertices and triangles the process ends, after a line that says
-/// so, unless a handler is set; then, and for all else, there is std::bad_alloc.
+/// One thread at a time may change an object, and no other may use it meanwhile; const functions may be called from
+/// several threads at once. Wrong calls print a warning on standard output, or give it to the handler of
+/// `setMessageHandler`, change nothing and return null or false. TaroException is thrown where a function says so, and
+/// where an internal condition fails. If there is no memory for the records of vertices and triangles, the process ends
+/// after a line that says so; with a handler set, and for all other memory, std::bad_alloc is thrown.
 class TARO25D_API Taro_2D {
   public:
     /// @name Construction, threads and naming
@@ -63,7 +63,7 @@ class TARO25D_API Taro_2D {
 
     /// An empty triangulation. The expected number of vertices sizes the first memory blocks; any number works.
     explicit Taro_2D(unsigned numExpectedVertices = 3);
-    /// Ends everything that it owns: vertices, triangles, constraints, graphs and zones.
+    /// Destroys everything that it owns: vertices, triangles, constraints, graphs and zones.
     ~Taro_2D();
     Taro_2D(const Taro_2D&) = delete;
     Taro_2D& operator=(const Taro_2D&) = delete;
@@ -93,8 +93,8 @@ class TARO25D_API Taro_2D {
     Dt2* getImpl() const;
     /// For the library's developers: prints internal state or writes it to files. No behaviour for clients.
     void internal(int topic, int detail, std::string text);
-    /// For the library's developers: the text becomes the prefix of the names of diagnostic files, of all
-    /// triangulations of the process. Not while another thread uses one.
+    /// For the library's developers: the text becomes the prefix of the names of the diagnostic files of all
+    /// triangulations in the process. Must not be called while another thread uses a triangulation.
     void setDev(const std::string& text, int number, double value);
 
     /// @}
@@ -125,20 +125,20 @@ class TARO25D_API Taro_2D {
     /// wall time in seconds. Neither this triangulation nor the list changes.
     double measureTrianguluationTime(std::vector<Point2>& vPoints);
 
-    /// Imports triangles, three corners for each, in either orientation, into an empty triangulation. Those that meet only
-    /// in common edges and corners come in exactly as they are. Corners with equal x and y become one vertex, which has
-    /// the custom index of the first of them. Edges that are not Delaunay become constraints, and so do the edges of the
-    /// border; with bConstraints, all edges of the triangles do. What the triangles leave open in their convex hull is
+    /// Imports triangles, three corners for each, in either orientation, into an empty triangulation. Those that meet
+    /// only in common edges and corners come in exactly as they are. Corners with equal x and y become one vertex,
+    /// which has the custom index of the first of them. Edges that are not Delaunay become constraints, and so do the
+    /// edges of the border; with bConstraints, all edges of the triangles do. The rest of their convex hull is
     /// triangulated too, without new vertices; getImportedZone() holds the given triangles alone.
     ///
-    /// A triangle is faulty if it has no area or a coordinate that is not finite. Two triangles contradict each other if
-    /// they overlap, if a corner of one lies inside an edge of the other, and if they have different heights at a common
-    /// place. With bRepair, faulty triangles and the later of two that contradict each other are left out, and one
-    /// warning tells how many, and why. Without bRepair, and if no triangle is left, everything is refused with such a
-    /// warning. A triangulation that is not empty (one with a graph or a zone is not), and a number of corners that is 0 or no
-    /// multiple of 3, are refused with a warning too. A refusal changes nothing. Returns whether triangles were imported.
-    /// The list is not changed. Expected time O(n log n), 2 to 3 times that of inserting the vertices; a few times more
-    /// where triangles are left out. May throw TaroCancelled, and changes nothing then.
+    /// A triangle is faulty if it has no area or a coordinate that is not finite. Two triangles contradict each other
+    /// if they overlap, if a corner of one lies inside an edge of the other, and if they have different heights at a
+    /// common place. With bRepair, faulty triangles and the later of two that contradict each other are left out, and
+    /// one warning tells how many, and why. Without bRepair, and if no triangle is left, everything is refused with
+    /// such a warning. A triangulation that is not empty (one with a graph or a zone is not), and a number of corners
+    /// that is 0 or no multiple of 3, are refused with a warning too. A refusal changes nothing. Returns whether
+    /// triangles were imported. The list is not changed. Expected time O(n log n), 2 to 3 times that of inserting the
+    /// vertices; a few times more where triangles are left out. May throw TaroCancelled, and changes nothing then.
     bool importTriangles(std::vector<Point2>& vCorners, bool bRepair, bool bConstraints);
     /// The zone of the triangles that were imported; null where there were none and after deleteZone().
     Zone2* getImportedZone() const;
@@ -170,11 +170,11 @@ class TARO25D_API Taro_2D {
     /// a removal and an insertion.
     bool moveVertex(Point2* pVtx, const Point2& target);
 
-    /// Chooses the diagonals that are open because four or more vertices lie on one circle by the coordinates alone:
-    /// they meet in the vertex with the smallest x, then y. Equal vertices and constraints then give equal triangles,
-    /// whatever the order of insertion, the number of threads, and the rest of the mesh outside the circle. Insertion
-    /// and removal afterwards may choose others. One exact test for each edge (the idea: Dyken and Floater 2006). May
-    /// throw TaroCancelled, with a valid mesh.
+    /// Where four or more vertices lie on one circle, chooses the diagonals between them by coordinates alone: they
+    /// meet at the vertex with the smallest x, then y. Equal vertices and constraints then give equal triangles,
+    /// whatever the order of insertion, the number of threads, and the rest of the mesh outside the circle. Later
+    /// insertions and removals may choose other diagonals. One exact test for each edge (the idea: Dyken and Floater
+    /// 2006). May throw TaroCancelled, with a valid mesh.
     void canonicalizeDiagonals();
 
     /// @}
@@ -245,12 +245,13 @@ class TARO25D_API Taro_2D {
     /// The box of all vertices; invalid when there are none. Linear.
     Bbox2 computeBoundingBox() const;
 
-    /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges, and
-    /// with bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a triangle across
-    /// an edge that is no constraint. How many pieces of conforming segments are not Delaunay, as happens after
-    /// points were inserted, is a warning and no fault. Prints, after the label of setName, how many alive constraint
-    /// segments there are and how many of them are missing; then, where something is wrong, the first ten findings,
-    /// how many more there are, and the given name. O(n). True when all is well, and, with a warning, before is2D().
+    /// Checks the whole structure: different corners, mutual links, alive constraint segments that are edges, and with
+    /// bCheckEmptyCircleProperty by exact tests that no vertex lies inside the circumcircle of a triangle across an
+    /// edge that is no constraint. Pieces of conforming segments that are not Delaunay, as happens after points were
+    /// inserted, are no fault; a warning tells their number. Prints, after the label of setName, how many alive
+    /// constraint segments there are and how many of them are missing; then, where something is wrong, the first ten
+    /// findings, how many more there are, and the given name. O(n). True when all is well, and, with a warning, before
+    /// is2D().
     bool checkValidity(bool bCheckEmptyCircleProperty, const std::string& name) const;
     /// Prints, after the label of setName, the number of triangles and the distribution of their interior angles.
     void statistics(const std::string& name) const;
@@ -328,8 +329,8 @@ class TARO25D_API Taro_2D {
     /// A zone inside (ZL_INSIDE, ZL_BOUNDED) or outside (ZL_OUTSIDE) a graph that has a direction, or of all triangles
     /// (ZL_GLOBAL, graph null). Inside is where the winding number of the graph's rings is not 0, whatever their
     /// direction; rings that cross themselves get the warning "the polygon crosses itself" if bVerbose. A graph that
-    /// makes no rings has its inside on its left. Any other location gives an empty zone, without seeds or operands.
-    /// For a value that is no location, each query of the zone reports an error.
+    /// makes no rings has its inside on its left. Any other location gives an empty zone, since it lacks seeds or
+    /// operands. For a value that is no location, each query of the zone reports an error.
     Zone2* createZone(ConstraintGraph2* pGraph, ZoneLocation zoneLoc, bool bVerbose = true);
     /// A zone inside or outside several graphs (ZL_INSIDE or ZL_OUTSIDE only). The zone starts along all of them on
     /// that side and ends at all of them, so of two nested rings ZL_INSIDE gives everything inside the outer one; the
@@ -371,9 +372,9 @@ class TARO25D_API Taro_2D {
     Zone2* createZone_trimmed(double maxEdgeLength, bool bVerbose = true);
 
     /// A zone with its holes: the triangles of a zone, and those of each part outside it that does not reach the hull
-    /// and whose border is at most maxPerimeter long in x-y. No vertices are inserted. The zone is of location
-    /// ZL_GROW, and its border becomes a constraint. Null, with a warning, for a zone that is not of this
-    /// triangulation or has no triangles, and a perimeter that is negative or NaN. Linear in the number of all triangles.
+    /// and whose border is at most maxPerimeter long in x-y. No vertices are inserted. The zone is of location ZL_GROW,
+    /// and its border becomes a constraint. Null, with a warning, for a zone that is not of this triangulation or has
+    /// no triangles, and a perimeter that is negative or NaN. Linear in the number of all triangles.
     Zone2* fillHoles(Zone2* pZone, double maxPerimeter);
 
     /// Deletes a zone; triangles and constraints stay. False, with a warning, for a zone that does not belong to the
@@ -428,10 +429,11 @@ class TARO25D_API Taro_2D {
     /// growth factor in (0, 1]; a grid whose direction is not finite; limits that need more vertices than the
     /// parameters allow; a zone of another triangulation or location; a null pointer.
     void refineAdvanced(MeshGenParams* pParams);
-    /// Measures a zone against an angle limit, and if it was the last to be refined, against the other limits of that
-    /// refinement as well (as the fields of its parameters had them). Prints under the given name, for each limit, how
-    /// many triangles miss it, and for each reason to leave them as they are, how many have it. True if there is a
-    /// reason for every one; false, with a warning, for null and a zone of another triangulation. O(n).
+    /// Measures a zone against an angle limit and, if it was the last zone to be refined, against the other limits of
+    /// that refinement, which are taken from the fields of its parameters. Prints under the given name how many
+    /// triangles miss each limit, and how many of these could not be improved for each of several reasons. True if
+    /// every triangle that misses a limit has such a reason; false, with a warning, for null and a zone of another
+    /// triangulation. O(n).
     bool checkZoneQuality(Zone2* pZone, double minAngleDegree, const std::string& name,
                           const AcceptExperimentalFeature& accept);
 
@@ -449,9 +451,9 @@ class TARO25D_API Taro_2D {
     /// graphs, and each graph with its strategy, its direction and the pieces of its segments. Zones are not kept.
     /// Otherwise as save().
     bool saveAll(const char* filename) const;
-    /// Inserts the content of a file. Of save(): the vertices, and the segments as constraints of strategy
-    /// CIS_CONSTRAINED_DELAUNAY. Of saveAll(): the vertices, and the graphs. Points may repeat, of which the first
-    /// stays, segments may cross, and their ends need not be among the points. Returns false, with a line on standard
+    /// Inserts the content of a file: from a file of save(), the vertices, and the segments as constraints of strategy
+    /// CIS_CONSTRAINED_DELAUNAY; from a file of saveAll(), the vertices and the graphs. Points may repeat (the first
+    /// stays), segments may cross, and their ends need not be among the points. Returns false, with a line on standard
     /// output and nothing changed, if the file cannot be read, has another type, a length that does not follow from its
     /// counts, or a number that is not finite.
     bool load(const char* filename);
@@ -466,15 +468,15 @@ class TARO25D_API Taro_2D {
     /// null is ignored.
     void show(Visualizer2* pVisualizer, bool bWithConstraints = true) const;
 
-    /// Writes all triangles into a Wavefront OBJ file, coloured by height, with its materials beside it; Visualizer3
-    /// tells more. Before is2D(), and where a file cannot be written, there is a warning and false. Linear.
+    /// Writes all triangles into a Wavefront OBJ file, coloured by height, with its materials beside it (see
+    /// Visualizer3). Before is2D(), and where a file cannot be written, there is a warning and false. Linear.
     bool writeObj(const std::string& filename) const;
     /// Writes the triangles of a zone into such a file; a zone that is null or of another triangulation gets a warning
     /// and false.
     bool writeObj(const std::string& filename, Zone2* pZone) const;
-    /// Writes a page that shows the surface in a browser: all triangles in the layer `surface`, coloured by height,
-    /// and the alive constraint segments in the layer `breaklines`; Visualizer3 tells more. Before is2D(), for null,
-    /// and where the file cannot be written, there is a warning and false. Linear.
+    /// Writes a page that shows the surface in a browser: all triangles in the layer `surface`, coloured by height, and
+    /// the alive constraint segments in the layer `breaklines` (see Visualizer3). Before is2D(), for null, and where
+    /// the file cannot be written, there is a warning and false. Linear.
     bool writeWebScene(const char* filename) const;
     /// Writes such a page of the triangles of a zone and their constraint edges; a zone that is null or of another
     /// triangulation gets a warning and false.

@@ -65,10 +65,11 @@ class TARO25D_API Triangle2 {
 
     /// The mean of the corners in x, y and z.
     Point2 getBarycenter() const;
-    /// The area in x-y by Heron's formula, to about 1e-8 of the square of the longest side: that of a thin triangle is
-    /// rounding (the free getArea2D is not). Side lengths that overflow fail with TaroException.
+    /// The area in x-y by Heron's formula, to about 1e-8 of the square of the longest side: for a thin triangle the
+    /// result may be mere rounding. The free function getArea2D is more accurate. Side lengths that overflow fail with
+    /// TaroException.
     double getArea2D() const;
-    /// The area in space by Heron's formula, to the same.
+    /// The area in space by Heron's formula, with the error of getArea2D().
     double getArea25D() const;
     /// The area of a triangle with the given side lengths (Heron's formula), never negative. Lengths that
     /// give no number are reported with this triangle's corners and fail with TaroException.

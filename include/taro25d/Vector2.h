@@ -31,7 +31,7 @@ class TARO25D_API Vector2 {
     double operator*(const Vector2& other) const { return x_ * other.x_ + y_ * other.y_ + z_ * other.z_; }
     /// The vector times a number.
     Vector2 operator*(double factor) const { return Vector2(x_ * factor, y_ * factor, z_ * factor); }
-    /// The vector divided by a number; by 0 as doubles are.
+    /// The vector divided by a number; dividing by 0 gives infinities and NaN, as for doubles.
     Vector2 operator/(double divisor) const { return Vector2(x_ / divisor, y_ / divisor, z_ / divisor); }
 
     /// True only if all three components are exactly zero.

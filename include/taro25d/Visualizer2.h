@@ -20,11 +20,11 @@ class Triangle2;
 
 /// Draws points, segments, circles, triangles and labels in the x-y plane into a PostScript file of one A4 page.
 ///
-/// Objects are collected first; `writeFile` (or the destructor) then scales all of them into a square of 480
-/// page units, keeping the aspect ratio, and writes the page. Whatever the order of adding, triangles are at
-/// the bottom, then come segments, points, circles and labels. Coordinates are copied when an object is
-/// added, so it may change or die afterwards. Objects with a coordinate that is NaN or infinite, and null
-/// pointers, are left out; components, widths and font sizes outside their range are moved into it.
+/// Objects are collected first; `writeFile` (or the destructor) then scales all of them into a square of 480 page
+/// units, keeping the aspect ratio, and writes the page. Whatever the order of adding, triangles are at the bottom,
+/// then come segments, points, circles and labels. Coordinates are copied when an object is added, so it may change or
+/// die afterwards. Objects with a coordinate that is NaN or infinite, and null pointers, are left out; components,
+/// widths and font sizes outside their range are clamped to it.
 class TARO25D_API Visualizer2 {
   public:
     /// Opens the file for writing, which empties it, and prints its name on standard output. A file that

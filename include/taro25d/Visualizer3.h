@@ -31,7 +31,7 @@ struct Scene3;
 /// warning and false. Each writer is linear in the size of the scene.
 class TARO25D_API Visualizer3 {
   public:
-    /// An empty scene. The title, in UTF-8 as all names, stands in the files.
+    /// An empty scene. The title is written into the files. It is in UTF-8, like all names.
     explicit Visualizer3(const std::string& title);
     /// Writes nothing.
     ~Visualizer3();
@@ -42,9 +42,9 @@ class TARO25D_API Visualizer3 {
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, ColourRamp ramp);
     /// Adds triangles of one colour.
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, const Color& color);
-    /// Adds lines in space. A width other than the default one is that of the lines in the web scene.
+    /// Adds lines in space. The web scene draws them in the width of the colour, unless that is the default width.
     void addSegments(const std::vector<Segment2>& vSegments, const std::string& layer, const Color& color);
-    /// Adds a text at a place. Its mark and its size, in pixels then, are for the web scene.
+    /// Adds a text at a place. Only the web scene shows its mark and its size, which is in pixels there.
     void addLabel(const Label& label, const std::string& layer);
 
     /// Sets the factor by which heights are exaggerated when the scene is shown; 1 at first. The coordinates in the
@@ -60,24 +60,27 @@ class TARO25D_API Visualizer3 {
     /// element `edge`. The layers' names stand in comments. Labels are left out.
     bool writePly(const std::string& filename) const;
     /// Binary glTF 2.0. Heights are along y and north is along -z, as glTF has it. Positions are floats relative to a
-    /// centre, which stands as `"centre": [x, y, z]` in the extras of the scene and of its root node: the place (a, b, c)
-    /// of a mesh is x + a, y - c, z + b. That is exact to 1 mm up to 30 km from the centre, if the unit is a metre; false, with a warning, beyond floats. Each
-    /// layer is a node of that name; a label is a node of its own, with its text as name.
+    /// centre, which stands as `"centre": [x, y, z]` in the extras of the scene and of its root node: the place (a, b,
+    /// c) of a mesh is x + a, y - c, z + b. Positions are exact to 1 mm up to 30 km from the centre, if the unit is a
+    /// metre. Coordinates beyond the range of floats give a warning and false. Each layer is a node of that name; a
+    /// label is a node of its own, with its text as name.
     bool writeGlb(const std::string& filename) const;
-    /// Geomview's text format, relative to the middle of the scene, which a comment names: Geomview calculates with floats. A
-    /// surface of one colour is half transparent there unless the colour says that shapes are filled. Labels are left out.
+    /// Geomview's text format, relative to the middle of the scene, which a comment names: Geomview calculates with
+    /// floats. A surface of one colour is half transparent there unless the colour says that shapes are filled. Labels
+    /// are left out.
     bool writeGeomview(const std::string& filename) const;
 
-    /// One HTML file that shows the scene in a browser, to be turned and measured, without a network: viewer and data are in
-    /// it. Places are exact to a tenth of a millimetre, if the unit is a metre, and to a 16-millionth of the extent of smaller
-    /// scenes. A library that was built without the viewer gives a warning that tells how to get it, and false.
+    /// One HTML file that shows the scene in a browser, to be turned and measured, without a network: viewer and data
+    /// are in it. Places are exact to a tenth of a millimetre, if the unit is a metre, and in smaller scenes to a
+    /// 16-millionth of the extent. A library that was built without the viewer gives a warning that tells how to get
+    /// it, and false.
     bool writeWebScene(const std::string& filename) const;
 
     /// Sets the flag (not owned) by which the client cancels a call of this object; null for none. The call then adds
     /// or writes nothing and throws TaroCancelled.
     void setCancelFlag(const std::atomic<bool>* pFlag);
-    /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is called
-    /// from the thread that calls this object: with the fraction done, and with warnings.
+    /// Adds a listener for one type of messages, unless exactly that pair is already present. It is not owned, and is
+    /// called from the thread that calls this object: with the fraction done, and with warnings.
     void subscribe(MsgType type, MsgBase* pListener);
     /// Removes a listener; nothing happens when it is not subscribed.
     void unsubscribe(MsgType type, MsgBase* pListener);

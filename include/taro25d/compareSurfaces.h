@@ -7,9 +7,9 @@ namespace LUMO_TARO25D {
 
 class Zone2;
 
-/// The volumes and areas of cut and fill between two surfaces, over the ground that both zones have. It builds no mesh and
-/// changes nothing, so it is many times faster than `CutAndFill`, which also gives the components with their borders. The zones
-/// may be of different triangulations or of one.
+/// The volumes and areas of cut and fill between two surfaces, over the ground that both zones have. It builds no mesh
+/// and changes nothing, so it is many times faster than `CutAndFill`, which also gives the components with their
+/// borders. The zones may be of different triangulations or of one.
 ///
 /// Ground counts as unchanged wherever the heights differ by no more than the threshold, also in a part of a triangle
 /// (not above 0, or NaN: no threshold); beyond it the whole difference counts. Differences that may be mere rounding
@@ -19,8 +19,8 @@ class Zone2;
 /// has merged places within 1e-6, or taken heights within 1e-4 for equal. They do not depend on the number of threads
 /// (0 for all hardware threads). A zone that is null gives NaN for all numbers, and zones without common ground give
 /// zeros, both with a warning. Listeners and cancel flags are those of both triangulations. O(n + k) for n triangles of
-/// which k pairs overlap, after each triangle of the zone that has more has found its place in the other; memory linear
-/// in the triangles.
+/// which k pairs overlap, plus the time to locate each triangle of the larger zone in the other one; memory linear in
+/// the number of triangles.
 TARO25D_API SurfaceDifference compareSurfaces(const Zone2* pBefore, const Zone2* pAfter, double ignoreThreshold,
                                               int numCPU = 1);
 

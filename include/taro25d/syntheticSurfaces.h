@@ -22,11 +22,12 @@ TARO25D_API std::vector<Point2> makeFractalTerrain(std::size_t numPoints, double
 
 /// Returns points of the ground that `makeFractalTerrain` has for this extent and seed, as a ship or an aircraft
 /// measures it: along parallel lines in the direction of x, to and fro, a little unsteady, with 20 times the distance
-/// between lines that there is between points.
+/// of neighbouring points between neighbouring lines.
 TARO25D_API std::vector<Point2> makeSurveyLines(std::size_t numPoints, double extent, std::uint64_t seed);
 
-/// Returns points at random places of a square of four heights' side around the origin, on a cone with a slope of 3
-/// to 4 that stands on level ground of height 0. The cone is 16/27 pi times the cube of its height large.
+/// Returns points at random places of a square around the origin, whose side is four times the height, on a cone with a
+/// slope of 3 to 4 that stands on level ground of height 0. The volume of the cone is 16/27 pi times the cube of its
+/// height.
 TARO25D_API std::vector<Point2> makeStockpile(std::size_t numPoints, double height, std::uint64_t seed);
 
 /// Returns the cross sections of a road in order, five points each: the left end of the slope on the ground, the left
@@ -37,9 +38,9 @@ TARO25D_API std::vector<Point2> makeStockpile(std::size_t numPoints, double heig
 /// multiple of five.
 TARO25D_API std::vector<Point2> makeRoad(std::size_t numPoints, double length, std::uint64_t seed);
 
-/// Returns points of a scanned wall: x runs along it, y upwards, z out of it, which is how it is triangulated. It is
-/// 24 wide and 12 high, its windows lie 0.25 behind it and the ledges between the storeys 0.15 before it, steep edges
-/// all. Noise of the given standard deviation is added to z.
+/// Returns points of a scanned wall: x runs along it, y upwards and z out of it, so that it can be triangulated. It is
+/// 24 wide and 12 high; its windows lie 0.25 behind it and the ledges between the storeys 0.15 in front of it, all with
+/// steep edges. Noise of the given standard deviation is added to z.
 TARO25D_API std::vector<Point2> makeScannedFacade(std::size_t numPoints, double noise, std::uint64_t seed);
 
 }  // namespace LUMO_TARO25D
