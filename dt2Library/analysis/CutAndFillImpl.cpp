@@ -1,25 +1,26 @@
 // Cut and fill: the overlay of two surfaces, cut along the line where they meet.
 //
-// A combined triangulation takes the vertices, the edges and their crossings of both surfaces, where both exist. Each of its
-// triangles then lies within one triangle of either surface, so that both heights, and their difference, are linear on it,
-// and it does not matter which diagonals it has inside such a cell. Most pieces of edges are Delaunay, and so are edges
-// whether or not they are constraints; only the others become constraints. Heights of a vertex are its own on the surface that it
-// comes from; where it lies on an edge of a surface, they are interpolated on that edge from end to end, however often it
-// is split; else they are looked up on the surface. z of a combined vertex is the height before minus the height after.
+// The combined triangulation has the vertices and edges of both surfaces, and the crossings of these edges, on the
+// ground that both surfaces cover. Each of its triangles lies within one triangle of either surface, so that both
+// heights and their difference are linear on it; the diagonals inside such a cell do not matter. Only pieces of edges
+// that are not Delaunay become constraints: most pieces are Delaunay, and these are edges in any case. A vertex of a
+// surface has its own height there. A vertex on an edge of a surface gets its height by interpolation between the ends
+// of the whole edge, however often the edge is split. Any other height is looked up on the surface. z of a combined
+// vertex is the height before minus the height after.
 //
-// Edges that rise from below zero to above are divided at their zeros, which are inserted all at once, and then no triangle
-// is on both sides: the piece of the zero line in a triangle joins two such vertices. But places are rounded to doubles. A
-// zero may fall on an end of its edge, which then is the zero; on a third vertex, or beside its edge and across another one,
-// so that pieces remain or new vertices appear. So this is repeated for the rest, with constraints that are split one by
-// one. Differences shrink with the pieces, and two rounds nearly always do; after the last one the smaller sign of a
-// triangle gives way.
+// Edges on which z changes its sign are divided at the zeros, which are inserted all at once. Then no triangle has both
+// signs: in each triangle, the piece of the zero line joins two such vertices. Rounding of places can disturb this: a
+// zero may coincide with an end of its edge, which then becomes the zero, or with a third vertex, or lie beside its
+// edge and across another edge, so that pieces remain undivided or new vertices appear. Further rounds therefore treat
+// the rest, with constraints that are split one by one. Differences shrink with the pieces, and two rounds nearly
+// always suffice. If a triangle still has both signs after the last round, its smaller differences are set to 0.
 //
-// Surfaces that nearly coincide are the hard case, since constraints snap to vertices that are near and bend. So vertices of
-// the two surfaces that differ by rounding only are made one, slivers that rounding makes along straight borders are left
-// out, heights come rather from the ground beside a sliver than from the sliver, which may be a wall, and what a border that
-// has folded over itself lets into the result is taken out again.
+// Surfaces that nearly coincide are the hard case, since constraints snap to near vertices and bend. Four measures deal
+// with it: vertices of the two surfaces that differ only by rounding are merged; slivers that rounding makes along
+// straight borders are left out; heights are taken from the ground beside a sliver rather than from the sliver, which
+// may be a wall; and triangles that enter the result because a border has folded over itself are removed again.
 //
-// Everything else is grouping: the triangles of one type that hang together over edges are a component.
+// Finally, triangles of one type that are connected over edges are grouped into components.
 //
 // Cost: that of the constraints, O((n + k) log n) for n edges that cross k times.
 
@@ -88,7 +89,7 @@ void CutAndFillImpl::compare() {
     groupT();
 }
 
-/// As if nothing had been done.
+/// Restores the state before compare().
 void CutAndFillImpl::startAgain() {
     for (Surface& surface : aSurfaces_) {
         Zone2* pZone = surface.pZone;

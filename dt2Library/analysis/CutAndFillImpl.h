@@ -29,7 +29,7 @@ class Visualizer3;
 /// The work behind CutAndFill.
 class CutAndFillImpl {
   public:
-    /// What the combined heights at the corners of a triangle say.
+    /// The type of a triangle by the combined heights of its corners.
     enum TriType {
         TT_INVALID = 0,    // some are above 0 and some below
         TT_NO_CHANGE = 1,  // all are 0
@@ -49,19 +49,19 @@ class CutAndFillImpl {
     void show(Visualizer2* pVisualizer) const;
     void show(Visualizer3* pVisualizer) const;
 
-    /// Ends the process with status 1 if z of a corner has left its combined height: somebody writes to the triangulation
-    /// behind this object's back.
+    /// Ends the process with status 1 if z of a corner is not its combined height, that is, if the triangulation was
+    /// changed from outside.
     TriType getTriangleType(const Triangle2* pT) const;
 
-    /// For the library's developers: whether every vertex of a zone of the combined triangulation has both heights, and the
-    /// combined one as its z; prints those that have not. The second one asks for the result.
+    /// For the library's developers: whether every vertex of a zone of the combined triangulation has both heights, and
+    /// its combined height as z; prints the vertices that have not. The second function checks the result zone.
     bool checkHeightMap(const Zone2* pCombinedZone) const;
     bool verifyHeightMap(const std::string& name) const;
 
   private:
     using VertexPair = ConstraintGraph2::VertexPair;
 
-    /// One of the two inputs, and what it has become in the combined triangulation.
+    /// One of the two inputs, with its vertices and its border in the combined triangulation.
     struct Surface {
         Zone2* pZone;
         std::vector<Triangle2*> vTriangles;
@@ -74,10 +74,10 @@ class CutAndFillImpl {
         const Point2& getPoint(const Point2* pVtx) const { return vPoints[getIndex(pVtx)]; }
     };
 
-    /// Lines that have to be edges of the combined triangulation.
+    /// Lines that must be edges of the combined triangulation.
     struct Lines {
-        std::vector<VertexPair> vPieces;         // edges of it that have never been constraints
-        std::vector<ConstraintGraph2*> vGraphs;  // of the other pieces
+        std::vector<VertexPair> vPieces;         // edges that are no constraints
+        std::vector<ConstraintGraph2*> vGraphs;  // the pieces that became constraints
     };
 
     /// A zero of the difference on an edge.
@@ -85,13 +85,13 @@ class CutAndFillImpl {
         VertexPair edge;  // the end that is nearer to the zero comes first
         Point2 place;
         double height;
-        bool bMerged;  // the place is that end
+        bool bMerged;  // the zero is at that end
     };
 
     /// A piece of the zero line within one triangle: from the zero of one edge to that of another, or to a corner.
     struct ZeroSegment {
         VertexPair fromEdge, toEdge;
-        Point2* pToCorner;  // null if there is an edge
+        Point2* pToCorner;  // null if toEdge is valid
     };
 
     struct Cuts {
@@ -145,7 +145,7 @@ class CutAndFillImpl {
     Bbox2 overlap_;
     HeightMap heights_;
     Zone2* pResultZone_ = nullptr;
-    std::vector<Triangle2*> vResultTriangles_;  // of the result zone, since the mesh has changed last
+    std::vector<Triangle2*> vResultTriangles_;  // of the result zone in the present mesh
     std::vector<std::unique_ptr<CAF_Component>> vComponents_;
     double tolerance_;
     bool bStarted_ = false;

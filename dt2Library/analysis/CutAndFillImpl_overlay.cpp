@@ -27,7 +27,7 @@ namespace {
 
 constexpr const char* LOCATION = "CutAndFill";
 
-/// Differences of heights are cut off here, so that those of differences are finite.
+/// Differences of heights are clamped to this, so that differences between them are finite.
 constexpr double MAX_COMBINED_HEIGHT = 0.5 * std::numeric_limits<double>::max();
 
 Bbox2 getBoxOf(const Triangle2* pT) {
@@ -36,7 +36,7 @@ Bbox2 getBoxOf(const Triangle2* pT) {
     return box;
 }
 
-/// Dt2::isEdge, with one vertex looked at where that has few triangles.
+/// Dt2::isEdge, which visits only the triangles of one vertex if these are few.
 bool isEdge(const Dt2& dt2, Point2* p0, Point2* p1) {
     constexpr int MAX_LOOKED = 16;
     int numPassed = 0;
@@ -45,7 +45,7 @@ bool isEdge(const Dt2& dt2, Point2* p0, Point2* p1) {
     return pT && (numPassed <= MAX_LOOKED || dt2.isEdge(p0, p1));
 }
 
-/// Always false.
+/// Warns; returns false.
 bool refuse() {
     warning(LOCATION, "Zones do not overlap, nothing to do");
     return false;
@@ -129,12 +129,13 @@ std::vector<EdgeCrossings::Edge> CutAndFillImpl::getInnerSegments(int ithInput) 
             .push_back({pT, i, pN && sInside.contains(pN), static_cast<std::uint32_t>(surface.getIndex(pSrc)),
                         static_cast<std::uint32_t>(surface.getIndex(pTrg))});
     });
-    // What only slivers have as a side comes last: see assignHeigthsOfConstraints.
+    // Edges that have slivers on all sides come last: see assignHeigthsOfConstraints.
     vEdges.insert(vEdges.end(), vOfSlivers.begin(), vOfSlivers.end());
     return vEdges;
 }
 
-/// Inserts all vertices at once, those of both surfaces and the crossings of their edges, with the heights that are known.
+/// Inserts all vertices at once, those of both surfaces and the crossings of their edges, with the heights that are
+/// known.
 std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings) {
     std::vector<Point2> vPoints;
     for (const Surface& surface : aSurfaces_) {
@@ -180,8 +181,9 @@ void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, c
     });
 }
 
-/// Makes constraints of the pieces that are no edges, until all others are. Most pieces are Delaunay: they are edges by
-/// themselves, and stay so when constraints come that do not cross them. What new vertices take away is found again.
+/// Makes constraints of the pieces that are no edges, until all remaining pieces are edges. Most pieces are Delaunay:
+/// they are edges without being constraints, and constraints that do not cross them leave them so. A piece that ceases
+/// to be an edge because of a new vertex is found in the next round.
 void CutAndFillImpl::establishPieces() {
     ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
     CancelPoint<> cancelPoint;
@@ -202,7 +204,7 @@ void CutAndFillImpl::establishPieces() {
     }
 }
 
-/// Lists the triangles of the result zone in the order of their records, of which neighbours are near each other.
+/// Lists the triangles of the result zone in the order of their records, in which neighbours are close together.
 void CutAndFillImpl::listResult() {
     std::vector<Triangle2*> vTriangles;
     pResultZone_->getTriangles(vTriangles);
@@ -231,8 +233,8 @@ bool CutAndFillImpl::doesBorderFold() const {
     });
 }
 
-/// Where borders are bent to near vertices, a chain may run back over itself. Then the zone on its left also gets what is
-/// outside, up to the next border, which has to go again. False if nothing would be left.
+/// Where borders are bent to near vertices, a chain may run back over itself. The zone on its left then also contains
+/// regions outside the border, which are removed here. False if no triangle remains.
 bool CutAndFillImpl::leaveOutside() {
     listResult();
     if (!doesBorderFold()) return true;
@@ -279,9 +281,10 @@ void CutAndFillImpl::setHeights() {
     progress_.incProgress(5);
 }
 
-/// Vertices on the edges of a surface get the heights of these edges. Edges that are nearer to each other than constraints
-/// can be told apart share such vertices, though they may have very different heights, like the three sides of a sliver at
-/// the hull. The first one counts, so that what is wrong then is the height of the sliver, not that of the ground beside it.
+/// Vertices on the edges of a surface get the heights of these edges. Edges so close together that constraints along
+/// them merge share such vertices, although their heights may differ much, like those of the three sides of a sliver at
+/// the hull. The first edge gives the height; edges of slivers come last, so that only the sliver may get a wrong
+/// height, and not the ground beside it.
 void CutAndFillImpl::assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput) {
     TARO_ASSERT_TEXT(ithInput == 0 || ithInput == 1, "ithInput==0 || ithInput==1");
     std::vector<ConstraintSegment2*> vEdges, vPieces;
@@ -320,7 +323,7 @@ void CutAndFillImpl::setOneMissingHeight(const Point2* pVtx, int ithInput) {
     Triangle2* pT = dt2.locate(*pVtx);
     if (!pT) pT = getNearestHullTriangle(dt2, *pVtx);
     if (pT) pT = leaveSlivers(pT, *pVtx);
-    // Where even that has no area the answer is false and the height a mean, which is as good as any.
+    // If that triangle has no area either, getHeight returns false and gives a mean height, which is good enough.
     double& height = heights_[pVtx].aHeights[ithInput];
     dt2.getHeight(pVtx->x(), pVtx->y(), height, pT, 0.0);
     if (height == BeforeAfter::MISSING) Note(LOCATION) << "### MISS: pVtx=" << *pVtx << "\n";
@@ -344,7 +347,7 @@ void CutAndFillImpl::setCombinedHeights(const std::vector<Point2*>& vVertices) {
     }
 }
 
-/// Vertices that have appeared since have none yet.
+/// MISSING for a vertex that was inserted since heights were set last.
 double CutAndFillImpl::getCombinedHeight(const Point2* pVtx) const {
     const BeforeAfter* pHeights = heights_.find(pVtx);
     return pHeights ? pHeights->combined : BeforeAfter::MISSING;

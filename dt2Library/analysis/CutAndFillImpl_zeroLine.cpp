@@ -53,7 +53,7 @@ void CutAndFillImpl::cutAlongZeroLine() {
     for (int numRounds = 0; numRounds < MAX_ROUNDS; ++numRounds) {
         const Cuts cuts = virtualCut();
         if (cuts.vCuts.empty()) return;
-        if (numRounds > 1) {  // the first one leaves zeros next to ends to the second one
+        if (numRounds > 1) {  // the first round leaves zeros next to ends to the second
             warning(LOCATION, toText("CutAndFillImpl::addMissingSplitPoints, retry (vnew): ", cuts.vCuts.size()));
         }
         numRounds == 0 ? insertZeros(cuts) : realCut(cuts);
@@ -64,7 +64,7 @@ void CutAndFillImpl::cutAlongZeroLine() {
     postRound();
 }
 
-/// Which edges have to be split, and what the zero line will join. Changes nothing.
+/// Finds the edges to be split, and the ends of the pieces of the zero line. Changes nothing.
 CutAndFillImpl::Cuts CutAndFillImpl::virtualCut() const {
     Cuts cuts;
     AddressSet sDone;
@@ -83,7 +83,7 @@ CutAndFillImpl::Cuts CutAndFillImpl::virtualCut() const {
 }
 
 CutAndFillImpl::CutHelper CutAndFillImpl::cutEdge(const VertexPair& edge) const {
-    // From the nearer end, and for either direction of the edge the same.
+    // From the end nearer to the zero, so that both directions of an edge give one result.
     auto [pNear, pFar] = edge;
     const double dNear = std::abs(pNear->z()), dFar = std::abs(pFar->z());
     if (dFar < dNear || (dFar == dNear && *pFar < *pNear)) std::swap(pNear, pFar);
@@ -120,8 +120,8 @@ void CutAndFillImpl::cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLi
     vZeroLine.push_back({getEnds(pT, aMixed[0]), toEdge, numMixed == 2 ? nullptr : pT->getCorner(aMixed[0])});
 }
 
-/// Inserts the zeros that are away from the ends of their edges, all at once. The other ones that are no ends are left to
-/// realCut.
+/// Inserts all zeros that are not next to an end of their edge, in bulk, and merges those that coincide with an end.
+/// The other zeros are left to realCut.
 void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     std::vector<const CutHelper*> vInserted;
     std::vector<Point2> vPlaces;
@@ -153,7 +153,7 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     }
     std::vector<VertexPair>& vPieces = aLines_[2].vPieces;
     vPieces = joinZeros(cuts, mZeros);
-    // A threshold bends the difference within a cell, so that diagonals which are divided have to stay as well.
+    // With a threshold the difference is not linear within a cell, so that divided diagonals must stay too.
     for (size_t k = 0; tolerance_ > 0.0 && k < vHandles.size(); ++k) {
         if (sOnPieces.contains(vHandles[k])) continue;
         for (Point2* pEnd : {vInserted[k]->edge.first, vInserted[k]->edge.second}) {
@@ -179,7 +179,7 @@ void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vect
     vPieces.swap(vDivided);
 }
 
-/// The pieces of the zero line between zeros that have become vertices.
+/// The pieces of the zero line whose ends have become vertices.
 std::vector<CutAndFillImpl::VertexPair> CutAndFillImpl::joinZeros(const Cuts& cuts,
                                                                   const VertexPairMap<Point2>& mZeros) const {
     std::vector<VertexPair> vZeroLine;
@@ -223,7 +223,7 @@ Point2* CutAndFillImpl::splitAtZero(const CutHelper& cut) {
     return pZero;
 }
 
-/// Splitting edges may make more vertices than the zeros, where they cross others by rounding.
+/// Splitting edges may make vertices besides the zeros, where rounding makes the pieces cross other edges.
 void CutAndFillImpl::addNewVertices() {
     std::vector<Point2*> vVertices;
     getVertices(vResultTriangles_, vVertices);
@@ -233,7 +233,7 @@ void CutAndFillImpl::addNewVertices() {
     setCombinedHeights(vVertices);
 }
 
-/// Where rounding leaves a triangle on both sides after all, the smaller one gives way.
+/// Where rounding leaves a triangle with both signs after all rounds, sets its smaller differences to 0.
 void CutAndFillImpl::postRound() {
     bool bRounded = false;
     CancelPoint<> cancelPoint;

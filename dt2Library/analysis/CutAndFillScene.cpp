@@ -1,5 +1,5 @@
-// The surface after earthworks, in space. Components have the height before minus the height after as z, so their triangles
-// are made anew with the heights after.
+// The surface after earthworks, in space. z in components is the height before minus the height after, so their
+// triangles are copied with the heights after.
 
 #include <deque>
 

@@ -4,7 +4,7 @@
 // pass. Which edge or vertex comes next is decided by exact orientation tests, so that the path never gets lost at
 // vertices or along edges. The points on edges are rounded, with the height of the edge; vertices are taken as they
 // are. A segment may start and end anywhere: outside the hull the walk gives the hull edges that are visible from the
-// start, and the one that the segment crosses is its entry.
+// start, and the segment enters across the edge among these that it crosses.
 
 #include "analysis/Draper.h"
 

@@ -2,8 +2,8 @@
 // are located once, in order. The mesh does not change, so a crossing costs a few predicates.
 //
 // A crossing is rounded, which bends the two edges. The topology does not change if the crossing is farther from all
-// ends and other crossings of these edges than constraints snap, and so are the ends from the other edge. Other
-// crossings are left to the insertion of constraints, which handles all cases.
+// ends and other crossings of these edges than the distance at which constraints snap, and if the ends are that far
+// from the other edge. Other crossings are left to the insertion of constraints, which handles all cases.
 //
 // O(n log n + k log k) for n edges that cross k times, except where points are not in spatial order.
 

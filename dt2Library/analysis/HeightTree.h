@@ -12,10 +12,10 @@ namespace LUMO_TARO25D {
 ///
 /// A binary tree over the triangles in order of their lowest corners. A node is a range of that list, its children are
 /// the two halves, the first of size n/2 rounded down, and a leaf is one triangle. The order gives the lowest height of
-/// a node, so that only its highest is stored: at the place where its second half begins, which is so for one node
-/// only. A node that a query enters contains a triangle to be found, unless some of its triangles begin above the
-/// height; there is one such node on each level of the tree. Hence O(k log n) for k triangles found (the interval tree
-/// of Cormen, Leiserson and Rivest 1990), and much less where they are adjacent in the list.
+/// a node, so that only its highest is stored. Its index is that at which the second half of the node begins; no two
+/// nodes share it. A node that a query enters contains a triangle to be found, unless some of its triangles begin above
+/// the height; there is one such node on each level of the tree. Hence O(k log n) for k triangles found (the interval
+/// tree of Cormen, Leiserson and Rivest 1990), and much less where they are adjacent in the list.
 class HeightTree {
   public:
     /// Leaves out triangles that are null or have a corner that is null or not finite.

@@ -23,8 +23,8 @@ class HoleSweep {
     void addRing(const std::vector<const Point2*>& vRing, size_t number);
     /// Adds a point with a number.
     void addQuestion(const Point2& place, size_t number) { vEvents_.push_back({&place, QUESTION, number}); }
-    /// Calls f(number of the point, number of the ring) for each point, from west to east, until one is false. False also if
-    /// there is no ring south of a point.
+    /// Calls f(number of the point, number of the ring) for each point, from west to east, until one is false. False
+    /// also if there is no ring south of a point.
     bool run(const Progress& progress, const std::function<bool(size_t, size_t)>& f);
 
   private:

@@ -58,7 +58,8 @@ class OverlayPiece {
   public:
     /// The common part of two triangles with the same origin.
     OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner);
-    /// Two triangles with the same three corners in x-y: corner i of the outer one is corner (i + shift) mod 3 of the other.
+    /// Two triangles with the same three corners in x-y: corner i of the outer one is corner (i + shift) mod 3 of the
+    /// other.
     OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner, size_t shift);
 
     /// Whether the common part is empty or within rounding of an edge of the outer triangle.

@@ -1,3 +1,9 @@
+// Orders of triangles that depend on coordinates alone.
+//
+// Zones made by a rule list their triangles in such an order already; only results of Boolean operations are sorted
+// here. Components are found with disjoint sets over the links between triangles. Only the smallest triangle of each is
+// searched for, since it identifies the component. O(n log n) for sorting, almost linear for components.
+
 #include "analysis/planeOrder.h"
 
 #include <algorithm>
@@ -30,7 +36,7 @@ bool isBefore(const Triangle2* pA, const Triangle2* pB) {
                                         [](const Point2* a, const Point2* b) { return *a < *b; });
 }
 
-/// Numbers in sets, which are united until all that belongs together is in one (Tarjan 1975, with halved paths).
+/// Disjoint sets of numbers, with union (Tarjan 1975, with halved paths).
 class DisjointSets {
   public:
     explicit DisjointSets(size_t n) : vParents_(n) { std::iota(vParents_.begin(), vParents_.end(), std::uint32_t(0)); }
@@ -49,7 +55,8 @@ class DisjointSets {
     std::vector<std::uint32_t> vParents_;
 };
 
-/// The smallest one by isBefore. Few are compared: most have no corner that is as small as that of the smallest one so far.
+/// The smallest triangle by isBefore. Few are compared in full: most have no corner as small as that of the smallest
+/// triangle so far.
 std::vector<Triangle2*>::iterator findSmallest(std::vector<Triangle2*>& vTriangles) {
     auto smallest = vTriangles.begin();
     const Point2* pCorner = getSortedCorners(*smallest)[0];
@@ -99,7 +106,7 @@ void sortAlongCurve(std::vector<Triangle2*>& vTriangles) {
 }
 
 std::vector<std::vector<Triangle2*>> getComponentsInPlaneOrder(const std::vector<Triangle2*>& vTriangles) {
-    // In the order of the list, so that memory is read in order too if the list is in that of the records.
+    // In the order of the list: if that is the order of the records, memory is read sequentially.
     RecordMap<Triangle2, std::uint32_t> mNumbers;  // from 1
     DisjointSets sets(vTriangles.size());
     CancelPoint<> cancelPoint;
