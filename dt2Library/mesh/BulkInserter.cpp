@@ -148,8 +148,8 @@ void BulkInserter::leaveFakeBox(ItemIterator begin, ItemIterator end) {
     triangulateRest(vault_.getData().data(), end, mesh_.createTriangle(p0, p1, p2));
 }
 
-/// Vertices that are not in the mesh yet are dropped, as if they had not been asked for. Those of a former collinear
-/// phase stay: they are all inserted, if there is a mesh now.
+/// Vertices that are not in the mesh yet are dropped, as if they had not been passed. Those of a former collinear phase
+/// stay: they are all inserted, if there is a mesh now.
 void BulkInserter::abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles) {
     const NoStopScope noStop;
     mesh_.getProgress().reset();

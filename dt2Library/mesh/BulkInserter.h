@@ -13,7 +13,8 @@ class InserterMT;
 class Point2;
 class Triangle2;
 
-/// One insertion of many points into a mesh: in the order of the Hilbert curve, on several threads where that is faster.
+/// One insertion of many points into a mesh: in the order of the Hilbert curve, on several threads where that is
+/// faster.
 class BulkInserter {
   public:
     /// A place in a list of vault items.

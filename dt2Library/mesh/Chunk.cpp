@@ -9,7 +9,7 @@
 //   - corners and links of triangles whose three corners are in A, fresh ones included, and the incident triangle of
 //     vertices in A;
 //   - of a triangle around them the one link across an edge with both ends in A.
-// So nobody else writes to a triangle with two corners in A, since each of its edges has an end there; nor to the
+// So no other chunk writes to a triangle with two corners in A, since each of its edges has an end there; nor to the
 // corners of a triangle with one corner in A, nor to its links across the two edges that end there. Only these does the
 // chunk read. It starts at its anchor, a vertex in the mesh that was there before and lies in A, and turns around it
 // until it finds a triangle in A. From there it walks through triangles in A and looks at their neighbours, which have

@@ -1,7 +1,7 @@
 // Life of the engine, and insertion of points.
 //
-// A new vertex is located by a walk over orientation tests (walk.h) that starts near its place on the Hilbert curve, splits
-// the triangle, the edge or the piece of hull that it hits, and flips edges until every one is Delaunay again
+// A new vertex is located by a walk over orientation tests (walk.h) that starts near its place on the Hilbert curve,
+// splits the triangle, the edge or the piece of hull that it hits, and flips edges until every one is Delaunay again
 // (TriangleMesh.h).
 //
 // Memory: 40 bytes a vertex, 48 a triangle, and 44 a vertex in the vault and the lists.

@@ -72,8 +72,8 @@ class Dt2 : public TriangleMesh {
     Point2* insert(const Point2& point);
     void insertVector(const std::vector<Point2>& vPoints);
     void insertVector(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandlesOut);
-    /// Bulk insertion; aHandles is null or has one place for each point. Appends the new vertices, unless pNewVertices is
-    /// null.
+    /// Bulk insertion; aHandles is null or has one place for each point. Appends the new vertices, unless pNewVertices
+    /// is null.
     void insertBulk(const PointSource& source, Point2** aHandles, std::vector<Point2*>* pNewVertices = nullptr,
                     const char* phase = "insert vertices");
     /// Inserts the vertices of a range of vault items that are not in the mesh yet.

@@ -5,9 +5,9 @@
 // may change triangles (Chunk.cpp). The other vertices are cut along the curve into about twice the root of n chunks.
 //
 // Tasks have a fixed order. A task waits for all earlier tasks whose boxes touch its own; free threads take the first
-// task that waits for none. So two chunks that could meet always come in one order, and the mesh is the one that the
-// tasks in their order would give on a single thread, whatever the number of threads. Afterwards the calling thread
-// inserts the vertices that chunks had to leave, in the order of the chunks, and removes the fake box.
+// task that waits for none. So two chunks that could meet have a fixed order, and for any number of threads the mesh is
+// equal to that of the tasks in their order on a single thread. Afterwards the calling thread inserts the vertices that
+// chunks had to leave, in the order of the chunks, and removes the fake box.
 //
 // If most chunks would have to run alone, go() gives up before any of them starts, and BulkInserter goes on with one
 // thread. After an exception in a worker or a listener all threads end, records are given back, and the exception

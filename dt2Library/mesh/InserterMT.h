@@ -11,8 +11,8 @@
 
 namespace LUMO_TARO25D {
 
-/// One parallel bulk insertion: a coarse mesh first, then chunks of the rest on several threads, never at the same time
-/// two whose extended boxes touch. Two such chunks always come in one order, so that the mesh depends neither on the
+/// One parallel bulk insertion: a coarse mesh first, then chunks of the rest on several threads. Two chunks whose
+/// extended boxes touch never run at the same time, and their order is fixed, so that the mesh depends neither on the
 /// number of threads nor on their speed. Four temporary vertices at the corners of a box around all points, the fake
 /// box, keep every point off the hull.
 class InserterMT {

@@ -14,8 +14,8 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Writes a mesh, or some of its triangles, into arrays of numbers. Vertices and triangles keep the order in which the mesh
-/// lists them.
+/// Writes a mesh, or some of its triangles, into arrays of numbers. Vertices and triangles keep the order in which the
+/// mesh lists them.
 ///
 /// The cost is that of reading all records once and of writing the arrays.
 class MeshExporter {

@@ -1,8 +1,8 @@
 // Records of triangles, and the changes that operations make to them.
 //
-// Invariants: corners are counterclockwise, links are mutual. Where a vertex is being inserted it is corner 0 of every noted
-// triangle, so that edge 0 of each is the one to be tested (legalize); otherwise all three edges are (flipUntilDelaunay).
-// Both are Lawson's flips (1977), which pass over constraint edges.
+// Invariants: corners are counterclockwise, links are mutual. Where a vertex is being inserted it is corner 0 of every
+// noted triangle, so that edge 0 of each is the one to be tested (legalize); otherwise all three edges are
+// (flipUntilDelaunay). Both are Lawson's flips (1977), which pass over constraint edges.
 //
 // Memory: 48 bytes a triangle.
 

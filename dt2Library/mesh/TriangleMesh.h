@@ -66,10 +66,10 @@ class TriangleMesh {
 
     // ---- Splits -----------------------------------------------------------------------------------------------------
 
-    /// Splits a triangle into three at a new vertex inside it. This and the next two functions note the new triangles;
-    /// the vertex is corner 0 of each.
+    /// Splits a triangle into three at a new vertex inside it (T13: one triangle becomes three). All three functions
+    /// for splits note the new triangles, of which the vertex is corner 0.
     void initVCheckT13(Triangle2* pT, Point2* v);
-    /// Splits the two triangles at edge idx into four at a new vertex on it, and a constraint there into two.
+    /// Splits the two triangles at edge idx into four (T24) at a new vertex on it, and a constraint there into two.
     void initVCheckT24(Triangle2* pT, Point2* v, int idx);
     /// Splits the triangle at hull edge idx into two at a new vertex on it, and a constraint there into two.
     void splitHullEdge(Point2* v, Triangle2* pT, int idx);

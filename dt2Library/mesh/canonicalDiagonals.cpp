@@ -1,8 +1,8 @@
 // Canonical diagonals.
 //
 // An edge is open if it is no constraint and its two triangles have one circumcircle: then either diagonal of their
-// quadrilateral is Delaunay. The rule: an open edge ends at the smallest (by x, then y) of the four vertices. Edges that break
-// the rule are flipped until there are none.
+// quadrilateral is Delaunay. The rule: an open edge ends at the smallest (by x, then y) of the four vertices. Edges
+// that break the rule are flipped until there are none.
 //
 // All other edges are in every (constrained) Delaunay triangulation of these vertices and constraints. Triangles that
 // are connected over open edges have one circumcircle; they make up a convex polygon with all its vertices on that

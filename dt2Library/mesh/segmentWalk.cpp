@@ -13,7 +13,7 @@ namespace {
 /// Beyond this number of triangles around a vertex, the triangle that a line enters is found from the other end.
 constexpr int MANY_TRIANGLES = 16;
 
-/// leaveVertex that tests at most numTriangles triangles; pT is null if none of these is the one.
+/// leaveVertex that tests at most numTriangles triangles; pT is null if the line enters none of these.
 Point2* leaveVertexAmong(GeomTest& geomTest, const Point2* p, const Point2* q, int numTriangles, Triangle2*& pT,
                          int& i) {
     Point2* pOnPath = nullptr;

@@ -19,7 +19,8 @@ Point2* leaveTowardsVertex(GeomTest& geomTest, const Point2* p, const Point2* q,
 /// Follows the line from p to q across edge i of pT. Returns the side of the line on which the far corner of the next
 /// triangle lies; i becomes the next edge that the line crosses, or the index of the far corner if that is on the line.
 Orientation2 crossEdge(GeomTest& geomTest, const Point2* p, const Point2* q, Triangle2*& pT, int& i);
-/// Appends the triangles whose interior the segment from p to q crosses, in order from p. Both are vertices of the mesh.
+/// Appends the triangles whose interior the segment from p to q crosses, in order from p. Both are vertices of the
+/// mesh.
 void getCrossedTriangles(GeomTest& geomTest, const Point2* p, const Point2* q, std::vector<Triangle2*>& vTriangles);
 
 }  // namespace LUMO_TARO25D
