@@ -84,7 +84,7 @@ class ConstraintMgr : public ConstraintKeeper {
 
     /// Establishes one segment, or its leaves, if the triangulation is two-dimensional.
     void applyOneSegment(ConstraintSegment2* pCSeg) { establisher_.applyOneSegment(pCSeg); }
-    /// Establishes all segments, in the order in which they were asked for.
+    /// Establishes all segments, in the order in which they were requested.
     void apply();
     Establisher& getEstablisher() { return establisher_; }
     void rememberEncroached(const Point2* p0, const Point2* p1) override;
@@ -110,15 +110,15 @@ class ConstraintMgr : public ConstraintKeeper {
     /// Deletes a graph that owns no segments any more.
     void discard(ConstraintGraph2* pGraph);
 
-    /// True after a call that establishes or ends segments was cancelled, until applyForClient: some may be no edges of the
-    /// mesh.
+    /// True after a call that establishes or ends segments was cancelled, until applyForClient: some may be no edges of
+    /// the mesh.
     bool isUnfinished() const { return bUnfinished_ || !vOrphans_.empty(); }
     void setUnfinished(bool bUnfinished) { bUnfinished_ = bUnfinished; }
     /// Drops the calls that were cancelled before the ends of their segments were in the mesh.
     void forgetPendingCalls() { vPendingCalls_.clear(); }
 
     size_t getNumberOfSegments() const { return vSegments_.size() - numDiscarded_; }
-    /// The number of calls that have asked for segments.
+    /// The number of calls that have requested segments.
     std::uint32_t getNumberOfCalls() const { return numCalls_; }
 
     /// Write the alive segments of each graph to files of their own, for the library's developers.
@@ -180,7 +180,7 @@ class ConstraintMgr : public ConstraintKeeper {
     std::vector<PendingCall> vPendingCalls_;
     bool bUnfinished_ = false;
     std::uint32_t numCalls_ = 0;
-    size_t numRequested_ = 0;  // the number of segments that clients have asked for
+    size_t numRequested_ = 0;  // the number of segments that clients have requested
     Establisher establisher_;
 };
 

@@ -42,7 +42,7 @@ void keepFirstOfEach(std::vector<Point2>& vPoints, std::vector<size_t>& vPlaces)
     vPoints.resize(numKept);
 }
 
-/// Any integer can be cast to a strategy. The error names the function that would meet an unknown one later.
+/// Any integer can be cast to a strategy. The error names the function that uses the strategy later.
 bool isStrategy(ConstraintInsertionStrategy cis) {
     if (cis == CIS_CONFORMING_SURFACE_Z || cis == CIS_CONSTRAINED_DELAUNAY || cis == CIS_CONFORMING_LINEAR_Z)
         return true;

@@ -1,8 +1,8 @@
 // Crossings before insertion.
 //
-// Where segments of one call cross often, inserting them one after the other costs a search, four new segments and a new
-// triangulation of a region for each crossing. Instead the crossings become vertices in bulk, and the segments then run
-// through them like through any vertex next to them.
+// Where segments of one call cross often, inserting them one after the other costs a search, four new segments and a
+// new triangulation of a region for each crossing. Instead the crossings become vertices in bulk, and the segments then
+// run through them like through any vertex next to them.
 //
 // The older of two segments gives the height of their crossing, linear between the vertices on it. That height is known
 // at once for a constraint of the mesh; for a segment that is no edge yet it is known when the segment has passed all
@@ -10,8 +10,9 @@
 //
 // Segments that are edges do not cross each other; so only the others are followed through the mesh, across constraints
 // and past vertices, and compared with each other by their boxes. A crossing is rounded, which bends the pieces of its
-// segments. Where it is farther from all ends and other events on both segments than constraints snap
-// (SegmentInserter), and so are the ends from the other segment, this makes no difference to the topology.
+// segments. This does not change the topology if the crossing is farther from all ends and other events on both
+// segments than the distance at which constraints snap (SegmentInserter), and if the ends are that far from the other
+// segment.
 //
 // O(n log n + k log k) for n segments with k crossings, plus the number of triangles that the segments cross.
 
@@ -35,8 +36,8 @@ namespace LUMO_TARO25D {
 namespace {
 
 // Few crossings are cheaper one by one: a sample of the segments gives their average number in advance. The search is
-// given up beyond these numbers: pairs of touching boxes for each segment and for each crossing, and crossings that are
-// not used, besides as many as those that are.
+// given up if it meets more than MAX_PAIRS_EACH pairs of touching boxes for each segment and MAX_PAIRS_FOR_CROSSING for
+// each crossing, or drops more than MAX_DROPPED crossings plus half of all.
 constexpr size_t NUM_SAMPLES = 64, MIN_CROSSINGS_EACH = 6;
 constexpr size_t MAX_PAIRS_EACH = 20, MAX_PAIRS_FOR_CROSSING = 10, MAX_DROPPED = 1000;
 
@@ -250,8 +251,9 @@ bool CrossingFinder::drop(std::uint32_t event) {
     return true;
 }
 
-/// Drops the crossings next to an end, a vertex or another crossing on a carrier, and returns their number. Of crossings next to
-/// each other the first one stays, unless one has been dropped before: it may be at the place of another that stays.
+/// Drops the crossings next to an end, a vertex or another crossing on a carrier, and returns their number. Of
+/// crossings next to each other the first stays. A crossing that was dropped before still counts, since another that
+/// stays may be at its place: then none next to it stays.
 size_t CrossingFinder::keepApart(const Carrier& carrier) {
     std::vector<std::pair<double, std::uint32_t>> vPlaces;
     for (const std::uint32_t event : carrier.vEvents) {

@@ -1,8 +1,8 @@
 // Removal of graphs.
 //
 // A graph owns its segments and all their descendants, and a descendant has at least the owners of each of its
-// ancestors. So no segment that stays refers to one that is removed. Edges without an owner are released in the order of
-// their coordinates, so that ties on circles do not depend on addresses, and the mesh is made Delaunay after each
+// ancestors. So no segment that stays refers to one that is removed. Edges without an owner are released in the order
+// of their coordinates, so that ties on circles do not depend on addresses, and the mesh is made Delaunay after each
 // (Lawson 1977): a removal may be cancelled between two of them.
 
 #include "constraints/GraphRemover.h"

@@ -7,7 +7,7 @@
 //     name                  length as uint64, then the characters
 //     number of graphs      uint64
 //     for each graph        strategy and direction (1 if it has one), int32 each; its name; the number of alive pieces,
-//                           uint64; for each piece the numbers of its two vertices, uint32 each, in the graph's direction
+//                           uint64; for each piece the numbers of its two vertices, uint32 each, in its direction
 //
 // Graphs are in the order of their creation, so that their order by age is restored. A segment that was split comes
 // back as its pieces.

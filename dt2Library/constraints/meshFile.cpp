@@ -75,7 +75,7 @@ class Before {
         numGraphs_ = getGraphs().size();
     }
 
-    /// Removes everything inserted since. Leaves a mesh alone that was empty; the client's object replaces it.
+    /// Removes everything inserted since. Does nothing if the mesh was empty: the client's object then replaces it.
     void restore() {
         mesh_.setName(name_);
         if (bEmpty_) return;
