@@ -130,7 +130,7 @@ bool Visualizer3::writeObj(const std::string& filename) const {
     const auto writeAll = [&](SceneFile& file, SceneTask& task) {
         LUMO_TARO25D::writeObj(*pScene_, materials.filename().string(), file, task);
     };
-    // The file that is named first: where it cannot be written, the materials stay as they were.
+    // The OBJ file comes first: if it cannot be written, the file of materials stays as it was.
     return writeScene(*pScene_, filename, location, "Writing OBJ", writeAll) &&
            writeScene(*pScene_, materials.string(), location, "Writing materials", writeMaterials);
 }

@@ -88,7 +88,8 @@ std::string getSurfaceText(const SceneSurface& surface) {
            "}";
 }
 
-/// In pixels, of which the page has 96 in an inch. The default width is a hairline on paper, which a screen does not show well.
+/// The width of lines in pixels, 96 to the inch. The default width is a hairline on paper, which a screen does not show
+/// well.
 double getPixels(const Color& color) {
     constexpr double DEFAULT = 2, MAX = 100;
     const double width = color.width;

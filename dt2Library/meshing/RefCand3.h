@@ -29,8 +29,8 @@ class RefCand3 {
     /// Results of a walk towards a Steiner point: SPLIT_NONE if it was reached, 0 to 2 for the edge that obstructs the
     /// walk, SPLIT_USELESS if the point cannot be used.
     static constexpr int SPLIT_NONE = -1, SPLIT_USELESS = 4;
-    /// A triangle whose angles in x-y are all greater than this is not refined for its angles in space, which on steep
-    /// ground may never be large enough.
+    /// A triangle whose angles in x-y are all greater than this (in degrees) is not refined because of its angles in
+    /// space, which on steep ground may never become large enough.
     static constexpr double PLANAR_ANGLE_CAP = 29.5;
 
     RefCand3(Dt2* pDt2, Triangle2* pT);

@@ -198,7 +198,8 @@ void Refiner::refineMain3() {
     const VertexBudget budget(mesh_, params_);
     if (hasGrid(params_)) {
         if (!preMeshing()) return;
-        // A run is refused before any work only. If the growth limit asks for more between grid points, the budget ends it.
+        // A run is refused before any work only. If the growth limit asks for more between grid points, the budget ends
+        // it.
         vTriangles.clear();
         params_.pZone->getTriangles(vTriangles);
     }

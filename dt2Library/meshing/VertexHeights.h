@@ -9,8 +9,8 @@
 
 namespace LUMO_TARO25D {
 
-/// The heights of new vertices inside triangles: from the guide if there is one, otherwise from the surface. If it has
-/// no height at a place, the mean of the corners, and the vertex is counted as missing a height.
+/// The heights of new vertices inside triangles: from the guide if there is one, otherwise from the surface. Where that
+/// has no height, the mean of the corners is taken, and the vertex is counted as missing a height.
 class VertexHeights {
   public:
     explicit VertexHeights(const MeshGenParams& params) : pGuide_(params.pHeightGuide) {}

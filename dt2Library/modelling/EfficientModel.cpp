@@ -1,6 +1,6 @@
 // The client's handle on simplification. go() runs the steps in order: kept lines and hull, greedy insertion, thinning
 // (Simplifier) and, if asked for, certification of the whole surface (SurfaceCertifier). The Simplifier of the last
-// finished run is kept for getSurfaceError, which needs to know the points that were left out.
+// finished run is kept for getSurfaceError, which needs its list of points that were left out.
 
 #include "taro25d/EfficientModel.h"
 

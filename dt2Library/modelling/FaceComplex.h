@@ -20,12 +20,12 @@ class FaceComplex {
     using Numbers = LargeVector<Number>;
     static constexpr Number NONE = UINT32_MAX;
 
-    /// Places, no two of which have the same x and y, and three for each face. Not owned; every place is the corner of a face. The corners of a
-    /// face come in either orientation. The predicates hold for the places.
+    /// Places, no two of which have the same x and y, and three for each face. Not owned; every place is the corner of
+    /// a face. The corners of a face come in either orientation. The predicates hold for the places.
     FaceComplex(const std::vector<Point2*>& vPlaces, const Numbers& vGiven, GeomTest& geomTest, Progress& progress);
 
-    /// Turns the faces counterclockwise, links them, and fills the pockets. False if a face has no area, or faces do
-    /// not meet in common edges and corners alone. Counts getNumberOfSteps() steps of progress in any case.
+    /// Turns the faces counterclockwise, links them, and fills the pockets. False if a face has no area, or if two
+    /// faces meet elsewhere than in common edges and corners. Counts getNumberOfSteps() steps of progress in any case.
     bool build();
     static size_t getNumberOfSteps(size_t numFaces) { return 3 * numFaces; }
 

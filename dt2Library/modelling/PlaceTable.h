@@ -40,7 +40,8 @@ class PlaceTable {
         if (number != NONE) __builtin_prefetch(&vPlaces_[number]);
     }
 
-    /// The hash of a point. Both zeros are the same place. Multiplications carry all bits into the upper half (Knuth 1973).
+    /// The hash of a point. Both zeros are the same place. Multiplications carry all bits into the upper half (Knuth
+    /// 1973).
     static std::uint64_t getHash(const Point2& point) {
         const double x = point.x() + 0.0, y = point.y() + 0.0;
         std::uint64_t a = 0, b = 0;

@@ -11,7 +11,8 @@
 
 namespace LUMO_TARO25D {
 
-/// Heights on the plane of a triangle, within the range of its corners, in plain arithmetic. The triangle must not change.
+/// Heights on the plane of a triangle, within the range of its corners, in plain arithmetic. The triangle must not
+/// change.
 class TrianglePlane {
   public:
     explicit TrianglePlane(const Triangle2* pT) : origin_(*pT->getCorner(0)), pT_(pT) {
@@ -43,7 +44,8 @@ class TrianglePlane {
     double getSlack() const { return slack_; }
 
   private:
-    // Fewer than 200 roundings, each magnified by the flatness of the triangle once in a product and once in a quotient.
+    // Fewer than 200 roundings, each magnified by the flatness of the triangle once in a product and once in a
+    // quotient.
     static constexpr double ROUNDING = 0x1p-45;
 
     const Point2& origin_;

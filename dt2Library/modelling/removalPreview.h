@@ -8,7 +8,7 @@
 namespace LUMO_TARO25D {
 
 /// The height of the surface at a vertex's place after its removal, from the triangles around the vertex, in plain
-/// arithmetic. False for a vertex of the hull or of too many edges, and where rounding leaves no answer. O(d^3) for d
+/// arithmetic. False for a vertex on the hull or with too many edges, and where rounding leaves no answer. O(d^3) for d
 /// edges.
 bool previewRemoval(const Point2& vertex, const std::vector<Triangle2*>& vTriangles, double& height);
 

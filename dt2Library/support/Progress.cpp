@@ -1,3 +1,9 @@
+// Progress and listeners.
+//
+// A listener may subscribe, unsubscribe and throw while it is called: the list is copied before it is walked, and an
+// exception is kept until a cancellation point, where the mesh is in a valid state. Workers only add to an atomic
+// counter; reports are always sent by the calling thread.
+
 #include "support/Progress.h"
 
 #include <algorithm>

@@ -1,3 +1,9 @@
+// Work on several threads.
+//
+// The calling thread starts the workers and waits for them. An exception, of a worker or at a cancellation point of the
+// waiting thread, ends the other workers at their next cancellation points; the first one is rethrown when all have
+// ended, so that no worker outlives the objects that it uses.
+
 #include "support/parallel.h"
 
 #include <algorithm>

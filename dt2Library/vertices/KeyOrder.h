@@ -120,8 +120,8 @@ class KeyOrder {
     LargeVector<KeyedIndex> vScratch_;
 };
 
-/// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long run. It may be
-/// copied.
+/// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long run. It may
+/// be copied.
 class KeyIndex {
   public:
     /// Rebuilds the index for the positions [begin, end) of a list in spatial order: keyAt(i) and pointAt(i)

@@ -1,8 +1,8 @@
 // Finding vertices in the vault, and the duplicates of a running insertion.
 //
-// A look-up by position searches the key index of the sorted items, and the unsorted ones one by one where these count.
-// In the collinear phase all items are sorted whenever it matters; later the triangulation itself finds vertices, and
-// the vault only gives a triangle near a place.
+// A look-up by position searches the key index of the sorted items, and, where it must see them, the unsorted ones one
+// by one. In the collinear phase all items are sorted whenever it matters; later the triangulation itself finds
+// vertices, and the vault only gives a triangle near a place.
 //
 // A duplicate is an item whose vertex was found, on insertion, to have the position of another one. It never gets a
 // triangle; at the end of the operation its handles are replaced, and its records recycled.

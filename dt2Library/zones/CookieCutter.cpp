@@ -106,7 +106,8 @@ void CookieCutter::closeGap(Point2* pVtx, const Point2& outside, AddressSet& sMa
     }
 }
 
-/// Appends the triangles on the left of the pieces. False if no piece bounds anything: then all triangles are inside, or none.
+/// Appends the triangles on the left of the pieces. False if no piece bounds anything: then all triangles are inside,
+/// or none.
 bool CookieCutter::getInside(std::vector<Triangle2*>& vTriangles) const {
     EdgeSet sBlocked;
     AddressSet sMarked;

@@ -15,8 +15,8 @@
 // of the segments. Edges that are not Delaunay in the end are creases of the old surface, or pieces; they become
 // constraints.
 //
-// Outside the hull there is no surface. A segment that leaves it ends at the hull, at a vertex that is inserted on or just
-// inside the hull edge.
+// Outside the hull there is no surface. A segment that leaves it ends at the hull, at a vertex that is inserted on or
+// just inside the hull edge.
 //
 // O(log n) for the ends of a segment, and constant time for each triangle that it crosses.
 

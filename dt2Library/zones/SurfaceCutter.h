@@ -60,7 +60,8 @@ class SurfaceCutter {
     std::vector<Point2*> vTouched_;  // every triangle that was changed has one of these as a corner
 };
 
-/// Cuts the triangles along segments; a mesh without triangles and coordinates that are not finite are refused with a warning.
+/// Cuts the triangles along segments; a mesh without triangles and coordinates that are not finite are refused with a
+/// warning.
 void cutTriangles(Dt2& mesh, const std::vector<Segment2>& vSegments, bool bConstraints);
 
 }  // namespace LUMO_TARO25D

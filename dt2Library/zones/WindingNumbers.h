@@ -11,7 +11,7 @@ namespace LUMO_TARO25D {
 /// The winding numbers of a graph, counterclockwise, on both sides of its pieces.
 class WindingNumbers {
   public:
-    /// The pieces in the direction of their passes; a piece that is passed several times is given as often.
+    /// The pieces in the direction of their passes; a piece that is passed several times is given several times.
     explicit WindingNumbers(const std::vector<DirectedEdge>& vPieces);
 
     /// False if the pieces do not form closed rings, so that there are no winding numbers: a piece is no edge of the
