@@ -109,6 +109,14 @@ std::string toList(const std::vector<T>& vObjects, const F& getText) {
     return text + "]";
 }
 
+/// Whether the page can show a scene of this extent: it draws with floats, and takes squares of their differences.
+bool canBeDrawn(const Scene3& scene) {
+    constexpr double MAX_EXTENT = 1e18;
+    const auto [low, high] = scene.getBox();
+    return high[0] - low[0] <= MAX_EXTENT && high[1] - low[1] <= MAX_EXTENT &&
+           (high[2] - low[2]) * std::max(1.0, scene.exaggeration) <= MAX_EXTENT;
+}
+
 std::string getDescription(const Scene3& scene, const SceneEncoder& encoder) {
     return "{\"title\":" + toJson(scene.title) + ",\"exaggeration\":" + toText(scene.exaggeration) +
            ",\n\"origin\":" + toJsonList(encoder.getOrigin()) + ",\"step\":" + toJsonList(encoder.getStep()) +
@@ -121,6 +129,7 @@ std::string getDescription(const Scene3& scene, const SceneEncoder& encoder) {
 }  // namespace
 
 void writeWebScene(const Scene3& scene, SceneFile& file, SceneTask& task) {
+    if (!canBeDrawn(scene)) return file.fail();
     SceneEncoder encoder(scene, task);
     for (const SceneSurface& surface : scene.vSurfaces) encoder.add(surface);
     for (const SceneLines& lines : scene.vLines) encoder.add(lines);

@@ -72,8 +72,9 @@ class TARO25D_API Visualizer3 {
 
     /// One HTML file that shows the scene in a browser, to be turned and measured, without a network: viewer and data
     /// are in it. Places are exact to a tenth of a millimetre, if the unit is a metre, and in smaller scenes to a
-    /// 16-millionth of the extent. A library that was built without the viewer gives a warning that tells how to get
-    /// it, and false.
+    /// 16-millionth of the extent. An extent above 1e18 units, exaggerated heights included, gives a warning and false,
+    /// since the page draws with floats. A library that was built without the viewer gives a warning that tells how to
+    /// get it, and false.
     bool writeWebScene(const std::string& filename) const;
 
     /// Sets the flag (not owned) by which the client cancels a call of this object; null for none. The call then adds

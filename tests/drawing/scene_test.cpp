@@ -137,10 +137,12 @@ SceneSurface toSurface(const TriangleVector& vTriangles) {
 
 }  // namespace
 
-TEST(Scene, PositionsBeyondFloatsAreNoGlb) {
+TEST(Scene, PositionsBeyondFloatsAreNoGlbAndNoPage) {
     Visualizer3 scene("far");
     scene.addSegments({makeSegment(0, 0, 1e39, 0)}, "far", Color(CBLUE));
     EXPECT_NE(printedBy([&] { EXPECT_FALSE(scene.writeGlb("far.glb")); }), "");
+    EXPECT_NE(printedBy([&] { EXPECT_FALSE(scene.writeWebScene("far.html")); }), "");
+    EXPECT_FALSE(std::filesystem::exists("far.html"));
 }
 
 TEST(Scene, ObjGivesEveryTriangleOfEveryLayerAgain) {

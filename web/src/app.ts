@@ -3,7 +3,7 @@
 import {makeChart, toCsv} from './chart';
 import {listenToClicks, listenToKeys} from './controls';
 import {Marks} from './marks';
-import {getNumDecimals, getProfile, getRoundNumber, type Place, type Profile} from './measure';
+import {getNumDecimals, getProfile, getRoundNumber, type Place, type Profile, toPlain} from './measure';
 import {make, type Page} from './page';
 import {download, makePicture, toFilename} from './picture';
 import type {SceneData} from './read';
@@ -94,7 +94,7 @@ export class App {
     private click(x: number, y: number): void {
         const place = this.pick(x, y);
         if (!place) return;
-        this.page.readout.textContent = place.map(value => value.toFixed(this.numDecimals)).join(' ');
+        this.page.readout.textContent = place.map(value => toPlain(value, this.numDecimals)).join(' ');
         if (this.clicked.length === 2 || this.mode === 'read') {
             this.clicked = [];
             this.clear();

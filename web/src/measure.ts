@@ -150,6 +150,11 @@ export function getNumDecimals(extent: number): number {
     return Math.min(12, Math.max(4, Math.ceil(7 - Math.log10(extent || 1))));
 }
 
+/** A number with a fixed count of decimals, and never with an exponent, which toFixed gives from 1e21 on. */
+export function toPlain(number: number, numDecimals: number): string {
+    return Math.abs(number) < 1e21 ? number.toFixed(numDecimals) : `${BigInt(number)}.${'0'.repeat(numDecimals)}`;
+}
+
 /** 1, 2 or 5 times a power of ten, about a given number. */
 export function getRoundNumber(number: number): number {
     const power = 10 ** Math.floor(Math.log10(number));
