@@ -22,14 +22,18 @@ bool RasterGrid::isUsable(const RasterFrame& frame) {
            areCentresDistinct(frame.maxY, frame.cellHeight, frame.numRows);
 }
 
-RasterGrid::RasterGrid(const RasterFrame& frame, double magnitude)
+RasterGrid::RasterGrid(const RasterFrame& frame, const Window& window, double magnitude)
     : frame_(frame),
       perWidth_(1.0 / frame.cellWidth),
       perHeight_(1.0 / frame.cellHeight),
-      vX_(frame.numColumns),
-      vY_(frame.numRows) {
-    for (size_t j = 0; j < vX_.size(); ++j) vX_[j] = frame.minX + (static_cast<double>(j) + 0.5) * frame.cellWidth;
-    for (size_t i = 0; i < vY_.size(); ++i) vY_[i] = frame.maxY - (static_cast<double>(i) + 0.5) * frame.cellHeight;
+      beforeX_(0.5 - static_cast<double>(window.columns.begin)),
+      beforeY_(0.5 - static_cast<double>(window.rows.begin)),
+      vX_(window.columns.size()),
+      vY_(window.rows.size()) {
+    for (size_t j = 0; j < vX_.size(); ++j)
+        vX_[j] = frame.minX + (static_cast<double>(window.columns.begin + j) + 0.5) * frame.cellWidth;
+    for (size_t i = 0; i < vY_.size(); ++i)
+        vY_[i] = frame.maxY - (static_cast<double>(window.rows.begin + i) + 0.5) * frame.cellHeight;
     magnitude_ =
         std::max({magnitude, std::abs(vX_.front()), std::abs(vX_.back()), std::abs(vY_.front()), std::abs(vY_.back())});
     slack_ = std::ldexp(magnitude_, -46);

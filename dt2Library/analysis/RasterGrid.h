@@ -34,8 +34,17 @@ class RasterGrid {
         size_t size() const { return rows.size() * columns.size(); }
     };
 
+    /// A rectangle of cells of a frame.
+    struct Window {
+        Span rows, columns;
+    };
+
     /// For triangles of this magnitude. The frame must be usable (isUsable).
-    RasterGrid(const RasterFrame& frame, double magnitude);
+    RasterGrid(const RasterFrame& frame, double magnitude)
+        : RasterGrid(frame, {{0, frame.numRows}, {0, frame.numColumns}}, magnitude) {}
+    /// For some cells of a frame, with exactly the centres that they have in the whole; rows and columns are counted
+    /// from the first one of the window, which must not be empty.
+    RasterGrid(const RasterFrame& frame, const Window& window, double magnitude);
     /// Whether all numbers of a frame are finite, its sizes positive, and neighbouring centres different.
     static bool isUsable(const RasterFrame& frame);
 
@@ -83,7 +92,7 @@ class RasterGrid {
         if (!(cells > 0.0)) return 0;
         return cells < static_cast<double>(n) ? static_cast<size_t>(static_cast<std::int64_t>(cells)) : n;
     }
-    size_t getIndexFor(double x) const { return toIndex((x - frame_.minX) * perWidth_ + 0.5, vX_.size()); }
+    size_t getIndexFor(double x) const { return toIndex((x - frame_.minX) * perWidth_ + beforeX_, vX_.size()); }
     size_t getFirstColumn(double x) const;
     size_t getColumnAfter(double x) const;
     Span getSpan(const Triangle2& triangle, double y, const Span& columns, GeomTest& geomTest) const;
@@ -92,6 +101,7 @@ class RasterGrid {
 
     RasterFrame frame_;
     double perWidth_, perHeight_;
+    double beforeX_, beforeY_;  // half a cell, minus the columns and rows before the window
     double magnitude_;
     double slack_;  // a bound of the rounding error of a crossing
     std::vector<double> vX_, vY_;
@@ -114,8 +124,8 @@ inline size_t RasterGrid::getColumnAfter(double x) const {
 }
 
 inline RasterGrid::Span RasterGrid::getRows(double minY, double endY) const {
-    Span rows{toIndex((frame_.maxY - endY) * perHeight_ + 0.5, vY_.size()),
-              toIndex((frame_.maxY - minY) * perHeight_ + 0.5, vY_.size())};
+    Span rows{toIndex((frame_.maxY - endY) * perHeight_ + beforeY_, vY_.size()),
+              toIndex((frame_.maxY - minY) * perHeight_ + beforeY_, vY_.size())};
     while (rows.begin > 0 && vY_[rows.begin - 1] < endY) --rows.begin;
     while (rows.begin < vY_.size() && vY_[rows.begin] >= endY) ++rows.begin;
     while (rows.end > 0 && vY_[rows.end - 1] < minY) --rows.end;

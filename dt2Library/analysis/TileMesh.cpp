@@ -118,6 +118,42 @@ bool TileMesh::meetsStar(const Point2& point, GeomTest& geomTest) {
     return false;
 }
 
+// ---- Places ----
+
+/// The natural neighbours of a place are the corners of the triangles of its cavity. If all stars of these corners are
+/// those of the whole, so is the cavity: the triangle behind each of its border edges belongs to such a star too.
+bool TileMesh::watch(const double* aPlaces, size_t num) {
+    bool bNew = false;
+    for (size_t k = 0; k < num; ++k) {
+        if (k % 1024 == 0) dt2_.getProgress().throwIfStopped();
+        const Point2 place(aPlaces[2 * k], aPlaces[2 * k + 1], 0.0);
+        GeomTest geomTest(dt2_.getMagnitudeWith(place));
+        bNew |= watchCavity(place, geomTest);
+    }
+    return bNew;
+}
+
+bool TileMesh::watchCavity(const Point2& place, GeomTest& geomTest) {
+    Triangle2* pStart = nullptr;
+    const int code = dt2_.walkTo(place, pStart, geomTest);
+    if (code != CODE_INSIDE) return false;  // a vertex, or outside of the surface
+    bool bNew = false;
+    vCavity_.assign(1, {pStart, nullptr});
+    while (!vCavity_.empty()) {
+        const auto [pT, pFrom] = vCavity_.back();
+        vCavity_.pop_back();
+        for (int i = 0; i < 3; ++i) {
+            const size_t number = static_cast<size_t>(pT->getCorner(i)->getCustomIndex());
+            bNew |= !vWatched_[number];
+            vWatched_[number] = true;
+            const Triangle2* pN = pT->getOppositeTriangle(i);
+            if (pN && pN != pFrom && geomTest.circleInc3state(pN, &place) != CINC2_OUTCIRCLE)
+                vCavity_.emplace_back(pN, pT);
+        }
+    }
+    return bNew;
+}
+
 // ---- Reach ----
 
 bool TileMesh::Reach::meets(const double* aBox) const {

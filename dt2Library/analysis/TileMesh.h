@@ -31,10 +31,15 @@ class TileMesh {
     /// Requires is2D().
     void findReached(const double* aBoxes, size_t num, std::vector<std::uint8_t>& vReached) const;
 
+    /// Certifies further stars: those of the corners of all triangles that a vertex inserted at one of the places (x, y)
+    /// would remove. Points refused by offer() before must be offered again. Returns whether there are new such stars.
+    /// Requires is2D().
+    bool watch(const double* aPlaces, size_t num);
+
     /// The triangles that the tile owns: those whose smallest corner (by x, then y) is one of its own points, as
     /// numbers of corners, counterclockwise from the smallest, in the order of the own points. Numbers after those of
     /// own points denote the points in vHalo: those of other tiles on the circumcircles of the stars, by x, then y.
-    /// Must be called when no box holds missing points. Makes the diagonals canonical.
+    /// Must be called when no box holds missing points, as the last call. Makes the diagonals canonical.
     void getOwned(std::vector<double>& vHalo, std::vector<std::int32_t>& vTriangles);
 
     bool is2D() const { return mesh_.is2D(); }
@@ -58,6 +63,7 @@ class TileMesh {
     void enter(Point2* pVtx);
     bool matters(const Point2& point);
     bool meetsStar(const Point2& point, GeomTest& geomTest);
+    bool watchCavity(const Point2& place, GeomTest& geomTest);
     HullEdges findVisible(const Point2& point, Triangle2* pT, int edge, GeomTest& geomTest) const;
     static Reach getReach(const Triangle2* pT);
     static Reach getHalfPlane(const Point2& src, const Point2& trg, double bulge);

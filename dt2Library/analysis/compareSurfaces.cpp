@@ -24,6 +24,7 @@
 
 #include "analysis/HullChains.h"
 #include "analysis/OverlayPiece.h"
+#include "analysis/compareTriangles.h"
 #include "analysis/zoneTriangles.h"
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
@@ -91,14 +92,13 @@ class Reached {
 /// The zone in which overlapping triangles are searched.
 class InnerSurface {
   public:
-    InnerSurface(const Zone2& zone, const std::vector<Triangle2*>& vTriangles)
-        : dt2_(*zone.getDelaunayTriangulation()), hull_(dt2_), box_(LUMO_TARO25D::getBox(vTriangles)) {
-        if (vTriangles.size() == dt2_.numberOfTriangles()) return;
-        mInZone_.reserve(vTriangles.size());
-        for (const Triangle2* pT : vTriangles) mInZone_.add(pT, true);
+    explicit InnerSurface(const SurfacePart& part)
+        : dt2_(part.dt2), hull_(dt2_), box_(LUMO_TARO25D::getBox(part.vTriangles)) {
+        if (part.vTriangles.size() == dt2_.numberOfTriangles()) return;
+        mInZone_.reserve(part.vTriangles.size());
+        for (const Triangle2* pT : part.vTriangles) mInZone_.add(pT, true);
     }
 
-    const Dt2& getDt2() const { return dt2_; }
     const Bbox2& getBox() const { return box_; }
     bool contains(const Triangle2* pT) const { return mInZone_.empty() || mInZone_.find(pT); }
     /// Adds triangles from which all triangles that overlap outer are reached. The walk starts at pHint, unless null,
@@ -135,13 +135,9 @@ void InnerSurface::start(const Triangle2& outer, Triangle2*& pHint, GeomTest& ge
 
 class Comparison {
   public:
-    Comparison(const Zone2& outer, const Zone2& inner, const std::vector<Triangle2*>& vOuter,
-               const std::vector<Triangle2*>& vInner, double threshold, Progress& progress)
-        : vOuter_(vOuter),
-          inner_(inner, vInner),
-          threshold_(threshold),
-          progress_(progress),
-          magnitude_(std::max(outer.getDelaunayTriangulation()->getMagnitude(), inner_.getDt2().getMagnitude())) {}
+    Comparison(const SurfacePart& outer, const SurfacePart& inner, double threshold, double magnitude,
+               Progress& progress)
+        : vOuter_(outer.vTriangles), inner_(inner), threshold_(threshold), progress_(progress), magnitude_(magnitude) {}
 
     SurfaceDifference run(int numThreads);
 
@@ -224,6 +220,23 @@ void Comparison::addPiece(OverlayPiece& piece, const LocalTriangle& inner, doubl
 
 }  // namespace
 
+SurfaceDifference compareTriangles(const SurfacePart& before, const SurfacePart& after, double threshold,
+                                   double magnitude, int numThreads, Progress& progress) {
+    if (before.vTriangles.empty() || after.vTriangles.empty()) return {};
+    const bool bSwap = after.vTriangles.size() > before.vTriangles.size();
+    const SurfacePart &outer = bSwap ? after : before, &inner = bSwap ? before : after;
+    const size_t numOuter = outer.vTriangles.size();
+    progress.start("compareSurfaces", numOuter, numOuter / 8192 + 1);
+    const ProgressEnd progressEnd(progress);
+    SurfaceDifference sums = Comparison(outer, inner, threshold, magnitude, progress).run(numThreads);
+    if (bSwap) {
+        std::swap(sums.cutVolume, sums.fillVolume);
+        std::swap(sums.cutArea, sums.fillArea);
+    }
+    progress.finish();
+    return sums;
+}
+
 SurfaceDifference compareSurfaces(const Zone2* pBefore, const Zone2* pAfter, double ignoreThreshold, int numCPU) {
     if (!pBefore || !pAfter) {
         const Zone2* pZone = pBefore ? pBefore : pAfter;
@@ -236,21 +249,11 @@ SurfaceDifference compareSurfaces(const Zone2* pBefore, const Zone2* pAfter, dou
                       &pAfter->getDelaunayTriangulation()->getProgress());
     const MessageScope scope(&progress);
     const std::vector<Triangle2*> vBefore = getTrianglesOf(*pBefore), vAfter = getTrianglesOf(*pAfter);
-    SurfaceDifference sums;
-    if (!vBefore.empty() && !vAfter.empty()) {
-        const double threshold = ignoreThreshold > 0.0 ? ignoreThreshold : 0.0;
-        const bool bSwap = vAfter.size() > vBefore.size();
-        const auto& vOuter = bSwap ? vAfter : vBefore;
-        progress.start("compareSurfaces", vOuter.size(), vOuter.size() / 8192 + 1);
-        const ProgressEnd progressEnd(progress);
-        sums = bSwap ? Comparison(*pAfter, *pBefore, vAfter, vBefore, threshold, progress).run(getNumThreads(numCPU))
-                     : Comparison(*pBefore, *pAfter, vBefore, vAfter, threshold, progress).run(getNumThreads(numCPU));
-        if (bSwap) {
-            std::swap(sums.cutVolume, sums.fillVolume);
-            std::swap(sums.cutArea, sums.fillArea);
-        }
-        progress.finish();
-    }
+    const SurfacePart before{*pBefore->getDelaunayTriangulation(), vBefore};
+    const SurfacePart after{*pAfter->getDelaunayTriangulation(), vAfter};
+    const SurfaceDifference sums = compareTriangles(before, after, ignoreThreshold > 0.0 ? ignoreThreshold : 0.0,
+                                                    std::max(before.dt2.getMagnitude(), after.dt2.getMagnitude()),
+                                                    getNumThreads(numCPU), progress);
     if (!(sums.cutArea + sums.fillArea + sums.unchangedArea > 0.0)) {
         warning(LOCATION, "Zones do not overlap, nothing to do");
         return {};

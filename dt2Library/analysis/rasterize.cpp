@@ -19,6 +19,7 @@
 #include "analysis/NaturalNeighbours.h"
 #include "analysis/RasterBorder.h"
 #include "analysis/RasterGrid.h"
+#include "analysis/rasterizeTriangles.h"
 #include "analysis/zoneTriangles.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
@@ -56,20 +57,35 @@ double getHillshade(const FacePlane& plane) {
     return 1.0 + 254.0 * std::max(0.0, cosine);
 }
 
+/// The angle from the east counterclockwise to an edge, at its end at the centre; 0 elsewhere.
+double getAngle(const Edge2& edge, const Point2& centre) {
+    const bool bAtSrc = *edge.getSrc() == centre;
+    if (!bAtSrc && *edge.getTrg() != centre) return 0.0;
+    const Vector2 ray = getVector2D(centre, bAtSrc ? *edge.getTrg() : *edge.getSrc());
+    const double angle = std::atan2(ray.y(), ray.x());
+    constexpr double FULL = 6.283185307179586477;
+    return angle > 0.0 ? angle : angle + FULL;
+}
+
 class Rasterizer {
   public:
-    Rasterizer(const Zone2& zone, const RasterFrame& frame, RasterKind kind, double* aCells, int numCPU)
-        : dt2_(*zone.getDelaunayTriangulation()),
-          grid_(frame, dt2_.getMagnitude()),
+    Rasterizer(const SurfacePart& part, const RasterGrid& grid, RasterKind kind, double* aCells, int numThreads)
+        : dt2_(part.dt2),
+          grid_(grid),
           kind_(kind),
           aCells_(aCells),
-          numThreads_(getNumThreads(numCPU)),
-          progress_(zone.getDelaunayTriangulation()->getProgress()),
-          bAll_(zone.getZoneLocation() == ZL_GLOBAL),
-          vTriangles_(getTrianglesOf(zone)) {
+          numThreads_(numThreads),
+          progress_(part.dt2.getProgress()),
+          bAll_(part.vTriangles.size() == part.dt2.numberOfTriangles()),
+          vTriangles_(part.vTriangles) {
         for (int i = 0; i < numThreads_; ++i) vWorkers_.push_back(std::make_unique<Worker>(dt2_, grid_.getMagnitude()));
     }
 
+    /// Keeps cells on the border apart, and marks the others that have a triangle; before run().
+    void divide(std::uint8_t* aHas, std::vector<BorderCell>& vBorderCells) {
+        aHas_ = aHas;
+        pBorderCells_ = &vBorderCells;
+    }
     void run();
 
   private:
@@ -97,13 +113,15 @@ class Rasterizer {
     double& getCell(size_t row, size_t column) { return aCells_[row * grid_.getNumColumns() + column]; }
 
     const Dt2& dt2_;
-    RasterGrid grid_;
+    const RasterGrid& grid_;
     RasterKind kind_;
     double* aCells_;
+    std::uint8_t* aHas_ = nullptr;
+    std::vector<BorderCell>* pBorderCells_ = nullptr;
     int numThreads_;
     Progress progress_;
-    bool bAll_;  // the zone is the whole triangulation
-    std::vector<Triangle2*> vTriangles_;
+    bool bAll_;  // the part is the whole triangulation
+    const std::vector<Triangle2*>& vTriangles_;
     std::vector<Edge2> vBorder_;
     std::vector<std::unique_ptr<Worker>> vWorkers_;
 };
@@ -164,6 +182,7 @@ void Rasterizer::scan(const Triangle2& triangle, const RasterGrid::Cells& cells,
     std::optional<FacePlane> plane;  // made only if a centre is inside
     grid_.scan(triangle, cells, worker.geomTest, [&](size_t row, size_t begin, size_t end) {
         progress_.throwIfStopped();
+        if (aHas_) std::fill_n(aHas_ + (&getCell(row, begin) - aCells_), end - begin, std::uint8_t(1));
         if (kind_ == RK_NATURAL_NEIGHBOUR) {
             fillByNeighbours(triangle, row, begin, end, worker);
             return;
@@ -235,8 +254,14 @@ double Rasterizer::getMeasure(const FacePlane& plane) const {
 
 void Rasterizer::setOnBorder(size_t row, size_t column, const Triangle2& triangle, const Edge2& edge) {
     const bool bHeight = kind_ == RK_LINEAR || kind_ == RK_NATURAL_NEIGHBOUR;
-    getCell(row, column) = bHeight ? getZOnSegment(*edge.getSrc(), *edge.getTrg(), grid_.getX(column), grid_.getY(row))
-                                   : getMeasure(FacePlane(triangle));
+    const Point2 centre(grid_.getX(column), grid_.getY(row), 0.0);
+    const double value = bHeight ? getZOnSegment(*edge.getSrc(), *edge.getTrg(), centre.x(), centre.y())
+                                 : getMeasure(FacePlane(triangle));
+    if (pBorderCells_) {
+        pBorderCells_->push_back({row, column, value, getAngle(edge, centre)});
+    } else {
+        getCell(row, column) = value;
+    }
 }
 
 /// Warns; returns false.
@@ -252,8 +277,23 @@ bool rasterize(const Zone2* pZone, const RasterFrame& frame, RasterKind kind, do
     const MessageScope scope(&pZone->getDelaunayTriangulation()->getProgress());
     if (!RasterGrid::isUsable(frame)) return refuse("the frame has no cells that can be told apart, no raster");
     if (kind < RK_LINEAR || kind > RK_HILLSHADE) return refuse("unknown kind of raster, no raster");
-    Rasterizer(*pZone, frame, kind, aCells, numCPU).run();
+    const std::vector<Triangle2*> vTriangles = getTrianglesOf(*pZone);
+    const SurfacePart part{*pZone->getDelaunayTriangulation(), vTriangles};
+    const RasterGrid grid(frame, part.dt2.getMagnitude());
+    Rasterizer(part, grid, kind, aCells, getNumThreads(numCPU)).run();
     return true;
+}
+
+void rasterizeTriangles(const SurfacePart& part, const RasterFrame& frame, const RasterGrid::Window& window,
+                        RasterKind kind, PartialRaster& raster, int numThreads) {
+    const RasterGrid grid(frame, window, part.dt2.getMagnitude());
+    const size_t numCells = grid.getNumRows() * grid.getNumColumns();
+    raster.vCells.assign(numCells, NOTHING);
+    raster.vHas.assign(numCells, 0);
+    raster.vBorder.clear();
+    Rasterizer rasterizer(part, grid, kind, raster.vCells.data(), numThreads);
+    rasterizer.divide(raster.vHas.data(), raster.vBorder);
+    rasterizer.run();
 }
 
 }  // namespace LUMO_TARO25D

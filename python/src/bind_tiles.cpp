@@ -7,6 +7,7 @@
 #include "analysis/TileMesh.h"
 #include "arrays.h"
 #include "bindings.h"
+#include "ownership.h"
 #include "run.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
@@ -64,6 +65,14 @@ void offer(Tile& tile, const PointArray& points) {
     run(tile, num, [&] { tile.get().offer(aCoordinates, num); });
 }
 
+bool watch(Tile& tile, const PlaceArray& places) {
+    const double* aPlaces = places.data();
+    const size_t num = places.shape(0);
+    bool bNew = false;
+    run(tile, num, [&] { bNew = tile.get().watch(aPlaces, num); });
+    return bNew;
+}
+
 Array<std::uint8_t> findReached(Tile& tile, const BoxArray& boxes) {
     const double* aBoxes = boxes.data();
     const size_t num = boxes.shape(0);
@@ -77,14 +86,6 @@ std::pair<Array<double>, Array<std::int32_t>> getOwned(Tile& tile) {
     std::vector<std::int32_t> vTriangles;
     run(tile, 0, [&] { tile.get().getOwned(vHalo, vTriangles); });
     return {toTable(std::move(vHalo), 3), toTable(std::move(vTriangles), 3)};
-}
-
-/// Whether a tile owns a triangle: its smallest corner is one of the first points.
-bool isOwned(const Triangle2* pT, int numOwn) {
-    const Point2* pSmallest = pT->getCorner(0);
-    for (const int i : {1, 2})
-        if (*pT->getCorner(i) < *pSmallest) pSmallest = pT->getCorner(i);
-    return pSmallest->getCustomIndex() >= 0 && pSmallest->getCustomIndex() < numOwn;
 }
 
 /// Whether one of the triangles that have a place, on their border too, is owned.
@@ -157,6 +158,8 @@ void bindTiles(nb::module_& module) {
         .def("__init__", &makeTile, nb::arg("points").noconvert())
         .def("insert", &insert, nb::arg("points").noconvert())
         .def("offer", &offer, nb::arg("points").noconvert())
+        .def("watch", &watch, nb::arg("places").noconvert(),
+             "Certifies the natural neighbours of places; whether that takes more stars.")
         .def("reached", &findReached, nb::arg("boxes").noconvert(), "Which boxes hold points that may be missing.")
         .def("owned", &getOwned, "Points of other tiles, and triangles.")
         .def("is_2d", [](Tile& tile) { return tile.get().is2D(); })

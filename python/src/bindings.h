@@ -14,6 +14,7 @@ void bindMeshing(nanobind::module_& module);
 void bindAnalysis(nanobind::module_& module);
 void bindFiles(nanobind::module_& module);
 void bindTiles(nanobind::module_& module);
+void bindTileParts(nanobind::module_& module);
 void bindModelling(nanobind::module_& module);
 void bindDatasets(nanobind::module_& module);
 

@@ -18,6 +18,7 @@ NB_MODULE(_engine, module) {
     bindAnalysis(module);
     bindFiles(module);
     bindTiles(module);
+    bindTileParts(module);
     bindModelling(module);
     bindDatasets(module);
     nb::module_::import_("atexit").attr("register")(nb::cpp_function(&EngineCall::disconnect));

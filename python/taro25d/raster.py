@@ -19,7 +19,7 @@ from .errors import InvalidInputError
 if TYPE_CHECKING:
     from .triangulation import Triangulation
 
-_METHODS = ("linear", "natural", "slope", "aspect", "hillshade")
+METHODS = ("linear", "natural", "slope", "aspect", "hillshade")
 _MOST_CELLS = 1 << 32
 
 
@@ -87,10 +87,10 @@ class Raster:
 
 def make_raster(tin: Triangulation, frame: Frame, method: str, zone: _engine.Zone | None, progress: Progress) -> Raster:
     """Ask the engine for a raster."""
-    if method not in _METHODS:
-        raise InvalidInputError(f"method: one of {', '.join(_METHODS)} is expected, not {method!r}")
+    if method not in METHODS:
+        raise InvalidInputError(f"method: one of {', '.join(METHODS)} is expected, not {method!r}")
     with showing(progress) as show:
-        kind = _METHODS.index(method)
+        kind = METHODS.index(method)
         values = _engine.rasterize(tin._surface, zone, _engine.RasterFrame(*frame), kind, show)
     return Raster(values, frame, tin.crs)
 

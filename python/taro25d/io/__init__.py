@@ -10,7 +10,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 from ..errors import InvalidInputError
 from ..points import Points
 from ._files import reading, writing
-from .lines import LINE_ENDINGS, read_lines, read_polygons, write_contours
+from .lines import LINE_ENDINGS, appending_contours, read_lines, read_polygons, write_contours
 
 if TYPE_CHECKING:
     from ..raster import Raster
@@ -21,6 +21,7 @@ __all__ = [
     "FORMATS",
     "LINE_ENDINGS",
     "RASTER_ENDINGS",
+    "appending_contours",
     "endings",
     "find_format",
     "read",

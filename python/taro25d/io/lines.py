@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import contextlib
+from collections.abc import Callable, Iterator
 from os import PathLike
 from pathlib import Path
 from typing import Any, TypeAlias
@@ -79,11 +81,27 @@ def _lines_of_table(table: Any) -> list[Line]:
 
 def write_contours(contours: Contours, path: str | PathLike[str]) -> None:
     """Write contours with their levels, by the ending of the file."""
+    with appending_contours(path) as append:
+        append(contours)
+
+
+@contextlib.contextmanager
+def appending_contours(path: str | PathLike[str]) -> Iterator[Callable[[Contours], None]]:
+    """Give a function that writes contours, and may be called again where there are more.
+
+    Where the format cannot be appended to, all are written at the end.
+    """
     target = Path(path)
     if not target.name.lower().endswith(LINE_ENDINGS):
         raise InvalidInputError(f"{target}: contours go into {' '.join(LINE_ENDINGS)}")
+    parts: list[Contours] = []
     with writing(target) as temporary:
+        if target.suffix.lower() in (".gpkg", ".shp"):
+            yield lambda contours: vector.append_table(contours.to_geodataframe(), temporary, "contours")
+            return
+        yield parts.append
+        together = Contours((line for part in parts for line in part), parts[0].crs if parts else None)
         if target.suffix.lower() == ".dxf":
-            dxf.write_contours(contours, temporary)
+            dxf.write_contours(together, temporary)
         else:
-            vector.write_table(contours.to_geodataframe(), temporary, "contours")
+            vector.write_table(together.to_geodataframe(), temporary)

@@ -59,6 +59,15 @@ def write_table(table: Any, path: Path, layer: str | None = None) -> None:
     table.to_file(path, driver=driver, engine="pyogrio", **options)
 
 
+def append_table(table: Any, path: Path, layer: str) -> None:
+    """Write a GeoDataFrame behind what is in a GeoPackage or Shapefile; the first one makes the file."""
+    if not path.exists():
+        write_table(table, path, layer)
+    elif len(table):
+        options = {"layer": layer} if path.suffix.lower() == ".gpkg" else {}
+        table.to_file(path, driver=_DRIVERS[path.suffix.lower()], engine="pyogrio", mode="a", **options)
+
+
 def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
     """Write the triangles as polygons with heights."""
     write_table(tin.to_geodataframe(zone), path, "triangles")

@@ -2,33 +2,54 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING
+from typing import TYPE_CHECKING, NamedTuple
 
 import numpy as np
+from numpy.typing import NDArray
 
 from .._geometry import FloatArray
 from ..errors import Error
-from ._work import Stars
+from ._crew import Crew
+from ._work import Job, Stars
 
 if TYPE_CHECKING:
     from ._result import Tiling
 
 
-def check(tiling: Tiling) -> None:
-    """Make all triangles anew, compare, and see that they fit together."""
+class Checked(NamedTuple):
+    """What the triangles of a tile add to the whole."""
+
+    same: bool  # as those made anew
+    triangles: int
+    inner: int  # edges within the tile
+    border: FloatArray  # directed edges (x, y, x, y) without another triangle of the tile behind them
+
+
+def check_tile(job: Job, name: str) -> Checked:
+    """Make the triangles of a tile anew, and compare."""
+    store = job.store
+    stars = Stars(store, name)
+    stars.complete()
+    halo, triangles = stars.tile.owned()
+    known, rows = store.read_halo(name), store.read_triangles(name)
+    same = np.array_equal(known, halo) and np.array_equal(rows, triangles)
+    if not same:
+        return Checked(False, 0, 0, np.empty((0, 4)))
+    edges = find_border_rows(rows)
+    border = np.concatenate([stars.own, known])[edges, :2].reshape(-1, 4)
+    return Checked(True, len(rows), (3 * len(rows) - len(border)) // 2, border)
+
+
+def check(tiling: Tiling, crew: Crew) -> None:
+    """Check all tiles, and see that they fit together."""
     num_triangles, inner = 0, 0
     borders = [np.empty((0, 4))]
-    for tile in tiling.tiles:
-        stars = Stars(tiling._store, tile)
-        stars.complete()
-        halo, triangles = stars.tile.owned()
-        points, rows = tiling.faces(tile)
-        if not (np.array_equal(points[len(stars.own) :], halo) and np.array_equal(rows, triangles)):
-            raise Error(f"{tiling._store.triangles_path(tile)}: these are not the triangles of the points")
-        border = find_border(points, rows)
-        num_triangles += len(rows)
-        inner += (3 * len(rows) - len(border)) // 2
-        borders.append(border)
+    for name, found in zip(tiling.tiles, crew.in_order("checking", check_tile, tiling.tiles), strict=True):
+        if not found.same:
+            raise Error(f"{tiling._store.triangles_path(name)}: these are not the triangles of the points")
+        num_triangles += found.triangles
+        inner += found.inner
+        borders.append(found.border)
     edges = np.concatenate(borders)
     hull = find_unmatched(edges)
     num_edges = inner + (len(edges) - len(hull)) // 2 + len(hull)
@@ -36,13 +57,12 @@ def check(tiling: Tiling) -> None:
         raise Error(f"{tiling.folder}: the triangles do not fit together")
 
 
-def find_border(points: FloatArray, triangles: np.ndarray) -> FloatArray:
-    """Get the directed edges (x, y, x, y) that have no other triangle of a tile behind them."""
+def find_border_rows(triangles: NDArray[np.int32]) -> NDArray[np.int64]:
+    """Get the directed edges (n, 2) that have no other triangle behind them."""
     edges = np.concatenate([triangles[:, [0, 1]], triangles[:, [1, 2]], triangles[:, [2, 0]]]).astype(np.int64)
-    keys = edges[:, 0] * len(points) + edges[:, 1]
-    twins = edges[:, 1] * len(points) + edges[:, 0]
-    alone = edges[~np.isin(keys, twins)]
-    return np.column_stack([points[alone[:, 0], :2], points[alone[:, 1], :2]])
+    size = int(edges.max(initial=0)) + 1
+    alone: NDArray[np.int64] = edges[~np.isin(edges[:, 0] * size + edges[:, 1], edges[:, 1] * size + edges[:, 0])]
+    return alone
 
 
 def find_unmatched(edges: FloatArray) -> FloatArray:

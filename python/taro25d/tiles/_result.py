@@ -11,14 +11,19 @@ import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from .. import crs as crs_module
-from .. import io
-from .._geometry import FloatArray
+from .._geometry import FloatArray, PolygonLike, crs_of
+from .._optional import require
+from .._progress import Progress
 from ..contours import Contours, get_levels
-from ..errors import FileError, GoneError
+from ..errors import FileError, GoneError, InvalidInputError
 from ..raster import Raster, find_frame
 from ..triangulation import Triangulation
-from . import _check, _settings, _through
+from ..volume import Volume
+from . import _check, _contours, _parquet, _rasters, _settings
+from ._parts import crew_for, open_part
+from ._simplify import simplify
 from ._store import Store
+from ._volumes import make_volume
 
 
 class Tiling:
@@ -81,13 +86,13 @@ class Tiling:
 
         All triangles at points of the tile are those of the whole; farther away they need not be.
         """
-        return self._open(tile)[0]
+        tin = open_part(self._store, self._check(tile), threads=0).tin
+        tin.crs = self.crs
+        return tin
 
-    def _open(self, tile: str) -> tuple[Triangulation, int]:
-        own = self.points(tile)
-        tin = Triangulation(np.concatenate([own, self._store.read_halo(tile)]), self.crs)
-        tin.canonicalize()
-        return tin, len(own)
+    # ---- Through the tiles ----
+    #
+    # Each call takes a ``client`` and ``progress`` as ``triangulate`` does: the tiles are tasks for Dask's workers.
 
     def contours(
         self,
@@ -96,17 +101,22 @@ class Tiling:
         *,
         base: float = 0.0,
         path: str | PathLike[str] | None = None,
-    ) -> Contours:
+        client: Any = None,
+        progress: Progress = False,
+    ) -> Contours | None:
         """Get lines of equal height as a ``Triangulation`` does, joined across the borders of tiles.
 
-        With a path they are written to a file too, by its ending.
+        With a path they are written to a file, by its ending, and the result is None. A GeoPackage or Shapefile grows line
+        by line; only lines that still wait for a tile are in memory.
         """
-        heights = [points[[points[:, 2].argmin(), points[:, 2].argmax()], 2] for points in map(self.points, self.tiles)]
-        low, high = (np.min(heights), np.max(heights)) if heights else (0.0, -1.0)
-        lines = _through.make_contours(self, get_levels(interval, levels, base, float(low), float(high)))
-        if path is not None:
-            io.write_contours(lines, Path(path))
-        return lines
+        heights = self._store.index.heights
+        low, high = (heights[:, 0].min(), heights[:, 1].max()) if len(heights) else (0.0, -1.0)
+        chosen = get_levels(interval, levels, base, float(low), float(high))
+        with crew_for(self, client, progress) as crew:
+            if path is None:
+                return _contours.make_contours(self, crew, chosen)
+            _contours.write_contours(self, crew, chosen, Path(path))
+            return None
 
     def rasterize(
         self,
@@ -116,15 +126,76 @@ class Tiling:
         method: str = "linear",
         *,
         path: str | PathLike[str] | None = None,
+        client: Any = None,
+        progress: Progress = False,
     ) -> Raster | None:
-        """Make a raster as a ``Triangulation`` does, except by natural neighbours.
+        """Make a raster as a ``Triangulation`` does.
 
         With a path it is written to a GeoTIFF tile by tile, and never in memory as a whole; the result is None then.
+        For natural neighbours the points that the neighbours of cells need are fetched from other tiles.
         """
         frame = find_frame(resolution, bounds, like, self.bounds)
-        return _through.make_raster(self, frame, method, None if path is None else Path(path))
+        with crew_for(self, client, progress) as crew:
+            if path is None:
+                return _rasters.make_raster(self, crew, frame, method)
+            _rasters.write_raster(self, crew, frame, method, Path(path))
+            return None
 
-    def check(self) -> bool:
+    def volume(
+        self,
+        after: Tiling,
+        polygon: PolygonLike | None = None,
+        threshold: float = 0.0,
+        *,
+        path: str | PathLike[str] | None = None,
+        client: Any = None,
+        progress: Progress = False,
+    ) -> Volume:
+        """Compare this surface with a later one in tiles, as a ``Triangulation`` does; the tiles need not be alike.
+
+        With a path a table is written too, by its ending (.csv .parquet .gpkg .geojson), with a row for each tile of this
+        surface. ``Volume.components`` compares both in one piece on first use, and needs the memory for that.
+        """
+        if not isinstance(after, Tiling):
+            raise InvalidInputError(f"after: another surface in tiles is expected, not {type(after).__name__}")
+        crs_module.merge(self.crs, after.crs, "after")
+        if polygon is not None:
+            crs_module.merge(self.crs, crs_of(polygon), "polygon")
+        if not threshold >= 0:
+            raise InvalidInputError(f"threshold: 0 or more is expected, not {threshold}")
+        with crew_for(self, client, progress) as crew:
+            return make_volume(self, after, crew, polygon, threshold, path=None if path is None else Path(path))
+
+    def simplify(
+        self,
+        folder: str | PathLike[str],
+        max_error: float,
+        points_per_tile: int = 2_000_000,
+        *,
+        client: Any = None,
+        progress: Progress = False,
+    ) -> Tiling:
+        """Make a surface of fewer points, in tiles in another folder, that is nowhere farther from this one than a limit.
+
+        The limit holds everywhere, also inside triangles, as with ``taro25d.simplify(..., certified=True)``. Points on the
+        borders of tiles stay, so that tiles of many points give the best result. A run that was stopped goes on.
+
+        Parameters
+        ----------
+        folder
+            Where the tiles of the result go: an empty or new folder, or that of a former run.
+        max_error
+            The largest vertical distance between the surfaces.
+        points_per_tile
+            The most points that a tile of the result has.
+        """
+        if not (np.isfinite(max_error) and max_error >= 0):
+            raise InvalidInputError(f"max_error: 0 or more is expected, not {max_error}")
+        target = Path(folder).resolve()
+        simplify(self, target, float(max_error), points_per_tile, client=client, progress=progress)
+        return Tiling(Path(folder))
+
+    def check(self, *, client: Any = None, progress: Progress = False) -> bool:
         """Make the triangles of all tiles anew, compare them with the files, and see that they fit together.
 
         Raises
@@ -132,8 +203,22 @@ class Tiling:
         Error
             If they are not those of the points, or do not fit together; the text names the file.
         """
-        _check.check(self)
+        with crew_for(self, client, progress) as crew:
+            _check.check(self, crew)
         return True
+
+    # ---- Handing it on ----
+
+    def write(self, path: str | PathLike[str]) -> None:
+        """Write all triangles to one GeoParquet file (.parquet), as polygons with heights and the names of their tiles."""
+        _parquet.write(self, Path(path))
+
+    def to_geodataframe(self, tile: str) -> Any:
+        """Make a GeoDataFrame of the triangles that a tile owns, as polygons with heights."""
+        geopandas, shapely = require("geopandas"), require("shapely")
+        corners = self.triangles(tile)
+        polygons = shapely.polygons(shapely.linearrings(corners[:, [0, 1, 2, 0]])) if len(corners) else []
+        return geopandas.GeoDataFrame({"tile": [tile] * len(corners)}, geometry=polygons, crs=self.crs)
 
     def _check(self, tile: str) -> str:
         if tile not in self.tiles:

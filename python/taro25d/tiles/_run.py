@@ -2,103 +2,26 @@
 
 from __future__ import annotations
 
-import contextlib
-import os
 import shutil
 import uuid
 import warnings
-from collections.abc import Callable, Iterable, Iterator
 from pathlib import Path
-from typing import Any, TypeVar
+from typing import Any
 
 import numpy as np
 
 from .. import crs as crs_module
 from .._geometry import as_points, crs_of
-from .._optional import require
-from .._progress import Progress, ProgressFunction, showing
-from ..errors import Error, Warning
+from .._progress import Progress, showing
+from ..errors import Warning
 from ..io._files import writing
 from . import _source, _work
+from ._crew import Crew, workers
 from ._plan import Counts, Plan, merge
 from ._settings import Settings, enter, locking, note_system
 from ._source import Piece
 from ._store import Index, Store
 from ._work import Gathered, Job
-
-_WAITING = 4  # tasks that are handed to each thread of a worker
-
-Task = TypeVar("Task")
-Result = TypeVar("Result")
-
-
-class Crew:
-    """Dask's workers, and the bar."""
-
-    def __init__(self, client: Any, job: Job, show: ProgressFunction | None) -> None:
-        self.client, self.job, self._show = client, job, show
-
-    def each(
-        self, phase: str, function: Callable[[Job, Task], Result], tasks: Iterable[Task]
-    ) -> Iterator[tuple[int, Result]]:
-        """Do tasks, and get the results with the numbers of their tasks, as they are done."""
-        distributed = require("distributed", "tiles")
-        todo = list(enumerate(tasks))[::-1]
-        num, done = len(todo), 0
-        running: dict[Any, int] = {}
-        finished = distributed.as_completed(loop=self.client.loop)
-        window = max(1, _WAITING * sum(self.client.nthreads().values()))
-        try:
-            while todo or running:
-                while todo and len(running) < window:
-                    number, task = todo.pop()
-                    future = self.client.submit(function, self.job, task, pure=False, retries=2)
-                    running[future] = number
-                    finished.add(future)
-                future = next(finished)
-                result = _get(future)
-                done += 1
-                if self._show:
-                    self._show(phase, done / num)
-                yield running.pop(future), result
-        finally:
-            self.client.cancel(list(running))
-
-    def all(self, phase: str, function: Callable[[Job, Task], Result], tasks: Iterable[Task]) -> list[Result]:
-        """Do tasks, and get the results in their order."""
-        return [result for _, result in sorted(self.each(phase, function, tasks), key=lambda pair: pair[0])]
-
-
-def _get(future: Any) -> Any:
-    from distributed.scheduler import KilledWorker
-
-    try:
-        return future.result()
-    except KilledWorker as error:
-        text = (
-            "workers died again and again over one task; perhaps they need more memory, or points_per_tile is too large"
-        )
-        raise Error(text) from error
-
-
-@contextlib.contextmanager
-def workers(client: Any) -> Iterator[Any]:
-    """Get a client: the one given, the one that Dask has, or one with threads of this process."""
-    distributed = require("distributed", "tiles")
-    if client is None:
-        with contextlib.suppress(ValueError):
-            client = distributed.default_client()
-    if client is not None:
-        yield client
-        return
-    own = distributed.Client(
-        processes=False, n_workers=1, threads_per_worker=os.cpu_count(), memory_limit=0, dashboard_address=":0",
-        set_as_default=False,
-    )  # fmt: skip
-    try:
-        yield own
-    finally:
-        own.close()
 
 
 def run(source: Any, folder: Path, client: Any, settings: Settings, progress: Progress) -> None:

@@ -139,6 +139,18 @@ class Store:
         """The heads of all tiles."""
         return Index.read(self.index_path)
 
+    def head_of_triangles(self, name: str) -> dict[str, Any]:
+        """Get what is known of the triangles of a tile."""
+        path = self.triangles_path(name)
+        with reading(path):
+            metadata = require("pyarrow.parquet", "tiles").read_schema(path).metadata
+            return json.loads(metadata[b"taro25d"])  # type: ignore[no-any-return]
+
+    def box_of_triangles(self, name: str) -> FloatArray | None:
+        """Get the box (west, south, east, north) of the triangles that a tile owns; None if it owns none."""
+        box = self.head_of_triangles(name)["box"]
+        return None if box is None else np.array(box)
+
     def read_halo(self, name: str) -> FloatArray:
         """Read the points that a tile needs from others."""
         return table_to_points(read_table(self.halo_path(name)))
@@ -153,9 +165,15 @@ class Index:
     """The heads of all tiles, as arrays, and points that are not on one line, if there are any."""
 
     def __init__(
-        self, names: Sequence[str], counts: NDArray[np.int64], extremes: FloatArray, spread: FloatArray
+        self,
+        names: Sequence[str],
+        counts: NDArray[np.int64],
+        heights: FloatArray,
+        extremes: FloatArray,
+        spread: FloatArray,
     ) -> None:
-        self.names, self.counts, self.extremes, self.spread = list(names), counts, extremes, spread
+        self.names, self.counts, self.heights = list(names), counts, heights
+        self.extremes, self.spread = extremes, spread
         self.boxes = boxes_of(extremes)
 
     def __len__(self) -> int:
@@ -166,6 +184,7 @@ class Index:
         flat = self.extremes.reshape(-1, 12)
         names = [f"{axis}_of_{which}" for which in ("west", "east", "south", "north") for axis in "xyz"]
         columns: dict[str, Any] = {"name": np.array(self.names, dtype=object), "count": self.counts}
+        columns |= {"lowest": self.heights[:, 0], "highest": self.heights[:, 1]}
         columns |= {name: flat[:, k] for k, name in enumerate(names)}
         write_columns(path, columns, {"taro25d.spread": json.dumps(self.spread.tolist())})
 
@@ -173,10 +192,12 @@ class Index:
     def read(cls, path: Path) -> Index:
         """Read the file."""
         table = read_table(path)
-        columns = [table.column(k).to_numpy() for k in range(2, 14)]
+        heights = np.column_stack([table.column(name).to_numpy() for name in ("lowest", "highest")])
+        columns = [table.column(k).to_numpy() for k in range(4, 16)]
         spread = np.array(json.loads(table.schema.metadata[b"taro25d.spread"]), dtype=np.float64).reshape(-1, 3)
         extremes = np.column_stack(columns).reshape(-1, 4, 3)
-        return cls(table.column("name").to_pylist(), table.column("count").to_numpy(), extremes, spread)
+        counts = table.column("count").to_numpy()
+        return cls(table.column("name").to_pylist(), counts, heights, extremes, spread)
 
 
 def read_table(path: Path) -> Any:

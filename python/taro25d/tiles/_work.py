@@ -108,6 +108,7 @@ class Gathered(NamedTuple):
 
     name: str
     size: int
+    heights: tuple[float, float]  # the lowest and the highest
     extremes: FloatArray
     witness: FloatArray  # (1, 3): a point beside the line on which the extreme points are; or none
 
@@ -121,7 +122,7 @@ def gather_tile(job: Job, task: tuple[str, list[tuple[int, int]]]) -> Gathered:
         _write_points(path, _sort(points))
     head = job.store.points(name).head
     extremes, witness = np.array(head["extremes"]), np.array(head["witness"]).reshape(-1, 3)
-    return Gathered(name, head["count"], extremes, witness)
+    return Gathered(name, head["count"], tuple(head["heights"]), extremes, witness)
 
 
 def _read_part(path: Path, group: int) -> FloatArray:
@@ -158,6 +159,7 @@ def _write_points(path: Path, points: FloatArray) -> None:
     extremes = np.array([extremes_of(group) for group in groups])
     head = {
         "count": len(points),
+        "heights": [float(points[:, 2].min()), float(points[:, 2].max())],
         "extremes": extremes_of(points).tolist(),
         "witness": _find_witness(points).tolist(),
     }
@@ -207,6 +209,7 @@ class Made(NamedTuple):
     read: int  # points of other tiles that were looked at
     rounds: int
     seconds: float
+    box: list[float] | None  # of the triangles: west, south, east, north
 
 
 def triangulate_tile(job: Job, name: str) -> Made:
@@ -221,13 +224,18 @@ def triangulate_tile(job: Job, name: str) -> Made:
         write_columns(store.halo_path(name), columns_of(halo), {})
         made = Made(
             name, len(stars.own), len(triangles), stars.tile.count() - len(stars.own), stars.num_read, stars.rounds,
-            time.monotonic() - begin,
+            time.monotonic() - begin, _find_box(np.concatenate([stars.own, halo]), triangles),
         )  # fmt: skip
         metadata = {"taro25d": json.dumps(made._asdict())}
         write_columns(path, {corner: triangles[:, k] for k, corner in enumerate("abc")}, metadata)
-    with reading(path):
-        metadata = require("pyarrow.parquet", "tiles").read_schema(path).metadata
-        return Made(**json.loads(metadata[b"taro25d"]))
+    return Made(**store.head_of_triangles(name))
+
+
+def _find_box(points: FloatArray, triangles: NDArray[np.int32]) -> list[float] | None:
+    if not len(triangles):
+        return None
+    places = points[np.unique(triangles), :2]
+    return [*places.min(axis=0).tolist(), *places.max(axis=0).tolist()]
 
 
 class Stars:
@@ -243,12 +251,28 @@ class Stars:
     def complete(self) -> None:
         """Fetch points until none is missing."""
         index = self._store.index
-        others = np.delete(np.arange(len(index)), self._number)
+        others = self._others()
         self._insert(index.extremes[others].reshape(-1, 3))
         self._insert(index.spread)
         if not self.tile.is_2d():
             return  # all points are on one line
         self._insert_halo(others)
+        self._fetch()
+
+    def take_up(self, halo: FloatArray) -> None:
+        """Insert the points of other tiles that were found to be needed, in place of fetching them."""
+        self._insert(halo)
+
+    def certify_neighbours(self, places: FloatArray) -> None:
+        """Fetch points until the natural neighbours of places are those of the whole."""
+        while self.tile.is_2d() and self.tile.watch(places):
+            self._fetch()
+
+    def _others(self) -> IntArray:
+        return np.delete(np.arange(len(self._store.index)), self._number)
+
+    def _fetch(self) -> None:
+        index, others = self._store.index, self._others()
         numbers, groups, boxes = self._open(self._find_reached(others, index.boxes[others]))
         while len(boxes):
             self.rounds += 1
@@ -317,6 +341,7 @@ def heads_of(gathered: Sequence[Gathered]) -> dict[str, Any]:
     return {
         "names": [tile.name for tile in gathered],
         "counts": np.array([tile.size for tile in gathered], dtype=np.int64),
+        "heights": np.array([tile.heights for tile in gathered]).reshape(-1, 2),
         "extremes": extremes,
         "spread": spread,
     }

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+#include "taro25d/Triangle2.h"
+
+namespace LUMO_TARO25D {
+
+class Dt2;
+
+/// Some triangles of a mesh; both must outlive this.
+struct SurfacePart {
+    Dt2& dt2;
+    const std::vector<Triangle2*>& vTriangles;
+};
+
+}  // namespace LUMO_TARO25D
