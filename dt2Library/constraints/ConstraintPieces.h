@@ -14,15 +14,6 @@
 
 namespace LUMO_TARO25D {
 
-/// Appends a segment, or its alive leaves if it is dead.
-inline void appendAlivePieces(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vPieces) {
-    if (pCSeg->isAlive()) {
-        vPieces.push_back(pCSeg);
-    } else {
-        pCSeg->getChildrenRec(vPieces);
-    }
-}
-
 /// The ends of a segment, in an order that does not depend on addresses.
 inline std::pair<Point2*, Point2*> getEndsByPlace(const ConstraintSegment2* pCSeg) {
     Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
@@ -37,9 +28,20 @@ inline void sortByPlace(std::vector<ConstraintSegment2*>& vCSegs, size_t begin =
         const auto [b0, b1] = getEndsByPlace(b);
         return *a0 != *b0 ? *a0 < *b0 : *a1 < *b1;
     };
-    constexpr std::ptrdiff_t MIN_LENGTH_TO_LOOK = 1000;
-    if (vCSegs.end() - first < MIN_LENGTH_TO_LOOK) return std::sort(first, vCSegs.end(), comesFirst);
+    constexpr std::ptrdiff_t MIN_LENGTH_TO_CANCEL = 1000;
+    if (vCSegs.end() - first < MIN_LENGTH_TO_CANCEL) return std::sort(first, vCSegs.end(), comesFirst);
     std::sort(first, vCSegs.end(), withCancelPoints(comesFirst));
+}
+
+/// Appends a segment, or its alive leaves if it is dead, in an order that does not depend on addresses.
+inline void appendAlivePieces(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vPieces) {
+    if (pCSeg->isAlive()) {
+        vPieces.push_back(pCSeg);
+    } else {
+        const size_t begin = vPieces.size();
+        pCSeg->getChildrenRec(vPieces);
+        sortByPlace(vPieces, begin);
+    }
 }
 
 /// The alive pieces of graphs, as edges.

@@ -127,7 +127,7 @@ void SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
         ConstraintSegment2* pCSeg = vStack.back();
         vStack.pop_back();
         if (!pCSeg->isAlive()) {
-            pCSeg->getChildrenRec(vStack);
+            appendAlivePieces(pCSeg, vStack);
         } else if (pCSeg->getSrc() == pCSeg->getTrg()) {
             warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint (2), return");
             return;
@@ -147,7 +147,7 @@ bool SegmentInserter::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vecto
         TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getTrg(), "pExistingVertex!=pCSeg->getTrg()");
         mesh_.getInnerVtxMgr().eraseVtx(pExistingVertex);
         advanceThrough(pCSeg, pExistingVertex);
-        if (pCSeg->split_combinatorialOnly(pExistingVertex)) pCSeg->getChildrenRec(vStack);
+        if (pCSeg->split_combinatorialOnly(pExistingVertex)) appendAlivePieces(pCSeg, vStack);
         return true;
     }
     if (vPairIspCS.empty()) return true;
@@ -167,7 +167,7 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
                      "splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg()");
     killAndUnestablishConstraintSegment(pCrossingCSeg);
     if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
-    mesh_.startSearchAt(pCrossingCSeg->getSrc());
+    mesh_.startSearchAt(getEndsByPlace(pCrossingCSeg).first);
     Point2* pSplit = nullptr;
     bool bNew = false;
     std::tie(pSplit, bNew) = manager_.bringVertex(splitPoint);
@@ -192,9 +192,10 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
         return bSplit;
     };
     const bool bCrossingSplit = splitAt(pCrossingCSeg);
-    appendAlivePieces(pCrossingCSeg, vStack);
     if (!bCrossingSplit && bSplitBoth) pCSeg->unkill();
-    if (!bCrossingSplit || (bSplitBoth && !splitAt(pCSeg))) return;
+    const bool bSplit = bCrossingSplit && (!bSplitBoth || splitAt(pCSeg));
+    appendAlivePieces(pCrossingCSeg, vStack);  // may be cancelled, so both splits come first
+    if (!bSplit) return;
     TARO_ASSERT_TEXT(bSplitBoth || pCSeg->isAlive(), "pCSeg->isAlive()");
     appendAlivePieces(pCSeg, vStack);
 }
@@ -277,12 +278,11 @@ void SegmentInserter::giveHeights(ConstraintSegment2* const* aPieces, size_t num
 }
 
 Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) {
-    Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
+    auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
     if (pSrc == pTrg) {
         warning("Dt2::newCDT_traverseCZ()", "Degenerate constraint, return");
         return nullptr;
     }
-    if (*pTrg < *pSrc) std::swap(pSrc, pTrg);  // so that the first obstacle does not depend on addresses
     GeomTest& geomTest = mesh_.getGeomTest();
     Triangle2* pT = nullptr;
     int i = 0;
@@ -326,8 +326,9 @@ Point2* SegmentInserter::getCrossing(const Triangle2* pT, int i, const Constrain
 
 void SegmentInserter::killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg) {
     pCSeg->kill();
-    Triangle2* pT = mesh_.getAdjacentTriangle(pCSeg->getSrc(), pCSeg->getTrg());
-    if (!pT) pT = mesh_.getAdjacentTriangle(pCSeg->getTrg(), pCSeg->getSrc());
+    const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
+    Triangle2* pT = mesh_.getAdjacentTriangle(pSrc, pTrg);
+    if (!pT) pT = mesh_.getAdjacentTriangle(pTrg, pSrc);
     if (!pT) return;
     mesh_.noteForFlips(pT);
     mesh_.flipUntilDelaunay();

@@ -99,6 +99,9 @@ constexpr double MIN_BALL_DETERMINANT = 1e-12;
 /// Share of a squared length or cosine: filters that avoid the exact test answer only beyond this distance from a limit
 /// (CandidateQueue).
 constexpr double FILTER_MARGIN = 1e-7;
+/// Radians, of a sum of five angles between normals: a flip that lowers the sum by less is not done, so that rounding
+/// cannot flip edges to and fro (ValleyOptimizer).
+constexpr double MIN_FLIP_GAIN = 1e-9;
 
 // ---- The range of doubles ----
 

@@ -16,6 +16,7 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "kernel/links.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "taro25d/Vector2.h"
@@ -24,8 +25,6 @@
 namespace LUMO_TARO25D {
 
 namespace {
-
-constexpr double MIN_GAIN = 1e-9;
 
 /// The angle between the normals of two triangles, in radians; 0 if one has none.
 double getAngle(const Point2& a, const Point2& b, const Point2& c, const Point2& d, const Point2& e, const Point2& f) {
@@ -99,7 +98,7 @@ bool ValleyOptimizer::tryFlip(Triangle2* pT, int i) {
     const Point2 &a = *pT->getCorner(i), &b = *pT->getCorner(incIndexBy1(i)), &c = *pT->getCorner(incIndexBy2(i)),
                  &d = *getFarCorner(pT, i);
     if (getAngle(a, b, c, d, c, b) < minAngle_ || changesHeightTooMuch(a, b, c, d)) return false;
-    if (!(getCost(pT, i, true) < getCost(pT, i, false) - MIN_GAIN)) return false;
+    if (!(getCost(pT, i, true) < getCost(pT, i, false) - MIN_FLIP_GAIN)) return false;
     const Point2 *pFirst = pT->getCorner(i), *pSecond = getFarCorner(pT, i);
     mesh_.flip(pT, i);
     sFlipped_.insert(pFirst, pSecond);

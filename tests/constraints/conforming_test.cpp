@@ -208,3 +208,26 @@ TEST(Conforming, DoesNotDependOnAddresses) {
     EXPECT_EQ(makeMesh(100000), vFirst);
     EXPECT_EQ(makeMesh(50), vFirst);
 }
+
+TEST(Conforming, CrossingsDoNotDependOnAddresses) {
+    const auto makeMesh = [](int seed, unsigned capacity) {
+        Random random(static_cast<unsigned>(seed));
+        Taro_2D mesh(capacity);
+        mesh.insert(makeScattered(500, 0, 0, 100, 100, random, 10));
+        for (const auto strategy : {CIS_CONSTRAINED_DELAUNAY, CIS_CONFORMING_SURFACE_Z, CIS_CONSTRAINED_DELAUNAY}) {
+            const PointVector vEnds = makeScattered(240, 0, 0, 100, 100, random, 10);
+            SegmentVector vSegments;
+            for (size_t i = 0; i + 1 < vEnds.size(); i += 2) vSegments.emplace_back(vEnds[i], vEnds[i + 1]);
+            constrain(mesh, vSegments, strategy);
+        }
+        return snapshot(trianglesOf(mesh));
+    };
+    std::vector<std::unique_ptr<double[]>> vHoles;
+    for (const int seed : {5, 8}) {
+        SCOPED_TRACE(seed);
+        const std::vector<Corners> vFirst = makeMesh(seed, 3);
+        for (size_t i = 1; i < 300; ++i) vHoles.push_back(std::make_unique<double[]>(i * 37));
+        EXPECT_EQ(makeMesh(seed, 100000), vFirst);
+        EXPECT_EQ(makeMesh(seed, 50), vFirst);
+    }
+}
