@@ -7,16 +7,17 @@
 
 #include "taro25d/MsgBase.h"
 
-/// What several threads of Python may share: a lock, the order to stop, and how far the running operation has come.
+/// The state of an object that several Python threads may share: a lock, a cancel flag, and the progress of the running
+/// operation.
 class Guarded : public LUMO_TARO25D::MsgBase {
   public:
     enum Access { READ, WRITE };
 
-    /// Waits for the lock for some milliseconds; false when somebody else still has it.
+    /// Waits for the lock for some milliseconds; false if another thread still holds it.
     bool tryLock(Access access);
     void unlock(Access access);
 
-    /// Ends the running operation at its next cancellation point, or lets operations run again.
+    /// Sets or clears the cancel flag, which ends the running operation at its next cancellation point.
     void setCancelled(bool bCancelled) { bCancelled_ = bCancelled; }
     const std::atomic<bool>* getCancelFlag() const { return &bCancelled_; }
 
@@ -24,7 +25,7 @@ class Guarded : public LUMO_TARO25D::MsgBase {
     void getProgress(std::string& phase, double& fraction) const;
     void clearProgress();
 
-    /// The library reports progress, and is told to stop.
+    /// Called by the library: stores the progress.
     void update(LUMO_TARO25D::MsgType type, const std::string& message, double value) override;
 
   private:

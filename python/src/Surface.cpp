@@ -33,9 +33,9 @@ void Surface::insert(const double* aCoordinates, size_t numPoints, bool bByPosit
     if (numPoints > static_cast<size_t>(std::numeric_limits<int>::max() - nextId_))
         throw Refused("a triangulation has room for 2147483647 ids");
     noteChange();
-    const bool bAllNumbered = std::exchange(bAllNumbered_, false);  // an insertion may be cut short
+    const bool bAllNumbered = std::exchange(bAllNumbered_, false);  // an insertion may be cancelled
     std::vector<Point2*> vHandles(numPoints);
-    // The library takes a pointer that is not const, and only reads.
+    // The library takes a pointer to non-const, but only reads.
     pMesh_->insert(static_cast<int>(numPoints), const_cast<double*>(aCoordinates), vHandles.data());
     vIds.resize(numPoints);
     for (size_t i = 0; i < numPoints; ++i) {
@@ -68,7 +68,7 @@ void Surface::remove(const std::int64_t* aIds, size_t numIds) {
     noteChange();
     for (size_t i = 0; i < numIds; ++i) {
         Point2*& pKept = vVertices_[static_cast<size_t>(aIds[i])];
-        if (!pKept) continue;  // an id that was given twice
+        if (!pKept) continue;  // an id that occurs twice
         pMesh_->remove(pKept);
         pKept = nullptr;
     }
@@ -81,7 +81,7 @@ void Surface::move(std::int64_t id, const Point2& target) {
     establish();
 }
 
-/// The record of a vertex that has vanished may be that of another one now: only where table and record agree is it old.
+/// The record of a removed vertex may have been reused: a vertex has kept its id only if table and record agree.
 void Surface::number() {
     std::vector<Point2*> vNow;
     pMesh_->getVertexPointers(vNow);
@@ -113,7 +113,7 @@ void Surface::getConflicts(double tolerance, std::vector<std::int64_t>& vIds, st
 
 // ---- Arrays ----
 
-/// The rows of all ids, -1 for those that are not there, and the points in that order.
+/// The row of each id, -1 if there is no such vertex, and the points in the order of rows.
 std::vector<std::int32_t> Surface::getRowsOfIds(MeshArrays& arrays) const {
     std::vector<std::int32_t> vRows(vVertices_.size(), -1);
     arrays.vPoints.reserve(3 * pMesh_->numberOfPoints());

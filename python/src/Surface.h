@@ -24,10 +24,11 @@ struct MeshArrays {
     std::uint64_t version = 0;
 };
 
-/// A triangulation whose vertices, breaklines and zones have numbers that are never used again. The custom index of a vertex
-/// is its id; vertices that the library made itself (crossings, vertices of refinement) get one when somebody looks.
+/// A triangulation whose vertices, breaklines and zones have numbers that are never used again. The custom index of a
+/// vertex is its id; vertices that the library made itself (crossings, vertices of refinement) get one when they are
+/// first read.
 ///
-/// Members expect the lock of the object, except where they say otherwise.
+/// The caller of a member must hold the lock of the object, unless the comment of the member says otherwise.
 class Surface : public Guarded {
   public:
     Surface();
@@ -36,89 +37,91 @@ class Surface : public Guarded {
     LUMO_TARO25D::Taro_2D& getMesh() { return *pMesh_; }
     const LUMO_TARO25D::Taro_2D& getMesh() const { return *pMesh_; }
 
-    /// Counts the changes; without the lock.
+    /// The number of changes so far. Needs no lock.
     std::uint64_t getVersion() const { return version_; }
-    /// To be called by whoever changes the mesh, before the change.
+    /// Must be called before each change of the mesh.
     void noteChange() { ++version_; }
 
-    /// Inserts (x, y, z) triples and gives the id of each, -1 where one was refused. With bByPosition a new vertex takes its
-    /// position, counted on from the ids that exist, as its id; otherwise the next number that is free.
+    /// Inserts (x, y, z) triples and returns the id of each, -1 for a refused one. With bByPosition the id of a new
+    /// vertex is its position in the list plus the next id before the call; otherwise it is the next free number.
     void insert(const double* aCoordinates, size_t numPoints, bool bByPosition, std::vector<std::int64_t>& vIds);
-    /// The vertex of an id; throws Gone where there is none.
+    /// The vertex with an id; throws Gone if there is none.
     LUMO_TARO25D::Point2* getVertex(std::int64_t id) const;
-    /// Removes vertices, all or none: throws Gone for an id that is not there, and Refused for a vertex of a constraint.
+    /// Removes vertices, all or none: throws Gone for an unknown id, and Refused for a vertex of a constraint.
     void remove(const std::int64_t* aIds, size_t numIds);
-    /// Gives numbers to the vertices that have none. To be called after vertices may have vanished, too.
+    /// Gives ids to the vertices that have none, and drops the ids of vertices that operations have removed.
     void number();
-    /// Ids below this one have been given out.
+    /// The next id; all smaller ones have been given out.
     std::int64_t getNextId() const { return nextId_; }
 
-    /// Appends the meetings of heights that differ by more than a tolerance, with the ids of the vertices. Numbers vertices.
+    /// Appends the conflicts of heights that differ by more than a tolerance, with the ids of the vertices. Calls
+    /// number().
     void getConflicts(double tolerance, std::vector<std::int64_t>& vIds, std::vector<double>& vKept,
                       std::vector<double>& vOther);
 
-    /// The mesh as it is. Numbers vertices.
+    /// The mesh as arrays. Calls number().
     void getArrays(MeshArrays& arrays);
-    /// The rows of triangles in getArrays.
+    /// The rows that triangles have in getArrays.
     std::vector<std::int32_t> getRows(const std::vector<LUMO_TARO25D::Triangle2*>& vTriangles) const;
 
-    /// Moves a vertex; throws Gone for an id that is not there, and Refused where it must not.
+    /// Moves a vertex; throws Gone for an unknown id, and Refused if the library refuses the move.
     void move(std::int64_t id, const LUMO_TARO25D::Point2& target);
 
-    /// Makes a breakline of pairs of (x, y, z) and gives its number.
+    /// Makes a breakline of pairs of (x, y, z) and returns its number.
     size_t addBreakline(const double* aCoordinates, size_t numSegments, LUMO_TARO25D::ConstraintInsertionStrategy cis);
-    /// The graph of a breakline; throws Gone where there is none.
+    /// The graph of a breakline; throws Gone if there is none.
     LUMO_TARO25D::ConstraintGraph2* getBreakline(size_t number) const;
-    /// The numbers of the breaklines that there are.
+    /// The numbers of all breaklines that exist.
     std::vector<size_t> getBreaklines() const;
-    /// Takes a breakline back, with bVertices those vertices too that only it has brought.
+    /// Removes a breakline; with bVertices also the vertices that were inserted only for it.
     void removeBreakline(size_t number, bool bVertices);
-    /// Establishes what could not be until now, and what needs it again after an insertion.
+    /// Establishes pending breaklines, and makes pieces of conforming ones Delaunay again after insertions.
     void establish();
 
-    /// Writes a file that keeps everything except zones, with a text.
+    /// Writes a file with everything except zones, and with a text.
     void save(const std::string& path, const std::string& text);
-    /// Fills an empty surface from a file and gives its text. The ids are those of the file if there are some; the
-    /// breaklines are all that the file holds.
+    /// Fills an empty surface from a file and returns the text of the file. Ids are those of the file, if it has any.
+    /// Every graph of the file becomes a breakline.
     std::string load(const std::string& path);
-    /// Keeps of the breaklines those at these positions, as breaklines, and gives out ids from `nextId` on only. For a
-    /// surface that was loaded.
+    /// For a surface that was loaded: keeps only the graphs at these positions as breaklines, and gives out only ids
+    /// from `nextId` on.
     void restore(const std::vector<size_t>& vPositions, std::int64_t nextId);
     /// The positions of the breaklines among all graphs, as restore() takes them.
     std::vector<size_t> getPositions() const;
 
-    /// Takes over a mesh in place of its own, which must be empty. Vertices whose custom index is from 0 to below `nextId` keep
-    /// it as their id, the others get ids from there on. None of its graphs is a breakline.
+    /// Replaces the mesh of this surface, which must be empty, by another one. Vertices whose custom index is at least
+    /// 0 and below `nextId` keep it as their id, the others get ids from `nextId` on. None of its graphs is a
+    /// breakline.
     void adopt(std::unique_ptr<LUMO_TARO25D::Taro_2D> pMesh, std::int64_t nextId);
-    /// Makes an empty surface a copy of this one, with the same ids and breaklines, and without zones.
+    /// Makes an empty surface a copy of this one, with its ids and breaklines, but without zones.
     void copyTo(Surface& other);
 
     /// The zone of all triangles; null before there are triangles.
     LUMO_TARO25D::Zone2* getAll();
-    /// Whether getAll has nothing to create, so that it may be called by a reader.
+    /// Whether the zone of getAll exists already, so that a reader may call getAll.
     bool hasAll() const { return pAll_ != nullptr; }
-    /// A zone that nobody needs any more; without the lock. It goes when the object is changed next.
+    /// Discards a zone; needs no lock. The zone is deleted before the next change of the object.
     void discard(LUMO_TARO25D::Zone2* pZone);
-    /// Ends the zones that were discarded.
+    /// Deletes the zones that were discarded.
     void sweep();
 
   private:
-    /// Gives a vertex the next number.
+    /// Gives a vertex the next id.
     void enter(LUMO_TARO25D::Point2* pVtx);
     std::vector<std::int32_t> getRowsOfIds(MeshArrays& arrays) const;
     /// Makes the table of ids from the custom indices.
     void keepIds(std::int64_t nextId);
-    /// Reports progress here, and lets calls on the mesh be cancelled.
+    /// Connects the mesh to the progress and the cancel flag of this object.
     void attach();
 
     std::unique_ptr<LUMO_TARO25D::Taro_2D> pMesh_;
     std::atomic<std::uint64_t> version_{1};
-    std::vector<LUMO_TARO25D::Point2*> vVertices_;  // by id; null where there is none
+    std::vector<LUMO_TARO25D::Point2*> vVertices_;  // by id; null if there is none
     std::int64_t nextId_ = 0;
     bool bAllNumbered_ = true;
     std::vector<LUMO_TARO25D::ConstraintGraph2*> vBreaklines_;
     bool bPending_ = false;     // constraints were created before there were triangles
-    bool bConforming_ = false;  // some want to be Delaunay after insertions
+    bool bConforming_ = false;  // some breaklines are conforming
     LUMO_TARO25D::Zone2* pAll_ = nullptr;
     std::mutex discardedMutex_;
     std::vector<LUMO_TARO25D::Zone2*> vDiscarded_;

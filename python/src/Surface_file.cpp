@@ -1,4 +1,4 @@
-// Meshes that come from elsewhere. Files keep ids as custom indices, and whatever the Python layer wants to know again as the
+// Meshes from files and from other meshes. A file stores ids as custom indices, and the text of the Python layer as the
 // name of the triangulation.
 
 #include <algorithm>
@@ -62,7 +62,7 @@ void Surface::copyTo(Surface& other) {
 }
 
 void Surface::restore(const std::vector<size_t>& vPositions, std::int64_t nextId) {
-    // Ids of other programs may be anything; a table of them must not be larger than what it is for.
+    // Files of other programs may have any custom indices; the table of ids must not be much larger than the mesh.
     const std::int64_t mostIds = 64 * (static_cast<std::int64_t>(pMesh_->numberOfPoints()) + 16384);
     keepIds(nextId <= mostIds ? std::max<std::int64_t>(nextId, 0) : 0);
     std::vector<ConstraintGraph2*> vKept;

@@ -17,7 +17,7 @@ class TriangleRows {
         std::sort(vRows_.begin(), vRows_.end());
     }
 
-    /// -1 for null and for one that is not in the list.
+    /// The position; -1 for null and for a triangle that is not in the list.
     std::int32_t getRow(const LUMO_TARO25D::Triangle2* pT) const {
         const auto found = std::lower_bound(vRows_.begin(), vRows_.end(), std::make_pair(pT, std::int32_t(-1)));
         return found != vRows_.end() && found->first == pT ? found->second : -1;

@@ -12,7 +12,7 @@
 template <class T>
 using Array = nanobind::ndarray<nanobind::numpy, T>;
 
-/// Arrays that go out own their memory: a vector that moves into them.
+/// A returned array owns its memory, which is that of the vector moved into it.
 template <class T>
 Array<T> toArray(std::vector<T>&& vValues, std::initializer_list<size_t> shape) {
     auto pOwned = std::make_unique<std::vector<T>>(std::move(vValues));
@@ -37,7 +37,7 @@ Array<T> toTable(std::vector<T>&& vValues, size_t width) {
     return toArray(std::move(vValues), {num, width});
 }
 
-/// Arrays that come in are contiguous and have the right type; the Python layer sees to that.
+/// The Python layer passes contiguous arrays of the right type.
 using PointArray = nanobind::ndarray<const double, nanobind::shape<-1, 3>, nanobind::c_contig, nanobind::device::cpu>;
 using PlaceArray = nanobind::ndarray<const double, nanobind::shape<-1, 2>, nanobind::c_contig, nanobind::device::cpu>;
 using IdArray = nanobind::ndarray<const std::int64_t, nanobind::shape<-1>, nanobind::c_contig, nanobind::device::cpu>;

@@ -17,7 +17,7 @@ using namespace LUMO_TARO25D;
 
 namespace {
 
-/// Lines one after the other: all their points, and where each line begins.
+/// Several lines: the points of all, and the index at which each line begins.
 struct Lines {
     std::vector<double> vCoordinates;
     std::vector<std::int64_t> vStarts{0};
@@ -27,7 +27,7 @@ struct Lines {
     void end() { vStarts.push_back(static_cast<std::int64_t>(vCoordinates.size() / 3)); }
 };
 
-/// At the height of a vertex a contour is taken some rounding errors above; its points have the level itself all the same.
+/// At the height of a vertex a contour is computed a few rounding errors higher; its points still get the level as z.
 void addContour(const std::vector<Segment2>& vContour, double level, std::int64_t position, Lines& lines) {
     const auto add = [&](const Point2& point) { lines.add(Point2(point.x(), point.y(), level)); };
     add(vContour.front().getSrc());
@@ -70,7 +70,7 @@ LineArrays getContours(Surface& surface, const ZoneHandle* pHandle, const std::v
                       toArray(std::move(lines.vLevels)));
 }
 
-/// Low, high, points of all rings, and where each ring begins.
+/// Low, high, the points of all rings, and the index at which each ring begins.
 using BandTuple = std::tuple<double, double, Array<double>, Array<std::int64_t>>;
 
 std::vector<BandTuple> getBands(Surface& surface, const ZoneHandle* pHandle, const std::vector<double>& vLevels) {
@@ -142,7 +142,7 @@ void getComponents(const CutAndFill& cutAndFill, std::vector<Component>& vCompon
     }
 }
 
-/// Both surfaces for reading, each once, with their zones of everything in place.
+/// The use of both surfaces for reading, each once. Creates their zones of all triangles first.
 EngineCall::Uses useBoth(Surface& before, Surface& after) {
     prepareAll(before);
     prepareAll(after);

@@ -49,7 +49,7 @@ void setName(Surface& surface, size_t number, const std::string& name) {
     call.runShort([&] { surface.getBreakline(number)->setName(name); });
 }
 
-/// Pieces of a breakline, as they are edges now.
+/// The pieces of a breakline that are edges at present.
 Array<double> getPieces(Surface& surface, size_t number) {
     std::vector<double> vCoordinates;
     EngineCall call({{&surface, Guarded::READ}});

@@ -30,7 +30,7 @@ void restore(Surface& surface, const std::vector<size_t>& vPositions, std::int64
     call.run([&] { surface.restore(vPositions, nextId); });
 }
 
-/// What load and restore need beside the file.
+/// The arguments of restore that a file does not contain.
 std::pair<std::vector<size_t>, std::int64_t> getState(Surface& surface) {
     std::pair<std::vector<size_t>, std::int64_t> state;
     EngineCall call({{&surface, Guarded::WRITE}});
@@ -51,7 +51,7 @@ void addBreaklines(const Surface& surface, Visualizer3& scene) {
     if (!vEdges.empty()) scene.addSegments(vEdges, "breaklines", Color(0.1, 0.1, 0.1));
 }
 
-/// With a zone only that, without breaklines.
+/// Given a zone, writes only the zone, without breaklines.
 void writeScene(Surface& surface, const ZoneHandle* pHandle, const std::string& path, const std::string& title,
                 bool bPage) {
     EngineCall call({{&surface, Guarded::READ}});

@@ -28,7 +28,7 @@ void setLimits(MeshGenParams& params, const Refinement& limits) {
     params.maxNumVertices = limits.maxVertices;
 }
 
-/// The library answers wrong limits with an error and does nothing.
+/// Wrong limits change nothing: the library reports an error, which the call turns into an exception (run.h).
 void refine(Surface& surface, const ZoneHandle* pHandle, Surface* pGuide, const Refinement& limits,
             nb::object progress) {
     EngineCall::Uses uses{{&surface, Guarded::WRITE}};

@@ -41,7 +41,7 @@ std::vector<Triangle2*> select(Surface& surface, const std::uint8_t* aMask, size
     return vSelected;
 }
 
-/// First row and the one after the last, first column and the one after the last.
+/// The first row and the end of the rows, the first column and the end of the columns.
 using Window = std::tuple<size_t, size_t, size_t, size_t>;
 /// The cells; whether they have a triangle; rows and columns of cells on the border, their values and their angles.
 using RasterArrays = std::tuple<Array<double>, Array<std::uint8_t>, Array<std::int64_t>, Array<double>, Array<double>>;

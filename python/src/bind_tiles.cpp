@@ -33,7 +33,7 @@ class Tile : public Guarded {
 /// Boxes as (x, y, x, y).
 using BoxArray = nb::ndarray<const double, nb::shape<-1, 4>, nb::c_contig, nb::device::cpu>;
 
-/// A small tile is done with before another thread has begun.
+/// Smaller tiles are finished before another thread would have started.
 constexpr size_t FEW = 10000;
 
 void run(EngineCall call, size_t num, const std::function<void()>& work) {
@@ -88,7 +88,7 @@ std::pair<Array<double>, Array<std::int32_t>> getOwned(Tile& tile) {
     return {toTable(std::move(vHalo), 3), toTable(std::move(vTriangles), 3)};
 }
 
-/// Whether one of the triangles that have a place, on their border too, is owned.
+/// Whether the tile owns one of the triangles that contain a place, border included.
 bool isInOwned(const Triangle2* pT, const Point2& place, int numOwn) {
     if (isOwned(pT, numOwn)) return true;
     for (int i = 0; i < 3; ++i) {
@@ -119,7 +119,7 @@ Array<std::uint8_t> findOwned(Surface& surface, const PlaceArray& places, int nu
     return toArray(std::move(vOwned));
 }
 
-/// Points of all lines, where each begins, and the position of its level.
+/// The points of all lines, the index at which each line begins, and the position of its level.
 using LineArrays = std::tuple<Array<double>, Array<std::int64_t>, Array<std::int64_t>>;
 
 LineArrays getOwnedContours(Surface& surface, int numOwn, const std::vector<double>& vLevels) {

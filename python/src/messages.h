@@ -5,7 +5,7 @@
 
 #include "taro25d/MsgLevel.h"
 
-/// What the library says during a call goes to whoever makes the call, not to the console.
+/// Messages that arise during a call are collected for its caller, not printed.
 
 struct Message {
     LUMO_TARO25D::MsgLevel level;

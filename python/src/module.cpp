@@ -1,5 +1,5 @@
-// The extension module: the library with arrays in place of pointers, and no opinions. Types, defaults, names and the
-// wording of errors are the business of the Python files beside it.
+// The extension module: the library with arrays in place of pointers. Types, defaults, names and the wording of errors
+// belong to the Python files beside it.
 
 #include "bindings.h"
 #include "messages.h"

@@ -2,7 +2,7 @@
 
 #include "taro25d/Triangle2.h"
 
-/// Whether a tile owns a triangle: its smallest corner is one of the first points.
+/// Whether a tile owns a triangle: the smallest corner of the triangle is one of the first numOwn points.
 inline bool isOwned(const LUMO_TARO25D::Triangle2* pT, int numOwn) {
     const LUMO_TARO25D::Point2* pSmallest = pT->getCorner(0);
     for (const int i : {1, 2})

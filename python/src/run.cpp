@@ -29,8 +29,8 @@ nb::object& failFunction() {
     return *pFunction;
 }
 
-/// What this thread has locked: a handler of signals or a progress function that calls an object in the middle of a call on
-/// it would wait for itself.
+/// The objects that this thread has locked. A signal handler or progress function that calls such an object would wait
+/// for itself for ever.
 thread_local std::vector<Guarded*> vLockedHere;
 
 /// The locks of all objects of a call, taken in one order everywhere.
@@ -53,7 +53,7 @@ class Locks {
     Locks& operator=(const Locks&) = delete;
 
   private:
-    /// Without the interpreter's lock, which it takes from time to time to look for signals.
+    /// Called without the interpreter's lock, which this function takes from time to time to handle signals.
     void lock(Guarded* pObject, Guarded::Access access) {
         while (!pObject->tryLock(access)) {
             const nb::gil_scoped_acquire acquire;
@@ -131,7 +131,7 @@ void EngineCall::runShort(const std::function<void()>& work) {
     deliver(failure);
 }
 
-/// Readers share their objects, and so the order to stop: one that was not meant begins again.
+/// Readers of one object share its cancel flag, so cancelling one ends all: the others start again.
 void EngineCall::workRepeatedly(const std::function<void()>& work) {
     for (;;) {
         try {
@@ -195,8 +195,8 @@ void EngineCall::showProgress() {
     if (!phase.empty()) progress_(phase, fraction);
 }
 
-/// With the interpreter's lock. Messages come out before the result, or inside the exception. Where the library calls one an
-/// error, the call has failed.
+/// Called with the interpreter's lock. Passes the messages on before the result, or inside the exception. A message of
+/// the level of errors means that the call has failed.
 void EngineCall::deliver(const std::exception_ptr& failure) {
     bool bError = false;
     std::vector<std::string> vWarnings, vNotes;

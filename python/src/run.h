@@ -10,16 +10,18 @@
 #include "Guarded.h"
 #include "messages.h"
 
-/// How every call of the library is made. The arguments have been converted; then the interpreter's lock is released, the
-/// objects are locked (readers together, writers alone), and the work is done on a thread of its own while the calling
-/// thread looks for signals and shows progress twenty times a second. A signal whose handler raises, Ctrl-C for one, and a
-/// progress function that raises tell the library to stop. Work that is always short is done on the calling thread.
+/// How every call of the library is made. The arguments have been converted; then the interpreter's lock is released,
+/// the objects are locked (readers together, writers alone), and the work is done on a thread of its own while the
+/// calling thread handles signals and reports progress twenty times a second. A signal handler that raises, such as
+/// that of Ctrl-C, and a progress function that raises cancel the work. Work that is always short is done on the
+/// calling thread.
 
-/// Thrown by the work when the library refused a call; its messages tell why, the text is for when there are none.
+/// Thrown by the work if the library refused a call. The messages of the library tell the reason; the text is used if
+/// there are none.
 struct Refused : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
-/// Thrown by the work for an identifier of something that is not there any more.
+/// Thrown by the work for the id of an object that no longer exists.
 struct Gone : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -40,7 +42,7 @@ class EngineCall {
     /// The Python functions that decide about messages: warn(texts, notes), and fail(kind, texts), which returns an
     /// exception.
     static void connect(nanobind::object warn, nanobind::object fail);
-    /// Forgets them, at the end of the interpreter.
+    /// Drops these functions when the interpreter ends.
     static void disconnect();
 
   private:
