@@ -1,4 +1,4 @@
-"""Surfaces as other packages have them."""
+"""Conversion of surfaces to objects of other packages."""
 
 from __future__ import annotations
 

@@ -18,7 +18,7 @@ if TYPE_CHECKING:
 
 
 def _make_text(tin: Triangulation) -> str:
-    """Make the text that stands in the file beside the mesh."""
+    """Make the text that is stored in the file with the mesh."""
     positions, next_id = _engine.state(tin._surface)
     system = None if tin.crs is None else tin.crs.to_wkt()
     return json.dumps({"crs": system, "next_id": next_id, "breaklines": positions})
@@ -33,7 +33,7 @@ def save(tin: Triangulation, path: Path) -> None:
 def load(path: str | PathLike[str], *, progress: Progress = False) -> Triangulation:
     """Read a file that ``Triangulation.save``, or the C++ library, has written.
 
-    The vertices, breaklines and ids are the same; the ids of files of C++ programs are new.
+    Vertices, breaklines and ids are restored; for a file of a C++ program the ids are new.
     """
     from .triangulation import Triangulation
 
@@ -55,7 +55,7 @@ def _fill(tin: Triangulation, path: Path, progress: Progress = False) -> None:
 
 
 def _parse(text: str) -> dict[str, Any]:
-    """Read the text; that of a C++ program says nothing, and all graphs are breaklines then."""
+    """Parse the text; a file of a C++ program has none, and all its graphs become breaklines."""
     try:
         known = json.loads(text)
         positions = [int(position) for position in known["breaklines"] if position >= 0]
@@ -65,7 +65,7 @@ def _parse(text: str) -> dict[str, Any]:
 
 
 def get_state(tin: Triangulation) -> dict[str, Any]:
-    """Get what a pickle keeps."""
+    """Return the state that a pickle stores."""
     with tempfile.TemporaryDirectory() as folder:
         path = Path(folder) / "tin.taro"
         _engine.save(tin._surface, str(path), _make_text(tin))
@@ -73,7 +73,7 @@ def get_state(tin: Triangulation) -> dict[str, Any]:
 
 
 def set_state(tin: Triangulation, state: dict[str, Any]) -> None:
-    """Make a triangulation of that again."""
+    """Restore a triangulation from that state."""
     tin._set_up(state["threads"], state["height_rule"])
     with tempfile.TemporaryDirectory() as folder:
         path = Path(folder) / "tin.taro"

@@ -1,4 +1,4 @@
-"""Coordinates from whatever holds them: arrays, shapely and GeoPandas geometries, objects of this package."""
+"""Coordinates from objects of several kinds: arrays, shapely and GeoPandas geometries, objects of this package."""
 
 from __future__ import annotations
 
@@ -19,12 +19,12 @@ PolygonLike: TypeAlias = Any
 
 
 def crs_of(source: Any) -> Crs:
-    """Get the system that an object carries, None where it has none."""
+    """Return the reference system of an object, or None if it has none."""
     return normalise(getattr(source, "crs", None))
 
 
 def as_points(points: ArrayLike | Any, name: str = "points") -> FloatArray:
-    """Make (n, 3) float64 of points; an array that is that already is returned itself."""
+    """Convert points to a float64 array (n, 3); an array of that form is returned as it is."""
     if _is_geographic_table(points) or _is_geometry(points):
         return _points_of_geometries(_geometries(points), name)
     array = _numbers(points, name)
@@ -67,7 +67,7 @@ def as_segments(lines: list[FloatArray], closed: bool, name: str) -> FloatArray:
 
 
 def check_finite(array: FloatArray, name: str) -> None:
-    """Refuse NaN and infinity where the library could only refuse everything."""
+    """Refuse NaN and infinity, for which the library would refuse the whole list."""
     if not np.isfinite(array).all():
         row = int(np.argwhere(~np.isfinite(array))[0][0])
         raise InvalidInputError(f"{name}: row {row} has a number that is not finite")

@@ -22,7 +22,7 @@ _STRATEGIES = {"constrained": 1, "conforming": 0, "conforming-linear": 2}
 
 
 class Conflict(NamedTuple):
-    """A vertex where different heights met: which one it kept, and which one came."""
+    """A vertex at which two heights met: the height that it kept, and the other one."""
 
     id: int
     kept: float
@@ -39,7 +39,7 @@ class _Arrays(NamedTuple):
 
 
 class Mesh:
-    """What ``Triangulation`` is made on: the mesh, and everything that changes it."""
+    """The base class of ``Triangulation``: the mesh, and the methods that change it."""
 
     def __init__(
         self,
@@ -125,7 +125,8 @@ class Mesh:
     def insert(self, points: ArrayLike | Any, *, progress: Progress = False) -> NDArray[np.int64]:
         """Insert points and get their ids.
 
-        A point at the place of a vertex gets the id of that; one that is not finite is refused with a warning and gets -1.
+        A point at the place of a vertex gets the id of that vertex. A point that is not finite is refused with a warning
+        and gets -1.
         """
         array = np.asarray(points, dtype=np.float64)[np.newaxis] if np.shape(points) == (3,) else as_points(points)
         crs_module.merge(self.crs, crs_of(points), "points")
@@ -173,7 +174,7 @@ class Mesh:
         strategy: str = "constrained",
         progress: Progress = False,
     ) -> Breakline:
-        """Force a line into the mesh, whose pieces become edges.
+        """Force a line into the mesh: its pieces become edges.
 
         Where it crosses earlier lines, those give the height. A line without heights lies on the surface at its points.
 
@@ -184,7 +185,7 @@ class Mesh:
         closed
             Whether an edge runs from the last point to the first.
         name
-            What to call it.
+            The name of the breakline.
         strategy
             ``"constrained"`` adds no vertices except where lines cross; ``"conforming"`` splits pieces until all triangles are
             Delaunay, with the heights of the surface, and ``"conforming-linear"`` with those of the line.

@@ -1,4 +1,4 @@
-"""What the library says becomes warnings, log records and the texts of errors."""
+"""Messages of the library become warnings, log records and the texts of errors."""
 
 from __future__ import annotations
 

@@ -1,4 +1,4 @@
-"""Packages that not everybody has are imported where they are used, by name, with an error that says how to get them."""
+"""Optional packages: they are imported where they are used; if one is missing, an error tells how to install it."""
 
 from __future__ import annotations
 

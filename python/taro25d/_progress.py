@@ -1,4 +1,4 @@
-"""A bar on standard error that shows how far a long call has come."""
+"""A progress bar on standard error for long calls."""
 
 from __future__ import annotations
 
@@ -48,7 +48,7 @@ class Bar:
 
 
 class showing:  # noqa: N801 - reads as a word in a with statement
-    """A context that makes a function for the engine of what the user gave, and tidies up after it."""
+    """A context that turns the user's argument into a function for the engine, and closes the bar at the end."""
 
     def __init__(self, progress: Progress) -> None:
         self._bar = Bar() if progress is True else None

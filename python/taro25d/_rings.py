@@ -1,4 +1,4 @@
-"""Borders come out of the library as segments; here they become rings."""
+"""Rings from the segments by which the library describes borders."""
 
 from __future__ import annotations
 
@@ -10,7 +10,7 @@ from ._geometry import FloatArray
 def join_rings(segments: FloatArray) -> list[FloatArray]:
     """Join directed segments (m, 2, d) to closed rings, each beginning and ending with the same point.
 
-    Where rings touch in a point they stay apart: each ring returns to its own first point at the earliest occasion.
+    Rings that touch in a point stay separate: each ends as soon as it reaches its first point again.
     """
     following: dict[tuple[float, ...], list[tuple[float, ...]]] = {}
     for start, end in segments:

@@ -1,4 +1,4 @@
-"""Surfaces of few of many points."""
+"""Simplification: surfaces of a few chosen points."""
 
 from __future__ import annotations
 
@@ -28,7 +28,7 @@ def simplify(
     threads: int = 0,
     progress: Progress = False,
 ) -> Triangulation:
-    """Make a surface of as few of the points as it takes to stay near all of them.
+    """Make a surface of few of the points that stays within a distance of all of them.
 
     Points are chosen greedily (Garland and Heckbert 1995) and taken out again where the limit holds without them. Points at
     the place of an earlier one or of a breakline, and points that are not finite, are left out with a warning.

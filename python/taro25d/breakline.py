@@ -1,4 +1,4 @@
-"""Lines that the mesh must have as edges."""
+"""Breaklines: lines whose pieces are edges of the mesh."""
 
 from __future__ import annotations
 
@@ -37,7 +37,7 @@ class Breakline:
 
     @property
     def name(self) -> str:
-        """Its name; empty without one."""
+        """Its name; empty if it has none."""
         return _engine.breakline_name(self._tin._surface, self._number)
 
     @name.setter
@@ -46,13 +46,14 @@ class Breakline:
 
     @property
     def edges(self) -> FloatArray:
-        """The edges that it consists of now, (k, 2, 3) coordinates."""
+        """Its edges at present, (k, 2, 3) coordinates."""
         return _engine.breakline_pieces(self._tin._surface, self._number)
 
     def remove(self, *, vertices: bool = False) -> None:
-        """Take it back; the mesh is Delaunay there again.
+        """Remove the breakline; the mesh is Delaunay there again.
 
-        With ``vertices``, the vertices that it alone has brought go as well. One that bounds a zone is refused.
+        With ``vertices``, the vertices that were inserted only for it are removed too. A breakline that bounds a zone is
+        refused.
         """
         _engine.remove_breakline(self._tin._surface, self._number, vertices)
 

@@ -20,7 +20,7 @@ _MOST_LEVELS = 1_000_000
 
 
 class Contour(NamedTuple):
-    """One whole line: closed if its first point comes again at the end, otherwise it ends where the surface ends."""
+    """One whole line: closed if its last point is its first, otherwise it ends at the border of the surface."""
 
     level: float
     coords: FloatArray
@@ -64,7 +64,7 @@ class Bands(list[Band]):
 
 
 def _with_holes(rings: list[FloatArray]) -> list[tuple[FloatArray, list[FloatArray]]]:
-    """Put holes to the outer rings before them."""
+    """Group each outer ring with the holes that follow it."""
     polygons: list[tuple[FloatArray, list[FloatArray]]] = []
     for ring in rings:
         (x, y), (following_x, following_y) = (ring[:-1, :2] - ring[0, :2]).T, (ring[1:, :2] - ring[0, :2]).T
@@ -76,7 +76,7 @@ def _with_holes(rings: list[FloatArray]) -> list[tuple[FloatArray, list[FloatArr
 
 
 def get_levels(interval: float | None, levels: ArrayLike | None, base: float, low: float, high: float) -> FloatArray:
-    """Get the levels that were asked for, or the multiples of the interval, from base, that the surface has."""
+    """Return the given levels or, counted from base, the multiples of the interval within the heights of the surface."""
     if (interval is None) == (levels is None):
         raise InvalidInputError("interval, levels: exactly one of the two is expected")
     if levels is not None:

@@ -25,7 +25,7 @@ def normalise(crs: Crs) -> Crs:
 
 
 def check_plane(crs: Crs) -> None:
-    """Refuse a system in which lengths, areas and slopes would mean nothing."""
+    """Refuse a system in which lengths, areas and slopes would have no meaning."""
     if crs is None:
         return
     if crs.is_geographic or crs.is_geocentric:
@@ -41,7 +41,7 @@ def check_plane(crs: Crs) -> None:
 
 
 def merge(first: Crs, second: Crs, name: str) -> Crs:
-    """Get the system of two inputs that belong together; one may be unknown."""
+    """Return the common system of two inputs; the system of one may be unknown."""
     if first is None or second is None:
         return second if first is None else first
     if not _same_plane(first, second):

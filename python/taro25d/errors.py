@@ -1,4 +1,4 @@
-"""What can go wrong, with one root for errors and one for warnings.
+"""Errors and warnings, each with one base class.
 
 Each error is also the built-in one that a caller would expect, so that ``except ValueError`` and ``except taro25d.Error``
 both work.
@@ -12,7 +12,7 @@ class Error(Exception):
 
 
 class Warning(UserWarning):
-    """What the library has to say about a call that went through, such as points that were left out."""
+    """A remark of the library about a call that succeeded, such as points that were left out."""
 
 
 class InvalidInputError(Error, ValueError):
@@ -24,14 +24,14 @@ class RefusedError(Error, ValueError):
 
 
 class GoneError(Error, KeyError):
-    """An id or an object that stands for nothing any more."""
+    """An id or an object that no longer exists."""
 
     def __str__(self) -> str:
         return str(self.args[0]) if self.args else ""
 
 
 class InternalError(Error, RuntimeError):
-    """A fault inside the library. Please report it, with what led to it."""
+    """A fault inside the library. Please report it, with the steps that led to it."""
 
 
 class FileError(Error, OSError):
@@ -43,7 +43,7 @@ class FormatError(FileError, ValueError):
 
 
 class CrsError(Error, ValueError):
-    """A coordinate reference system that does not suit, or two that differ."""
+    """A coordinate reference system that cannot be used, or two that differ."""
 
 
 class MissingExtraError(Error, ImportError):

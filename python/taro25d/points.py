@@ -1,4 +1,4 @@
-"""Points as files have them: coordinates, a system, and what else is known about each."""
+"""Points of files: coordinates, a reference system, and further attributes."""
 
 from __future__ import annotations
 

@@ -24,7 +24,7 @@ _MOST_CELLS = 1 << 32
 
 
 class Frame(NamedTuple):
-    """Where the cells of a raster are; rows are counted from the north."""
+    """The position of the cells of a raster; rows are counted from the north."""
 
     west: float
     north: float
@@ -101,7 +101,7 @@ def find_frame(
     like: Any,
     extent: tuple[float, float, float, float],
 ) -> Frame:
-    """Find where the cells are from what the user gave and the extent of the surface."""
+    """Compute the frame from the user's arguments and the extent of the surface."""
     if (resolution is None) == (like is None):
         raise InvalidInputError("resolution, like: exactly one of the two is expected")
     if like is not None:

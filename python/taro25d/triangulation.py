@@ -1,4 +1,4 @@
-"""The surface: points, triangles between them, and what can be asked of them."""
+"""The surface: points, triangles between them, and queries."""
 
 from __future__ import annotations
 
@@ -30,7 +30,7 @@ class Triangulation(Mesh):
     coordinates. Points that are all on one line have no triangles; points that are not finite are left out with a warning.
 
     Vertices have ids, which are never used again. Point k of the constructor has the id k; of points at one place the first
-    stays, and the id of the others is its id. Arrays are copies of the moment: read-only, and they stay what they are
+    stays, and the others share its id. Arrays are read-only copies, which do not change
     when the mesh changes.
 
     Objects may be used by several threads; calls that only read run together.
@@ -38,8 +38,8 @@ class Triangulation(Mesh):
     Parameters
     ----------
     points
-        What NumPy makes (n, 3) of; contiguous float64 is read in place. Points of this package, and shapely or GeoPandas
-        points with heights, bring their reference system along.
+        Anything that NumPy converts to (n, 3); contiguous float64 is read in place. Points of this package, and
+        shapely or GeoPandas points with heights, bring their reference system along.
     crs
         The coordinate reference system, as pyproj takes it.
     threads
@@ -62,9 +62,9 @@ class Triangulation(Mesh):
         breaklines: Breakline | Sequence[Breakline] | None = None,
         inside: bool = True,
     ) -> Zone:
-        """Make a zone: what is inside (or outside) a polygon or closed breaklines; everything without either.
+        """Make a zone: the ground inside (or outside) a polygon or closed breaklines; without either, the whole surface.
 
-        A polygon cuts the surface along its sides, which leaves the surface where it is. Polygons may have holes.
+        A polygon cuts the triangles along its sides, which does not change the surface. Polygons may have holes.
         """
         if polygon is not None and breaklines is not None:
             raise InvalidInputError("polygon, breaklines: one of the two is expected")
@@ -87,7 +87,7 @@ class Triangulation(Mesh):
         """Get lines of equal height, at all multiples of the interval (from ``base``) or at some levels.
 
         Each line is whole, with higher ground on its left. At the height of a vertex a line is not well defined: it is
-        then that of a level which is a few rounding errors higher.
+        then computed at a level that is a few rounding errors higher.
         """
         heights = self.points[:, 2]
         low, high = (heights.min(), heights.max()) if len(heights) else (0.0, -1.0)
@@ -132,7 +132,7 @@ class Triangulation(Mesh):
     ) -> Volume:
         """Compare this surface with a later one: how much was cut (this one is higher) and filled.
 
-        The ground under both counts, of that only the part inside a polygon or a zone of this surface if one is given. Where
+        Only ground under both surfaces is compared and, if given, only inside a polygon or a zone of this surface. Where
         heights differ by at most the threshold, the ground is unchanged. Neither surface changes: a polygon cuts a copy.
         """
         crs_module.merge(self.crs, after.crs, "after")
@@ -166,7 +166,7 @@ class Triangulation(Mesh):
         return make_profile(self, as_lines(line, "line"))
 
     def check(self) -> bool:
-        """Check the whole structure of the mesh by exact tests; for the suspicious."""
+        """Check the whole structure of the mesh by exact tests."""
         return self._surface.check()
 
     # ---- Handing it on ----
@@ -175,9 +175,9 @@ class Triangulation(Mesh):
     def from_triangles(
         cls, points: ArrayLike | Any, triangles: ArrayLike | None = None, repair: bool = False, *, crs: Any = None
     ) -> Triangulation:
-        """Make a triangulation of triangles that exist: they come in as they are, and edges that are not Delaunay are kept.
+        """Make a triangulation of given triangles. They are imported unchanged, and edges that are not Delaunay are kept.
 
-        Ids are given anew. The ground between the triangles and their convex hull is filled.
+        The ids are new. The ground between the triangles and their convex hull is filled.
 
         Parameters
         ----------
@@ -217,7 +217,7 @@ class Triangulation(Mesh):
         return self.copy()
 
     def faces(self, zone: Zone | None = None) -> tuple[FloatArray, NDArray[np.int32]]:
-        """Get the points and triangles of a zone alone, with the rows of these points."""
+        """Return the points and triangles of a zone, and the rows of these points in ``points``."""
         if zone is None:
             return self.points, self.triangles
         self._engine_zone(zone)
@@ -233,7 +233,7 @@ class Triangulation(Mesh):
     ) -> None:
         """Write a file, in the format of its ending: the points, or the triangles where the format has them.
 
-        Formats of rasters need a resolution. Nothing is written where it fails.
+        Formats of rasters need a resolution. A failure leaves no file.
         """
         from . import io
 

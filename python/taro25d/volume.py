@@ -1,4 +1,4 @@
-"""Earth that was taken away, and earth that was put."""
+"""Volumes of cut and fill."""
 
 from __future__ import annotations
 
@@ -27,7 +27,7 @@ class Component(NamedTuple):
 
 
 class Volume:
-    """What lies between two surfaces, where there are both.
+    """The volumes and areas between two surfaces, on the ground under both.
 
     Attributes
     ----------

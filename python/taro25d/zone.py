@@ -21,7 +21,7 @@ if TYPE_CHECKING:
 class Zone:
     """A set of triangles of one triangulation, given by a rule; made by ``Triangulation.zone``.
 
-    It follows the changes of the surface: what it holds is found anew whenever it is asked. ``&``, ``|``, ``-`` and ``^``
+    It follows the changes of the surface: each query finds its triangles again. ``&``, ``|``, ``-`` and ``^``
     make new zones of two.
     """
 

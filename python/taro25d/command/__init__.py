@@ -1,4 +1,4 @@
-"""The command ``taro25d``: everything that it does can be done with ``import taro25d`` too."""
+"""The command ``taro25d``, a shell around the functions of this package."""
 
 from __future__ import annotations
 

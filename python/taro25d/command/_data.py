@@ -1,4 +1,4 @@
-"""What the commands share: reading sources, lines and polygons, checking targets, printing results."""
+"""Helpers of all commands: reading sources, lines and polygons, checking targets, printing results."""
 
 from __future__ import annotations
 
@@ -38,7 +38,7 @@ def read(source: Path, classes: Sequence[int] = ()) -> Points | Triangulation:
 
 
 def read_surface(source: Path, classes: Sequence[int] = ()) -> Triangulation:
-    """Read a file and triangulate what is not."""
+    """Read a file, and triangulate it if it holds only points."""
     data = read(source, classes)
     try:
         tin = data if isinstance(data, Triangulation) else Triangulation(data, progress=Bar(delay=1.0))
@@ -50,7 +50,7 @@ def read_surface(source: Path, classes: Sequence[int] = ()) -> Triangulation:
 
 
 def need_triangles(tin: Triangulation, source: Path) -> Triangulation:
-    """Refuse points that make no surface."""
+    """Refuse points that are all on one line."""
     if not len(tin.triangles):
         raise FormatError(f"{source}: {len(tin)} points, all on one line, make no surface")
     return tin

@@ -1,4 +1,4 @@
-"""Commands that print what they find."""
+"""Commands that print results."""
 
 from __future__ import annotations
 
@@ -18,7 +18,7 @@ from ._data import add_breaklines, check_target, find_zone, need_triangles, read
 
 
 def info(file: Path, json: bool) -> None:
-    """Tell what a file holds."""
+    """Print the contents of a file."""
     data = read(file)
     points = data.points
     result: dict[str, Any] = {

@@ -1,4 +1,4 @@
-"""Files in and out: which endings there are, and who reads and writes them."""
+"""Files: the known endings, and the modules that read and write them."""
 
 from __future__ import annotations
 
@@ -34,7 +34,7 @@ __all__ = [
 
 
 class Format(NamedTuple):
-    """What is known about an ending; ``reads`` and ``writes`` are ``module.function`` in this package."""
+    """An ending and its functions; ``reads`` and ``writes`` are ``module.function`` in this package."""
 
     ending: str
     title: str

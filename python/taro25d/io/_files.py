@@ -1,4 +1,4 @@
-"""How files are opened, and how they come into being: whole or not at all."""
+"""Opening files, and writing them completely or not at all."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ from ..errors import CrsError, Error, FileError, FormatError, MissingExtraError,
 
 @contextlib.contextmanager
 def reading(path: Path) -> Iterator[None]:
-    """Turn whatever goes wrong while a file is read into an error that names it."""
+    """Turn any exception while a file is read into an error that names the file."""
     if not path.exists():
         raise FileError(f"{path}: there is no such file")
     if path.is_dir():
@@ -45,7 +45,7 @@ def reading(path: Path) -> Iterator[None]:
 
 
 class _Quiet:
-    """Keeps what other packages warn of from users, who have not called them; warnings of this package stay.
+    """Hides warnings of other packages from users, who have not called these; warnings of this package stay.
 
     Filters are those of the process, so that several threads set them once together.
     """
@@ -85,9 +85,9 @@ def _reason(error: BaseException) -> str:
 
 @contextlib.contextmanager
 def writing(path: Path) -> Iterator[Path]:
-    """Give a path to write to, in a folder beside the target; what is there at the end moves to the target's folder.
+    """Yield a path in a folder beside the target; at the end all files of that folder move to the folder of the target.
 
-    Nothing is left where it fails, and a file that was there before stays.
+    After a failure nothing is left, and a former file stays.
     """
     if path.is_dir():
         raise FileError(f"{path}: this is a folder")

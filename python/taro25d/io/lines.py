@@ -1,4 +1,4 @@
-"""Breaklines and boundaries in files, and contours out."""
+"""Reading breaklines and boundaries from files, and writing contours."""
 
 from __future__ import annotations
 
@@ -87,9 +87,9 @@ def write_contours(contours: Contours, path: str | PathLike[str]) -> None:
 
 @contextlib.contextmanager
 def appending_contours(path: str | PathLike[str]) -> Iterator[Callable[[Contours], None]]:
-    """Give a function that writes contours, and may be called again where there are more.
+    """Yield a function that writes contours, and may be called repeatedly.
 
-    Where the format cannot be appended to, all are written at the end.
+    If the format cannot be appended to, all contours are written at the end.
     """
     target = Path(path)
     if not target.name.lower().endswith(LINE_ENDINGS):

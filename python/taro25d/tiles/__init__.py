@@ -1,7 +1,7 @@
 """Triangulations of more points than a machine has memory for, in tiles, on Dask.
 
-The tiles together are the canonical Delaunay triangulation of all points, triangle for triangle, whatever the tiles are and
-however many workers make them.
+The tiles together are the canonical Delaunay triangulation of all points, triangle for triangle, for any division into tiles
+and any number of workers.
 
 >>> import taro25d, tempfile
 >>> points = [[x, y, x * y] for x in range(30) for y in range(30)]
@@ -36,7 +36,7 @@ def triangulate(
 ) -> Tiling:
     """Triangulate points tile by tile, into a folder.
 
-    A run that was stopped, by whatever, goes on where it was when it is started again with the same source and settings.
+    A run that was interrupted continues when it is started again with equal source and settings.
     Points that are not finite are left out with a warning; of points at one place the first stays, in the order of the files,
     then of the rows.
 

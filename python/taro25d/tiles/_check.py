@@ -1,4 +1,4 @@
-"""Whether a tiling is what it promises."""
+"""The check of a finished tiling."""
 
 from __future__ import annotations
 
@@ -17,7 +17,7 @@ if TYPE_CHECKING:
 
 
 class Checked(NamedTuple):
-    """What the triangles of a tile add to the whole."""
+    """The results of one tile, which are added up over all tiles."""
 
     same: bool  # as those made anew
     triangles: int

@@ -1,4 +1,4 @@
-"""Dask's workers, and how tasks get to them."""
+"""Dask's workers, and the distribution of tasks to them."""
 
 from __future__ import annotations
 

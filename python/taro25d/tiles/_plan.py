@@ -1,4 +1,4 @@
-"""Which tile a place belongs to: points are counted into a quadtree, and its cells are cut into rectangles of like number.
+"""The division of the plane into tiles: a quadtree counts the points, and rectangles with about equal numbers are cut.
 
 A cell of level k is 2^k wide, and its corners are multiples of that. Scaling by a power of two is exact, so that every reader
 assigns a point to the same cell, and the points of two tiles are always divided by a line.
@@ -187,7 +187,7 @@ def count_in_cells(places: FloatArray, cells: list[tuple[int, IntArray]], lowest
 
 
 def _cut(numbers: IntArray, most: int) -> Iterator[tuple[slice, slice]]:
-    """Halve the rectangle of all cells, and what comes of it, until no part has more points than allowed."""
+    """Halve the rectangle of all cells, then its parts, until no part has more points than allowed."""
     sums = np.zeros((numbers.shape[0] + 1, numbers.shape[1] + 1), dtype=np.int64)
     sums[1:, 1:] = numbers.cumsum(axis=0).cumsum(axis=1)
     stack = [(0, numbers.shape[0], 0, numbers.shape[1])]

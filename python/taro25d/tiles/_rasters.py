@@ -1,7 +1,7 @@
 """Rasters of all tiles, with the same values as if the surface were in one piece.
 
 A centre belongs to one triangle at most, hence to one tile. A centre on the border of the surface may belong to none; every
-tile with a triangle there tells a value and an angle, and the smallest angle decides, as it does in one piece.
+tile with a triangle there gives a value and an angle, and the smallest angle decides, as it does in one piece.
 """
 
 from __future__ import annotations
@@ -55,7 +55,7 @@ class Border(NamedTuple):
 
 
 class Cells(NamedTuple):
-    """What a tile has in a window: values, NaN where it has none, and its border."""
+    """The cells of a tile in a window: values, NaN where it has none, and its border."""
 
     window: Window
     values: FloatArray

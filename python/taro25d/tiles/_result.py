@@ -1,4 +1,4 @@
-"""A tiling that is done: what can be asked of it."""
+"""A finished tiling, and its queries."""
 
 from __future__ import annotations
 

@@ -1,4 +1,4 @@
-"""The run: which tasks there are, and in which order."""
+"""The run: the tasks and their order."""
 
 from __future__ import annotations
 
@@ -25,7 +25,7 @@ from ._work import Gathered, Job
 
 
 def run(source: Any, folder: Path, client: Any, settings: Settings, progress: Progress) -> None:
-    """Make all tiles, from where a former run ended."""
+    """Make all tiles, continuing a former run."""
     files = _source.list_files(source)
     if settings.classes is not None:
         _source.check_classes(files)

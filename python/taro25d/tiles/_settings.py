@@ -1,4 +1,4 @@
-"""What a tiling is made with, and the folder that is for it."""
+"""The settings of a tiling, and the lock of its folder."""
 
 from __future__ import annotations
 
@@ -20,7 +20,7 @@ _LOCK = ".lock"
 
 
 class Settings(NamedTuple):
-    """What the user chose; the reference system as pyproj has it."""
+    """The settings that the user chose; the reference system is a pyproj object."""
 
     points_per_tile: int
     classes: tuple[int, ...] | None
@@ -28,7 +28,7 @@ class Settings(NamedTuple):
 
     @classmethod
     def of(cls, points_per_tile: int, classes: Sequence[int] | None, crs: Any) -> Settings:
-        """Check what the user gave."""
+        """Check the user's arguments."""
         if points_per_tile < 1:
             raise InvalidInputError(f"points_per_tile: 1 or more are expected, not {points_per_tile}")
         chosen = None if classes is None else tuple(sorted({int(k) for k in classes}))
@@ -67,12 +67,12 @@ def _leave(folder: Path) -> None:
 
 
 def _is_begun(folder: Path) -> bool:
-    """Tell whether something has been made that another run can go on with."""
+    """Return whether the folder has results with which another run can continue."""
     return (folder / "plan.npz").exists() or (folder / "tiles.parquet").exists()
 
 
 def read(folder: Path) -> dict[str, Any]:
-    """Read what a tiling was made with."""
+    """Read the settings of a tiling."""
     path = folder / _NAME
     if not path.exists():
         raise FileError(f"{folder}: there is no tiling")
@@ -86,7 +86,7 @@ def read(folder: Path) -> dict[str, Any]:
 
 
 def enter(folder: Path, digests: list[str], settings: Settings) -> None:
-    """Note what the folder is for, or make sure that it is for this. What is only begun makes place."""
+    """Store the settings in the folder, or make sure that it has equal ones. A tiling without results is replaced."""
     now = {
         "format": _FORMAT,
         "source": digests,
@@ -121,6 +121,6 @@ def note_system(folder: Path, systems: list[tuple[str, str | None]]) -> None:
 
 
 def write(folder: Path, settings: dict[str, Any]) -> None:
-    """Write what a tiling is made with."""
+    """Write the settings of a tiling."""
     with writing(folder / _NAME) as temporary:
         temporary.write_text(json.dumps(settings, indent=1), encoding="utf-8")

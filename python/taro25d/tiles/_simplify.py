@@ -49,7 +49,7 @@ def simplify_tile(job: Job, task: tuple[str, float, str]) -> int:
 
 
 def choose(points: FloatArray, triangles: NDArray[np.int32], max_error: float) -> FloatArray:
-    """Choose the points of a tile: those on the border of its triangles, and between them as few as it takes."""
+    """Choose the points of a tile: those on the border of its triangles, and between them as few as the limit allows."""
     if not len(triangles):
         return np.empty((0, 3))
     border = find_border_rows(triangles)
@@ -77,7 +77,7 @@ def _has_edges(tin: Triangulation, edges: FloatArray) -> bool:
 def simplify(
     tiling: Tiling, folder: Path, max_error: float, points_per_tile: int, *, client: Any, progress: Progress
 ) -> None:
-    """Make a tiling of as few of the points as it takes."""
+    """Make a tiling of as few of the points as the limit allows."""
     chosen = _chosen_folder(tiling, folder, max_error)
     try:
         chosen.mkdir(parents=True, exist_ok=True)

@@ -1,4 +1,4 @@
-"""What tiles are made of: files or an array, read in pieces that fit into memory."""
+"""The source of a tiling: files or an array, read in pieces that fit into memory."""
 
 from __future__ import annotations
 
@@ -22,7 +22,7 @@ _LAS = (".las", ".laz")
 
 
 class Piece(NamedTuple):
-    """Some rows of a file; all where there is no end."""
+    """Some rows of a file; without an end, all rows."""
 
     path: str
     start: int = 0
@@ -30,7 +30,7 @@ class Piece(NamedTuple):
 
 
 class Content(NamedTuple):
-    """What a file is, apart from its name and place, and its reference system."""
+    """The identity of a file without its name and place, and its reference system."""
 
     pieces: list[Piece]
     size: int
@@ -55,7 +55,7 @@ def _match(name: str) -> list[Path]:
 
 
 def look_at(path: Path) -> Content:
-    """Find out what a file is, and into which pieces it can be divided."""
+    """Examine a file, and divide it into pieces."""
     name = path.name.lower()
     with reading(path):
         known = None

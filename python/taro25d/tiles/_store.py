@@ -1,14 +1,14 @@
-"""The folder of a tiling: which files there are, and what stands in them.
+"""The folder of a tiling: its files and their contents.
 
-``tiling.json``             settings and what the source is
-``plan.npz``                which tile a place belongs to
+``tiling.json``             the settings and the identity of the source
+``plan.npz``                the tile of each place
 ``parts/``                  the points of each piece of the source, divided by tiles; gone when all tiles have their points
 ``tiles.parquet``           a row for each tile: how many points, and the extreme ones; written when all tiles have their points
 ``points/NAME.parquet``     the points of a tile, in groups of neighbours; the extreme points of each group in the metadata
 ``halo/NAME.parquet``       the points of other tiles that the triangles of the tile need
 ``triangles/NAME.parquet``  the triangles that the tile owns, rows of its points, then of its halo
 
-All files come into being whole, under another name, and their presence tells that they are done.
+Each file is written completely under another name and then renamed, so a file that exists is complete.
 """
 
 from __future__ import annotations

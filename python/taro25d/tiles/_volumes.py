@@ -37,7 +37,7 @@ _ENDINGS = (".csv", ".parquet", ".gpkg", ".geojson")
 
 
 class Order(NamedTuple):
-    """What all pairs have in common."""
+    """The settings of all pairs."""
 
     other: str  # the folder of the other surface
     polygon: PolygonLike | None
@@ -46,7 +46,7 @@ class Order(NamedTuple):
 
 
 class TiledVolume(Volume):
-    """What lies between two surfaces in tiles."""
+    """The volumes and areas between two surfaces in tiles."""
 
     def __init__(
         self, before: Tiling, after: Tiling, polygon: PolygonLike | None, threshold: float, totals: list[float]

@@ -1,6 +1,6 @@
-"""What workers do: each function is a task, which finds its input in files and leaves its result in files.
+"""Tasks of workers: each function reads its input from files and writes its result to files.
 
-A task that is run again, because a worker died or the run was stopped, finds its file and leaves it as it is.
+A task that is run again, because a worker died or the run was stopped, finds its file and does nothing.
 """
 
 from __future__ import annotations
@@ -29,7 +29,7 @@ _BATCH = 64
 
 
 class Job(NamedTuple):
-    """What all tasks of a run know."""
+    """The data common to all tasks of a run."""
 
     folder: str
     run: str
@@ -45,12 +45,12 @@ class Job(NamedTuple):
 
 
 def look_at(job: Job, path: str) -> _source.Content:
-    """Find out what a file is."""
+    """Examine a file."""
     return _source.look_at(Path(path))
 
 
 class Counted(NamedTuple):
-    """What the points of a piece are like."""
+    """Counts and properties of the points of a piece."""
 
     counts: Counts | None
     low: FloatArray
@@ -200,7 +200,7 @@ def _find_first(line: FloatArray, points: FloatArray) -> FloatArray:
 
 
 class Made(NamedTuple):
-    """What it took to make the triangles of a tile."""
+    """Figures of the making of the triangles of a tile."""
 
     name: str
     points: int
@@ -239,7 +239,7 @@ def _find_box(points: FloatArray, triangles: NDArray[np.int32]) -> list[float] |
 
 
 class Stars:
-    """The stars of the vertices of a tile, and how they become those of the whole."""
+    """The stars of the vertices of a tile, which become those of the whole triangulation."""
 
     def __init__(self, store: Store, name: str) -> None:
         self._store, self._name = store, name
