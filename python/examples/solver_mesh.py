@@ -18,15 +18,16 @@ mpl.use("Agg")
 from matplotlib import pyplot as plt
 
 WINDOW = shapely.box(5_000, 3_000, 13_000, 10_000)
+STEP = 100  # vertices that split an edge of the border or a stream lie on it, so those follow the ground at this step
 
 
 def make_mesh(terrain: taro25d.Triangulation) -> tuple[taro25d.Triangulation, taro25d.Zone]:
-    """Triangulate the corners and the streams of the window, and refine."""
-    corners = np.array(WINDOW.exterior.coords)[:-1]
-    mesh = taro25d.Triangulation(np.column_stack([corners, terrain.heights(*corners.T)]), crs=terrain.crs)
+    """Triangulate the border and the streams of the window, and refine."""
+    border = np.array(shapely.segmentize(WINDOW, STEP).exterior.coords)[:-1]
+    mesh = taro25d.Triangulation(np.column_stack([border, terrain.heights(*border.T)]), crs=terrain.crs)
     streams = taro25d.datasets.jacksboro_streams().clip(WINDOW.buffer(-300)).geometry.simplify(60)
     for line in streams.explode():
-        path = np.array(line.coords)
+        path = np.array(shapely.segmentize(line, STEP).coords)
         mesh.add_breakline(np.column_stack([path, terrain.heights(*path.T)]), name="stream")
     zone = mesh.zone(polygon=WINDOW)
     mesh.refine(zone, min_angle=25, max_edge=250, min_edge=20, guide=terrain)

@@ -43,7 +43,7 @@ def draw(tin: taro25d.Triangulation, base: taro25d.Triangulation, foot: np.ndarr
     line = [[west, SUMMIT[1]], [east, SUMMIT[1]]]
     distance, top = tin.profile(line)
     bottom = base.heights(west + distance, SUMMIT[1])
-    section.fill_between(distance, top, np.where(np.isnan(bottom), top, bottom), color="tan")
+    section.fill_between(distance, top, bottom, where=~np.isnan(bottom), color="tan")
     section.plot(distance, top, color="saddlebrown", label="heap")
     section.plot(distance, bottom, color="black", linestyle="--", label="base")
     section.set(xlabel="distance (m)", ylabel="height (m)", title="Section from west to east")

@@ -48,6 +48,7 @@ export class App {
     private listen(): void {
         const {buttons, canvas, layers} = this.page;
         layers.forEach((box, i) => box.addEventListener('change', () => this.view.setLayerVisible(i, box.checked)));
+        buttons.fold.addEventListener('click', () => this.resize()); // the observer is told only before the next frame
         buttons.reset.onclick = () => this.view.reset();
         buttons.top.onclick = () => this.view.lookFromTop();
         buttons.measure.onclick = () => this.setMode(this.mode === 'measure' ? 'read' : 'measure');

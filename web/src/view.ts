@@ -247,8 +247,10 @@ export class View {
     project(place: readonly number[]): [number, number] | null {
         const point = new Vector3(...place.map((value, i) => value - this.centre[i]));
         point.z *= this.exaggeration;
-        point.project(this.camera);
-        if (point.z > 1) return null;
+        this.camera.updateMatrixWorld(); // it may have moved since the last frame
+        point.applyMatrix4(this.camera.matrixWorldInverse);
+        if (point.z >= 0) return null;
+        point.applyMatrix4(this.camera.projectionMatrix);
         return [((1 + point.x) / 2) * this.canvas.clientWidth, ((1 - point.y) / 2) * this.canvas.clientHeight];
     }
 

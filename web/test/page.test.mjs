@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import {readFileSync, writeFileSync} from 'node:fs';
 import {join} from 'node:path';
 import {after, before, test} from 'node:test';
-import {folder, getExtent, getHeights, launch, look, open, readout, writeLargeScene, writeScenes} from './support.mjs';
+import {folder, getExtentAfter, getHeights, launch, look, open, readout, writeLargeScene, writeScenes} from './support.mjs';
 
 const MILLIMETRE = 0.001;
 let browser;
@@ -51,14 +51,12 @@ test('the whole scene is beside the panel, or fills the canvas without it', asyn
     const {page, byId} = await open(browser, 'survey.html');
     const panel = await page.locator('#panel').boundingBox();
     for (const act of ['reset', 'top']) {
-        await byId(act).click();
-        const {left, right, top, bottom} = await getExtent(page);
+        const {left, right, top, bottom} = await getExtentAfter(byId(act));
         assert.ok(left > panel.x + panel.width && right < 1000 && top > 0 && bottom < 700, act);
         assert.ok(right - left > 650 || bottom - top > 650, act);
     }
-    await byId('fold').click();
-    await byId('canvas').press('t');
-    const {left, right, top, bottom} = await getExtent(page);
+    await byId('fold').evaluate(button => button.click());
+    const {left, right, top, bottom} = await getExtentAfter(byId('top'));
     assert.ok(Math.abs(left + right - 1000) < 1 && Math.abs(top + bottom - 700) < 1);
     await page.context().close();
 });

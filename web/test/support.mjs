@@ -73,9 +73,10 @@ export const look = page =>
         return {drawn: (4 * drawn) / data.length, reddish: (4 * reddish) / data.length, black: (4 * black) / data.length, sum};
     });
 
-/** The smallest and largest x and y on the canvas of the corners of the scene. */
-export const getExtent = page =>
-    page.evaluate(() => {
+/** Presses a button; then, before another frame is drawn, the smallest and largest x and y on the canvas of the corners of the scene. */
+export const getExtentAfter = button =>
+    button.evaluate(element => {
+        element.click();
         const {low, high} = window.view.box;
         const numbers = [0, 1, 2, 3, 4, 5, 6, 7];
         const places = numbers.map(n => window.view.project([0, 1, 2].map(k => (n & (1 << k) ? high : low)[k])));
