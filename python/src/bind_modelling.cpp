@@ -83,10 +83,10 @@ void simplify(Surface& surface, const PointArray& points, const std::vector<Segm
 }
 
 /// Ids of vertices follow the first corner at each place.
-void importTriangles(Surface& surface, const PointArray& corners, bool bRepair) {
+void importTriangles(Surface& surface, const PointArray& corners, bool bRepair, nb::object progress) {
     const double* aCoordinates = corners.data();
     const size_t num = corners.shape(0);
-    EngineCall call({{&surface, Guarded::WRITE}});
+    EngineCall call({{&surface, Guarded::WRITE}}, std::move(progress));
     call.run([&] {
         std::vector<Point2> vCorners;
         vCorners.reserve(num);
@@ -103,7 +103,7 @@ void importTriangles(Surface& surface, const PointArray& corners, bool bRepair) 
 
 void bindModelling(nb::module_& module) {
     module.def("import_triangles", &importTriangles, nb::arg("surface"), nb::arg("corners").noconvert(),
-               nb::arg("repair"));
+               nb::arg("repair"), nb::arg("progress").none());
     module.def("simplify", &simplify, nb::arg("surface"), nb::arg("points").noconvert(), nb::arg("lines"),
                nb::arg("max_error"), nb::arg("certified"), nb::arg("threads"), nb::arg("progress").none(),
                "Fills an empty surface. A vertex at the place of points has the row of the first of them as its id.");

@@ -2,6 +2,9 @@
 #include <nanobind/stl/shared_ptr.h>
 #include <nanobind/stl/vector.h>
 
+#include <algorithm>
+#include <limits>
+
 #include "arrays.h"
 #include "bindings.h"
 #include "run.h"
@@ -14,6 +17,17 @@ Zone2* getZoneOrAll(Surface& surface, const ZoneHandle* pHandle) { return pHandl
 void prepareAll(Surface& surface) {
     EngineCall call({{&surface, Guarded::WRITE}});
     call.runShort([&] { surface.getAll(); });
+}
+
+std::shared_ptr<const TriangleRows> ZoneHandle::getTriangles() const {
+    const std::lock_guard lock(trianglesMutex_);
+    if (!pTriangles_ || versionOfTriangles_ != pSurface_->getVersion()) {
+        std::vector<Triangle2*> vTriangles;
+        pZone_->getTriangles(vTriangles);
+        pTriangles_ = std::make_shared<const TriangleRows>(vTriangles);
+        versionOfTriangles_ = pSurface_->getVersion();
+    }
+    return pTriangles_;
 }
 
 namespace {
@@ -55,6 +69,28 @@ Handle createOfPolygon(const std::shared_ptr<Surface>& pSurface, const SegmentAr
     });
 }
 
+/// To be called once: the handle owns the zone.
+Handle takeImported(const std::shared_ptr<Surface>& pSurface) {
+    Zone2* pZone = nullptr;
+    EngineCall call({{pSurface.get(), Guarded::WRITE}});
+    call.run([&] {
+        pZone = pSurface->getMesh().getImportedZone();
+        if (pZone && pZone->getNumberOfTriangles() == pSurface->getMesh().numberOfTriangles()) pZone = nullptr;
+    });
+    return pZone ? std::make_shared<ZoneHandle>(pSurface, pZone) : nullptr;
+}
+
+/// Rows are those of the surface as it is now.
+Handle createOfRows(const std::shared_ptr<Surface>& pSurface, const std::vector<size_t>& vRows) {
+    return create(pSurface, "the zone has no triangles", [&] {
+        std::vector<Triangle2*> vAll, vTriangles;
+        pSurface->getMesh().getTrianglePointers(vAll);
+        for (const size_t row : vRows) vTriangles.push_back(vAll.at(row));
+        pSurface->noteChange();
+        return pSurface->getMesh().createZone(vTriangles, false);
+    });
+}
+
 /// The four set operations, in the order of Python's & | - ^.
 Handle combine(const Handle& pFirst, const Handle& pSecond, int operation) {
     using Operation = Zone2* (*)(Zone2*, Zone2*);
@@ -86,6 +122,42 @@ Array<std::int32_t> getRows(const ZoneHandle& handle) {
     return toArray(std::move(vRows));
 }
 
+/// Whether a place that is in a triangle lies in, or on the border of, one of a list.
+bool isAtOneOf(const TriangleRows& triangles, const Taro_2D& mesh, const Triangle2* pT, const Point2& place) {
+    if (!pT || triangles.getRow(pT) >= 0) return pT != nullptr;
+    for (int i = 0; i < 3; ++i) {
+        Point2* pCorner = pT->getCorner(i);
+        const Point2* pNext = pT->getCorner((i + 1) % 3);
+        if (triangles.getRow(pT->getOppositeTriangle((i + 2) % 3)) >= 0 &&
+            mesh.getOrientation(*pCorner, *pNext, place) == ORIENTATION2_COLLINEAR)
+            return true;
+        if (pCorner->x() != place.x() || pCorner->y() != place.y()) continue;
+        std::vector<Triangle2*> vAround;
+        mesh.getIncidentTriangles(pCorner, vAround);
+        return std::any_of(vAround.begin(), vAround.end(), [&](Triangle2* pA) { return triangles.getRow(pA) >= 0; });
+    }
+    return false;
+}
+
+/// NaN outside the zone.
+Array<double> getHeights(const ZoneHandle& handle, const PlaceArray& places) {
+    const double* aPlaces = places.data();
+    const size_t num = places.shape(0);
+    std::vector<double> vHeights(num);
+    EngineCall call({{handle.getSurface().get(), Guarded::READ}});
+    call.run([&] {
+        const Taro_2D& mesh = handle.getSurface()->getMesh();
+        const auto pTriangles = handle.getTriangles();
+        mesh.getHeights(num, aPlaces, vHeights.data());
+        for (size_t i = 0; i < num; ++i) {
+            const Point2 place(aPlaces[2 * i], aPlaces[2 * i + 1], 0.0);
+            if (!isAtOneOf(*pTriangles, mesh, mesh.locate(place), place))
+                vHeights[i] = std::numeric_limits<double>::quiet_NaN();
+        }
+    });
+    return toArray(std::move(vHeights));
+}
+
 Array<double> getBorder(const ZoneHandle& handle) {
     std::vector<double> vCoordinates;
     EngineCall call({{handle.getSurface().get(), Guarded::READ}});
@@ -108,9 +180,12 @@ void bindZones(nb::module_& module) {
         .def_static("all", &createGlobal, nb::arg("surface"))
         .def_static("of_breaklines", &createOfBreaklines, nb::arg("surface"), nb::arg("numbers"), nb::arg("inside"))
         .def_static("of_polygon", &createOfPolygon, nb::arg("surface"), nb::arg("segments").noconvert())
+        .def_static("of_rows", &createOfRows, nb::arg("surface"), nb::arg("rows"))
+        .def_static("imported", &takeImported, nb::arg("surface"), "After an import; None if it covers everything.")
         .def_static("combine", &combine, nb::arg("first"), nb::arg("second"), nb::arg("operation"),
                     "Operation 0 is &, 1 is |, 2 is -, 3 is ^.")
         .def("areas", &getAreas, "In x-y, and in space.")
         .def("rows", &getRows, "The rows of its triangles.")
+        .def("heights", &getHeights, nb::arg("places").noconvert(), "NaN outside the zone.")
         .def("border", &getBorder, "The border as segments, the zone on their left.");
 }

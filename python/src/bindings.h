@@ -3,8 +3,10 @@
 #include <nanobind/nanobind.h>
 
 #include <memory>
+#include <mutex>
 
 #include "Surface.h"
+#include "TriangleRows.h"
 
 /// Each adds one topic to the module. Zones come after surfaces, and all others after zones.
 void bindSurface(nanobind::module_& module);
@@ -33,11 +35,16 @@ class ZoneHandle {
     }
     const std::shared_ptr<Surface>& getSurface() const { return pSurface_; }
     LUMO_TARO25D::Zone2* get() const { return pZone_; }
+    /// The triangles as they are now. For readers of the surface, several at once.
+    std::shared_ptr<const TriangleRows> getTriangles() const;
 
   private:
     std::shared_ptr<Surface> pSurface_;
     LUMO_TARO25D::Zone2* pZone_;
     std::shared_ptr<ZoneHandle> pFirst_, pSecond_;
+    mutable std::mutex trianglesMutex_;
+    mutable std::shared_ptr<const TriangleRows> pTriangles_;
+    mutable std::uint64_t versionOfTriangles_ = 0;
 };
 
 /// A zone of a surface, or all of it for null, and the surface that it is of. For work that only reads: what has to be

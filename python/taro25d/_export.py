@@ -41,11 +41,11 @@ def plot(tin: Triangulation, ax: Any, colors: Any) -> Any:
     """Draw the surface in colours of its heights, with its breaklines, seen from above."""
     pyplot = require("matplotlib.pyplot", "plot")
     axes = pyplot.gca() if ax is None else ax
-    x, y, z = tin.points.T
-    if len(tin.triangles):
-        drawn = axes.tripcolor(x, y, tin.triangles, z, shading="gouraud", cmap=colors)
+    points, triangles = tin.faces()
+    if len(triangles):
+        drawn = axes.tripcolor(*points[:, :2].T, triangles, points[:, 2], shading="gouraud", cmap=colors)
         axes.figure.colorbar(drawn, ax=axes, label="height")
     for edge in tin.edges_constrained:
-        axes.plot(x[edge], y[edge], color="black", linewidth=0.8)
+        axes.plot(*tin.points[edge, :2].T, color="black", linewidth=0.8)
     axes.set_aspect("equal")
     return axes

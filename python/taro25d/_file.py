@@ -8,6 +8,9 @@ from os import PathLike
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
+import numpy as np
+from numpy.typing import NDArray
+
 from . import _engine, crs
 from ._progress import Progress, showing
 from .errors import FormatError, RefusedError
@@ -21,7 +24,10 @@ def _make_text(tin: Triangulation) -> str:
     """Make the text that is stored in the file with the mesh."""
     positions, next_id = _engine.state(tin._surface)
     system = None if tin.crs is None else tin.crs.to_wkt()
-    return json.dumps({"crs": system, "next_id": next_id, "breaklines": positions})
+    known = {"crs": system, "next_id": next_id, "breaklines": positions}
+    if tin._part is not None:
+        known["fill"] = tin.ids[np.delete(tin.triangles, tin._part.rows(), axis=0)].tolist()
+    return json.dumps(known)
 
 
 def save(tin: Triangulation, path: Path) -> None:
@@ -52,6 +58,16 @@ def _fill(tin: Triangulation, path: Path, progress: Progress = False) -> None:
     known = _parse(text)
     _engine.restore(tin._surface, known["breaklines"], known["next_id"])
     tin.crs = crs.normalise(known["crs"])
+    if len(known["fill"]):
+        filled = _list_corners(tin.ids[tin.triangles])
+        tin._part = _engine.Zone.of_rows(
+            tin._surface, np.flatnonzero(~np.isin(filled, _list_corners(known["fill"]))).tolist()
+        )
+
+
+def _list_corners(triangles: NDArray[np.int64]) -> NDArray[Any]:
+    """Make one value of each triangle, whatever the order of its corners."""
+    return np.ascontiguousarray(np.sort(triangles, axis=1)).view([("", np.int64)] * 3).ravel()
 
 
 def _parse(text: str) -> dict[str, Any]:
@@ -59,9 +75,10 @@ def _parse(text: str) -> dict[str, Any]:
     try:
         known = json.loads(text)
         positions = [int(position) for position in known["breaklines"] if position >= 0]
-        return {"crs": known["crs"], "next_id": int(known["next_id"]), "breaklines": positions}
-    except (ValueError, TypeError, KeyError):
-        return {"crs": None, "next_id": -1, "breaklines": list(range(1_000_000))}
+        fill = np.array(known.get("fill", []), dtype=np.int64).reshape(-1, 3)
+        return {"crs": known["crs"], "next_id": int(known["next_id"]), "breaklines": positions, "fill": fill}
+    except (ValueError, TypeError, KeyError, OverflowError):
+        return {"crs": None, "next_id": -1, "breaklines": list(range(1_000_000)), "fill": []}
 
 
 def get_state(tin: Triangulation) -> dict[str, Any]:

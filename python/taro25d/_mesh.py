@@ -65,6 +65,7 @@ class Mesh:
         self._threads, self._height_rule = threads, height_rule
         self._cache: _Arrays | None = None
         self._surface = _engine.Surface()
+        self._part: _engine.Zone | None = None  # the surface, where the mesh, which is convex, is more than that
         self._surface.set_threads(threads)
         self._surface.set_height_rule(_HEIGHT_RULES.index(height_rule))
 
@@ -271,12 +272,13 @@ class Mesh:
         xs, ys = np.broadcast_arrays(np.asarray(x, dtype=np.float64), np.asarray(y, dtype=np.float64))
         places = np.empty((*xs.shape, 2))
         places[..., 0], places[..., 1] = xs, ys
-        heights = self._surface.heights(places.reshape(-1, 2)).reshape(xs.shape)
+        asked = self._surface if self._part is None else self._part
+        heights = asked.heights(places.reshape(-1, 2)).reshape(xs.shape)
         return heights if xs.shape else float(heights)
 
     def _engine_zone(self, zone: Zone | None) -> _engine.Zone | None:
         if zone is None:
-            return None
+            return self._part
         if zone.triangulation is not self:
             raise InvalidInputError("zone: a zone of this triangulation is expected")
         return zone._engine

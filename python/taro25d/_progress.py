@@ -26,12 +26,12 @@ class Bar:
 
     def __call__(self, phase: str, fraction: float) -> None:
         """Show a fraction of a phase."""
-        if not phase or time.monotonic() < self._start:
-            return
+        if not phase or time.monotonic() < self._start or (fraction >= 1 and phase != self._last[0]):
+            return  # a phase that is over does not begin
+        last, self._last = self._last, (phase, int(4 * fraction))
         if self._terminal:
             self._draw(phase, fraction)
-        elif self._last != (phase, int(4 * fraction)):
-            self._last = (phase, int(4 * fraction))
+        elif last != self._last:
             print(f"{phase}: {100 * fraction:.0f} %", file=self._stream, flush=True)
 
     def _draw(self, phase: str, fraction: float) -> None:
@@ -51,12 +51,11 @@ class showing:  # noqa: N801 - reads as a word in a with statement
     """A context that turns the user's argument into a function for the engine, and closes the bar at the end."""
 
     def __init__(self, progress: Progress) -> None:
-        self._bar = Bar() if progress is True else None
-        self._function = self._bar if self._bar is not None else (progress or None)
+        self._function = Bar() if progress is True else (progress or None)
 
     def __enter__(self) -> ProgressFunction | None:
-        return self._function  # type: ignore[return-value]
+        return self._function
 
     def __exit__(self, *exception: object) -> None:
-        if self._bar is not None:
-            self._bar.close()
+        if isinstance(self._function, Bar):
+            self._function.close()

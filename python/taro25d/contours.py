@@ -97,8 +97,7 @@ def get_levels(interval: float | None, levels: ArrayLike | None, base: float, lo
 
 def make_contours(tin: Triangulation, levels: FloatArray, zone: Zone | None) -> Contours:
     """Ask the engine for contours."""
-    engine_zone = None if zone is None else zone._engine
-    coords, starts, positions = _engine.contours(tin._surface, engine_zone, levels.tolist())
+    coords, starts, positions = _engine.contours(tin._surface, tin._engine_zone(zone), levels.tolist())
     parts = np.split(coords, starts[1:-1]) if len(positions) else []
     return Contours((Contour(float(levels[k]), part) for k, part in zip(positions, parts, strict=True)), tin.crs)
 
@@ -121,6 +120,9 @@ def make_profile(tin: Triangulation, lines: list[FloatArray]) -> tuple[FloatArra
     """Get distance and height along a line, with NaN as height between pieces where there is no surface."""
     segments = as_segments([np.column_stack([line[:, :2], np.zeros(len(line))]) for line in lines], False, "line")
     pieces, owners = _engine.drape(tin._surface, segments)
+    if tin._part is not None:
+        inside = ~np.isnan(tin.heights(*pieces[..., :2].mean(axis=1).T))
+        pieces, owners = pieces[inside], owners[inside]
     lengths = np.hypot(*(segments[:, 1] - segments[:, 0])[:, :2].T)
     before = np.concatenate([[0.0], np.cumsum(lengths)])[owners]
     starts = segments[owners, 0, :2]

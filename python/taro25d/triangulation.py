@@ -14,10 +14,10 @@ from . import _engine, _export
 from . import crs as crs_module
 from ._geometry import FloatArray, LineLike, PolygonLike, as_lines, as_points, check_finite, crs_of
 from ._mesh import Conflict, Mesh
-from ._progress import Progress
+from ._progress import Progress, showing
 from .breakline import Breakline
 from .contours import Bands, Contours, get_levels, make_bands, make_contours, make_profile
-from .errors import InvalidInputError
+from .errors import InvalidInputError, RefusedError
 from .raster import Raster, find_frame, make_raster
 from .volume import Volume
 from .zone import Zone, zone_of_all, zone_of_breaklines, zone_of_polygon
@@ -69,12 +69,15 @@ class Triangulation(Mesh):
         if polygon is not None and breaklines is not None:
             raise InvalidInputError("polygon, breaklines: one of the two is expected")
         if breaklines is not None:
-            return zone_of_breaklines(self, breaklines, inside)
-        if polygon is None:
+            within = zone_of_breaklines(self, breaklines, inside)
+        elif polygon is None:
             return zone_of_all(self)
-        crs_module.merge(self.crs, crs_of(polygon), "polygon")
-        within = zone_of_polygon(self, polygon)
-        return within if inside else zone_of_all(self) - within
+        else:
+            crs_module.merge(self.crs, crs_of(polygon), "polygon")
+            within = zone_of_polygon(self, polygon)
+            if not inside:
+                return zone_of_all(self) - within
+        return within if self._part is None else within & zone_of_all(self)
 
     def contours(
         self,
@@ -173,11 +176,19 @@ class Triangulation(Mesh):
 
     @classmethod
     def from_triangles(
-        cls, points: ArrayLike | Any, triangles: ArrayLike | None = None, repair: bool = False, *, crs: Any = None
+        cls,
+        points: ArrayLike | Any,
+        triangles: ArrayLike | None = None,
+        repair: bool = False,
+        *,
+        crs: Any = None,
+        progress: Progress = False,
     ) -> Triangulation:
         """Make a triangulation of given triangles. They are imported unchanged, and edges that are not Delaunay are kept.
 
-        The ids are new. The ground between the triangles and their convex hull is filled.
+        The ids are new. A mesh is convex, so the ground between the given triangles and their hull is filled with others,
+        without new points. Those are in ``triangles``, and belong neither to the surface nor to any zone: ``faces()`` and
+        files do not contain them, and heights there are NaN.
 
         Parameters
         ----------
@@ -201,13 +212,22 @@ class Triangulation(Mesh):
             raise InvalidInputError(f"points: corners (m, 3, 3) are expected, not the shape {corners.shape}")
         check_finite(corners.reshape(-1, 3), "points")
         tin = cls(crs=crs_module.merge(crs_module.normalise(crs), crs_of(points), "points"))
-        _engine.import_triangles(tin._surface, np.ascontiguousarray(corners.reshape(-1, 3)), repair)
+        try:
+            with showing(progress) as show:
+                _engine.import_triangles(tin._surface, np.ascontiguousarray(corners.reshape(-1, 3)), repair, show)
+        except RefusedError as error:
+            raise RefusedError(
+                f"{error}" + ("" if repair else "; with repair=True such triangles are left out")
+            ) from error
+        tin._part = _engine.Zone.imported(tin._surface)
         return tin
 
     def copy(self) -> Triangulation:
         """Make another triangulation with the same ids, triangles and breaklines, and without zones."""
         other = type(self)(crs=self.crs, threads=self._threads, height_rule=self._height_rule)
         other._surface = self._surface.copy()
+        if self._part is not None:
+            other._part = _engine.Zone.of_rows(other._surface, self._part.rows().tolist())
         return other
 
     def __copy__(self) -> Triangulation:
@@ -217,11 +237,11 @@ class Triangulation(Mesh):
         return self.copy()
 
     def faces(self, zone: Zone | None = None) -> tuple[FloatArray, NDArray[np.int32]]:
-        """Return the points and triangles of a zone, and the rows of these points in ``points``."""
-        if zone is None:
+        """Return the points and triangles of a zone, or of the whole surface; triangles hold rows of these points."""
+        part = self._engine_zone(zone)
+        if part is None:
             return self.points, self.triangles
-        self._engine_zone(zone)
-        used, rows = np.unique(self.triangles[zone.triangles], return_inverse=True)
+        used, rows = np.unique(self.triangles[part.rows()], return_inverse=True)
         return self.points[used], rows.reshape(-1, 3).astype(np.int32)
 
     def write(

@@ -41,14 +41,19 @@ class Volume:
         self, before: Triangulation, after: Triangulation, zone: Zone | None, threshold: float, progress: Progress
     ) -> None:
         self._surfaces = (before, after, zone, threshold)
+        self._progress = progress
         self._versions = self._get_versions()
         with showing(progress) as show:
-            totals = _engine.compare(before._surface, before._engine_zone(zone), after._surface, None, threshold, show)
+            totals = _engine.compare(*self._get_parts(), threshold, show)
         self.cut, self.fill, self.cut_area, self.fill_area, self.unchanged_area = totals
         self._components: list[Component] | None = None
 
     def __repr__(self) -> str:
         return f"<Volume: cut {self.cut:g}, fill {self.fill:g}>"
+
+    def _get_parts(self) -> tuple[_engine.Surface, _engine.Zone | None, _engine.Surface, _engine.Zone | None]:
+        before, after, zone, _ = self._surfaces
+        return before._surface, before._engine_zone(zone), after._surface, after._engine_zone(None)
 
     def _get_versions(self) -> tuple[int, int]:
         before, after, _, _ = self._surfaces
@@ -66,10 +71,8 @@ class Volume:
         if self._components is None:
             if self._versions != self._get_versions():
                 raise RefusedError("a surface has changed since the volume was computed: compute it again")
-            before, after, zone, threshold = self._surfaces
-            found = _engine.components(
-                before._surface, before._engine_zone(zone), after._surface, None, threshold, None
-            )
+            with showing(self._progress) as show:
+                found = _engine.components(*self._get_parts(), self._surfaces[-1], show)
             self._components = [
                 Component(_KINDS[kind], vol, area, join_rings(rings)) for kind, vol, area, rings in found
             ]

@@ -101,8 +101,8 @@ def zone_of_breaklines(tin: Mesh, breaklines: Breakline | Sequence[Breakline], i
 
 
 def zone_of_all(tin: Mesh) -> Zone:
-    """Make the zone of all triangles."""
-    return Zone(tin, _engine.Zone.all(tin._surface))
+    """Make the zone of the whole surface."""
+    return Zone(tin, tin._part if tin._part is not None else _engine.Zone.all(tin._surface))
 
 
 def _zone_of_ring(tin: Mesh, ring: FloatArray) -> Zone:

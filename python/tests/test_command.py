@@ -164,6 +164,10 @@ def test_wrong_usage_is_status_2(arguments: str, folder: pathlib.Path) -> None:
         ("build ground.laz nowhere/a.obj", "nowhere/a.obj"),
         ("mesh before.xyz a.obj --max-edge 1e-9", "before.xyz"),
         ("contour ground.laz a.gpkg --interval 1e-9", "ground.laz"),
+        ("convert far.obj a.ply", "far.obj: a face has a corner that is not there"),
+        ("info bomb.xml", "bomb.xml"),
+        ("contour cut.ply a.gpkg --interval 1", "cut.ply"),
+        ("volume feet.xml before.xyz", "feet.xml: x and y are in foot and heights in meter"),
         ("tile away.laz out", "away.laz"),
         ("tile ground.laz empty.xyz out --workers 1", "empty.xyz"),
     ],
@@ -172,12 +176,31 @@ def test_unusable_data_is_status_1(arguments: str, named: str, folder: pathlib.P
     (folder / "line.xyz").write_text("0 0 0\n1 1 1\n2 2 2\n")
     (folder / "nan.xyz").write_text("nan 0 0\n1 nan 1\n2 2 nan\n")
     (folder / "empty.xyz").write_text("")
+    (folder / "far.obj").write_text("v 0 0 0\nv 1 0 0\nf 1 2 3\n")
+    (folder / "cut.ply").write_text("ply\nformat ascii 1.0\nelement vertex 3\n")
+    (folder / "bomb.xml").write_text('<!DOCTYPE LandXML [<!ENTITY a "ha">]><LandXML>&a;</LandXML>')
+    units = '<Units><Imperial linearUnit="foot" elevationUnit="meter"/></Units>'
+    (folder / "feet.xml").write_text(f"<LandXML>{units}<Surface/></LandXML>")
     before = sorted(folder.iterdir())
     done = run(*arguments.split(), folder=folder)
     assert (done.returncode, done.stdout) == (1, ""), done.stderr
     assert named in done.stderr.splitlines()[-1]
     assert "Traceback" not in done.stderr
     assert sorted(folder.iterdir()) == before
+
+
+def test_surfaces_of_files_stay_as_they_are(folder: pathlib.Path) -> None:
+    faces = "f 1 2 5\nf 2 3 5\nf 3 4 5\n"
+    (folder / "bay.obj").write_text("v 0 0 1\nv 9 0 1\nv 9 9 1\nv 0 9 1\nv 4 4 6\n" + faces + "f 1 2 3\n")
+    (folder / "path.xyz").write_text("0 4 0\n9 4 0\n")
+    done = run("convert", "bay.obj", "bay.xml", folder=folder)
+    assert done.returncode == 0
+    assert "left out are 1 of 4" in done.stderr
+    assert run("convert", "bay.xml", "again.obj", folder=folder).stderr == ""
+    assert len(taro25d.read(folder / "again.obj").faces()[1]) == 3
+    assert json.loads(run("info", "bay.xml", "--json", folder=folder).stdout)["triangles"] == 3
+    profile = json.loads(run("profile", "bay.xml", "--line", "path.xyz", "--json", folder=folder).stdout)
+    assert profile["distance"][0] == pytest.approx(4)
 
 
 def test_few_points_and_their_lines(folder: pathlib.Path) -> None:

@@ -32,7 +32,10 @@ def read(source: Path, classes: Sequence[int] = ()) -> Points | Triangulation:
     if classes and not las:
         raise click.BadParameter(f"{source} is no LAS file, and has no classes", param_hint="--class")
     try:
-        return io.read(source, **({"classes": list(classes)} if classes else {}))
+        options: dict[str, Any] = {"classes": list(classes)} if classes else {}
+        if "repair" in io.options_of(source):
+            options["repair"] = True
+        return io.read(source, progress=Bar(delay=1.0), **options)
     except InvalidInputError as error:
         raise FormatError(str(error)) from error
 

@@ -7,6 +7,7 @@ from pathlib import Path
 from typing import Any
 
 import numpy as np
+from numpy.typing import NDArray
 
 from .. import io
 from .._geometry import FloatArray
@@ -27,7 +28,7 @@ def info(file: Path, json: bool) -> None:
         "points": len(points),
     }
     if isinstance(data, Triangulation):
-        result |= {"triangles": len(data.triangles), "breaklines": len(data.breaklines)}
+        result |= {"triangles": len(data.faces()[1]), "breaklines": len(data.breaklines)}
     if isinstance(data, Points) and "classification" in data.attributes:
         classes, numbers = np.unique(data.attributes["classification"], return_counts=True)
         result["classes"] = {str(k): int(num) for k, num in zip(classes, numbers, strict=True)}
@@ -103,8 +104,8 @@ def _list_conflicts(tin: Triangulation, tolerance: float) -> list[dict[str, floa
     return conflicts
 
 
-def _edges(tin: Triangulation) -> tuple[Any, Any]:
-    ends = np.concatenate([tin.triangles[:, [0, 1]], tin.triangles[:, [1, 2]], tin.triangles[:, [2, 0]]])
+def _edges(triangles: NDArray[np.int32]) -> tuple[Any, Any]:
+    ends = np.concatenate([triangles[:, [0, 1]], triangles[:, [1, 2]], triangles[:, [2, 0]]])
     ends = np.unique(np.sort(ends, axis=1), axis=0)
     return np.concatenate([ends[:, 0], ends[:, 1]]), np.concatenate([ends[:, 1], ends[:, 0]])
 
@@ -114,20 +115,22 @@ def _find_spikes(tin: Triangulation, tolerance: float) -> tuple[FloatArray, Floa
 
     Far is ten times the median height difference along edges, and more than the tolerance.
     """
-    if not len(tin.triangles):
+    points, triangles = tin.faces()
+    if not len(triangles):
         return np.empty((0, 3)), np.empty((0, 3))
-    start, end = _edges(tin)
-    rise = tin.points[start, 2] - tin.points[end, 2]
+    start, end = _edges(triangles)
+    rise = points[start, 2] - points[end, 2]
     far = max(tolerance, 10 * float(np.median(np.abs(rise))))
-    above, below = np.full(len(tin.points), np.inf), np.full(len(tin.points), np.inf)
+    above, below = np.full(len(points), np.inf), np.full(len(points), np.inf)
     np.minimum.at(above, start, rise)
     np.minimum.at(below, start, -rise)
-    return tin.points[above > far], tin.points[below > far]
+    return points[above > far], points[below > far]
 
 
 def _find_gaps(tin: Triangulation) -> dict[str, Any]:
     """Find triangles that are ten times larger than usual in both directions."""
-    corners = tin.points[tin.triangles][..., :2]
+    points, triangles = tin.faces()
+    corners = points[triangles][..., :2]
     if not len(corners):
         return {"gaps": 0, "gap_area": 0.0}
     sides = np.linalg.norm(corners - np.roll(corners, 1, axis=1), axis=2)

@@ -7,6 +7,7 @@ from os import PathLike
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, NamedTuple
 
+from .._progress import Progress
 from ..errors import InvalidInputError
 from ..points import Points
 from ._files import reading, writing
@@ -24,6 +25,7 @@ __all__ = [
     "appending_contours",
     "endings",
     "find_format",
+    "options_of",
     "read",
     "read_lines",
     "read_polygons",
@@ -57,11 +59,11 @@ FORMATS = (
     Format(".shp", "Shapefile", "vector.read", "vector.write"),
     Format(".geojson", "GeoJSON", "vector.read", "vector.write"),
     Format(".json", "GeoJSON", "vector.read", "vector.write"),
-    Format(".dxf", "DXF", None, "dxf.write"),
-    Format(".xml", "LandXML", None, "landxml.write"),
-    Format(".obj", "OBJ", None, "mesh.write_obj"),
-    Format(".ply", "PLY", None, "mesh.write"),
-    Format(".vtk", "VTK", None, "mesh.write"),
+    Format(".dxf", "DXF", "dxf.read", "dxf.write"),
+    Format(".xml", "LandXML", "landxml.read", "landxml.write"),
+    Format(".obj", "OBJ", "mesh.read", "mesh.write_obj"),
+    Format(".ply", "PLY", "mesh.read", "mesh.write"),
+    Format(".vtk", "VTK", "mesh.read", "mesh.write"),
     Format(".glb", "glTF", None, "scene.write_glb"),
     Format(".html", "page", None, "scene.write_html"),
     Format(".taro", "triangulation", "native.read", "native.write"),
@@ -91,26 +93,48 @@ def _function(name: str | None) -> Any:
     return getattr(importlib.import_module(f".{module}", __name__), function)
 
 
-def read(path: str | PathLike[str], **options: Any) -> Points | Triangulation:
-    """Read a file, by its ending: ``Points`` of formats of points and rasters, a ``Triangulation`` of a ``.taro`` file.
+def _options(function: Any) -> set[str]:
+    return set(function.__code__.co_varnames[1 : function.__code__.co_argcount])
+
+
+def options_of(path: Path) -> set[str]:
+    """Get the options with which a file can be read."""
+    return _options(_function(find_format(path, for_reading=True).reads))
+
+
+def read(path: str | PathLike[str], *, progress: Progress = False, **options: Any) -> Points | Triangulation:
+    """Read a file, by its ending: ``Points`` of formats of points and rasters, a ``Triangulation`` of formats of meshes.
+
+    A triangulation has the faces of the file unchanged; see ``Triangulation.from_triangles``. A file without faces, but with
+    points and lines, gives the triangulation of these.
 
     Parameters
     ----------
     path
         The file.
+    progress
+        True for a bar on standard error, or a function of a phase and the fraction of it that is done.
     classes
         For LAS and LAZ: the classes to keep, such as ``[2]`` for ground; all without it.
     band
         For rasters: which band holds the heights, from 1.
     layer
-        For GeoPackages: which layer to read.
+        For GeoPackages and DXF: which layer to read.
+    surface
+        For LandXML: the name of the surface; the first one without it.
+    repair
+        For meshes: whether faces that are degenerate, or lie over earlier ones, are left out with a warning. Otherwise such
+        a file is refused.
     """
     file = Path(path)
     function = _function(find_format(file, for_reading=True).reads)
-    unknown = set(options) - set(function.__code__.co_varnames[1 : function.__code__.co_argcount])
+    possible = _options(function)
+    unknown = set(options) - possible
     if unknown:
         raise InvalidInputError(f"{file}: the option {unknown.pop()} means nothing for this format")
     with reading(file):
+        if "progress" in possible:
+            options["progress"] = progress
         return function(file, **options)  # type: ignore[no-any-return]
 
 

@@ -35,7 +35,8 @@ def reading(path: Path) -> Iterator[None]:
     except MemoryError as error:
         raise FormatError(f"{path}: this needs more memory than there is") from error
     except OSError as error:
-        raise FileError(_named(path, error.strerror or str(error))) from error
+        kind = FormatError if error.errno is None else FileError  # one that the system did not raise
+        raise kind(_named(path, error.strerror or str(error))) from error
     except Exception as error:
         raise FormatError(f"{path}: {_reason(error)}") from error
     except BaseException as error:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Iterator
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
@@ -9,6 +10,9 @@ import numpy as np
 
 from .._geometry import FloatArray
 from .._optional import require
+from .._progress import Progress
+from ..errors import FormatError
+from ._polygons import split
 
 if TYPE_CHECKING:
     from ..contours import Contours
@@ -16,32 +20,100 @@ if TYPE_CHECKING:
     from ..zone import Zone
 
 
+def read(path: Path, layer: str | None = None, repair: bool = False, progress: Progress = False) -> Triangulation:
+    """Read faces (3DFACE, meshes, polyface meshes) as the surface; without any, points and lines, which become breaklines."""
+    from ..triangulation import Triangulation
+
+    entities = _select(_open(path), layer)
+    corners = [triangle for entity in entities for face in _faces(entity) for triangle in face]
+    if corners:
+        return Triangulation.from_triangles(np.stack(corners), repair=repair, progress=progress)
+    lines = _lines(entities)
+    points = [tuple(entity.dxf.location) for entity in entities if entity.dxftype() == "POINT"]
+    if not points and not lines:
+        blocks = any(entity.dxftype() == "INSERT" for entity in entities)
+        raise FormatError("there are no faces, points or lines" + ("; explode the blocks first" if blocks else ""))
+    ends = [line for line, _, _ in lines]
+    tin = Triangulation(np.concatenate([np.array(points).reshape(-1, 3), *ends]), progress=progress)
+    for line, closed, name in lines:
+        tin.add_breakline(line, closed=closed, name=name)
+    return tin
+
+
 def read_lines(path: Path) -> list[tuple[FloatArray, bool, str]]:
     """Read polylines and lines: points, whether closed, and the layer."""
-    return _lines(_open(path))
+    return _lines(_select(_open(path), None))
 
 
 def _open(path: Path) -> Any:
+    """Open a drawing; one with faults in its structure in a more patient way."""
     ezdxf = require("ezdxf")
-    return ezdxf.readfile(path).modelspace()
+    try:
+        return ezdxf.readfile(path).modelspace()
+    except ezdxf.DXFStructureError:
+        document, _ = require("ezdxf.recover").readfile(path)
+        return document.modelspace()
 
 
-def _lines(space: Any) -> list[tuple[FloatArray, bool, str]]:
+def _select(space: Any, layer: str | None) -> list[Any]:
+    entities = [entity for entity in space if layer is None or entity.dxf.layer == layer]
+    if layer is not None and not entities:
+        raise FormatError(f"nothing is in the layer {layer}, but in {', '.join(sorted({e.dxf.layer for e in space}))}")
+    return entities
+
+
+def _faces(entity: Any) -> Iterator[FloatArray]:
+    """Get triangles (k, 3, 3) of an entity that has faces."""
+    kind = entity.dxftype()
+    if kind == "3DFACE":
+        yield _triangles([tuple(corner) for corner in entity.wcs_vertices()])
+    elif kind == "MESH":
+        points = np.array([tuple(vertex) for vertex in entity.vertices], dtype=np.float64)
+        yield points[split(points, [list(face) for face in entity.faces])]
+    elif kind == "POLYLINE" and entity.is_poly_face_mesh:
+        for face in entity.faces():
+            yield _triangles([tuple(vertex.dxf.location) for vertex in face[:-1]])
+    elif kind == "POLYLINE" and entity.is_polygon_mesh:
+        yield _grid(entity)
+
+
+def _triangles(corners: list[tuple[float, float, float]]) -> FloatArray:
+    """Divide a face; corners that are there twice count once."""
+    ring = [corner for k, corner in enumerate(corners) if corner != corners[k - 1]]
+    if len(ring) < 3:
+        return np.empty((0, 3, 3))
+    points = np.array(ring, dtype=np.float64)
+    return points[split(points, [list(range(len(ring)))])]
+
+
+def _grid(entity: Any) -> FloatArray:
+    """Divide the cells of a mesh of rows and columns of vertices."""
+    rows, columns = entity.dxf.m_count, entity.dxf.n_count
+    points = np.array([tuple(vertex.dxf.location) for vertex in entity.vertices], dtype=np.float64).reshape(-1, 3)
+    if rows * columns != len(points) or rows < 2 or columns < 2:
+        raise FormatError(f"a mesh has {len(points)} vertices, not {rows} by {columns}")
+    at = np.arange(rows * columns).reshape(rows, columns)
+    if entity.is_m_closed:
+        at = np.concatenate([at, at[:1]])
+    if entity.is_n_closed:
+        at = np.concatenate([at, at[:, :1]], axis=1)
+    a, b, c, d = at[:-1, :-1].ravel(), at[1:, :-1].ravel(), at[1:, 1:].ravel(), at[:-1, 1:].ravel()
+    triangles: FloatArray = points[np.concatenate([np.column_stack([a, b, c]), np.column_stack([a, c, d])])]
+    return triangles
+
+
+def _lines(entities: list[Any]) -> list[tuple[FloatArray, bool, str]]:
     lines = []
-    for entity in space.query("POLYLINE LWPOLYLINE LINE"):
-        kind, closed = entity.dxftype(), False
+    for entity in entities:
+        kind, closed, points = entity.dxftype(), False, []
         if kind == "LINE":
-            points = [entity.dxf.start.xyz, entity.dxf.end.xyz]
+            points = [entity.dxf.start, entity.dxf.end]
         elif kind == "LWPOLYLINE":
-            points = [(x, y, entity.dxf.elevation) for x, y in entity.get_points("xy")]
-            closed = bool(entity.closed)
-        elif entity.is_3d_polyline or entity.is_2d_polyline:
-            points = [vertex.dxf.location.xyz for vertex in entity.vertices]
-            closed = bool(entity.is_closed)
-        else:
-            continue  # meshes made of polylines
+            points, closed = list(entity.vertices_in_wcs()), bool(entity.closed)
+        elif kind == "POLYLINE" and (entity.is_3d_polyline or entity.is_2d_polyline):
+            points, closed = list(entity.points_in_wcs()), bool(entity.is_closed)
         if len(points) > 1:
-            lines.append((np.array(points, dtype=np.float64), closed, str(entity.dxf.layer)))
+            lines.append((np.array([tuple(p) for p in points], dtype=np.float64), closed, str(entity.dxf.layer)))
     return lines
 
 

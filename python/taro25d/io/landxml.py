@@ -5,66 +5,90 @@ from __future__ import annotations
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
-import numpy as np
-
+from .. import crs as crs_module
 from .._geometry import FloatArray
+from .._messages import warn
 from .._optional import require
-from ..errors import FormatError
+from .._progress import Progress
+from ..errors import CrsError, FormatError, InvalidInputError
+from ._landxml import METRES, Line, parse, read_lines, read_surface, select, split_boundaries
 
 if TYPE_CHECKING:
     from ..triangulation import Triangulation
     from ..zone import Zone
 
+__all__ = ["read", "read_lines", "write"]
+
 _NAMESPACE = "http://www.landxml.org/schema/LandXML-1.2"
-_METRES = {
-    "millimeter": 0.001, "centimeter": 0.01, "meter": 1.0, "kilometer": 1000.0, "inch": 0.0254, "foot": 0.3048,
-    "feet": 0.3048, "ussurveyfoot": 1200 / 3937, "mile": 1609.344,
-}  # fmt: skip
 
 
-def read_lines(path: Path) -> list[tuple[FloatArray, bool, str]]:
-    """Read breaklines and boundaries: points, whether closed, and the name."""
-    root = _parse(path)
-    lines = [(_point_list(e), False, e.get("name") or "") for e in _all(root, "Breakline")]
-    return lines + [(_point_list(e), True, e.get("name") or "") for e in _all(root, "Boundary")]
+def read(path: Path, surface: str | None = None, repair: bool = False, progress: Progress = False) -> Triangulation:
+    """Read a surface, the first one if none is named: its visible faces, or its points and lines where it has no faces."""
+    from ..triangulation import Triangulation
+
+    root = parse(path)
+    data, crs = read_surface(_choose(root, surface)), _read_crs(root)
+    if len(data.faces):
+        tin = Triangulation.from_triangles(data.points, data.faces, repair, crs=crs, progress=progress)
+    else:
+        tin = Triangulation(data.points, crs=crs, progress=progress)
+    for line in data.breaklines:
+        tin.add_breakline(line.points, name=line.name)
+    if not len(data.faces):
+        _limit(tin, data.boundaries)
+    if not len(tin):
+        raise FormatError("the surface has no points")
+    return tin
 
 
-def _parse(path: Path) -> Any:
-    """Parse without following anything outside, and without what could grow."""
-    etree = require("lxml.etree")
-    parser = etree.XMLParser(resolve_entities=False, no_network=True, load_dtd=False, huge_tree=False)
-    try:
-        tree = etree.parse(path, parser)
-    except etree.XMLSyntaxError as error:
-        raise FormatError(f"the XML is broken: {error}") from error
-    if tree.docinfo.internalDTD is not None:
-        raise FormatError("the XML has a document type of its own, which LandXML has not")
-    root = tree.getroot()
-    if etree.QName(root).localname != "LandXML":
-        raise FormatError(f"this is {etree.QName(root).localname}, not LandXML")
-    return root
+def _choose(root: Any, name: str | None) -> Any:
+    surfaces = select(root, "Surface")
+    names = [str(surface.get("name")) for surface in surfaces]
+    if name is None and len(surfaces) > 1:
+        warn(f"of the surfaces {', '.join(names)} the first is read; surface= chooses another")
+    for surface, known in zip(surfaces, names, strict=True):
+        if name in (None, known):
+            return surface
+    raise FormatError("there is no surface" if name is None else f"of the surfaces {', '.join(names)} none is {name}")
 
 
-def _all(element: Any, name: str) -> list[Any]:
-    return element.findall(f".//{{*}}{name}")  # type: ignore[no-any-return]
+def _limit(tin: Triangulation, boundaries: list[Line]) -> None:
+    """Cut a surface that was made of points at its boundaries."""
+    outer, voids = split_boundaries(boundaries)
+    part = tin.zone(polygon=outer) if outer is not None else tin.zone() if voids is not None else None
+    if part is not None:
+        tin._part = (part if voids is None else part - tin.zone(polygon=voids))._engine
 
 
-def _numbers(element: Any, per_point: int) -> FloatArray:
-    """Get points of an element as x, y and whatever follows."""
-    values = np.array((element.text or "").split(), dtype=np.float64)
-    if not len(values) or len(values) % per_point:
-        raise FormatError(f"line {element.sourceline}: {len(values)} numbers make no points of {per_point}")
-    points = values.reshape(-1, per_point)
-    points[:, [0, 1]] = points[:, [1, 0]]
-    return points
+def _read_crs(root: Any) -> Any:
+    """Get the system; heights in another unit than the plane are refused."""
+    units = next(iter(select(root, "Metric") + select(root, "Imperial")), None)
+    plane = None if units is None else units.get("linearUnit")
+    height = None if units is None else units.get("elevationUnit") or plane
+    factor, factor_of_heights = METRES.get(str(plane).lower()), METRES.get(str(height).lower())
+    if factor and factor_of_heights and abs(factor_of_heights / factor - 1) > 1e-5:
+        raise CrsError(
+            f"x and y are in {plane} and heights in {height}; write the file with one unit for both, or read it as points "
+            f"and multiply the heights by {factor_of_heights / factor:.10g}"
+        )
+    crs = _find_crs(root)
+    if crs is not None and factor and abs(crs.axis_info[0].unit_conversion_factor / factor - 1) > 1e-9:
+        raise CrsError(
+            f"coordinates are in {plane}, but {crs.name} is in {crs.axis_info[0].unit_name}; "
+            "correct Units or CoordinateSystem in the file"
+        )
+    return crs
 
 
-def _point_list(element: Any) -> FloatArray:
-    for name, per_point in (("PntList3D", 3), ("PntList2D", 2)):
-        lists = _all(element, name)
-        if lists:
-            return np.concatenate([_numbers(part, per_point) for part in lists])
-    raise FormatError(f"line {element.sourceline}: a line without points")
+def _find_crs(root: Any) -> Any:
+    for system in select(root, "CoordinateSystem")[:1]:
+        code, text = system.get("epsgCode"), system.get("ogcWktCode")
+        known = f"EPSG:{code}" if code and code != "0" else text
+        try:
+            return crs_module.normalise(known or None)
+        except InvalidInputError:
+            warn(f"the coordinate system {known} is not known, and the surface has none")
+    return None
 
 
 def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
@@ -73,12 +97,7 @@ def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
     root = etree.Element("LandXML", nsmap={None: _NAMESPACE}, version="1.2", language="English", readOnly="false")
     _write_units(etree, root, tin.crs)
     surface = etree.SubElement(etree.SubElement(root, "Surfaces"), "Surface", name=path.stem)
-    if tin.breaklines:
-        lines = etree.SubElement(etree.SubElement(surface, "SourceData"), "Breaklines")
-        for line in tin.breaklines:
-            for edge in line.edges.tolist():
-                element = etree.SubElement(lines, "Breakline", brkType="standard", name=line.name)
-                etree.SubElement(element, "PntList3D").text = " ".join(f"{y!r} {x!r} {z!r}" for x, y, z in edge)
+    _write_source(etree, surface, tin, zone)
     definition = etree.SubElement(surface, "Definition", surfType="TIN")
     points, triangles = tin.faces(zone)
     element = etree.SubElement(definition, "Pnts")
@@ -90,9 +109,36 @@ def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
     etree.ElementTree(root).write(path, xml_declaration=True, encoding="utf-8", pretty_print=True)
 
 
+def _write_source(etree: Any, surface: Any, tin: Triangulation, zone: Zone | None) -> None:
+    source = etree.Element("SourceData")
+    part = zone or (tin.zone() if tin._part is not None else None)
+    rings = [] if part is None else part.border()
+    boundaries = etree.SubElement(source, "Boundaries") if rings else None
+    for ring in rings:
+        kind = "outer" if _is_counterclockwise(ring) else "void"
+        element = etree.SubElement(boundaries, "Boundary", bndType=kind, edgeTrim="true")
+        etree.SubElement(element, "PntList3D").text = _text(ring)
+    lines = etree.SubElement(source, "Breaklines") if tin.breaklines else None
+    for line in tin.breaklines:
+        for edge in line.edges:
+            element = etree.SubElement(lines, "Breakline", brkType="standard", name=line.name)
+            etree.SubElement(element, "PntList3D").text = _text(edge)
+    if len(source):
+        surface.append(source)
+
+
+def _is_counterclockwise(ring: FloatArray) -> bool:
+    (x, y), (next_x, next_y) = (ring[:-1, :2] - ring[0, :2]).T, (ring[1:, :2] - ring[0, :2]).T
+    return bool((x * next_y - next_x * y).sum() > 0)
+
+
+def _text(points: FloatArray) -> str:
+    return " ".join(f"{y!r} {x!r} {z!r}" for x, y, z in points.tolist())
+
+
 def _write_units(etree: Any, root: Any, crs: Any) -> None:
     factor = 1.0 if crs is None else crs.axis_info[0].unit_conversion_factor
-    name = next((unit for unit, metres in _METRES.items() if abs(metres / factor - 1) < 1e-9), "meter")
+    name = next((unit for unit, metres in METRES.items() if abs(metres / factor - 1) < 1e-9), "meter")
     imperial = name in ("foot", "ussurveyfoot", "inch", "mile")
     spelling = {"ussurveyfoot": "USSurveyFoot"}.get(name, name)
     units = etree.SubElement(root, "Units")

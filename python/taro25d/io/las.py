@@ -10,6 +10,7 @@ import numpy as np
 
 from .._geometry import FloatArray
 from .._optional import require
+from .._progress import Progress, showing
 from ..errors import FormatError
 from ..points import Points
 
@@ -21,14 +22,18 @@ _CHUNK = 1_000_000
 _ATTRIBUTES = ("classification", "intensity", "return_number", "number_of_returns", "gps_time")
 
 
-def read(path: Path, classes: Sequence[int] | None = None) -> Points:
+def read(path: Path, classes: Sequence[int] | None = None, progress: Progress = False) -> Points:
     """Read the points, of some classes only if these are given (2 is ground), without those that are withheld."""
     laspy = require("laspy")
     require("lazrs")
-    with laspy.open(path) as file:
+    with laspy.open(path) as file, showing(progress) as show:
         _check_size(path, file.header)
         names = [name for name in _ATTRIBUTES if name in file.header.point_format.dimension_names]
-        chunks = [_select(chunk, classes, names) for chunk in file.chunk_iterator(_CHUNK)]
+        chunks = []
+        for chunk in file.chunk_iterator(_CHUNK):
+            chunks.append(_select(chunk, classes, names))
+            if show is not None:
+                show("read points", min(1.0, len(chunks) * _CHUNK / file.header.point_count))
         num_read = sum(num for num, *_ in chunks)
         if num_read != file.header.point_count:
             raise FormatError(f"the file is cut short: {num_read} of {file.header.point_count} points are there")

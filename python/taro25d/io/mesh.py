@@ -1,13 +1,36 @@
-"""OBJ, PLY and VTK: meshes of triangles, by meshio."""
+"""OBJ, PLY and VTK: meshes of triangles.
+
+They are read by this package, because meshio does not know polygons of OBJ and POLYDATA of VTK, and does not come to an end
+with some files that are cut short.
+"""
 
 from __future__ import annotations
 
 from pathlib import Path
 from typing import TYPE_CHECKING
 
+from .._progress import Progress
+from ..errors import FormatError
+from ._obj import read_obj
+from ._ply import read_ply
+from ._vtk import read_vtk
+
 if TYPE_CHECKING:
     from ..triangulation import Triangulation
     from ..zone import Zone
+
+
+_READERS = {".obj": read_obj, ".ply": read_ply, ".vtk": read_vtk}
+
+
+def read(path: Path, repair: bool = False, progress: Progress = False) -> Triangulation:
+    """Read the triangles; polygons are divided into some."""
+    from ..triangulation import Triangulation
+
+    points, triangles = _READERS[path.suffix.lower()](path)
+    if not len(triangles):
+        raise FormatError("there are no triangles")
+    return Triangulation.from_triangles(points, triangles, repair, progress=progress)
 
 
 def write_obj(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:

@@ -5,6 +5,7 @@ from __future__ import annotations
 from pathlib import Path
 from typing import TYPE_CHECKING
 
+from .._progress import Progress
 from ..errors import InvalidInputError
 
 if TYPE_CHECKING:
@@ -12,11 +13,11 @@ if TYPE_CHECKING:
     from ..zone import Zone
 
 
-def read(path: Path) -> Triangulation:
+def read(path: Path, progress: Progress = False) -> Triangulation:
     """Read a triangulation."""
     from .. import _file
 
-    return _file.load(path)
+    return _file.load(path, progress=progress)
 
 
 def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:

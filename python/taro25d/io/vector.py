@@ -7,7 +7,9 @@ from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
+from .._geometry import FloatArray
 from .._optional import require
+from .._progress import Progress
 from ..errors import FormatError
 from ..points import Points
 
@@ -29,16 +31,33 @@ def read_table(path: Path, layer: str | None = None) -> Any:
     return table[~(table.geometry.isna() | table.geometry.is_empty)]
 
 
-def read(path: Path, layer: str | None = None) -> Points:
-    """Read points; of lines and polygons their vertices."""
+def read(
+    path: Path, layer: str | None = None, repair: bool = False, progress: Progress = False
+) -> Points | Triangulation:
+    """Read points; of lines and polygons their vertices, and of triangles the surface."""
     table = read_table(path, layer)
     kinds = set(table.geom_type)
+    corners = _corners_of_triangles(table) if kinds <= {"Polygon", "MultiPolygon"} else None
+    if corners is not None:
+        from ..triangulation import Triangulation
+
+        return Triangulation.from_triangles(corners, repair=repair, crs=table.crs, progress=progress)
     if kinds <= {"Point"} and not table.has_z.all():
         return _read_flat(table)
     if not table.has_z.all():
         raise FormatError("the geometries have no heights")
     shapely = require("shapely")
     return Points(shapely.get_coordinates(table.geometry.to_numpy(), include_z=True), table.crs)
+
+
+def _corners_of_triangles(table: Any) -> FloatArray | None:
+    """Get (m, 3, 3) where all polygons are triangles with heights."""
+    shapely = require("shapely")
+    polygons = shapely.get_parts(table.geometry.to_numpy())
+    corners, owners = shapely.get_coordinates(polygons, include_z=True, return_index=True)
+    if not shapely.has_z(polygons).all() or (np.bincount(owners, minlength=len(polygons)) != 4).any():
+        return None
+    return corners.reshape(-1, 4, 3)[:, :3]  # type: ignore[no-any-return]
 
 
 def _read_flat(table: Any) -> Points:
