@@ -6,6 +6,9 @@
 //
 // The plane is computed in doubles unless the triangle is so thin that their rounding would show. Such triangles arise
 // along a hull of points that are collinear up to rounding, and beside segments that are cut into the surface.
+//
+// On an edge the height follows from the two ends alone, in the order of their coordinates. So both triangles of an
+// edge give the same height there, to the last bit.
 
 #include "kernel/heights.h"
 
@@ -73,6 +76,30 @@ double getHeightOnPlane(const Triangle2& triangle, const Point2& place) {
 
 namespace {
 
+/// Whether a place lies exactly on a segment, strictly between its ends, which are in the order of their coordinates.
+bool isBetween(const Point2& low, const Point2& high, const Point2& place) {
+    if (!(low < place && place < high)) return false;
+    // A filtered orientation test (Shewchuk 1997); underflow adds less than TINY.
+    constexpr double ERROR_BOUND = 0x1p-51, TINY = 1e-300;
+    const double a = (high.x() - low.x()) * (place.y() - low.y()), b = (high.y() - low.y()) * (place.x() - low.x());
+    if (std::abs(a - b) > ERROR_BOUND * (std::abs(a) + std::abs(b)) + TINY) return false;
+    return getOrientation2_mt(&low, &high, &place) == ORIENTATION2_COLLINEAR;
+}
+
+/// False also for a place on two edges, which is where the corners are collinear.
+bool getHeightOnEdge(const Triangle2& triangle, const Point2& place, double& height) {
+    int numEdges = 0;
+    double onEdge = 0.0;
+    for (int i = 0; i < 3; ++i) {
+        const auto& [low, high] = std::minmax(*triangle.getCorner(i), *triangle.getCorner(incIndexBy1(i)));
+        if (!isBetween(low, high, place)) continue;
+        ++numEdges;
+        onEdge = getZOnSegment(low, high, place.x(), place.y());
+    }
+    if (numEdges == 1) height = onEdge;
+    return numEdges == 1;
+}
+
 /// The height on the plane if it exceeds the range of the corners by less than the tolerance, clamped to the range.
 bool getHeightWithin(const Triangle2& triangle, const Point2& place, double tolerance, double& height) {
     for (int i = 0; i < 3; ++i) {
@@ -86,6 +113,7 @@ bool getHeightWithin(const Triangle2& triangle, const Point2& place, double tole
         height = zMin;
         return true;
     }
+    if (getHeightOnEdge(triangle, place, height)) return true;
     const double z = getHeightOnPlane(triangle, place);
     if (z - zMax < tolerance && zMin - z < tolerance) {
         height = std::clamp(z, zMin, zMax);
@@ -103,6 +131,44 @@ bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double&
 bool getHeightInside(const Triangle2& triangle, const Point2& place, double& height) {
     // Only rounding, in proportion to the heights, can exceed the range.
     return getHeightWithin(triangle, place, std::numeric_limits<double>::infinity(), height);
+}
+
+namespace {
+
+/// Where the line of a-b meets the segment c-d, as a share of its length, from a computation in doubles; false if rounding
+/// would show.
+bool getShareAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d, double& share) {
+    constexpr double ERROR_BOUND = 0x1p-51, TINY = 1e-300, MAX_ERROR = 0x1p-44;
+    const double dx = b.x() - a.x(), dy = b.y() - a.y();
+    const double cLeft = dx * (c.y() - a.y()), cRight = dy * (c.x() - a.x());
+    const double dLeft = dx * (d.y() - a.y()), dRight = dy * (d.x() - a.x());
+    const double ofC = cLeft - cRight, whole = ofC - (dLeft - dRight);
+    const double products = std::abs(cLeft) + std::abs(cRight) + std::abs(dLeft) + std::abs(dRight);
+    if (!std::isfinite(whole) || !(ERROR_BOUND * products + TINY <= MAX_ERROR * std::abs(whole))) return false;
+    share = std::clamp(ofC / whole, 0.0, 1.0);
+    return true;
+}
+
+double getShareExactly(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
+    using Rational = mpq_class;
+    const Rational dx = Rational(b.x()) - a.x(), dy = Rational(b.y()) - a.y();
+    const auto getCross = [&](const Point2& p) {
+        return Rational(dx * (Rational(p.y()) - a.y()) - dy * (Rational(p.x()) - a.x()));
+    };
+    const Rational ofC = getCross(c), whole = ofC - getCross(d);
+    return whole == 0 ? 0.5 : std::clamp(Rational(ofC / whole).get_d(), 0.0, 1.0);
+}
+
+double getHeightAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
+    double share = 0.0;
+    if (!getShareAtCrossing(a, b, c, d, share)) share = getShareExactly(a, b, c, d);
+    return (1.0 - share) * c.z() + share * d.z();
+}
+
+}  // namespace
+
+double getDistanceAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
+    return std::abs(getHeightAtCrossing(a, b, c, d) - getHeightAtCrossing(c, d, a, b));
 }
 
 }  // namespace LUMO_TARO25D

@@ -77,9 +77,10 @@ void FaceSelector::choose(size_t f, const Face& face) {
     }
 }
 
-Bbox2 FaceSelector::getBox(const Face& face) const {
-    Bbox2 box;
-    for (const Number place : face) box.add(*vPlaces_[place]);
+BoxTree::Box FaceSelector::getBox(const Face& face) const {
+    const Point2 &a = *vPlaces_[face[0]], &b = *vPlaces_[face[1]], &c = *vPlaces_[face[2]];
+    BoxTree::Box box = BoxTree::getBox(a, b);
+    boost::geometry::expand(box, BoxTree::getBox(c, c));
     return box;
 }
 

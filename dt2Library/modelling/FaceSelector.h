@@ -45,7 +45,7 @@ class FaceSelector {
         return geomTest_.getOrientation2(vPlaces_[a], vPlaces_[b], vPlaces_[c]);
     }
     void choose(size_t f, const Face& face);
-    Bbox2 getBox(const Face& face) const;
+    BoxTree::Box getBox(const Face& face) const;
 
     const std::vector<Point2>& vCorners_;
     const FaceComplex::Numbers& vNumbers_;

@@ -18,9 +18,11 @@
 #include <cmath>
 
 #include "constraints/ConstraintMgr.h"
+#include "kernel/BoxTree.h"
 #include "kernel/flatSets.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/walk.h"
@@ -53,6 +55,32 @@ bool runsThrough(const Segment2& segment, const Point2& point) {
     return isBeside(src, trg, point) ||
            (low < point && point < high && getOrientation2_mt(&src, &trg, &point) == ORIENTATION2_COLLINEAR);
 }
+
+/// The search for lines through a point.
+class KeptLines {
+  public:
+    explicit KeptLines(const std::vector<Segment2>& vKept) : vKept_(vKept) {
+        std::vector<BoxTree::Entry> vEntries;
+        for (size_t i = 0; i < vKept.size(); ++i) {
+            const Point2 &src = vKept[i].getSrc(), &trg = vKept[i].getTrg();
+            magnitude_ = std::max(magnitude_, getLargestCoordinate(src, trg, trg));
+            vEntries.emplace_back(BoxTree::getBox(src, trg), i);
+        }
+        tree_.load(vEntries);
+    }
+
+    bool runThrough(const Point2& point) const {
+        // Points beside a segment are not farther from it than its resolution.
+        const double margin = 2.0 * RESOLUTION * std::max(magnitude_, getLargestCoordinate(point, point, point));
+        return !tree_.forEachInWhile(BoxTree::getBox(point, point, margin),
+                                     [&](size_t i) { return !runsThrough(vKept_[i], point); });
+    }
+
+  private:
+    const std::vector<Segment2>& vKept_;
+    BoxTree tree_;
+    double magnitude_ = 0.0;
+};
 
 }  // namespace
 
@@ -118,11 +146,9 @@ std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
 void Simplifier::insertHull(const std::vector<Segment2>& vKept) {
     std::vector<Point2> vCorners;
     std::vector<std::uint32_t> vHull = getHullCorners(buckets_.getPlaces());
-    const auto isOnKept = [&](std::uint32_t k) {
-        const Point2 point = buckets_.getPlaces()[k].getPoint();
-        return std::any_of(vKept.begin(), vKept.end(), [&](const Segment2& kept) { return runsThrough(kept, point); });
-    };
-    const auto onKept = std::stable_partition(vHull.begin(), vHull.end(), [&](auto k) { return !isOnKept(k); });
+    const KeptLines lines(vKept);
+    const auto isFree = [&](std::uint32_t k) { return !lines.runThrough(buckets_.getPlaces()[k].getPoint()); };
+    const auto onKept = std::stable_partition(vHull.begin(), vHull.end(), isFree);
     for (auto it = onKept; it != vHull.end(); ++it) stateOf(*it) = LEFT_OUT;
     numLeftOut_ += static_cast<size_t>(vHull.end() - onKept);
     vHull.erase(onKept, vHull.end());

@@ -4,7 +4,8 @@
 // On the overlay of both triangulations the difference is linear in each piece, so that its extremes are at the
 // vertices of the overlay: the vertices of both, and the crossings of edges. At vertices of the model the difference is
 // 0; at the other vertices of the full surface it is computed directly. Crossings are found by following each edge of
-// the model through the full triangulation (exact predicates; only the heights at crossings are rounded).
+// the model through the full triangulation (exact predicates; only the heights at crossings are rounded). Edges are
+// followed from their smaller end, so that no rounding depends on addresses.
 //
 // Certification inserts, for each edge of the model on which the difference is too large, an input point next to the
 // worst place, and for each triangle its worst point; then it makes all diagonals canonical and repeats. It ends
@@ -28,19 +29,6 @@
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
-
-namespace {
-
-/// The difference at a proper crossing of two edges.
-double getDifferenceAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d) {
-    const Vector2 ab = getVector2D(a, b);
-    const double ofC = crossProduct2D(ab, getVector2D(a, c)), ofD = crossProduct2D(ab, getVector2D(a, d));
-    const double t = ofC == ofD ? 0.5 : std::clamp(ofC / (ofC - ofD), 0.0, 1.0);
-    const double x = c.x() + t * (d.x() - c.x()), y = c.y() + t * (d.y() - c.y());
-    return std::abs(getZOnSegment(a, b, x, y) - (c.z() + t * (d.z() - c.z())));
-}
-
-}  // namespace
 
 SurfaceCertifier::SurfaceCertifier(Taro_2D& model, const std::vector<Point2>& vPoints,
                                    const std::vector<Segment2>& vKept, Simplifier& simplifier, Progress& progress)
@@ -79,8 +67,8 @@ SurfaceCertifier::Difference SurfaceCertifier::followEdge(const Point2* pSrc, co
         int i = 0;
         const Point2* pReached = leaveTowardsVertex(geomTest, p, q, pT, i);
         while (!pReached) {
-            note(getDifferenceAtCrossing(*pSrc, *pTrg, *pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i))),
-                 pT);
+            const auto& [low, high] = std::minmax(*pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i)));
+            note(std::min(getDistanceAtCrossing(*pSrc, *pTrg, low, high), std::numeric_limits<double>::max()), pT);
             if (crossEdge(geomTest, p, q, pT, i) == ORIENTATION2_COLLINEAR) pReached = pT->getCorner(i);
         }
         if (pReached != q)
@@ -93,13 +81,14 @@ SurfaceCertifier::Difference SurfaceCertifier::followEdge(const Point2* pSrc, co
 
 template <class F>
 void SurfaceCertifier::forEachModelEdge(const F& f) {
+    const auto isLess = [](const Point2* p, const Point2* q) { return *p < *q; };
     size_t numEdges = 0;
     model_.getImpl()->forEachTriangle([&](const Triangle2* pT) {
         for (int i = 0; i < 3; ++i) {
-            const Triangle2* pN = pT->getOppositeTriangle(i);
-            if (pN && pN < pT) continue;
+            const Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
+            if (*pTrg < *pSrc && pT->getOppositeTriangle(i)) continue;
             if (numEdges++ % 256 == 0) progress_.throwIfStopped();
-            f(pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)));
+            f(std::min(pSrc, pTrg, isLess), std::max(pSrc, pTrg, isLess));
         }
     });
 }

@@ -81,6 +81,19 @@ TEST(EfficientModel, HoldsItsBoundWithFewPoints) {
     }
 }
 
+TEST(EfficientModel, TheErrorOfPointsOnEdgesIsThatOfClients) {
+    // Lattice points lie on edges, where either triangle may be asked.
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        Random random(seed);
+        PointVector vPoints;
+        for (int i = 0; i < 400; ++i) vPoints.emplace_back(i / 20, i % 20, uniform(random, 0, 3));
+        EfficientModel model(vPoints);
+        model.setMaxError(1.5);
+        model.go();
+        EXPECT_EQ(model.getError(), errorOf(*model.getTriangulation(), vPoints)) << seed;
+    }
+}
+
 std::vector<Point2> cornersOf(const Taro_2D& mesh) {
     std::vector<Point2*> vHull;
     mesh.getConvexHull(false, vHull);
