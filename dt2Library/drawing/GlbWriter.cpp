@@ -262,7 +262,8 @@ void GlbWriter::writeChunks(std::string json) {
     const size_t numBytes =
         HEADER_SIZE + CHUNK_HEADER_SIZE + json.size() + (vBytes_.empty() ? 0 : CHUNK_HEADER_SIZE + vBytes_.size());
     // Lengths have 32 bits, and so have positions.
-    if (bTooLarge_ || numBytes > std::numeric_limits<std::uint32_t>::max()) return file_.fail();
+    if (bTooLarge_) return file_.fail("coordinates are beyond the range of floats");
+    if (numBytes > std::numeric_limits<std::uint32_t>::max()) return file_.fail("the format ends at 4 GB");
     file_.writeBytes(std::array<std::uint32_t, 3>{MAGIC, VERSION, static_cast<std::uint32_t>(numBytes)});
     file_.writeBytes(std::array<std::uint32_t, 2>{static_cast<std::uint32_t>(json.size()), JSON_CHUNK});
     file_ << json;

@@ -25,6 +25,12 @@ size_t Scene3::getLayer(const std::string& name) {
     return layer;
 }
 
+SceneLines& Scene3::getLines(size_t layer, const Color& color) {
+    const auto it = std::find_if(vLines.begin(), vLines.end(),
+                                 [&](const SceneLines& lines) { return lines.layer == layer && lines.color == color; });
+    return it == vLines.end() ? vLines.emplace_back(SceneLines{layer, color, {}}) : *it;
+}
+
 size_t Scene3::numVertices() const {
     size_t num = 0;
     for (const SceneSurface& surface : vSurfaces) num += surface.vVertices.size();

@@ -55,6 +55,8 @@ struct Scene3 {
 
     /// The number of the layer with this name; makes it if there is none.
     size_t getLayer(const std::string& name);
+    /// The lines of a layer in one colour; makes them, without ends, if there are none.
+    SceneLines& getLines(size_t layer, const Color& color);
     bool isEmpty() const { return vSurfaces.empty() && vLines.empty() && vLabels.empty(); }
     /// The number of vertices of surfaces and lines.
     size_t numVertices() const;

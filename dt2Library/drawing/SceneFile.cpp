@@ -47,13 +47,15 @@ bool writeScene(const Scene3& scene, const std::string& filename, const char* lo
         return false;
     }
     SceneTask task(scene.progress, taskName, scene.numItems());
+    std::string reason;
     const bool bWritten = replaceFile(filename, [&](std::FILE* pFile) {
         SceneFile file(pFile);
         write(file, task);
+        reason = file.getReason();
         return file.finish();
     });
     task.finish();
-    if (!bWritten) warning(location, "could not write " + filename);
+    if (!bWritten) warning(location, "could not write " + filename + (reason.empty() ? "" : ": " + reason));
     return bWritten;
 }
 

@@ -41,8 +41,12 @@ class SceneFile {
         bWell_ = bWell_ && std::fwrite(buffer_.data(), 1, buffer_.size(), pFile_) == buffer_.size();
         buffer_.clear();
     }
-    /// Makes the file a failure, for content that the format cannot represent.
-    void fail() { bWell_ = false; }
+    /// Makes the file a failure, for content that the format cannot represent; the reason goes into the warning.
+    void fail(const std::string& reason) {
+        bWell_ = false;
+        reason_ = reason;
+    }
+    const std::string& getReason() const { return reason_; }
     /// Whether everything has been written.
     bool finish() {
         flush();
@@ -53,7 +57,7 @@ class SceneFile {
     static constexpr size_t BUFFER_SIZE = 1 << 16;
 
     std::FILE* pFile_;
-    std::string buffer_;
+    std::string buffer_, reason_;
     bool bWell_ = true;
 };
 

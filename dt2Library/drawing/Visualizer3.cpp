@@ -88,19 +88,19 @@ void Visualizer3::addSurface(const std::vector<Triangle2*>& vTriangles, const st
 void Visualizer3::addSegments(const std::vector<Segment2>& vSegments, const std::string& layer, const Color& color) {
     const MessageScope scope(&pScene_->progress);
     SceneTask task(pScene_->progress, "Collecting lines", vSegments.size());
-    SceneLines lines{0, color, {}};
-    lines.vEnds.reserve(2 * vSegments.size());
+    LargeVector<Xyz> vEnds;
+    vEnds.reserve(2 * vSegments.size());
     task.forEach(vSegments.size(), [&](size_t i) {
         const Segment2& segment = vSegments[i];
         if (!isFinite(segment)) return;
-        lines.vEnds.push_back(toXyz(segment.getSrc()));
-        lines.vEnds.push_back(toXyz(segment.getTrg()));
+        vEnds.push_back(toXyz(segment.getSrc()));
+        vEnds.push_back(toXyz(segment.getTrg()));
     });
     task.finish();
-    warnOfLeftOut("Visualizer3::addSegments()", vSegments.size() - lines.vEnds.size() / 2);
-    if (lines.vEnds.empty()) return;
-    lines.layer = pScene_->getLayer(layer);
-    pScene_->vLines.push_back(std::move(lines));
+    warnOfLeftOut("Visualizer3::addSegments()", vSegments.size() - vEnds.size() / 2);
+    if (vEnds.empty()) return;
+    LargeVector<Xyz>& vAll = pScene_->getLines(pScene_->getLayer(layer), color).vEnds;
+    vAll.insert(vAll.end(), vEnds.begin(), vEnds.end());
 }
 
 void Visualizer3::addLabel(const Label& label, const std::string& layer) {

@@ -129,7 +129,7 @@ std::string getDescription(const Scene3& scene, const SceneEncoder& encoder) {
 }  // namespace
 
 void writeWebScene(const Scene3& scene, SceneFile& file, SceneTask& task) {
-    if (!canBeDrawn(scene)) return file.fail();
+    if (!canBeDrawn(scene)) return file.fail("the scene is larger than the page can show");
     SceneEncoder encoder(scene, task);
     for (const SceneSurface& surface : scene.vSurfaces) encoder.add(surface);
     for (const SceneLines& lines : scene.vLines) encoder.add(lines);

@@ -42,7 +42,8 @@ class TARO25D_API Visualizer3 {
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, ColourRamp ramp);
     /// Adds triangles of one colour.
     void addSurface(const std::vector<Triangle2*>& vTriangles, const std::string& layer, const Color& color);
-    /// Adds lines in space. The web scene draws them in the width of the colour, unless that is the default width.
+    /// Adds lines in space; lines of one layer and colour become one object. The web scene draws them in the width of
+    /// the colour, unless that is the default width.
     void addSegments(const std::vector<Segment2>& vSegments, const std::string& layer, const Color& color);
     /// Adds a text at a place. Only the web scene shows its mark and its size, which is in pixels there.
     void addLabel(const Label& label, const std::string& layer);

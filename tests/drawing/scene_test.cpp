@@ -140,9 +140,25 @@ SceneSurface toSurface(const TriangleVector& vTriangles) {
 TEST(Scene, PositionsBeyondFloatsAreNoGlbAndNoPage) {
     Visualizer3 scene("far");
     scene.addSegments({makeSegment(0, 0, 1e39, 0)}, "far", Color(CBLUE));
-    EXPECT_NE(printedBy([&] { EXPECT_FALSE(scene.writeGlb("far.glb")); }), "");
+    const std::string aboutGlb = printedBy([&] { EXPECT_FALSE(scene.writeGlb("far.glb")); });
+    EXPECT_NE(aboutGlb.find("beyond the range of floats"), std::string::npos);
     EXPECT_NE(printedBy([&] { EXPECT_FALSE(scene.writeWebScene("far.html")); }), "");
     EXPECT_FALSE(std::filesystem::exists("far.html"));
+}
+
+TEST(Scene, LinesOfOneLayerAndColourAreOneObject) {
+    Visualizer3 scene("lines");
+    for (const double y : {0.0, 1.0, 2.0}) scene.addSegments({makeSegment(0, y, 1, y)}, "contours", Color(CBLUE));
+    scene.addSegments({makeSegment(0, 3, 1, 3)}, "contours", Color(CRED));
+    ASSERT_TRUE(scene.writeObj("lines.obj"));
+    std::ifstream file("lines.obj");
+    int numObjects = 0, numLines = 0;
+    for (std::string line; std::getline(file, line);) {
+        numObjects += line.rfind("o ", 0) == 0;
+        numLines += line.rfind("l ", 0) == 0;
+    }
+    EXPECT_EQ(numObjects, 2);
+    EXPECT_EQ(numLines, 4);
 }
 
 TEST(Scene, ObjGivesEveryTriangleOfEveryLayerAgain) {

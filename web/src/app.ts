@@ -1,10 +1,10 @@
 // What the buttons, fields and clicks of the page do.
 
 import {makeChart, toCsv} from './chart';
-import {listenToClicks, listenToKeys} from './controls';
+import {listenToAim, listenToClicks, listenToKeys} from './controls';
 import {Marks} from './marks';
 import {getNumDecimals, getProfile, getRoundNumber, type Place, type Profile, toPlain} from './measure';
-import {make, type Page} from './page';
+import {make, makeKey, type Page} from './page';
 import {download, makePicture, toFilename} from './picture';
 import type {SceneData} from './read';
 import type {View} from './view';
@@ -13,7 +13,7 @@ type Mode = 'read' | 'measure' | 'profile';
 
 const NUM_CONTOURS = 20;
 export const NARROW = 600; // pixels; the style sheet has it, too
-const CHART_COLOR = '#c2185b';
+const CHART_COLORS = ['#c2185b', '#1f6f8b', '#8a6d00', '#6a3fb5']; // of surfaces without a colour of their own
 
 export class App {
     private mode: Mode = 'read';
@@ -54,6 +54,7 @@ export class App {
         buttons.measure.onclick = () => this.setMode(this.mode === 'measure' ? 'read' : 'measure');
         buttons.profile.onclick = () => this.setMode(this.mode === 'profile' ? 'read' : 'profile');
         buttons.save.onclick = () => void this.save();
+        listenToAim(canvas, this.view);
         listenToClicks(canvas, (x, y) => this.click(x, y));
         listenToKeys(canvas, this.view, {read: () => this.click(...this.view.middle), escape: () => this.setMode('read')});
     }
@@ -66,6 +67,7 @@ export class App {
         };
         exaggeration.value = String(this.data.description.exaggeration);
         exaggeration.addEventListener('input', setExaggeration);
+        exaggeration.addEventListener('change', () => (exaggeration.value = String(this.view.getExaggeration())));
         setExaggeration();
         const setContours = (): void => this.view.setContours(contours.checked ? interval.valueAsNumber : 0);
         interval.value = String(Number(getRoundNumber((extent || 1) / NUM_CONTOURS).toPrecision(3)));
@@ -136,8 +138,11 @@ export class App {
         const {title, layers} = this.data.description;
         const getName = ({surface}: Profile): string => layers[surface.layer];
         csv.onclick = () => download(new Blob([toCsv(this.profiles, getName)], {type: 'text/csv'}), toFilename(title, '.csv'));
-        const chart = makeChart(this.profiles, length, profile => profile.surface.color ?? CHART_COLOR);
-        this.page.chart.replaceChildren(make('header', {}, make('span', {}, 'Height over distance'), csv), chart);
+        const getColor = (profile: Profile): string =>
+            profile.surface.color ?? CHART_COLORS[this.profiles.indexOf(profile) % CHART_COLORS.length];
+        const names = this.profiles.length < 2 ? [] : this.profiles.map(profile => makeKey(getColor(profile), getName(profile)));
+        const chart = makeChart(this.profiles, length, getColor);
+        this.page.chart.replaceChildren(make('header', {}, make('span', {}, 'Height over distance'), ...names, csv), chart);
         this.page.chart.hidden = false;
     }
 

@@ -5,7 +5,8 @@ import {getRoundNumber} from './measure';
 import {formatHeight} from './page';
 
 const NAMESPACE = 'http://www.w3.org/2000/svg';
-const WIDTH = 560;
+const MAX_WIDTH = 560;
+const MARGIN_OF_PAGE = 38; // what the page keeps beside the chart
 const HEIGHT = 150;
 const MARGIN = {left: 52, right: 8, top: 8, bottom: 18};
 
@@ -29,16 +30,17 @@ export function makeChart(profiles: Profile[], length: number, getColor: (profil
     const heights = profiles.flatMap(profile => profile.parts.flat().map(([, height]) => height));
     let low = heights.reduce((a, b) => Math.min(a, b), Infinity);
     let high = heights.reduce((a, b) => Math.max(a, b), -Infinity);
+    const width = Math.min(MAX_WIDTH, document.documentElement.clientWidth - MARGIN_OF_PAGE);
     if (high - low < 1e-9 * length) [low, high] = [low - length / 100, high + length / 100];
-    const toX = (d: number): number => MARGIN.left + (d / length) * (WIDTH - MARGIN.left - MARGIN.right);
+    const toX = (d: number): number => MARGIN.left + (d / length) * (width - MARGIN.left - MARGIN.right);
     const toY = (z: number): number => HEIGHT - MARGIN.bottom - ((z - low) / (high - low)) * (HEIGHT - MARGIN.top - MARGIN.bottom);
-    const chart = shape('svg', {viewBox: `0 0 ${WIDTH} ${HEIGHT}`, role: 'img', 'data-testid': 'chart'});
+    const chart = shape('svg', {viewBox: `0 0 ${width} ${HEIGHT}`, role: 'img', 'data-testid': 'chart'});
     chart.append(shape('title', {}, 'Height over distance'));
     for (const z of getTicks(low, high, 4)) {
-        chart.append(shape('line', {class: 'grid', x1: MARGIN.left, x2: WIDTH - MARGIN.right, y1: toY(z), y2: toY(z)}));
+        chart.append(shape('line', {class: 'grid', x1: MARGIN.left, x2: width - MARGIN.right, y1: toY(z), y2: toY(z)}));
         chart.append(shape('text', {x: MARGIN.left - 4, y: toY(z) + 3, 'text-anchor': 'end'}, formatHeight(z, high - low)));
     }
-    for (const d of getTicks(0, length, 5)) {
+    for (const d of getTicks(0, length, Math.ceil(width / 120))) {
         const anchor = d === 0 ? 'start' : d > 0.95 * length ? 'end' : 'middle';
         chart.append(shape('text', {x: toX(d), y: HEIGHT - 4, 'text-anchor': anchor}, formatHeight(d, length)));
     }
@@ -53,7 +55,7 @@ export function makeChart(profiles: Profile[], length: number, getColor: (profil
 /** Profiles as text for spreadsheets. */
 export function toCsv(profiles: Profile[], getName: (profile: Profile) => string): string {
     const rows = profiles.flatMap(profile => {
-        const name = JSON.stringify(getName(profile));
+        const name = `"${getName(profile).replaceAll('"', '""')}"`;
         return profile.parts.flat().map(([d, z]) => `${name},${d},${z}`);
     });
     return ['layer,distance,height', ...rows].join('\n') + '\n';

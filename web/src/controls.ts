@@ -7,26 +7,46 @@ const PAN = 0.05;
 const ZOOM = 1.2;
 const MAX_MOVE_OF_CLICK = 5; // pixels
 
+/** Listens on the whole page, so that keys work before the canvas was clicked; fields and buttons keep the keys that they use. */
 export function listenToKeys(canvas: HTMLCanvasElement, view: View, actions: {read: () => void; escape: () => void}): void {
+    const zoom = (factor: number): void => {
+        view.aimAt(...view.middle);
+        view.zoom(factor);
+    };
     const keys: Record<string, (shift: boolean) => void> = {
         ArrowLeft: shift => (shift ? view.pan(-PAN, 0) : view.turn(-TURN, 0)),
         ArrowRight: shift => (shift ? view.pan(PAN, 0) : view.turn(TURN, 0)),
         ArrowUp: shift => (shift ? view.pan(0, PAN) : view.turn(0, -TURN)),
         ArrowDown: shift => (shift ? view.pan(0, -PAN) : view.turn(0, TURN)),
-        '+': () => view.zoom(ZOOM),
-        '=': () => view.zoom(ZOOM),
-        '-': () => view.zoom(1 / ZOOM),
+        '+': () => zoom(ZOOM),
+        '=': () => zoom(ZOOM),
+        '-': () => zoom(1 / ZOOM),
         t: () => view.lookFromTop(),
         r: () => view.reset(),
         Enter: actions.read,
         Escape: actions.escape,
     };
-    canvas.addEventListener('keydown', event => {
+    document.addEventListener('keydown', event => {
+        const isOnCanvas = event.target === canvas || event.target === document.body;
+        if (!isOnCanvas && event.key !== 'Escape') return;
         const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
         if (event.ctrlKey || event.altKey || event.metaKey || !(key in keys)) return;
         keys[key](event.shiftKey);
         event.preventDefault();
     });
+}
+
+/** The place of a pointer on the canvas, from -1 to 1 both ways. */
+function getPlace(canvas: HTMLCanvasElement, event: MouseEvent): [number, number] {
+    const box = canvas.getBoundingClientRect();
+    return [(2 * (event.clientX - box.left)) / box.width - 1, 1 - (2 * (event.clientY - box.top)) / box.height];
+}
+
+/** Before the camera's own controls hear of a drag, a pinch or the wheel: these start from the ground under the pointer. */
+export function listenToAim(canvas: HTMLCanvasElement, view: View): void {
+    const aim = (event: MouseEvent): void => view.aimAt(...getPlace(canvas, event));
+    canvas.addEventListener('pointerdown', aim, {capture: true});
+    canvas.addEventListener('wheel', aim, {capture: true, passive: true});
 }
 
 /** Calls back for each click or tap, which is a press that hardly moves; with the place on the canvas from -1 to 1. */
@@ -41,7 +61,6 @@ export function listenToClicks(canvas: HTMLCanvasElement, click: (x: number, y: 
         const move = Math.hypot(event.clientX - down.x, event.clientY - down.y);
         down = null;
         if (move > MAX_MOVE_OF_CLICK) return;
-        const box = canvas.getBoundingClientRect();
-        click((2 * (event.clientX - box.left)) / box.width - 1, 1 - (2 * (event.clientY - box.top)) / box.height);
+        click(...getPlace(canvas, event));
     });
 }

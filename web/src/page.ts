@@ -64,17 +64,19 @@ export function getColor(description: Description, layer: number): string | unde
     return (description.surfaces.find(ofLayer) ?? description.lines.find(ofLayer))?.color;
 }
 
+/** A colour with its name. */
+export function makeKey(color: string, name: string): HTMLLabelElement {
+    const swatch = make('span', {class: 'swatch'});
+    swatch.style.background = color;
+    return make('label', {}, swatch, make('span', {}, name));
+}
+
 function makeLayer(description: Description, index: number): [HTMLLabelElement, HTMLInputElement] {
     const name = description.layers[index];
     const box = make('input', {type: 'checkbox', checked: true, testid: `layer-${name}`});
-    const label = make('label', {}, box);
     const color = getColor(description, index);
-    if (color) {
-        const swatch = make('span', {class: 'swatch'});
-        swatch.style.background = color;
-        label.append(swatch);
-    }
-    label.append(make('span', {}, name));
+    const label = color ? makeKey(color, name) : make('label', {}, make('span', {}, name));
+    label.prepend(box);
     return [label, box];
 }
 
@@ -100,10 +102,7 @@ function makeLegend(description: Description): HTMLElement {
     }
     for (let i = 0; i < description.layers.length; ++i) {
         const color = getColor(description, i);
-        if (!color) continue;
-        const swatch = make('span', {class: 'swatch'});
-        swatch.style.background = color;
-        legend.append(make('label', {}, swatch, make('span', {}, description.layers[i])));
+        if (color) legend.append(makeKey(color, description.layers[i]));
     }
     return legend;
 }
@@ -126,7 +125,7 @@ export function makePage(description: Description): Page {
         return [name, button];
     });
     const buttons = Object.fromEntries(entries) as Page['buttons'];
-    const exaggeration = make('input', {type: 'number', testid: 'exaggeration', min: '0.1', step: '0.5'});
+    const exaggeration = make('input', {type: 'number', testid: 'exaggeration', min: '0', step: 'any'});
     const contours = make('input', {type: 'checkbox', testid: 'contours'});
     const interval = make('input', {type: 'number', testid: 'interval', min: '0', step: 'any', 'aria-label': 'Interval'});
     const layers = description.layers.map((_, i) => makeLayer(description, i));
@@ -142,7 +141,7 @@ export function makePage(description: Description): Page {
         ),
         field('Layers', ...layers.map(([label]) => label)),
         field('Measure', make('div', {class: 'buttons'}, buttons.measure, buttons.profile)),
-        make('p', {id: 'help', class: 'hidden'}, HELP),
+        make('details', {}, make('summary', {}, 'Mouse, touch and keys'), make('p', {id: 'help'}, HELP)),
     );
     const hint = make('p', {id: 'hint'}, 'Click the ground to read coordinates.');
     const readout = make('dd', {testid: 'readout'});

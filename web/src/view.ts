@@ -106,6 +106,10 @@ export class View {
         return this.layers[layer].visible;
     }
 
+    getExaggeration(): number {
+        return this.exaggeration;
+    }
+
     setExaggeration(factor: number): void {
         this.exaggeration = factor;
         this.ground.scale.z = factor;
@@ -118,7 +122,7 @@ export class View {
         this.draw();
     }
 
-    /** Fits the drawing to the size of the canvas in the page, of which a part may be covered: so many pixels from the left. */
+    /** Fits the drawing to the size of the canvas in the page, of which a strip of a width in pixels may be covered at the left. */
     resize(covered: number): void {
         const {clientWidth, clientHeight} = this.canvas;
         this.covered = (2 * covered) / Math.max(1, clientWidth);
@@ -210,6 +214,17 @@ export class View {
         this.controls.update();
     }
 
+    /**
+     * Takes the ground under a point of the canvas (from -1 to 1 both ways) for as far as the camera looks, so that zooming
+     * ends there, and dragging moves it with the pointer. What is seen stays as it is.
+     */
+    aimAt(x: number, y: number): void {
+        const hit = this.pick(x, y);
+        if (!hit) return;
+        const distance = this.camera.position.distanceTo(this.toScene(hit.place));
+        this.controls.target.copy(this.camera.position).addScaledVector(this.camera.getWorldDirection(new Vector3()), distance);
+    }
+
     /** Brings the camera nearer by a factor above 1, or takes it away. */
     zoom(factor: number): void {
         const offset = this.camera.position.clone().sub(this.controls.target).divideScalar(factor);
@@ -239,14 +254,19 @@ export class View {
         return Number.isFinite(height) ? height : hit.place[2];
     }
 
+    private toScene(place: readonly number[]): Vector3 {
+        const point = new Vector3(...place.map((value, i) => value - this.centre[i]));
+        point.z *= this.exaggeration;
+        return point;
+    }
+
     private toSurvey({x, y, z}: Vector3): Place {
         return [this.centre[0] + x, this.centre[1] + y, this.centre[2] + z / this.exaggeration];
     }
 
     /** Where a place is on the canvas, in pixels of the page; null behind the camera. */
     project(place: readonly number[]): [number, number] | null {
-        const point = new Vector3(...place.map((value, i) => value - this.centre[i]));
-        point.z *= this.exaggeration;
+        const point = this.toScene(place);
         this.camera.updateMatrixWorld(); // it may have moved since the last frame
         point.applyMatrix4(this.camera.matrixWorldInverse);
         if (point.z >= 0) return null;

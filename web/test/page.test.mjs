@@ -132,8 +132,7 @@ test('distances and profiles are those of the ground', async () => {
 
     const [csv] = await Promise.all([page.waitForEvent('download'), byId('save-profile').click()]);
     assert.equal(readFileSync(await csv.path(), 'utf8').trim().split('\n').length, points.length + 1);
-    await page.keyboard.press('Escape'); // only the canvas listens to it
-    await byId('canvas').press('Escape');
+    await page.keyboard.press('Escape'); // whatever has the focus
     assert.equal(await byId('profile').getAttribute('aria-pressed'), 'false');
     assert.equal(await byId('distance').textContent(), '');
     await page.context().close();
@@ -162,6 +161,28 @@ test('keys, buttons and dragging move the camera, and reset brings it back', asy
     await byId('canvas').press('Enter');
     const [x, y] = await readout(byId);
     assert.ok(Math.abs(x - 500500) < 1 && Math.abs(y - 5400500) < 1); // the middle of the ground
+    await page.context().close();
+});
+
+test('zooming ends at the ground under the pointer', async () => {
+    const {page, byId} = await open(browser, 'survey.html');
+    const getMetresPerPixel = async (x, y) => {
+        const [from, to] = await page.evaluate(
+            places => places.map(([px, py]) => window.view.pick(px / 500 - 1, 1 - py / 350).place),
+            [[x, y], [x + 1, y]],
+        );
+        return Math.hypot(...from.map((value, i) => to[i] - value));
+    };
+    for (const [x, y] of [[500, 300], [620, 420]]) {
+        await byId('reset').click();
+        await page.mouse.click(x, y);
+        const [from, before] = [await readout(byId), await getMetresPerPixel(x, y)];
+        for (let i = 0; i < 10; ++i) await page.mouse.wheel(0, -600);
+        await page.mouse.click(x, y);
+        const [to, after] = [await readout(byId), await getMetresPerPixel(x, y)];
+        assert.ok(Math.hypot(...to.map((value, i) => value - from[i])) < before, `${from} ${to}`);
+        assert.ok(after < before / 10, `${before} ${after}`);
+    }
     await page.context().close();
 });
 
