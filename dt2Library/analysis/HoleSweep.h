@@ -33,7 +33,6 @@ class HoleSweep {
         size_t ring;
 
         const Point2& getWest() const { return *vPoints.front(); }
-        const Point2& getEast() const { return *vPoints.back(); }
     };
     /// The order of events at equal x.
     enum Kind { QUESTION, END, BEGIN };

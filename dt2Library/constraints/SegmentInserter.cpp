@@ -278,7 +278,8 @@ void SegmentInserter::giveHeights(ConstraintSegment2* const* aPieces, size_t num
 }
 
 Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) {
-    auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
+    Point2 *pSrc = nullptr, *pTrg = nullptr;
+    std::tie(pSrc, pTrg) = getEndsByPlace(pCSeg);
     if (pSrc == pTrg) {
         warning("Dt2::newCDT_traverseCZ()", "Degenerate constraint, return");
         return nullptr;

@@ -81,7 +81,6 @@ class VertexVault {
 
     /// The box that holds all vertices.
     const Bbox2& getInsertionBox() const { return frame_.getInsertionBox(); }
-    const HC2& getHilbertCurve() const { return frame_.getCurve(); }
     /// Extends the box to a finite point. A box that grows is doubled, and the items are sorted along a new curve.
     void enlargeBoxForPoint(const Point2& point);
     /// Extends the box to all finite points of a bulk. Returns how many points are not finite.
