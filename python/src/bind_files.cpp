@@ -3,7 +3,12 @@
 #include <nanobind/stl/string.h>
 #include <nanobind/stl/vector.h>
 
+#include <array>
+#include <cstdio>
+
 #include "bindings.h"
+#include "drawing/rampColors.h"
+#include "drawing/viewerScript.h"
 #include "run.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Visualizer3.h"
@@ -69,6 +74,17 @@ void writeScene(Surface& surface, const ZoneHandle* pHandle, const std::string& 
     });
 }
 
+/// Places from 0 to 1 with colours as style sheets have them.
+std::vector<std::pair<double, std::string>> getTerrainColors() {
+    std::vector<std::pair<double, std::string>> vColors;
+    for (const RampStop& stop : getStops(CR_TERRAIN)) {
+        std::array<char, 8> aText;
+        std::snprintf(aText.data(), aText.size(), "#%02x%02x%02x", stop.color.r, stop.color.g, stop.color.b);
+        vColors.emplace_back(stop.place, aText.data());
+    }
+    return vColors;
+}
+
 }  // namespace
 
 void bindFiles(nb::module_& module) {
@@ -79,4 +95,7 @@ void bindFiles(nb::module_& module) {
                "The arguments of restore for a surface that is loaded from a file.");
     module.def("write_scene", &writeScene, nb::arg("surface"), nb::arg("zone").none(), nb::arg("path"),
                nb::arg("title"), nb::arg("page"), "A page for a browser, or binary glTF.");
+    module.def(
+        "viewer_script", [] { return std::string(getViewerScript()); }, "The script of pages; empty if there is none.");
+    module.def("terrain_colors", &getTerrainColors, "Places from 0 to 1 with their colours.");
 }

@@ -195,6 +195,54 @@ class Tiling:
         simplify(self, target, float(max_error), points_per_tile, client=client, progress=progress)
         return Tiling(Path(folder))
 
+    def write_terrain(
+        self,
+        folder: str | PathLike[str],
+        points_per_tile: int = 8192,
+        *,
+        geographic: bool | None = None,
+        title: str | None = None,
+        compress: bool = False,
+        client: Any = None,
+        progress: Progress = False,
+    ) -> None:
+        """Write terrain tiles for the web: a pyramid of quantized meshes (quantized-mesh 1.0), and a page that shows it.
+
+        The finest tiles have the triangles of the surface, each coarser one a simplification of the four below it. On the
+        border between two tiles of one level both have the same vertices. Places are rounded to 1/32767 of the width of a
+        tile, heights to a power of two that is at most 1/8192 of the range of heights of the tile or of those around it, or
+        2^-22 of the largest height. A run that was stopped goes on when it is started again. The folder has ``layer.json``,
+        the tiles as ``{z}/{x}/{y}.terrain`` with rows from the south, and ``index.html``, which a web server has to hand out,
+        for example ``python3 -m http.server --directory FOLDER``.
+
+        Parameters
+        ----------
+        folder
+            A new or empty folder, or that of a former run. All workers must reach it under this name.
+        points_per_tile
+            About how many points the finest tiles have; 8192 load fast and are drawn fast.
+        geographic
+            Whether the tiles are those of the globe, in longitude and latitude (WGS 84) and with heights in metres above the
+            zero of the survey; otherwise they divide a square in the plane of the coordinates. Without it they are those of
+            the globe if the reference system is known.
+        title
+            What the page is called; the name of the folder without it.
+        compress
+            Whether files are packed with gzip, for servers that say so by ``Content-Encoding``; the page reads both.
+        client, progress
+            As for ``triangulate``.
+
+        Raises
+        ------
+        RefusedError
+            If the folder holds other files, or a pyramid of another tiling or with other settings.
+        CrsError
+            If points have no longitude and latitude.
+        """
+        from . import pyramid
+
+        pyramid.make(self, Path(folder), client, points_per_tile, geographic, title, compress, progress)
+
     def check(self, *, client: Any = None, progress: Progress = False) -> bool:
         """Make the triangles of all tiles anew, compare them with the files, and see that they fit together.
 

@@ -1,0 +1,162 @@
+"""What workers do for a pyramid: tasks that find their input in files and leave their result in files, as those of tiles do.
+
+Meshes stand in ``.work`` until all are made and their heights are known, on which the files of their neighbours depend.
+"""
+
+from __future__ import annotations
+
+import gzip
+import os
+from pathlib import Path
+from typing import NamedTuple
+
+import numpy as np
+from numpy.typing import NDArray
+
+from ..._geometry import FloatArray
+from ...errors import FileError
+from ...io._files import reading, writing
+from .._work import Job
+from ._cut import Pieces, cut_out, divide_cell, join
+from ._mesh import Mesh, make_coarse, make_finest
+from ._quantized import Steps, encode
+from ._scheme import Cell, Scheme
+
+BLOCK_LEVELS = 3  # a task makes a tile and those below it, as far as the finest, if there are so many levels
+
+
+class Order(NamedTuple):
+    """What all tasks know."""
+
+    folder: str
+    scheme: Scheme
+    finest: int
+    compress: bool
+
+    def work_path(self, cell: Cell) -> Path:
+        """Get where the meshes are that the task of a cell has made."""
+        return Path(self.folder) / ".work" / f"{cell.z}-{cell.x}-{cell.y}.npz"
+
+    @property
+    def block(self) -> int:
+        """The level at which a task takes triangles from the tiling."""
+        return max(0, self.finest - BLOCK_LEVELS)
+
+
+class Extent(NamedTuple):
+    """The box of the triangles of a tile of the tiling, and of its points; x, y and z of the low and the high corner.
+
+    Without triangles, the low corner is above the high one.
+    """
+
+    triangles: FloatArray  # (2, 3)
+    points: FloatArray  # (2, 3)
+
+
+class Made(NamedTuple):
+    """A tile of the pyramid: how high it is."""
+
+    cell: Cell
+    low: float
+    high: float
+
+
+def measure(job: Job, task: tuple[Scheme, str]) -> Extent:
+    """Find out where a tile of the tiling is."""
+    scheme, name = task
+    pieces, num_own = _read(job, scheme, name)
+    used, own = pieces.points[np.unique(pieces.faces)], pieces.points[:num_own]
+    return Extent(_find_box(used), _find_box(own))
+
+
+def _find_box(points: FloatArray) -> FloatArray:
+    return np.array([points.min(axis=0, initial=np.inf), points.max(axis=0, initial=-np.inf)])
+
+
+def _read(job: Job, scheme: Scheme, name: str) -> tuple[Pieces, int]:
+    own, halo = job.store.points(name).read(), job.store.read_halo(name)
+    points = scheme.project(np.concatenate([own, halo]))
+    return Pieces(points, job.store.read_triangles(name).astype(np.int64)), len(own)
+
+
+def make_block(job: Job, task: tuple[Order, Cell, list[str]]) -> list[Made]:
+    """Make the tiles of all levels in a cell from the triangles of some tiles of the tiling."""
+    order, cell, names = task
+    path = order.work_path(cell)
+    if not path.exists():
+        parts = [cut_out(_read(job, order.scheme, name)[0], order.scheme, cell) for name in names]
+        meshes: dict[Cell, Mesh] = {}
+        _make(order, cell, join(parts), meshes)
+        _write(path, meshes)
+    return _list(path)
+
+
+def _make(order: Order, cell: Cell, pieces: Pieces, meshes: dict[Cell, Mesh]) -> None:
+    if not len(pieces.faces):
+        return
+    if cell.z == order.finest:
+        mesh = make_finest(pieces, order.scheme, cell)
+    else:
+        for child, part in zip(cell.children(), divide_cell(pieces, order.scheme, cell), strict=True):
+            _make(order, child, part, meshes)
+        points = [meshes[child].points for child in cell.children() if child in meshes]
+        mesh = make_coarse(points, order.scheme, cell) if points else None
+    if mesh is not None:
+        meshes[cell] = mesh
+
+
+def make_above(job: Job, task: tuple[Order, Cell, list[Cell]]) -> list[Made]:
+    """Make a tile from tiles of the next level."""
+    order, cell, children = task
+    path = order.work_path(cell)
+    if not path.exists():
+        mesh = make_coarse([_read_points(order.work_path(child), child) for child in children], order.scheme, cell)
+        _write(path, {} if mesh is None else {cell: mesh})
+    return _list(path)
+
+
+def encode_meshes(job: Job, task: tuple[Order, Cell, dict[Cell, NDArray[np.int64]]]) -> None:
+    """Write the files of the tiles that a task has made, with the steps of the heights around each."""
+    order, of, around = task
+    meshes = order.work_path(of)
+    with reading(meshes), np.load(meshes) as file:
+        for cell, steps in around.items():
+            path = Path(order.folder) / str(cell.z) / str(cell.x) / f"{cell.y}.terrain"
+            if path.exists():
+                continue
+            mesh = Mesh(*(file[_key(cell, name)] for name in Mesh._fields))
+            content = encode(mesh, order.scheme, Steps(steps))
+            _put(path, gzip.compress(content, mtime=0) if order.compress else content)
+
+
+def _put(path: Path, content: bytes) -> None:
+    """Write a file whole."""
+    try:
+        path.parent.mkdir(parents=True, exist_ok=True)
+        temporary = path.with_suffix(".part")
+        temporary.write_bytes(content)
+        os.replace(temporary, path)
+    except OSError as error:
+        raise FileError(f"{path}: {error.strerror}") from error
+
+
+def _key(cell: Cell, name: str) -> str:
+    return f"{cell.z}-{cell.x}-{cell.y}-{name}"
+
+
+def _write(path: Path, meshes: dict[Cell, Mesh]) -> None:
+    heads = [[*cell, mesh.points[:, 2].min(), mesh.points[:, 2].max()] for cell, mesh in meshes.items()]
+    arrays = {_key(cell, name): getattr(mesh, name) for cell, mesh in meshes.items() for name in Mesh._fields}
+    with writing(path) as temporary, temporary.open("wb") as file:
+        np.savez(file, heads=np.array(heads, dtype=np.float64).reshape(-1, 5), **arrays)
+
+
+def _list(path: Path) -> list[Made]:
+    with reading(path), np.load(path) as file:
+        return [Made(Cell(int(z), int(x), int(y)), low, high) for z, x, y, low, high in file["heads"].tolist()]
+
+
+def _read_points(path: Path, cell: Cell) -> FloatArray:
+    with reading(path), np.load(path) as file:
+        points: FloatArray = file[_key(cell, "points")]
+        return points
