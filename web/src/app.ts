@@ -97,7 +97,7 @@ export class App {
     private click(x: number, y: number): void {
         const place = this.pick(x, y);
         if (!place) return;
-        this.page.readout.textContent = place.map(value => toPlain(value, this.numDecimals)).join(' ');
+        this.page.readout.textContent = this.toText(place);
         if (this.clicked.length === 2 || this.mode === 'read') {
             this.clicked = [];
             this.clear();
@@ -106,6 +106,14 @@ export class App {
         this.marks.places = [...this.clicked];
         if (this.clicked.length === 2) this.measure(this.clicked[0], this.clicked[1]);
         this.view.draw();
+    }
+
+    /** The coordinates of a place; a degree is about as long as 10^5 metres. */
+    private toText(place: Place): string {
+        const {layer} = this.data;
+        const shown = layer?.toCoordinates(place) ?? place;
+        const more = layer?.isGlobe ? 5 : 0;
+        return shown.map((value, i) => toPlain(value, this.numDecimals + (i < 2 ? more : 0))).join(' ');
     }
 
     /** The place under a point of the canvas: x and y as they are printed, and the height there. */

@@ -13,6 +13,7 @@ export interface Description {
     surfaces: {layer: number; ramp?: string; color?: string; vertices: number; triangles: number}[];
     lines: {layer: number; color: string; width: number; ends: number}[];
     labels: SceneLabel[];
+    pyramid?: string; // where the description of the tiles is, if the surface comes in tiles
 }
 export interface Ramp {
     low: number;

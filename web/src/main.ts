@@ -1,8 +1,10 @@
 // The page of a scene: builds itself at once, then takes up the data step by step.
 
 import {App, NARROW} from './app';
+import {Layer, type LayerText} from './layer';
 import {type Page, makePage} from './page';
 import {readDescription, readScene} from './read';
+import {fetchBytes, Terrain} from './terrain';
 import {View} from './view';
 
 function setUpScheme(page: Page): void {
@@ -32,8 +34,31 @@ function complain(page: Page, error: unknown): void {
         : `This scene cannot be shown. ${reason}`;
 }
 
+function showNotice(page: Page, text: string): void {
+    page.notice.textContent = text;
+    page.notice.hidden = false;
+}
+
+/** Reads the description of tiles, which stand beside the page. */
+async function readLayer(address: string): Promise<Layer> {
+    if (location.protocol === 'file:') {
+        const folder = decodeURI(location.pathname).replace(/\/[^/]*$/, '');
+        throw new Error(
+            'It comes in tiles, and browsers load none for a page that is opened as a file. Start a web server, for example with ' +
+                `python3 -m http.server --directory "${folder}", and open http://localhost:8000/`,
+        );
+    }
+    const text = new TextDecoder().decode(await fetchBytes(address));
+    try {
+        return new Layer(JSON.parse(text) as LayerText);
+    } catch {
+        throw new Error(`${address} does not describe tiles.`);
+    }
+}
+
 async function show(page: Page, description: ReturnType<typeof readDescription>): Promise<void> {
     const data = await readScene(description, share => (page.progress.value = 0.9 * share));
+    if (description.pyramid) data.layer = await readLayer(description.pyramid);
     const view = new View(page.canvas, data);
     page.canvas.addEventListener('webglcontextlost', event => {
         event.preventDefault();
@@ -47,11 +72,16 @@ async function show(page: Page, description: ReturnType<typeof readDescription>)
     page.progress.value = 0.95;
     new App(page, view, data).resize();
     view.reset(); // now that the shape of the canvas is known
+    const terrain = data.layer && new Terrain(view, data.layer);
+    if (terrain) {
+        terrain.onFailure = reason => showNotice(page, `Some tiles cannot be loaded. ${reason}`);
+        await terrain.settle();
+    }
     view.drawNow();
     await view.finishDrawing();
     page.loading.hidden = true;
     page.canvas.dataset.ready = 'true';
-    Object.assign(window, {view}); // for tests, and for the curious
+    Object.assign(window, {view, terrain}); // for tests, and for the curious
 }
 
 /** The description stands in the page after this script, and the data after that. */

@@ -31,6 +31,7 @@ export interface Page {
     readout: HTMLElement;
     distance: HTMLElement;
     chart: HTMLElement;
+    notice: HTMLElement;
     exaggeration: HTMLInputElement;
     contours: HTMLInputElement;
     interval: HTMLInputElement;
@@ -147,9 +148,11 @@ export function makePage(description: Description): Page {
     const readout = make('dd', {testid: 'readout'});
     const distance = make('dd', {testid: 'distance'});
     const chart = make('div', {id: 'chart', hidden: true});
+    const notice = make('p', {id: 'notice', role: 'alert', hidden: true});
     const reading = make(
         'section',
         {id: 'reading', 'aria-live': 'polite', 'aria-label': 'Readings'},
+        notice,
         chart,
         hint,
         make('dl', {}, make('dt', {}, 'x y z'), readout, make('dt', {}, 'Distance'), distance),
@@ -160,5 +163,5 @@ export function makePage(description: Description): Page {
     const root = make('main', {id: 'root'}, make('div', {id: 'stage'}, canvas, marks), makeLegend(description), panel, reading, loading);
     document.body.prepend(root);
     const inputs = layers.map(([, box]) => box);
-    return {root, canvas, marks, status, progress, loading, panel, readout, distance, chart, exaggeration, contours, interval, layers: inputs, buttons};
+    return {root, canvas, marks, status, progress, loading, panel, readout, distance, chart, notice, exaggeration, contours, interval, layers: inputs, buttons};
 }

@@ -1,11 +1,13 @@
 // Takes the scene out of the page, in steps so short that the page stays alive.
 
 import {Decoder, type Description, type Lines, type Surface} from './decode';
+import type {Layer} from './layer';
 
 export interface SceneData {
     description: Description;
     surfaces: Surface[];
     lines: Lines[];
+    layer?: Layer; // of a surface that comes in tiles
 }
 
 const MAX_STEP = 30; // milliseconds

@@ -12,9 +12,8 @@ out vec3 vWorld;
 out float vHeight;
 void main() {
     vHeight = position.z;
-    vec4 world = modelMatrix * vec4(position, 1.0);
-    vWorld = world.xyz;
-    gl_Position = projectionMatrix * viewMatrix * world;
+    vWorld = (modelMatrix * vec4(position, 0.0)).xyz; // only its changes count
+    gl_Position = projectionMatrix * modelViewMatrix * vec4(position, 1.0); // the product is made in doubles
 }`;
 
 const fragmentShader = `
@@ -30,6 +29,7 @@ uniform bool hasContours;
 uniform float interval;
 uniform vec2 phases;       // height of the centre above a contour, and above a heavy one
 uniform vec3 light;
+uniform bool isSkirt;
 
 float getLine(float height, float step, float width) {
     float place = height / step;
@@ -41,6 +41,7 @@ float getLine(float height, float step, float width) {
 void main() {
     vec3 normal = normalize(cross(dFdx(vWorld), dFdy(vWorld)));
     if (normal.z < 0.0) normal = -normal;
+    if (isSkirt) normal = vec3(0.0, 0.0, 1.0); // so that it looks like the ground above it
     float shade = 0.42 + 0.72 * max(dot(normal, light), 0.0);
     vec3 paint = color;
     if (hasRamp) paint = texture(ramp, vec2(clamp((vHeight - range.x) / max(range.y - range.x, 1e-9), 0.002, 0.998), 0.5)).rgb;
@@ -78,7 +79,7 @@ function makeTexture(ramp: Ramp): DataTexture {
 
 /** The material of a surface; heights are relative to that of the centre. */
 export class SurfaceMaterial extends ShaderMaterial {
-    constructor(ramp: Ramp | undefined, color: string | undefined, private readonly centreHeight: number) {
+    constructor(ramp: Ramp | undefined, color: string | undefined, private readonly centreHeight: number, isSkirt = false) {
         const [r, g, b] = parseColor(color ?? '#c8c8c8');
         // A level ramp shows its middle.
         const [low, high] = ramp ? [ramp.low, ramp.high > ramp.low ? ramp.high : ramp.low + 1] : [0, 1];
@@ -89,13 +90,14 @@ export class SurfaceMaterial extends ShaderMaterial {
             glslVersion: GLSL3,
             side: DoubleSide,
             polygonOffset: true, // lines on the surface are in front of it
-            polygonOffsetFactor: 1,
-            polygonOffsetUnits: 2,
+            polygonOffsetFactor: isSkirt ? 2 : 1, // and the surface is in front of its skirts
+            polygonOffsetUnits: isSkirt ? 8 : 2,
             uniforms: {
                 ramp: {value: ramp ? makeTexture(ramp) : null},
                 range: {value: [low - shift - centreHeight, high - shift - centreHeight]},
                 color: {value: new Color().setRGB(r / 255, g / 255, b / 255)},
                 hasRamp: {value: ramp !== undefined},
+                isSkirt: {value: isSkirt},
                 hasContours: {value: false},
                 interval: {value: 1},
                 phases: {value: [0, 0]},

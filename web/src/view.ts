@@ -2,7 +2,7 @@
 //
 // The graphics processor gets float offsets from the centre of the scene; what is asked is answered from the doubles.
 
-import {BufferAttribute, BufferGeometry, Group, Mesh, PerspectiveCamera, Scene, Vector3, WebGLRenderer} from 'three';
+import {BufferAttribute, BufferGeometry, Frustum, Group, Matrix4, Mesh, PerspectiveCamera, Scene, Vector3, WebGLRenderer} from 'three';
 import {OrbitControls} from 'three/examples/jsm/controls/OrbitControls.js';
 import {LineMaterial} from 'three/examples/jsm/lines/LineMaterial.js';
 import {LineSegments2} from 'three/examples/jsm/lines/LineSegments2.js';
@@ -10,6 +10,7 @@ import {LineSegmentsGeometry} from 'three/examples/jsm/lines/LineSegmentsGeometr
 import type {Lines, Surface} from './decode';
 import {findHit, getHeightOn, type Hit, type Place} from './measure';
 import {type SceneData, nextTask} from './read';
+import {addSkirts, type SurfaceMesh} from './skirts';
 import {SurfaceMaterial} from './surfaceMaterial';
 
 export interface Box {
@@ -22,7 +23,7 @@ const FILLED = 0.96; // of the canvas, by a scene
 
 export class View {
     readonly box: Box;
-    readonly surfaces: Surface[];
+    surfaces: Surface[]; // what questions are answered from
     private readonly renderer: WebGLRenderer;
     private readonly scene = new Scene();
     private readonly ground = new Group();
@@ -36,6 +37,8 @@ export class View {
     private exaggeration = 1;
     private covered = 0; // by a panel, of the canvas, which is from -1 to 1
     private shifted: [number, number] = [0, 0]; // what the camera looks at, from the middle of the canvas to the right and up
+    /** Called before each frame, when the camera is where it will be. */
+    beforeFrame: () => void = () => {};
     /** Called after each frame. */
     onFrame: () => void = () => {};
 
@@ -43,7 +46,7 @@ export class View {
     constructor(private readonly canvas: HTMLCanvasElement, private readonly data: SceneData) {
         this.renderer = new WebGLRenderer({canvas, antialias: true, alpha: true});
         this.surfaces = data.surfaces;
-        this.box = getBox(data);
+        this.box = data.layer?.box ?? getBox(data);
         this.centre = this.box.low.map((low, i) => low / 2 + this.box.high[i] / 2) as Place;
         this.radius = Math.hypot(...this.box.low.map((low, i) => this.box.high[i] - low)) / 2 || 1;
         for (const _ of data.description.layers) {
@@ -61,20 +64,48 @@ export class View {
 
     /** Hands the geometry to the graphics processor, in steps. */
     async load(): Promise<void> {
-        const {description, surfaces, lines} = this.data;
+        const {surfaces, lines} = this.data;
         for (const surface of surfaces) {
             const geometry = new BufferGeometry();
             geometry.setAttribute('position', new BufferAttribute(await this.toOffsets(surface.places), 3));
             geometry.setIndex(new BufferAttribute(surface.triangles, 1));
-            const ramp = surface.ramp === undefined ? undefined : description.ramps[surface.ramp];
-            const material = new SurfaceMaterial(ramp, surface.color, this.centre[2]);
-            this.materials.push(material);
-            const mesh = new Mesh(geometry, material);
+            const mesh = new Mesh(geometry, this.makeMaterial(surface));
             mesh.frustumCulled = false; // all of it is in view nearly always
             this.layers[surface.layer].add(mesh);
             await nextTask();
         }
         for (const part of lines) await this.loadLines(part);
+    }
+
+    private makeMaterial({ramp, color}: Surface, isSkirt = false): SurfaceMaterial {
+        const {ramps} = this.data.description;
+        const material = new SurfaceMaterial(ramp === undefined ? undefined : ramps[ramp], color, this.centre[2], isSkirt);
+        this.materials.push(material);
+        return material;
+    }
+
+    /** Hands a part of a surface, with skirts along its sides, to the graphics processor; all parts look alike. */
+    addMesh(surface: Surface, sides: number[][], depth: number): SurfaceMesh {
+        const {places} = surface;
+        const offsets = new Float32Array(places.length);
+        const [x, y] = [places[0], places[1]]; // offsets in x-y are from here, so that they are small
+        for (let i = 0; i < places.length; i += 3) {
+            offsets[i] = places[i] - x;
+            offsets[i + 1] = places[i + 1] - y;
+            offsets[i + 2] = places[i + 2] - this.centre[2];
+        }
+        const geometry = addSkirts(offsets, surface.triangles, sides, depth);
+        if (this.materials.length === 0) [false, true].forEach(isSkirt => this.makeMaterial(surface, isSkirt));
+        const mesh = new Mesh(geometry, this.materials);
+        mesh.position.set(x - this.centre[0], y - this.centre[1], 0);
+        mesh.frustumCulled = false; // who adds parts knows which are in view
+        this.layers[surface.layer].add(mesh);
+        return mesh;
+    }
+
+    removeMesh(mesh: SurfaceMesh): void {
+        mesh.removeFromParent();
+        mesh.geometry.dispose();
     }
 
     private async loadLines(lines: Lines): Promise<void> {
@@ -264,6 +295,27 @@ export class View {
         return [this.centre[0] + x, this.centre[1] + y, this.centre[2] + z / this.exaggeration];
     }
 
+    /** Where a place is among the objects that the camera sees. */
+    toScene(place: readonly number[]): Vector3 {
+        const [x, y, z] = place.map((value, i) => value - this.centre[i]);
+        return new Vector3(x, y, z * this.exaggeration);
+    }
+
+    get eye(): Vector3 {
+        return this.camera.position;
+    }
+
+    /** What is in view. */
+    get frustum(): Frustum {
+        this.camera.updateMatrixWorld();
+        return new Frustum().setFromProjectionMatrix(new Matrix4().multiplyMatrices(this.camera.projectionMatrix, this.camera.matrixWorldInverse));
+    }
+
+    /** How long a unit is on the canvas at a distance of one unit. */
+    get pixelsPerUnit(): number {
+        return this.canvas.clientHeight / 2 / Math.tan((this.camera.fov * Math.PI) / 360);
+    }
+
     /** Where a place is on the canvas, in pixels of the page; null behind the camera. */
     project(place: readonly number[]): [number, number] | null {
         const point = this.toScene(place);
@@ -289,6 +341,7 @@ export class View {
         this.camera.near = Math.max(distance - reach, this.camera.position.distanceTo(this.controls.target) / 100);
         this.camera.far = distance + reach;
         this.camera.updateProjectionMatrix();
+        this.beforeFrame();
         this.renderer.render(this.scene, this.camera);
         this.onFrame();
     }
@@ -317,7 +370,7 @@ export class View {
         this.ground.traverse(object => {
             if (!(object instanceof Mesh)) return;
             object.geometry.dispose();
-            (object.material as SurfaceMaterial).dispose();
+            [object.material].flat().forEach(material => material.dispose());
         });
         this.ground.clear();
         this.controls.dispose();

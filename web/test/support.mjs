@@ -44,7 +44,7 @@ export async function open(browser, name, options = {}) {
     page.on('pageerror', error => complaints.push(String(error)));
     page.on('request', request => requests.push(request.url()));
     if (initScript) await page.addInitScript(initScript);
-    const url = pathToFileURL(join(folder, name)).href;
+    const url = name.startsWith('http') ? name : pathToFileURL(join(folder, name)).href;
     await page.goto(url);
     await page.waitForSelector(waitFor, {timeout: 60_000});
     return {page, complaints, requests: requests.filter(request => request !== url), byId: id => page.getByTestId(id)};

@@ -180,7 +180,8 @@ COMMANDS = (
         "tile",
         "Triangulate more points than memory holds.",
         "Triangulates points tile by tile, on several processors, into a folder of Parquet files. A run that was stopped goes "
-        "on where it was when it is started again in the same words.",
+        "on where it was when it is started again in the same words. Terrain tiles come with a page that shows them, which a "
+        "web server has to hand out, such as python3 -m http.server --directory FOLDER.",
         (
             Argument("SOURCE", "points or rasters, which belong together", multiple=True),
             Argument("FOLDER", "where the tiles go"),
@@ -188,9 +189,10 @@ COMMANDS = (
         (
             Option("--points-per-tile", "N", "whole", "the most points of a tile", default=2_000_000),
             Option("--workers", "N", "whole", "how many processes work; as many as there are processors without it"),
+            Option("--terrain", "FOLDER", "file", "also write terrain tiles for the web into this folder"),
             _CLASS,
         ),
-        "taro25d tile ground.laz tiles --points-per-tile 1000",
+        "taro25d tile ground.laz tiles --points-per-tile 1000 --terrain web",
         "tile.tile",
     ),
 )

@@ -15,8 +15,9 @@ from ..errors import CrsError, FormatError, InvalidInputError
 
 
 def tile(
-    source: Sequence[Path], folder: Path, points_per_tile: int, workers: int | None, class_: Sequence[int]
-) -> None:
+    source: Sequence[Path], folder: Path, *, points_per_tile: int, workers: int | None, terrain: Path | None,
+    class_: Sequence[int],
+) -> None:  # fmt: skip
     """Triangulate in tiles."""
     for value, name in ((points_per_tile, "--points-per-tile"), (workers, "--workers")):
         if value is not None and value < 1:
@@ -32,7 +33,10 @@ def tile(
     ) as client:  # fmt: skip
         bar = Bar(delay=1.0)
         try:
-            tiles.triangulate(list(source), folder, points_per_tile, client, classes=list(class_) or None, progress=bar)
+            kept = list(class_) or None
+            result = tiles.triangulate(list(source), folder, points_per_tile, client, classes=kept, progress=bar)
+            if terrain is not None:
+                result.write_terrain(terrain, client=client, progress=bar)
         except (CrsError, FormatError):
             raise
         except InvalidInputError as error:

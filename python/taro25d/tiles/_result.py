@@ -241,7 +241,8 @@ class Tiling:
         """
         from . import pyramid
 
-        pyramid.make(self, Path(folder), client, points_per_tile, geographic, title, compress, progress)
+        wishes = pyramid.Wishes(points_per_tile, geographic, title, compress)
+        pyramid.make(self, Path(folder), client, wishes, progress)
 
     def check(self, *, client: Any = None, progress: Progress = False) -> bool:
         """Make the triangles of all tiles anew, compare them with the files, and see that they fit together.

@@ -1,5 +1,5 @@
 """Terrain tiles for the web: a pyramid of quantized meshes of a surface in tiles."""
 
-from ._make import make
+from ._make import Wishes, make
 
-__all__ = ["make"]
+__all__ = ["Wishes", "make"]

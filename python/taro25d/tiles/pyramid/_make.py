@@ -7,7 +7,7 @@ import json
 import shutil
 import uuid
 from pathlib import Path
-from typing import TYPE_CHECKING, Any
+from typing import TYPE_CHECKING, Any, NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
@@ -33,35 +33,39 @@ _SPARE_TILES = 256
 _STEP_RANGE = 12
 
 
-def make(
-    tiling: Tiling, folder: Path, client: Any, points_per_tile: int, geographic: bool | None, title: str | None,
-    compress: bool, progress: Progress,
-) -> None:  # fmt: skip
+class Wishes(NamedTuple):
+    """What the user chose."""
+
+    points_per_tile: int
+    geographic: bool | None
+    title: str | None
+    compress: bool
+
+
+def make(tiling: Tiling, folder: Path, client: Any, wishes: Wishes, progress: Progress) -> None:
     """Make a pyramid, or go on with one."""
-    if points_per_tile < 1:
-        raise InvalidInputError(f"points_per_tile: 1 or more are expected, not {points_per_tile}")
-    if geographic and tiling.crs is None:
+    if wishes.points_per_tile < 1:
+        raise InvalidInputError(f"points_per_tile: 1 or more are expected, not {wishes.points_per_tile}")
+    if wishes.geographic and tiling.crs is None:
         raise InvalidInputError("geographic: the coordinate reference system of the tiling is not known")
-    title = title or folder.resolve().name
-    chosen = tiling.crs if geographic in (None, True) else None
-    settings = [_FORMAT, points_per_tile, None if chosen is None else chosen.to_wkt(), title, compress]
-    digest = _find_digest(tiling, settings)
+    folder = folder.resolve()
+    wishes = wishes._replace(geographic=tiling.crs is not None and wishes.geographic is not False)
+    wishes = wishes._replace(title=wishes.title or folder.name)
+    digest = _find_digest(tiling, wishes)
     with _settings.locking(folder), workers(client) as crew_client, showing(progress) as show:
         if _enter(folder, digest):
             return
         job = Job(str(tiling.folder.resolve()), uuid.uuid4().hex, None)
-        crew = Crew(crew_client, job, show)
-        layer = _make(tiling, folder.resolve(), crew, Scheme.of(chosen, tiling.bounds), points_per_tile, title, compress)
-        _work._put(folder / "index.html", _page.make_page(title, layer["taro25d"]["heights"]).encode())
+        layer = _make(tiling, folder, Crew(crew_client, job, show), wishes)
+        _work._put(folder / "index.html", _page.make_page(layer["name"], layer["taro25d"]["heights"]).encode())
         layer["taro25d"]["digest"] = digest
         _work._put(folder / "layer.json", json.dumps(layer, indent=1).encode())
         shutil.rmtree(folder / ".work")
 
 
-def _find_digest(tiling: Tiling, settings: list[Any]) -> str:
+def _find_digest(tiling: Tiling, wishes: Wishes) -> str:
     """Get a number for all that decides about the files."""
-    made_of = _settings.read(tiling.folder)
-    text = json.dumps([made_of["source"], made_of["points_per_tile"], made_of["classes"], *settings])
+    text = json.dumps([_FORMAT, _settings.read(tiling.folder), wishes])
     return hashlib.blake2b(text.encode(), digest_size=16).hexdigest()
 
 
@@ -80,9 +84,8 @@ def _enter(folder: Path, digest: str) -> bool:
     return False
 
 
-def _make(
-    tiling: Tiling, folder: Path, crew: Crew, scheme: Scheme, points_per_tile: int, title: str, compress: bool
-) -> dict[str, Any]:
+def _make(tiling: Tiling, folder: Path, crew: Crew, wishes: Wishes) -> dict[str, Any]:
+    scheme = Scheme.of(tiling.crs if wishes.geographic else None, tiling.bounds)
     measured = crew.all("measuring", _work.measure, [(scheme, name) for name in tiling.tiles])
     extents = dict(zip(tiling.tiles, measured, strict=True))
     if not any(np.isfinite(extent.triangles).all() for extent in measured):
@@ -91,11 +94,12 @@ def _make(
     box = np.array([boxes[:, 0].min(axis=0), boxes[:, 1].max(axis=0)])
     if np.ptp(box[:, 0]) > 180 and scheme.crs:
         raise Error("the points lie on both sides of the meridian of 180 degrees")
-    order = Order(str(folder), scheme, find_finest(scheme, boxes, len(tiling), points_per_tile), compress)
+    finest = find_finest(scheme, boxes, len(tiling), wishes.points_per_tile)
+    order = Order(str(folder), scheme, finest, wishes.compress)
     made = _make_meshes(crew, order, box, extents)
     tasks = [(order, of, steps) for of, steps in _find_steps(made).items()]
     crew.all("writing", _work.encode_meshes, tasks)
-    return _page.describe(scheme, box, [part.cell for parts in made.values() for part in parts], title)
+    return _page.describe(scheme, box, [part.cell for parts in made.values() for part in parts], wishes.title or "")
 
 
 def find_finest(scheme: Scheme, boxes: FloatArray, num: int, points_per_tile: int) -> int:

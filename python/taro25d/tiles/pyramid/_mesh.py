@@ -20,7 +20,7 @@ from ._cut import Faces, Pieces
 from ._scheme import Cell, Scheme
 
 STEPS = 32767
-_ERROR = 1 / 2048  # of the width of a tile; with what the levels below have left out it is twice that
+_ERROR = 1 / 1024  # of the width of a tile; with what the levels below have left out it is twice that
 _MOST = 30_000  # vertices that a tile has which is not one of the finest, unless its sides have more
 
 Grid = NDArray[np.int64]
@@ -58,10 +58,10 @@ def make_coarse(children: list[FloatArray], scheme: Scheme, cell: Cell) -> Mesh 
     numbers = np.cumsum(kept) - 1
     lines = [lifted[numbers[side]] for side in sides if len(side) > 1]
     with expecting_warnings():  # vertices of the sides are among the points, too
-        tin = simplify(lifted, limit, lines, threads=1)
+        tin = simplify(lifted, limit, lines, certified=True, threads=1)
         while len(tin.points) > _MOST + sum(map(len, lines)):
             limit *= 2
-            tin = simplify(tin.points, limit, lines, threads=1)
+            tin = simplify(tin.points, limit, lines, certified=True, threads=1)
     return _look_up(tin, points, places)
 
 

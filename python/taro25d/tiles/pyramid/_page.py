@@ -89,8 +89,15 @@ def make_page(title: str, heights: list[float]) -> str:
     """Make the page, which loads the tiles beside it."""
     ramp = {"low": heights[0], "high": heights[1], "stops": _engine.terrain_colors()}
     description = {
-        "title": title, "exaggeration": 1, "layers": ["surface"], "ramps": {"terrain": ramp}, "surfaces": [],
-        "lines": [], "labels": [], "pyramid": "layer.json",
-    }  # fmt: skip
+        "title": title,
+        "exaggeration": 1,
+        "bytes": 0,
+        "layers": ["surface"],
+        "ramps": {"terrain": ramp},
+        "surfaces": [],
+        "lines": [],
+        "labels": [],
+        "pyramid": "layer.json",
+    }
     text = json.dumps(description, indent=1).replace("<", "\\u003c")
     return _PAGE.format(title=html.escape(title), script=_engine.viewer_script(), description=text)

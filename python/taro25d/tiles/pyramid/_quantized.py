@@ -10,7 +10,7 @@ from numpy.typing import NDArray
 
 from ..._geometry import FloatArray
 from ._mesh import STEPS, Grid, Mesh
-from ._scheme import Scheme
+from ._scheme import Cell, Scheme
 
 _FLOAT_BITS = 23  # a height counted in steps has to be exact in the floats of the header
 
@@ -42,7 +42,7 @@ class Steps(NamedTuple):
         return result
 
 
-def encode(mesh: Mesh, scheme: Scheme, steps: Steps) -> bytes:
+def encode(mesh: Mesh, cell: Cell, scheme: Scheme, steps: Steps) -> bytes:
     """Make the content of the file."""
     order, faces = _number(mesh.faces)
     places, points = mesh.places[order], mesh.points[order]
@@ -52,7 +52,8 @@ def encode(mesh: Mesh, scheme: Scheme, steps: Steps) -> bytes:
     low = float(np.floor(heights.min() / own) * own)
     high = low + STEPS * own
     counted = np.rint((heights - low) / own).astype(np.int64)
-    head = _make_header(np.column_stack([points[:, :2], heights]), scheme, low, high)
+    rounded = scheme.low(cell) + places / STEPS * scheme.width(cell.z)
+    head = _make_header(np.column_stack([rounded, heights]), scheme, low, high)
     columns = [_to_differences(column) for column in (*places.T, counted)]
     wide = len(points) > 1 << 16
     kind = "<u4" if wide else "<u2"
@@ -63,7 +64,7 @@ def encode(mesh: Mesh, scheme: Scheme, steps: Steps) -> bytes:
 
 
 def _number(faces: NDArray[np.int64]) -> tuple[NDArray[np.int64], NDArray[np.int64]]:
-    """Number vertices in the order in which the triangles use them first: the former numbers, and the triangles."""
+    """Renumber vertices as the triangles come to them: the former numbers, and the triangles."""
     used, first, rows = np.unique(faces, return_index=True, return_inverse=True)
     order = np.argsort(first)
     numbers = np.empty(len(used), dtype=np.int64)

@@ -102,7 +102,8 @@ class Scheme(NamedTuple):
             [np.cos(latitude) * np.cos(longitude), np.cos(latitude) * np.sin(longitude), np.sin(latitude)]
         )
         scaled = normal * _RADII**2
-        return scaled / np.sqrt((normal * scaled).sum(axis=1))[:, np.newaxis] + normal * points[:, 2:]
+        places: FloatArray = scaled / np.sqrt((normal * scaled).sum(axis=1))[:, np.newaxis] + normal * points[:, 2:]
+        return places
 
     def find_horizon(self, centre: FloatArray, places: FloatArray) -> FloatArray:
         """Get the point, with the globe scaled to a sphere of radius 1, that is below the horizon only if all places are.
@@ -118,7 +119,8 @@ class Scheme(NamedTuple):
         towards = towards / np.linalg.norm(towards)
         cosine = np.clip(scaled @ towards / np.linalg.norm(scaled, axis=1), -1, 1)
         reach = cosine / size - np.sqrt(1 - cosine**2) * np.sqrt(size**2 - 1) / size
-        return towards / max(float(reach.min()), 1e-3)
+        point: FloatArray = towards / max(float(reach.min()), 1e-3)
+        return point
 
 
 _cache: dict[str, tuple[Any, float]] = {}

@@ -125,7 +125,7 @@ def encode_meshes(job: Job, task: tuple[Order, Cell, dict[Cell, NDArray[np.int64
             if path.exists():
                 continue
             mesh = Mesh(*(file[_key(cell, name)] for name in Mesh._fields))
-            content = encode(mesh, order.scheme, Steps(steps))
+            content = encode(mesh, cell, order.scheme, Steps(steps))
             _put(path, gzip.compress(content, mtime=0) if order.compress else content)
 
 

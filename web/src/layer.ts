@@ -1,0 +1,87 @@
+// The description of a pyramid of tiles, and where its tiles are in the coordinates of the page. Those are metres from the middle
+// of the surface where the tiles have longitude and latitude, and the coordinates of the survey otherwise.
+
+import type {Place} from './measure';
+
+/** What layer.json says. */
+export interface LayerText {
+    bounds: number[];
+    minzoom: number;
+    maxzoom: number;
+    available: {startX: number; startY: number; endX: number; endY: number}[][];
+    projection: string;
+    tiles: string[];
+    taro25d: {origin: number[]; size: number; metres: number; heights: number[]};
+}
+
+export interface Cell {
+    z: number;
+    x: number;
+    y: number;
+}
+
+export class Layer {
+    private readonly middle: number[];
+    private readonly scale: number[];
+    readonly isGlobe: boolean;
+
+    constructor(private readonly text: LayerText) {
+        const [west, south, east, north] = text.bounds;
+        this.isGlobe = text.projection === 'EPSG:4326';
+        const middle = [west / 2 + east / 2, south / 2 + north / 2];
+        const {metres} = text.taro25d;
+        this.middle = this.isGlobe ? middle : [0, 0];
+        this.scale = this.isGlobe ? [metres * Math.cos((middle[1] * Math.PI) / 180), metres] : [1, 1];
+    }
+
+    /** The box of the whole surface on the page. */
+    get box(): {low: Place; high: Place} {
+        const [west, south, east, north] = this.text.bounds;
+        const [low, high] = this.text.taro25d.heights;
+        return {low: this.toPage(west, south, low), high: this.toPage(east, north, high)};
+    }
+
+    private toPage(x: number, y: number, z: number): Place {
+        return [(x - this.middle[0]) * this.scale[0], (y - this.middle[1]) * this.scale[1], z];
+    }
+
+    /** The coordinates of a place of the page. */
+    toCoordinates([x, y, z]: Place): Place {
+        return [x / this.scale[0] + this.middle[0], y / this.scale[1] + this.middle[1], z];
+    }
+
+    /** The south-western and north-eastern corner of a tile on the page. */
+    getCorners({z, x, y}: Cell): [number, number, number, number] {
+        const {origin, size} = this.text.taro25d;
+        const width = size / 2 ** z;
+        const [west, south] = this.toPage(origin[0] + x * width, origin[1] + y * width, 0);
+        const [east, north] = this.toPage(origin[0] + (x + 1) * width, origin[1] + (y + 1) * width, 0);
+        return [west, south, east, north];
+    }
+
+    getAddress({z, x, y}: Cell): string {
+        return this.text.tiles[0].replace('{z}', String(z)).replace('{x}', String(x)).replace('{y}', String(y));
+    }
+
+    isAvailable({z, x, y}: Cell): boolean {
+        return this.text.available[z].some(part => x >= part.startX && x <= part.endX && y >= part.startY && y <= part.endY);
+    }
+
+    /** The tiles of the coarsest level. */
+    getRoots(): Cell[] {
+        const {minzoom, available} = this.text;
+        return available[minzoom].flatMap(({startX, startY, endX, endY}) => {
+            const cells: Cell[] = [];
+            for (let x = startX; x <= endX; ++x) {
+                for (let y = startY; y <= endY; ++y) cells.push({z: minzoom, x, y});
+            }
+            return cells;
+        });
+    }
+
+    /** The tiles that a tile is divided into. */
+    getChildren({z, x, y}: Cell): Cell[] {
+        if (z >= this.text.maxzoom) return [];
+        return [0, 1, 2, 3].map(k => ({z: z + 1, x: 2 * x + (k & 1), y: 2 * y + (k >> 1)})).filter(cell => this.isAvailable(cell));
+    }
+}
