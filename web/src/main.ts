@@ -35,6 +35,7 @@ function complain(page: Page, error: unknown): void {
 }
 
 function showNotice(page: Page, text: string): void {
+    page.notice.setAttribute('role', 'alert');
     page.notice.textContent = text;
     page.notice.hidden = false;
 }

@@ -148,7 +148,7 @@ export function makePage(description: Description): Page {
     const readout = make('dd', {testid: 'readout'});
     const distance = make('dd', {testid: 'distance'});
     const chart = make('div', {id: 'chart', hidden: true});
-    const notice = make('p', {id: 'notice', role: 'alert', hidden: true});
+    const notice = make('p', {id: 'notice', hidden: true});
     const reading = make(
         'section',
         {id: 'reading', 'aria-live': 'polite', 'aria-label': 'Readings'},
