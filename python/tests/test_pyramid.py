@@ -51,9 +51,9 @@ def test_any_points(name: str, tmp_path: pathlib.Path, client) -> None:
     result = taro25d.tiles.triangulate(points, tmp_path / "tiles", points_per_tile=100, client=client)
     if name in ("collinear", "one", "none"):
         with pytest.raises(taro25d.Error, match="no triangles"):
-            result.write_terrain(tmp_path / "web", 30, client)
+            result.write_terrain(tmp_path / "web", 30, client=client)
         return
-    result.write_terrain(tmp_path / "web", 30, client)
+    result.write_terrain(tmp_path / "web", 30, client=client)
     tiles = read_all(tmp_path / "web")
     layer = json.loads((tmp_path / "web" / "layer.json").read_text())
     available = {
@@ -71,7 +71,7 @@ def test_any_points(name: str, tmp_path: pathlib.Path, client) -> None:
 def test_errors_are_within_the_limits(tmp_path: pathlib.Path, client) -> None:
     points = make_hills(6000) + [EAST, NORTH, 300]
     result = taro25d.tiles.triangulate(points, tmp_path / "tiles", points_per_tile=900, client=client)
-    result.write_terrain(tmp_path / "web", 300, client)
+    result.write_terrain(tmp_path / "web", 300, client=client)
     layer, tiles = json.loads((tmp_path / "web" / "layer.json").read_text()), read_all(tmp_path / "web")
     tin = taro25d.Triangulation(points)
     tin.canonicalize()
@@ -98,7 +98,7 @@ def test_tiles_of_the_globe(tmp_path: pathlib.Path, client) -> None:
     pyproj = pytest.importorskip("pyproj")
     points = make_ground(3000)
     result = taro25d.tiles.triangulate(points, tmp_path / "tiles", points_per_tile=900, client=client, crs="EPSG:32632")
-    result.write_terrain(tmp_path / "web", 300, client, compress=True, title="A <b> & c")
+    result.write_terrain(tmp_path / "web", 300, client=client, compress=True, title="A <b> & c")
     layer, tiles = json.loads((tmp_path / "web" / "layer.json").read_text()), read_all(tmp_path / "web")
     assert layer["projection"] == "EPSG:4326" and layer["name"] == "A <b> & c"
     assert count_mismatches(tiles)[1] == 0
@@ -131,20 +131,20 @@ def test_a_pyramid_goes_on_and_another_is_refused(ground: taro25d.tiles.Tiling, 
             raise KeyboardInterrupt
 
     with pytest.raises(KeyboardInterrupt):
-        ground.write_terrain(web, 40, client, progress=interrupt)
+        ground.write_terrain(web, 40, client=client, progress=interrupt)
     assert not (web / "layer.json").exists()
     kept = list((web / ".work").iterdir())
     with pytest.raises(taro25d.RefusedError, match="other settings"):
-        ground.write_terrain(web, 41, client)
+        ground.write_terrain(web, 41, client=client)
     assert len(kept) > 1
-    ground.write_terrain(web, 40, client)
+    ground.write_terrain(web, 40, client=client)
     assert not (web / ".work").exists()
-    ground.write_terrain(tmp_path / "fresh", 40, client)
+    ground.write_terrain(tmp_path / "fresh", 40, client=client)
     for path in (tmp_path / "fresh").rglob("*.terrain"):
         assert path.read_bytes() == (web / path.relative_to(tmp_path / "fresh")).read_bytes()
     with pytest.raises(taro25d.RefusedError, match="other settings"):
-        ground.write_terrain(web, 41, client)
+        ground.write_terrain(web, 41, client=client)
     with pytest.raises(taro25d.RefusedError, match="other files"):
-        ground.write_terrain(tmp_path, 40, client)
+        ground.write_terrain(tmp_path, 40, client=client)
     with pytest.raises(taro25d.InvalidInputError, match="reference system"):
         ground.write_terrain(tmp_path / "globe", geographic=True)

@@ -16,7 +16,7 @@ from ..._geometry import FloatArray
 from ..._progress import Progress, showing
 from ...errors import Error, InvalidInputError, RefusedError
 from .. import _settings
-from .._run import Crew, workers
+from .._crew import Crew, workers
 from .._work import Job
 from . import _page, _work
 from ._mesh import STEPS
