@@ -17,10 +17,10 @@
 #include <utility>
 
 #include "kernel/heights.h"
+#include "kernel/links.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "mesh/walk.h"
-#include "modelling/PointFan.h"
 #include "modelling/TrianglePlane.h"
 
 namespace LUMO_TARO25D {
@@ -39,7 +39,19 @@ bool holds(GeomTest& geomTest, const Triangle2* pT, const Point2& point) {
     return true;
 }
 
+/// Begins the list of the triangles around a vertex of the hull at its hull edge.
+void startAtHull(std::vector<Triangle2*>& vTriangles, const Point2* pVtx) {
+    const auto isFirst = [pVtx](const Triangle2* pT) {
+        return !pT->getOppositeTriangle(incIndexBy2(indexOfVertex(pT, pVtx)));
+    };
+    const auto first = std::find_if(vTriangles.begin(), vTriangles.end(), isFirst);
+    if (first != vTriangles.end()) std::rotate(vTriangles.begin(), first, vTriangles.end());
+}
+
 }  // namespace
+
+PointBuckets::PointBuckets(Dt2& mesh, double maxError)
+    : mesh_(mesh), maxError_(maxError), fan_(mesh.getGeomTest()) {}
 
 void PointBuckets::clear() {
     mBuckets_ = PointerMap<Bucket>();
@@ -86,6 +98,7 @@ void PointBuckets::giveTo(const std::vector<Triangle2*>& vTriangles) {
 void PointBuckets::giveToFan(Point2* pVtx, std::uint32_t ofVertex) {
     vStar_.clear();
     mesh_.getIncidentTriangles(pVtx, vStar_);
+    startAtHull(vStar_, pVtx);
     vOld_.clear();
     vWorst_.clear();
     for (Triangle2* pT : vStar_) {
@@ -94,12 +107,12 @@ void PointBuckets::giveToFan(Point2* pVtx, std::uint32_t ofVertex) {
         vWorst_.push_back({-1.0, NONE, ++bucket.version, pT});
     }
     vFirst_.assign(vStar_.size(), NONE);
-    PointFan fan(*pVtx, vStar_, mesh_.getGeomTest());
+    fan_.set(*pVtx, vStar_);
     const auto give = [&](std::uint32_t k) {
         Place& place = vPlaces_[k];
-        const size_t i = fan.find(place.x, place.y);
+        const size_t i = fan_.find(place.x, place.y);
         place.next = std::exchange(vFirst_[i], k);
-        vWorst_[i].consider(k, getDistance(fan.getHeight(i, place.x, place.y), place.z));
+        vWorst_[i].consider(k, getDistance(fan_.getHeight(i, place.x, place.y), place.z));
     };
     for (std::uint32_t k : vOld_) {
         while (k != NONE) {
@@ -114,7 +127,7 @@ void PointBuckets::giveToFan(Point2* pVtx, std::uint32_t ofVertex) {
     for (size_t i = 0; i < vStar_.size(); ++i) {
         Bucket& bucket = mBuckets_[vStar_[i]];
         bucket.first = vFirst_[i];
-        close(bucket, vWorst_[i], fan.getSlack(i));
+        close(bucket, vWorst_[i], fan_.getSlack(i));
     }
 }
 

@@ -5,6 +5,7 @@
 #include <queue>
 #include <vector>
 
+#include "modelling/PointFan.h"
 #include "support/PointerMap.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
@@ -44,7 +45,7 @@ class PointBuckets {
     };
 
     /// Points within a distance from the surface do not enter the queue. The mesh must outlive this object.
-    PointBuckets(Dt2& mesh, double maxError) : mesh_(mesh), maxError_(maxError) {}
+    PointBuckets(Dt2& mesh, double maxError);
 
     /// Sets the places; none is in a bucket yet.
     void setPlaces(std::vector<Place> vPlaces) { vPlaces_ = std::move(vPlaces); }
@@ -101,6 +102,7 @@ class PointBuckets {
     std::priority_queue<Worst> queue_;
     std::vector<std::uint32_t> vMoving_;
     std::vector<Triangle2*> vStar_;  // scratch
+    PointFan fan_;
     std::vector<Worst> vWorst_;
     std::vector<std::uint32_t> vFirst_, vOld_;
 };

@@ -1,43 +1,40 @@
 #include "modelling/PointFan.h"
 
-#include <cmath>
+#include <algorithm>
 
 #include "kernel/links.h"
 
 namespace LUMO_TARO25D {
 
-PointFan::PointFan(const Point2& center, const std::vector<Triangle2*>& vTriangles, GeomTest& geomTest)
-    : center_(center), geomTest_(geomTest) {
-    vSectors_.reserve(vTriangles.size());
-    const auto getSpoke = [&](const Point2* pEnd) {
-        return Spoke{pEnd, pEnd->x() - center.x(), pEnd->y() - center.y()};
+void PointFan::set(const Point2& center, const std::vector<Triangle2*>& vTriangles) {
+    pCenter_ = &center;
+    x_ = center.x();
+    y_ = center.y();
+    last_ = 0;
+    vSpokes_.clear();
+    vPlanes_.clear();
+    double reachX = 0.0, reachY = 0.0;
+    const auto addSpoke = [&](const Point2* pEnd) {
+        vSpokes_.push_back({pEnd, pEnd->x() - x_, pEnd->y() - y_, 0.0});
+        reachX = std::max(reachX, std::abs(vSpokes_.back().dx));
+        reachY = std::max(reachY, std::abs(vSpokes_.back().dy));
     };
     for (const Triangle2* pT : vTriangles) {
         const int i = indexOfVertex(pT, &center);
-        vSectors_.push_back(
-            {getSpoke(pT->getCorner(incIndexBy1(i))), getSpoke(pT->getCorner(incIndexBy2(i))), TrianglePlane(pT)});
+        addSpoke(pT->getCorner(incIndexBy1(i)));
+        vPlanes_.emplace_back(pT, i);
+        if (pT == vTriangles.back()) addSpoke(pT->getCorner(incIndexBy2(i)));
     }
+    // The error bound of a filtered orientation test (Shewchuk 1997) for all points of the fan; underflow adds less
+    // than TINY.
+    constexpr double ERROR_BOUND = 0x1p-50, TINY = 1e-300;
+    for (Spoke& spoke : vSpokes_)
+        spoke.bound = ERROR_BOUND * (std::abs(spoke.dx) * reachY + std::abs(spoke.dy) * reachX) + TINY;
 }
 
-/// The error bound of a filtered orientation test (Shewchuk 1997); underflow adds less than TINY.
-inline bool PointFan::isOnSide(Orientation2 side, const Spoke& spoke, double x, double y) {
-    constexpr double ERROR_BOUND = 0x1p-51, TINY = 1e-300;
-    const double a = spoke.dx * (y - center_.y()), b = spoke.dy * (x - center_.x()), det = a - b;
-    if (std::abs(det) > ERROR_BOUND * (std::abs(a) + std::abs(b)) + TINY)
-        return (det > 0.0) == (side == ORIENTATION2_CCW);
+Orientation2 PointFan::getSideExactly(const Spoke& spoke, double x, double y) {
     const Point2 point(x, y, 0.0);
-    return geomTest_.getOrientation2(&center_, spoke.pEnd, &point) == side;
-}
-
-// A sector is narrower than a half plane, so that its two spokes decide. If the point is right of the right spoke, it
-// is also right of the right spokes of all sectors passed clockwise up to its own; left likewise.
-size_t PointFan::find(double x, double y) {
-    const size_t num = vSectors_.size();
-    const size_t first = last_;
-    while (isOnSide(ORIENTATION2_CW, vSectors_[last_].right, x, y)) last_ = (last_ == 0 ? num : last_) - 1;
-    if (last_ != first) return last_;
-    while (isOnSide(ORIENTATION2_CCW, vSectors_[last_].left, x, y)) last_ = last_ + 1 == num ? 0 : last_ + 1;
-    return last_;
+    return geomTest_.getOrientation2(pCenter_, spoke.pEnd, &point);
 }
 
 }  // namespace LUMO_TARO25D

@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "kernel/heights.h"
+#include "kernel/tools.h"
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
 
@@ -15,8 +16,13 @@ namespace LUMO_TARO25D {
 /// change.
 class TrianglePlane {
   public:
-    explicit TrianglePlane(const Triangle2* pT) : origin_(*pT->getCorner(0)), pT_(pT) {
-        const Point2 &p = origin_, &q = *pT->getCorner(1), &r = *pT->getCorner(2);
+    /// The plane is computed from one of the corners.
+    explicit TrianglePlane(const Triangle2* pT, int origin = 0) : pT_(pT) {
+        const Point2 &p = *pT->getCorner(origin), &q = *pT->getCorner(incIndexBy1(origin)),
+                     &r = *pT->getCorner(incIndexBy2(origin));
+        x_ = p.x();
+        y_ = p.y();
+        z_ = p.z();
         const double qx = q.x() - p.x(), qy = q.y() - p.y(), qz = q.z() - p.z();
         const double rx = r.x() - p.x(), ry = r.y() - p.y(), rz = r.z() - p.z();
         const double area = qx * ry - rx * qy;
@@ -32,12 +38,8 @@ class TrianglePlane {
 
     /// The height at a place that the triangle holds.
     double getHeight(double x, double y) const {
-        double height = 0.0;
-        if (!bSound_) {
-            getHeightInside(*pT_, Point2(x, y, 0.0), height);
-            return height;
-        }
-        height = origin_.z() + (slopeX_ * (x - origin_.x()) + slopeY_ * (y - origin_.y()));
+        if (!bSound_) return getHeightOfUnsound(x, y);
+        const double height = z_ + (slopeX_ * (x - x_) + slopeY_ * (y - y_));
         return std::clamp(height, min_, max_);
     }
     /// A bound on the difference between these heights and those of getHeightInside().
@@ -48,9 +50,14 @@ class TrianglePlane {
     // quotient.
     static constexpr double ROUNDING = 0x1p-45;
 
-    const Point2& origin_;
+    double getHeightOfUnsound(double x, double y) const {
+        double height = 0.0;
+        getHeightInside(*pT_, Point2(x, y, 0.0), height);
+        return height;
+    }
+
     const Triangle2* pT_;
-    double slopeX_, slopeY_, min_, max_, slack_;
+    double x_, y_, z_, slopeX_, slopeY_, min_, max_, slack_;
     bool bSound_;
 };
 
