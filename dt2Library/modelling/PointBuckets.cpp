@@ -50,8 +50,7 @@ void startAtHull(std::vector<Triangle2*>& vTriangles, const Point2* pVtx) {
 
 }  // namespace
 
-PointBuckets::PointBuckets(Dt2& mesh, double maxError)
-    : mesh_(mesh), maxError_(maxError), fan_(mesh.getGeomTest()) {}
+PointBuckets::PointBuckets(Dt2& mesh, double maxError) : mesh_(mesh), maxError_(maxError), fan_(mesh.getGeomTest()) {}
 
 void PointBuckets::clear() {
     mBuckets_ = PointerMap<Bucket>();

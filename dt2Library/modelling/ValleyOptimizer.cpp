@@ -19,6 +19,7 @@
 #include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "support/stopping.h"
 #include "taro25d/Vector2.h"
 #include "taro25d/freeFunctions.h"
 
@@ -57,20 +58,26 @@ ValleyOptimizer::ValleyOptimizer(Dt2& mesh, const std::vector<Triangle2*>& vTria
     for (const Triangle2* pT : vTriangles_) sTriangles_.insert(pT);
 }
 
-size_t ValleyOptimizer::run() {
-    size_t numFlips = 0;
-    for (bool bAny = true; bAny;) {
-        bAny = false;
-        for (const Side& side : getEdges()) {
-            mesh_.getProgress().throwIfStopped();
-            // An earlier flip may have changed the triangle; the edge is then visited in the next pass.
-            if (!tryFlip(side.pT, side.i)) continue;
-            ++numFlips;
-            bAny = true;
+void ValleyOptimizer::run() {
+    try {
+        while (flipOnce()) {
         }
+    } catch (...) {
+        keepEdges();  // flipped edges that are not constraints would leave an invalid triangulation
+        throw;
     }
-    if (numFlips > 0) keepEdges();
-    return numFlips;
+    keepEdges();
+}
+
+/// Visits all edges once; whether any was flipped.
+bool ValleyOptimizer::flipOnce() {
+    bool bAny = false;
+    for (const Side& side : getEdges()) {
+        mesh_.getProgress().throwIfStopped();
+        // An earlier flip may have changed the triangle; the edge is then visited in the next pass.
+        bAny = tryFlip(side.pT, side.i) || bAny;
+    }
+    return bAny;
 }
 
 std::vector<ValleyOptimizer::Side> ValleyOptimizer::getEdges() const {
@@ -102,6 +109,7 @@ bool ValleyOptimizer::tryFlip(Triangle2* pT, int i) {
     const Point2 *pFirst = pT->getCorner(i), *pSecond = getFarCorner(pT, i);
     mesh_.flip(pT, i);
     sFlipped_.insert(pFirst, pSecond);
+    bFlipped_ = true;
     return true;
 }
 
@@ -129,6 +137,8 @@ bool ValleyOptimizer::changesHeightTooMuch(const Point2& a, const Point2& b, con
 }
 
 void ValleyOptimizer::keepEdges() {
+    if (!bFlipped_) return;
+    const NoStopScope noStop;
     std::vector<ConstraintMgr::VertexPair> vPairs;
     for (const Triangle2* pT : vTriangles_) {
         for (int i = 0; i < 3; ++i) {

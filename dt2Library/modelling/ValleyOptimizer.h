@@ -20,8 +20,8 @@ class ValleyOptimizer {
                     double maxHeightChange);
 
     /// Flips until no flip lowers the cost, then makes constraints, in one graph, of the flipped edges and of the edges
-    /// that are not Delaunay. Returns the number of flips.
-    size_t run();
+    /// that are not Delaunay, also if the call is cancelled.
+    void run();
 
   private:
     /// An edge between two triangles of the zone, by one of them.
@@ -30,6 +30,7 @@ class ValleyOptimizer {
         int i;
     };
 
+    bool flipOnce();
     bool tryFlip(Triangle2* pT, int i);
     /// The sum of the angles at the diagonal b-c of the quadrilateral a, b, d, c, or at a-d if it were flipped, and at
     /// its four sides.
@@ -44,6 +45,7 @@ class ValleyOptimizer {
     double minAngle_;  // in radians
     double maxHeightChange_;
     EdgeSet sFlipped_;
+    bool bFlipped_ = false;
 };
 
 }  // namespace LUMO_TARO25D

@@ -1,5 +1,7 @@
 #include <cmath>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
@@ -45,22 +47,14 @@ void Zone2::unifyGrid(double size) {
     }
 }
 
-Zone2* Taro_2D::fillHoles(Zone2* pZone, double maxPerimeter) {
-    const MessageScope scope(&pDt2_->getProgress());
-    if (!pZone || !hasZone(*pDt2_, pZone) || !(maxPerimeter >= 0.0)) {
-        warning("Taro_2D::fillHoles()",
-                "the zone is none of this triangulation, or the perimeter is negative or no "
-                "number, returning NULL");
-        return nullptr;
-    }
-    std::vector<Triangle2*> vTriangles, vOutside;
-    pZone->getTriangles(vTriangles);
-    if (vTriangles.empty()) {
-        warning("Taro_2D::fillHoles()", "the zone has no triangles, returning NULL");
-        return nullptr;
-    }
-    AddressSet sInside = toSet(vTriangles);
-    pDt2_->forEachTriangle([&](Triangle2* pT) {
+namespace {
+
+/// Appends the triangles of those parts outside a set that do not reach the hull and whose border is short enough.
+void appendHoles(const Dt2& mesh, const std::vector<Triangle2*>& vInside, double maxPerimeter,
+                 std::vector<Triangle2*>& vHoles) {
+    AddressSet sInside = toSet(vInside);
+    std::vector<Triangle2*> vOutside;
+    mesh.forEachTriangle([&](Triangle2* pT) {
         if (!sInside.contains(pT)) vOutside.push_back(pT);
     });
     std::vector<ConnectedComponent> vComponents;
@@ -73,8 +67,26 @@ Zone2* Taro_2D::fillHoles(Zone2* pZone, double maxPerimeter) {
             perimeter += distance2D(*edge.getSrc(), *edge.getTrg());
         }
         if (!bHole || perimeter > maxPerimeter) continue;
-        vTriangles.insert(vTriangles.end(), component.getTriangles().begin(), component.getTriangles().end());
+        vHoles.insert(vHoles.end(), component.getTriangles().begin(), component.getTriangles().end());
     }
+}
+
+}  // namespace
+
+Zone2* Taro_2D::fillHoles(Zone2* pZone, double maxPerimeter) {
+    const MessageScope scope(&pDt2_->getProgress());
+    const auto refuse = [](const char* reason) {
+        warning("Taro_2D::fillHoles()", std::string(reason) + ", returning NULL");
+        return nullptr;
+    };
+    if (!pZone || !hasZone(*pDt2_, pZone)) return refuse("the zone is none of this triangulation");
+    if (!(maxPerimeter >= 0.0)) return refuse("the perimeter is negative or no number");
+    std::vector<Triangle2*> vTriangles, vHoles;
+    pZone->getTriangles(vTriangles);
+    if (vTriangles.empty()) return refuse("the zone has no triangles");
+    appendHoles(*pDt2_, vTriangles, maxPerimeter, vHoles);
+    ValleyOptimizer(*pDt2_, vHoles, 0.0, std::numeric_limits<double>::max()).run();
+    vTriangles.insert(vTriangles.end(), vHoles.begin(), vHoles.end());
     return pDt2_->createZone(vTriangles, false);
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -11,7 +13,9 @@
 #include "support/generators.h"
 #include "support/mesh.h"
 #include "support/polygons.h"
+#include "support/stopping.h"
 #include "taro25d/Edge2.h"
+#include "taro25d/TaroCancelled.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
@@ -95,6 +99,85 @@ TEST(Valleys, LimitsConstraintsAndBordersHold) {
     EXPECT_TRUE(contains(capture, "Zone2::unifyGrid(), WARNING: "));
 }
 
+bool isFlat(const Triangle2* pT) {
+    return pT->getCorner(0)->z() == pT->getCorner(1)->z() && pT->getCorner(0)->z() == pT->getCorner(2)->z();
+}
+
+/// The angles between the normals at the edges of two neighbours, each edge once.
+double costAround(const Triangle2* pT, const Triangle2* pN) {
+    double sum = 0;
+    for (const Triangle2* pOf : {pT, pN}) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pFar = pOf->getOppositeTriangle(i);
+            if (!pFar || (pOf == pN && pFar == pT)) continue;
+            bool ok = true;
+            const auto normalOf = [&ok](const Triangle2* p) {
+                return getNormalVector(*p->getCorner(0), *p->getCorner(1), *p->getCorner(2), ok);
+            };
+            const Vector2 u = normalOf(pOf), v = normalOf(pFar);
+            const double x = u.y() * v.z() - u.z() * v.y(), y = u.z() * v.x() - u.x() * v.z(),
+                         z = u.x() * v.y() - u.y() * v.x();
+            sum += std::atan2(std::sqrt(x * x + y * y + z * z), u.x() * v.x() + u.y() * v.y() + u.z() * v.z());
+        }
+    }
+    return sum;
+}
+
+TEST(Valleys, NoAllowedFlipRemovesAFlatTriangle) {
+    // Contours of a valley: their bends make terraces.
+    Random random(3);
+    Taro_2D mesh;
+    SegmentVector vContours;
+    for (int height = 1; height <= 8; ++height) {
+        for (int side = -1; side <= 1; side += 2) {
+            Point2 last(0, 6.0 * height, height);
+            for (int i = 1; i <= 12; ++i) {
+                const Point2 next(side * 4.0 * i, 6.0 * height - 2.5 * i + uniform(random, -0.4, 0.4), height);
+                vContours.emplace_back(last, next);
+                last = next;
+            }
+        }
+    }
+    mesh.createConstraint(vContours, CIS_CONSTRAINED_DELAUNAY);
+    mesh.createZone(nullptr, ZL_GLOBAL)->optimizeValleysAndRidges(0, NO_LIMIT);
+    size_t numTried = 0;
+    Dt2& engine = *mesh.getImpl();
+    for (Triangle2* pT : trianglesOf(mesh)) {
+        for (int i = 0; isFlat(pT) && i < 3; ++i) {
+            Triangle2* pN = pT->getOppositeTriangle(i);
+            if (!pN || !engine.canBeFlipped(pT, i)) continue;
+            const double cost = costAround(pT, pN);
+            ++numTried;
+            engine.flip(pT, i);
+            EXPECT_GE(costAround(pT, pN), cost - 2e-9) << *pT << *pN;
+            engine.flip(pT, pT->getIntraTriangleIndex(pN));
+        }
+    }
+    EXPECT_GT(numTried, 10u);
+}
+
+TEST(Valleys, CancelledTheyLeaveAValidMesh) {
+    size_t numCancelled = 0;
+    for (size_t moment = 1; moment < 4000; moment += 1 + moment / 2) {
+        Taro_2D mesh;
+        mesh.insert(makeValley(2));
+        std::atomic<bool> bFlag{false};
+        mesh.setCancelFlag(&bFlag);
+        Zone2* pAll = mesh.createZone(nullptr, ZL_GLOBAL);
+        size_t numCancelPoints = 0;
+        setCancelPointObserver([&] { bFlag = bFlag || ++numCancelPoints == moment; });
+        try {
+            pAll->optimizeValleysAndRidges(1, NO_LIMIT);
+        } catch (const TaroCancelled&) {
+            ++numCancelled;
+        }
+        setCancelPointObserver(nullptr);
+        mesh.setCancelFlag(nullptr);
+        EXPECT_TRUE(ConstraintOracle(mesh).check()) << moment;
+    }
+    EXPECT_GT(numCancelled, 3u);
+}
+
 TEST(Valleys, GridOfHeights) {
     Taro_2D mesh;
     mesh.insert({{0, 0, 0.26}, {4, 0, -0.26}, {0, 4, 1.1}, {9, 9, 7.77}});
@@ -121,11 +204,44 @@ TEST(Holes, AreFilledUpToAPerimeter) {
     EXPECT_DOUBLE_EQ(mesh.fillHoles(pZone, 7)->getArea2D(), 900 - 4 - 36);
     EXPECT_DOUBLE_EQ(mesh.fillHoles(pZone, 8)->getArea2D(), 900 - 36);
     EXPECT_DOUBLE_EQ(mesh.fillHoles(pZone, 1e300)->getArea2D(), 900);
-    StdoutCapture capture;
     Taro_2D other;
-    EXPECT_EQ(mesh.fillHoles(nullptr, 8), nullptr);
-    EXPECT_EQ(other.fillHoles(pZone, 8), nullptr);
-    EXPECT_EQ(mesh.fillHoles(pZone, -1), nullptr);
+    const auto refuses = [](const char* reason, Taro_2D& asked, Zone2* pOf, double perimeter) {
+        return contains(printedBy([&] { EXPECT_EQ(asked.fillHoles(pOf, perimeter), nullptr); }), reason);
+    };
+    EXPECT_TRUE(refuses("the zone is none of this triangulation", mesh, nullptr, 8));
+    EXPECT_TRUE(refuses("the zone is none of this triangulation", other, pZone, 8));
+    EXPECT_TRUE(refuses("the perimeter is negative or no number", mesh, pZone, -1));
+    EXPECT_TRUE(refuses("the zone has no triangles", mesh, zoneDifference(pSmall, pWhole), 8));
+}
+
+TEST(Holes, FollowTheSurfaceAround) {
+    // A valley along the diagonal of a hole: the Delaunay diagonals of its lattice are ties, which may go across it.
+    for (const double tilt : {1.0, -1.0}) {
+        const auto at = [tilt](int x, int y) { return Point2(x, y, std::abs(x + tilt * y - (tilt > 0 ? 6 : 0))); };
+        PointVector vCorners;
+        for (int x = 0; x < 6; ++x) {
+            for (int y = 0; y < 6; ++y) {
+                const bool bHole = x == 2 && y >= 2 && y <= 3, bAlong = tilt < 0;
+                if (bHole) continue;
+                const Point2 a = at(x, y), b = at(x + 1, y), c = at(x + 1, y + 1), d = at(x, y + 1);
+                if (bAlong)
+                    vCorners.insert(vCorners.end(), {a, b, c, a, c, d});
+                else
+                    vCorners.insert(vCorners.end(), {a, b, d, b, c, d});
+            }
+        }
+        Taro_2D mesh;
+        ASSERT_TRUE(mesh.importTriangles(vCorners, false, false));
+        Zone2* pFilled = mesh.fillHoles(mesh.getImportedZone(), 100);
+        ASSERT_NE(pFilled, nullptr);
+        EXPECT_DOUBLE_EQ(pFilled->getArea2D(), 36);
+        for (const Point2& place : {Point2(2.5, 2.5, 0), Point2(2.5, 3.5, 0), Point2(2.25, 2.75, 0)}) {
+            double height = -1;
+            ASSERT_TRUE(mesh.getHeight(place.x(), place.y(), height));
+            EXPECT_NEAR(height, std::abs(place.x() + tilt * place.y() - (tilt > 0 ? 6 : 0)), 1e-12) << place;
+        }
+        EXPECT_TRUE(ConstraintOracle(mesh).check());
+    }
 }
 
 }  // namespace
