@@ -28,7 +28,8 @@ double median(std::vector<double> vNumbers) {
     return vNumbers[vNumbers.size() / 2];
 }
 
-/// Hilly ground of about n triangles over the unit square, and later the same ground seen through other points and changed.
+/// Hilly ground of about n triangles over the unit square, and later the same ground, changed and sampled at other
+/// points.
 Points makeGround(std::size_t n, std::uint64_t seed, double phase) {
     Points vPoints = uniform(n / 2, seed);
     for (const double x : {0.0, 1.0})

@@ -19,8 +19,8 @@ class VtkSurface {
     explicit VtkSurface(const std::vector<LUMO_TARO25D::Triangle2*>& vTriangles);
     ~VtkSurface();
 
-    /// vtkContourFilter at all heights at once, its segments joined into lines by vtkStripper; with a search tree over the
-    /// heights if wanted. Returns the number of segments.
+    /// vtkContourFilter at all heights at once, its segments joined into lines by vtkStripper; with bTree, finds
+    /// triangles by a search tree over the heights. Returns the number of segments.
     std::size_t contour(const std::vector<double>& vHeights, bool bTree) const;
 
     /// vtkBandedPolyDataContourFilter at all levels at once. Returns the number of polygons.

@@ -392,7 +392,8 @@ class Run {
         });
     }
 
-    /// From one end of the surface to the other, each part once. Segments that are shorter than rounding may change places.
+    /// From one end of the surface to the other, each part once. Segments that are shorter than rounding may change
+    /// places.
     void checkConnected(const Polyline& vSegments, long double distance) const {
         long double reach = INFINITY;
         for (size_t i = 0; i < vSegments.size(); ++i) {

@@ -75,7 +75,8 @@ bool isSimple(const PointVector& vCorners) {
     return n >= 3;
 }
 
-/// Whether a corner lies next to a side that does not end there, so that rounding decides whether the polygon is simple.
+/// Whether a corner lies next to a side that does not end there, so that rounding decides whether the polygon is
+/// simple.
 bool isNextToItself(const PointVector& vCorners) {
     const size_t n = vCorners.size();
     double largest = 0.0;

@@ -8,7 +8,7 @@ namespace LUMO_TARO25D {
 
 class Dt2;
 
-/// Some triangles of a mesh; both must outlive this.
+/// Some triangles of a mesh. The mesh and the list must outlive this object.
 struct SurfacePart {
     Dt2& dt2;
     const std::vector<Triangle2*>& vTriangles;

@@ -31,9 +31,9 @@ class TileMesh {
     /// Requires is2D().
     void findReached(const double* aBoxes, size_t num, std::vector<std::uint8_t>& vReached) const;
 
-    /// Certifies further stars: those of the corners of all triangles that a vertex inserted at one of the places (x, y)
-    /// would remove. Points refused by offer() before must be offered again. Returns whether there are new such stars.
-    /// Requires is2D().
+    /// Certifies further stars: those of the corners of all triangles that a vertex inserted at one of the places (x,
+    /// y) would remove. Points refused by offer() before must be offered again. Returns whether there are new such
+    /// stars. Requires is2D().
     bool watch(const double* aPlaces, size_t num);
 
     /// The triangles that the tile owns: those whose smallest corner (by x, then y) is one of its own points, as

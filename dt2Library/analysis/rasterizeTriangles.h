@@ -19,7 +19,7 @@ struct BorderCell {
     double angle;  // if the centre is a vertex: counterclockwise from the east to the border edge; else 0
 };
 
-/// What rasterizeTriangles finds, in rows of the window.
+/// The result of rasterizeTriangles, row by row of the window.
 struct PartialRaster {
     std::vector<double> vCells;
     std::vector<std::uint8_t> vHas;  // whether the centre belongs to a triangle of the part

@@ -135,8 +135,8 @@ bool getHeightInside(const Triangle2& triangle, const Point2& place, double& hei
 
 namespace {
 
-/// Where the line of a-b meets the segment c-d, as a share of its length, from a computation in doubles; false if rounding
-/// would show.
+/// Where the line of a-b meets the segment c-d, as a share of its length, from a computation in doubles; false if
+/// rounding would show.
 bool getShareAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d, double& share) {
     constexpr double ERROR_BOUND = 0x1p-51, TINY = 1e-300, MAX_ERROR = 0x1p-44;
     const double dx = b.x() - a.x(), dy = b.y() - a.y();

@@ -18,7 +18,8 @@ bool getHeightInTriangle(const Triangle2& triangle, const Point2& place, double&
 bool getHeightInside(const Triangle2& triangle, const Point2& place, double& height);
 
 /// The vertical distance of the segments a-b and c-d where they cross, with an error below 1e-13 of the ranges of their
-/// heights, and rounding of the heights themselves. The ends of both must be finite and on different sides of the other's line.
+/// heights, and rounding of the heights themselves. The ends of both must be finite and on different sides of the
+/// other's line.
 double getDistanceAtCrossing(const Point2& a, const Point2& b, const Point2& c, const Point2& d);
 
 }  // namespace LUMO_TARO25D

@@ -1,12 +1,12 @@
 // Streams from an elevation grid.
 //
 // All cells on the border are outlets. The ground is flooded from there inwards, always at the lowest cell of the shore
-// (priority-flood, Barnes, Lehman, Mulla 2014). Water that reaches a cell below its own level fills it to that level, so
-// pits become level, and the cell from which each cell was flooded shows a way out of them. Then every cell drains to the
-// neighbour of steepest descent on the filled ground, or on level ground the way it was flooded from (O'Callaghan, Mark
-// 1984). That never leads in a circle: the level does not rise on the way, and where it stays the same the way goes to
-// cells flooded earlier. So cells in the reverse order of flooding are a list in which every cell stands before the one it
-// drains to, and one pass along it counts what drains through each cell. O(n log n).
+// (priority-flood, Barnes, Lehman, Mulla 2014). Water that reaches a cell below its own level fills it to that level,
+// so pits become level, and the cell from which each cell was flooded shows a path out of them. Then every cell drains
+// to the neighbour of steepest descent on the filled ground or, on level ground, to the cell from which it was flooded
+// (O'Callaghan, Mark 1984). Such a path never runs in a circle: the level does not rise along it, and where the level
+// is constant the path leads to cells flooded earlier. So in the reverse order of flooding every cell comes before the
+// cell to which it drains, and one pass in that order counts the cells that drain through each cell. O(n log n).
 
 #include "streams.h"
 

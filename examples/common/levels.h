@@ -22,8 +22,8 @@ struct Level {
 /// heights that are so near to each other, or so far apart, that there is none.
 double proposeInterval(const LUMO_TARO25D::IsoContours& isoContours);
 
-/// The contours at all multiples of the interval between the lowest and the highest point. Throws CLI::ValidationError for an
-/// interval that makes more than a thousand of them.
+/// The contours at all multiples of the interval between the lowest and the highest point. Throws CLI::ValidationError
+/// for an interval that makes more than a thousand of them.
 std::vector<Level> takeLevels(const LUMO_TARO25D::IsoContours& isoContours, double interval);
 
 }  // namespace examples

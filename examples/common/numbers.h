@@ -7,8 +7,8 @@ namespace examples {
 /// The number in as few digits as it needs, and no more than that.
 std::string toText(double number, int numDigits = 10);
 
-/// The number without an exponent, in as many decimals as show a hundredth of a range; numbers that would be longer than a
-/// line as toText.
+/// The number without an exponent, in as many decimals as show a hundredth of a range; numbers that would be longer
+/// than a line as toText.
 std::string toPlain(double number, double range);
 
 /// The nearest integer, its digits in groups of three: 1,234,567.

@@ -36,8 +36,8 @@ std::string escaped(const std::string& path) {
 
 /// False where ghostscript is not installed or fails.
 bool convert(const std::string& filename, const Part& part) {
-    // Absolute, so that no name looks like an option. Three pixels make one, which smooths all edges. The drawing begins
-    // 50 points from the left of the page, and 200 from its lower edge.
+    // Absolute, so that no name looks like an option. Three pixels make one, which smooths all edges. The drawing
+    // begins 50 points from the left of the page, and 200 from its lower edge.
     constexpr double LEFT = 50, BOTTOM = 200, MARGIN = 10;
     const auto size = [](double extent) { return std::to_string(static_cast<int>(std::ceil(extent + 2 * MARGIN))); };
     const auto shift = [](double edge) { return std::to_string(static_cast<int>(MARGIN - edge)); };

@@ -10,7 +10,7 @@ namespace examples {
 /// What a program returns to the shell; above 100, CLI11 says what is wrong with the command line.
 enum ExitStatus { ALL_IS_WELL = 0, BAD_DATA = 1 };
 
-/// All that a main function does once the app has its options: reads the command line, then runs the program. Exceptions
+/// The body of a main function whose app has its options: reads the command line, then runs the program. Exceptions
 /// become a message on standard error and an exit status. CLI::ParseError is for an option that turns out to be wrong.
 int runProgram(CLI::App& app, int numArguments, char** aArguments, const std::function<ExitStatus()>& program);
 

@@ -16,12 +16,12 @@ class BadInput : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The points of a file in one of these text formats, told apart by what stands in the file:
+/// The points of a file in one of these text formats, which are distinguished by their contents:
 ///  - an ESRI ASCII grid: a header (ncols, nrows, xllcorner or xllcenter, yllcorner or yllcenter, cellsize or dx and dy,
 ///    NODATA_value, in any order and case), then the heights row by row, the northernmost row first. Heights stand at the
 ///    centres of the cells; cells without data give no point;
 ///  - `x y z` on each line, separated by blanks or tabs; '#' begins a comment;
-///  - CSV: the same with commas or semicolons, and perhaps a line of column names at the top.
+///  - CSV: x, y and z separated by commas or semicolons, and perhaps a line of column names at the top.
 /// Numbers have a decimal point whatever the locale. Throws BadInput for a file that is missing, empty or cut short, or
 /// that holds anything but finite numbers. Memory stays proportional to the length of the file, whatever it says.
 std::vector<LUMO_TARO25D::Point2> readPoints(const std::string& filename);

@@ -14,8 +14,8 @@ namespace examples {
 /// The width of a text in the font of drawings, in points of the page, at a guess.
 double widthOf(const std::string& text, int size);
 
-/// What stands around a map: a title and a line of text above it, a bar of a round length and a legend below it. Lengths are in
-/// metres. Entries of the legend stand in the order in which they come.
+/// The frame of a map: a title and a line of text above it, a bar of a round length and a legend below it. Lengths are
+/// in metres. Entries of the legend stand in the order in which they come.
 class Sheet {
   public:
     /// Draws title and bar, and leaves room for the ground between them.

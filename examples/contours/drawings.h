@@ -21,8 +21,8 @@ struct Content {
     double interval;
 };
 
-/// Draws all levels, the flood below them, and where the profile is. Labels stand on the heavy lines, which are interrupted
-/// there.
+/// Draws all levels, the flood below them, and the line of the profile. Labels stand on the heavy lines, which are
+/// interrupted there.
 void drawMap(const std::string& filename, const Content& content);
 
 /// Draws a profile from left to right, its heights exaggerated, above the heavy levels.

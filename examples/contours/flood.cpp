@@ -12,7 +12,8 @@ namespace contours {
 
 namespace {
 
-/// The triangles below a level that are connected with the lowest one. Cut ground has none that reaches through the level.
+/// The triangles below a level that are connected with the lowest one. Cut ground has none that reaches through the
+/// level.
 std::vector<Triangle2*> findBasin(const std::vector<Triangle2*>& vTriangles, double level) {
     const auto isWet = [level](const Triangle2* pT) { return pT->getBarycenter().z() < level; };
     const auto isLower = [](const Triangle2* pT, const Triangle2* pOther) {

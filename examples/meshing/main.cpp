@@ -2,8 +2,8 @@
 //
 // The points of the file make the surface; a contour of it is the outline. Its lines run with higher ground on their
 // left, so as oriented constraints they bound a zone: the triangles on their left, holes excluded. At first these reach
-// from shore to shore, thin as needles. Refinement makes good ones of them, with angles of at least 25 degrees, and takes
-// the height of each new vertex from the surface. The pictures show the zone before and after.
+// from shore to shore, thin as needles. Refinement makes good ones of them, with angles of at least 25 degrees, and
+// takes the height of each new vertex from the surface. The pictures show the zone before and after.
 
 #include <algorithm>
 #include <cmath>

@@ -22,7 +22,8 @@ int main() {
     after.insert(vCorners);
     after.createConstraint(makeRing({15, 10, 50}, {65, 10, 50}, {65, 40, 50}, {15, 40, 50}), CIS_CONSTRAINED_DELAUNAY);
 
-    // The boundary is cut into both surfaces. The surfaces keep their heights there: those of the boundary do not count.
+    // The boundary is cut into both surfaces. The surfaces keep their heights there: those of the boundary do not
+    // count.
     const std::vector<Segment2> vBoundary = makeRing({5, 5, 0}, {75, 5, 0}, {75, 45, 0}, {5, 45, 0});
     Zone2* pBefore = before.createZone_cookieCutter(vBoundary);
     Zone2* pAfter = after.createZone_cookieCutter(vBoundary);

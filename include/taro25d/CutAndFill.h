@@ -68,8 +68,8 @@ class TARO25D_API CutAndFill {
     /// lines along which cut or fill begins. Null is ignored.
     void show(Visualizer2* pVisualizer) const;
     /// Adds the surface after the earthworks to a scene, which is not owned: lowered ground in the layer `cut`, red,
-    /// raised ground in `fill`, blue, and the rest in `unchanged`, grey. Where the difference counts as 0, the surface is
-    /// the mean of both. Layers without triangles are left out. Null is ignored.
+    /// raised ground in `fill`, blue, and the rest in `unchanged`, grey. Where the difference counts as 0, the surface
+    /// is the mean of both. Layers without triangles are left out. Null is ignored.
     void show(Visualizer3* pVisualizer) const;
     /// Does nothing; without it show(nullptr) would be ambiguous.
     void show(std::nullptr_t) const {}

@@ -372,14 +372,14 @@ class TARO25D_API Taro_2D {
     Zone2* createZone_trimmed(double maxEdgeLength, bool bVerbose = true);
 
     /// A zone with its holes: the triangles of a zone, and those of each part outside it that does not reach the hull
-    /// and whose border is at most maxPerimeter long in x-y. No vertices are inserted, so heights inside a hole follow from
-    /// those on its border, and the diagonals make the difference: edges between triangles of the hole are flipped as
-    /// long as a flip lowers the sum of the angles between the normals at all edges of these triangles, border included
-    /// (Dyn, Levin and Rippa 1990), so that the surface bends little there. Flipped edges become constraints of one graph;
-    /// constraints do not flip, and vertices inside a hole keep their heights. The zone is of location ZL_GROW, and its
-    /// border becomes a constraint. Null, with a warning, for a zone that is not of this triangulation or has no
-    /// triangles, and a perimeter that is negative or NaN. Linear in the number of all triangles, and O(k log k) for k
-    /// triangles in holes in each of a few passes. May throw TaroCancelled, with flips done so far.
+    /// and whose border is at most maxPerimeter long in x-y. No vertices are inserted, so heights inside a hole follow
+    /// from those on its border, and the diagonals make the difference: edges between triangles of the hole are flipped
+    /// as long as a flip lowers the sum of the angles between the normals at all edges of these triangles, border
+    /// included (Dyn, Levin and Rippa 1990), so that the surface bends little there. Flipped edges become constraints
+    /// of one graph; constraints do not flip, and vertices inside a hole keep their heights. The zone is of location
+    /// ZL_GROW, and its border becomes a constraint. Null, with a warning, for a zone that is not of this triangulation
+    /// or has no triangles, and a perimeter that is negative or NaN. Linear in the number of all triangles, and O(k log
+    /// k) for k triangles in holes in each of a few passes. May throw TaroCancelled, with flips done so far.
     Zone2* fillHoles(Zone2* pZone, double maxPerimeter);
 
     /// Deletes a zone; triangles and constraints stay. False, with a warning, for a zone that does not belong to the

@@ -73,7 +73,8 @@ std::string printedByCut(const PointVector& vBefore, const PointVector& vAfter, 
 }  // namespace
 
 TEST(CutAndFill, DividedDiagonalsStayUnderAThreshold) {
-    // The numbers are those of cutting edge by edge. Where the mesh is made Delaunay across divided diagonals, there are more.
+    // The numbers are those of cutting edge by edge. Where the mesh is made Delaunay across divided diagonals, there
+    // are more.
     Random r(1);
     Surface before(makeScattered(1000, 0, 0, 100, 100, r, 10)), after(makeScattered(1000, 0, 0, 100, 100, r, 10));
     CutAndFill caf(before.pZone, after.pZone, 2);

@@ -16,7 +16,8 @@ using namespace rasters;
 
 namespace {
 
-/// The part of a triangle that belongs to the Voronoi cell of its corner i, negative where the centre of the circle is outside.
+/// The part of a triangle that belongs to the Voronoi cell of its corner i, negative where the centre of the circle is
+/// outside.
 double voronoiPart(const Triangle2& triangle, int i) {
     const auto cotangentAt = [&](int k) {
         const Point2 &p = *triangle.getCorner(k), &a = *triangle.getCorner((k + 1) % 3),

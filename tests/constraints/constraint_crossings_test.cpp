@@ -70,7 +70,8 @@ TEST(ConstraintCrossings, ThatMoveToAnEndAreNotRationed) {
 
 double planeAt(double x, double y) { return 0.25 * x - 0.5 * y; }
 
-/// Segments across a square and on a plane, on lattices of several finenesses, so that some meet at vertices, overlap or nearly touch.
+/// Segments across a square and on a plane, on lattices of several finenesses, so that some meet at vertices, overlap
+/// or nearly touch.
 SegmentVector makeTangle(Random& random, size_t num, double origin, double fineness) {
     SegmentVector vSegments;
     while (vSegments.size() < num) {

@@ -79,7 +79,8 @@ TEST(GridMeshing, SeedsZonesThatRefinementCompletes) {
 }
 
 TEST(GridMeshing, KeepsWhatWasThere) {
-    // The grid of spacing 20 in this square has its points at 20, 40, ...; one of them is taken, others are near vertices.
+    // The grid of spacing 20 in this square has its points at 20, 40, ...; one of them is taken, others are near
+    // vertices.
     const PointVector vPoints{{40, 40, 0}, {41, 60, 0}, {62, 40, 0}, {40, 42, 0}};
     const Scene scene = makeScene({makeRectangle(0, 0, 100, 100)}, {}, flat, vPoints);
     MeshGenParams params(scene.pZone);

@@ -43,8 +43,8 @@ Outcome refineSquare(double side, const Setter& set) {
     return refine(scene, params);
 }
 
-/// Limits of a client that knows when a pass begins: in the zone there is a triangle far away that never changes, and was
-/// created first, so that each pass begins with it.
+/// Limits of a client that knows when a pass begins: in the zone there is a triangle far away that never changes, and
+/// was created first, so that each pass begins with it.
 class PassWatcher : public MeshGenParams {
   public:
     explicit PassWatcher(const PointVector& vCorners) : PassWatcher(makeScene({SENTINEL}), vCorners) {}

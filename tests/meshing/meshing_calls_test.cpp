@@ -62,7 +62,8 @@ TEST(Meshing, EndsWhereNumbersResolveMoreThanTheZoneNeeds) {
     const Scene wheel = makeScene({makeRectangle(-10, -10, 10, 10)}, vSpokes);
     wheel.pMesh->refine(wheel.pZone, 30, 0, 1e300, true);
     EXPECT_LT(wheel.pMesh->numberOfPoints(), 20000u);
-    // A triangle of few units in the last place, and one with a border that has no number between its ends on this side.
+    // A triangle of few units in the last place, and one with a border that has no number between its ends on this
+    // side.
     const auto at = [](int x, int y) { return Point2(0x1p22 + x * 0x1p-30, 0x1p22 + y * 0x1p-30, 0); };
     const std::pair<PointVector, const char*> aGrains[] = {
         {{at(0, 0), at(9, 1), at(2, 8)}, "too small for the numbers"},

@@ -213,8 +213,8 @@ class RepairOracle {
         return true;
     }
 
-    /// All points that two closed triangles have in common lie between these: corners of one in the other, and crossings of
-    /// edges. They fit if these are common corners, two of them at most.
+    /// All points that two closed triangles have in common lie between these: corners of one in the other, and
+    /// crossings of edges. They fit if these are common corners, two of them at most.
     static bool doFit(const Point2* pA, const Point2* pB) {
         std::set<Place> sCommon, sCorners;
         for (int i = 0; i < 3; ++i) {

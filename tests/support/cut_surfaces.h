@@ -36,7 +36,8 @@ struct Surface {
     void init(const PointVector& vPoints) {
         mesh.insert(vPoints);
         box = mesh.computeBoundingBox();
-        // A rounding error of a coordinate, on the steepest of the triangles that are wide enough to be met by a sample.
+        // A rounding error of a coordinate, on the steepest of the triangles that are wide enough to be met by a
+        // sample.
         const double extent = std::max(box.getMaxX() - box.getMinX(), box.getMaxY() - box.getMinY());
         const double magnitude =
             std::max({std::abs(box.getMinX()), box.getMaxX(), std::abs(box.getMinY()), box.getMaxY()});

@@ -110,7 +110,8 @@ inline double getArea(const PointVector& vCorners) {
     return sum / 2;
 }
 
-/// How often directed sides wind counterclockwise around the barycentre of a triangle: exact, for one that is on no side.
+/// How often directed sides wind counterclockwise around the barycentre of a triangle: exact, for one that is on no
+/// side.
 inline int getWindingNumber(const SegmentVector& vSides, const LUMO_TARO25D::Triangle2& t) {
     using Rational = mpq_class;
     const auto &a = *t.getCorner(0), &b = *t.getCorner(1), &c = *t.getCorner(2);

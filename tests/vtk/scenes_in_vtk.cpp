@@ -1,4 +1,5 @@
-// Writes a scene at survey coordinates and lets VTK read it: every point must come back to a millimetre, and every triangle.
+// Writes a scene at survey coordinates and lets VTK read it: every point must come back to a millimetre, and every
+// triangle.
 
 #include <vtkOBJReader.h>
 #include <vtkPLYReader.h>
