@@ -157,6 +157,54 @@ Numbers askSurface(const Scene& s) {
     return v;
 }
 
+Numbers askGraphs(const Scene& s) {
+    Numbers v;
+    for (const ConstraintGraph2* pGraph : {s.pRing, s.pLine}) {
+        CSegVector vPieces;
+        pGraph->getChildConstraintSegments(vPieces);
+        for (ConstraintSegment2* pCSeg : vPieces) {
+            v.push_back(pGraph->isConstraint(pCSeg));
+            v.push_back(pGraph->isConstraint(pCSeg->getSrc(), pCSeg->getTrg()));
+            if (pGraph->isOriented()) v.push_back(pGraph->isReverse(pCSeg));
+        }
+    }
+    for (const Zone2* pZone : s.vZones) {
+        append(v, collect<std::vector<ConstraintGraph2*>>([&](auto& vAll) { pZone->getConstraintGraphs(vAll); }));
+        v.push_back(static_cast<double>(pZone->getNumberOfTriangles()));
+        v.push_back(static_cast<double>(
+            collect<std::vector<Segment2>>([&](auto& vAll) { pZone->getBoundarySegments(vAll); }).size()));
+    }
+    return v;
+}
+
+Numbers askLines(const Scene& s) {
+    std::vector<Segment2> vDraped;
+    s.mesh.drape(makePolyline(s.vPlaces), vDraped);
+    Numbers v{double(s.mesh.clone()->numberOfTriangles()), double(vDraped.size())};
+    std::vector<Segment2*> vPointers, vIllegal;
+    for (Segment2& segment : vDraped) vPointers.push_back(&segment);
+    SegmentChecker(vPointers).getIllegalSegments(true, vIllegal);
+    v.push_back(static_cast<double>(vIllegal.size()));
+    return v;
+}
+
+/// Each thread writes files of its own.
+Numbers askFiles(const Scene& s) {
+    static std::atomic<int> numFiles{0};
+    const std::string name = "const_queries_" + std::to_string(numFiles++);
+    Visualizer3 scene("thread");
+    s.mesh.showGeomview(&scene);
+    s.pInside->showGeomview(&scene);
+    const bool bAll = s.mesh.save((name + ".301").c_str()) && s.mesh.saveAll((name + ".302").c_str()) &&
+                      s.mesh.writeObj(name + ".obj") && s.mesh.writeObj(name + "_zone.obj", s.pInside) &&
+                      s.mesh.writeWebScene((name + ".html").c_str()) && scene.writeGlb(name + ".glb") &&
+                      scene.writePly(name + ".ply") && scene.writeGeomview(name + ".list");
+    s.mesh.show(name + ".ps");
+    s.pInside->show(name + "_zone.ps");
+    s.pRing->show(name + "_ring.ps");
+    return {double(bAll)};
+}
+
 Numbers askReports(const Scene& s) {
     s.mesh.statistics("thread");
     s.pInside->statistics("thread");
@@ -164,22 +212,55 @@ Numbers askReports(const Scene& s) {
             double(s.mesh.numberOfTriangles())};
 }
 
-TEST(ConstQueries, OfSeveralThreadsDoNotDisturbEachOther) {
+/// Earthworks and a simplified surface, computed before they are asked.
+struct Results {
+    explicit Results(const Scene& scene) : work(scene.pInside, scene.pAll, 0.0), model(verticesAsPoints(scene)) {
+        work.go();
+        model.setMaxError(2.0);
+        model.go();
+    }
+    static PointVector verticesAsPoints(const Scene& scene) {
+        PointVector vPoints;
+        for (const Point2* pVtx : verticesOf(scene.mesh)) vPoints.push_back(*pVtx);
+        return vPoints;
+    }
+    Numbers ask() const {
+        SurfaceDifference totals{};
+        work.getTotals(totals);
+        Numbers v{totals.unchangedArea, model.getError(), model.getSurfaceError()};
+        for (size_t i = 0; i < work.getNumberOfComponents(); ++i) {
+            const CAF_Component& component = *work.getComponent(i);
+            v.insert(v.end(), {component.getArea2D(), component.getMaxHeightDifference()});
+            v.push_back(static_cast<double>(
+                collect<std::vector<Segment2>>([&](auto& vAll) { component.getBorder(vAll); }).size()));
+        }
+        return v;
+    }
+    CutAndFill work;
+    EfficientModel model;
+};
+
+TEST(Parallel, ConstQueriesDoNotDisturbEachOther) {
+    setMessageHandler([](MsgLevel, const std::string&, const std::string&) {});
     const Scene scene;
+    const Results results(scene);
     const IsoContours contours(trianglesOf(scene.mesh));
     const auto askContours = [&contours](const Scene&) {
         std::vector<std::vector<Segment2>> vvContours;
         std::vector<Segment2> vProfile;
         contours.getContours(3.3, vvContours);
         contours.getProfile(Point2(5, 5, 0), vProfile);
-        return Numbers{double(vvContours.size()), double(vProfile.size())};
+        std::vector<ContourBand> vBands;
+        contours.getBands({2.0, 4.0, 6.0}, vBands);
+        return Numbers{double(vvContours.size()), double(vProfile.size()), double(vBands.size())};
     };
     std::vector<Query> vQueries;
-    for (const auto& f : std::vector<std::function<Numbers(const Scene&)>>{askPlaces, askMesh, askNeighbours, askZones,
-                                                                           askSurface, askReports, askContours}) {
+    for (const auto& f :
+         std::vector<std::function<Numbers(const Scene&)>>{askPlaces, askMesh, askNeighbours, askZones, askGraphs,
+                                                           askLines, askFiles, askSurface, askReports, askContours}) {
         vQueries.push_back([&scene, f] { return f(scene); });
     }
-    setMessageHandler([](MsgLevel, const std::string&, const std::string&) {});
+    vQueries.push_back([&results] { return results.ask(); });
     std::vector<Numbers> vExpected;
     for (const Query& query : vQueries) vExpected.push_back(query());
     std::atomic<int> numWrong{0};
