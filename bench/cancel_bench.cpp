@@ -196,6 +196,44 @@ void measureMeshing() {
     }
 }
 
+void measureRasters(Taro_2D& mesh) {
+    if (!isWanted("surface")) return;
+    Zone2* pZone = mesh.createZone(nullptr, ZL_GLOBAL);
+    const RasterFrame frame{0.0, EXTENT, 1.0, 1.0, 1000, 1000};
+    std::vector<double> vCells(NUM_POINTS), vXY, vHeights(NUM_POINTS);
+    std::vector<Segment2> vDraped;
+    measure("surface, raster", [&] { rasterize(pZone, frame, RK_LINEAR, vCells.data()); });
+    measure("surface, raster of natural neighbours",
+            [&] { rasterize(pZone, frame, RK_NATURAL_NEIGHBOUR, vCells.data()); });
+    for (const Point2& point : makeGround(NUM_POINTS, 9)) vXY.insert(vXY.end(), {point.x(), point.y()});
+    measure("surface, getHeights", [&] { mesh.getHeights(NUM_POINTS, vXY.data(), vHeights.data()); });
+    measure("surface, 200 long segments draped", [&] { mesh.drape(makeLongSegments(100), vDraped); });
+    const auto pOther = makeSurface(makeGround(NUM_POINTS, 2));
+    measure("surface, compareSurfaces", [&] { compareSurfaces(pZone, pOther->createZone(nullptr, ZL_GLOBAL), 0.0); });
+    measure("surface, bands", [&] {
+        std::vector<Triangle2*> vTriangles;
+        mesh.getTrianglePointers(vTriangles);
+        std::vector<ContourBand> vBands;
+        IsoContours(vTriangles).getBands({-15, -10, -5, 0, 5, 10, 15}, vBands);
+    });
+}
+
+void measureModels(const std::vector<Point2>& vPoints, Taro_2D& mesh) {
+    if (!isWanted("model")) return;
+    IndexedMesh arrays;
+    measure("model, getIndexedMesh", [&] { mesh.getIndexedMesh(arrays); });
+    const std::unique_ptr<Taro_2D> pClone = mesh.clone();
+    measure("model, canonicalizeDiagonals", [&] { pClone->canonicalizeDiagonals(); });
+    Zone2* pZone = pClone->createZone(nullptr, ZL_GLOBAL);
+    measure("model, fillHoles", [&] { pClone->fillHoles(pZone, 10.0); });
+    measure("model, optimizeValleysAndRidges", [&] { pZone->optimizeValleysAndRidges(5.0, 0.2); });
+    measure("model, unifyGrid", [&] { pZone->unifyGrid(0.01); });
+    EfficientModel model(vPoints);
+    model.setMaxError(0.5);
+    model.setCertified(true);
+    measure("model, simplification", [&] { model.go(); });
+}
+
 void measureAnalysis(const std::vector<Point2>& vPoints) {
     const auto pMesh = makeSurface(vPoints);
     if (isWanted("contours")) {
@@ -225,6 +263,8 @@ void measureAnalysis(const std::vector<Point2>& vPoints) {
         vCorners.insert(vCorners.end(), vCorners.begin(), vCorners.begin() + 3);
         measure("import, one of them twice", [&] { repaired.importTriangles(vCorners, true, false); });
     }
+    measureRasters(*pMesh);
+    measureModels(vPoints, *pMesh);
     if (isWanted("file")) {
         measure("file, save", [&] { pMesh->save("cancel_bench.taro"); });
         Taro_2D loaded;

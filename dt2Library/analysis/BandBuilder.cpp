@@ -27,6 +27,7 @@
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "support/shareWork.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -148,7 +149,7 @@ void BandBuilder::findBorder(std::vector<Edge2>& vBorder) const {
             if (!pN || !sTriangles.contains(pN)) vCandidates.emplace_back(Edge2(vTriangles[k], i));
         }
     }
-    std::sort(vCandidates.begin(), vCandidates.end());
+    std::sort(vCandidates.begin(), vCandidates.end(), withCancelPoints(std::less<>()));
     for (size_t k = 0; k < vCandidates.size(); ++k) {
         const bool bPair = k + 1 < vCandidates.size() && !(vCandidates[k] < vCandidates[k + 1]);
         if (bPair) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "support/stopping.h"
+
 namespace LUMO_TARO25D {
 
 void HoleSweep::addRing(const std::vector<const Point2*>& vRing, size_t number) {
@@ -49,11 +51,12 @@ bool HoleSweep::run(const Progress& progress, const std::function<bool(size_t, s
 }
 
 void HoleSweep::sortEvents() {
-    std::sort(vEvents_.begin(), vEvents_.end(), [](const Event& a, const Event& b) {
+    const auto isBefore = [](const Event& a, const Event& b) {
         if (a.pPlace->x() != b.pPlace->x()) return a.pPlace->x() < b.pPlace->x();
         if (a.kind != b.kind) return a.kind < b.kind;
         return a.kind == QUESTION ? a.pPlace->y() < b.pPlace->y() : a.number < b.number;
-    });
+    };
+    std::sort(vEvents_.begin(), vEvents_.end(), withCancelPoints(isBefore));
 }
 
 /// The side on which a place lies of the edge of a chain that ends at point east.

@@ -25,8 +25,10 @@ void Taro_2D::drape(const std::vector<Segment2>& vSegments, std::vector<Segment2
             magnitude = std::max({magnitude, std::abs(end.x()), std::abs(end.y())});
         }
     }
-    Draper draper(*pDt2_, magnitude, vDraped);
+    std::vector<Segment2> vFound;
+    Draper draper(*pDt2_, magnitude, vFound);
     for (const Segment2& segment : vSegments) draper.drape(segment);
+    vDraped.insert(vDraped.end(), vFound.begin(), vFound.end());
 }
 
 }  // namespace LUMO_TARO25D

@@ -27,6 +27,14 @@ class ConformingInserter {
         halvingQuota_ = other.halvingQuota_;
     }
 
+    /// A function that gives the inserter its present state again.
+    std::function<void()> rememberState() {
+        return [this, pieces = pieces_, quota = halvingQuota_] {
+            pieces_ = pieces;
+            halvingQuota_ = quota;
+        };
+    }
+
     /// Splits a segment of a conforming strategy once, unless it is an edge; the caller goes on with the pieces.
     void insertSegmentConformingDelaunay(ConstraintSegment2* pCSeg);
 

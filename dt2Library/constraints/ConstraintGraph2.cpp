@@ -143,6 +143,14 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
     pReverse_->vPasses = other.pReverse_->vPasses;
 }
 
+/// Splits enter pieces, and nothing else changes.
+std::function<void()> ConstraintGraph2::rememberState() {
+    return [this, reverse = *pReverse_, numSplits = vSplits_.size()] {
+        *pReverse_ = reverse;
+        vSplits_.resize(numSplits);
+    };
+}
+
 /// The last step of a constructor: a graph whose construction fails must own nothing. A dead segment without children
 /// has failed before, when directions were entered.
 void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs) {

@@ -48,10 +48,13 @@ std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, con
 
 }  // namespace
 
-ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2), establisher_(*pDt2, *this) { pDt2_->setConstraintKeeper(this); }
+ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2), establisher_(*pDt2, *this), remover_(*pDt2, *this) {
+    pDt2_->setConstraintKeeper(this);
+}
 
 ConstraintMgr::~ConstraintMgr() {
     for (const ConstraintSegment2* pCSeg : vSegments_) delete pCSeg;
+    for (const ConstraintSegment2* pCSeg : vGarbage_) delete pCSeg;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -62,7 +65,9 @@ ConstraintMgr::VertexPair ConstraintMgr::makeKey(const Point2* p0, const Point2*
     return VertexPair(const_cast<Point2*>(ends.first), const_cast<Point2*>(ends.second));
 }
 
-bool ConstraintMgr::isConstraintVertex(const Point2* pVtx) const { return constraintVertices_.contains(pVtx); }
+bool ConstraintMgr::isConstraintVertex(const Point2* pVtx) const {
+    return constraintVertices_.contains(pVtx) || sPendingEnds_.contains(pVtx);
+}
 
 ConstraintSegment2* ConstraintMgr::getAliveConstraintSegment(const Point2* p0, const Point2* p1) const {
     ConstraintSegment2* pCSeg = segmentIndex_.find(p0, p1);
@@ -218,14 +223,17 @@ std::pair<Point2*, bool> ConstraintMgr::bringVertex(const Point2& place) {
 
 void ConstraintMgr::bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew) {
     const FlagScope pause = pDt2_->getHeightBook().pause();
-    vNew.assign(vPlaces.size(), nullptr);
+    bringBulk(vPlaces, vNew, "insert crossings");
+}
+
+void ConstraintMgr::bringBulk(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles, const char* phase) {
+    vHandles.assign(vPoints.size(), nullptr);
+    std::vector<Point2*> vNewVertices;
     const auto noteNew = [&] {
-        for (const Point2* pVtx : vNew) {
-            if (pVtx) sBroughtVertices_.insert(pVtx);
-        }
+        for (const Point2* pVtx : vNewVertices) sBroughtVertices_.insert(pVtx);
     };
     try {
-        pDt2_->insertBulk(PointSource(vPlaces), vNew.data(), nullptr, "insert crossings");
+        pDt2_->insertBulk(PointSource(vPoints), vHandles.data(), &vNewVertices, phase);
     } catch (...) {  // cancelled
         noteNew();
         throw;
@@ -233,51 +241,60 @@ void ConstraintMgr::bringVertices(const std::vector<Point2>& vPlaces, std::vecto
     noteNew();
 }
 
+// ---------------------------------------------------------------------------------------------------------------------
+// Removal
+
 void ConstraintMgr::countEnds() {
     if (pNumEnds_) return;
-    pNumEnds_ = std::make_unique<PointerMap<unsigned>>();
+    auto pNumEnds = std::make_unique<PointerMap<unsigned>>();
+    CancelPoint<> cancelPoint;
     for (const ConstraintSegment2* pCSeg : vSegments_) {
-        for (const Point2* pEnd : {pCSeg->getSrc(), pCSeg->getTrg()}) ++(*pNumEnds_)[pEnd];
+        cancelPoint.pass();
+        for (const Point2* pEnd : {pCSeg->getSrc(), pCSeg->getTrg()}) ++(*pNumEnds)[pEnd];
     }
+    pNumEnds_ = std::move(pNumEnds);
 }
 
-void ConstraintMgr::discardOrphans(std::vector<Point2*>& vBroughtAlone) {
-    countEnds();
-    CancelPoint<> cancelPoint;
-    while (!vOrphans_.empty()) {
-        cancelPoint.pass();
-        ConstraintSegment2* pCSeg = vOrphans_.back();
-        vOrphans_.pop_back();
-        Point2 *p0 = pCSeg->getSrc(), *p1 = pCSeg->getTrg();
-        TARO_ASSERT(pCSeg->getNumberOfOwners() == 0 && segmentIndex_.find(p0, p1) == pCSeg);
-        segmentIndex_.erase(p0, p1);
-        pDt2_->getConstraintEdges().erase(p0, p1);
-        establisher_.getConformingInserter().forget(pCSeg);
-        ++numDiscarded_;
-        for (Point2* pEnd : {p0, p1}) {
-            if (--(*pNumEnds_)[pEnd] > 0) continue;
-            constraintVertices_.erase(pEnd);
-            if (sBroughtVertices_.erase(pEnd)) vBroughtAlone.push_back(pEnd);
-        }
-    }
-    if (numDiscarded_ > vSegments_.size() / 2) sweep();
+std::array<Point2*, 2> ConstraintMgr::discardOrphan(ConstraintSegment2* pCSeg) {
+    Point2 *p0 = pCSeg->getSrc(), *p1 = pCSeg->getTrg();
+    TARO_ASSERT(pCSeg->getNumberOfOwners() == 0 && segmentIndex_.find(p0, p1) == pCSeg);
+    segmentIndex_.erase(p0, p1);
+    pDt2_->getConstraintEdges().erase(p0, p1);
+    establisher_.getConformingInserter().forget(pCSeg);
+    ++numDiscarded_;
+    const auto isFree = [this](const Point2* pEnd) { return --(*pNumEnds_)[pEnd] == 0; };
+    const bool bFree0 = isFree(p0), bFree1 = isFree(p1);
+    return {bFree0 ? p0 : nullptr, bFree1 ? p1 : nullptr};
+}
+
+void ConstraintMgr::releaseVertex(const Point2* pVtx, bool bStaysBrought) {
+    constraintVertices_.erase(pVtx);
+    if (!bStaysBrought) sBroughtVertices_.erase(pVtx);
 }
 
 void ConstraintMgr::sweep() {
-    if (numDiscarded_ == 0 || !vOrphans_.empty()) return;  // orphans may refer to others that have been discarded
-    size_t numKept = 0, numKeptSorted = 0;
-    for (size_t i = 0; i < vSegments_.size(); ++i) {
-        ConstraintSegment2* pCSeg = vSegments_[i];
-        if (!isKept(pCSeg)) {
-            delete pCSeg;
-            continue;
+    CancelPoint<> cancelPoint;
+    if (numDiscarded_ > 0 && !remover_.hasOrphans()) {  // orphans may refer to others that have been dropped
+        std::vector<ConstraintSegment2*> vKept, vGarbage;
+        vKept.reserve(getNumberOfSegments());
+        vGarbage.reserve(numDiscarded_);
+        size_t numKeptSorted = 0;
+        for (size_t i = 0; i < vSegments_.size(); ++i) {
+            cancelPoint.pass();
+            const bool bKept = isKept(vSegments_[i]);
+            (bKept ? vKept : vGarbage).push_back(vSegments_[i]);
+            numKeptSorted += bKept && i < numSorted_;
         }
-        numKeptSorted += i < numSorted_;
-        vSegments_[numKept++] = pCSeg;
+        vGarbage_.insert(vGarbage_.end(), vGarbage.begin(), vGarbage.end());
+        vSegments_.swap(vKept);
+        numSorted_ = numKeptSorted;
+        numDiscarded_ = 0;
     }
-    vSegments_.resize(numKept);
-    numSorted_ = numKeptSorted;
-    numDiscarded_ = 0;
+    while (!vGarbage_.empty()) {
+        cancelPoint.pass();
+        delete vGarbage_.back();
+        vGarbage_.pop_back();
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "constraints/Establisher.h"
+#include "constraints/GraphRemover.h"
 #include "kernel/VertexPairMap.h"
 #include "kernel/flatSets.h"
 #include "mesh/ConstraintKeeper.h"
@@ -74,10 +77,15 @@ class ConstraintMgr : public ConstraintKeeper {
     ConstraintGraph2* createConstraint(const std::vector<Segment2>& vSegments, ConstraintInsertionStrategy cis);
     ConstraintGraph2* createConstraint_oriented(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                                 bool bApply);
-    /// Creates a graph of pieces that have been established before, in a mesh that was saved: conforming pieces are not
-    /// divided again.
+    /// createConstraint or, with directions, createConstraint_oriented.
+    ConstraintGraph2* createGraph(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                  bool bOriented, bool bApply);
+    /// Creates a graph and establishes its pieces (establishAsEdges).
     ConstraintGraph2* createEdges(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                   bool bOriented);
+    /// Establishes pieces that have been established before, in a mesh that was saved: conforming pieces are not
+    /// divided again.
+    void establishAsEdges(const std::vector<ConstraintSegment2*>& vPieces) { establisher_.establishAsEdges(vPieces); }
     ConstraintGraph2* createConstraint_oriented(const std::vector<Segment2>& vSegments,
                                                 ConstraintInsertionStrategy cis);
     ConstraintGraph2* createConstraint_oriented(const std::vector<Edge2>& vEdges, ConstraintInsertionStrategy cis);
@@ -91,6 +99,9 @@ class ConstraintMgr : public ConstraintKeeper {
     bool isEmpty() const override { return vGraphs_.empty(); }
     void copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) const override;
     void noteClientsPoints(Point2* const* aVertices, size_t num) override;
+    /// A function that deletes the segments and graphs created from now on, and gives all others their present state
+    /// again, once. The edges of the mesh are not included. There are no orphans.
+    std::function<void()> rememberState();
 
     /// Whether a graph belongs to this triangulation. The pointer may be that of a removed graph.
     bool hasGraph(const ConstraintGraph2* pGraph) const;
@@ -101,21 +112,29 @@ class ConstraintMgr : public ConstraintKeeper {
     /// Inserts vertices for constraints alone, in bulk, at places without vertices, and sets vNew. After an exception
     /// the elements not inserted are null.
     void bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew);
-    /// Segments without owners that a removal has still to delete (GraphRemover).
-    const std::vector<ConstraintSegment2*>& getOrphans() const { return vOrphans_; }
-    void addOrphan(ConstraintSegment2* pCSeg) { vOrphans_.push_back(pCSeg); }
-    /// Deletes these segments, whose edges have been released. Appends the vertices that were inserted for constraints
-    /// alone and at which no segment ends any more.
-    void discardOrphans(std::vector<Point2*>& vBroughtAlone);
+    GraphRemover& getRemover() { return remover_; }
+    /// Counts the segments at each vertex from now on.
+    void countEnds();
+    /// Drops a segment without owners whose edge has been released. The segments at each vertex are counted. Returns
+    /// the ends at which no segment ends any more; the other elements are null.
+    std::array<Point2*, 2> discardOrphan(ConstraintSegment2* pCSeg);
+    /// Whether a vertex was inserted for constraints alone.
+    bool isBrought(const Point2* pVtx) const { return sBroughtVertices_.contains(pVtx); }
+    /// From now on a vertex is no constraint vertex, and counts as a client's point unless bStaysBrought is set.
+    void releaseVertex(const Point2* pVtx, bool bStaysBrought);
+    /// Frees the records of dropped segments, if they are the majority.
+    void sweepIfDue() {
+        if (numDiscarded_ > vSegments_.size() / 2) sweep();
+    }
     /// Deletes a graph that owns no segments any more.
     void discard(ConstraintGraph2* pGraph);
 
     /// True after a call that establishes or ends segments was cancelled, until applyForClient: some may be no edges of
     /// the mesh.
-    bool isUnfinished() const { return bUnfinished_ || !vOrphans_.empty(); }
+    bool isUnfinished() const { return bUnfinished_ || !remover_.isFinished(); }
+    /// Completes what cancelled calls have begun.
+    void goOn();
     void setUnfinished(bool bUnfinished) { bUnfinished_ = bUnfinished; }
-    /// Drops the calls that were cancelled before the ends of their segments were in the mesh.
-    void forgetPendingCalls() { vPendingCalls_.clear(); }
 
     size_t getNumberOfSegments() const { return vSegments_.size() - numDiscarded_; }
     /// The number of calls that have requested segments.
@@ -126,11 +145,13 @@ class ConstraintMgr : public ConstraintKeeper {
     void writeConstraintsBIN(const std::string& prefix) const;
 
   private:
-    /// A call cancelled before all ends of its segments were in the mesh.
+    /// A client's call that was cancelled: for segments, or for pairs of vertices.
     struct PendingCall {
         std::vector<Segment2> vSegments;
+        std::vector<VertexPair> vPairs;
         ConstraintInsertionStrategy cis;
         bool bOriented;
+        ConstraintGraph2* pGraph = nullptr;  // null if there was none yet
     };
 
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
@@ -149,11 +170,17 @@ class ConstraintMgr : public ConstraintKeeper {
     template <class MakeGraph>
     std::vector<ConstraintSegment2*> addGraph(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                               const MakeGraph& makeGraph);
-    /// Completes calls that were cancelled.
-    void goOn();
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
-    /// Counts the segments at each vertex from now on.
-    void countEnds();
+    /// Inserts vertices for constraints alone, in bulk. Cancelled, the handles of those not inserted are null.
+    void bringBulk(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles, const char* phase);
+    /// Serves a call of a client, which create() executes. If it is cancelled, it is kept as makeCall() returns it; the
+    /// same call then completes it.
+    template <class Create, class MakeCall>
+    ConstraintGraph2* serve(const Create& create, const MakeCall& makeCall);
+    /// The place of an equal call in the list of those that were cancelled.
+    size_t findPending(const PendingCall& call) const;
+    /// Keeps the vertices of cancelled calls as constraint vertices.
+    void holdPendingEnds();
     /// Whether a record of the list is still a segment.
     bool isKept(const ConstraintSegment2* pCSeg) const {
         return numDiscarded_ == 0 || segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) == pCSeg;
@@ -175,13 +202,15 @@ class ConstraintMgr : public ConstraintKeeper {
     AddressSet constraintVertices_;
     AddressSet sBroughtVertices_;                     // vertices inserted for constraints alone
     std::unique_ptr<PointerMap<unsigned>> pNumEnds_;  // segments at each vertex; null before the first discard
-    std::vector<ConstraintSegment2*> vOrphans_;
+    std::vector<ConstraintSegment2*> vGarbage_;       // dropped segments, which nothing refers to
     std::vector<std::unique_ptr<ConstraintGraph2>> vGraphs_;
     std::vector<PendingCall> vPendingCalls_;
+    AddressSet sPendingEnds_;  // vertices of calls that have no graph yet
     bool bUnfinished_ = false;
     std::uint32_t numCalls_ = 0;
     size_t numRequested_ = 0;  // the number of segments that clients have requested
     Establisher establisher_;
+    GraphRemover remover_;
 };
 
 }  // namespace LUMO_TARO25D

@@ -1,8 +1,14 @@
-// Copies of constraints, for Taro_2D::clone().
+// Copies of constraints, for Taro_2D::clone(), and the return to an earlier state.
+
+#include <optional>
+#include <tuple>
+#include <utility>
 
 #include "constraints/ConstraintMgr.h"
 #include "mesh/Dt2.h"
 #include "support/RecordCopies.h"
+#include "support/diagnostics.h"
+#include "support/lists.h"
 #include "support/stopping.h"
 
 namespace LUMO_TARO25D {
@@ -41,8 +47,13 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
         [&](const void* pVtx) { target.sBroughtVertices_.insert(vertices(static_cast<const Point2*>(pVtx))); });
     target.numCalls_ = numCalls_;
     target.numRequested_ = numRequested_;
-    for (const ConstraintSegment2* pOrphan : vOrphans_) target.vOrphans_.push_back(*mSegments.find(pOrphan));
+    target.remover_.copyFrom(remover_, vertices, mSegments);
     target.vPendingCalls_ = vPendingCalls_;
+    for (PendingCall& call : target.vPendingCalls_) {
+        if (call.pGraph) call.pGraph = *mGraphs.find(call.pGraph);
+        for (auto& [p0, p1] : call.vPairs) p0 = vertices(p0), p1 = vertices(p1);
+    }
+    target.holdPendingEnds();
     target.bUnfinished_ = bUnfinished_;
     target.establisher_.copyFrom(establisher_, mSegments);
 }
@@ -60,6 +71,45 @@ void ConstraintMgr::copySegments(const ConstraintMgr& other, const RecordCopies<
         numSorted_ += i < other.numSorted_;
         if (i % 4096 == 0) throwIfStopped();
     }
+}
+
+std::function<void()> ConstraintMgr::rememberState() {
+    TARO_ASSERT(remover_.isFinished());
+    sweep();
+    std::vector<ConstraintSegment2::State> vStates;
+    vStates.reserve(vSegments_.size());
+    CancelPoint<> cancelPoint;
+    for (const ConstraintSegment2* pCSeg : vSegments_) {
+        cancelPoint.pass();
+        vStates.push_back(pCSeg->getState());
+    }
+    std::vector<std::function<void()>> vRestoreGraphs;
+    for (const auto& pGraph : vGraphs_) {
+        cancelPoint.pass();
+        vRestoreGraphs.push_back(pGraph->rememberState());
+    }
+    const auto getMembers = [this] {
+        return std::tie(segmentIndex_, vSegments_, numSorted_, constraintVertices_, sBroughtVertices_, vPendingCalls_,
+                        sPendingEnds_, bUnfinished_, numCalls_, numRequested_);
+    };
+    auto members = copyAll(getMembers());
+    auto numEnds = pNumEnds_ ? std::optional(*pNumEnds_) : std::nullopt;
+    return [this, getMembers, vStates = std::move(vStates), vRestoreGraphs = std::move(vRestoreGraphs),
+            members = std::move(members), numEnds = std::move(numEnds),
+            restoreEstablisher = establisher_.rememberState()]() mutable {
+        const std::vector<ConstraintSegment2*> vAll = vSegments_;
+        getMembers() = std::move(members);
+        for (const ConstraintSegment2* pCSeg : vAll) {
+            if (segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) != pCSeg) delete pCSeg;
+        }
+        for (size_t i = 0; i < vSegments_.size(); ++i) vSegments_[i]->setState(vStates[i]);
+        vGraphs_.resize(vRestoreGraphs.size());
+        for (const auto& restoreGraph : vRestoreGraphs) restoreGraph();
+        numDiscarded_ = 0;
+        remover_.forgetAll();
+        pNumEnds_ = numEnds ? std::make_unique<PointerMap<unsigned>>(std::move(*numEnds)) : nullptr;
+        restoreEstablisher();
+    };
 }
 
 }  // namespace LUMO_TARO25D

@@ -13,7 +13,6 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
-#include "constraints/GraphRemover.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
@@ -42,6 +41,13 @@ void keepFirstOfEach(std::vector<Point2>& vPoints, std::vector<size_t>& vPlaces)
     vPoints.resize(numKept);
 }
 
+std::vector<ConstraintMgr::VertexPair> getEnds(const std::vector<Edge2*>& vEdges) {
+    std::vector<ConstraintMgr::VertexPair> vPairs;
+    vPairs.reserve(vEdges.size());
+    for (const Edge2* pEdge : vEdges) vPairs.emplace_back(pEdge->getSrc(), pEdge->getTrg());
+    return vPairs;
+}
+
 /// Any integer can be cast to a strategy. The error names the function that uses the strategy later.
 bool isStrategy(ConstraintInsertionStrategy cis) {
     if (cis == CIS_CONFORMING_SURFACE_Z || cis == CIS_CONSTRAINED_DELAUNAY || cis == CIS_CONFORMING_LINEAR_Z)
@@ -68,6 +74,8 @@ void ConstraintMgr::discard(ConstraintGraph2* pGraph) {
         std::find_if(vGraphs_.begin(), vGraphs_.end(), [pGraph](const auto& p) { return p.get() == pGraph; });
     TARO_ASSERT(it != vGraphs_.end());
     vGraphs_.erase(it);
+    const auto isOf = [pGraph](const PendingCall& call) { return call.pGraph == pGraph; };
+    vPendingCalls_.erase(std::remove_if(vPendingCalls_.begin(), vPendingCalls_.end(), isOf), vPendingCalls_.end());
 }
 
 template <class MakeGraph>
@@ -80,7 +88,7 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addGraph(const std::vector<Verte
         return vCSegs;
     } catch (...) {
         for (size_t i = numBefore; i < vSegments_.size(); ++i) {
-            if (vSegments_[i]->getNumberOfOwners() == 0) vOrphans_.push_back(vSegments_[i]);
+            if (vSegments_[i]->getNumberOfOwners() == 0) remover_.addOrphan(vSegments_[i]);
         }
         throw;
     }
@@ -97,10 +105,7 @@ ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<VertexPair>&
 
 ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis,
                                                   bool bApply) {
-    std::vector<VertexPair> vPairs;
-    vPairs.reserve(vEdges.size());
-    for (const Edge2* pEdge : vEdges) vPairs.emplace_back(pEdge->getSrc(), pEdge->getTrg());
-    return createConstraint(vPairs, cis, bApply);
+    return createConstraint(getEnds(vEdges), cis, bApply);
 }
 
 ConstraintGraph2* ConstraintMgr::createConstraint(const std::vector<Segment2>& vSegments,
@@ -142,11 +147,10 @@ ConstraintGraph2* ConstraintMgr::createConstraint_oriented(const std::vector<Ver
 
 ConstraintGraph2* ConstraintMgr::createEdges(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                              bool bOriented) {
-    ConstraintGraph2* pGraph =
-        bOriented ? createConstraint_oriented(vPairs, cis, false) : createConstraint(vPairs, cis, false);
+    ConstraintGraph2* pGraph = createGraph(vPairs, cis, bOriented, false);
     std::vector<ConstraintSegment2*> vPieces;
     pGraph->getChildConstraintSegments(vPieces);
-    establisher_.establishAsEdges(vPieces);
+    establishAsEdges(vPieces);
     return pGraph;
 }
 
@@ -173,9 +177,8 @@ std::vector<ConstraintMgr::VertexPair> ConstraintMgr::insertEnds(const std::vect
     std::vector<size_t> vPlaces(vEnds.size());
     std::iota(vPlaces.begin(), vPlaces.end(), size_t(0));
     if (pDt2_->getHeightBook().getRule() == HR_MEAN) keepFirstOfEach(vEnds, vPlaces);
-    std::vector<Point2*> vHandles(vEnds.size()), vNewVertices;
-    pDt2_->insertBulk(PointSource(vEnds), vHandles.data(), &vNewVertices);
-    for (const Point2* pVtx : vNewVertices) sBroughtVertices_.insert(pVtx);
+    std::vector<Point2*> vHandles;
+    bringBulk(vEnds, vHandles, "insert vertices");
     std::vector<VertexPair> vPairs;
     vPairs.reserve(vSegments.size());
     for (size_t i = 0; i < vPlaces.size(); i += 2) vPairs.emplace_back(vHandles[vPlaces[i]], vHandles[vPlaces[i + 1]]);
@@ -196,17 +199,9 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Segment2>& vS
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    goOn();
-    const size_t numGraphs = vGraphs_.size();
-    ConstraintGraph2* pGraph = nullptr;
-    try {
-        pGraph = bOrientedSegments ? createConstraint_oriented(vSegments, cis) : createConstraint(vSegments, cis);
-    } catch (...) {
-        if (vGraphs_.size() == numGraphs) vPendingCalls_.push_back({vSegments, cis, bOrientedSegments});
-        throw;
-    }
-    finishCall(false);
-    return pGraph;
+    const auto makeCall = [&] { return PendingCall{vSegments, {}, cis, bOrientedSegments}; };
+    const auto create = [&] { return createGraph(insertEnds(vSegments), cis, bOrientedSegments, true); };
+    return serve(create, makeCall);
 }
 
 ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Edge2*>& vEdges, ConstraintInsertionStrategy cis) {
@@ -215,10 +210,8 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<Edge2*>& vEdg
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    goOn();
-    ConstraintGraph2* pGraph = createConstraint(vEdges, cis, true);
-    finishCall(false);
-    return pGraph;
+    const std::vector<VertexPair> vPairs = getEnds(vEdges);
+    return createForClient(vPairs, cis, false);
 }
 
 ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
@@ -237,15 +230,38 @@ ConstraintGraph2* ConstraintMgr::createForClient(const std::vector<VertexPair>& 
         return nullptr;
     }
     if (!isStrategy(cis)) return nullptr;
-    goOn();
-    ConstraintGraph2* pGraph =
-        bOrientedSegments ? createConstraint_oriented(vPairs, cis, true) : createConstraint(vPairs, cis, true);
-    finishCall(false);
+    const auto makeCall = [&] { return PendingCall{{}, vPairs, cis, bOrientedSegments}; };
+    return serve([&] { return createGraph(vPairs, cis, bOrientedSegments, true); }, makeCall);
+}
+
+ConstraintGraph2* ConstraintMgr::createGraph(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
+                                             bool bOriented, bool bApply) {
+    return bOriented ? createConstraint_oriented(vPairs, cis, bApply) : createConstraint(vPairs, cis, bApply);
+}
+
+template <class Create, class MakeCall>
+ConstraintGraph2* ConstraintMgr::serve(const Create& create, const MakeCall& makeCall) {
+    const size_t place = vPendingCalls_.empty() ? 0 : findPending(makeCall());
+    const bool bAgain = place < vPendingCalls_.size();
+    const size_t numGraphs = vGraphs_.size();
+    ConstraintGraph2* pGraph = bAgain ? vPendingCalls_[place].pGraph : nullptr;
+    try {
+        goOn();
+        if (!pGraph) pGraph = create();
+        finishCall(false);
+    } catch (...) {
+        if (!bAgain) vPendingCalls_.push_back(makeCall());
+        if (vGraphs_.size() > numGraphs) vPendingCalls_[place].pGraph = vGraphs_.back().get();
+        holdPendingEnds();
+        throw;
+    }
+    if (bAgain) vPendingCalls_.erase(vPendingCalls_.begin() + static_cast<std::ptrdiff_t>(place));
+    holdPendingEnds();
     return pGraph;
 }
 
 void ConstraintMgr::goOn() {
-    GraphRemover(*pDt2_, *this).finish();
+    remover_.finish();
     if (bUnfinished_ && pDt2_->is2D()) apply();
 }
 
@@ -254,14 +270,41 @@ void ConstraintMgr::applyForClient() {
         warning("Dt2::applyConstraintsAndZones()", "The triangulation is not full dimensional yet. Nothing to do");
         return;
     }
-    GraphRemover(*pDt2_, *this).finish();
-    for (; !vPendingCalls_.empty(); vPendingCalls_.erase(vPendingCalls_.begin())) {
-        const auto& [vSegments, cis, bOriented] = vPendingCalls_.front();
-        const std::vector<VertexPair> vPairs = insertEnds(vSegments);
-        bOriented ? createConstraint_oriented(vPairs, cis, false) : createConstraint(vPairs, cis, false);
+    remover_.finish();
+    for (PendingCall& call : vPendingCalls_) {
+        if (call.pGraph) continue;
+        const bool bVertices = call.vSegments.empty();
+        call.pGraph =
+            createGraph(bVertices ? call.vPairs : insertEnds(call.vSegments), call.cis, call.bOriented, false);
+        holdPendingEnds();
     }
     apply();
     finishCall(true);
+    vPendingCalls_.clear();
+}
+
+size_t ConstraintMgr::findPending(const PendingCall& call) const {
+    const auto areSame = [](const Segment2& a, const Segment2& b) {
+        return samePoint(a.getSrc(), b.getSrc()) && samePoint(a.getTrg(), b.getTrg());
+    };
+    const auto isSame = [&](const PendingCall& other) {
+        return other.cis == call.cis && other.bOriented == call.bOriented && other.vPairs == call.vPairs &&
+               std::equal(other.vSegments.begin(), other.vSegments.end(), call.vSegments.begin(), call.vSegments.end(),
+                          areSame);
+    };
+    const auto it = std::find_if(vPendingCalls_.begin(), vPendingCalls_.end(), isSame);
+    return static_cast<size_t>(it - vPendingCalls_.begin());
+}
+
+void ConstraintMgr::holdPendingEnds() {
+    sPendingEnds_ = AddressSet();
+    for (const PendingCall& call : vPendingCalls_) {
+        if (call.pGraph) continue;
+        for (const auto& [p0, p1] : call.vPairs) {
+            sPendingEnds_.insert(p0);
+            sPendingEnds_.insert(p1);
+        }
+    }
 }
 
 void ConstraintMgr::finishCall(bool bNewPoints) {

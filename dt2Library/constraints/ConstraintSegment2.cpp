@@ -43,7 +43,13 @@ void ConstraintSegment2::copyFrom(const ConstraintSegment2& other, const Pointer
     bAlive_ = other.bAlive_;
     adjacentArea_ = other.adjacentArea_;
     for (size_t i = 0; i < aChildren_.size(); ++i) {
-        if (other.aChildren_[i]) aChildren_[i] = *mSegments.find(other.aChildren_[i]);
+        if (!other.aChildren_[i]) continue;
+        ConstraintSegment2* const* ppChild = mSegments.find(other.aChildren_[i]);
+        if (!ppChild) {  // a removal was cancelled that discards pieces before their parent
+            aChildren_ = {};
+            return kill();
+        }
+        aChildren_[i] = *ppChild;
     }
     for (const ConstraintGraph2* pOwner : other.sOwners_) sOwners_.insert(*mGraphs.find(pOwner));
 }

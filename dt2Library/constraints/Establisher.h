@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 #include "constraints/ConformingInserter.h"
@@ -22,6 +23,15 @@ class Establisher {
     void copyFrom(const Establisher& other, const PointerMap<ConstraintSegment2*>& mSegments) {
         segmentInserter_.copyQuotas(other.segmentInserter_);
         conformingInserter_.copyFrom(other.conformingInserter_, mSegments);
+    }
+
+    /// A function that gives the establisher its present state again. It may not be running.
+    std::function<void()> rememberState() {
+        return [restoreSegments = segmentInserter_.rememberState(),
+                restoreConforming = conformingInserter_.rememberState()] {
+            restoreSegments();
+            restoreConforming();
+        };
     }
 
     SegmentInserter& getSegmentInserter() { return segmentInserter_; }

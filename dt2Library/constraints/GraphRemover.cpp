@@ -8,37 +8,34 @@
 #include "constraints/GraphRemover.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
 #include "kernel/flatSets.h"
 #include "mesh/Dt2.h"
+#include "support/PointerMap.h"
+#include "support/RecordCopies.h"
 #include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
 void GraphRemover::remove(ConstraintGraph2* pGraph, bool bRemoveVertices) {
-    finish();
+    manager_.goOn();
     for (ConstraintSegment2* pCSeg : collect(pGraph)) {
         pCSeg->removeOwner(pGraph);
-        if (pCSeg->getNumberOfOwners() == 0) manager_.addOrphan(pCSeg);
+        if (pCSeg->getNumberOfOwners() == 0) vOrphans_.push_back(pCSeg);
     }
     manager_.discard(pGraph);
-    finish(bRemoveVertices);
+    fate_ = bRemoveVertices ? Fate::GO : Fate::BECOME_CLIENTS;
+    finish();
 }
 
-void GraphRemover::finish(bool bRemoveVertices) {
-    if (manager_.getOrphans().empty()) return;
-    releaseEdges(manager_.getOrphans());
-    std::vector<Point2*> vBroughtAlone;
-    manager_.discardOrphans(vBroughtAlone);
-    if (!bRemoveVertices) return;
-    std::sort(vBroughtAlone.begin(), vBroughtAlone.end(),
-              withCancelPoints([](const Point2* a, const Point2* b) { return *a < *b; }));
-    for (Point2* pVtx : vBroughtAlone) {
-        throwIfStopped();
-        mesh_.remove(pVtx);
-    }
+void GraphRemover::finish() {
+    releaseEdges();
+    discardOrphans();
+    removeVertices();
+    fate_ = Fate::STAY;
 }
 
 std::vector<ConstraintSegment2*> GraphRemover::collect(const ConstraintGraph2* pGraph) {
@@ -61,9 +58,9 @@ std::vector<ConstraintSegment2*> GraphRemover::collect(const ConstraintGraph2* p
     return vAll;
 }
 
-void GraphRemover::releaseEdges(const std::vector<ConstraintSegment2*>& vCSegs) {
+void GraphRemover::releaseEdges() {
     std::vector<ConstraintSegment2*> vAlive;
-    std::copy_if(vCSegs.begin(), vCSegs.end(), std::back_inserter(vAlive),
+    std::copy_if(vOrphans_.begin(), vOrphans_.end(), std::back_inserter(vAlive),
                  [](const ConstraintSegment2* pCSeg) { return pCSeg->isAlive(); });
     sortByPlace(vAlive);
     CancelPoint<> cancelPoint;
@@ -78,6 +75,47 @@ void GraphRemover::releaseEdges(const std::vector<ConstraintSegment2*>& vCSegs) 
         mesh_.noteForFlips(pT);
         mesh_.flipUntilDelaunay();
     }
+}
+
+void GraphRemover::discardOrphans() {
+    if (vOrphans_.empty()) return;
+    manager_.countEnds();
+    CancelPoint<> cancelPoint;
+    while (!vOrphans_.empty()) {
+        cancelPoint.pass();
+        for (Point2* pEnd : manager_.discardOrphan(vOrphans_.back())) {
+            if (!pEnd) continue;
+            if (fate_ == Fate::GO && manager_.isBrought(pEnd)) {
+                vDoomed_.push_back(pEnd);
+            } else {
+                manager_.releaseVertex(pEnd, fate_ == Fate::STAY);
+            }
+        }
+        vOrphans_.pop_back();
+    }
+    manager_.sweepIfDue();
+}
+
+void GraphRemover::removeVertices() {
+    std::vector<Point2*> vInOrder = vDoomed_;
+    std::sort(vInOrder.begin(), vInOrder.end(),
+              withCancelPoints([](const Point2* a, const Point2* b) { return *b < *a; }));
+    vDoomed_.swap(vInOrder);
+    while (!vDoomed_.empty()) {
+        throwIfStopped();
+        Point2* pVtx = vDoomed_.back();
+        vDoomed_.pop_back();
+        const bool bStillAlone = manager_.isBrought(pVtx);  // a client may have inserted a point there meanwhile
+        manager_.releaseVertex(pVtx, false);
+        if (bStillAlone) mesh_.remove(pVtx);
+    }
+}
+
+void GraphRemover::copyFrom(const GraphRemover& other, const RecordCopies<Point2>& vertices,
+                            const PointerMap<ConstraintSegment2*>& mSegments) {
+    for (const ConstraintSegment2* pOrphan : other.vOrphans_) vOrphans_.push_back(*mSegments.find(pOrphan));
+    for (const Point2* pVtx : other.vDoomed_) vDoomed_.push_back(vertices(pVtx));
+    fate_ = other.fate_;
 }
 
 }  // namespace LUMO_TARO25D

@@ -39,6 +39,7 @@
 #include "mesh/segmentWalk.h"
 #include "support/PointerMap.h"
 #include "support/diagnostics.h"
+#include "support/lists.h"
 #include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 
@@ -221,6 +222,13 @@ void SegmentInserter::end() {
     vReached_.clear();
     vMet_.clear();
     vCrossings_.clear();
+}
+
+std::function<void()> SegmentInserter::rememberState() {
+    const auto getMembers = [this] {
+        return std::tie(crossingQuota_, closeCrossingQuota_, sAwaiting_, present_, vReached_, vMet_, vCrossings_);
+    };
+    return [getMembers, members = copyAll(getMembers())] { getMembers() = members; };
 }
 
 bool SegmentInserter::isPresent(const ConstraintSegment2* pCSeg) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -30,6 +31,8 @@ class SegmentInserter {
         crossingQuota_ = other.crossingQuota_;
         closeCrossingQuota_ = other.closeCrossingQuota_;
     }
+    /// A function that gives the inserter its present state again.
+    std::function<void()> rememberState();
     bool isQuotaUsedUp() const { return crossingQuota_ == 0 || closeCrossingQuota_ == 0; }
 
     /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh.

@@ -131,13 +131,17 @@ void insertFullContent(Dt2& mesh, const FullContent& content) {
     if (!content.name.empty()) mesh.setName(content.name);
     if (content.vGraphs.empty() && !mesh.getConstraintKeeper()) return;
     ConstraintMgr& manager = *mesh.getConstraintManager();
+    std::vector<ConstraintSegment2*> vPieces;  // established in the end, in the order of the graphs
     for (const FullContent::Graph& graph : content.vGraphs) {
         std::vector<ConstraintMgr::VertexPair> vPairs;
         vPairs.reserve(graph.vEnds.size() / 2);
         for (size_t i = 0; i < graph.vEnds.size(); i += 2)
             vPairs.emplace_back(vHandles[graph.vEnds[i]], vHandles[graph.vEnds[i + 1]]);
-        manager.createEdges(vPairs, graph.cis, graph.bOriented)->setName(graph.name);
+        ConstraintGraph2* pGraph = manager.createGraph(vPairs, graph.cis, graph.bOriented, false);
+        pGraph->setName(graph.name);
+        pGraph->getChildConstraintSegments(vPieces);
     }
+    if (!vPieces.empty()) manager.establishAsEdges(vPieces);
     manager.noteClientsPoints(vHandles.data(),
                               vHandles.size());  // at last, since a cancelled file leaves nothing behind
 }

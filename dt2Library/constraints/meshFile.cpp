@@ -22,17 +22,17 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <new>
 #include <utility>
 #include <vector>
 
 #include "constraints/ConstraintMgr.h"
-#include "constraints/GraphRemover.h"
 #include "constraints/fullMeshFile.h"
 #include "constraints/meshStream.h"
-#include "kernel/flatSets.h"
 #include "mesh/Dt2.h"
+#include "mesh/meshState.h"
 #include "support/LargeVector.h"
 #include "support/replaceFile.h"
 #include "support/stopping.h"
@@ -67,45 +67,25 @@ bool readSegments(Reader& reader, std::vector<Segment2>& vSegments) {
 /// The state of a mesh before a file is loaded into it.
 class Before {
   public:
-    explicit Before(Dt2& mesh) : mesh_(mesh), name_(mesh.getName()) {
-        std::vector<Point2*> vVertices;
-        mesh.getVertexPointers(vVertices);
-        for (const Point2* pVtx : vVertices) sVertices_.insert(pVtx);
-        bEmpty_ = mesh.isEmpty();
-        numGraphs_ = getGraphs().size();
+    /// Completes a removal of constraints that was cancelled.
+    explicit Before(Dt2& mesh) {
+        if (mesh.isEmpty()) return;  // on failure the client's object makes a new mesh
+        ConstraintMgr& manager = *mesh.getConstraintManager();
+        manager.getRemover().finish();
+        restoreMesh_ = rememberMesh(mesh);
+        restoreConstraints_ = manager.rememberState();
     }
 
-    /// Removes everything inserted since. Does nothing if the mesh was empty: the client's object then replaces it.
+    /// Takes back all changes since.
     void restore() {
-        mesh_.setName(name_);
-        if (bEmpty_) return;
+        if (!restoreMesh_) return;
         const NoStopScope noStop;
-        if (auto* pManager = mesh_.findSlot<ConstraintMgr>()) {
-            pManager->forgetPendingCalls();
-            GraphRemover(mesh_, *pManager).finish();
-            const std::vector<ConstraintGraph2*> vGraphs = getGraphs();
-            for (size_t i = vGraphs.size(); i > numGraphs_; --i)
-                GraphRemover(mesh_, *pManager).remove(vGraphs[i - 1], false);
-        }
-        std::vector<Point2*> vVertices;
-        mesh_.getVertexPointers(vVertices);
-        for (Point2* pVtx : vVertices) {
-            if (!sVertices_.contains(pVtx) && !mesh_.isConstraintVertex(pVtx)) mesh_.remove(pVtx);
-        }
+        restoreConstraints_();
+        restoreMesh_();
     }
 
   private:
-    std::vector<ConstraintGraph2*> getGraphs() const {
-        std::vector<ConstraintGraph2*> vGraphs;
-        if (const auto* pManager = mesh_.findSlot<ConstraintMgr>()) pManager->getGraphs(vGraphs);
-        return vGraphs;
-    }
-
-    Dt2& mesh_;
-    std::string name_;
-    AddressSet sVertices_;
-    bool bEmpty_ = true;
-    size_t numGraphs_ = 0;
+    std::function<void()> restoreMesh_, restoreConstraints_;
 };
 
 void insertContent(Dt2& mesh, Content content) {
@@ -117,7 +97,10 @@ void insertContent(Dt2& mesh, Content content) {
         if (mesh.getConstraintKeeper()) vHandles.resize(num);
         mesh.insertBulk(PointSource(num, vCoordinates.data()), vHandles.empty() ? nullptr : vHandles.data());
     }
-    if (!content.vSegments.empty()) mesh.createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
+    if (!content.vSegments.empty()) {
+        const PhaseScope phase("segments: ");
+        mesh.createConstraint(content.vSegments, CIS_CONSTRAINED_DELAUNAY, false);
+    }
     // At last, since a cancelled file leaves nothing behind.
     if (!vHandles.empty()) mesh.getConstraintKeeper()->noteClientsPoints(vHandles.data(), vHandles.size());
 }

@@ -147,8 +147,10 @@ void PostscriptPage::passCancelPoint() {
 
 void PostscriptPage::write() {
     setRange();
-    passCancelPoint();
-    std::sort(vPoints_.begin(), vPoints_.end());
+    std::sort(vPoints_.begin(), vPoints_.end(), [this](const auto& a, const auto& b) {
+        passCancelPoint();
+        return a < b;
+    });
     vPoints_.erase(std::unique(vPoints_.begin(), vPoints_.end()), vPoints_.end());
 
     writeProlog();

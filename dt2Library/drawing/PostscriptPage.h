@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <deque>
 #include <fstream>
 #include <initializer_list>
 #include <limits>
@@ -38,8 +39,9 @@ struct Disk {
     double radius;
 };
 
+/// Grows without copying what it has.
 template <class ShapeT>
-using ColoredList = std::vector<std::pair<ShapeT, Color>>;
+using ColoredList = std::deque<std::pair<ShapeT, Color>>;
 
 /// One axis of the bounding box of the collected objects.
 struct Interval {

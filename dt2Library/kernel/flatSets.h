@@ -19,6 +19,16 @@ class AddressSet {
     AddressSet() = default;
     AddressSet(AddressSet&&) = default;
     AddressSet& operator=(AddressSet&&) = default;
+    AddressSet(const AddressSet& other) { *this = other; }
+    AddressSet& operator=(const AddressSet& other) {
+        if (this == &other) return *this;
+        *this = AddressSet();
+        other.mPages_.forEach([this](const void* pKey, const Page* pPage) {
+            vPages_.push_back(std::make_unique<Page>(*pPage));
+            mPages_[pKey] = vPages_.back().get();
+        });
+        return *this;
+    }
 
     /// False if the address was in the set before.
     bool insert(const void* pRecord) {

@@ -46,24 +46,30 @@ void BulkInserter::insert(const PointSource& source, Point2** aHandles, std::vec
         progress.incProgress(n / 10);
         triangulateNew(numPreExisting);
     } catch (...) {
-        abandon(numPreExisting, aHandles, n);
+        abandon(numPreExisting, aHandles, n, pNewVertices);
         throw;
     }
     vault_.treatDupsAndHandles(numPreExisting, aHandles, aHandles ? n : 0);
     TARO_ASSERT_TEXT(vault_.dupIsClean(), "vertexVault.dupIsClean()");
-    if (pNewVertices) {
-        const auto& vItems = vault_.getData();
-        for (size_t i = numPreExisting; i < vItems.size(); ++i) pNewVertices->push_back(vItems[i]->vtx);
-    }
+    appendNew(numPreExisting, pNewVertices);
     vault_.sortIV(VertexVault::SM_IF_DUE);
     progress.finish();
+}
+
+void BulkInserter::appendNew(size_t numPreExisting, std::vector<Point2*>* pNewVertices) const {
+    if (!pNewVertices) return;
+    const auto& vItems = vault_.getData();
+    for (size_t i = numPreExisting; i < vItems.size(); ++i) {
+        Point2* pVtx = vItems[i]->vtx;
+        if (!mesh_.is2D() || pVtx->getIncidentTriangle()) pNewVertices->push_back(pVtx);
+    }
 }
 
 bool BulkInserter::leaveCollinearPhase(size_t numPreExisting) {
     try {
         return createFullDimTriangle(numPreExisting);
     } catch (...) {
-        abandon(numPreExisting, nullptr, 0);
+        abandon(numPreExisting, nullptr, 0, nullptr);
         throw;
     }
 }
@@ -149,19 +155,32 @@ void BulkInserter::leaveFakeBox(ItemIterator begin, ItemIterator end) {
 }
 
 /// Vertices that are not in the mesh yet are dropped, as if they had not been passed. Those of a former collinear phase
-/// stay: they are all inserted, if there is a mesh now.
-void BulkInserter::abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles) {
+/// stay: either all of them are inserted, or there are no triangles again.
+void BulkInserter::abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles,
+                           std::vector<Point2*>* pNewVertices) {
     const NoStopScope noStop;
     mesh_.getProgress().reset();
     mesh_.forgetFlips();
-    if (mesh_.is2D()) {
+    if (mesh_.is2D() && !returnToCollinearPhase(numPreExisting)) {
         const ItemIterator start = vault_.getData().data();
         Triangle2* pT = hasFakeBox() ? pInserterMT_->getFakeBoxCorner(0)->getIncidentTriangle() : nullptr;
         triangulateRest(start, start + numPreExisting, pT ? pT : mesh_.getOneValidTriangle());
     }
     if (hasFakeBox()) pInserterMT_->removeFakeBox();
     if (!mesh_.getOneValidTriangle()) vault_.setFullDimensional(false);
+    appendNew(numPreExisting, pNewVertices);
     vault_.dropUninserted(numPreExisting, aHandles, aHandles ? numHandles : 0);
+}
+
+bool BulkInserter::returnToCollinearPhase(size_t numPreExisting) {
+    const auto& vItems = vault_.getData();
+    const auto isOut = [](const IdxVtxAct* pItem) { return pItem->active && !pItem->vtx->getIncidentTriangle(); };
+    const auto end = vItems.begin() + static_cast<std::ptrdiff_t>(numPreExisting);
+    if (hasFakeBox() || std::none_of(vItems.begin(), end, isOut)) return false;
+    mesh_.dropAllTriangles();
+    mesh_.forgetShortcuts();
+    for (const IdxVtxAct* pItem : vItems) pItem->vtx->setIncidentTriangle(nullptr);
+    return true;
 }
 
 bool BulkInserter::hasFakeBox() const { return pInserterMT_ && pInserterMT_->hasFakeBox(); }

@@ -45,6 +45,10 @@ class BulkInserter {
     static constexpr std::ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
 
   private:
+    /// Appends the vertices that this insertion has brought into the mesh, if there is a list.
+    void appendNew(size_t numPreExisting, std::vector<Point2*>* pNewVertices) const;
+    /// Returns to the collinear phase, if some of the vertices that were collinear before are not in the mesh yet.
+    bool returnToCollinearPhase(size_t numPreExisting);
     void triangulateNew(size_t numPreExisting);
     /// Makes the four corners around all points, if the insertion is to run on several threads.
     void prepareThreads(size_t numNew, size_t numPreExisting);
@@ -53,7 +57,7 @@ class BulkInserter {
     /// Removes the fake box and inserts the rest on this thread, starting from the few vertices already inserted.
     void leaveFakeBox(ItemIterator begin, ItemIterator end);
     /// After a failure: removes from the vault the vertices that have not been inserted.
-    void abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles);
+    void abandon(size_t numPreExisting, Point2** aHandles, size_t numHandles, std::vector<Point2*>* pNewVertices);
     bool areChunksFaster(size_t numNew, size_t numPreExisting) const;
     bool hasFakeBox() const;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -16,6 +17,14 @@ namespace LUMO_TARO25D {
 /// an address divided by 32 are distinct for a few hundred thousand vertices. A hash table answers the rest.
 class ConstraintEdges {
   public:
+    ConstraintEdges() = default;
+    ConstraintEdges(const ConstraintEdges& other) : flags_(other.flags_) {
+        if (!other.aVertexBits_) return;
+        aVertexBits_ = std::make_unique<std::uint64_t[]>(NUM_WORDS);
+        std::copy_n(other.aVertexBits_.get(), NUM_WORDS, aVertexBits_.get());
+    }
+    ConstraintEdges& operator=(ConstraintEdges&&) = default;
+
     /// False until the first edge is added; until then no edge is a constraint.
     bool isInUse() const { return aVertexBits_ != nullptr; }
     /// Whether there is a constraint edge between two vertices, in any order, whose flag is set.

@@ -87,6 +87,8 @@ class Dt2 : public TriangleMesh {
     Triangle2* insertVertex(Point2*& pVtx, Triangle2* pHint);
     /// Makes the next single insertion start its search at a nearby vertex.
     void startSearchAt(const Point2* pVtx) { pLastVtx_ = pVtx; }
+    /// Forgets records that only make searches shorter.
+    void forgetShortcuts() { pLastVtx_ = nullptr, hullHubs_ = HullHubs(); }
 
     /// The object of class T that a higher floor keeps for this mesh: getSlot makes it on first use, findSlot returns
     /// null if there is none.

@@ -8,6 +8,7 @@
 #include "mesh/MeshExporter.h"
 
 #include "mesh/Dt2.h"
+#include "support/stopping.h"
 
 namespace LUMO_TARO25D {
 
@@ -38,7 +39,9 @@ void MeshExporter::exportAll(IndexedMesh& result) {
 void MeshExporter::exportSome(const std::vector<Triangle2*>& vTriangles, IndexedMesh& result) {
     vVertexNumbers_.assign(vertexRecords_.size(), NONE);
     vTriangleNumbers_.assign(triangleRecords_.size(), NONE);
+    CancelPoint<4096> cancelPoint;
     for (const Triangle2* pT : vTriangles) {
+        cancelPoint.pass();
         vTriangleNumbers_[triangleRecords_(pT)] = CHOSEN;
         for (int i = 0; i < 3; ++i) vVertexNumbers_[vertexRecords_(pT->getCorner(i))] = CHOSEN;
     }
@@ -53,7 +56,9 @@ void MeshExporter::fill(IndexedMesh& result) {
 void MeshExporter::writeVertices(IndexedMesh& result) {
     result.vVertices.clear();
     result.vVertices.reserve(mesh_.numberOfPoints());
+    CancelPoint<4096> cancelPoint;
     for (const IdxVtxAct* pItem : mesh_.getVertexVault().getData()) {
+        cancelPoint.pass();
         if (!pItem->active) continue;
         std::int32_t& number = vVertexNumbers_[vertexRecords_(pItem->vtx)];
         if (number == NONE) continue;
@@ -70,7 +75,9 @@ size_t MeshExporter::numberTriangles() {
     std::int32_t numTriangles = 0;
     size_t record = 0;
     const bool bAllAlive = mesh_.numberOfTriangles() == triangleRecords_.size();
+    CancelPoint<4096> cancelPoint;
     mesh_.getTrianglePool().forEach([&](const Triangle2* pT) {
+        cancelPoint.pass();
         std::int32_t& number = vTriangleNumbers_[record++];
         if (number != NONE) number = bAllAlive || pT->getCorner(0) ? numTriangles++ : NONE;
     });
@@ -82,7 +89,9 @@ void MeshExporter::writeTriangles(IndexedMesh& result, size_t numTriangles) {
     std::int32_t* pNeighbour = makeRoom(result.vNeighbours, 3 * numTriangles);
     result.vConstraints.clear();
     size_t record = 0;
+    CancelPoint<4096> cancelPoint;
     mesh_.getTrianglePool().forEach([&](const Triangle2* pT) {
+        cancelPoint.pass();
         const std::int32_t number = vTriangleNumbers_[record++];
         if (number == NONE) return;
         for (int i = 0; i < 3; ++i) {

@@ -10,11 +10,15 @@
 
 #include <algorithm>
 #include <new>
+#include <tuple>
+#include <utility>
 
 #include "kernel/links.h"
 #include "kernel/nearness.h"
 #include "mesh/ConstraintKeeper.h"
+#include "support/PoolSnapshot.h"
 #include "support/diagnostics.h"
+#include "support/lists.h"
 #include "support/stopping.h"
 #include "taro25d/TriangleAroundVertexIterator.h"
 
@@ -96,6 +100,19 @@ void TriangleMesh::copyFrom(const TriangleMesh& other, const RecordCopies<Point2
         },
         throwIfStopped);
     for (const Triangle2* pT : other.vRecycledTriangles_) vRecycledTriangles_.push_back(triangles(pT));
+}
+
+std::function<void()> TriangleMesh::rememberState() {
+    PoolSnapshot<Triangle2> triangles(trianglePool_);
+    const auto getMembers = [this] { return std::tie(vRecycledTriangles_, constraintEdges_); };
+    auto members = copyAll(getMembers());
+    return [this, getMembers, triangles = std::move(triangles), members = std::move(members),
+            magnitude = getMagnitude()]() mutable {
+        triangles.restore(trianglePool_);
+        getMembers() = std::move(members);
+        vFlipStack_.clear();
+        geomTest_.setStaticBound(magnitude);
+    };
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

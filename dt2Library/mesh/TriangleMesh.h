@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 #include "kernel/GeomTest.h"
@@ -35,6 +36,8 @@ class TriangleMesh {
     RecordSupply<Triangle2> takeTriangleRecords(size_t n) { return {trianglePool_, vRecycledTriangles_, n}; }
     /// Recycles records to which nothing links any more.
     void storeRecycledT(const std::vector<Triangle2*>& vTriangles);
+    /// Drops all triangles; the caller sets the incident triangles of the vertices to null.
+    void dropAllTriangles() { trianglePool_.takeBack(0), vRecycledTriangles_.clear(), vFlipStack_.clear(); }
     /// Makes room for n more triangles, on several threads.
     void expectTriangles(size_t n, int numThreads);
 
@@ -63,6 +66,8 @@ class TriangleMesh {
     /// edges.
     void copyFrom(const TriangleMesh& other, const RecordCopies<Point2>& vertices,
                   const RecordCopies<Triangle2>& triangles);
+    /// A function that gives the triangles and the set of constraint edges their present state again, once.
+    std::function<void()> rememberState();
 
     // ---- Splits -----------------------------------------------------------------------------------------------------
 

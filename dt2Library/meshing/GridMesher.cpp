@@ -108,7 +108,11 @@ bool GridMesher::insertGridPoints(bool bChop) {
     std::vector<Point2*> vInserted = insertNew(vGridPoints);
     avoidShortEdges(vInserted, minLength);
     if (!bChop) return true;
-    pDt2_->applyConstraintsAndZones();
+    {
+        const PhaseScope phase("grid: ");
+        pDt2_->applyConstraintsAndZones();
+    }
+    const PhaseScope phase("grid on constraints: ");
     chopConstraints();
     pDt2_->applyConstraintsAndZones();
     avoidShortEdges(vInserted, minLength);  // to the vertices made by chopping

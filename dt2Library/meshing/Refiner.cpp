@@ -255,6 +255,7 @@ bool Refiner::preMeshing() {
     GridMesher mesher(&params_);
     if (!mesher.insertGridPoints(true)) return false;
     numGridHeightsMissing_ = mesher.getNumMissingHeights();
+    const PhaseScope phase("grid without short edges: ");
     mesh_.applyConstraintsAndZones();
     return true;
 }

@@ -7,13 +7,21 @@
 #include "support/Progress.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
-
-#include "support/stopping.h"
 
 #include "taro25d/TaroCancelled.h"
 
 namespace LUMO_TARO25D {
+
+namespace {
+
+thread_local const char* phasePrefix = "";
+
+}  // namespace
+
+PhaseScope::PhaseScope(const char* prefix) : former_(std::exchange(phasePrefix, prefix)) {}
+PhaseScope::~PhaseScope() { phasePrefix = former_; }
 
 Progress::Progress(Progress& first, Progress* pSecond) : pCancelFlag_(first.pCancelFlag_), vListenersOf_{&first} {
     if (!pSecond || pSecond == &first) return;
@@ -51,6 +59,8 @@ bool Progress::isSubscribed(MsgType type, const MsgBase* pListener) const {
 }
 
 void Progress::stop() const {
+    tellCancelPointObserver();
+    if (!mayStop()) return;
     throwKeptException();
     if (isCancelled()) throw TaroCancelled();
 }
@@ -71,7 +81,7 @@ void Progress::broadcast(MsgType type, const std::string& message, double value)
 }
 
 void Progress::start(const std::string& name, size_t total, size_t step) {
-    name_ = name;
+    name_ = phasePrefix + name;
     total_ = total;
     step_ = step > 0 ? step : std::max<size_t>(1, total / 100);
     nextReport_ = step_;

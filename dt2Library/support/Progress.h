@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/MsgBase.h"
 
 namespace LUMO_TARO25D {
@@ -56,7 +57,7 @@ class Progress : public MessageSink {
     /// A cancellation point for an operation that holds this object outside a MessageScope (stopping.h). Any thread may
     /// call it.
     void throwIfStopped() const {
-        if (isCancelled() || mayHaveKeptException()) stop();
+        if (isCancelled() || mayHaveKeptException() || isAnyThreadObserved()) stop();
     }
 
     /// True while counting has an effect: there are listeners, an operation is announced and progress is not disabled.
@@ -117,6 +118,19 @@ class ProgressEnd {
 
   private:
     Progress& progress_;
+};
+
+/// For its lifetime, names of operations that this thread announces begin with a text, to tell equal steps of a larger
+/// operation apart.
+class PhaseScope {
+  public:
+    explicit PhaseScope(const char* prefix);
+    ~PhaseScope();
+    PhaseScope(const PhaseScope&) = delete;
+    PhaseScope& operator=(const PhaseScope&) = delete;
+
+  private:
+    const char* former_;
 };
 
 }  // namespace LUMO_TARO25D

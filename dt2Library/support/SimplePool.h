@@ -91,6 +91,21 @@ class SimplePool {
         numBefore_ = 0;
     }
 
+    /// Takes back the records handed out after the first n; blocks that have no others are released.
+    void takeBack(size_t n) {
+        while (blocks_.size() > 1 && numBefore_ >= n) {
+            release(blocks_.back());
+            blocks_.pop_back();
+            blockSizes_.pop_back();
+            numBefore_ -= static_cast<size_t>(blockSizes_.back());
+        }
+        pCurrent_ = blocks_.back();
+        currentSize_ = blockSizes_.back();
+        nextIdx_ = static_cast<int>(n - numBefore_) - 1;
+        growthSize_ = -1;
+        touchSize_ = 0;
+    }
+
     /// Replaces the blocks, which must be unused, by blocks for as many records as another pool has handed out. The
     /// records have the other pool's order, and so have their addresses; all of them count as handed out. Their memory
     /// is provided on several threads.

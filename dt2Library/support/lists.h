@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 namespace LUMO_TARO25D {
@@ -29,6 +30,12 @@ inline size_t getTableSize(size_t n, size_t minSize) {
     size_t size = minSize;
     while (size < 2 * n) size *= 2;
     return size;
+}
+
+/// Copies of objects, given by std::tie.
+template <class... T>
+std::tuple<T...> copyAll(const std::tuple<T&...>& objects) {
+    return objects;
 }
 
 /// Sets a flag for the duration of a scope and then restores its former value, after an exception too. Nests.

@@ -23,7 +23,7 @@ bool isAnyCancelled(const MessageScope* pScope) {
 }  // namespace
 
 void throwIfStopped() {
-    if (cancelPointObserver) cancelPointObserver();
+    if (isAnyThreadObserved()) tellCancelPointObserver();
     if (pCallOfWorkers) {
         if (pCallOfWorkers->isStopped()) throw TaroCancelled();
         return;
@@ -47,6 +47,13 @@ bool CallOfWorkers::isStopped() const { return bStopped_.load(std::memory_order_
 WorkerScope::WorkerScope(const CallOfWorkers& call) { pCallOfWorkers = &call; }
 WorkerScope::~WorkerScope() { pCallOfWorkers = nullptr; }
 
-void setCancelPointObserver(std::function<void()> observer) { cancelPointObserver = std::move(observer); }
+void setCancelPointObserver(std::function<void()> observer) {
+    numCancelPointObservers += int(bool(observer)) - int(bool(cancelPointObserver));
+    cancelPointObserver = std::move(observer);
+}
+
+void tellCancelPointObserver() {
+    if (cancelPointObserver) cancelPointObserver();
+}
 
 }  // namespace LUMO_TARO25D

@@ -90,5 +90,10 @@ class WorkerScope {
 /// For tests and benchmarks: sets a function that each cancellation point of this thread calls first; an empty function
 /// removes it.
 void setCancelPointObserver(std::function<void()> observer);
+/// The number of threads with an observer.
+inline std::atomic<int> numCancelPointObservers{0};
+inline bool isAnyThreadObserved() { return numCancelPointObservers.load(std::memory_order_relaxed) > 0; }
+/// Calls the observer of this thread, if it has one.
+void tellCancelPointObserver();
 
 }  // namespace LUMO_TARO25D

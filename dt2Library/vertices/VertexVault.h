@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -174,6 +175,9 @@ class VertexVault {
     void copyFrom(const VertexVault& other, const RecordCopies<Point2>& vertices,
                   const RecordCopies<Triangle2>& triangles);
 
+    /// A function that gives the vault its present state again, once. No insertion may be running.
+    std::function<void()> rememberState();
+
     /// @}
     /// @name Checks
     /// @{
@@ -193,6 +197,8 @@ class VertexVault {
         double z;
     };
 
+    /// Copies a record with its place in the mesh, which belongs to the record only.
+    static void copyRecord(const Point2& from, Point2& to);
     bool isSortDue() const;
     /// Applies the height rule to all duplicates of a bulk and the vertices at their places.
     void meetHeights();

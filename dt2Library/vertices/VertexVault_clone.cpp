@@ -1,5 +1,10 @@
-// The vault of a copied mesh, for Taro_2D::clone().
+// The vault of a copied mesh, for Taro_2D::clone(), and the return to an earlier state.
 
+#include <tuple>
+#include <utility>
+
+#include "support/PoolSnapshot.h"
+#include "support/lists.h"
 #include "support/stopping.h"
 #include "vertices/VertexVault.h"
 
@@ -34,6 +39,31 @@ void VertexVault::copyFrom(const VertexVault& other, const RecordCopies<Point2>&
     bFullDimensional_ = other.bFullDimensional_;
     numKnownCollinear_ = other.numKnownCollinear_;
     throwIfStopped();
+}
+
+void VertexVault::copyRecord(const Point2& from, Point2& to) {
+    to = from;
+    to.pIncidentT_ = from.pIncidentT_;
+    to.vaultPos_ = from.vaultPos_;
+}
+
+std::function<void()> VertexVault::rememberState() {
+    PoolSnapshot<Point2, copyRecord> vertices(vertexPool_);
+    PoolSnapshot<IdxVtxAct> items(itemPool_);
+    const auto getMembers = [this] {
+        return std::tie(frame_, vRecycledVertices_, vItems_, vRecycledItems_, keyIndex_, bKeysOutdated_, numSorted_,
+                        heightBook_, numRemovedSinceSort_, numItems_, resortLimit_, bFullDimensional_,
+                        numKnownCollinear_);
+    };
+    throwIfStopped();
+    auto members = copyAll(getMembers());
+    throwIfStopped();
+    return [this, getMembers, vertices = std::move(vertices), items = std::move(items),
+            members = std::move(members)]() mutable {
+        vertices.restore(vertexPool_);
+        items.restore(itemPool_);
+        getMembers() = std::move(members);
+    };
 }
 
 }  // namespace LUMO_TARO25D

@@ -16,6 +16,7 @@
 #include "kernel/triangleLists.h"
 #include "mesh/segmentWalk.h"
 #include "support/diagnostics.h"
+#include "support/stopping.h"
 #include "taro25d/Zone2.h"
 #include "taro25d/freeFunctions.h"
 #include "zones/ConnectedComponent.h"
@@ -32,7 +33,11 @@ constexpr const char* LOCATION = "Dt2::createZone_cookieCutter(..)";
 /// the surface completely (bAll).
 bool canBeInside(const std::vector<Triangle2*>& vTriangles, const std::vector<Point2>& vCorners, bool bAll) {
     double area = 0.0, wanted = 0.0, length = 0.0, resolution = 0.0;
-    for (const Triangle2* pT : vTriangles) area += getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
+    CancelPoint<> cancelPoint;
+    for (const Triangle2* pT : vTriangles) {
+        cancelPoint.pass();
+        area += getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
+    }
     for (size_t k = 0; k < vCorners.size(); ++k) {
         const Point2 &p = vCorners[k], &q = vCorners[(k + 1) % vCorners.size()];
         wanted += 0.5 * crossProduct2D(getVector2D(vCorners[0], p), getVector2D(vCorners[0], q));

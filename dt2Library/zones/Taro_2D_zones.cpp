@@ -1,7 +1,6 @@
 #include "taro25d/Taro_2D.h"
 
 #include "constraints/ConstraintMgr.h"
-#include "constraints/GraphRemover.h"
 #include "mesh/EngineCall.h"
 #include "mesh/MeshExporter.h"
 #include "taro25d/Edge2.h"
@@ -70,21 +69,26 @@ bool Taro_2D::removeConstraint(ConstraintGraph2* pGraph, bool bRemoveVertices) {
         warning("Taro_2D::removeConstraint()", std::string(reason) + ", nothing is removed");
         return false;
     }
-    GraphRemover(*pDt2_, *pManager).remove(pGraph, bRemoveVertices);
+    pManager->getRemover().remove(pGraph, bRemoveVertices);
     return true;
 }
 
 void Taro_2D::getIndexedMesh(IndexedMesh& mesh, const Zone2* pZone) const {
     const MessageScope scope(&pDt2_->getProgress());
-    MeshExporter exporter(*pDt2_);
-    if (!pZone) return exporter.exportAll(mesh);
-    if (pZone->getDelaunayTriangulation() != pDt2_.get()) {
+    if (pZone && pZone->getDelaunayTriangulation() != pDt2_.get()) {
         warning("Taro_2D::getIndexedMesh(..)", "the zone is none of this triangulation");
         return;
     }
-    std::vector<Triangle2*> vTriangles;
-    pZone->getTriangles(vTriangles);
-    exporter.exportSome(vTriangles, mesh);
+    try {
+        MeshExporter exporter(*pDt2_);
+        if (!pZone) return exporter.exportAll(mesh);
+        std::vector<Triangle2*> vTriangles;
+        pZone->getTriangles(vTriangles);
+        exporter.exportSome(vTriangles, mesh);
+    } catch (...) {
+        mesh = IndexedMesh();
+        throw;
+    }
 }
 
 bool Taro_2D::deleteZone(Zone2* pZone) { return call(pDt2_)->deleteZone(pZone); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -40,6 +41,8 @@ class TARO25D_API ConstraintGraph2 {
     /// The copy of a graph in the copy of its triangulation; the segments do not know of it yet.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
                                     const PointerMap<ConstraintSegment2*>& mSegments);
+    /// For the engine: a function that gives the graph its present state again, except the name.
+    TARO25D_HIDDEN std::function<void()> rememberState();
     /// Only the triangulation destroys graphs.
     TARO25D_HIDDEN ~ConstraintGraph2();
     ConstraintGraph2(const ConstraintGraph2&) = delete;

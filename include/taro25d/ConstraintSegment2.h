@@ -7,6 +7,7 @@
 #include <iosfwd>
 #include <limits>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "taro25d/ConstraintInsertionStrategy.h"
@@ -86,6 +87,12 @@ class TARO25D_API ConstraintSegment2 {
     /// For the engine: makes this segment, which is new, the copy of another one in the copy of its triangulation.
     TARO25D_HIDDEN void copyFrom(const ConstraintSegment2& other, const PointerMap<ConstraintSegment2*>& mSegments,
                                  const PointerMap<ConstraintGraph2*>& mGraphs);
+
+    /// For the engine: owners, age, whether it was killed, and children.
+    using State = std::tuple<std::set<ConstraintGraph2*>, Age, bool, std::array<ConstraintSegment2*, 2>>;
+    /// For the engine: the state, to which setState returns.
+    TARO25D_HIDDEN State getState() const { return {sOwners_, age_, bAlive_, aChildren_}; }
+    TARO25D_HIDDEN void setState(const State& state) { std::tie(sOwners_, age_, bAlive_, aChildren_) = state; }
 
     /// For the engine: the flag that `kill` and `unkill` change.
     TARO25D_HIDDEN const bool* getAliveFlag() const { return &bAlive_; }

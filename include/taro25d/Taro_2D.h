@@ -233,7 +233,7 @@ class TARO25D_API Taro_2D {
     /// The mesh as arrays of numbers, which replace those of the argument: without a zone all vertices in the order
     /// of getVertexPointers() and all triangles in that of getTrianglePointers(); with one, its triangles and their
     /// corners, in that order too. Before is2D() there are vertices only. A zone of another triangulation gets a
-    /// warning, and the arrays stay as they are. Linear.
+    /// warning, and the arrays stay as they are. After TaroCancelled the arrays are empty. Linear.
     void getIndexedMesh(IndexedMesh& mesh, const Zone2* pZone = nullptr) const;
 
     /// The number of vertices. Constant time.
