@@ -57,7 +57,7 @@ std::unique_ptr<EfficientModel> makeModel(Surface& surface, const std::vector<Po
     return pModel;
 }
 
-/// The model has all lines in one graph; here each gets a graph of its own, on the same edges.
+/// Gives each line a graph of its own over its edges; the model has one graph for all lines.
 void divideLines(Surface& surface, const std::vector<SegmentArray>& vLines) {
     std::vector<ConstraintGraph2*> vTogether;
     surface.getMesh().getConstraintGraphs(vTogether);
@@ -82,7 +82,7 @@ void simplify(Surface& surface, const PointArray& points, const std::vector<Segm
     });
 }
 
-/// Ids of vertices follow the first corner at each place.
+/// The ids of vertices are in the order of the first corners at their places.
 void importTriangles(Surface& surface, const PointArray& corners, bool bRepair, nb::object progress) {
     const double* aCoordinates = corners.data();
     const size_t num = corners.shape(0);

@@ -34,7 +34,7 @@ namespace {
 
 using Handle = std::shared_ptr<ZoneHandle>;
 
-/// Creates a zone by a rule that changes the surface or adds to what it owns.
+/// Creates a zone by a function that may change the surface.
 Handle create(const std::shared_ptr<Surface>& pSurface, const char* reason, const std::function<Zone2*()>& rule) {
     Zone2* pZone = nullptr;
     EngineCall call({{pSurface.get(), Guarded::WRITE}});
@@ -69,7 +69,7 @@ Handle createOfPolygon(const std::shared_ptr<Surface>& pSurface, const SegmentAr
     });
 }
 
-/// To be called once: the handle owns the zone.
+/// Must be called once only, since the handle owns the zone.
 Handle takeImported(const std::shared_ptr<Surface>& pSurface) {
     Zone2* pZone = nullptr;
     EngineCall call({{pSurface.get(), Guarded::WRITE}});
@@ -80,7 +80,7 @@ Handle takeImported(const std::shared_ptr<Surface>& pSurface) {
     return pZone ? std::make_shared<ZoneHandle>(pSurface, pZone) : nullptr;
 }
 
-/// Rows are those of the surface as it is now.
+/// The rows are those of the present triangles.
 Handle createOfRows(const std::shared_ptr<Surface>& pSurface, const std::vector<size_t>& vRows) {
     return create(pSurface, "the zone has no triangles", [&] {
         std::vector<Triangle2*> vAll, vTriangles;
@@ -122,7 +122,7 @@ Array<std::int32_t> getRows(const ZoneHandle& handle) {
     return toArray(std::move(vRows));
 }
 
-/// Whether a place that is in a triangle lies in, or on the border of, one of a list.
+/// Whether one of the listed triangles contains a place, border included. pT contains the place.
 bool isAtOneOf(const TriangleRows& triangles, const Taro_2D& mesh, const Triangle2* pT, const Point2& place) {
     if (!pT || triangles.getRow(pT) >= 0) return pT != nullptr;
     for (int i = 0; i < 3; ++i) {
@@ -139,7 +139,7 @@ bool isAtOneOf(const TriangleRows& triangles, const Taro_2D& mesh, const Triangl
     return false;
 }
 
-/// NaN outside the zone.
+/// Heights at places; NaN outside the zone.
 Array<double> getHeights(const ZoneHandle& handle, const PlaceArray& places) {
     const double* aPlaces = places.data();
     const size_t num = places.shape(0);

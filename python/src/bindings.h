@@ -8,7 +8,7 @@
 #include "Surface.h"
 #include "TriangleRows.h"
 
-/// Each adds one topic to the module. Zones come after surfaces, and all others after zones.
+/// Each function adds one topic to the module. Surfaces must be bound first, then zones, then all others.
 void bindSurface(nanobind::module_& module);
 void bindBreaklines(nanobind::module_& module);
 void bindZones(nanobind::module_& module);
@@ -20,7 +20,7 @@ void bindTileParts(nanobind::module_& module);
 void bindModelling(nanobind::module_& module);
 void bindDatasets(nanobind::module_& module);
 
-/// What a Python object of a zone holds: it keeps the surface alive, and the zones that it is made of.
+/// The content of a Python zone: a zone of the library. It keeps the surface and the operands of the zone alive.
 class ZoneHandle {
   public:
     ZoneHandle(std::shared_ptr<Surface> pSurface, LUMO_TARO25D::Zone2* pZone)
@@ -35,7 +35,7 @@ class ZoneHandle {
     }
     const std::shared_ptr<Surface>& getSurface() const { return pSurface_; }
     LUMO_TARO25D::Zone2* get() const { return pZone_; }
-    /// The triangles as they are now. For readers of the surface, several at once.
+    /// The present triangles. Several readers of the surface may call this at once.
     std::shared_ptr<const TriangleRows> getTriangles() const;
 
   private:
@@ -47,7 +47,8 @@ class ZoneHandle {
     mutable std::uint64_t versionOfTriangles_ = 0;
 };
 
-/// A zone of a surface, or all of it for null, and the surface that it is of. For work that only reads: what has to be
-/// created first is created here.
+/// The zone of a handle; for null the zone of all triangles, which is created if there is none: a reader calls prepareAll
+/// first.
 LUMO_TARO25D::Zone2* getZoneOrAll(Surface& surface, const ZoneHandle* pHandle);
+/// Creates the zone of all triangles, in a call of its own that writes.
 void prepareAll(Surface& surface);
