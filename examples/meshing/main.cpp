@@ -188,10 +188,11 @@ void draw(const std::string& filename, const Zone2& zone, const Taro_2D& ground,
         vHeights.push_back(center.z());
         ground.getHeight(center.x(), center.y(), vHeights.back());
     }
-    const auto [lowest, highest] = std::minmax_element(vHeights.begin(), vHeights.end());
+    const auto range = std::minmax_element(vHeights.begin(), vHeights.end());
+    const double lowest = *range.first, highest = *range.second;
 
     const auto colorOf = [&](double z) {
-        const double t = *highest > *lowest ? (z - *lowest) / (*highest - *lowest) : 0;
+        const double t = highest > lowest ? (z - lowest) / (highest - lowest) : 0;
         return Color(0.55 + 0.4 * t, 0.75 + 0.15 * t, 0.45 + 0.4 * t, 0.1, true);
     };
     Visualizer2 drawing(filename);
@@ -201,7 +202,7 @@ void draw(const std::string& filename, const Zone2& zone, const Taro_2D& ground,
     drawing.addObject(vBorder, BORDER);
     Sheet sheet(drawing, zone.getBoundingBox(), title, toGrouped(vTriangles.size()) + " triangles");
     sheet.addFrame();
-    sheet.addRamp("height", *lowest, *highest, colorOf);
+    sheet.addRamp("height", lowest, highest, colorOf);
     sheet.addLine("border of the zone", BORDER);
     sheet.write(filename);
 }
