@@ -7,8 +7,8 @@
 // same nodes, and the areas of the bands add up to that of the surface, whatever the rounding of single points. A level
 // belongs to the band above, except that a triangle below which only touches the level stays in the band below.
 //
-// Nodes are identified by their places (BandNodes). Crossings on an edge that are so near that rounding could exchange
-// them are one node, and the sides between them vanish.
+// Nodes are identified by their places (BandNodes). Where a level passes a corner, or another level, so near that
+// rounding could exchange them, sides may cross or coincide; those near such triangles are put right by SideRouter.
 //
 // Cost: O(n) for the triangles and O(k log k) for k sides.
 
@@ -22,8 +22,10 @@
 #include <optional>
 #include <utility>
 
+#include "analysis/SideRouter.h"
 #include "analysis/zoneTriangles.h"
 #include "kernel/flatSets.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "support/shareWork.h"
@@ -44,6 +46,18 @@ bool isClockwise(const Triangle2& triangle) {
 std::pair<const Point2*, const Point2*> getEnds(const Triangle2& triangle, int i) {
     const Point2 *pSrc = triangle.getCorner(incIndexBy1(i)), *pTrg = triangle.getCorner(incIndexBy2(i));
     return isClockwise(triangle) ? std::make_pair(pTrg, pSrc) : std::make_pair(pSrc, pTrg);
+}
+
+/// Whether a share of the least altitude of a triangle is well above the rounding of its coordinates.
+bool isFarApart(const Triangle2& triangle, double share) {
+    const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
+    const double magnitude = std::max(
+        {std::abs(a.x()), std::abs(a.y()), std::abs(b.x()), std::abs(b.y()), std::abs(c.x()), std::abs(c.y())});
+    const double ux = b.x() - a.x(), uy = b.y() - a.y(), vx = c.x() - a.x(), vy = c.y() - a.y();
+    const double longest =
+        std::max({std::abs(ux), std::abs(uy), std::abs(vx), std::abs(vy), std::abs(ux - vx), std::abs(uy - vy)});
+    const double altitude = 0.5 * std::abs((ux / longest) * vy - (uy / longest) * vx);
+    return share * altitude >= 32 * BAND_RESOLUTION * magnitude;  // not a number: no
 }
 
 /// Edges by the places of their ends, in either direction.
@@ -81,13 +95,48 @@ void BandBuilder::collectSides() {
         progress_.throwIfStopped();
         prefetchTriangles(vAtLevels, k);
         const Triangle2& triangle = *vAtLevels[k];
+        markThin(triangle);
+    }
+    for (size_t k = 0; k < vAtLevels.size(); ++k) {
+        progress_.throwIfStopped();
+        prefetchTriangles(vAtLevels, k);
+        const Triangle2& triangle = *vAtLevels[k];
+        bNearThin_ = isNearThin(triangle);
         addLevelEdges(triangle);
         cut(triangle);
     }
     progress_.incProgress(tree_.getNumTriangles());
     std::vector<Edge2> vBorder;
     findBorder(vBorder);
-    for (const Edge2& edge : vBorder) addBorderEdge(edge);
+    for (const Edge2& edge : vBorder) {
+        bNearThin_ = isNearThin(*edge.getTriangle());
+        addBorderEdge(edge);
+    }
+}
+
+/// Notes the corners of a triangle in which a corner, or a crossing, may be within rounding of a level or of an edge.
+void BandBuilder::markThin(const Triangle2& triangle) {
+    const Point2 *pLow = triangle.getCorner(0), *pMiddle = triangle.getCorner(1), *pHigh = triangle.getCorner(2);
+    if (pMiddle->z() < pLow->z()) std::swap(pLow, pMiddle);
+    if (pHigh->z() < pMiddle->z()) std::swap(pMiddle, pHigh);
+    if (pMiddle->z() < pLow->z()) std::swap(pLow, pMiddle);
+    const size_t begin = countUpTo(pLow->z()), end = countBelow(pHigh->z());
+    if (begin >= end) return;
+    double gap = std::min(vLevels_[begin] - pLow->z(), pHigh->z() - vLevels_[end - 1]);
+    for (size_t level = begin; level < end; ++level) {
+        if (level > begin) gap = std::min(gap, vLevels_[level] - vLevels_[level - 1]);
+        if (vLevels_[level] != pMiddle->z()) gap = std::min(gap, std::abs(vLevels_[level] - pMiddle->z()));
+    }
+    // Crossings, levels and edges that do not meet are at least the gap's share of the least altitude apart.
+    const double share = gap / (pHigh->z() - pLow->z());
+    if (isFarApart(triangle, share)) return;
+    for (int i = 0; i < 3; ++i) thinCorners_.addCorner(*triangle.getCorner(i));
+}
+
+bool BandBuilder::isNearThin(const Triangle2& triangle) const {
+    if (thinCorners_.size() == 0) return false;
+    return thinCorners_.contains(*triangle.getCorner(0)) || thinCorners_.contains(*triangle.getCorner(1)) ||
+           thinCorners_.contains(*triangle.getCorner(2));
 }
 
 /// Cuts a triangle along each level strictly between its lowest and its highest corner.
@@ -183,7 +232,16 @@ void BandBuilder::addBorderEdge(const Edge2& edge) {
     addSide(bUp ? end : begin, from, to);
 }
 
+/// Leads sides near thin triangles through the nodes that rounding may have moved across them.
+void BandBuilder::routeSides() {
+    if (vSidesNearThin_.empty()) return;
+    SideRouter router(nodes_);
+    router.add(vSidesNearThin_);
+    for (std::vector<RingBuilder::Side>& vSides : vSidesOf_) router.replace(vSides);
+}
+
 bool BandBuilder::build(int numThreads, std::vector<ContourBand>& vBands) {
+    routeSides();
     double magnitude = 0.0;
     for (Index i = 0; i < nodes_.size(); ++i) {
         magnitude = std::max({magnitude, std::abs(nodes_[i].x()), std::abs(nodes_[i].y())});

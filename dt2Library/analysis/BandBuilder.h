@@ -18,7 +18,12 @@ class BandBuilder {
   public:
     /// The levels must be sorted and different.
     BandBuilder(const HeightTree& tree, const std::vector<double>& vLevels, Progress& progress)
-        : tree_(tree), vLevels_(vLevels), progress_(progress), nodes_(vLevels), vSidesOf_(vLevels.size() + 1) {}
+        : tree_(tree),
+          vLevels_(vLevels),
+          progress_(progress),
+          nodes_(vLevels),
+          vSidesOf_(vLevels.size() + 1),
+          thinCorners_(vLevels) {}
 
     /// Collects the sides of all bands.
     void collectSides();
@@ -31,11 +36,17 @@ class BandBuilder {
     /// The number of levels at or below a height, and below it.
     size_t countUpTo(double height) const;
     size_t countBelow(double height) const;
+    void markThin(const Triangle2& triangle);
+    bool isNearThin(const Triangle2& triangle) const;
+    void routeSides();
     void cut(const Triangle2& triangle);
     void addLevelEdges(const Triangle2& triangle);
     void findBorder(std::vector<Edge2>& vBorder) const;
     void addBorderEdge(const Edge2& edge);
-    void addSide(size_t band, Index from, Index to) { vSidesOf_[band].emplace_back(from, to); }
+    void addSide(size_t band, Index from, Index to) {
+        vSidesOf_[band].emplace_back(from, to);
+        if (bNearThin_) vSidesNearThin_.emplace_back(from, to);
+    }
     size_t getBandAtLevelEdge(const Triangle2& triangle, int i) const;
 
     const HeightTree& tree_;
@@ -43,6 +54,9 @@ class BandBuilder {
     Progress& progress_;  // counts triangles and bands
     BandNodes nodes_;
     std::vector<std::vector<RingBuilder::Side>> vSidesOf_;  // for each band, with its area on the left
+    BandNodes thinCorners_;                                 // of triangles with pieces thinner than rounding
+    bool bNearThin_ = false;                                // whether the current triangle has such a corner
+    std::vector<RingBuilder::Side> vSidesNearThin_;         // of all bands
     std::vector<Index> vLong_, vLower_, vUpper_;            // nodes on the edges of a triangle
 };
 

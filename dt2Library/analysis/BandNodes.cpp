@@ -1,10 +1,6 @@
 #include "analysis/BandNodes.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "analysis/CrossingGraph.h"
-#include "kernel/tolerances.h"
 #include "support/diagnostics.h"
 
 namespace LUMO_TARO25D {
@@ -13,11 +9,6 @@ namespace {
 
 constexpr size_t MIN_TABLE_SIZE = 1024;
 
-/// Whether two points are within BAND_RESOLUTION of each other in x and in y.
-bool isNear(const Point2& a, const Point2& b, double magnitude) {
-    return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y())) <= BAND_RESOLUTION * magnitude;
-}
-
 }  // namespace
 
 BandNodes::BandNodes(const std::vector<double>& vLevels) : vLevels_(vLevels), vTable_(MIN_TABLE_SIZE, Index(NONE)) {}
@@ -25,21 +16,10 @@ BandNodes::BandNodes(const std::vector<double>& vLevels) : vLevels_(vLevels), vT
 void BandNodes::getCrossings(const Point2& low, const Point2& high, size_t beginLevel, size_t endLevel,
                              std::vector<Index>& vCrossings) {
     vCrossings.clear();
-    const double magnitude = std::max({std::abs(low.x()), std::abs(low.y()), std::abs(high.x()), std::abs(high.y())});
-    const Point2* pLast = &low;
-    Point2 last;
     for (size_t k = beginLevel; k < endLevel; ++k) {
         const double t = fractionAt(vLevels_[k], low.z(), high.z());
         const Point2 crossing(interpolate(low.x(), high.x(), t), interpolate(low.y(), high.y(), t), vLevels_[k]);
-        if (isNear(crossing, high, magnitude)) {
-            vCrossings.push_back(addCorner(high));
-        } else if (isNear(crossing, *pLast, magnitude)) {
-            vCrossings.push_back(vCrossings.empty() || pLast == &low ? addCorner(low) : vCrossings.back());
-        } else {
-            vCrossings.push_back(add(crossing, false));
-            last = crossing;
-            pLast = &last;
-        }
+        vCrossings.push_back(add(crossing, false));
     }
 }
 

@@ -20,12 +20,14 @@ class BandNodes {
 
     size_t size() const { return vPoints_.size(); }
     const Point2& operator[](Index i) const { return vPoints_[i]; }
+    bool isCorner(Index i) const { return vIsCorner_[i]; }
+    /// Whether a point is the place of a node.
+    bool contains(const Point2& point) const { return vTable_[findSlot(point.x(), point.y())] != NONE; }
 
     /// The node of a corner, whose height it takes.
     Index addCorner(const Point2& corner) { return add(corner, true); }
     /// Replaces a list by the nodes at which the levels [beginLevel, endLevel) cross the segment from low to high; all
-    /// must be strictly between the two heights. A crossing that rounding could exchange with an end, or with the
-    /// crossing before it, gets the node of that.
+    /// must be strictly between the two heights.
     void getCrossings(const Point2& low, const Point2& high, size_t beginLevel, size_t endLevel,
                       std::vector<Index>& vCrossings);
 

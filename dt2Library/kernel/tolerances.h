@@ -28,7 +28,7 @@ constexpr double MIN_RADIUS = 16 * 0x1p-52;
 /// A sliver at the border of a surface, or a gap between two surfaces, that is no wider than this comes from rounding
 /// of coordinates (CutAndFillImpl).
 constexpr double WELDING_DISTANCE = 0x1p-48;
-/// Corners of bands that are nearer than this in x and in y are one (BandNodes).
+/// Share of the coordinates: a node of bands that is nearer than this to a side lies on it (SideRouter).
 constexpr double BAND_RESOLUTION = 0x1p-49;
 /// Share of the extent of two triangles and of the length of a side: the greatest distance by rounding between the line
 /// of the side and a corner of their overlay (OverlayPiece).

@@ -80,7 +80,8 @@ class TARO25D_API IsoContours {
     /// Ground exactly at a level belongs to the band above. The rings of a band are simple and touch each other only in
     /// points; outer ones are ordered by their smallest points (x, then y). Neighbouring bands share their points
     /// exactly, and the areas of all bands add up to that of the surface, except for the rounding of points on its
-    /// border. The surface must not overhang. Uses the threads of setNumCPU; the result does not depend on them.
+    /// border. Lines within some rounding errors of each other coincide. The surface must not overhang. Uses the
+    /// threads of setNumCPU; the result does not depend on them.
     ///
     /// False, with a warning if bVerbose and without a band, for a level that is not finite, and for triangles of which
     /// more than two have a common edge, or that overlap. O(n) for all triangles and O(k log k) for the points of the

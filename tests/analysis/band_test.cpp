@@ -209,6 +209,34 @@ TEST(Bands, AreSoundAtHeightsNextToThoseOfVertices) {
     }
 }
 
+/// Levels are some units in the last place apart, so rounding could make sides cross where they end near a vertex.
+TEST(Bands, AreSoundBetweenLevelsThatRoundingCouldExchange) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        SCOPED_TRACE(seed);
+        Random r(seed);
+        Taro_2D mesh;
+        PointVector vPoints = makeScattered(40, 0, 0, 10, 10, r, 4);
+        vPoints.emplace_back(3, 4, 2.5);
+        mesh.insert(vPoints);
+        std::vector<double> vLevels;
+        for (const Point2& point : vPoints) {
+            if (vLevels.size() > 45) break;
+            for (const double towards : {-1e9, 1e9}) vLevels.push_back(std::nextafter(point.z(), towards));
+            vLevels.push_back(point.z());
+        }
+        Bands vBands;
+        ASSERT_TRUE(IsoContours(trianglesOf(mesh)).getBands(vLevels, vBands));
+        double area = 0, expected = 0;
+        for (const ContourBand& band : vBands) {
+            expectSound(band);
+            area += totalOf(band);
+        }
+        for (const Triangle2* pT : trianglesOf(mesh))
+            expected += getArea2D(*pT->getCorner(0), *pT->getCorner(1), *pT->getCorner(2));
+        EXPECT_NEAR(area, expected, 1e-12 * expected);
+    }
+}
+
 TEST(Bands, GiveHolesToTheRingsAroundThem) {
     // Waves around a centre: rings within rings.
     Taro_2D mesh;
