@@ -22,9 +22,8 @@ double getProductError(double a, double b, double product) {
 
 }  // namespace
 
-double accurateDeterminant(double a, double b, double c, double d) {
+double cancelAccurately(double a, double b, double c, double d) {
     const double left = a * d, right = b * c, difference = left - right;
-    if (std::abs(difference) > 0.0625 * (std::abs(left) + std::abs(right))) return difference;
     const double accurate = difference + (getProductError(a, d, left) - getProductError(b, c, right));
     return std::isfinite(accurate) ? accurate : difference;
 }

@@ -1,13 +1,21 @@
 #pragma once
 
+#include <cmath>
+
 #include "taro25d/Point2.h"
 #include "taro25d/Triangle2.h"
 
 namespace LUMO_TARO25D {
 
-/// a * d - b * c, accurate to a few units in the last place unless numbers leave the range of error-free products
-/// (Dekker 1971).
-double accurateDeterminant(double a, double b, double c, double d);
+/// a * d - b * c where the products nearly cancel: adds their rounding errors (Dekker 1971).
+double cancelAccurately(double a, double b, double c, double d);
+
+/// a * d - b * c, accurate to a few units in the last place unless numbers leave the range of error-free products.
+inline double accurateDeterminant(double a, double b, double c, double d) {
+    const double left = a * d, right = b * c, difference = left - right;
+    const bool bAccurate = std::abs(difference) > 0.0625 * (std::abs(left) + std::abs(right));
+    return bAccurate ? difference : cancelAccurately(a, b, c, d);
+}
 
 /// The plane through the corners of a triangle, for many heights in it and for its slope.
 class FacePlane {

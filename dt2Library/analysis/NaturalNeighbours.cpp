@@ -31,77 +31,87 @@
 
 namespace LUMO_TARO25D {
 
+namespace {
+
+/// A place that sees the ends of an edge at an angle whose sine is twice this is certainly off the edge: rounding changes
+/// the computed sine by less than a tenth of this.
+constexpr double MIN_CLEAR_SINE = 1e-14;
+
+}  // namespace
+
 double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& place) {
-    double height = 0.0;
-    if (isOnVertexOrBarrier(triangle, place, height)) return height;
-    height = interpolate(triangle, place);
+    const std::array<Corner, 3> aCorners{
+        {{*triangle.getCorner(0), place}, {*triangle.getCorner(1), place}, {*triangle.getCorner(2), place}}};
+    for (const Corner& corner : aCorners) {
+        if (corner.x == 0.0 && corner.y == 0.0) return corner.z;
+    }
+    for (size_t i = 0; i < 3; ++i) {
+        const size_t src = i == 2 ? 0 : i + 1, trg = i == 0 ? 2 : i - 1;
+        const Corner &a = aCorners[src], &b = aCorners[trg];
+        const bool bSureInside = a.x * b.y - a.y * b.x > MIN_CLEAR_SINE * (a.sqLength + b.sqLength);
+        if (bSureInside || !isOnBarrier(triangle, static_cast<int>(i), place)) continue;
+        return getZOnSegment(*triangle.getCorner(static_cast<int>(src)), *triangle.getCorner(static_cast<int>(trg)),
+                             place.x(), place.y());
+    }
+    double height = interpolate(triangle, aCorners, place);
     // This happens only if numbers overflow, or vertices are rounding errors apart.
     if (!std::isfinite(height)) getHeightInside(triangle, place, height);
     return height;
 }
 
-bool NaturalNeighbours::isOnVertexOrBarrier(const Triangle2& triangle, const Point2& place, double& height) {
-    for (int i = 0; i < 3; ++i) {
-        const Point2 &src = *triangle.getCorner(incIndexBy1(i)), &trg = *triangle.getCorner(incIndexBy2(i));
-        if (src == place) {
-            height = src.z();
-            return true;
-        }
-        if (trg != place && geomTest_.getOrientation2(&src, &trg, &place) == ORIENTATION2_COLLINEAR &&
-            isBarrier(&triangle, i)) {
-            height = getZOnSegment(src, trg, place.x(), place.y());
-            return true;
-        }
-    }
-    return false;
+bool NaturalNeighbours::isOnBarrier(const Triangle2& triangle, int i, const Point2& place) {
+    const Point2 *pSrc = triangle.getCorner(incIndexBy1(i)), *pTrg = triangle.getCorner(incIndexBy2(i));
+    return geomTest_.getOrientation2(pSrc, pTrg, &place) == ORIENTATION2_COLLINEAR && isBarrier(&triangle, i);
 }
 
-double NaturalNeighbours::interpolate(const Triangle2& triangle, const Point2& place) {
-    sums_ = Sums{triangle.getCorner(0)->z()};
-    const Dual centre = getCentre(triangle, place);
+double NaturalNeighbours::interpolate(const Triangle2& triangle, const std::array<Corner, 3>& aCorners,
+                                      const Point2& place) {
+    sums_ = Sums{aCorners[0].z};
+    const Dual centre = getCentre(aCorners[0], aCorners[1], aCorners[2]);
     vExits_.clear();
-    for (const int i : {2, 1, 0}) vExits_.push_back({&triangle, i, centre});
+    vExits_.push_back({&triangle, 2, aCorners[0], aCorners[1], centre});
+    vExits_.push_back({&triangle, 1, aCorners[2], aCorners[0], centre});
+    vExits_.push_back({&triangle, 0, aCorners[1], aCorners[2], centre});
     while (!vExits_.empty()) {
         const Exit exit = vExits_.back();
         vExits_.pop_back();
-        if (goesOn(exit, place)) {
+        const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
+        if (pN && isInCircle(*pN, place) && !dt2_.isConstraint(exit.pT, exit.i)) {
             cross(exit, place);
         } else {
-            followBorder(exit, place);
+            followBorder(exit);
         }
     }
     closeBorder();
     return sums_.baseZ + sums_.volume / sums_.area;
 }
 
-bool NaturalNeighbours::goesOn(const Exit& exit, const Point2& place) {
-    const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
-    return pN && geomTest_.circleInc(pN->getCorner(0), pN->getCorner(1), pN->getCorner(2), &place) &&
-           !dt2_.isConstraint(exit.pT, exit.i);
+bool NaturalNeighbours::isInCircle(const Triangle2& triangle, const Point2& place) {
+    return geomTest_.circleInc(triangle.getCorner(0), triangle.getCorner(1), triangle.getCorner(2), &place);
 }
 
 /// Adds the next triangle to the cavity; its two other edges replace the crossed one on the stack.
 void NaturalNeighbours::cross(const Exit& exit, const Point2& place) {
     const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
-    const Point2 &src = *exit.pT->getCorner(incIndexBy1(exit.i)), &trg = *exit.pT->getCorner(incIndexBy2(exit.i));
-    const Dual centre = getCentre(*pN, place);
-    sums_.volume += getArea(centre, exit.centre) * (src.z() - trg.z());
     const int k = indexOfNeighbour(pN, exit.pT);
-    vExits_.push_back({pN, incIndexBy2(k), centre});
-    vExits_.push_back({pN, incIndexBy1(k), centre});
+    const Corner far(*pN->getCorner(k), place);
+    const Dual centre = getCentre(exit.src, exit.trg, far);
+    sums_.volume += getArea(centre, exit.centre) * (exit.src.z - exit.trg.z);
+    vExits_.push_back({pN, incIndexBy2(k), far, exit.trg, centre});
+    vExits_.push_back({pN, incIndexBy1(k), exit.src, far, centre});
 }
 
-void NaturalNeighbours::followBorder(const Exit& exit, const Point2& place) {
-    const Point2 &src = *exit.pT->getCorner(incIndexBy1(exit.i)), &trg = *exit.pT->getCorner(incIndexBy2(exit.i));
-    const Dual centre = getCentre(src.x() - place.x(), src.y() - place.y(), trg.x() - place.x(), trg.y() - place.y());
-    sums_.volume += getArea(centre, exit.centre) * (src.z() - trg.z());
+void NaturalNeighbours::followBorder(const Exit& exit) {
+    const Corner &src = exit.src, &trg = exit.trg;
+    const Dual centre = getCentre(src.x, src.y, src.sqLength, trg.x, trg.y, trg.sqLength);
+    sums_.volume += getArea(centre, exit.centre) * (src.z - trg.z);
     if (sums_.bHasBorder) {
         const double area = getArea(sums_.last, centre);
-        sums_.volume += area * (src.z() - sums_.baseZ);
+        sums_.volume += area * (src.z - sums_.baseZ);
         sums_.area += area;
     } else {
         sums_.first = centre;
-        sums_.firstZ = src.z();
+        sums_.firstZ = src.z;
         sums_.bHasBorder = true;
     }
     sums_.last = centre;
@@ -114,16 +124,16 @@ void NaturalNeighbours::closeBorder() {
 }
 
 /// The centre of the circle through a point and two others, all relative to that point.
-NaturalNeighbours::Dual NaturalNeighbours::getCentre(double bx, double by, double cx, double cy) {
-    const double sqB = bx * bx + by * by, sqC = cx * cx + cy * cy;
-    const double twice = 2.0 * accurateDeterminant(bx, by, cx, cy);
-    return {(cy * sqB - by * sqC) / twice, (bx * sqC - cx * sqB) / twice};
+NaturalNeighbours::Dual NaturalNeighbours::getCentre(double bx, double by, double sqB, double cx, double cy,
+                                                     double sqC) {
+    const double perTwice = 0.5 / accurateDeterminant(bx, by, cx, cy);
+    return {(cy * sqB - by * sqC) * perTwice, (bx * sqC - cx * sqB) * perTwice};
 }
 
-NaturalNeighbours::Dual NaturalNeighbours::getCentre(const Triangle2& triangle, const Point2& place) {
-    const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
-    const Dual fromA = getCentre(b.x() - a.x(), b.y() - a.y(), c.x() - a.x(), c.y() - a.y());
-    return {fromA.x + (a.x() - place.x()), fromA.y + (a.y() - place.y())};
+NaturalNeighbours::Dual NaturalNeighbours::getCentre(const Corner& a, const Corner& b, const Corner& c) {
+    const double bx = b.x - a.x, by = b.y - a.y, cx = c.x - a.x, cy = c.y - a.y;
+    const Dual fromA = getCentre(bx, by, bx * bx + by * by, cx, cy, cx * cx + cy * cy);
+    return {fromA.x + a.x, fromA.y + a.y};
 }
 
 }  // namespace LUMO_TARO25D

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -20,6 +21,13 @@ class NaturalNeighbours {
     double getHeight(const Triangle2& triangle, const Point2& place);
 
   private:
+    /// A corner relative to the place of the query, and its squared distance.
+    struct Corner {
+        double x, y, sqLength, z;
+
+        Corner(const Point2& corner, const Point2& place)
+            : x(corner.x() - place.x()), y(corner.y() - place.y()), sqLength(x * x + y * y), z(corner.z()) {}
+    };
     /// A point of the Voronoi diagram relative to the place of the query.
     struct Dual {
         double x, y;
@@ -28,6 +36,7 @@ class NaturalNeighbours {
     struct Exit {
         const Triangle2* pT;
         int i;
+        Corner src, trg;
         Dual centre;  // of the triangle
     };
     /// The sums of the running query.
@@ -40,15 +49,15 @@ class NaturalNeighbours {
     };
 
     bool isBarrier(const Triangle2* pT, int i) const { return !pT->getOppositeTriangle(i) || dt2_.isConstraint(pT, i); }
-    bool isOnVertexOrBarrier(const Triangle2& triangle, const Point2& place, double& height);
-    double interpolate(const Triangle2& triangle, const Point2& place);
-    bool goesOn(const Exit& exit, const Point2& place);
+    bool isOnBarrier(const Triangle2& triangle, int i, const Point2& place);
+    double interpolate(const Triangle2& triangle, const std::array<Corner, 3>& aCorners, const Point2& place);
+    bool isInCircle(const Triangle2& triangle, const Point2& place);
     void cross(const Exit& exit, const Point2& place);
-    void followBorder(const Exit& exit, const Point2& place);
+    void followBorder(const Exit& exit);
     void closeBorder();
     static double getArea(const Dual& from, const Dual& to) { return 0.5 * (from.x * to.y - from.y * to.x); }
-    static Dual getCentre(double bx, double by, double cx, double cy);
-    static Dual getCentre(const Triangle2& triangle, const Point2& place);
+    static Dual getCentre(double bx, double by, double sqB, double cx, double cy, double sqC);
+    static Dual getCentre(const Corner& a, const Corner& b, const Corner& c);
 
     const Dt2& dt2_;
     GeomTest geomTest_;
