@@ -13,12 +13,17 @@ import pytest
 import taro25d
 from taro25d import triangulation
 
-PAGE = pathlib.Path(__file__).parents[2] / "docs" / "guide" / "python.md"
+GUIDE = pathlib.Path(__file__).parents[2] / "docs" / "guide"
+PAGE = GUIDE / "python.md"
 
 
 @pytest.mark.skipif(not PAGE.exists(), reason="the guide is not part of the source distribution")
-def test_guide() -> None:
-    blocks = re.findall(r"```(python|text)\n(.*?)```", PAGE.read_text(encoding="utf-8"), re.DOTALL)
+@pytest.mark.parametrize("page", ["python.md", "tiles.md"])
+def test_guide(page: str) -> None:
+    if page == "tiles.md":
+        for package in ("distributed", "pyarrow", "rasterio"):
+            pytest.importorskip(package)
+    blocks = re.findall(r"```(python|text)\n(.*?)```", (GUIDE / page).read_text(encoding="utf-8"), re.DOTALL)
     assert len(blocks) > 5
     names: dict[str, object] = {}
     printed = ""

@@ -6,6 +6,7 @@ import resource
 import signal
 import subprocess
 import sys
+import time
 
 import numpy as np
 import pytest
@@ -108,3 +109,96 @@ def test_a_broken_file_is_named(tmp_path: pathlib.Path, client) -> None:
     np.savetxt(bad, points[400:])
     result = taro25d.tiles.triangulate([good, bad], tmp_path / "out", points_per_tile=100, client=client)
     assert np.array_equal(together(result), whole(points))
+
+
+# ---- Through the tiles ----
+
+
+def test_workers_die_on_the_way_through(tmp_path: pathlib.Path) -> None:
+    points = CASES["random"]
+    with distributed.Client(
+        n_workers=2, threads_per_worker=1, dashboard_address=":0", set_as_default=False, silence_logs=50
+    ) as client:
+        result = taro25d.tiles.triangulate(points, tmp_path / "out", points_per_tile=50, client=client)
+        pids = list(client.run(os.getpid).values())
+
+        def kill(phase: str, fraction: float) -> None:
+            if pids and fraction > 0.2:
+                os.kill(pids.pop(), signal.SIGKILL)
+
+        raster = result.rasterize(20, client=client, progress=kill)
+        assert len(pids) <= 1
+    whole_raster = taro25d.Triangulation(points).rasterize(20)
+    np.testing.assert_allclose(raster.values, whole_raster.values, rtol=1e-9)
+
+
+@pytest.mark.parametrize("call", ["rasterize(1, path='cells.tif')", "write('faces.parquet')", "simplify('few', 0)"])
+def test_the_disk_is_full_on_the_way_through(call: str, tmp_path: pathlib.Path, client) -> None:
+    pytest.importorskip("rasterio")
+    points = make_hills(5000)
+    taro25d.tiles.triangulate(points, tmp_path / "out", points_per_tile=3000, client=client)
+    limit = 40_000
+    done = subprocess.run(
+        [sys.executable, "-c", f"import taro25d\ntaro25d.tiles.open('out').{call}"], capture_output=True, text=True,
+        check=False, timeout=120, cwd=tmp_path, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)),
+    )  # fmt: skip
+    assert done.returncode == 1, done.stderr
+    assert "taro25d.errors.FileError" in done.stderr.splitlines()[-1]
+    assert {path.name for path in tmp_path.iterdir() if not path.name.startswith(".few.")} == {"out"}
+    result = taro25d.tiles.open(tmp_path / "out")
+    assert len(result.simplify(tmp_path / "few", 0, client=client)) == len(points)
+    assert {path.name for path in tmp_path.iterdir()} == {"out", "few"}
+
+
+def test_interrupted_while_points_are_chosen(tmp_path: pathlib.Path, client) -> None:
+    points = CASES["random"]
+    result = taro25d.tiles.triangulate(points, tmp_path / "out", points_per_tile=60, client=client)
+
+    stop: list[str] = []
+
+    def interrupt(phase: str, fraction: float) -> None:
+        if fraction > 0.5 and phase == stop[-1]:
+            raise KeyboardInterrupt
+
+    for phase in ("simplifying", "counting", "triangulating"):
+        stop.append(phase)
+        with pytest.raises(KeyboardInterrupt):
+            result.simplify(tmp_path / "few", 20, points_per_tile=50, client=client, progress=interrupt)
+    fewer = result.simplify(tmp_path / "few", 20, points_per_tile=50, client=client)
+    assert fewer.check(client=client)
+    assert {path.name for path in tmp_path.iterdir()} == {"out", "few"}
+    with pytest.raises(taro25d.RefusedError, match="source"):
+        result.simplify(tmp_path / "few", 10, points_per_tile=50, client=client)
+
+
+# ---- The command ----
+
+
+@pytest.mark.parametrize("to_all", [False, True], ids=["process", "terminal"])
+def test_ctrl_c_ends_the_command(to_all: bool, tmp_path: pathlib.Path, client) -> None:
+    """A terminal sends the signal to the workers, too."""
+    pytest.importorskip("click")
+    points = CASES["random"]
+    np.save(tmp_path / "points.npy", points)
+    command = [
+        pathlib.Path(sys.executable).with_name("taro25d"),
+        "tile",
+        "points.npy",
+        "out",
+        "--points-per-tile",
+        "10",
+    ]
+    process = subprocess.Popen(
+        [*command, "--workers", "2"], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, cwd=tmp_path,
+        start_new_session=True,
+    )  # fmt: skip
+    while process.poll() is None and len(list((tmp_path / "out" / "triangles").glob("*.parquet"))) < 10:
+        time.sleep(0.02)
+    (os.killpg if to_all else os.kill)(process.pid, signal.SIGINT)
+    printed, told = process.communicate(timeout=60)
+    assert (process.returncode, printed) == (130, "")
+    assert "Traceback" not in told
+    made = count_files(tmp_path / "out")
+    assert taro25d.tiles.triangulate(tmp_path / "points.npy", tmp_path / "out", 10, client).check()
+    kept = count_files(tmp_path / "out")
+    assert all(kept[path] == made[path] for path in made if path.startswith("triangles/") and "/." not in path)

@@ -234,7 +234,9 @@ def triangulate_tile(job: Job, name: str) -> Made:
 def _find_box(points: FloatArray, triangles: NDArray[np.int32]) -> list[float] | None:
     if not len(triangles):
         return None
-    places = points[np.unique(triangles), :2]
+    used = np.zeros(len(points), dtype=bool)
+    used[triangles] = True
+    places = points[used, :2]
     return [*places.min(axis=0).tolist(), *places.max(axis=0).tolist()]
 
 
