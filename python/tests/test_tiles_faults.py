@@ -132,15 +132,15 @@ def test_workers_die_on_the_way_through(tmp_path: pathlib.Path) -> None:
     np.testing.assert_allclose(raster.values, whole_raster.values, rtol=1e-9)
 
 
-@pytest.mark.parametrize("call", ["rasterize(1, path='cells.tif')", "write('faces.parquet')", "simplify('few', 0)"])
+@pytest.mark.parametrize("call", ["rasterize(5, path='cells.tif')", "write('faces.parquet')", "simplify('few', 0)"])
 def test_the_disk_is_full_on_the_way_through(call: str, tmp_path: pathlib.Path, client) -> None:
     pytest.importorskip("rasterio")
-    points = make_hills(5000)
-    taro25d.tiles.triangulate(points, tmp_path / "out", points_per_tile=3000, client=client)
-    limit = 40_000
+    points = make_hills(800)
+    taro25d.tiles.triangulate(points, tmp_path / "out", points_per_tile=400, client=client)
+    limit = 8_000
     done = subprocess.run(
         [sys.executable, "-c", f"import taro25d\ntaro25d.tiles.open('out').{call}"], capture_output=True, text=True,
-        check=False, timeout=120, cwd=tmp_path, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)),
+        check=False, timeout=300, cwd=tmp_path, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)),
     )  # fmt: skip
     assert done.returncode == 1, done.stderr
     assert "taro25d.errors.FileError" in done.stderr.splitlines()[-1]

@@ -8,13 +8,15 @@ from typing import TYPE_CHECKING
 import numpy as np
 
 from .._optional import require
-from ..errors import FormatError
+from ..errors import FileError, FormatError
 from ..points import Points
 
 if TYPE_CHECKING:
     from ..raster import Raster
 
 _MOST_CELLS = 500_000_000
+#: GDAL tells nobody that a disk was full when it closed a file.
+UNFINISHED = "the file could not be written as a whole; the disk may be full"
 
 
 def read(path: Path, band: int = 1) -> Points:
@@ -46,6 +48,34 @@ def write(raster: Raster, path: Path) -> None:
         compress="deflate", predictor=3, bigtiff="if_safer",
     ) as file:  # fmt: skip
         file.write(raster.values, 1)
+    if not _holds(path, raster):
+        raise FileError(f"{path}: {UNFINISHED}")
+
+
+def _holds(path: Path, raster: Raster) -> bool:
+    rasterio = require("rasterio")
+    try:
+        with rasterio.open(path) as file:
+            return np.array_equal(file.read(1), raster.values, equal_nan=True)
+    except rasterio.errors.RasterioError:
+        return False
+
+
+def has_all_blocks(path: Path) -> bool:
+    """Tell whether every block of a GeoTIFF that is not compressed has its place in the file."""
+    rasterio = require("rasterio")
+    size = path.stat().st_size
+    try:
+        with rasterio.open(path) as file:
+            for (row, column), _ in file.block_windows(1):
+                start, length = (
+                    file.get_tag_item(f"BLOCK_{kind}_{column}_{row}", "TIFF", bidx=1) for kind in ("OFFSET", "SIZE")
+                )
+                if not start or int(start) + int(length) > size:
+                    return False
+    except rasterio.errors.RasterioError:
+        return False
+    return True
 
 
 def write_asc(raster: Raster, path: Path) -> None:

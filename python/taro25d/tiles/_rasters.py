@@ -16,8 +16,9 @@ from numpy.typing import NDArray
 from .. import _engine
 from .._geometry import FloatArray
 from .._optional import require
-from ..errors import InvalidInputError
+from ..errors import FileError, InvalidInputError
 from ..io._files import writing
+from ..io.grid import UNFINISHED, has_all_blocks
 from ..raster import METHODS, Frame, Raster
 from ._crew import Crew
 from ._parts import Part, make_part, open_part
@@ -130,9 +131,11 @@ def write_raster(tiling: Tiling, crew: Crew, frame: Frame, method: str, path: Pa
         with rasterio.open(
             temporary, "w", driver="GTiff", height=frame.rows, width=frame.columns, count=1, dtype="float64",
             nodata=float("nan"), transform=transform, crs=None if tiling.crs is None else tiling.crs.to_wkt(),
-            tiled=True, blockxsize=_BLOCK, blockysize=_BLOCK, sparse_ok=True, bigtiff="if_safer",
+            tiled=True, blockxsize=_BLOCK, blockysize=_BLOCK, bigtiff="if_safer",
         ):  # fmt: skip
-            pass
+            pass  # all cells are written without a value here, so that there is room for them on the disk
+        if not has_all_blocks(temporary):
+            raise FileError(f"{path}: {UNFINISHED}")
         with rasterio.open(temporary, "r+") as file:
             _write_cells(tiling, crew, frame, method, file)
 
