@@ -1,3 +1,9 @@
+// The sweep that finds the ring below a point.
+//
+// A ring is cut where it turns between east and west, into chains that run east. At equal x, points are answered
+// first, then chains end, then chains begin: so a chain is in the order only where it has a point just west of the
+// sweep line. Two chains are compared by the first point of one that is not on the other, with exact orientation tests.
+
 #include "analysis/HoleSweep.h"
 
 #include <algorithm>

@@ -33,8 +33,8 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// A place that sees the ends of an edge at an angle whose sine is twice this is certainly off the edge: rounding changes
-/// the computed sine by less than a tenth of this.
+/// A place that sees the ends of an edge at an angle whose sine is twice this is certainly off the edge: rounding
+/// changes the computed sine by less than a tenth of this.
 constexpr double MIN_CLEAR_SINE = 1e-14;
 
 }  // namespace

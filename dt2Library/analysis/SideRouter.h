@@ -14,7 +14,7 @@ namespace LUMO_TARO25D {
 
 /// Leads the sides of bands through the nodes that rounding may have moved across them (snap rounding: Hobby 1999;
 /// Halperin and Packer 2002), so that sides that do not cross before their ends are rounded do not cross afterwards.
-/// Looks only at the sides it is given. O(n log n) for n sides that have few nodes near them.
+/// Considers only the sides that it was given. O(n log n) for n sides that have few nodes near them.
 class SideRouter {
   public:
     using Index = BandNodes::Index;

@@ -1,3 +1,6 @@
+// The members of Taro_2D for zones and cuts. They forward to ZoneMgr, SurfaceCutter, CookieCutter and the functions of
+// this folder.
+
 #include "taro25d/Taro_2D.h"
 
 #include "constraints/ConstraintMgr.h"

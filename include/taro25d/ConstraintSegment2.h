@@ -90,8 +90,9 @@ class TARO25D_API ConstraintSegment2 {
 
     /// For the engine: owners, age, whether it was killed, and children.
     using State = std::tuple<std::set<ConstraintGraph2*>, Age, bool, std::array<ConstraintSegment2*, 2>>;
-    /// For the engine: the state, to which setState returns.
+    /// For the engine: the state, for setState.
     TARO25D_HIDDEN State getState() const { return {sOwners_, age_, bAlive_, aChildren_}; }
+    /// For the engine: restores a state that getState returned.
     TARO25D_HIDDEN void setState(const State& state) { std::tie(sOwners_, age_, bAlive_, aChildren_) = state; }
 
     /// For the engine: the flag that `kill` and `unkill` change.

@@ -47,8 +47,8 @@ class ZoneHandle {
     mutable std::uint64_t versionOfTriangles_ = 0;
 };
 
-/// The zone of a handle; for null the zone of all triangles, which is created if there is none: a reader calls prepareAll
-/// first.
+/// The zone of a handle; for null the zone of all triangles, which is created if there is none: a reader calls
+/// prepareAll first.
 LUMO_TARO25D::Zone2* getZoneOrAll(Surface& surface, const ZoneHandle* pHandle);
 /// Creates the zone of all triangles, in a call of its own that writes.
 void prepareAll(Surface& surface);
