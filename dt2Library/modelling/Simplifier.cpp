@@ -269,8 +269,10 @@ Point2* Simplifier::insertInto(std::uint32_t k, Triangle2* pT) {
 
 void Simplifier::thin() {
     if (!(limits_.maxError >= 0.0) || isFull()) return;
-    const auto vChosen = std::move(vChosen_);
+    // In spatial order, so that successive removals find their triangles in the cache.
+    auto vChosen = std::move(vChosen_);
     vChosen_.clear();
+    std::sort(vChosen.begin(), vChosen.end(), [](const auto& p, const auto& q) { return p.first < q.first; });
     for (const auto& [k, pVtx] : vChosen) {
         progress_.throwIfStopped();
         if (!mesh_.isConstraintVertex(pVtx)) tryRemoval(k, pVtx);
