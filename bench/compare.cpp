@@ -31,6 +31,7 @@
 #include <iomanip>
 #include <iostream>
 #include <limits>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -39,6 +40,7 @@
 #include <vector>
 
 #include "generators.h"
+#include "taro25d/CutAndFill.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
@@ -637,6 +639,25 @@ std::vector<Row> pointRows(Scale size) {
     };
 }
 
+/// The edges of two triangulations of n points each.
+Segments edgesOfTwo(std::size_t n) {
+    Segments vEdges;
+    for (const std::uint64_t seed : {1, 2}) {
+        Taro_2D taro;
+        taro.insert(uniform(n, seed));
+        std::vector<Triangle2*> vTriangles;
+        taro.getTrianglePointers(vTriangles);
+        for (Triangle2* pT : vTriangles) {
+            for (int i = 0; i < 3; ++i) {
+                const LUMO_TARO25D::Edge2 edge(pT, i);
+                if (!pT->getOppositeTriangle(i) || *edge.getSrc() < *edge.getTrg())
+                    vEdges.emplace_back(*edge.getSrc(), *edge.getTrg());
+            }
+        }
+    }
+    return vEdges;
+}
+
 std::vector<Row> constraintRows(Scale size) {
     const char* const cgalConstraints = "`insert_constraints`";
     return {
@@ -650,10 +671,14 @@ std::vector<Row> constraintRows(Scale size) {
                                    share(uniform(size(1e5)), shortSegments(size(2e4))));
          }},
         {"constraints-crossing", "300 long segments that cross 34,000 times and 100,000 uniform points",
-         cgalConstraints, 2.0, cpu,
+         cgalConstraints, 1.0, cpu,
          [=] { return constrained<RoundingConstrained>(share(uniform(size(1e5)), longSegments(300)), false); }},
         {"constraints-crossing-exact", "the same", "the same with exact constructions", 0.3, cpu,
          [=] { return constrained<ExactConstrained>(share(uniform(size(1e5)), longSegments(300)), false); }},
+        {"constraints-network", "a network of 60,000 segments and no other points", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share({}, windingLines(size(6e4))), true); }},
+        {"constraints-meshes", "all edges of two meshes of 20,000 points", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share({}, edgesOfTwo(size(2e4))), false); }},
         {"constraint-across", "one segment across a mesh of 1,000,000 points", "own bulk of these", 0.01, cpu,
          [=] { return segmentsAgainstMesh(share(uniform(size(1e6)), acrossSegments(1))); }},
         {"constraint-across-growth", "20 segments across a mesh of 1,000,000 points, one by one",
@@ -712,6 +737,32 @@ Contest surfacesAgainstBulk(std::size_t n) {
             false};
 }
 
+Sample ourCutAndFill(const Surface& before, const Surface& after, std::size_t numPoints) {
+    LUMO_TARO25D::CutAndFill cutAndFill(before.pZone, after.pZone, 0.0);
+    Sample sample = timed([&] { cutAndFill.go(); });
+    sample.result = {numPoints};
+    return sample;
+}
+
+/// The vertices of the triangulation that has the edges of both surfaces.
+Points combinedVertices(const Surface& before, const Surface& after) {
+    LUMO_TARO25D::CutAndFill cutAndFill(before.pZone, after.pZone, 0.0);
+    cutAndFill.go();
+    Zone2* pDiffZone = nullptr;
+    std::map<Point2*, std::pair<double, double>> mHeights;
+    cutAndFill.getDiffZone(pDiffZone, mHeights);
+    Points vPoints;
+    for (const auto& [pVtx, heights] : mHeights) vPoints.emplace_back(pVtx->x(), pVtx->y(), 0.0);
+    return vPoints;
+}
+
+Contest cutAndFillAgainstBulk(std::size_t n) {
+    const auto [vBefore, vAfter] = twoGrounds(n);
+    auto pBefore = std::make_shared<const Surface>(vBefore), pAfter = std::make_shared<const Surface>(vAfter);
+    auto pCombined = std::make_shared<const Points>(combinedVertices(*pBefore, *pAfter));
+    return {[=] { return ourCutAndFill(*pBefore, *pAfter, 2 * n); }, [=] { return ourBulk(*pCombined); }, false};
+}
+
 Contest surfacesThreads(std::size_t n) {
     const auto [vBefore, vAfter] = twoGrounds(n);
     auto pBefore = std::make_shared<const Surface>(vBefore), pAfter = std::make_shared<const Surface>(vAfter);
@@ -730,6 +781,12 @@ std::vector<Row> analysisRows(Scale size) {
          [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_LINEAR); }},
         {"raster-natural-threads", "the same by natural neighbours", twoOfOurs, 1 / 1.8, wall,
          [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_NATURAL_NEIGHBOUR); }},
+        {"cut-and-fill", "`CutAndFill` of two surfaces of 50,000 points", "own bulk of the combined vertices", 10.0,
+         cpu, [=] { return cutAndFillAgainstBulk(size(5e4)); }},
+        {"cut-and-fill-large", "`CutAndFill` of two surfaces of 500,000 points", "own bulk of the combined vertices",
+         10.0, cpu, [=] { return cutAndFillAgainstBulk(size(5e5)); }},
+        {"memory-cut-and-fill", "peak memory for a point, surfaces of 50,000 points",
+         "own bulk of the combined vertices", 4096.0, peak, [=] { return cutAndFillAgainstBulk(size(5e4)); }},
         {"surfaces", "volumes between surfaces of 1,000,000 points each", "own bulk insertion of both", 3.0, cpu,
          [=] { return surfacesAgainstBulk(size(1e6)); }},
         {"surfaces-threads", "the same, 2 threads, wall", twoOfOurs, 1 / 1.7, wall,

@@ -205,6 +205,30 @@ inline Segments longSegments(std::size_t n) {
     return vSegments;
 }
 
+/// Winding lines of 1,000 segments each, one above the other, that do not meet: a network of rivers.
+inline Segments windingLines(std::size_t n) {
+    constexpr std::size_t numInLine = 1000;
+    Random random(10);
+    const std::size_t numLines = n / numInLine;
+    Segments vSegments;
+    vSegments.reserve(numLines * numInLine);
+    for (std::size_t line = 0; line < numLines; ++line) {
+        const double phase = random.between(0.0, 2.0 * M_PI);
+        const auto at = [&](std::size_t i) {
+            const double x = (double(i) + 0.8 * random.unit()) / double(numInLine + 1);
+            const double bend = 0.3 * std::sin(20.0 * x + phase) + 0.1 * random.unit();
+            return onSurface(x, (double(line) + 0.5 + bend) / double(numLines));
+        };
+        Point2 from = at(0);
+        for (std::size_t i = 1; i <= numInLine; ++i) {
+            const Point2 to = at(i);
+            vSegments.emplace_back(from, to);
+            from = to;
+        }
+    }
+    return vSegments;
+}
+
 /// Parallel segments from the left to the right of the square, or over the given share of that distance.
 inline Segments acrossSegments(std::size_t n, double share = 1.0) {
     Segments vSegments;
