@@ -25,21 +25,6 @@ double lengthOf(const Polyline& vPolyline) {
     return length;
 }
 
-/// The output of a query. A query that fails must append nothing.
-std::string printedBy(const IsoContours& iso, double height, bool bVerbose, bool bAutoAdjustHeight, bool bExpected) {
-    Polylines vContours;
-    const StdoutCapture capture;
-    EXPECT_EQ(iso.getContours(height, vContours, bVerbose, bAutoAdjustHeight), bExpected);
-    if (!bExpected) {
-        EXPECT_TRUE(vContours.empty());
-    }
-    return capture.text();
-}
-
-std::string warningOf(const std::string& text) {
-    return "\033[0;93m      [Taro2D-Message] IsoContours::getContours(), WARNING: " + text + "\033[m\n";
-}
-
 /// The contours of all triangles one by one, in long double: their total length; and how many connected pieces they
 /// make, by joining triangles across common edges again and again.
 class Oracle {

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <string>
 #include <vector>
 
 #include "support/capture.h"
@@ -15,21 +14,6 @@ using namespace LUMO_TARO25D;
 using namespace contour_lines;
 
 namespace {
-
-/// The output of a query. A query that fails must append nothing.
-std::string printedBy(const IsoContours& iso, double height, bool bVerbose, bool bAutoAdjustHeight, bool bExpected) {
-    Polylines vContours;
-    const StdoutCapture capture;
-    EXPECT_EQ(iso.getContours(height, vContours, bVerbose, bAutoAdjustHeight), bExpected);
-    if (!bExpected) {
-        EXPECT_TRUE(vContours.empty());
-    }
-    return capture.text();
-}
-
-std::string warningOf(const std::string& text) {
-    return "\033[0;93m      [Taro2D-Message] IsoContours::getContours(), WARNING: " + text + "\033[m\n";
-}
 
 /// A profile is connected, lies on the surface, and runs in the given direction, if there is one.
 void expectSoundProfile(const Taro_2D& mesh, const Polyline& vProfile, const Vector2& direction) {

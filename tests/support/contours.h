@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/capture.h"
 #include "support/generators.h"
 #include "taro25d/IsoContours.h"
 #include "taro25d/Taro_2D.h"
@@ -55,6 +56,22 @@ inline std::string toText(const Polylines& vPolylines) {
         text << vPolyline.back().getTrg().x() << " " << vPolyline.back().getTrg().y() << "\n";
     }
     return text.str();
+}
+
+/// The output of a query. A query that fails must append nothing.
+inline std::string printedBy(const IsoContours& iso, double height, bool bVerbose, bool bAutoAdjustHeight,
+                             bool bExpected) {
+    Polylines vContours;
+    const StdoutCapture capture;
+    EXPECT_EQ(iso.getContours(height, vContours, bVerbose, bAutoAdjustHeight), bExpected);
+    if (!bExpected) {
+        EXPECT_TRUE(vContours.empty());
+    }
+    return capture.text();
+}
+
+inline std::string warningOf(const std::string& text) {
+    return "\033[0;93m      [Taro2D-Message] IsoContours::getContours(), WARNING: " + text + "\033[m\n";
 }
 
 }  // namespace contour_lines
