@@ -51,9 +51,10 @@ void prepare(IsoContours& contours, Surface& surface) {
 
 using LineArrays = std::tuple<Array<double>, Array<std::int64_t>, Array<std::int64_t>>;
 
-LineArrays getContours(Surface& surface, const ZoneHandle* pHandle, const std::vector<double>& vLevels) {
+LineArrays getContours(Surface& surface, const ZoneHandle* pHandle, const std::vector<double>& vLevels,
+                       nb::object progress) {
     Lines lines;
-    EngineCall call({{&surface, Guarded::READ}});
+    EngineCall call({{&surface, Guarded::READ}}, std::move(progress));
     call.run([&] {
         lines = Lines();
         std::vector<Triangle2*> vTriangles;
@@ -73,9 +74,10 @@ LineArrays getContours(Surface& surface, const ZoneHandle* pHandle, const std::v
 /// Low, high, the points of all rings, and the index at which each ring begins.
 using BandTuple = std::tuple<double, double, Array<double>, Array<std::int64_t>>;
 
-std::vector<BandTuple> getBands(Surface& surface, const ZoneHandle* pHandle, const std::vector<double>& vLevels) {
+std::vector<BandTuple> getBands(Surface& surface, const ZoneHandle* pHandle, const std::vector<double>& vLevels,
+                                nb::object progress) {
     std::vector<ContourBand> vBands;
-    EngineCall call({{&surface, Guarded::READ}});
+    EngineCall call({{&surface, Guarded::READ}}, std::move(progress));
     call.run([&] {
         vBands.clear();
         std::vector<Triangle2*> vTriangles;
@@ -203,7 +205,7 @@ Array<double> makeRaster(Surface& surface, const ZoneHandle* pHandle, const Rast
 
 void bindAnalysis(nb::module_& module) {
     module.def("contours", &getContours, nb::arg("surface"), nb::arg("zone").none(), nb::arg("levels"),
-               "Points of all lines, where each begins, and the position of its level.");
+               nb::arg("progress").none(), "Points of all lines, where each begins, and the position of its level.");
     module.def("components", &compareFully, nb::arg("before"), nb::arg("zone_before").none(), nb::arg("after"),
                nb::arg("zone_after").none(), nb::arg("threshold"), nb::arg("progress").none(),
                "Type, volume, area and border segments of each component of cut and fill.");
@@ -220,7 +222,7 @@ void bindAnalysis(nb::module_& module) {
     module.def("rasterize", &makeRaster, nb::arg("surface"), nb::arg("zone").none(), nb::arg("frame"), nb::arg("kind"),
                nb::arg("progress").none(), "Rows from the north.");
     module.def("bands", &getBands, nb::arg("surface"), nb::arg("zone").none(), nb::arg("levels"),
-               "Low, high, points of all rings and where each begins, for each band.");
+               nb::arg("progress").none(), "Low, high, points of all rings and where each begins, for each band.");
     module.def("drape", &drape, nb::arg("surface"), nb::arg("segments").noconvert(),
                "The pieces of segments on the surface, and which segment each is of.");
 }

@@ -23,11 +23,13 @@ def crs_of(source: Any) -> Crs:
     return normalise(getattr(source, "crs", None))
 
 
-def as_points(points: ArrayLike | Any, name: str = "points") -> FloatArray:
+def as_points(points: ArrayLike | Any, name: str = "points", *, maybe_one: bool = False) -> FloatArray:
     """Convert points to a float64 array (n, 3); an array of that form is returned as it is."""
     if _is_geographic_table(points) or _is_geometry(points):
         return _points_of_geometries(_geometries(points), name)
     array = _numbers(points, name)
+    if maybe_one and array.shape == (3,):
+        array = array[np.newaxis]
     if array.size == 0:
         return np.empty((0, 3))
     if array.ndim != 2 or array.shape[1] != 3:
@@ -75,8 +77,12 @@ def check_finite(array: FloatArray, name: str) -> None:
 
 def _numbers(values: Any, name: str) -> FloatArray:
     try:
+        if np.iscomplexobj(values):
+            raise TypeError("complex ones have no order")
+        if isinstance(values, np.ma.MaskedArray):
+            values = values.astype(np.float64).filled(np.nan)
         return np.asarray(values, dtype=np.float64)
-    except (TypeError, ValueError) as error:
+    except (TypeError, ValueError, OverflowError) as error:
         raise InvalidInputError(f"{name}: these are no numbers: {error}") from error
 
 

@@ -58,15 +58,15 @@ class Mesh:
                 self._surface.insert(as_points(points), True, show)
 
     def _set_up(self, threads: int, height_rule: str) -> None:
-        if threads < 0:
-            raise InvalidInputError(f"threads: 0 or more are expected, not {threads}")
+        if not isinstance(threads, (int, np.integer)) or threads < 0:
+            raise InvalidInputError(f"threads: 0 or more are expected, not {threads!r}")
         if height_rule not in _HEIGHT_RULES:
             raise InvalidInputError(f"height_rule: one of {', '.join(_HEIGHT_RULES)} is expected, not {height_rule!r}")
         self._threads, self._height_rule = threads, height_rule
         self._cache: _Arrays | None = None
         self._surface = _engine.Surface()
         self._part: _engine.Zone | None = None  # the surface, where the mesh, which is convex, is more than that
-        self._surface.set_threads(threads)
+        self._surface.set_threads(min(threads, 1_000_000))
         self._surface.set_height_rule(_HEIGHT_RULES.index(height_rule))
 
     def __repr__(self) -> str:
@@ -129,10 +129,10 @@ class Mesh:
         A point at the place of a vertex gets the id of that vertex. A point that is not finite is refused with a warning
         and gets -1.
         """
-        array = np.asarray(points, dtype=np.float64)[np.newaxis] if np.shape(points) == (3,) else as_points(points)
+        array = as_points(points, maybe_one=True)
         crs_module.merge(self.crs, crs_of(points), "points")
         with showing(progress) as show:
-            return self._surface.insert(np.ascontiguousarray(array), False, show)
+            return self._surface.insert(array, False, show)
 
     def remove(self, ids: ArrayLike) -> None:
         """Remove vertices; the surface of the others stays Delaunay.
@@ -156,8 +156,10 @@ class Mesh:
         RefusedError
             If the vertex belongs to a breakline, or another one stands at that place.
         """
-        x, y, z = np.asarray(point, dtype=np.float64).tolist()
-        self._surface.move(int(_as_ids(id)[0]), x, y, z)
+        target, ids = as_points(point, "point", maybe_one=True), _as_ids(id)
+        if len(target) != 1 or len(ids) != 1:
+            raise InvalidInputError("id, point: one id and (x, y, z) are expected")
+        self._surface.move(int(ids[0]), *target[0].tolist())
 
     def canonicalize(self) -> None:
         """Choose the diagonals between points on one circle by their coordinates alone.
@@ -197,7 +199,7 @@ class Mesh:
         lines = [self._with_heights(line) for line in as_lines(points)]
         with showing(progress) as show:
             segments = as_segments(lines, closed, "points")
-            number = _engine.add_breakline(self._surface, segments, _STRATEGIES[strategy], name or "", show)
+            number = _engine.add_breakline(self._surface, segments, _STRATEGIES[strategy], str(name or ""), show)
         return Breakline(self, number)
 
     @property
@@ -253,6 +255,10 @@ class Mesh:
         max_vertices
             The most vertices to insert; 0 for 100 million.
         """
+        if min_edge < 0 or grid < 0:
+            raise InvalidInputError("min_edge, grid: 0 or more are expected")
+        if guide is not None and not isinstance(guide, Mesh):
+            raise InvalidInputError("guide: a triangulation is expected")
         if not 0 <= min_angle <= 30:
             raise InvalidInputError(f"min_angle: 0 to 30 degrees are expected, not {min_angle}")
         limits = _engine.Refinement()
@@ -279,7 +285,7 @@ class Mesh:
     def _engine_zone(self, zone: Zone | None) -> _engine.Zone | None:
         if zone is None:
             return self._part
-        if zone.triangulation is not self:
+        if getattr(zone, "triangulation", None) is not self:
             raise InvalidInputError("zone: a zone of this triangulation is expected")
         return zone._engine
 

@@ -10,6 +10,7 @@ from numpy.typing import ArrayLike
 from . import _engine
 from ._geometry import FloatArray, as_segments
 from ._optional import require
+from ._progress import Progress, showing
 from .errors import InvalidInputError
 
 if TYPE_CHECKING:
@@ -95,18 +96,20 @@ def get_levels(interval: float | None, levels: ArrayLike | None, base: float, lo
     return base + interval * np.arange(first, last + 1)
 
 
-def make_contours(tin: Triangulation, levels: FloatArray, zone: Zone | None) -> Contours:
+def make_contours(tin: Triangulation, levels: FloatArray, zone: Zone | None, progress: Progress) -> Contours:
     """Ask the engine for contours."""
-    coords, starts, positions = _engine.contours(tin._surface, tin._engine_zone(zone), levels.tolist())
+    with showing(progress) as show:
+        coords, starts, positions = _engine.contours(tin._surface, tin._engine_zone(zone), levels.tolist(), show)
     parts = np.split(coords, starts[1:-1]) if len(positions) else []
     return Contours((Contour(float(levels[k]), part) for k, part in zip(positions, parts, strict=True)), tin.crs)
 
 
-def make_bands(tin: Triangulation, levels: ArrayLike, zone: Zone | None) -> Bands:
+def make_bands(tin: Triangulation, levels: ArrayLike, zone: Zone | None, progress: Progress) -> Bands:
     """Ask the engine for bands."""
     checked = get_levels(None, levels, 0.0, 0.0, 0.0)
     most = float(np.finfo(np.float64).max)
-    found = _engine.bands(tin._surface, tin._engine_zone(zone), checked.tolist())
+    with showing(progress) as show:
+        found = _engine.bands(tin._surface, tin._engine_zone(zone), checked.tolist(), show)
     return Bands(
         (
             Band(-np.inf if low == -most else low, np.inf if high == most else high, np.split(coords, starts[1:-1]))

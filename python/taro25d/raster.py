@@ -130,8 +130,12 @@ def _frame_like(like: Any) -> Frame:
     if isinstance(like, Raster):
         return like.frame
     if isinstance(like, (str, PathLike)):
-        with require("rasterio").open(like) as file:
+        from .io._files import reading
+
+        with reading(Path(like)), require("rasterio").open(like) as file:
             return _frame_like(file)
+    if not hasattr(like, "transform"):
+        raise InvalidInputError(f"like: a Raster, a file or a rasterio dataset is expected, not {like!r}")
     a, b, c, d, e, f = tuple(like.transform)[:6]
     if b or d or a <= 0 or e >= 0:
         raise InvalidInputError("like: its cells are turned, or its first row is not the northern one")

@@ -86,6 +86,7 @@ class Triangulation(Mesh):
         *,
         base: float = 0.0,
         zone: Zone | None = None,
+        progress: Progress = False,
     ) -> Contours:
         """Get lines of equal height, at all multiples of the interval (from ``base``) or at some levels.
 
@@ -94,7 +95,7 @@ class Triangulation(Mesh):
         """
         heights = self.points[:, 2]
         low, high = (heights.min(), heights.max()) if len(heights) else (0.0, -1.0)
-        return make_contours(self, get_levels(interval, levels, base, low, high), zone)
+        return make_contours(self, get_levels(interval, levels, base, low, high), zone, progress)
 
     def rasterize(
         self,
@@ -138,7 +139,11 @@ class Triangulation(Mesh):
         Only ground under both surfaces is compared and, if given, only inside a polygon or a zone of this surface. Where
         heights differ by at most the threshold, the ground is unchanged. Neither surface changes: a polygon cuts a copy.
         """
+        if not isinstance(after, Triangulation):
+            raise InvalidInputError(f"after: a triangulation is expected, not {after!r}")
         crs_module.merge(self.crs, after.crs, "after")
+        if not len(self.triangles) or not len(after.triangles):
+            raise InvalidInputError("after: one of both surfaces has no triangles")
         if not threshold >= 0:
             raise InvalidInputError(f"threshold: 0 or more is expected, not {threshold}")
         if polygon is None:
@@ -153,12 +158,12 @@ class Triangulation(Mesh):
         crossings = self._surface.conflicts(tolerance)
         return [Conflict(int(id_), float(kept), float(other)) for id_, kept, other in zip(*crossings, strict=True)]
 
-    def bands(self, levels: ArrayLike, *, zone: Zone | None = None) -> Bands:
+    def bands(self, levels: ArrayLike, *, zone: Zone | None = None, progress: Progress = False) -> Bands:
         """Get the ground between levels as polygons: below the first, between consecutive ones, above the last.
 
         Ground exactly at a level belongs to the band above; bands without ground are left out.
         """
-        return make_bands(self, levels, zone)
+        return make_bands(self, levels, zone, progress)
 
     def profile(self, line: LineLike) -> tuple[FloatArray, FloatArray]:
         """Get distances along a line and the heights there, wherever the line crosses an edge of the surface.

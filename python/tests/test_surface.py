@@ -1,6 +1,7 @@
 """Heights, breaklines, zones, contours, volumes, refinement."""
 
 import gc
+from typing import Any
 
 import numpy as np
 import pytest
@@ -331,3 +332,35 @@ def test_triangles_come_in_as_they_are(hills: taro25d.Triangulation) -> None:
     for wrong in ([[0, 1, 9999]], [[0, 1]], [[0.5, 1, 2]], [[-1, 0, 1]]):
         with pytest.raises(ValueError, match="triangles"):
             taro25d.Triangulation.from_triangles(hills.points, wrong)
+
+
+@pytest.mark.parametrize(
+    "call",
+    [
+        lambda tin: tin.insert([[10**400, 0, 0]]),
+        lambda tin: tin.insert([[1, 2, 3], [1, 2]]),
+        lambda tin: tin.insert([[1j, 2, 3]]),
+        lambda tin: tin.move(0, [1, 2]),
+        lambda tin: tin.move([], [1, 2, 3]),
+        lambda tin: tin.contours(interval=1, zone="all"),
+        lambda tin: tin.rasterize(like=5),
+        lambda tin: tin.rasterize(like="nowhere.tif"),
+        lambda tin: tin.refine(guide=5),
+        lambda tin: tin.refine(grid=-1),
+        lambda tin: tin.volume(5),
+        lambda tin: tin.volume(taro25d.Triangulation()),
+        lambda tin: taro25d.Triangulation(tin.points, threads=1.5),
+        lambda tin: taro25d.read("x" * 300 + ".obj"),
+    ],
+)
+def test_wrong_arguments_are_errors_of_the_package(call: Any, square: taro25d.Triangulation) -> None:
+    before = square.points.tolist()
+    with pytest.raises(taro25d.Error):
+        call(square)
+    assert square.points.tolist() == before
+
+
+def test_masked_points_are_left_out() -> None:
+    points = np.ma.masked_greater([[0, 0, 1], [10, 0, 1], [0, 10, 1], [5, 5, -9999], [10, 10, 99]], 50)
+    with pytest.warns(taro25d.Warning):
+        assert len(taro25d.Triangulation(points)) == 4

@@ -12,7 +12,7 @@ import numpy as np
 
 from .. import io
 from .._geometry import FloatArray
-from .._progress import Bar
+from .._progress import Bar, showing
 from ..errors import FormatError, InvalidInputError
 from ..points import Points
 from ..triangulation import Triangulation
@@ -69,8 +69,10 @@ def add_breaklines(tin: Triangulation, path: Path | None) -> None:
     """Force the lines of a file into the mesh."""
     lines = [] if path is None else io.read_lines(path, tin.crs)
     try:
-        for line, closed, name in lines:
-            tin.add_breakline(line, closed=closed, name=name)
+        with showing(Bar(delay=1.0)) as show:
+            for k, (line, closed, name) in enumerate(lines):
+                tin.add_breakline(line, closed=closed, name=name)
+                show("add breaklines", (k + 1) / len(lines))
     except ValueError as error:
         raise FormatError(f"{path}: {error}") from error
 

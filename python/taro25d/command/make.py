@@ -42,7 +42,7 @@ def contour(source: Path, target: Path, interval: float | None, levels: Sequence
         raise click.UsageError("either --interval or --levels is needed")
     tin = need_triangles(read_surface(source), source)
     try:
-        contours = tin.contours(interval=interval, levels=levels)
+        contours = tin.contours(interval=interval, levels=levels, progress=Bar(delay=1.0))
     except InvalidInputError as error:
         raise FormatError(f"{source}: {error}") from error
     io.write_contours(contours, target)

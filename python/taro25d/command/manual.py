@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from .table import COMMANDS, Command
+from .table import COMMANDS, Command, list_endings
 
 
 def _escape(text: str) -> str:
@@ -39,6 +39,8 @@ def make_manual() -> str:
         "Results are printed on standard output, everything else on standard error. Nothing is written where a command fails.",
         ".SH COMMANDS",
         *(line for command in COMMANDS for line in _section(command)),
+        ".SH FILES",
+        *(f".TP\n{title}\n\\&{_escape(' '.join(known))}" for title, known in list_endings()),
         ".SH EXIT STATUS",
         *(
             ".TP\n.B 0\nsuccess",

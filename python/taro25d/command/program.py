@@ -16,7 +16,7 @@ from typing import Any
 import click
 
 from .. import errors
-from .table import COMMANDS, Argument, Command, Option
+from .table import COMMANDS, Argument, Command, Option, list_endings
 
 SUCCESS, FAILURE, WRONG_USAGE, INTERRUPTED = 0, 1, 2, 130
 
@@ -60,7 +60,11 @@ _TYPES: dict[str, Any] = {
 def _make_argument(argument: Argument) -> click.Argument:
     return click.Argument(
         [argument.name.lower()],
-        metavar=argument.name + ("..." if argument.multiple else ""),
+        metavar=argument.name + "..."
+        if argument.multiple
+        else argument.name
+        if argument.required
+        else f"[{argument.name}]",
         type=_TYPES["file"],
         required=argument.required,
         nargs=-1 if argument.multiple else 1,
@@ -93,13 +97,18 @@ def _make_command(command: Command) -> click.Command:
         params=[*map(_make_argument, command.arguments), *map(_make_option, command.options)],
         short_help=command.summary,
         help=f"{command.description}\n\n\b\n{files}",
-        epilog=f"Example:  {command.example}",
+        epilog=f"\b\nExample:\n  {command.example}",
     )
 
 
 def make_parser() -> click.Group:
     """Make the parser of all commands."""
-    group = click.Group("taro25d", help="Triangulates terrain and other points with heights.")
+    group = click.Group(
+        "taro25d",
+        help="Triangulates terrain and other points with heights.",
+        epilog="\n\n".join(f"{title}: {' '.join(known)}" for title, known in list_endings()),
+        context_settings={"max_content_width": 120},
+    )
     for command in COMMANDS:
         group.add_command(_make_command(command))
     group.params.append(

@@ -4,6 +4,8 @@ from __future__ import annotations
 
 from typing import NamedTuple
 
+from .. import io
+
 
 class Argument(NamedTuple):
     """A file on the command line."""
@@ -36,6 +38,11 @@ class Command(NamedTuple):
     options: tuple[Option, ...]
     example: str
     run: str
+
+
+def list_endings() -> list[tuple[str, list[str]]]:
+    """List the endings of files that can be read, and written."""
+    return [("Reads", io.endings(reading=True)), ("Writes", io.endings(writing=True))]
 
 
 _SOURCE = Argument("SOURCE", "points, a raster or a mesh")
@@ -83,7 +90,8 @@ COMMANDS = (
     Command(
         "convert",
         "Write a file in another format.",
-        "Reads any format and writes any other. Points are triangulated where the other format holds triangles.",
+        "Reads any format and writes any other. Points are triangulated where the other format holds triangles. The command "
+        "raster makes rasters.",
         (_SOURCE, _TARGET),
         (),
         "taro25d convert ground.laz ground.csv",
@@ -92,7 +100,8 @@ COMMANDS = (
     Command(
         "contour",
         "Draw lines of equal height.",
-        "Writes contour lines with their levels to a GeoPackage, Shapefile, GeoJSON or DXF.",
+        "Writes contour lines with their levels to a GeoPackage, Shapefile, GeoJSON or DXF. Either --interval or --levels is "
+        "needed.",
         (_SOURCE, _TARGET),
         (
             Option("--interval", "H", "positive", "the height between two lines"),
@@ -118,7 +127,13 @@ COMMANDS = (
         (_SOURCE, _TARGET),
         (
             Option("--resolution", "R", "positive", "the size of the cells", required=True),
-            Option("--method", "M", "linear|natural|slope|aspect|hillshade", "what the cells tell", default="linear"),
+            Option(
+                "--method",
+                "M",
+                "linear|natural|slope|aspect|hillshade",
+                "linear or natural for heights; slope, aspect, hillshade",
+                default="linear",
+            ),
             _BREAKLINES,
         ),
         "taro25d raster ground.laz shade.tif --resolution 5 --method hillshade",

@@ -84,7 +84,7 @@ def find_format(path: Path, *, for_reading: bool) -> Format:
     for candidate in FORMATS:
         if path.name.lower().endswith(candidate.ending) and candidate.ending in known:
             return candidate
-    verb = "read" if for_reading else "write"
+    verb = "read" if for_reading else "written"
     raise InvalidInputError(f"{path}: files with this ending cannot be {verb}; possible are {' '.join(known)}")
 
 

@@ -17,11 +17,11 @@ from ..errors import CrsError, Error, FileError, FormatError, MissingExtraError,
 @contextlib.contextmanager
 def reading(path: Path) -> Iterator[None]:
     """Turn any exception while a file is read into an error that names the file."""
-    if not path.exists():
-        raise FileError(f"{path}: there is no such file")
-    if path.is_dir():
-        raise FileError(f"{path}: this is a folder")
     try:
+        if not path.exists():
+            raise FileError(f"{path}: there is no such file")
+        if path.is_dir():
+            raise FileError(f"{path}: this is a folder")
         with _quiet:
             yield
     except MissingExtraError:
