@@ -1,16 +1,20 @@
-"""Compares the package with others, NumPy to NumPy, in one run: ``python bench/compare.py [NUMBER OF POINTS]``.
+"""Compares the package with others, NumPy to NumPy, in one run: ``python bench/compare.py [NUMBER OF POINTS [ARCHIVE]]``.
 
 Prints seconds (the best of three), and how many times as long the others take. Packages that are not installed are left
-out: scipy, startinpy, triangle.
+out: scipy, startinpy, triangle. With the archive of the library, ``libtaro25d.a``, it also tells how much longer the package
+takes than a C++ program does.
 """
 
 from __future__ import annotations
 
 import importlib
+import subprocess
 import sys
+import tempfile
 import threading
 import time
 from collections.abc import Callable
+from pathlib import Path
 from typing import Any
 
 import numpy as np
@@ -46,6 +50,20 @@ def with_startinpy(package: Any, points: Any) -> Any:
     return other.triangles
 
 
+def measure_library(points: Any, archive: str) -> tuple[float, float]:
+    """Get the seconds of a C++ program for the same points: with the array of triangles, and without."""
+    here = Path(__file__).resolve().parent
+    with tempfile.TemporaryDirectory() as folder:
+        program, data = Path(folder, "library"), Path(folder, "points")
+        sources = [here / "library.cpp", archive, "-lgmpxx", "-lgmp", "-pthread"]
+        command = ["c++", "-std=c++17", "-O2", f"-I{here.parent.parent / 'include'}", *sources, "-o", program]
+        subprocess.run(command, check=True)
+        points.tofile(data)
+        result = subprocess.run([program, data], check=True, capture_output=True, text=True)
+    with_triangles, insertion = map(float, result.stdout.split())
+    return with_triangles, insertion
+
+
 def main() -> None:
     """Measure everything."""
     num = int(sys.argv[1]) if len(sys.argv) > 1 else 1_000_000
@@ -59,6 +77,13 @@ def main() -> None:
     report("  on one thread", best(lambda: taro25d.Triangulation(points, threads=1)))
     own = best(lambda: triangulate(points))
     report("  with the array of triangles", own)
+    if len(sys.argv) > 2:
+        with_triangles, insertion = measure_library(points, sys.argv[2])
+        print(
+            f"the package takes {100 * (construct / insertion - 1):.0f} % longer than the library to triangulate, ",
+            end="",
+        )
+        print(f"{100 * (own / with_triangles - 1):.0f} % with the triangles")
     tin = taro25d.Triangulation(points)
     heights = best(lambda: tin.heights(x, y))
     report("heights in row order", heights)

@@ -9,6 +9,7 @@ from typing import Any
 import click
 
 from .. import io
+from .._messages import warn
 from .._progress import Bar
 from .._simplify import simplify as simplify_points
 from ..errors import FormatError, InvalidInputError
@@ -81,6 +82,8 @@ def simplify(
         )
     except ValueError as error:
         raise FormatError(f"{breaklines or source}: {error}") from error
+    if isinstance(data, Triangulation) and len(data.faces()[1]) < len(data.triangles):
+        warn(f"{source}: bays and holes of the surface are filled")
     for line, (_, name) in zip(fewer.breaklines, lines, strict=True):
         line.name = name
     io.write(need_triangles(fewer, source), target)
