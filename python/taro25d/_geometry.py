@@ -80,7 +80,7 @@ def _numbers(values: Any, name: str) -> FloatArray:
         if np.iscomplexobj(values):
             raise TypeError("complex ones have no order")
         if isinstance(values, np.ma.MaskedArray):
-            values = values.astype(np.float64).filled(np.nan)
+            values = np.ma.filled(values.astype(np.float64), np.nan)
         return np.asarray(values, dtype=np.float64)
     except (TypeError, ValueError, OverflowError) as error:
         raise InvalidInputError(f"{name}: these are no numbers: {error}") from error
