@@ -24,7 +24,7 @@ bool isLower(const Point2* pA, const Point2* pB) { return pA->z() < pB->z(); }
 /// How far two points are apart in x or y, whichever is more.
 double distance(const Point2& a, const Point2& b) { return std::max(std::abs(a.x() - b.x()), std::abs(a.y() - b.y())); }
 
-/// Half the side of the square around a point that holds about so many vertices, whatever their density.
+/// Half the side of the square around a point that holds this number of vertices, whatever their density.
 double halfSideOfSquare(std::vector<Point2*> vVertices, const Point2& centre, size_t numVertices) {
     const auto last = static_cast<std::ptrdiff_t>(std::min(numVertices, vVertices.size())) - 1;
     const auto isNearer = [&](const Point2* pA, const Point2* pB) {

@@ -27,7 +27,7 @@ _STRIPS = 20
 
 
 def make_points(path: Path, num: int) -> None:
-    """Write about so many points, one per unit of area on average, in centimetres, piece by piece."""
+    """Write ``num`` points, one per unit of area on average, with coordinates in centimetres, chunk by chunk."""
     rng = np.random.default_rng(1)
     size = np.sqrt(num)
     points = np.lib.format.open_memmap(path, mode="w+", dtype=np.float64, shape=(num, 3))

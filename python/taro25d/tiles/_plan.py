@@ -140,7 +140,7 @@ class Plan:
             self._add_grid(part, most, lowest_level)
 
     def cut(self, most: int) -> None:
-        """Cut all grids into rectangles with at most so many points, where a cell has not more."""
+        """Cut all grids into rectangles of at most ``most`` points; a cell with more points stays whole."""
         for number, grid in enumerate(self.grids):
             for rows, columns in _cut(self._numbers[number], most):
                 part = grid.labels[rows, columns]

@@ -212,7 +212,7 @@ def _find_window(frame: Frame, box: FloatArray) -> Window | None:
 
 
 def _divide(window: Window, most: int) -> Iterator[Window]:
-    """Divide a window into parts of so many cells, with sides that are multiples of those of a block."""
+    """Divide a window into parts of about ``most`` cells, whose sides are multiples of the side of a block."""
     width = min(window.end_column - window.first_column, max(_BLOCK, most // _BLOCK))
     height = max(_BLOCK, most // width // _BLOCK * _BLOCK)
     for row in range(window.first_row, window.end_row, height):

@@ -103,7 +103,7 @@ def _make(tiling: Tiling, folder: Path, crew: Crew, wishes: Wishes) -> dict[str,
 
 
 def find_finest(scheme: Scheme, boxes: FloatArray, num: int, points_per_tile: int) -> int:
-    """Find the level whose tiles have about so many points; coarser, if a few points far off make most of them empty.
+    """Find the level whose tiles have about ``points_per_tile`` points; a coarser one if most would be empty.
 
     The boxes (n, 2, 3) are those of the tiles of the tiling, which overlap little.
     """

@@ -22,7 +22,7 @@ from ._mesh import Mesh, make_coarse, make_finest
 from ._quantized import Steps, encode
 from ._scheme import Cell, Scheme
 
-BLOCK_LEVELS = 3  # a task makes a tile and those below it, as far as the finest, if there are so many levels
+BLOCK_LEVELS = 3  # a task makes a tile and the levels below it, fewer where the finest level is nearer
 
 
 class Order(NamedTuple):
