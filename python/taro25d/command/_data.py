@@ -69,10 +69,11 @@ def add_breaklines(tin: Triangulation, path: Path | None) -> None:
     """Force the lines of a file into the mesh."""
     lines = [] if path is None else io.read_lines(path, tin.crs)
     try:
-        with showing(Bar(delay=1.0)) as show:
+        bar = Bar(delay=1.0)
+        with showing(bar):
             for k, (line, closed, name) in enumerate(lines):
                 tin.add_breakline(line, closed=closed, name=name)
-                show("add breaklines", (k + 1) / len(lines))
+                bar("add breaklines", (k + 1) / len(lines))
     except ValueError as error:
         raise FormatError(f"{path}: {error}") from error
 
