@@ -285,12 +285,6 @@ export class View {
         return Number.isFinite(height) ? height : hit.place[2];
     }
 
-    private toScene(place: readonly number[]): Vector3 {
-        const point = new Vector3(...place.map((value, i) => value - this.centre[i]));
-        point.z *= this.exaggeration;
-        return point;
-    }
-
     private toSurvey({x, y, z}: Vector3): Place {
         return [this.centre[0] + x, this.centre[1] + y, this.centre[2] + z / this.exaggeration];
     }
