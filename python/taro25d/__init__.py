@@ -2,8 +2,8 @@
 
 >>> import taro25d
 >>> tin = taro25d.Triangulation([[0, 0, 1], [10, 0, 1], [10, 10, 3], [0, 10, 1], [5, 5, 8]])
->>> tin.heights(4, 4)
-6.6
+>>> tin.heights(4, 2.5)
+4.5
 """
 
 from __future__ import annotations

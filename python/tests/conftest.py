@@ -1,9 +1,14 @@
 """What all tests share."""
 
+import signal
+
 import numpy as np
 import pytest
 
 import taro25d
+
+# A shell that starts the tests in the background has Ctrl-C ignored, in the programs that the tests start, too.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
 def make_hills(num: int, seed: int = 1) -> np.ndarray:

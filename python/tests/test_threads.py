@@ -22,9 +22,6 @@ _INTERRUPTED = """
     import numpy as np
     import taro25d
 
-    # Where the tests run in the background of a shell, the signal is ignored.
-    signal.signal(signal.SIGINT, signal.default_int_handler)
-
     def scatter(seed, num):
         return np.random.default_rng(seed).uniform(0, 1000, (num, 3))
 

@@ -1,6 +1,7 @@
 """Tiles: together they are the whole, whatever the tiles are."""
 
 import pathlib
+from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
 import pytest
@@ -8,6 +9,7 @@ from conftest import make_hills
 from tiling import CASES, distributed, sort_faces, threads, together, whole
 
 import taro25d
+from taro25d.tiles._store import PointFile
 
 
 @pytest.fixture(scope="module")
@@ -65,6 +67,15 @@ def test_files_in_order(tmp_path: pathlib.Path, client) -> None:
     assert np.array_equal(together(result), whole(read))
     with pytest.raises(taro25d.FileError, match="away"):
         taro25d.tiles.triangulate(tmp_path / "away*.laz", tmp_path / "other", client=client)
+
+
+def test_threads_of_a_worker_share_files(tmp_path: pathlib.Path, client) -> None:
+    taro25d.tiles.triangulate(make_hills(20_000), tmp_path / "out", 20_000, client)
+    (path,) = (tmp_path / "out" / "points").glob("*.parquet")
+    file = PointFile(path)
+    with ThreadPoolExecutor(8) as pool:
+        sums = set(pool.map(lambda _: file.read().sum(), range(400)))
+    assert len(sums) == 1
 
 
 def test_check_finds_what_was_changed(tmp_path: pathlib.Path, client) -> None:

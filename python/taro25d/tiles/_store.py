@@ -16,6 +16,7 @@ from __future__ import annotations
 import base64
 import functools
 import json
+import threading
 from collections.abc import Sequence
 from pathlib import Path
 from typing import Any
@@ -47,10 +48,11 @@ def extremes_of(points: FloatArray) -> FloatArray:
 
 
 class PointFile:
-    """The points of a tile, read group by group."""
+    """The points of a tile, read group by group; the threads of a worker share it."""
 
     def __init__(self, path: Path) -> None:
         self.path = path
+        self._lock = threading.Lock()  # a reader of pyarrow serves one thread at a time
         with reading(path):
             file = require("pyarrow.parquet", "tiles").ParquetFile(path, memory_map=True)
             self._file = file
@@ -63,12 +65,12 @@ class PointFile:
 
     def read(self) -> FloatArray:
         """Read all points."""
-        with reading(self.path):
+        with reading(self.path), self._lock:
             return table_to_points(self._file.read())
 
     def read_group(self, group: int) -> FloatArray:
         """Read the points of a group."""
-        with reading(self.path):
+        with reading(self.path), self._lock:
             return table_to_points(self._file.read_row_group(group))
 
 
