@@ -301,6 +301,7 @@ export class View {
 
     /** What is in view. */
     get frustum(): Frustum {
+        this.clip();
         this.camera.updateMatrixWorld();
         return new Frustum().setFromProjectionMatrix(new Matrix4().multiplyMatrices(this.camera.projectionMatrix, this.camera.matrixWorldInverse));
     }
@@ -322,6 +323,15 @@ export class View {
 
     // --- drawing ---
 
+    /** Lets the camera see the whole scene, from where the camera is now. */
+    private clip(): void {
+        const distance = this.camera.position.length();
+        const reach = this.radius * Math.max(1, this.exaggeration);
+        this.camera.near = Math.max(distance - reach, this.camera.position.distanceTo(this.controls.target) / 100);
+        this.camera.far = distance + reach;
+        this.camera.updateProjectionMatrix();
+    }
+
     /** Draws before the browser paints next. */
     draw(): void {
         this.frame ||= requestAnimationFrame(() => this.drawNow());
@@ -330,11 +340,7 @@ export class View {
     drawNow(): void {
         cancelAnimationFrame(this.frame);
         this.frame = 0;
-        const distance = this.camera.position.length();
-        const reach = this.radius * Math.max(1, this.exaggeration);
-        this.camera.near = Math.max(distance - reach, this.camera.position.distanceTo(this.controls.target) / 100);
-        this.camera.far = distance + reach;
-        this.camera.updateProjectionMatrix();
+        this.clip();
         this.beforeFrame();
         this.renderer.render(this.scene, this.camera);
         this.onFrame();
