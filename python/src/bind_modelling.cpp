@@ -65,16 +65,20 @@ void divideLines(Surface& surface, const std::vector<SegmentArray>& vLines) {
     for (ConstraintGraph2* pGraph : vTogether) surface.getMesh().removeConstraint(pGraph);
 }
 
+std::vector<Point2> toPoints(const double* aCoordinates, size_t num) {
+    std::vector<Point2> vPoints;
+    vPoints.reserve(num);
+    for (const double* a = aCoordinates; a != aCoordinates + 3 * num; a += 3) vPoints.emplace_back(a[0], a[1], a[2]);
+    return vPoints;
+}
+
 void simplify(Surface& surface, const PointArray& points, const std::vector<SegmentArray>& vLines, double maxError,
               bool bCertified, int threads, nb::object progress) {
     const double* aCoordinates = points.data();
     const size_t num = points.shape(0);
     EngineCall call({{&surface, Guarded::WRITE}}, std::move(progress));
     call.run([&] {
-        std::vector<Point2> vPoints;
-        vPoints.reserve(num);
-        for (const double* a = aCoordinates; a != aCoordinates + 3 * num; a += 3)
-            vPoints.emplace_back(a[0], a[1], a[2]);
+        const std::vector<Point2> vPoints = toPoints(aCoordinates, num);
         const auto pModel = makeModel(surface, vPoints, vLines, {maxError, bCertified, threads});
         nameByRows(*pModel->getTriangulation(), aCoordinates, num);
         surface.adopt(pModel->getTriangulation()->clone(), static_cast<std::int64_t>(num));
@@ -88,10 +92,7 @@ void importTriangles(Surface& surface, const PointArray& corners, bool bRepair, 
     const size_t num = corners.shape(0);
     EngineCall call({{&surface, Guarded::WRITE}}, std::move(progress));
     call.run([&] {
-        std::vector<Point2> vCorners;
-        vCorners.reserve(num);
-        for (const double* a = aCoordinates; a != aCoordinates + 3 * num; a += 3)
-            vCorners.emplace_back(a[0], a[1], a[2]);
+        std::vector<Point2> vCorners = toPoints(aCoordinates, num);
         surface.noteChange();
         if (!surface.getMesh().importTriangles(vCorners, bRepair, false))
             throw Refused("the triangles make no surface");

@@ -1,7 +1,7 @@
 // A surface that comes in tiles, coarse ones for what is far away and finer ones for what is near. A tile makes place for those of
 // the next level when all of them that are in view are there.
 
-import {Box3} from 'three';
+import {Box3, Frustum} from 'three';
 import type {Surface} from './decode';
 import type {Cell, Layer} from './layer';
 import {decodeQuantizedMesh, type QuantizedMesh, STEPS} from './quantized';
@@ -38,6 +38,7 @@ export class Terrain {
     private shown: Tile[] = [];
     private numRequests = 0;
     private time = 0;
+    private frustum = new Frustum(); // of the camera at the last choice
     private waiting: (() => void)[] = [];
     /** Called when a tile cannot be had. */
     onFailure: (reason: string) => void = () => {};
@@ -51,7 +52,7 @@ export class Terrain {
         view.beforeFrame = () => this.update();
     }
 
-    /** How many tiles are still on their road, and which levels are shown; for tests, and for the curious. */
+    /** How many tiles are still awaited, and which levels are shown; for tests, and for the curious. */
     get state(): {numWanted: number; numLoaded: number; levels: number[]} {
         const levels = this.shown.map(tile => tile.cell.z);
         return {numWanted: this.wanted.length + this.numRequests, numLoaded: this.loaded.size, levels};
@@ -67,6 +68,7 @@ export class Terrain {
     private update(): void {
         ++this.time;
         this.wanted = [];
+        this.frustum = this.view.frustum;
         const shown: Tile[] = [];
         this.roots.forEach(tile => this.choose(tile, shown));
         this.shown.filter(tile => !shown.includes(tile)).forEach(tile => tile.mesh && (tile.mesh.visible = false));
@@ -80,12 +82,12 @@ export class Terrain {
 
     private choose(tile: Tile, shown: Tile[]): void {
         const box = this.getBox(tile);
-        if (!this.view.frustum.intersectsBox(box)) return;
+        if (!this.frustum.intersectsBox(box)) return;
         const pixels = this.getPixels(tile, box);
         tile.used = this.time;
         if (tile.state === 'none') this.wanted.push({tile, pixels});
         if (pixels > MAX_PIXELS) {
-            const inView = this.getChildren(tile).filter(child => this.view.frustum.intersectsBox(this.getBox(child)));
+            const inView = this.getChildren(tile).filter(child => this.frustum.intersectsBox(this.getBox(child)));
             const isThere = inView.length > 0 && inView.every(child => child.state === 'ready');
             if (isThere) {
                 inView.forEach(child => this.choose(child, shown));
