@@ -93,14 +93,24 @@ inline void dropRetracedEdges(std::vector<DirectedEdge>& vEdges) {
     vEdges.erase(std::remove_if(vEdges.begin(), vEdges.end(), isPassedBack), vEdges.end());
 }
 
+/// Loads a record into the cache; it may lie in two lines.
+template <class RecordT>
+void prefetchRecord(const RecordT* pRecord) {
+    __builtin_prefetch(pRecord);
+    __builtin_prefetch(reinterpret_cast<const char*>(pRecord + 1) - 1);
+}
+
 /// Breadth-first search from the triangles of a list, from index begin on: appends every unmarked neighbour across an
 /// edge i of a listed triangle pT for which mayCross(pT, i, neighbour) is true, and marks it. The listed triangles are
 /// marked already.
 template <class MayCrossT>
 void spread(std::vector<Triangle2*>& vReached, size_t begin, AddressSet& sMarked, const MayCrossT& mayCross) {
+    constexpr size_t AHEAD = 16;
     CancelPoint<> cancelPoint;
     for (size_t k = begin; k < vReached.size(); ++k) {
         cancelPoint.pass();
+        // The triangles lie scattered in memory, and the processor cannot guess the next one.
+        if (k + AHEAD < vReached.size()) prefetchRecord(vReached[k + AHEAD]);
         Triangle2* const pT = vReached[k];
         for (int i = 0; i < 3; ++i) {
             Triangle2* pN = pT->getOppositeTriangle(i);

@@ -4,20 +4,24 @@
 // rounding (FILTER_MARGIN); a triangle near a limit passes and is judged exactly when it is served
 // (RefCand3::needRefinement).
 //
-// The heap holds keys and serial numbers beside the pointers, so that comparing entries touches no candidate. A
-// candidate whose triangle has changed stays in the heap until it is extracted or swept out.
+// The queue is divided into buckets by angle. Only the first occupied bucket is kept as a heap, and new candidates of
+// the others are appended in constant time; since a bucket holds a small part of the queue, its heap stays in the cache.
+// The order is that of one heap. An entry holds all that is needed to compare it and to recognise a triangle that has
+// changed; the candidate itself (RefCand3) is made when the entry is served.
 
 #include "meshing/CandidateQueue.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <new>
 
 #include "kernel/tolerances.h"
 #include "kernel/tools.h"
+#include "kernel/triangleLists.h"
+#include "meshing/RefCand3.h"
 #include "meshing/RefinementContext.h"
 #include "taro25d/MeshGenParams.h"
+#include "taro25d/Triangle2.h"
 #include "taro25d/Vector2.h"
 
 namespace LUMO_TARO25D {
@@ -25,6 +29,8 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr double NO_LIMIT = std::numeric_limits<double>::max();
+/// The smallest angle of a triangle is at most 60 degrees.
+constexpr double BUCKETS_PER_DEGREE = 34.0;
 
 /// The squared cosine of an angle in degrees, reduced by a margin that covers rounding in the comparisons.
 double sqCosineBelow(double degrees) {
@@ -46,8 +52,7 @@ CandidateQueue::CandidateQueue(RefinementContext& context, MeshGenParams& params
       bGrowthLimit_(params.growthFactor > 0.0 && params.growthFactor != NO_LIMIT),
       sqCosineOfLimit_(sqCosineBelow(params.minAngleDegree)),
       sqCosineOfCap_(sqCosineBelow(RefCand3::PLANAR_ANGLE_CAP)) {
-    constexpr int BLOCK_BYTES = 100000000;
-    pool_.init(3, BLOCK_BYTES / static_cast<int>(sizeof(RefCand3)));
+    clear();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -81,47 +86,76 @@ bool CandidateQueue::mayMissLimit(Triangle2* pT, const Sides& aSide) const {
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// The heap
+// The buckets
 
-RefCand3* CandidateQueue::getRecord() {
-    if (vRecycled_.empty()) return pool_.getElement();
-    RefCand3* pRC = vRecycled_.back();
-    vRecycled_.pop_back();
-    return pRC;
+bool CandidateQueue::Entry::isAlive() const {
+    return pT->getCorner(0) == aCorner[0] && pT->getCorner(1) == aCorner[1] && pT->getCorner(2) == aCorner[2];
 }
 
 void CandidateQueue::add(Triangle2* pT) {
-    const Sides aSide = getSides(context_.pGuide.get(), pT->getCorner(0), pT->getCorner(1), pT->getCorner(2));
+    Point2 *p0 = pT->getCorner(0), *p1 = pT->getCorner(1), *p2 = pT->getCorner(2);
+    const Sides aSide = getSides(context_.pGuide.get(), p0, p1, p2);
     if (!mayMissLimit(pT, aSide)) return;
-    if (vHeap_.size() >= sweepSize_) sweep();
-    RefCand3* pRC = new (getRecord()) RefCand3(context_, pT);
-    pRC->computeMinAngle(aSide);
-    vHeap_.push_back({pRC->getMinAngle(), numAdded_++, pRC});
-    std::push_heap(vHeap_.begin(), vHeap_.end());
+    if (size_ >= sweepSize_) sweep();
+    const double angle = getMinAngleDegree(aSide);
+    const size_t k = angle > 0.0 ? std::min(static_cast<size_t>(angle * BUCKETS_PER_DEGREE), NUM_BUCKETS - 1) : 0;
+    Bucket& bucket = vBuckets_[k];
+    bucket.vEntries.push_back({angle, numAdded_++, pT, {p0, p1, p2}});
+    if (bucket.bHeap) std::push_heap(bucket.vEntries.begin(), bucket.vEntries.end());
+    aOccupied_[k / 64] |= std::uint64_t(1) << (k % 64);
+    ++size_;
 }
 
-RefCand3* CandidateQueue::extractFirst() {
-    std::pop_heap(vHeap_.begin(), vHeap_.end());
-    RefCand3* pRC = vHeap_.back().pRC;
-    vHeap_.pop_back();
-    return pRC;
+size_t CandidateQueue::getFirstBucket() const {
+    size_t word = 0;
+    while (aOccupied_[word] == 0) ++word;
+    return 64 * word + static_cast<size_t>(__builtin_ctzll(aOccupied_[word]));
+}
+
+Triangle2* CandidateQueue::extractFirst() {
+    const size_t k = getFirstBucket();
+    Bucket& bucket = vBuckets_[k];
+    std::vector<Entry>& vEntries = bucket.vEntries;
+    if (!bucket.bHeap) std::make_heap(vEntries.begin(), vEntries.end());
+    bucket.bHeap = true;
+    std::pop_heap(vEntries.begin(), vEntries.end());
+    const Entry entry = vEntries.back();
+    vEntries.pop_back();
+    --size_;
+    if (vEntries.empty()) {
+        bucket.bHeap = false;
+        aOccupied_[k / 64] &= ~(std::uint64_t(1) << (k % 64));
+    } else {
+        prefetchRecord(vEntries.front().pT);  // likely to be the next one
+    }
+    return entry.isAlive() ? entry.pT : nullptr;
+}
+
+void CandidateQueue::dropStale(Bucket& bucket) {
+    std::vector<Entry>& vEntries = bucket.vEntries;
+    const auto stale =
+        std::remove_if(vEntries.begin(), vEntries.end(), [](const Entry& entry) { return !entry.isAlive(); });
+    if (stale == vEntries.end()) return;
+    vEntries.erase(stale, vEntries.end());
+    bucket.bHeap = false;
 }
 
 void CandidateQueue::sweep() {
-    const auto stale = std::remove_if(vHeap_.begin(), vHeap_.end(), [this](const Entry& entry) {
-        if (entry.pRC->isAlive()) return false;
-        giveBack(entry.pRC);
-        return true;
-    });
-    vHeap_.erase(stale, vHeap_.end());
-    std::make_heap(vHeap_.begin(), vHeap_.end());
-    sweepSize_ = std::max(MIN_SWEEP_SIZE, 2 * vHeap_.size());
+    size_ = 0;
+    for (size_t k = 0; k < NUM_BUCKETS; ++k) {
+        dropStale(vBuckets_[k]);
+        size_ += vBuckets_[k].vEntries.size();
+        if (!vBuckets_[k].vEntries.empty()) continue;
+        vBuckets_[k] = Bucket();
+        aOccupied_[k / 64] &= ~(std::uint64_t(1) << (k % 64));
+    }
+    sweepSize_ = std::max(MIN_SWEEP_SIZE, 2 * size_);
 }
 
-void CandidateQueue::resetPool() {
-    vHeap_.clear();
-    vRecycled_.clear();
-    pool_.reset();
+void CandidateQueue::clear() {
+    vBuckets_.assign(NUM_BUCKETS, Bucket());
+    aOccupied_.fill(0);
+    size_ = 0;
     sweepSize_ = MIN_SWEEP_SIZE;
 }
 

@@ -189,14 +189,15 @@ bool RefCand3::isConstraint(int i) const { return context_.pDt2->isConstraint(pC
 // Measures
 
 double RefCand3::getMinAngle() {
-    if (minAngle_ == UNKNOWN) computeMinAngle(getSides(context_.pGuide.get(), aCorner_[0], aCorner_[1], aCorner_[2]));
+    if (minAngle_ == UNKNOWN)
+        minAngle_ = getMinAngleDegree(getSides(context_.pGuide.get(), aCorner_[0], aCorner_[1], aCorner_[2]));
     return minAngle_;
 }
 
-void RefCand3::computeMinAngle(const Sides& aSide) {
+double getMinAngleDegree(const Sides& aSide) {
     const Vector2 u = toUnit(aSide[2]), v = toUnit(aSide[1] * -1.0), w = toUnit(aSide[0]);
     const double alpha = getAngleDegree(u, v), beta = getAngleDegree(w, u * -1.0);
-    minAngle_ = std::min({beta, 180.0 - alpha - beta, alpha});
+    return std::min({beta, 180.0 - alpha - beta, alpha});
 }
 
 double RefCand3::getMinAngle2D() const {

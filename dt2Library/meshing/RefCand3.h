@@ -20,10 +20,13 @@ class RefinementContext;
 /// A limit that a client's getter has returned; one that no triangle could meet counts as no limit.
 inline double usableLimit(double limit) { return limit > 0.0 ? limit : std::numeric_limits<double>::max(); }
 
+/// The smallest angle in degrees of a triangle with these sides.
+double getMinAngleDegree(const Sides& aSide);
+
 /// A candidate for refinement: a triangle, the limits that it misses, and the Steiner point that would mend it.
 ///
 /// It refers to the triangle as it was when the candidate was made. Lengths, areas and angles in space are measured on
-/// the height guide, if there is one. The records of a refinement come from a pool.
+/// the height guide, if there is one.
 class RefCand3 {
   public:
     /// Results of a walk towards a Steiner point: SPLIT_NONE if it was reached, 0 to 2 for the edge that obstructs the
@@ -51,8 +54,6 @@ class RefCand3 {
     int walkUntilConstraint(const Point2* pCircumcenter, Triangle2*& pContainingTriangle);
     /// The smallest angle in space in degrees.
     double getMinAngle();
-    /// Computes the smallest angle from the sides in space, for callers that have them.
-    void computeMinAngle(const Sides& aSide);
     /// Computes the lengths of the sides.
     void computeMinMax();
 
@@ -135,7 +136,5 @@ class RefCand3 {
     double minAngle_;  // the largest finite double until it is known
     static std::atomic<int> runningLabel;
 };
-
-static_assert(sizeof(RefCand3) == 176, "many candidates may wait");
 
 }  // namespace LUMO_TARO25D

@@ -36,6 +36,7 @@
 #include "mesh/InnerVtxMgr.h"
 #include "meshing/GridMesher.h"
 #include "meshing/MeshEstimate.h"
+#include "meshing/RefCand3.h"
 #include "meshing/RefinementContext.h"
 #include "meshing/splitPoint.h"
 #include "support/diagnostics.h"
@@ -225,16 +226,15 @@ bool Refiner::runPasses(const VertexBudget& budget) {
         getInitialRefineCandidates();
         while (!queue_.empty() && !bStopped) {
             cancelPoint_.pass();
-            RefCand3* pRC = queue_.extractFirst();
-            if (pRC->isAlive()) {
-                pRC->init();
-                bStopped = budget.isUsedUp() && pRC->needRefinement(&params_);
-                bChanged = (!bStopped && tryRefine(pRC)) || bChanged;
+            if (Triangle2* pT = queue_.extractFirst()) {
+                RefCand3 candidate(context_, pT);
+                candidate.init();
+                bStopped = budget.isUsedUp() && candidate.needRefinement(&params_);
+                bChanged = (!bStopped && tryRefine(&candidate)) || bChanged;
             }
-            queue_.giveBack(pRC);
             progress.served(queue_);
         }
-        queue_.resetPool();
+        queue_.clear();
         progress.passDone();
     }
     progress.done();
@@ -266,10 +266,17 @@ void Refiner::getInitialRefineCandidates() {
     AddressSet sZone = toSet(vTriangles);
     CancelPoint<> cancelPoint;
     // In the order of creation, which does not depend on addresses and is sequential in memory.
+    size_t num = 0;
     mesh_.forEachTriangle([&](Triangle2* pT) {
         cancelPoint.pass();
-        if (sZone.contains(pT)) addRefCand3(pT);
+        if (sZone.contains(pT)) vTriangles[num++] = pT;
     });
+    constexpr size_t AHEAD = 8;
+    for (size_t k = 0; k < num; ++k) {
+        cancelPoint.pass();
+        for (int i = 0; i < 3 && k + AHEAD < num; ++i) __builtin_prefetch(vTriangles[k + AHEAD]->getCorner(i));
+        addRefCand3(vTriangles[k]);
+    }
 }
 
 void Refiner::addRefCand3(Triangle2* pT) {

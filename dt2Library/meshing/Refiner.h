@@ -12,6 +12,7 @@ namespace LUMO_TARO25D {
 class ConstraintGraph2;
 class Dt2;
 class MeshGenParams;
+class RefCand3;
 class RefinementContext;
 class VertexBudget;
 class Zone2;
