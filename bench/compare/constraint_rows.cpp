@@ -1,0 +1,189 @@
+// Segments forced into the mesh as edges.
+
+#include <CGAL/Constrained_Delaunay_triangulation_2.h>
+#include <CGAL/Exact_predicates_exact_constructions_kernel.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "taro25d/Edge2.h"
+#include "triangulations.h"
+
+namespace bench {
+
+namespace {
+
+/// Crossings of constraints are rounded in the first type, as ours are, and exact in the second.
+using RoundingConstrained =
+    CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Default, CGAL::Exact_predicates_tag>;
+using ExactConstrained = CGAL::Constrained_Delaunay_triangulation_2<CGAL::Exact_predicates_exact_constructions_kernel,
+                                                                    CGAL::Default, CGAL::Exact_intersections_tag>;
+
+struct LineWork {
+    Points vPoints;
+    Segments vSegments;
+};
+
+void insert(const LineWork& work, Taro_2D& taro) {
+    taro.insert(work.vPoints);
+    taro.createConstraint(work.vSegments, LUMO_TARO25D::CIS_CONSTRAINED_DELAUNAY);
+}
+
+Sample ourConstrained(const LineWork& work) {
+    Taro_2D taro;
+    Sample sample = timed([&] { insert(work, taro); });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+/// All points, those at the ends of the segments included, and the segments as pairs of indices.
+template <class Constrained>
+struct CgalLineWork {
+    std::vector<typename Constrained::Point> vPoints;
+    std::vector<std::pair<std::size_t, std::size_t>> vSegments;
+
+    explicit CgalLineWork(const LineWork& work) {
+        const auto add = [this](const Point2& point) { vPoints.emplace_back(point.x(), point.y()); };
+        for (const Point2& point : work.vPoints) add(point);
+        for (const Segment2& segment : work.vSegments) {
+            vSegments.emplace_back(vPoints.size(), vPoints.size() + 1);
+            add(segment.getSrc());
+            add(segment.getTrg());
+        }
+    }
+};
+
+template <class Constrained>
+Sample cgalConstrained(const CgalLineWork<Constrained>& work) {
+    Constrained triangulation;
+    Sample sample = timed([&] {
+        triangulation.insert_constraints(work.vPoints.begin(), work.vPoints.end(), work.vSegments.begin(),
+                                         work.vSegments.end());
+    });
+    sample.result = {triangulation.number_of_vertices(), triangulation.number_of_faces()};
+    return sample;
+}
+
+/// The segments alone, each in a call of its own.
+Sample ourSegments(const LineWork& work) {
+    Taro_2D taro;
+    taro.insert(work.vPoints);
+    Sample sample = timed([&] {
+        for (const Segment2& segment : work.vSegments)
+            taro.createConstraint({segment}, LUMO_TARO25D::CIS_CONSTRAINED_DELAUNAY);
+    });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+Sample ourLoad(const std::string& filename) {
+    Taro_2D taro;
+    Sample sample = timed([&] { taro.load(filename.c_str()); });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+using SharedLineWork = std::shared_ptr<const LineWork>;
+
+SharedLineWork share(Points vPoints, Segments vSegments) {
+    return std::make_shared<const LineWork>(LineWork{std::move(vPoints), std::move(vSegments)});
+}
+
+/// Where crossings are rounded, the number of points depends on the order in which they are found.
+template <class Constrained>
+Contest constrained(const SharedLineWork& pWork, bool bSameResult) {
+    auto pCgal = std::make_shared<const CgalLineWork<Constrained>>(*pWork);
+    return {[pWork] { return ourConstrained(*pWork); }, [pCgal] { return cgalConstrained(*pCgal); }, bSameResult};
+}
+
+Contest ownConstrained(const SharedLineWork& pWork, const SharedLineWork& pReference) {
+    return {[pWork] { return ourConstrained(*pWork); }, [pReference] { return ourConstrained(*pReference); }, false};
+}
+
+/// Segments into an existing mesh, against making that mesh.
+Contest segmentsAgainstMesh(const SharedLineWork& pWork) {
+    return {[pWork] { return ourSegments(*pWork); }, [pWork] { return ourBulk(pWork->vPoints); }, false};
+}
+
+Contest ownSegments(const SharedLineWork& pWork, const SharedLineWork& pReference) {
+    return {[pWork] { return ourSegments(*pWork); }, [pReference] { return ourSegments(*pReference); }, false};
+}
+
+/// The name of a file that goes with its last user.
+std::shared_ptr<const std::string> makeTemporaryName() {
+    const auto path = std::filesystem::temp_directory_path() / ("compare" + std::to_string(getpid()));
+    return {new std::string(path), [](const std::string* pName) {
+                std::filesystem::remove(*pName);
+                delete pName;
+            }};
+}
+
+Contest loading(const SharedLineWork& pWork) {
+    auto pName = makeTemporaryName();
+    Taro_2D taro;
+    insert(*pWork, taro);
+    if (!taro.save(pName->c_str())) throw std::runtime_error("cannot write " + *pName);
+    return {[pName] { return ourLoad(*pName); }, [pWork] { return ourConstrained(*pWork); }};
+}
+
+/// The edges of two triangulations of n points each.
+Segments edgesOfTwo(std::size_t n) {
+    Segments vEdges;
+    for (const std::uint64_t seed : {1, 2}) {
+        Taro_2D taro;
+        taro.insert(uniform(n, seed));
+        std::vector<Triangle2*> vTriangles;
+        taro.getTrianglePointers(vTriangles);
+        for (Triangle2* pT : vTriangles) {
+            for (int i = 0; i < 3; ++i) {
+                const LUMO_TARO25D::Edge2 edge(pT, i);
+                if (!pT->getOppositeTriangle(i) || *edge.getSrc() < *edge.getTrg())
+                    vEdges.emplace_back(*edge.getSrc(), *edge.getTrg());
+            }
+        }
+    }
+    return vEdges;
+}
+
+}  // namespace
+
+std::vector<Row> constraintRows(Scale size) {
+    const char* const cgalConstraints = "`insert_constraints`";
+    return {
+        {"constraints-short", "20,000 disjoint short segments and 100,000 uniform points", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share(uniform(size(1e5)), shortSegments(size(2e4))), true); }},
+        {"constraints-short-million", "200,000 of these and 1,000,000 points", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share(uniform(size(1e6)), shortSegments(size(2e5))), true); }},
+        {"constraints-growth", "200,000 and 1,000,000", "own, 20,000 and 100,000", 12.0, cpu,
+         [=] {
+             return ownConstrained(share(uniform(size(1e6)), shortSegments(size(2e5))),
+                                   share(uniform(size(1e5)), shortSegments(size(2e4))));
+         }},
+        {"constraints-crossing", "300 long segments that cross 34,000 times and 100,000 uniform points",
+         cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share(uniform(size(1e5)), longSegments(300)), false); }},
+        {"constraints-crossing-exact", "the same", "the same with exact constructions", 0.3, cpu,
+         [=] { return constrained<ExactConstrained>(share(uniform(size(1e5)), longSegments(300)), false); }},
+        {"constraints-network", "a network of 60,000 segments and no other points", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share({}, windingLines(size(6e4))), true); }},
+        {"constraints-meshes", "all edges of two meshes of 20,000 points", cgalConstraints, 1.0, cpu,
+         [=] { return constrained<RoundingConstrained>(share({}, edgesOfTwo(size(2e4))), false); }},
+        {"constraint-across", "one segment across a mesh of 1,000,000 points", "own bulk of these", 0.01, cpu,
+         [=] { return segmentsAgainstMesh(share(uniform(size(1e6)), acrossSegments(1))); }},
+        {"constraint-across-growth", "20 segments across a mesh of 1,000,000 points, one by one",
+         "own, a tenth as long", 10.0 * std::log(2100.0) / std::log(210.0), cpu,
+         [=] {
+             const Points vPoints = uniform(size(1e6));
+             return ownSegments(share(vPoints, acrossSegments(20)), share(vPoints, acrossSegments(20, 0.1)));
+         }},
+        {"load", "file of 1,000,000 points and 100,000 segments", "own, inserting them from memory", 1.3, cpu,
+         [=] { return loading(share(uniform(size(1e6)), shortSegments(size(1e5)))); }},
+    };
+}
+
+}  // namespace bench
