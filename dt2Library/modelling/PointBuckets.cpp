@@ -84,14 +84,34 @@ size_t PointBuckets::findHolder(std::uint32_t k, const std::vector<Triangle2*>& 
     return num;
 }
 
-void PointBuckets::giveTo(const std::vector<Triangle2*>& vTriangles) {
-    size_t i = 0;  // successive places are mostly in one triangle
-    for (const std::uint32_t k : vMoving_) {
-        i = findHolder(k, vTriangles, i);
-        add(k, vTriangles[i]);
+bool PointBuckets::giveToIfNear(const std::vector<Triangle2*>& vTriangles) {
+    vPlanes_.clear();
+    vWorst_.clear();
+    for (Triangle2* pT : vTriangles) {
+        vPlanes_.emplace_back(pT);
+        vWorst_.push_back({-1.0, NONE, 0, pT});
     }
-    vMoving_.clear();
-    for (Triangle2* pT : vTriangles) refresh(pT);
+    vHolders_.clear();
+    size_t i = 0;  // successive places are mostly in one triangle
+    for (auto it = vMoving_.rbegin(); it != vMoving_.rend(); ++it) {
+        i = findHolder(*it, vTriangles, i);
+        if (i == vTriangles.size()) return false;
+        const Place& place = vPlaces_[*it];
+        const double distance = getDistance(vPlanes_[i].getHeight(place.x, place.y), place.z);
+        if (!(distance <= maxError_)) return false;
+        vWorst_[i].consider(*it, distance);
+        vHolders_.push_back(static_cast<std::uint32_t>(i));
+    }
+    for (const std::uint32_t holder : vHolders_) {
+        add(vMoving_.back(), vTriangles[holder]);
+        vMoving_.pop_back();
+    }
+    for (i = 0; i < vTriangles.size(); ++i) {
+        Bucket& bucket = mBuckets_[vTriangles[i]];
+        vWorst_[i].version = ++bucket.version;
+        close(bucket, vWorst_[i], vPlanes_[i].getSlack());
+    }
+    return true;
 }
 
 void PointBuckets::giveToFan(Point2* pVtx, std::uint32_t ofVertex) {
@@ -121,7 +141,9 @@ void PointBuckets::giveToFan(Point2* pVtx, std::uint32_t ofVertex) {
             k = next;
         }
     }
-    for (const std::uint32_t k : vMoving_) give(k);
+    for (const std::uint32_t k : vMoving_) {
+        if (k != ofVertex) give(k);
+    }
     vMoving_.clear();
     for (size_t i = 0; i < vStar_.size(); ++i) {
         Bucket& bucket = mBuckets_[vStar_[i]];

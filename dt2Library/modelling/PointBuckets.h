@@ -56,10 +56,10 @@ class PointBuckets {
 
     /// Takes the places out of some triangles' buckets; these places are moving until they are assigned again.
     void takeFrom(const std::vector<Triangle2*>& vTriangles);
-    const std::vector<std::uint32_t>& getMoving() const { return vMoving_; }
     void addMoving(std::uint32_t k) { vMoving_.push_back(k); }
-    /// Assigns each moving place to the triangle that holds it, among triangles that hold all of them.
-    void giveTo(const std::vector<Triangle2*>& vTriangles);
+    /// If all moving places are within the limit of the error from some triangles, which hold all of them, assigns them
+    /// to these triangles; otherwise does nothing and returns false. The place added last is tried first.
+    bool giveToIfNear(const std::vector<Triangle2*>& vTriangles);
     /// Assigns the moving places, and those in the buckets of the triangles around a vertex, to these triangles, except
     /// the vertex's own place.
     void giveToFan(Point2* pVtx, std::uint32_t ofVertex);
@@ -77,9 +77,9 @@ class PointBuckets {
     bool isQueueEmpty() const { return queue_.empty(); }
     double getWorstError() const { return queue_.empty() ? 0.0 : queue_.top().error; }
     void clearQueue() { queue_ = {}; }
+    /// Sets the distance within which points do not enter the queue.
+    void setMaxError(double maxError) { maxError_ = maxError; }
 
-    /// The exact distance of a place from a triangle that holds it.
-    double getExactError(std::uint32_t k, const Triangle2* pT) const;
     /// The largest exact distance of all places.
     double computeError() const;
     /// The index of the triangle that holds a place in a list; the length of the list if none does.
@@ -92,6 +92,8 @@ class PointBuckets {
         double bound = 0.0;         // on the exact distances of its places
     };
 
+    /// The exact distance of a place from a triangle that holds it.
+    double getExactError(std::uint32_t k, const Triangle2* pT) const;
     /// Sets the triangle's farthest place and bound, and queues it if that place is too far.
     void close(Bucket& bucket, const Worst& worst, double slack);
 
@@ -103,6 +105,8 @@ class PointBuckets {
     std::vector<std::uint32_t> vMoving_;
     std::vector<Triangle2*> vStar_;  // scratch
     PointFan fan_;
+    std::vector<TrianglePlane> vPlanes_;
+    std::vector<std::uint32_t> vHolders_;
     std::vector<Worst> vWorst_;
     std::vector<std::uint32_t> vFirst_, vOld_;
 };

@@ -2,12 +2,13 @@
 //
 // Every point that is no vertex is in the bucket of the triangle that holds it (PointBuckets). The point farthest from
 // the surface becomes a vertex, again and again, until the limits hold (Garland and Heckbert 1995). A point changes its
-// bucket O(log n) times on average.
+// bucket O(log n) times on average. Most of these moves would happen while triangles are large; so a sample of the
+// points is inserted first, up to a greater error, and the others enter the small triangles of that coarse model.
 //
 // Early vertices may be superfluous in the end. A vertex stays if its own point would be too far from the surface
 // without it (removalPreview); any other vertex is removed on trial, and inserted again, at the same record, if a point
-// around it is then too far. Where four points lie on one circle reinsertion may give the other diagonal, so thinning
-// ends with greedy insertion.
+// around it is then too far. Distances are those of plain arithmetic here, and where four points lie on one circle
+// reinsertion may give the other diagonal, so thinning ends with greedy insertion.
 //
 // O(n log n) for points in general position. No result depends on addresses: equal distances are ordered by the points'
 // coordinates.
@@ -35,16 +36,15 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// The other ends of the edges at a vertex, in the order of their addresses.
-std::vector<const Point2*> getRing(const std::vector<Triangle2*>& vTriangles, const Point2* pVtx) {
-    std::vector<const Point2*> vRing;
+/// Replaces the content of a list by the other ends of the edges at a vertex, in the order of their addresses.
+void collectRing(const std::vector<Triangle2*>& vTriangles, const Point2* pVtx, std::vector<const Point2*>& vRing) {
+    vRing.clear();
     for (const Triangle2* pT : vTriangles) {
         const int i = indexOfVertex(pT, pVtx);
         vRing.push_back(pT->getCorner(incIndexBy1(i)));
-        vRing.push_back(pT->getCorner(incIndexBy2(i)));
+        if (!pT->getOppositeTriangle(incIndexBy1(i))) vRing.push_back(pT->getCorner(incIndexBy2(i)));
     }
     std::sort(vRing.begin(), vRing.end());
-    return vRing;
 }
 
 /// Whether a point lies on a segment or next to it, between its ends.
@@ -104,12 +104,32 @@ void Simplifier::begin(const std::vector<Segment2>& vKept) {
     insertHull(vKept);
     if (bPending && mesh_.is2D()) mesh_.applyConstraintsAndZones();
     if (!mesh_.is2D()) return;
+    insertSample();
+    assignEach(1);
+    if (firstError_ == 0.0) firstError_ = buckets_.getWorstError();
+}
+
+/// Assigns every n-th place that waits.
+void Simplifier::assignEach(std::uint32_t n) {
+    buckets_.clear();
     Triangle2* pT = mesh_.getOneValidTriangle();
-    for (std::uint32_t k = 0; k < buckets_.getPlaces().size(); ++k) {
+    for (std::uint32_t k = 0; k < buckets_.getPlaces().size(); k += n) {
         if (stateOf(k) == WAITING) assign(k, pT);
     }
     buckets_.refreshAll();
+}
+
+/// Inserts points of a sample greedily up to a greater error: a coarse model, so that most points enter small triangles
+/// at once. Where the number of points is limited, each is worth more than that time.
+void Simplifier::insertSample() {
+    constexpr std::uint32_t SAMPLE_STEP = 16;
+    constexpr double COARSENESS = 4.0;
+    if (limits_.maxNumPoints > 0) return;
+    buckets_.setMaxError(COARSENESS * limits_.maxError);
+    assignEach(SAMPLE_STEP);
     firstError_ = buckets_.getWorstError();
+    runQueue();
+    buckets_.setMaxError(limits_.maxError);
 }
 
 /// The distinct places along a Hilbert curve, so that those of a triangle are close in memory. Of coincident points the
@@ -210,6 +230,7 @@ void Simplifier::runQueue() {
         report(worst.error);
         buckets_.giveToFan(insertInto(worst.place, worst.pT), worst.place);
     }
+    mesh_.getVertexVault().sortIV(VertexVault::SM_IF_DUE);
     if (isFull()) buckets_.clearQueue();
 }
 
@@ -258,7 +279,6 @@ Point2* Simplifier::insertInto(std::uint32_t k, Triangle2* pT) {
         mesh_.splitHullEdge(pVtx, pT, onEdge);
     }
     mesh_.settle(pVtx);
-    vault.sortIV(VertexVault::SM_IF_DUE);
     stateOf(k) = VERTEX;
     vChosen_.emplace_back(k, pVtx);
     return pVtx;
@@ -286,27 +306,22 @@ void Simplifier::tryRemoval(std::uint32_t k, Point2* pVtx) {
     mesh_.getIncidentTriangles(pVtx, vStar_);
     double height = 0.0;
     if (previewRemoval(*pVtx, vStar_, height) && !(std::abs(height - pVtx->z()) <= limits_.maxError)) return;
-    const std::vector<const Point2*> vRing = getRing(vStar_, pVtx);
+    collectRing(vStar_, pVtx, vRing_);
     buckets_.takeFrom(vStar_);
     mesh_.remove(pVtx);
-    stateOf(k) = WAITING;
     // Nothing outside the star changes; the records of the star that are still alive hold the new triangles.
     const auto isDead = [](const Triangle2* pT) { return !pT->getCorner(0); };
     vStar_.erase(std::remove_if(vStar_.begin(), vStar_.end(), isDead), vStar_.end());
-    size_t i = 0;
-    const auto isNear = [&](std::uint32_t place) {
-        i = buckets_.findHolder(place, vStar_, i);
-        return i < vStar_.size() && buckets_.getExactError(place, vStar_[i]) <= limits_.maxError;
-    };
-    if (isNear(k) && std::all_of(buckets_.getMoving().begin(), buckets_.getMoving().end(), isNear)) {
-        buckets_.addMoving(k);
-        buckets_.giveTo(vStar_);
+    buckets_.addMoving(k);
+    if (buckets_.giveToIfNear(vStar_)) {
+        stateOf(k) = WAITING;
         return;
     }
     pVtx = insertInto(k, vStar_[buckets_.findHolder(k, vStar_)]);
     vStar_.clear();
     mesh_.getIncidentTriangles(pVtx, vStar_);
-    if (getRing(vStar_, pVtx) != vRing) buckets_.giveToAny(vStar_.front());
+    collectRing(vStar_, pVtx, vNewRing_);
+    if (vNewRing_ != vRing_) buckets_.giveToAny(vStar_.front());
     buckets_.giveToFan(pVtx, k);
 }
 

@@ -52,6 +52,8 @@ class Simplifier {
     std::vector<Place> collectPlaces();
     void insertHull(const std::vector<Segment2>& vKept);
     void assign(std::uint32_t k, Triangle2*& pT);
+    void assignEach(std::uint32_t n);
+    void insertSample();
     bool isOnKeptLine(const Triangle2* pT, const Point2& point) const;
     Point2* insertInto(std::uint32_t k, Triangle2* pT);
     void runQueue();
@@ -67,6 +69,7 @@ class Simplifier {
     PointBuckets buckets_;
     std::vector<std::pair<std::uint32_t, Point2*>> vChosen_;  // removable vertices, in the order of insertion
     std::vector<Triangle2*> vStar_;                           // scratch of tryRemoval
+    std::vector<const Point2*> vRing_, vNewRing_;             // scratch of tryRemoval
     size_t numLeftOut_ = 0;
     double firstError_ = 0.0;
     size_t numReported_ = 0;

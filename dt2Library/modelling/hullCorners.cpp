@@ -9,10 +9,12 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <numeric>
 #include <tuple>
 
 #include "kernel/GeomTest.h"
+#include "taro25d/Bbox2.h"
 
 namespace LUMO_TARO25D {
 
@@ -20,15 +22,33 @@ namespace {
 
 using Place = PointBuckets::Place;
 
-/// The corners of a polygon of extreme places, counterclockwise.
-std::vector<Point2> getExtremePolygon(const std::vector<Place>& vPlaces) {
-    constexpr std::array<std::array<double, 2>, 8> DIRECTIONS{
-        {{0, -1}, {1, -1}, {1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}, {-1, -1}}};
+constexpr size_t NUM_DIRECTIONS = 8;
+using Extremes = std::array<const Place*, NUM_DIRECTIONS>;
+
+/// The places that reach farthest to the south, the south east and so on, counterclockwise.
+Extremes findExtremes(const std::vector<Place>& vPlaces) {
+    Extremes aExtremes;
+    aExtremes.fill(vPlaces.data());
+    std::array<double, NUM_DIRECTIONS> aReach;
+    aReach.fill(-std::numeric_limits<double>::infinity());
+    for (const Place& place : vPlaces) {
+        const double sum = place.x + place.y, difference = place.x - place.y;
+        const std::array<double, NUM_DIRECTIONS> aOfPlace{-place.y, difference,  place.x,  sum,
+                                                          place.y,  -difference, -place.x, -sum};
+        for (size_t i = 0; i < NUM_DIRECTIONS; ++i) {
+            if (!(aOfPlace[i] > aReach[i])) continue;
+            aReach[i] = aOfPlace[i];
+            aExtremes[i] = &place;
+        }
+    }
+    return aExtremes;
+}
+
+/// The corners of the polygon of extreme places, counterclockwise.
+std::vector<Point2> getPolygon(const Extremes& aExtremes) {
     std::vector<Point2> vCorners;
-    for (const auto& direction : DIRECTIONS) {
-        const auto reach = [&](const Place& p) { return direction[0] * p.x + direction[1] * p.y; };
-        const auto isLess = [&](const Place& p, const Place& q) { return reach(p) < reach(q); };
-        const Point2 corner = std::max_element(vPlaces.begin(), vPlaces.end(), isLess)->getPoint();
+    for (const Place* pPlace : aExtremes) {
+        const Point2 corner = pPlace->getPoint();
         if (vCorners.empty() || (vCorners.back() != corner && vCorners.front() != corner)) vCorners.push_back(corner);
     }
     return vCorners;
@@ -44,10 +64,15 @@ class HullBuilder {
 
     /// The places that may be corners, by x, then y.
     std::vector<std::uint32_t> getCandidates() {
-        const std::vector<Point2> vPolygon = getExtremePolygon(vPlaces_);
+        const Extremes aExtremes = findExtremes(vPlaces_);
+        const std::vector<Point2> vPolygon = getPolygon(aExtremes);
+        const Bbox2 rectangle = getInnerRectangle(aExtremes, vPolygon);
         std::vector<std::uint32_t> vCandidates;
         for (std::uint32_t k = 0; k < vPlaces_.size(); ++k) {
-            if (!isInside(vPolygon, vPlaces_[k].getPoint())) vCandidates.push_back(k);
+            const Place& place = vPlaces_[k];
+            const bool bBetweenX = rectangle.getMinX() < place.x && place.x < rectangle.getMaxX();
+            if (bBetweenX && rectangle.getMinY() < place.y && place.y < rectangle.getMaxY()) continue;
+            if (!isInside(vPolygon, place.getPoint())) vCandidates.push_back(k);
         }
         std::sort(vCandidates.begin(), vCandidates.end(), [this](std::uint32_t a, std::uint32_t b) {
             return std::tie(vPlaces_[a].x, vPlaces_[a].y) < std::tie(vPlaces_[b].x, vPlaces_[b].y);
@@ -73,6 +98,25 @@ class HullBuilder {
     }
     bool isLeftOf(const Point2& a, const Point2& b, const Point2& p) {
         return geomTest_.getOrientation2(&a, &b, &p) == ORIENTATION2_CCW;
+    }
+    /// A rectangle in the polygon, which decides for most places (Sedgewick 1990); a point if rounding has spoilt it.
+    Bbox2 getInnerRectangle(const Extremes& aExtremes, const std::vector<Point2>& vPolygon) {
+        const Place &southEast = *aExtremes[1], &northEast = *aExtremes[3], &northWest = *aExtremes[5],
+                    &southWest = *aExtremes[7];
+        const double minX = std::max(southWest.x, northWest.x), maxX = std::min(southEast.x, northEast.x);
+        const double minY = std::max(southWest.y, southEast.y), maxY = std::min(northWest.y, northEast.y);
+        const auto isOutside = [&](const Point2& corner) {
+            for (size_t i = 0; i < vPolygon.size(); ++i) {
+                if (isLeftOf(corner, vPolygon[(i + 1) % vPolygon.size()], vPolygon[i])) return true;
+            }
+            return false;
+        };
+        if (!(minX < maxX && minY < maxY)) return Bbox2(minX, minY, minX, minY);
+        const Bbox2 rectangle(minX, minY, maxX, maxY);
+        std::vector<Point2> vCorners;
+        Bbox2(rectangle).getCorners(vCorners);
+        const bool bSpoilt = std::any_of(vCorners.begin(), vCorners.end(), isOutside);
+        return bSpoilt ? Bbox2(minX, minY, minX, minY) : rectangle;
     }
     bool isInside(const std::vector<Point2>& vPolygon, const Point2& point) {
         for (size_t i = 0; i < vPolygon.size(); ++i) {
