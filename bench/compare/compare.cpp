@@ -4,8 +4,9 @@
 // so that a slow minute of the machine hits both, and the row gives the median of the rounds' ratios. Each side works
 // in a child process of its own, which keeps its memory, and its first turn does not count: where the system provides
 // memory only when it is touched, above all in a virtual machine, that can cost as much as the triangulation, and a
-// side that gets the other one's fresh pages wins. Input, preparation and destruction are not timed. Where both sides
-// compute the same result, a difference ends the run.
+// side that gets the other one's fresh pages wins. Rows of memory and threads work in a new process each turn instead,
+// as the first call of a client does. Input, preparation and destruction are not timed. Where both sides compute the
+// same result, a difference ends the run.
 
 #include <CGAL/version.h>
 #include <malloc.h>
@@ -78,7 +79,7 @@ double median(const std::vector<Sample>& vSamples, double Sample::*measure) {
 Outcome run(const Row& row, const Options& options) {
     const Contest contest = row.prepare();
     malloc_trim(0);
-    const bool bFresh = options.bFresh || row.measure == &Sample::peak;
+    const bool bFresh = options.bFresh || row.bFresh;
     std::unique_ptr<Worker> pOurs, pReference;
     Outcome outcome;
     for (int round = bFresh ? 1 : 0; round <= options.numRounds; ++round) {

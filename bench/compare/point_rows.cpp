@@ -122,7 +122,7 @@ std::vector<Row> pointRows(Scale size) {
     return {
         {"locate-random", "1,000,000 random locations in 1,000,000", cgalHierarchy, 0.8, cpu,
          [=] { return location<Hierarchy>(uniform(size(1e6)), uniform(size(1e6), 11), false); }},
-        {"locate-sorted", "1,000,000 locations along a Hilbert curve", "`locate` from the last face", 1.2, cpu,
+        {"locate-sorted", "1,000,000 locations along a Hilbert curve", "`locate` from the last face", 1.0, cpu,
          [=] { return location<Delaunay>(uniform(size(1e6)), inCurveOrder(uniform(size(1e6), 11)), true); }},
         {"single-empty", "one by one, 100,000 from empty", cgalHierarchy, 1.0, cpu,
          [=] { return single({}, uniform(size(1e5), 12)); }},

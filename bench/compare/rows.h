@@ -32,6 +32,7 @@ struct Row {
     double goal;              // upper limit of ours / reference; of ours in bytes for memory
     double Sample::*measure;  // the quantity compared
     std::function<Contest()> prepare;
+    bool bFresh = false;  // a new process for each turn, which gets its memory as the first call of a client does
 };
 
 /// Our own work with fewer threads, as a reference.

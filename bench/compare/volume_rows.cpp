@@ -83,7 +83,7 @@ std::vector<Row> volumeRows(Scale size) {
         {"cut-and-fill-large", "`CutAndFill` of two surfaces of 500,000 points", "own bulk of the combined vertices",
          10.0, cpu, [=] { return cutAndFillAgainstBulk(size(5e5)); }},
         {"memory-cut-and-fill", "peak memory for a point, surfaces of 50,000 points",
-         "own bulk of the combined vertices", 4096.0, peak, [=] { return cutAndFillAgainstBulk(size(5e4)); }},
+         "own bulk of the combined vertices", 4096.0, peak, [=] { return cutAndFillAgainstBulk(size(5e4)); }, true},
         {"surfaces", "volumes between surfaces of 1,000,000 points each", "own bulk insertion of both", 3.0, cpu,
          [=] { return surfacesAgainstBulk(size(1e6)); }},
         {"surfaces-threads", "the same, 2 threads, wall", onOneThread, 1 / 1.7, wall,
