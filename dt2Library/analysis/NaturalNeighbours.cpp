@@ -1,21 +1,22 @@
 // Natural neighbour interpolation (Sibson 1981) that only reads the mesh.
 //
-// A vertex inserted at the place would replace the triangles whose circles contain it, the cavity, and its Voronoi cell
-// would take a part from the cell of each vertex around the cavity. The height is the mean of the heights of these
-// vertices, weighted by the areas of the parts (Watson 1992). The part of a vertex is a polygon: its corners are the
-// centre of the circle through the place and the border edge of the cavity that ends at the vertex, then the centres of
-// the old triangles around the vertex, and last the centre for the border edge that starts at it. By the shoelace
-// formula an area is a sum over sides, and two polygons share each side in opposite directions. So the sum of heights
-// times areas is a sum over sides, each times a difference of two heights, and no table of vertices is needed. The
-// sides join the centres of two triangles across an edge within the cavity, the centres for a border edge and for its
-// triangle, and the centres of successive border edges. The latter also bound the new cell, so that their sum gives its
-// area.
+// A vertex inserted at the place would replace the triangles whose circles contain it, the cavity, by triangles that join
+// it with the border of the cavity, and its Voronoi cell would take a part from the cell of each vertex around the
+// cavity. The height is the mean of the heights of these vertices, weighted by the areas of the parts (Watson 1992).
+//
+// The centre of its circle and the bisectors of its edges divide a triangle into three signed parts, one for each
+// corner, and the cell of a vertex consists of the parts of the triangles around it. So a vertex loses its parts of the
+// old triangles and gets those of the new ones, and the new cell consists of the parts of the new triangles at the
+// place. With the edges e and f from a corner, their cross product D and their dot product d, the part at the end of e
+// is an eighth of D + (d / D) (f^2 - d), that at the end of f is an eighth of D + (d / D) (e^2 - d), and all three are
+// D / 2. Each triangle is summed up alone: neither centres nor a table of vertices are needed.
 //
 // The cavity is that of constrained insertion: the triangles whose circles contain the place and which are reached from
 // the triangle of the place across edges that are no constraints. Some of the areas may then be negative. Planes are
-// still reproduced, for any cavity: the sum over triangles of area times nine-point centre depends only on the border
-// of the cavity, so it is equal for the old triangles and the new ones. If the place approaches an edge that is a
-// barrier, the centre for that edge tends to infinity and all weight goes to its two ends: there the height is linear.
+// still reproduced, for any cavity: the heights of a plane, weighted by the parts of a triangle, add up to the height at
+// its nine-point centre times its area. The sum of these over triangles depends only on their common border, so it is
+// equal for the old triangles and the new ones. If the place approaches an edge that is a barrier, the parts of the new
+// triangle at that edge tend to infinity and all weight goes to its two ends: there the height is linear.
 //
 // Cost: linear in the triangles of the cavity, of which there are four on average.
 
@@ -40,20 +41,22 @@ constexpr double MIN_CLEAR_SINE = 1e-14;
 }  // namespace
 
 double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& place) {
-    const std::array<Corner, 3> aCorners{
-        {{*triangle.getCorner(0), place}, {*triangle.getCorner(1), place}, {*triangle.getCorner(2), place}}};
-    for (const Corner& corner : aCorners) {
-        if (corner.x == 0.0 && corner.y == 0.0) return corner.z;
+    vCorners_.clear();
+    vExits_.clear();
+    for (int i = 0; i < 3; ++i) {
+        vCorners_.emplace_back(*triangle.getCorner(i), place);
+        if (vCorners_.back().sqLength == 0.0 && place == *triangle.getCorner(i)) return triangle.getCorner(i)->z();
     }
-    for (size_t i = 0; i < 3; ++i) {
-        const size_t src = i == 2 ? 0 : i + 1, trg = i == 0 ? 2 : i - 1;
-        const Corner &a = aCorners[src], &b = aCorners[trg];
-        const bool bSureInside = a.x * b.y - a.y * b.x > MIN_CLEAR_SINE * (a.sqLength + b.sqLength);
-        if (bSureInside || !isOnBarrier(triangle, static_cast<int>(i), place)) continue;
-        return getZOnSegment(*triangle.getCorner(static_cast<int>(src)), *triangle.getCorner(static_cast<int>(trg)),
-                             place.x(), place.y());
+    for (int i = 0; i < 3; ++i) {
+        const int src = incIndexBy1(i), trg = incIndexBy2(i);
+        const Corner &a = vCorners_[static_cast<size_t>(src)], &b = vCorners_[static_cast<size_t>(trg)];
+        const double cross = getCross(a, b);
+        vExits_.push_back({&triangle, i, static_cast<std::uint32_t>(src), static_cast<std::uint32_t>(trg), cross});
+        const bool bSureInside = cross > MIN_CLEAR_SINE * (a.sqLength + b.sqLength);
+        if (bSureInside || !isOnBarrier(triangle, i, place)) continue;
+        return getZOnSegment(*triangle.getCorner(src), *triangle.getCorner(trg), place.x(), place.y());
     }
-    double height = interpolate(triangle, aCorners, place);
+    double height = interpolate(place);
     // This happens only if numbers overflow, or vertices are rounding errors apart.
     if (!std::isfinite(height)) getHeightInside(triangle, place, height);
     return height;
@@ -64,76 +67,54 @@ bool NaturalNeighbours::isOnBarrier(const Triangle2& triangle, int i, const Poin
     return geomTest_.getOrientation2(pSrc, pTrg, &place) == ORIENTATION2_COLLINEAR && isBarrier(&triangle, i);
 }
 
-double NaturalNeighbours::interpolate(const Triangle2& triangle, const std::array<Corner, 3>& aCorners,
-                                      const Point2& place) {
-    sums_ = Sums{aCorners[0].z};
-    const Dual centre = getCentre(aCorners[0], aCorners[1], aCorners[2]);
-    vExits_.clear();
-    vExits_.push_back({&triangle, 2, aCorners[0], aCorners[1], centre});
-    vExits_.push_back({&triangle, 1, aCorners[2], aCorners[0], centre});
-    vExits_.push_back({&triangle, 0, aCorners[1], aCorners[2], centre});
-    while (!vExits_.empty()) {
-        const Exit exit = vExits_.back();
-        vExits_.pop_back();
-        const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
-        if (pN && isInCircle(*pN, place) && !dt2_.isConstraint(exit.pT, exit.i)) {
-            cross(exit, place);
-        } else {
-            followBorder(exit);
-        }
-    }
-    closeBorder();
-    return sums_.baseZ + sums_.volume / sums_.area;
-}
-
-bool NaturalNeighbours::isInCircle(const Triangle2& triangle, const Point2& place) {
-    return geomTest_.circleInc(triangle.getCorner(0), triangle.getCorner(1), triangle.getCorner(2), &place);
-}
-
-/// Adds the next triangle to the cavity; its two other edges replace the crossed one on the stack.
-void NaturalNeighbours::cross(const Exit& exit, const Point2& place) {
-    const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
-    const int k = indexOfNeighbour(pN, exit.pT);
-    const Corner far(*pN->getCorner(k), place);
-    const Dual centre = getCentre(exit.src, exit.trg, far);
-    sums_.volume += getArea(centre, exit.centre) * (exit.src.z - exit.trg.z);
-    vExits_.push_back({pN, incIndexBy2(k), far, exit.trg, centre});
-    vExits_.push_back({pN, incIndexBy1(k), exit.src, far, centre});
-}
-
-void NaturalNeighbours::followBorder(const Exit& exit) {
-    const Corner &src = exit.src, &trg = exit.trg;
-    const Dual centre = getCentre(src.x, src.y, src.sqLength, trg.x, trg.y, trg.sqLength);
-    sums_.volume += getArea(centre, exit.centre) * (src.z - trg.z);
-    if (sums_.bHasBorder) {
-        const double area = getArea(sums_.last, centre);
-        sums_.volume += area * (src.z - sums_.baseZ);
-        sums_.area += area;
-    } else {
-        sums_.first = centre;
-        sums_.firstZ = src.z;
-        sums_.bHasBorder = true;
-    }
-    sums_.last = centre;
-}
-
-void NaturalNeighbours::closeBorder() {
-    const double area = getArea(sums_.last, sums_.first);
-    sums_.volume += area * (sums_.firstZ - sums_.baseZ);
-    sums_.area += area;
-}
-
-/// The centre of the circle through a point and two others, all relative to that point.
-NaturalNeighbours::Dual NaturalNeighbours::getCentre(double bx, double by, double sqB, double cx, double cy,
-                                                     double sqC) {
-    const double perTwice = 0.5 / accurateDeterminant(bx, by, cx, cy);
-    return {(cy * sqB - by * sqC) * perTwice, (bx * sqC - cx * sqB) * perTwice};
-}
-
-NaturalNeighbours::Dual NaturalNeighbours::getCentre(const Corner& a, const Corner& b, const Corner& c) {
+/// Adds the parts of an old triangle.
+inline void NaturalNeighbours::addTriangle(const Corner& a, const Corner& b, const Corner& c) {
     const double bx = b.x - a.x, by = b.y - a.y, cx = c.x - a.x, cy = c.y - a.y;
-    const Dual fromA = getCentre(bx, by, bx * bx + by * by, cx, cy, cx * cx + cy * cy);
-    return {fromA.x + a.x, fromA.y + a.y};
+    const double cross = accurateDeterminant(bx, by, cx, cy), dot = bx * cx + by * cy;
+    const double cotangent = dot / cross;
+    volume_ += 4.0 * cross * (a.z - baseZ_) + (cross + cotangent * (cx * cx + cy * cy - dot)) * (b.z - a.z) +
+               (cross + cotangent * (bx * bx + by * by - dot)) * (c.z - a.z);
+}
+
+/// Adds the parts of the new triangle at a border edge.
+inline void NaturalNeighbours::addBorder(const Corner& src, const Corner& trg) {
+    const double cross = accurateDeterminant(src.x, src.y, trg.x, trg.y), dot = src.x * trg.x + src.y * trg.y;
+    const double cotangent = dot / cross;
+    const double atSrc = cross + cotangent * (trg.sqLength - dot), atTrg = cross + cotangent * (src.sqLength - dot);
+    volume_ -= atSrc * (src.z - baseZ_) + atTrg * (trg.z - baseZ_);
+    area_ += 4.0 * cross - atSrc - atTrg;
+}
+
+/// Adds the triangle behind an exit to the cavity if it belongs to it; its two other edges become exits.
+inline bool NaturalNeighbours::enter(const Triangle2& next, const Exit& exit, const Point2& place) {
+    const int k = indexOfNeighbour(&next, exit.pT);
+    const Corner far(*next.getCorner(k), place);
+    const Corner &src = vCorners_[exit.src], &trg = vCorners_[exit.trg];
+    const double fromSrc = getCross(src, far), toTrg = getCross(far, trg);
+    const double det = trg.sqLength * fromSrc + src.sqLength * toTrg - far.sqLength * exit.cross;
+    const int sign = GeomTest::getSureSignInCircle(det, trg.sqLength, src.sqLength, far.sqLength);
+    if (sign < 0 || (sign == 0 && !geomTest_.exact_circleInc(&next, &place)) || dt2_.isConstraint(exit.pT, exit.i)) {
+        return false;
+    }
+    addTriangle(far, trg, src);
+    const auto added = static_cast<std::uint32_t>(vCorners_.size());
+    const std::uint32_t from = exit.src, to = exit.trg;
+    vCorners_.push_back(far);
+    vExits_.push_back({&next, incIndexBy1(k), from, added, fromSrc});
+    vExits_.push_back({&next, incIndexBy2(k), added, to, toTrg});
+    return true;
+}
+
+double NaturalNeighbours::interpolate(const Point2& place) {
+    baseZ_ = vCorners_[0].z;
+    volume_ = area_ = 0.0;
+    addTriangle(vCorners_[0], vCorners_[1], vCorners_[2]);
+    for (size_t k = 0; k < vExits_.size(); ++k) {
+        const Exit& exit = vExits_[k];
+        const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
+        if (!pN || !enter(*pN, exit, place)) addBorder(vCorners_[exit.src], vCorners_[exit.trg]);
+    }
+    return baseZ_ + volume_ / area_;
 }
 
 }  // namespace LUMO_TARO25D

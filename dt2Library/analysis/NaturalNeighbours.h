@@ -1,7 +1,6 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "kernel/GeomTest.h"
@@ -20,6 +19,17 @@ class NaturalNeighbours {
     /// The height at a place in a triangle, border included.
     double getHeight(const Triangle2& triangle, const Point2& place);
 
+    /// Prefetches the triangles that getHeight will need, and their corners.
+    static void prefetchNeighbours(const Triangle2& triangle) {
+        for (int i = 0; i < 3; ++i) __builtin_prefetch(triangle.getOppositeTriangle(i));
+    }
+    static void prefetchCorners(const Triangle2& triangle) {
+        for (int i = 0; i < 3; ++i) {
+            const Triangle2* pN = triangle.getOppositeTriangle(i);
+            for (int k = 0; pN && k < 3; ++k) __builtin_prefetch(pN->getCorner(k));
+        }
+    }
+
   private:
     /// A corner relative to the place of the query, and its squared distance.
     struct Corner {
@@ -28,41 +38,28 @@ class NaturalNeighbours {
         Corner(const Point2& corner, const Point2& place)
             : x(corner.x() - place.x()), y(corner.y() - place.y()), sqLength(x * x + y * y), z(corner.z()) {}
     };
-    /// A point of the Voronoi diagram relative to the place of the query.
-    struct Dual {
-        double x, y;
-    };
     /// An edge of a triangle of the cavity that is still to be crossed or found to be border.
     struct Exit {
         const Triangle2* pT;
         int i;
-        Corner src, trg;
-        Dual centre;  // of the triangle
-    };
-    /// The sums of the running query.
-    struct Sums {
-        double baseZ;  // heights are relative to it
-        double volume = 0.0, area = 0.0;
-        bool bHasBorder = false;
-        Dual first{}, last{};  // centres for the first and the last border edge so far
-        double firstZ = 0.0;   // the height at the start of the first border edge
+        std::uint32_t src, trg;  // in vCorners_
+        double cross;            // of the two ends
     };
 
     bool isBarrier(const Triangle2* pT, int i) const { return !pT->getOppositeTriangle(i) || dt2_.isConstraint(pT, i); }
     bool isOnBarrier(const Triangle2& triangle, int i, const Point2& place);
-    double interpolate(const Triangle2& triangle, const std::array<Corner, 3>& aCorners, const Point2& place);
-    bool isInCircle(const Triangle2& triangle, const Point2& place);
-    void cross(const Exit& exit, const Point2& place);
-    void followBorder(const Exit& exit);
-    void closeBorder();
-    static double getArea(const Dual& from, const Dual& to) { return 0.5 * (from.x * to.y - from.y * to.x); }
-    static Dual getCentre(double bx, double by, double sqB, double cx, double cy, double sqC);
-    static Dual getCentre(const Corner& a, const Corner& b, const Corner& c);
+    double interpolate(const Point2& place);
+    bool enter(const Triangle2& next, const Exit& exit, const Point2& place);
+    void addTriangle(const Corner& a, const Corner& b, const Corner& c);
+    void addBorder(const Corner& src, const Corner& trg);
+    static double getCross(const Corner& a, const Corner& b) { return a.x * b.y - a.y * b.x; }
 
     const Dt2& dt2_;
     GeomTest geomTest_;
-    std::vector<Exit> vExits_;  // a stack: the next one counterclockwise is on top
-    Sums sums_{};
+    std::vector<Corner> vCorners_;  // of the cavity
+    std::vector<Exit> vExits_;      // all so far
+    double baseZ_ = 0.0;            // heights are relative to it
+    double volume_ = 0.0, area_ = 0.0;
 };
 
 }  // namespace LUMO_TARO25D

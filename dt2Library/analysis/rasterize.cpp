@@ -89,6 +89,11 @@ class Rasterizer {
     void run();
 
   private:
+    /// A cell in a triangle.
+    struct Place {
+        const Triangle2* pT;
+        size_t row, column;
+    };
     /// The state of one thread.
     struct Worker {
         Worker(const Dt2& dt2, double magnitude) : geomTest(magnitude), neighbours(dt2, magnitude) {}
@@ -97,6 +102,7 @@ class Rasterizer {
         NaturalNeighbours neighbours;
         std::vector<const Triangle2*> vLarge;  // triangles over many cells
         std::vector<Edge2> vBorder;            // the hull edges that it has found
+        std::vector<Place> vPlaces;            // for natural neighbours
     };
 
     size_t getPieceSize() const;
@@ -107,7 +113,7 @@ class Rasterizer {
     void scan(const Triangle2& triangle, const RasterGrid::Cells& cells, Worker& worker);
     void fillBorder();
     void fillByHeight(const FacePlane& plane, const Triangle2& triangle, size_t row, size_t begin, size_t end);
-    void fillByNeighbours(const Triangle2& triangle, size_t row, size_t begin, size_t end, Worker& worker);
+    void fillByNeighbours(Worker& worker);
     double getMeasure(const FacePlane& plane) const;
     void setOnBorder(size_t row, size_t column, const Triangle2& triangle, const Edge2& edge);
     double& getCell(size_t row, size_t column) { return aCells_[row * grid_.getNumColumns() + column]; }
@@ -170,6 +176,7 @@ void Rasterizer::scanTriangles(size_t begin, size_t end, Worker& worker) {
             worker.vLarge.push_back(&triangle);
         }
     }
+    fillByNeighbours(worker);
 }
 
 void Rasterizer::noteHullEdges(Triangle2* pT, Worker& worker) const {
@@ -184,7 +191,7 @@ void Rasterizer::scan(const Triangle2& triangle, const RasterGrid::Cells& cells,
         progress_.throwIfStopped();
         if (aHas_) std::fill_n(aHas_ + (&getCell(row, begin) - aCells_), end - begin, std::uint8_t(1));
         if (kind_ == RK_NATURAL_NEIGHBOUR) {
-            fillByNeighbours(triangle, row, begin, end, worker);
+            for (size_t column = begin; column < end; ++column) worker.vPlaces.push_back({&triangle, row, column});
             return;
         }
         if (!plane) plane.emplace(triangle);
@@ -205,6 +212,7 @@ void Rasterizer::scanLargeTriangles() {
             RasterGrid::Cells cells = grid_.getCellsAround(*pT);
             cells.rows = {std::max(cells.rows.begin, rows.begin), std::min(cells.rows.end, rows.end)};
             scan(*pT, cells, worker);
+            fillByNeighbours(worker);
         }
     });
 }
@@ -233,12 +241,21 @@ void Rasterizer::fillByHeight(const FacePlane& plane, const Triangle2& triangle,
     }
 }
 
-void Rasterizer::fillByNeighbours(const Triangle2& triangle, size_t row, size_t begin, size_t end, Worker& worker) {
-    for (size_t column = begin; column < end; ++column) {
+/// Fills the cells noted by scan.
+void Rasterizer::fillByNeighbours(Worker& worker) {
+    constexpr size_t AHEAD = 4;
+    const std::vector<Place>& vPlaces = worker.vPlaces;
+    for (size_t k = 0; k < vPlaces.size(); ++k) {
         progress_.throwIfStopped();
+        if (k + 2 * AHEAD < vPlaces.size()) {
+            NaturalNeighbours::prefetchNeighbours(*vPlaces[k + 2 * AHEAD].pT);
+            NaturalNeighbours::prefetchCorners(*vPlaces[k + AHEAD].pT);
+        }
+        const auto [pT, row, column] = vPlaces[k];
         const Point2 centre(grid_.getX(column), grid_.getY(row), 0.0);
-        getCell(row, column) = worker.neighbours.getHeight(triangle, centre);
+        getCell(row, column) = worker.neighbours.getHeight(*pT, centre);
     }
+    worker.vPlaces.clear();
 }
 
 double Rasterizer::getMeasure(const FacePlane& plane) const {

@@ -102,6 +102,10 @@ class GeomTest {
         return exact_circleInc(t->getCorner(0), t->getCorner(1), t->getCorner(2), q);
     }
 
+    /// The sign of the determinant of circleInc, or 0 if rounding may have changed it. The determinant and the squared
+    /// distances of the corners from q must be computed as in inCircleDeterminant, in any order of the corners.
+    static int getSureSignInCircle(double det, double a, double b, double c);
+
     /// The position of q relative to the circumcircle of a counterclockwise triangle; every point on the
     /// circle is CINC2_ZERO.
     CINC2 circleInc3state(const Triangle2* t, const Point2* q) {
@@ -204,22 +208,26 @@ class GeomTest {
     std::unique_ptr<LineRationals, Discard> pLineRationals_;
 };
 
-/// The sign of the in-circle determinant, or 0 if it is not certain. 3.33e-15 is three times the rounding error of the
+/// 3.33e-15 is three times the rounding error of the
 /// determinant relative to its permanent (Shewchuk 1997). By |uv| <= (u^2 + v^2) / 2, the permanent is at most ab + bc
 /// + ca for the squared lengths a, b, c, which cost a third of it. Adding 1e-140 to two of them makes the bound hold
 /// under underflow too: each of the products of two differences loses at most h = 2^-1075 and is multiplied by at most
 /// the sum s of the squared lengths, so that all losses together stay below 20 h (s + 1), and the bound is greater by
 /// 3.33e-155 s + 3.33e-295. An overflow in the determinant also occurs in the bound, and nothing exceeds an infinite
 /// bound or NaN.
+inline int GeomTest::getSureSignInCircle(double det, double a, double b, double c) {
+    constexpr double lift = 1e-140;
+    const double liftedA = a + lift, liftedC = c + lift;
+    const double bound = 3.33e-15 * (liftedA * (b + liftedC) + b * liftedC);
+    return det > bound ? 1 : det < -bound ? -1 : 0;
+}
+
 inline int GeomTest::filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     const double ax = p0.x() - q.x(), ay = p0.y() - q.y();
     const double bx = p1.x() - q.x(), by = p1.y() - q.y();
     const double cx = p2.x() - q.x(), cy = p2.y() - q.y();
-    const double det = inCircleDeterminant(ax, ay, bx, by, cx, cy);
-    constexpr double lift = 1e-140;
-    const double a = ax * ax + ay * ay + lift, b = bx * bx + by * by, c = cx * cx + cy * cy + lift;
-    const double bound = 3.33e-15 * (a * (b + c) + b * c);
-    return det > bound ? 1 : det < -bound ? -1 : 0;
+    return getSureSignInCircle(inCircleDeterminant(ax, ay, bx, by, cx, cy), ax * ax + ay * ay, bx * bx + by * by,
+                               cx * cx + cy * cy);
 }
 
 }  // namespace LUMO_TARO25D
