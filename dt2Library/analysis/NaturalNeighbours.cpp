@@ -48,13 +48,14 @@ double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& pla
         if (vCorners_.back().sqLength == 0.0 && place == *triangle.getCorner(i)) return triangle.getCorner(i)->z();
     }
     for (int i = 0; i < 3; ++i) {
-        const int src = incIndexBy1(i), trg = incIndexBy2(i);
-        const Corner &a = vCorners_[static_cast<size_t>(src)], &b = vCorners_[static_cast<size_t>(trg)];
+        const size_t src = i == 2 ? 0 : static_cast<size_t>(i) + 1, trg = i == 0 ? 2 : static_cast<size_t>(i) - 1;
+        const Corner &a = vCorners_[src], &b = vCorners_[trg];
         const double cross = getCross(a, b);
-        vExits_.push_back({&triangle, i, static_cast<std::uint32_t>(src), static_cast<std::uint32_t>(trg), cross});
+        vExits_.emplace_back(&triangle, i, src, trg, cross);
         const bool bSureInside = cross > MIN_CLEAR_SINE * (a.sqLength + b.sqLength);
         if (bSureInside || !isOnBarrier(triangle, i, place)) continue;
-        return getZOnSegment(*triangle.getCorner(src), *triangle.getCorner(trg), place.x(), place.y());
+        return getZOnSegment(*triangle.getCorner(incIndexBy1(i)), *triangle.getCorner(incIndexBy2(i)), place.x(),
+                             place.y());
     }
     double height = interpolate(place);
     // This happens only if numbers overflow, or vertices are rounding errors apart.
@@ -97,11 +98,10 @@ inline bool NaturalNeighbours::enter(const Triangle2& next, const Exit& exit, co
         return false;
     }
     addTriangle(far, trg, src);
-    const auto added = static_cast<std::uint32_t>(vCorners_.size());
-    const std::uint32_t from = exit.src, to = exit.trg;
+    const size_t from = exit.src, to = exit.trg, added = vCorners_.size();
     vCorners_.push_back(far);
-    vExits_.push_back({&next, incIndexBy1(k), from, added, fromSrc});
-    vExits_.push_back({&next, incIndexBy2(k), added, to, toTrg});
+    vExits_.emplace_back(&next, incIndexBy1(k), from, added, fromSrc);
+    vExits_.emplace_back(&next, incIndexBy2(k), added, to, toTrg);
     return true;
 }
 

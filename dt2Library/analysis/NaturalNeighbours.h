@@ -44,6 +44,13 @@ class NaturalNeighbours {
         int i;
         std::uint32_t src, trg;  // in vCorners_
         double cross;            // of the two ends
+
+        Exit(const Triangle2* pTriangle, int edge, size_t from, size_t to, double crossOfEnds)
+            : pT(pTriangle),
+              i(edge),
+              src(static_cast<std::uint32_t>(from)),
+              trg(static_cast<std::uint32_t>(to)),
+              cross(crossOfEnds) {}
     };
 
     bool isBarrier(const Triangle2* pT, int i) const { return !pT->getOppositeTriangle(i) || dt2_.isConstraint(pT, i); }

@@ -65,6 +65,17 @@ size_t RasterGrid::getCrossing(const Point2& low, const Point2& high, double y, 
     return j;
 }
 
+bool RasterGrid::hasExactly(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest) {
+    for (int i = 0; i < 3; ++i) {
+        const Point2 &src = *triangle.getCorner(i), &trg = *triangle.getCorner(incIndexBy1(i));
+        const Orientation2 side = geomTest.getOrientation2(&src, &trg, &centre);
+        if (side == ORIENTATION2_CW) return false;
+        const bool bStepIsLeft = trg.y() < src.y() || (trg.y() == src.y() && trg.x() > src.x());
+        if (side == ORIENTATION2_COLLINEAR && !bStepIsLeft) return false;
+    }
+    return true;
+}
+
 RasterGrid::Span RasterGrid::getWideSpan(const Triangle2& triangle, double y, const Span& columns,
                                          GeomTest& geomTest) const {
     Span span{columns.begin, columns.begin};

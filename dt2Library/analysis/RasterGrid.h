@@ -67,9 +67,8 @@ class RasterGrid {
     /// The cells whose centres are in the box of a triangle, without those at its highest point.
     Cells getCellsAround(const Triangle2& triangle) const {
         const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
-        const Span columns = getColumns(std::min({a.x(), b.x(), c.x()}), std::max({a.x(), b.x(), c.x()}));
-        if (columns.begin >= columns.end) return {{0, 0}, columns};
-        return {getRows(std::min({a.y(), b.y(), c.y()}), std::max({a.y(), b.y(), c.y()})), columns};
+        return {getRows(std::min({a.y(), b.y(), c.y()}), std::max({a.y(), b.y(), c.y()})),
+                getColumns(std::min({a.x(), b.x(), c.x()}), std::max({a.x(), b.x(), c.x()}))};
     }
     /// Calls f(row, begin, end) for the rows of the given cells in which the triangle has centres. The predicates must
     /// cover the magnitude.
@@ -98,6 +97,7 @@ class RasterGrid {
     Span getSpan(const Triangle2& triangle, double y, const Span& columns, GeomTest& geomTest) const;
     Span getWideSpan(const Triangle2& triangle, double y, const Span& columns, GeomTest& geomTest) const;
     static bool has(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest);
+    static bool hasExactly(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest);
 
     RasterFrame frame_;
     double perWidth_, perHeight_;
@@ -133,16 +133,17 @@ inline RasterGrid::Span RasterGrid::getRows(double minY, double endY) const {
     return rows;
 }
 
-/// Whether a centre belongs to the triangle, by the rule of the class.
+/// Whether a centre belongs to the triangle, by the rule of the class. Where the least of the orientation determinants is
+/// certain (GeomTest::productFilterOri2), it decides alone.
 inline bool RasterGrid::has(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest) {
-    for (int i = 0; i < 3; ++i) {
-        const Point2 &src = *triangle.getCorner(i), &trg = *triangle.getCorner(i == 2 ? 0 : i + 1);
-        const Orientation2 side = geomTest.getOrientation2(&src, &trg, &centre);
-        if (side == ORIENTATION2_CW) return false;
-        const bool bStepIsLeft = trg.y() < src.y() || (trg.y() == src.y() && trg.x() > src.x());
-        if (side == ORIENTATION2_COLLINEAR && !bStepIsLeft) return false;
-    }
-    return true;
+    const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
+    const double ax = a.x() - centre.x(), bx = b.x() - centre.x(), cx = c.x() - centre.x();
+    const double ay = a.y() - centre.y(), by = b.y() - centre.y(), cy = c.y() - centre.y();
+    const double least = std::min(std::min(ax * by - ay * bx, bx * cy - by * cx), cx * ay - cy * ax);
+    const double width = std::max(std::max(std::abs(ax), std::abs(bx)), std::abs(cx));
+    const double height = std::max(std::max(std::abs(ay), std::abs(by)), std::abs(cy));
+    const double slack = 7e-16 * width * height + 1e-290;
+    return std::abs(least) > slack ? least > 0.0 : hasExactly(triangle, centre, geomTest);
 }
 
 inline RasterGrid::Span RasterGrid::getSpan(const Triangle2& triangle, double y, const Span& columns,

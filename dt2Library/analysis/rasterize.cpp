@@ -93,6 +93,9 @@ class Rasterizer {
     struct Place {
         const Triangle2* pT;
         size_t row, column;
+
+        Place(const Triangle2* pTriangle, size_t rowOfCell, size_t columnOfCell)
+            : pT(pTriangle), row(rowOfCell), column(columnOfCell) {}
     };
     /// The state of one thread.
     struct Worker {
@@ -170,6 +173,7 @@ void Rasterizer::scanTriangles(size_t begin, size_t end, Worker& worker) {
         const Triangle2& triangle = *vTriangles_[k];
         const RasterGrid::Cells cells = grid_.getCellsAround(triangle);
         if (bAll_) noteHullEdges(vTriangles_[k], worker);
+        if (cells.size() == 0) continue;
         if (cells.size() <= MAX_CELLS) {
             scan(triangle, cells, worker);
         } else {
@@ -191,7 +195,7 @@ void Rasterizer::scan(const Triangle2& triangle, const RasterGrid::Cells& cells,
         progress_.throwIfStopped();
         if (aHas_) std::fill_n(aHas_ + (&getCell(row, begin) - aCells_), end - begin, std::uint8_t(1));
         if (kind_ == RK_NATURAL_NEIGHBOUR) {
-            for (size_t column = begin; column < end; ++column) worker.vPlaces.push_back({&triangle, row, column});
+            for (size_t column = begin; column < end; ++column) worker.vPlaces.emplace_back(&triangle, row, column);
             return;
         }
         if (!plane) plane.emplace(triangle);
@@ -251,9 +255,9 @@ void Rasterizer::fillByNeighbours(Worker& worker) {
             NaturalNeighbours::prefetchNeighbours(*vPlaces[k + 2 * AHEAD].pT);
             NaturalNeighbours::prefetchCorners(*vPlaces[k + AHEAD].pT);
         }
-        const auto [pT, row, column] = vPlaces[k];
-        const Point2 centre(grid_.getX(column), grid_.getY(row), 0.0);
-        getCell(row, column) = worker.neighbours.getHeight(*pT, centre);
+        const Place& place = vPlaces[k];
+        const Point2 centre(grid_.getX(place.column), grid_.getY(place.row), 0.0);
+        getCell(place.row, place.column) = worker.neighbours.getHeight(*place.pT, centre);
     }
     worker.vPlaces.clear();
 }

@@ -208,13 +208,12 @@ class GeomTest {
     std::unique_ptr<LineRationals, Discard> pLineRationals_;
 };
 
-/// 3.33e-15 is three times the rounding error of the
-/// determinant relative to its permanent (Shewchuk 1997). By |uv| <= (u^2 + v^2) / 2, the permanent is at most ab + bc
-/// + ca for the squared lengths a, b, c, which cost a third of it. Adding 1e-140 to two of them makes the bound hold
-/// under underflow too: each of the products of two differences loses at most h = 2^-1075 and is multiplied by at most
-/// the sum s of the squared lengths, so that all losses together stay below 20 h (s + 1), and the bound is greater by
-/// 3.33e-155 s + 3.33e-295. An overflow in the determinant also occurs in the bound, and nothing exceeds an infinite
-/// bound or NaN.
+/// 3.33e-15 is three times the rounding error of the determinant relative to its permanent (Shewchuk 1997). By |uv| <=
+/// (u^2 + v^2) / 2, the permanent is at most ab + bc + ca for the squared lengths a, b, c, which cost a third of it.
+/// Adding 1e-140 to two of them makes the bound hold under underflow too: each of the products of two differences loses
+/// at most h = 2^-1075 and is multiplied by at most the sum s of the squared lengths, so that all losses together stay
+/// below 20 h (s + 1), and the bound is greater by 3.33e-155 s + 3.33e-295. An overflow in the determinant also occurs
+/// in the bound, and nothing exceeds an infinite bound or NaN.
 inline int GeomTest::getSureSignInCircle(double det, double a, double b, double c) {
     constexpr double lift = 1e-140;
     const double liftedA = a + lift, liftedC = c + lift;
