@@ -302,7 +302,7 @@ void CutAndFillImpl::assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int
         for (const ConstraintSegment2* pPiece : vPieces) {
             for (const Point2* pVtx : {pPiece->getSrc(), pPiece->getTrg()}) {
                 double& height = heights_[pVtx].aHeights[ithInput];
-                if (height == BeforeAfter::MISSING) height = getZOnSegment(src, trg, pVtx->x(), pVtx->y());
+                if (height == BeforeAfter::MISSING) height = getHeightOn(src, trg, pVtx->x(), pVtx->y());
             }
         }
     }
