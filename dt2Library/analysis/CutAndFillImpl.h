@@ -9,6 +9,7 @@
 
 #include "analysis/EdgeCrossings.h"
 #include "analysis/HeightMap.h"
+#include "analysis/LinePiece.h"
 #include "kernel/VertexPairMap.h"
 #include "kernel/flatSets.h"
 #include "kernel/tools.h"
@@ -76,7 +77,7 @@ class CutAndFillImpl {
 
     /// Lines that must be edges of the combined triangulation.
     struct Lines {
-        std::vector<VertexPair> vPieces;         // edges that are no constraints
+        std::vector<LinePiece> vPieces;          // edges that are no constraints
         std::vector<ConstraintGraph2*> vGraphs;  // the pieces that became constraints
     };
 
@@ -108,8 +109,9 @@ class CutAndFillImpl {
     std::vector<Point2*> insertPoints(const EdgeCrossings& crossings);
     void divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings);
     void establishPieces();
-    void listResult();
-    bool doesBorderFold() const;
+    std::vector<VertexPair> takeMissing(Lines& lines) const;
+    AddressSet listResult();
+    bool doesBorderFold(const AddressSet& sResult) const;
     bool leaveOutside();
     void setHeights();
     void assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput);
@@ -127,7 +129,7 @@ class CutAndFillImpl {
     }
     static void cutT(const Triangle2* pT, std::vector<ZeroSegment>& vZeroLine);
     void insertZeros(const Cuts& cuts);
-    static void dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces,
+    static void dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<LinePiece>& vPieces,
                              AddressSet& sOnPieces);
     std::vector<VertexPair> joinZeros(const Cuts& cuts, const VertexPairMap<Point2>& mZeros) const;
     void realCut(const Cuts& cuts);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -34,15 +35,6 @@ Bbox2 getBoxOf(const Triangle2* pT) {
     Bbox2 box;
     for (int i = 0; i < 3; ++i) box.add(*pT->getCorner(i));
     return box;
-}
-
-/// Dt2::isEdge, which visits only the triangles of one vertex if these are few.
-bool isEdge(const Dt2& dt2, Point2* p0, Point2* p1) {
-    constexpr int MAX_LOOKED = 16;
-    int numPassed = 0;
-    const Triangle2* pT = findIncidentTriangle(
-        p0, [&](const Triangle2* pCandidate) { return pCandidate->hasVertex(p1) || ++numPassed > MAX_LOOKED; });
-    return pT && (numPassed <= MAX_LOOKED || dt2.isEdge(p0, p1));
 }
 
 /// Warns; returns false.
@@ -141,7 +133,7 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
     for (const Surface& surface : aSurfaces_) {
         vPoints.insert(vPoints.end(), surface.vPoints.begin(), surface.vPoints.end());
     }
-    for (const EdgeCrossings::Crossing& crossing : crossings.getCrossings()) vPoints.push_back(crossing.place);
+    for (const EdgeCrossings::Crossing& crossing : crossings.getCrossings()) vPoints.push_back(crossing.getPlace());
     std::vector<Point2*> vHandles;
     combined_.getImpl()->insertVector(vPoints, vHandles);
     size_t k = 0;
@@ -167,7 +159,7 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
 
 void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings) {
     const Surface& surface = aSurfaces_[ithInput];
-    std::vector<VertexPair>& vPieces = aLines_[ithInput].vPieces;
+    std::vector<LinePiece>& vPieces = aLines_[ithInput].vPieces;
     CancelPoint<> cancelPoint;
     crossings.forEachEdge(ithInput, [&](const EdgeCrossings::Edge& edge, const std::vector<std::uint32_t>& vOnEdge) {
         cancelPoint.pass();
@@ -186,44 +178,56 @@ void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, c
 /// to be an edge because of a new vertex is found in the next round.
 void CutAndFillImpl::establishPieces() {
     ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
-    CancelPoint<> cancelPoint;
-    const auto isThere = [&](const VertexPair& piece) {
-        cancelPoint.pass();
-        return isEdge(*combined_.getImpl(), piece.first, piece.second);
-    };
     for (bool bComplete = false; !bComplete;) {
         bComplete = true;
         for (Lines& lines : aLines_) {
-            const auto firstMissing = std::stable_partition(lines.vPieces.begin(), lines.vPieces.end(), isThere);
-            const std::vector<VertexPair> vMissing(firstMissing, lines.vPieces.end());
-            lines.vPieces.erase(firstMissing, lines.vPieces.end());
+            const std::vector<VertexPair> vMissing = takeMissing(lines);
             if (vMissing.empty()) continue;
-            lines.vGraphs.push_back(manager.createConstraint(vMissing, CIS_CONSTRAINED_DELAUNAY, true));
+            lines.vGraphs.push_back(manager.createEdges(vMissing, CIS_CONSTRAINED_DELAUNAY, false));
             bComplete = false;
         }
     }
 }
 
+/// Takes the pieces that are no edges out of the list, which keeps its order.
+std::vector<CutAndFillImpl::VertexPair> CutAndFillImpl::takeMissing(Lines& lines) const {
+    constexpr std::ptrdiff_t AHEAD = 16;
+    std::vector<VertexPair> vMissing;
+    const Triangle2* pNear = nullptr;
+    const LinePiece* const pEnd = lines.vPieces.data() + lines.vPieces.size();
+    CancelPoint<> cancelPoint;
+    const auto isMissing = [&](LinePiece& piece) {
+        cancelPoint.pass();
+        if (pEnd - &piece > AHEAD) __builtin_prefetch((&piece)[AHEAD].pT);
+        const bool bThere = isEdge(*combined_.getImpl(), piece, pNear);
+        if (!bThere) vMissing.push_back(piece.getEnds());
+        pNear = piece.pT;
+        return !bThere;
+    };
+    lines.vPieces.erase(std::remove_if(lines.vPieces.begin(), lines.vPieces.end(), isMissing), lines.vPieces.end());
+    return vMissing;
+}
+
 /// Lists the triangles of the result zone in the order of their records, in which neighbours are close together.
-void CutAndFillImpl::listResult() {
+AddressSet CutAndFillImpl::listResult() {
     std::vector<Triangle2*> vTriangles;
     pResultZone_->getTriangles(vTriangles);
-    AddressSet sInZone = toSet(vTriangles);
+    AddressSet sResult = toSet(vTriangles);
     vResultTriangles_.clear();
     vResultTriangles_.reserve(vTriangles.size());
     CancelPoint<> cancelPoint;
     combined_.getImpl()->forEachTriangle([&](Triangle2* pT) {
         cancelPoint.pass();
-        if (sInZone.contains(pT)) vResultTriangles_.push_back(pT);
+        if (sResult.contains(pT)) vResultTriangles_.push_back(pT);
     });
+    return sResult;
 }
 
 /// Whether the result lies on both sides of a piece of a border.
-bool CutAndFillImpl::doesBorderFold() const {
+bool CutAndFillImpl::doesBorderFold(const AddressSet& sResult) const {
     const Dt2& dt2 = *combined_.getImpl();
     std::vector<ConstraintSegment2*> vPieces;
     for (const Surface& surface : aSurfaces_) surface.pBorder->getChildConstraintSegments(vPieces);
-    AddressSet sResult = toSet(vResultTriangles_);
     CancelPoint<> cancelPoint;
     return std::any_of(vPieces.begin(), vPieces.end(), [&](const ConstraintSegment2* pPiece) {
         cancelPoint.pass();
@@ -236,8 +240,7 @@ bool CutAndFillImpl::doesBorderFold() const {
 /// Where borders are bent to near vertices, a chain may run back over itself. The zone on its left then also contains
 /// regions outside the border, which are removed here. False if no triangle remains.
 bool CutAndFillImpl::leaveOutside() {
-    listResult();
-    if (!doesBorderFold()) return true;
+    if (!doesBorderFold(listResult())) return true;
     const EdgeSet sBorders = getAlivePieces({aSurfaces_[0].pBorder, aSurfaces_[1].pBorder});
     AddressSet asInputs[2] = {toSet(aSurfaces_[0].vTriangles), toSet(aSurfaces_[1].vTriangles)}, sSeen;
     const auto isInside = [&](const Point2& point) {

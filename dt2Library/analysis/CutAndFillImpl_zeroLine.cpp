@@ -151,8 +151,8 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
         setToZero(cut.edge.first);
         mZeros.add(cut.edge.first, cut.edge.second, cut.edge.first);
     }
-    std::vector<VertexPair>& vPieces = aLines_[2].vPieces;
-    vPieces = joinZeros(cuts, mZeros);
+    std::vector<LinePiece>& vPieces = aLines_[2].vPieces;
+    for (const auto& [pSrc, pTrg] : joinZeros(cuts, mZeros)) vPieces.emplace_back(pSrc, pTrg);
     // With a threshold the difference is not linear within a cell, so that divided diagonals must stay too.
     for (size_t k = 0; tolerance_ > 0.0 && k < vHandles.size(); ++k) {
         if (sOnPieces.contains(vHandles[k])) continue;
@@ -162,19 +162,19 @@ void CutAndFillImpl::insertZeros(const Cuts& cuts) {
     }
 }
 
-void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<VertexPair>& vPieces,
+void CutAndFillImpl::dividePieces(const VertexPairMap<Point2>& mZeros, std::vector<LinePiece>& vPieces,
                                   AddressSet& sOnPieces) {
-    std::vector<VertexPair> vDivided;
+    std::vector<LinePiece> vDivided;
     vDivided.reserve(vPieces.size() + vPieces.size() / 2);
     CancelPoint<> cancelPoint;
-    for (const VertexPair& piece : vPieces) {
+    for (const LinePiece& piece : vPieces) {
         cancelPoint.pass();
-        Point2* pZero = isMixed(piece) ? mZeros.find(piece.first, piece.second) : nullptr;
-        if (pZero) {
-            sOnPieces.insert(pZero);
-            vDivided.emplace_back(piece.first, pZero);
-        }
-        vDivided.emplace_back(pZero ? pZero : piece.first, piece.second);
+        Point2* pZero = isMixed(piece.getEnds()) ? mZeros.find(piece.pSrc, piece.pTrg) : nullptr;
+        vDivided.push_back(piece);
+        if (!pZero) continue;
+        sOnPieces.insert(pZero);
+        vDivided.back().pTrg = pZero;
+        vDivided.emplace_back(pZero, piece.pTrg);
     }
     vPieces.swap(vDivided);
 }

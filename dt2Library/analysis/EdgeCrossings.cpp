@@ -37,8 +37,9 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
         cancelPoint.pass();
         if (second.vEdges[e].bInner) follow(e);
     }
-    for (const int ithSurface : {1, 0}) keepApart(ithSurface);
-    if (avOrders_[1].size() > vCrossings_.size()) sortAlong(1);
+    keepApart(1);
+    sortAlongFirst();
+    keepApart(0);
 }
 
 void EdgeCrossings::numberEdgesOfFirst() {
@@ -94,7 +95,8 @@ bool EdgeCrossings::enterFirstMesh(std::uint32_t from, const Point2* q, Triangle
 
 void EdgeCrossings::follow(std::uint32_t e) {
     std::uint32_t from = aSurfaces_[1].vEdges[e].src, to = aSurfaces_[1].vEdges[e].trg;
-    if (vLocations_[from].second >= 0 && vLocations_[from].second < 3) std::swap(from, to);
+    const bool bBackwards = vLocations_[from].second >= 0 && vLocations_[from].second < 3;
+    if (bBackwards) std::swap(from, to);
     const Point2 *p = &aSurfaces_[1].vPoints[from], *q = &aSurfaces_[1].vPoints[to];
     Triangle2* pT = vLocations_[from].first;
     int i = 0;
@@ -103,12 +105,14 @@ void EdgeCrossings::follow(std::uint32_t e) {
         const Point2 *a = pT->getCorner(incIndexBy1(i)), *b = pT->getCorner(incIndexBy2(i));
         return geomTest_.getOrientation2(a, b, q) == ORIENTATION2_CW;
     };
+    const auto first = static_cast<std::ptrdiff_t>(vCrossings_.size());
     while (isBeyond()) {
         note(pT, i, e);
-        if (!pT->getOppositeTriangle(i)) return;
+        if (!pT->getOppositeTriangle(i)) break;
         if (crossEdge(geomTest_, p, q, pT, i) != ORIENTATION2_COLLINEAR) continue;
-        if (!passCorner(q, pT, i)) return;
+        if (!passCorner(q, pT, i)) break;
     }
+    if (bBackwards) std::reverse(vCrossings_.begin() + first, vCrossings_.end());
 }
 
 const Point2& EdgeCrossings::getEnd(int ithSurface, std::uint32_t edge, bool bTrg) const {
@@ -135,56 +139,67 @@ void EdgeCrossings::note(const Triangle2* pT, int i, std::uint32_t e) {
             const double cross = dx * (pOther->y() - src.y()) - dy * (pOther->x() - src.x());
             if (!(std::abs(cross) > clearance_ * length)) return;
         }
-        crossing.aParameters[k] = (dx * (x - src.x()) + dy * (y - src.y())) / (length * length);
-        if (!(crossing.aParameters[k] > 0.0 && crossing.aParameters[k] < 1.0)) return;
+        const double along = (dx * (x - src.x()) + dy * (y - src.y())) / (length * length);
+        if (!(along > 0.0 && along < 1.0)) return;
         crossing.aHeights[k] = getZOnSegment(src, trg, x, y);
     }
-    crossing.place = Point2(x, y, 0.0);
+    crossing.x = x;
+    crossing.y = y;
     vCrossings_.push_back(crossing);
 }
 
 /// Of crossings near each other on an edge, keeps only the first.
 void EdgeCrossings::keepApart(int ithSurface) {
-    sortAlong(ithSurface);
+    const auto num = static_cast<std::uint32_t>(vCrossings_.size());
+    std::vector<std::uint32_t> vNewNumbers(num, 0);  // NO_EDGE for those that are dropped
     const Crossing* pLast = nullptr;
     bool bDropped = false;
-    for (const std::uint32_t k : avOrders_[ithSurface]) {
-        Crossing& crossing = vCrossings_[k];
+    for (std::uint32_t k = 0; k < num; ++k) {
+        const Crossing& crossing = getCrossing(ithSurface, k);
         const bool bSameEdge = pLast && pLast->aEdges[ithSurface] == crossing.aEdges[ithSurface];
-        crossing.bDropped = bSameEdge && !(distance2D(pLast->place, crossing.place) > clearance_);
-        if (!crossing.bDropped) pLast = &crossing;
-        bDropped = bDropped || crossing.bDropped;
+        if (bSameEdge && !(std::hypot(pLast->x - crossing.x, pLast->y - crossing.y) > clearance_)) {
+            vNewNumbers[getNumber(ithSurface, k)] = NO_EDGE;
+            bDropped = true;
+        } else {
+            pLast = &crossing;
+        }
     }
     if (!bDropped) return;
-    vCrossings_.erase(std::remove_if(vCrossings_.begin(), vCrossings_.end(),
-                                     [](const Crossing& crossing) { return crossing.bDropped; }),
-                      vCrossings_.end());
-    sortAlong(ithSurface);
+    std::uint32_t numKept = 0;
+    for (std::uint32_t k = 0; k < num; ++k) {
+        if (vNewNumbers[k] == NO_EDGE) continue;
+        vNewNumbers[k] = numKept;
+        vCrossings_[numKept++] = vCrossings_[k];
+    }
+    vCrossings_.resize(numKept);
+    const auto isDropped = [&](std::uint32_t k) { return vNewNumbers[k] == NO_EDGE; };
+    vOrder_.erase(std::remove_if(vOrder_.begin(), vOrder_.end(), isDropped), vOrder_.end());
+    for (std::uint32_t& number : vOrder_) number = vNewNumbers[number];
 }
 
 /// By edge, counting the crossings of each, then along each edge.
-void EdgeCrossings::sortAlong(int ithSurface) {
-    std::vector<std::uint32_t> vEnds(aSurfaces_[ithSurface].vEdges.size(), 0);
-    for (const Crossing& crossing : vCrossings_) ++vEnds[crossing.aEdges[ithSurface]];
+void EdgeCrossings::sortAlongFirst() {
+    std::vector<std::uint32_t> vEnds(aSurfaces_[0].vEdges.size(), 0);
+    for (const Crossing& crossing : vCrossings_) ++vEnds[crossing.aEdges[0]];
     std::partial_sum(vEnds.begin(), vEnds.end(), vEnds.begin());
-    std::vector<std::uint32_t>& vOrder = avOrders_[ithSurface];
-    vOrder.resize(vCrossings_.size());
+    std::vector<std::pair<double, std::uint32_t>> vAlong(vCrossings_.size());
     std::vector<std::uint32_t> vNext = vEnds;
-    for (size_t k = vCrossings_.size(); k-- > 0;) {
-        vOrder[--vNext[vCrossings_[k].aEdges[ithSurface]]] = static_cast<std::uint32_t>(k);
+    for (auto k = static_cast<std::uint32_t>(vCrossings_.size()); k-- > 0;) {
+        const Crossing& crossing = vCrossings_[k];
+        const Point2 &src = getEnd(0, crossing.aEdges[0], false), &trg = getEnd(0, crossing.aEdges[0], true);
+        const double dx = trg.x() - src.x(), dy = trg.y() - src.y();
+        vAlong[--vNext[crossing.aEdges[0]]] = {dx * (crossing.x - src.x()) + dy * (crossing.y - src.y()), k};
     }
-    const auto isBefore = [&](std::uint32_t a, std::uint32_t b) {
-        const double t0 = vCrossings_[a].aParameters[ithSurface], t1 = vCrossings_[b].aParameters[ithSurface];
-        return t0 != t1 ? t0 < t1 : a < b;
-    };
-    auto first = vOrder.begin();
+    auto first = vAlong.begin();
     CancelPoint<> cancelPoint;
     for (const std::uint32_t end : vEnds) {
         cancelPoint.pass();
-        const auto last = vOrder.begin() + end;
-        std::sort(first, last, isBefore);
+        const auto last = vAlong.begin() + end;
+        if (last - first > 1) std::sort(first, last);
         first = last;
     }
+    vOrder_.reserve(vAlong.size());
+    for (const auto& [along, k] : vAlong) vOrder_.push_back(k);
 }
 
 }  // namespace LUMO_TARO25D

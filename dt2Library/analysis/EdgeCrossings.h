@@ -31,11 +31,11 @@ class EdgeCrossings {
         const std::vector<Edge>& vEdges;
     };
     struct Crossing {
-        Point2 place;
+        Point2 getPlace() const { return Point2(x, y, 0.0); }
+
+        double x, y;
         double aHeights[2];       // on the edge of either surface
         std::uint32_t aEdges[2];  // one of either surface
-        double aParameters[2];    // along the edges, 0 at the source and 1 at the target
-        bool bDropped = false;
     };
 
     /// The edges of the first surface must be those of the mesh.
@@ -46,13 +46,12 @@ class EdgeCrossings {
     /// to target.
     template <class VisitT>
     void forEachEdge(int ithSurface, const VisitT& visit) const {
-        size_t k = 0;
+        std::uint32_t k = 0;
         std::vector<std::uint32_t> vOnEdge;
-        const std::vector<std::uint32_t>& vOrder = avOrders_[ithSurface];
         for (std::uint32_t e = 0; e < aSurfaces_[ithSurface].vEdges.size(); ++e) {
             vOnEdge.clear();
-            for (; k < vOrder.size() && vCrossings_[vOrder[k]].aEdges[ithSurface] == e; ++k) {
-                vOnEdge.push_back(vOrder[k]);
+            for (; k < vCrossings_.size() && getCrossing(ithSurface, k).aEdges[ithSurface] == e; ++k) {
+                vOnEdge.push_back(getNumber(ithSurface, k));
             }
             visit(aSurfaces_[ithSurface].vEdges[e], vOnEdge);
         }
@@ -66,7 +65,10 @@ class EdgeCrossings {
     void follow(std::uint32_t e);
     void note(const Triangle2* pT, int i, std::uint32_t e);
     void keepApart(int ithSurface);
-    void sortAlong(int ithSurface);
+    void sortAlongFirst();
+    /// The number of crossing k in the order of the edges of a surface. The list has the order of the second one.
+    std::uint32_t getNumber(int ithSurface, std::uint32_t k) const { return ithSurface == 1 ? k : vOrder_[k]; }
+    const Crossing& getCrossing(int ithSurface, std::uint32_t k) const { return vCrossings_[getNumber(ithSurface, k)]; }
     const Point2& getEnd(int ithSurface, std::uint32_t edge, bool bTrg) const;
 
     static constexpr std::uint32_t NO_EDGE = ~std::uint32_t(0);
@@ -77,8 +79,8 @@ class EdgeCrossings {
     double clearance_ = 0.0;
     RecordMap<Triangle2, std::array<std::uint32_t, 3>> mEdges_;  // of the triangles of the first surface
     std::vector<std::pair<Triangle2*, int>> vLocations_;         // of the points of the second one
-    std::vector<Crossing> vCrossings_;
-    std::vector<std::uint32_t> avOrders_[2];  // the crossings, by edge and from its source on
+    std::vector<Crossing> vCrossings_;                           // by edge of the second surface and from its source on
+    std::vector<std::uint32_t> vOrder_;  // the crossings, by edge of the first surface and from its source on
 };
 
 }  // namespace LUMO_TARO25D

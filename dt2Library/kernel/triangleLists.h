@@ -117,6 +117,7 @@ void spread(std::vector<Triangle2*>& vReached, size_t begin, AddressSet& sMarked
             if (pN && !sMarked.contains(pN) && mayCross(pT, i, pN)) {
                 sMarked.insert(pN);
                 vReached.push_back(pN);
+                __builtin_prefetch(pN);  // the front winds through the whole mesh
             }
         }
     }

@@ -77,11 +77,11 @@ void checkCrossings(const EdgeCrossings& crossings, const Network& first, const 
             double reached = 0;
             for (const std::uint32_t i : vOnEdge) {
                 const EdgeCrossings::Crossing& crossing = crossings.getCrossings()[i];
-                EXPECT_LT(sqDistanceToSegment2D(crossing.place, src, trg), 1e-20);
-                EXPECT_NEAR(crossing.aHeights[k], getZOnSegment(src, trg, crossing.place.x(), crossing.place.y()),
-                            1e-12);
-                EXPECT_GT(distance2D(src, crossing.place), reached);
-                reached = distance2D(src, crossing.place);
+                EXPECT_LT(sqDistanceToSegment2D(crossing.getPlace(), src, trg), 1e-20);
+                EXPECT_NEAR(crossing.aHeights[k],
+                            getZOnSegment(src, trg, crossing.getPlace().x(), crossing.getPlace().y()), 1e-12);
+                EXPECT_GT(distance2D(src, crossing.getPlace()), reached);
+                reached = distance2D(src, crossing.getPlace());
             }
             numVisited += vOnEdge.size();
         });
@@ -122,7 +122,8 @@ TEST(EdgeCrossings, LeaveOutWhatIsNextToAnEndOrToEachOther) {
     const EdgeCrossings crossings(*lattice.mesh.getImpl(), {lattice.vPoints, lattice.vEdges},
                                   {beside.vPoints, beside.vEdges});
     for (const EdgeCrossings::Crossing& crossing : crossings.getCrossings()) {
-        const double x = crossing.place.x(), y = crossing.place.y();  // only diagonals cross each other elsewhere
+        const double x = crossing.getPlace().x(),
+                     y = crossing.getPlace().y();  // only diagonals cross each other elsewhere
         EXPECT_NEAR(x - std::floor(x), 0.5, 1e-8);
         EXPECT_NEAR(y - std::floor(y), 0.5, 1e-8);
     }
