@@ -12,4 +12,6 @@ def main() -> None:
     except ImportError as error:
         print(f"taro25d: the command needs the package {error.name}: pip install 'taro25d[io]'", file=sys.stderr)
         sys.exit(1)
+    except KeyboardInterrupt:
+        sys.exit(130)
     sys.exit(run())

@@ -153,7 +153,8 @@ def run(arguments: Sequence[str] | None = None) -> int:
         except click.ClickException as error:
             error.show()
             return error.exit_code
-        except (click.Abort, KeyboardInterrupt):
+        except (click.Abort, KeyboardInterrupt) as error:
+            _say("error", str(error.__cause__ or error) or "interrupted")
             return INTERRUPTED
         except BrokenPipeError:
             os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())

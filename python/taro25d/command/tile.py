@@ -2,9 +2,13 @@
 
 from __future__ import annotations
 
+import contextlib
 import logging
-from collections.abc import Sequence
+import signal
+from collections.abc import Iterator, Sequence
+from multiprocessing import resource_tracker
 from pathlib import Path
+from typing import Any
 
 import click
 
@@ -25,12 +29,7 @@ def tile(
     others = [path for path in source if not path.name.lower().endswith((".las", ".laz"))]
     if class_ and others:
         raise click.BadParameter(f"{others[0]} is no LAS file, and has no classes", param_hint="--class")
-    distributed = require("distributed", "tiles")
-    logging.getLogger("distributed").setLevel(logging.CRITICAL)
-    with distributed.Client(
-        n_workers=workers, threads_per_worker=1, dashboard_address=":0", set_as_default=False,
-        silence_logs=logging.CRITICAL,
-    ) as client:  # fmt: skip
+    with _working(workers) as client:
         bar = Bar(delay=1.0)
         try:
             kept = list(class_) or None
@@ -39,7 +38,32 @@ def tile(
                 result.write_terrain(terrain, client=client, progress=bar)
         except (CrsError, FormatError):
             raise
+        except KeyboardInterrupt as error:
+            raise KeyboardInterrupt("interrupted; the same command goes on where it was") from error
         except InvalidInputError as error:
             raise FormatError(f"{source[0]}: {error}") from error
         finally:
             bar.close()
+
+
+@contextlib.contextmanager
+def _working(num: int | None) -> Iterator[Any]:
+    """Start worker processes.
+
+    A terminal sends Ctrl-C to them too. They must not act on it, because this process ends them. They inherit the mask of
+    the thread that starts them, which is a thread that the client makes. The resource tracker must run before: its start
+    would clear the mask.
+    """
+    distributed = require("distributed", "tiles")
+    logging.getLogger("distributed").setLevel(logging.CRITICAL)
+    resource_tracker.ensure_running()
+    former = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
+    try:
+        with distributed.Client(
+            n_workers=num, threads_per_worker=1, dashboard_address=":0", set_as_default=False,
+            silence_logs=logging.CRITICAL,
+        ) as client:  # fmt: skip
+            signal.pthread_sigmask(signal.SIG_SETMASK, former)
+            yield client
+    finally:
+        signal.pthread_sigmask(signal.SIG_SETMASK, former)
