@@ -102,6 +102,13 @@ def test_tiles_of_the_globe(tmp_path: pathlib.Path, client) -> None:
     layer, tiles = json.loads((tmp_path / "web" / "layer.json").read_text()), read_all(tmp_path / "web")
     assert layer["projection"] == "EPSG:4326" and layer["name"] == "A <b> & c"
     assert count_mismatches(tiles)[1] == 0
+    first = layer["taro25d"]["first"]
+    assert layer["minzoom"] == 0 and first > 5
+    for (z, x, y), tile in tiles.items():
+        assert z == 0 or (z - 1, x >> 1, y >> 1) in tiles  # viewers come to a tile through those above it
+        if z < first:
+            assert get_areas(tile).min() > 0 and get_areas(tile).sum() == STEPS**2 and not tile.heights.any()
+    assert (0, 0, 0) in tiles and (0, 1, 0) in tiles
     to_survey = pyproj.Transformer.from_crs("EPSG:4326", "EPSG:32632", always_xy=True)
     to_space = pyproj.Transformer.from_crs("EPSG:4979", "EPSG:4978", always_xy=True)
     tin = taro25d.Triangulation(points)
@@ -111,9 +118,11 @@ def test_tiles_of_the_globe(tmp_path: pathlib.Path, client) -> None:
         space = np.column_stack(to_space.transform(*places.T, tile.heights))
         assert np.linalg.norm(space - tile.sphere[:3], axis=1).max() <= tile.sphere[3] + 1e-3
         assert np.linalg.norm(tile.center - tile.sphere[:3]) == 0
+        if z == 0:
+            continue  # half of the globe is never below the horizon
         # Who sees a vertex sees the point: it is above the horizon of all the ground from which a vertex is.
         scaled = space / [6378137.0, 6378137.0, 6356752.3142451793]
-        size = np.linalg.norm(scaled, axis=1)
+        size = np.maximum(1, np.linalg.norm(scaled, axis=1))  # rounding
         angle = np.arccos(np.clip(scaled @ tile.horizon / size / np.linalg.norm(tile.horizon), -1, 1))
         assert (angle + np.arccos(1 / size) <= np.arccos(1 / np.linalg.norm(tile.horizon)) + 1e-6).all()
         if z == layer["maxzoom"]:

@@ -6,12 +6,11 @@ import type {Place} from './measure';
 /** What layer.json says. */
 export interface LayerText {
     bounds: number[];
-    minzoom: number;
     maxzoom: number;
     available: {startX: number; startY: number; endX: number; endY: number}[][];
     projection: string;
     tiles: string[];
-    taro25d: {origin: number[]; size: number; metres: number; heights: number[]};
+    taro25d: {first: number; origin: number[]; size: number; metres: number; heights: number[]};
 }
 
 export interface Cell {
@@ -67,13 +66,14 @@ export class Layer {
         return this.text.available[z].some(part => x >= part.startX && x <= part.endX && y >= part.startY && y <= part.endY);
     }
 
-    /** The tiles of the coarsest level. */
+    /** The tiles of the coarsest level that has the surface. */
     getRoots(): Cell[] {
-        const {minzoom, available} = this.text;
-        return available[minzoom].flatMap(({startX, startY, endX, endY}) => {
+        const {available, taro25d} = this.text;
+        const z = taro25d.first;
+        return available[z].flatMap(({startX, startY, endX, endY}) => {
             const cells: Cell[] = [];
             for (let x = startX; x <= endX; ++x) {
-                for (let y = startY; y <= endY; ++y) cells.push({z: minzoom, x, y});
+                for (let y = startY; y <= endY; ++y) cells.push({z, x, y});
             }
             return cells;
         });

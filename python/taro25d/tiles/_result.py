@@ -208,12 +208,14 @@ class Tiling:
     ) -> None:
         """Write terrain tiles for the web: a pyramid of quantized meshes (quantized-mesh 1.0), and a page that shows it.
 
-        The finest tiles have the triangles of the surface, each coarser one a simplification of the four below it. On the
-        border between two tiles of one level both have the same vertices. Places are rounded to 1/32767 of the width of a
-        tile, heights to a power of two that is at most 1/8192 of the range of heights of the tile or of those around it, or
-        2^-22 of the largest height. A run that was stopped goes on when it is started again. The folder has ``layer.json``,
-        the tiles as ``{z}/{x}/{y}.terrain`` with rows from the south, and ``index.html``, which a web server has to hand out,
-        for example ``python3 -m http.server --directory FOLDER``.
+        The finest tiles have the triangles of the surface, each coarser one a simplification of the four below it. On
+        the border between two tiles of one level both have the same vertices. Places are rounded to 1/32767 of the
+        width of a tile, heights to a power of two that is at most 1/8192 of the range of heights of the tile or of
+        those around it, or 2^-22 of the largest height. On the globe the levels that are too coarse for the surface
+        have the globe alone, at the height 0; in the others there is nothing around the surface. A run that was stopped
+        goes on when it is started again. The folder has ``layer.json``, the tiles as ``{z}/{x}/{y}.terrain`` with rows
+        from the south, and ``index.html``, which a web server has to hand out, for example ``python3 -m http.server
+        --directory FOLDER``.
 
         Parameters
         ----------

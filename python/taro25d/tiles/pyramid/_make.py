@@ -18,7 +18,7 @@ from ...errors import Error, InvalidInputError, RefusedError
 from .. import _settings
 from .._crew import Crew, workers
 from .._work import Job
-from . import _page, _work
+from . import _globe, _page, _work
 from ._mesh import STEPS
 from ._quantized import find_step
 from ._scheme import Cell, Scheme
@@ -99,7 +99,12 @@ def _make(tiling: Tiling, folder: Path, crew: Crew, wishes: Wishes) -> dict[str,
     made = _make_meshes(crew, order, box, extents)
     tasks = [(order, of, steps) for of, steps in _find_steps(made).items()]
     crew.all("writing", _work.encode_meshes, tasks)
-    return _page.describe(scheme, box, [part.cell for parts in made.values() for part in parts], wishes.title or "")
+    cells = [part.cell for parts in made.values() for part in parts]
+    first = min(cell.z for cell in cells)
+    around = _globe.list_cells(scheme, first, box[:, :2]) if scheme.crs else []
+    for cell in around:
+        _work.write_tile(order, cell, _globe.make_mesh(scheme, cell))
+    return _page.describe(scheme, box, around + cells, first, wishes.title or "")
 
 
 def find_finest(scheme: Scheme, boxes: FloatArray, num: int, points_per_tile: int) -> int:

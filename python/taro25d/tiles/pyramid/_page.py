@@ -36,10 +36,10 @@ img-src data: blob:; connect-src 'self'">
 """
 
 
-def describe(scheme: Scheme, box: FloatArray, cells: Iterable[Cell], title: str) -> dict[str, Any]:
+def describe(scheme: Scheme, box: FloatArray, cells: Iterable[Cell], first: int, title: str) -> dict[str, Any]:
     """Make the description: TileJSON as readers of such tiles know it, and what the page needs beyond it.
 
-    The box has x, y and z of the low and the high corner of all points.
+    The box has x, y and z of the low and the high corner of all points; ``first`` is the first level with the surface.
     """
     by_level: dict[int, list[Cell]] = defaultdict(list)
     for cell in cells:
@@ -57,6 +57,7 @@ def describe(scheme: Scheme, box: FloatArray, cells: Iterable[Cell], title: str)
         "maxzoom": max(by_level),
         "available": [_to_rectangles(by_level[level]) for level in range(max(by_level) + 1)],
         "taro25d": {
+            "first": first,
             "origin": [scheme.west, scheme.south],
             "size": scheme.size,
             "metres": scheme.metres,

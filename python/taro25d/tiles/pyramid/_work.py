@@ -19,7 +19,7 @@ from ...io._files import reading, writing
 from .._work import Job
 from ._cut import Pieces, cut_out, divide_cell, join
 from ._mesh import Mesh, make_coarse, make_finest
-from ._quantized import Steps, encode
+from ._quantized import Steps, encode, find_step
 from ._scheme import Cell, Scheme
 
 BLOCK_LEVELS = 3  # a task makes a tile and the levels below it, fewer where the finest level is nearer
@@ -36,6 +36,10 @@ class Order(NamedTuple):
     def work_path(self, cell: Cell) -> Path:
         """Get where the meshes are that the task of a cell has made."""
         return Path(self.folder) / ".work" / f"{cell.z}-{cell.x}-{cell.y}.npz"
+
+    def tile_path(self, cell: Cell) -> Path:
+        """Get where the file of a tile is."""
+        return Path(self.folder) / str(cell.z) / str(cell.x) / f"{cell.y}.terrain"
 
     @property
     def block(self) -> int:
@@ -121,12 +125,14 @@ def encode_meshes(job: Job, task: tuple[Order, Cell, dict[Cell, NDArray[np.int64
     meshes = order.work_path(of)
     with reading(meshes), np.load(meshes) as file:
         for cell, steps in around.items():
-            path = Path(order.folder) / str(cell.z) / str(cell.x) / f"{cell.y}.terrain"
-            if path.exists():
-                continue
-            mesh = Mesh(*(file[_key(cell, name)] for name in Mesh._fields))
-            content = encode(mesh, cell, order.scheme, Steps(steps))
-            _put(path, gzip.compress(content, mtime=0) if order.compress else content)
+            if not order.tile_path(cell).exists():
+                write_tile(order, cell, Mesh(*(file[_key(cell, name)] for name in Mesh._fields)), Steps(steps))
+
+
+def write_tile(order: Order, cell: Cell, mesh: Mesh, steps: Steps | None = None) -> None:
+    """Write the file of a tile; without steps its heights and those around it are all 0."""
+    content = encode(mesh, cell, order.scheme, steps or Steps(np.full((3, 3), find_step(0, 0))))
+    _put(order.tile_path(cell), gzip.compress(content, mtime=0) if order.compress else content)
 
 
 def _put(path: Path, content: bytes) -> None:
