@@ -51,7 +51,7 @@ def with_startinpy(package: Any, points: Any) -> Any:
 
 
 def measure_library(points: Any, archive: str) -> tuple[float, float]:
-    """Get the seconds of a C++ program for the same points: with the array of triangles, and without."""
+    """Return the seconds of a C++ program for the same points: with the array of triangles, and without."""
     here = Path(__file__).resolve().parent
     with tempfile.TemporaryDirectory() as folder:
         program, data = Path(folder, "library"), Path(folder, "points")

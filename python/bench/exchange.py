@@ -1,4 +1,4 @@
-"""Simulates what 8,192 tiles of a flight exchange, and draws it: ``python exchange.py [PICTURE.png]``.
+"""Simulates what 16,384 tiles of a flight exchange, and draws it: ``python exchange.py [PICTURE.png]``.
 
 The ground is 45 km wide, flown in strips of 600 m that overlap by a fifth, with a cross strip, towns (half as many points
 again), lakes and a river without returns: 2 * 10^10 points. The tiles are cut by the code that does it for real. Two numbers
@@ -21,8 +21,8 @@ from taro25d.tiles._plan import Counts, Plan
 SEED = 7
 CELLS, WIDTH = 1800, 25.0  # cells in each direction, and metres
 PER_METRE = 8.0  # points on a square metre of one strip
-MOST = 2_900_000  # points of a tile
-SAMPLE = 1_000_000
+MOST = 2_000_000  # points of a tile
+SAMPLE = 2_000_000
 SPACINGS = 4.0  # as far as points of others come first
 DIRECTIONS = 16
 

@@ -23,7 +23,7 @@ OFFSETS = np.concatenate(
 
 
 def lay_out() -> tuple[np.ndarray, np.ndarray, np.ndarray]:
-    """Get distances along the road, its places, and the directions across it."""
+    """Return distances along the road, its places, and the directions across it."""
     x = np.arange(17_900.0, 22_900.0, STEP)
     y = 18_300 + 500 * np.sin((x - 17_900) / 1_200)
     place = np.column_stack([x, y])
@@ -34,13 +34,13 @@ def lay_out() -> tuple[np.ndarray, np.ndarray, np.ndarray]:
 
 
 def find_grade(distance: np.ndarray, ground: np.ndarray) -> np.ndarray:
-    """Get heights of the road that rise and fall evenly between places on the ground."""
+    """Return heights of the road that rise and fall evenly between places on the ground."""
     places = np.arange(0, distance[-1] + EVEN, EVEN)
     return np.interp(distance, places, np.interp(places, distance, ground))
 
 
 def design(ground: taro25d.Triangulation, place: np.ndarray, across: np.ndarray, grade: np.ndarray) -> np.ndarray:
-    """Get the points of the design: the road, and slopes that end where they meet the ground."""
+    """Return the points of the design: the road, and slopes that end where they meet the ground."""
     x, y = (place[:, None] + OFFSETS[:, None] * across[:, None]).transpose(2, 0, 1)
     most = (np.abs(OFFSETS) - HALF_WIDTH) / SLOPE
     z = grade[:, None] + np.clip(ground.heights(x, y) - grade[:, None], -most, most)

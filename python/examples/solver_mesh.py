@@ -35,7 +35,7 @@ def make_mesh(terrain: taro25d.Triangulation) -> tuple[taro25d.Triangulation, ta
 
 
 def measure_angles(points: np.ndarray, triangles: np.ndarray) -> np.ndarray:
-    """Get the smallest angle of each triangle, in space."""
+    """Return the smallest angle of each triangle, in space."""
     corners = points[triangles]
     angles = []
     for k in range(3):

@@ -274,7 +274,7 @@ class Mesh:
             _engine.refine(self._surface, self._engine_zone(zone), guide_surface, limits, show)
 
     def heights(self, x: ArrayLike, y: ArrayLike) -> Any:
-        """Get the heights of the surface at places, NaN outside; a float for two numbers, otherwise an array."""
+        """Return the heights of the surface at places, NaN outside; a float for two numbers, otherwise an array."""
         xs, ys = np.broadcast_arrays(np.asarray(x, dtype=np.float64), np.asarray(y, dtype=np.float64))
         places = np.empty((*xs.shape, 2))
         places[..., 0], places[..., 1] = xs, ys

@@ -4,14 +4,24 @@ from __future__ import annotations
 
 import sys
 import time
-from collections.abc import Callable
-from typing import TextIO, TypeAlias
+from collections.abc import Callable, Iterator, Sequence
+from typing import TextIO, TypeAlias, TypeVar
 
 ProgressFunction: TypeAlias = Callable[[str, float], object]
 #: True for a bar, a function of phase and fraction (0 to 1), or False for nothing.
 Progress: TypeAlias = bool | ProgressFunction
 
 _WIDTH = 30
+#: Names of the engine's operations that are not words.
+_PHASES = {
+    "getContours": "contours",
+    "getBands": "bands",
+    "CutAndFill": "cut and fill",
+    "compareSurfaces": "compare surfaces",
+    "Mesh refinement": "refine",
+}
+
+Item = TypeVar("Item")
 
 
 class Bar:
@@ -54,8 +64,18 @@ class showing:  # noqa: N801 - reads as a word in a with statement
         self._function = Bar() if progress is True else (progress or None)
 
     def __enter__(self) -> ProgressFunction | None:
-        return self._function
+        show = self._function
+        return None if show is None else lambda phase, fraction: show(_PHASES.get(phase, phase), fraction)
 
     def __exit__(self, *exception: object) -> None:
         if isinstance(self._function, Bar):
             self._function.close()
+
+
+def counting(phase: str, items: Sequence[Item], show: ProgressFunction | None) -> Iterator[Item]:
+    """Yield items, and show after each hundredth how far the phase is."""
+    step = max(1, len(items) // 100)
+    for number, item in enumerate(items, 1):
+        yield item
+        if show is not None and number % step == 0:
+            show(phase, number / len(items))

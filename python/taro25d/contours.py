@@ -120,7 +120,7 @@ def make_bands(tin: Triangulation, levels: ArrayLike, zone: Zone | None, progres
 
 
 def make_profile(tin: Triangulation, lines: list[FloatArray]) -> tuple[FloatArray, FloatArray]:
-    """Get distance and height along a line, with NaN as height between pieces where there is no surface."""
+    """Return distance and height along a line, with NaN as height between pieces where there is no surface."""
     segments = as_segments([np.column_stack([line[:, :2], np.zeros(len(line))]) for line in lines], False, "line")
     pieces, owners = _engine.drape(tin._surface, segments)
     if tin._part is not None:

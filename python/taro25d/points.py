@@ -48,7 +48,7 @@ class Points:
         return f"<Points: {len(self)}{system}>"
 
     def select(self, rows: ArrayLike) -> Points:
-        """Get some of the points, by row numbers or by a mask."""
+        """Return some of the points, by row numbers or by a mask."""
         chosen = np.asarray(rows)
         return Points(self.points[chosen], self.crs, {name: v[chosen] for name, v in self.attributes.items()})
 

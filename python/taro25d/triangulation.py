@@ -88,7 +88,7 @@ class Triangulation(Mesh):
         zone: Zone | None = None,
         progress: Progress = False,
     ) -> Contours:
-        """Get lines of equal height, at all multiples of the interval (from ``base``) or at some levels.
+        """Return lines of equal height, at all multiples of the interval (from ``base``) or at some levels.
 
         Each line is whole, with higher ground on its left. At the height of a vertex a line is not well defined: it is
         then computed at a level that is a few rounding errors higher.
@@ -154,19 +154,19 @@ class Triangulation(Mesh):
         return Volume(before, after, before.zone(polygon=polygon), threshold, progress)
 
     def conflicts(self, tolerance: float = 0.0) -> list[Conflict]:
-        """Get the places where points or breaklines met whose heights differ by more than the tolerance, in order of time."""
+        """Return where points or breaklines met whose heights differ by more than the tolerance, in order of time."""
         crossings = self._surface.conflicts(tolerance)
         return [Conflict(int(id_), float(kept), float(other)) for id_, kept, other in zip(*crossings, strict=True)]
 
     def bands(self, levels: ArrayLike, *, zone: Zone | None = None, progress: Progress = False) -> Bands:
-        """Get the ground between levels as polygons: below the first, between consecutive ones, above the last.
+        """Return the ground between levels as polygons: below the first, between consecutive ones, above the last.
 
         Ground exactly at a level belongs to the band above; bands without ground are left out.
         """
         return make_bands(self, levels, zone, progress)
 
     def profile(self, line: LineLike) -> tuple[FloatArray, FloatArray]:
-        """Get distances along a line and the heights there, wherever the line crosses an edge of the surface.
+        """Return distances along a line and the heights there, wherever the line crosses an edge of the surface.
 
         Where the surface is interrupted, the height is NaN between the pieces. Heights of the line do not count.
         """
@@ -255,6 +255,7 @@ class Triangulation(Mesh):
         resolution: float | tuple[float, float] | None = None,
         *,
         zone: Zone | None = None,
+        progress: Progress = False,
     ) -> None:
         """Write a file, in the format of its ending: the points, or the triangles where the format has them.
 
@@ -262,7 +263,7 @@ class Triangulation(Mesh):
         """
         from . import io
 
-        io.write(self, path, zone, resolution)
+        io.write(self, path, zone, resolution, progress)
 
     def save(self, path: str | PathLike[str]) -> None:
         """Write a ``.taro`` file, which keeps everything except zones: ids, breaklines, and the reference system."""

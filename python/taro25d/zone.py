@@ -56,7 +56,7 @@ class Zone:
         return self._engine.rows()
 
     def border(self) -> list[FloatArray]:
-        """Get the border as closed rings (k, 3), the first point again at the end, with the zone on their left."""
+        """Return the border as closed rings (k, 3), the first point again at the end, with the zone on their left."""
         return join_rings(self._engine.border())
 
     def _combine(self, other: object, operation: int) -> Zone:

@@ -79,7 +79,7 @@ def add_breaklines(tin: Triangulation, path: Path | None) -> None:
 
 
 def find_zone(tin: Triangulation, boundary: Path | None) -> Zone | None:
-    """Get the zone inside the polygons of a file; None without a file."""
+    """Return the zone inside the polygons of a file; None without a file."""
     if boundary is None:
         return None
     polygons = io.read_polygons(boundary, tin.crs)

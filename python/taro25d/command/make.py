@@ -21,7 +21,7 @@ def build(source: Path, target: Path, breaklines: Path | None, boundary: Path | 
     """Triangulate and write."""
     check_target(target)
     tin = _build(source, breaklines, class_)
-    io.write(tin, target, find_zone(tin, boundary))
+    io.write(tin, target, find_zone(tin, boundary), progress=Bar(delay=1.0))
 
 
 def _build(source: Path, breaklines: Path | None, classes: Sequence[int]) -> Triangulation:
@@ -33,7 +33,7 @@ def _build(source: Path, breaklines: Path | None, classes: Sequence[int]) -> Tri
 def convert(source: Path, target: Path) -> None:
     """Read and write."""
     check_target(target)
-    io.write(read_surface(source), target)
+    io.write(read_surface(source), target, progress=Bar(delay=1.0))
 
 
 def contour(source: Path, target: Path, interval: float | None, levels: Sequence[float] | None) -> None:
@@ -57,7 +57,7 @@ def raster(source: Path, target: Path, resolution: float, method: str, breakline
         cells = tin.rasterize(resolution, method=method, progress=Bar(delay=1.0))
     except InvalidInputError as error:
         raise FormatError(f"{source}: {error}") from error
-    cells.write(target)
+    io.write_raster(cells, target, Bar(delay=1.0))
 
 
 def simplify(
@@ -86,7 +86,7 @@ def simplify(
         warn(f"{source}: bays and holes of the surface are filled")
     for line, (_, name) in zip(fewer.breaklines, lines, strict=True):
         line.name = name
-    io.write(need_triangles(fewer, source), target)
+    io.write(need_triangles(fewer, source), target, progress=Bar(delay=1.0))
 
 
 def mesh(
@@ -109,4 +109,4 @@ def mesh(
         tin.refine(zone, min_angle=min_angle, max_edge=max_edge, progress=Bar(delay=1.0))
     except ValueError as error:
         raise FormatError(f"{source}: {error}") from error
-    io.write(tin, target, zone)
+    io.write(tin, target, zone, progress=Bar(delay=1.0))

@@ -74,7 +74,7 @@ RASTER_ENDINGS = tuple(f.ending for f in FORMATS if str(f.writes).startswith("gr
 
 
 def endings(*, reading: bool = False, writing: bool = False) -> list[str]:
-    """Get the endings that can be read, or written."""
+    """Return the endings that can be read, or written."""
     return [f.ending for f in FORMATS if (not reading or f.reads) and (not writing or f.writes)]
 
 
@@ -98,7 +98,7 @@ def _options(function: Any) -> set[str]:
 
 
 def options_of(path: Path) -> set[str]:
-    """Get the options with which a file can be read."""
+    """Return the options with which a file can be read."""
     return _options(_function(find_format(path, for_reading=True).reads))
 
 
@@ -143,6 +143,7 @@ def write(
     path: str | PathLike[str],
     zone: Zone | None = None,
     resolution: float | tuple[float, float] | None = None,
+    progress: Progress = False,
 ) -> None:
     """Write a triangulation, or a zone of it, by the ending of the file; as a raster with a resolution."""
     target = Path(path)
@@ -150,20 +151,20 @@ def write(
     if str(known.writes).startswith("grid."):
         if resolution is None:
             raise InvalidInputError(f"{target}: a raster needs a resolution")
-        write_raster(tin.rasterize(resolution, zone=zone), target)
+        write_raster(tin.rasterize(resolution, zone=zone, progress=progress), target, progress)
         return
     if resolution is not None:
         raise InvalidInputError(f"{target}: a resolution means nothing for this format")
     function = _function(known.writes)
     with writing(target) as temporary:
-        function(tin, temporary, zone)
+        function(tin, temporary, zone, **({"progress": progress} if "progress" in _options(function) else {}))
 
 
-def write_raster(raster: Raster, target: Path) -> None:
+def write_raster(raster: Raster, target: Path, progress: Progress = False) -> None:
     """Write a raster, by the ending of the file."""
     known = find_format(target, for_reading=False)
     if not str(known.writes).startswith("grid."):
         raise InvalidInputError(f"{target}: rasters go into {' '.join(RASTER_ENDINGS)}")
     function = _function(known.writes)
     with writing(target) as temporary:
-        function(raster, temporary)
+        function(raster, temporary, progress)

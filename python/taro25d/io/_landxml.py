@@ -52,7 +52,7 @@ def parse(path: Path) -> Any:
 
 
 def select(element: Any, name: str) -> list[Any]:
-    """Get all elements of a name below another one, whatever the version of the format."""
+    """Return all elements of a name below another one, whatever the version of the format."""
     return element.findall(f".//{{*}}{name}")  # type: ignore[no-any-return]
 
 
@@ -89,7 +89,7 @@ def split_boundaries(boundaries: list[Line]) -> tuple[Any, Any]:
 
 
 def _read_faces(elements: list[Any], rows: dict[str, int]) -> NDArray[np.int32]:
-    """Get the rows of the corners of faces; those that are marked as invisible are no part of the surface."""
+    """Return the rows of the corners of faces; those that are marked as invisible are no part of the surface."""
     try:
         faces = [[rows[name] for name in (face.text or "").split()] for face in elements if face.get("i") != "1"]
     except KeyError as error:
@@ -108,7 +108,7 @@ def _numbers_of_all(points: list[Any]) -> FloatArray:
 
 
 def _numbers(element: Any, per_point: int) -> FloatArray:
-    """Get points of an element as x, y and whatever follows."""
+    """Return the points of an element as x, y and the numbers that follow."""
     values = np.array((element.text or "").split(), dtype=np.float64)
     if not len(values) or len(values) % per_point:
         raise FormatError(f"line {element.sourceline}: {len(values)} numbers make no points of {per_point}")

@@ -19,7 +19,7 @@ class Cursor:
         self.order = ""  #: of the bytes: < or >, or empty for text
 
     def line(self, *, may_be_empty: bool = False) -> str:
-        """Get the next line, stripped, usually the next that is not empty. At the end it is empty."""
+        """Return the next line, stripped, usually the next that is not empty. At the end it is empty."""
         while self._position < len(self._data):
             end = self._data.find(b"\n", self._position)
             end = len(self._data) if end < 0 else end
@@ -30,7 +30,7 @@ class Cursor:
         return ""
 
     def array(self, num: int, kind: str) -> NDArray[Any]:
-        """Get numbers of one NumPy type."""
+        """Return numbers of one NumPy type."""
         self._check(num, np.dtype(kind).itemsize)
         if self.order:
             return self.rows(num, np.dtype(self.order + kind))
@@ -38,7 +38,7 @@ class Cursor:
         return np.array(list(map(float if kind[0] == "f" else int, words)), dtype="f8" if kind[0] == "f" else "i8")
 
     def words(self, num: int) -> list[bytes]:
-        """Get words of text."""
+        """Return words of text."""
         self._check(num, 1)
         *words, rest = [*self._data[self._position :].split(None, num), b""][: num + 1]
         if len(words) < num or (num and not words[-1]):
@@ -47,14 +47,14 @@ class Cursor:
         return words
 
     def rows(self, num: int, kind: np.dtype[Any]) -> NDArray[Any]:
-        """Get records of bytes."""
+        """Return records of bytes."""
         self._check(num, kind.itemsize)
         found = np.frombuffer(self._data, kind, num, self._position)
         self._position += num * kind.itemsize
         return found
 
     def mark(self) -> int:
-        """Get where it is, for ``reset``."""
+        """Return the position, for ``reset``."""
         return self._position
 
     def reset(self, mark: int) -> None:
@@ -62,7 +62,7 @@ class Cursor:
         self._position = mark
 
     def holds(self, num: int, kind: np.dtype[Any]) -> bool:
-        """Tell whether there are that many records of bytes."""
+        """Return whether there are that many records of bytes."""
         return num * kind.itemsize <= len(self._data) - self._position
 
     def _check(self, num: int, size: int) -> None:

@@ -14,7 +14,7 @@ from ._polygons import split
 
 
 def read_obj(path: Path) -> tuple[FloatArray, NDArray[np.int64]]:
-    """Get points and triangles; normals, textures, lines and groups do not count."""
+    """Return points and triangles; normals, textures, lines and groups do not count."""
     vertices: list[list[str]] = []
     faces: list[list[int]] = []
     with path.open(encoding="utf-8", errors="replace") as file:
@@ -30,7 +30,7 @@ def read_obj(path: Path) -> tuple[FloatArray, NDArray[np.int64]]:
 
 
 def _statements(lines: Iterable[str]) -> Iterable[tuple[int, list[str]]]:
-    """Get the words of lines, and of several that a backslash joins, with the number of the last line."""
+    """Return the words of lines, and of several that a backslash joins, with the number of the last line."""
     before = ""
     for number, line in enumerate(lines, 1):
         text = before + line.partition("#")[0].strip()
@@ -44,7 +44,7 @@ def _statements(lines: Iterable[str]) -> Iterable[tuple[int, list[str]]]:
 
 
 def _corner(word: str, num_vertices: int, line: int) -> int:
-    """Get the row of a corner such as 7, 7/1/2 or -1, which is the last vertex so far."""
+    """Return the row of a corner such as 7, 7/1/2 or -1, which is the last vertex so far."""
     try:
         index = int(word.partition("/")[0])
     except ValueError as error:

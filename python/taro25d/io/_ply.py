@@ -35,7 +35,7 @@ class _Element(NamedTuple):
 
 
 def read_ply(path: Path) -> tuple[FloatArray, NDArray[np.int64]]:
-    """Get points and triangles."""
+    """Return points and triangles."""
     cursor = Cursor(path.read_bytes())
     found: dict[str, dict[str, Any]] = {}
     for element in _read_head(cursor):

@@ -25,7 +25,7 @@ _PIXEL = 8
 
 
 def read_vtk(path: Path) -> tuple[FloatArray, NDArray[np.int64]]:
-    """Get points and triangles."""
+    """Return points and triangles."""
     cursor = Cursor(path.read_bytes())
     new = _read_head(cursor)
     points = np.empty((0, 3))
@@ -80,7 +80,7 @@ def _array(cursor: Cursor, words: list[str], width: int = 1) -> NDArray[Any]:
 
 
 def _read_cells(cursor: Cursor, words: list[str], new: bool) -> list[NDArray[np.int64]]:
-    """Get the row numbers of each cell."""
+    """Return the row numbers of each cell."""
     if new:
         parts = []
         for position, name in enumerate(("OFFSETS", "CONNECTIVITY")):
@@ -114,7 +114,7 @@ def _skip_fields(cursor: Cursor, num: int) -> None:
 
 
 def _choose(cells: list[NDArray[np.int64]], types: NDArray[np.int64]) -> list[NDArray[np.int64]]:
-    """Get the faces among cells of many types."""
+    """Return the faces among cells of many types."""
     if len(cells) != len(types):
         raise FormatError(f"there are {len(cells)} cells and {len(types)} types")
     faces: list[NDArray[np.int64]] = []

@@ -10,7 +10,7 @@ import numpy as np
 
 from .._geometry import FloatArray
 from .._optional import require
-from .._progress import Progress
+from .._progress import Progress, counting, showing
 from ..errors import FormatError
 from ._polygons import split
 
@@ -63,7 +63,7 @@ def _select(space: Any, layer: str | None) -> list[Any]:
 
 
 def _faces(entity: Any) -> Iterator[FloatArray]:
-    """Get triangles (k, 3, 3) of an entity that has faces."""
+    """Yield the triangles (k, 3, 3) of an entity that has faces."""
     kind = entity.dxftype()
     if kind == "3DFACE":
         yield _triangles([tuple(corner) for corner in entity.wcs_vertices()])
@@ -117,14 +117,15 @@ def _lines(entities: list[Any]) -> list[tuple[FloatArray, bool, str]]:
     return lines
 
 
-def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+def write(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write triangles as 3DFACE in the layer TIN, edges of breaklines as LINE in the layer BREAKLINES."""
     ezdxf = require("ezdxf")
     drawing = ezdxf.new("R2010")
     space = drawing.modelspace()
     points, triangles = tin.faces(zone)
-    for corners in points[triangles].tolist():
-        space.add_3dface([*corners, corners[2]], dxfattribs={"layer": "TIN"})
+    with showing(progress) as show:
+        for corners in counting("write triangles", points[triangles].tolist(), show):
+            space.add_3dface([*corners, corners[2]], dxfattribs={"layer": "TIN"})
     for start, end in (edge for line in tin.breaklines for edge in line.edges.tolist()):
         space.add_line(start, end, dxfattribs={"layer": "BREAKLINES"})
     drawing.saveas(path)

@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING
 import numpy as np
 
 from .._optional import require
+from .._progress import Progress, counting, showing
 from ..errors import FileError, FormatError
 from ..points import Points
 
@@ -15,6 +16,7 @@ if TYPE_CHECKING:
     from ..raster import Raster
 
 _MOST_CELLS = 500_000_000
+_STRIP = 256  # rows that are written at a time
 #: GDAL tells nobody that a disk was full when it closed a file.
 UNFINISHED = "the file could not be written as a whole; the disk may be full"
 
@@ -23,6 +25,8 @@ def read(path: Path, band: int = 1) -> Points:
     """Read the cell centres that have a height."""
     rasterio = require("rasterio")
     with rasterio.open(path) as file:
+        if file.driver == "AAIGrid" and path.stat().st_size < 2 * file.width * file.height - 1:
+            raise FormatError(f"the file is cut short: it has no room for {file.width} by {file.height} cells")
         if file.width * file.height > _MOST_CELLS:
             raise FormatError(f"{file.width} by {file.height} cells are too many: cut a part out first")
         if not 1 <= band <= file.count:
@@ -38,7 +42,7 @@ def read(path: Path, band: int = 1) -> Points:
         return Points(np.column_stack([x, y, heights * scale + offset]), file.crs and file.crs.to_wkt())
 
 
-def write(raster: Raster, path: Path) -> None:
+def write(raster: Raster, path: Path, progress: Progress = False) -> None:
     """Write a GeoTIFF of doubles."""
     rasterio = require("rasterio")
     rows, columns = raster.values.shape
@@ -46,8 +50,10 @@ def write(raster: Raster, path: Path) -> None:
         path, "w", driver="GTiff", height=rows, width=columns, count=1, dtype="float64", nodata=float("nan"),
         transform=raster.transform, crs=None if raster.crs is None else raster.crs.to_wkt(),
         compress="deflate", predictor=3, bigtiff="if_safer",
-    ) as file:  # fmt: skip
-        file.write(raster.values, 1)
+    ) as file, showing(progress) as show:  # fmt: skip
+        for start in counting("write", range(0, rows, _STRIP), show):
+            cells = raster.values[start : start + _STRIP]
+            file.write(cells, 1, window=((start, start + len(cells)), (0, columns)))
     if not _holds(path, raster):
         raise FileError(f"{path}: {UNFINISHED}")
 
@@ -62,7 +68,7 @@ def _holds(path: Path, raster: Raster) -> bool:
 
 
 def has_all_blocks(path: Path) -> bool:
-    """Tell whether every block of a GeoTIFF that is not compressed has its place in the file."""
+    """Return whether every block of a GeoTIFF that is not compressed has its place in the file."""
     rasterio = require("rasterio")
     size = path.stat().st_size
     try:
@@ -78,7 +84,7 @@ def has_all_blocks(path: Path) -> bool:
     return True
 
 
-def write_asc(raster: Raster, path: Path) -> None:
+def write_asc(raster: Raster, path: Path, progress: Progress = False) -> None:
     """Write an ESRI ASCII grid with as many digits as it takes, and the reference system beside it."""
     west, south, _, _ = raster.bounds
     width, height = raster.frame.cell_width, raster.frame.cell_height
@@ -94,9 +100,9 @@ def write_asc(raster: Raster, path: Path) -> None:
     ]
     if (raster.values == -9999).any():
         raise FormatError("a cell has the value -9999, which stands for no value there")
-    with path.open("w", encoding="ascii") as file:
+    with path.open("w", encoding="ascii") as file, showing(progress) as show:
         file.writelines(line + "\n" for line in head)
-        for row in np.where(np.isnan(raster.values), -9999.0, raster.values).tolist():
+        for row in counting("write", np.where(np.isnan(raster.values), -9999.0, raster.values).tolist(), show):
             file.write(" ".join(map(repr, row)) + "\n")
     if raster.crs is not None:
         path.with_suffix(".prj").write_text(raster.crs.to_wkt("WKT1_ESRI"), encoding="utf-8")

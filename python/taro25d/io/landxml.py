@@ -9,7 +9,7 @@ from .. import crs as crs_module
 from .._geometry import FloatArray
 from .._messages import warn
 from .._optional import require
-from .._progress import Progress
+from .._progress import Progress, counting, showing
 from ..errors import CrsError, FormatError, InvalidInputError
 from ._landxml import METRES, Line, parse, read_lines, read_surface, select, split_boundaries
 
@@ -61,7 +61,7 @@ def _limit(tin: Triangulation, boundaries: list[Line]) -> None:
 
 
 def _read_crs(root: Any) -> Any:
-    """Get the system; heights in another unit than the plane are refused."""
+    """Return the system; heights in another unit than the plane are refused."""
     units = next(iter(select(root, "Metric") + select(root, "Imperial")), None)
     plane = None if units is None else units.get("linearUnit")
     height = None if units is None else units.get("elevationUnit") or plane
@@ -91,7 +91,7 @@ def _find_crs(root: Any) -> Any:
     return None
 
 
-def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+def write(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write one surface with its faces and the edges of its breaklines."""
     etree = require("lxml.etree")
     root = etree.Element("LandXML", nsmap={None: _NAMESPACE}, version="1.2", language="English", readOnly="false")
@@ -101,11 +101,12 @@ def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
     definition = etree.SubElement(surface, "Definition", surfType="TIN")
     points, triangles = tin.faces(zone)
     element = etree.SubElement(definition, "Pnts")
-    for number, (x, y, z) in enumerate(points.tolist(), 1):
-        etree.SubElement(element, "P", id=str(number)).text = f"{y!r} {x!r} {z!r}"
-    element = etree.SubElement(definition, "Faces")
-    for corners in (triangles + 1).tolist():
-        etree.SubElement(element, "F").text = " ".join(map(str, corners))
+    with showing(progress) as show:
+        for number, (x, y, z) in enumerate(counting("write points", points.tolist(), show), 1):
+            etree.SubElement(element, "P", id=str(number)).text = f"{y!r} {x!r} {z!r}"
+        element = etree.SubElement(definition, "Faces")
+        for corners in counting("write triangles", (triangles + 1).tolist(), show):
+            etree.SubElement(element, "F").text = " ".join(map(str, corners))
     etree.ElementTree(root).write(path, xml_declaration=True, encoding="utf-8", pretty_print=True)
 
 

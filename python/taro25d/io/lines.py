@@ -96,7 +96,7 @@ def appending_contours(path: str | PathLike[str]) -> Iterator[Callable[[Contours
         raise InvalidInputError(f"{target}: contours go into {' '.join(LINE_ENDINGS)}")
     parts: list[Contours] = []
     with writing(target) as temporary:
-        if target.suffix.lower() in (".gpkg", ".shp"):
+        if target.suffix.lower() in vector.APPENDABLE:
             yield lambda contours: vector.append_table(contours.to_geodataframe(), temporary, "contours")
             return
         yield parts.append

@@ -9,7 +9,7 @@ from __future__ import annotations
 from pathlib import Path
 from typing import TYPE_CHECKING
 
-from .._progress import Progress
+from .._progress import Progress, counting, showing
 from ..errors import FormatError
 from ._obj import read_obj
 from ._ply import read_ply
@@ -33,12 +33,13 @@ def read(path: Path, repair: bool = False, progress: Progress = False) -> Triang
     return Triangulation.from_triangles(points, triangles, repair, progress=progress)
 
 
-def write_obj(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+def write_obj(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write OBJ with as many digits as it takes to read the same numbers again."""
     points, triangles = tin.faces(zone)
-    with path.open("w", encoding="ascii") as file:
-        file.writelines(f"v {x!r} {y!r} {z!r}\n" for x, y, z in points.tolist())
-        file.writelines(f"f {a} {b} {c}\n" for a, b, c in (triangles + 1).tolist())
+    with path.open("w", encoding="ascii") as file, showing(progress) as show:
+        file.writelines(f"v {x!r} {y!r} {z!r}\n" for x, y, z in counting("write points", points.tolist(), show))
+        rows = counting("write triangles", (triangles + 1).tolist(), show)
+        file.writelines(f"f {a} {b} {c}\n" for a, b, c in rows)
 
 
 def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:

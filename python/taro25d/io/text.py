@@ -10,6 +10,7 @@ from typing import TYPE_CHECKING
 import numpy as np
 
 from .._geometry import FloatArray
+from .._progress import Progress, counting, showing
 from ..errors import FormatError
 from ..points import Points
 
@@ -60,17 +61,18 @@ def _columns(names: list[str]) -> tuple[int, int, int]:
     return x, y, z  # type: ignore[return-value]
 
 
-def write_xyz(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+def write_xyz(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write the vertices, with as many digits as it takes to read the same numbers again."""
-    _write(tin.faces(zone)[0], path, " ", "")
+    _write(tin.faces(zone)[0], path, " ", "", progress)
 
 
-def write_csv(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+def write_csv(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write the vertices under the names x, y and z."""
-    _write(tin.faces(zone)[0], path, ",", "x,y,z\n")
+    _write(tin.faces(zone)[0], path, ",", "x,y,z\n", progress)
 
 
-def _write(points: FloatArray, path: Path, delimiter: str, header: str) -> None:
-    with path.open("w", encoding="ascii") as file:
+def _write(points: FloatArray, path: Path, delimiter: str, header: str, progress: Progress) -> None:
+    with path.open("w", encoding="ascii") as file, showing(progress) as show:
         file.write(header)
-        file.writelines(delimiter.join(map(repr, point)) + "\n" for point in points.tolist())
+        rows = counting("write", points.tolist(), show)
+        file.writelines(delimiter.join(map(repr, point)) + "\n" for point in rows)

@@ -9,7 +9,7 @@ import numpy as np
 
 from .._geometry import FloatArray
 from .._optional import require
-from .._progress import Progress
+from .._progress import Progress, counting, showing
 from ..errors import FormatError
 from ..points import Points
 
@@ -17,7 +17,10 @@ if TYPE_CHECKING:
     from ..triangulation import Triangulation
     from ..zone import Zone
 
+_CHUNK = 50_000  # rows that are written at a time
 _HEIGHT_COLUMNS = ("z", "height", "elevation", "elev", "altitude")
+#: Formats to which rows can be added.
+APPENDABLE = (".gpkg", ".shp")
 _DRIVERS = {".gpkg": "GPKG", ".shp": "ESRI Shapefile", ".geojson": "GeoJSON", ".json": "GeoJSON"}
 
 
@@ -51,7 +54,7 @@ def read(
 
 
 def _corners_of_triangles(table: Any) -> FloatArray | None:
-    """Get (m, 3, 3) where all polygons are triangles with heights."""
+    """Return (m, 3, 3) where all polygons are triangles with heights."""
     shapely = require("shapely")
     polygons = shapely.get_parts(table.geometry.to_numpy())
     corners, owners = shapely.get_coordinates(polygons, include_z=True, return_index=True)
@@ -87,6 +90,12 @@ def append_table(table: Any, path: Path, layer: str) -> None:
         table.to_file(path, driver=_DRIVERS[path.suffix.lower()], engine="pyogrio", mode="a", **options)
 
 
-def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+def write(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write the triangles as polygons with heights."""
-    write_table(tin.to_geodataframe(zone), path, "triangles")
+    table = tin.to_geodataframe(zone)
+    if path.suffix.lower() not in APPENDABLE:
+        write_table(table, path, "triangles")
+        return
+    with showing(progress) as show:
+        for start in counting("write triangles", range(0, max(1, len(table)), _CHUNK), show):
+            append_table(table.iloc[start : start + _CHUNK], path, "triangles")

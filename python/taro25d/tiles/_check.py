@@ -58,7 +58,7 @@ def check(tiling: Tiling, crew: Crew) -> None:
 
 
 def find_border_rows(triangles: NDArray[np.int32]) -> NDArray[np.int64]:
-    """Get the directed edges (n, 2) that have no other triangle behind them."""
+    """Return the directed edges (n, 2) that have no other triangle behind them."""
     edges = np.concatenate([triangles[:, [0, 1]], triangles[:, [1, 2]], triangles[:, [2, 0]]]).astype(np.int64)
     size = int(edges.max(initial=0)) + 1
     alone: NDArray[np.int64] = edges[~np.isin(edges[:, 0] * size + edges[:, 1], edges[:, 1] * size + edges[:, 0])]
@@ -66,7 +66,7 @@ def find_border_rows(triangles: NDArray[np.int32]) -> NDArray[np.int64]:
 
 
 def find_unmatched(edges: FloatArray) -> FloatArray:
-    """Get the directed edges whose opposite is not among them."""
+    """Return the directed edges whose opposite is not among them."""
     both = np.concatenate([edges, edges[:, [2, 3, 0, 1]]])
     _, names = np.unique(both, axis=0, return_inverse=True)
     forth, back = np.split(names.ravel(), 2)

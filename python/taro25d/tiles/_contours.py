@@ -30,13 +30,13 @@ Place = tuple[float, float]
 
 
 def find_taken(job: Job, task: tuple[str, FloatArray]) -> NDArray[np.bool_]:
-    """Tell which heights points of a tile have."""
+    """Return which heights points of a tile have."""
     name, candidates = task
     return np.isin(candidates, job.store.points(name).read()[:, 2])
 
 
 def cut_tile(job: Job, task: tuple[str, list[float]]) -> list[tuple[int, FloatArray]]:
-    """Get the pieces of lines in the triangles that a tile owns, with the positions of their levels."""
+    """Return the pieces of lines in the triangles that a tile owns, with the positions of their levels."""
     name, levels = task
     part = open_part(job.store, name)
     places, starts, positions = _engine.owned_contours(part.tin._surface, part.num_own, levels)
@@ -66,7 +66,7 @@ def write_contours(tiling: Tiling, crew: Crew, levels: FloatArray, path: Path) -
 
 
 def _draw(tiling: Tiling, crew: Crew, levels: FloatArray) -> Iterator[tuple[int, Contour]]:
-    """Get lines that are finished, with the positions of their levels; the order depends on the tiles alone."""
+    """Return lines that are finished, with the positions of their levels; the order depends on the tiles alone."""
     cuts = _avoid_corners(tiling, crew, levels).tolist()
     joiners = [Joiner() for _ in cuts]
     for pieces in crew.in_order("contours", cut_tile, ((name, cuts) for name in tiling.tiles) if cuts else ()):
@@ -124,7 +124,7 @@ class Joiner:
         return None
 
     def finish(self) -> list[FloatArray]:
-        """Get the lines that are open."""
+        """Return the lines that are open."""
         return [_concatenate(chain) for chains in self._beginning.values() for chain in chains]
 
 

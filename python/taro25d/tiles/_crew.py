@@ -80,7 +80,7 @@ def _get(future: Any) -> Any:
 
 @contextlib.contextmanager
 def workers(client: Any) -> Iterator[Any]:
-    """Get a client: the one given, the one that Dask has, or one with threads of this process."""
+    """Return a client: the one given, the one that Dask has, or one with threads of this process."""
     distributed = require("distributed", "tiles")
     if client is None:
         with contextlib.suppress(ValueError):

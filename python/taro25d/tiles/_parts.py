@@ -34,7 +34,7 @@ class Part(NamedTuple):
         return _engine.owned_triangles(self.tin._surface, self.num_own)
 
     def owns(self, places: FloatArray) -> NDArray[np.bool_]:
-        """Tell which places lie in triangles that the tile owns."""
+        """Return which places lie in triangles that the tile owns."""
         found: NDArray[np.uint8] = _engine.owned_places(self.tin._surface, np.ascontiguousarray(places), self.num_own)
         return found.astype(bool)
 
@@ -53,7 +53,7 @@ def make_part(own: FloatArray, halo: FloatArray, threads: int = 1) -> Part:
 
 @contextmanager
 def crew_for(tiling: Tiling, client: Any, progress: Progress) -> Iterator[Crew]:
-    """Get workers for the tiles of a result."""
+    """Return workers for the tiles of a result."""
     job = Job(str(tiling.folder.resolve()), uuid.uuid4().hex, None)
     with workers(client) as found, showing(progress) as show:
         yield Crew(found, job, show)

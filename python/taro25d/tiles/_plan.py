@@ -24,7 +24,7 @@ _FIRST_CHILD = -2  # a label of -2 - k is that of the grid k
 
 
 def cells_of(places: FloatArray, level: int) -> IntArray:
-    """Get the cells (n, 2) of places at a level."""
+    """Return the cells (n, 2) of places at a level."""
     return np.floor(np.ldexp(places, -level)).astype(np.int64)
 
 
@@ -91,7 +91,7 @@ class Grid:
         return cls(counts.level, low, np.full(numbers.shape, _NO_TILE, dtype=np.int32)), numbers
 
     def get_labels(self, places: FloatArray) -> NDArray[np.int32]:
-        """Get the labels of places; no tile where they are outside."""
+        """Return the labels of places; no tile where they are outside."""
         at = cells_of(places, self.level) - self.origin
         inside = ((at >= 0) & (at < self.labels.shape)).all(axis=1)
         labels = np.full(len(places), _NO_TILE, dtype=np.int32)
@@ -109,7 +109,7 @@ class Plan:
         self.num_tiles = 0
 
     def get_tiles(self, places: FloatArray) -> NDArray[np.int32]:
-        """Get the number of the tile of each place."""
+        """Return the number of the tile of each place."""
         labels = self.grids[0].get_labels(places) if self.grids else np.empty(len(places), dtype=np.int32)
         while (labels <= _FIRST_CHILD).any():
             for label in np.unique(labels[labels <= _FIRST_CHILD]):
@@ -129,7 +129,7 @@ class Plan:
         self.grids.append(grid)
 
     def open_cells(self) -> list[tuple[int, IntArray]]:
-        """Get the cells (level, cell) that are to be counted at a lower level."""
+        """Return the cells (level, cell) that are to be counted at a lower level."""
         return [(self.grids[g].level, self.grids[g].origin + cell) for g, cell in self._open]
 
     def refine(self, counts: list[Counts], most: int, lowest_level: int) -> None:

@@ -67,16 +67,16 @@ class Tiling:
         return float(low[0]), float(low[1]), float(high[0]), float(high[1])
 
     def points(self, tile: str) -> FloatArray:
-        """Get the points of a tile, (n, 3), in no particular order."""
+        """Return the points of a tile, (n, 3), in no particular order."""
         return self._store.points(self._check(tile)).read()
 
     def triangles(self, tile: str) -> FloatArray:
-        """Get the corners (k, 3, 3) of the triangles that a tile owns: those whose smallest corner, by x, then y, it has."""
+        """Return the corners (k, 3, 3) of the triangles that a tile owns: those whose smallest corner, by x, then y, it has."""
         points, rows = self.faces(tile)
         return points[rows]
 
     def faces(self, tile: str) -> tuple[FloatArray, NDArray[np.int32]]:
-        """Get the points of a tile, with those of other tiles that it needs after them, and its triangles as rows of these."""
+        """Return the points of a tile, then those of other tiles that it needs, and its triangles as rows of these."""
         self._check(tile)
         points = np.concatenate([self.points(tile), self._store.read_halo(tile)])
         return points, self._store.read_triangles(tile)
@@ -104,7 +104,7 @@ class Tiling:
         client: Any = None,
         progress: Progress = False,
     ) -> Contours | None:
-        """Get lines of equal height as a ``Triangulation`` does, joined across the borders of tiles.
+        """Return lines of equal height as a ``Triangulation`` does, joined across the borders of tiles.
 
         With a path they are written to a file, by its ending, and the result is None. A GeoPackage or Shapefile grows line
         by line; only lines that still wait for a tile are in memory.

@@ -67,7 +67,7 @@ def choose(points: FloatArray, triangles: NDArray[np.int32], max_error: float) -
 
 
 def _has_edges(tin: Triangulation, edges: FloatArray) -> bool:
-    """Tell whether a border is in a model unchanged, which may not be so if points are rounding errors apart."""
+    """Return whether a border is in a model unchanged, which may not be so if points are rounding errors apart."""
     found = tin.points[tin.edges_constrained][..., :2].reshape(-1, 4)
     wanted = edges[..., :2].reshape(-1, 4)
     rows = {tuple(row) for row in np.concatenate([found, found[:, [2, 3, 0, 1]]]).tolist()}
@@ -93,7 +93,7 @@ def simplify(
 
 
 def _chosen_folder(tiling: Tiling, folder: Path, max_error: float) -> Path:
-    """Get a folder for the points of all tiles, beside the target; another run with the same input finds it again."""
+    """Return a folder for the points of all tiles, beside the target; another run with the same input finds it again."""
     order = [_settings.read(tiling.folder), max_error]
     digest = hashlib.blake2b(json.dumps(order, sort_keys=True).encode(), digest_size=8).hexdigest()
     return folder.parent / f".{folder.name}.{digest}"

@@ -39,7 +39,7 @@ class Content(NamedTuple):
 
 
 def list_files(source: Any) -> list[Path] | None:
-    """Get the files that a path, a pattern or a list of these means; None for an array."""
+    """Return the files that a path, a pattern or a list of these denotes; None for an array."""
     if isinstance(source, (str, PathLike)):
         return _match(str(source))
     if isinstance(source, Sequence) and source and all(isinstance(part, (str, PathLike)) for part in source):
@@ -118,7 +118,7 @@ def keep_array(points: FloatArray, path: Path) -> None:
 
 
 def digest_array(points: FloatArray) -> str:
-    """Get a number for the content of an array."""
+    """Return a number for the content of an array."""
     return hashlib.blake2b(points.view(np.uint8).data, digest_size=16).hexdigest()
 
 

@@ -35,14 +35,14 @@ _KEPT_GROUPS = 256
 
 
 def boxes_of(extremes: FloatArray) -> FloatArray:
-    """Get boxes (n, 4) from extreme points (n, 4, 3)."""
+    """Return boxes (n, 4) from extreme points (n, 4, 3)."""
     return np.ascontiguousarray(
         np.column_stack([extremes[:, 0, 0], extremes[:, 2, 1], extremes[:, 1, 0], extremes[:, 3, 1]])
     )
 
 
 def extremes_of(points: FloatArray) -> FloatArray:
-    """Get the extreme points (4, 3)."""
+    """Return the extreme points (4, 3)."""
     x, y = points[:, 0], points[:, 1]
     return points[[x.argmin(), x.argmax(), y.argmin(), y.argmax()]]
 
@@ -104,33 +104,33 @@ class Store:
         self.group = functools.lru_cache(_KEPT_GROUPS)(self._read_group)
 
     def points_path(self, name: str) -> Path:
-        """Get where the points of a tile are."""
+        """Return the path of the points of a tile."""
         return self.folder / "points" / f"{name}.parquet"
 
     def halo_path(self, name: str) -> Path:
-        """Get where the points are that a tile needs from others."""
+        """Return the path of the points that a tile needs from others."""
         return self.folder / "halo" / f"{name}.parquet"
 
     def triangles_path(self, name: str) -> Path:
-        """Get where the triangles of a tile are."""
+        """Return the path of the triangles of a tile."""
         return self.folder / "triangles" / f"{name}.parquet"
 
     def part_path(self, number: int) -> Path:
-        """Get where a piece of the source is, divided by tiles."""
+        """Return the path of a piece of the source, divided by tiles."""
         return self.folder / "parts" / f"{number:06d}.parquet"
 
     @property
     def plan_path(self) -> Path:
-        """Where the plan is."""
+        """The path of the plan."""
         return self.folder / "plan.npz"
 
     @property
     def index_path(self) -> Path:
-        """Where the heads of the tiles are."""
+        """The path of the heads of the tiles."""
         return self.folder / "tiles.parquet"
 
     def points(self, name: str) -> PointFile:
-        """Get the file of points of a tile."""
+        """Return the file of points of a tile."""
         return self._file(name)
 
     def _read_group(self, name: str, group: int) -> FloatArray:
@@ -142,14 +142,14 @@ class Store:
         return Index.read(self.index_path)
 
     def head_of_triangles(self, name: str) -> dict[str, Any]:
-        """Get what is known of the triangles of a tile."""
+        """Return the figures that were stored with the triangles of a tile."""
         path = self.triangles_path(name)
         with reading(path):
             metadata = require("pyarrow.parquet", "tiles").read_schema(path).metadata
             return json.loads(metadata[b"taro25d"])  # type: ignore[no-any-return]
 
     def box_of_triangles(self, name: str) -> FloatArray | None:
-        """Get the box (west, south, east, north) of the triangles that a tile owns; None if it owns none."""
+        """Return the box (west, south, east, north) of the triangles that a tile owns; None if it owns none."""
         box = self.head_of_triangles(name)["box"]
         return None if box is None else np.array(box)
 
@@ -210,5 +210,5 @@ def read_table(path: Path) -> Any:
 
 @functools.lru_cache(4)
 def open_store(folder: str, run: str) -> Store:
-    """Get the store of a folder for one run; tasks of one process share it."""
+    """Return the store of a folder for one run; tasks of one process share it."""
     return Store(folder)

@@ -329,7 +329,7 @@ class Stars:
 
 
 def _meet(boxes: FloatArray, box: FloatArray) -> NDArray[np.bool_]:
-    """Tell which boxes have a point in common with one."""
+    """Return which boxes have a point in common with one."""
     return (  # type: ignore[no-any-return]
         (boxes[:, 0] <= box[2]) & (boxes[:, 2] >= box[0]) & (boxes[:, 1] <= box[3]) & (boxes[:, 3] >= box[1])
     )

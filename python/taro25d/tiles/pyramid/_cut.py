@@ -1,8 +1,8 @@
 """Triangles cut along the lines between tiles.
 
-All that lies beside a line is cut by it at once, in the order of the levels, first by x, then by y. What a tile gets on its
-border is so the result of the same few operations, on the same numbers, as what its neighbour gets: the places are equal to
-the last bit, also in corners.
+All triangles beside a line are cut by it at once, in the order of the levels, first by x, then by y. A tile and its neighbour
+therefore compute the points on their common border by equal operations on equal numbers: the points are equal to the last
+bit, in corners too.
 """
 
 from __future__ import annotations
@@ -25,7 +25,7 @@ class Pieces(NamedTuple):
     faces: Faces
 
     def only(self, chosen: NDArray[np.bool_]) -> Pieces:
-        """Get some of the triangles, with their points."""
+        """Return some of the triangles, with their points."""
         used, rows = np.unique(self.faces[chosen], return_inverse=True)
         return Pieces(self.points[used], rows.reshape(-1, 3))
 
@@ -39,7 +39,7 @@ def join(parts: list[Pieces]) -> Pieces:
 
 
 def cut_out(pieces: Pieces, scheme: Scheme, cell: Cell) -> Pieces:
-    """Get what lies in a cell, cut by the lines of all cells that hold it."""
+    """Return the part of the triangles that lies in a cell, cut by the lines of all cells that contain it."""
     low, high = scheme.low(cell), scheme.high(cell)
     corners = pieces.points[pieces.faces][..., :2]
     near = ((corners.min(axis=1) < high) & (corners.max(axis=1) > low)).all(axis=1)
@@ -55,13 +55,13 @@ def cut_out(pieces: Pieces, scheme: Scheme, cell: Cell) -> Pieces:
 
 
 def divide_cell(pieces: Pieces, scheme: Scheme, cell: Cell) -> list[Pieces]:
-    """Divide what lies in a cell among its children."""
+    """Divide the triangles of a cell among its children."""
     halves = divide(pieces, 0, scheme.line(0, cell.z + 1, 2 * cell.x + 1))
     return [part for half in halves for part in divide(half, 1, scheme.line(1, cell.z + 1, 2 * cell.y + 1))]
 
 
 def divide(pieces: Pieces, axis: int, line: float) -> tuple[Pieces, Pieces]:
-    """Cut triangles along a line: what lies below it, and what lies above."""
+    """Cut triangles along a line, and return the parts below it and above it."""
     sides = np.sign(pieces.points[:, axis] - line).astype(np.int8)[pieces.faces]
     lowest, highest = sides.min(axis=1), sides.max(axis=1)
     crossing = (lowest < 0) & (highest > 0)
@@ -74,7 +74,7 @@ def divide(pieces: Pieces, axis: int, line: float) -> tuple[Pieces, Pieces]:
 def _cut(
     pieces: Pieces, rows: NDArray[np.int64], sides: NDArray[np.int8], where: tuple[int, float]
 ) -> tuple[FloatArray, Faces, Faces]:
-    """Cut triangles that have corners on both sides; get all points, old and new, and the parts on either side."""
+    """Cut triangles that have corners on both sides; return all points, old and new, and the parts on either side."""
     sides = sides[rows]
     through = (sides == 0).any(axis=1)  # a corner lies on the line
     # The first corner becomes the one on the line, or the one that is alone on its side.
@@ -108,7 +108,7 @@ def _cut(
 
 
 def _cross(points: FloatArray, src: NDArray[np.int64], trg: NDArray[np.int64], where: tuple[int, float]) -> FloatArray:
-    """Get where edges cross the line; the same point whichever end comes first."""
+    """Return the crossings of edges and the line. The order of the ends does not matter."""
     axis, line = where
     ends = np.stack([points[src], points[trg]], axis=1)
     low = np.where((ends[:, :1, axis] < ends[:, 1:, axis]), ends[:, 0], ends[:, 1])

@@ -34,7 +34,7 @@ _STEP_RANGE = 12
 
 
 class Wishes(NamedTuple):
-    """What the user chose."""
+    """The choices of the user."""
 
     points_per_tile: int
     geographic: bool | None
@@ -64,7 +64,7 @@ def make(tiling: Tiling, folder: Path, client: Any, wishes: Wishes, progress: Pr
 
 
 def _find_digest(tiling: Tiling, wishes: Wishes) -> str:
-    """Get a number for all that decides about the files."""
+    """Return a number that identifies the input of the pyramid."""
     text = json.dumps([_FORMAT, _settings.read(tiling.folder), wishes])
     return hashlib.blake2b(text.encode(), digest_size=16).hexdigest()
 
@@ -128,7 +128,7 @@ def find_first(scheme: Scheme, extent: FloatArray) -> int:
 
 
 def _make_meshes(crew: Crew, order: Order, box: FloatArray, extents: dict[str, Extent]) -> dict[Cell, list[Made]]:
-    """Make all meshes: those that each task has made, which is named by a cell."""
+    """Make all meshes, and list them by the cell that names their task."""
     scheme = order.scheme
     lows = np.array([extent.triangles[0, :2] for extent in extents.values()])
     highs = np.array([extent.triangles[1, :2] for extent in extents.values()])

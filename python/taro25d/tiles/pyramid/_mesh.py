@@ -20,8 +20,8 @@ from ._cut import Faces, Pieces
 from ._scheme import Cell, Scheme
 
 STEPS = 32767
-_ERROR = 1 / 1024  # of the width of a tile; with what the levels below have left out it is twice that
-_MOST = 30_000  # vertices that a tile has which is not one of the finest, unless its sides have more
+_ERROR = 1 / 1024  # of the width of a tile; twice that, together with the errors of the levels below
+_MOST = 30_000  # vertices of a tile above the finest level, unless its sides have more
 
 Grid = NDArray[np.int64]
 
@@ -44,7 +44,7 @@ def make_finest(pieces: Pieces, scheme: Scheme, cell: Cell) -> Mesh | None:
     lifted = _lift(places, points)
     with expecting_warnings():  # triangles that rounding has turned over are replaced by others
         tin = Triangulation.from_triangles(lifted, faces, repair=True)
-        tin.insert(lifted[((places == 0) | (places == STEPS)).any(axis=1)])  # what is on the sides is never left out
+        tin.insert(lifted[((places == 0) | (places == STEPS)).any(axis=1)])  # vertices on the sides are never left out
     return _look_up(tin, points, places)
 
 
@@ -66,9 +66,11 @@ def make_coarse(children: list[FloatArray], scheme: Scheme, cell: Cell) -> Mesh 
 
 
 def _snap(points: FloatArray, scheme: Scheme, cell: Cell) -> tuple[FloatArray, Grid, Grid]:
-    """Take points to the whole numbers of a tile, one to a place: these, their places, and what became of each point.
+    """Round points to the whole numbers of a tile, one to a place.
 
-    Only what lies on a side gets there, so that a side has no vertex that the tile behind it has not.
+    Returns these points, their places, and the row of each given point among them.
+
+    Only points on a side are rounded to it, so that both tiles at a side have the same vertices there.
     """
     low, high = scheme.low(cell), scheme.high(cell)
     inner = np.clip(np.rint((points[:, :2] - low) / scheme.width(cell.z) * STEPS).astype(np.int64), 1, STEPS - 1)
@@ -83,7 +85,7 @@ def _snap(points: FloatArray, scheme: Scheme, cell: Cell) -> tuple[FloatArray, G
 
 
 def _simplify_sides(points: FloatArray, places: Grid, limit: float) -> tuple[NDArray[np.bool_], list[Grid]]:
-    """Find out which vertices stay where only the sides are simplified, and those of each side in their order."""
+    """Simplify the sides: which vertices stay, and those of each side in their order."""
     kept = np.ones(len(points), dtype=bool)
     sides = []
     for axis in (0, 1):
@@ -120,7 +122,7 @@ def _lift(places: Grid, points: FloatArray) -> FloatArray:
 
 
 def _look_up(tin: Triangulation, points: FloatArray, places: Grid) -> Mesh | None:
-    """Get the mesh with the vertices as they were before they came to whole numbers."""
+    """Return the mesh with the vertices as they were before they came to whole numbers."""
     found = tin.points[:, :2].astype(np.int64)
     keys = places[:, 0] * (STEPS + 1) + places[:, 1]  # in ascending order, since points are sorted by places
     rows = np.searchsorted(keys, found[:, 0] * (STEPS + 1) + found[:, 1])

@@ -1,4 +1,4 @@
-"""What stands beside the tiles: the description of the pyramid, and a page that shows it."""
+"""The files beside the tiles: the description of the pyramid, and a page that shows it."""
 
 from __future__ import annotations
 
@@ -37,7 +37,7 @@ img-src data: blob:; connect-src 'self'">
 
 
 def describe(scheme: Scheme, box: FloatArray, cells: Iterable[Cell], first: int, title: str) -> dict[str, Any]:
-    """Make the description: TileJSON as readers of such tiles know it, and what the page needs beyond it.
+    """Make the description: TileJSON as readers of such tiles know it, and additions for the page.
 
     The box has x, y and z of the low and the high corner of all points; ``first`` is the first level with the surface.
     """

@@ -34,7 +34,7 @@ class Steps(NamedTuple):
     around: NDArray[np.int64]  # (3, 3)
 
     def of(self, places: Grid) -> NDArray[np.int64]:
-        """Get the step for each vertex."""
+        """Return the step for each vertex."""
         at = np.where(places == 0, 0, np.where(places == STEPS, 2, 1))
         corner = self.around[at[:, 1], at[:, 0]]
         beside = np.maximum(self.around[1, at[:, 0]], self.around[at[:, 1], 1])

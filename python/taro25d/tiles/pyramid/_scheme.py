@@ -28,11 +28,11 @@ class Cell(NamedTuple):
     y: int
 
     def parent(self, rise: int = 1) -> Cell:
-        """Get the cell that holds this one, some levels up."""
+        """Return the cell that holds this one, some levels up."""
         return Cell(self.z - rise, self.x >> rise, self.y >> rise)
 
     def children(self) -> list[Cell]:
-        """Get the cells that this one is divided into: west before east, then south before north."""
+        """Return the cells that this one is divided into: west before east, then south before north."""
         return [Cell(self.z + 1, 2 * self.x + i, 2 * self.y + j) for i in (0, 1) for j in (0, 1)]
 
 
@@ -46,7 +46,7 @@ class Scheme(NamedTuple):
 
     @classmethod
     def of(cls, crs: Any, bounds: tuple[float, float, float, float]) -> Scheme:
-        """Get the scheme of the globe for a known reference system, and one that begins with the bounds otherwise."""
+        """Return the scheme of the globe for a known reference system, and one that begins with the bounds otherwise."""
         if crs is not None:
             return cls(*_GLOBE, crs.to_wkt())
         west, south, east, north = bounds
@@ -58,23 +58,23 @@ class Scheme(NamedTuple):
         return METRES_PER_DEGREE if self.crs else 1.0
 
     def width(self, level: int) -> float:
-        """Get the width of a cell."""
+        """Return the width of a cell."""
         return float(np.ldexp(self.size, -level))
 
     def low(self, cell: Cell) -> FloatArray:
-        """Get the south-western corner of a cell."""
+        """Return the south-western corner of a cell."""
         return np.array([self.line(0, cell.z, cell.x), self.line(1, cell.z, cell.y)])
 
     def high(self, cell: Cell) -> FloatArray:
-        """Get the north-eastern corner of a cell."""
+        """Return the north-eastern corner of a cell."""
         return np.array([self.line(0, cell.z, cell.x + 1), self.line(1, cell.z, cell.y + 1)])
 
     def line(self, axis: int, level: int, number: int) -> float:
-        """Get the x (axis 0) or y (axis 1) of a line between cells."""
+        """Return the x (axis 0) or y (axis 1) of a line between cells."""
         return (self.west, self.south)[axis] + number * self.width(level)
 
     def cells(self, level: int, low: FloatArray, high: FloatArray) -> list[Cell]:
-        """Get the cells that share ground with a box; the lines of the cells themselves count for neither."""
+        """Return the cells whose interior meets that of a box."""
         origin, width = np.array([self.west, self.south]), self.width(level)
         limit = np.array([2 if self.crs else 1, 1]) * 2**level - 1
         first = np.clip(np.floor((low - origin) / width).astype(np.int64), 0, limit)
@@ -94,7 +94,7 @@ class Scheme(NamedTuple):
         return np.column_stack([longitude, latitude, points[:, 2] * factor])
 
     def to_space(self, points: FloatArray) -> FloatArray:
-        """Get places in space: geocentric ones on the globe, the coordinates themselves otherwise."""
+        """Return places in space: geocentric ones on the globe, the coordinates themselves otherwise."""
         if self.crs is None:
             return points
         longitude, latitude = np.radians(points[:, :2]).T
@@ -106,7 +106,7 @@ class Scheme(NamedTuple):
         return places
 
     def find_horizon(self, centre: FloatArray, places: FloatArray) -> FloatArray:
-        """Get the point, with the globe scaled to a sphere of radius 1, that is below the horizon only if all places are.
+        """Return the point, with the globe scaled to a sphere of radius 1, that is below the horizon only if all places are.
 
         On the line from the middle of the globe through the centre each place asks for a height of which the largest counts
         (Cozzi and Ring 2011). Without a globe nothing is hidden, and the point is the centre.

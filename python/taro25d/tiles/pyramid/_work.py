@@ -1,6 +1,6 @@
-"""What workers do for a pyramid: tasks that find their input in files and leave their result in files, as those of tiles do.
+"""Tasks of the workers that make a pyramid; as with tiles, a task reads its input from files and writes its result to files.
 
-Meshes stand in ``.work`` until all are made and their heights are known, on which the files of their neighbours depend.
+Meshes stay in ``.work`` until the heights of all are known, because the file of a tile depends on the heights around it.
 """
 
 from __future__ import annotations
@@ -26,7 +26,7 @@ BLOCK_LEVELS = 3  # a task makes a tile and the levels below it, fewer where the
 
 
 class Order(NamedTuple):
-    """What all tasks know."""
+    """The data common to all tasks."""
 
     folder: str
     scheme: Scheme
@@ -34,11 +34,11 @@ class Order(NamedTuple):
     compress: bool
 
     def work_path(self, cell: Cell) -> Path:
-        """Get where the meshes are that the task of a cell has made."""
+        """Return the path of the meshes that the task of a cell has made."""
         return Path(self.folder) / ".work" / f"{cell.z}-{cell.x}-{cell.y}.npz"
 
     def tile_path(self, cell: Cell) -> Path:
-        """Get where the file of a tile is."""
+        """Return the path of a tile."""
         return Path(self.folder) / str(cell.z) / str(cell.x) / f"{cell.y}.terrain"
 
     @property
@@ -58,7 +58,7 @@ class Extent(NamedTuple):
 
 
 class Made(NamedTuple):
-    """A tile of the pyramid: how high it is."""
+    """A tile of the pyramid, with its lowest and highest z."""
 
     cell: Cell
     low: float
@@ -66,7 +66,7 @@ class Made(NamedTuple):
 
 
 def measure(job: Job, task: tuple[Scheme, str]) -> Extent:
-    """Find out where a tile of the tiling is."""
+    """Measure a tile of the tiling."""
     scheme, name = task
     pieces, num_own = _read(job, scheme, name)
     used, own = pieces.points[np.unique(pieces.faces)], pieces.points[:num_own]
