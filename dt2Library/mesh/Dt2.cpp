@@ -85,16 +85,18 @@ Point2* Dt2::insert(const Point2& point) {
     }
     vertexVault_.enlargeBoxForPoint(point);
     if (!vertexVault_.isFullDimensional()) return insertWhileCollinear(point);
-    Point2* pVtx = vertexVault_.createRegisteredVertex(point);
-    insertVertex(pVtx, getStartTriangle(point));
+    const unsigned key = vertexVault_.getKey(point);
+    Point2* pVtx = vertexVault_.createVertex(point);
+    vertexVault_.addItem(key, pVtx);
+    insertVertex(pVtx, getStartTriangle(point, key));
     if (!vertexVault_.dupIsClean()) return vertexVault_.treatOneDupGetHandle(pVtx);
     pLastVtx_ = pVtx;
     vertexVault_.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
 }
 
-Triangle2* Dt2::getStartTriangle(const Point2& point) const {
-    Triangle2* pT = vertexVault_.getCloseTriangle(point);
+Triangle2* Dt2::getStartTriangle(const Point2& point, unsigned key) const {
+    Triangle2* pT = vertexVault_.getCloseTriangle(point, key);
     // Points in the order of a survey are near the last vertex, which is not yet in the sorted part of the vault. (If
     // it was removed meanwhile, its record has no triangle, or is another vertex, which does no harm.)
     if (!pLastVtx_ || !pLastVtx_->getIncidentTriangle()) return pT;

@@ -189,7 +189,7 @@ class Dt2 : public TriangleMesh {
 
   private:
     Point2* insertWhileCollinear(const Point2& point);
-    Triangle2* getStartTriangle(const Point2& point) const;
+    Triangle2* getStartTriangle(const Point2& point, unsigned key) const;
     Triangle2* noteDuplicate(Point2*& pVtx, Triangle2* pT);
     Triangle2* insertVertexCH(Point2* v, Triangle2* pT, int idx);
     void fanFromHullPatch(Point2* v);

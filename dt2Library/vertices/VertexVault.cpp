@@ -44,7 +44,7 @@ VertexVault::VertexVault(GeomTest& geomTest, unsigned numExpectedVertices) : geo
 // ---------------------------------------------------------------------------------------------------------------------
 // Box and curve
 
-void VertexVault::enlargeBoxForPoint(const Point2& point) {
+void VertexVault::enlargeBox(const Point2& point) {
     if (frame_.enlargeBox(Bbox2(point.x(), point.y(), point.x(), point.y()), true)) reconfiguration(nullptr);
 }
 

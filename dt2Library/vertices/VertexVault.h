@@ -83,7 +83,9 @@ class VertexVault {
     /// The box that holds all vertices.
     const Bbox2& getInsertionBox() const { return frame_.getInsertionBox(); }
     /// Extends the box to a finite point. A box that grows is doubled, and the items are sorted along a new curve.
-    void enlargeBoxForPoint(const Point2& point);
+    void enlargeBoxForPoint(const Point2& point) {
+        if (!getInsertionBox().isInBox(point)) enlargeBox(point);
+    }
     /// Extends the box to all finite points of a bulk. Returns how many points are not finite.
     size_t enlargeBoxForBulk(const PointSource& source);
 
@@ -117,8 +119,12 @@ class VertexVault {
     Point2* getVertexPointer(const Point2& p) const;
     /// The position of the item that holds this vertex. Constant.
     size_t getIdxOfActiveVtx(const Point2* pVtx) const;
+    /// The key of a place with finite x and y.
+    unsigned getKey(const Point2& place) const { return frame_.getKey(place); }
     /// A triangle at a vertex near a place with finite x and y. Null when there is none.
-    Triangle2* getCloseTriangle(const Point2& place) const;
+    Triangle2* getCloseTriangle(const Point2& place) const { return getCloseTriangle(place, getKey(place)); }
+    /// As above, where the key of the place is known.
+    Triangle2* getCloseTriangle(const Point2& place, unsigned key) const;
     /// The triangle of the first vertex that has one; null before there are triangles.
     Triangle2* getOneValidTriangle() const;
     /// Three vertices that are not collinear, in counterclockwise order; false when all are collinear.
@@ -197,6 +203,7 @@ class VertexVault {
         double z;
     };
 
+    void enlargeBox(const Point2& point);
     /// Copies a record with its place in the mesh, which belongs to the record only.
     static void copyRecord(const Point2& from, Point2& to);
     bool isSortDue() const;

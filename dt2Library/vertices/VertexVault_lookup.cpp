@@ -51,12 +51,11 @@ Triangle2* VertexVault::triangleAt(size_t position) const {
     return pItem->active ? pItem->vtx->getIncidentTriangle() : nullptr;
 }
 
-Triangle2* VertexVault::getCloseTriangle(const Point2& place) const {
+Triangle2* VertexVault::getCloseTriangle(const Point2& place, unsigned key) const {
     if (numSorted_ == 0) return getOneValidTriangle();
-    const unsigned idx = frame_.getKey(place);
-    size_t middle = keyIndex_.find(idx, place.x(), place.y()).first;
+    size_t middle = keyIndex_.find(key, place.x(), place.y()).first;
     // The previous item may be nearer along the curve.
-    if (middle > 0 && middle < numSorted_ && idx - vItems_[middle - 1]->idx < vItems_[middle]->idx - idx) --middle;
+    if (middle > 0 && middle < numSorted_ && key - vItems_[middle - 1]->idx < vItems_[middle]->idx - key) --middle;
     // Growing strides find the next vertex fast where many in a row have been removed.
     for (size_t distance = 0; distance < numSorted_; distance += 1 + distance / 8) {
         if (middle + distance < numSorted_) {
