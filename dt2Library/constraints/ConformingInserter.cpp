@@ -225,13 +225,15 @@ void ConformingInserter::suspect(ConstraintSegment2* pCSeg) {
     if (pCSeg->isAlive() && ConformingPieces::isConforming(pCSeg)) pieces_.suspect(pCSeg);
 }
 
-/// Works in rounds: a new vertex may encroach on any piece near it, which flips then note for the next round.
+/// Works in rounds: a new vertex may encroach on any piece near it, which flips then note for the next round. Pieces of
+/// a cancelled round become suspects again when the next call establishes all segments.
 void ConformingInserter::splitEncroachedPieces(bool bNewPoints) {
     bool bEnough = true, bFirstRound = true;
     for (auto vEncroached = takeEncroachedPieces(); !vEncroached.empty(); vEncroached = takeEncroachedPieces()) {
         // Many points may have been inserted since the last call. The vertices of this call, which later rounds and its
         // own pieces meet, do not count as input, or each piece would raise the limit for the next.
         for (ConstraintSegment2* pCSeg : vEncroached) {
+            throwIfStopped();
             const bool bMeetsInput = bFirstRound && (bNewPoints || pCSeg->getAge().call < manager_.getNumberOfCalls());
             if (bMeetsInput && pCSeg->isAlive()) raiseHalvingQuotaForEdge(pCSeg);
         }

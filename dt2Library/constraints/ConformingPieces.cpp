@@ -7,11 +7,12 @@ namespace LUMO_TARO25D {
 void ConformingPieces::takeSuspects(std::vector<ConstraintSegment2*>& vTaken) {
     vTaken.clear();
     vTaken.swap(vSuspects_);
-    for (const ConstraintSegment2* pCSeg : vTaken) sSuspects_.erase(pCSeg);
+    const auto isForgotten = [this](const ConstraintSegment2* pCSeg) { return !sSuspects_.erase(pCSeg); };
+    vTaken.erase(std::remove_if(vTaken.begin(), vTaken.end(), isForgotten), vTaken.end());
 }
 
 void ConformingPieces::forget(const ConstraintSegment2* pCSeg) {
-    if (sSuspects_.erase(pCSeg)) vSuspects_.erase(std::find(vSuspects_.begin(), vSuspects_.end(), pCSeg));
+    sSuspects_.erase(pCSeg);
     mNumHalvings_.erase(pCSeg);
 }
 
@@ -26,7 +27,9 @@ void ConformingPieces::noteHalving(ConstraintSegment2* pParent) {
 }
 
 void ConformingPieces::copyFrom(const ConformingPieces& other, const PointerMap<ConstraintSegment2*>& mSegments) {
-    for (const ConstraintSegment2* pCSeg : other.vSuspects_) suspect(*mSegments.find(pCSeg));
+    for (const ConstraintSegment2* pCSeg : other.vSuspects_) {
+        if (other.sSuspects_.contains(pCSeg)) suspect(*mSegments.find(pCSeg));
+    }
     other.mNumHalvings_.forEach(
         [&](const void* pCSeg, unsigned numHalvings) { mNumHalvings_.add(*mSegments.find(pCSeg), numHalvings); });
 }

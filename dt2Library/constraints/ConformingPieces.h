@@ -36,6 +36,7 @@ class ConformingPieces {
     }
 
   private:
+    // Forgotten segments stay in the list, not in the set; their addresses may be those of new segments.
     std::vector<ConstraintSegment2*> vSuspects_;
     AddressSet sSuspects_;
     PointerMap<unsigned> mNumHalvings_;  // of pieces that have a parent

@@ -136,10 +136,14 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
       pReverse_(std::make_unique<ReverseMap>()),
       bOriented_(other.bOriented_),
       name_(other.name_) {
+    // A graph whose removal was cancelled may have lost segments.
     vCSegParents_.reserve(other.vCSegParents_.size());
-    for (const ConstraintSegment2* pCSeg : other.vCSegParents_) vCSegParents_.push_back(*mSegments.find(pCSeg));
-    other.pReverse_->forEach(
-        [&](const void* pCSeg, bool bReverse) { pReverse_->add(*mSegments.find(pCSeg), bReverse); });
+    for (const ConstraintSegment2* pCSeg : other.vCSegParents_) {
+        if (ConstraintSegment2* const* ppCopy = mSegments.find(pCSeg)) vCSegParents_.push_back(*ppCopy);
+    }
+    other.pReverse_->forEach([&](const void* pCSeg, bool bReverse) {
+        if (ConstraintSegment2* const* ppCopy = mSegments.find(pCSeg)) pReverse_->add(*ppCopy, bReverse);
+    });
     pReverse_->vPasses = other.pReverse_->vPasses;
 }
 

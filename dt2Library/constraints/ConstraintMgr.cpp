@@ -116,7 +116,10 @@ void ConstraintMgr::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegm
 
 ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
     TARO_ASSERT_TEXT(p0 != p1, "p0<p1");
-    if (ConstraintSegment2* pExisting = segmentIndex_.find(p0, p1)) return pExisting;
+    if (ConstraintSegment2* pExisting = segmentIndex_.find(p0, p1)) {
+        remover_.revive(pExisting);
+        return pExisting;
+    }
     const VertexPair key = makeKey(p0, p1);
     ConstraintSegment2* pCSeg = enterSegment(key.first, key.second, cis);
     pDt2_->getConstraintEdges().add(p0, p1, pCSeg->getAliveFlag());
@@ -274,7 +277,7 @@ void ConstraintMgr::releaseVertex(const Point2* pVtx, bool bStaysBrought) {
 
 void ConstraintMgr::sweep() {
     CancelPoint<> cancelPoint;
-    if (numDiscarded_ > 0 && !remover_.hasOrphans()) {  // orphans may refer to others that have been dropped
+    if (numDiscarded_ > 0 && !remover_.mayReferToDropped()) {
         std::vector<ConstraintSegment2*> vKept, vGarbage;
         vKept.reserve(getNumberOfSegments());
         vGarbage.reserve(numDiscarded_);

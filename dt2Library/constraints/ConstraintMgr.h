@@ -115,6 +115,11 @@ class ConstraintMgr : public ConstraintKeeper {
     GraphRemover& getRemover() { return remover_; }
     /// Counts the segments at each vertex from now on.
     void countEnds();
+    /// Whether a segment ends at a vertex, once segments are counted.
+    bool isEnd(const Point2* pVtx) const {
+        const unsigned* pNum = pNumEnds_ ? pNumEnds_->find(pVtx) : nullptr;
+        return pNum && *pNum > 0;
+    }
     /// Drops a segment without owners whose edge has been released. The segments at each vertex are counted. Returns
     /// the ends at which no segment ends any more; the other elements are null.
     std::array<Point2*, 2> discardOrphan(ConstraintSegment2* pCSeg);
@@ -126,8 +131,8 @@ class ConstraintMgr : public ConstraintKeeper {
     void sweepIfDue() {
         if (numDiscarded_ > vSegments_.size() / 2) sweep();
     }
-    /// Deletes a graph that owns no segments any more.
-    void discard(ConstraintGraph2* pGraph);
+    /// Hands a graph over, which stays the owner of its segments.
+    std::unique_ptr<ConstraintGraph2> detach(ConstraintGraph2* pGraph);
 
     /// True after a call that establishes or ends segments was cancelled, until applyForClient: some may be no edges of
     /// the mesh.

@@ -32,11 +32,14 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
     mSegments.reserve(getNumberOfSegments());
     target.copySegments(*this, vertices, mSegments);
     PointerMap<ConstraintGraph2*> mGraphs;
-    for (const auto& pGraph : vGraphs_) {
+    const auto copyGraph = [&](const ConstraintGraph2& graph) {
         throwIfStopped();
-        target.vGraphs_.push_back(std::make_unique<ConstraintGraph2>(&copy, *pGraph, mSegments));
-        mGraphs.add(pGraph.get(), target.vGraphs_.back().get());
-    }
+        auto pGraph = std::make_unique<ConstraintGraph2>(&copy, graph, mSegments);
+        mGraphs.add(&graph, pGraph.get());
+        return pGraph;
+    };
+    for (const auto& pGraph : vGraphs_) target.vGraphs_.push_back(copyGraph(*pGraph));
+    target.remover_.copyFrom(remover_, vertices, mSegments, copyGraph);
     mSegments.forEach([&](const void* pOriginal, ConstraintSegment2* pCSeg) {
         pCSeg->copyFrom(*static_cast<const ConstraintSegment2*>(pOriginal), mSegments, mGraphs);
     });
@@ -47,7 +50,6 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
         [&](const void* pVtx) { target.sBroughtVertices_.insert(vertices(static_cast<const Point2*>(pVtx))); });
     target.numCalls_ = numCalls_;
     target.numRequested_ = numRequested_;
-    target.remover_.copyFrom(remover_, vertices, mSegments);
     target.vPendingCalls_ = vPendingCalls_;
     for (PendingCall& call : target.vPendingCalls_) {
         if (call.pGraph) call.pGraph = *mGraphs.find(call.pGraph);

@@ -69,13 +69,15 @@ void ConstraintMgr::getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const {
     for (const auto& pGraph : vGraphs_) vGraphs.push_back(pGraph.get());
 }
 
-void ConstraintMgr::discard(ConstraintGraph2* pGraph) {
+std::unique_ptr<ConstraintGraph2> ConstraintMgr::detach(ConstraintGraph2* pGraph) {
     const auto it =
         std::find_if(vGraphs_.begin(), vGraphs_.end(), [pGraph](const auto& p) { return p.get() == pGraph; });
     TARO_ASSERT(it != vGraphs_.end());
+    std::unique_ptr<ConstraintGraph2> pDetached = std::move(*it);
     vGraphs_.erase(it);
     const auto isOf = [pGraph](const PendingCall& call) { return call.pGraph == pGraph; };
     vPendingCalls_.erase(std::remove_if(vPendingCalls_.begin(), vPendingCalls_.end(), isOf), vPendingCalls_.end());
+    return pDetached;
 }
 
 template <class MakeGraph>
@@ -90,6 +92,7 @@ std::vector<ConstraintSegment2*> ConstraintMgr::addGraph(const std::vector<Verte
         for (size_t i = numBefore; i < vSegments_.size(); ++i) {
             if (vSegments_[i]->getNumberOfOwners() == 0) remover_.addOrphan(vSegments_[i]);
         }
+        remover_.killOrphans();
         throw;
     }
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "taro25d/TaroCancelled.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
+#include "taro25d/freeFunctions.h"
 
 using namespace LUMO_TARO25D;
 
@@ -285,6 +287,67 @@ TEST(CancelledRemoval, OfConstraintsWithVerticesIsCompletedByTheNextCall) {
         ASSERT_EQ(creation.mesh.numberOfPoints(), 2000u + bClientsPoint) << moment;
     }
     EXPECT_GT(numGone, 5u);
+}
+
+TEST(CancelledRemoval, LeavesSegmentsThatPointsMayDivideAndZonesMayUse) {
+    std::vector<Segment2> vSegments;
+    for (int i = 0; i < 100; ++i) {
+        const int x = 10 * (i % 10) + 1, y = 10 * (i / 10) + 1;
+        vSegments.emplace_back(Point2(x, y, 0), Point2(x, y + 6, 0));
+    }
+    size_t numGone = 0;
+    bool bCancelled = true;
+    for (size_t moment = 1; bCancelled; moment += 1 + moment / 12) {
+        Creation creation(false, CIS_CONFORMING_LINEAR_Z);
+        Taro_2D& mesh = creation.mesh;
+        ConstraintGraph2* pGraph = mesh.createConstraint(vSegments, CIS_CONFORMING_LINEAR_Z);
+        bCancelled = cancelAt(moment, mesh, [&] { mesh.removeConstraint(pGraph, true); });
+        if (!bCancelled || creation.countGraphs() > 0) continue;
+        ++numGone;
+        const size_t numTriangles = trianglesOf(mesh).size() / 2;
+        TriangleVector vHalf = trianglesOf(mesh);
+        vHalf.resize(numTriangles);
+        ASSERT_NE(mesh.createZone(vHalf), nullptr) << moment;
+        for (const Segment2& segment : vSegments) {
+            mesh.insert(Point2(segment.getSrc().x(), segment.getSrc().y() + 3.3, 0));
+        }
+        EXPECT_TRUE(mesh.checkValidity(true, "divided")) << moment;
+        const auto pCopy = mesh.clone();
+        mesh.applyConstraintsAndZones();
+        pCopy->applyConstraintsAndZones();
+        EXPECT_TRUE(mesh.checkValidity(true, "completed") && facesOf(mesh) == facesOf(*pCopy)) << moment;
+        std::vector<ConstraintGraph2*> vGraphs;
+        mesh.getConstraintGraphs(vGraphs);
+        std::set<ConstraintSegment2*> sPieces;
+        for (const ConstraintGraph2* pZoneGraph : vGraphs) {
+            const CSegVector vPieces = piecesOf(pZoneGraph);
+            sPieces.insert(vPieces.begin(), vPieces.end());
+        }
+        const CSegVector vAlive = aliveSegmentsOf(mesh);
+        ASSERT_EQ(sPieces, std::set<ConstraintSegment2*>(vAlive.begin(), vAlive.end())) << moment;
+    }
+    EXPECT_GT(numGone, 20u);
+}
+
+TEST(CancelledConstraint, LeavesNothingThatAZoneOrAPointMeets) {
+    for (size_t moment = 1; moment < 60; moment += 2) {
+        Creation creation(false, CIS_CONSTRAINED_DELAUNAY);
+        Taro_2D& mesh = creation.mesh;
+        const TriangleVector vTriangles = trianglesOf(mesh);
+        std::vector<Segment2> vEdges;  // of every second triangle, so that they are edges already
+        for (size_t i = 0; i < vTriangles.size(); i += 2) {
+            vEdges.emplace_back(*vTriangles[i]->getCorner(0), *vTriangles[i]->getCorner(1));
+        }
+        ASSERT_TRUE(cancelAt(moment, mesh, [&] { mesh.createConstraint(vEdges, CIS_CONSTRAINED_DELAUNAY); }));
+        if (moment % 4 == 1) {
+            for (const Segment2& edge : vEdges) mesh.insert(centerWithShift(edge.getSrc(), edge.getTrg()));
+        }
+        Random random(moment);
+        EXPECT_NE(mesh.createZone(someOf(trianglesOf(mesh), 0.5, random)), nullptr) << moment;
+        ASSERT_TRUE(mesh.checkValidity(true, "cancelled")) << moment;
+        mesh.applyConstraintsAndZones();
+        ASSERT_TRUE(mesh.checkValidity(true, "completed")) << moment;
+    }
 }
 
 }  // namespace
