@@ -1,4 +1,4 @@
-// The client's handle on simplification. go() runs the steps in order: kept lines and hull, greedy insertion, thinning
+// The client's handle on simplification. go() runs the steps in order: kept lines and hull, points and thinning
 // (Simplifier) and, if asked for, certification of the whole surface (SurfaceCertifier). The Simplifier of the last
 // finished run is kept for getSurfaceError, which needs its list of points that were left out.
 
@@ -83,14 +83,13 @@ void EfficientModel::go() {
     state.progress.start("simplify", 1000);
     const ProgressEnd progressEnd(state.progress);
     pSimplifier->begin(state.vKept);
+    pSimplifier->run();
     if (const std::size_t num = pSimplifier->getNumLeftOut()) {
         warning("EfficientModel::go()",
                 "points that share a place with another one or a kept line, or are not finite, "
                 "are left out: " +
                     std::to_string(num));
     }
-    pSimplifier->insertGreedily();
-    pSimplifier->thin();
     if (state.bCertified && state.limits.maxError >= 0.0) {
         SurfaceCertifier(state.model, state.vPoints, state.vKept, *pSimplifier, state.progress)
             .certify(state.limits.maxError, state.limits.maxNumPoints);

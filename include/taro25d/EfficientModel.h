@@ -19,9 +19,10 @@ struct EfficientModelState;
 /// A surface through a few of many points. No given point is farther from it than a limit, measured vertically.
 ///
 /// Points are chosen greedily: after kept lines and the corners of the convex hull, the point farthest from the present
-/// surface comes next (Garland and Heckbert 1995). When the limit is met, chosen points are removed again where the
-/// limit holds without them. Every vertex is a given point with its height, except on kept lines: ends and crossings of
-/// these are vertices too, and vertices on them have their heights.
+/// surface comes next (Garland and Heckbert 1995). If only the error is limited, many points are first chosen in
+/// regions, on several threads. When the limit is met, chosen points are removed again where the limit holds without
+/// them. Every vertex is a given point with its height, except on kept lines: ends and crossings of these are vertices
+/// too, and vertices on them have their heights.
 ///
 /// Of points at one place the first is used; later ones are left out with one warning, and so are points on a kept
 /// line, where the height of the line holds, and points with a coordinate that is not finite. Points that are all on

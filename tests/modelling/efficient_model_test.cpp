@@ -217,6 +217,34 @@ TEST(EfficientModel, CertifiedHoldsBetweenPointsToo) {
     }
 }
 
+TEST(EfficientModel, LargeModelsAreEqualForAnyNumberOfThreads) {
+    // Large enough for regions. Grids have circles through four points, where diagonals may be chosen.
+    for (const bool bGrid : {false, true}) {
+        PointVector vPoints = bGrid ? makeHillGrid(210) : makeHills(40000, 8);
+        vPoints.emplace_back(51.5, 49.7, 1e3);  // a pole beside the kept line
+        const SegmentVector vKept{makeSegment(3, 5, 95, 88, 0, 40), makeSegment(50, 2, 52, 97, 20, -20)};
+        std::vector<std::vector<XY>> vFaces;
+        double error = 0;
+        for (const int numThreads : {1, 2, 5}) {
+            EfficientModel model(vPoints);
+            model.keep(vKept);
+            model.setMaxError(0.5);
+            model.setNumCPU(numThreads);
+            const std::string text = printedBy([&] { model.go(); });
+            const Taro_2D& mesh = *model.getTriangulation();
+            if (numThreads == 1) {
+                vFaces = facesOf(mesh);
+                error = model.getError();
+                EXPECT_LE(error, 0.5);
+                EXPECT_LT(mesh.numberOfPoints(), vPoints.size() / 2);
+                EXPECT_TRUE(mesh.checkValidity(true, ""));
+            }
+            EXPECT_TRUE(vFaces == facesOf(mesh)) << numThreads;
+            EXPECT_EQ(error, model.getError());
+        }
+    }
+}
+
 TEST(EfficientModel, OfAlmostNothing) {
     for (const PointVector& vPoints :
          {PointVector(), PointVector{{1, 2, 3}}, PointVector{{0, 0, 0}, {1, 1, 5}, {2, 2, 0}},
@@ -246,9 +274,12 @@ TEST(EfficientModel, RefusesWrongCalls) {
     EXPECT_EQ(model.getTriangulation()->numberOfPoints(), 0u) << "there is no limit still";
 }
 
-TEST(EfficientModel, ReportsAndCanBeCancelledAndRunAgain) {
-    EfficientModel model(makeHills(5000, 6));
+class EfficientModelOfSize : public testing::TestWithParam<size_t> {};
+
+TEST_P(EfficientModelOfSize, ReportsAndCanBeCancelledAndRunAgain) {
+    EfficientModel model(makeHills(GetParam(), 6));
     model.setMaxError(0.2);
+    model.setNumCPU(2);
     Recorder recorder;
     model.subscribe(MT_PROGRESS, &recorder);
     model.go();
@@ -268,5 +299,7 @@ TEST(EfficientModel, ReportsAndCanBeCancelledAndRunAgain) {
     model.go();
     EXPECT_EQ(model.getTriangulation()->numberOfPoints(), numPoints);
 }
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutRegions, EfficientModelOfSize, testing::Values(5000, 30000));
 
 }  // namespace
