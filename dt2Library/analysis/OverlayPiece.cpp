@@ -49,53 +49,74 @@ double LocalTriangle::getSideError(size_t i, double extent) const {
 
 // ---- OverlayPiece ----
 
-OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner)
-    : outer_(outer), inner_(inner), extent_(std::max(outer.getExtent(), inner.getExtent())) {
-    for (size_t i = 0; i < 3; ++i) aCorners_[0].add({outer.x(i), outer.y(i), 0.0, 0});
-    for (size_t edge = 0; edge < 3; ++edge) cutAt(edge);
-    for (const Corner& corner : getCorners()) touchedEdges_ |= corner.edges;
-}
-
-OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner, size_t shift)
-    : outer_(outer), inner_(inner), extent_(outer.getExtent()), bSame_(true) {
-    for (size_t i = 0; i < 3; ++i) aCorners_[0].add({outer.x(i), outer.y(i), outer.z(i) - inner.z((i + shift) % 3), 0});
-}
-
-/// Keeps the part on the inner side of an edge of the inner triangle (Sutherland and Hodgman 1974).
-void OverlayPiece::cutAt(size_t edge) {
+/// Keeps the part on the inner side of an edge of the inner triangle (Sutherland and Hodgman 1974). Which corners are
+/// kept is random, so each is written and counted if it is kept, without a branch; the same holds for the crossings.
+inline void OverlayPiece::cutAt(size_t edge) {
     Corners &corners = aCorners_[current_], &kept = aCorners_[1 - current_];
     const double slack = inner_.getSideError(edge, extent_);
     std::array<double, MAX_CORNERS> aSides;
     double minSide = 0.0;
     for (size_t i = 0; i < corners.size; ++i) {
-        Corner& corner = corners.aCorners[i];
-        aSides[i] = inner_.getSide(edge, corner.x, corner.y);
-        corner.edges |= static_cast<unsigned>(std::abs(aSides[i]) <= slack) << edge;
+        aSides[i] = inner_.getSide(edge, corners.aX[i], corners.aY[i]);
+        corners.aEdges[i] |= static_cast<unsigned>(std::abs(aSides[i]) <= slack) << edge;
         minSide = std::min(minSide, aSides[i]);
     }
     if (minSide >= -slack) return;
-    kept.size = 0;
+    size_t size = 0;
     for (size_t i = 0; i < corners.size; ++i) {
-        const size_t next = i + 1 == corners.size ? 0 : i + 1;
-        const Corner &p = corners.aCorners[i], &q = corners.aCorners[next];
+        const size_t next = corners.getNext(i);
         const bool bInside = aSides[i] >= -slack, bNextInside = aSides[next] >= -slack;
-        if (bInside) kept.add(p);
-        if (bInside == bNextInside) continue;
-        const double side = bInside ? aSides[i] : aSides[next], nextSide = bInside ? aSides[next] : aSides[i];
-        const Corner &from = bInside ? p : q, &to = bInside ? q : p;
-        const double t = std::max(0.0, side) / (std::max(0.0, side) - nextSide);
-        kept.add({from.x + t * (to.x - from.x), from.y + t * (to.y - from.y), 0.0, (p.edges & q.edges) | 1u << edge});
+        kept.aX[size] = corners.aX[i];
+        kept.aY[size] = corners.aY[i];
+        kept.aEdges[size] = corners.aEdges[i];
+        size += static_cast<size_t>(bInside);
+        const size_t from = bInside ? i : next, to = bInside ? next : i;
+        const double side = std::max(0.0, aSides[from]), t = side / (side - aSides[to]);
+        kept.aX[size] = corners.aX[from] + t * (corners.aX[to] - corners.aX[from]);
+        kept.aY[size] = corners.aY[from] + t * (corners.aY[to] - corners.aY[from]);
+        kept.aEdges[size] = (corners.aEdges[i] & corners.aEdges[next]) | 1u << edge;
+        size += static_cast<size_t>(bInside != bNextInside);
     }
+    kept.size = size;
     current_ = 1 - current_;
 }
 
+OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner)
+    : outer_(outer), inner_(inner), extent_(std::max(outer.getExtent(), inner.getExtent())) {
+    for (size_t i = 0; i < 3; ++i) {
+        aCorners_[0].aEdges[i] = 0;
+        aCorners_[0].add(outer.x(i), outer.y(i), 0.0);
+    }
+    for (size_t edge = 0; edge < 3; ++edge) cutAt(edge);
+    for (size_t i = 0; i < getCorners().size; ++i) touchedEdges_ |= getCorners().aEdges[i];
+}
+
+OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner, size_t shift)
+    : outer_(outer), inner_(inner), extent_(outer.getExtent()), bSame_(true) {
+    for (size_t i = 0; i < 3; ++i) {
+        aCorners_[0].add(outer.x(i), outer.y(i), outer.z(i) - inner.z((i + shift) % 3));
+    }
+}
+
+/// The area of the triangle of corner 0 and the corners i and i + 1.
+inline double OverlayPiece::getAreaInFan(const Corners& corners, size_t i) {
+    const double x = corners.aX[0], y = corners.aY[0];
+    return 0.5 * ((corners.aX[i] - x) * (corners.aY[i + 1] - y) - (corners.aY[i] - y) * (corners.aX[i + 1] - x));
+}
+
 bool OverlayPiece::isAtEdge() const {
-    if (getCorners().size < 3) return true;
-    if (bSame_ || measure(getCorners()).area > MIN_PIECE_AREA * extent_ * extent_) return false;
+    const Corners& corners = getCorners();
+    if (corners.size < 3) return true;
+    double area = 0.0;
+    for (size_t i = 1; i + 1 < corners.size; ++i) area += getAreaInFan(corners, i);
+    if (bSame_ || area > MIN_PIECE_AREA * extent_ * extent_) return false;
     for (size_t edge = 0; edge < 3; ++edge) {
         const double slack = 8.0 * outer_.getSideError(edge, extent_);
-        const auto isAt = [&](const Corner& corner) { return outer_.getSide(edge, corner.x, corner.y) <= slack; };
-        if (std::all_of(getCorners().begin(), getCorners().end(), isAt)) return true;
+        bool bAllAt = true;
+        for (size_t i = 0; i < corners.size; ++i) {
+            bAllAt = bAllAt && outer_.getSide(edge, corners.aX[i], corners.aY[i]) <= slack;
+        }
+        if (bAllAt) return true;
     }
     return false;
 }
@@ -103,18 +124,19 @@ bool OverlayPiece::isAtEdge() const {
 void OverlayPiece::setDifferences(double tolerance) {
     Corners& corners = aCorners_[current_];
     for (size_t i = 0; i < corners.size; ++i) {
-        Corner& corner = corners.aCorners[i];
-        if (!bSame_) corner.difference = outer_.getHeight(corner.x, corner.y) - inner_.getHeight(corner.x, corner.y);
-        if (std::abs(corner.difference) <= tolerance) corner.difference = 0.0;
+        const double x = corners.aX[i], y = corners.aY[i];
+        double& difference = corners.aDifference[i];
+        if (!bSame_) difference = outer_.getHeight(x, y) - inner_.getHeight(x, y);
+        if (std::abs(difference) <= tolerance) difference = 0.0;
     }
 }
 
 void OverlayPiece::addTo(SurfaceDifference& sums, double threshold, double tolerance) {
     setDifferences(tolerance);
-    double minD = getCorners().aCorners[0].difference, maxD = minD;
-    for (const Corner& corner : getCorners()) {
-        minD = std::min(minD, corner.difference);
-        maxD = std::max(maxD, corner.difference);
+    double minD = getCorners().aDifference[0], maxD = minD;
+    for (size_t i = 1; i < getCorners().size; ++i) {
+        minD = std::min(minD, getCorners().aDifference[i]);
+        maxD = std::max(maxD, getCorners().aDifference[i]);
     }
     const AreaAndVolume all = measure(getCorners());
     if (minD >= threshold && maxD > threshold) {
@@ -142,12 +164,14 @@ void OverlayPiece::addSigned(double sign, double threshold, double& volume, doub
 OverlayPiece::Corners OverlayPiece::getPartAbove(const Corners& corners, double threshold, double sign) {
     Corners above;
     for (size_t i = 0; i < corners.size; ++i) {
-        const Corner &p = corners.aCorners[i], &q = corners.getNext(i);
-        const double overP = sign * p.difference - threshold, overQ = sign * q.difference - threshold;
-        if (overP >= 0.0) above.add(p);
-        if ((overP > 0.0 && overQ < 0.0) || (overP < 0.0 && overQ > 0.0)) {
-            const double t = overP / (overP - overQ);
-            above.add({p.x + t * (q.x - p.x), p.y + t * (q.y - p.y), sign * threshold, 0});
+        const size_t next = corners.getNext(i);
+        const double over = sign * corners.aDifference[i] - threshold;
+        const double overNext = sign * corners.aDifference[next] - threshold;
+        if (over >= 0.0) above.add(corners.aX[i], corners.aY[i], corners.aDifference[i]);
+        if ((over > 0.0 && overNext < 0.0) || (over < 0.0 && overNext > 0.0)) {
+            const double t = over / (over - overNext);
+            above.add(corners.aX[i] + t * (corners.aX[next] - corners.aX[i]),
+                      corners.aY[i] + t * (corners.aY[next] - corners.aY[i]), sign * threshold);
         }
     }
     return above;
@@ -155,12 +179,11 @@ OverlayPiece::Corners OverlayPiece::getPartAbove(const Corners& corners, double 
 
 OverlayPiece::AreaAndVolume OverlayPiece::measure(const Corners& corners) {
     AreaAndVolume sums;
-    const Corner& first = corners.aCorners[0];
     for (size_t i = 1; i + 1 < corners.size; ++i) {
-        const Corner &p = corners.aCorners[i], &q = corners.aCorners[i + 1];
-        const double area = 0.5 * ((p.x - first.x) * (q.y - first.y) - (p.y - first.y) * (q.x - first.x));
+        const double area = getAreaInFan(corners, i);
         sums.area += area;
-        sums.volume += area * ((first.difference + p.difference + q.difference) / 3.0);
+        sums.volume +=
+            area * ((corners.aDifference[0] + corners.aDifference[i] + corners.aDifference[i + 1]) / 3.0);
     }
     return sums;
 }

@@ -72,21 +72,20 @@ class OverlayPiece {
     void addTo(SurfaceDifference& sums, double threshold, double tolerance);
 
   private:
-    struct Corner {
-        double x, y, difference;
-        unsigned edges;  // bits of the edges of the inner triangle on which it lies
-    };
     // A cut of a convex polygon adds one corner; with rounding errors at worst half of the present number, so after
     // four cuts there are at most 13.
     static constexpr size_t MAX_CORNERS = 3 + 1 + 2 + 3 + 4;
     struct Corners {
         size_t size = 0;
-        std::array<Corner, MAX_CORNERS> aCorners;
+        std::array<double, MAX_CORNERS> aX, aY, aDifference;
+        std::array<unsigned, MAX_CORNERS> aEdges;  // bits of the edges of the inner triangle on which a corner lies
 
-        void add(const Corner& corner) { aCorners[size++] = corner; }
-        const Corner& getNext(size_t i) const { return aCorners[i + 1 == size ? 0 : i + 1]; }
-        const Corner* begin() const { return aCorners.data(); }
-        const Corner* end() const { return aCorners.data() + size; }
+        void add(double x, double y, double difference) {
+            aX[size] = x;
+            aY[size] = y;
+            aDifference[size++] = difference;
+        }
+        size_t getNext(size_t i) const { return i + 1 == size ? 0 : i + 1; }
     };
     struct AreaAndVolume {
         double area = 0.0, volume = 0.0;
@@ -96,6 +95,7 @@ class OverlayPiece {
     void cutAt(size_t edge);
     void setDifferences(double tolerance);
     static Corners getPartAbove(const Corners& corners, double threshold, double sign);
+    static double getAreaInFan(const Corners& corners, size_t i);
     static AreaAndVolume measure(const Corners& corners);
     void addSigned(double sign, double threshold, double& volume, double& area, double& rest) const;
 

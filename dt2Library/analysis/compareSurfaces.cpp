@@ -56,6 +56,10 @@ Bbox2 getBoxOf(const Triangle2& triangle) {
     return box;
 }
 
+void prefetchCorners(const Triangle2& triangle) {
+    for (int i = 0; i < 3; ++i) __builtin_prefetch(triangle.getCorner(i));
+}
+
 /// The triangles reached by a search, usually few.
 class Reached {
   public:
@@ -189,6 +193,7 @@ void Comparison::compare(const Triangle2& outer, Walk& walk) const {
     for (size_t k = 0; k < walk.reached.size(); ++k) {
         progress_.throwIfStopped();
         const Triangle2* pInner = walk.reached[k];
+        if (k + 1 < walk.reached.size()) prefetchCorners(*walk.reached[k + 1]);
         if (k == 0 && addIfSame(outer, *pInner, localOuter, walk)) return;
         const LocalTriangle localInner(*pInner, origin);
         OverlayPiece piece(localOuter, localInner);
