@@ -182,8 +182,7 @@ OverlayPiece::AreaAndVolume OverlayPiece::measure(const Corners& corners) {
     for (size_t i = 1; i + 1 < corners.size; ++i) {
         const double area = getAreaInFan(corners, i);
         sums.area += area;
-        sums.volume +=
-            area * ((corners.aDifference[0] + corners.aDifference[i] + corners.aDifference[i + 1]) / 3.0);
+        sums.volume += area * ((corners.aDifference[0] + corners.aDifference[i] + corners.aDifference[i + 1]) / 3.0);
     }
     return sums;
 }

@@ -34,6 +34,7 @@
 #include "support/PointerMap.h"
 #include "support/diagnostics.h"
 #include "support/shareWork.h"
+#include "support/stopping.h"
 #include "taro25d/Zone2.h"
 
 namespace LUMO_TARO25D {
@@ -48,6 +49,18 @@ void add(const SurfaceDifference& part, SurfaceDifference& sums) {
     sums.cutArea += part.cutArea;
     sums.fillArea += part.fillArea;
     sums.unchangedArea += part.unchangedArea;
+}
+
+/// getBox with prefetching and cancellation points.
+Bbox2 getBoxOfMany(const std::vector<Triangle2*>& vTriangles) {
+    Bbox2 box;
+    CancelPoint<> cancelPoint;
+    for (size_t k = 0; k < vTriangles.size(); ++k) {
+        cancelPoint.pass();
+        prefetchTriangles(vTriangles, k);
+        for (int i = 0; i < 3; ++i) box.add(*vTriangles[k]->getCorner(i));
+    }
+    return box;
 }
 
 Bbox2 getBoxOf(const Triangle2& triangle) {
@@ -96,8 +109,7 @@ class Reached {
 /// The zone in which overlapping triangles are searched.
 class InnerSurface {
   public:
-    explicit InnerSurface(const SurfacePart& part)
-        : dt2_(part.dt2), hull_(dt2_), box_(LUMO_TARO25D::getBox(part.vTriangles)) {
+    explicit InnerSurface(const SurfacePart& part) : dt2_(part.dt2), hull_(dt2_), box_(getBoxOfMany(part.vTriangles)) {
         if (part.vTriangles.size() == dt2_.numberOfTriangles()) return;
         mInZone_.reserve(part.vTriangles.size());
         for (const Triangle2* pT : part.vTriangles) mInZone_.add(pT, true);
@@ -253,7 +265,10 @@ SurfaceDifference compareSurfaces(const Zone2* pBefore, const Zone2* pAfter, dou
     Progress progress(pBefore->getDelaunayTriangulation()->getProgress(),
                       &pAfter->getDelaunayTriangulation()->getProgress());
     const MessageScope scope(&progress);
-    const std::vector<Triangle2*> vBefore = getTrianglesOf(*pBefore), vAfter = getTrianglesOf(*pAfter);
+    const std::vector<Triangle2*> vBefore = getTrianglesOf(*pBefore);
+    throwIfStopped();
+    const std::vector<Triangle2*> vAfter = getTrianglesOf(*pAfter);
+    throwIfStopped();
     const SurfacePart before{*pBefore->getDelaunayTriangulation(), vBefore};
     const SurfacePart after{*pAfter->getDelaunayTriangulation(), vAfter};
     const SurfaceDifference sums = compareTriangles(before, after, ignoreThreshold > 0.0 ? ignoreThreshold : 0.0,
