@@ -26,6 +26,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/segmentWalk.h"
 #include "modelling/Simplifier.h"
+#include "support/shareWork.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -34,6 +35,7 @@ SurfaceCertifier::SurfaceCertifier(Taro_2D& model, const std::vector<Point2>& vP
                                    const std::vector<Segment2>& vKept, Simplifier& simplifier, Progress& progress)
     : model_(model), vPoints_(vPoints), simplifier_(simplifier), progress_(progress) {
     full_.getImpl()->getProgress().setCancelFlag(progress.getCancelFlag());
+    full_.setNumCPU(model.getImpl()->getNumCPU());
     if (!vKept.empty()) full_.createConstraint(vKept, CIS_CONSTRAINED_DELAUNAY);
     std::vector<Point2> vUsed;
     for (std::uint32_t k = 0; k < vPoints.size(); ++k) {
@@ -49,19 +51,25 @@ SurfaceCertifier::SurfaceCertifier(Taro_2D& model, const std::vector<Point2>& vP
     for (size_t i = 0; i < vHandles.size(); ++i) mNumbers_.add(vHandles[i], vInFull_[i]);
 }
 
-Point2* SurfaceCertifier::getTwin(const Point2* pVtx) {
-    Point2*& pTwin = mTwins_[pVtx];
-    if (!pTwin) pTwin = full_.getImpl()->getVertexPointer(*pVtx);
-    return pTwin;
+/// Calls f(i, predicates of the full surface) for each i below n, on the threads of the model.
+template <class F>
+void SurfaceCertifier::share(size_t n, const F& f) {
+    constexpr size_t PIECE_SIZE = 1024;
+    Progress silent;  // the steps of the running operation are none of these
+    silent.setCancelFlag(progress_.getCancelFlag());
+    shareWork(model_.getImpl()->getNumCPU(), n, PIECE_SIZE, silent, [&](size_t begin, size_t end, int) {
+        GeomTest geomTest(full_.getImpl()->getMagnitude());
+        for (size_t i = begin; i < end; ++i) f(i, geomTest);
+    });
 }
 
-SurfaceCertifier::Difference SurfaceCertifier::followEdge(const Point2* pSrc, const Point2* pTrg) {
-    GeomTest& geomTest = full_.getImpl()->getGeomTest();
+SurfaceCertifier::Difference SurfaceCertifier::followEdge(const Point2* pSrc, const Point2* pTrg,
+                                                          GeomTest& geomTest) const {
     Difference worst;
     const auto note = [&worst](double difference, const Triangle2* pT) {
         if (difference > worst.error) worst = {difference, pT};
     };
-    const Point2 *p = getTwin(pSrc), *q = getTwin(pTrg);
+    const Point2 *p = *mTwins_.find(pSrc), *q = *mTwins_.find(pTrg);
     while (p != q) {
         Triangle2* pT = nullptr;
         int i = 0;
@@ -79,18 +87,38 @@ SurfaceCertifier::Difference SurfaceCertifier::followEdge(const Point2* pSrc, co
     return worst;
 }
 
-template <class F>
-void SurfaceCertifier::forEachModelEdge(const F& f) {
+/// The edges of the model, each from its smaller end.
+std::vector<SurfaceCertifier::ModelEdge> SurfaceCertifier::getModelEdges() const {
     const auto isLess = [](const Point2* p, const Point2* q) { return *p < *q; };
-    size_t numEdges = 0;
+    std::vector<ModelEdge> vEdges;
     model_.getImpl()->forEachTriangle([&](const Triangle2* pT) {
         for (int i = 0; i < 3; ++i) {
             const Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
             if (*pTrg < *pSrc && pT->getOppositeTriangle(i)) continue;
-            if (numEdges++ % 256 == 0) progress_.throwIfStopped();
-            f(std::min(pSrc, pTrg, isLess), std::max(pSrc, pTrg, isLess));
+            vEdges.emplace_back(std::min(pSrc, pTrg, isLess), std::max(pSrc, pTrg, isLess));
         }
     });
+    return vEdges;
+}
+
+/// Finds the vertices of the full surface that are those of the model.
+void SurfaceCertifier::findTwins() {
+    std::vector<Point2*> vVertices;
+    model_.getVertexPointers(vVertices);
+    std::vector<Point2*> vTwins(vVertices.size());
+    share(vTwins.size(), [&](size_t i, GeomTest&) {
+        if (!mTwins_.find(vVertices[i])) vTwins[i] = full_.getImpl()->getVertexPointer(*vVertices[i]);
+    });
+    for (size_t i = 0; i < vTwins.size(); ++i) mTwins_.add(vVertices[i], vTwins[i]);
+}
+
+std::vector<SurfaceCertifier::Difference> SurfaceCertifier::followEdges() {
+    findTwins();
+    const std::vector<ModelEdge> vEdges = getModelEdges();
+    std::vector<Difference> vWorst(vEdges.size());
+    share(vEdges.size(),
+          [&](size_t i, GeomTest& geomTest) { vWorst[i] = followEdge(vEdges[i].first, vEdges[i].second, geomTest); });
+    return vWorst;
 }
 
 double SurfaceCertifier::getPointError(std::uint32_t k) const {
@@ -99,12 +127,19 @@ double SurfaceCertifier::getPointError(std::uint32_t k) const {
     return std::abs(height - vPoints_[k].z());
 }
 
+std::vector<double> SurfaceCertifier::getPointErrors() {
+    std::vector<double> vErrors(vInFull_.size());
+    share(vInFull_.size(), [&](size_t i, GeomTest&) {
+        if (!simplifier_.isVertex(vInFull_[i])) vErrors[i] = getPointError(vInFull_[i]);
+    });
+    return vErrors;
+}
+
 double SurfaceCertifier::computeError() {
     double largest = 0.0;
     if (!full_.is2D() || !model_.is2D()) return largest;
-    forEachModelEdge(
-        [&](const Point2* pSrc, const Point2* pTrg) { largest = std::max(largest, followEdge(pSrc, pTrg).error); });
-    for (const std::uint32_t k : vInFull_) largest = std::max(largest, getPointError(k));
+    for (const Difference& worst : followEdges()) largest = std::max(largest, worst.error);
+    for (const double distance : getPointErrors()) largest = std::max(largest, distance);
     return largest;
 }
 
@@ -122,16 +157,15 @@ void SurfaceCertifier::certify(double maxError, size_t maxNumPoints) {
 
 std::vector<std::uint32_t> SurfaceCertifier::findMissing(double maxError) {
     std::vector<std::uint32_t> vMissing;
-    forEachModelEdge([&](const Point2* pSrc, const Point2* pTrg) {
-        const Difference worst = followEdge(pSrc, pTrg);
+    for (const Difference& worst : followEdges()) {
         if (worst.error > maxError) vMissing.push_back(findPointNear(worst.pT));
-    });
+    }
     PointerMap<std::pair<double, std::uint32_t>> mWorst;
-    for (const std::uint32_t k : vInFull_) {
-        const double distance = simplifier_.isVertex(k) ? 0.0 : getPointError(k);
-        if (distance <= maxError) continue;
-        auto& worst = mWorst[model_.locate(vPoints_[k])];
-        if (distance > worst.first) worst = {distance, k};
+    const std::vector<double> vErrors = getPointErrors();
+    for (size_t i = 0; i < vErrors.size(); ++i) {
+        if (vErrors[i] <= maxError) continue;
+        auto& worst = mWorst[model_.locate(vPoints_[vInFull_[i]])];
+        if (vErrors[i] > worst.first) worst = {vErrors[i], vInFull_[i]};
     }
     mWorst.forEach([&](const void*, const auto& worst) { vMissing.push_back(worst.second); });
     std::sort(vMissing.begin(), vMissing.end());

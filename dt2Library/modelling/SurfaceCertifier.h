@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
+#include "kernel/GeomTest.h"
 #include "support/PointerMap.h"
 #include "support/Progress.h"
 #include "taro25d/Point2.h"
@@ -38,11 +40,18 @@ class SurfaceCertifier {
         const Triangle2* pT = nullptr;
     };
 
-    /// The largest difference along an edge of the model, found by following it through the full surface.
-    Difference followEdge(const Point2* pSrc, const Point2* pTrg);
-    /// Calls f with the ends of each edge of the model.
+    using ModelEdge = std::pair<const Point2*, const Point2*>;
+
     template <class F>
-    void forEachModelEdge(const F& f);
+    void share(size_t n, const F& f);
+    void findTwins();
+    std::vector<ModelEdge> getModelEdges() const;
+    /// The largest difference along an edge of the model, found by following it through the full surface.
+    Difference followEdge(const Point2* pSrc, const Point2* pTrg, GeomTest& geomTest) const;
+    /// The largest differences along all edges of the model.
+    std::vector<Difference> followEdges();
+    /// The differences at the points of the full surface; 0 at vertices of the model.
+    std::vector<double> getPointErrors();
     double getPointError(std::uint32_t k) const;
     /// Points to be inserted where the model is too far from the full surface: one for each edge, and the worst point
     /// of each triangle.
@@ -50,7 +59,6 @@ class SurfaceCertifier {
     /// The number of a point that is no vertex of the model, in or near a triangle of the full surface; NONE if there
     /// is none.
     std::uint32_t findPointNear(const Triangle2* pT) const;
-    Point2* getTwin(const Point2* pVtx);
 
     Taro_2D& model_;
     const std::vector<Point2>& vPoints_;

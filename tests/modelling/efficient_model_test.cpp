@@ -213,6 +213,12 @@ TEST(EfficientModel, CertifiedHoldsBetweenPointsToo) {
             EXPECT_LE(certified.getSurfaceError(), maxError);
             EXPECT_EQ(certified.getError(), errorOf(*certified.getTriangulation(), vPoints));
             EXPECT_LT(certified.getTriangulation()->numberOfPoints(), vPoints.size());
+            const auto vFaces = facesOf(*certified.getTriangulation());
+            const double surfaceError = certified.getSurfaceError();
+            certified.setNumCPU(3);
+            certified.go();
+            EXPECT_TRUE(vFaces == facesOf(*certified.getTriangulation()));
+            EXPECT_EQ(surfaceError, certified.getSurfaceError());
         }
     }
 }
