@@ -7,7 +7,8 @@
 //
 // Each flip lowers the sum of all costs by at least 1e-9, so that the passes over the edges end. A pass visits the
 // edges in the order of their coordinates, so that no address matters. Flipped edges, and edges that are not Delaunay
-// afterwards, become constraints.
+// afterwards, become constraints. Until then the mesh is not valid, so a cancelled run makes it Delaunay again (Lawson
+// 1977): that needs a fraction of the time that the constraints would take, and the next run begins where this one did.
 
 #include "modelling/ValleyOptimizer.h"
 
@@ -62,11 +63,11 @@ void ValleyOptimizer::run() {
     try {
         while (flipOnce()) {
         }
+        keepEdges();
     } catch (...) {
-        keepEdges();  // flipped edges that are not constraints would leave an invalid triangulation
+        takeBack();
         throw;
     }
-    keepEdges();
 }
 
 /// Visits all edges once; whether any was flipped.
@@ -82,25 +83,25 @@ bool ValleyOptimizer::flipOnce() {
 
 std::vector<ValleyOptimizer::Side> ValleyOptimizer::getEdges() const {
     std::vector<Side> vEdges;
-    AddressSet sInside;
-    for (const Triangle2* pT : vTriangles_) sInside.insert(pT);
+    CancelPoint<> cancelPoint;
     for (Triangle2* pT : vTriangles_) {
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             const Point2 &src = *pT->getCorner(incIndexBy1(i)), &trg = *pT->getCorner(incIndexBy2(i));
-            if (pN && src < trg && sInside.contains(pN)) vEdges.push_back({pT, i});
+            if (pN && src < trg && sTriangles_.contains(pN)) vEdges.push_back({pT, i});
         }
     }
-    std::sort(vEdges.begin(), vEdges.end(), [](const Side& a, const Side& b) {
-        const Point2 &a0 = *a.pT->getCorner(incIndexBy1(a.i)), &b0 = *b.pT->getCorner(incIndexBy1(b.i));
-        if (a0 != b0) return a0 < b0;
-        return *a.pT->getCorner(incIndexBy2(a.i)) < *b.pT->getCorner(incIndexBy2(b.i));
-    });
+    std::sort(vEdges.begin(), vEdges.end(), withCancelPoints([](const Side& a, const Side& b) {
+                  const Point2 &a0 = *a.pT->getCorner(incIndexBy1(a.i)), &b0 = *b.pT->getCorner(incIndexBy1(b.i));
+                  if (a0 != b0) return a0 < b0;
+                  return *a.pT->getCorner(incIndexBy2(a.i)) < *b.pT->getCorner(incIndexBy2(b.i));
+              }));
     return vEdges;
 }
 
 bool ValleyOptimizer::tryFlip(Triangle2* pT, int i) {
-    const Triangle2* pN = pT->getOppositeTriangle(i);
+    Triangle2* pN = pT->getOppositeTriangle(i);
     if (!pN || !sTriangles_.contains(pN) || !mesh_.canBeFlipped(pT, i)) return false;
     const Point2 &a = *pT->getCorner(i), &b = *pT->getCorner(incIndexBy1(i)), &c = *pT->getCorner(incIndexBy2(i)),
                  &d = *getFarCorner(pT, i);
@@ -109,7 +110,9 @@ bool ValleyOptimizer::tryFlip(Triangle2* pT, int i) {
     const Point2 *pFirst = pT->getCorner(i), *pSecond = getFarCorner(pT, i);
     mesh_.flip(pT, i);
     sFlipped_.insert(pFirst, pSecond);
-    bFlipped_ = true;
+    for (Triangle2* pTouched : {pT, pN}) {
+        if (sTouched_.insert(pTouched)) vTouched_.push_back(pTouched);
+    }
     return true;
 }
 
@@ -137,10 +140,11 @@ bool ValleyOptimizer::changesHeightTooMuch(const Point2& a, const Point2& b, con
 }
 
 void ValleyOptimizer::keepEdges() {
-    if (!bFlipped_) return;
-    const NoStopScope noStop;
+    if (vTouched_.empty()) return;
     std::vector<ConstraintMgr::VertexPair> vPairs;
+    CancelPoint<> cancelPoint;
     for (const Triangle2* pT : vTriangles_) {
+        cancelPoint.pass();
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pN = pT->getOppositeTriangle(i);
             Point2 *pSrc = pT->getCorner(incIndexBy1(i)), *pTrg = pT->getCorner(incIndexBy2(i));
@@ -150,11 +154,17 @@ void ValleyOptimizer::keepEdges() {
             if (!bDelaunay || sFlipped_.contains(pSrc, pTrg)) vPairs.emplace_back(pSrc, pTrg);
         }
     }
-    std::sort(vPairs.begin(), vPairs.end(), [](const auto& p, const auto& q) {
-        return *p.first != *q.first ? *p.first < *q.first : *p.second < *q.second;
-    });
+    std::sort(vPairs.begin(), vPairs.end(), withCancelPoints([](const auto& p, const auto& q) {
+                  return *p.first != *q.first ? *p.first < *q.first : *p.second < *q.second;
+              }));
     const FlagScope exact = mesh_.takeConstraintsExactly();
     if (!vPairs.empty()) mesh_.getConstraintManager()->createEdges(vPairs, CIS_CONSTRAINED_DELAUNAY, false);
+}
+
+void ValleyOptimizer::takeBack() {
+    const NoStopScope noStop;
+    for (Triangle2* pT : vTouched_) mesh_.noteForFlips(pT);
+    mesh_.flipUntilDelaunay();
 }
 
 }  // namespace LUMO_TARO25D

@@ -20,7 +20,7 @@ class ValleyOptimizer {
                     double maxHeightChange);
 
     /// Flips until no flip lowers the cost, then makes constraints, in one graph, of the flipped edges and of the edges
-    /// that are not Delaunay, also if the call is cancelled.
+    /// that are not Delaunay. A cancelled call makes the mesh Delaunay again.
     void run();
 
   private:
@@ -38,6 +38,8 @@ class ValleyOptimizer {
     bool changesHeightTooMuch(const Point2& a, const Point2& b, const Point2& c, const Point2& d) const;
     std::vector<Side> getEdges() const;
     void keepEdges();
+    /// Makes edges that are no constraints Delaunay.
+    void takeBack();
 
     Dt2& mesh_;
     std::vector<Triangle2*> vTriangles_;
@@ -45,7 +47,8 @@ class ValleyOptimizer {
     double minAngle_;  // in radians
     double maxHeightChange_;
     EdgeSet sFlipped_;
-    bool bFlipped_ = false;
+    AddressSet sTouched_;               // triangles that flips have changed
+    std::vector<Triangle2*> vTouched_;  // in the order of their first flips
 };
 
 }  // namespace LUMO_TARO25D

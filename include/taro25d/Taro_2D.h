@@ -379,7 +379,7 @@ class TARO25D_API Taro_2D {
     /// of one graph; constraints do not flip, and vertices inside a hole keep their heights. The zone is of location
     /// ZL_GROW, and its border becomes a constraint. Null, with a warning, for a zone that is not of this triangulation
     /// or has no triangles, and a perimeter that is negative or NaN. Linear in the number of all triangles, and O(k log
-    /// k) for k triangles in holes in each of a few passes. May throw TaroCancelled, with flips done so far.
+    /// k) for k triangles in holes in each of a few passes. May throw TaroCancelled, with all flips done or none.
     Zone2* fillHoles(Zone2* pZone, double maxPerimeter);
 
     /// Deletes a zone; triangles and constraints stay. False, with a warning, for a zone that does not belong to the

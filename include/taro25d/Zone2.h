@@ -65,7 +65,7 @@ class TARO25D_API Zone2 {
     /// crossing of both diagonals by more than maxHeightChange; constraints and edges at the border of the zone never
     /// flip. Heights of vertices do not change. Flipped edges, and those that are not Delaunay because of them,
     /// become constraints of one graph. Limits that are negative or NaN get a warning, and nothing is flipped. O(n
-    /// log n) for each pass over the edges; a few passes. May throw TaroCancelled, with flips done so far.
+    /// log n) for each pass over the edges; a few passes. May throw TaroCancelled, with all flips done or none.
     void optimizeValleysAndRidges(double minAngleDegree, double maxHeightChange);
     /// optimizeValleysAndRidges() with 5 degrees and no limit of the height.
     void slopeValleyRidgeOptimization();
