@@ -8,7 +8,9 @@
 // belongs to the band above, except that a triangle below which only touches the level stays in the band below.
 //
 // Nodes are identified by their places (BandNodes). Where a level passes a corner, or another level, so near that
-// rounding could exchange them, sides may cross or coincide; those near such triangles are put right by SideRouter.
+// rounding could exchange them, sides may cross or coincide. The triangles around the corners of such triangles are
+// divided among the bands by BandOverlay instead. The sides along the seam between them and all others belong to pieces
+// on both sides of it, so each goes into the overlay, and its opposite to the other sides.
 //
 // Cost: O(n) for the triangles and O(k log k) for k sides.
 
@@ -17,12 +19,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <optional>
+#include <set>
 #include <utility>
 
-#include "analysis/SideRouter.h"
 #include "analysis/zoneTriangles.h"
 #include "kernel/flatSets.h"
 #include "kernel/tolerances.h"
@@ -106,11 +109,35 @@ void BandBuilder::collectSides() {
         cut(triangle);
     }
     progress_.incProgress(tree_.getNumTriangles());
+    std::vector<Triangle2*> vTriangles;
+    vTriangles.reserve(tree_.getNumTriangles());
+    tree_.forEachLeaf([&vTriangles](double, double, Triangle2* pT) { vTriangles.push_back(pT); });
     std::vector<Edge2> vBorder;
-    findBorder(vBorder);
+    findBorder(vTriangles, vBorder);
     for (const Edge2& edge : vBorder) {
         bNearThin_ = isNearThin(*edge.getTriangle());
         addBorderEdge(edge);
+    }
+    if (thinCorners_.size() > 0) addSeam(vTriangles, vBorder);
+}
+
+/// Adds the sides on the border of the overlay, except those on the border of the surface.
+void BandBuilder::addSeam(const std::vector<Triangle2*>& vTriangles, const std::vector<Edge2>& vBorder) {
+    std::vector<Triangle2*> vNearThin;
+    std::copy_if(vTriangles.begin(), vTriangles.end(), std::back_inserter(vNearThin),
+                 [this](const Triangle2* pT) { return isNearThin(*pT); });
+    std::set<std::pair<const Triangle2*, int>> sOnBorder;
+    for (const Edge2& edge : vBorder) sOnBorder.emplace(edge.getTriangle(), edge.getIndex());
+    std::vector<Edge2> vSeam;
+    findBorder(vNearThin, vSeam);
+    const size_t begin = overlay_.getSides().size();
+    bNearThin_ = true;
+    for (const Edge2& edge : vSeam) {
+        if (sOnBorder.count({edge.getTriangle(), edge.getIndex()}) == 0) addBorderEdge(edge);
+    }
+    for (size_t k = begin; k < overlay_.getSides().size(); ++k) {
+        const auto& [band, side] = overlay_.getSides()[k];
+        vSidesOf_[band].emplace_back(side.second, side.first);
     }
 }
 
@@ -183,10 +210,7 @@ void BandBuilder::addLevelEdges(const Triangle2& triangle) {
 }
 
 /// Edges without a neighbour in the list, except pairs of equal edges of triangles that are not linked.
-void BandBuilder::findBorder(std::vector<Edge2>& vBorder) const {
-    std::vector<Triangle2*> vTriangles;
-    vTriangles.reserve(tree_.getNumTriangles());
-    tree_.forEachLeaf([&vTriangles](double, double, Triangle2* pT) { vTriangles.push_back(pT); });
+void BandBuilder::findBorder(const std::vector<Triangle2*>& vTriangles, std::vector<Edge2>& vBorder) const {
     AddressSet sTriangles = toSet(vTriangles);
     std::vector<UndirectedEdge> vCandidates;
     for (size_t k = 0; k < vTriangles.size(); ++k) {
@@ -232,16 +256,17 @@ void BandBuilder::addBorderEdge(const Edge2& edge) {
     addSide(bUp ? end : begin, from, to);
 }
 
-/// Leads sides near thin triangles through the nodes that rounding may have moved across them.
-void BandBuilder::routeSides() {
-    if (vSidesNearThin_.empty()) return;
-    SideRouter router(nodes_);
-    router.add(vSidesNearThin_);
-    for (std::vector<RingBuilder::Side>& vSides : vSidesOf_) router.replace(vSides);
+/// Adds the sides of the overlay; false if it fails.
+bool BandBuilder::overlaySides() {
+    if (overlay_.getSides().empty()) return true;
+    if (!overlay_.run()) return false;
+    for (std::vector<RingBuilder::Side>& vSides : vSidesOf_) overlay_.replace(vSides);
+    overlay_.appendSides(vSidesOf_);
+    return true;
 }
 
 bool BandBuilder::build(int numThreads, std::vector<ContourBand>& vBands) {
-    routeSides();
+    if (!overlaySides()) return false;
     double magnitude = 0.0;
     for (Index i = 0; i < nodes_.size(); ++i) {
         magnitude = std::max({magnitude, std::abs(nodes_[i].x()), std::abs(nodes_[i].y())});

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "analysis/BandNodes.h"
+#include "analysis/BandOverlay.h"
 #include "analysis/HeightTree.h"
 #include "analysis/RingBuilder.h"
 #include "support/Progress.h"
@@ -23,7 +24,8 @@ class BandBuilder {
           progress_(progress),
           nodes_(vLevels),
           vSidesOf_(vLevels.size() + 1),
-          thinCorners_(vLevels) {}
+          thinCorners_(vLevels),
+          overlay_(nodes_) {}
 
     /// Collects the sides of all bands.
     void collectSides();
@@ -38,14 +40,18 @@ class BandBuilder {
     size_t countBelow(double height) const;
     void markThin(const Triangle2& triangle);
     bool isNearThin(const Triangle2& triangle) const;
-    void routeSides();
+    bool overlaySides();
     void cut(const Triangle2& triangle);
     void addLevelEdges(const Triangle2& triangle);
-    void findBorder(std::vector<Edge2>& vBorder) const;
+    void findBorder(const std::vector<Triangle2*>& vTriangles, std::vector<Edge2>& vBorder) const;
     void addBorderEdge(const Edge2& edge);
+    void addSeam(const std::vector<Triangle2*>& vTriangles, const std::vector<Edge2>& vBorder);
     void addSide(size_t band, Index from, Index to) {
-        vSidesOf_[band].emplace_back(from, to);
-        if (bNearThin_) vSidesNearThin_.emplace_back(from, to);
+        if (bNearThin_) {
+            overlay_.add(band, from, to);
+        } else {
+            vSidesOf_[band].emplace_back(from, to);
+        }
     }
     size_t getBandAtLevelEdge(const Triangle2& triangle, int i) const;
 
@@ -56,7 +62,7 @@ class BandBuilder {
     std::vector<std::vector<RingBuilder::Side>> vSidesOf_;  // for each band, with its area on the left
     BandNodes thinCorners_;                                 // of triangles with pieces thinner than rounding
     bool bNearThin_ = false;                                // whether the current triangle has such a corner
-    std::vector<RingBuilder::Side> vSidesNearThin_;         // of all bands
+    BandOverlay overlay_;                                   // of the triangles that have one
     std::vector<Index> vLong_, vLower_, vUpper_;            // nodes on the edges of a triangle
 };
 

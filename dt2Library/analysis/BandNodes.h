@@ -26,6 +26,8 @@ class BandNodes {
 
     /// The node of a corner, whose height it takes.
     Index addCorner(const Point2& corner) { return add(corner, true); }
+    /// The node at a crossing of sides.
+    Index addCrossing(const Point2& crossing) { return add(crossing, false); }
     /// Replaces a list by the nodes at which the levels [beginLevel, endLevel) cross the segment from low to high; all
     /// must be strictly between the two heights.
     void getCrossings(const Point2& low, const Point2& high, size_t beginLevel, size_t endLevel,

@@ -209,14 +209,20 @@ TEST(Bands, AreSoundAtHeightsNextToThoseOfVertices) {
     }
 }
 
-/// Levels are some units in the last place apart, so rounding could make sides cross where they end near a vertex.
+/// Levels are some units in the last place apart, so rounding could make sides cross where they end near a vertex. In
+/// two thirds of the scenes many heights are equal, and in half of these vertices are as near to each other.
 TEST(Bands, AreSoundBetweenLevelsThatRoundingCouldExchange) {
-    for (unsigned seed = 0; seed < 40; ++seed) {
+    for (unsigned seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
         Random r(seed);
         Taro_2D mesh;
         PointVector vPoints = makeScattered(40, 0, 0, 10, 10, r, 4);
         vPoints.emplace_back(3, 4, 2.5);
+        for (size_t i = 1; i < vPoints.size() && seed % 3 > 0; ++i) {
+            const Point2& near = vPoints[seed % 3 == 2 && i % 3 == 0 ? i / 2 : i];
+            const double x = near.x(), y = near.y();
+            vPoints[i].set(std::nextafter(x, x + 1), std::nextafter(y, y - 1), std::floor(vPoints[i].z()));
+        }
         mesh.insert(vPoints);
         std::vector<double> vLevels;
         for (const Point2& point : vPoints) {
