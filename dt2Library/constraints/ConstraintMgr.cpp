@@ -13,11 +13,13 @@
 #include "constraints/ConstraintMgr.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <iomanip>
 #include <iostream>
 #include <limits>
+#include <tuple>
 
 #include "constraints/ConstraintPieces.h"
 #include "kernel/tools.h"
@@ -29,12 +31,26 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Sorts a list of segments, of which the first numOrdered are in order.
+/// Sorts a list of segments, of which the first numOrdered are in order. Copies of the ends spare most comparisons the
+/// way to the segments.
 void bringIntoOrder(std::vector<ConstraintSegment2*>& vCSegs, std::ptrdiff_t numOrdered) {
-    const auto less =
-        withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; });
-    std::sort(vCSegs.begin() + numOrdered, vCSegs.end(), less);
-    std::inplace_merge(vCSegs.begin(), vCSegs.begin() + numOrdered, vCSegs.end(), less);
+    using Entry = std::tuple<std::uintptr_t, std::uintptr_t, ConstraintSegment2*>;
+    const auto number = [](const Point2* pVtx) { return reinterpret_cast<std::uintptr_t>(pVtx); };
+    std::vector<Entry> vNew;
+    vNew.reserve(vCSegs.size() - static_cast<size_t>(numOrdered));
+    std::for_each(vCSegs.begin() + numOrdered, vCSegs.end(), [&](ConstraintSegment2* pCSeg) {
+        vNew.emplace_back(number(pCSeg->getSrc()), number(pCSeg->getTrg()), pCSeg);
+    });
+    std::sort(vNew.begin(), vNew.end(), withCancelPoints([](const Entry& a, const Entry& b) {
+                  return std::get<0>(a) != std::get<0>(b) ? std::get<0>(a) < std::get<0>(b)
+                                                          : std::get<1>(a) < std::get<1>(b);
+              }));
+    std::transform(vNew.begin(), vNew.end(), vCSegs.begin() + numOrdered,
+                   [](const Entry& entry) { return std::get<2>(entry); });
+    if (numOrdered == 0) return;
+    std::inplace_merge(
+        vCSegs.begin(), vCSegs.begin() + numOrdered, vCSegs.end(),
+        withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; }));
 }
 
 /// Returns the alive pieces of a graph and prints the name of the file that they go to.
@@ -96,7 +112,8 @@ void ConstraintMgr::appendSegments(const F& f, std::vector<ConstraintSegment2*>&
 
 void ConstraintMgr::tidy() {
     sweep();
-    if (numSorted_ == vSegments_.size()) return;
+    // Sorting after each call would cost as much as all calls before it.
+    if (vSegments_.size() - numSorted_ <= numSorted_ / 8) return;
     std::vector<ConstraintSegment2*> vSorted = vSegments_;
     bringIntoOrder(vSorted, static_cast<std::ptrdiff_t>(numSorted_));
     vSegments_.swap(vSorted);

@@ -162,7 +162,7 @@ class ConstraintMgr : public ConstraintKeeper {
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
     /// The last step of a client's call: makes conforming pieces Delaunay again, with new points or without.
     void finishCall(bool bNewPoints);
-    /// Sorts the list of segments, after which ordered queries only copy it.
+    /// Drops discarded segments, and sorts the list of segments if many are new; ordered queries sort the others.
     void tidy();
     /// Appends the segments for which f is true, by the pointers of their ends.
     template <class F>

@@ -77,13 +77,16 @@ bool ConstraintSegment2::removeOwner(ConstraintGraph2* pGraph) { return sOwners_
 
 /// A descendant is never younger than its ancestors, so the walk ends at segments that are as old already.
 void ConstraintSegment2::noteAge(const Age& age) {
-    std::vector<ConstraintSegment2*> vStack{this};
-    while (!vStack.empty()) {
+    std::vector<ConstraintSegment2*> vStack;  // needs no memory where there are no children
+    const auto note = [&](ConstraintSegment2* pCSeg) {
+        if (!(age < pCSeg->age_)) return;
+        pCSeg->age_ = age;
+        if (pCSeg->aChildren_[0]) vStack.insert(vStack.end(), pCSeg->aChildren_.begin(), pCSeg->aChildren_.end());
+    };
+    for (note(this); !vStack.empty();) {
         ConstraintSegment2* pCSeg = vStack.back();
         vStack.pop_back();
-        if (!pCSeg || !(age < pCSeg->age_)) continue;
-        pCSeg->age_ = age;
-        vStack.insert(vStack.end(), pCSeg->aChildren_.begin(), pCSeg->aChildren_.end());
+        note(pCSeg);
     }
 }
 

@@ -23,12 +23,14 @@
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
+#include "constraints/SampledBoxes.h"
 #include "constraints/SegmentIndex.h"
 #include "kernel/links.h"
 #include "kernel/nearness.h"
 #include "kernel/tolerances.h"
 #include "mesh/Dt2.h"
 #include "mesh/segmentWalk.h"
+#include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 
 namespace LUMO_TARO25D {
@@ -38,7 +40,7 @@ namespace {
 // Few crossings are cheaper one by one: a sample of the segments gives their average number in advance. The search is
 // given up if it meets more than MAX_PAIRS_EACH pairs of touching boxes for each segment and MAX_PAIRS_FOR_CROSSING for
 // each crossing, or drops more than MAX_DROPPED crossings plus half of all.
-constexpr size_t NUM_SAMPLES = 64, MIN_CROSSINGS_EACH = 6;
+constexpr size_t NUM_SAMPLES = SampledBoxes::MAX_NUM_BOXES, MIN_CROSSINGS_EACH = 6, MAX_PAIRS_OF_SAMPLE = 120;
 constexpr size_t MAX_PAIRS_EACH = 20, MAX_PAIRS_FOR_CROSSING = 10, MAX_DROPPED = 1000;
 
 }  // namespace
@@ -51,14 +53,16 @@ CrossingFinder::CrossingFinder(Dt2& mesh, const ConstraintMgr& manager) : mesh_(
 }
 
 std::vector<CrossingFinder::Crossing> CrossingFinder::find(const std::vector<ConstraintSegment2*>& vCSegs) {
-    for (const ConstraintSegment2* pCSeg : vCSegs) sOwn_.insert(pCSeg);
-    for (const ConstraintSegment2* pCSeg : vCSegs) {
-        mesh_.getProgress().throwIfStopped();
-        if (pCSeg->isAlive() && pCSeg->getCIS() == CIS_CONSTRAINED_DELAUNAY && !isEdge(pCSeg)) addCarrier(pCSeg);
-    }
     std::vector<Crossing> vCrossings;
+    if (!areCrossingsMany(vCSegs)) return vCrossings;
+    for (const ConstraintSegment2* pCSeg : vCSegs) sOwn_.insert(pCSeg);
+    CancelPoint<> cancelPoint;
+    for (const ConstraintSegment2* pCSeg : vCSegs) {
+        cancelPoint.pass();
+        if (isToBeFollowed(pCSeg)) addCarrier(pCSeg);
+    }
     const auto numPending = vCarriers_.size();
-    if (numPending < 2 || !crossEachOther()) return vCrossings;
+    if (!crossEachOther()) return vCrossings;
     for (const Event& event : vEvents_) {
         if (event.bDropped || event.aCarriers[1] == NONE) continue;
         const double x = event.place.x(), y = event.place.y();
@@ -73,10 +77,13 @@ std::vector<CrossingFinder::Crossing> CrossingFinder::find(const std::vector<Con
 std::uint32_t CrossingFinder::addCarrier(const ConstraintSegment2* pCSeg) {
     const auto number = static_cast<std::uint32_t>(vCarriers_.size());
     if (!mCarriers_.add(pCSeg, number)) return *mCarriers_.find(pCSeg);
-    const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
-    vCarriers_.push_back(
-        {pCSeg, pSrc, pTrg, pTrg->x() - pSrc->x(), pTrg->y() - pSrc->y(), distance2D(*pSrc, *pTrg), {}, {}});
+    vCarriers_.push_back(makeCarrier(pCSeg));
     return number;
+}
+
+CrossingFinder::Carrier CrossingFinder::makeCarrier(const ConstraintSegment2* pCSeg) {
+    const auto [pSrc, pTrg] = getEndsByPlace(pCSeg);
+    return {pCSeg, pSrc, pTrg, pTrg->x() - pSrc->x(), pTrg->y() - pSrc->y(), distance2D(*pSrc, *pTrg), {}, {}};
 }
 
 /// The distance of a point from the line of a carrier, positive on its left.
@@ -108,6 +115,11 @@ bool CrossingFinder::isEdge(const ConstraintSegment2* pCSeg) {
         if (!pT || hasTarget(pT)) return pT;
     }
     return false;
+}
+
+/// Whether a segment that is to be established can cross others.
+bool CrossingFinder::isToBeFollowed(const ConstraintSegment2* pCSeg) {
+    return pCSeg->isAlive() && pCSeg->getCIS() == CIS_CONSTRAINED_DELAUNAY && !isEdge(pCSeg);
 }
 
 /// Notes the constraints that a carrier crosses, and the vertices on it.
@@ -177,7 +189,6 @@ bool CrossingFinder::crossEachOther() {
     }
     SegmentIndex index;
     index.add(vPointers);
-    if (!areCrossingsMany(index, vSegments)) return false;
     size_t numPairs = 0, numDropped = 0;
     for (std::uint32_t i = 0; i < num; ++i) {
         mesh_.getProgress().throwIfStopped();
@@ -193,31 +204,49 @@ bool CrossingFinder::crossEachOther() {
     return true;
 }
 
-/// Counts the crossings of some carriers; crossings at one place count once.
-bool CrossingFinder::areCrossingsMany(SegmentIndex& index, const std::vector<Segment2>& vSegments) {
-    const size_t step = std::max<size_t>(1, vSegments.size() / NUM_SAMPLES);
-    size_t numSamples = 0, numCrossings = 0;
-    std::vector<double> vAlong;
-    for (size_t i = 0; i < vSegments.size(); i += step) {
-        const Carrier& sample = vCarriers_[i];
-        size_t numPairs = 0;
-        vAlong.clear();
-        index.forEachCandidateWhile(vSegments[i], [&](size_t j) {
-            const Carrier& other = vCarriers_[j];
-            if (areOnBothSides(sample, other) && areOnBothSides(other, sample)) {
-                const double ofSrc = getDistance(sample, *other.pSrc), ofTrg = getDistance(sample, *other.pTrg);
-                const double t = ofSrc / (ofSrc - ofTrg);
-                const Point2 place(other.pSrc->x() + t * other.dx, other.pSrc->y() + t * other.dy, 0.0);
-                vAlong.push_back(getPlaceAlong(sample, place));
-            }
-            return ++numPairs < MAX_PAIRS_EACH * MIN_CROSSINGS_EACH;
+/// Up to NUM_SAMPLES segments that can cross others, taken evenly from MAX_TRIED of all.
+std::vector<CrossingFinder::Carrier> CrossingFinder::takeSamples(const std::vector<ConstraintSegment2*>& vCSegs) {
+    constexpr size_t MAX_TRIED = 1024;
+    std::vector<const ConstraintSegment2*> vCandidates;
+    for (size_t i = 0; i < vCSegs.size(); i += 1 + vCSegs.size() / MAX_TRIED) {
+        if (isToBeFollowed(vCSegs[i])) vCandidates.push_back(vCSegs[i]);
+    }
+    std::vector<Carrier> vSamples;
+    const size_t step = (vCandidates.size() + NUM_SAMPLES - 1) / NUM_SAMPLES;
+    for (size_t i = 0; i < vCandidates.size(); i += step) vSamples.push_back(makeCarrier(vCandidates[i]));
+    return vSamples;
+}
+
+/// Counts the crossings of some segments with all; crossings at one place count once.
+bool CrossingFinder::areCrossingsMany(const std::vector<ConstraintSegment2*>& vCSegs) {
+    const std::vector<Carrier> vSamples = takeSamples(vCSegs);
+    if (vSamples.empty()) return false;
+    std::vector<SampledBoxes::Corners> vBoxes;
+    for (const Carrier& sample : vSamples) vBoxes.push_back({sample.pSrc, sample.pTrg});
+    const SampledBoxes boxes(vBoxes);
+    std::vector<size_t> vNumPairs(vSamples.size());
+    std::vector<std::vector<double>> vvAlong(vSamples.size());  // the places of crossings on each sample
+    CancelPoint<> cancelPoint;
+    for (const ConstraintSegment2* pCSeg : vCSegs) {
+        cancelPoint.pass();
+        boxes.forEachTouching(*pCSeg->getSrc(), *pCSeg->getTrg(), [&](size_t k) {
+            if (vNumPairs[k]++ >= MAX_PAIRS_OF_SAMPLE) return;
+            const Carrier other = makeCarrier(pCSeg);
+            if (!areOnBothSides(vSamples[k], other) || !areOnBothSides(other, vSamples[k])) return;
+            if (!isToBeFollowed(pCSeg)) return;
+            const double ofSrc = getDistance(vSamples[k], *other.pSrc), ofTrg = getDistance(vSamples[k], *other.pTrg);
+            const double t = ofSrc / (ofSrc - ofTrg);
+            const Point2 place(other.pSrc->x() + t * other.dx, other.pSrc->y() + t * other.dy, 0.0);
+            vvAlong[k].push_back(getPlaceAlong(vSamples[k], place));
         });
-        ++numSamples;
+    }
+    size_t numCrossings = 0;
+    for (std::vector<double>& vAlong : vvAlong) {
         std::sort(vAlong.begin(), vAlong.end());
         const auto isNear = [this](double p, double q) { return !(q - p > clearance_); };
         numCrossings += static_cast<size_t>(std::unique(vAlong.begin(), vAlong.end(), isNear) - vAlong.begin());
     }
-    return numCrossings >= MIN_CROSSINGS_EACH * numSamples;
+    return numCrossings >= MIN_CROSSINGS_EACH * vSamples.size();
 }
 
 /// Whether the ends of another segment are on different sides of a carrier, and not next to its line.

@@ -18,7 +18,6 @@ namespace LUMO_TARO25D {
 
 class ConstraintMgr;
 class Dt2;
-class SegmentIndex;
 
 /// Finds the crossings of segments to be established, with each other and with older constraints of the mesh.
 class CrossingFinder {
@@ -56,6 +55,7 @@ class CrossingFinder {
         bool bDropped = false;
     };
 
+    static Carrier makeCarrier(const ConstraintSegment2* pCSeg);
     static double getDistance(const Carrier& carrier, const Point2& p);
     static double getPlaceAlong(const Carrier& carrier, const Point2& p);
     std::uint32_t addCarrier(const ConstraintSegment2* pCSeg);
@@ -65,7 +65,9 @@ class CrossingFinder {
     void noteEdge(std::uint32_t i, const Point2* pFrom, const Point2* pTo);
     void noteConstraint(std::uint32_t i, const Triangle2* pT, int k);
     bool crossEachOther();
-    bool areCrossingsMany(SegmentIndex& index, const std::vector<Segment2>& vSegments);
+    bool isToBeFollowed(const ConstraintSegment2* pCSeg);
+    std::vector<Carrier> takeSamples(const std::vector<ConstraintSegment2*>& vCSegs);
+    bool areCrossingsMany(const std::vector<ConstraintSegment2*>& vCSegs);
     void cross(std::uint32_t i, std::uint32_t j);
     bool areOnBothSides(const Carrier& carrier, const Carrier& other);
     void addEvent(const Point2& place, std::uint32_t i, std::uint32_t j);

@@ -26,6 +26,37 @@ namespace {
 constexpr int MAX_PASSES = 499;
 constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
 
+/// Asks the processor to fetch a record that will be wanted soon; it may lie on two cache lines.
+template <class RecordT>
+void prefetch(const RecordT* pRecord) {
+    if (!pRecord) return;
+    __builtin_prefetch(pRecord);
+    __builtin_prefetch(reinterpret_cast<const char*>(pRecord + 1) - 1);
+}
+
+void prefetchAround(const Triangle2* pT) {
+    for (int k = 0; pT && k < 3; ++k) {
+        prefetch(pT->getOppositeTriangle(k));
+        prefetch(pT->getCorner(k));
+    }
+}
+
+/// Asks for the records around the first ends of the segments that follow segment i. They come in the order of the
+/// client, which is random in memory.
+void prefetchSegmentsAfter(const std::vector<ConstraintSegment2*>& vCSegs, size_t i) {
+    constexpr size_t TO_ENDS = 12, TO_TRIANGLE = 9, TO_NEIGHBOURS = 6, TO_THEIR_NEIGHBOURS = 3;
+    const auto getTriangle = [&](size_t k) { return getEndsByPlace(vCSegs[k]).first->getIncidentTriangle(); };
+    if (i + TO_ENDS < vCSegs.size()) {
+        prefetch(vCSegs[i + TO_ENDS]->getSrc());
+        prefetch(vCSegs[i + TO_ENDS]->getTrg());
+    }
+    if (i + TO_TRIANGLE < vCSegs.size()) prefetch(getTriangle(i + TO_TRIANGLE));
+    if (i + TO_NEIGHBOURS < vCSegs.size()) prefetchAround(getTriangle(i + TO_NEIGHBOURS));
+    if (i + TO_THEIR_NEIGHBOURS >= vCSegs.size()) return;
+    const Triangle2* pT = getTriangle(i + TO_THEIR_NEIGHBOURS);
+    for (int k = 0; pT && k < 3; ++k) prefetchAround(pT->getOppositeTriangle(k));
+}
+
 bool areSameAge(const ConstraintSegment2* pFirst, const ConstraintSegment2* pSecond) {
     return !(pFirst->getAge() < pSecond->getAge()) && !(pSecond->getAge() < pFirst->getAge());
 }
@@ -68,19 +99,23 @@ void Establisher::applyOneSegment(ConstraintSegment2* pCSeg) {
             std::vector<ConstraintSegment2*> vLeaves;
             pCSeg->getChildrenRec(vLeaves);
             vStack.insert(vStack.end(), vLeaves.rbegin(), vLeaves.rend());
-            continue;
+        } else {
+            applyAlive(pCSeg);
         }
-        switch (pCSeg->getCIS()) {
-            case CIS_CONSTRAINED_DELAUNAY:
-                segmentInserter_.newCDT_applyOneCS(pCSeg);
-                break;
-            case CIS_CONFORMING_SURFACE_Z:
-            case CIS_CONFORMING_LINEAR_Z:
-                conformingInserter_.insertSegmentConformingDelaunay(pCSeg);
-                break;
-            default:
-                error("ConstraintMgr::apply()", "Unknown CIS");
-        }
+    }
+}
+
+void Establisher::applyAlive(ConstraintSegment2* pCSeg) {
+    switch (pCSeg->getCIS()) {
+        case CIS_CONSTRAINED_DELAUNAY:
+            segmentInserter_.newCDT_applyOneCS(pCSeg);
+            break;
+        case CIS_CONFORMING_SURFACE_Z:
+        case CIS_CONFORMING_LINEAR_Z:
+            conformingInserter_.insertSegmentConformingDelaunay(pCSeg);
+            break;
+        default:
+            error("ConstraintMgr::apply()", "Unknown CIS");
     }
 }
 
@@ -96,6 +131,7 @@ void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size
     }
     bool bAllDone = true;
     for (size_t i = 0, first = 0; i < vCSegs.size(); ++i) {
+        prefetchSegmentsAfter(vCSegs, i);
         if (bOutermost) segmentInserter_.begin(vCSegs[i], quota);
         bAllDone = establishPieces(vCSegs[i]) && bAllDone;
         const bool bLast =
@@ -108,11 +144,16 @@ void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size
 }
 
 bool Establisher::establishPieces(ConstraintSegment2* pCSeg) {
-    std::vector<ConstraintSegment2*> vPieces{pCSeg}, vNext;
-    for (int numPasses = 0; numPasses < MAX_PASSES && !vPieces.empty(); ++numPasses) {
+    throwIfStopped();
+    if (pCSeg->isAlive()) applyAlive(pCSeg);
+    if (pCSeg->isAlive()) return true;
+    std::vector<ConstraintSegment2*> vPieces, vNext;
+    pCSeg->getChildrenRec(vPieces);
+    sortByPlace(vPieces);
+    for (int numPasses = 1; numPasses < MAX_PASSES && !vPieces.empty(); ++numPasses) {
         for (ConstraintSegment2* pPiece : vPieces) {
             throwIfStopped();
-            if (pPiece->isAlive()) applyOneSegment(pPiece);
+            if (pPiece->isAlive()) applyAlive(pPiece);
             const size_t begin = vNext.size();
             if (!pPiece->isAlive()) pPiece->getChildrenRec(vNext);
             sortByPlace(vNext, begin);

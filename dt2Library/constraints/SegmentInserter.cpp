@@ -47,6 +47,14 @@ namespace LUMO_TARO25D {
 
 namespace {
 
+/// Removes the last segment of a list and returns it; null if there is none.
+ConstraintSegment2* takeLast(std::vector<ConstraintSegment2*>& vCSegs) {
+    if (vCSegs.empty()) return nullptr;
+    ConstraintSegment2* pLast = vCSegs.back();
+    vCSegs.pop_back();
+    return pLast;
+}
+
 bool isEnd(const ConstraintSegment2* pCSeg, const Point2& point) {
     return point == *pCSeg->getSrc() || point == *pCSeg->getTrg();
 }
@@ -122,11 +130,9 @@ void SegmentInserter::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
 }
 
 void SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
-    std::vector<ConstraintSegment2*> vStack{pInitialCSeg};
-    while (!vStack.empty()) {
+    std::vector<ConstraintSegment2*> vStack;  // needs no memory where nothing is split
+    for (ConstraintSegment2* pCSeg = pInitialCSeg; pCSeg; pCSeg = takeLast(vStack)) {
         throwIfStopped();
-        ConstraintSegment2* pCSeg = vStack.back();
-        vStack.pop_back();
         if (!pCSeg->isAlive()) {
             appendAlivePieces(pCSeg, vStack);
         } else if (pCSeg->getSrc() == pCSeg->getTrg()) {

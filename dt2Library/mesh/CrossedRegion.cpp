@@ -19,8 +19,15 @@
 
 namespace LUMO_TARO25D {
 
-CrossedRegion::CrossedRegion(Triangle2* pT, int i)
-    : vTriangles_{pT}, vLeft_{{pT, incIndexBy1(i), true}}, vRight_{{pT, incIndexBy2(i), true}} {}
+CrossedRegion::CrossedRegion(Triangle2* pT, int i) {
+    constexpr size_t USUAL_NUM_TRIANGLES = 8;
+    vTriangles_.reserve(USUAL_NUM_TRIANGLES);
+    vLeft_.reserve(USUAL_NUM_TRIANGLES);
+    vRight_.reserve(USUAL_NUM_TRIANGLES);
+    vTriangles_.push_back(pT);
+    vLeft_.push_back({pT, incIndexBy1(i), true});
+    vRight_.push_back({pT, incIndexBy2(i), true});
+}
 
 void CrossedRegion::add(Triangle2* pT, int i, Orientation2 ori) {
     vTriangles_.push_back(pT);
