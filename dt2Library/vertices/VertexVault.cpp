@@ -25,6 +25,7 @@
 #include "support/diagnostics.h"
 #include "support/parallel.h"
 #include "support/stopping.h"
+#include "taro25d/TaroCancelled.h"
 
 namespace LUMO_TARO25D {
 
@@ -140,7 +141,26 @@ void VertexVault::removeAndInvalidateVtx(Point2* pVtx) {
     vItems_[position]->active = false;
     --numItems_;
     recycleVertex(pVtx);
-    if (!bFullDimensional_) sortIV(SM_ALWAYS);
+    if (bFullDimensional_) return;
+    // While all vertices are collinear there are items of present ones only.
+    numSorted_ = 0;
+    numKnownCollinear_ = 0;
+    size_t numKept = 0;
+    for (IdxVtxAct* pItem : vItems_) {
+        if (!pItem->active) {
+            recycle(pItem);
+            continue;
+        }
+        pItem->vtx->vaultPos_ = static_cast<unsigned>(numKept);
+        vItems_[numKept++] = pItem;
+    }
+    vItems_.resize(numKept);
+    try {
+        sortIV(SM_ALWAYS);
+    } catch (const TaroCancelled&) {  // the vertex is gone, so the call has succeeded; a later one sorts
+    } catch (...) {
+        keepException();
+    }
 }
 
 LargeVector<KeyedIndex> VertexVault::orderPoints(const PointSource& source) const {

@@ -58,6 +58,31 @@ TEST(CancelledEdit, FirstPointOffALineLeavesTheLine) {
     EXPECT_GT(numCancelled, 5u);
 }
 
+TEST(CancelledEdit, RemovalFromALineIsDoneOrNot) {
+    for (const bool bOffTheLine : {false, true}) {  // whether the vertex that makes triangles goes, or one of the line
+        for (size_t moment = 1; moment < 40; ++moment) {
+            Taro_2D mesh;
+            std::vector<Point2> vLine;
+            for (int i = 0; i < 2000; ++i) vLine.emplace_back(i, 0, 0);
+            std::vector<Point2*> vHandles;
+            mesh.insert(vLine, vHandles);
+            Point2* pTop = mesh.insert(Point2(1000.5, 50, 0));
+            mesh.remove(vHandles[5]);
+            if (!bOffTheLine) mesh.remove(pTop);
+            const size_t numBefore = mesh.numberOfPoints();
+            const auto run = [&] { mesh.remove(bOffTheLine ? pTop : vHandles[700]); };
+            if (cancelAt(moment, mesh, run)) {
+                ASSERT_EQ(mesh.numberOfPoints(), numBefore) << moment;
+                run();
+            }
+            ASSERT_EQ(verticesOf(mesh).size(), numBefore - 1) << moment;
+            mesh.insert(Point2(3, 7, 1));
+            ASSERT_TRUE(mesh.is2D() && mesh.checkValidity(true, "")) << moment;
+            EXPECT_EQ(mesh.numberOfTriangles(), numBefore - 2) << moment;
+        }
+    }
+}
+
 TEST(CancelledEdit, MoveKeepsTheVertex) {
     size_t numCancelled = 0;
     for (const double far : {10.0, 1e9}) {
