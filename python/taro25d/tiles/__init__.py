@@ -47,7 +47,7 @@ def triangulate(
     folder
         Where the tiles go: an empty or new folder, or that of a former run. All workers must reach it under this name.
     points_per_tile
-        The most points that a tile has. A worker needs about 500 bytes for each.
+        The most points that a tile has. A worker needs about 800 bytes for each.
     client
         A ``dask.distributed.Client``; without one that which Dask has, or threads of this process.
     crs
