@@ -145,6 +145,50 @@ TEST(TileMesh, TilesTogetherAreTheWhole) {
     }
 }
 
+/// The corners of the triangles whose circumcircles contain a place: its natural neighbours, by brute force.
+std::set<XY> neighboursOf(const Taro_2D& mesh, const Point2& place) {
+    GeomTest geomTest(1e4);
+    std::set<XY> sFound;
+    for (const Triangle2* pT : trianglesOf(mesh)) {
+        if (geomTest.circleInc3state(pT, &place) == CINC2_OUTCIRCLE) continue;
+        for (int i = 0; i < 3; ++i) sFound.emplace(pT->getCorner(i)->x(), pT->getCorner(i)->y());
+    }
+    return sFound;
+}
+
+TEST(TileMesh, WatchedPlacesHaveTheNaturalNeighboursOfTheWhole) {
+    Random random(4);
+    const PointVector vPoints = makeLake(random);
+    Taro_2D whole;
+    whole.insert(vPoints);
+    Groups tiles;
+    divide(vPoints, 20, true, tiles);
+    size_t numNew = 0;
+    for (size_t own = 0; own < tiles.size(); ++own) {
+        Groups others = tiles;
+        others.erase(others.begin() + static_cast<std::ptrdiff_t>(own));
+        TileMesh tile(flatten(tiles[own]).data(), tiles[own].size());
+        complete(tile, others);
+        PointVector vPlaces;  // in the triangles around the tile's own points, some of them over the lake
+        for (const Triangle2* pT : trianglesOf(whole)) {
+            const double a = uniform(random, 0.1, 0.4), b = uniform(random, 0.1, 0.4), c = 1 - a - b;
+            const Point2 &p = *pT->getCorner(0), &q = *pT->getCorner(1), &r = *pT->getCorner(2);
+            const bool bOwn = std::any_of(tiles[own].begin(), tiles[own].end(),
+                                          [&](const Point2& v) { return v == p || v == q || v == r; });
+            if (bOwn) vPlaces.emplace_back(a * p.x() + b * q.x() + c * r.x(), a * p.y() + b * q.y() + c * r.y(), 0);
+        }
+        std::vector<double> vFlat;
+        for (const Point2& place : vPlaces) vFlat.insert(vFlat.end(), {place.x(), place.y()});
+        while (tile.watch(vFlat.data(), vPlaces.size())) {
+            ++numNew;
+            complete(tile, others);
+        }
+        for (const Point2& place : vPlaces)
+            ASSERT_EQ(neighboursOf(whole, place), neighboursOf(tile.getMesh(), place)) << "tile " << own;
+    }
+    EXPECT_GT(numNew, tiles.size() / 2);
+}
+
 TEST(TileMesh, OnlyTheNeighbourhoodIsLookedAt) {
     Random random(2);
     const PointVector vPoints =
