@@ -28,6 +28,14 @@ Sample ourContours(const std::vector<Triangle2*>& vTriangles, const std::vector<
     return sample;
 }
 
+Sample ourContoursAtOnce(const IsoContours& isoContours, const std::vector<double>& vHeights) {
+    std::vector<std::vector<std::vector<Segment2>>> vvvContours;
+    Sample sample = timed([&] { isoContours.getContours(vHeights, vvvContours); });
+    for (const auto& vvContours : vvvContours)
+        for (const auto& vContour : vvContours) sample.result[0] += vContour.size();
+    return sample;
+}
+
 Sample vtkContours(const VtkSurface& surface, const std::vector<double>& vHeights, bool bTree) {
     std::size_t numSegments = 0;
     Sample sample = timed([&] { numSegments = surface.contour(vHeights, bTree); });
@@ -78,6 +86,21 @@ Contest contours(const Points& vPoints, std::size_t numLevels, bool bVtkTree) {
             [=] { return vtkContours(*pVtk, vHeights, bVtkTree); }};
 }
 
+/// Without building the tree.
+Contest contoursThreads(const Points& vPoints, std::size_t numLevels) {
+    auto pTaro = std::make_shared<Taro_2D>();
+    pTaro->insert(vPoints);
+    std::vector<Triangle2*> vTriangles;
+    pTaro->getTrianglePointers(vTriangles);
+    const std::vector<double> vHeights = levels(vTriangles, numLevels);
+    const auto on = [&](int numThreads) {
+        auto pIso = std::make_shared<IsoContours>(vTriangles);
+        pIso->setNumCPU(numThreads);
+        return [pTaro, pIso, vHeights] { return ourContoursAtOnce(*pIso, vHeights); };
+    };
+    return {on(2), on(1)};
+}
+
 }  // namespace
 
 std::vector<Row> contourRows(Scale size) {
@@ -86,6 +109,8 @@ std::vector<Row> contourRows(Scale size) {
          [=] { return contours(hills(size(1e6)), 50, false); }},
         {"contours-tree", "the same", "the same with `UseScalarTree`", 0.5, cpu,
          [=] { return contours(hills(size(1e6)), 50, true); }},
+        {"contours-threads", "50 contours at once, 2 threads, wall", onOneThread, 1 / 1.8, wall,
+         [=] { return contoursThreads(hills(size(1e6)), 50); }},
         {"bands", "20 bands of 1,000,000 points", "`vtkBandedPolyDataContourFilter`", 0.5, cpu,
          [=] { return bands(hills(size(1e6)), 20); }},
     };
