@@ -13,12 +13,14 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "analysis/FacePlane.h"
 #include "analysis/NaturalNeighbours.h"
 #include "analysis/RasterBorder.h"
 #include "analysis/RasterGrid.h"
+#include "analysis/TriangleSequence.h"
 #include "analysis/rasterizeTriangles.h"
 #include "analysis/zoneTriangles.h"
 #include "mesh/Dt2.h"
@@ -69,17 +71,13 @@ double getAngle(const Edge2& edge, const Point2& centre) {
 
 class Rasterizer {
   public:
+    /// All triangles of a mesh.
+    Rasterizer(Dt2& dt2, const RasterGrid& grid, RasterKind kind, double* aCells, int numThreads)
+        : Rasterizer(dt2, TriangleSequence(dt2.getTrianglePool()), nullptr, grid, kind, aCells, numThreads) {}
     Rasterizer(const SurfacePart& part, const RasterGrid& grid, RasterKind kind, double* aCells, int numThreads)
-        : dt2_(part.dt2),
-          grid_(grid),
-          kind_(kind),
-          aCells_(aCells),
-          numThreads_(numThreads),
-          progress_(part.dt2.getProgress()),
-          bAll_(part.vTriangles.size() == part.dt2.numberOfTriangles()),
-          vTriangles_(part.vTriangles) {
-        for (int i = 0; i < numThreads_; ++i) vWorkers_.push_back(std::make_unique<Worker>(dt2_, grid_.getMagnitude()));
-    }
+        : Rasterizer(part.dt2, TriangleSequence(part.vTriangles),
+                     part.vTriangles.size() == part.dt2.numberOfTriangles() ? nullptr : &part.vTriangles, grid, kind,
+                     aCells, numThreads) {}
 
     /// Keeps cells on the border apart, and marks the others that have a triangle; before run().
     void divide(std::uint8_t* aHas, std::vector<BorderCell>& vBorderCells) {
@@ -89,6 +87,19 @@ class Rasterizer {
     void run();
 
   private:
+    Rasterizer(Dt2& dt2, TriangleSequence triangles, const std::vector<Triangle2*>* pPart, const RasterGrid& grid,
+               RasterKind kind, double* aCells, int numThreads)
+        : dt2_(dt2),
+          grid_(grid),
+          kind_(kind),
+          aCells_(aCells),
+          numThreads_(numThreads),
+          progress_(dt2.getProgress()),
+          pPart_(pPart),
+          triangles_(std::move(triangles)) {
+        for (int i = 0; i < numThreads_; ++i) vWorkers_.push_back(std::make_unique<Worker>(dt2_, grid_.getMagnitude()));
+    }
+
     /// A cell in a triangle.
     struct Place {
         const Triangle2* pT;
@@ -129,21 +140,21 @@ class Rasterizer {
     std::vector<BorderCell>* pBorderCells_ = nullptr;
     int numThreads_;
     Progress progress_;
-    bool bAll_;  // the part is the whole triangulation
-    const std::vector<Triangle2*>& vTriangles_;
+    const std::vector<Triangle2*>* pPart_;  // null for the whole triangulation
+    TriangleSequence triangles_;
     std::vector<Edge2> vBorder_;
     std::vector<std::unique_ptr<Worker>> vWorkers_;
 };
 
 void Rasterizer::run() {
     constexpr size_t MAX_REPORTS = 8192;
-    const size_t numSteps = vTriangles_.size() + 2 * grid_.getNumRows();
+    const size_t numSteps = triangles_.size() + 2 * grid_.getNumRows();
     progress_.start("rasterize", numSteps, numSteps / MAX_REPORTS + 1);
     const ProgressEnd progressEnd(progress_);
     shareRows([this](const RasterGrid::Span& rows, const Worker&) {
         std::fill(&getCell(rows.begin, 0), &getCell(rows.end - 1, 0) + grid_.getNumColumns(), NOTHING);
     });
-    shareWork(numThreads_, vTriangles_.size(), getPieceSize(), progress_,
+    shareWork(numThreads_, triangles_.size(), getPieceSize(), progress_,
               [this](size_t begin, size_t end, int threadIdx) { scanTriangles(begin, end, *vWorkers_[threadIdx]); });
     scanLargeTriangles();
     fillBorder();
@@ -154,7 +165,7 @@ void Rasterizer::run() {
 size_t Rasterizer::getPieceSize() const {
     constexpr double CELLS_IN_PIECE = 20000.0, MIN_SIZE = 16.0, MAX_SIZE = 4096.0;
     const double numCells = static_cast<double>(grid_.getNumRows()) * static_cast<double>(grid_.getNumColumns());
-    const double size = CELLS_IN_PIECE * static_cast<double>(vTriangles_.size()) / numCells;
+    const double size = CELLS_IN_PIECE * static_cast<double>(triangles_.size()) / numCells;
     return static_cast<size_t>(std::clamp(size, MIN_SIZE, MAX_SIZE));
 }
 
@@ -168,18 +179,16 @@ void Rasterizer::shareRows(const std::function<void(const RasterGrid::Span&, Wor
 
 void Rasterizer::scanTriangles(size_t begin, size_t end, Worker& worker) {
     constexpr size_t MAX_CELLS = 2000;  // for one thread
-    for (size_t k = begin; k < end; ++k) {
-        prefetchTriangles(vTriangles_, k);
-        const Triangle2& triangle = *vTriangles_[k];
-        const RasterGrid::Cells cells = grid_.getCellsAround(triangle);
-        if (bAll_) noteHullEdges(vTriangles_[k], worker);
-        if (cells.size() == 0) continue;
+    triangles_.forEach(begin, end, [&](Triangle2* pT) {
+        const RasterGrid::Cells cells = grid_.getCellsAround(*pT);
+        if (!pPart_) noteHullEdges(pT, worker);
+        if (cells.size() == 0) return;
         if (cells.size() <= MAX_CELLS) {
-            scan(triangle, cells, worker);
+            scan(*pT, cells, worker);
         } else {
-            worker.vLarge.push_back(&triangle);
+            worker.vLarge.push_back(pT);
         }
-    }
+    });
     fillByNeighbours(worker);
 }
 
@@ -225,7 +234,7 @@ void Rasterizer::fillBorder() {
     for (const auto& pWorker : vWorkers_) {
         vBorder_.insert(vBorder_.end(), pWorker->vBorder.begin(), pWorker->vBorder.end());
     }
-    if (!bAll_) getBorderEdges(vTriangles_, vBorder_);
+    if (pPart_) getBorderEdges(*pPart_, vBorder_);
     RasterBorder(grid_, vBorder_)
         .forEach([this](size_t row, size_t column, const Triangle2& triangle, const Edge2& edge) {
             setOnBorder(row, column, triangle, edge);
@@ -298,10 +307,14 @@ bool rasterize(const Zone2* pZone, const RasterFrame& frame, RasterKind kind, do
     const MessageScope scope(&pZone->getDelaunayTriangulation()->getProgress());
     if (!RasterGrid::isUsable(frame)) return refuse("the frame has no cells that can be told apart, no raster");
     if (kind < RK_LINEAR || kind > RK_HILLSHADE) return refuse("unknown kind of raster, no raster");
+    Dt2& dt2 = *pZone->getDelaunayTriangulation();
+    const RasterGrid grid(frame, dt2.getMagnitude());
+    if (pZone->getZoneLocation() == ZL_GLOBAL && dt2.is2D()) {
+        Rasterizer(dt2, grid, kind, aCells, getNumThreads(numCPU)).run();
+        return true;
+    }
     const std::vector<Triangle2*> vTriangles = getTrianglesOf(*pZone);
-    const SurfacePart part{*pZone->getDelaunayTriangulation(), vTriangles};
-    const RasterGrid grid(frame, part.dt2.getMagnitude());
-    Rasterizer(part, grid, kind, aCells, getNumThreads(numCPU)).run();
+    Rasterizer(SurfacePart{dt2, vTriangles}, grid, kind, aCells, getNumThreads(numCPU)).run();
     return true;
 }
 
