@@ -99,6 +99,7 @@ void CutAndFillImpl::startAgain() {
     for (Lines& lines : aLines_) lines = Lines();
     vComponents_.clear();
     vResultTriangles_.clear();
+    sResult_ = AddressSet();
     pResultZone_ = nullptr;
     combined_.initTaro(0);
     overlap_ = Bbox2();

@@ -69,6 +69,7 @@ class CutAndFillImpl {
         std::vector<Point2> vPoints;         // the corners
         RecordMap<Point2, size_t> mIndices;  // of the corners in vPoints
         std::vector<Point2*> vHandles;       // of vPoints in the combined triangulation
+        std::vector<Triangle2*> vBelow;      // of the other surface, around vPoints; null where unknown
         ConstraintGraph2* pBorder = nullptr;
 
         size_t getIndex(const Point2* pVtx) const { return *mIndices.find(pVtx); }
@@ -110,13 +111,14 @@ class CutAndFillImpl {
     void divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings);
     void establishPieces();
     std::vector<VertexPair> takeMissing(Lines& lines) const;
-    AddressSet listResult();
-    bool doesBorderFold(const AddressSet& sResult) const;
+    void listResult();
+    bool doesBorderFold() const;
     bool leaveOutside();
     void setHeights();
     void assignHeigthsOfConstraints(const ConstraintGraph2* pCG, int ithInput);
     void complementHeightMap(const std::vector<Point2*>& vVertices);
-    void setOneMissingHeight(const Point2* pVtx, int ithInput);
+    void useLocations();
+    void setOneMissingHeight(const Point2* pVtx, int ithInput, Triangle2* pAround = nullptr);
     void setCombinedHeights(const std::vector<Point2*>& vVertices);
     void setToZero(Point2* pVtx);
     double getCombinedHeight(const Point2* pVtx) const;
@@ -148,6 +150,7 @@ class CutAndFillImpl {
     HeightMap heights_;
     Zone2* pResultZone_ = nullptr;
     std::vector<Triangle2*> vResultTriangles_;  // of the result zone in the present mesh
+    AddressSet sResult_;                        // the same triangles
     std::vector<std::unique_ptr<CAF_Component>> vComponents_;
     double tolerance_;
     bool bStarted_ = false;

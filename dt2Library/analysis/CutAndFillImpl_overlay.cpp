@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -94,6 +95,9 @@ bool CutAndFillImpl::insertSurfaces() {
     const std::vector<EdgeCrossings::Edge> avEdges[2] = {getInnerSegments(0), getInnerSegments(1)};
     const EdgeCrossings crossings(*aSurfaces_[0].pZone->getDelaunayTriangulation(), {aSurfaces_[0].vPoints, avEdges[0]},
                                   {aSurfaces_[1].vPoints, avEdges[1]});
+    for (size_t i = 0; i < aSurfaces_[1].vPoints.size(); ++i) {
+        aSurfaces_[1].vBelow.push_back(crossings.getTriangleAround(i));
+    }
     const std::vector<Point2*> vCrossings = insertPoints(crossings);
     for (const int ithInput : {0, 1}) {
         divideEdges(ithInput, crossings, vCrossings);
@@ -160,6 +164,7 @@ std::vector<Point2*> CutAndFillImpl::insertPoints(const EdgeCrossings& crossings
 void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, const std::vector<Point2*>& vCrossings) {
     const Surface& surface = aSurfaces_[ithInput];
     std::vector<LinePiece>& vPieces = aLines_[ithInput].vPieces;
+    vPieces.reserve(crossings.getNumberOfPieces(ithInput));
     CancelPoint<> cancelPoint;
     crossings.forEachEdge(ithInput, [&](const EdgeCrossings::Edge& edge, const std::vector<std::uint32_t>& vOnEdge) {
         cancelPoint.pass();
@@ -178,14 +183,13 @@ void CutAndFillImpl::divideEdges(int ithInput, const EdgeCrossings& crossings, c
 /// to be an edge because of a new vertex is found in the next round.
 void CutAndFillImpl::establishPieces() {
     ConstraintMgr& manager = *combined_.getImpl()->getConstraintManager();
-    for (bool bComplete = false; !bComplete;) {
-        bComplete = true;
-        for (Lines& lines : aLines_) {
-            const std::vector<VertexPair> vMissing = takeMissing(lines);
-            if (vMissing.empty()) continue;
-            lines.vGraphs.push_back(manager.createEdges(vMissing, CIS_CONSTRAINED_DELAUNAY, false));
-            bComplete = false;
-        }
+    const size_t numLines = std::size(aLines_);
+    for (size_t k = 0, numComplete = 0; numComplete < numLines; k = (k + 1) % numLines) {
+        const std::vector<VertexPair> vMissing = takeMissing(aLines_[k]);
+        ++numComplete;
+        if (vMissing.empty()) continue;
+        aLines_[k].vGraphs.push_back(manager.createEdges(vMissing, CIS_CONSTRAINED_DELAUNAY, false));
+        numComplete = 0;
     }
 }
 
@@ -209,22 +213,21 @@ std::vector<CutAndFillImpl::VertexPair> CutAndFillImpl::takeMissing(Lines& lines
 }
 
 /// Lists the triangles of the result zone in the order of their records, in which neighbours are close together.
-AddressSet CutAndFillImpl::listResult() {
+void CutAndFillImpl::listResult() {
     std::vector<Triangle2*> vTriangles;
     pResultZone_->getTriangles(vTriangles);
-    AddressSet sResult = toSet(vTriangles);
+    sResult_ = toSet(vTriangles);
     vResultTriangles_.clear();
     vResultTriangles_.reserve(vTriangles.size());
     CancelPoint<> cancelPoint;
     combined_.getImpl()->forEachTriangle([&](Triangle2* pT) {
         cancelPoint.pass();
-        if (sResult.contains(pT)) vResultTriangles_.push_back(pT);
+        if (sResult_.contains(pT)) vResultTriangles_.push_back(pT);
     });
-    return sResult;
 }
 
 /// Whether the result lies on both sides of a piece of a border.
-bool CutAndFillImpl::doesBorderFold(const AddressSet& sResult) const {
+bool CutAndFillImpl::doesBorderFold() const {
     const Dt2& dt2 = *combined_.getImpl();
     std::vector<ConstraintSegment2*> vPieces;
     for (const Surface& surface : aSurfaces_) surface.pBorder->getChildConstraintSegments(vPieces);
@@ -233,14 +236,15 @@ bool CutAndFillImpl::doesBorderFold(const AddressSet& sResult) const {
         cancelPoint.pass();
         const Triangle2* pLeft = dt2.getAdjacentTriangle(pPiece->getSrc(), pPiece->getTrg());
         const Triangle2* pRight = dt2.getAdjacentTriangle(pPiece->getTrg(), pPiece->getSrc());
-        return pLeft && pRight && sResult.contains(pLeft) && sResult.contains(pRight);
+        return pLeft && pRight && sResult_.contains(pLeft) && sResult_.contains(pRight);
     });
 }
 
 /// Where borders are bent to near vertices, a chain may run back over itself. The zone on its left then also contains
 /// regions outside the border, which are removed here. False if no triangle remains.
 bool CutAndFillImpl::leaveOutside() {
-    if (!doesBorderFold(listResult())) return true;
+    listResult();
+    if (!doesBorderFold()) return true;
     const EdgeSet sBorders = getAlivePieces({aSurfaces_[0].pBorder, aSurfaces_[1].pBorder});
     AddressSet asInputs[2] = {toSet(aSurfaces_[0].vTriangles), toSet(aSurfaces_[1].vTriangles)}, sSeen;
     const auto isInside = [&](const Point2& point) {
@@ -276,6 +280,7 @@ void CutAndFillImpl::setHeights() {
     for (const int ithInput : {0, 1}) {
         for (const ConstraintGraph2* pGraph : aLines_[ithInput].vGraphs) assignHeigthsOfConstraints(pGraph, ithInput);
     }
+    useLocations();
     std::vector<Point2*> vVertices;
     getVertices(vResultTriangles_, vVertices);
     complementHeightMap(vVertices);
@@ -321,9 +326,22 @@ void CutAndFillImpl::complementHeightMap(const std::vector<Point2*>& vVertices) 
     }
 }
 
-void CutAndFillImpl::setOneMissingHeight(const Point2* pVtx, int ithInput) {
+/// Where the points of the second surface lie in the first one is known from the crossings.
+void CutAndFillImpl::useLocations() {
+    const Surface& second = aSurfaces_[1];
+    CancelPoint<> cancelPoint;
+    for (size_t i = 0; i < second.vPoints.size(); ++i) {
+        cancelPoint.pass();
+        const Point2* pVtx = second.vHandles[i];
+        if (second.vBelow[i] && heights_[pVtx].before() == BeforeAfter::MISSING)
+            setOneMissingHeight(pVtx, 0, second.vBelow[i]);
+    }
+}
+
+/// pAround is the triangle that contains the vertex, if it is known.
+void CutAndFillImpl::setOneMissingHeight(const Point2* pVtx, int ithInput, Triangle2* pAround) {
     const Dt2& dt2 = *aSurfaces_[ithInput].pZone->getDelaunayTriangulation();
-    Triangle2* pT = dt2.locate(*pVtx);
+    Triangle2* pT = pAround ? pAround : dt2.locate(*pVtx);
     if (!pT) pT = getNearestHullTriangle(dt2, *pVtx);
     if (pT) pT = leaveSlivers(pT, *pVtx);
     // If that triangle has no area either, getHeight returns false and gives a mean height, which is good enough.

@@ -9,6 +9,7 @@
 #include "analysis/CutAndFillImpl.h"
 #include "analysis/slivers.h"
 #include "constraints/ConstraintMgr.h"
+#include "kernel/links.h"
 #include "kernel/tolerances.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
@@ -226,9 +227,14 @@ Point2* CutAndFillImpl::splitAtZero(const CutHelper& cut) {
 /// Splitting edges may make vertices besides the zeros, where rounding makes the pieces cross other edges.
 void CutAndFillImpl::addNewVertices() {
     std::vector<Point2*> vVertices;
-    getVertices(vResultTriangles_, vVertices);
-    const auto isKnown = [this](const Point2* pVtx) { return getCombinedHeight(pVtx) != BeforeAfter::MISSING; };
-    vVertices.erase(std::remove_if(vVertices.begin(), vVertices.end(), isKnown), vVertices.end());
+    combined_.getVertexPointers(vVertices);
+    CancelPoint<> cancelPoint;
+    const auto isKnownOrAside = [&](const Point2* pVtx) {
+        cancelPoint.pass();
+        return getCombinedHeight(pVtx) != BeforeAfter::MISSING ||
+               !findIncidentTriangle(pVtx, [&](const Triangle2* pT) { return sResult_.contains(pT); });
+    };
+    vVertices.erase(std::remove_if(vVertices.begin(), vVertices.end(), isKnownOrAside), vVertices.end());
     complementHeightMap(vVertices);
     setCombinedHeights(vVertices);
 }

@@ -32,6 +32,8 @@ EdgeCrossings::EdgeCrossings(const Dt2& firstMesh, const Surface& first, const S
     clearance_ = getClearance(magnitude);
     numberEdgesOfFirst();
     locateSecond();
+    // Edges of two surfaces of equally many points cross others about three times each.
+    vCrossings_.reserve(3 * second.vEdges.size());
     CancelPoint<> cancelPoint;
     for (std::uint32_t e = 0; e < second.vEdges.size(); ++e) {
         cancelPoint.pass();
@@ -58,12 +60,18 @@ void EdgeCrossings::numberEdgesOfFirst() {
 
 void EdgeCrossings::locateSecond() {
     Triangle2* pT = mesh_.getOneValidTriangle();
+    vLocations_.reserve(aSurfaces_[1].vPoints.size());
     CancelPoint<> cancelPoint;
     for (const Point2& point : aSurfaces_[1].vPoints) {
         cancelPoint.pass();
         const int code = mesh_.walkTo(point, pT, geomTest_);
         vLocations_.emplace_back(pT, code);
     }
+}
+
+Triangle2* EdgeCrossings::getTriangleAround(size_t point) const {
+    const auto& [pT, code] = vLocations_[point];
+    return code == CODE_INSIDE ? pT : nullptr;
 }
 
 /// Finds the edge at which the line to q, through corner i of a triangle, leaves the triangles around that corner.

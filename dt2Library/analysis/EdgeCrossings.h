@@ -42,6 +42,10 @@ class EdgeCrossings {
     EdgeCrossings(const Dt2& firstMesh, const Surface& first, const Surface& second);
 
     const std::vector<Crossing>& getCrossings() const { return vCrossings_; }
+    /// The triangle of the first mesh in whose interior a point of the second surface lies; null if there is none.
+    Triangle2* getTriangleAround(size_t point) const;
+    /// The number of pieces into which the crossings divide the edges of a surface.
+    size_t getNumberOfPieces(int ithSurface) const { return aSurfaces_[ithSurface].vEdges.size() + vCrossings_.size(); }
     /// Calls visit(edge, crossings) for each edge of a surface in order, with the numbers of its crossings from source
     /// to target.
     template <class VisitT>

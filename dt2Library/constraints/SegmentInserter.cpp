@@ -33,7 +33,6 @@
 #include "kernel/nearness.h"
 #include "kernel/tolerances.h"
 #include "kernel/tools.h"
-#include "mesh/CrossedRegion.h"
 #include "mesh/Dt2.h"
 #include "mesh/InnerVtxMgr.h"
 #include "mesh/segmentWalk.h"
@@ -308,20 +307,20 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
     for (Point2* pCorner : {pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i))}) {
         if (isOnPath(pCorner)) return pCorner;
     }
-    CrossedRegion region(pT, i);
+    region_.start(pT, i);
     CancelPoint<> cancelPoint;
     Orientation2 ori = ORIENTATION2_CCW;
     while (ori != ORIENTATION2_COLLINEAR) {
         cancelPoint.pass();
         if (mesh_.isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, vPairIspCS);
         ori = crossEdge(geomTest, pSrc, pTrg, pT, i);
-        region.add(pT, i, ori);
+        region_.add(pT, i, ori);
         Point2* pFar = ori == ORIENTATION2_CCW ? pT->getCorner(incIndexBy2(i)) : pT->getCorner(incIndexBy1(i));
         if (ori != ORIENTATION2_COLLINEAR && isOnPath(pFar)) return pFar;
     }
     if (pT->getCorner(i) != pTrg) return pT->getCorner(i);
     TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");
-    region.replace(mesh_);
+    region_.replace(mesh_);
     return nullptr;
 }
 

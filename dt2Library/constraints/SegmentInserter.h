@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kernel/flatSets.h"
+#include "mesh/CrossedRegion.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Point2.h"
 
@@ -73,6 +74,7 @@ class SegmentInserter {
 
     Dt2& mesh_;
     ConstraintMgr& manager_;
+    CrossedRegion region_;  // of the segment that is being followed
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
     AddressSet sAwaiting_;
     ConstraintSegment2::Age present_{0, 0};

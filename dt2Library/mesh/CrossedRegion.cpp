@@ -19,14 +19,11 @@
 
 namespace LUMO_TARO25D {
 
-CrossedRegion::CrossedRegion(Triangle2* pT, int i) {
-    constexpr size_t USUAL_NUM_TRIANGLES = 8;
-    vTriangles_.reserve(USUAL_NUM_TRIANGLES);
-    vLeft_.reserve(USUAL_NUM_TRIANGLES);
-    vRight_.reserve(USUAL_NUM_TRIANGLES);
-    vTriangles_.push_back(pT);
-    vLeft_.push_back({pT, incIndexBy1(i), true});
-    vRight_.push_back({pT, incIndexBy2(i), true});
+void CrossedRegion::start(Triangle2* pT, int i) {
+    vTriangles_.assign(1, pT);
+    vNewTriangles_.clear();
+    vLeft_.assign(1, {pT, incIndexBy1(i), true});
+    vRight_.assign(1, {pT, incIndexBy2(i), true});
 }
 
 void CrossedRegion::add(Triangle2* pT, int i, Orientation2 ori) {

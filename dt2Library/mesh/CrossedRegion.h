@@ -10,11 +10,12 @@ class Dt2;
 class Triangle2;
 
 /// The triangles that the line from one vertex to another crosses, and their border on both sides of the line. They are
-/// found by following it (segmentWalk.h) and replaced by triangles with an edge between the two vertices.
+/// found by following it (segmentWalk.h) and replaced by triangles with an edge between the two vertices. One object
+/// serves one line after the other, and its lists keep their memory.
 class CrossedRegion {
   public:
-    /// The line begins in a triangle and leaves it across its edge i.
-    CrossedRegion(Triangle2* pT, int i);
+    /// Starts a new region: the line begins in a triangle and leaves it across its edge i.
+    void start(Triangle2* pT, int i);
     /// Adds the next triangle, with the results of crossEdge.
     void add(Triangle2* pT, int i, Orientation2 ori);
     /// Retriangulates the complete region, with the line as an edge, and makes it Delaunay except at constraint edges.
