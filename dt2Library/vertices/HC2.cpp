@@ -13,27 +13,27 @@ namespace {
 constexpr unsigned nextS[16] = {1, 0, 2, 0, 0, 3, 1, 1, 2, 2, 0, 3, 3, 1, 3, 2};
 constexpr unsigned addVls[16] = {0, 1, 3, 2, 0, 3, 1, 2, 2, 1, 3, 0, 2, 3, 1, 0};
 
-/// Three levels of the curve at once: for each state, three bits of ix and three bits of iy, the six key bits
+/// Five levels of the curve at once: for each state, five bits of ix and five bits of iy, the ten key bits
 /// and, in the two bits above them, the next state.
-struct ThreeLevels {
-    std::array<std::uint8_t, 256> entry;
+struct FiveLevels {
+    std::array<std::uint16_t, 4096> entry;
 };
 
-constexpr ThreeLevels makeThreeLevels() {
-    ThreeLevels table{};
-    for (unsigned i = 0; i < 256; ++i) {
-        unsigned state = i >> 6, key = 0;
-        for (int bit = 2; bit >= 0; --bit) {
-            const unsigned quadrant = 2 * ((i >> (3 + bit)) & 1) + ((i >> bit) & 1);
+constexpr FiveLevels makeFiveLevels() {
+    FiveLevels table{};
+    for (unsigned i = 0; i < 4096; ++i) {
+        unsigned state = i >> 10, key = 0;
+        for (int bit = 4; bit >= 0; --bit) {
+            const unsigned quadrant = 2 * ((i >> (5 + bit)) & 1) + ((i >> bit) & 1);
             key = 4 * key + addVls[4 * state + quadrant];
             state = nextS[4 * state + quadrant];
         }
-        table.entry[i] = static_cast<std::uint8_t>(state << 6 | key);
+        table.entry[i] = static_cast<std::uint16_t>(state << 10 | key);
     }
     return table;
 }
 
-constexpr ThreeLevels threeLevels = makeThreeLevels();
+constexpr FiveLevels fiveLevels = makeFiveLevels();
 
 unsigned checkedNumBits(int numBits) {
     if (numBits >= 0 && numBits < 33 && numBits % 2 == 0) return static_cast<unsigned>(numBits);
@@ -70,15 +70,15 @@ unsigned HC2::iReset(double x, double y) const {
     const unsigned iy = yAxis_.cell(y);
     unsigned state = 0, key = 0;
     int bit = initialShift_ / 2;  // the bit of ix and iy, from the highest down
-    for (; (bit + 1) % 3 != 0; --bit) {
+    for (; (bit + 1) % 5 != 0; --bit) {
         const unsigned i = 4 * state + 2 * ((ix >> bit) & 1) + ((iy >> bit) & 1);
         key = 4 * key + addVls[i];
         state = nextS[i];
     }
-    for (bit -= 2; bit >= 0; bit -= 3) {
-        const unsigned entry = threeLevels.entry[state << 6 | ((ix >> bit) & 7) << 3 | ((iy >> bit) & 7)];
-        key = key << 6 | (entry & 63);
-        state = entry >> 6;
+    for (bit -= 4; bit >= 0; bit -= 5) {
+        const unsigned entry = fiveLevels.entry[state << 10 | ((ix >> bit) & 31) << 5 | ((iy >> bit) & 31)];
+        key = key << 10 | (entry & 1023);
+        state = entry >> 10;
     }
     return key;
 }
