@@ -87,7 +87,7 @@ Zone2* Taro_2D::fillHoles(Zone2* pZone, double maxPerimeter) {
     appendHoles(*pDt2_, vTriangles, maxPerimeter, vHoles);
     ValleyOptimizer(*pDt2_, vHoles, 0.0, std::numeric_limits<double>::max()).run();
     vTriangles.insert(vTriangles.end(), vHoles.begin(), vHoles.end());
-    return pDt2_->createZone(vTriangles, false);
+    return pDt2_->createZone(vTriangles);
 }
 
 }  // namespace LUMO_TARO25D
