@@ -1,7 +1,7 @@
 """How deep the water would be: ``python flood.py FOLDER``.
 
-A lake rises in a valley of the package's terrain. The program finds how much water is in it at each level, and writes the
-depths at the highest one as a GeoTIFF.
+A lake rises in a valley of the package's terrain. The program finds how much water
+is in it at each level, and writes the depths at the highest one as a GeoTIFF.
 """
 
 import sys
@@ -22,27 +22,59 @@ LEVELS = [280.0, 290.0, 300.0]
 def make_lake(tin: taro25d.Triangulation, level: float) -> taro25d.Component:
     """Find the largest piece of ground below a level."""
     west, south, east, north = tin.bounds
-    water = taro25d.Triangulation([(x, y, level) for x in (west, east) for y in (south, north)], crs=tin.crs)
+    water = taro25d.Triangulation(
+        [(x, y, level) for x in (west, east) for y in (south, north)], crs=tin.crs
+    )
     flooded = [part for part in tin.volume(water).components if part.kind == "fill"]
     return max(flooded, key=lambda part: part.volume)
 
 
-def draw(tin: taro25d.Triangulation, depth: taro25d.Raster, volumes: list[float], path: Path) -> None:
+def draw(
+    tin: taro25d.Triangulation,
+    depth: taro25d.Raster,
+    volumes: list[float],
+    path: Path,
+) -> None:
     """Draw the depths on the shaded ground, and the volume over the level."""
     rows, columns = np.nonzero(np.isfinite(depth.values))
-    window = depth.x[columns.min()], depth.y[rows.max()], depth.x[columns.max()], depth.y[rows.min()]
+    window = (
+        depth.x[columns.min()],
+        depth.y[rows.max()],
+        depth.x[columns.max()],
+        depth.y[rows.min()],
+    )
     shade = tin.rasterize(like=depth, method="hillshade")
     west, south, east, north = shade.bounds
     figure, (map_axes, curve) = plt.subplots(
-        1, 2, figsize=(12, 6), layout="constrained", gridspec_kw={"width_ratios": [3, 2]}
+        1,
+        2,
+        figsize=(12, 6),
+        layout="constrained",
+        gridspec_kw={"width_ratios": [3, 2]},
     )
-    map_axes.imshow(shade.values, extent=(west, east, south, north), cmap="gray", vmin=-60, vmax=255)
-    image = map_axes.imshow(depth.values, extent=(west, east, south, north), cmap="Blues", vmin=0)
+    map_axes.imshow(
+        shade.values,
+        extent=(west, east, south, north),
+        cmap="gray",
+        vmin=-60,
+        vmax=255,
+    )
+    image = map_axes.imshow(
+        depth.values, extent=(west, east, south, north), cmap="Blues", vmin=0
+    )
     figure.colorbar(image, ax=map_axes, label="depth (m)")
-    map_axes.set(title=f"Lake at {LEVELS[-1]:g} m", xlabel="east (m)", ylabel="north (m)")
-    map_axes.set(xlim=(window[0] - 800, window[2]), ylim=(window[1], window[3] + 800))
+    map_axes.set(
+        title=f"Lake at {LEVELS[-1]:g} m", xlabel="east (m)", ylabel="north (m)"
+    )
+    map_axes.set(
+        xlim=(window[0] - 800, window[2]), ylim=(window[1], window[3] + 800)
+    )
     curve.plot(np.array(volumes) / 1e6, LEVELS, marker="o", color="steelblue")
-    curve.set(title="What the lake holds", xlabel="volume (million cubic metres)", ylabel="level (m)")
+    curve.set(
+        title="What the lake holds",
+        xlabel="volume (million cubic metres)",
+        ylabel="level (m)",
+    )
     curve.grid(alpha=0.3)
     figure.savefig(path, dpi=90)
     plt.close(figure)
@@ -53,7 +85,10 @@ def main(folder: Path) -> None:
     tin = taro25d.Triangulation(taro25d.datasets.jacksboro())
     lakes = [make_lake(tin, level) for level in LEVELS]
     for level, lake in zip(LEVELS, lakes, strict=True):
-        print(f"{level:g} m: {lake.volume / 1e6:.0f} million cubic metres on {lake.area / 1e6:.1f} square kilometres")
+        print(
+            f"{level:g} m: {lake.volume / 1e6:.0f} million cubic metres"
+            f" on {lake.area / 1e6:.1f} square kilometres"
+        )
     depth = tin.rasterize(60)
     centres = np.meshgrid(depth.x, depth.y)
     outer, *islands = sorted(lakes[-1].rings, key=len, reverse=True)

@@ -1,7 +1,9 @@
 """From a lidar cloud to contours: ``python lidar_contours.py FOLDER``.
 
-The cloud is made of the terrain of the package, with trees on every third point, and classified as clouds are: 2 for ground, 5
-for high vegetation. The program keeps the ground, chooses the points that are needed for an error of 5 m, and draws contours.
+The cloud is made of the terrain of the package, with trees on every third point,
+and classified as clouds are: 2 for ground, 5 for high vegetation. The program keeps
+the ground, chooses the points that are needed for an error of 5 m, and draws
+contours.
 """
 
 import sys
@@ -32,15 +34,31 @@ def make_cloud(path: Path) -> None:
     cloud.write(path)
 
 
-def draw(tin: taro25d.Triangulation, contours: taro25d.Contours, path: Path) -> None:
+def draw(
+    tin: taro25d.Triangulation, contours: taro25d.Contours, path: Path
+) -> None:
     """Draw the contours on the shaded ground, every fourth one heavy."""
     shade = tin.rasterize(100, method="hillshade")
     west, south, east, north = shade.bounds
     figure, axes = plt.subplots(figsize=(8, 8.3), layout="constrained")
-    axes.imshow(shade.values, extent=(west, east, south, north), cmap="gray", vmin=-100, vmax=255)
+    axes.imshow(
+        shade.values,
+        extent=(west, east, south, north),
+        cmap="gray",
+        vmin=-100,
+        vmax=255,
+    )
     for level, coords in contours:
-        axes.plot(*coords[:, :2].T, color="saddlebrown", linewidth=0.8 if level % (4 * INTERVAL) == 0 else 0.25)
-    axes.set(title=f"Contours every {INTERVAL:g} m", xlabel="east (m)", ylabel="north (m)")
+        axes.plot(
+            *coords[:, :2].T,
+            color="saddlebrown",
+            linewidth=0.8 if level % (4 * INTERVAL) == 0 else 0.25,
+        )
+    axes.set(
+        title=f"Contours every {INTERVAL:g} m",
+        xlabel="east (m)",
+        ylabel="north (m)",
+    )
     axes.set(xlim=(west, east), ylim=(south, north), aspect="equal")
     figure.savefig(path, dpi=90)
     plt.close(figure)
@@ -54,7 +72,10 @@ def main(folder: Path) -> None:
     print(f"{len(tin)} of {len(ground)} points are enough for 5 m")
     contours = tin.contours(interval=INTERVAL)
     taro25d.io.write_contours(contours, folder / "contours.gpkg")
-    print(f"{len(contours)} contours from {contours[0].level:g} to {contours[-1].level:g} m")
+    print(
+        f"{len(contours)} contours"
+        f" from {contours[0].level:g} to {contours[-1].level:g} m"
+    )
     draw(tin, contours, folder / "lidar_contours.png")
     tin.view(folder / "lidar_contours.html", browser=False)
 

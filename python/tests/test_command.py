@@ -243,3 +243,22 @@ def test_a_closed_pipe_ends_quietly(folder: pathlib.Path) -> None:
 def test_manual_page_is_that_of_the_table() -> None:
     kept = pathlib.Path(__file__).parent.parent / "share" / "taro25d.1"
     assert kept.read_text() == make_manual(), "python -m taro25d.command.manual > share/taro25d.1"
+
+
+def test_simplify_keeps_the_border(tmp_path: pathlib.Path) -> None:
+    """A surface with a bay and a hole, in which there is an island."""
+    points = [[x, y, (x + 2 * y) / 10 + (x == 13 and y == 3)] for x in range(20) for y in range(20)]
+    tin = taro25d.Triangulation(points)
+    square = [[3, 3], [11, 3], [11, 11], [3, 11]]
+    island = [[5, 5], [8, 5], [8, 8], [5, 8]]
+    bay = [[14, 6], [20, 6], [20, 12], [14, 12]]
+    zone = tin.zone() - tin.zone(polygon=square) - tin.zone(polygon=bay) | tin.zone(polygon=island)
+    for name in ("few.obj", "few.xml"):
+        tin.write(tmp_path / "all.obj", zone=zone)
+        done = run("simplify", "all.obj", name, "--max-error", "0.05", folder=tmp_path)
+        assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+        few = taro25d.read(tmp_path / name)
+        assert few.zone().area == pytest.approx(zone.area) and not few.breaklines
+        assert len(few) < 200 < len(taro25d.read(tmp_path / "all.obj"))
+        places = [1.5, 13, 6.5, 17.5], [2.5, 3, 6.5, 4.5]
+        assert np.abs(few.heights(*places) - tin.heights(*places)).max() < 0.1

@@ -2,6 +2,9 @@
 
 from __future__ import annotations
 
+import contextlib
+import functools
+import operator
 from collections.abc import Sequence
 from pathlib import Path
 from typing import Any
@@ -9,10 +12,12 @@ from typing import Any
 import click
 
 from .. import io
-from .._messages import warn
+from .._geometry import FloatArray
+from .._messages import expecting_warnings
 from .._progress import Bar
 from .._simplify import simplify as simplify_points
 from ..errors import FormatError, InvalidInputError
+from ..points import Points
 from ..triangulation import Triangulation
 from ._data import add_breaklines, check_target, find_lines, find_zone, need_triangles, read, read_surface
 
@@ -76,17 +81,28 @@ def simplify(
         [(line, line.name) for line in data.breaklines] if isinstance(data, Triangulation) else []
     )
     lines += find_lines(breaklines, data.crs)
+    border = _find_border(data)
     try:
-        fewer = simplify_points(
-            data.points, max_error, [line for line, _ in lines], certified, crs=data.crs, progress=Bar(delay=1.0)
-        )
+        paths = [line for line, _ in lines] + border
+        # The points of the border are left out, since they are on the lines.
+        with expecting_warnings() if border else contextlib.nullcontext():
+            fewer = simplify_points(data.points, max_error, paths, certified, crs=data.crs, progress=Bar(delay=1.0))
     except ValueError as error:
         raise FormatError(f"{breaklines or source}: {error}") from error
-    if isinstance(data, Triangulation) and len(data.faces()[1]) < len(data.triangles):
-        warn(f"{source}: bays and holes of the surface are filled")
-    for line, (_, name) in zip(fewer.breaklines, lines, strict=True):
+    for line, (_, name) in zip(fewer.breaklines, lines, strict=False):
         line.name = name
-    io.write(need_triangles(fewer, source), target, progress=Bar(delay=1.0))
+    rings = [fewer.zone(polygon=ring) for ring in border]
+    zone = functools.reduce(operator.xor, rings) if rings else None  # a ring may be a hole, or lie in one
+    for line in fewer.breaklines[len(lines) :]:
+        line.remove()
+    io.write(need_triangles(fewer, source), target, zone, progress=Bar(delay=1.0))
+
+
+def _find_border(data: Points | Triangulation) -> list[FloatArray]:
+    """Find the rings around a surface that has bays or holes; of others the convex hull is the border."""
+    if not isinstance(data, Triangulation) or len(data.faces()[1]) == len(data.triangles):
+        return []
+    return data.zone().border()
 
 
 def mesh(

@@ -155,7 +155,8 @@ COMMANDS = (
     Command(
         "simplify",
         "Keep as few points as it takes.",
-        "Chooses points so that no point of SOURCE is farther from the surface than E, measured vertically, and writes it.",
+        "Chooses points so that no point of SOURCE is farther from the surface than E, measured vertically, and writes it. A "
+        "surface with bays or holes keeps its border.",
         (_SOURCE, _TARGET),
         (
             Option("--max-error", "E", "limit", "the largest vertical distance of a point", required=True),
