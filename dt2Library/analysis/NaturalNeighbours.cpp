@@ -8,8 +8,9 @@
 // corner, and the cell of a vertex consists of the parts of the triangles around it. So a vertex loses its parts of the
 // old triangles and gets those of the new ones, and the new cell consists of the parts of the new triangles at the
 // place. With the edges e and f from a corner, their cross product D and their dot product d, the part at the end of e
-// is an eighth of D + (d / D) (f^2 - d), that at the end of f is an eighth of D + (d / D) (e^2 - d), and all three are
-// D / 2. Each triangle is summed up alone: neither centres nor a table of vertices are needed.
+// is an eighth of D + (d / D) f (f - e), that at the end of f is an eighth of D - (d / D) e (f - e), and all three are
+// D / 2. (The difference f - e is taken first: where it is small, f^2 - d would lose its digits.) Each triangle is summed
+// up alone: neither centres nor a table of vertices are needed.
 //
 // The cavity is that of constrained insertion: the triangles whose circles contain the place and which are reached from
 // the triangle of the place across edges that are no constraints. Some of the areas may then be negative. Planes are
@@ -72,16 +73,17 @@ bool NaturalNeighbours::isOnBarrier(const Triangle2& triangle, int i, const Poin
 inline void NaturalNeighbours::addTriangle(const Corner& a, const Corner& b, const Corner& c) {
     const double bx = b.x - a.x, by = b.y - a.y, cx = c.x - a.x, cy = c.y - a.y;
     const double cross = accurateDeterminant(bx, by, cx, cy), dot = bx * cx + by * cy;
-    const double cotangent = dot / cross;
-    volume_ += 4.0 * cross * (a.z - baseZ_) + (cross + cotangent * (cx * cx + cy * cy - dot)) * (b.z - a.z) +
-               (cross + cotangent * (bx * bx + by * by - dot)) * (c.z - a.z);
+    const double cotangent = dot / cross, dx = c.x - b.x, dy = c.y - b.y;
+    volume_ += 4.0 * cross * (a.z - baseZ_) + (cross + cotangent * (cx * dx + cy * dy)) * (b.z - a.z) +
+               (cross - cotangent * (bx * dx + by * dy)) * (c.z - a.z);
 }
 
 /// Adds the parts of the new triangle at a border edge.
 inline void NaturalNeighbours::addBorder(const Corner& src, const Corner& trg) {
     const double cross = accurateDeterminant(src.x, src.y, trg.x, trg.y), dot = src.x * trg.x + src.y * trg.y;
-    const double cotangent = dot / cross;
-    const double atSrc = cross + cotangent * (trg.sqLength - dot), atTrg = cross + cotangent * (src.sqLength - dot);
+    const double cotangent = dot / cross, dx = trg.x - src.x, dy = trg.y - src.y;
+    const double atSrc = cross + cotangent * (trg.x * dx + trg.y * dy);
+    const double atTrg = cross - cotangent * (src.x * dx + src.y * dy);
     volume_ -= atSrc * (src.z - baseZ_) + atTrg * (trg.z - baseZ_);
     area_ += 4.0 * cross - atSrc - atTrg;
 }

@@ -109,6 +109,24 @@ TEST(NaturalNeighbours, ReproducePlanes) {
     }
 }
 
+TEST(NaturalNeighbours, ReproducePlanesAmongThinTriangles) {
+    // All triangles within the circle belong to the cavity of each place in it; most of them are thin.
+    Random r(22);
+    PointVector vPoints;
+    for (int i = 0; i < 400; ++i) {
+        const double angle = uniform(r, 0, 2 * M_PI), x = 50 + 40 * std::cos(angle), y = 50 + 40 * std::sin(angle);
+        vPoints.emplace_back(x, y, planeAt(x, y));
+    }
+    Taro_2D mesh;
+    mesh.insert(vPoints);
+    const RasterFrame frame{20, 80, 1, 1, 60, 60};
+    const Cells vCells = rasterOf(mesh.createZone(nullptr, ZL_GLOBAL), frame, RK_NATURAL_NEIGHBOUR);
+    for (size_t k = 0; k < vCells.size(); ++k) {
+        const Point2 centre = centreOf(frame, k);
+        if (!std::isnan(vCells[k])) ASSERT_NEAR(planeAt(centre.x(), centre.y()), vCells[k], 1e-9) << centre;
+    }
+}
+
 TEST(NaturalNeighbours, AreLinearOnConstraintsAndOnTheBorder) {
     Random r(7);
     Taro_2D mesh;
