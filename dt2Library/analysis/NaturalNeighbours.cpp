@@ -23,6 +23,7 @@
 
 #include "analysis/NaturalNeighbours.h"
 
+#include <array>
 #include <cmath>
 
 #include "analysis/FacePlane.h"
@@ -44,19 +45,24 @@ constexpr double MIN_CLEAR_SINE = 1e-14;
 double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& place) {
     vCorners_.clear();
     vExits_.clear();
-    for (int i = 0; i < 3; ++i) {
+    // From the smallest corner on, so that the sums do not depend on the record.
+    int first = 0;
+    for (const int i : {1, 2}) {
+        if (*triangle.getCorner(i) < *triangle.getCorner(first)) first = i;
+    }
+    const std::array<int, 3> aIndex{first, incIndexBy1(first), incIndexBy2(first)};
+    for (const int i : aIndex) {
         vCorners_.emplace_back(*triangle.getCorner(i), place);
         if (vCorners_.back().sqLength == 0.0 && place == *triangle.getCorner(i)) return triangle.getCorner(i)->z();
     }
-    for (int i = 0; i < 3; ++i) {
-        const size_t src = i == 2 ? 0 : static_cast<size_t>(i) + 1, trg = i == 0 ? 2 : static_cast<size_t>(i) - 1;
+    for (size_t k = 0; k < 3; ++k) {
+        const size_t src = k == 2 ? 0 : k + 1, trg = k == 0 ? 2 : k - 1;
         const Corner &a = vCorners_[src], &b = vCorners_[trg];
         const double cross = getCross(a, b);
-        vExits_.emplace_back(&triangle, i, src, trg, cross);
+        vExits_.emplace_back(&triangle, aIndex[k], src, trg, cross);
         const bool bSureInside = cross > MIN_CLEAR_SINE * (a.sqLength + b.sqLength);
-        if (bSureInside || !isOnBarrier(triangle, i, place)) continue;
-        return getZOnSegment(*triangle.getCorner(incIndexBy1(i)), *triangle.getCorner(incIndexBy2(i)), place.x(),
-                             place.y());
+        if (bSureInside || !isOnBarrier(triangle, aIndex[k], place)) continue;
+        return getZOnSegment(*triangle.getCorner(aIndex[src]), *triangle.getCorner(aIndex[trg]), place.x(), place.y());
     }
     double height = interpolate(place);
     // This happens only if numbers overflow, or vertices are rounding errors apart.
