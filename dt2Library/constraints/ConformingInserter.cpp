@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
@@ -71,10 +72,7 @@ ConstraintSegment2* ConformingInserter::splitConforming(ConstraintSegment2* pCSe
         suspect(pCSeg);
         return nullptr;
     }
-    for (Point2* q : vNeighbours) {
-        const bool bOnLine = geomTest_.getOrientation2(pSrc, pTrg, q) == ORIENTATION2_COLLINEAR;
-        if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : mesh_.takesConstraintsExactly() || !isBeside(*pSrc, *pTrg, *q))
-            continue;
+    if (Point2* q = getFirstOnSegment(pSrc, pTrg, vNeighbours)) {
         mesh_.getInnerVtxMgr().eraseVtx(q);
         segmentInserter_.runThrough(pCSeg, q);
         const bool bSplit = pCSeg->split_combinatorialOnly(q);
@@ -91,6 +89,21 @@ ConstraintSegment2* ConformingInserter::splitConforming(ConstraintSegment2* pCSe
         halveAt(pCSeg, place);
     }
     return nullptr;
+}
+
+/// Of the neighbours of the source that lie on the segment the nearest one, which does not depend on the order of the
+/// list; null if there is none.
+Point2* ConformingInserter::getFirstOnSegment(const Point2* pSrc, const Point2* pTrg,
+                                              const std::vector<Point2*>& vNeighbours) {
+    Point2* pFirst = nullptr;
+    for (Point2* q : vNeighbours) {
+        const bool bOnLine = geomTest_.getOrientation2(pSrc, pTrg, q) == ORIENTATION2_COLLINEAR;
+        if (bOnLine ? !isBetween(*pSrc, *pTrg, *q) : mesh_.takesConstraintsExactly() || !isBeside(*pSrc, *pTrg, *q))
+            continue;
+        const auto getKey = [pSrc](const Point2& p) { return std::tuple(sqDistance2D(*pSrc, p), p.x(), p.y()); };
+        if (!pFirst || getKey(*q) < getKey(*pFirst)) pFirst = q;
+    }
+    return pFirst;
 }
 
 /// A constraint edge across the segment is never flipped, so halving alone would not end. Both are split at their

@@ -57,6 +57,7 @@ class ConformingInserter {
   private:
     /// Removes one obstacle; returns a segment that has to follow at once, or null.
     ConstraintSegment2* splitConforming(ConstraintSegment2* pCSeg);
+    Point2* getFirstOnSegment(const Point2* pSrc, const Point2* pTrg, const std::vector<Point2*>& vNeighbours);
     /// Splits a segment and the first constraint that it crosses; false if there is none or the middle of the segment
     /// lies on it. Sets bGoOn if the segment itself is still alive and has to follow at once.
     bool splitAtFirstConstraint(ConstraintSegment2* pCSeg, const Point2& middle, bool& bGoOn);

@@ -122,8 +122,9 @@ TEST(NaturalNeighbours, ReproducePlanesAmongThinTriangles) {
     const RasterFrame frame{20, 80, 1, 1, 60, 60};
     const Cells vCells = rasterOf(mesh.createZone(nullptr, ZL_GLOBAL), frame, RK_NATURAL_NEIGHBOUR);
     for (size_t k = 0; k < vCells.size(); ++k) {
+        if (std::isnan(vCells[k])) continue;
         const Point2 centre = centreOf(frame, k);
-        if (!std::isnan(vCells[k])) ASSERT_NEAR(planeAt(centre.x(), centre.y()), vCells[k], 1e-9) << centre;
+        ASSERT_NEAR(planeAt(centre.x(), centre.y()), vCells[k], 1e-9) << centre;
     }
 }
 

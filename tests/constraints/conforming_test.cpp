@@ -209,6 +209,29 @@ TEST(Conforming, DoesNotDependOnAddresses) {
     EXPECT_EQ(makeMesh(50), vFirst);
 }
 
+TEST(Conforming, NearlyCollinearSegmentsDoNotDependOnAddresses) {
+    // Several vertices lie beside a segment, within rounding, as seen from its end.
+    const auto makeMesh = [](unsigned capacity) {
+        Random random(97);
+        Taro_2D mesh(capacity);
+        mesh.insert(makeScattered(200, 1e5, 1e5, 1e5 + 1, 1e5 + 1, random));
+        SegmentVector vSegments;
+        for (int i = 0; i < 60; ++i) {
+            const double y = 1e5 + 0.5 + 1e-8 * i * uniform(random, -0.5, 0.5);
+            vSegments.push_back(makeSegment(1e5 + uniform(random, 0, 1), y, 1e5 + uniform(random, 0, 1),
+                                            y + 1e-7 * uniform(random, 0, 1)));
+        }
+        constrain(mesh, vSegments, CIS_CONFORMING_SURFACE_Z);
+        return std::pair(snapshot(trianglesOf(mesh)), aliveSegmentsOf(mesh).size());
+    };
+    const auto first = makeMesh(3);
+    std::vector<std::unique_ptr<double[]>> vHoles;
+    for (const unsigned capacity : {100000u, 50u, 3000u, 20u}) {
+        for (size_t i = 1; i < 100; ++i) vHoles.push_back(std::make_unique<double[]>(i * 37));
+        EXPECT_EQ(makeMesh(capacity), first) << capacity;
+    }
+}
+
 TEST(Conforming, CrossingsDoNotDependOnAddresses) {
     const auto makeMesh = [](int seed, unsigned capacity) {
         Random random(static_cast<unsigned>(seed));
