@@ -14,8 +14,8 @@ namespace {
 
 constexpr int MAX_LOOKED = 16;
 
-/// Turns around a vertex until a triangle has another one too. Null if there is none, or if there are so many triangles
-/// that numLeft becomes 0.
+/// Turns around a vertex until a triangle has another one too, and counts numLeft down for each triangle. Returns the
+/// triangle at which numLeft became 0 if that comes first, and null if the turn ends at the hull.
 const Triangle2* turn(const Point2* pVtx, const Point2* pOther, const Triangle2* pFirst, bool bLeft, int& numLeft) {
     const Triangle2* pT = pFirst;
     do {

@@ -13,6 +13,7 @@
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
 #include "constraints/CrossingFinder.h"
+#include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
 #include "support/Progress.h"
 #include "support/diagnostics.h"
@@ -26,18 +27,10 @@ namespace {
 constexpr int MAX_PASSES = 499;
 constexpr size_t MAX_CROSSINGS_EACH = 10, MIN_QUOTA = 100;
 
-/// Asks the processor to fetch a record that will be wanted soon; it may lie on two cache lines.
-template <class RecordT>
-void prefetch(const RecordT* pRecord) {
-    if (!pRecord) return;
-    __builtin_prefetch(pRecord);
-    __builtin_prefetch(reinterpret_cast<const char*>(pRecord + 1) - 1);
-}
-
 void prefetchAround(const Triangle2* pT) {
     for (int k = 0; pT && k < 3; ++k) {
-        prefetch(pT->getOppositeTriangle(k));
-        prefetch(pT->getCorner(k));
+        prefetchRecord(pT->getOppositeTriangle(k));
+        prefetchRecord(pT->getCorner(k));
     }
 }
 
@@ -47,10 +40,10 @@ void prefetchSegmentsAfter(const std::vector<ConstraintSegment2*>& vCSegs, size_
     constexpr size_t TO_ENDS = 12, TO_TRIANGLE = 9, TO_NEIGHBOURS = 6, TO_THEIR_NEIGHBOURS = 3;
     const auto getTriangle = [&](size_t k) { return getEndsByPlace(vCSegs[k]).first->getIncidentTriangle(); };
     if (i + TO_ENDS < vCSegs.size()) {
-        prefetch(vCSegs[i + TO_ENDS]->getSrc());
-        prefetch(vCSegs[i + TO_ENDS]->getTrg());
+        prefetchRecord(vCSegs[i + TO_ENDS]->getSrc());
+        prefetchRecord(vCSegs[i + TO_ENDS]->getTrg());
     }
-    if (i + TO_TRIANGLE < vCSegs.size()) prefetch(getTriangle(i + TO_TRIANGLE));
+    if (i + TO_TRIANGLE < vCSegs.size()) prefetchRecord(getTriangle(i + TO_TRIANGLE));
     if (i + TO_NEIGHBOURS < vCSegs.size()) prefetchAround(getTriangle(i + TO_NEIGHBOURS));
     if (i + TO_THEIR_NEIGHBOURS >= vCSegs.size()) return;
     const Triangle2* pT = getTriangle(i + TO_THEIR_NEIGHBOURS);

@@ -93,9 +93,10 @@ inline void dropRetracedEdges(std::vector<DirectedEdge>& vEdges) {
     vEdges.erase(std::remove_if(vEdges.begin(), vEdges.end(), isPassedBack), vEdges.end());
 }
 
-/// Loads a record into the cache; it may lie in two lines.
+/// Asks the processor to load a record into the cache, which may take two lines; ignores null.
 template <class RecordT>
 void prefetchRecord(const RecordT* pRecord) {
+    if (!pRecord) return;
     __builtin_prefetch(pRecord);
     __builtin_prefetch(reinterpret_cast<const char*>(pRecord + 1) - 1);
 }
@@ -117,9 +118,6 @@ void spread(std::vector<Triangle2*>& vReached, size_t begin, AddressSet& sMarked
             if (pN && !sMarked.contains(pN) && mayCross(pT, i, pN)) {
                 sMarked.insert(pN);
                 vReached.push_back(pN);
-                // The front winds through the whole mesh. A record may lie in two lines of the cache.
-                __builtin_prefetch(pN);
-                __builtin_prefetch(reinterpret_cast<const char*>(pN + 1) - 1);
             }
         }
     }
