@@ -19,6 +19,7 @@
 #include <cmath>
 #include <limits>
 
+#include "constraints/ConstraintPieces.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "support/lists.h"
@@ -97,9 +98,10 @@ bool BandOverlay::insertSides() {
     return true;
 }
 
-/// Appends the nodes of a segment; false if a piece of it has been given up.
+/// Appends the nodes of a segment; false if a piece of it has been given up. New nodes get their numbers from the
+/// segment's smaller end on, so that no address matters.
 bool BandOverlay::appendChain(ConstraintSegment2* pCSeg, std::vector<Index>& vChain) {
-    Point2* pAt = pCSeg->getSrc();
+    Point2* pAt = getEndsByPlace(pCSeg).first;
     vChain.push_back(toNode(pAt));
     std::vector<ConstraintSegment2*> vStack{pCSeg};
     while (!vStack.empty()) {
