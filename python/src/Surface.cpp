@@ -118,7 +118,9 @@ std::vector<std::int32_t> Surface::getRowsOfIds(MeshArrays& arrays) const {
     std::vector<std::int32_t> vRows(vVertices_.size(), -1);
     arrays.vPoints.reserve(3 * pMesh_->numberOfPoints());
     arrays.vIds.reserve(pMesh_->numberOfPoints());
+    constexpr size_t AHEAD = 32;  // the records are in the order of the curve, which is random in that of the ids
     for (size_t id = 0; id < vVertices_.size(); ++id) {
+        if (id + AHEAD < vVertices_.size()) __builtin_prefetch(vVertices_[id + AHEAD]);
         const Point2* pVtx = vVertices_[id];
         if (!pVtx) continue;
         vRows[id] = static_cast<std::int32_t>(arrays.vIds.size());
