@@ -14,6 +14,7 @@
 #include "mesh/Dt2.h"
 #include "modelling/RegionInserter.h"
 #include "modelling/hullCorners.h"
+#include "support/stopping.h"
 #include "taro25d/freeFunctions.h"
 #include "vertices/KeyOrder.h"
 
@@ -103,7 +104,9 @@ void Simplifier::insertAlone(std::uint32_t k) {
 std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
     Bbox2 box;
     LargeVector<KeyedIndex> vOrder;
+    CancelPoint<> cancelPoint;
     for (std::uint32_t k = 0; k < vPoints_.size(); ++k) {
+        cancelPoint.pass();
         if (!isFinite(vPoints_[k])) continue;
         box.add(vPoints_[k]);
         vOrder.push_back({0, k});
@@ -113,11 +116,15 @@ std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
     double maxX = box.getMaxX(), maxY = box.getMaxY();
     widenShortSide(box.getMinX(), box.getMinY(), maxX, maxY);
     const HC2 curve(box.getMinX(), box.getMinY(), maxX, maxY, 30);
-    for (KeyedIndex& entry : vOrder) entry.key = curve.iReset(pointAt(entry.index).x(), pointAt(entry.index).y());
+    for (KeyedIndex& entry : vOrder) {
+        cancelPoint.pass();
+        entry.key = curve.iReset(pointAt(entry.index).x(), pointAt(entry.index).y());
+    }
     KeyOrder(pointAt, mesh_.getNumCPU()).sort(vOrder.data(), vOrder.data() + vOrder.size());
     std::vector<Place> vPlaces;
     vPlaces.reserve(vOrder.size());
     for (const KeyedIndex& entry : vOrder) {
+        cancelPoint.pass();
         const Point2& point = pointAt(entry.index);
         if (!vPlaces.empty() && vPlaces.back().x == point.x() && vPlaces.back().y == point.y()) continue;
         vPlaces.push_back({point.x(), point.y(), point.z(), entry.index});
