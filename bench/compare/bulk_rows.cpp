@@ -50,7 +50,7 @@ constexpr const char* cgalRange = "`Delaunay_triangulation_2` from a range";
 std::vector<Row> bulkRows(Scale size) {
     return {
         {"bulk-uniform", "bulk, 1,000,000 uniform", cgalRange, 0.55, cpu, [=] { return bulk(uniform(size(1e6))); }},
-        {"bulk-uniform-index", "bulk, 1,000,000 uniform", "the same, keeping the input index", 0.38, cpu,
+        {"bulk-uniform-index", "bulk, 1,000,000 uniform", "range insertion that keeps the input index", 0.38, cpu,
          [=] { return bulkIndexed(uniform(size(1e6))); }},
         {"bulk-clustered", "bulk, 1,000,000 in 200 gaussian clusters", cgalRange, 0.55, cpu,
          [=] { return bulk(clustered(size(1e6))); }},

@@ -107,7 +107,7 @@ std::vector<Row> contourRows(Scale size) {
     return {
         {"contours", "50 contours of 1,000,000 points, tree included", "`vtkContourFilter`, `vtkStripper`", 0.5, cpu,
          [=] { return contours(hills(size(1e6)), 50, false); }},
-        {"contours-tree", "the same", "the same with `UseScalarTree`", 0.5, cpu,
+        {"contours-tree", "50 contours, tree included", "`vtkContourFilter` with `UseScalarTree`", 0.5, cpu,
          [=] { return contours(hills(size(1e6)), 50, true); }},
         {"contours-threads", "50 contours at once, 2 threads, wall", onOneThread, 1 / 1.8, wall,
          [=] { return contoursThreads(hills(size(1e6)), 50); }},

@@ -109,11 +109,12 @@ std::vector<Row> rasterRows(Scale size) {
     return {
         {"raster", "1,000,000 heights in a grid, 1,000,000 points", "own `getHeight` row by row", 0.67, cpu,
          [=] { return raster(hills(size(1e6)), numInRow); }},
-        {"raster-natural", "the same by natural neighbours", "`natural_neighbor_coordinates_2` from the last triangle",
-         0.33, cpu, [=] { return naturalNeighbours(hills(size(1e6)), numInRow); }},
+        {"raster-natural", "1,000,000 cells by natural neighbours",
+         "`natural_neighbor_coordinates_2` from the last triangle", 0.33, cpu,
+         [=] { return naturalNeighbours(hills(size(1e6)), numInRow); }},
         {"raster-threads", "1,000,000 heights, 2 threads, wall", onOneThread, 1 / 1.8, wall,
          [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_LINEAR); }},
-        {"raster-natural-threads", "the same by natural neighbours", onOneThread, 1 / 1.8, wall,
+        {"raster-natural-threads", "natural neighbours, 2 threads, wall", onOneThread, 1 / 1.8, wall,
          [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_NATURAL_NEIGHBOUR); }},
     };
 }

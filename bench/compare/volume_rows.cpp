@@ -86,7 +86,7 @@ std::vector<Row> volumeRows(Scale size) {
          "own bulk of the combined vertices", 4096.0, peak, [=] { return cutAndFillAgainstBulk(size(5e4)); }, true},
         {"surfaces", "volumes between surfaces of 1,000,000 points each", "own bulk insertion of both", 3.0, cpu,
          [=] { return surfacesAgainstBulk(size(1e6)); }},
-        {"surfaces-threads", "the same, 2 threads, wall", onOneThread, 1 / 1.7, wall,
+        {"surfaces-threads", "volumes between surfaces, 2 threads, wall", onOneThread, 1 / 1.7, wall,
          [=] { return surfacesThreads(size(1e6)); }},
     };
 }
