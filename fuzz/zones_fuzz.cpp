@@ -438,7 +438,10 @@ class Run {
             }
             bChanged = sLeft.size() != sBefore.size();
         }
-        addMadeOf(peelOffIf(pZone, &isOff, input_.flag()), sLeft);
+        const bool bVerbose = input_.flag();
+        Zone2* pPeeled = peelOffIf(pZone, &isOff, bVerbose);
+        listener_.bLeftOut |= !bVerbose;  // a quiet call does not say that it has left out a component
+        addMadeOf(pPeeled, sLeft);
     }
 
     void deleteOne() {
