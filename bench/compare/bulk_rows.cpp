@@ -21,7 +21,7 @@ Contest bulk(Points vInput) {
 Contest bulkIndexed(Points vInput) {
     auto pOurs = std::make_shared<const Points>(std::move(vInput));
     auto pCgal = toIndexedCgal(*pOurs);
-    return {[pOurs] { return ourBulk(*pOurs); }, [pCgal] { return cgalBulk<IndexedDelaunay>(*pCgal); }};
+    return {[pOurs] { return ourBulkWithHandles(*pOurs); }, [pCgal] { return cgalBulk<IndexedDelaunay>(*pCgal); }};
 }
 
 /// Two threads of our own against one.

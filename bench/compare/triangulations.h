@@ -34,6 +34,15 @@ inline CgalPoints toCgal(const Points& vPoints) {
 inline Sample ourBulk(const Points& vPoints, int numThreads = 1) {
     Taro_2D taro;
     taro.setNumCPU(numThreads);
+    Sample sample = timed([&] { taro.insert(vPoints); });
+    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
+    return sample;
+}
+
+/// Insertion that also tells which vertex each point has become.
+inline Sample ourBulkWithHandles(const Points& vPoints) {
+    Taro_2D taro;
+    taro.setNumCPU(1);
     std::vector<Point2*> vHandles;
     Sample sample = timed([&] { taro.insert(vPoints, vHandles); });
     sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
