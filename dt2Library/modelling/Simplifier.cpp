@@ -103,7 +103,7 @@ void Simplifier::insertAlone(std::uint32_t k) {
 /// first is kept, the others are left out.
 std::vector<PointBuckets::Place> Simplifier::collectPlaces() {
     Bbox2 box;
-    LargeVector<KeyedIndex> vOrder;
+    ScratchVector<KeyedIndex> vOrder;
     CancelPoint<> cancelPoint;
     for (std::uint32_t k = 0; k < vPoints_.size(); ++k) {
         cancelPoint.pass();

@@ -37,7 +37,7 @@ void sortByDigit(const KeyedIndex* from, size_t length, KeyedIndex* to, unsigned
 
 }  // namespace
 
-void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch, int numThreads) {
+void sortByKey(KeyedIndex* first, KeyedIndex* last, ScratchVector<KeyedIndex>& vScratch, int numThreads) {
     const size_t length = static_cast<size_t>(last - first);
     if (length < NUM_DIGITS) {
         std::stable_sort(first, last, [](const KeyedIndex& a, const KeyedIndex& b) { return a.key < b.key; });

@@ -25,7 +25,7 @@ struct KeyedIndex {
 constexpr size_t MAX_RUN_OF_EQUAL_KEYS = 64;
 
 /// Sorts [first, last) by key; equal keys keep their order. Linear. The scratch vector only saves allocations.
-void sortByKey(KeyedIndex* first, KeyedIndex* last, LargeVector<KeyedIndex>& vScratch, int numThreads);
+void sortByKey(KeyedIndex* first, KeyedIndex* last, ScratchVector<KeyedIndex>& vScratch, int numThreads);
 
 /// Widens the short side of a box whose sides differ by more than a factor of four. In cells as flat as those of a long
 /// corridor, or of two sites far apart, one coordinate alone would decide the order.
@@ -117,7 +117,7 @@ class KeyOrder {
 
     const PointAt& pointAt_;
     int numThreads_;
-    LargeVector<KeyedIndex> vScratch_;
+    ScratchVector<KeyedIndex> vScratch_;
 };
 
 /// The keys of a list in spatial order, laid out flat for a binary search, with a finer index for each long run. It may

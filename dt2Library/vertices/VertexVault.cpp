@@ -163,9 +163,9 @@ void VertexVault::removeAndInvalidateVtx(Point2* pVtx) {
     }
 }
 
-LargeVector<KeyedIndex> VertexVault::orderPoints(const PointSource& source) const {
+ScratchVector<KeyedIndex> VertexVault::orderPoints(const PointSource& source) const {
     const HC2& curve = frame_.getCurve();
-    LargeVector<KeyedIndex> vKeyed(source.size());
+    ScratchVector<KeyedIndex> vKeyed(source.size());
     std::atomic<bool> bAllFinite{true};
     parallelFor(numThreads_, source.size(), [&](size_t begin, size_t end, int) {
         for (size_t i = begin; i < end; ++i) {
@@ -187,7 +187,7 @@ void VertexVault::iReset_vector(const PointSource& source, Point2** aHandles) {
     const bool bFirst = vItems_.empty();
     const bool bSearch = !bFullDimensional_ && !bFirst;
     if (bSearch) sortIV(SM_ALWAYS);
-    const LargeVector<KeyedIndex> vKeyed = orderPoints(source);
+    const ScratchVector<KeyedIndex> vKeyed = orderPoints(source);
     if (bSearch) {
         Point2* pLast = nullptr;
         CancelPoint<> cancelPoint;
@@ -217,7 +217,7 @@ Point2* VertexVault::findStoredOrCreate(unsigned key, const Point2& point) {
     return pVtx;
 }
 
-void VertexVault::iReset_vector_mt(const PointSource& source, const LargeVector<KeyedIndex>& vKeyed,
+void VertexVault::iReset_vector_mt(const PointSource& source, const ScratchVector<KeyedIndex>& vKeyed,
                                    Point2** aHandles) {
     const size_t n = vKeyed.size();
     const auto isDuplicate = [&](size_t i) {
@@ -300,7 +300,7 @@ void VertexVault::sortIV(SortMode mode) {
     numSorted_ = 0;
     if (bKeysOutdated_) recomputeKeys();
     numRemovedSinceSort_ = 0;
-    LargeVector<KeyedIndex> vKeyed;
+    ScratchVector<KeyedIndex> vKeyed;
     vKeyed.reserve(vItems_.size());
     for (size_t i = 0; i < vItems_.size(); ++i) {
         if (vItems_[i]->active) vKeyed.push_back({vItems_[i]->idx, static_cast<std::uint32_t>(i)});
@@ -310,7 +310,7 @@ void VertexVault::sortIV(SortMode mode) {
     rebuildIndex();
 }
 
-void VertexVault::mtSort(LargeVector<KeyedIndex>& vKeyed) {
+void VertexVault::mtSort(ScratchVector<KeyedIndex>& vKeyed) {
     const auto pointAt = [&](size_t i) -> const Point2& { return *vItems_[i]->vtx; };
     KeyOrder(pointAt, numThreads_).sort(vKeyed.data(), vKeyed.data() + vKeyed.size());
     LargeVector<IdxVtxAct*> vSorted(vKeyed.size());

@@ -210,12 +210,12 @@ class VertexVault {
     /// Applies the height rule to all duplicates of a bulk and the vertices at their places.
     void meetHeights();
     /// The finite points in spatial order.
-    LargeVector<KeyedIndex> orderPoints(const PointSource& source) const;
+    ScratchVector<KeyedIndex> orderPoints(const PointSource& source) const;
     Point2* findStoredOrCreate(unsigned key, const Point2& point);
     /// Makes vertices of sorted points, one for equal positions, on all threads.
-    void iReset_vector_mt(const PointSource& source, const LargeVector<KeyedIndex>& vKeyed, Point2** aHandles);
+    void iReset_vector_mt(const PointSource& source, const ScratchVector<KeyedIndex>& vKeyed, Point2** aHandles);
     /// Sorts the listed items and makes them the content of the register, on all threads.
-    void mtSort(LargeVector<KeyedIndex>& vKeyed);
+    void mtSort(ScratchVector<KeyedIndex>& vKeyed);
     void recomputeKeys();
     void rebuildIndex();
     void recycle(IdxVtxAct* pItem);

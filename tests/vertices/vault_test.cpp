@@ -8,6 +8,7 @@
 #include <iostream>
 #include <limits>
 #include <list>
+#include <new>
 #include <numeric>
 #include <set>
 #include <sstream>
@@ -17,6 +18,7 @@
 
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "support/LargeVector.h"
 #include "support/SimplePool.h"
 #include "support/capture.h"
 #include "support/generators.h"
@@ -103,6 +105,18 @@ TEST(SimplePool, GrowsByHalfTheFirstBlockAndThenByDoubling) {
         }
         EXPECT_EQ(pool.getBlockSizes(), c.sizes);
     }
+}
+
+TEST(ScratchVector, KeepsItsElementsAndRefusesMoreThanThereIs) {
+    ScratchVector<int> vNumbers;  // grows from blocks of the heap to pages of the system
+    for (int i = 0; i < 1000000; ++i) vNumbers.push_back(i);
+    for (int i = 0; i < 1000000; ++i) ASSERT_EQ(vNumbers[static_cast<size_t>(i)], i);
+    ScratchVector<int> vMoved = std::move(vNumbers);
+    vMoved.resize(100);
+    vMoved.shrink_to_fit();
+    EXPECT_EQ(std::accumulate(vMoved.begin(), vMoved.end(), 0), 4950);
+    EXPECT_THROW(PageAllocator<int>().allocate(size_t(1) << 60), std::bad_alloc);
+    EXPECT_THROW(PageAllocator<int>().allocate(size_t(-1)), std::bad_alloc);
 }
 
 TEST(SimplePool, MakesAnExpectedBlockToMeasureButNeverASmallOne) {
