@@ -12,6 +12,21 @@
 
 using namespace LUMO_TARO25D;
 
+namespace {
+
+/// Calls a function for each record of a list. Records are in the order of the curve, which is random in that of the
+/// input: they are loaded ahead.
+template <class Function>
+void forEach(const std::vector<Point2*>& vRecords, const Function& function) {
+    constexpr size_t AHEAD = 32;
+    for (size_t i = 0; i < vRecords.size(); ++i) {
+        if (i + AHEAD < vRecords.size()) __builtin_prefetch(vRecords[i + AHEAD], 1);
+        function(vRecords[i]);
+    }
+}
+
+}  // namespace
+
 Surface::Surface() : pMesh_(std::make_unique<Taro_2D>()) { attach(); }
 
 Surface::~Surface() { pMesh_->unsubscribe(MT_PROGRESS, this); }
@@ -29,27 +44,39 @@ void Surface::enter(Point2* pVtx) {
     ++nextId_;
 }
 
-void Surface::insert(const double* aCoordinates, size_t numPoints, bool bByPosition, std::vector<std::int64_t>& vIds) {
+std::vector<Point2*> Surface::insertPoints(const double* aCoordinates, size_t numPoints) {
     if (numPoints > static_cast<size_t>(std::numeric_limits<int>::max() - nextId_))
         throw Refused("a triangulation has room for 2147483647 ids");
     noteChange();
-    const bool bAllNumbered = std::exchange(bAllNumbered_, false);  // an insertion may be cancelled
+    bAllNumbered_ = false;  // the insertion may be cancelled
     std::vector<Point2*> vHandles(numPoints);
     // The library takes a pointer to non-const, but only reads.
     pMesh_->insert(static_cast<int>(numPoints), const_cast<double*>(aCoordinates), vHandles.data());
-    vIds.resize(numPoints);
-    for (size_t i = 0; i < numPoints; ++i) {
-        Point2* pVtx = vHandles[i];
-        if (pVtx && pVtx->getCustomIndex() < 0) {
-            enter(pVtx);
-        } else if (bByPosition) {
-            vVertices_.push_back(nullptr);
-            ++nextId_;
-        }
-        vIds[i] = pVtx ? pVtx->getCustomIndex() : -1;
-    }
+    return vHandles;
+}
+
+void Surface::insertByPosition(const double* aCoordinates, size_t numPoints) {
+    const bool bAllNumbered = bAllNumbered_;
+    forEach(insertPoints(aCoordinates, numPoints), [this](Point2* pVtx) {
+        if (pVtx && pVtx->getCustomIndex() < 0) return enter(pVtx);
+        vVertices_.push_back(nullptr);
+        ++nextId_;
+    });
     bAllNumbered_ = bAllNumbered;
     establish();
+}
+
+std::vector<std::int64_t> Surface::insert(const double* aCoordinates, size_t numPoints) {
+    const bool bAllNumbered = bAllNumbered_;
+    std::vector<std::int64_t> vIds;
+    vIds.reserve(numPoints);
+    forEach(insertPoints(aCoordinates, numPoints), [&](Point2* pVtx) {
+        if (pVtx && pVtx->getCustomIndex() < 0) enter(pVtx);
+        vIds.push_back(pVtx ? pVtx->getCustomIndex() : -1);
+    });
+    bAllNumbered_ = bAllNumbered;
+    establish();
+    return vIds;
 }
 
 Point2* Surface::getVertex(std::int64_t id) const {
@@ -113,38 +140,47 @@ void Surface::getConflicts(double tolerance, std::vector<std::int64_t>& vIds, st
 
 // ---- Arrays ----
 
-/// The row of each id, -1 if there is no such vertex, and the points in the order of rows.
-std::vector<std::int32_t> Surface::getRowsOfIds(MeshArrays& arrays) const {
+std::vector<double> Surface::getPoints() {
+    if (!bAllNumbered_) number();
+    std::vector<double> vPoints;
+    vPoints.reserve(3 * pMesh_->numberOfPoints());
+    forEach(vVertices_, [&](const Point2* pVtx) {
+        if (pVtx) vPoints.insert(vPoints.end(), {pVtx->x(), pVtx->y(), pVtx->z()});
+    });
+    return vPoints;
+}
+
+std::vector<std::int64_t> Surface::getIds() {
+    if (!bAllNumbered_) number();
+    std::vector<std::int64_t> vIds;
+    vIds.reserve(pMesh_->numberOfPoints());
+    for (size_t id = 0; id < vVertices_.size(); ++id)
+        if (vVertices_[id]) vIds.push_back(static_cast<std::int64_t>(id));
+    return vIds;
+}
+
+std::vector<std::int32_t> Surface::getRowsOfIds() const {
     std::vector<std::int32_t> vRows(vVertices_.size(), -1);
-    arrays.vPoints.reserve(3 * pMesh_->numberOfPoints());
-    arrays.vIds.reserve(pMesh_->numberOfPoints());
-    constexpr size_t AHEAD = 32;  // the records are in the order of the curve, which is random in that of the ids
-    for (size_t id = 0; id < vVertices_.size(); ++id) {
-        if (id + AHEAD < vVertices_.size()) __builtin_prefetch(vVertices_[id + AHEAD]);
-        const Point2* pVtx = vVertices_[id];
-        if (!pVtx) continue;
-        vRows[id] = static_cast<std::int32_t>(arrays.vIds.size());
-        arrays.vIds.push_back(static_cast<std::int64_t>(id));
-        arrays.vPoints.insert(arrays.vPoints.end(), {pVtx->x(), pVtx->y(), pVtx->z()});
-    }
+    std::int32_t numRows = 0;
+    for (size_t id = 0; id < vVertices_.size(); ++id)
+        if (vVertices_[id]) vRows[id] = numRows++;
     return vRows;
 }
 
-void Surface::getArrays(MeshArrays& arrays) {
+TriangleArrays Surface::getTriangles() {
     if (!bAllNumbered_) number();
-    arrays = MeshArrays();
-    arrays.version = version_;
     IndexedMesh mesh;
     pMesh_->getIndexedMesh(mesh);
-    const std::vector<std::int32_t> vRowsOfIds = getRowsOfIds(arrays);
-    std::vector<std::int32_t> vRows(mesh.vVertices.size());
+    std::vector<std::int32_t> vRows(mesh.vVertices.size());  // of the vertices as they are numbered in the mesh
     std::transform(mesh.vVertices.begin(), mesh.vVertices.end(), vRows.begin(),
-                   [&](const Point2* pVtx) { return vRowsOfIds[static_cast<size_t>(pVtx->getCustomIndex())]; });
+                   [](const Point2* pVtx) { return pVtx->getCustomIndex(); });
+    if (!hasAllIds()) {
+        const std::vector<std::int32_t> vRowsOfIds = getRowsOfIds();
+        for (std::int32_t& row : vRows) row = vRowsOfIds[static_cast<size_t>(row)];
+    }
     for (std::vector<std::int32_t>* pNumbers : {&mesh.vTriangles, &mesh.vConstraints})
         for (std::int32_t& number : *pNumbers) number = vRows[static_cast<size_t>(number)];
-    arrays.vTriangles = std::move(mesh.vTriangles);
-    arrays.vNeighbours = std::move(mesh.vNeighbours);
-    arrays.vConstraints = std::move(mesh.vConstraints);
+    return {std::move(mesh.vTriangles), std::move(mesh.vNeighbours), std::move(mesh.vConstraints)};
 }
 
 std::vector<std::int32_t> Surface::getRows(const std::vector<Triangle2*>& vTriangles) const {

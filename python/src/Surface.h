@@ -16,12 +16,9 @@
 /// Segments of pairs of (x, y, z).
 std::vector<LUMO_TARO25D::Segment2> toSegments(const double* aCoordinates, size_t numSegments);
 
-/// The mesh as arrays. Rows of points are in the order of their ids.
-struct MeshArrays {
-    std::vector<double> vPoints;
-    std::vector<std::int32_t> vTriangles, vNeighbours, vConstraints;
-    std::vector<std::int64_t> vIds;
-    std::uint64_t version = 0;
+/// Three corners of each triangle, the triangles opposite them, and two ends of each constraint edge.
+struct TriangleArrays {
+    std::vector<std::int32_t> vCorners, vNeighbours, vConstraints;
 };
 
 /// A triangulation whose vertices, breaklines and zones have numbers that are never used again. The custom index of a
@@ -42,9 +39,10 @@ class Surface : public Guarded {
     /// Must be called before each change of the mesh.
     void noteChange() { ++version_; }
 
-    /// Inserts (x, y, z) triples and returns the id of each, -1 for a refused one. With bByPosition the id of a new
-    /// vertex is its position in the list plus the next id before the call; otherwise it is the next free number.
-    void insert(const double* aCoordinates, size_t numPoints, bool bByPosition, std::vector<std::int64_t>& vIds);
+    /// Inserts (x, y, z) triples. The id of a new vertex is its position in the list plus the next id before the call.
+    void insertByPosition(const double* aCoordinates, size_t numPoints);
+    /// Inserts (x, y, z) triples and returns the id of each, -1 for a refused one. A new vertex gets the next free id.
+    std::vector<std::int64_t> insert(const double* aCoordinates, size_t numPoints);
     /// The vertex with an id; throws Gone if there is none.
     LUMO_TARO25D::Point2* getVertex(std::int64_t id) const;
     /// Removes vertices, all or none: throws Gone for an unknown id, and Refused for a vertex of a constraint.
@@ -59,9 +57,14 @@ class Surface : public Guarded {
     void getConflicts(double tolerance, std::vector<std::int64_t>& vIds, std::vector<double>& vKept,
                       std::vector<double>& vOther);
 
-    /// The mesh as arrays. Calls number().
-    void getArrays(MeshArrays& arrays);
-    /// The rows that triangles have in getArrays.
+    /// The coordinates (x, y, z) of the vertices, in the order of their ids; calls number(). A row of this list is
+    /// what the arrays of triangles refer to.
+    std::vector<double> getPoints();
+    /// The ids of the vertices, ascending; calls number().
+    std::vector<std::int64_t> getIds();
+    /// The triangles and constraints; calls number().
+    TriangleArrays getTriangles();
+    /// The rows that triangles have in getTriangles.
     std::vector<std::int32_t> getRows(const std::vector<LUMO_TARO25D::Triangle2*>& vTriangles) const;
 
     /// Moves a vertex; throws Gone for an unknown id, and Refused if the library refuses the move.
@@ -108,7 +111,12 @@ class Surface : public Guarded {
   private:
     /// Gives a vertex the next id.
     void enter(LUMO_TARO25D::Point2* pVtx);
-    std::vector<std::int32_t> getRowsOfIds(MeshArrays& arrays) const;
+    /// Inserts points and returns the vertices at their places, null for a refused point.
+    std::vector<LUMO_TARO25D::Point2*> insertPoints(const double* aCoordinates, size_t numPoints);
+    /// Whether every id belongs to a vertex, so that rows are ids.
+    bool hasAllIds() const { return vVertices_.size() == pMesh_->numberOfPoints(); }
+    /// The row of each id, -1 if there is no such vertex.
+    std::vector<std::int32_t> getRowsOfIds() const;
     /// Makes the table of ids from the custom indices.
     void keepIds(std::int64_t nextId);
     /// Connects the mesh to the progress and the cancel flag of this object.

@@ -21,12 +21,19 @@ void runBySize(EngineCall& call, size_t num, const std::function<void()>& work) 
         call.run(work);
 }
 
-Array<std::int64_t> insert(Surface& surface, const PointArray& points, bool bByPosition, nb::object progress) {
+void insertByPosition(Surface& surface, const PointArray& points, nb::object progress) {
+    const double* aCoordinates = points.data();
+    const size_t num = points.shape(0);
+    EngineCall call({{&surface, Guarded::WRITE}}, std::move(progress));
+    call.run([&] { surface.insertByPosition(aCoordinates, num); });
+}
+
+Array<std::int64_t> insert(Surface& surface, const PointArray& points, nb::object progress) {
     const double* aCoordinates = points.data();
     const size_t num = points.shape(0);
     std::vector<std::int64_t> vIds;
     EngineCall call({{&surface, Guarded::WRITE}}, std::move(progress));
-    call.run([&] { surface.insert(aCoordinates, num, bByPosition, vIds); });
+    call.run([&] { vIds = surface.insert(aCoordinates, num); });
     return toArray(std::move(vIds));
 }
 
@@ -42,16 +49,31 @@ void moveVertex(Surface& surface, std::int64_t id, double x, double y, double z)
     call.runShort([&] { surface.move(id, Point2(x, y, z)); });
 }
 
-using Arrays = std::tuple<std::uint64_t, Array<double>, Array<std::int32_t>, Array<std::int32_t>, Array<std::int32_t>,
-                          Array<std::int64_t>>;
-
-Arrays getArrays(Surface& surface) {
-    MeshArrays arrays;
+/// What a function of a surface returns, and the version of the mesh that it describes.
+template <class T>
+std::pair<std::uint64_t, T> getWithVersion(Surface& surface, T (Surface::*get)()) {
+    std::pair<std::uint64_t, T> result;
     EngineCall call({{&surface, Guarded::WRITE}});
-    call.run([&] { surface.getArrays(arrays); });
-    return Arrays(arrays.version, toTable(std::move(arrays.vPoints), 3), toTable(std::move(arrays.vTriangles), 3),
-                  toTable(std::move(arrays.vNeighbours), 3), toTable(std::move(arrays.vConstraints), 2),
-                  toArray(std::move(arrays.vIds)));
+    call.run([&] { result = {surface.getVersion(), (surface.*get)()}; });
+    return result;
+}
+
+std::tuple<std::uint64_t, Array<double>> getPoints(Surface& surface) {
+    auto [version, vPoints] = getWithVersion(surface, &Surface::getPoints);
+    return {version, toTable(std::move(vPoints), 3)};
+}
+
+std::tuple<std::uint64_t, Array<std::int64_t>> getIds(Surface& surface) {
+    auto [version, vIds] = getWithVersion(surface, &Surface::getIds);
+    return {version, toArray(std::move(vIds))};
+}
+
+using Triangles = std::tuple<std::uint64_t, Array<std::int32_t>, Array<std::int32_t>, Array<std::int32_t>>;
+
+Triangles getTriangles(Surface& surface) {
+    auto [version, arrays] = getWithVersion(surface, &Surface::getTriangles);
+    return {version, toTable(std::move(arrays.vCorners), 3), toTable(std::move(arrays.vNeighbours), 3),
+            toTable(std::move(arrays.vConstraints), 2)};
 }
 
 std::pair<size_t, size_t> getCounts(Surface& surface) {
@@ -125,10 +147,13 @@ void bindSurface(nb::module_& module) {
         .def("version", &Surface::getVersion, "Counts the changes.")
         .def("counts", &getCounts, "The numbers of points and triangles.")
         .def("set_threads", &setThreads, nb::arg("threads"))
-        .def("insert", &insert, nb::arg("points").noconvert(), nb::arg("by_position"), nb::arg("progress").none())
+        .def("insert_by_position", &insertByPosition, nb::arg("points").noconvert(), nb::arg("progress").none())
+        .def("insert", &insert, nb::arg("points").noconvert(), nb::arg("progress").none(), "The id of each point.")
         .def("remove", &removeVertices, nb::arg("ids").noconvert())
         .def("move", &moveVertex, nb::arg("id"), nb::arg("x"), nb::arg("y"), nb::arg("z"))
-        .def("arrays", &getArrays, "Version, points, triangles, neighbours, constraints, ids.")
+        .def("points", &getPoints, "Version, points.")
+        .def("ids", &getIds, "Version, ids.")
+        .def("triangles", &getTriangles, "Version, triangles, neighbours, constraints.")
         .def("heights", &getHeights, nb::arg("places").noconvert())
         .def("conflicts", &getConflicts, nb::arg("tolerance"), "Ids, heights that were kept, heights that came.")
         .def("set_height_rule", &setHeightRule, nb::arg("rule"))

@@ -29,15 +29,6 @@ class Conflict(NamedTuple):
     other: float
 
 
-class _Arrays(NamedTuple):
-    version: int
-    points: FloatArray
-    triangles: NDArray[np.int32]
-    neighbors: NDArray[np.int32]
-    edges_constrained: NDArray[np.int32]
-    ids: NDArray[np.int64]
-
-
 class Mesh:
     """The base class of ``Triangulation``: the mesh, and the methods that change it."""
 
@@ -55,7 +46,7 @@ class Mesh:
         self._set_up(threads, height_rule)
         if points is not None:
             with showing(progress) as show:
-                self._surface.insert(as_points(points), True, show)
+                self._surface.insert_by_position(as_points(points), show)
 
     def _set_up(self, threads: int, height_rule: str) -> None:
         if not isinstance(threads, (int, np.integer)) or threads < 0:
@@ -63,7 +54,7 @@ class Mesh:
         if height_rule not in _HEIGHT_RULES:
             raise InvalidInputError(f"height_rule: one of {', '.join(_HEIGHT_RULES)} is expected, not {height_rule!r}")
         self._threads, self._height_rule = threads, height_rule
-        self._cache: _Arrays | None = None
+        self._known: dict[str, tuple[Any, ...]] = {}  # arrays, each with the version of the mesh in front
         self._surface = _engine.Surface()
         self._part: _engine.Zone | None = None  # the surface, where the mesh, which is convex, is more than that
         self._surface.set_threads(min(threads, 1_000_000))
@@ -76,39 +67,45 @@ class Mesh:
 
     # ---- The mesh ----
 
-    def _arrays(self) -> _Arrays:
-        cache = self._cache
-        if cache is None or cache.version != self._surface.version():
-            cache = _Arrays(*self._surface.arrays())
-            for array in cache[1:]:
+    def _arrays(self, kind: str) -> tuple[Any, ...]:
+        """Return the version of the mesh and its arrays of one kind, which are made at the first use after a change."""
+        known = self._known.get(kind)
+        if known is None or known[0] != self._surface.version():
+            known = getattr(self._surface, kind)()
+            for array in known[1:]:
                 array.flags.writeable = False
-            self._cache = cache
-        return cache
+            self._known[kind] = known
+        return known
 
     @property
     def points(self) -> FloatArray:
         """The vertices, (n, 3), in the order of their ids."""
-        return self._arrays().points
+        points: FloatArray = self._arrays("points")[1]
+        return points
 
     @property
     def ids(self) -> NDArray[np.int64]:
         """The id of each row of ``points``, ascending."""
-        return self._arrays().ids
+        ids: NDArray[np.int64] = self._arrays("ids")[1]
+        return ids
 
     @property
     def triangles(self) -> NDArray[np.int32]:
         """The triangles, (m, 3) rows of ``points``, counterclockwise."""
-        return self._arrays().triangles
+        triangles: NDArray[np.int32] = self._arrays("triangles")[1]
+        return triangles
 
     @property
     def neighbors(self) -> NDArray[np.int32]:
         """The triangle opposite each corner, (m, 3) rows of ``triangles``; -1 at the border."""
-        return self._arrays().neighbors
+        neighbors: NDArray[np.int32] = self._arrays("triangles")[2]
+        return neighbors
 
     @property
     def edges_constrained(self) -> NDArray[np.int32]:
         """The edges that are pieces of breaklines or borders, (k, 2) rows of ``points``."""
-        return self._arrays().edges_constrained
+        edges: NDArray[np.int32] = self._arrays("triangles")[3]
+        return edges
 
     @property
     def bounds(self) -> tuple[float, float, float, float]:
@@ -132,7 +129,7 @@ class Mesh:
         array = as_points(points, maybe_one=True)
         crs_module.merge(self.crs, crs_of(points), "points")
         with showing(progress) as show:
-            return self._surface.insert(array, False, show)
+            return self._surface.insert(array, show)
 
     def remove(self, ids: ArrayLike) -> None:
         """Remove vertices; the surface of the others stays Delaunay.
