@@ -293,14 +293,21 @@ class Triangulation(Mesh):
         """Make a ``pyvista.PolyData``."""
         return _export.to_pyvista(self, zone)
 
-    def view(self, path: str | PathLike[str] | None = None, *, zone: Zone | None = None, browser: bool = True) -> Path:
+    def view(
+        self,
+        path: str | PathLike[str] | None = None,
+        *,
+        zone: Zone | None = None,
+        browser: bool = True,
+        progress: Progress = False,
+    ) -> Path:
         """Write a page that shows the surface in space, open it in a browser, and get its path.
 
         The page needs no network. Without a path it is a temporary file, which stays.
         """
         from .io import scene
 
-        return scene.view(self, None if path is None else Path(path), zone, browser)
+        return scene.view(self, None if path is None else Path(path), zone, browser, progress)
 
     def plot(self, ax: Any = None, *, colors: Any = "terrain") -> Any:
         """Draw the surface from above with matplotlib, and get the axes."""

@@ -72,6 +72,31 @@ def test_rasters_give_cell_centres(tmp_path: pathlib.Path) -> None:
         taro25d.read(tmp_path / "a.tif", band=2)
 
 
+@pytest.mark.parametrize("turn", [0, 30])
+def test_cells_without_a_height_are_gaps(turn: float, tmp_path: pathlib.Path) -> None:
+    values = np.add.outer(np.arange(8.0), np.arange(10.0))
+    values[2:5, 3:6] = values[0, :4] = values[7, 9] = np.nan
+    cos, sin = np.cos(np.radians(turn)), np.sin(np.radians(turn))
+    place = rasterio.Affine(10 * cos, 20 * sin, 1000, 10 * sin, -20 * cos, 2000)
+    size = {"height": 8, "width": 10, "count": 1, "dtype": "float64"}
+    with rasterio.open(tmp_path / "a.tif", "w", nodata=np.nan, crs=UTM, transform=place, **size) as file:
+        file.write(values, 1)
+    tin = taro25d.read(tmp_path / "a.tif", gaps=True)
+    assert tin.check() and tin.crs.to_epsg() == 32616
+    blocks = np.isfinite(values).astype(int)
+    numbers = blocks[:-1, :-1] + blocks[1:, :-1] + blocks[:-1, 1:] + blocks[1:, 1:]
+    assert tin.zone().area == pytest.approx(200 * ((numbers == 4).sum() + (numbers == 3).sum() / 2))
+    columns, rows = np.array([4.5, 8.5]), 3.5
+    heights = tin.heights(place.a * columns + place.b * rows + place.c, place.d * columns + place.e * rows + place.f)
+    assert np.isnan(heights[0]) and heights[1] == pytest.approx(11)
+    assert len(taro25d.read(tmp_path / "a.tif")) == np.isfinite(values).sum()
+    values[::2] = values[:, ::2] = np.nan
+    with rasterio.open(tmp_path / "b.tif", "w", nodata=np.nan, transform=place, **size) as file:
+        file.write(values, 1)
+    with pytest.raises(taro25d.FormatError, match="neighbouring"):
+        taro25d.read(tmp_path / "b.tif", gaps=True)
+
+
 def test_rasters_are_written_exactly(tin: taro25d.Triangulation, tmp_path: pathlib.Path) -> None:
     raster = tin.rasterize((50, 40))
     for name in ("a.tif", "a.asc"):
@@ -127,6 +152,9 @@ def test_vector_files_hold_triangles_and_points(
     table = geopandas.read_file(tmp_path / f"a{ending}")
     assert len(table) == len(tin.triangles)
     assert table.area.sum() == pytest.approx(tin.zone().area)
+    again = taro25d.read(tmp_path / f"a{ending}")
+    assert set(map(tuple, again.points.tolist())) == set(map(tuple, tin.points.tolist()))
+    assert again.crs == tin.crs or ending == ".shp"
     points = geopandas.GeoSeries(shapely.points(tin.points), crs=UTM)
     points.to_file(tmp_path / f"b{ending}")
     read = taro25d.read(tmp_path / f"b{ending}")

@@ -142,6 +142,20 @@ def test_bar_on_a_terminal_and_elsewhere() -> None:
     assert file.getvalue() == "insertion: 0 %\ninsertion: 50 %\ninsertion: 100 %\n"
 
 
+def test_a_bar_shows_seconds_where_it_knows_no_fraction() -> None:
+    class Terminal(io.StringIO):
+        def isatty(self) -> bool:
+            return True
+
+    terminal = Terminal()
+    bar = Bar(terminal)
+    with bar.timing("write a.ply"):
+        time.sleep(1.4)
+        assert "write a.ply: 1 s" in terminal.getvalue()
+        bar("write", 0.5)
+    assert terminal.getvalue().endswith(" \r")
+
+
 def test_errors_are_the_built_in_ones_too() -> None:
     for error, builtin in [
         (taro25d.InvalidInputError, ValueError),

@@ -26,23 +26,26 @@ def check_target(target: Path, endings: Sequence[str] | None = None) -> None:
         raise click.BadParameter(f"{target}: the ending is none of {' '.join(known)}", param_hint="TARGET")
 
 
-def read(source: Path, classes: Sequence[int] = ()) -> Points | Triangulation:
-    """Read a file; classes only count for LAS."""
+def read(source: Path, classes: Sequence[int] = (), gaps: bool = False) -> Points | Triangulation:
+    """Read a file. Classes are those of LAS, and gaps are those of rasters."""
     las = source.name.lower().endswith((".las", ".laz"))
     if classes and not las:
         raise click.BadParameter(f"{source} is no LAS file, and has no classes", param_hint="--class")
     try:
         options: dict[str, Any] = {"classes": list(classes)} if classes else {}
-        if "repair" in io.options_of(source):
-            options["repair"] = True
+        options |= {name: value for name, value in (("repair", True), ("gaps", gaps)) if name in io.options_of(source)}
         return io.read(source, progress=Bar(delay=1.0), **options)
     except InvalidInputError as error:
         raise FormatError(str(error)) from error
 
 
-def read_surface(source: Path, classes: Sequence[int] = ()) -> Triangulation:
+def read_surface(source: Path, classes: Sequence[int] = (), gaps: bool = False) -> Triangulation:
     """Read a file, and triangulate it if it holds only points."""
-    data = read(source, classes)
+    return make_surface(read(source, classes, gaps), source)
+
+
+def make_surface(data: Points | Triangulation, source: Path) -> Triangulation:
+    """Triangulate what was read from a file if it is only points."""
     try:
         tin = data if isinstance(data, Triangulation) else Triangulation(data, progress=Bar(delay=1.0))
     except InvalidInputError as error:

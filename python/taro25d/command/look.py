@@ -15,7 +15,7 @@ from .._progress import Bar
 from ..errors import CrsError, FormatError
 from ..points import Points
 from ..triangulation import Triangulation
-from ._data import add_breaklines, check_target, find_zone, need_triangles, read, read_surface, show
+from ._data import add_breaklines, check_target, find_zone, make_surface, need_triangles, read, read_surface, show
 
 
 def info(file: Path, json: bool) -> None:
@@ -39,9 +39,9 @@ def info(file: Path, json: bool) -> None:
     show(result, json)
 
 
-def volume(before: Path, after: Path, boundary: Path | None, threshold: float, json: bool) -> None:
+def volume(*, before: Path, after: Path, boundary: Path | None, threshold: float, gaps: bool, json: bool) -> None:
     """Compare two surfaces."""
-    first, second = (need_triangles(read_surface(path), path) for path in (before, after))
+    first, second = (need_triangles(read_surface(path, gaps=gaps), path) for path in (before, after))
     zone = find_zone(first, boundary)
     try:
         found = first.volume(second, threshold=threshold, zone=zone, progress=Bar(delay=1.0))
@@ -50,9 +50,9 @@ def volume(before: Path, after: Path, boundary: Path | None, threshold: float, j
     show({name: getattr(found, name) for name in ("cut", "fill", "cut_area", "fill_area")}, json)
 
 
-def profile(source: Path, line: Path, json: bool) -> None:
+def profile(source: Path, line: Path, gaps: bool, json: bool) -> None:
     """Print heights along a line."""
-    tin = need_triangles(read_surface(source), source)
+    tin = need_triangles(read_surface(source, gaps=gaps), source)
     (path, _, _), *others = io.read_lines(line, tin.crs)
     if others:
         raise FormatError(f"{line}: one line is expected, and there are {1 + len(others)}")
@@ -69,7 +69,7 @@ def check(file: Path, breaklines: Path | None, tolerance: float, json: bool) -> 
     """Look for faults."""
     data = read(file)
     points = data.points
-    tin = read_surface(file)
+    tin = make_surface(data, file)
     add_breaklines(tin, breaklines)
     result: dict[str, Any] = {"file": str(file), "points": len(points)}
     result["not_finite"] = int((~np.isfinite(points).all(axis=1)).sum())
@@ -83,14 +83,20 @@ def check(file: Path, breaklines: Path | None, tolerance: float, json: bool) -> 
 
 
 def view(
-    *, source: Path, target: Path | None, breaklines: Path | None, class_: Sequence[int], no_browser: bool
+    *,
+    source: Path,
+    target: Path | None,
+    breaklines: Path | None,
+    class_: Sequence[int],
+    gaps: bool,
+    no_browser: bool,
 ) -> None:
     """Write a page and open it."""
     if target is not None:
         check_target(target, (".html",))
-    tin = read_surface(source, class_)
+    tin = read_surface(source, class_, gaps)
     add_breaklines(tin, breaklines)
-    page = need_triangles(tin, source).view(target, browser=not no_browser)
+    page = need_triangles(tin, source).view(target, browser=not no_browser, progress=Bar(delay=1.0))
     if target is None:
         print(page)
 

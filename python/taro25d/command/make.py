@@ -22,15 +22,17 @@ from ..triangulation import Triangulation
 from ._data import add_breaklines, check_target, find_lines, find_zone, need_triangles, read, read_surface
 
 
-def build(source: Path, target: Path, breaklines: Path | None, boundary: Path | None, class_: Sequence[int]) -> None:
+def build(
+    *, source: Path, target: Path, breaklines: Path | None, boundary: Path | None, class_: Sequence[int], gaps: bool
+) -> None:
     """Triangulate and write."""
     check_target(target)
-    tin = _build(source, breaklines, class_)
+    tin = _build(source, breaklines, class_, gaps)
     io.write(tin, target, find_zone(tin, boundary), progress=Bar(delay=1.0))
 
 
-def _build(source: Path, breaklines: Path | None, classes: Sequence[int]) -> Triangulation:
-    tin = read_surface(source, classes)
+def _build(source: Path, breaklines: Path | None, classes: Sequence[int], gaps: bool) -> Triangulation:
+    tin = read_surface(source, classes, gaps)
     add_breaklines(tin, breaklines)
     return need_triangles(tin, source)
 
@@ -41,23 +43,23 @@ def convert(source: Path, target: Path) -> None:
     io.write(read_surface(source), target, progress=Bar(delay=1.0))
 
 
-def contour(source: Path, target: Path, interval: float | None, levels: Sequence[float] | None) -> None:
+def contour(*, source: Path, target: Path, interval: float | None, levels: Sequence[float] | None, gaps: bool) -> None:
     """Write contour lines."""
     check_target(target, io.LINE_ENDINGS)
     if (interval is None) == (levels is None):
         raise click.UsageError("either --interval or --levels is needed")
-    tin = need_triangles(read_surface(source), source)
+    tin = need_triangles(read_surface(source, gaps=gaps), source)
     try:
         contours = tin.contours(interval=interval, levels=levels, progress=Bar(delay=1.0))
     except InvalidInputError as error:
         raise FormatError(f"{source}: {error}") from error
-    io.write_contours(contours, target)
+    io.write_contours(contours, target, Bar(delay=1.0))
 
 
-def raster(source: Path, target: Path, resolution: float, method: str, breaklines: Path | None) -> None:
+def raster(*, source: Path, target: Path, resolution: float, method: str, breaklines: Path | None, gaps: bool) -> None:
     """Write a raster."""
     check_target(target, io.RASTER_ENDINGS)
-    tin = _build(source, breaklines, ())
+    tin = _build(source, breaklines, (), gaps)
     try:
         cells = tin.rasterize(resolution, method=method, progress=Bar(delay=1.0))
     except InvalidInputError as error:
@@ -73,10 +75,11 @@ def simplify(
     certified: bool,
     breaklines: Path | None,
     class_: Sequence[int],
+    gaps: bool,
 ) -> None:
     """Choose points and write."""
     check_target(target)
-    data = read(source, class_)
+    data = read(source, class_, gaps)
     lines: list[tuple[Any, str]] = (
         [(line, line.name) for line in data.breaklines] if isinstance(data, Triangulation) else []
     )
@@ -114,12 +117,13 @@ def mesh(
     breaklines: Path | None,
     boundary: Path | None,
     class_: Sequence[int],
+    gaps: bool,
 ) -> None:
     """Refine and write."""
     check_target(target)
     if not 0 <= min_angle <= 30:
         raise click.BadParameter(f"{min_angle} is not between 0 and 30", param_hint="--min-angle")
-    tin = _build(source, breaklines, class_)
+    tin = _build(source, breaklines, class_, gaps)
     zone = find_zone(tin, boundary)
     try:
         tin.refine(zone, min_angle=min_angle, max_edge=max_edge, progress=Bar(delay=1.0))

@@ -142,7 +142,7 @@ def run(arguments: Sequence[str] | None = None) -> int:
     """Run the command and get its exit status."""
     parser = make_parser()
     with warnings.catch_warnings():
-        logging.getLogger().addHandler(logging.NullHandler())  # what other packages log is no business of the user's
+        logging.getLogger().addHandler(logging.NullHandler())  # hides the log of other packages
         warnings.simplefilter("ignore")
         warnings.simplefilter("always", errors.Warning)
         warnings.showwarning = lambda message, *_, **__: _say("warning", str(message))

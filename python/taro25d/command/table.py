@@ -46,18 +46,19 @@ def list_endings() -> list[tuple[str, list[str]]]:
 
 
 _SOURCE = Argument("SOURCE", "points, a raster or a mesh")
-_TARGET = Argument("TARGET", "the file to write; its ending decides about the format")
+_TARGET = Argument("TARGET", "the file to write; its ending determines the format")
 _JSON = Option("--json", "", "flag", "print one JSON object")
 _CLASS = Option(
-    "--class", "N", "whole", "of LAS files keep this class only, 2 for ground; may be repeated", multiple=True
+    "--class", "N", "whole", "keep only this class of a LAS file, such as 2 for ground; may be repeated", multiple=True
 )
-_BREAKLINES = Option("--breaklines", "FILE", "file", "lines that become edges")
-_BOUNDARY = Option("--boundary", "FILE", "file", "polygons; only what is inside counts")
+_BREAKLINES = Option("--breaklines", "FILE", "file", "lines that become edges of the surface")
+_GAPS = Option("--gaps", "", "flag", "of rasters, leave gaps where cells have no height")
+_BOUNDARY = Option("--boundary", "FILE", "file", "polygons; only the ground inside counts")
 
 COMMANDS = (
     Command(
         "info",
-        "Tell what a file holds.",
+        "Show what a file contains.",
         "Prints the format, numbers, extent and reference system of a file, and the classes of a LAS file.",
         (Argument("FILE", "points, a raster or a mesh"),),
         (_JSON,),
@@ -72,7 +73,7 @@ COMMANDS = (
         (Argument("FILE", "points, a raster or a mesh"),),
         (
             _BREAKLINES,
-            Option("--tolerance", "T", "limit", "heights that differ by at most this are equal", default=0.0),
+            Option("--tolerance", "T", "limit", "height differences up to T are not reported", default=0.0),
             _JSON,
         ),
         "taro25d check ground.laz --breaklines streams.geojson --tolerance 0.05",
@@ -83,7 +84,7 @@ COMMANDS = (
         "Triangulate points.",
         "Triangulates points, forces breaklines into the mesh, keeps what is inside the boundary, and writes the surface.",
         (_SOURCE, _TARGET),
-        (_BREAKLINES, _BOUNDARY, _CLASS),
+        (_BREAKLINES, _BOUNDARY, _CLASS, _GAPS),
         "taro25d build ground.laz surface.obj --class 2 --breaklines streams.geojson",
         "make.build",
     ),
@@ -100,12 +101,13 @@ COMMANDS = (
     Command(
         "contour",
         "Draw lines of equal height.",
-        "Writes contour lines with their levels to a GeoPackage, Shapefile, GeoJSON or DXF. Either --interval or --levels is "
-        "needed.",
+        "Writes contour lines with their levels to a GeoPackage, Shapefile, GeoJSON or DXF. Give either --interval or "
+        "--levels.",
         (_SOURCE, _TARGET),
         (
-            Option("--interval", "H", "positive", "the height between two lines"),
-            Option("--levels", "H,H", "numbers", "the heights themselves"),
+            Option("--interval", "H", "positive", "the height difference between neighbouring contours"),
+            Option("--levels", "H,H", "numbers", "the heights of the contours"),
+            _GAPS,
         ),
         "taro25d contour ground.laz contours.gpkg --interval 2",
         "make.contour",
@@ -116,7 +118,7 @@ COMMANDS = (
         "Prints the distance along the line and the height of the surface, wherever the line crosses an edge; a gap in the "
         "surface is a line without a height.",
         (_SOURCE,),
-        (Option("--line", "FILE", "file", "the line", required=True), _JSON),
+        (Option("--line", "FILE", "file", "the line", required=True), _GAPS, _JSON),
         "taro25d profile ground.laz --line road.geojson",
         "look.profile",
     ),
@@ -131,10 +133,11 @@ COMMANDS = (
                 "--method",
                 "M",
                 "linear|natural|slope|aspect|hillshade",
-                "linear or natural for heights; slope, aspect, hillshade",
+                "linear or natural (heights), slope, aspect or hillshade",
                 default="linear",
             ),
             _BREAKLINES,
+            _GAPS,
         ),
         "taro25d raster ground.laz shade.tif --resolution 5 --method hillshade",
         "make.raster",
@@ -143,10 +146,13 @@ COMMANDS = (
         "volume",
         "Compare two surfaces.",
         "Prints how much was cut, where BEFORE is higher, and how much was filled, in cubic units of the coordinates.",
-        (Argument("BEFORE", "the earlier surface"), Argument("AFTER", "the later one")),
+        (Argument("BEFORE", "the earlier surface"), Argument("AFTER", "the later surface")),
         (
             _BOUNDARY,
-            Option("--threshold", "T", "limit", "differences up to this count as none", default=0.0),
+            Option(
+                "--threshold", "T", "limit", "ground whose heights differ by at most T counts as unchanged", default=0.0
+            ),
+            _GAPS,
             _JSON,
         ),
         "taro25d volume before.xyz after.xyz --threshold 0.02",
@@ -154,15 +160,16 @@ COMMANDS = (
     ),
     Command(
         "simplify",
-        "Keep as few points as it takes.",
-        "Chooses points so that no point of SOURCE is farther from the surface than E, measured vertically, and writes it. A "
-        "surface with bays or holes keeps its border.",
+        "Keep only the points that a given accuracy needs.",
+        "Chooses points such that no point of SOURCE is farther than E from their surface, measured vertically, and writes "
+        "that surface. A surface with bays or holes keeps its border.",
         (_SOURCE, _TARGET),
         (
             Option("--max-error", "E", "limit", "the largest vertical distance of a point", required=True),
-            Option("--certified", "", "flag", "keep the limit also between the points"),
+            Option("--certified", "", "flag", "keep the limit between the points as well"),
             _BREAKLINES,
             _CLASS,
+            _GAPS,
         ),
         "taro25d simplify ground.laz fewer.laz --max-error 0.5",
         "make.simplify",
@@ -178,6 +185,7 @@ COMMANDS = (
             _BREAKLINES,
             _BOUNDARY,
             _CLASS,
+            _GAPS,
         ),
         "taro25d mesh before.xyz mesh.vtk --max-edge 20",
         "make.mesh",
@@ -188,23 +196,23 @@ COMMANDS = (
         "Writes a page that shows the surface in space, and opens it. The page needs no network. Without TARGET it is a "
         "temporary file, whose path is printed.",
         (_SOURCE, Argument("TARGET", "the page to write", required=False)),
-        (_BREAKLINES, _CLASS, Option("--no-browser", "", "flag", "write the page only")),
+        (_BREAKLINES, _CLASS, _GAPS, Option("--no-browser", "", "flag", "write the page only")),
         "taro25d view ground.laz ground.html --no-browser",
         "look.view",
     ),
     Command(
         "tile",
-        "Triangulate more points than memory holds.",
-        "Triangulates points tile by tile, on several processors, into a folder of Parquet files. A run that was stopped goes "
-        "on where it was when it is started again in the same words. Terrain tiles come with a page that shows them, which a "
-        "web server has to hand out, such as python3 -m http.server --directory FOLDER.",
+        "Triangulate more points than fit into memory.",
+        "Triangulates points tile by tile, on several processors, into a folder of Parquet files. After an interruption the "
+        "same command continues the run. Terrain tiles come with a page that shows them; a web server must serve it, for "
+        "example python3 -m http.server --directory FOLDER.",
         (
-            Argument("SOURCE", "points or rasters, which belong together", multiple=True),
-            Argument("FOLDER", "where the tiles go"),
+            Argument("SOURCE", "points or rasters of one surface", multiple=True),
+            Argument("FOLDER", "the folder of the tiles"),
         ),
         (
             Option("--points-per-tile", "N", "whole", "the most points of a tile", default=2_000_000),
-            Option("--workers", "N", "whole", "how many processes work; as many as there are processors without it"),
+            Option("--workers", "N", "whole", "the number of processes; without it, one for each processor"),
             Option("--terrain", "FOLDER", "file", "also write terrain tiles for the web into this folder"),
             _CLASS,
         ),

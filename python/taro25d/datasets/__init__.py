@@ -22,7 +22,7 @@ _HERE = Path(__file__).parent
 
 def jacksboro() -> Points:
     """Return 138,632 heights from 236 to 1076 m on a grid of 74.57 by 92.47 m; needs the extra ``io``."""
-    return grid.read(path())
+    return grid.read_cells(path())[1]
 
 
 def jacksboro_streams() -> Any:

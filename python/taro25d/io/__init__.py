@@ -7,7 +7,7 @@ from os import PathLike
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, NamedTuple
 
-from .._progress import Progress
+from .._progress import Bar, Progress, timing
 from ..errors import InvalidInputError
 from ..points import Points
 from ._files import reading, writing
@@ -118,6 +118,9 @@ def read(path: str | PathLike[str], *, progress: Progress = False, **options: An
         For LAS and LAZ: the classes to keep, such as ``[2]`` for ground; all without it.
     band
         For rasters: which band holds the heights, from 1.
+    gaps
+        For rasters: whether cells without a height are gaps in the surface. The result is then a ``Triangulation``, with
+        triangles only between neighbouring cells that have heights.
     layer
         For GeoPackages and DXF: which layer to read.
     surface
@@ -132,7 +135,8 @@ def read(path: str | PathLike[str], *, progress: Progress = False, **options: An
     unknown = set(options) - possible
     if unknown:
         raise InvalidInputError(f"{file}: the option {unknown.pop()} means nothing for this format")
-    with reading(file):
+    progress = Bar() if progress is True else progress
+    with timing(f"read {file.name}", progress), reading(file):
         if "progress" in possible:
             options["progress"] = progress
         return function(file, **options)  # type: ignore[no-any-return]
@@ -148,6 +152,7 @@ def write(
     """Write a triangulation, or a zone of it, by the ending of the file; as a raster with a resolution."""
     target = Path(path)
     known = find_format(target, for_reading=False)
+    progress = Bar() if progress is True else progress
     if str(known.writes).startswith("grid."):
         if resolution is None:
             raise InvalidInputError(f"{target}: a raster needs a resolution")
@@ -156,7 +161,7 @@ def write(
     if resolution is not None:
         raise InvalidInputError(f"{target}: a resolution means nothing for this format")
     function = _function(known.writes)
-    with writing(target) as temporary:
+    with timing(f"write {target.name}", progress), writing(target) as temporary:
         function(tin, temporary, zone, **({"progress": progress} if "progress" in _options(function) else {}))
 
 
@@ -166,5 +171,5 @@ def write_raster(raster: Raster, target: Path, progress: Progress = False) -> No
     if not str(known.writes).startswith("grid."):
         raise InvalidInputError(f"{target}: rasters go into {' '.join(RASTER_ENDINGS)}")
     function = _function(known.writes)
-    with writing(target) as temporary:
+    with timing(f"write {target.name}", progress), writing(target) as temporary:
         function(raster, temporary, progress)

@@ -40,7 +40,7 @@ def reading(path: Path) -> Iterator[None]:
     except Exception as error:
         raise FormatError(f"{path}: {_reason(error)}") from error
     except BaseException as error:
-        if type(error).__name__ != "PanicException":  # how a reader in Rust says that it is at its wit's end
+        if type(error).__name__ != "PanicException":  # raised by readers written in Rust
             raise
         raise FormatError(f"{path}: the file is broken") from error
 

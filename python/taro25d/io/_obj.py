@@ -9,16 +9,17 @@ import numpy as np
 from numpy.typing import NDArray
 
 from .._geometry import FloatArray
+from .._progress import ProgressFunction, counting_lines
 from ..errors import FormatError
 from ._polygons import split
 
 
-def read_obj(path: Path) -> tuple[FloatArray, NDArray[np.int64]]:
+def read_obj(path: Path, show: ProgressFunction | None) -> tuple[FloatArray, NDArray[np.int64]]:
     """Return points and triangles; normals, textures, lines and groups do not count."""
     vertices: list[list[str]] = []
     faces: list[list[int]] = []
     with path.open(encoding="utf-8", errors="replace") as file:
-        for number, words in _statements(file):
+        for number, words in _statements(counting_lines("read", file, path.stat().st_size, show)):
             if words[0] == "v":
                 vertices.append(words[1:4])
             elif words[0] == "f":

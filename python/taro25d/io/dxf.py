@@ -4,13 +4,13 @@ from __future__ import annotations
 
 from collections.abc import Iterator
 from pathlib import Path
-from typing import TYPE_CHECKING, Any
+from typing import TYPE_CHECKING, Any, TextIO
 
 import numpy as np
 
 from .._geometry import FloatArray
 from .._optional import require
-from .._progress import Progress, counting, showing
+from .._progress import Progress, ProgressFunction, counting, showing
 from ..errors import FormatError
 from ._polygons import split
 
@@ -123,12 +123,35 @@ def write(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Pr
     drawing = ezdxf.new("R2010")
     space = drawing.modelspace()
     points, triangles = tin.faces(zone)
-    with showing(progress) as show:
-        for corners in counting("write triangles", points[triangles].tolist(), show):
-            space.add_3dface([*corners, corners[2]], dxfattribs={"layer": "TIN"})
     for start, end in (edge for line in tin.breaklines for edge in line.edges.tolist()):
         space.add_line(start, end, dxfattribs={"layer": "BREAKLINES"})
-    drawing.saveas(path)
+    with showing(progress) as show:
+        for corners in counting("draw triangles", points[triangles].tolist(), show):
+            space.add_3dface([*corners, corners[2]], dxfattribs={"layer": "TIN"})
+        _save(drawing, path, show)
+
+
+class _CountingStream:
+    """A text file that shows what share of the entities of a drawing have been written to it."""
+
+    def __init__(self, file: TextIO, num: int, show: ProgressFunction | None) -> None:
+        self._file = file
+        self._num = num
+        self._show = show
+        self._done = 0
+
+    def write(self, text: str) -> int:
+        """Write tags; each entity has one that begins with its kind."""
+        if text.startswith("  0\n"):
+            self._done += 1
+            if self._show is not None and self._done % 1000 == 0:
+                self._show("write", min(1.0, self._done / self._num))
+        return self._file.write(text)
+
+
+def _save(drawing: Any, path: Path, show: ProgressFunction | None) -> None:
+    with path.open("w", encoding=drawing.output_encoding, errors="dxfreplace") as file:
+        drawing.write(_CountingStream(file, len(drawing.entitydb), show))
 
 
 def write_contours(contours: Contours, path: Path) -> None:

@@ -3,10 +3,13 @@
 from __future__ import annotations
 
 from pathlib import Path
-from typing import TYPE_CHECKING
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
+from numpy.typing import NDArray
 
+from .. import _engine
+from .._geometry import FloatArray
 from .._optional import require
 from .._progress import Progress, counting, showing
 from ..errors import FileError, FormatError
@@ -14,32 +17,62 @@ from ..points import Points
 
 if TYPE_CHECKING:
     from ..raster import Raster
+    from ..triangulation import Triangulation
 
 _MOST_CELLS = 500_000_000
-_STRIP = 256  # rows that are written at a time
-#: GDAL tells nobody that a disk was full when it closed a file.
+_STRIP = 256  # rows that are read or written at a time
+#: GDAL reports no error if the disk is full when it closes a file.
 UNFINISHED = "the file could not be written as a whole; the disk may be full"
 
 
-def read(path: Path, band: int = 1) -> Points:
-    """Read the cell centres that have a height."""
+def read(path: Path, band: int = 1, gaps: bool = False, progress: Progress = False) -> Points | Triangulation:
+    """Read the cell centres that have a height; with ``gaps`` the surface, in which the other cells are gaps."""
+    cells, points = read_cells(path, band, progress)
+    return _make_surface(points, cells, progress) if gaps else points
+
+
+def read_cells(path: Path, band: int = 1, progress: Progress = False) -> tuple[NDArray[np.int64], Points]:
+    """Read row and column of each cell that has a height, and its centre."""
     rasterio = require("rasterio")
-    with rasterio.open(path) as file:
+    with rasterio.open(path) as file, showing(progress) as show:
         if file.driver == "AAIGrid" and path.stat().st_size < 2 * file.width * file.height - 1:
             raise FormatError(f"the file is cut short: it has no room for {file.width} by {file.height} cells")
         if file.width * file.height > _MOST_CELLS:
             raise FormatError(f"{file.width} by {file.height} cells are too many: cut a part out first")
         if not 1 <= band <= file.count:
             raise FormatError(f"there is no band {band}: the file has {file.count}")
-        cells = file.read(band, masked=True)
-        rows, columns = np.nonzero(~np.ma.getmaskarray(cells) & np.isfinite(cells.data.astype(np.float64)))
-        heights = cells.data[rows, columns].astype(np.float64)
-        scale, offset = file.scales[band - 1], file.offsets[band - 1]
-        a, b, c, d, e, f = file.transform[:6]
-        x, y = a * (columns + 0.5) + b * (rows + 0.5) + c, d * (columns + 0.5) + e * (rows + 0.5) + f
-        if not len(heights):
-            raise FormatError("no cell has a height")
-        return Points(np.column_stack([x, y, heights * scale + offset]), file.crs and file.crs.to_wkt())
+        strips = counting("read", range(0, file.height, _STRIP), show)
+        parts = [_read_strip(file, band, start) for start in strips]
+        crs = file.crs and file.crs.to_wkt()
+    cells, points = (np.concatenate(part) for part in zip(*parts, strict=True))
+    if not len(points):
+        raise FormatError("no cell has a height")
+    return cells, Points(points, crs)
+
+
+def _read_strip(file: Any, band: int, start: int) -> tuple[NDArray[np.int64], FloatArray]:
+    """Read some rows: row and column of each cell that has a height, and its centre."""
+    window = ((start, min(start + _STRIP, file.height)), (0, file.width))
+    values = file.read(band, masked=True, window=window)
+    rows, columns = np.nonzero(~np.ma.getmaskarray(values) & np.isfinite(values.data.astype(np.float64)))
+    heights = values.data[rows, columns].astype(np.float64) * file.scales[band - 1] + file.offsets[band - 1]
+    rows += start
+    a, b, c, d, e, f = file.transform[:6]
+    x, y = a * (columns + 0.5) + b * (rows + 0.5) + c, d * (columns + 0.5) + e * (rows + 0.5) + f
+    return np.column_stack([rows, columns]), np.column_stack([x, y, heights])
+
+
+def _make_surface(points: Points, cells: NDArray[np.int64], progress: Progress) -> Triangulation:
+    """Make the surface of the triangles between four cells that touch in a corner."""
+    from ..triangulation import Triangulation
+
+    tin = Triangulation(points, progress=progress)
+    inside = (np.ptp(cells[tin.ids][tin.triangles], axis=1) <= 1).all(axis=1)
+    if not inside.any():
+        raise FormatError("no three neighbouring cells have heights")
+    if not inside.all():
+        tin._part = _engine.Zone.of_rows(tin._surface, np.flatnonzero(inside).tolist())
+    return tin
 
 
 def write(raster: Raster, path: Path, progress: Progress = False) -> None:

@@ -10,7 +10,7 @@ import numpy as np
 
 from .._geometry import FloatArray
 from .._optional import require
-from .._progress import Progress, showing
+from .._progress import Progress, counting, showing
 from ..errors import FormatError
 from ..points import Points
 
@@ -19,6 +19,7 @@ if TYPE_CHECKING:
     from ..zone import Zone
 
 _CHUNK = 1_000_000
+_WRITTEN = 100_000  # points that are written at a time
 _ATTRIBUTES = ("classification", "intensity", "return_number", "number_of_returns", "gps_time")
 
 
@@ -74,7 +75,7 @@ def _select(chunk: Any, classes: Sequence[int] | None, names: list[str]) -> tupl
     return len(chunk), points, {name: np.asarray(chunk[name])[chosen] for name in names}
 
 
-def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
+def write(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write the vertices, to a ten-thousandth of a unit."""
     laspy = require("laspy")
     require("lazrs")
@@ -87,7 +88,10 @@ def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
         header.scales = np.maximum(np.ptp(points, axis=0) / 2e9, 1e-4)
     if tin.crs is not None:
         header.add_crs(tin.crs)
-    las = laspy.LasData(header)
-    las.x, las.y, las.z = points.T
-    las.classification = np.full(len(points), 2, dtype=np.uint8)
-    las.write(path)
+    with laspy.open(path, mode="w", header=header) as file, showing(progress) as show:
+        for start in counting("write points", range(0, len(points), _WRITTEN), show):
+            part = points[start : start + _WRITTEN]
+            record = laspy.ScaleAwarePointRecord.zeros(len(part), header=header)
+            record.x, record.y, record.z = part.T
+            record.classification = np.full(len(part), 2, dtype=np.uint8)
+            file.write_points(record)

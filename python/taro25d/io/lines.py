@@ -11,6 +11,7 @@ from typing import Any, TypeAlias
 from .. import crs as crs_module
 from .._geometry import FloatArray, as_lines
 from .._optional import require
+from .._progress import Bar, Progress, counting, showing, timing
 from ..contours import Contours
 from ..crs import Crs
 from ..errors import FormatError, InvalidInputError
@@ -24,6 +25,7 @@ _TABLES = (".gpkg", ".shp", ".geojson", ".json")
 _POLYGONS = ("Polygon", "MultiPolygon")
 #: Where contours can be written to.
 LINE_ENDINGS = (*_TABLES, ".dxf")
+_CHUNK = 5000  # contours that are written at a time
 
 
 def read_lines(path: str | PathLike[str], crs: Crs = None) -> list[Line]:
@@ -79,10 +81,13 @@ def _lines_of_table(table: Any) -> list[Line]:
     return lines
 
 
-def write_contours(contours: Contours, path: str | PathLike[str]) -> None:
+def write_contours(contours: Contours, path: str | PathLike[str], progress: Progress = False) -> None:
     """Write contours with their levels, by the ending of the file."""
-    with appending_contours(path) as append:
-        append(contours)
+    progress = Bar() if progress is True else progress
+    target = Path(path)
+    with timing(f"write {target.name}", progress), appending_contours(target) as append, showing(progress) as show:
+        for start in counting("write contours", range(0, max(1, len(contours)), _CHUNK), show):
+            append(Contours(contours[start : start + _CHUNK], contours.crs))
 
 
 @contextlib.contextmanager

@@ -20,14 +20,15 @@ if TYPE_CHECKING:
     from ..zone import Zone
 
 
-_READERS = {".obj": read_obj, ".ply": read_ply, ".vtk": read_vtk}
-
-
 def read(path: Path, repair: bool = False, progress: Progress = False) -> Triangulation:
     """Read the triangles; polygons are divided into some."""
     from ..triangulation import Triangulation
 
-    points, triangles = _READERS[path.suffix.lower()](path)
+    with showing(progress) as show:
+        if path.suffix.lower() == ".obj":
+            points, triangles = read_obj(path, show)
+        else:
+            points, triangles = (read_ply if path.suffix.lower() == ".ply" else read_vtk)(path)
     if not len(triangles):
         raise FormatError("there are no triangles")
     return Triangulation.from_triangles(points, triangles, repair, progress=progress)

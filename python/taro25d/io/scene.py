@@ -9,6 +9,7 @@ from typing import TYPE_CHECKING
 
 from .. import _engine
 from .._messages import warn
+from .._progress import Progress
 from ..errors import InvalidInputError
 from . import write
 
@@ -27,13 +28,13 @@ def write_html(tin: Triangulation, path: Path, zone: Zone | None = None) -> None
     _write(tin, path, zone, page=True)
 
 
-def view(tin: Triangulation, path: Path | None, zone: Zone | None, browser: bool) -> Path:
+def view(tin: Triangulation, path: Path | None, zone: Zone | None, browser: bool, progress: Progress) -> Path:
     """Write a page and open it."""
     if path is None:
         path = Path(tempfile.mkdtemp(prefix="taro25d-")) / "surface.html"
     elif path.suffix.lower() != ".html":
         raise InvalidInputError(f"{path}: a page has the ending .html")
-    write(tin, path, zone)
+    write(tin, path, zone, progress=progress)
     if browser and not webbrowser.open(path.absolute().as_uri()):
         warn(f"no browser was found; the page is {path}")
     return path

@@ -10,7 +10,7 @@ from typing import TYPE_CHECKING
 import numpy as np
 
 from .._geometry import FloatArray
-from .._progress import Progress, counting, showing
+from .._progress import Progress, counting, counting_lines, showing
 from ..errors import FormatError
 from ..points import Points
 
@@ -25,7 +25,7 @@ _NAMES = (
 )
 
 
-def read(path: Path) -> Points:
+def read(path: Path, progress: Progress = False) -> Points:
     """Read points; a line of names may stand first, and lines that begin with # do not count."""
     with path.open(encoding="utf-8-sig", errors="strict") as file:
         head = [line for line in (file.readline(100_000) for _ in range(100)) if line.strip() and line[0] != "#"]
@@ -34,9 +34,10 @@ def read(path: Path) -> Points:
     delimiter = next((mark for mark in (";", "\t", ",") if mark in head[0]), None)
     names = _split(head[0], delimiter)
     columns = (0, 1, 2) if _is_number(names[0]) else _columns(names)
-    with path.open(encoding="utf-8-sig") as file, warnings.catch_warnings():
+    with path.open(encoding="utf-8-sig") as file, showing(progress) as show, warnings.catch_warnings():
         warnings.simplefilter("ignore", UserWarning)  # of NumPy, about files without data
-        lines = (line for line in file if line.strip() and line[0] != "#")
+        known = counting_lines("read points", file, path.stat().st_size, show)
+        lines = (line for line in known if line.strip() and line[0] != "#")
         if not _is_number(names[0]):
             next(lines)
         points = np.loadtxt(lines, delimiter=delimiter, usecols=columns, ndmin=2)

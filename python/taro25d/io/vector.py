@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import json
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
@@ -17,7 +18,7 @@ if TYPE_CHECKING:
     from ..triangulation import Triangulation
     from ..zone import Zone
 
-_CHUNK = 50_000  # rows that are written at a time
+_CHUNK = 10_000  # rows that are written at a time
 _HEIGHT_COLUMNS = ("z", "height", "elevation", "elev", "altitude")
 #: Formats to which rows can be added.
 APPENDABLE = (".gpkg", ".shp")
@@ -92,10 +93,31 @@ def append_table(table: Any, path: Path, layer: str) -> None:
 
 def write(tin: Triangulation, path: Path, zone: Zone | None = None, progress: Progress = False) -> None:
     """Write the triangles as polygons with heights."""
-    table = tin.to_geodataframe(zone)
     if path.suffix.lower() not in APPENDABLE:
-        write_table(table, path, "triangles")
+        _write_geojson(tin, path, zone, progress)
         return
+    table = tin.to_geodataframe(zone)
     with showing(progress) as show:
         for start in counting("write triangles", range(0, max(1, len(table)), _CHUNK), show):
             append_table(table.iloc[start : start + _CHUNK], path, "triangles")
+
+
+def _write_geojson(tin: Triangulation, path: Path, zone: Zone | None, progress: Progress) -> None:
+    """Write the triangles as text, with as many digits as it takes; GDAL takes longer, and cannot tell how far it is."""
+    authority = None if tin.crs is None else tin.crs.to_authority()
+    head: dict[str, Any] = {"type": "FeatureCollection", "name": "triangles"}
+    if authority is not None:
+        name = "urn:ogc:def:crs:{}::{}".format(*authority)
+        head["crs"] = {"type": "name", "properties": {"name": name}}
+    points, triangles = tin.faces(zone)
+    rings = points[triangles[:, [0, 1, 2, 0]]]
+    with path.open("w", encoding="ascii") as file, showing(progress) as show:
+        file.write(json.dumps(head)[:-1] + ', "features": [')
+        for start in counting("write triangles", range(0, len(rings), _CHUNK), show):
+            separator = "\n" if start == 0 else ",\n"
+            file.write(separator + ",\n".join(map(_make_feature, rings[start : start + _CHUNK].tolist())))
+        file.write("\n]}\n")
+
+
+def _make_feature(ring: list[list[float]]) -> str:
+    return f'{{"type": "Feature", "properties": {{}}, "geometry": {{"type": "Polygon", "coordinates": [{ring}]}}}}'
