@@ -1,4 +1,4 @@
-// What the buttons, fields and clicks of the page do.
+// Connects the buttons, the fields and the clicks of the page to the view.
 
 import {makeChart, toCsv} from './chart';
 import {listenToAim, listenToClicks, listenToKeys} from './controls';
@@ -12,8 +12,8 @@ import type {View} from './view';
 type Mode = 'read' | 'measure' | 'profile';
 
 const NUM_CONTOURS = 20;
-export const NARROW = 600; // pixels; the style sheet has it, too
-const CHART_COLORS = ['#c2185b', '#1f6f8b', '#8a6d00', '#6a3fb5']; // of surfaces without a colour of their own
+export const NARROW = 600; // pixels; also in the style sheet
+const CHART_COLORS = ['#c2185b', '#1f6f8b', '#8a6d00', '#6a3fb5']; // for surfaces without a colour
 
 export class App {
     private mode: Mode = 'read';
@@ -38,7 +38,7 @@ export class App {
         observer.observe(page.panel);
     }
 
-    /** Fits the scene to the page. Beside an open panel, it moves aside where there is room. */
+    /** Fits the scene to the page. If there is room, the scene moves aside for an open panel. */
     resize(): void {
         const {canvas, panel} = this.page;
         const isAside = !panel.classList.contains('closed') && canvas.clientWidth > NARROW;
@@ -48,7 +48,7 @@ export class App {
     private listen(): void {
         const {buttons, canvas, layers} = this.page;
         layers.forEach((box, i) => box.addEventListener('change', () => this.view.setLayerVisible(i, box.checked)));
-        buttons.fold.addEventListener('click', () => this.resize()); // the observer is told only before the next frame
+        buttons.fold.addEventListener('click', () => this.resize()); // the observer is called only before the next frame
         buttons.reset.onclick = () => this.view.reset();
         buttons.top.onclick = () => this.view.lookFromTop();
         buttons.measure.onclick = () => this.setMode(this.mode === 'measure' ? 'read' : 'measure');
@@ -84,7 +84,7 @@ export class App {
         }
     }
 
-    /** Takes measurements off the page. */
+    /** Removes the measurements from the page. */
     private clear(): void {
         this.marks.places = [];
         this.marks.lines = [];
@@ -108,7 +108,7 @@ export class App {
         this.view.draw();
     }
 
-    /** The coordinates of a place; a degree is about as long as 10^5 metres. */
+    /** The coordinates of a place. Degrees get five more decimals, since a degree is about 10^5 metres long. */
     private toText(place: Place): string {
         const {layer} = this.data;
         const shown = layer?.toCoordinates(place) ?? place;
@@ -116,7 +116,7 @@ export class App {
         return shown.map((value, i) => toPlain(value, this.numDecimals + (i < 2 ? more : 0))).join(' ');
     }
 
-    /** The place under a point of the canvas: x and y as they are printed, and the height there. */
+    /** The place under a point of the canvas: x and y rounded as printed, and the height there. */
     private pick(x: number, y: number): Place | null {
         const hit = this.view.pick(x, y);
         if (!hit) return null;
@@ -129,7 +129,7 @@ export class App {
         const rise = to[2] - from[2];
         const format = (value: number): string => value.toFixed(3);
         const inSpace = format(Math.hypot(length, rise));
-        this.page.distance.textContent = `${format(length)} level, ${format(rise)} up, ${inSpace} in space`;
+        this.page.distance.textContent = `${format(length)} horizontal, ${format(rise)} vertical, ${inSpace} in space`;
         this.marks.lines = [[from, to]];
         if (this.mode === 'profile' && length > 0) this.showProfile(from, to, length);
     }

@@ -1,4 +1,4 @@
-// The chart of a profile, as a drawing that scales with the page.
+// The chart of profiles, as an SVG that scales with the page.
 
 import type {Profile} from './measure';
 import {getRoundNumber} from './measure';
@@ -6,7 +6,7 @@ import {formatHeight} from './page';
 
 const NAMESPACE = 'http://www.w3.org/2000/svg';
 const MAX_WIDTH = 560;
-const MARGIN_OF_PAGE = 38; // what the page keeps beside the chart
+const MARGIN_OF_PAGE = 38; // pixels of the page beside the chart
 const HEIGHT = 150;
 const MARGIN = {left: 52, right: 8, top: 8, bottom: 18};
 
@@ -25,7 +25,7 @@ function getTicks(low: number, high: number, num: number): number[] {
     return ticks;
 }
 
-/** Draws profiles of the same length. The points stand in `data-points`, distance and height of each. */
+/** Draws profiles of equal length. The attribute `data-points` of each path holds its distances and heights. */
 export function makeChart(profiles: Profile[], length: number, getColor: (profile: Profile) => string): SVGElement {
     const heights = profiles.flatMap(profile => profile.parts.flat().map(([, height]) => height));
     let low = heights.reduce((a, b) => Math.min(a, b), Infinity);
@@ -52,7 +52,7 @@ export function makeChart(profiles: Profile[], length: number, getColor: (profil
     return chart;
 }
 
-/** Profiles as text for spreadsheets. */
+/** Profiles as CSV. */
 export function toCsv(profiles: Profile[], getName: (profile: Profile) => string): string {
     const rows = profiles.flatMap(profile => {
         const name = `"${getName(profile).replaceAll('"', '""')}"`;

@@ -1,4 +1,4 @@
-// Keys and clicks on the canvas. Dragging, the wheel and touch are the business of the camera's own controls.
+// Keys and clicks on the canvas. The camera's own controls handle dragging, the wheel and touch.
 
 import type {View} from './view';
 
@@ -7,7 +7,7 @@ const PAN = 0.05;
 const ZOOM = 1.2;
 const MAX_MOVE_OF_CLICK = 5; // pixels
 
-/** Listens on the whole page, so that keys work before the canvas was clicked; fields and buttons keep the keys that they use. */
+/** Listens on the whole page, so that keys work before the canvas is clicked. Fields and buttons keep their own keys. */
 export function listenToKeys(canvas: HTMLCanvasElement, view: View, actions: {read: () => void; escape: () => void}): void {
     const zoom = (factor: number): void => {
         view.aimAt(...view.middle);
@@ -36,20 +36,20 @@ export function listenToKeys(canvas: HTMLCanvasElement, view: View, actions: {re
     });
 }
 
-/** The place of a pointer on the canvas, from -1 to 1 both ways. */
+/** The position of the pointer on the canvas; x and y run from -1 to 1. */
 function getPlace(canvas: HTMLCanvasElement, event: MouseEvent): [number, number] {
     const box = canvas.getBoundingClientRect();
     return [(2 * (event.clientX - box.left)) / box.width - 1, 1 - (2 * (event.clientY - box.top)) / box.height];
 }
 
-/** Before the camera's own controls hear of a drag, a pinch or the wheel: these start from the ground under the pointer. */
+/** Aims the camera at the ground under the pointer before its own controls handle a drag, a pinch or the wheel. */
 export function listenToAim(canvas: HTMLCanvasElement, view: View): void {
     const aim = (event: MouseEvent): void => view.aimAt(...getPlace(canvas, event));
     canvas.addEventListener('pointerdown', aim, {capture: true});
     canvas.addEventListener('wheel', aim, {capture: true, passive: true});
 }
 
-/** Calls back for each click or tap, which is a press that hardly moves; with the place on the canvas from -1 to 1. */
+/** Reports each click or tap, that is a press without a drag, with its position on the canvas (-1 to 1). */
 export function listenToClicks(canvas: HTMLCanvasElement, click: (x: number, y: number) => void): void {
     let down: {id: number; x: number; y: number} | null = null;
     canvas.addEventListener('pointerdown', event => {

@@ -1,5 +1,5 @@
-// The numbers of a scene, out of the few bytes in which the library has written them; SceneEncoder.h tells how.
-// Decoding goes in steps: each generator yields how many items it has done since the last time.
+// Decodes the compact bytes in which the library stores a scene; SceneEncoder.h describes them. Decoding is divided into
+// steps: at each step a generator yields the number of items that it has decoded since the previous one.
 
 /** How the library describes a scene. */
 export interface Description {
@@ -13,7 +13,7 @@ export interface Description {
     surfaces: {layer: number; ramp?: string; color?: string; vertices: number; triangles: number}[];
     lines: {layer: number; color: string; width: number; ends: number}[];
     labels: SceneLabel[];
-    pyramid?: string; // where the description of the tiles is, if the surface comes in tiles
+    pyramid?: string; // the address of the description of the tiles, if the surface is divided into tiles
 }
 export interface Ramp {
     low: number;
@@ -47,7 +47,7 @@ type Steps<T> = Generator<number, T, void>;
 
 const ITEMS_PER_STEP = 1 << 14;
 
-/** Reads the numbers of a scene, one after the other. */
+/** Decodes the bytes of a scene in order: first the surfaces, then the lines. */
 export class Decoder {
     private at = 0;
 
@@ -98,7 +98,7 @@ export class Decoder {
         return number % 2 === 0 ? number / 2 : -(number + 1) / 2;
     }
 
-    /** Turns numbers of steps into coordinates. */
+    /** Converts multiples of the step to coordinates, in place. */
     private *toPlaces(places: Float64Array): Steps<void> {
         const {origin, step} = this.description;
         for (let i = 0; i < places.length; i += 3) {
@@ -108,13 +108,13 @@ export class Decoder {
     }
 }
 
-/** The walk over the triangles of a surface that the library told. */
+/** Replays the walk across edges from triangle to triangle that the library has recorded. */
 class Walk {
     readonly places: Float64Array;
     readonly triangles: Uint32Array;
     private numVertices = 0;
     private numCorners = 0;
-    private gates = new Uint32Array(3 << 10); // source, target and opposite corner of edges to be crossed
+    private gates = new Uint32Array(3 << 10); // edges still to be crossed: source, target and opposite corner
     private numGates = 0;
     private readonly last = [0, 0, 0];
 
@@ -183,7 +183,7 @@ class Walk {
         return this.addVertex(p[a] + p[b] - p[c], p[a + 1] + p[b + 1] - p[c + 1], p[a + 2] + p[b + 2] - p[c + 2]);
     }
 
-    /** A vertex that differs from a guess by what comes next. */
+    /** Adds a vertex, and returns its number. The bytes hold its difference from a guessed place. */
     private addVertex(x: number, y: number, z: number): number {
         const last = this.last;
         last[0] = x + this.decoder.readSigned();

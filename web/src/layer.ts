@@ -1,9 +1,9 @@
-// The description of a pyramid of tiles, and where its tiles are in the coordinates of the page. Those are metres from the middle
-// of the surface where the tiles have longitude and latitude, and the coordinates of the survey otherwise.
+// The description of a pyramid of tiles, and the positions of the tiles in the coordinates of the page. If the tiles have
+// longitude and latitude, the page has metres from the middle of the surface; otherwise it has the coordinates of the survey.
 
 import type {Place} from './measure';
 
-/** What layer.json says. */
+/** The contents of layer.json. */
 export interface LayerText {
     bounds: number[];
     maxzoom: number;
@@ -33,7 +33,7 @@ export class Layer {
         this.scale = this.isGlobe ? [metres * Math.cos((middle[1] * Math.PI) / 180), metres] : [1, 1];
     }
 
-    /** The box of the whole surface on the page. */
+    /** The box of the whole surface, in coordinates of the page. */
     get box(): {low: Place; high: Place} {
         const [west, south, east, north] = this.text.bounds;
         const [low, high] = this.text.taro25d.heights;
@@ -44,12 +44,12 @@ export class Layer {
         return [(x - this.middle[0]) * this.scale[0], (y - this.middle[1]) * this.scale[1], z];
     }
 
-    /** The coordinates of a place of the page. */
+    /** Converts a place on the page to the coordinates of the tiles. */
     toCoordinates([x, y, z]: Place): Place {
         return [x / this.scale[0] + this.middle[0], y / this.scale[1] + this.middle[1], z];
     }
 
-    /** The south-western and north-eastern corner of a tile on the page. */
+    /** West, south, east and north of a tile, in coordinates of the page. */
     getCorners({z, x, y}: Cell): [number, number, number, number] {
         const {origin, size} = this.text.taro25d;
         const width = size / 2 ** z;
@@ -66,7 +66,7 @@ export class Layer {
         return this.text.available[z].some(part => x >= part.startX && x <= part.endX && y >= part.startY && y <= part.endY);
     }
 
-    /** The tiles of the coarsest level that has the surface. */
+    /** The tiles of the coarsest level. */
     getRoots(): Cell[] {
         const {available, taro25d} = this.text;
         const z = taro25d.first;
@@ -79,7 +79,7 @@ export class Layer {
         });
     }
 
-    /** The tiles that a tile is divided into. */
+    /** The available tiles of the next level inside a tile. */
     getChildren({z, x, y}: Cell): Cell[] {
         if (z >= this.text.maxzoom) return [];
         return [0, 1, 2, 3].map(k => ({z: z + 1, x: 2 * x + (k & 1), y: 2 * y + (k >> 1)})).filter(cell => this.isAvailable(cell));

@@ -1,4 +1,4 @@
-// The page of a scene: builds itself at once, then takes up the data step by step.
+// Entry point of the page: builds the page at once, then decodes the data in steps.
 
 import {App, NARROW} from './app';
 import {Layer, type LayerText} from './layer';
@@ -40,13 +40,13 @@ function showNotice(page: Page, text: string): void {
     page.notice.hidden = false;
 }
 
-/** Reads the description of tiles, which stand beside the page. */
+/** Reads the description of the tiles, which is a file beside the page. */
 async function readLayer(address: string): Promise<Layer> {
     if (location.protocol === 'file:') {
         const folder = decodeURI(location.pathname).replace(/\/[^/]*$/, '');
         throw new Error(
-            'It comes in tiles, and browsers load none for a page that is opened as a file. Start a web server, for example with ' +
-                `python3 -m http.server --directory "${folder}", and open http://localhost:8000/`,
+            'It is divided into tiles, which browsers do not load for a page that is opened as a file. Start a web server, for example ' +
+                `with python3 -m http.server --directory "${folder}", and open http://localhost:8000/`,
         );
     }
     const text = new TextDecoder().decode(await fetchBytes(address));
@@ -63,7 +63,7 @@ async function show(page: Page, description: ReturnType<typeof readDescription>)
     const view = new View(page.canvas, data);
     page.canvas.addEventListener('webglcontextlost', event => {
         event.preventDefault();
-        complain(page, new Error('The graphics processor was taken away; the page comes back with it, or when it is reloaded.'));
+        complain(page, new Error('The connection to the graphics processor was lost. If the scene does not come back by itself, reload the page.'));
     });
     page.canvas.addEventListener('webglcontextrestored', () => {
         page.loading.hidden = true;
@@ -72,7 +72,7 @@ async function show(page: Page, description: ReturnType<typeof readDescription>)
     await view.load();
     page.progress.value = 0.95;
     new App(page, view, data).resize();
-    view.reset(); // now that the shape of the canvas is known
+    view.reset(); // the size of the canvas is known only now
     const terrain = data.layer && new Terrain(view, data.layer);
     if (terrain) {
         terrain.onFailure = reason => showNotice(page, `Some tiles cannot be loaded. ${reason}`);
@@ -82,14 +82,14 @@ async function show(page: Page, description: ReturnType<typeof readDescription>)
     await view.finishDrawing();
     page.loading.hidden = true;
     page.canvas.dataset.ready = 'true';
-    Object.assign(window, {view, terrain}); // for tests, and for the curious
+    Object.assign(window, {view, terrain}); // for tests and the console
 }
 
-/** The description stands in the page after this script, and the data after that. */
+/** In the page, the description follows this script, and the data follow the description. */
 async function main(): Promise<void> {
     await new Promise<void>(resolve => {
         const observer = new MutationObserver(() => {
-            if (!document.getElementById('scene')?.nextSibling) return; // not all of it is there yet
+            if (!document.getElementById('scene')?.nextSibling) return; // it has not been read to its end yet
             observer.disconnect();
             resolve();
         });

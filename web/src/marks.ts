@@ -1,4 +1,4 @@
-// What is drawn over the scene and keeps its size: labels, and the places and lines that were measured.
+// The overlay, which does not scale with the scene: labels, and measured places and lines.
 
 import type {SceneLabel} from './decode';
 import type {View} from './view';
@@ -52,7 +52,7 @@ export class Marks {
         this.context.stroke();
     }
 
-    /** Labels where there is room, the first ones first. */
+    /** Draws labels in their order; a label that would overlap an earlier one is left out. */
     private drawLabels(): void {
         const taken: [number, number, number, number][] = [];
         for (const label of this.labels) {

@@ -1,5 +1,5 @@
-// Questions about surfaces, answered in doubles and in the coordinates of the survey. They go through all triangles: that
-// takes some 20 ms for a million.
+// Queries on surfaces, in doubles and in the coordinates of the survey. Each query tests all triangles, which takes about
+// 20 ms for a million.
 
 import type {Surface} from './decode';
 
@@ -8,7 +8,7 @@ export type Place = [number, number, number];
 export interface Hit {
     surface: Surface;
     triangle: number;
-    distance: number; // in lengths of the direction
+    distance: number; // along the ray, in multiples of its direction vector
     place: Place;
 }
 
@@ -24,7 +24,7 @@ export function findHit(surfaces: Surface[], origin: Place, direction: Place): H
 
 function findHitOn(surface: Surface, [ox, oy, oz]: Place, [dx, dy, dz]: Place): Hit | null {
     const {places: p, triangles: t} = surface;
-    const slack = 1e-12; // so that no ray gets through between two triangles
+    const slack = 1e-12; // so that no ray passes between two triangles that share an edge
     let distance = Infinity;
     let triangle = -1;
     for (let i = 0; i < t.length; i += 3) {
@@ -95,7 +95,7 @@ export function getProfile(surface: Surface, from: Place, to: Place): Profile {
     const slack = 1e-9 * length;
     let end = -Infinity;
     for (const [d0, z0, d1, z1] of pieces) {
-        if (d1 <= end + slack && parts.length > 0) continue; // along an edge there is a piece of either side
+        if (d1 <= end + slack && parts.length > 0) continue; // along an edge, both triangles give the same piece
         if (d0 > end + slack || parts.length === 0) parts.push([[d0, z0]]);
         parts[parts.length - 1].push([d1, z1]);
         end = d1;
@@ -103,7 +103,7 @@ export function getProfile(surface: Surface, from: Place, to: Place): Profile {
     return {surface, parts};
 }
 
-/** The pieces of all triangles in a vertical plane: distance and height of one end, then of the other. */
+/** Intersects all triangles with a vertical plane. A piece has the distance and height of one end, then of the other. */
 function cut(surface: Surface, [fx, fy]: Place, dx: number, dy: number, length: number): number[][] {
     const {places: p, triangles: t} = surface;
     const pieces: number[][] = [];
@@ -132,7 +132,7 @@ function cut(surface: Surface, [fx, fy]: Place, dx: number, dy: number, length: 
     return pieces;
 }
 
-/** The piece between the outer ones of some ends, as far as it is from 0 to the length. */
+/** The piece between the first and the last of the ends, clipped to distances from 0 to the length. */
 function clip(ends: [number, number][], length: number): number[] | null {
     ends.sort((a, b) => a[0] - b[0]);
     if (ends.length < 2) return null;
@@ -145,17 +145,17 @@ function clip(ends: [number, number][], length: number): number[] | null {
     return [begin, begin === d0 ? z0 : at(begin), end, end === d1 ? z1 : at(end)];
 }
 
-/** How many decimals show a seven-digit share of an extent, at least four. */
+/** The number of decimals that resolves a ten-millionth of an extent; at least four. */
 export function getNumDecimals(extent: number): number {
     return Math.min(12, Math.max(4, Math.ceil(7 - Math.log10(extent || 1))));
 }
 
-/** A number with a fixed count of decimals, and never with an exponent, which toFixed gives from 1e21 on. */
+/** A number with a fixed number of decimals and without an exponent, which toFixed uses from 1e21 on. */
 export function toPlain(number: number, numDecimals: number): string {
     return Math.abs(number) < 1e21 ? number.toFixed(numDecimals) : `${BigInt(number)}.${'0'.repeat(numDecimals)}`;
 }
 
-/** 1, 2 or 5 times a power of ten, about a given number. */
+/** Rounds to 1, 2 or 5 times a power of ten. */
 export function getRoundNumber(number: number): number {
     const power = 10 ** Math.floor(Math.log10(number));
     const lead = number / power;

@@ -1,4 +1,4 @@
-// The elements of the page. Titles and names come from files of others: they are inserted as text, never as markup.
+// The elements of the page. Titles and names come from other people's files: they are inserted as text, never as markup.
 
 import type {Description, Ramp} from './decode';
 import style from './style.css';
@@ -51,21 +51,21 @@ const BUTTONS = {
 export type ButtonName = keyof typeof BUTTONS;
 
 const HELP =
-    'Drag to turn, drag with the right button or two fingers to move, turn the wheel or pinch to zoom, click to read ' +
-    'coordinates. Arrow keys turn, with Shift they move; plus and minus zoom, T looks from the top, R resets, Enter reads ' +
-    'the middle, Escape ends measuring.';
+    'Drag to turn, drag with the right button or two fingers to move, scroll or pinch to zoom, click to read coordinates. ' +
+    'Arrow keys turn the scene, with Shift they move it. Plus and minus zoom, T looks from the top, R resets the view, Enter ' +
+    'reads the coordinates in the middle, Escape ends measuring.';
 
 function field(name: string, ...children: HTMLElement[]): HTMLFieldSetElement {
     return make('fieldset', {}, make('legend', {}, name), ...children);
 }
 
-/** The colour of a layer: that of its surface, or of its lines; none where there is a ramp, or labels alone. */
+/** The colour of a layer, that is of its surface or lines; undefined if the layer has a ramp or only labels. */
 export function getColor(description: Description, layer: number): string | undefined {
     const ofLayer = (object: {layer: number}): boolean => object.layer === layer;
     return (description.surfaces.find(ofLayer) ?? description.lines.find(ofLayer))?.color;
 }
 
-/** A colour with its name. */
+/** A label that shows a colour and a name. */
 export function makeKey(color: string, name: string): HTMLLabelElement {
     const swatch = make('span', {class: 'swatch'});
     swatch.style.background = color;
@@ -108,7 +108,7 @@ function makeLegend(description: Description): HTMLElement {
     return legend;
 }
 
-/** Builds the page; the scene is still to come. */
+/** Builds the page, without the scene. */
 export function makePage(description: Description): Page {
     document.head.append(make('style', {}, style));
     const canvas = make('canvas', {

@@ -1,4 +1,4 @@
-// A picture of the scene as it is shown, with title and legend.
+// A picture of the present view of the scene, with title and legend.
 
 import type {Description, Ramp} from './decode';
 import {formatHeight, getColor} from './page';
@@ -49,7 +49,7 @@ export async function makePicture(view: View, canvas: HTMLCanvasElement, marks: 
     const style = getComputedStyle(document.body);
     context.fillStyle = style.backgroundColor;
     context.fillRect(0, 0, picture.width, picture.height);
-    view.drawNow(); // in the same task as copying: the drawing is gone after it
+    view.drawNow(); // the browser clears the drawing after this task, so it is copied at once
     context.drawImage(canvas, 0, 0);
     context.drawImage(marks, 0, 0, picture.width, picture.height);
     const ratio = canvas.width / canvas.clientWidth;
@@ -63,7 +63,7 @@ export async function makePicture(view: View, canvas: HTMLCanvasElement, marks: 
     });
 }
 
-/** Lets the browser save what is in a blob. */
+/** Lets the browser save a blob as a file. */
 export function download(blob: Blob, name: string): void {
     const link = document.createElement('a');
     link.href = URL.createObjectURL(blob);
@@ -72,7 +72,7 @@ export function download(blob: Blob, name: string): void {
     setTimeout(() => URL.revokeObjectURL(link.href), 10_000);
 }
 
-/** A name for a file, made of a title. */
+/** Makes a file name of a title. */
 export function toFilename(title: string, ending: string): string {
     return (title.replace(/[^\p{L}\p{N}]+/gu, '_').slice(0, 60) || 'scene') + ending;
 }

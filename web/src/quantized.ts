@@ -1,10 +1,10 @@
-// Tiles of terrain as files of the format quantized-mesh 1.0 have them.
+// Terrain tiles in the format quantized-mesh 1.0.
 
 export const STEPS = 32767;
 
-/** A tile: vertices in steps of its width and of its range of heights, and triangles. */
+/** A tile: triangles, and vertices in steps of a 32767th of its width, and of its range of heights. */
 export interface QuantizedMesh {
-    low: number; // the height of step 0, and that of the last one
+    low: number; // the height of step 0; high is that of the last step
     high: number;
     u: Uint16Array; // from the west
     v: Uint16Array; // from the south
@@ -14,9 +14,9 @@ export interface QuantizedMesh {
 }
 
 const BYTES_OF_HEADER = 88;
-const MAX_SMALL = 1 << 16; // vertices that have numbers of two bytes
+const MAX_SMALL = 1 << 16; // up to this number of vertices, vertex numbers have two bytes
 
-/** Throws a RangeError where the file is cut short. */
+/** Decodes a tile. Throws a RangeError if the file is cut short. */
 export function decodeQuantizedMesh(buffer: ArrayBuffer): QuantizedMesh {
     const view = new DataView(buffer);
     let at = BYTES_OF_HEADER;
@@ -45,7 +45,7 @@ export function decodeQuantizedMesh(buffer: ArrayBuffer): QuantizedMesh {
         return numbers;
     };
     const triangles = readNumbers(3 * readCount());
-    let next = 0; // the smallest number that has not come up
+    let next = 0; // the smallest vertex number that has not occurred yet
     for (let i = 0; i < triangles.length; ++i) {
         const code = triangles[i];
         triangles[i] = next - code;

@@ -1,4 +1,4 @@
-// Takes the scene out of the page, in steps so short that the page stays alive.
+// Reads the scene that is embedded in the page, in steps short enough for the page to stay responsive.
 
 import {Decoder, type Description, type Lines, type Surface} from './decode';
 import type {Layer} from './layer';
@@ -7,12 +7,12 @@ export interface SceneData {
     description: Description;
     surfaces: Surface[];
     lines: Lines[];
-    layer?: Layer; // of a surface that comes in tiles
+    layer?: Layer; // describes the tiles, if the surface is divided into tiles
 }
 
 const MAX_STEP = 30; // milliseconds
 
-/** Lets the browser answer events and paint; a page that nobody sees goes on at once, since its timers are slow. */
+/** Lets the browser handle events and paint. A hidden page continues at once, because browsers slow its timers down. */
 export function nextTask(): Promise<void> {
     if (!document.hidden) return new Promise(resolve => setTimeout(resolve, 0));
     return new Promise(resolve => {
@@ -25,7 +25,7 @@ export function nextTask(): Promise<void> {
     });
 }
 
-/** Hands the page back to the browser whenever a step has taken long enough. */
+/** Gives the browser control after every 30 milliseconds of work. */
 class Pacer {
     private begin = performance.now();
 
@@ -40,7 +40,7 @@ export function readDescription(): Description {
     return JSON.parse(document.getElementById('scene')!.textContent!) as Description;
 }
 
-/** Decodes the numbers; tells the share that is done. */
+/** Decodes the scene; `tell` is called with the fraction done. */
 export async function readScene(description: Description, tell: (share: number) => void): Promise<SceneData> {
     const pacer = new Pacer();
     const shareOfText = 0.2;
@@ -68,7 +68,7 @@ export async function readScene(description: Description, tell: (share: number) 
     return {description, surfaces, lines};
 }
 
-/** The bytes that stand in the page as blocks of text, which go one by one. */
+/** Decodes the blocks of base64 text in the page, and removes each block to save memory. */
 async function readBytes(numBytes: number, pacer: Pacer, tell: (share: number) => void): Promise<Uint8Array> {
     const bytes = new Uint8Array(numBytes);
     let at = 0;

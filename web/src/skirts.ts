@@ -1,11 +1,11 @@
-// Surfaces as the graphics processor has them, with walls that hang down from their sides.
+// The geometry of a tile for the graphics processor, with vertical walls (skirts) below its sides.
 
 import {BufferAttribute, BufferGeometry, type Mesh} from 'three';
 import type {SurfaceMaterial} from './surfaceMaterial';
 
 export type SurfaceMesh = Mesh<BufferGeometry, SurfaceMaterial[]>;
 
-/** Makes a geometry of vertices and triangles, and of walls below lines of vertices, which have the second material. */
+/** Makes a geometry of the triangles, and of walls below the sides. The walls have the second material. */
 export function addSkirts(offsets: Float32Array, triangles: Uint32Array, sides: number[][], depth: number): BufferGeometry {
     const numVertices = offsets.length / 3;
     const numBelow = sides.reduce((sum, side) => sum + side.length, 0);

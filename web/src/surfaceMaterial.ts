@@ -1,6 +1,5 @@
-// How surfaces look: a colour or a ramp of colours by height, shaded from the north-west as maps are, with contour lines drawn
-// where the height is a multiple of the interval. Normals are those of the faces, which the processor of the picture finds
-// by itself; so a million triangles need no second list as long as their vertices.
+// The look of surfaces: a colour, or a ramp of colours by height, shaded from the north-west as on maps, with contour lines
+// at multiples of an interval. The fragment shader computes the normals of the faces, so no normals are stored.
 
 import {Color, DataTexture, DoubleSide, GLSL3, LinearFilter, RGBAFormat, ShaderMaterial, UnsignedByteType, Vector3} from 'three';
 import type {Ramp} from './decode';
@@ -12,8 +11,8 @@ out vec3 vWorld;
 out float vHeight;
 void main() {
     vHeight = position.z;
-    vWorld = (modelMatrix * vec4(position, 0.0)).xyz; // only its changes count
-    gl_Position = projectionMatrix * modelViewMatrix * vec4(position, 1.0); // the product is made in doubles
+    vWorld = (modelMatrix * vec4(position, 0.0)).xyz; // only its derivatives are used
+    gl_Position = projectionMatrix * modelViewMatrix * vec4(position, 1.0); // three.js computes modelViewMatrix in doubles
 }`;
 
 const fragmentShader = `
@@ -22,19 +21,19 @@ in vec3 vWorld;
 in float vHeight;
 out vec4 fragment;
 uniform sampler2D ramp;
-uniform vec2 range;        // of the ramp, relative to the centre as all heights here
+uniform vec2 range;        // of the ramp; all heights are relative to that of the centre
 uniform vec3 color;
 uniform bool hasRamp;
 uniform bool hasContours;
 uniform float interval;
-uniform vec2 phases;       // height of the centre above a contour, and above a heavy one
+uniform vec2 phases;       // height of the centre above the next lower contour, and above the next lower heavy one
 uniform vec3 light;
 uniform bool isSkirt;
 
 float getLine(float height, float step, float width) {
     float place = height / step;
     float distance = abs(fract(place - 0.5) - 0.5) / max(fwidth(place), 1e-9);
-    float crowd = clamp(1.5 - 3.0 * fwidth(place), 0.0, 1.0); // no lines where they would cover all
+    float crowd = clamp(1.5 - 3.0 * fwidth(place), 0.0, 1.0); // no lines where they would be too dense
     return crowd * (1.0 - smoothstep(width - 0.5, width + 0.5, distance));
 }
 

@@ -1,5 +1,5 @@
-// A surface that comes in tiles, coarse ones for what is far away and finer ones for what is near. A tile makes place for those of
-// the next level when all of them that are in view are there.
+// A surface in tiles: coarse ones far from the camera, finer ones near it. A tile is replaced by those of the next level once
+// all of these that are in view have been loaded.
 
 import {Box3, Frustum} from 'three';
 import type {Surface} from './decode';
@@ -8,17 +8,17 @@ import {decodeQuantizedMesh, type QuantizedMesh, STEPS} from './quantized';
 import type {SurfaceMesh} from './skirts';
 import type {View} from './view';
 
-const MAX_PIXELS = 500; // that a tile is wide before finer ones are wanted
+const MAX_PIXELS = 500; // a tile that is wider on the canvas is replaced by finer ones
 const MAX_REQUESTS = 6; // at a time
-const MAX_KEPT = 300; // tiles that are not in view
-const SKIRT = 1 / 100; // of its width, how far the sides of a tile reach down, so that no gap shows between levels
+const MAX_KEPT = 300; // tiles that are kept although they are not in view
+const SKIRT = 1 / 100; // depth of the skirts as a share of the width of a tile; they hide gaps between levels
 
 class Tile {
     children: Tile[] | null = null;
     state: 'none' | 'loading' | 'ready' | 'failed' = 'none';
     surface: Surface | null = null;
     mesh: SurfaceMesh | null = null;
-    used = 0; // the last time that it was wanted
+    used = 0; // the number of the last update that needed it
 
     constructor(
         readonly cell: Cell,
@@ -40,7 +40,7 @@ export class Terrain {
     private time = 0;
     private frustum = new Frustum(); // of the camera at the last choice
     private waiting: (() => void)[] = [];
-    /** Called when a tile cannot be had. */
+    /** Called when a tile cannot be loaded. */
     onFailure: (reason: string) => void = () => {};
 
     constructor(
@@ -52,19 +52,19 @@ export class Terrain {
         view.beforeFrame = () => this.update();
     }
 
-    /** How many tiles are still awaited, and which levels are shown; for tests, and for the curious. */
+    /** The numbers of tiles to be loaded and loaded, and the levels shown; for tests and the console. */
     get state(): {numWanted: number; numLoaded: number; levels: number[]} {
         const levels = this.shown.map(tile => tile.cell.z);
         return {numWanted: this.wanted.length + this.numRequests, numLoaded: this.loaded.size, levels};
     }
 
-    /** Ends when all tiles that are wanted are there. */
+    /** Resolves when all wanted tiles have been loaded. */
     async settle(): Promise<void> {
         this.update();
         while (this.wanted.length + this.numRequests > 0) await new Promise<void>(resolve => this.waiting.push(resolve));
     }
 
-    /** Chooses what is shown, and asks for what is missing. */
+    /** Chooses the tiles that are shown, and requests those that are missing. */
     private update(): void {
         ++this.time;
         this.wanted = [];
@@ -105,7 +105,7 @@ export class Terrain {
         return tile.children;
     }
 
-    /** The box of a tile where the camera sees it. */
+    /** The box of a tile, in coordinates of the scene. */
     private getBox({corners, heights}: Tile): Box3 {
         const [west, south, east, north] = corners;
         return new Box3(this.view.toScene([west, south, heights[0]]), this.view.toScene([east, north, heights[1]]));
@@ -144,7 +144,7 @@ export class Terrain {
         this.loaded.add(tile);
     }
 
-    /** Gives back what has not been wanted for longest. */
+    /** Unloads the tiles that have been out of use for longest. */
     private forget(): void {
         const others = [...this.loaded].filter(tile => tile.used < this.time && !this.shown.includes(tile));
         others.sort((a, b) => b.used - a.used);
@@ -156,7 +156,7 @@ export class Terrain {
     }
 }
 
-/** Gets a file, which may be packed although the server does not say so. */
+/** Fetches a file, and unpacks it if it is gzipped although the server does not say so. */
 export async function fetchBytes(address: string): Promise<ArrayBuffer> {
     const response = await fetch(address);
     if (!response.ok) throw new Error(`${address}: ${response.status} ${response.statusText}`);
@@ -177,7 +177,7 @@ function toSurface({u, v, heights, triangles, low, high}: QuantizedMesh, corners
     return {layer: 0, ramp: 'terrain', places, triangles};
 }
 
-/** The vertices along each side, in order. */
+/** The vertices of each side, in order along the side. */
 function makeSkirts({u, v, sides}: QuantizedMesh): number[][] {
     return sides.map((side, k) => [...side].sort((a, b) => (k % 2 === 0 ? v[a] - v[b] : u[a] - u[b])));
 }

@@ -1,6 +1,6 @@
-// The scene in space, and the camera that looks at it. It knows no element of the page except the canvas that it draws on.
+// The scene and its camera. Of the page, this class knows only the canvas that it draws on.
 //
-// The graphics processor gets float offsets from the centre of the scene; what is asked is answered from the doubles.
+// The graphics processor gets float offsets from the centre of the scene; queries are answered from the doubles.
 
 import {BufferAttribute, BufferGeometry, Frustum, Group, Matrix4, Mesh, PerspectiveCamera, Scene, Vector3, WebGLRenderer} from 'three';
 import {OrbitControls} from 'three/examples/jsm/controls/OrbitControls.js';
@@ -19,11 +19,11 @@ export interface Box {
 }
 
 const VALUES_PER_STEP = 1 << 18;
-const FILLED = 0.96; // of the canvas, by a scene
+const FILLED = 0.96; // share of the canvas that the scene fills after a reset
 
 export class View {
     readonly box: Box;
-    surfaces: Surface[]; // what questions are answered from
+    surfaces: Surface[]; // for queries
     private readonly renderer: WebGLRenderer;
     private readonly scene = new Scene();
     private readonly ground = new Group();
@@ -35,14 +35,14 @@ export class View {
     private readonly radius: number;
     private frame = 0;
     private exaggeration = 1;
-    private covered = 0; // by a panel, of the canvas, which is from -1 to 1
-    private shifted: [number, number] = [0, 0]; // what the camera looks at, from the middle of the canvas to the right and up
-    /** Called before each frame, when the camera is where it will be. */
+    private covered = 0; // width of the canvas under the panel; the canvas runs from -1 to 1
+    private shifted: [number, number] = [0, 0]; // the target of the camera on the canvas: to the right of the middle, and above it
+    /** Called before each frame, after the camera has moved. */
     beforeFrame: () => void = () => {};
     /** Called after each frame. */
     onFrame: () => void = () => {};
 
-    /** Throws where the browser has no WebGL. */
+    /** Throws if the browser has no WebGL. */
     constructor(private readonly canvas: HTMLCanvasElement, private readonly data: SceneData) {
         this.renderer = new WebGLRenderer({canvas, antialias: true, alpha: true});
         this.surfaces = data.surfaces;
@@ -62,7 +62,7 @@ export class View {
         this.controls.addEventListener('change', () => this.draw());
     }
 
-    /** Hands the geometry to the graphics processor, in steps. */
+    /** Passes the geometry to the graphics processor, in steps. */
     async load(): Promise<void> {
         const {surfaces, lines} = this.data;
         for (const surface of surfaces) {
@@ -70,7 +70,7 @@ export class View {
             geometry.setAttribute('position', new BufferAttribute(await this.toOffsets(surface.places), 3));
             geometry.setIndex(new BufferAttribute(surface.triangles, 1));
             const mesh = new Mesh(geometry, this.makeMaterial(surface));
-            mesh.frustumCulled = false; // all of it is in view nearly always
+            mesh.frustumCulled = false; // nearly always in view
             this.layers[surface.layer].add(mesh);
             await nextTask();
         }
@@ -84,11 +84,11 @@ export class View {
         return material;
     }
 
-    /** Hands a part of a surface, with skirts along its sides, to the graphics processor; all parts look alike. */
+    /** Passes a part of a surface, with skirts along its sides, to the graphics processor. All parts share their materials. */
     addMesh(surface: Surface, sides: number[][], depth: number): SurfaceMesh {
         const {places} = surface;
         const offsets = new Float32Array(places.length);
-        const [x, y] = [places[0], places[1]]; // offsets in x-y are from here, so that they are small
+        const [x, y] = [places[0], places[1]]; // a vertex of the part, which keeps the offsets in x-y small
         for (let i = 0; i < places.length; i += 3) {
             offsets[i] = places[i] - x;
             offsets[i + 1] = places[i + 1] - y;
@@ -98,7 +98,7 @@ export class View {
         if (this.materials.length === 0) [false, true].forEach(isSkirt => this.makeMaterial(surface, isSkirt));
         const mesh = new Mesh(geometry, this.materials);
         mesh.position.set(x - this.centre[0], y - this.centre[1], 0);
-        mesh.frustumCulled = false; // who adds parts knows which are in view
+        mesh.frustumCulled = false; // the caller hides parts that are out of view
         this.layers[surface.layer].add(mesh);
         return mesh;
     }
@@ -126,7 +126,7 @@ export class View {
         return offsets;
     }
 
-    // --- what is shown ---
+    // --- appearance ---
 
     setLayerVisible(layer: number, isVisible: boolean): void {
         this.layers[layer].visible = isVisible;
@@ -153,7 +153,7 @@ export class View {
         this.draw();
     }
 
-    /** Fits the drawing to the size of the canvas in the page, of which a strip of a width in pixels may be covered at the left. */
+    /** Fits the drawing to the size of the canvas; a strip of `covered` pixels on its left is under the panel. */
     resize(covered: number): void {
         const {clientWidth, clientHeight} = this.canvas;
         this.covered = (2 * covered) / Math.max(1, clientWidth);
@@ -176,7 +176,7 @@ export class View {
         this.look(0, 1e-4);
     }
 
-    /** Where the target of the camera is on the canvas, from -1 to 1 both ways. */
+    /** The position of the target of the camera on the canvas; x and y run from -1 to 1. */
     get middle(): [number, number] {
         return this.shifted;
     }
@@ -187,11 +187,11 @@ export class View {
         this.camera.setViewOffset(clientWidth, clientHeight, (-right * clientWidth) / 2, (up * clientHeight) / 2, clientWidth, clientHeight);
     }
 
-    /** Looks at the whole scene along a direction: angles from the south, and from straight down. */
+    /** Shows the whole scene, seen from a direction: the angle from south, and the angle from straight above. */
     private look(azimuth: number, polar: number): void {
         const back = new Vector3(Math.sin(azimuth) * Math.sin(polar), -Math.cos(azimuth) * Math.sin(polar), Math.cos(polar));
         const toRight = new Vector3(Math.cos(azimuth), Math.sin(azimuth), 0);
-        // Back until all of it is on the canvas, in the middle of its height and as far aside as the panel would cover it.
+        // Step back until the whole scene is on the canvas: centred vertically, and horizontally beside the panel.
         for (let distance = this.radius; ; distance *= 1.02) {
             const {left, right, up, down} = this.getReach(back, toRight, distance);
             this.shifted = [Math.max(0, this.covered + left - FILLED), (down - up) / 2];
@@ -205,7 +205,7 @@ export class View {
         this.draw();
     }
 
-    /** How far the corners of the scene are from the middle of a canvas from -1 to 1, seen from a distance. */
+    /** The extent of the scene on the canvas (-1 to 1) on each side of the middle, seen from a distance. */
     private getReach(back: Vector3, toRight: Vector3, distance: number): Record<'left' | 'right' | 'up' | 'down', number> {
         const upwards = new Vector3().crossVectors(back, toRight);
         const tangent = Math.tan((this.camera.fov * Math.PI) / 360);
@@ -234,7 +234,7 @@ export class View {
         this.controls.update();
     }
 
-    /** Moves camera and target over the ground, in shares of their distance: to the right, and forward. */
+    /** Moves camera and target to the right and forward, by multiples of their distance. */
     pan(right: number, forward: number): void {
         const distance = this.camera.position.distanceTo(this.controls.target);
         const toRight = new Vector3().setFromMatrixColumn(this.camera.matrix, 0);
@@ -246,8 +246,8 @@ export class View {
     }
 
     /**
-     * Takes the ground under a point of the canvas (from -1 to 1 both ways) for as far as the camera looks, so that zooming
-     * ends there, and dragging moves it with the pointer. What is seen stays as it is.
+     * Puts the target of the camera as far away as the ground under a point of the canvas (x and y from -1 to 1). Zooming then
+     * ends at that ground, and a drag moves it with the pointer. The view does not change.
      */
     aimAt(x: number, y: number): void {
         const hit = this.pick(x, y);
@@ -256,16 +256,16 @@ export class View {
         this.controls.target.copy(this.camera.position).addScaledVector(this.camera.getWorldDirection(new Vector3()), distance);
     }
 
-    /** Brings the camera nearer by a factor above 1, or takes it away. */
+    /** Divides the distance between camera and target by a factor. */
     zoom(factor: number): void {
         const offset = this.camera.position.clone().sub(this.controls.target).divideScalar(factor);
         this.camera.position.copy(this.controls.target).add(offset);
         this.controls.update();
     }
 
-    // --- questions ---
+    // --- queries ---
 
-    /** The first place on a visible surface under a point of the canvas (from -1 to 1 both ways, up is 1). */
+    /** The nearest place on a visible surface under a point of the canvas; x and y run from -1 to 1, and 1 is at the top. */
     pick(x: number, y: number): Hit | null {
         this.camera.updateMatrixWorld(); // it may have moved since the last frame
         const far = new Vector3(x, y, 0.5).unproject(this.camera);
@@ -279,7 +279,7 @@ export class View {
         return this.surfaces.filter(surface => this.layers[surface.layer].visible);
     }
 
-    /** The height of a hit at coordinates next to it. */
+    /** The height of the triangle of a hit at coordinates near it. */
     getHeight(hit: Hit, x: number, y: number): number {
         const height = getHeightOn(hit.surface, hit.triangle, x, y);
         return Number.isFinite(height) ? height : hit.place[2];
@@ -289,7 +289,7 @@ export class View {
         return [this.centre[0] + x, this.centre[1] + y, this.centre[2] + z / this.exaggeration];
     }
 
-    /** Where a place is among the objects that the camera sees. */
+    /** Converts coordinates of the survey to those of the scene. */
     toScene(place: readonly number[]): Vector3 {
         const [x, y, z] = place.map((value, i) => value - this.centre[i]);
         return new Vector3(x, y, z * this.exaggeration);
@@ -299,19 +299,19 @@ export class View {
         return this.camera.position;
     }
 
-    /** What is in view. */
+    /** The part of space that is in view. */
     get frustum(): Frustum {
         this.clip();
         this.camera.updateMatrixWorld();
         return new Frustum().setFromProjectionMatrix(new Matrix4().multiplyMatrices(this.camera.projectionMatrix, this.camera.matrixWorldInverse));
     }
 
-    /** How long a unit is on the canvas at a distance of one unit. */
+    /** The length on the canvas of one unit at a distance of one unit. */
     get pixelsPerUnit(): number {
         return this.canvas.clientHeight / 2 / Math.tan((this.camera.fov * Math.PI) / 360);
     }
 
-    /** Where a place is on the canvas, in pixels of the page; null behind the camera. */
+    /** The position of a place on the canvas, in pixels of the page; null if it is behind the camera. */
     project(place: readonly number[]): [number, number] | null {
         const point = this.toScene(place);
         this.camera.updateMatrixWorld(); // it may have moved since the last frame
@@ -323,7 +323,7 @@ export class View {
 
     // --- drawing ---
 
-    /** Lets the camera see the whole scene, from where the camera is now. */
+    /** Sets the clipping planes so that the whole scene is visible from the present place of the camera. */
     private clip(): void {
         const distance = this.camera.position.length();
         const reach = this.radius * Math.max(1, this.exaggeration);
@@ -332,7 +332,7 @@ export class View {
         this.camera.updateProjectionMatrix();
     }
 
-    /** Draws before the browser paints next. */
+    /** Draws with the next frame of the browser. */
     draw(): void {
         this.frame ||= requestAnimationFrame(() => this.drawNow());
     }
@@ -346,7 +346,7 @@ export class View {
         this.onFrame();
     }
 
-    /** Ends when the graphics processor has drawn what it was given. */
+    /** Resolves when the graphics processor has finished drawing. */
     async finishDrawing(): Promise<void> {
         const gl = this.renderer.getContext() as WebGL2RenderingContext;
         const fence = gl.fenceSync(gl.SYNC_GPU_COMMANDS_COMPLETE, 0);
@@ -358,13 +358,13 @@ export class View {
         gl.deleteSync(fence);
     }
 
-    /** What the renderer holds and has drawn last, for tests. */
+    /** The objects that the renderer holds, and the calls of the last frame; for tests. */
     get counters(): {geometries: number; textures: number; calls: number; triangles: number} {
         const {memory, render} = this.renderer.info;
         return {...memory, calls: render.calls, triangles: render.triangles};
     }
 
-    /** Gives everything back that the graphics processor holds. */
+    /** Releases everything that the graphics processor holds. */
     dispose(): void {
         cancelAnimationFrame(this.frame);
         this.ground.traverse(object => {
