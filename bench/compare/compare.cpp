@@ -36,11 +36,11 @@ using namespace bench;
 
 std::vector<Row> makeRows(Scale size) {
     std::vector<Row> vRows;
-    for (const auto makeTopic : {bulkRows, pointRows, constraintRows, rasterRows, volumeRows,
+    for (const auto makeTopic : {bulkRows, pointRows, constraintRows, networkRows, rasterRows, volumeRows,
 #ifdef TARO25D_COMPARE_VTK
                                  contourRows,
 #endif
-                                 threadRows, memoryRows}) {
+                                 cliffRows, threadRows, memoryRows}) {
         for (Row& row : makeTopic(size)) vRows.push_back(std::move(row));
     }
     return vRows;

@@ -1,6 +1,5 @@
 // Segments forced into the mesh as edges.
 
-#include <CGAL/Constrained_Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_exact_constructions_kernel.h>
 #include <unistd.h>
 
@@ -11,63 +10,16 @@
 #include <string>
 #include <utility>
 
+#include "lineWork.h"
 #include "taro25d/Edge2.h"
-#include "triangulations.h"
 
 namespace bench {
 
 namespace {
 
-/// Crossings of constraints are rounded in the first type, as ours are, and exact in the second.
-using RoundingConstrained =
-    CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Default, CGAL::Exact_predicates_tag>;
+/// Crossings of constraints are exact.
 using ExactConstrained = CGAL::Constrained_Delaunay_triangulation_2<CGAL::Exact_predicates_exact_constructions_kernel,
                                                                     CGAL::Default, CGAL::Exact_intersections_tag>;
-
-struct LineWork {
-    Points vPoints;
-    Segments vSegments;
-};
-
-void insert(const LineWork& work, Taro_2D& taro) {
-    taro.insert(work.vPoints);
-    taro.createConstraint(work.vSegments, LUMO_TARO25D::CIS_CONSTRAINED_DELAUNAY);
-}
-
-Sample ourConstrained(const LineWork& work) {
-    Taro_2D taro;
-    Sample sample = timed([&] { insert(work, taro); });
-    sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
-    return sample;
-}
-
-/// All points, those at the ends of the segments included, and the segments as pairs of indices.
-template <class Constrained>
-struct CgalLineWork {
-    std::vector<typename Constrained::Point> vPoints;
-    std::vector<std::pair<std::size_t, std::size_t>> vSegments;
-
-    explicit CgalLineWork(const LineWork& work) {
-        const auto add = [this](const Point2& point) { vPoints.emplace_back(point.x(), point.y()); };
-        for (const Point2& point : work.vPoints) add(point);
-        for (const Segment2& segment : work.vSegments) {
-            vSegments.emplace_back(vPoints.size(), vPoints.size() + 1);
-            add(segment.getSrc());
-            add(segment.getTrg());
-        }
-    }
-};
-
-template <class Constrained>
-Sample cgalConstrained(const CgalLineWork<Constrained>& work) {
-    Constrained triangulation;
-    Sample sample = timed([&] {
-        triangulation.insert_constraints(work.vPoints.begin(), work.vPoints.end(), work.vSegments.begin(),
-                                         work.vSegments.end());
-    });
-    sample.result = {triangulation.number_of_vertices(), triangulation.number_of_faces()};
-    return sample;
-}
 
 /// The segments alone, each in a call of its own.
 Sample ourSegments(const LineWork& work) {
@@ -86,19 +38,6 @@ Sample ourLoad(const std::string& filename) {
     Sample sample = timed([&] { taro.load(filename.c_str()); });
     sample.result = {taro.numberOfPoints(), taro.numberOfTriangles()};
     return sample;
-}
-
-using SharedLineWork = std::shared_ptr<const LineWork>;
-
-SharedLineWork share(Points vPoints, Segments vSegments) {
-    return std::make_shared<const LineWork>(LineWork{std::move(vPoints), std::move(vSegments)});
-}
-
-/// Where crossings are rounded, the number of points depends on the order in which they are found.
-template <class Constrained>
-Contest constrained(const SharedLineWork& pWork, bool bSameResult) {
-    auto pCgal = std::make_shared<const CgalLineWork<Constrained>>(*pWork);
-    return {[pWork] { return ourConstrained(*pWork); }, [pCgal] { return cgalConstrained(*pCgal); }, bSameResult};
 }
 
 Points allPoints(const LineWork& work) {

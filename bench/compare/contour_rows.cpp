@@ -110,7 +110,7 @@ std::vector<Row> contourRows(Scale size) {
         {"contours-tree", "50 contours, tree included", "`vtkContourFilter` with `UseScalarTree`", 0.5, cpu,
          [=] { return contours(hills(size(1e6)), 50, true); }},
         {"contours-threads", "50 contours at once, 2 threads, wall", onOneThread, 1 / 1.8, wall,
-         [=] { return contoursThreads(hills(size(1e6)), 50); }},
+         [=] { return contoursThreads(hills(size(1e6)), 50); }, true},
         {"bands", "20 bands of 1,000,000 points", "`vtkBandedPolyDataContourFilter`", 0.5, cpu,
          [=] { return bands(hills(size(1e6)), 20); }},
     };

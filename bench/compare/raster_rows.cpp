@@ -113,9 +113,9 @@ std::vector<Row> rasterRows(Scale size) {
          "`natural_neighbor_coordinates_2` from the last triangle", 0.33, cpu,
          [=] { return naturalNeighbours(hills(size(1e6)), numInRow); }},
         {"raster-threads", "1,000,000 heights, 2 threads, wall", onOneThread, 1 / 1.8, wall,
-         [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_LINEAR); }},
+         [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_LINEAR); }, true},
         {"raster-natural-threads", "natural neighbours, 2 threads, wall", onOneThread, 1 / 1.8, wall,
-         [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_NATURAL_NEIGHBOUR); }},
+         [=] { return rasterThreads(hills(size(1e6)), numInRow, LUMO_TARO25D::RK_NATURAL_NEIGHBOUR); }, true},
     };
 }
 

@@ -51,9 +51,11 @@ struct Scale {
 std::vector<Row> bulkRows(Scale size);
 std::vector<Row> pointRows(Scale size);
 std::vector<Row> constraintRows(Scale size);
+std::vector<Row> networkRows(Scale size);
 std::vector<Row> rasterRows(Scale size);
 std::vector<Row> volumeRows(Scale size);
 std::vector<Row> contourRows(Scale size);
+std::vector<Row> cliffRows(Scale size);
 std::vector<Row> threadRows(Scale size);
 std::vector<Row> memoryRows(Scale size);
 

@@ -87,7 +87,7 @@ std::vector<Row> volumeRows(Scale size) {
         {"surfaces", "volumes between surfaces of 1,000,000 points each", "own bulk insertion of both", 3.0, cpu,
          [=] { return surfacesAgainstBulk(size(1e6)); }},
         {"surfaces-threads", "volumes between surfaces, 2 threads, wall", onOneThread, 1 / 1.7, wall,
-         [=] { return surfacesThreads(size(1e6)); }},
+         [=] { return surfacesThreads(size(1e6)); }, true},
     };
 }
 
