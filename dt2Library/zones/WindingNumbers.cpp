@@ -5,12 +5,13 @@
 // to vertex through a connected part of the graph. Each part is entered at its smallest vertex by x, then y. To find
 // the number there, a path goes from vertex to smallest neighbour. It crosses no piece, since its vertices are smaller
 // than all vertices of this part and of the parts that are not done; parts are done in the order of their smallest
-// vertices. The path ends at a part that is done, or at the smallest vertex of the mesh, outside of which the number is
-// 0: in the triangulation of a convex region every other vertex has a smaller neighbour. Numbers along paths are
-// stored, so that each vertex is passed once.
+// vertices. The path ends at a part that is done, or at a vertex that is smaller than the whole graph: the places
+// smaller than that form a half-plane without pieces, so that the number there is 0. In the triangulation of a convex
+// region every vertex except the smallest has a smaller neighbour. Numbers along paths are stored, so that each vertex
+// is passed once.
 //
-// Linear in the degrees of the vertices of the graph and of the paths; O(n log n) for n vertices if there are several
-// parts.
+// Linear in the degrees of the vertices of the graph and of the paths, which only lead between its parts; O(n log n)
+// for n vertices if there are several parts.
 
 #include "zones/WindingNumbers.h"
 
@@ -71,7 +72,10 @@ WindingNumbers::WindingNumbers(const std::vector<DirectedEdge>& vPieces) {
         vVertices.push_back(pSrc);
     }
     const auto isDone = [this](const Point2* pVtx) { return states_.find(pVtx)->bDone; };
-    if (!vVertices.empty()) visitPart(*std::min_element(vVertices.begin(), vVertices.end(), isLess));
+    if (!vVertices.empty()) {
+        pSmallest_ = *std::min_element(vVertices.begin(), vVertices.end(), isLess);
+        visitPart(pSmallest_);
+    }
     vVertices.erase(std::remove_if(vVertices.begin(), vVertices.end(), isDone), vVertices.end());
     std::sort(vVertices.begin(), vVertices.end(), withCancelPoints(isLess));
     for (const Point2* pVtx : vVertices) {
@@ -128,6 +132,7 @@ int WindingNumbers::followPath(const Triangle2* pT) {
     int winding = 0;
     for (const Point2* pVtx = nullptr; pVtx != getSmallestCorner(pT); pT = getSmallestTriangle(pVtx)) {
         pVtx = getSmallestCorner(pT);
+        if (isLess(pVtx, pSmallest_)) break;
         const int* pKnown = pathWindings_.find(pVtx);
         if (pKnown || states_.find(pVtx)) {
             winding = pKnown ? *pKnown : getWinding(pVtx, pT);

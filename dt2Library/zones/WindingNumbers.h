@@ -54,6 +54,7 @@ class WindingNumbers {
     PointerMap<VertexState> states_;  // of the vertices of the graph
     PointerMap<int> pathWindings_;    // of vertices between its parts
     std::vector<Visit> vToVisit_;
+    const Point2* pSmallest_ = nullptr;  // of the vertices of the graph
     bool bClosed_ = false, bCrossing_ = false;
 };
 
