@@ -25,10 +25,12 @@ bool isSame(const Point2* pA, const Point2* pB) { return pA == pB || samePoint(*
 
 }  // namespace
 
-CrossingGraph::CrossingGraph(double height, size_t maxTriangles) : height_(height) {
+void CrossingGraph::start(double height, size_t maxTriangles) {
+    height_ = height;
     size_t size = 4;
     while (size < 4 * maxTriangles) size *= 2;
     vTable_.assign(size, Index(NONE));
+    vCrossings_.clear();
     vCrossings_.reserve(maxTriangles + maxTriangles / 8);
 }
 
@@ -85,9 +87,9 @@ void CrossingGraph::appendSorted(bool bClosed, std::vector<std::vector<Segment2>
         cancelPoint.pass();
         const Crossing& crossing = vCrossings_[i];
         if (crossing.bVisited || (!bClosed && crossing.aNext[1] != NONE)) continue;
-        Chain vChain = walkFrom(i);
-        direct(vChain, bClosed);
-        std::vector<Segment2> vPolyline = toPolyline(vChain, bClosed);
+        walkFrom(i);
+        direct(bClosed);
+        std::vector<Segment2> vPolyline = toPolyline(bClosed);
         if (!vPolyline.empty()) vvFresh.push_back(std::move(vPolyline));
     }
     std::stable_sort(vvFresh.begin(), vvFresh.end(), withCancelPoints([](const auto& a, const auto& b) {
@@ -97,31 +99,31 @@ void CrossingGraph::appendSorted(bool bClosed, std::vector<std::vector<Segment2>
     std::move(vvFresh.begin(), vvFresh.end(), std::back_inserter(vvPolylines));
 }
 
-CrossingGraph::Chain CrossingGraph::walkFrom(Index start) {
-    Chain vChain;
+/// Collects the chain from a crossing on.
+void CrossingGraph::walkFrom(Index start) {
+    vChain_.clear();
     for (Index previous = NONE, i = start; i != NONE && !vCrossings_[i].bVisited;) {
         Crossing& crossing = vCrossings_[i];
         cancelPoint_.pass();
         crossing.bVisited = true;
-        vChain.push_back(i);
+        vChain_.push_back(i);
         const Index next = crossing.aNext[crossing.aNext[0] == previous ? 1 : 0];
         previous = std::exchange(i, next);
     }
-    return vChain;
 }
 
-/// Turns a chain so that the higher ground is on its left, and rotates a closed chain to begin at its smallest point.
-void CrossingGraph::direct(Chain& vChain, bool bClosed) {
-    for (size_t i = bClosed ? 0 : 1; i < vChain.size(); ++i) {
+/// Turns the chain so that the higher ground is on its left, and rotates a closed chain to begin at its smallest point.
+void CrossingGraph::direct(bool bClosed) {
+    for (size_t i = bClosed ? 0 : 1; i < vChain_.size(); ++i) {
         cancelPoint_.pass();
-        const Crossing& from = vCrossings_[i == 0 ? vChain.back() : vChain[i - 1]];
-        const Orientation2 side = sideOfHigherGround(from, vCrossings_[vChain[i]]);
-        if (side == ORIENTATION2_CW) std::reverse(vChain.begin(), vChain.end());
+        const Crossing& from = vCrossings_[i == 0 ? vChain_.back() : vChain_[i - 1]];
+        const Orientation2 side = sideOfHigherGround(from, vCrossings_[vChain_[i]]);
+        if (side == ORIENTATION2_CW) std::reverse(vChain_.begin(), vChain_.end());
         if (side != ORIENTATION2_COLLINEAR) break;
     }
     if (!bClosed) return;
     const auto isSmaller = [this](Index a, Index b) { return toPoint(a) < toPoint(b); };
-    std::rotate(vChain.begin(), std::min_element(vChain.begin(), vChain.end(), isSmaller), vChain.end());
+    std::rotate(vChain_.begin(), std::min_element(vChain_.begin(), vChain_.end(), isSmaller), vChain_.end());
 }
 
 /// The side of the higher ground on the path from one crossing to the next through a triangle: ORIENTATION2_CCW is the
@@ -131,12 +133,12 @@ Orientation2 CrossingGraph::sideOfHigherGround(const Crossing& from, const Cross
     return geomTest_.dynamicFilterOri2(from.pLow, to.pHigh, from.pHigh);
 }
 
-std::vector<Segment2> CrossingGraph::toPolyline(const Chain& vChain, bool bClosed) const {
+std::vector<Segment2> CrossingGraph::toPolyline(bool bClosed) const {
     std::vector<Segment2> vPolyline;
-    vPolyline.reserve(vChain.size());
-    const size_t numPieces = bClosed ? vChain.size() : vChain.size() - 1;
+    vPolyline.reserve(vChain_.size());
+    const size_t numPieces = bClosed ? vChain_.size() : vChain_.size() - 1;
     for (size_t i = 0; i < numPieces; ++i) {
-        const Point2 src = toPoint(vChain[i]), trg = toPoint(vChain[i + 1 < vChain.size() ? i + 1 : 0]);
+        const Point2 src = toPoint(vChain_[i]), trg = toPoint(vChain_[i + 1 < vChain_.size() ? i + 1 : 0]);
         if (src != trg) vPolyline.emplace_back(src, trg);
     }
     return vPolyline;

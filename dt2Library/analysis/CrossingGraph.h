@@ -52,8 +52,8 @@ inline std::uint64_t hashOfNumbers(std::initializer_list<double> numbers) {
 /// number of triangles.
 class CrossingGraph {
   public:
-    /// For at most maxTriangles triangles.
-    CrossingGraph(double height, size_t maxTriangles);
+    /// Begins anew at a height, for at most maxTriangles triangles; keeps its memory.
+    void start(double height, size_t maxTriangles);
 
     /// Adds a triangle that the plane cuts. False if one of its edges has more than two triangles: the crossings do
     /// not form chains.
@@ -61,12 +61,11 @@ class CrossingGraph {
 
     /// Appends the chains as polylines with the higher ground on the left: open ones first, then closed ones, which
     /// begin at their smallest points; both ordered by their first points. Pieces without length are left out. Call it
-    /// only once.
+    /// only once for each height.
     void appendPolylines(std::vector<std::vector<Segment2>>& vvPolylines);
 
   private:
     using Index = std::uint32_t;
-    using Chain = std::vector<Index>;
     static constexpr Index NONE = std::numeric_limits<Index>::max();
 
     struct Crossing {
@@ -81,14 +80,15 @@ class CrossingGraph {
     bool link(Index from, Index to);
 
     void appendSorted(bool bClosed, std::vector<std::vector<Segment2>>& vvPolylines);
-    Chain walkFrom(Index start);
-    void direct(Chain& vChain, bool bClosed);
+    void walkFrom(Index start);
+    void direct(bool bClosed);
     Orientation2 sideOfHigherGround(const Crossing& from, const Crossing& to);
-    std::vector<Segment2> toPolyline(const Chain& vChain, bool bClosed) const;
+    std::vector<Segment2> toPolyline(bool bClosed) const;
     Point2 toPoint(Index i) const { return Point2(vCrossings_[i].x, vCrossings_[i].y, height_); }
 
-    double height_;
+    double height_ = 0.0;
     std::vector<Crossing> vCrossings_;
+    std::vector<Index> vChain_;  // the current chain
     std::vector<Index> vTable_;  // open addressing, at most half full
     GeomTest geomTest_;
     CancelPoint<> cancelPoint_;

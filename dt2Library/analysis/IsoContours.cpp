@@ -2,7 +2,7 @@
 // read.
 //
 // A contour must not pass through a corner: then every triangle has two crossings or none. If the height is that of a
-// corner, it is moved up by the smallest step that avoids all corners (cutAbove), as long as the caller allows it. The
+// corner, it is moved up by the smallest step that avoids all corners (ContourFinder::cutAbove), as long as the caller allows it. The
 // chains come from CrossingGraph, bands from BandBuilder; heights and bands are shared among threads, with results that
 // do not depend on their number.
 //
@@ -23,6 +23,7 @@
 #include "analysis/zoneTriangles.h"
 #include "kernel/tolerances.h"
 #include "kernel/tools.h"
+#include "kernel/triangleLists.h"
 #include "support/Progress.h"
 #include "support/diagnostics.h"
 #include "support/lists.h"
@@ -36,23 +37,6 @@ namespace LUMO_TARO25D {
 namespace {
 
 // ---- Heights ----
-
-/// The triangles that a height cuts.
-struct Cut {
-    std::vector<Triangle2*> vTriangles;
-    bool bThroughCorner;  // the height is that of a corner
-};
-
-/// Finds the triangles that a height cuts, and whether one of their corners has that height.
-Cut cutAt(const HeightTree& tree, double height) {
-    Cut cut;
-    cut.vTriangles.reserve(10000);
-    tree.getElements(height, cut.vTriangles);
-    cut.bThroughCorner = std::any_of(cut.vTriangles.begin(), cut.vTriangles.end(), [height](const Triangle2* pT) {
-        return pT->getCorner(0)->z() == height || pT->getCorner(1)->z() == height || pT->getCorner(2)->z() == height;
-    });
-    return cut;
-}
 
 /// A thousand units in the last place if that is below MAX_FIRST_STEP, otherwise one unit.
 double getFirstStep(double height) {
@@ -68,46 +52,71 @@ std::string describe(const std::string& problem, double height, const std::strin
     return text.str();
 }
 
-/// Moves the height up by the smallest step, doubled from the first one on, at which it is that of no corner; returns
-/// the cut there.
-Cut cutAbove(const HeightTree& tree, double& height, std::string& problem) {
-    double step = getFirstStep(height);
-    Cut cut = cutAt(tree, height + step);
-    while (cut.bThroughCorner) {
-        step *= 2.0;
-        cut = cutAt(tree, height + step);
+const char* const ADVICE = ".\n      Please add a little noise and try again.";
+
+/// Finds contours at one height after the other, with memory that it keeps. Each thread has one of its own.
+class ContourFinder {
+  public:
+    ContourFinder(const HeightTree& tree, const Progress& progress) : tree_(tree), progress_(progress) {}
+
+    /// Appends the contours at a height; false if they cannot be made. Sets problem to the text of a warning, if there
+    /// is one.
+    bool find(double height, bool bAutoAdjustHeight, std::vector<std::vector<Segment2>>& vvContours,
+              std::string& problem);
+
+  private:
+    bool cutAt(double height);
+    void cutAbove(double& height, std::string& problem);
+
+    const HeightTree& tree_;
+    const Progress& progress_;
+    std::vector<Triangle2*> vCut_;  // the triangles that the height cuts
+    CrossingGraph graph_;
+};
+
+/// Collects the triangles that a height cuts; false if one of their corners has that height.
+bool ContourFinder::cutAt(double height) {
+    vCut_.clear();
+    tree_.getElements(height, vCut_);
+    bool bThroughCorner = false;
+    for (size_t k = 0; k < vCut_.size() && !bThroughCorner; ++k) {
+        progress_.throwIfStopped();
+        prefetchTriangles(vCut_, k);
+        for (int i = 0; i < 3; ++i) bThroughCorner = bThroughCorner || vCut_[k]->getCorner(i)->z() == height;
     }
+    return !bThroughCorner;
+}
+
+/// Moves the height up by the smallest step, doubled from the first one on, at which it is that of no corner.
+void ContourFinder::cutAbove(double& height, std::string& problem) {
+    double step = getFirstStep(height);
+    while (!cutAt(height + step)) step *= 2.0;
     TARO_ASSERT_TEXT(height + step > height, "height+add>height");
     std::ostringstream rest;
     rest << ". Adding " << step << " automatically.\n     ";
     problem = describe("Degenerate intersection", height, rest.str());
     height += step;
-    return cut;
 }
 
-const char* const ADVICE = ".\n      Please add a little noise and try again.";
-
-/// Appends the contours at a height; false if they cannot be made. Sets problem to the text of a warning, if there is
-/// one.
-bool findContours(const HeightTree& tree, double height, bool bAutoAdjustHeight, const Progress& progress,
-                  std::vector<std::vector<Segment2>>& vvContours, std::string& problem) {
-    Cut cut = cutAt(tree, height);
-    if (cut.bThroughCorner && !bAutoAdjustHeight) {
-        problem = describe("Degenerate intersection", height, ADVICE);
-        return false;
+bool ContourFinder::find(double height, bool bAutoAdjustHeight, std::vector<std::vector<Segment2>>& vvContours,
+                         std::string& problem) {
+    if (!cutAt(height)) {
+        if (!bAutoAdjustHeight) {
+            problem = describe("Degenerate intersection", height, ADVICE);
+            return false;
+        }
+        cutAbove(height, problem);
     }
-    if (cut.bThroughCorner) cut = cutAbove(tree, height, problem);
-    TARO_ASSERT_TEXT(!cut.bThroughCorner, "sForbiddenHeights.find(height)==sForbiddenHeights.end()");
-
-    CrossingGraph graph(height, cut.vTriangles.size());
-    for (const Triangle2* pT : cut.vTriangles) {
-        progress.throwIfStopped();
-        if (graph.add(*pT)) continue;
+    graph_.start(height, vCut_.size());
+    for (size_t k = 0; k < vCut_.size(); ++k) {
+        progress_.throwIfStopped();
+        prefetchTriangles(vCut_, k);
+        if (graph_.add(*vCut_[k])) continue;
         problem = describe("Bad numerical accuracy", height, ADVICE);
         return false;
     }
     std::vector<std::vector<Segment2>> vvFound;
-    graph.appendPolylines(vvFound);
+    graph_.appendPolylines(vvFound);
     reserveMore(vvContours, vvFound.size());
     std::move(vvFound.begin(), vvFound.end(), std::back_inserter(vvContours));
     return true;
@@ -221,7 +230,7 @@ bool IsoContours::getContours(double height, std::vector<std::vector<Segment2>>&
     Progress progress(*pProgress_);
     const MessageScope scope(&progress);
     std::string problem;
-    const bool bFound = findContours(*pTree_, height, bAutoAdjustHeight, progress, vvContours, problem);
+    const bool bFound = ContourFinder(*pTree_, progress).find(height, bAutoAdjustHeight, vvContours, problem);
     warnOf(problem, bVerbose);
     return bFound;
 }
@@ -235,11 +244,16 @@ bool IsoContours::getContours(const std::vector<double>& vHeights,
     std::vector<std::vector<std::vector<Segment2>>> vvvFound(vHeights.size());
     std::vector<std::string> vProblems(vHeights.size());
     std::vector<char> vSuccess(vHeights.size(), 0);
-    shareWork(numCPU_, vHeights.size(), 1, progress, [&](size_t k, size_t, int) {
-        vSuccess[k] = findContours(*pTree_, vHeights[k], true, progress, vvvFound[k], vProblems[k]) ? 1 : 0;
+    std::vector<std::unique_ptr<ContourFinder>> vFinders(
+        static_cast<size_t>(getNumSharing(numCPU_, vHeights.size(), 1)));
+    shareWork(numCPU_, vHeights.size(), 1, progress, [&](size_t k, size_t, int threadIdx) {
+        std::unique_ptr<ContourFinder>& pFinder = vFinders[static_cast<size_t>(threadIdx)];
+        if (!pFinder) pFinder = std::make_unique<ContourFinder>(*pTree_, progress);
+        vSuccess[k] = pFinder->find(vHeights[k], true, vvvFound[k], vProblems[k]) ? 1 : 0;
     });
     for (const std::string& problem : vProblems) warnOf(problem, bVerbose);
-    vvvContours = std::move(vvvFound);
+    reserveMore(vvvContours, vvvFound.size());
+    std::move(vvvFound.begin(), vvvFound.end(), std::back_inserter(vvvContours));
     progress.finish();
     return std::count(vSuccess.begin(), vSuccess.end(), 0) == 0;
 }

@@ -67,9 +67,9 @@ class TARO25D_API IsoContours {
     bool getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose = true,
                      bool bAutoAdjustHeight = true) const;
 
-    /// The contours at several heights, on the threads of setNumCPU: replaces the list by one entry for each height, in
-    /// their order, as the function above gives it. True if all heights succeed; the entry of a height that fails is
-    /// empty, and with bVerbose a warning gives the reason.
+    /// The contours at several heights, on the threads of setNumCPU: appends one entry for each height, in their order,
+    /// as the function above gives it. True if all heights succeed; the entry of a height that fails is empty, and with
+    /// bVerbose a warning gives the reason.
     bool getContours(const std::vector<double>& vHeights, std::vector<std::vector<std::vector<Segment2>>>& vvvContours,
                      bool bVerbose = true) const;
 
