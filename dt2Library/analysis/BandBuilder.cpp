@@ -26,7 +26,6 @@
 #include <set>
 #include <utility>
 
-#include "analysis/zoneTriangles.h"
 #include "kernel/flatSets.h"
 #include "kernel/tolerances.h"
 #include "kernel/tools.h"

@@ -131,8 +131,14 @@ void OverlayPiece::setDifferences(double tolerance) {
     }
 }
 
-void OverlayPiece::addTo(SurfaceDifference& sums, double threshold, double tolerance) {
-    setDifferences(tolerance);
+/// The part lies in both triangles, so that far corners of one of them do not matter.
+inline double OverlayPiece::getTolerance(double originMagnitude) const {
+    const double magnitude = originMagnitude + std::min(outer_.getExtent(), inner_.getExtent());
+    return outer_.getUncertainty(magnitude) + inner_.getUncertainty(magnitude);
+}
+
+void OverlayPiece::addTo(SurfaceDifference& sums, double threshold, double originMagnitude) {
+    setDifferences(getTolerance(originMagnitude));
     double minD = getCorners().aDifference[0], maxD = minD;
     for (size_t i = 1; i < getCorners().size; ++i) {
         minD = std::min(minD, getCorners().aDifference[i]);

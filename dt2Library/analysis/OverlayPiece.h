@@ -67,9 +67,9 @@ class OverlayPiece {
     /// Whether the part reaches edge i of the inner triangle.
     bool reaches(size_t i) const { return (touchedEdges_ >> i & 1u) != 0; }
 
-    /// Adds volumes and areas, with the outer surface as the surface before. Differences up to the threshold, or the
-    /// tolerance, count as 0.
-    void addTo(SurfaceDifference& sums, double threshold, double tolerance);
+    /// Adds volumes and areas, with the outer surface as the surface before. Differences up to the threshold, or within
+    /// rounding, count as 0; the origin of the triangles has coordinates up to originMagnitude.
+    void addTo(SurfaceDifference& sums, double threshold, double originMagnitude);
 
   private:
     // A cut of a convex polygon adds one corner; with rounding errors at worst half of the present number, so after
@@ -93,6 +93,7 @@ class OverlayPiece {
 
     const Corners& getCorners() const { return aCorners_[current_]; }
     void cutAt(size_t edge);
+    double getTolerance(double originMagnitude) const;
     void setDifferences(double tolerance);
     static Corners getPartAbove(const Corners& corners, double threshold, double sign);
     static double getAreaInFan(const Corners& corners, size_t i);

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "analysis/zoneTriangles.h"
+#include "kernel/triangleLists.h"
 #include "support/SimplePool.h"
 #include "taro25d/Triangle2.h"
 

@@ -2,7 +2,7 @@
 //
 // The zone with more triangles is the outer one. For each of its triangles, a search from neighbour to neighbour finds
 // the triangles of the other triangulation that overlap it. The search starts at the triangle that contains the centre
-// of the outer triangle, found by a walk from the last result, and crosses each edge that the common part of the two
+// of the outer triangle, found by a walk from the nearest of the last results, and crosses each edge that the common part of the two
 // triangles reaches. It does not go on from a common part that is mere rounding along an edge of the outer triangle:
 // since triangles are convex, all triangles that overlap the interior of the outer one are connected without it. If the
 // centre of an outer triangle is outside the hull of the other triangulation, the search starts at near hull edges. If
@@ -17,6 +17,7 @@
 #include "taro25d/compareSurfaces.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -51,18 +52,6 @@ void add(const SurfaceDifference& part, SurfaceDifference& sums) {
     sums.unchangedArea += part.unchangedArea;
 }
 
-/// getBox with prefetching and cancellation points.
-Bbox2 getBoxOfMany(const std::vector<Triangle2*>& vTriangles) {
-    Bbox2 box;
-    CancelPoint<> cancelPoint;
-    for (size_t k = 0; k < vTriangles.size(); ++k) {
-        cancelPoint.pass();
-        prefetchTriangles(vTriangles, k);
-        for (int i = 0; i < 3; ++i) box.add(*vTriangles[k]->getCorner(i));
-    }
-    return box;
-}
-
 Bbox2 getBoxOf(const Triangle2& triangle) {
     Bbox2 box;
     for (int i = 0; i < 3; ++i) box.add(*triangle.getCorner(i));
@@ -72,6 +61,45 @@ Bbox2 getBoxOf(const Triangle2& triangle) {
 void prefetchCorners(const Triangle2& triangle) {
     for (int i = 0; i < 3; ++i) __builtin_prefetch(triangle.getCorner(i));
 }
+
+/// The last walks of a batch. Neighbouring triangles come soon after each other, but not always next: the nearest of
+/// some recent walks ends much nearer than the last one.
+class RecentWalks {
+  public:
+    /// The end of the walk to the nearest place; null if there was none.
+    Triangle2* getNearest(const Point2& place) const {
+        double least = std::numeric_limits<double>::infinity();
+        size_t nearest = 0;
+        for (size_t k = 0; k < NUM_WALKS; ++k) {
+            const double dx = aX_[k] - place.x(), dy = aY_[k] - place.y(), distance = dx * dx + dy * dy;
+            nearest = distance < least ? k : nearest;
+            least = std::min(least, distance);
+        }
+        return aEnd_[nearest];
+    }
+    /// Replaces the oldest one.
+    void add(const Point2& place, Triangle2* pEnd) {
+        aX_[next_] = place.x();
+        aY_[next_] = place.y();
+        aEnd_[next_] = pEnd;
+        next_ = (next_ + 1) % NUM_WALKS;
+        if (numAdded_ < NUM_WALKS && ++numAdded_ == 1) fillWithFirst();
+    }
+
+  private:
+    static constexpr size_t NUM_WALKS = 16;
+
+    /// Unused entries repeat the first walk.
+    void fillWithFirst() {
+        aX_.fill(aX_[0]);
+        aY_.fill(aY_[0]);
+        aEnd_.fill(aEnd_[0]);
+    }
+
+    std::array<double, NUM_WALKS> aX_{}, aY_{};
+    std::array<Triangle2*, NUM_WALKS> aEnd_{};
+    size_t next_ = 0, numAdded_ = 0;
+};
 
 /// The triangles reached by a search, usually few.
 class Reached {
@@ -109,7 +137,8 @@ class Reached {
 /// The zone in which overlapping triangles are searched.
 class InnerSurface {
   public:
-    explicit InnerSurface(const SurfacePart& part) : dt2_(part.dt2), hull_(dt2_), box_(getBoxOfMany(part.vTriangles)) {
+    explicit InnerSurface(const SurfacePart& part)
+        : dt2_(part.dt2), hull_(dt2_), box_(LUMO_TARO25D::getBox(part.vTriangles)) {
         if (part.vTriangles.size() == dt2_.numberOfTriangles()) return;
         mInZone_.reserve(part.vTriangles.size());
         for (const Triangle2* pT : part.vTriangles) mInZone_.add(pT, true);
@@ -117,9 +146,8 @@ class InnerSurface {
 
     const Bbox2& getBox() const { return box_; }
     bool contains(const Triangle2* pT) const { return mInZone_.empty() || mInZone_.find(pT); }
-    /// Adds triangles from which all triangles that overlap outer are reached. The walk starts at pHint, unless null,
-    /// which becomes its result.
-    void start(const Triangle2& outer, Triangle2*& pHint, GeomTest& geomTest, Reached& reached) const;
+    /// Adds triangles from which all triangles that overlap outer are reached.
+    void start(const Triangle2& outer, RecentWalks& walks, GeomTest& geomTest, Reached& reached) const;
 
   private:
     Triangle2* getTriangleNear(const Point2& place) const;
@@ -135,18 +163,20 @@ Triangle2* InnerSurface::getTriangleNear(const Point2& place) const {
     return vault.getInsertionBox().isInBox(place) ? vault.getCloseTriangle(place) : dt2_.getOneValidTriangle();
 }
 
-void InnerSurface::start(const Triangle2& outer, Triangle2*& pHint, GeomTest& geomTest, Reached& reached) const {
+void InnerSurface::start(const Triangle2& outer, RecentWalks& walks, GeomTest& geomTest, Reached& reached) const {
     const Point2 centre = outer.getBarycenter();
-    if (!pHint) pHint = getTriangleNear(centre);
+    Triangle2* pT = walks.getNearest(centre);
+    if (!pT) pT = getTriangleNear(centre);
     int idx = -1;
-    const int code = LUMO_TARO25D::walk(&centre, pHint, idx, geomTest);
+    const int code = LUMO_TARO25D::walk(&centre, pT, idx, geomTest);
+    walks.add(centre, pT);
     if (code == CODE_INSIDE || code == CODE_DUPLICATE) {
-        reached.add(pHint);
+        reached.add(pT);
         return;
     }
     std::vector<Triangle2*> vNear;
     hull_.getNear(getBoxOf(outer), vNear);
-    for (Triangle2* pT : vNear) reached.add(pT);
+    for (Triangle2* pNear : vNear) reached.add(pNear);
 }
 
 class Comparison {
@@ -163,14 +193,13 @@ class Comparison {
         explicit Walk(double magnitude) : geomTest(magnitude) {}
 
         GeomTest geomTest;
-        Triangle2* pHint = nullptr;
+        RecentWalks walks;
         Reached reached;
         SurfaceDifference sums;
     };
 
     void compare(const Triangle2& outer, Walk& walk) const;
     bool addIfSame(const Triangle2& outer, const Triangle2& inner, const LocalTriangle& local, Walk& walk) const;
-    void addPiece(OverlayPiece& piece, const LocalTriangle& inner, double uncertainty, Walk& walk) const;
 
     const std::vector<Triangle2*>& vOuter_;
     InnerSurface inner_;
@@ -199,9 +228,9 @@ void Comparison::compare(const Triangle2& outer, Walk& walk) const {
     if (!inner_.getBox().doIntersect(getBoxOf(outer))) return;
     const Point2& origin = *outer.getCorner(0);
     const LocalTriangle localOuter(outer, origin);
-    const double uncertainty = localOuter.getUncertainty(magnitude_);
+    const double originMagnitude = std::max(std::abs(origin.x()), std::abs(origin.y()));
     walk.reached.clear();
-    inner_.start(outer, walk.pHint, walk.geomTest, walk.reached);
+    inner_.start(outer, walk.walks, walk.geomTest, walk.reached);
     for (size_t k = 0; k < walk.reached.size(); ++k) {
         progress_.throwIfStopped();
         const Triangle2* pInner = walk.reached[k];
@@ -214,7 +243,7 @@ void Comparison::compare(const Triangle2& outer, Walk& walk) const {
             Triangle2* pN = pInner->getOppositeTriangle(i);
             if (pN && piece.reaches(static_cast<size_t>(i))) walk.reached.add(pN);
         }
-        if (inner_.contains(pInner)) addPiece(piece, localInner, uncertainty, walk);
+        if (inner_.contains(pInner)) piece.addTo(walk.sums, threshold_, originMagnitude);
     }
 }
 
@@ -223,16 +252,14 @@ bool Comparison::addIfSame(const Triangle2& outer, const Triangle2& inner, const
     for (int shift = 0; shift < 3; ++shift) {
         const auto isSame = [&](int i) { return *outer.getCorner(i) == *inner.getCorner((i + shift) % 3); };
         if (!isSame(0) || !isSame(1) || !isSame(2)) continue;
-        const LocalTriangle localInner(inner, *outer.getCorner(0));
+        const Point2& origin = *outer.getCorner(0);
+        const LocalTriangle localInner(inner, origin);
         OverlayPiece piece(local, localInner, static_cast<size_t>(shift));
-        if (inner_.contains(&inner)) addPiece(piece, localInner, local.getUncertainty(magnitude_), walk);
+        const double originMagnitude = std::max(std::abs(origin.x()), std::abs(origin.y()));
+        if (inner_.contains(&inner)) piece.addTo(walk.sums, threshold_, originMagnitude);
         return true;
     }
     return false;
-}
-
-void Comparison::addPiece(OverlayPiece& piece, const LocalTriangle& inner, double uncertainty, Walk& walk) const {
-    piece.addTo(walk.sums, threshold_, uncertainty + inner.getUncertainty(magnitude_));
 }
 
 }  // namespace

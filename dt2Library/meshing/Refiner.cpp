@@ -204,9 +204,9 @@ void Refiner::refineMain3() {
         vTriangles.clear();
         params_.pZone->getTriangles(vTriangles);
     }
+    context_.zoneMagnitude = getLargestCoordinate(vTriangles);
     context_.pLastParams = copyLimits(params_);
     context_.numberOfLastZone = getZoneNumber(mesh_, params_.pZone);
-    context_.zoneMagnitude = getLargestCoordinate(vTriangles);
     params_.pZone->getConstraintGraphs(vZoneGraphs_);
     TARO_ASSERT_TEXT(!vZoneGraphs_.empty(), "pCG!=__null");
 

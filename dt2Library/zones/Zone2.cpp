@@ -274,6 +274,7 @@ void Zone2::getBoundarySegments(std::vector<Segment2>& vBoundarySegments) const 
 }
 
 Bbox2 Zone2::getBoundingBox() const {
+    const MessageScope scope(getSink(this));
     TriangleVector vTriangles;
     getTriangles(vTriangles);
     return getBox(vTriangles);

@@ -17,6 +17,7 @@
 #include "taro25d/CutAndFill.h"
 #include "taro25d/TaroCancelled.h"
 #include "taro25d/Taro_2D.h"
+#include "taro25d/freeFunctions.h"
 
 using namespace LUMO_TARO25D;
 
@@ -128,6 +129,19 @@ TEST(CompareSurfaces, SeesNoDifferenceInWhatIsEqual) {
 
 /// Equal grids share vertices and edges; edges of grids with different spacings overlap in part. Ground along them must
 /// be neither missed nor counted twice.
+TEST(CompareSurfaces, RoundsByTheCoordinatesAtThePlace) {
+    // A vertex far away makes no difference of a tenth of a millimetre vanish.
+    const auto steep = [](double x, double) { return 0.5 * x; };
+    Ground before(500, 0, 10, steep, 21);
+    Ground after(
+        400, 0, 10, [](double x, double) { return 0.5 * x - 1e-4; }, 22);
+    const std::vector<Segment2> vSquare = makePolyline({{2, 2, 1}, {8, 2, 4}, {8, 8, 4}, {2, 8, 1}}, true);
+    Zone2* pPart = before.mesh.createZone(before.mesh.createConstraint(vSquare, CIS_CONSTRAINED_DELAUNAY), ZL_INSIDE);
+    before.mesh.insert(Point2(1e13, 3e12, 0));
+    expectNear({36e-4, 0, 36, 0, 0}, compareSurfaces(pPart, after.pZone, 0));
+    expectNear({0, 36e-4, 0, 36, 0}, compareSurfaces(after.pZone, pPart, 0));
+}
+
 TEST(CompareSurfaces, CountsGroundOnceWhereEdgesCoincide) {
     Random r(9);
     const auto gridOf = [&r](size_t side, double spacing, double height) {
