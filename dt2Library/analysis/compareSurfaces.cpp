@@ -71,34 +71,29 @@ class RecentWalks {
         double least = std::numeric_limits<double>::infinity();
         size_t nearest = 0;
         for (size_t k = 0; k < NUM_WALKS; ++k) {
-            const double dx = aX_[k] - place.x(), dy = aY_[k] - place.y(), distance = dx * dx + dy * dy;
+            const double dx = aWalks_[k].x - place.x(), dy = aWalks_[k].y - place.y(), distance = dx * dx + dy * dy;
             nearest = distance < least ? k : nearest;
             least = std::min(least, distance);
         }
-        return aEnd_[nearest];
+        return aWalks_[nearest].pEnd;
     }
-    /// Replaces the oldest one.
+    /// Replaces the oldest walk; the first one also all others.
     void add(const Point2& place, Triangle2* pEnd) {
-        aX_[next_] = place.x();
-        aY_[next_] = place.y();
-        aEnd_[next_] = pEnd;
+        const Walk last{place.x(), place.y(), pEnd};
+        if (!aWalks_[0].pEnd) aWalks_.fill(last);
+        aWalks_[next_] = last;
         next_ = (next_ + 1) % NUM_WALKS;
-        if (numAdded_ < NUM_WALKS && ++numAdded_ == 1) fillWithFirst();
     }
 
   private:
     static constexpr size_t NUM_WALKS = 16;
+    struct Walk {
+        double x = 0.0, y = 0.0;
+        Triangle2* pEnd = nullptr;
+    };
 
-    /// Unused entries repeat the first walk.
-    void fillWithFirst() {
-        aX_.fill(aX_[0]);
-        aY_.fill(aY_[0]);
-        aEnd_.fill(aEnd_[0]);
-    }
-
-    std::array<double, NUM_WALKS> aX_{}, aY_{};
-    std::array<Triangle2*, NUM_WALKS> aEnd_{};
-    size_t next_ = 0, numAdded_ = 0;
+    std::array<Walk, NUM_WALKS> aWalks_;
+    size_t next_ = 0;
 };
 
 /// The triangles reached by a search, usually few.
