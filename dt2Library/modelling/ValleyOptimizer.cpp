@@ -3,7 +3,8 @@
 // A Delaunay triangulation depends on x and y alone, so that its edges may run across a valley and leave dams in it, or
 // make terraces of contour lines. Here the cost of an edge is the angle between the normals of its two triangles. A
 // flip changes the costs of the edge and of the four sides of its quadrilateral, and is done if their sum decreases
-// (Dyn, Levin and Rippa 1990, angle between normals).
+// (Dyn, Levin and Rippa 1990, angle between normals). Where contours bend, such a flip may also make a level triangle
+// between three points of one contour. These flips come last: the others leave fewer level triangles in the end.
 //
 // Each flip lowers the sum of all costs by at least 1e-9, so that the passes over the edges end. A pass visits the
 // edges in the order of their coordinates, so that no address matters. Flipped edges, and edges that are not Delaunay
@@ -48,6 +49,8 @@ double getSideAngle(const Point2& p, const Point2& q, const Point2& r, const Poi
     return pFar ? getAngle(p, q, r, q, p, *pFar) : 0.0;
 }
 
+int isLevel(const Point2& a, const Point2& b, const Point2& c) { return a.z() == b.z() && a.z() == c.z(); }
+
 }  // namespace
 
 ValleyOptimizer::ValleyOptimizer(Dt2& mesh, const std::vector<Triangle2*>& vTriangles, double minAngleDegree,
@@ -61,7 +64,9 @@ ValleyOptimizer::ValleyOptimizer(Dt2& mesh, const std::vector<Triangle2*>& vTria
 
 void ValleyOptimizer::run() {
     try {
-        while (flipOnce()) {
+        for (const bool bMayLevel : {false, true}) {
+            while (flipOnce(bMayLevel)) {
+            }
         }
         keepEdges();
     } catch (...) {
@@ -71,12 +76,12 @@ void ValleyOptimizer::run() {
 }
 
 /// Visits all edges once; whether any was flipped.
-bool ValleyOptimizer::flipOnce() {
+bool ValleyOptimizer::flipOnce(bool bMayLevel) {
     bool bAny = false;
     for (const Side& side : getEdges()) {
         mesh_.getProgress().throwIfStopped();
         // An earlier flip may have changed the triangle; the edge is then visited in the next pass.
-        bAny = tryFlip(side.pT, side.i) || bAny;
+        bAny = tryFlip(side.pT, side.i, bMayLevel) || bAny;
     }
     return bAny;
 }
@@ -100,11 +105,12 @@ std::vector<ValleyOptimizer::Side> ValleyOptimizer::getEdges() const {
     return vEdges;
 }
 
-bool ValleyOptimizer::tryFlip(Triangle2* pT, int i) {
+bool ValleyOptimizer::tryFlip(Triangle2* pT, int i, bool bMayLevel) {
     Triangle2* pN = pT->getOppositeTriangle(i);
     if (!pN || !sTriangles_.contains(pN) || !mesh_.canBeFlipped(pT, i)) return false;
     const Point2 &a = *pT->getCorner(i), &b = *pT->getCorner(incIndexBy1(i)), &c = *pT->getCorner(incIndexBy2(i)),
                  &d = *getFarCorner(pT, i);
+    if (!bMayLevel && isLevel(a, b, d) + isLevel(a, d, c) > isLevel(a, b, c) + isLevel(b, d, c)) return false;
     if (getAngle(a, b, c, d, c, b) < minAngle_ || changesHeightTooMuch(a, b, c, d)) return false;
     if (!(getCost(pT, i, true) < getCost(pT, i, false) - MIN_FLIP_GAIN)) return false;
     const Point2 *pFirst = pT->getCorner(i), *pSecond = getFarCorner(pT, i);

@@ -30,8 +30,9 @@ class ValleyOptimizer {
         int i;
     };
 
-    bool flipOnce();
-    bool tryFlip(Triangle2* pT, int i);
+    bool flipOnce(bool bMayLevel);
+    /// Flips an edge if that lowers the cost; only if bMayLevel is set where it makes level triangles.
+    bool tryFlip(Triangle2* pT, int i, bool bMayLevel);
     /// The sum of the angles at the diagonal b-c of the quadrilateral a, b, d, c, or at a-d if it were flipped, and at
     /// its four sides.
     double getCost(const Triangle2* pT, int i, bool bFlipped) const;

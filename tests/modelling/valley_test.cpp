@@ -10,11 +10,13 @@
 #include "mesh/Dt2.h"
 #include "support/capture.h"
 #include "support/constraint_oracle.h"
+#include "support/files.h"
 #include "support/generators.h"
 #include "support/mesh.h"
 #include "support/polygons.h"
 #include "support/stopping.h"
 #include "taro25d/Edge2.h"
+#include "taro25d/IsoContours.h"
 #include "taro25d/TaroCancelled.h"
 #include "taro25d/Taro_2D.h"
 #include "taro25d/Zone2.h"
@@ -103,24 +105,45 @@ bool isFlat(const Triangle2* pT) {
     return pT->getCorner(0)->z() == pT->getCorner(1)->z() && pT->getCorner(0)->z() == pT->getCorner(2)->z();
 }
 
+double angleBetween(const Triangle2* pA, const Triangle2* pB) {
+    bool ok = true;
+    const auto normalOf = [&ok](const Triangle2* p) {
+        return getNormalVector(*p->getCorner(0), *p->getCorner(1), *p->getCorner(2), ok);
+    };
+    const Vector2 u = normalOf(pA), v = normalOf(pB);
+    const double x = u.y() * v.z() - u.z() * v.y(), y = u.z() * v.x() - u.x() * v.z(),
+                 z = u.x() * v.y() - u.y() * v.x();
+    return std::atan2(std::sqrt(x * x + y * y + z * z), u.x() * v.x() + u.y() * v.y() + u.z() * v.z());
+}
+
 /// The angles between the normals at the edges of two neighbours, each edge once.
 double costAround(const Triangle2* pT, const Triangle2* pN) {
     double sum = 0;
     for (const Triangle2* pOf : {pT, pN}) {
         for (int i = 0; i < 3; ++i) {
             const Triangle2* pFar = pOf->getOppositeTriangle(i);
-            if (!pFar || (pOf == pN && pFar == pT)) continue;
-            bool ok = true;
-            const auto normalOf = [&ok](const Triangle2* p) {
-                return getNormalVector(*p->getCorner(0), *p->getCorner(1), *p->getCorner(2), ok);
-            };
-            const Vector2 u = normalOf(pOf), v = normalOf(pFar);
-            const double x = u.y() * v.z() - u.z() * v.y(), y = u.z() * v.x() - u.x() * v.z(),
-                         z = u.x() * v.y() - u.y() * v.x();
-            sum += std::atan2(std::sqrt(x * x + y * y + z * z), u.x() * v.x() + u.y() * v.y() + u.z() * v.z());
+            if (pFar && (pOf != pN || pFar != pT)) sum += angleBetween(pOf, pFar);
         }
     }
     return sum;
+}
+
+/// Tries each flip that the minimal angle allows at a flat triangle; the number of tries.
+size_t expectNoBetterFlip(Taro_2D& mesh, double minAngleDegree) {
+    size_t numTried = 0;
+    Dt2& engine = *mesh.getImpl();
+    for (Triangle2* pT : trianglesOf(mesh)) {
+        for (int i = 0; isFlat(pT) && i < 3; ++i) {
+            Triangle2* pN = pT->getOppositeTriangle(i);
+            if (!pN || !engine.canBeFlipped(pT, i) || angleBetween(pT, pN) < minAngleDegree * M_PI / 180) continue;
+            const double cost = costAround(pT, pN);
+            ++numTried;
+            engine.flip(pT, i);
+            EXPECT_GE(costAround(pT, pN), cost - 2e-9) << *pT << *pN;
+            engine.flip(pT, pT->getIntraTriangleIndex(pN));
+        }
+    }
+    return numTried;
 }
 
 TEST(Valleys, NoAllowedFlipRemovesAFlatTriangle) {
@@ -140,20 +163,40 @@ TEST(Valleys, NoAllowedFlipRemovesAFlatTriangle) {
     }
     mesh.createConstraint(vContours, CIS_CONSTRAINED_DELAUNAY);
     mesh.createZone(nullptr, ZL_GLOBAL)->optimizeValleysAndRidges(0, NO_LIMIT);
-    size_t numTried = 0;
-    Dt2& engine = *mesh.getImpl();
-    for (Triangle2* pT : trianglesOf(mesh)) {
-        for (int i = 0; isFlat(pT) && i < 3; ++i) {
-            Triangle2* pN = pT->getOppositeTriangle(i);
-            if (!pN || !engine.canBeFlipped(pT, i)) continue;
-            const double cost = costAround(pT, pN);
-            ++numTried;
-            engine.flip(pT, i);
-            EXPECT_GE(costAround(pT, pN), cost - 2e-9) << *pT << *pN;
-            engine.flip(pT, pT->getIntraTriangleIndex(pN));
+    EXPECT_GT(expectNoBetterFlip(mesh, 0), 10u);
+}
+
+/// The contours of real ground, as constraints.
+void makeContourSurface(Taro_2D& mesh, double interval) {
+    const IsoContours isoContours(readTerrain(120, 120, 1), Vector2(1, 0, 0));
+    SegmentVector vSegments;
+    for (double height = std::ceil(isoContours.getMinHeight() / interval) * interval;
+         height < isoContours.getMaxHeight(); height += interval) {
+        std::vector<SegmentVector> vvLines;
+        isoContours.getContours(height, vvLines, false);
+        for (const SegmentVector& vLine : vvLines) {
+            for (const Segment2& segment : vLine) {
+                const auto at = [height](const Point2& point) { return Point2(point.x(), point.y(), height); };
+                vSegments.emplace_back(at(segment.getSrc()), at(segment.getTrg()));
+            }
         }
     }
-    EXPECT_GT(numTried, 10u);
+    mesh.createConstraint(vSegments, CIS_CONSTRAINED_DELAUNAY);
+}
+
+TEST(Valleys, NoAllowedFlipRemovesAFlatTriangleOfRealContours) {
+    for (const double minAngleDegree : {5.0, 0.0}) {
+        Taro_2D mesh;
+        makeContourSurface(mesh, 20);
+        const auto countFlats = [&mesh] {
+            const TriangleVector vTriangles = trianglesOf(mesh);
+            return std::count_if(vTriangles.begin(), vTriangles.end(), isFlat);
+        };
+        const auto numBefore = countFlats();
+        mesh.createZone(nullptr, ZL_GLOBAL)->optimizeValleysAndRidges(minAngleDegree, NO_LIMIT);
+        EXPECT_LT(countFlats(), numBefore);
+        EXPECT_GT(expectNoBetterFlip(mesh, minAngleDegree), 100u);
+    }
 }
 
 TEST(Valleys, CancelledTheyLeaveAValidMesh) {
@@ -218,7 +261,18 @@ TEST(Holes, AreFilledUpToAPerimeter) {
     EXPECT_TRUE(refuses("the zone is none of this triangulation", mesh, nullptr, 8));
     EXPECT_TRUE(refuses("the zone is none of this triangulation", other, pZone, 8));
     EXPECT_TRUE(refuses("the perimeter is negative or no number", mesh, pZone, -1));
+    EXPECT_TRUE(refuses("the perimeter is negative or no number", mesh, pZone, NOT_A_NUMBER));
     EXPECT_TRUE(refuses("the zone has no triangles", mesh, zoneDifference(pSmall, pWhole), 8));
+}
+
+TEST(Holes, OfAZoneThatIsTooThinGiveAWarning) {
+    // No place with double coordinates lies inside this triangle.
+    const double least = std::numeric_limits<double>::denorm_min();
+    Taro_2D mesh;
+    mesh.insert({{0, 0, 0}, {1, 0, 0}, {0, least, 0}});
+    Zone2* pZone = mesh.createZone(nullptr, ZL_GLOBAL);
+    ASSERT_EQ(pZone->getNumberOfTriangles(), 1u);
+    EXPECT_NE(printedBy([&] { EXPECT_EQ(mesh.fillHoles(pZone, 1), nullptr); }), "");
 }
 
 TEST(Holes, FollowTheSurfaceAround) {
