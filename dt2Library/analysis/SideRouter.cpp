@@ -56,16 +56,16 @@ void SideRouter::collectNodes(const std::vector<Side>& vSides) {
     for (const Index node : vNodes_) magnitude = std::max(magnitude, getMagnitude(nodes_[node]));
     scale_ = std::ldexp(1.0, std::min(-std::ilogb(magnitude), 1000));
     resolution_ = BAND_RESOLUTION * magnitude * scale_;
-    for (const Index node : vNodes_) tree_.add(nodes_[node], node);
-    tree_.build();
+    std::vector<BoxTree::Entry> vEntries;
+    vEntries.reserve(vNodes_.size());
+    for (const Index node : vNodes_) vEntries.emplace_back(BoxTree::getBox(nodes_[node], nodes_[node]), node);
+    tree_.load(vEntries);
 }
 
 /// Calls visit(node) for the nodes in the box of two points, which is enlarged by the resolution.
 template <class Visit>
 void SideRouter::forEachNear(const Point2& a, const Point2& b, const Visit& visit) const {
-    const double margin = 2.0 * resolution_ / scale_;
-    const Bbox2 box(std::min(a.x(), b.x()) - margin, std::min(a.y(), b.y()) - margin, std::max(a.x(), b.x()) + margin,
-                    std::max(a.y(), b.y()) + margin);
+    const BoxTree::Box box = BoxTree::getBox(a, b, 2.0 * resolution_ / scale_);
     tree_.forEachIn(box, [&](size_t node) { visit(static_cast<Index>(node)); });
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "analysis/BandNodes.h"
-#include "kernel/PlaceTree.h"
+#include "kernel/BoxTree.h"
 #include "taro25d/Vector2.h"
 
 namespace LUMO_TARO25D {
@@ -44,7 +44,7 @@ class SideRouter {
     double resolution_ = 0.0;       // scaled
     std::vector<Index> vNodes_;     // of the sides added
     std::vector<Index> vReplaced_;  // for each node: itself, or the node with which it is merged
-    PlaceTree tree_;                // of vNodes_
+    BoxTree tree_;                  // of vNodes_
     std::unordered_map<std::uint64_t, std::vector<Index>> mPaths_;  // by from and to, from < to
 };
 
