@@ -7,9 +7,10 @@ import {chromium} from 'playwright-core';
 
 const [demo, images] = process.argv.slice(2).map(folder => resolve(folder));
 const SCENES = ['terrain', 'contours', 'streams', 'lake', 'mesh', 'earthworks_before', 'earthworks_after'];
-const MAPS = ['contours', 'profile', 'breaklines', 'zones', 'mesh_after', 'earthworks'];
+const MAPS = { // and their widths
+    contours: 520, profile: 520, breaklines: 520, zones: 520, mesh_after: 520, earthworks: 520, two_limits: 900, valleys: 900,
+};
 const SCENE_SIZE = {width: 760, height: 460};
-const MAP_WIDTH = 520;
 
 const browser = await chromium.launch({
     executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
@@ -29,10 +30,10 @@ for (const name of SCENES) {
     await scene.screenshot({path: join(images, `scene_${name}.png`)});
 }
 
-const map = await browser.newPage({viewport: {width: MAP_WIDTH, height: 400}});
+const map = await browser.newPage({viewport: {width: 900, height: 400}});
 await map.goto(toUrl('index.html'));
-for (const name of MAPS) {
-    await map.setContent(`<body style="margin: 0"><img style="width: ${MAP_WIDTH}px; display: block">`);
+for (const [name, width] of Object.entries(MAPS)) {
+    await map.setContent(`<body style="margin: 0"><img style="width: ${width}px; display: block">`);
     await map.locator('img').evaluate((image, url) => new Promise((loaded, failed) => {
         Object.assign(image, {onload: loaded, onerror: failed, src: url});
     }), toUrl(name + '.png'));

@@ -51,6 +51,8 @@ done <<'END'
 1|line.xyz: all points lie on one line|earthworks line.xyz
 1|few.xyz: the points taken lie on one line|breaklines few.xyz
 1|ring.xyz: no ground in the middle|earthworks ring.xyz
+1|line.xyz: all points lie on one line|models line.xyz
+1|ring.xyz: no ground in the middle|models ring.xyz
 1|scattered.xyz: the points do not stand in a grid|breaklines scattered.xyz
 0|Usage: terrain|terrain --help
 0|(-0.5, 3): outside|terrain --height 1,1 --height -0.5,3 north.xyz --no-picture
