@@ -9,7 +9,7 @@ library=$(realpath "$2")
 shift 2
 source=$(cd "$(dirname "$0")/../.." && pwd)
 cd "$source"
-mapfile -t pages < <(find . \( -path './build*' -o -path ./web/node_modules \) -prune -o -name '*.md' -print | sort)
+mapfile -t pages < <(find . \( -path './build*' -o -path '*/node_modules' \) -prune -o -name '*.md' -print | sort)
 
 fail() {
     echo "FAILED: $*" >&2
