@@ -70,7 +70,7 @@ Model makeGreedyTerrain(const Grid& grid, double limit) {
     filter->SetInputData(image);
     filter->SetErrorMeasureToAbsoluteError();
     filter->SetAbsoluteError(limit);
-    filter->BoundaryVertexDeletionOn();
+    filter->BoundaryVertexDeletionOff();  // otherwise points on the border are not looked at
     return run(filter.Get());
 }
 
