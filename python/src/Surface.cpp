@@ -16,8 +16,8 @@ namespace {
 
 /// Calls a function for each record of a list. Records are in the order of the curve, which is random in that of the
 /// input: they are loaded ahead.
-template <class Function>
-void forEach(const std::vector<Point2*>& vRecords, const Function& function) {
+template <class Records, class Function>
+void forEach(Records&& vRecords, const Function& function) {
     constexpr size_t AHEAD = 32;
     for (size_t i = 0; i < vRecords.size(); ++i) {
         if (i + AHEAD < vRecords.size()) __builtin_prefetch(vRecords[i + AHEAD], 1);
@@ -57,11 +57,18 @@ std::vector<Point2*> Surface::insertPoints(const double* aCoordinates, size_t nu
 
 void Surface::insertByPosition(const double* aCoordinates, size_t numPoints) {
     const bool bAllNumbered = bAllNumbered_;
-    forEach(insertPoints(aCoordinates, numPoints), [this](Point2* pVtx) {
-        if (pVtx && pVtx->getCustomIndex() < 0) return enter(pVtx);
-        vVertices_.push_back(nullptr);
-        ++nextId_;
+    std::vector<Point2*> vHandles = insertPoints(aCoordinates, numPoints);
+    forEach(vHandles, [this](Point2*& pVtx) {
+        const auto id = static_cast<int>(nextId_++);
+        if (pVtx && pVtx->getCustomIndex() < 0)
+            pVtx->setCustomIndex(id);
+        else
+            pVtx = nullptr;
     });
+    if (vVertices_.empty())
+        vVertices_.swap(vHandles);
+    else
+        vVertices_.insert(vVertices_.end(), vHandles.begin(), vHandles.end());
     bAllNumbered_ = bAllNumbered;
     establish();
 }

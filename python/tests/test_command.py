@@ -16,6 +16,7 @@ from taro25d.command.manual import make_manual
 from taro25d.command.table import COMMANDS
 
 geopandas = pytest.importorskip("geopandas")
+rasterio = pytest.importorskip("rasterio")
 shapely = pytest.importorskip("shapely")
 
 COMMAND = pathlib.Path(sys.executable).with_name("taro25d")
@@ -167,6 +168,7 @@ def test_wrong_usage_is_status_2(arguments: str, folder: pathlib.Path) -> None:
         ("convert far.obj a.ply", "far.obj: a face has a corner that is not there"),
         ("info bomb.xml", "bomb.xml"),
         ("contour cut.ply a.gpkg --interval 1", "cut.ply"),
+        ("build degrees.tif a.obj", "degrees.tif: WGS 84: longitude and latitude"),
         ("volume feet.xml before.xyz", "feet.xml: x and y are in foot and heights in meter"),
         ("tile away.laz out", "away.laz"),
         ("tile ground.laz empty.xyz out --workers 1", "empty.xyz"),
@@ -181,6 +183,10 @@ def test_unusable_data_is_status_1(arguments: str, named: str, folder: pathlib.P
     (folder / "bomb.xml").write_text('<!DOCTYPE LandXML [<!ENTITY a "ha">]><LandXML>&a;</LandXML>')
     units = '<Units><Imperial linearUnit="foot" elevationUnit="meter"/></Units>'
     (folder / "feet.xml").write_text(f"<LandXML>{units}<Surface/></LandXML>")
+    size = {"height": 3, "width": 3, "count": 1, "dtype": "float32"}
+    place = rasterio.Affine(0.01, 0, 10, 0, -0.01, 50)
+    with rasterio.open(folder / "degrees.tif", "w", crs="EPSG:4326", transform=place, **size) as file:
+        file.write(np.ones((3, 3), dtype=np.float32), 1)
     before = sorted(folder.iterdir())
     done = run(*arguments.split(), folder=folder)
     assert (done.returncode, done.stdout) == (1, ""), done.stderr

@@ -1,6 +1,7 @@
 """Files: round trips, and what happens to those that are broken."""
 
 import pathlib
+import warnings
 import webbrowser
 
 import numpy as np
@@ -50,6 +51,8 @@ def test_text_is_exact(tin: taro25d.Triangulation, ending: str, tmp_path: pathli
         "# a\n\n1,2,3\n4,5,6",
         "X;Y;Z\n1;2;3\n4;5;6\n",
         "id,height,easting,northing\n7,3,1,2\n8,6,4,5\n",
+        '"x","y","z"\n"1","2","3"\n"4","5","6"\n',
+        "x;y;z\n1,0;2,0;3,0\n4;5,00;6\n",
     ],
 )
 def test_text_in_many_forms(text: str, tmp_path: pathlib.Path) -> None:
@@ -95,6 +98,21 @@ def test_cells_without_a_height_are_gaps(turn: float, tmp_path: pathlib.Path) ->
         file.write(values, 1)
     with pytest.raises(taro25d.FormatError, match="neighbouring"):
         taro25d.read(tmp_path / "b.tif", gaps=True)
+
+
+def test_rasters_that_are_no_heights_or_have_no_place(tmp_path: pathlib.Path) -> None:
+    size = {"height": 3, "width": 3, "count": 1}
+    for name, kind, place in (("c", "complex64", (10, 0, 0, 0, -10, 0)), ("n", "float32", (1, 0, 0, 0, 1, 0))):
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore", rasterio.errors.NotGeoreferencedWarning)
+            with rasterio.open(
+                tmp_path / f"{name}.tif", "w", dtype=kind, transform=rasterio.Affine(*place), **size
+            ) as file:
+                file.write(np.ones((3, 3), dtype=kind), 1)
+    with pytest.raises(taro25d.FormatError, match="complex"):
+        taro25d.read(tmp_path / "c.tif")
+    with pytest.warns(taro25d.Warning, match="columns and rows"):
+        assert len(taro25d.read(tmp_path / "n.tif")) == 9
 
 
 def test_rasters_are_written_exactly(tin: taro25d.Triangulation, tmp_path: pathlib.Path) -> None:
@@ -257,6 +275,9 @@ def broken_files(folder: pathlib.Path) -> dict[str, bytes]:
         "noise.gpkg": b"SQLite format 3\0" + b"\0" * 100,
         "cut.geojson": b'{"type": "FeatureCollection", "features": [',
         "none.geojson": b'{"type": "FeatureCollection", "features": []}',
+        "words.asc": b"ncols 2\nnrows 2\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 b 4\n",
+        "range.obj": b"v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 99999999999999999999\n",
+        "joined.obj": b"\\\n" * 300_000,
         "huge.asc": b"ncols 2000000000\nnrows 2000000000\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 3\n",
     }
     return broken | {f"empty{f.ending}": b"" for f in io.FORMATS if f.reads}

@@ -13,7 +13,7 @@ import numpy as np
 from .. import io
 from .._geometry import FloatArray
 from .._progress import Bar, showing
-from ..errors import FormatError, InvalidInputError
+from ..errors import CrsError, FormatError, InvalidInputError
 from ..points import Points
 from ..triangulation import Triangulation
 from ..zone import Zone
@@ -50,6 +50,8 @@ def make_surface(data: Points | Triangulation, source: Path) -> Triangulation:
         tin = data if isinstance(data, Triangulation) else Triangulation(data, progress=Bar(delay=1.0))
     except InvalidInputError as error:
         raise FormatError(f"{source}: {error}") from error
+    except CrsError as error:
+        raise CrsError(f"{source}: {error}") from error
     if not len(tin):
         raise FormatError(f"{source}: there are no points that can be used")
     return tin

@@ -13,6 +13,8 @@ from .._progress import ProgressFunction, counting_lines
 from ..errors import FormatError
 from ._polygons import split
 
+_MOST_VERTICES = 1 << 31
+
 
 def read_obj(path: Path, show: ProgressFunction | None) -> tuple[FloatArray, NDArray[np.int64]]:
     """Return points and triangles; normals, textures, lines and groups do not count."""
@@ -32,16 +34,13 @@ def read_obj(path: Path, show: ProgressFunction | None) -> tuple[FloatArray, NDA
 
 def _statements(lines: Iterable[str]) -> Iterable[tuple[int, list[str]]]:
     """Return the words of lines, and of several that a backslash joins, with the number of the last line."""
-    before = ""
+    words: list[str] = []
     for number, line in enumerate(lines, 1):
-        text = before + line.partition("#")[0].strip()
-        if text.endswith("\\"):
-            before = text[:-1] + " "
-            continue
-        before = ""
-        words = text.split()
-        if words:
+        text = line.partition("#")[0].strip()
+        words += text.removesuffix("\\").split()
+        if words and not text.endswith("\\"):
             yield number, words
+            words = []
 
 
 def _corner(word: str, num_vertices: int, line: int) -> int:
@@ -51,6 +50,6 @@ def _corner(word: str, num_vertices: int, line: int) -> int:
     except ValueError as error:
         raise FormatError(f"line {line}: {word[:20]} is no corner of a face") from error
     row = num_vertices + index if index < 0 else index - 1
-    if index == 0 or row < 0:
+    if index == 0 or not 0 <= row < _MOST_VERTICES:
         raise FormatError(f"line {line}: there is no vertex {index}")
     return row

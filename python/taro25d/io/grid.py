@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import re
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
@@ -10,6 +11,7 @@ from numpy.typing import NDArray
 
 from .. import _engine
 from .._geometry import FloatArray
+from .._messages import warn
 from .._optional import require
 from .._progress import Progress, counting, showing
 from ..errors import FileError, FormatError
@@ -20,6 +22,9 @@ if TYPE_CHECKING:
     from ..triangulation import Triangulation
 
 _MOST_CELLS = 500_000_000
+_HEAD = re.compile(rb"(\s*[A-Za-z_]+[ \t]+\S+[ \t]*\r?\n)+")  # of an ASCII grid
+_HEAD_SIZE = 4096
+_CHUNK = 1 << 24  # bytes
 _STRIP = 256  # rows that are read or written at a time
 #: GDAL reports no error if the disk is full when it closes a file.
 UNFINISHED = "the file could not be written as a whole; the disk may be full"
@@ -35,12 +40,18 @@ def read_cells(path: Path, band: int = 1, progress: Progress = False) -> tuple[N
     """Read row and column of each cell that has a height, and its centre."""
     rasterio = require("rasterio")
     with rasterio.open(path) as file, showing(progress) as show:
+        if file.driver == "AAIGrid":
+            _check_words(path)
         if file.driver == "AAIGrid" and path.stat().st_size < 2 * file.width * file.height - 1:
             raise FormatError(f"the file is cut short: it has no room for {file.width} by {file.height} cells")
         if file.width * file.height > _MOST_CELLS:
             raise FormatError(f"{file.width} by {file.height} cells are too many: cut a part out first")
         if not 1 <= band <= file.count:
             raise FormatError(f"there is no band {band}: the file has {file.count}")
+        if file.dtypes[band - 1].startswith("complex"):
+            raise FormatError(f"band {band} has complex numbers, which are no heights")
+        if file.transform.is_identity:
+            warn("the raster does not say where it is: x and y are its columns and rows, counted from the first row")
         strips = counting("read", range(0, file.height, _STRIP), show)
         parts = [_read_strip(file, band, start) for start in strips]
         crs = file.crs and file.crs.to_wkt()
@@ -48,6 +59,17 @@ def read_cells(path: Path, band: int = 1, progress: Progress = False) -> tuple[N
     if not len(points):
         raise FormatError("no cell has a height")
     return cells, Points(points, crs)
+
+
+def _check_words(path: Path) -> None:
+    """Refuse an ASCII grid with words among its numbers, which GDAL takes for zeros."""
+    with path.open("rb") as file:
+        head = _HEAD.match(file.read(_HEAD_SIZE))
+        file.seek(head.end() if head else 0)
+        while chunk := file.read(_CHUNK):
+            words = chunk.translate(None, b"0123456789+-.,eE \t\r\n\0" + b"nNaAiIfF")
+            if words:
+                raise FormatError(f"{words[:20].decode('ascii', 'replace')!r} is no part of a number")
 
 
 def _read_strip(file: Any, band: int, start: int) -> tuple[NDArray[np.int64], FloatArray]:

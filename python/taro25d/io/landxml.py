@@ -65,6 +65,9 @@ def _read_crs(root: Any) -> Any:
     units = next(iter(select(root, "Metric") + select(root, "Imperial")), None)
     plane = None if units is None else units.get("linearUnit")
     height = None if units is None else units.get("elevationUnit") or plane
+    for unit in {plane, height} - {None}:
+        if str(unit).lower() not in METRES:
+            warn(f"the unit {unit} is not known; coordinates are taken as they are")
     factor, factor_of_heights = METRES.get(str(plane).lower()), METRES.get(str(height).lower())
     if factor and factor_of_heights and abs(factor_of_heights / factor - 1) > 1e-5:
         raise CrsError(

@@ -2,7 +2,8 @@
 
 from __future__ import annotations
 
-from collections.abc import Sequence
+import contextlib
+from collections.abc import Iterator, Sequence
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
@@ -26,8 +27,7 @@ _ATTRIBUTES = ("classification", "intensity", "return_number", "number_of_return
 def read(path: Path, classes: Sequence[int] | None = None, progress: Progress = False) -> Points:
     """Read the points, of some classes only if these are given (2 is ground), without those that are withheld."""
     laspy = require("laspy")
-    require("lazrs")
-    with laspy.open(path) as file, showing(progress) as show:
+    with _decoding(), laspy.open(path) as file, showing(progress) as show:
         _check_size(path, file.header)
         names = [name for name in _ATTRIBUTES if name in file.header.point_format.dimension_names]
         chunks = []
@@ -47,14 +47,22 @@ def read(path: Path, classes: Sequence[int] | None = None, progress: Progress = 
 def read_rows(path: Path, start: int, stop: int, classes: Sequence[int] | None = None) -> FloatArray:
     """Read the points of some rows, selected as ``read`` does."""
     laspy = require("laspy")
-    require("lazrs")
-    with laspy.open(path) as file:
+    with _decoding(), laspy.open(path) as file:
         _check_size(path, file.header)
         file.seek(start)
         num, points, _ = _select(file.read_points(stop - start), classes, [])
     if num != stop - start:
         raise FormatError(f"the file is cut short: {num} points are there from {start} to {stop}")
     return points
+
+
+@contextlib.contextmanager
+def _decoding() -> Iterator[None]:
+    lazrs = require("lazrs")
+    try:
+        yield
+    except lazrs.LazrsError as error:
+        raise FormatError(f"the compressed points are broken or cut short: {error}") from error
 
 
 def _check_size(path: Path, header: Any) -> None:

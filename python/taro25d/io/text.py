@@ -27,8 +27,11 @@ _NAMES = (
 
 def read(path: Path, progress: Progress = False) -> Points:
     """Read points; a line of names may stand first, and lines that begin with # do not count."""
-    with path.open(encoding="utf-8-sig", errors="strict") as file:
-        head = [line for line in (file.readline(100_000) for _ in range(100)) if line.strip() and line[0] != "#"]
+    try:
+        with path.open(encoding="utf-8-sig") as file:
+            head = [line for line in (file.readline(100_000) for _ in range(100)) if line.strip() and line[0] != "#"]
+    except UnicodeDecodeError as error:
+        raise FormatError("this is no text, or its encoding is not UTF-8") from error
     if not head:
         raise FormatError("the file is empty")
     delimiter = next((mark for mark in (";", "\t", ",") if mark in head[0]), None)
@@ -40,7 +43,9 @@ def read(path: Path, progress: Progress = False) -> Points:
         lines = (line for line in known if line.strip() and line[0] != "#")
         if not _is_number(names[0]):
             next(lines)
-        points = np.loadtxt(lines, delimiter=delimiter, usecols=columns, ndmin=2)
+        if delimiter == ";":  # the comma is a decimal point then
+            lines = (line.replace(",", ".") for line in lines)
+        points = np.loadtxt(lines, delimiter=delimiter, usecols=columns, ndmin=2, quotechar='"')
     if not len(points):
         raise FormatError("there are no points")
     return Points(points)
