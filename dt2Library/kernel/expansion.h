@@ -81,7 +81,7 @@ class ExactSum {
     ExactSum() : size_(0) {}
 
     void add(double value) {
-        aTerm_[size_] = value;
+        aTerm_[size_] = value;  // a zero may go behind the last term
         size_ += value != 0.0;
     }
     void addProduct(double a, double b) {
@@ -137,7 +137,7 @@ class ExactSum {
     friend class ExactSum;
 
     int size_;
-    double aTerm_[CAPACITY];
+    double aTerm_[CAPACITY + 1];
 };
 
 }  // namespace LUMO_TARO25D
