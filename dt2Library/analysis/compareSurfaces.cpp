@@ -6,7 +6,8 @@
 // triangles reaches. It does not go on from a common part that is mere rounding along an edge of the outer triangle:
 // since triangles are convex, all triangles that overlap the interior of the outer one are connected without it. If the
 // centre of an outer triangle is outside the hull of the other triangulation, the search starts at near hull edges. If
-// the first triangle has the same corners, it is the only one.
+// the first triangle has the same corners, it is the only one. Where coordinates are so coarse that the rounded centre is
+// outside the outer triangle, the search starts at all triangles in its box.
 //
 // Heights are linear on each common part, so that its volume and areas are simple sums (OverlayPiece). They are
 // computed in coordinates relative to a corner of the outer triangle, so that no digits are lost far from the origin.
@@ -28,9 +29,11 @@
 #include "analysis/compareTriangles.h"
 #include "analysis/zoneTriangles.h"
 #include "kernel/flatSets.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
 #include "mesh/Dt2.h"
+#include "mesh/RegionSearch.h"
 #include "mesh/walk.h"
 #include "support/PointerMap.h"
 #include "support/diagnostics.h"
@@ -56,6 +59,13 @@ Bbox2 getBoxOf(const Triangle2& triangle) {
     Bbox2 box;
     for (int i = 0; i < 3; ++i) box.add(*triangle.getCorner(i));
     return box;
+}
+
+/// Whether a place near the centre of a triangle is outside it, and the triangle is not negligibly thin.
+bool isRoundedOut(const LocalTriangle& triangle, const Point2& place, const Point2& origin) {
+    const double x = place.x() - origin.x(), y = place.y() - origin.y(), extent = triangle.getExtent();
+    const double least = std::min({triangle.getSide(0, x, y), triangle.getSide(1, x, y), triangle.getSide(2, x, y)});
+    return least <= 0.0 && triangle.getSide(0, triangle.x(0), triangle.y(0)) > MIN_PIECE_AREA * extent * extent;
 }
 
 void prefetchCorners(const Triangle2& triangle) {
@@ -142,7 +152,8 @@ class InnerSurface {
     const Bbox2& getBox() const { return box_; }
     bool contains(const Triangle2* pT) const { return mInZone_.empty() || mInZone_.find(pT); }
     /// Adds triangles from which all triangles that overlap outer are reached.
-    void start(const Triangle2& outer, RecentWalks& walks, GeomTest& geomTest, Reached& reached) const;
+    void start(const Triangle2& outer, const LocalTriangle& local, RecentWalks& walks, GeomTest& geomTest,
+               Reached& reached) const;
 
   private:
     Triangle2* getTriangleNear(const Point2& place) const;
@@ -158,8 +169,15 @@ Triangle2* InnerSurface::getTriangleNear(const Point2& place) const {
     return vault.getInsertionBox().isInBox(place) ? vault.getCloseTriangle(place) : dt2_.getOneValidTriangle();
 }
 
-void InnerSurface::start(const Triangle2& outer, RecentWalks& walks, GeomTest& geomTest, Reached& reached) const {
+void InnerSurface::start(const Triangle2& outer, const LocalTriangle& local, RecentWalks& walks, GeomTest& geomTest,
+                         Reached& reached) const {
     const Point2 centre = outer.getBarycenter();
+    if (isRoundedOut(local, centre, *outer.getCorner(0))) {
+        std::vector<Triangle2*> vInBox;
+        RegionSearch(dt2_).getTrianglesInBox(getBoxOf(outer), vInBox);
+        for (Triangle2* pT : vInBox) reached.add(pT);
+        return;
+    }
     Triangle2* pT = walks.getNearest(centre);
     if (!pT) pT = getTriangleNear(centre);
     int idx = -1;
@@ -225,7 +243,7 @@ void Comparison::compare(const Triangle2& outer, Walk& walk) const {
     const LocalTriangle localOuter(outer, origin);
     const double originMagnitude = std::max(std::abs(origin.x()), std::abs(origin.y()));
     walk.reached.clear();
-    inner_.start(outer, walk.walks, walk.geomTest, walk.reached);
+    inner_.start(outer, localOuter, walk.walks, walk.geomTest, walk.reached);
     for (size_t k = 0; k < walk.reached.size(); ++k) {
         progress_.throwIfStopped();
         const Triangle2* pInner = walk.reached[k];

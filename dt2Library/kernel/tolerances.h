@@ -58,8 +58,8 @@ constexpr double REGION_MARGIN = 1e-12;
 /// Share of the area of a polygon, and of its circumference times its resolution: the greatest difference by rounding
 /// between that area and the area inside the cut (CookieCutter).
 constexpr double MAX_AREA_ERROR = 1e-6, MAX_BORDER_ERROR = 64.0;
-/// Share of the squared extent of two triangles: an overlay of larger area is no artefact of rounding along a common
-/// side (OverlayPiece).
+/// Share of the squared extent of triangles: an overlay of larger area is no artefact of rounding along a common side
+/// (OverlayPiece), and a triangle of larger area must be found although its centre is rounded out of it (InnerSurface).
 constexpr double MIN_PIECE_AREA = 0x1p-30;
 
 // ---- Heights ----

@@ -180,6 +180,19 @@ TEST(CompareSurfaces, FindsGroundThatOnlyBordersReach) {
     }
 }
 
+TEST(CompareSurfaces, CountsTrianglesWhoseCentresRoundOutOfThem) {
+    Random r(27);
+    PointVector vPoints;
+    for (int k = 0; k < 300; ++k) {
+        const double x = 1e15 + integer(r, 0, 40), y = 3e15 + 0.5 * integer(r, 0, 80);
+        vPoints.emplace_back(x, y, integer(r, 0, 1));
+    }
+    Taro_2D mesh;
+    mesh.insert(vPoints);
+    Zone2* pZone = mesh.createZone(nullptr, ZL_GLOBAL);
+    EXPECT_NEAR(compareSurfaces(pZone, pZone, 0).unchangedArea, pZone->getArea2D(), 1e-6);
+}
+
 TEST(CompareSurfaces, GivesTheSameForAnyNumberOfThreads) {
     Ground before(
         scaled(20000), 0, 100, [](double x, double y) { return x * y; }, 11);
