@@ -5,7 +5,7 @@ import re
 from pathlib import Path
 
 from sphinx.application import Sphinx
-from taro25d.command.table import COMMANDS
+from taro25d.command.table import COMMANDS, get_usage, list_endings
 
 HERE = Path(__file__).parent
 
@@ -28,6 +28,7 @@ suppress_warnings = ["duplicate_declaration.cpp"]  # the namespace, which each h
 autodoc_member_order = "bysource"
 autodoc_typehints = "none"  # the sentences say what is taken
 napoleon_use_ivar = True
+smartquotes_action = "qe"  # two hyphens stay, since options begin with them
 
 myst_enable_extensions = ["fieldlist"]
 myst_heading_anchors = 3
@@ -35,10 +36,18 @@ myst_heading_anchors = 3
 
 def write_commands() -> None:
     """Make the page of the command, of the table that its parser and its manual page are made of."""
-    lines = ["# The command", "", "Results are printed on standard output, everything else on standard error.", ""]
+    lines = [
+        "# The command",
+        "",
+        "Results are printed on standard output, everything else on standard error. The exit status is 1 if the data cannot be",
+        "used, 2 for wrong usage, and 130 after Ctrl-C; nothing is written then.",
+        "",
+    ]
+    lines += [f"- {verb} {' '.join(f'`{ending}`' for ending in known)}" for verb, known in list_endings()]
+    lines.append("")
     for command in COMMANDS:
-        usage = [argument.name if argument.required else f"[{argument.name}]" for argument in command.arguments]
-        lines += [f"## {command.name}", "", command.description, "", f"`taro25d {command.name} {' '.join(usage)}`", ""]
+        usage = f"taro25d {command.name} {get_usage(command)}"
+        lines += [f"## {command.name}", "", command.description, "", "```text", usage, "```", ""]
         for argument in command.arguments:
             lines.append(f"- `{argument.name}`: {argument.help}")
         for option in command.options:

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from .table import COMMANDS, Command, list_endings
+from .table import COMMANDS, Command, get_usage, list_endings
 
 
 def _escape(text: str) -> str:
@@ -10,13 +10,7 @@ def _escape(text: str) -> str:
 
 
 def _section(command: Command) -> list[str]:
-    names = {argument: argument.name + ("..." if argument.multiple else "") for argument in command.arguments}
-    usage = [names[argument] if argument.required else f"[{names[argument]}]" for argument in command.arguments]
-    usage += [
-        f"{o.name} {o.metavar}".strip() if o.required else f"[{o.name} {o.metavar}".strip() + "]"
-        for o in command.options
-    ]
-    lines = [f'.SS "taro25d {command.name} {_escape(" ".join(usage))}"', _escape(command.description)]
+    lines = [f'.SS "taro25d {command.name} {_escape(get_usage(command))}"', _escape(command.description)]
     for argument in command.arguments:
         lines += [".TP", f".I {argument.name}", _escape(argument.help)]
     for option in command.options:
@@ -46,6 +40,7 @@ def make_manual() -> str:
             ".TP\n.B 0\nsuccess",
             ".TP\n.B 1\nthe data cannot be used; the message names the file",
             ".TP\n.B 2\nwrong usage",
+            ".TP\n.B 130\ninterrupted with Ctrl\\-C",
         ),
     ]
     return "\n".join(lines) + "\n"

@@ -40,6 +40,18 @@ class Command(NamedTuple):
     run: str
 
 
+def get_usage(command: Command) -> str:
+    """Return arguments and options as a line; optional ones are in brackets."""
+    names = [argument.name + ("..." if argument.multiple else "") for argument in command.arguments]
+    words = [
+        name if argument.required else f"[{name}]" for name, argument in zip(names, command.arguments, strict=True)
+    ]
+    for option in command.options:
+        word = f"{option.name} {option.metavar}".strip()
+        words.append(word if option.required else f"[{word}]")
+    return " ".join(words)
+
+
 def list_endings() -> list[tuple[str, list[str]]]:
     """List the endings of files that can be read, and written."""
     return [("Reads", io.endings(reading=True)), ("Writes", io.endings(writing=True))]
