@@ -55,15 +55,18 @@ double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& pla
         vCorners_.emplace_back(*triangle.getCorner(i), place);
         if (vCorners_.back().sqLength == 0.0 && place == *triangle.getCorner(i)) return triangle.getCorner(i)->z();
     }
+    std::array<double, 3> aCross;
     for (size_t k = 0; k < 3; ++k) {
         const size_t src = k == 2 ? 0 : k + 1, trg = k == 0 ? 2 : k - 1;
         const Corner &a = vCorners_[src], &b = vCorners_[trg];
         const double cross = getCross(a, b);
-        vExits_.emplace_back(&triangle, aIndex[k], src, trg, cross);
+        aCross[k] = cross;
         const bool bSureInside = cross > MIN_CLEAR_SINE * (a.sqLength + b.sqLength);
         if (bSureInside || !isOnBarrier(triangle, aIndex[k], place)) continue;
         return getZOnSegment(*triangle.getCorner(aIndex[src]), *triangle.getCorner(aIndex[trg]), place.x(), place.y());
     }
+    for (size_t k = 0; k < 3; ++k)
+        addExit(&triangle, aIndex[k], k == 2 ? 0 : k + 1, k == 0 ? 2 : k - 1, aCross[k], place);
     double height = interpolate(place);
     // This happens only if numbers overflow, or vertices are rounding errors apart.
     if (!std::isfinite(height)) getHeightInside(triangle, place, height);
@@ -94,23 +97,25 @@ inline void NaturalNeighbours::addBorder(const Corner& src, const Corner& trg) {
     area_ += 4.0 * cross - atSrc - atTrg;
 }
 
-/// Adds the triangle behind an exit to the cavity if it belongs to it; its two other edges become exits.
-inline bool NaturalNeighbours::enter(const Triangle2& next, const Exit& exit, const Point2& place) {
-    const int k = indexOfNeighbour(&next, exit.pT);
-    const Corner far(*next.getCorner(k), place);
-    const Corner &src = vCorners_[exit.src], &trg = vCorners_[exit.trg];
-    const double fromSrc = getCross(src, far), toTrg = getCross(far, trg);
-    const double det = trg.sqLength * fromSrc + src.sqLength * toTrg - far.sqLength * exit.cross;
-    const int sign = GeomTest::getSureSignInCircle(det, trg.sqLength, src.sqLength, far.sqLength);
-    if (sign < 0 || (sign == 0 && !geomTest_.exact_circleInc(&next, &place)) || dt2_.isConstraint(exit.pT, exit.i)) {
-        return false;
-    }
-    addTriangle(far, trg, src);
-    const size_t from = exit.src, to = exit.trg, added = vCorners_.size();
-    vCorners_.push_back(far);
-    vExits_.emplace_back(&next, incIndexBy1(k), from, added, fromSrc);
-    vExits_.emplace_back(&next, incIndexBy2(k), added, to, toTrg);
-    return true;
+/// Adds an exit with the circle test of the triangle behind it.
+inline void NaturalNeighbours::addExit(const Triangle2* pT, int i, size_t src, size_t trg, double cross,
+                                       const Point2& place) {
+    Exit& exit = vExits_.emplace_back();
+    exit.pT = pT;
+    exit.i = i;
+    exit.src = static_cast<std::uint32_t>(src);
+    exit.trg = static_cast<std::uint32_t>(trg);
+    exit.pNext = pT->getOppositeTriangle(i);
+    exit.sign = -1;
+    if (!exit.pNext) return;
+    exit.far = indexOfNeighbour(exit.pNext, pT);
+    exit.farIdx = static_cast<std::uint32_t>(vCorners_.size());
+    const Corner& far = vCorners_.emplace_back(*exit.pNext->getCorner(exit.far), place);
+    const Corner &a = vCorners_[src], &b = vCorners_[trg];
+    exit.fromSrc = getCross(a, far);
+    exit.toTrg = getCross(far, b);
+    const double det = b.sqLength * exit.fromSrc + a.sqLength * exit.toTrg - far.sqLength * cross;
+    exit.sign = GeomTest::getSureSignInCircle(det, b.sqLength, a.sqLength, far.sqLength);
 }
 
 double NaturalNeighbours::interpolate(const Point2& place) {
@@ -118,9 +123,17 @@ double NaturalNeighbours::interpolate(const Point2& place) {
     volume_ = area_ = 0.0;
     addTriangle(vCorners_[0], vCorners_[1], vCorners_[2]);
     for (size_t k = 0; k < vExits_.size(); ++k) {
-        const Exit& exit = vExits_[k];
-        const Triangle2* pN = exit.pT->getOppositeTriangle(exit.i);
-        if (!pN || !enter(*pN, exit, place)) addBorder(vCorners_[exit.src], vCorners_[exit.trg]);
+        if (!isInside(vExits_[k], place)) {
+            addBorder(vCorners_[vExits_[k].src], vCorners_[vExits_[k].trg]);
+            continue;
+        }
+        const Triangle2* pNext = vExits_[k].pNext;
+        const int far = vExits_[k].far;
+        const size_t src = vExits_[k].src, trg = vExits_[k].trg, added = vExits_[k].farIdx;
+        const double fromSrc = vExits_[k].fromSrc, toTrg = vExits_[k].toTrg;
+        addExit(pNext, incIndexBy1(far), src, added, fromSrc, place);
+        addExit(pNext, incIndexBy2(far), added, trg, toTrg, place);
+        addTriangle(vCorners_[added], vCorners_[trg], vCorners_[src]);
     }
     return baseZ_ + volume_ / area_;
 }

@@ -38,32 +38,33 @@ class NaturalNeighbours {
         Corner(const Point2& corner, const Point2& place)
             : x(corner.x() - place.x()), y(corner.y() - place.y()), sqLength(x * x + y * y), z(corner.z()) {}
     };
-    /// An edge of a triangle of the cavity that is still to be crossed or found to be border.
+    /// An edge of a triangle of the cavity, and the triangle behind it, whose test does not wait until it is wanted:
+    /// processors guess its result badly, and the tests of several exits run at the same time.
     struct Exit {
         const Triangle2* pT;
         int i;
-        std::uint32_t src, trg;  // in vCorners_
-        double cross;            // of the two ends
-
-        Exit(const Triangle2* pTriangle, int edge, size_t from, size_t to, double crossOfEnds)
-            : pT(pTriangle),
-              i(edge),
-              src(static_cast<std::uint32_t>(from)),
-              trg(static_cast<std::uint32_t>(to)),
-              cross(crossOfEnds) {}
+        const Triangle2* pNext;          // the triangle behind; null at the hull
+        int far;                         // its corner opposite the edge
+        std::uint32_t src, trg, farIdx;  // in vCorners_
+        int sign;                        // of the circle test, 0 if undecided
+        double fromSrc, toTrg;           // cross products of the far corner with the ends of the edge
     };
 
     bool isBarrier(const Triangle2* pT, int i) const { return !pT->getOppositeTriangle(i) || dt2_.isConstraint(pT, i); }
     bool isOnBarrier(const Triangle2& triangle, int i, const Point2& place);
     double interpolate(const Point2& place);
-    bool enter(const Triangle2& next, const Exit& exit, const Point2& place);
+    void addExit(const Triangle2* pT, int i, size_t src, size_t trg, double cross, const Point2& place);
+    bool isInside(const Exit& exit, const Point2& place) {
+        return exit.sign >= 0 && (exit.sign > 0 || geomTest_.exact_circleInc(exit.pNext, &place)) &&
+               !dt2_.isConstraint(exit.pT, exit.i);
+    }
     void addTriangle(const Corner& a, const Corner& b, const Corner& c);
     void addBorder(const Corner& src, const Corner& trg);
     static double getCross(const Corner& a, const Corner& b) { return a.x * b.y - a.y * b.x; }
 
     const Dt2& dt2_;
     GeomTest geomTest_;
-    std::vector<Corner> vCorners_;  // of the cavity
+    std::vector<Corner> vCorners_;  // of the cavity, and those behind its exits
     std::vector<Exit> vExits_;      // all so far
     double baseZ_ = 0.0;            // heights are relative to it
     double volume_ = 0.0, area_ = 0.0;
