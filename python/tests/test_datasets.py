@@ -25,6 +25,22 @@ def test_the_same_seed_gives_the_same_points(make) -> None:
         make(10, float("nan"))
 
 
+# A point of each surface, with the numbers of the tests of the C++ library.
+KNOWN = {
+    datasets.fractal_terrain: (1000.0, "0x1.2ee9c64e1a2cbp+7 0x1.9fa2ffe8a689bp+9 0x1.2bb42bd0fae70p+5"),
+    datasets.survey_lines: (1000.0, "0x1.171647b1dcc78p+9 0x1.894c36e7dc3b9p+9 -0x1.136e5883350b2p+5"),
+    datasets.stockpile: (10.0, "-0x1.be22b448e5022p+3 0x1.a807add8b493ap+3 0x0p+0"),
+    datasets.road: (1000.0, "0x1.85727e120292bp+9 0x1.93f053817b7a1p+8 -0x1.0ed4412f0b91ep+5"),
+    datasets.scanned_facade: (0.01, "0x1.070a380da8b8cp+4 0x1.130339d4df7b5p+3 0x1.72756c8de681fp-7"),
+}
+
+
+@pytest.mark.parametrize("make", MAKERS)
+def test_the_points_are_those_of_the_library(make) -> None:
+    size, numbers = KNOWN[make]
+    assert make(1000, size, seed=7)[777].tolist() == [float.fromhex(number) for number in numbers.split()]
+
+
 def test_a_stockpile_has_its_volume() -> None:
     pile = taro25d.Triangulation(datasets.stockpile(100_000))
     level = taro25d.Triangulation([(-20, -20, 0), (20, -20, 0), (20, 20, 0), (-20, 20, 0)])

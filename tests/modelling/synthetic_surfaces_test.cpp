@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "support/capture.h"
 #include "support/generators.h"
@@ -33,9 +34,17 @@ TEST(SyntheticSurfaces, RepeatAndDifferBySeed) {
     }
     EXPECT_FALSE(areEqual(makeFractalTerrain(100, 1.0, 1), makeFractalTerrain(100, 1.0, 2)));
     EXPECT_NE(makeRoad(100, 1000.0, 1)[0].z(), makeRoad(100, 1000.0, 2)[0].z());
-    // Known bits: the points are those of any other machine.
-    EXPECT_TRUE(
-        areEqual(makeFractalTerrain(1, 1.0, 1), {{0x1.122deafddb434p-3, 0x1.175c928118c7cp-3, -0x1.56a8922a2cba5p-6}}));
+}
+
+TEST(SyntheticSurfaces, HaveKnownBits) {
+    // The points are those of any other machine, and of the package taro25d, whose tests have the same numbers.
+    const std::pair<PointVector, Point2> aKnown[] = {
+        {makeFractalTerrain(1000, 1000.0, 7), {0x1.2ee9c64e1a2cbp+7, 0x1.9fa2ffe8a689bp+9, 0x1.2bb42bd0fae70p+5}},
+        {makeSurveyLines(1000, 1000.0, 7), {0x1.171647b1dcc78p+9, 0x1.894c36e7dc3b9p+9, -0x1.136e5883350b2p+5}},
+        {makeStockpile(1000, 10.0, 7), {-0x1.be22b448e5022p+3, 0x1.a807add8b493ap+3, 0.0}},
+        {makeRoad(1000, 1000.0, 7), {0x1.85727e120292bp+9, 0x1.93f053817b7a1p+8, -0x1.0ed4412f0b91ep+5}},
+        {makeScannedFacade(1000, 0.01, 7), {0x1.070a380da8b8cp+4, 0x1.130339d4df7b5p+3, 0x1.72756c8de681fp-7}}};
+    for (const auto& [vPoints, point] : aKnown) EXPECT_TRUE(samePoint(vPoints[777], point)) << vPoints[777];
 }
 
 TEST(SyntheticSurfaces, TerrainIsContinuousAndSharedByLines) {
