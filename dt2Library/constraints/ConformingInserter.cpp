@@ -132,10 +132,10 @@ bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const
     // The pieces of this segment wait for their turn; those of the other segment, which was an edge before, become
     // edges at once.
     vPieces.clear();
-    appendAlivePieces(vPairIspCS[0].second, vPieces);
+    appendAlivePieces(vPairIspCS[0].pCrossed, vPieces);
     establisher_.establish(vPieces);
     // If an end lies on the other segment, only that one was split.
-    bGoOn = pCSeg->isAlive() && !vPairIspCS[0].second->isAlive();
+    bGoOn = pCSeg->isAlive() && !vPairIspCS[0].pCrossed->isAlive();
     return true;
 }
 

@@ -1,7 +1,7 @@
 // Constraint graphs: the segments of one batch, their directions, and whether they make one closed chain.
 //
-// Segments store their ends in the order of addresses, so each graph stores for each of its segments, split ones and
-// pieces included, whether its own direction is the reverse. A split hands the direction of the parent down to both
+// Segments store their ends in the order of addresses, so each segment of a graph, split ones and pieces included,
+// stores whether the direction of the graph is the reverse. A split hands the direction of the parent down to both
 // children; the child at the source comes first. In this order the leaves below the segments of a chain are again a
 // chain.
 //
@@ -16,6 +16,7 @@
 #include <functional>
 #include <iostream>
 #include <iterator>
+#include <optional>
 
 #include "constraints/ConstraintMgr.h"
 #include "constraints/ConstraintPieces.h"
@@ -89,42 +90,23 @@ class Incidence {
 // ---------------------------------------------------------------------------------------------------------------------
 // Construction
 
-class ConstraintGraph2::ReverseMap : public PointerMap<bool> {
-  public:
-    std::vector<bool> vPasses;  // the directions of the original segments, if one occurs in both
-};
-
 ConstraintGraph2::~ConstraintGraph2() = default;
 
 ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                    ConstraintInsertionStrategy cis)
-    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis), pReverse_(std::make_unique<ReverseMap>()) {
-    const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
+    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis) {
+    takeSegments(vCSegs, [](const ConstraintSegment2*) { return false; });
     bOriented_ = bPolygon_;
-    Directions vDirections;
-    vDirections.reserve(vProperCSegs.size());
-    for (ConstraintSegment2* pCSeg : vProperCSegs) vDirections.emplace_back(pCSeg, false);
-    if (!bPolygon_) enterDirections(vDirections);
-    makeSelfOwner(vCSegs);
 }
 
 ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const std::vector<ConstraintSegment2*>& vCSegs,
                                    const std::map<VertexPair, bool>& mPPReverse, ConstraintInsertionStrategy cis)
-    : pDt2_(pDt2),
-      pGeomTest_(&pDt2->getGeomTest()),
-      cis_(cis),
-      pReverse_(std::make_unique<ReverseMap>()),
-      bOriented_(true) {
-    const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
-    Directions vDirections;
-    vDirections.reserve(vProperCSegs.size());
-    for (ConstraintSegment2* pCSeg : vProperCSegs) {
+    : pDt2_(pDt2), pGeomTest_(&pDt2->getGeomTest()), cis_(cis), bOriented_(true) {
+    takeSegments(vCSegs, [&mPPReverse](const ConstraintSegment2* pCSeg) {
         const auto q_it = mPPReverse.find(VertexPair(pCSeg->getSrc(), pCSeg->getTrg()));
         TARO_ASSERT_TEXT(q_it != mPPReverse.end(), "q_it!=mPPReverse.end()");
-        vDirections.emplace_back(pCSeg, q_it->second);
-    }
-    if (!bPolygon_) enterDirections(vDirections);
-    makeSelfOwner(vCSegs);
+        return q_it->second;
+    });
 }
 
 ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
@@ -133,7 +115,7 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
       pGeomTest_(&pDt2->getGeomTest()),
       cis_(other.cis_),
       bPolygon_(other.bPolygon_),
-      pReverse_(std::make_unique<ReverseMap>()),
+      vPasses_(other.vPasses_),
       bOriented_(other.bOriented_),
       name_(other.name_) {
     // A graph whose removal was cancelled may have lost segments.
@@ -141,24 +123,38 @@ ConstraintGraph2::ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
     for (const ConstraintSegment2* pCSeg : other.vCSegParents_) {
         if (ConstraintSegment2* const* ppCopy = mSegments.find(pCSeg)) vCSegParents_.push_back(*ppCopy);
     }
-    other.pReverse_->forEach([&](const void* pCSeg, bool bReverse) {
-        if (ConstraintSegment2* const* ppCopy = mSegments.find(pCSeg)) pReverse_->add(*ppCopy, bReverse);
-    });
-    pReverse_->vPasses = other.pReverse_->vPasses;
 }
 
-/// Splits enter pieces, and nothing else changes.
-std::function<void()> ConstraintGraph2::rememberState() {
-    return [this, reverse = *pReverse_, numSplits = vSplits_.size()] {
-        *pReverse_ = reverse;
-        vSplits_.resize(numSplits);
-    };
+/// The work of a constructor: a graph whose construction fails owns nothing, and segments do not know it.
+template <class IsReverse>
+void ConstraintGraph2::takeSegments(const std::vector<ConstraintSegment2*>& vCSegs, const IsReverse& isReverse) {
+    try {
+        const std::vector<ConstraintSegment2*> vProperCSegs = init(vCSegs);
+        Directions vDirections;
+        if (!bPolygon_) vDirections.reserve(vProperCSegs.size());
+        for (ConstraintSegment2* pCSeg : vProperCSegs) {
+            const bool bReverse = isReverse(pCSeg);
+            if (!bPolygon_) vDirections.emplace_back(pCSeg, bReverse);
+        }
+        if (!bPolygon_) enterDirections(vDirections);
+        // Last, so that a dead segment without children has failed before.
+        for (ConstraintSegment2* pCSeg : vCSegs) pCSeg->addOwnerRecursive(this);
+    } catch (...) {
+        makeForgotten(vCSegs);
+        throw;
+    }
 }
 
-/// The last step of a constructor: a graph whose construction fails must own nothing. A dead segment without children
-/// has failed before, when directions were entered.
-void ConstraintGraph2::makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs) {
-    for (ConstraintSegment2* pCSeg : vCSegs) pCSeg->addOwnerRecursive(this);
+void ConstraintGraph2::makeForgotten(std::vector<ConstraintSegment2*> vCSegs) const {
+    while (!vCSegs.empty()) {
+        ConstraintSegment2* pCSeg = vCSegs.back();
+        vCSegs.pop_back();
+        if (!pCSeg->forgetGraph(this) || pCSeg->isAlive()) continue;
+        ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
+        Point2* pSplit = nullptr;
+        pCSeg->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);
+        if (pChild0) vCSegs.insert(vCSegs.end(), {pChild0, pChild1});
+    }
 }
 
 std::vector<ConstraintSegment2*> ConstraintGraph2::init(const std::vector<ConstraintSegment2*>& vCSegs) {
@@ -179,14 +175,12 @@ std::vector<ConstraintSegment2*> ConstraintGraph2::init(const std::vector<Constr
 
 void ConstraintGraph2::enterDirections(const Directions& vDirections) {
     TARO_ASSERT_TEXT(vCSegParents_.empty(), "vCSegParents.empty()");
-    TARO_ASSERT_TEXT(pReverse_->empty(), "mCSegReverse.empty()");
     vCSegParents_.reserve(vDirections.size());
-    pReverse_->reserve(vDirections.size());
     CancelPoint<> cancelPoint;
     for (const auto& [pCSeg, bReverse] : vDirections) {
         cancelPoint.pass();
         vCSegParents_.push_back(pCSeg);
-        pReverse_->add(pCSeg, bReverse);
+        pCSeg->addDirection(this, bReverse);
     }
     for (ConstraintSegment2* pCSeg : vCSegParents_) {
         cancelPoint.pass();
@@ -204,8 +198,8 @@ void ConstraintGraph2::setDirectionsRecursive(ConstraintSegment2* pCSeg) {
         getChildrenFrom(pSrc, pParent, pChild0, pChild1);
         Point2* pTrg = getOtherEnd(pParent, pSrc);
         // A piece that the graph knows already keeps its direction, and so do its descendants.
-        const bool bNew0 = pReverse_->add(pChild0, pChild0->getSrc() != pSrc);
-        const bool bNew1 = pReverse_->add(pChild1, pChild1->getTrg() != pTrg);
+        const bool bNew0 = pChild0->addDirection(this, pChild0->getSrc() != pSrc);
+        const bool bNew1 = pChild1->addDirection(this, pChild1->getTrg() != pTrg);
         if (bNew0 && !pChild0->isAlive()) vStack.push_back(pChild0);
         if (bNew1 && !pChild1->isAlive()) vStack.push_back(pChild1);
     }
@@ -267,7 +261,7 @@ void ConstraintGraph2::getPolygonVertices(std::vector<Point2*>& vVertices) const
 // Directions and pieces
 
 bool ConstraintGraph2::isConstraint(ConstraintSegment2* pCSeg) const {
-    return pCSeg && pCSeg->isAlive() && pReverse_->find(pCSeg);
+    return pCSeg && pCSeg->isAlive() && pCSeg->getDirection(this).has_value();
 }
 
 bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
@@ -281,9 +275,9 @@ bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
 bool ConstraintGraph2::isReverse(ConstraintSegment2* pCSeg) const { return getOrientedSrc(pCSeg) != pCSeg->getSrc(); }
 
 Point2* ConstraintGraph2::getOrientedSrc(const ConstraintSegment2* pCSeg) const {
-    const bool* pbReverse = pReverse_->find(pCSeg);
-    TARO_ASSERT_TEXT(pbReverse != nullptr, "q_it!=mCSegReverse.end()");
-    return *pbReverse ? pCSeg->getTrg() : pCSeg->getSrc();
+    const std::optional<bool> reverse = pCSeg->getDirection(this);
+    TARO_ASSERT_TEXT(reverse.has_value(), "q_it!=mCSegReverse.end()");
+    return *reverse ? pCSeg->getTrg() : pCSeg->getSrc();
 }
 
 void ConstraintGraph2::getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
@@ -338,7 +332,7 @@ void ConstraintGraph2::getChildConstraintSegments(std::vector<ConstraintSegment2
 
 void ConstraintGraph2::setPasses(const std::vector<bool>& vReverse) {
     TARO_ASSERT(vReverse.size() == vCSegParents_.size());
-    pReverse_->vPasses = vReverse;
+    vPasses_ = vReverse;
 }
 
 /// Walks along each segment by itself: where constraints have been bent to near vertices, two segments may share a
@@ -349,7 +343,7 @@ void ConstraintGraph2::getDirectedPieces(std::vector<std::pair<Point2*, Point2*>
     for (size_t k = 0; k < vCSegParents_.size(); ++k) {
         cancelPoint.pass();
         ConstraintSegment2* pOriginal = vCSegParents_[k];
-        const bool bReverse = pReverse_->vPasses.empty() ? isReverse(pOriginal) : pReverse_->vPasses[k];
+        const bool bReverse = vPasses_.empty() ? isReverse(pOriginal) : vPasses_[k];
         Point2* pAt = bReverse ? pOriginal->getTrg() : pOriginal->getSrc();
         for (vStack.push_back(pOriginal); !vStack.empty();) {
             ConstraintSegment2* pCSeg = vStack.back();
@@ -373,12 +367,11 @@ void ConstraintGraph2::updateSplittedConstraintSegment(ConstraintSegment2* pPare
     Point2* pSplit = nullptr;
     pParentCSeg->getChildrenAndSplitPoint(pCSeg0, pCSeg1, pSplit);
     TARO_ASSERT_TEXT(pSplit != nullptr, "pSplit!=__null");
-    vSplits_.emplace_back(pSplit, pParentCSeg);
     if (bUpdateManager) pDt2_->getConstraintManager()->updateConstraintSegment(pParentCSeg, pCSeg0, pCSeg1);
 }
 
 bool ConstraintGraph2::dbg_hasDirection(const ConstraintSegment2* pCSeg) const {
-    return pReverse_->find(pCSeg) != nullptr;
+    return pCSeg->getDirection(this).has_value();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -1,11 +1,11 @@
 // The constraint segments of one triangulation.
 //
-// There is at most one segment for each pair of vertices, found by a hash table. The list of all segments serves
-// queries that want them in order; it is sorted only when somebody asks, which costs less than keeping order at each
-// split. Entries of discarded segments stay in the list until half of it is garbage (sweep).
+// There is at most one segment for each pair of vertices. The mesh has the hash table of segments by their ends
+// (ConstraintEdges), so that it answers whether an edge is a constraint without the manager. The list of all segments
+// serves queries that want them in order; it is sorted only when somebody asks, which costs less than keeping order at
+// each split. Entries of discarded segments stay in the list until half of it is garbage (sweep).
 //
-// The mesh answers whether an edge is a constraint without the manager: each segment registers its edge with a pointer
-// to its alive flag (ConstraintEdges), so that killing a segment needs no second update.
+// Memory: 64 bytes a segment, and some 30 in the list and the table.
 //
 // A vertex that was inserted for constraints alone is remembered (bringVertex), so that removing a graph can remove it
 // too. Counting the segments at each vertex starts with the first removal, since most clients never remove a graph.
@@ -14,14 +14,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
 #include <functional>
-#include <iomanip>
-#include <iostream>
-#include <limits>
 #include <tuple>
 
 #include "constraints/ConstraintPieces.h"
+#include "kernel/links.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
 #include "support/diagnostics.h"
@@ -53,24 +50,17 @@ void bringIntoOrder(std::vector<ConstraintSegment2*>& vCSegs, std::ptrdiff_t num
         withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; }));
 }
 
-/// Returns the alive pieces of a graph and prints the name of the file that they go to.
-std::vector<ConstraintSegment2*> announceDump(const ConstraintGraph2& graph, const std::string& filename) {
-    std::vector<ConstraintSegment2*> vPieces;
-    graph.getChildConstraintSegments(vPieces);
-    Note("ConstraintMgr::writeConstraints()")
-        << "writes " << vPieces.size() << " child segments to " << filename << "\n";
-    return vPieces;
-}
-
 }  // namespace
 
 ConstraintMgr::ConstraintMgr(Dt2* pDt2) : pDt2_(pDt2), establisher_(*pDt2, *this), remover_(*pDt2, *this) {
+    constexpr int FIRST_BLOCK = 16, MAX_BLOCK = 1 << 20;
+    segmentPool_.init(FIRST_BLOCK, MAX_BLOCK);
     pDt2_->setConstraintKeeper(this);
 }
 
 ConstraintMgr::~ConstraintMgr() {
-    for (const ConstraintSegment2* pCSeg : vSegments_) delete pCSeg;
-    for (const ConstraintSegment2* pCSeg : vGarbage_) delete pCSeg;
+    for (const ConstraintSegment2* pCSeg : vSegments_) pCSeg->~ConstraintSegment2();
+    for (const ConstraintSegment2* pCSeg : vGarbage_) pCSeg->~ConstraintSegment2();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -85,8 +75,12 @@ bool ConstraintMgr::isConstraintVertex(const Point2* pVtx) const {
     return constraintVertices_.contains(pVtx) || sPendingEnds_.contains(pVtx);
 }
 
+ConstraintSegment2* ConstraintMgr::findSegment(const Point2* p0, const Point2* p1) const {
+    return pDt2_->getConstraintEdges().find(p0, p1);
+}
+
 ConstraintSegment2* ConstraintMgr::getAliveConstraintSegment(const Point2* p0, const Point2* p1) const {
-    ConstraintSegment2* pCSeg = segmentIndex_.find(p0, p1);
+    ConstraintSegment2* pCSeg = findSegment(p0, p1);
     return pCSeg && pCSeg->isAlive() ? pCSeg : nullptr;
 }
 
@@ -96,28 +90,27 @@ bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Poin
 
 template <class F>
 void ConstraintMgr::appendSegments(const F& f, std::vector<ConstraintSegment2*>& vCSegs) const {
-    // Those that came after the list was brought into order are sorted here, each time that somebody asks.
-    std::vector<ConstraintSegment2*> vWanted;
-    std::ptrdiff_t numOrdered = 0;
+    sortSegments();
     CancelPoint<4096> cancelPoint;
-    for (size_t i = 0; i < vSegments_.size(); ++i) {
+    for (ConstraintSegment2* pCSeg : vSegments_) {
         cancelPoint.pass();
-        if (!f(vSegments_[i]) || !isKept(vSegments_[i])) continue;
-        vWanted.push_back(vSegments_[i]);
-        numOrdered += i < numSorted_;
+        if (f(pCSeg) && isKept(pCSeg)) vCSegs.push_back(pCSeg);
     }
-    bringIntoOrder(vWanted, numOrdered);
-    vCSegs.insert(vCSegs.end(), vWanted.begin(), vWanted.end());
 }
 
-void ConstraintMgr::tidy() {
-    sweep();
-    // Sorting after each call would cost as much as all calls before it.
-    if (vSegments_.size() - numSorted_ <= numSorted_ / 8) return;
-    std::vector<ConstraintSegment2*> vSorted = vSegments_;
-    bringIntoOrder(vSorted, static_cast<std::ptrdiff_t>(numSorted_));
-    vSegments_.swap(vSorted);
-    numSorted_ = vSegments_.size();
+/// The lock is free while segments are sorted, since a cancellation point may call a client. The list is overwritten in
+/// place, so that its size may be read meanwhile.
+void ConstraintMgr::sortSegments() const {
+    std::vector<ConstraintSegment2*> vSorted;
+    std::unique_lock lock(sorting_);
+    if (numSorted_ == vSegments_.size()) return;
+    vSorted = vSegments_;
+    const auto numOrdered = static_cast<std::ptrdiff_t>(numSorted_);
+    lock.unlock();
+    bringIntoOrder(vSorted, numOrdered);
+    lock.lock();
+    if (numSorted_ < vSorted.size()) std::copy(vSorted.begin(), vSorted.end(), vSegments_.begin());  // the first thread
+    numSorted_ = vSorted.size();
 }
 
 void ConstraintMgr::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
@@ -133,21 +126,22 @@ void ConstraintMgr::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegm
 
 ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
     TARO_ASSERT_TEXT(p0 != p1, "p0<p1");
-    if (ConstraintSegment2* pExisting = segmentIndex_.find(p0, p1)) {
+    if (ConstraintSegment2* pExisting = findSegment(p0, p1)) {
         remover_.revive(pExisting);
         return pExisting;
     }
     const VertexPair key = makeKey(p0, p1);
-    ConstraintSegment2* pCSeg = enterSegment(key.first, key.second, cis);
-    pDt2_->getConstraintEdges().add(p0, p1, pCSeg->getAliveFlag());
-    return pCSeg;
+    return enterSegment(key.first, key.second, cis);
 }
 
 ConstraintSegment2* ConstraintMgr::enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
-    auto pNew = std::make_unique<ConstraintSegment2>(p0, p1, cis);
-    vSegments_.push_back(pNew.get());
-    ConstraintSegment2* pCSeg = pNew.release();
-    segmentIndex_.add(p0, p1, pCSeg);
+    if (vRecycled_.empty()) vRecycled_.push_back(segmentPool_.getElement());
+    ConstraintEdges& table = pDt2_->getConstraintEdges();
+    table.reserve(getNumberOfSegments() + 1);
+    vSegments_.push_back(new (vRecycled_.back()) ConstraintSegment2(p0, p1, cis));
+    vRecycled_.pop_back();
+    ConstraintSegment2* pCSeg = vSegments_.back();
+    table.add(pCSeg);
     for (const Point2* pEnd : {p0, p1}) {
         constraintVertices_.insert(pEnd);
         if (pNumEnds_) ++(*pNumEnds_)[pEnd];
@@ -158,7 +152,6 @@ ConstraintSegment2* ConstraintMgr::enterSegment(Point2* p0, Point2* p1, Constrai
 std::vector<ConstraintSegment2*> ConstraintMgr::addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                                       ConstraintInsertionStrategy cis) {
     reserveMore(vSegments_, vPairs.size());
-    segmentIndex_.reserve(vSegments_.size() + vPairs.size());
     pDt2_->getConstraintEdges().reserve(vSegments_.size() + vPairs.size());
     std::vector<ConstraintSegment2*> vCSegs;
     vCSegs.reserve(vPairs.size());
@@ -187,7 +180,7 @@ bool ConstraintMgr::canBeSplitAt(const ConstraintSegment2* pCSeg, Point2* pSplit
         if (!p->isAlive()) vStack.push_back(p);
     };
     for (const Point2* pEnd : {pCSeg->getSrc(), pCSeg->getTrg()}) {
-        if (ConstraintSegment2* pChild = segmentIndex_.find(pEnd, pSplit)) pushIfDead(pChild);
+        if (ConstraintSegment2* pChild = findSegment(pEnd, pSplit)) pushIfDead(pChild);
     }
     while (!vStack.empty()) {
         ConstraintSegment2* pAncestor = vStack.back();
@@ -212,9 +205,8 @@ void ConstraintMgr::updateConstraintSegment(ConstraintSegment2* pParentCSeg, Con
     TARO_ASSERT_TEXT(std::less<>()(key0.first, key0.second), "key0.first<key0.second");
     TARO_ASSERT_TEXT(std::less<>()(key1.first, key1.second), "key1.first<key1.second");
     // The children were made by addConstraintSegment, which has entered them.
-    TARO_ASSERT(segmentIndex_.find(key0.first, key0.second) == pCSeg0);
-    TARO_ASSERT(segmentIndex_.find(key1.first, key1.second) == pCSeg1);
-    pDt2_->getConstraintEdges().erase(pParentCSeg->getSrc(), pParentCSeg->getTrg());
+    TARO_ASSERT(findSegment(key0.first, key0.second) == pCSeg0);
+    TARO_ASSERT(findSegment(key1.first, key1.second) == pCSeg1);
 }
 
 void ConstraintMgr::splitConstraintAt(Point2* p0, Point2* p1, Point2* pSplit) {
@@ -239,6 +231,31 @@ std::pair<Point2*, bool> ConstraintMgr::bringVertex(const Point2& place) {
     const bool bNew = pVtx && pDt2_->numberOfPoints() > numPointsBefore;
     if (bNew) sBroughtVertices_.insert(pVtx);
     return {pVtx, bNew};
+}
+
+/// Makes the edges at a new vertex Delaunay that has split a constraint. Those at a vertex inside a triangle are from
+/// the start; but rounding bends the constraint, and if a triangle beside it is thinner than the bend, the edge to its
+/// far corner is not.
+void ConstraintMgr::flipAround(Point2* pVtx) {
+    Triangle2* const pFirst = pVtx->getIncidentTriangle();
+    Triangle2* pT = pFirst;
+    do {
+        const int k = incIndexBy1(indexOfVertex(pT, pVtx));
+        if (pDt2_->flipUnlessDelaunay(pT, k)) return pDt2_->bfsFlipIncident(pVtx);
+        pT = pT->getOppositeTriangle(k);
+    } while (pT != pFirst);
+}
+
+Point2* ConstraintMgr::bringVertexOnEdge(const Point2& place, Triangle2* pT, int i) {
+    const NoStopScope noStop;  // the caller is changing a segment
+    VertexVault& vault = pDt2_->getVertexVault();
+    Point2* pVtx = vault.createRegisteredVertex(place);
+    sBroughtVertices_.insert(pVtx);
+    pDt2_->initVCheckT24(pT, pVtx, i);
+    pDt2_->settle(pVtx);
+    flipAround(pVtx);
+    vault.sortIV(VertexVault::SM_IF_DUE);
+    return pVtx;
 }
 
 void ConstraintMgr::bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew) {
@@ -277,8 +294,7 @@ void ConstraintMgr::countEnds() {
 
 std::array<Point2*, 2> ConstraintMgr::discardOrphan(ConstraintSegment2* pCSeg) {
     Point2 *p0 = pCSeg->getSrc(), *p1 = pCSeg->getTrg();
-    TARO_ASSERT(pCSeg->getNumberOfOwners() == 0 && segmentIndex_.find(p0, p1) == pCSeg);
-    segmentIndex_.erase(p0, p1);
+    TARO_ASSERT(pCSeg->getNumberOfOwners() == 0 && findSegment(p0, p1) == pCSeg);
     pDt2_->getConstraintEdges().erase(p0, p1);
     establisher_.getConformingInserter().forget(pCSeg);
     ++numDiscarded_;
@@ -312,9 +328,14 @@ void ConstraintMgr::sweep() {
     }
     while (!vGarbage_.empty()) {
         cancelPoint.pass();
-        delete vGarbage_.back();
+        recycle(vGarbage_.back());
         vGarbage_.pop_back();
     }
+}
+
+void ConstraintMgr::recycle(ConstraintSegment2* pCSeg) {
+    vRecycled_.push_back(pCSeg);
+    pCSeg->~ConstraintSegment2();
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -322,7 +343,11 @@ void ConstraintMgr::sweep() {
 
 void ConstraintMgr::apply() {
     std::vector<ConstraintSegment2*> vCSegs;
-    getAliveConstraintSegments(vCSegs);
+    CancelPoint<> cancelPoint;
+    for (ConstraintSegment2* pCSeg : vSegments_) {
+        cancelPoint.pass();
+        if (pCSeg->isAlive() && isKept(pCSeg)) vCSegs.push_back(pCSeg);
+    }
     sortByPlace(vCSegs);
     std::stable_sort(vCSegs.begin(), vCSegs.end(),
                      withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) {
@@ -335,43 +360,6 @@ void ConstraintMgr::apply() {
 void ConstraintMgr::rememberEncroached(const Point2* p0, const Point2* p1) {
     if (ConstraintSegment2* pCSeg = getAliveConstraintSegment(p0, p1))
         establisher_.getConformingInserter().suspect(pCSeg);
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Dumps
-
-/// The first line has the number of segments; then each segment has a line with x, y and z of its source and target,
-/// printed so that reading gives equal numbers.
-void ConstraintMgr::writeConstraints(const std::string& prefix) const {
-    for (size_t i = 0; i < vGraphs_.size(); ++i) {
-        const std::string filename = prefix + "_c" + std::to_string(i) + ".con";
-        const std::vector<ConstraintSegment2*> vPieces = announceDump(*vGraphs_[i], filename);
-        std::ofstream file(filename);
-        file << std::setprecision(std::numeric_limits<double>::max_digits10) << vPieces.size() << "\n";
-        for (const ConstraintSegment2* pCSeg : vPieces) {
-            const Point2 &src = *pCSeg->getSrc(), &trg = *pCSeg->getTrg();
-            file << src.x() << " " << src.y() << " " << src.z() << " " << trg.x() << " " << trg.y() << " " << trg.z()
-                 << "\n";
-        }
-        if (!file.flush()) warning("ConstraintMgr::writeConstraints()", "Cannot write " + filename);
-    }
-}
-
-/// Binary, in the byte order of the machine: the number of segments in 8 bytes, then 6 doubles for each.
-void ConstraintMgr::writeConstraintsBIN(const std::string& prefix) const {
-    for (size_t i = 0; i < vGraphs_.size(); ++i) {
-        const std::string filename = prefix + "_c" + std::to_string(i) + "_con.bin";
-        const std::vector<ConstraintSegment2*> vPieces = announceDump(*vGraphs_[i], filename);
-        std::ofstream file(filename, std::ios::binary);
-        const std::uint64_t numPieces = vPieces.size();
-        file.write(reinterpret_cast<const char*>(&numPieces), sizeof(numPieces));
-        for (const ConstraintSegment2* pCSeg : vPieces) {
-            const Point2 &src = *pCSeg->getSrc(), &trg = *pCSeg->getTrg();
-            const double aNumbers[6] = {src.x(), src.y(), src.z(), trg.x(), trg.y(), trg.z()};
-            file.write(reinterpret_cast<const char*>(aNumbers), sizeof(aNumbers));
-        }
-        if (!file.flush()) warning("ConstraintMgr::writeConstraintsBIN()", "Cannot write " + filename);
-    }
 }
 
 }  // namespace LUMO_TARO25D

@@ -4,16 +4,17 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "constraints/Establisher.h"
 #include "constraints/GraphRemover.h"
-#include "kernel/VertexPairMap.h"
 #include "kernel/flatSets.h"
 #include "mesh/ConstraintKeeper.h"
 #include "support/PointerMap.h"
+#include "support/SimplePool.h"
 #include "taro25d/ConstraintGraph2.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Edge2.h"
@@ -41,7 +42,8 @@ class ConstraintMgr : public ConstraintKeeper {
     bool isConstraint_performanceVersion(const Point2* p0, const Point2* p1) const;
     /// The alive segment between two vertices in any order, or null.
     ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
-    /// Append all alive segments, or all segments, in the order of the addresses of their ends.
+    /// Append all alive segments, or all segments, in the order of the addresses of their ends. O(n), after the first
+    /// question since segments were added.
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
 
@@ -109,6 +111,9 @@ class ConstraintMgr : public ConstraintKeeper {
     void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Inserts a vertex for constraints alone. Returns the vertex at that place, and whether it is new.
     std::pair<Point2*, bool> bringVertex(const Point2& place);
+    /// Inserts a vertex for constraints alone, which splits the constraint that is edge i of a triangle. The place must
+    /// see the corners of both triangles there.
+    Point2* bringVertexOnEdge(const Point2& place, Triangle2* pT, int i);
     /// Inserts vertices for constraints alone, in bulk, at places without vertices, and sets vNew. After an exception
     /// the elements not inserted are null.
     void bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew);
@@ -162,11 +167,11 @@ class ConstraintMgr : public ConstraintKeeper {
     static VertexPair makeKey(const Point2* p0, const Point2* p1);
     /// The last step of a client's call: makes conforming pieces Delaunay again, with new points or without.
     void finishCall(bool bNewPoints);
-    /// Drops discarded segments, and sorts the list of segments if many are new; ordered queries sort the others.
-    void tidy();
     /// Appends the segments for which f is true, by the pointers of their ends.
     template <class F>
     void appendSegments(const F& f, std::vector<ConstraintSegment2*>& vCSegs) const;
+    /// Brings the list of segments into order. For queries on several threads.
+    void sortSegments() const;
     /// One segment for each pair of different vertices, in input order.
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
@@ -175,6 +180,7 @@ class ConstraintMgr : public ConstraintKeeper {
     template <class MakeGraph>
     std::vector<ConstraintSegment2*> addGraph(const std::vector<VertexPair>& vPairs, ConstraintInsertionStrategy cis,
                                               const MakeGraph& makeGraph);
+    void flipAround(Point2* pVtx);
     std::vector<VertexPair> insertEnds(const std::vector<Segment2>& vSegments);
     /// Inserts vertices for constraints alone, in bulk. Cancelled, the handles of those not inserted are null.
     void bringBulk(const std::vector<Point2>& vPoints, std::vector<Point2*>& vHandles, const char* phase);
@@ -188,9 +194,13 @@ class ConstraintMgr : public ConstraintKeeper {
     void holdPendingEnds();
     /// Whether a record of the list is still a segment.
     bool isKept(const ConstraintSegment2* pCSeg) const {
-        return numDiscarded_ == 0 || segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) == pCSeg;
+        return numDiscarded_ == 0 || findSegment(pCSeg->getSrc(), pCSeg->getTrg()) == pCSeg;
     }
-    /// Makes a segment and enters it into the list and the index.
+    /// The segment between two vertices in any order, alive or dead, or null.
+    ConstraintSegment2* findSegment(const Point2* p0, const Point2* p1) const;
+    /// Recycles the record of a segment to which nothing refers.
+    void recycle(ConstraintSegment2* pCSeg);
+    /// Makes a segment and enters it into the list and the table of the mesh.
     ConstraintSegment2* enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
     /// Enters copies of another manager's segments, without graphs.
     void copySegments(const ConstraintMgr& other, const RecordCopies<Point2>& vertices,
@@ -199,11 +209,13 @@ class ConstraintMgr : public ConstraintKeeper {
     void sweep();
 
     Dt2* pDt2_;
-    VertexPairMap<ConstraintSegment2> segmentIndex_;  // all segments by their ends
+    SimplePool<ConstraintSegment2> segmentPool_;
+    std::vector<ConstraintSegment2*> vRecycled_;
     // All segments; the first numSorted_ are in the order of their ends.
-    std::vector<ConstraintSegment2*> vSegments_;
-    size_t numSorted_ = 0;
-    size_t numDiscarded_ = 0;  // segments in the list that are not in the index any more
+    mutable std::vector<ConstraintSegment2*> vSegments_;
+    mutable size_t numSorted_ = 0;
+    mutable std::mutex sorting_;
+    size_t numDiscarded_ = 0;  // segments in the list that are not in the table any more
     AddressSet constraintVertices_;
     AddressSet sBroughtVertices_;                     // vertices inserted for constraints alone
     std::unique_ptr<PointerMap<unsigned>> pNumEnds_;  // segments at each vertex; null before the first discard

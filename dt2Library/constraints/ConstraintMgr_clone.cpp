@@ -13,19 +13,6 @@
 
 namespace LUMO_TARO25D {
 
-namespace {
-
-/// Whether a segment was split. A segment that was given up is dead as well, but has no children.
-bool hasChildren(ConstraintSegment2* pCSeg) {
-    if (pCSeg->isAlive()) return false;
-    ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
-    Point2* pSplit = nullptr;
-    pCSeg->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);
-    return pChild0 != nullptr;
-}
-
-}  // namespace
-
 void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) const {
     ConstraintMgr& target = *copy.getConstraintManager();
     PointerMap<ConstraintSegment2*> mSegments;
@@ -43,9 +30,6 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
     mSegments.forEach([&](const void* pOriginal, ConstraintSegment2* pCSeg) {
         pCSeg->copyFrom(*static_cast<const ConstraintSegment2*>(pOriginal), mSegments, mGraphs);
     });
-    for (ConstraintSegment2* pCSeg : target.vSegments_) {
-        if (!hasChildren(pCSeg)) copy.getConstraintEdges().add(pCSeg->getSrc(), pCSeg->getTrg(), pCSeg->getAliveFlag());
-    }
     sBroughtVertices_.forEach(
         [&](const void* pVtx) { target.sBroughtVertices_.insert(vertices(static_cast<const Point2*>(pVtx))); });
     target.numCalls_ = numCalls_;
@@ -63,16 +47,16 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
 /// Vertices have the order of their originals, and so have the ends of segments.
 void ConstraintMgr::copySegments(const ConstraintMgr& other, const RecordCopies<Point2>& vertices,
                                  PointerMap<ConstraintSegment2*>& mSegments) {
+    other.sortSegments();
     vSegments_.reserve(other.getNumberOfSegments());
-    segmentIndex_.reserve(other.getNumberOfSegments());
     pDt2_->getConstraintEdges().reserve(other.getNumberOfSegments());
     for (size_t i = 0; i < other.vSegments_.size(); ++i) {
         const ConstraintSegment2* pCSeg = other.vSegments_[i];
         if (!other.isKept(pCSeg)) continue;
         mSegments.add(pCSeg, enterSegment(vertices(pCSeg->getSrc()), vertices(pCSeg->getTrg()), pCSeg->getCIS()));
-        numSorted_ += i < other.numSorted_;
         if (i % 4096 == 0) throwIfStopped();
     }
+    numSorted_ = vSegments_.size();
 }
 
 std::function<void()> ConstraintMgr::rememberState() {
@@ -85,28 +69,23 @@ std::function<void()> ConstraintMgr::rememberState() {
         cancelPoint.pass();
         vStates.push_back(pCSeg->getState());
     }
-    std::vector<std::function<void()>> vRestoreGraphs;
-    for (const auto& pGraph : vGraphs_) {
-        cancelPoint.pass();
-        vRestoreGraphs.push_back(pGraph->rememberState());
-    }
     const auto getMembers = [this] {
-        return std::tie(segmentIndex_, vSegments_, numSorted_, constraintVertices_, sBroughtVertices_, vPendingCalls_,
-                        sPendingEnds_, bUnfinished_, numCalls_, numRequested_);
+        return std::tie(vSegments_, numSorted_, constraintVertices_, sBroughtVertices_, vPendingCalls_, sPendingEnds_,
+                        bUnfinished_, numCalls_, numRequested_);
     };
     auto members = copyAll(getMembers());
     auto numEnds = pNumEnds_ ? std::optional(*pNumEnds_) : std::nullopt;
-    return [this, getMembers, vStates = std::move(vStates), vRestoreGraphs = std::move(vRestoreGraphs),
-            members = std::move(members), numEnds = std::move(numEnds),
-            restoreEstablisher = establisher_.rememberState()]() mutable {
+    return [this, getMembers, vStates = std::move(vStates), numGraphs = vGraphs_.size(), members = std::move(members),
+            numEnds = std::move(numEnds), restoreEstablisher = establisher_.rememberState()]() mutable {
         const std::vector<ConstraintSegment2*> vAll = vSegments_;
         getMembers() = std::move(members);
-        for (const ConstraintSegment2* pCSeg : vAll) {
-            if (segmentIndex_.find(pCSeg->getSrc(), pCSeg->getTrg()) != pCSeg) delete pCSeg;
+        AddressSet sKept;
+        for (const ConstraintSegment2* pCSeg : vSegments_) sKept.insert(pCSeg);
+        for (ConstraintSegment2* pCSeg : vAll) {
+            if (!sKept.contains(pCSeg)) recycle(pCSeg);
         }
         for (size_t i = 0; i < vSegments_.size(); ++i) vSegments_[i]->setState(vStates[i]);
-        vGraphs_.resize(vRestoreGraphs.size());
-        for (const auto& restoreGraph : vRestoreGraphs) restoreGraph();
+        vGraphs_.resize(numGraphs);
         numDiscarded_ = 0;
         remover_.forgetAll();
         pNumEnds_ = numEnds ? std::make_unique<PointerMap<unsigned>>(std::move(*numEnds)) : nullptr;

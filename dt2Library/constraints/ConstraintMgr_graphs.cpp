@@ -312,7 +312,7 @@ void ConstraintMgr::holdPendingEnds() {
 
 void ConstraintMgr::finishCall(bool bNewPoints) {
     establisher_.splitEncroachedPieces(bNewPoints);
-    tidy();
+    sweep();
 }
 
 }  // namespace LUMO_TARO25D

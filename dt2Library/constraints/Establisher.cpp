@@ -98,11 +98,10 @@ void Establisher::applyOneSegment(ConstraintSegment2* pCSeg) {
     }
 }
 
-void Establisher::applyAlive(ConstraintSegment2* pCSeg) {
+bool Establisher::applyAlive(ConstraintSegment2* pCSeg) {
     switch (pCSeg->getCIS()) {
         case CIS_CONSTRAINED_DELAUNAY:
-            segmentInserter_.newCDT_applyOneCS(pCSeg);
-            break;
+            return segmentInserter_.newCDT_applyOneCS(pCSeg);
         case CIS_CONFORMING_SURFACE_Z:
         case CIS_CONFORMING_LINEAR_Z:
             conformingInserter_.insertSegmentConformingDelaunay(pCSeg);
@@ -110,6 +109,7 @@ void Establisher::applyAlive(ConstraintSegment2* pCSeg) {
         default:
             error("ConstraintMgr::apply()", "Unknown CIS");
     }
+    return false;
 }
 
 void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress) {
@@ -138,15 +138,14 @@ void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size
 
 bool Establisher::establishPieces(ConstraintSegment2* pCSeg) {
     throwIfStopped();
-    if (pCSeg->isAlive()) applyAlive(pCSeg);
-    if (pCSeg->isAlive()) return true;
+    if (pCSeg->isAlive() && (applyAlive(pCSeg) || pCSeg->isAlive())) return true;
     std::vector<ConstraintSegment2*> vPieces, vNext;
     pCSeg->getChildrenRec(vPieces);
     sortByPlace(vPieces);
     for (int numPasses = 1; numPasses < MAX_PASSES && !vPieces.empty(); ++numPasses) {
         for (ConstraintSegment2* pPiece : vPieces) {
             throwIfStopped();
-            if (pPiece->isAlive()) applyAlive(pPiece);
+            if (pPiece->isAlive() && applyAlive(pPiece)) continue;
             const size_t begin = vNext.size();
             if (!pPiece->isAlive()) pPiece->getChildrenRec(vNext);
             sortByPlace(vNext, begin);

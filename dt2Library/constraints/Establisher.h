@@ -57,8 +57,9 @@ class Establisher {
     size_t getCloseQuota() const;
     void establish(const std::vector<ConstraintSegment2*>& vCSegs, size_t numSegments, Progress* pProgress);
     void insertCrossings(const std::vector<ConstraintSegment2*>& vCSegs);
-    /// Makes an alive segment an edge, or splits it at an obstacle and makes edges of its pieces.
-    void applyAlive(ConstraintSegment2* pCSeg);
+    /// Makes an alive segment an edge, or splits it at an obstacle and makes edges of its pieces. Returns false if
+    /// they may need another pass.
+    bool applyAlive(ConstraintSegment2* pCSeg);
     /// Establishes a segment and all its pieces; false if the limit on passes ends this early.
     bool establishPieces(ConstraintSegment2* pCSeg);
 

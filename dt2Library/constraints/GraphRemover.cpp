@@ -117,7 +117,7 @@ void GraphRemover::discardGraph() {
     CancelPoint<> cancelPoint;
     for (ConstraintSegment2* pCSeg : collectSegments()) {
         cancelPoint.pass();
-        if (pCSeg->removeOwner(pDying_.get()) && pCSeg->getNumberOfOwners() == 0) discard(pCSeg, fate_);
+        if (pCSeg->forgetGraph(pDying_.get()) && pCSeg->getNumberOfOwners() == 0) discard(pCSeg, fate_);
     }
     pDying_.reset();
     manager_.sweepIfDue();

@@ -3,7 +3,8 @@
 // A segment is followed from its source through the triangles that it crosses. If it meets neither a constraint nor a
 // vertex, these triangles are replaced by others that have it as an edge (CrossedRegion). A vertex on its path splits
 // the segment; a constraint edge on its path is split together with it at their crossing. The pieces go onto a stack,
-// so that one obstacle is handled at a time and the mesh is consistent after each.
+// so that one obstacle is handled at a time and the mesh is consistent after each. Nearly always the crossed edge can be
+// divided in place (insertOnEdge), and its halves need no further work.
 //
 // Where two constraints cross, the older one gives the height of the new vertex, linear between the ends of its alive
 // piece. Age decides, not which of the two is an edge already: a segment may be an edge by chance, long before its
@@ -117,18 +118,18 @@ std::vector<Point2*> getVerticesAlong(ConstraintSegment2* const* aPieces, size_t
 
 }  // namespace
 
-void SegmentInserter::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
+bool SegmentInserter::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
     TARO_ASSERT_TEXT(pInitialCSeg->getCIS() == CIS_CONSTRAINED_DELAUNAY,
                      "pInitialCSeg->getCIS()==CIS_CONSTRAINED_DELAUNAY");
     TARO_ASSERT_TEXT(pInitialCSeg->isAlive(), "pInitialCSeg->isAlive()");
     if (pInitialCSeg->getSrc() == pInitialCSeg->getTrg()) {
         warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint, return");
-        return;
+        return false;
     }
-    forceIntoMesh(pInitialCSeg);
+    return forceIntoMesh(pInitialCSeg);
 }
 
-void SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
+bool SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
     std::vector<ConstraintSegment2*> vStack;  // needs no memory where nothing is split
     for (ConstraintSegment2* pCSeg = pInitialCSeg; pCSeg; pCSeg = takeLast(vStack)) {
         throwIfStopped();
@@ -136,12 +137,13 @@ void SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
             appendAlivePieces(pCSeg, vStack);
         } else if (pCSeg->getSrc() == pCSeg->getTrg()) {
             warning("Dt2::newCDT_applyOneCS()", "Degenerate constraint (2), return");
-            return;
+            return false;
         } else if (!newCDT_insertOrSplit(pCSeg, vStack)) {
             warnOfInaccuracy();
-            return;
+            return false;
         }
     }
+    return true;
 }
 
 bool SegmentInserter::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
@@ -165,18 +167,23 @@ bool SegmentInserter::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vecto
 
 void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg,
                                   std::vector<ConstraintSegment2*>& vStack) {
-    const auto& [splitPoint, pCrossingCSeg] = crossing;
+    const Point2& splitPoint = crossing.place;
+    ConstraintSegment2* pCrossingCSeg = crossing.pCrossed;
     const bool bSplitBoth = !isEnd(pCSeg, splitPoint);
     --crossingQuota_;
     closeCrossingQuota_ -= bSplitBoth && (isNextToEnd(pCSeg, splitPoint) || isNextToEnd(pCrossingCSeg, splitPoint));
     TARO_ASSERT_TEXT(splitPoint != *pCrossingCSeg->getSrc() && splitPoint != *pCrossingCSeg->getTrg(),
                      "splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg()");
-    killAndUnestablishConstraintSegment(pCrossingCSeg);
-    if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
-    mesh_.startSearchAt(getEndsByPlace(pCrossingCSeg).first);
-    Point2* pSplit = nullptr;
-    bool bNew = false;
-    std::tie(pSplit, bNew) = manager_.bringVertex(splitPoint);
+    if (bSplitBoth) pCSeg->kill();
+    Point2* pSplit = insertOnEdge(crossing);
+    const bool bOnEdge = pSplit;
+    bool bNew = true;
+    if (!bOnEdge) {
+        killAndUnestablishConstraintSegment(pCrossingCSeg);
+        if (bSplitBoth) killAndUnestablishConstraintSegment(pCSeg);
+        mesh_.startSearchAt(getEndsByPlace(pCrossingCSeg).first);
+        std::tie(pSplit, bNew) = manager_.bringVertex(splitPoint);
+    }
     const auto [pOlder, pYounger] = orderByAge(pCrossingCSeg, pCSeg);
     if (pOlder != pCSeg) {
         if (!bNew) runThrough(pOlder, pSplit);  // a new vertex already has the height of the older one
@@ -197,13 +204,32 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
         if (bSplit) pKilled->kill();
         return bSplit;
     };
-    const bool bCrossingSplit = splitAt(pCrossingCSeg);
+    const bool bCrossingSplit = bOnEdge || splitAt(pCrossingCSeg);
     if (!bCrossingSplit && bSplitBoth) pCSeg->unkill();
     const bool bSplit = bCrossingSplit && (!bSplitBoth || splitAt(pCSeg));
-    appendAlivePieces(pCrossingCSeg, vStack);  // may be cancelled, so both splits come first
+    if (!bOnEdge) appendAlivePieces(pCrossingCSeg, vStack);  // may be cancelled, so both splits come first
     if (!bSplit) return;
     TARO_ASSERT_TEXT(bSplitBoth || pCSeg->isAlive(), "pCSeg->isAlive()");
     appendAlivePieces(pCSeg, vStack);
+}
+
+/// Makes a vertex at a crossing and splits the crossed edge there, so that its halves are edges at once; null, with no
+/// effect, if rounding has moved the crossing out of sight of a corner of the two triangles.
+Point2* SegmentInserter::insertOnEdge(const Crossing& crossing) {
+    const auto& [place, pCrossed, pT, i] = crossing;
+    const Triangle2* pN = pT->getOppositeTriangle(i);
+    if (!pN || !isFinite(place)) return nullptr;
+    const NoStopScope noStop;
+    mesh_.getVertexVault().enlargeBoxForPoint(place);
+    const int j = indexOfNeighbour(pN, pT);
+    GeomTest& geomTest = mesh_.getGeomTest();
+    const auto isLeftOf = [&, p = &place](const Triangle2* pTriangle, int from) {
+        return geomTest.getOrientation2(pTriangle->getCorner(from), pTriangle->getCorner(incIndexBy1(from)), p) ==
+               ORIENTATION2_CCW;
+    };
+    const bool bSeesAll =
+        isLeftOf(pT, i) && isLeftOf(pT, incIndexBy2(i)) && isLeftOf(pN, j) && isLeftOf(pN, incIndexBy2(j));
+    return bSeesAll ? manager_.bringVertexOnEdge(place, pT, i) : nullptr;
 }
 
 void SegmentInserter::runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx) {
@@ -324,7 +350,7 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
     return nullptr;
 }
 
-Point2* SegmentInserter::getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
+Point2* SegmentInserter::getCrossing(Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
                                      std::vector<Crossing>& vPairIspCS) const {
     Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
     ConstraintSegment2* pCrossingCSeg = manager_.getAliveConstraintSegment(pE0, pE1);
@@ -333,7 +359,7 @@ Point2* SegmentInserter::getCrossing(const Triangle2* pT, int i, const Constrain
         getRoundedCrossing(*pOlder->getSrc(), *pOlder->getTrg(), *pYounger->getSrc(), *pYounger->getTrg());
     if (crossing == *pE0) return pE0;
     if (crossing == *pE1) return pE1;
-    vPairIspCS.emplace_back(crossing, pCrossingCSeg);
+    vPairIspCS.push_back({crossing, pCrossingCSeg, pT, i});
     TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
     return nullptr;
 }

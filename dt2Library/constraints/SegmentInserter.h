@@ -19,8 +19,13 @@ class Triangle2;
 /// Makes edges of constraint segments; splits them and the constraints that they cross.
 class SegmentInserter {
   public:
-    /// The crossing of two constraints, and the constraint that is an edge.
-    using Crossing = std::pair<Point2, ConstraintSegment2*>;
+    /// Where a segment crosses a constraint that is edge i of a triangle.
+    struct Crossing {
+        Point2 place;
+        ConstraintSegment2* pCrossed;
+        Triangle2* pT;
+        int i;
+    };
 
     SegmentInserter(Dt2& mesh, ConstraintMgr& manager) : mesh_(mesh), manager_(manager) {}
 
@@ -36,17 +41,17 @@ class SegmentInserter {
     std::function<void()> rememberState();
     bool isQuotaUsedUp() const { return crossingQuota_ == 0 || closeCrossingQuota_ == 0; }
 
-    /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh.
-    void newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
-    /// Makes edges of a segment of any strategy; splits it only at vertices and crossings.
-    void forceIntoMesh(ConstraintSegment2* pInitialCSeg);
+    /// Forces an alive segment of strategy CIS_CONSTRAINED_DELAUNAY into the mesh; results as forceIntoMesh.
+    bool newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg);
+    /// Makes edges of a segment of any strategy; splits it only at vertices and crossings. Returns false if a quota has
+    /// ended this early.
+    bool forceIntoMesh(ConstraintSegment2* pInitialCSeg);
     /// Kills a segment and makes the mesh Delaunay at its edge, if it is one.
     void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
 
     /// Where a segment crosses the constraint edge i of a triangle: returns the end of that edge to which the crossing
     /// snaps; otherwise appends the crossing and returns null.
-    Point2* getCrossing(const Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
-                        std::vector<Crossing>& vPairIspCS) const;
+    Point2* getCrossing(Triangle2* pT, int i, const ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) const;
     /// Announces a new vertex at a crossing, which gets its height from the first segment that runs through it.
     void awaitHeight(const Point2* pVtx) { sAwaiting_.insert(pVtx); }
     /// Begins the establishing of a segment, with its own quota of crossings.
@@ -59,11 +64,12 @@ class SegmentInserter {
     /// Applies the height rule to a vertex on the path of a segment and the height of the segment there; ignores its
     /// ends.
     void runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx);
-    /// Splits two segments at their crossing and appends the alive pieces of both. If the crossing is an end of pCSeg,
-    /// splits only the other one.
+    /// Splits two segments at their crossing and appends those alive pieces of both that may be no edges. If the
+    /// crossing is an end of pCSeg, splits only the other one.
     void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
 
   private:
+    Point2* insertOnEdge(const Crossing& crossing);
     bool isPresent(const ConstraintSegment2* pCSeg) const;
     void advanceThrough(const ConstraintSegment2* pCSeg, Point2* pVtx);
     /// Makes an edge of a segment, or removes one obstacle and appends the remaining pieces; false if the quota is used

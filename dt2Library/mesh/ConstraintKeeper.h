@@ -9,7 +9,7 @@ namespace LUMO_TARO25D {
 class Point2;
 
 /// The interface through which the mesh reaches the manager of its constraints. The mesh itself knows which edges are
-/// constraints (ConstraintEdges), but not to which segments and graphs they belong.
+/// constraints, since it has the table of their records (ConstraintEdges); it changes none of them.
 class ConstraintKeeper : public MeshSlot {
   public:
     /// Whether a constraint ends, or once ended, at a vertex. Such a vertex is not removed.

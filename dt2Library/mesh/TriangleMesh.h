@@ -62,11 +62,11 @@ class TriangleMesh {
     RecordCopies<Triangle2> layOutLike(const TriangleMesh& other, int numThreads) {
         return RecordCopies<Triangle2>(other.trianglePool_, trianglePool_, numThreads);
     }
-    /// Copies the other mesh, with each vertex and triangle replaced by its copy, but without its set of constraint
+    /// Copies the other mesh, with each vertex and triangle replaced by its copy, but without its table of constraint
     /// edges.
     void copyFrom(const TriangleMesh& other, const RecordCopies<Point2>& vertices,
                   const RecordCopies<Triangle2>& triangles);
-    /// A function that gives the triangles and the set of constraint edges their present state again, once.
+    /// A function that gives the triangles and the table of constraint edges their present state again, once.
     std::function<void()> rememberState();
 
     // ---- Splits -----------------------------------------------------------------------------------------------------
@@ -125,7 +125,7 @@ class TriangleMesh {
 
     // ---- Constraint edges -------------------------------------------------------------------------------------------
 
-    /// The edges that are constraints; the keeper knows to which segments they belong.
+    /// The segments by their ends; the keeper makes and changes them.
     ConstraintEdges& getConstraintEdges() { return constraintEdges_; }
     /// The manager of the constraints; null until there is one.
     ConstraintKeeper* getConstraintKeeper() const { return pConstraintKeeper_; }

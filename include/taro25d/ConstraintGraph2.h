@@ -1,8 +1,6 @@
 #pragma once
 
-#include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,8 +39,6 @@ class TARO25D_API ConstraintGraph2 {
     /// The copy of a graph in the copy of its triangulation; the segments do not know of it yet.
     TARO25D_HIDDEN ConstraintGraph2(Dt2* pDt2, const ConstraintGraph2& other,
                                     const PointerMap<ConstraintSegment2*>& mSegments);
-    /// For the engine: a function that gives the graph its present state again, except the name.
-    TARO25D_HIDDEN std::function<void()> rememberState();
     /// Only the triangulation destroys graphs.
     TARO25D_HIDDEN ~ConstraintGraph2();
     ConstraintGraph2(const ConstraintGraph2&) = delete;
@@ -107,12 +103,12 @@ class TARO25D_API ConstraintGraph2 {
     void show(Visualizer2* pVisualizer, const Color& color) const;
 
   private:
-    class ReverseMap;
-
     /// Segments with whether they are reversed.
     using Directions = std::vector<std::pair<ConstraintSegment2*, bool>>;
 
-    TARO25D_HIDDEN void makeSelfOwner(const std::vector<ConstraintSegment2*>& vCSegs);
+    template <class IsReverse>
+    TARO25D_HIDDEN void takeSegments(const std::vector<ConstraintSegment2*>& vCSegs, const IsReverse& isReverse);
+    TARO25D_HIDDEN void makeForgotten(std::vector<ConstraintSegment2*> vCSegs) const;
     TARO25D_HIDDEN std::vector<ConstraintSegment2*> init(const std::vector<ConstraintSegment2*>& vCSegs);
     TARO25D_HIDDEN bool checkAndSortPolygon(const std::vector<ConstraintSegment2*>& vCSegs);
     TARO25D_HIDDEN bool checkAndSortPolygonSub(const std::vector<ConstraintSegment2*>& vCSegs,
@@ -128,8 +124,7 @@ class TARO25D_API ConstraintGraph2 {
     ConstraintInsertionStrategy cis_;
     std::vector<ConstraintSegment2*> vCSegParents_;
     bool bPolygon_ = false;
-    std::unique_ptr<ReverseMap> pReverse_;  // whether the graph runs from target to source, of all its segments
-    std::vector<std::pair<Point2*, ConstraintSegment2*>> vSplits_;  // vertex and segment of each split, for debugging
+    std::vector<bool> vPasses_;  // the directions of the original segments, if one occurs in both
     bool bOriented_ = false;
     std::string name_;
 };

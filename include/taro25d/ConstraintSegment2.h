@@ -6,7 +6,7 @@
 #include <functional>
 #include <iosfwd>
 #include <limits>
-#include <set>
+#include <optional>
 #include <tuple>
 #include <vector>
 
@@ -41,6 +41,7 @@ class TARO25D_API ConstraintSegment2 {
 
     /// Only the triangulation creates segments; p0 must be the smaller pointer, or it fails with TaroException.
     TARO25D_HIDDEN ConstraintSegment2(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
+    TARO25D_HIDDEN ~ConstraintSegment2();
     ConstraintSegment2(const ConstraintSegment2&) = delete;
     ConstraintSegment2& operator=(const ConstraintSegment2&) = delete;
 
@@ -49,14 +50,14 @@ class TARO25D_API ConstraintSegment2 {
     /// The end with the larger pointer.
     Point2* getTrg() const { return p1_; }
     /// The strategy of the first call that asked for an edge between these vertices.
-    ConstraintInsertionStrategy getCIS() const { return cis_; }
+    ConstraintInsertionStrategy getCIS() const { return static_cast<ConstraintInsertionStrategy>(cis_); }
     /// When the segment, or the oldest segment that it is a piece of, was requested. Where two constraints cross, the
     /// older one gives the height. The largest possible numbers where no call requested it.
     const Age& getAge() const { return age_; }
     /// Alive segments have no children and have not been killed.
     bool isAlive() const { return bAlive_ && !aChildren_[0]; }
     /// The number of graphs that the segment belongs to.
-    size_t getNumberOfOwners() const { return sOwners_.size(); }
+    size_t getNumberOfOwners() const;
     /// A value that is free for the client; the largest finite double at first. Mesh refinement reads it as the area of
     /// the neighbour across the segment where a growth limit is set.
     void setAdjacentArea(double area) { adjacentArea_ = area; }
@@ -72,6 +73,12 @@ class TARO25D_API ConstraintSegment2 {
     void addOwnerRecursive(ConstraintGraph2* pGraph);
     /// For the engine: takes an owner away, from this segment only. Returns whether it was one.
     bool removeOwner(ConstraintGraph2* pGraph);
+    /// For the engine: records whether a graph runs from target to source; false, with no effect, if that is recorded.
+    TARO25D_HIDDEN bool addDirection(const ConstraintGraph2* pGraph, bool bReverse);
+    /// For the engine: what addDirection recorded for a graph.
+    TARO25D_HIDDEN std::optional<bool> getDirection(const ConstraintGraph2* pGraph) const;
+    /// For the engine: drops all that is recorded for a graph. Returns whether anything was.
+    TARO25D_HIDDEN bool forgetGraph(const ConstraintGraph2* pGraph);
 
     /// Appends the alive leaves below this segment, those of the first child before those of the second. A segment
     /// without children fails with TaroException.
@@ -88,15 +95,12 @@ class TARO25D_API ConstraintSegment2 {
     TARO25D_HIDDEN void copyFrom(const ConstraintSegment2& other, const PointerMap<ConstraintSegment2*>& mSegments,
                                  const PointerMap<ConstraintGraph2*>& mGraphs);
 
-    /// For the engine: owners, age, whether it was killed, and children.
-    using State = std::tuple<std::set<ConstraintGraph2*>, Age, bool, std::array<ConstraintSegment2*, 2>>;
+    /// For the engine: records of graphs, age, whether it was killed, and children.
+    using State = std::tuple<std::vector<std::uintptr_t>, Age, bool, std::array<ConstraintSegment2*, 2>>;
     /// For the engine: the state, for setState.
-    TARO25D_HIDDEN State getState() const { return {sOwners_, age_, bAlive_, aChildren_}; }
+    TARO25D_HIDDEN State getState() const;
     /// For the engine: restores a state that getState returned.
-    TARO25D_HIDDEN void setState(const State& state) { std::tie(sOwners_, age_, bAlive_, aChildren_) = state; }
-
-    /// For the engine: the flag that `kill` and `unkill` change.
-    TARO25D_HIDDEN const bool* getAliveFlag() const { return &bAlive_; }
+    TARO25D_HIDDEN void setState(const State& state);
 
     /// For the engine: splits the segment at a vertex that is none of its ends, without touching the mesh. Returns
     /// false, with a warning and without effect, where a child would be a segment that this one itself came from.
@@ -125,17 +129,28 @@ class TARO25D_API ConstraintSegment2 {
 
   private:
     TARO25D_HIDDEN Dt2* getTriangulation() const;
+    TARO25D_HIDDEN const std::uintptr_t* beginRecords() const;
+    TARO25D_HIDDEN const std::uintptr_t* endRecords() const;
+    TARO25D_HIDDEN std::uintptr_t* findRecord(const ConstraintGraph2* pGraph);
+    TARO25D_HIDDEN void addFlags(const ConstraintGraph2* pGraph, std::uintptr_t flags);
+    TARO25D_HIDDEN void dropRecord(const std::uintptr_t* pRecord);
+    TARO25D_HIDDEN void setRecords(const std::vector<std::uintptr_t>& vRecords);
+    TARO25D_HIDDEN std::vector<ConstraintGraph2*> getOwners() const;
+    TARO25D_HIDDEN bool inheritRecords(const ConstraintSegment2& parent, bool bReversed);
     TARO25D_HIDDEN bool canBeSplitAt(Point2* pSplit) const;
     TARO25D_HIDDEN void createChildren(Point2* pSplit);
+    TARO25D_HIDDEN void tellOwners();
 
-    std::set<ConstraintGraph2*> sOwners_;
-    unsigned label_;
-    Age age_{std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::uint32_t>::max()};
     Point2 *p0_, *p1_;
-    ConstraintInsertionStrategy cis_;
-    bool bAlive_ = true;
     std::array<ConstraintSegment2*, 2> aChildren_{};  // none, or both
+    // A record for each graph that owns the segment or knows its direction: the address of the graph, with flags in its
+    // low bits. One record is stored here, several in a list on the heap, whose address has no flags.
+    std::uintptr_t records_ = 0;
     double adjacentArea_;
+    Age age_{std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::uint32_t>::max()};
+    unsigned label_;
+    std::int8_t cis_;
+    bool bAlive_ = true;
     TARO25D_HIDDEN static std::atomic<unsigned> runningLabel;
 };
 

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <sstream>
+#include <tuple>
+#include <vector>
 
 #include "constraints/ConstraintMgr.h"
 #include "mesh/Dt2.h"
@@ -83,6 +86,34 @@ TEST_F(LineMesh, SplitsMakeATreeOfTwoChildrenEach) {
     const unsigned lastLabel = labelOf(*segment(17, 18));
     first.isConstraint(at(8), at(9));
     EXPECT_EQ(labelOf(*segment(18, 19)), lastLabel + 2) << "the question takes a label";
+}
+
+TEST(ConstraintSegment, KeepsARecordForEachGraph) {
+    Point2 aPoints[2] = {{0, 0, 1}, {3, 4, 2}};
+    ConstraintSegment2 segment(aPoints, aPoints + 1, CIS_CONSTRAINED_DELAUNAY);
+    double aPlaces[3] = {};
+    ConstraintGraph2* aGraphs[3] = {};  // only addresses
+    for (int i = 0; i < 3; ++i) aGraphs[i] = reinterpret_cast<ConstraintGraph2*>(aPlaces + i);
+    // From one record to several and back.
+    for (const int i : {1, 2, 0}) {
+        EXPECT_TRUE(segment.addDirection(aGraphs[i], i == 1));
+        EXPECT_FALSE(segment.addDirection(aGraphs[i], i != 1)) << "the first one stays";
+        EXPECT_FALSE(segment.removeOwner(aGraphs[i]));
+        segment.addOwnerRecursive(aGraphs[i]);
+        segment.addOwnerRecursive(aGraphs[i]);
+    }
+    EXPECT_EQ(segment.getNumberOfOwners(), 3u);
+    const ConstraintSegment2::State stateOfThree = segment.getState();
+    EXPECT_TRUE(segment.removeOwner(aGraphs[2]) && segment.forgetGraph(aGraphs[1]));
+    EXPECT_FALSE(segment.removeOwner(aGraphs[2]) || segment.forgetGraph(aGraphs[1]));
+    EXPECT_EQ(segment.getNumberOfOwners(), 1u);
+    EXPECT_EQ(segment.getDirection(aGraphs[1]), std::nullopt);
+    EXPECT_EQ(segment.getDirection(aGraphs[2]), false) << "ownership and direction are independent";
+    EXPECT_TRUE(segment.forgetGraph(aGraphs[2]) && segment.forgetGraph(aGraphs[0]));
+    EXPECT_TRUE(std::get<0>(segment.getState()).empty());
+    segment.setState(stateOfThree);
+    EXPECT_EQ(segment.getNumberOfOwners(), 3u);
+    EXPECT_EQ(segment.getDirection(aGraphs[1]), true);
 }
 
 TEST_F(LineMesh, OwnersThatDoNotKnowASegmentAreFound) {

@@ -2,15 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
+#include <map>
+#include <memory>
 #include <random>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "mesh/ConstraintEdges.h"
 #include "mesh/MeshSlot.h"
+#include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Point2.h"
 
 using namespace LUMO_TARO25D;
@@ -42,37 +44,36 @@ TEST(MeshSlots, AreMadeOnceAndEndLastFirst) {
     EXPECT_EQ(ends, "cba");
 }
 
-TEST(ConstraintEdges, AreThoseAddedAndNotErasedWhoseFlagIsSet) {
-    constexpr unsigned SEED = 11, NUM_VERTICES = 40;
+TEST(ConstraintEdges, FindSegmentsByTheirEndsUntilTheyAreErased) {
+    constexpr unsigned SEED = 11;
     SCOPED_TRACE(SEED);
     std::mt19937 random(SEED);
-    std::vector<Point2> vVertices(NUM_VERTICES);
-    const std::array<bool, 2> aFlags{false, true};
+    std::vector<Point2> vVertices(60);
+    std::map<std::pair<size_t, size_t>, std::unique_ptr<ConstraintSegment2>> mSegments;  // by indices of vertices
     ConstraintEdges edges;
-    EXPECT_FALSE(edges.isInUse() || edges.contains(&vVertices[0], &vVertices[1]));
-    std::set<std::pair<const Point2*, const Point2*>> sAdded, sSet;  // smaller address first
-    for (int round = 0; round < 5000; ++round) {
-        const Point2 *p = &vVertices[random() % NUM_VERTICES], *q = &vVertices[random() % NUM_VERTICES];
-        if (p == q) continue;
-        const auto key = std::minmax(p, q);
-        const bool bFlag = random() % 4 != 0;
-        if (sAdded.count(key) != 0 || random() % 8 == 0) {
-            edges.erase(p, q);
-            sAdded.erase(key);
-            sSet.erase(key);
+    EXPECT_FALSE(edges.isInUse() || edges.find(&vVertices[0], &vVertices[1]) ||
+                 edges.contains(&vVertices[0], &vVertices[1]));
+    for (int round = 0; round < 20000; ++round) {
+        const size_t i = random() % vVertices.size(), k = random() % vVertices.size();
+        if (i == k) continue;
+        Point2 *p = &vVertices[i], *q = &vVertices[k];
+        auto& pCSeg = mSegments[std::minmax(i, k)];
+        ASSERT_EQ(edges.find(p, q), pCSeg.get());
+        ASSERT_EQ(edges.contains(q, p), pCSeg && pCSeg->isAlive());
+        if (!pCSeg) {
+            pCSeg = std::make_unique<ConstraintSegment2>(std::min(p, q), std::max(p, q), CIS_CONSTRAINED_DELAUNAY);
+            edges.add(pCSeg.get());
+        } else if (random() % 2 == 0) {
+            pCSeg->kill();
         } else {
-            edges.add(p, q, &aFlags[bFlag]);
-            sAdded.insert(key);
-            if (bFlag) sSet.insert(key);
-        }
-        if (round % 100 != 0) continue;
-        for (const Point2& a : vVertices) {
-            for (const Point2& b : vVertices) {
-                EXPECT_EQ(edges.contains(&a, &b), &a != &b && sSet.count(std::minmax(&a, &b)) != 0);
-            }
+            edges.erase(q, p);
+            pCSeg.reset();
         }
     }
     EXPECT_TRUE(edges.isInUse());
+    const ConstraintEdges copy(edges);
+    for (const auto& [pair, pCSeg] : mSegments)
+        EXPECT_EQ(copy.find(&vVertices[pair.first], &vVertices[pair.second]), pCSeg.get());
 }
 
 }  // namespace
