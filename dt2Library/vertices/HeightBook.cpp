@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace LUMO_TARO25D {
 
@@ -15,10 +16,16 @@ void HeightBook::meet(Point2* pVtx, double z) {
     const double zBefore = pVtx->z(), zKept = decide(pVtx, z);
     if (zKept != zBefore) pVtx->set(pVtx->x(), pVtx->y(), zKept);
     if (z == zBefore) return;
-    std::uint32_t iPrevious = NONE;
-    if (const std::uint32_t* pLast = mLast_.find(pVtx)) iPrevious = *pLast;
-    mLast_[pVtx] = static_cast<std::uint32_t>(vMeetings_.size());
-    vMeetings_.push_back({{pVtx, zKept, z}, zBefore, iPrevious});
+    vMeetings_.push_back({{pVtx, zKept, z}, zBefore, NONE});
+}
+
+void HeightBook::enterMeetings() {
+    for (; numEntered_ < vMeetings_.size(); ++numEntered_) {
+        Meeting& meeting = vMeetings_[numEntered_];
+        const auto number = static_cast<std::uint32_t>(numEntered_);
+        if (!mLast_.add(meeting.conflict.pVtx, number))
+            meeting.iPrevious = std::exchange(mLast_[meeting.conflict.pVtx], number);
+    }
 }
 
 double HeightBook::decide(const Point2* pVtx, double z) {
@@ -45,6 +52,7 @@ double HeightBook::decide(const Point2* pVtx, double z) {
 
 void HeightBook::forget(const Point2* pVtx) {
     mSums_.erase(pVtx);
+    enterMeetings();
     const std::uint32_t* pLast = mLast_.find(pVtx);
     if (!pLast) return;
     for (std::uint32_t i = *pLast; i != NONE; i = vMeetings_[i].iPrevious) vMeetings_[i].conflict.pVtx = nullptr;
@@ -65,6 +73,7 @@ void HeightBook::copyFrom(const HeightBook& other, const RecordCopies<Point2>& v
     vMeetings_ = other.vMeetings_;
     for (Meeting& meeting : vMeetings_) meeting.conflict.pVtx = getCopy(meeting.conflict.pVtx);
     other.mLast_.forEach([&](const void* pVtx, std::uint32_t last) { mLast_.add(getCopy(pVtx), last); });
+    numEntered_ = other.numEntered_;
     other.mSums_.forEach([&](const void* pVtx, const Sum& met) { mSums_.add(getCopy(pVtx), met); });
 }
 

@@ -39,7 +39,7 @@ class HeightBook {
     struct Meeting {
         HeightConflict conflict;  // its vertex becomes null when the vertex is removed
         double zBefore;           // of the vertex
-        std::uint32_t iPrevious;  // the previous meeting at the same vertex
+        std::uint32_t iPrevious;  // the previous meeting at the same vertex, once entered
     };
     /// The heights that met at a vertex under HR_MEAN.
     struct Sum {
@@ -48,11 +48,14 @@ class HeightBook {
     };
 
     double decide(const Point2* pVtx, double z);
+    void enterMeetings();
 
     HeightRule rule_ = HR_FIRST;
     bool bPaused_ = false;
     std::vector<Meeting> vMeetings_;
-    PointerMap<std::uint32_t> mLast_;  // the last meeting at each vertex
+    // The last meeting at each vertex, of the first numEntered_ meetings: only removals need it, which are rare.
+    PointerMap<std::uint32_t> mLast_;
+    size_t numEntered_ = 0;
     PointerMap<Sum> mSums_;
 };
 
