@@ -110,11 +110,12 @@ std::string describe(const std::vector<Sample>& vSamples, bool bMemory) {
 std::string tableLine(const Row& row, const Outcome& outcome) {
     const bool bMemory = row.measure == &Sample::peak;
     const double ratio = median(outcome.vRatios);
-    const double judged = bMemory ? median(outcome.vOurs, row.measure) : ratio;
+    const bool bBytes = bMemory && !row.bRatio;
+    const double judged = bBytes ? median(outcome.vOurs, row.measure) : ratio;
     const auto [lowest, highest] = std::minmax_element(outcome.vRatios.begin(), outcome.vRatios.end());
     std::ostringstream line;
     line << "| " << row.name << " | " << row.work << " | " << row.reference << " | " << describe(outcome.vOurs, bMemory)
-         << " | " << describe(outcome.vReference, bMemory) << " | at most " << row.goal << (bMemory ? " B" : " x")
+         << " | " << describe(outcome.vReference, bMemory) << " | at most " << row.goal << (bBytes ? " B" : " x")
          << " | " << std::fixed << std::setprecision(3) << ratio << " (" << *lowest << " to " << *highest << ") | "
          << (judged <= row.goal ? "yes" : "**no**") << " |\n";
     return line.str();

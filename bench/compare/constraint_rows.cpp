@@ -131,6 +131,8 @@ std::vector<Row> constraintRows(Scale size) {
          [=] { return constrained<RoundingConstrained>(share({}, windingLines(size(6e4))), true); }},
         {"constraints-meshes", "all edges of two meshes of 20,000 points", cgalConstraints, 1.0, cpu,
          [=] { return constrained<RoundingConstrained>(share({}, edgesOfTwo(size(2e4))), false); }},
+        {"memory-constraints-meshes", "peak memory, all edges of two meshes of 20,000 points", cgalConstraints, 2.0,
+         peak, [=] { return constrained<RoundingConstrained>(share({}, edgesOfTwo(size(2e4))), false); }, true, true},
         {"constraint-across", "one segment across a mesh of 1,000,000 points", "own bulk of these", 0.01, cpu,
          [=] { return segmentsAgainstMesh(share(uniform(size(1e6)), acrossSegments(1))); }},
         {"constraint-across-growth", "20 segments across a mesh of 1,000,000 points, one by one",

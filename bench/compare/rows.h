@@ -29,10 +29,11 @@ struct Row {
     const char* name;
     const char* work;
     const char* reference;
-    double goal;              // upper limit of ours / reference; of ours in bytes for memory
+    double goal;              // upper limit of ours / reference; of ours in bytes for memory, unless bRatio is set
     double Sample::*measure;  // the quantity compared
     std::function<Contest()> prepare;
     bool bFresh = false;  // a new process for each turn, which gets its memory as the first call of a client does
+    bool bRatio = false;  // memory is judged by the ratio too
 };
 
 /// Our own work with fewer threads, as a reference.
