@@ -6,6 +6,7 @@ import re
 import shlex
 import subprocess
 import sys
+import time
 
 import numpy as np
 import pytest
@@ -244,6 +245,16 @@ def test_a_closed_pipe_ends_quietly(folder: pathlib.Path) -> None:
         f"{COMMAND} info ground.laz --json | true", shell=True, capture_output=True, text=True, cwd=folder, check=False
     )
     assert (done.returncode, done.stderr) == (0, "")
+
+
+def test_an_end_from_outside_leaves_nothing(tmp_path: pathlib.Path) -> None:
+    taro25d.Triangulation(make_hills(200_000)).write(tmp_path / "a.xyz")
+    with subprocess.Popen([COMMAND, "convert", "a.xyz", "a.dxf"], cwd=tmp_path, stderr=subprocess.DEVNULL) as process:
+        while len(list(tmp_path.iterdir())) < 2 and process.poll() is None:  # until it begins to write
+            time.sleep(0.05)
+        process.terminate()
+        assert process.wait(60) == 143
+    assert [path.name for path in tmp_path.iterdir()] == ["a.xyz"]
 
 
 def test_manual_page_is_that_of_the_table() -> None:

@@ -2,11 +2,21 @@
 
 from __future__ import annotations
 
+import signal
 import sys
+from typing import NoReturn
+
+_TERMINATED = 128 + signal.SIGTERM
+
+
+def _end(*_: object) -> NoReturn:
+    """End by an exception, so that unfinished files are removed."""
+    sys.exit(_TERMINATED)
 
 
 def main() -> None:
     """Run the command; the entry point of the package."""
+    signal.signal(signal.SIGTERM, _end)
     try:
         from .program import run
     except ImportError as error:
