@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <tuple>
 
 #include "kernel/heights.h"
 #include "kernel/tolerances.h"
+#include "kernel/tools.h"
+#include "taro25d/Bbox2.h"
+#include "taro25d/Vector2.h"
 
 namespace LUMO_TARO25D {
 
@@ -37,8 +41,32 @@ FacePlane::FacePlane(const Triangle2& triangle) : triangle_(triangle), origin_(*
     riseEast_ = (dzP * vy - dzQ * uy) / det;
     riseNorth_ = (ux * dzQ - vx * dzP) / det;
     const double sqLonger = std::max(ux * ux + uy * uy, vx * vx + vy * vy);
-    bWide_ = det >= MIN_PLANE_DETERMINANT * sqLonger && sqLonger > MIN_FACE_SQUARE && std::isfinite(riseEast_) &&
-             std::isfinite(riseNorth_);
+    const bool bInRange = sqLonger > MIN_FACE_SQUARE && sqLonger < MAX_PLAIN_SQUARE;
+    bWide_ =
+        bInRange && det >= MIN_PLANE_DETERMINANT * sqLonger && std::isfinite(riseEast_) && std::isfinite(riseNorth_);
+    if (!bInRange) setRisesByScaling(p, q);
+}
+
+/// The rises where products of coordinates leave the range of doubles.
+void FacePlane::setRisesByScaling(const Point2& p, const Point2& q) {
+    Bbox2 box;
+    for (const Point2* pCorner : {&origin_, &p, &q}) box.add(*pCorner);
+    // A quarter of large coordinates, so that no difference overflows.
+    const double factor = getMagnitude(box) > 1.0 ? 0.25 : 1.0;
+    const auto getOffset = [&](const Point2& point) {
+        return Vector2(factor * point.x() - factor * origin_.x(), factor * point.y() - factor * origin_.y(),
+                       0.25 * point.z() - 0.25 * origin_.z());
+    };
+    const Vector2 toP = getOffset(p), toQ = getOffset(q);
+    const double scale = getBinaryScale(
+        Vector2(std::max(std::abs(toP.x()), std::abs(toP.y())), std::max(std::abs(toQ.x()), std::abs(toQ.y())), 0.0));
+    const double zScale = getBinaryScale(Vector2(toP.z(), toQ.z(), 0.0));
+    const double ux = toP.x() / scale, uy = toP.y() / scale, dzP = toP.z() / zScale;
+    const double vx = toQ.x() / scale, vy = toQ.y() / scale, dzQ = toQ.z() / zScale;
+    const double det = accurateDeterminant(ux, uy, vx, vy);
+    const double rise = std::min(4.0 * factor * (zScale / scale), std::numeric_limits<double>::max());
+    riseEast_ = (dzP * vy - dzQ * uy) / det * rise;
+    riseNorth_ = (ux * dzQ - vx * dzP) / det * rise;
 }
 
 double FacePlane::getHeightOfSharpOne(double x, double y) const {

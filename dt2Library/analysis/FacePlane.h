@@ -35,6 +35,7 @@ class FacePlane {
     }
 
   private:
+    void setRisesByScaling(const Point2& p, const Point2& q);
     double getHeightOfSharpOne(double x, double y) const;
 
     const Triangle2& triangle_;

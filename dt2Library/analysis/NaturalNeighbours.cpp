@@ -19,16 +19,22 @@
 // equal for the old triangles and the new ones. If the place approaches an edge that is a barrier, the parts of the new
 // triangle at that edge tend to infinity and all weight goes to its two ends: there the height is linear.
 //
+// Where distances are so large or small that their products leave the range of doubles, all is computed once more in
+// scaled coordinates.
+//
 // Cost: linear in the triangles of the cavity, of which there are four on average.
 
 #include "analysis/NaturalNeighbours.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "analysis/FacePlane.h"
 #include "kernel/heights.h"
 #include "kernel/links.h"
+#include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "taro25d/freeFunctions.h"
 
@@ -43,6 +49,32 @@ constexpr double MIN_CLEAR_SINE = 1e-14;
 }  // namespace
 
 double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& place) {
+    scale_ = 1.0;
+    double height = compute(triangle, place);
+    if (std::isfinite(height) && isInRange()) return height;
+    scale_ = getScaleOfCavity();
+    height = compute(triangle, place);
+    // This happens only if heights overflow, or vertices are rounding errors apart.
+    if (!std::isfinite(height)) getHeightInside(triangle, place, height);
+    return height;
+}
+
+/// Whether no product has lost digits by underflow: that is so if the first triangle is large enough.
+bool NaturalNeighbours::isInRange() const {
+    return std::max({vCorners_[0].sqLength, vCorners_[1].sqLength, vCorners_[2].sqLength}) > MIN_FACE_SQUARE;
+}
+
+/// The power of two that brings the largest distance of a corner to about 1, that of the first triangle if it is small.
+double NaturalNeighbours::getScaleOfCavity() const {
+    constexpr int MAX_EXPONENT = 1000;
+    double largest = 0.0;
+    const size_t num = isInRange() ? vCorners_.size() : 3;
+    for (size_t k = 0; k < num; ++k) largest = std::max({largest, std::abs(vCorners_[k].x), std::abs(vCorners_[k].y)});
+    largest = std::min(largest, std::numeric_limits<double>::max());
+    return largest > 0.0 ? std::ldexp(1.0, std::min(MAX_EXPONENT, -std::ilogb(largest))) : 1.0;
+}
+
+double NaturalNeighbours::compute(const Triangle2& triangle, const Point2& place) {
     vCorners_.clear();
     vExits_.clear();
     // From the smallest corner on, so that the sums do not depend on the record.
@@ -52,8 +84,10 @@ double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& pla
     }
     const std::array<int, 3> aIndex{first, incIndexBy1(first), incIndexBy2(first)};
     for (const int i : aIndex) {
-        vCorners_.emplace_back(*triangle.getCorner(i), place);
-        if (vCorners_.back().sqLength == 0.0 && place == *triangle.getCorner(i)) return triangle.getCorner(i)->z();
+        vCorners_.emplace_back(*triangle.getCorner(i), place, scale_);
+    }
+    for (const int i : aIndex) {
+        if (place == *triangle.getCorner(i)) return triangle.getCorner(i)->z();
     }
     std::array<double, 3> aCross;
     for (size_t k = 0; k < 3; ++k) {
@@ -67,10 +101,7 @@ double NaturalNeighbours::getHeight(const Triangle2& triangle, const Point2& pla
     }
     for (size_t k = 0; k < 3; ++k)
         addExit(&triangle, aIndex[k], k == 2 ? 0 : k + 1, k == 0 ? 2 : k - 1, aCross[k], place);
-    double height = interpolate(place);
-    // This happens only if numbers overflow, or vertices are rounding errors apart.
-    if (!std::isfinite(height)) getHeightInside(triangle, place, height);
-    return height;
+    return interpolate(place);
 }
 
 bool NaturalNeighbours::isOnBarrier(const Triangle2& triangle, int i, const Point2& place) {
@@ -110,7 +141,7 @@ inline void NaturalNeighbours::addExit(const Triangle2* pT, int i, size_t src, s
     if (!exit.pNext) return;
     exit.far = indexOfNeighbour(exit.pNext, pT);
     exit.farIdx = static_cast<std::uint32_t>(vCorners_.size());
-    const Corner& far = vCorners_.emplace_back(*exit.pNext->getCorner(exit.far), place);
+    const Corner& far = vCorners_.emplace_back(*exit.pNext->getCorner(exit.far), place, scale_);
     const Corner &a = vCorners_[src], &b = vCorners_[trg];
     exit.fromSrc = getCross(a, far);
     exit.toTrg = getCross(far, b);

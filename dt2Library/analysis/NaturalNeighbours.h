@@ -31,12 +31,15 @@ class NaturalNeighbours {
     }
 
   private:
-    /// A corner relative to the place of the query, and its squared distance.
+    /// A corner relative to the place of the query, scaled, and its squared distance.
     struct Corner {
         double x, y, sqLength, z;
 
-        Corner(const Point2& corner, const Point2& place)
-            : x(corner.x() - place.x()), y(corner.y() - place.y()), sqLength(x * x + y * y), z(corner.z()) {}
+        Corner(const Point2& corner, const Point2& place, double scale)
+            : x(corner.x() * scale - place.x() * scale),
+              y(corner.y() * scale - place.y() * scale),
+              sqLength(x * x + y * y),
+              z(corner.z()) {}
     };
     /// An edge of a triangle of the cavity, and the triangle behind it, whose test does not wait until it is wanted:
     /// processors guess its result badly, and the tests of several exits run at the same time.
@@ -52,6 +55,9 @@ class NaturalNeighbours {
 
     bool isBarrier(const Triangle2* pT, int i) const { return !pT->getOppositeTriangle(i) || dt2_.isConstraint(pT, i); }
     bool isOnBarrier(const Triangle2& triangle, int i, const Point2& place);
+    double compute(const Triangle2& triangle, const Point2& place);
+    bool isInRange() const;
+    double getScaleOfCavity() const;
     double interpolate(const Point2& place);
     void addExit(const Triangle2* pT, int i, size_t src, size_t trg, double cross, const Point2& place);
     bool isInside(const Exit& exit, const Point2& place) {
@@ -64,6 +70,7 @@ class NaturalNeighbours {
 
     const Dt2& dt2_;
     GeomTest geomTest_;
+    double scale_ = 1.0;            // a power of two
     std::vector<Corner> vCorners_;  // of the cavity, and those behind its exits
     std::vector<Exit> vExits_;      // all so far
     double baseZ_ = 0.0;            // heights are relative to it

@@ -142,7 +142,7 @@ inline bool RasterGrid::has(const Triangle2& triangle, const Point2& centre, Geo
     const double least = std::min(std::min(ax * by - ay * bx, bx * cy - by * cx), cx * ay - cy * ax);
     const double width = std::max(std::max(std::abs(ax), std::abs(bx)), std::abs(cx));
     const double height = std::max(std::max(std::abs(ay), std::abs(by)), std::abs(cy));
-    const double slack = 7e-16 * width * height + 1e-290;
+    const double slack = 7e-16 * (width * height) + 1e-290;  // infinite if a product is
     return std::abs(least) > slack ? least > 0.0 : hasExactly(triangle, centre, geomTest);
 }
 

@@ -112,7 +112,7 @@ constexpr double MIN_PLAIN_SQUARE = 1e-280, MAX_PLAIN_SQUARE = 1e300;
 constexpr double MIN_ZONE_MAGNITUDE = 1e-138, MAX_ZONE_MAGNITUDE = 1e153;
 /// Products of four lengths below this may have lost digits to underflow (CandidateQueue).
 constexpr double MIN_PRODUCT = 0x1p-900;
-/// A triangle with smaller squared sides has no slope in doubles (FacePlane).
+/// Triangles with smaller squared sides are computed in scaled coordinates (FacePlane, NaturalNeighbours).
 constexpr double MIN_FACE_SQUARE = 1e-250;
 
 inline bool isPlainSquare(double sqLength) { return sqLength > MIN_PLAIN_SQUARE && sqLength < MAX_PLAIN_SQUARE; }

@@ -135,6 +135,31 @@ TEST(Rasterize, AgreesWithHeightsWhereverAndHoweverLargeTheCellsAre) {
     }
 }
 
+TEST(Rasterize, DescribesPlanesOfAnySize) {
+    Random r(19);
+    const PointVector vPoints = makeScattered(60, -1, -1, 1, 1, r, 1);
+    const auto makeScaled = [&](double scale, RasterKind kind, double zScale) {
+        PointVector vScaled;
+        for (const Point2& p : vPoints) vScaled.emplace_back(p.x() * scale, p.y() * scale, p.z() * zScale);
+        Taro_2D mesh;
+        mesh.insert(vScaled);
+        const RasterFrame scaledFrame{-0.75 * scale, 0.75 * scale, 0.25 * scale, 0.25 * scale, 6, 6};
+        return rasterOf(mesh.createZone(nullptr, ZL_GLOBAL), scaledFrame, kind);
+    };
+    for (const double scale : {0x1p-1000, 0x1p-530, 0x1p-490, 0x1p500, 0x1p520, 0x1p1020}) {
+        for (const RasterKind kind : {RK_LINEAR, RK_NATURAL_NEIGHBOUR}) {
+            const Cells vExpected = makeScaled(1, kind, 1), vCells = makeScaled(scale, kind, 1);
+            for (size_t k = 0; k < vCells.size(); ++k)
+                EXPECT_NEAR(vCells[k], vExpected[k], 1e-7) << scale << " " << kind;
+        }
+        for (const RasterKind kind : {RK_SLOPE, RK_ASPECT, RK_HILLSHADE}) {
+            const Cells vExpected = makeScaled(1, kind, 1), vCells = makeScaled(scale, kind, scale);
+            for (size_t k = 0; k < vCells.size(); ++k)
+                EXPECT_NEAR(vCells[k], vExpected[k], 1e-7) << scale << " " << kind;
+        }
+    }
+}
+
 TEST(Rasterize, ReturnsTheHeightsOfAGridItIsLaidOver) {
     Random r(3);
     PointVector vPoints = makeGrid(40, 500000, 4000000, 2.5, r);
