@@ -94,6 +94,14 @@ size_t Simplifier::getNumLeftOut() const {
     return num;
 }
 
+std::vector<std::uint32_t> Simplifier::getUsed() const {
+    std::vector<std::uint32_t> vUsed;
+    for (const Place& place : inserter_.getPlaces()) {
+        if (!isLeftOut(place.number)) vUsed.push_back(place.number);
+    }
+    return vUsed;
+}
+
 void Simplifier::insertAlone(std::uint32_t k) {
     mesh_.insert(vPoints_[k]);
     inserter_.setState(vPlaceOf_[k], GreedyInserter::VERTEX);

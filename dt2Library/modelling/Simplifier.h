@@ -35,13 +35,15 @@ class Simplifier {
     double computeError() const { return inserter_.computeError(); }
     /// The number of points left out.
     size_t getNumLeftOut() const;
+    /// The numbers of the points that were not left out, along a Hilbert curve.
+    std::vector<std::uint32_t> getUsed() const;
     bool isVertex(std::uint32_t k) const { return getState(k) == GreedyInserter::VERTEX; }
-    bool isLeftOut(std::uint32_t k) const { return getState(k) == GreedyInserter::LEFT_OUT; }
 
   private:
     using Place = PointBuckets::Place;
     static constexpr std::uint32_t NONE = PointBuckets::NONE;
 
+    bool isLeftOut(std::uint32_t k) const { return getState(k) == GreedyInserter::LEFT_OUT; }
     std::vector<Place> collectPlaces();
     void insertHull(const std::vector<Segment2>& vKept);
     GreedyInserter::PlaceState getState(std::uint32_t k) const {

@@ -33,16 +33,12 @@ namespace LUMO_TARO25D {
 
 SurfaceCertifier::SurfaceCertifier(Taro_2D& model, const std::vector<Point2>& vPoints,
                                    const std::vector<Segment2>& vKept, Simplifier& simplifier, Progress& progress)
-    : model_(model), vPoints_(vPoints), simplifier_(simplifier), progress_(progress) {
+    : model_(model), vPoints_(vPoints), simplifier_(simplifier), progress_(progress), vInFull_(simplifier.getUsed()) {
     full_.getImpl()->getProgress().setCancelFlag(progress.getCancelFlag());
     full_.setNumCPU(model.getImpl()->getNumCPU());
     if (!vKept.empty()) full_.createConstraint(vKept, CIS_CONSTRAINED_DELAUNAY);
     std::vector<Point2> vUsed;
-    for (std::uint32_t k = 0; k < vPoints.size(); ++k) {
-        if (simplifier.isLeftOut(k)) continue;
-        vInFull_.push_back(k);
-        vUsed.push_back(vPoints[k]);
-    }
+    for (const std::uint32_t k : vInFull_) vUsed.push_back(vPoints[k]);
     std::vector<Point2*> vHandles;
     full_.insert(vUsed, vHandles);
     if (!vKept.empty() && full_.is2D()) full_.applyConstraintsAndZones();

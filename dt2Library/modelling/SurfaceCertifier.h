@@ -66,7 +66,7 @@ class SurfaceCertifier {
     Progress& progress_;
     Taro_2D full_;
     PointerMap<std::uint32_t> mNumbers_;  // vertices of the full surface to numbers of points
-    std::vector<std::uint32_t> vInFull_;  // the points that were not left out
+    std::vector<std::uint32_t> vInFull_;  // the points that were not left out, in spatial order
     PointerMap<Point2*> mTwins_;          // vertices of the full surface by those of the model
 };
 

@@ -61,7 +61,10 @@ void shareWork(int numThreads, size_t n, size_t pieceSize, Progress& progress,
     Pieces pieces(n, pieceSize, progress);
     const int num = getNumSharing(numThreads, n, pieceSize);
     if (num == 1) {
-        pieces.work(f, 0, [&progress] { progress.report(); });
+        pieces.work(f, 0, [&progress] {
+            progress.report();
+            throwIfStopped();  // a running operation that counts no pieces repeats its last report
+        });
     } else {
         runOnThreads(
             num, [&](int threadIdx) { pieces.work(f, threadIdx, [] {}); }, [&] { pieces.report(); });

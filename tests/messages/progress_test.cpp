@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <thread>
 #include <vector>
 
 #include "support/recorder.h"
+#include "support/shareWork.h"
 
 using namespace LUMO_TARO25D;
 
@@ -121,4 +123,20 @@ TEST(Progress, WorkersCountAndTheCallingThreadReports) {
     progress.report();
     progress.report();
     EXPECT_EQ(recorder.vValues, (std::vector<double>{0.5}));
+}
+
+TEST(Progress, IsRepeatedWhileSharedWorkCountsNothing) {
+    Progress progress, silent;
+    Recorder recorder;
+    progress.subscribe(MT_PROGRESS, &recorder);
+    const MessageScope scope(&progress);
+    progress.start("long step", 10);
+    for (const int numThreads : {1, 2}) {
+        recorder.vValues.clear();
+        shareWork(numThreads, 40, 1, silent,
+                  [](size_t, size_t, int) { std::this_thread::sleep_for(std::chrono::milliseconds(8)); });
+        EXPECT_GE(recorder.vValues.size(), 2u) << numThreads << " threads";
+        EXPECT_EQ(recorder.vValues, std::vector<double>(recorder.vValues.size(), 0.0));
+    }
+    progress.finish();
 }
