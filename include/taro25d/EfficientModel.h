@@ -50,8 +50,9 @@ class TARO25D_API EfficientModel {
     void setMaxNumberOfPoints(std::size_t num);
     /// The number of threads: n > 0 sets n, n < 0 sets 1, n == 0 the number of hardware threads.
     void setNumCPU(int num);
-    /// Sets whether the limit shall hold for the whole surface: the triangulation of all points, with canonical
-    /// diagonals, and the model then differ nowhere by more than the limit, also inside triangles.
+    /// Sets whether the limit shall hold for the whole surface: the triangulation of all points and kept lines, with
+    /// canonical diagonals, and the model then differ nowhere by more than the limit, also inside triangles. Takes
+    /// several times as long.
     void setCertified(bool bCertified);
 
     /// Makes the model; a second call makes it again. Without any limit it warns and does nothing.
@@ -62,8 +63,8 @@ class TARO25D_API EfficientModel {
     /// The largest vertical distance of a given point, except those that were left out, measured on the finished model;
     /// NaN before go().
     double getError() const;
-    /// The largest vertical distance between the surface of all points and the model; NaN before go(). Each call
-    /// computes it, at the cost of a triangulation of all points.
+    /// The largest vertical distance between the surface of all points and kept lines and the model; NaN before go().
+    /// Each call computes it, at the cost of a triangulation of all points.
     double getSurfaceError() const;
 
     /// Adds a listener (not owned): of MT_PROGRESS for the progress of go(), of MT_WARNING for its warnings.
