@@ -2,9 +2,9 @@
 // read.
 //
 // A contour must not pass through a corner: then every triangle has two crossings or none. If the height is that of a
-// corner, it is moved up by the smallest step that avoids all corners (ContourFinder::cutAbove), as long as the caller allows it. The
-// chains come from CrossingGraph, bands from BandBuilder; heights and bands are shared among threads, with results that
-// do not depend on their number.
+// corner, it is moved up by the smallest step that avoids all corners (ContourFinder::cutAbove), as long as the
+// caller allows it. The chains come from CrossingGraph, bands from BandBuilder; heights and bands are shared among
+// threads, with results that do not depend on their number.
 //
 // A profile is the cut of the surface with a vertical plane: one segment for each triangle, sorted along the plane.
 

@@ -1,23 +1,25 @@
 // Natural neighbour interpolation (Sibson 1981) that only reads the mesh.
 //
-// A vertex inserted at the place would replace the triangles whose circles contain it, the cavity, by triangles that join
-// it with the border of the cavity, and its Voronoi cell would take a part from the cell of each vertex around the
-// cavity. The height is the mean of the heights of these vertices, weighted by the areas of the parts (Watson 1992).
+// A vertex inserted at the place would replace the triangles whose circles contain it, the cavity, by triangles that
+// join it with the border of the cavity, and its Voronoi cell would take a part from the cell of each vertex around
+// the cavity. The height is the mean of the heights of these vertices, weighted by the areas of the parts (Watson
+// 1992).
 //
 // The centre of its circle and the bisectors of its edges divide a triangle into three signed parts, one for each
-// corner, and the cell of a vertex consists of the parts of the triangles around it. So a vertex loses its parts of the
-// old triangles and gets those of the new ones, and the new cell consists of the parts of the new triangles at the
-// place. With the edges e and f from a corner, their cross product D and their dot product d, the part at the end of e
-// is an eighth of D + (d / D) f (f - e), that at the end of f is an eighth of D - (d / D) e (f - e), and all three are
-// D / 2. (The difference f - e is taken first: where it is small, f^2 - d would lose its digits.) Each triangle is summed
-// up alone: neither centres nor a table of vertices are needed.
+// corner, and the cell of a vertex consists of the parts of the triangles around it. So a vertex loses its parts of
+// the old triangles and gets those of the new ones, and the new cell consists of the parts of the new triangles at
+// the place. With the edges e and f from a corner, their cross product D and their dot product d, the part at the end
+// of e is an eighth of D + (d / D) f (f - e), that at the end of f is an eighth of D - (d / D) e (f - e), and all
+// three are D / 2. (The difference f - e is taken first: where it is small, f^2 - d would lose its digits.) Each
+// triangle is summed up alone: neither centres nor a table of vertices are needed.
 //
-// The cavity is that of constrained insertion: the triangles whose circles contain the place and which are reached from
-// the triangle of the place across edges that are no constraints. Some of the areas may then be negative. Planes are
-// still reproduced, for any cavity: the heights of a plane, weighted by the parts of a triangle, add up to the height at
-// its nine-point centre times its area. The sum of these over triangles depends only on their common border, so it is
-// equal for the old triangles and the new ones. If the place approaches an edge that is a barrier, the parts of the new
-// triangle at that edge tend to infinity and all weight goes to its two ends: there the height is linear.
+// The cavity is that of constrained insertion: the triangles whose circles contain the place and which are reached
+// from the triangle of the place across edges that are no constraints. Some of the areas may then be negative. Planes
+// are still reproduced, for any cavity: the heights of a plane, weighted by the parts of a triangle, add up to the
+// height at its nine-point centre times its area. The sum of these over triangles depends only on their common
+// border, so it is equal for the old triangles and the new ones. If the place approaches an edge that is a barrier,
+// the parts of the new triangle at that edge tend to infinity and all weight goes to its two ends: there the height
+// is linear.
 //
 // Where distances are so large or small that their products leave the range of doubles, all is computed once more in
 // scaled coordinates.

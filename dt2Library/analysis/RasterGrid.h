@@ -133,8 +133,8 @@ inline RasterGrid::Span RasterGrid::getRows(double minY, double endY) const {
     return rows;
 }
 
-/// Whether a centre belongs to the triangle, by the rule of the class. Where the least of the orientation determinants is
-/// certain (GeomTest::productFilterOri2), it decides alone.
+/// Whether a centre belongs to the triangle, by the rule of the class. Where the least of the orientation
+/// determinants is certain (GeomTest::productFilterOri2), it decides alone.
 inline bool RasterGrid::has(const Triangle2& triangle, const Point2& centre, GeomTest& geomTest) {
     const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
     const double ax = a.x() - centre.x(), bx = b.x() - centre.x(), cx = c.x() - centre.x();

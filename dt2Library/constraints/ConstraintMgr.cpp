@@ -28,8 +28,8 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Sorts a list of segments, of which the first numOrdered are in order. The ends are copied first, since the records of
-/// segments are far apart in memory.
+/// Sorts a list of segments, of which the first numOrdered are in order. The ends are copied first, since the records
+/// of segments are far apart in memory.
 void bringIntoOrder(std::vector<ConstraintSegment2*>& vCSegs, std::ptrdiff_t numOrdered) {
     using Entry = std::tuple<std::uintptr_t, std::uintptr_t, ConstraintSegment2*>;
     const auto number = [](const Point2* pVtx) { return reinterpret_cast<std::uintptr_t>(pVtx); };

@@ -3,8 +3,8 @@
 // A segment is followed from its source through the triangles that it crosses. If it meets neither a constraint nor a
 // vertex, these triangles are replaced by others that have it as an edge (CrossedRegion). A vertex on its path splits
 // the segment; a constraint edge on its path is split together with it at their crossing. The pieces go onto a stack,
-// so that one obstacle is handled at a time and the mesh is consistent after each. Nearly always the crossed edge can be
-// divided in place (insertOnEdge), and its halves need no further work.
+// so that one obstacle is handled at a time and the mesh is consistent after each. Nearly always the crossed edge can
+// be divided in place (insertOnEdge), and its halves need no further work.
 //
 // Where two constraints cross, the older one gives the height of the new vertex, linear between the ends of its alive
 // piece. Age decides, not which of the two is an edge already: a segment may be an edge by chance, long before its

@@ -5,9 +5,9 @@
 // (RefCand3::needRefinement).
 //
 // The queue is divided into buckets by angle. Only the first occupied bucket is kept as a heap, and new candidates of
-// the others are appended in constant time; since a bucket holds a small part of the queue, its heap stays in the cache.
-// The order is that of one heap. An entry holds all that is needed to compare it and to recognise a triangle that has
-// changed; the candidate itself (RefCand3) is made when the entry is served.
+// the others are appended in constant time; since a bucket holds a small part of the queue, its heap stays in the
+// cache. The order is that of one heap. An entry holds all that is needed to compare it and to recognise a triangle
+// that has changed; the candidate itself (RefCand3) is made when the entry is served.
 
 #include "meshing/CandidateQueue.h"
 

@@ -1,6 +1,6 @@
-// A surface made of contours. Where a valley or a ridge bends a contour, the nearest neighbours of its points are other
-// points of the same contour: triangles there are level, and the bed of a valley becomes a row of pits with dams between
-// them. Flips that lower the angles between neighbouring triangles remove most of both.
+// A surface made of contours. Where a valley or a ridge bends a contour, the nearest neighbours of its points are
+// other points of the same contour: triangles there are level, and the bed of a valley becomes a row of pits with
+// dams between them. Flips that lower the angles between neighbouring triangles remove most of both.
 
 #include <algorithm>
 #include <cmath>
