@@ -40,8 +40,10 @@ bool isWithoutGraph(ZoneLocation zoneLoc) {
     return zoneLoc == ZL_GLOBAL || (zoneLoc >= ZL_RESULT_UNION && zoneLoc <= ZL_RESULT_SYMMETRIC_DIFFERENCE);
 }
 
-/// False also for the record of a deleted triangle.
-bool hasTriangle(const Edge2& edge) { return edge.getTriangle() && edge.getTriangle()->getCorner(0); }
+/// False also for the record of a deleted triangle, and for an index that no edge of a triangle has.
+bool hasTriangle(const Edge2& edge) {
+    return edge.getTriangle() && edge.getTriangle()->getCorner(0) && edge.getIndex() >= 0 && edge.getIndex() <= 2;
+}
 
 /// The distance from the rounded barycentre to the nearest side; 0 if it is outside or nearer than MIN_SEED_CLEARANCE:
 /// later crossings bend the border by rounding errors, and it must not pass the barycentre.

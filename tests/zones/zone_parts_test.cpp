@@ -61,6 +61,10 @@ TEST(Zone, FromStrangeTrianglesIsRefused) {
     for (Triangle2* pT : {*std::find_if(vAround.begin(), vAround.end(), isGone), static_cast<Triangle2*>(nullptr)}) {
         EXPECT_EQ(mesh.createZone(std::vector<Edge2>{Edge2(pT, 0)}, ZL_BOUNDED, false), nullptr);
     }
+    for (const int noIndex : {-1, 3, 1000}) {
+        const std::vector<Edge2> vEdges{Edge2(trianglesOf(mesh)[0], noIndex)};
+        EXPECT_EQ(mesh.createZone(vEdges, ZL_BOUNDED, false), nullptr);
+    }
     EXPECT_TRUE(aliveSegmentsOf(mesh).empty());
 }
 
