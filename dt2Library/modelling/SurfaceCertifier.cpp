@@ -26,6 +26,7 @@
 #include "mesh/Dt2.h"
 #include "mesh/segmentWalk.h"
 #include "modelling/Simplifier.h"
+#include "support/diagnostics.h"
 #include "support/shareWork.h"
 #include "taro25d/freeFunctions.h"
 
@@ -97,15 +98,20 @@ std::vector<SurfaceCertifier::ModelEdge> SurfaceCertifier::getModelEdges() const
     return vEdges;
 }
 
-/// Finds the vertices of the full surface that are those of the model.
-void SurfaceCertifier::findTwins() {
+/// Finds the vertices of the full surface that are those of the model. False if one of the model is none of the others.
+bool SurfaceCertifier::findTwins() {
     std::vector<Point2*> vVertices;
     model_.getVertexPointers(vVertices);
     std::vector<Point2*> vTwins(vVertices.size());
     share(vTwins.size(), [&](size_t i, GeomTest&) {
         if (!mTwins_.find(vVertices[i])) vTwins[i] = full_.getImpl()->getVertexPointer(*vVertices[i]);
     });
-    for (size_t i = 0; i < vTwins.size(); ++i) mTwins_.add(vVertices[i], vTwins[i]);
+    bool bAll = true;
+    for (size_t i = 0; i < vTwins.size(); ++i) {
+        if (vTwins[i]) mTwins_.add(vVertices[i], vTwins[i]);
+        bAll = bAll && mTwins_.find(vVertices[i]);
+    }
+    return bAll;
 }
 
 std::vector<SurfaceCertifier::Difference> SurfaceCertifier::followEdges() {
@@ -134,6 +140,10 @@ std::vector<double> SurfaceCertifier::getPointErrors() {
 double SurfaceCertifier::computeError() {
     double largest = 0.0;
     if (!full_.is2D() || !model_.is2D()) return largest;
+    if (!findTwins()) {
+        warning("EfficientModel::getSurfaceError()", "a vertex of the model is none of the given points, no result");
+        return std::numeric_limits<double>::quiet_NaN();
+    }
     for (const Difference& worst : followEdges()) largest = std::max(largest, worst.error);
     for (const double distance : getPointErrors()) largest = std::max(largest, distance);
     return largest;

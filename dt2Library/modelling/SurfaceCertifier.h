@@ -28,7 +28,8 @@ class SurfaceCertifier {
     /// Inserts points into the model until the two surfaces differ nowhere by more than maxError; stops before the
     /// model would have more than maxNumPoints points (0 for any number). Makes the diagonals of the model canonical.
     void certify(double maxError, size_t maxNumPoints);
-    /// The largest difference between the surfaces.
+    /// The largest difference between the surfaces; NaN, with a warning, if the model has a vertex that is no vertex of
+    /// the surface of all points.
     double computeError();
 
   private:
@@ -44,7 +45,7 @@ class SurfaceCertifier {
 
     template <class F>
     void share(size_t n, const F& f);
-    void findTwins();
+    bool findTwins();
     std::vector<ModelEdge> getModelEdges() const;
     /// The largest difference along an edge of the model, found by following it through the full surface.
     Difference followEdge(const Point2* pSrc, const Point2* pTrg, GeomTest& geomTest) const;

@@ -63,8 +63,9 @@ class TARO25D_API EfficientModel {
     /// The largest vertical distance of a given point, except those that were left out, measured on the finished model;
     /// NaN before go().
     double getError() const;
-    /// The largest vertical distance between the surface of all points and kept lines and the model; NaN before go().
-    /// Each call computes it, at the cost of a triangulation of all points.
+    /// The largest vertical distance between the surface of all points and kept lines and the model; NaN before go(),
+    /// and, with a warning, if the client has inserted a vertex that is none of the given points. Each call computes it,
+    /// at the cost of a triangulation of all points.
     double getSurfaceError() const;
 
     /// Adds a listener (not owned): of MT_PROGRESS for the progress of go(), of MT_WARNING for its warnings.

@@ -267,6 +267,18 @@ TEST(EfficientModel, OfAlmostNothing) {
     }
 }
 
+TEST(EfficientModel, MeasuresTheSurfaceOnlyOfGivenPoints) {
+    EfficientModel model(makeHills(100, 5));
+    model.setMaxError(1);
+    model.go();
+    Point2* pOther = model.getTriangulation()->insert(Point2(0.123, 0.456, 7));
+    StdoutCapture capture;
+    EXPECT_TRUE(std::isnan(model.getSurfaceError()));
+    EXPECT_TRUE(contains(capture, "a vertex of the model is none of the given points"));
+    model.getTriangulation()->remove(pOther);
+    EXPECT_FALSE(std::isnan(model.getSurfaceError()));
+}
+
 TEST(EfficientModel, RefusesWrongCalls) {
     EfficientModel model(makeHills(100, 5));
     StdoutCapture capture;
