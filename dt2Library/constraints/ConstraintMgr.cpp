@@ -28,26 +28,18 @@ namespace LUMO_TARO25D {
 
 namespace {
 
-/// Sorts a list of segments, of which the first numOrdered are in order. The ends are copied first, since the records
-/// of segments are far apart in memory.
-void bringIntoOrder(std::vector<ConstraintSegment2*>& vCSegs, std::ptrdiff_t numOrdered) {
+/// Appends segments in the order of their ends. The ends are copied before the sort, since the records of segments are
+/// far apart in memory.
+void appendInOrder(const std::vector<ConstraintSegment2*>& vFound, std::vector<ConstraintSegment2*>& vCSegs) {
     using Entry = std::tuple<std::uintptr_t, std::uintptr_t, ConstraintSegment2*>;
     const auto number = [](const Point2* pVtx) { return reinterpret_cast<std::uintptr_t>(pVtx); };
-    std::vector<Entry> vNew;
-    vNew.reserve(vCSegs.size() - static_cast<size_t>(numOrdered));
-    std::for_each(vCSegs.begin() + numOrdered, vCSegs.end(), [&](ConstraintSegment2* pCSeg) {
-        vNew.emplace_back(number(pCSeg->getSrc()), number(pCSeg->getTrg()), pCSeg);
-    });
-    std::sort(vNew.begin(), vNew.end(), withCancelPoints([](const Entry& a, const Entry& b) {
-                  return std::get<0>(a) != std::get<0>(b) ? std::get<0>(a) < std::get<0>(b)
-                                                          : std::get<1>(a) < std::get<1>(b);
-              }));
-    std::transform(vNew.begin(), vNew.end(), vCSegs.begin() + numOrdered,
-                   [](const Entry& entry) { return std::get<2>(entry); });
-    if (numOrdered == 0) return;
-    std::inplace_merge(
-        vCSegs.begin(), vCSegs.begin() + numOrdered, vCSegs.end(),
-        withCancelPoints([](const ConstraintSegment2* a, const ConstraintSegment2* b) { return *a < *b; }));
+    std::vector<Entry> vEntries;
+    vEntries.reserve(vFound.size());
+    for (ConstraintSegment2* pCSeg : vFound)
+        vEntries.emplace_back(number(pCSeg->getSrc()), number(pCSeg->getTrg()), pCSeg);
+    std::sort(vEntries.begin(), vEntries.end(), withCancelPoints(std::less<>()));
+    reserveMore(vCSegs, vEntries.size());
+    for (const Entry& entry : vEntries) vCSegs.push_back(std::get<2>(entry));
 }
 
 }  // namespace
@@ -90,27 +82,13 @@ bool ConstraintMgr::isConstraint_performanceVersion(const Point2* p0, const Poin
 
 template <class F>
 void ConstraintMgr::appendSegments(const F& f, std::vector<ConstraintSegment2*>& vCSegs) const {
-    sortSegments();
+    std::vector<ConstraintSegment2*> vFound;
     CancelPoint<4096> cancelPoint;
     for (ConstraintSegment2* pCSeg : vSegments_) {
         cancelPoint.pass();
-        if (f(pCSeg) && isKept(pCSeg)) vCSegs.push_back(pCSeg);
+        if (f(pCSeg) && isKept(pCSeg)) vFound.push_back(pCSeg);
     }
-}
-
-/// The lock is free while segments are sorted, since a cancellation point may call a client. The list is overwritten in
-/// place, so that its size may be read meanwhile.
-void ConstraintMgr::sortSegments() const {
-    std::vector<ConstraintSegment2*> vSorted;
-    std::unique_lock lock(sorting_);
-    if (numSorted_ == vSegments_.size()) return;
-    vSorted = vSegments_;
-    const auto numOrdered = static_cast<std::ptrdiff_t>(numSorted_);
-    lock.unlock();
-    bringIntoOrder(vSorted, numOrdered);
-    lock.lock();
-    if (numSorted_ < vSorted.size()) std::copy(vSorted.begin(), vSorted.end(), vSegments_.begin());  // the first thread
-    numSorted_ = vSorted.size();
+    appendInOrder(vFound, vCSegs);
 }
 
 void ConstraintMgr::getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const {
@@ -314,16 +292,12 @@ void ConstraintMgr::sweep() {
         std::vector<ConstraintSegment2*> vKept, vGarbage;
         vKept.reserve(getNumberOfSegments());
         vGarbage.reserve(numDiscarded_);
-        size_t numKeptSorted = 0;
-        for (size_t i = 0; i < vSegments_.size(); ++i) {
+        for (ConstraintSegment2* pCSeg : vSegments_) {
             cancelPoint.pass();
-            const bool bKept = isKept(vSegments_[i]);
-            (bKept ? vKept : vGarbage).push_back(vSegments_[i]);
-            numKeptSorted += bKept && i < numSorted_;
+            (isKept(pCSeg) ? vKept : vGarbage).push_back(pCSeg);
         }
         vGarbage_.insert(vGarbage_.end(), vGarbage.begin(), vGarbage.end());
         vSegments_.swap(vKept);
-        numSorted_ = numKeptSorted;
         numDiscarded_ = 0;
     }
     while (!vGarbage_.empty()) {

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -42,8 +41,8 @@ class ConstraintMgr : public ConstraintKeeper {
     bool isConstraint_performanceVersion(const Point2* p0, const Point2* p1) const;
     /// The alive segment between two vertices in any order, or null.
     ConstraintSegment2* getAliveConstraintSegment(const Point2* p0, const Point2* p1) const;
-    /// Append all alive segments, or all segments, in the order of the addresses of their ends. O(n), after the first
-    /// question since segments were added.
+    /// Append all alive segments, or all segments, in the order of the addresses of their ends.
+    /// O(n log n).
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     void getAliveAndDeadConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
 
@@ -170,8 +169,6 @@ class ConstraintMgr : public ConstraintKeeper {
     /// Appends the segments for which f is true, by the pointers of their ends.
     template <class F>
     void appendSegments(const F& f, std::vector<ConstraintSegment2*>& vCSegs) const;
-    /// Brings the list of segments into order. For queries on several threads.
-    void sortSegments() const;
     /// One segment for each pair of different vertices, in input order.
     std::vector<ConstraintSegment2*> addConstraintSegments(const std::vector<VertexPair>& vPairs,
                                                            ConstraintInsertionStrategy cis);
@@ -211,10 +208,7 @@ class ConstraintMgr : public ConstraintKeeper {
     Dt2* pDt2_;
     SimplePool<ConstraintSegment2> segmentPool_;
     std::vector<ConstraintSegment2*> vRecycled_;
-    // All segments; the first numSorted_ are in the order of their ends.
-    mutable std::vector<ConstraintSegment2*> vSegments_;
-    mutable size_t numSorted_ = 0;
-    mutable std::mutex sorting_;
+    std::vector<ConstraintSegment2*> vSegments_;
     size_t numDiscarded_ = 0;  // segments in the list that are not in the table any more
     AddressSet constraintVertices_;
     AddressSet sBroughtVertices_;                     // vertices inserted for constraints alone

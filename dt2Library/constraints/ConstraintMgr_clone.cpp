@@ -44,10 +44,9 @@ void ConstraintMgr::copyTo(Dt2& copy, const RecordCopies<Point2>& vertices) cons
     target.establisher_.copyFrom(establisher_, mSegments);
 }
 
-/// Vertices have the order of their originals, and so have the ends of segments.
+/// Vertices have the order of their originals, so that the smaller end of a segment stays the smaller one.
 void ConstraintMgr::copySegments(const ConstraintMgr& other, const RecordCopies<Point2>& vertices,
                                  PointerMap<ConstraintSegment2*>& mSegments) {
-    other.sortSegments();
     vSegments_.reserve(other.getNumberOfSegments());
     pDt2_->getConstraintEdges().reserve(other.getNumberOfSegments());
     for (size_t i = 0; i < other.vSegments_.size(); ++i) {
@@ -56,7 +55,6 @@ void ConstraintMgr::copySegments(const ConstraintMgr& other, const RecordCopies<
         mSegments.add(pCSeg, enterSegment(vertices(pCSeg->getSrc()), vertices(pCSeg->getTrg()), pCSeg->getCIS()));
         if (i % 4096 == 0) throwIfStopped();
     }
-    numSorted_ = vSegments_.size();
 }
 
 std::function<void()> ConstraintMgr::rememberState() {
@@ -70,8 +68,8 @@ std::function<void()> ConstraintMgr::rememberState() {
         vStates.push_back(pCSeg->getState());
     }
     const auto getMembers = [this] {
-        return std::tie(vSegments_, numSorted_, constraintVertices_, sBroughtVertices_, vPendingCalls_, sPendingEnds_,
-                        bUnfinished_, numCalls_, numRequested_);
+        return std::tie(vSegments_, constraintVertices_, sBroughtVertices_, vPendingCalls_, sPendingEnds_, bUnfinished_,
+                        numCalls_, numRequested_);
     };
     auto members = copyAll(getMembers());
     auto numEnds = pNumEnds_ ? std::optional(*pNumEnds_) : std::nullopt;

@@ -311,8 +311,8 @@ class TARO25D_API Taro_2D {
     /// The alive constraint segment between two vertices, in any order; null if there is none. Constant expected
     /// time.
     ConstraintSegment2* getConstraintSegment(Point2* p0, Point2* p1) const;
-    /// Appends the alive constraint segments, which are edges of the mesh, in the order of their addresses. Linear, and
-    /// n log n where segments are new since the last time.
+    /// Appends the alive constraint segments, which are edges of the mesh, in the order of their addresses.
+    /// O(n log n).
     void getAliveConstraintSegments(std::vector<ConstraintSegment2*>& vCSegs) const;
     /// Appends all constraint segments, those that were split included, in the order of their addresses. Time as for
     /// the alive segments.
