@@ -2,8 +2,8 @@
 //
 // There is at most one segment for each pair of vertices. The mesh has the hash table of segments by their ends
 // (ConstraintEdges), so that it answers whether an edge is a constraint without the manager. The list of all segments
-// serves queries that want them in order; it is sorted only when somebody asks, which costs less than keeping order at
-// each split. Entries of discarded segments stay in the list until half of it is garbage (sweep).
+// has no order: queries sort what they return, which costs less than keeping order at each split. Entries of discarded
+// segments stay in the list until half of it is garbage (sweep).
 //
 // Memory: 64 bytes a segment, and some 30 in the list and the table.
 //

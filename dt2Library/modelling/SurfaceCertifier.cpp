@@ -115,7 +115,6 @@ bool SurfaceCertifier::findTwins() {
 }
 
 std::vector<SurfaceCertifier::Difference> SurfaceCertifier::followEdges() {
-    findTwins();
     const std::vector<ModelEdge> vEdges = getModelEdges();
     std::vector<Difference> vWorst(vEdges.size());
     share(vEdges.size(),
@@ -162,6 +161,7 @@ void SurfaceCertifier::certify(double maxError, size_t maxNumPoints) {
 }
 
 std::vector<std::uint32_t> SurfaceCertifier::findMissing(double maxError) {
+    findTwins();
     std::vector<std::uint32_t> vMissing;
     for (const Difference& worst : followEdges()) {
         if (worst.error > maxError) vMissing.push_back(findPointNear(worst.pT));

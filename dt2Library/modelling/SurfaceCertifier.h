@@ -49,7 +49,7 @@ class SurfaceCertifier {
     std::vector<ModelEdge> getModelEdges() const;
     /// The largest difference along an edge of the model, found by following it through the full surface.
     Difference followEdge(const Point2* pSrc, const Point2* pTrg, GeomTest& geomTest) const;
-    /// The largest differences along all edges of the model.
+    /// The largest differences along all edges of the model, whose vertices all have twins.
     std::vector<Difference> followEdges();
     /// The differences at the points of the full surface; 0 at vertices of the model.
     std::vector<double> getPointErrors();
