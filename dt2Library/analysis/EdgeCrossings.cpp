@@ -5,7 +5,7 @@
 // ends and other crossings of these edges than the distance at which constraints snap, and if the ends are that far
 // from the other edge. Other crossings are left to the insertion of constraints, which handles all cases.
 //
-// O(n log n + k log k) for n edges that cross k times, except where points are not in spatial order.
+// O(n log n + k log k) for n edges that cross k times, if the points of the second surface are in spatial order.
 
 #include "analysis/EdgeCrossings.h"
 

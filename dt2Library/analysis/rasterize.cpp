@@ -93,7 +93,7 @@ class Rasterizer {
           grid_(grid),
           kind_(kind),
           aCells_(aCells),
-          numThreads_(numThreads),
+          numThreads_(getNumSharing(numThreads, triangles.size() + grid.getNumRows(), 1)),
           progress_(dt2.getProgress()),
           pPart_(pPart),
           triangles_(std::move(triangles)) {

@@ -20,7 +20,7 @@ class CutAndFillImpl;
 class Visualizer2;
 class Visualizer3;
 
-/// Compares two surfaces over one ground: where earth was removed (cut), where it was added (fill), and how much.
+/// Compares two surfaces of a piece of ground: where earth was removed (cut), where it was added (fill), and how much.
 ///
 /// The surfaces are zones, usually of two triangulations, one before and one after the earthworks; they need not have
 /// any vertex or edge in common, nor cover equal areas: only the ground that is in both is compared. From their
@@ -51,8 +51,9 @@ class TARO25D_API CutAndFill {
 
     /// The number of components; 0 before `go`.
     size_t getNumberOfComponents() const;
-    /// Component i: those without change first, then cut, then fill (also where they are less than 0.0001 high), each
-    /// kind in the order of its smallest points (by x, then y). An index that is too large fails with TaroException.
+    /// Component i: those without change first, then cut, then fill, each kind in the order of its smallest points (by
+    /// x, then y). Cut or fill of less than 0.0001 keeps its place in this order, although its type is CT_NO_CHANGE. An
+    /// index that is too large fails with TaroException.
     CAF_Component* getComponent(size_t i) const;
 
     /// Replaces totals by the sums of the volumes and areas of the components of each type; zeros before `go`. Linear

@@ -78,8 +78,8 @@ class TARO25D_API Taro_2D {
     /// not inserted again: a fraction of the time of insertion. Linear. May throw TaroCancelled.
     std::unique_ptr<Taro_2D> clone() const;
 
-    /// The number of threads for bulk insertion: n > 0 sets n, n < 0 sets 1, n == 0 the number of hardware
-    /// threads. Returns the number now in force.
+    /// The number of threads for bulk insertion and getHeights(): n > 0 sets n, n < 0 sets 1, n == 0 the number of
+    /// hardware threads. Returns the number now in force.
     int setNumCPU(int n);
     /// Sets one thread for each hardware thread, as setNumCPU(0) does. Returns that number.
     int enableMultithreading();

@@ -18,12 +18,13 @@ class Zone2;
 /// border of the zone has the height of that edge. So the surface has its creases at breaklines, and no others except
 /// at vertices. The other kinds describe the triangle. On planes, slope, aspect and shade are those of GDAL.
 ///
-/// The result does not depend on the number of threads. Listeners and the cancel flag are those of the zone's
-/// triangulation, which is not changed: several threads may compute rasters of one triangulation at once. False, with a
-/// warning and aCells unchanged, for a zone or an array that is null, and for a frame that has no cells, a number that
-/// is not finite, or cells whose size is not above 0 or below the resolution of the coordinates; otherwise true. After
-/// TaroCancelled the cells are undefined. Time and memory are linear in the triangles of the zone and the cells. Every
-/// triangle is read once; natural neighbours take longer, constant expected time for each cell.
+/// numCPU is the number of threads: 0 for all of the hardware, a negative number for one. The result does not depend on
+/// it. Listeners and the cancel flag are those of the zone's triangulation, which is not changed: several threads may
+/// compute rasters of one triangulation at once. False, with a warning and aCells unchanged, for a zone or an array
+/// that is null, for an unknown kind, and for a frame that has no cells, a number that is not finite, or cells whose
+/// size is not above 0 or below the resolution of the coordinates; otherwise true. After TaroCancelled the cells are
+/// undefined. Time and memory are linear in the triangles of the zone and the cells. Every triangle is read once;
+/// natural neighbours take longer, constant expected time for each cell.
 TARO25D_API bool rasterize(const Zone2* pZone, const RasterFrame& frame, RasterKind kind, double* aCells,
                            int numCPU = 1);
 

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <limits>
 #include <string>
 
 #include "mesh/Dt2.h"
@@ -189,7 +190,8 @@ TEST(Rasterize, GivesTheSameForAnyNumberOfThreads) {
     const Zone2* pZone = mesh.createZone(nullptr, ZL_GLOBAL);
     for (const RasterKind kind : {RK_LINEAR, RK_NATURAL_NEIGHBOUR, RK_SLOPE, RK_ASPECT, RK_HILLSHADE}) {
         const Cells vOne = rasterOf(pZone, frame, kind);
-        for (const int numCPU : {2, 5, 0}) expectEqualCells(vOne, rasterOf(pZone, frame, kind, numCPU));
+        for (const int numCPU : {2, 5, 0, std::numeric_limits<int>::max()})
+            expectEqualCells(vOne, rasterOf(pZone, frame, kind, numCPU));
     }
 }
 
