@@ -3,7 +3,7 @@
 // Sides are grouped by their first nodes in a flat list (vFirst_, vNumSides_), and opposite sides cancel. A walk goes
 // from side to side; at a node it takes the first side clockwise from the one on which it came, by exact orientation
 // tests, which keeps it on the border of one sector. When it comes to a node of its path again, the loop between
-// becomes a ring. Rings of positive area are outer ones.
+// becomes a ring. Outer rings turn left at their smallest nodes, again by an exact test.
 //
 // A walk bounds one piece of the area, from inside or from outside. Walks without an outer ring are holes that touch no
 // other border. If there is a single outer ring, it is theirs; otherwise HoleSweep finds the ring to the south of the
@@ -21,19 +21,6 @@ namespace LUMO_TARO25D {
 namespace {
 
 constexpr size_t STEPS_BETWEEN_LOOKS = 1024;
-
-/// Twice the area, positive for a counterclockwise ring. Computed relative to the first point, so that no digits are
-/// lost far from the origin.
-template <class GetPoint>
-double getTwiceArea(size_t size, const GetPoint& getPoint) {
-    const Point2& origin = getPoint(0);
-    double sum = 0.0;
-    for (size_t i = 1; i + 1 < size; ++i) {
-        const Point2 &p = getPoint(i), &q = getPoint(i + 1);
-        sum += (p.x() - origin.x()) * (q.y() - origin.y()) - (p.y() - origin.y()) * (q.x() - origin.x());
-    }
-    return sum;
-}
 
 }  // namespace
 
@@ -163,10 +150,11 @@ void RingBuilder::closeRing(std::vector<Index>& vPath, size_t begin, size_t walk
     Ring ring{std::vector<Index>(vPath.begin() + static_cast<std::ptrdiff_t>(begin), vPath.end()), walk, false};
     vPath.resize(begin);
     startAtSmallest(ring.vNodes);
-    const double twiceArea =
-        getTwiceArea(ring.vNodes.size(), [&](size_t i) -> const Point2& { return nodes_[ring.vNodes[i]]; });
-    if (twiceArea == 0.0) return;
-    ring.bOuter = twiceArea > 0.0;
+    // No ring passes a node twice, so that the smallest one is a corner of its convex hull.
+    const std::vector<Index>& vNodes = ring.vNodes;
+    const Orientation2 turn = geomTest_.getOrientation2(&nodes_[vNodes.back()], &nodes_[vNodes[0]], &nodes_[vNodes[1]]);
+    if (turn == ORIENTATION2_COLLINEAR) return;
+    ring.bOuter = turn == ORIENTATION2_CCW;
     vFound_.push_back(std::move(ring));
 }
 

@@ -275,13 +275,14 @@ bool ConstraintGraph2::isConstraint(Point2* p0, Point2* p1) const {
 bool ConstraintGraph2::isReverse(ConstraintSegment2* pCSeg) const { return getOrientedSrc(pCSeg) != pCSeg->getSrc(); }
 
 Point2* ConstraintGraph2::getOrientedSrc(const ConstraintSegment2* pCSeg) const {
-    const std::optional<bool> reverse = pCSeg->getDirection(this);
+    const std::optional<bool> reverse = pCSeg ? pCSeg->getDirection(this) : std::nullopt;
     TARO_ASSERT_TEXT(reverse.has_value(), "q_it!=mCSegReverse.end()");
     return *reverse ? pCSeg->getTrg() : pCSeg->getSrc();
 }
 
 void ConstraintGraph2::getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
                                          ConstraintSegment2*& pChild1) const {
+    TARO_ASSERT_TEXT(pParent, "pParent!=__null");
     if (!pParent->isAlive()) return getChildrenFrom(getOrientedSrc(pParent), pParent, pChild0, pChild1);
     Point2* pSplit = nullptr;
     pParent->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);  // warns

@@ -63,12 +63,12 @@ class TARO25D_API ConstraintGraph2 {
     bool isConstraint(ConstraintSegment2* pCSeg) const;
     /// Whether two vertices, in any order, are the ends of an alive segment of the graph; false for null. O(1).
     bool isConstraint(Point2* p0, Point2* p1) const;
-    /// Whether the graph runs from the target to the source of a segment. A segment that the graph does not know fails
-    /// with TaroException.
+    /// Whether the graph runs from the target to the source of a segment. A segment that the graph does not know, or
+    /// null, fails with TaroException.
     bool isReverse(ConstraintSegment2* pCSeg) const;
 
     /// The two children of a dead segment, in the direction of the graph. An alive segment gets a warning and leaves
-    /// the arguments alone; a dead one that the graph does not know fails with TaroException. Not null.
+    /// the arguments alone; a dead one that the graph does not know, or null, fails with TaroException.
     void getDirectChildren(ConstraintSegment2* pParent, ConstraintSegment2*& pChild0,
                            ConstraintSegment2*& pChild1) const;
     /// Appends the alive pieces of the segments, in the order of getOriginalConstraintSegments(); those of one

@@ -261,6 +261,29 @@ TEST(Bands, GiveHolesToTheRingsAroundThem) {
     EXPECT_EQ(vBands[3].high, MAX);
 }
 
+/// Products of such coordinates are neither finite nor distinct from 0.
+TEST(Bands, AreSoundWhereAreasLeaveTheRangeOfDoubles) {
+    Random r(8);
+    PointVector vPoints = makeScattered(150, -10, -10, 10, 10, r, 30);
+    const auto ringsAt = [&](double scale) {
+        Taro_2D mesh;
+        PointVector vScaled;
+        for (const Point2& point : vPoints) vScaled.emplace_back(point.x() * scale, point.y() * scale, point.z());
+        mesh.insert(vScaled);
+        std::vector<std::vector<XYZ>> vvRings;
+        for (const ContourBand& band : bandsOf(trianglesOf(mesh), {5, 10, 15, 25})) {
+            for (const Ring& vRing : band.vRings) {
+                vvRings.emplace_back();
+                for (const Point2& p : vRing) vvRings.back().push_back({p.x() / scale, p.y() / scale, p.z()});
+            }
+        }
+        return vvRings;
+    };
+    const auto vvExpected = ringsAt(1);
+    EXPECT_GT(vvExpected.size(), 5u);
+    for (const double scale : {0x1p-950, 0x1p1000}) EXPECT_EQ(ringsAt(scale), vvExpected);
+}
+
 TEST(Bands, NeedNoNeighboursAndNoOrder) {
     Random r(4);
     Taro_2D mesh;

@@ -189,6 +189,7 @@ TEST_F(Constraint, SegmentsRefuseWhatBreaksTheirRules) {
     Point2 *pSrc = pCSeg->getSrc(), *pTrg = pCSeg->getTrg();
     ConstraintMgr* pManager = work.mesh.getImpl()->getConstraintManager();
     CSegVector vChildren;
+    ConstraintSegment2 *pFirst = nullptr, *pSecond = nullptr;
     ConstraintSegment2 foreign(pSrc, pTrg + 1, CIS_CONSTRAINED_DELAUNAY);
     const struct {
         const char* condition;
@@ -204,6 +205,8 @@ TEST_F(Constraint, SegmentsRefuseWhatBreaksTheirRules) {
         {"pSplit!=__null", [&] { pCSeg->insertAndSplit(Point2(4, NOT_A_NUMBER, 0)); }},
         {"vChildren.size()==2", [&] { pCSeg->getChildrenRec(vChildren); }},
         {"q_it!=mCSegReverse.end()", [&] { work.vGraphs[0]->isReverse(&foreign); }},
+        {"q_it!=mCSegReverse.end()", [&] { work.vGraphs[0]->isReverse(nullptr); }},
+        {"pParent!=__null", [&] { work.vGraphs[0]->getDirectChildren(nullptr, pFirst, pSecond); }},
         {"!pParentCSeg->isAlive()", [&] { work.vGraphs[0]->updateSplittedConstraintSegment(pCSeg, true); }},
         {"pInitialCSeg->isAlive()",
          [&] {
