@@ -127,14 +127,18 @@ PieceArrays drape(Surface& surface, const SegmentArray& segments) {
 
 struct Component {
     int type;
-    double volume, area;
+    double volume, area, maxDifference;
     std::vector<double> vBorder;
 };
 
 void getComponents(const CutAndFill& cutAndFill, std::vector<Component>& vComponents) {
     for (size_t i = 0; i < cutAndFill.getNumberOfComponents(); ++i) {
         const CAF_Component* pComponent = cutAndFill.getComponent(i);
-        Component component{pComponent->getCAFType(), pComponent->getVolume(), pComponent->getArea2D(), {}};
+        Component component{pComponent->getCAFType(),
+                            pComponent->getVolume(),
+                            pComponent->getArea2D(),
+                            pComponent->getMaxHeightDifference(),
+                            {}};
         std::vector<Segment2> vBorder;
         pComponent->getBorder(vBorder);
         for (const Segment2& segment : vBorder)
@@ -153,8 +157,8 @@ EngineCall::Uses useBoth(Surface& before, Surface& after) {
     return uses;
 }
 
-/// Type, volume, area and border.
-using ComponentTuple = std::tuple<int, double, double, Array<double>>;
+/// Type, volume, area, largest difference of heights and border.
+using ComponentTuple = std::tuple<int, double, double, double, Array<double>>;
 
 std::vector<ComponentTuple> compareFully(Surface& before, const ZoneHandle* pBefore, Surface& after,
                                          const ZoneHandle* pAfter, double threshold, nb::object progress) {
@@ -171,7 +175,7 @@ std::vector<ComponentTuple> compareFully(Surface& before, const ZoneHandle* pBef
     std::vector<ComponentTuple> vResult;
     for (Component& component : vComponents) {
         const size_t num = component.vBorder.size() / 4;
-        vResult.emplace_back(component.type, component.volume, component.area,
+        vResult.emplace_back(component.type, component.volume, component.area, component.maxDifference,
                              toArray(std::move(component.vBorder), {num, 2, 2}));
     }
     return vResult;
@@ -208,7 +212,7 @@ void bindAnalysis(nb::module_& module) {
                nb::arg("progress").none(), "Points of all lines, where each begins, and the position of its level.");
     module.def("components", &compareFully, nb::arg("before"), nb::arg("zone_before").none(), nb::arg("after"),
                nb::arg("zone_after").none(), nb::arg("threshold"), nb::arg("progress").none(),
-               "Type, volume, area and border segments of each component of cut and fill.");
+               "Type, volume, area, largest difference and border segments of each component of cut and fill.");
     module.def("compare", &compare, nb::arg("before"), nb::arg("zone_before").none(), nb::arg("after"),
                nb::arg("zone_after").none(), nb::arg("threshold"), nb::arg("progress").none(),
                "Volumes of cut and fill, areas of both, unchanged area.");

@@ -2,10 +2,11 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, NamedTuple
+from typing import TYPE_CHECKING, Any, NamedTuple
 
 from . import _engine
 from ._geometry import FloatArray
+from ._optional import require
 from ._progress import Progress, showing
 from ._rings import join_rings
 from .errors import RefusedError
@@ -18,12 +19,16 @@ _KINDS = ("unchanged", "cut", "fill")
 
 
 class Component(NamedTuple):
-    """A connected piece of ground that was lowered (``cut``), raised (``fill``) or left as it was (``unchanged``)."""
+    """A connected piece of ground that was lowered (``cut``), raised (``fill``) or left as it was (``unchanged``).
+
+    The mean depth is ``volume / area``. The rings (k, 2) are its border: the outer one runs counterclockwise, holes clockwise.
+    """
 
     kind: str
     volume: float
     area: float
     rings: list[FloatArray]
+    max_depth: float  # the largest vertical distance between both surfaces
 
 
 class Volume:
@@ -42,6 +47,7 @@ class Volume:
     ) -> None:
         self._surfaces = (before, after, zone, threshold)
         self._progress = progress
+        self._crs = before.crs
         self._versions = self._get_versions()
         with showing(progress) as show:
             totals = _engine.compare(*self._get_parts(), threshold, show)
@@ -74,6 +80,23 @@ class Volume:
             with showing(self._progress) as show:
                 found = _engine.components(*self._get_parts(), self._surfaces[-1], show)
             self._components = [
-                Component(_KINDS[kind], vol, area, join_rings(rings)) for kind, vol, area, rings in found
+                Component(_KINDS[kind], vol, area, join_rings(rings), depth) for kind, vol, area, depth, rings in found
             ]
         return self._components
+
+    def to_geodataframe(self) -> Any:
+        """Make a GeoDataFrame of the components, with the columns ``kind``, ``volume``, ``area`` and both depths.
+
+        ``max_depth`` is the largest vertical distance between both surfaces, and ``mean_depth`` is ``volume / area``.
+        """
+        geopandas, shapely = require("geopandas"), require("shapely")
+        parts = self.components
+        columns = {
+            "kind": [part.kind for part in parts],
+            "volume": [part.volume for part in parts],
+            "area": [part.area for part in parts],
+            "mean_depth": [part.volume / part.area for part in parts],
+            "max_depth": [part.max_depth for part in parts],
+        }
+        shapes = [shapely.build_area(shapely.MultiLineString(part.rings)) for part in parts]
+        return geopandas.GeoDataFrame(columns, geometry=shapes, crs=self._crs)

@@ -82,6 +82,11 @@ def test_volume(folder: pathlib.Path) -> None:
     assert part["fill_area"] == pytest.approx(200_000)
     none = json.loads(run("volume", "before.xyz", "after.xyz", "--threshold", "2", "--json", folder=folder).stdout)
     assert none["fill"] == 0
+    run("volume", "before.xyz", "after.xyz", "--components", "parts.gpkg", folder=folder)
+    assert geopandas.read_file(folder / "parts.gpkg")["volume"].sum() == pytest.approx(whole["fill"])
+    wrong = run("volume", "before.xyz", "after.xyz", "--components", "parts.xyz", folder=folder)
+    assert (wrong.returncode, wrong.stdout) == (2, "")
+    assert "--components" in wrong.stderr
 
 
 def test_profile(folder: pathlib.Path) -> None:

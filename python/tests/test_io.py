@@ -226,6 +226,10 @@ def test_lines_and_polygons_of_files(tin: taro25d.Triangulation, tmp_path: pathl
         (4, True, "lake"),
     ]
     assert io.read_polygons(tmp_path / "b.gpkg").area == pytest.approx(15.5)
+    plain = '{"type": "LineString", "coordinates": [[500100, 4000100], [500800, 4000850]]}'  # no longitude and latitude
+    (tmp_path / "c.geojson").write_text(plain)
+    with pytest.raises(taro25d.CrsError, match=r"c.geojson: .*WGS 84 .500100, .* in WGS 84 / UTM zone 16N"):
+        io.read_lines(tmp_path / "c.geojson", tin.crs)
 
 
 def test_contours_go_to_files(tin: taro25d.Triangulation, tmp_path: pathlib.Path) -> None:
@@ -236,6 +240,23 @@ def test_contours_go_to_files(tin: taro25d.Triangulation, tmp_path: pathlib.Path
         assert sorted(table["level"]) == sorted(line.level for line in contours)
     io.write_contours(contours, tmp_path / "a.dxf")
     assert len(io.read_lines(tmp_path / "a.dxf")) == len(contours)
+
+
+def test_components_go_to_files(tmp_path: pathlib.Path) -> None:
+    flat = taro25d.Triangulation([[0, 0, 5], [10, 0, 5], [10, 10, 5], [0, 10, 5]], crs=UTM)
+    later = flat.copy()
+    for low, high in ((2, 5), (5, 8)):  # two pits, which touch in a corner
+        later.add_breakline([[low, low, 5], [high, low, 5], [high, high, 5], [low, high, 5]], closed=True)
+        later.insert([[(low + high) / 2, (low + high) / 2, 3]])
+    volume = flat.volume(later)
+    for name in ("a.gpkg", "a.shp", "a.geojson"):
+        io.write_components(volume, tmp_path / name)
+        table = geopandas.read_file(tmp_path / name)
+        assert (table["kind"].tolist(), table.crs) == (["unchanged", "cut", "cut"], UTM)
+        assert table.is_valid.all()
+        assert table.area.tolist() == pytest.approx(table["area"].tolist())
+        assert table["max_depth"].tolist() == pytest.approx([0, 2, 2])
+        assert table["mean_depth"].tolist() == pytest.approx((table["volume"] / table["area"]).tolist())
 
 
 def test_meshes_are_written_exactly(tin: taro25d.Triangulation, tmp_path: pathlib.Path) -> None:

@@ -19,11 +19,11 @@ from ..triangulation import Triangulation
 from ..zone import Zone
 
 
-def check_target(target: Path, endings: Sequence[str] | None = None) -> None:
+def check_target(target: Path, endings: Sequence[str] | None = None, name: str = "TARGET") -> None:
     """Refuse a target that could not be written, before any work."""
     known = endings or [e for e in io.endings(writing=True) if e not in io.RASTER_ENDINGS]
     if not target.name.lower().endswith(tuple(known)):
-        raise click.BadParameter(f"{target}: the ending is none of {' '.join(known)}", param_hint="TARGET")
+        raise click.BadParameter(f"{target}: the ending is none of {' '.join(known)}", param_hint=name)
 
 
 def read(source: Path, classes: Sequence[int] = (), gaps: bool = False) -> Points | Triangulation:

@@ -34,19 +34,32 @@ def info(file: Path, json: bool) -> None:
         result["classes"] = {str(k): int(num) for k, num in zip(classes, numbers, strict=True)}
     finite = points[np.isfinite(points).all(axis=1)]
     if len(finite):
-        result |= {"lowest": finite.min(axis=0).tolist(), "highest": finite.max(axis=0).tolist()}
+        result |= {"minimum": finite.min(axis=0).tolist(), "maximum": finite.max(axis=0).tolist()}
     result["crs"] = None if data.crs is None else data.crs.to_string() if json else data.crs.name
     show(result, json)
 
 
-def volume(*, before: Path, after: Path, boundary: Path | None, threshold: float, gaps: bool, json: bool) -> None:
+def volume(
+    *,
+    before: Path,
+    after: Path,
+    boundary: Path | None,
+    threshold: float,
+    components: Path | None,
+    gaps: bool,
+    json: bool,
+) -> None:
     """Compare two surfaces."""
+    if components is not None:
+        check_target(components, io.TABLE_ENDINGS, "--components")
     first, second = (need_triangles(read_surface(path, gaps=gaps), path) for path in (before, after))
     zone = find_zone(first, boundary)
     try:
         found = first.volume(second, threshold=threshold, zone=zone, progress=Bar(delay=1.0))
     except CrsError as error:
         raise CrsError(f"{after}: {error}") from error
+    if components is not None:
+        io.write_components(found, components)
     show({name: getattr(found, name) for name in ("cut", "fill", "cut_area", "fill_area")}, json)
 
 

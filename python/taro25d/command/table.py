@@ -164,6 +164,13 @@ COMMANDS = (
             Option(
                 "--threshold", "T", "limit", "ground whose heights differ by at most T counts as unchanged", default=0.0
             ),
+            Option(
+                "--components",
+                "FILE",
+                "file",
+                "a GeoPackage, Shapefile or GeoJSON to write: connected pieces of cut and fill as polygons, with volume, "
+                "area, mean and maximum depth",
+            ),
             _GAPS,
             _JSON,
         ),

@@ -11,7 +11,15 @@ from .._progress import Bar, Progress, timing
 from ..errors import InvalidInputError
 from ..points import Points
 from ._files import reading, writing
-from .lines import LINE_ENDINGS, appending_contours, read_lines, read_polygons, write_contours
+from .lines import (
+    LINE_ENDINGS,
+    TABLE_ENDINGS,
+    appending_contours,
+    read_lines,
+    read_polygons,
+    write_components,
+    write_contours,
+)
 
 if TYPE_CHECKING:
     from ..raster import Raster
@@ -22,6 +30,7 @@ __all__ = [
     "FORMATS",
     "LINE_ENDINGS",
     "RASTER_ENDINGS",
+    "TABLE_ENDINGS",
     "appending_contours",
     "endings",
     "find_format",
@@ -30,6 +39,7 @@ __all__ = [
     "read_lines",
     "read_polygons",
     "write",
+    "write_components",
     "write_contours",
     "write_raster",
 ]

@@ -1,4 +1,4 @@
-"""Reading breaklines and boundaries from files, and writing contours."""
+"""Reading breaklines and boundaries from files, and writing contours and components."""
 
 from __future__ import annotations
 
@@ -6,7 +6,9 @@ import contextlib
 from collections.abc import Callable, Iterator
 from os import PathLike
 from pathlib import Path
-from typing import Any, TypeAlias
+from typing import TYPE_CHECKING, Any, TypeAlias
+
+import numpy as np
 
 from .. import crs as crs_module
 from .._geometry import FloatArray, as_lines
@@ -14,17 +16,21 @@ from .._optional import require
 from .._progress import Bar, Progress, counting, showing, timing
 from ..contours import Contours
 from ..crs import Crs
-from ..errors import FormatError, InvalidInputError
+from ..errors import CrsError, FormatError, InvalidInputError
 from . import dxf, landxml, text, vector
 from ._files import reading, writing
+
+if TYPE_CHECKING:
+    from ..volume import Volume
 
 #: Points (k, 2) or (k, 3), whether the last is joined to the first, and a name.
 Line: TypeAlias = tuple[FloatArray, bool, str]
 
-_TABLES = (".gpkg", ".shp", ".geojson", ".json")
+#: Where polygons with numbers can be written to.
+TABLE_ENDINGS = (".gpkg", ".shp", ".geojson", ".json")
 _POLYGONS = ("Polygon", "MultiPolygon")
 #: Where contours can be written to.
-LINE_ENDINGS = (*_TABLES, ".dxf")
+LINE_ENDINGS = (*TABLE_ENDINGS, ".dxf")
 _CHUNK = 5000  # contours that are written at a time
 
 
@@ -33,7 +39,7 @@ def read_lines(path: str | PathLike[str], crs: Crs = None) -> list[Line]:
     file = Path(path)
     with reading(file):
         ending = file.suffix.lower()
-        if ending in _TABLES:
+        if ending in TABLE_ENDINGS:
             lines = _lines_of_table(_fit(vector.read_table(file), crs))
         elif ending == ".dxf":
             lines = dxf.read_lines(file)
@@ -52,7 +58,7 @@ def read_polygons(path: str | PathLike[str], crs: Crs = None) -> Any:
     """Read polygons, or closed lines, as a shapely geometry, for a surface of some reference system."""
     file = Path(path)
     shapely = require("shapely")
-    if file.suffix.lower() in _TABLES:
+    if file.suffix.lower() in TABLE_ENDINGS:
         with reading(file):
             table = _fit(vector.read_table(file), crs)
             polygons = table[table.geom_type.isin(_POLYGONS)]
@@ -69,7 +75,15 @@ def _fit(table: Any, crs: Crs) -> Any:
     """Reproject to the system of the surface where both are known."""
     if crs is None or table.crs is None:
         return table
-    return table.to_crs(crs_module.normalise(crs))
+    target = crs_module.normalise(crs)
+    fitted = table.to_crs(target)
+    if not np.isfinite(fitted.total_bounds).all() and np.isfinite(table.total_bounds).all():
+        where = ", ".join(f"{number:g}" for number in table.total_bounds)
+        raise CrsError(
+            f"coordinates from {table.crs.name} ({where}) have no place in {target.name}: perhaps they are not in that "
+            "system; GeoJSON that names none is in longitude and latitude"
+        )
+    return fitted
 
 
 def _lines_of_table(table: Any) -> list[Line]:
@@ -79,6 +93,16 @@ def _lines_of_table(table: Any) -> list[Line]:
         polygonal = geometry.geom_type in _POLYGONS
         lines += [(line, polygonal, name) for line in as_lines(geometry.boundary if polygonal else geometry, "lines")]
     return lines
+
+
+def write_components(volume: Volume, path: str | PathLike[str]) -> None:
+    """Write the components of a volume as polygons with their numbers, by the ending of the file."""
+    target = Path(path)
+    if not target.name.lower().endswith(TABLE_ENDINGS):
+        raise InvalidInputError(f"{target}: components go into {' '.join(TABLE_ENDINGS)}")
+    table = volume.to_geodataframe()
+    with writing(target) as temporary:
+        vector.write_table(table, temporary, "components")
 
 
 def write_contours(contours: Contours, path: str | PathLike[str], progress: Progress = False) -> None:

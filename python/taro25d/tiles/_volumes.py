@@ -53,6 +53,7 @@ class TiledVolume(Volume):
     ) -> None:
         self.cut, self.fill, self.cut_area, self.fill_area, self.unchanged_area = totals
         self._order = (before, after, polygon, threshold)
+        self._crs = before.crs
         self._components: list[Component] | None = None
 
     @property
