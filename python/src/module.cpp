@@ -4,6 +4,7 @@
 #include "bindings.h"
 #include "messages.h"
 #include "run.h"
+#include "taro25d/version.h"
 
 namespace nb = nanobind;
 
@@ -11,6 +12,7 @@ NB_MODULE(_engine, module) {
     installMessageHandler();
     module.def("connect", &EngineCall::connect, nb::arg("warn"), nb::arg("fail"),
                "Sets the functions warn(warnings, notes) and fail(kind, texts) -> exception.");
+    module.attr("version") = LUMO_TARO25D::getTaro2DVersion();
     bindSurface(module);
     bindBreaklines(module);
     bindZones(module);

@@ -10,6 +10,7 @@ from __future__ import annotations
 
 from . import _messages as _messages
 from . import datasets, tiles
+from ._engine import version as __version__
 from ._file import load
 from ._mesh import Conflict
 from ._simplify import simplify
@@ -57,6 +58,7 @@ __all__ = [
     "Volume",
     "Warning",
     "Zone",
+    "__version__",
     "datasets",
     "load",
     "read",

@@ -309,6 +309,6 @@ class Triangulation(Mesh):
 
         return scene.view(self, None if path is None else Path(path), zone, browser, progress)
 
-    def plot(self, ax: Any = None, *, colors: Any = "terrain") -> Any:
-        """Draw the surface from above with matplotlib, and get the axes."""
-        return _export.plot(self, ax, colors)
+    def plot(self, ax: Any = None, *, colors: Any = "terrain", zone: Zone | None = None) -> Any:
+        """Draw the surface, or a zone, from above with matplotlib, with its breaklines, and get the axes."""
+        return _export.plot(self, ax, colors, zone)

@@ -163,6 +163,7 @@ def test_volume_of_a_pit() -> None:
     assert volume.fill == 0
     assert volume.cut_area == pytest.approx(36)
     assert [c.kind for c in volume.components] == ["unchanged", "cut"]
+    assert [c.max_depth for c in volume.components] == pytest.approx([0, 3])
     assert pit.volume(flat).fill == pytest.approx(63)
     part = flat.volume(pit, zone=flat.zone(polygon=[[0, 0], [5, 0], [5, 10], [0, 10]]))
     assert (part.cut, part.unchanged_area) == (pytest.approx(31.5), pytest.approx(32))
@@ -223,6 +224,17 @@ def test_raster_methods_on_a_plane(square: taro25d.Triangulation) -> None:
     np.testing.assert_allclose(square.rasterize(2, method="natural").values, square.rasterize(2).values)
     half = square.zone(polygon=[[0, 0], [5, 0], [5, 10], [0, 10]])
     assert np.isfinite(square.rasterize(2.5, zone=half).values).sum(axis=1).tolist() == [2] * 4
+
+
+def test_plot_of_a_zone_has_its_breaklines(square: taro25d.Triangulation) -> None:
+    pytest.importorskip("matplotlib").use("Agg")
+    square.add_breakline([[1, 1], [9, 9]])
+    square.add_breakline([[6, 2], [8, 2]])
+    assert len(square.plot().collections[-1].get_segments()) == len(square.edges_constrained)
+    part = square.zone(polygon=[[5.5, 1], [9, 1], [9, 3], [5.5, 3]])
+    lines = np.array(square.plot(zone=part).collections[-1].get_segments())
+    assert lines[..., 0].min() == 5.5
+    assert {(6, 2), (8, 2)} <= set(map(tuple, lines.reshape(-1, 2)))
 
 
 def test_components_know_when_they_are_too_late(square: taro25d.Triangulation) -> None:
