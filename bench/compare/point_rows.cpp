@@ -1,4 +1,4 @@
-// Locations, single insertions and removals.
+// Locations, heights, single insertions and removals.
 
 #include <CGAL/Triangulation_hierarchy_2.h>
 
@@ -110,6 +110,26 @@ Contest location(const Points& vPoints, Points vInput, bool bFromLast) {
     return {[=] { return ourLocate(*pTaro, *pQueries); }, [=] { return cgalLocate(*pCgal, *pCgalQueries, bFromLast); }};
 }
 
+/// Two threads of our own against one.
+Contest heights(const Points& vPoints, const Points& vQueries) {
+    auto pTaro = std::make_shared<Taro_2D>();
+    pTaro->insert(vPoints);
+    auto pPlaces = std::make_shared<std::vector<double>>();
+    for (const Point2& query : vQueries) pPlaces->insert(pPlaces->end(), {query.x(), query.y()});
+    const auto on = [&](int numThreads) {
+        return [=] {
+            std::vector<double> vHeights(pPlaces->size() / 2);
+            std::size_t numInside = 0;
+            pTaro->setNumCPU(numThreads);
+            Sample sample =
+                timed([&] { numInside = pTaro->getHeights(vHeights.size(), pPlaces->data(), vHeights.data()); });
+            sample.result = {pTaro->numberOfPoints(), numInside};
+            return sample;
+        };
+    };
+    return {on(2), on(1)};
+}
+
 Points inCurveOrder(Points vPoints) {
     sortAlongCurve(vPoints);
     return vPoints;
@@ -124,6 +144,8 @@ std::vector<Row> pointRows(Scale size) {
          [=] { return location<Hierarchy>(uniform(size(1e6)), uniform(size(1e6), 11), false); }},
         {"locate-sorted", "1,000,000 locations along a Hilbert curve", "`locate` from the last face", 1.0, cpu,
          [=] { return location<Delaunay>(uniform(size(1e6)), inCurveOrder(uniform(size(1e6), 11)), true); }},
+        {"heights-threads", "1,000,000 heights at random places, 2 threads, wall", onOneThread, 1 / 1.8, wall,
+         [=] { return heights(uniform(size(1e6)), uniform(size(1e6), 11)); }, true},
         {"single-empty", "one by one, 100,000 from empty", cgalHierarchy, 1.0, cpu,
          [=] { return single({}, uniform(size(1e5), 12)); }},
         {"single-million", "one by one, 100,000 into 1,000,000", cgalHierarchy, 1.0, cpu,

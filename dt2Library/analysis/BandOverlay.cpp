@@ -1,7 +1,8 @@
 // Bands where rounding may have moved sides across each other.
 //
 // First, nodes nearer to each other than rounding may have moved them become one, and sides go through the nodes that
-// are as near to them (SideRouter). This removes nearly all crossings, and nodes too near for the rest.
+// are as near to them (SideRouter). This removes nearly all crossings, and leaves no nodes too close together for the
+// steps that follow.
 //
 // The sides of a band are closed, so they wind around each place a number of times: once if it is in the band, not at
 // all elsewhere. Rounding of nodes turns narrow parts of the plane over; those are wound around minus once, or twice.

@@ -41,8 +41,8 @@ class NaturalNeighbours {
               sqLength(x * x + y * y),
               z(corner.z()) {}
     };
-    /// An edge of a triangle of the cavity, and the triangle behind it, whose test does not wait until it is wanted:
-    /// processors guess its result badly, and the tests of several exits run at the same time.
+    /// An edge of a triangle of the cavity, and the triangle behind it. That is tested before its result is needed, so
+    /// that the tests of several exits overlap in the processor, which predicts their results badly.
     struct Exit {
         const Triangle2* pT;
         int i;

@@ -72,7 +72,7 @@ void prefetchCorners(const Triangle2& triangle) {
     for (int i = 0; i < 3; ++i) __builtin_prefetch(triangle.getCorner(i));
 }
 
-/// The last walks of a batch. Neighbouring triangles come soon after each other, but not always next: the nearest of
+/// The last walks of a batch. Neighbouring triangles follow each other soon, but not always directly: the nearest of
 /// some recent walks ends much nearer than the last one.
 class RecentWalks {
   public:

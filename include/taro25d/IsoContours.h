@@ -62,8 +62,8 @@ class TARO25D_API IsoContours {
     /// With bVerbose each of these three gives a warning. Where the steps between such a height and the corner are too
     /// small for the coordinates, points coincide: polylines may touch there, but are still whole.
     ///
-    /// Otherwise the result is true, also for a height outside the range of the surface. O(k + log n) for k cut
-    /// triangles that are small compared with the surface, never more than O(k log n).
+    /// Otherwise the result is true, also for a height outside the range of the surface and for NaN. O(k + log n) for k
+    /// cut triangles that are small compared with the surface, never more than O(k log n).
     bool getContours(double height, std::vector<std::vector<Segment2>>& vvContours, bool bVerbose = true,
                      bool bAutoAdjustHeight = true) const;
 
@@ -94,7 +94,7 @@ class TARO25D_API IsoContours {
     /// Where the surface is connected, so are they: each target is the next source, unless segments are shorter than
     /// the rounding of coordinates. z of the point does not matter, and vertical triangles do not count. A point with
     /// an x or y that is not finite gets a warning and false; otherwise the result is true, also when the plane misses
-    /// the surface. O(n).
+    /// the surface. O(n + k log k) for n triangles of which the plane cuts k.
     bool getProfile(const Point2& point, std::vector<Segment2>& vSegments) const;
 
     /// The number of threads for bands and for contours at several heights: n > 0 sets n, n < 0 sets 1, n == 0 the
