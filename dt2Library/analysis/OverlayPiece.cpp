@@ -38,6 +38,7 @@ LocalTriangle::LocalTriangle(const Triangle2& triangle, const Point2& origin) {
     riseEast_ = (dzU * vy - dzV * uy) / det;
     riseNorth_ = (ux * dzV - vx * dzU) / det;
     if (std::isfinite(riseEast_) && std::isfinite(riseNorth_)) return;
+    bPoint_ = ux == 0.0 && uy == 0.0 && vx == 0.0 && vy == 0.0;
     aZ_[0] = 0.5 * minZ_ + 0.5 * maxZ_;
     riseEast_ = riseNorth_ = 0.0;
 }
@@ -85,7 +86,12 @@ OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inne
     : outer_(outer), inner_(inner), extent_(std::max(outer.getExtent(), inner.getExtent())) {
     for (size_t i = 0; i < 3; ++i) {
         aCorners_[0].aEdges[i] = 0;
-        aCorners_[0].add(outer.x(i), outer.y(i), 0.0);
+        // The corners of a triangle that is far from the origin may become equal; its edges then cut off nothing.
+        if (inner.isPoint()) {
+            aCorners_[0].add(inner.x(0), inner.y(0), 0.0);
+        } else {
+            aCorners_[0].add(outer.x(i), outer.y(i), 0.0);
+        }
     }
     for (size_t edge = 0; edge < 3; ++edge) cutAt(edge);
     for (size_t i = 0; i < getCorners().size; ++i) touchedEdges_ |= getCorners().aEdges[i];

@@ -24,6 +24,9 @@ class LocalTriangle {
     /// The largest absolute x or y.
     double getExtent() const { return extent_; }
 
+    /// Whether all corners are equal.
+    bool isPoint() const { return bPoint_; }
+
     /// The height at a place in the triangle.
     double getHeight(double x, double y) const {
         const double height = aZ_[0] + riseEast_ * (x - aX_[0]) + riseNorth_ * (y - aY_[0]);
@@ -46,6 +49,7 @@ class LocalTriangle {
   private:
     std::array<double, 3> aX_, aY_, aZ_;
     double extent_ = 0.0, riseEast_ = 0.0, riseNorth_ = 0.0, minZ_ = 0.0, maxZ_ = 0.0;
+    bool bPoint_ = false;
 };
 
 /// The common part of a triangle of one surface and a triangle of the other, and its contribution to the difference

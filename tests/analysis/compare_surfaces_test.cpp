@@ -193,6 +193,19 @@ TEST(CompareSurfaces, CountsTrianglesWhoseCentresRoundOutOfThem) {
     EXPECT_NEAR(compareSurfaces(pZone, pZone, 0).unchangedArea, pZone->getArea2D(), 1e-6);
 }
 
+/// Seen from the corners of large triangles, the corners of a tiny one are all at one place.
+TEST(CompareSurfaces, CountsGroundOnceAroundTinyTriangles) {
+    const Ground before(
+        30, -1e6, 1e6, [](double, double) { return 3.0; }, 12);
+    Ground after(
+        0, -1e6, 1e6, [](double, double) { return 1.0; }, 1);
+    for (const double angle : {0.1, 2.0, 4.5}) {
+        after.mesh.insert(Point2(1e-12 * std::cos(angle), 1e-12 * std::sin(angle), 1));
+    }
+    expectNear({8e12, 0, 4e12, 0, 0}, compareSurfaces(before.pZone, after.pZone, 0));
+    expectNear({0, 8e12, 0, 4e12, 0}, compareSurfaces(after.pZone, before.pZone, 0));
+}
+
 TEST(CompareSurfaces, GivesTheSameForAnyNumberOfThreads) {
     Ground before(
         scaled(20000), 0, 100, [](double x, double y) { return x * y; }, 11);
