@@ -1,10 +1,10 @@
 // Insertion of many points.
 //
 // The points are first put into curve order, records included, so that neighbours in the plane are neighbours in
-// memory; then the middle one is inserted first and both halves after it, which keeps walks short (2.6 steps) without
-// the long fans of triangles that a straight sweep along the curve would build and flip away again. All of it takes
-// expected linear time except for the location of points from scratch, O(log n). On several threads InserterMT inserts
-// chunks of the curve in this manner, inside a temporary box of four vertices around all points.
+// memory; then they are inserted from coarse to fine, which keeps walks short without the long fans of triangles that a
+// straight sweep along the curve would build and flip away again. All of it takes expected linear time except for the
+// location of points from scratch, O(log n). On several threads InserterMT inserts chunks of the curve in this manner,
+// inside a temporary box of four vertices around all points.
 
 #include "mesh/BulkInserter.h"
 
@@ -13,6 +13,7 @@
 
 #include "mesh/Dt2.h"
 #include "mesh/InserterMT.h"
+#include "mesh/coarseToFine.h"
 #include "support/diagnostics.h"
 #include "support/stopping.h"
 
@@ -194,25 +195,19 @@ void BulkInserter::triangulateRest(ItemIterator begin, ItemIterator end, Triangl
 }
 
 void BulkInserter::triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT) {
-    const auto insertItem = [this](ItemIterator item, Triangle2* pHint) {
-        Point2* pVtx = (*item)->vtx;
-        // The three vertices of the first triangle are in the mesh already.
-        if (pVtx->getIncidentTriangle()) return pVtx->getIncidentTriangle();
+    Triangle2* pIncT = pStartT;
+    const auto goTo = [&](size_t i) {
+        if (Triangle2* pT = begin[i]->vtx->getIncidentTriangle()) pIncT = pT;  // null: it is a duplicate
+    };
+    const auto insertAt = [&](size_t i) {
+        Point2* pVtx = begin[i]->vtx;
+        if (pVtx->getIncidentTriangle()) return;  // one of the vertices of the first triangle
         if (mesh_.getProgress().isActive()) mesh_.getProgress().incProgress(1);
         cancelPoint_.pass();
-        return mesh_.insertVertex(pVtx, pHint);
+        pIncT = mesh_.insertVertex(pVtx, pIncT);
+        TARO_ASSERT_TEXT(pIncT != nullptr, "pIncT!=NULL");
     };
-    if (end - begin <= MAX_RANGE_IN_SEQUENCE) {
-        for (; begin < end; ++begin) pStartT = insertItem(begin, pStartT);
-        return;
-    }
-    const ItemIterator middle = begin + (end - begin) / 2;
-    Triangle2* pIncT = insertItem(middle, pStartT);
-    TARO_ASSERT_TEXT(pIncT != nullptr, "pIncT!=NULL");
-    triangulateRec(begin, middle, pIncT);
-    // Flips have moved that triangle meanwhile; the vertex has a nearer one, unless it was a duplicate.
-    if (Triangle2* pT = (*middle)->vtx->getIncidentTriangle()) pIncT = pT;
-    triangulateRec(middle + 1, end, pIncT);
+    coarseToFine(static_cast<size_t>(end - begin), goTo, insertAt);
 }
 
 }  // namespace LUMO_TARO25D

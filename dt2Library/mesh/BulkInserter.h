@@ -35,14 +35,11 @@ class BulkInserter {
     /// numPreExistingVtx of them first.
     bool createFullDimTriangle(size_t numPreExistingVtx);
 
-    /// Inserts the vertices of a range of vault items that are not in the mesh yet, starting the search at pStartT: the
-    /// middle one first, then the left and the right half. Counts the progress.
+    /// Inserts the vertices of a range of vault items that are not in the mesh yet, from coarse to fine, starting the
+    /// search at pStartT. Counts the progress.
     void triangulateRec(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
     /// Inserts the vertices of a range that are neither in the mesh nor known as duplicates.
     void triangulateRest(ItemIterator begin, ItemIterator end, Triangle2* pStartT);
-
-    /// Ranges up to this size are inserted one after the other.
-    static constexpr std::ptrdiff_t MAX_RANGE_IN_SEQUENCE = 15;
 
   private:
     /// Appends the vertices that this insertion has brought into the mesh, if there is a list.

@@ -32,6 +32,7 @@
 #include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "mesh/Dt2.h"
+#include "mesh/coarseToFine.h"
 #include "mesh/walk.h"
 #include "support/diagnostics.h"
 
@@ -202,8 +203,7 @@ bool Chunk::doesBallIntersect(const Bbox2& box, const Triangle2* pT) {
 
 void Chunk::insert() {
     state_ = CS_STARTED;
-    localTriangulateRec(start_, end_, getStartTriangle());
-    countProgress();
+    localTriangulateRec(getStartTriangle());
     state_ = CS_DONE;
 }
 
@@ -226,17 +226,18 @@ void Chunk::countProgress() {
     numNotReported_ = 0;
 }
 
-void Chunk::localTriangulateRec(size_t start, size_t end, Triangle2* pStartT) {
-    if (end - start <= static_cast<size_t>(BulkInserter::MAX_RANGE_IN_SEQUENCE)) {
-        for (size_t i = start; i < end; ++i) pStartT = localInsertVertex(vItems_[i]->vtx, pStartT);
-        countProgress();
-        return;
-    }
-    const size_t middle = start + (end - start) / 2;
-    Triangle2* pIncT = localInsertVertex(vItems_[middle]->vtx, pStartT);
-    localTriangulateRec(start, middle, pIncT);
-    if (Triangle2* pT = vItems_[middle]->vtx->getIncidentTriangle()) pIncT = pT;
-    localTriangulateRec(middle + 1, end, pIncT);
+void Chunk::localTriangulateRec(Triangle2* pStartT) {
+    constexpr size_t MAX_NOT_REPORTED = 16;
+    Triangle2* pIncT = pStartT;
+    const auto goTo = [&](size_t i) {
+        if (Triangle2* pT = vItems_[start_ + i]->vtx->getIncidentTriangle()) pIncT = pT;
+    };
+    const auto insertAt = [&](size_t i) {
+        pIncT = localInsertVertex(vItems_[start_ + i]->vtx, pIncT);
+        if (numNotReported_ >= MAX_NOT_REPORTED) countProgress();
+    };
+    coarseToFine(end_ - start_, goTo, insertAt);
+    countProgress();
 }
 
 /// Nearly all points asked for are in the box, so that one branch is cheaper than four.

@@ -48,7 +48,7 @@ class Chunk {
 
     void runAlone();
 
-    void localTriangulateRec(size_t start, size_t end, Triangle2* pStartT);
+    void localTriangulateRec(Triangle2* pStartT);
     void countProgress();
     Triangle2* localInsertVertex(Point2* pVtx, Triangle2* pHint);
     Triangle2* getStartTriangle() const;

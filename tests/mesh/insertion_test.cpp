@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "mesh/Dt2.h"
+#include "mesh/coarseToFine.h"
 #include "support/capture.h"
 #include "support/delaunay_oracle.h"
 #include "support/files.h"
@@ -132,6 +133,15 @@ PointVector readCorpusFile(const std::filesystem::path& path) {
 }
 
 class EveryGenerator : public testing::TestWithParam<Generator> {};
+
+TEST(CoarseToFine, VisitsEachIndexOnceAndStartsAtVisitedOnes) {
+    for (const size_t n : {0u, 1u, 2u, 4u, 63u, 64u, 65u, 256u, 257u, 1025u, 16384u, 16385u, 70001u}) {
+        std::vector<int> vVisits(n, 0);
+        coarseToFine(
+            n, [&](size_t i) { EXPECT_EQ(vVisits.at(i), 1) << n; }, [&](size_t i) { ++vVisits.at(i); });
+        EXPECT_EQ(std::count(vVisits.begin(), vVisits.end(), 1), static_cast<std::ptrdiff_t>(n));
+    }
+}
 
 TEST_P(EveryGenerator, GivesADelaunayTriangulation) {
     for (size_t seed = 0; seed < 3 + scaled(14) && !HasFatalFailure(); ++seed) {
