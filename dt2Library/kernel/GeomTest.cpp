@@ -6,10 +6,10 @@
 // exponents near the ends of the range.
 //
 // In-circle. 1. A bound made of the squared distances at hand (inlined). 2. Axis-parallel rectangles, which
-// lattices are full of. 3. For small triangles of a set with huge coordinates, which keep the first bound
-// from answering: a bound made of the products at hand. 4. Integers of 30 bits: exact for all other
-// cocircular points of a lattice. 5. Doubled precision with an error bound: everything that is nearly but
-// not exactly cocircular. 6. Error-free transformations. 7. Rationals.
+// lattices are full of. 3. Integers of 30 bits: exact for all other cocircular points of a lattice. 4. For
+// small triangles of a set with huge coordinates, which keep the first bound from answering: a bound made of
+// the products at hand. 5. Doubled precision with an error bound: everything that is nearly but not exactly
+// cocircular. 6. Error-free transformations. 7. Rationals.
 //
 // Points whose differences are beyond 2^200 or below 2^-200 leave the range of these stages. They are first multiplied
 // by a power of two, where that is exact; only cases that are still undecided go to intervals and rationals.
@@ -155,6 +155,10 @@ bool isFourthCorner(const Point2& p0, const Point2& p1, const Point2& p2, const 
 }  // namespace
 
 Orientation2 GeomTest::undecidedOri2(const Point2* a, const Point2* b, const Point2* c) {
+    // Rows and columns of lattices. Differences of infinite coordinates are NaN, which the last stage refuses.
+    if ((a->x() - c->x() == 0.0 && b->x() - c->x() == 0.0) || (a->y() - c->y() == 0.0 && b->y() - c->y() == 0.0)) {
+        return ORIENTATION2_COLLINEAR;
+    }
     std::optional<int> sign = expansionOri2(*a, *b, *c);
     if (!sign) {
         if (const auto aScaled = scaleIntoRange<3>({a, b, c})) {
@@ -198,17 +202,13 @@ CINC2 GeomTest::exact_circleInc3state(const Triangle2* t, const Point2* q) {
 }
 
 int GeomTest::undecidedInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
+    if (const std::optional<int> sign = integerInCircle(p0, p1, p2, q)) return *sign;
     if (const auto aScaled = scaleIntoRange<4>({&p0, &p1, &p2, &q})) {
         const auto& [s0, s1, s2, s] = *aScaled;
         const int sign = filteredInCircle(s0, s1, s2, s);
-        return sign != 0 ? sign : closeInCircle(s0, s1, s2, s);
+        return sign != 0 ? sign : undecidedInCircle(s0, s1, s2, s);
     }
-    return closeInCircle(p0, p1, p2, q);
-}
-
-int GeomTest::closeInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q) {
     std::optional<int> sign = permanentInCircle(p0, p1, p2, q);
-    if (!sign) sign = integerInCircle(p0, p1, p2, q);
     if (!sign) sign = doubleDoubleInCircle(p0, p1, p2, q);
     if (!sign) sign = expansionInCircle(p0, p1, p2, q);
     return sign ? *sign : rationalInCircle(p0, p1, p2, q);

@@ -197,7 +197,6 @@ class GeomTest {
     static int filteredInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     Orientation2 undecidedOri2(const Point2* a, const Point2* b, const Point2* c);
     int undecidedInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
-    int closeInCircle(const Point2& p0, const Point2& p1, const Point2& p2, const Point2& q);
     PredicateRationals& predicateRationals();
     LineRationals& lineRationals();
 
