@@ -76,18 +76,24 @@ def _with_holes(rings: list[FloatArray]) -> list[tuple[FloatArray, list[FloatArr
     return polygons
 
 
+def _as_levels(levels: ArrayLike) -> FloatArray:
+    given = np.atleast_1d(np.asarray(levels, dtype=np.float64))
+    if given.ndim != 1 or not np.isfinite(given).all():
+        raise InvalidInputError("levels: finite numbers are expected")
+    return given
+
+
 def get_levels(interval: float | None, levels: ArrayLike | None, base: float, low: float, high: float) -> FloatArray:
     """Return the given levels or, counted from base, the multiples of the interval within the heights of the surface."""
     if (interval is None) == (levels is None):
         raise InvalidInputError("interval, levels: exactly one of the two is expected")
     if levels is not None:
-        given = np.atleast_1d(np.asarray(levels, dtype=np.float64))
-        if given.ndim != 1 or not np.isfinite(given).all():
-            raise InvalidInputError("levels: finite numbers are expected")
-        return given
+        return _as_levels(levels)
     assert interval is not None
-    if not (np.isfinite(interval) and interval > 0 and np.isfinite(base)):
+    if not (np.isfinite(interval) and interval > 0):
         raise InvalidInputError(f"interval: a number above 0 is expected, not {interval}")
+    if not np.isfinite(base):
+        raise InvalidInputError(f"base: a finite number is expected, not {base}")
     if not low <= high:
         return np.empty(0)
     first, last = np.ceil((low - base) / interval), np.floor((high - base) / interval)
@@ -106,7 +112,7 @@ def make_contours(tin: Triangulation, levels: FloatArray, zone: Zone | None, pro
 
 def make_bands(tin: Triangulation, levels: ArrayLike, zone: Zone | None, progress: Progress) -> Bands:
     """Ask the engine for bands."""
-    checked = get_levels(None, levels, 0.0, 0.0, 0.0)
+    checked = _as_levels(levels)
     most = float(np.finfo(np.float64).max)
     with showing(progress) as show:
         found = _engine.bands(tin._surface, tin._engine_zone(zone), checked.tolist(), show)

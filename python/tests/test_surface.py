@@ -151,6 +151,10 @@ def test_contours_are_whole_lines(square: taro25d.Triangulation) -> None:
     for wrong in ({"interval": 0}, {"interval": 1e-9}, {}, {"interval": 1, "levels": [1]}, {"levels": [np.nan]}):
         with pytest.raises(ValueError, match=r"interval|levels"):
             square.contours(**wrong)
+    with pytest.raises(ValueError, match=r"^base: .* nan"):
+        square.contours(interval=1, base=np.nan)
+    with pytest.raises(ValueError, match=r"^levels: "):
+        square.bands(None)  # type: ignore[arg-type]
 
 
 def test_volume_of_a_pit() -> None:
