@@ -26,8 +26,39 @@ def _make_text(tin: Triangulation) -> str:
     system = None if tin.crs is None else tin.crs.to_wkt()
     known = {"crs": system, "next_id": next_id, "breaklines": positions}
     if tin._part is not None:
-        known["fill"] = tin.ids[np.delete(tin.triangles, tin._part.rows(), axis=0)].tolist()
+        known["border"] = _find_border(tin, tin._part.rows()).tolist()
+    if tin._canonical == tin._surface.version():
+        known["canonical"] = True
     return json.dumps(known)
+
+
+def _find_border(tin: Triangulation, rows: NDArray[np.int32]) -> NDArray[np.int64]:
+    """Find the edges between the surface, on their left, and the triangles that fill its bays and holes, as ids.
+
+    They are constraints, and so in the loaded mesh too; triangles may have other diagonals there.
+    """
+    inside = np.zeros(len(tin.triangles), dtype=bool)
+    inside[rows] = True
+    faces, sides = np.nonzero(inside[:, None] & (tin.neighbors >= 0) & ~inside[tin.neighbors])
+    corners = tin.ids[tin.triangles]
+    return np.column_stack([corners[faces, (sides + 1) % 3], corners[faces, (sides + 2) % 3]])
+
+
+def _find_fill(tin: Triangulation, border: NDArray[np.int64]) -> NDArray[np.bool_]:
+    """Find the triangles on the right of such edges, and all that are connected with them without crossing one."""
+    corners, neighbors = tin.ids[tin.triangles], tin.neighbors
+    starts, ends = corners[:, [1, 2, 0]], corners[:, [2, 0, 1]]
+    factor = int(tin.ids.max()) + 1
+    known = border[:, 0] * factor + border[:, 1]
+    is_left, is_right = np.isin(starts * factor + ends, known), np.isin(ends * factor + starts, known)
+    front = np.nonzero(is_right)[0]
+    fill = np.zeros(len(corners), dtype=bool)
+    fill[front] = True
+    while len(front):
+        following = neighbors[front][~(is_left | is_right)[front]]
+        front = np.unique(following[(following >= 0) & ~fill[following]])
+        fill[front] = True
+    return fill
 
 
 def save(tin: Triangulation, path: Path) -> None:
@@ -58,16 +89,11 @@ def _fill(tin: Triangulation, path: Path, progress: Progress = False) -> None:
     known = _parse(text)
     _engine.restore(tin._surface, known["breaklines"], known["next_id"])
     tin.crs = crs.normalise(known["crs"])
-    if len(known["fill"]):
-        filled = _list_corners(tin.ids[tin.triangles])
-        tin._part = _engine.Zone.of_rows(
-            tin._surface, np.flatnonzero(~np.isin(filled, _list_corners(known["fill"]))).tolist()
-        )
-
-
-def _list_corners(triangles: NDArray[np.int64]) -> NDArray[Any]:
-    """Make one value of each triangle, whatever the order of its corners."""
-    return np.ascontiguousarray(np.sort(triangles, axis=1)).view([("", np.int64)] * 3).ravel()
+    if len(known["border"]):
+        fill = _find_fill(tin, known["border"])
+        tin._part = _engine.Zone.of_rows(tin._surface, np.flatnonzero(~fill).tolist())
+    if known["canonical"]:
+        tin.canonicalize()
 
 
 def _parse(text: str) -> dict[str, Any]:
@@ -75,10 +101,15 @@ def _parse(text: str) -> dict[str, Any]:
     try:
         known = json.loads(text)
         positions = [int(position) for position in known["breaklines"] if position >= 0]
-        fill = np.array(known.get("fill", []), dtype=np.int64).reshape(-1, 3)
-        return {"crs": known["crs"], "next_id": int(known["next_id"]), "breaklines": positions, "fill": fill}
+        return {
+            "crs": known["crs"],
+            "next_id": int(known["next_id"]),
+            "breaklines": positions,
+            "border": np.array(known.get("border", []), dtype=np.int64).reshape(-1, 2),
+            "canonical": bool(known.get("canonical", False)),
+        }
     except (ValueError, TypeError, KeyError, OverflowError):
-        return {"crs": None, "next_id": -1, "breaklines": list(range(1_000_000)), "fill": []}
+        return {"crs": None, "next_id": -1, "breaklines": list(range(1_000_000)), "border": [], "canonical": False}
 
 
 def get_state(tin: Triangulation) -> dict[str, Any]:

@@ -55,6 +55,7 @@ class Mesh:
             raise InvalidInputError(f"height_rule: one of {', '.join(_HEIGHT_RULES)} is expected, not {height_rule!r}")
         self._threads, self._height_rule = threads, height_rule
         self._known: dict[str, tuple[Any, ...]] = {}  # arrays, each with the version of the mesh in front
+        self._canonical = -1  # the version of the mesh that canonicalize() has made
         self._surface = _engine.Surface()
         self._part: _engine.Zone | None = None  # the surface, where the mesh, which is convex, is more than that
         self._surface.set_threads(min(threads, 1_000_000))
@@ -164,6 +165,7 @@ class Mesh:
         Equal points and breaklines then have equal triangles, whatever their order and the number of threads.
         """
         self._surface.canonicalize()
+        self._canonical = self._surface.version()
 
     def add_breakline(
         self,

@@ -233,6 +233,8 @@ class Triangulation(Mesh):
         other._surface = self._surface.copy()
         if self._part is not None:
             other._part = _engine.Zone.of_rows(other._surface, self._part.rows().tolist())
+        if self._canonical == self._surface.version():
+            other._canonical = other._surface.version()
         return other
 
     def __copy__(self) -> Triangulation:
@@ -266,7 +268,11 @@ class Triangulation(Mesh):
         io.write(self, path, zone, resolution, progress)
 
     def save(self, path: str | PathLike[str]) -> None:
-        """Write a ``.taro`` file, which keeps everything except zones: ids, breaklines, and the reference system."""
+        """Write a ``.taro`` file, which keeps everything except zones: ids, breaklines, and the reference system.
+
+        Where four points lie on one circle, as in a raster, the loaded mesh may have the other diagonal, and with it other
+        heights between the points. It has the same triangles where ``canonicalize`` is called before ``save``.
+        """
         from ._file import save
 
         save(self, Path(path))

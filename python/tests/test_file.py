@@ -45,6 +45,39 @@ def test_files_keep_everything(tin: taro25d.Triangulation, tmp_path: pathlib.Pat
     assert isinstance(taro25d.read(tmp_path / "a.taro"), taro25d.Triangulation)
 
 
+def make_grid_with_holes() -> taro25d.Triangulation:
+    """A surface of squares, in which either diagonal is right, without two blocks; and a breakline over one of them."""
+    rows, columns = np.divmod(np.arange(900), 30)
+    points = np.column_stack([columns, rows, np.random.default_rng(5).random(900) * 10])
+    corner = np.arange(900).reshape(30, 30)[:-1, :-1].ravel()
+    kept = [k for k in corner if not (8 <= k // 30 < 20 and 5 <= k % 30 < 25) and not (k // 30 < 3 and k % 30 > 25)]
+    halves = np.array([[0, 1, 31], [0, 31, 30]])
+    tin = taro25d.Triangulation.from_triangles(points, np.concatenate([k + halves for k in kept]))
+    tin.add_breakline([[2.2, 3.3, 5], [20.5, 28.1, 6]])
+    return tin
+
+
+def test_files_keep_bays_and_holes(tmp_path: pathlib.Path) -> None:
+    tin = make_grid_with_holes()
+    for _ in range(2):
+        tin.save(tmp_path / "a.taro")
+        for same in (taro25d.load(tmp_path / "a.taro"), pickle.loads(pickle.dumps(tin))):
+            assert same.zone().area == pytest.approx(tin.zone().area)
+            assert np.isnan(same.heights([10, 10, 29], [10, 15, 1])).all()
+        tin.canonicalize()
+
+
+def test_canonical_triangles_come_back(tmp_path: pathlib.Path) -> None:
+    tin = make_grid_with_holes()
+    tin.canonicalize()
+    tin.copy().save(tmp_path / "a.taro")
+    same = taro25d.load(tmp_path / "a.taro")
+    x, y = np.random.default_rng(6).random((2, 1000)) * 29
+    np.testing.assert_allclose(same.heights(x, y), tin.heights(x, y), atol=1e-9)
+    same.insert([[0.5, 0.5, 1]])  # not canonical any more, perhaps
+    assert b"canonical" not in pickle.dumps(same)
+
+
 def test_pickles_keep_everything(tin: taro25d.Triangulation) -> None:
     pond = tin.breaklines[1]
     same, same_pond = pickle.loads(pickle.dumps((tin, pond)))
