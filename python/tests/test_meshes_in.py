@@ -73,6 +73,23 @@ def test_what_fills_a_mesh_is_no_surface(tmp_path: pathlib.Path) -> None:
         taro25d.Triangulation.from_triangles(CORNERS, [[0, 1, 2], [0, 1, 4]])
 
 
+def test_lines_beyond_the_faces_are_no_surface(tmp_path: pathlib.Path) -> None:
+    tin = taro25d.Triangulation(CORNERS)
+    tin.add_breakline([[1, 1, 2], [4, 2, 9], [10, 2, 5]], name="ditch")
+    west = tin.zone(polygon=[[0, 0], [3, 0], [3, 10], [0, 10]])
+    tin.write(tmp_path / "a.xml", zone=west)
+    back = taro25d.read(tmp_path / "a.xml")
+    assert back.zone().area == pytest.approx(30)
+    assert max(edge[:, 0].max() for line in back.breaklines for edge in line.edges) == pytest.approx(3)
+    far = "<Breaklines><Breakline><PntList3D>2 1 5 5 -20 9</PntList3D></Breakline>"  # from inside to the west
+    (tmp_path / "b.xml").write_text((tmp_path / "a.xml").read_text().replace("<Breaklines>", far))
+    beyond = taro25d.read(tmp_path / "b.xml")
+    assert beyond.zone().area == pytest.approx(30)
+    assert np.isnan(beyond.heights(-10, 4))
+    back.insert([[20, 5, 5]])  # a later point does make the surface larger
+    assert back.heights(10, 5) > 0
+
+
 # ---- OBJ, PLY and VTK ----
 
 OBJ_VERTICES = "".join(f"v {x} {y} {z}\n" for x, y, z in CORNERS)

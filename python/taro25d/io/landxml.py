@@ -5,6 +5,9 @@ from __future__ import annotations
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
+import numpy as np
+
+from .. import _engine
 from .. import crs as crs_module
 from .._geometry import FloatArray
 from .._messages import warn
@@ -30,12 +33,16 @@ def read(path: Path, surface: str | None = None, repair: bool = False, progress:
     data, crs = read_surface(_choose(root, surface)), _read_crs(root)
     if len(data.faces):
         tin = Triangulation.from_triangles(data.points, data.faces, repair, crs=crs, progress=progress)
+        if data.breaklines and tin._part is None:  # lines beyond the faces must not make the surface larger
+            tin._part = _engine.Zone.of_rows(tin._surface, list(range(len(tin.triangles))))
     else:
         tin = Triangulation(data.points, crs=crs, progress=progress)
     for line in data.breaklines:
         tin.add_breakline(line.points, name=line.name)
     if not len(data.faces):
         _limit(tin, data.boundaries)
+    elif tin._part is not None and len(tin._part.rows()) == len(tin.triangles):
+        tin._part = None
     if not len(tin):
         raise FormatError("the surface has no points")
     return tin
@@ -122,13 +129,30 @@ def _write_source(etree: Any, surface: Any, tin: Triangulation, zone: Zone | Non
         kind = "outer" if _is_counterclockwise(ring) else "void"
         element = etree.SubElement(boundaries, "Boundary", bndType=kind, edgeTrim="true")
         etree.SubElement(element, "PntList3D").text = _text(ring)
-    lines = etree.SubElement(source, "Breaklines") if tin.breaklines else None
-    for line in tin.breaklines:
-        for edge in line.edges:
-            element = etree.SubElement(lines, "Breakline", brkType="standard", name=line.name)
+    lines = etree.Element("Breaklines")
+    edges = [(line.name, line.edges) for line in tin.breaklines]
+    known = None if part is None else _list_sides(tin, zone, [pair for _, pairs in edges for pair in pairs])
+    for name, pairs in edges:
+        for edge in pairs if known is None else [pair for pair in pairs if _key(pair) in known]:
+            element = etree.SubElement(lines, "Breakline", brkType="standard", name=name)
             etree.SubElement(element, "PntList3D").text = _text(edge)
+    if len(lines):
+        source.append(lines)
     if len(source):
         surface.append(source)
+
+
+def _key(edge: FloatArray) -> frozenset[tuple[float, ...]]:
+    return frozenset(map(tuple, edge[:, :2].tolist()))
+
+
+def _list_sides(tin: Triangulation, zone: Zone | None, edges: list[FloatArray]) -> set[frozenset[tuple[float, ...]]]:
+    """List the sides of the written triangles, as far as both their ends are ends of some edges."""
+    points, triangles = tin.faces(zone)
+    ends = {end for edge in edges for end in _key(edge)}
+    is_end = np.array([tuple(place) in ends for place in points[:, :2].tolist()], dtype=bool)
+    sides = triangles[:, [[0, 1], [1, 2], [2, 0]]].reshape(-1, 2)
+    return {_key(side) for side in points[sides[is_end[sides].all(axis=1)]]}
 
 
 def _is_counterclockwise(ring: FloatArray) -> bool:

@@ -23,5 +23,5 @@ def read(path: Path, progress: Progress = False) -> Triangulation:
 def write(tin: Triangulation, path: Path, zone: Zone | None = None) -> None:
     """Write a triangulation, as a whole."""
     if zone is not None:
-        raise InvalidInputError("a zone cannot be written alone")
+        raise InvalidInputError("this format keeps whole surfaces, without a zone or boundary; a .ply file has a part")
     tin.save(path)
