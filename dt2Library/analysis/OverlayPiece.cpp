@@ -59,7 +59,7 @@ inline void OverlayPiece::cutAt(size_t edge) {
     double minSide = 0.0;
     for (size_t i = 0; i < corners.size; ++i) {
         aSides[i] = inner_.getSide(edge, corners.aX[i], corners.aY[i]);
-        corners.aEdges[i] |= static_cast<unsigned>(std::abs(aSides[i]) <= slack) << edge;
+        corners.aMarks[i] |= static_cast<unsigned>(std::abs(aSides[i]) <= slack) << edge;
         minSide = std::min(minSide, aSides[i]);
     }
     if (minSide >= -slack) return;
@@ -69,13 +69,13 @@ inline void OverlayPiece::cutAt(size_t edge) {
         const bool bInside = aSides[i] >= -slack, bNextInside = aSides[next] >= -slack;
         kept.aX[size] = corners.aX[i];
         kept.aY[size] = corners.aY[i];
-        kept.aEdges[size] = corners.aEdges[i];
+        kept.aMarks[size] = corners.aMarks[i];
         size += static_cast<size_t>(bInside);
         const size_t from = bInside ? i : next, to = bInside ? next : i;
         const double side = std::max(0.0, aSides[from]), t = side / (side - aSides[to]);
         kept.aX[size] = corners.aX[from] + t * (corners.aX[to] - corners.aX[from]);
         kept.aY[size] = corners.aY[from] + t * (corners.aY[to] - corners.aY[from]);
-        kept.aEdges[size] = (corners.aEdges[i] & corners.aEdges[next]) | 1u << edge;
+        kept.aMarks[size] = (corners.aMarks[i] & corners.aMarks[next]) | 1u << edge;
         size += static_cast<size_t>(bInside != bNextInside);
     }
     kept.size = size;
@@ -85,16 +85,17 @@ inline void OverlayPiece::cutAt(size_t edge) {
 OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner)
     : outer_(outer), inner_(inner), extent_(std::max(outer.getExtent(), inner.getExtent())) {
     for (size_t i = 0; i < 3; ++i) {
-        aCorners_[0].aEdges[i] = 0;
         // The corners of a triangle that is far from the origin may become equal; its edges then cut off nothing.
         if (inner.isPoint()) {
+            aCorners_[0].aMarks[i] = 0;
             aCorners_[0].add(inner.x(0), inner.y(0), 0.0);
         } else {
+            aCorners_[0].aMarks[i] = 8u << i;
             aCorners_[0].add(outer.x(i), outer.y(i), 0.0);
         }
     }
     for (size_t edge = 0; edge < 3; ++edge) cutAt(edge);
-    for (size_t i = 0; i < getCorners().size; ++i) touchedEdges_ |= getCorners().aEdges[i];
+    for (size_t i = 0; i < getCorners().size; ++i) marks_ |= getCorners().aMarks[i];
 }
 
 OverlayPiece::OverlayPiece(const LocalTriangle& outer, const LocalTriangle& inner, size_t shift)

@@ -69,7 +69,9 @@ class OverlayPiece {
     /// Whether the common part is empty or within rounding of an edge of the outer triangle.
     bool isAtEdge() const;
     /// Whether the part reaches edge i of the inner triangle.
-    bool reaches(size_t i) const { return (touchedEdges_ >> i & 1u) != 0; }
+    bool reaches(size_t i) const { return (marks_ >> i & 1u) != 0; }
+    /// Whether corner i of the outer triangle is in the inner one.
+    bool hasOuterCorner(size_t i) const { return (marks_ >> (3 + i) & 1u) != 0; }
 
     /// Adds volumes and areas, with the outer surface as the surface before. Differences up to the threshold, or within
     /// rounding, count as 0; the origin of the triangles has coordinates up to originMagnitude.
@@ -82,7 +84,8 @@ class OverlayPiece {
     struct Corners {
         size_t size = 0;
         std::array<double, MAX_CORNERS> aX, aY, aDifference;
-        std::array<unsigned, MAX_CORNERS> aEdges;  // bits of the edges of the inner triangle on which a corner lies
+        std::array<unsigned, MAX_CORNERS> aMarks;  // bits 0 to 2 for the edges of the inner triangle on which a corner
+                                                   // lies, bits 3 to 5 for the corner of the outer one that it is
 
         void add(double x, double y, double difference) {
             aX[size] = x;
@@ -108,7 +111,7 @@ class OverlayPiece {
     double extent_;
     std::array<Corners, 2> aCorners_;  // the current corners, and room for the next
     size_t current_ = 0;
-    unsigned touchedEdges_ = 0;
+    unsigned marks_ = 0;  // those of all corners
     bool bSame_ = false;  // the corners of both are equal and the differences are known
 };
 

@@ -1,18 +1,20 @@
 // The difference of two surfaces without an overlay mesh.
 //
 // The zone with more triangles is the outer one. For each of its triangles, a search from neighbour to neighbour
-// finds the triangles of the other triangulation that overlap it. The search starts at the triangle that contains the
-// centre of the outer triangle, found by a walk from the nearest of the last results, and crosses each edge that the
-// common part of the two triangles reaches. It does not go on from a common part that is mere rounding along an edge
-// of the outer triangle: since triangles are convex, all triangles that overlap the interior of the outer one are
-// connected without it. If the centre of an outer triangle is outside the hull of the other triangulation, the search
-// starts at near hull edges. If the first triangle has the same corners, it is the only one. Where coordinates are so
-// coarse that the rounded centre is outside the outer triangle, the search starts at all triangles in its box.
+// finds the triangles of the other triangulation that overlap it. The search crosses each edge that the common part of
+// the two triangles reaches. It does not go on from a common part that is mere rounding along an edge of the outer
+// triangle: since triangles are convex, all triangles that overlap the interior of the outer one are connected without
+// it. The search starts at a triangle that is known to contain a corner of the outer one, since a search before has
+// reached that vertex. If there is none, or it only touches the outer triangle, the search starts at the triangle that
+// contains the centre, found by a walk from the nearest of the last searches. If the centre is outside the hull of the
+// other triangulation, it starts at near hull edges. If the first triangle has the same corners, it is the only one.
+// Where coordinates are so coarse that the rounded centre is outside the outer triangle, the search starts at all
+// triangles in its box.
 //
 // Heights are linear on each common part, so that its volume and areas are simple sums (OverlayPiece). They are
 // computed in coordinates relative to a corner of the outer triangle, so that no digits are lost far from the origin.
 //
-// The outer triangles are processed in batches of fixed size. No walk starts from the result of another batch, and the
+// The outer triangles are processed in batches of fixed size. No search starts from the result of another batch, and the
 // sums of batches are added in order, so the result does not depend on threads.
 
 #include "taro25d/compareSurfaces.h"
@@ -26,9 +28,9 @@
 
 #include "analysis/HullChains.h"
 #include "analysis/OverlayPiece.h"
+#include "analysis/OverlaySearch.h"
 #include "analysis/compareTriangles.h"
 #include "analysis/zoneTriangles.h"
-#include "kernel/flatSets.h"
 #include "kernel/tolerances.h"
 #include "kernel/tools.h"
 #include "kernel/triangleLists.h"
@@ -72,73 +74,6 @@ void prefetchCorners(const Triangle2& triangle) {
     for (int i = 0; i < 3; ++i) __builtin_prefetch(triangle.getCorner(i));
 }
 
-/// The last walks of a batch. Neighbouring triangles follow each other soon, but not always directly: the nearest of
-/// some recent walks ends much nearer than the last one.
-class RecentWalks {
-  public:
-    /// The end of the walk to the nearest place; null if there was none.
-    Triangle2* getNearest(const Point2& place) const {
-        double least = std::numeric_limits<double>::infinity();
-        size_t nearest = 0;
-        for (size_t k = 0; k < NUM_WALKS; ++k) {
-            const double dx = aWalks_[k].x - place.x(), dy = aWalks_[k].y - place.y(), distance = dx * dx + dy * dy;
-            nearest = distance < least ? k : nearest;
-            least = std::min(least, distance);
-        }
-        return aWalks_[nearest].pEnd;
-    }
-    /// Replaces the oldest walk; the first one also all others.
-    void add(const Point2& place, Triangle2* pEnd) {
-        const Walk last{place.x(), place.y(), pEnd};
-        if (!aWalks_[0].pEnd) aWalks_.fill(last);
-        aWalks_[next_] = last;
-        next_ = (next_ + 1) % NUM_WALKS;
-    }
-
-  private:
-    static constexpr size_t NUM_WALKS = 16;
-    struct Walk {
-        double x = 0.0, y = 0.0;
-        Triangle2* pEnd = nullptr;
-    };
-
-    std::array<Walk, NUM_WALKS> aWalks_;
-    size_t next_ = 0;
-};
-
-/// The triangles reached by a search, usually few.
-class Reached {
-  public:
-    void clear() {
-        vTriangles_.clear();
-        pMany_.reset();
-    }
-    void add(Triangle2* pT) {
-        if (vTriangles_.size() > MAX_FEW) {
-            addToMany(pT);
-            return;
-        }
-        for (const Triangle2* pReached : vTriangles_) {
-            if (pReached == pT) return;
-        }
-        __builtin_prefetch(pT);
-        vTriangles_.push_back(pT);
-    }
-    size_t size() const { return vTriangles_.size(); }
-    Triangle2* operator[](size_t i) const { return vTriangles_[i]; }
-
-  private:
-    static constexpr size_t MAX_FEW = 24;
-
-    void addToMany(Triangle2* pT) {
-        if (!pMany_) pMany_ = std::make_unique<AddressSet>(toSet(vTriangles_));
-        if (pMany_->insert(pT)) vTriangles_.push_back(pT);
-    }
-
-    std::vector<Triangle2*> vTriangles_;
-    std::unique_ptr<AddressSet> pMany_;  // null while there are few
-};
-
 /// The zone in which overlapping triangles are searched.
 class InnerSurface {
   public:
@@ -152,7 +87,7 @@ class InnerSurface {
     const Bbox2& getBox() const { return box_; }
     bool contains(const Triangle2* pT) const { return mInZone_.empty() || mInZone_.find(pT); }
     /// Adds triangles from which all triangles that overlap outer are reached.
-    void start(const Triangle2& outer, const LocalTriangle& local, RecentWalks& walks, GeomTest& geomTest,
+    void start(const Triangle2& outer, const LocalTriangle& local, RecentSearches& searches, GeomTest& geomTest,
                Reached& reached) const;
 
   private:
@@ -169,8 +104,8 @@ Triangle2* InnerSurface::getTriangleNear(const Point2& place) const {
     return vault.getInsertionBox().isInBox(place) ? vault.getCloseTriangle(place) : dt2_.getOneValidTriangle();
 }
 
-void InnerSurface::start(const Triangle2& outer, const LocalTriangle& local, RecentWalks& walks, GeomTest& geomTest,
-                         Reached& reached) const {
+void InnerSurface::start(const Triangle2& outer, const LocalTriangle& local, RecentSearches& searches,
+                         GeomTest& geomTest, Reached& reached) const {
     const Point2 centre = outer.getBarycenter();
     if (isRoundedOut(local, centre, *outer.getCorner(0))) {
         std::vector<Triangle2*> vInBox;
@@ -178,11 +113,11 @@ void InnerSurface::start(const Triangle2& outer, const LocalTriangle& local, Rec
         for (Triangle2* pT : vInBox) reached.add(pT);
         return;
     }
-    Triangle2* pT = walks.getNearest(centre);
+    Triangle2* pT = searches.getNearest(centre);
     if (!pT) pT = getTriangleNear(centre);
     int idx = -1;
     const int code = LUMO_TARO25D::walk(&centre, pT, idx, geomTest);
-    walks.add(centre, pT);
+    searches.add(centre, pT);
     if (code == CODE_INSIDE || code == CODE_DUPLICATE) {
         reached.add(pT);
         return;
@@ -206,12 +141,14 @@ class Comparison {
         explicit Walk(double magnitude) : geomTest(magnitude) {}
 
         GeomTest geomTest;
-        RecentWalks walks;
+        RecentSearches searches;
+        KnownVertices vertices;
         Reached reached;
         SurfaceDifference sums;
     };
 
     void compare(const Triangle2& outer, Walk& walk) const;
+    bool addPieces(const Triangle2& outer, const LocalTriangle& localOuter, Walk& walk) const;
     bool addIfSame(const Triangle2& outer, const Triangle2& inner, const LocalTriangle& local, Walk& walk) const;
 
     const std::vector<Triangle2*>& vOuter_;
@@ -239,25 +176,45 @@ SurfaceDifference Comparison::run(int numThreads) {
 
 void Comparison::compare(const Triangle2& outer, Walk& walk) const {
     if (!inner_.getBox().doIntersect(getBoxOf(outer))) return;
-    const Point2& origin = *outer.getCorner(0);
-    const LocalTriangle localOuter(outer, origin);
-    const double originMagnitude = std::max(std::abs(origin.x()), std::abs(origin.y()));
+    const LocalTriangle localOuter(outer, *outer.getCorner(0));
     walk.reached.clear();
-    inner_.start(outer, localOuter, walk.walks, walk.geomTest, walk.reached);
+    for (int i = 0; i < 3 && walk.reached.size() == 0; ++i) {
+        if (Triangle2* pT = walk.vertices.find(outer.getCorner(i))) walk.reached.add(pT);
+    }
+    if (addPieces(outer, localOuter, walk)) {
+        walk.searches.add(*outer.getCorner(0), walk.reached[0]);
+        return;
+    }
+    walk.reached.clear();
+    inner_.start(outer, localOuter, walk.searches, walk.geomTest, walk.reached);
+    addPieces(outer, localOuter, walk);
+}
+
+/// Adds the pieces of an outer triangle that are reached from the triangles reached so far; false if there is none.
+bool Comparison::addPieces(const Triangle2& outer, const LocalTriangle& localOuter, Walk& walk) const {
+    const Point2& origin = *outer.getCorner(0);
+    const double originMagnitude = std::max(std::abs(origin.x()), std::abs(origin.y()));
+    std::array<Triangle2*, 3> apAtCorners{};
+    bool bFound = false;
     for (size_t k = 0; k < walk.reached.size(); ++k) {
         progress_.throwIfStopped();
-        const Triangle2* pInner = walk.reached[k];
+        Triangle2* const pInner = walk.reached[k];
         if (k + 1 < walk.reached.size()) prefetchCorners(*walk.reached[k + 1]);
-        if (k == 0 && addIfSame(outer, *pInner, localOuter, walk)) return;
+        if (k == 0 && addIfSame(outer, *pInner, localOuter, walk)) return true;
         const LocalTriangle localInner(*pInner, origin);
         OverlayPiece piece(localOuter, localInner);
         if (piece.isAtEdge()) continue;
+        bFound = true;
         for (int i = 0; i < 3; ++i) {
-            Triangle2* pN = pInner->getOppositeTriangle(i);
-            if (pN && piece.reaches(static_cast<size_t>(i))) walk.reached.add(pN);
+            walk.reached.addIf(piece.reaches(static_cast<size_t>(i)), pInner->getOppositeTriangle(i));
+            apAtCorners[i] = piece.hasOuterCorner(static_cast<size_t>(i)) ? pInner : apAtCorners[i];
         }
         if (inner_.contains(pInner)) piece.addTo(walk.sums, threshold_, originMagnitude);
     }
+    for (int i = 0; i < 3; ++i) {
+        if (apAtCorners[i]) walk.vertices.set(outer.getCorner(i), apAtCorners[i]);
+    }
+    return bFound;
 }
 
 bool Comparison::addIfSame(const Triangle2& outer, const Triangle2& inner, const LocalTriangle& local,

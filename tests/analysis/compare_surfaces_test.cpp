@@ -180,6 +180,21 @@ TEST(CompareSurfaces, FindsGroundThatOnlyBordersReach) {
     }
 }
 
+/// Most triangles of one surface are in a corner of the other, and the rest are large.
+TEST(CompareSurfaces, FollowsLargeTrianglesOverManySmallOnes) {
+    const Ground square(
+        400, 0, 100, [](double, double) { return 1.0; }, 14);
+    Random r(15);
+    PointVector vPoints = makeScattered(2000, 0, 0, 1, 1, r);
+    for (Point2& point : vPoints) point.set(point.x(), point.y(), 0);
+    for (const Point2& corner : {Point2(-50, -50, 0), Point2(300, -50, 0), Point2(-50, 300, 0)})
+        vPoints.push_back(corner);
+    Taro_2D clustered;
+    clustered.insert(vPoints);
+    const Zone2* pClustered = clustered.createZone(nullptr, ZL_GLOBAL);
+    expectNear({1e4, 0, 1e4, 0, 0}, compareSurfaces(square.pZone, pClustered, 0), 1e-12);
+}
+
 TEST(CompareSurfaces, CountsTrianglesWhoseCentresRoundOutOfThem) {
     Random r(27);
     PointVector vPoints;
