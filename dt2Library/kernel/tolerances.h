@@ -78,9 +78,12 @@ constexpr double MAX_CREASE = 0x1p-30;
 constexpr double MAX_HEIGHT_ROUNDING = 16 * 0x1p-52;
 /// In the unit of the heights: a component that is moved by less everywhere is unchanged (CAF_Component).
 constexpr double MIN_HEIGHT_DIFFERENCE = 0.0001;
-/// In the unit of the heights, the differences above which a warning is given: of the two heights of a border, of the
-/// two heights at a zero of their difference, and of a vertex between z and that difference (CutAndFillImpl).
-constexpr double MAX_SPLIT_HEIGHT = 1e-9, MAX_HEIGHT_DIFFERENCE = 1e-11, MAX_TYPE_DIFFERENCE = 0.001;
+/// In the unit of the heights, at a zero of the difference: there is a warning if the interpolated difference is larger
+/// than this, or if the two interpolated heights differ by more than this (CutAndFillImpl).
+constexpr double MAX_SPLIT_HEIGHT = 1e-9, MAX_HEIGHT_DIFFERENCE = 1e-11;
+/// In the unit of the heights: if z of a vertex is farther from the difference of its heights, the triangulation was
+/// changed from outside, and the process ends (CutAndFillImpl).
+constexpr double MAX_TYPE_DIFFERENCE = 0.001;
 /// In the unit of the heights: the first step by which a contour moves off a corner, or 1000 units in the last place if
 /// that is less (IsoContours).
 constexpr double MAX_FIRST_STEP = 1e-6;

@@ -45,8 +45,9 @@ class TARO25D_API CutAndFill {
 
     /// Runs the whole computation, on the calling thread. A zone that is null, zones that do not overlap, and a second
     /// call get a warning; without an overlap there are no components. Heights that contradict each other, which is an
-    /// internal fault, are printed and end the process with status 1. O((n + k) log n) for n triangles whose edges
-    /// cross k times, for surfaces of well-shaped triangles O(n log n).
+    /// internal fault, are printed and end the process with status 1; where a message handler is set, they fail with
+    /// TaroException. O((n + k) log n) for n triangles whose edges cross k times, for surfaces of well-shaped triangles
+    /// O(n log n).
     void go();
 
     /// The number of components; 0 before `go`.
