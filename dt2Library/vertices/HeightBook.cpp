@@ -16,15 +16,14 @@ void HeightBook::meet(Point2* pVtx, double z) {
     const double zBefore = pVtx->z(), zKept = decide(pVtx, z);
     if (zKept != zBefore) pVtx->set(pVtx->x(), pVtx->y(), zKept);
     if (z == zBefore) return;
-    vMeetings_.push_back({{pVtx, zKept, z}, zBefore, NONE});
+    vMeetings_.push_back({{pVtx, zKept, z}, zBefore});
 }
 
 void HeightBook::enterMeetings() {
-    for (; numEntered_ < vMeetings_.size(); ++numEntered_) {
-        Meeting& meeting = vMeetings_[numEntered_];
-        const auto number = static_cast<std::uint32_t>(numEntered_);
-        if (!mLast_.add(meeting.conflict.pVtx, number))
-            meeting.iPrevious = std::exchange(mLast_[meeting.conflict.pVtx], number);
+    for (size_t i = vPrevious_.size(); i < vMeetings_.size(); ++i) {
+        const Point2* pVtx = vMeetings_[i].conflict.pVtx;
+        const auto number = static_cast<std::uint32_t>(i);
+        vPrevious_.push_back(mLast_.add(pVtx, number) ? NONE : std::exchange(mLast_[pVtx], number));
     }
 }
 
@@ -55,7 +54,7 @@ void HeightBook::forget(const Point2* pVtx) {
     enterMeetings();
     const std::uint32_t* pLast = mLast_.find(pVtx);
     if (!pLast) return;
-    for (std::uint32_t i = *pLast; i != NONE; i = vMeetings_[i].iPrevious) vMeetings_[i].conflict.pVtx = nullptr;
+    for (std::uint32_t i = *pLast; i != NONE; i = vPrevious_[i]) vMeetings_[i].conflict.pVtx = nullptr;
     mLast_.erase(pVtx);
 }
 
@@ -73,7 +72,7 @@ void HeightBook::copyFrom(const HeightBook& other, const RecordCopies<Point2>& v
     vMeetings_ = other.vMeetings_;
     for (Meeting& meeting : vMeetings_) meeting.conflict.pVtx = getCopy(meeting.conflict.pVtx);
     other.mLast_.forEach([&](const void* pVtx, std::uint32_t last) { mLast_.add(getCopy(pVtx), last); });
-    numEntered_ = other.numEntered_;
+    vPrevious_ = other.vPrevious_;
     other.mSums_.forEach([&](const void* pVtx, const Sum& met) { mSums_.add(getCopy(pVtx), met); });
 }
 

@@ -24,6 +24,8 @@ class HeightBook {
     /// From now on heights that meet are neither applied nor recorded.
     void stop() { bPaused_ = true; }
 
+    /// Whether a point with height z, at the place of a vertex, has no effect now or after other points there.
+    bool ignores(const Point2* pVtx, double z) const { return bPaused_ || (rule_ == HR_FIRST && z == pVtx->z()); }
     /// A point with height z has the place of a vertex: gives the vertex the height that the rule chooses.
     void meet(Point2* pVtx, double z);
     /// Drops the records of a vertex that is removed.
@@ -39,7 +41,6 @@ class HeightBook {
     struct Meeting {
         HeightConflict conflict;  // its vertex becomes null when the vertex is removed
         double zBefore;           // of the vertex
-        std::uint32_t iPrevious;  // the previous meeting at the same vertex, once entered
     };
     /// The heights that met at a vertex under HR_MEAN.
     struct Sum {
@@ -53,9 +54,10 @@ class HeightBook {
     HeightRule rule_ = HR_FIRST;
     bool bPaused_ = false;
     std::vector<Meeting> vMeetings_;
-    // The last meeting at each vertex, of the first numEntered_ meetings: only removals need it, which are rare.
+    // For the meetings that are entered, which only removals need: the previous one at the same vertex, and the last
+    // one at each vertex.
+    std::vector<std::uint32_t> vPrevious_;
     PointerMap<std::uint32_t> mLast_;
-    size_t numEntered_ = 0;
     PointerMap<Sum> mSums_;
 };
 

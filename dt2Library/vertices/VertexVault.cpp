@@ -283,10 +283,14 @@ void VertexVault::meetHeights() {
     std::vector<std::pair<Point2*, Point2*>> vPairs(mDuplicates_.begin(), mDuplicates_.end());
     std::sort(vPairs.begin(), vPairs.end(), [](const auto& a, const auto& b) { return *a.first < *b.first; });
     for (const auto& [pDuplicate, pOriginal] : vPairs) heightBook_.meet(pOriginal, pDuplicate->z());
-    std::sort(vMetHeights_.begin(), vMetHeights_.end(),
+    std::vector<MetHeight> vMetHeights;
+    vMetHeights.swap(vMetHeights_);
+    // Most are shared ends of segments, with the height that is there.
+    const auto hasNoEffect = [this](const MetHeight& met) { return heightBook_.ignores(getOriginal(met.pVtx), met.z); };
+    vMetHeights.erase(std::remove_if(vMetHeights.begin(), vMetHeights.end(), hasNoEffect), vMetHeights.end());
+    std::sort(vMetHeights.begin(), vMetHeights.end(),
               [](const MetHeight& a, const MetHeight& b) { return a.index < b.index; });
-    for (const MetHeight& met : vMetHeights_) heightBook_.meet(getOriginal(met.pVtx), met.z);
-    vMetHeights_.clear();
+    for (const MetHeight& met : vMetHeights) heightBook_.meet(getOriginal(met.pVtx), met.z);
 }
 
 bool VertexVault::isSortDue() const {
