@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <tuple>
 
 #include "constraints/ConstraintMgr.h"
@@ -120,22 +121,22 @@ bool ConformingInserter::splitAtFirstConstraint(ConstraintSegment2* pCSeg, const
     }
     const Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
     if (geomTest_.getOrientation2(pE0, pE1, &middle) == ORIENTATION2_COLLINEAR) return false;
-    std::vector<SegmentInserter::Crossing> vPairIspCS;
-    if (Point2* pExistingVertex = segmentInserter_.getCrossing(pT, i, pCSeg, vPairIspCS)) {
+    std::optional<SegmentInserter::Crossing> crossing;
+    if (Point2* pExistingVertex = segmentInserter_.getCrossing(pT, i, pCSeg, crossing)) {
         mesh_.getInnerVtxMgr().eraseVtx(pExistingVertex);
         segmentInserter_.runThrough(pCSeg, pExistingVertex);
         return pCSeg->split_combinatorialOnly(pExistingVertex);
     }
     if (segmentInserter_.isQuotaUsedUp()) return false;
     std::vector<ConstraintSegment2*> vPieces;
-    segmentInserter_.splitBothAt(vPairIspCS[0], pCSeg, vPieces);
+    segmentInserter_.splitBothAt(*crossing, pCSeg, vPieces);
     // The pieces of this segment wait for their turn; those of the other segment, which was an edge before, become
     // edges at once.
     vPieces.clear();
-    appendAlivePieces(vPairIspCS[0].pCrossed, vPieces);
+    appendAlivePieces(crossing->pCrossed, vPieces);
     establisher_.establish(vPieces);
     // If an end lies on the other segment, only that one was split.
-    bGoOn = pCSeg->isAlive() && !vPairIspCS[0].pCrossed->isAlive();
+    bGoOn = pCSeg->isAlive() && !crossing->pCrossed->isAlive();
     return true;
 }
 

@@ -104,22 +104,18 @@ void ConstraintMgr::getAliveAndDeadConstraintSegments(std::vector<ConstraintSegm
 
 ConstraintSegment2* ConstraintMgr::addConstraintSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
     TARO_ASSERT_TEXT(p0 != p1, "p0<p1");
-    if (ConstraintSegment2* pExisting = findSegment(p0, p1)) {
-        remover_.revive(pExisting);
-        return pExisting;
-    }
     const VertexPair key = makeKey(p0, p1);
-    return enterSegment(key.first, key.second, cis);
+    const auto make = [&] { return makeSegment(key.first, key.second, cis); };
+    const auto [pCSeg, bNew] = pDt2_->getConstraintEdges().findOrAdd(key.first, key.second, make);
+    if (!bNew) remover_.revive(pCSeg);
+    return pCSeg;
 }
 
-ConstraintSegment2* ConstraintMgr::enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
+ConstraintSegment2* ConstraintMgr::makeSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis) {
     if (vRecycled_.empty()) vRecycled_.push_back(segmentPool_.getElement());
-    ConstraintEdges& table = pDt2_->getConstraintEdges();
-    table.reserve(getNumberOfSegments() + 1);
     vSegments_.push_back(new (vRecycled_.back()) ConstraintSegment2(p0, p1, cis));
     vRecycled_.pop_back();
     ConstraintSegment2* pCSeg = vSegments_.back();
-    table.add(pCSeg);
     for (const Point2* pEnd : {p0, p1}) {
         constraintVertices_.insert(pEnd);
         if (pNumEnds_) ++(*pNumEnds_)[pEnd];
@@ -224,15 +220,17 @@ void ConstraintMgr::flipAround(Point2* pVtx) {
     } while (pT != pFirst);
 }
 
-Point2* ConstraintMgr::bringVertexOnEdge(const Point2& place, Triangle2* pT, int i) {
+Point2* ConstraintMgr::bringVertexOnEdge(const Point2& place, Triangle2* pT, int i,
+                                         const ConstraintSegment2* pCrossing) {
     const NoStopScope noStop;  // the caller is changing a segment
-    VertexVault& vault = pDt2_->getVertexVault();
-    Point2* pVtx = vault.createRegisteredVertex(place);
+    Point2* pVtx = pDt2_->getVertexVault().createRegisteredVertex(place);
+    for (const Point2* pEnd :
+         {pT->getCorner(incIndexBy1(i)), pT->getCorner(incIndexBy2(i)), pCrossing->getSrc(), pCrossing->getTrg()})
+        pDt2_->getConstraintEdges().prefetch(pEnd, pVtx);  // of the four pieces
     sBroughtVertices_.insert(pVtx);
     pDt2_->initVCheckT24(pT, pVtx, i);
     pDt2_->settle(pVtx);
     flipAround(pVtx);
-    vault.sortIV(VertexVault::SM_IF_DUE);
     return pVtx;
 }
 

@@ -110,9 +110,9 @@ class ConstraintMgr : public ConstraintKeeper {
     void getGraphs(std::vector<ConstraintGraph2*>& vGraphs) const;
     /// Inserts a vertex for constraints alone. Returns the vertex at that place, and whether it is new.
     std::pair<Point2*, bool> bringVertex(const Point2& place);
-    /// Inserts a vertex for constraints alone, which splits the constraint that is edge i of a triangle. The place must
-    /// see the corners of both triangles there.
-    Point2* bringVertexOnEdge(const Point2& place, Triangle2* pT, int i);
+    /// Inserts a vertex for constraints alone, which splits the constraint that is edge i of a triangle; a segment that
+    /// crosses it is to be split next. The place must see the corners of both triangles there.
+    Point2* bringVertexOnEdge(const Point2& place, Triangle2* pT, int i, const ConstraintSegment2* pCrossing);
     /// Inserts vertices for constraints alone, in bulk, at places without vertices, and sets vNew. After an exception
     /// the elements not inserted are null.
     void bringVertices(const std::vector<Point2>& vPlaces, std::vector<Point2*>& vNew);
@@ -197,8 +197,8 @@ class ConstraintMgr : public ConstraintKeeper {
     ConstraintSegment2* findSegment(const Point2* p0, const Point2* p1) const;
     /// Recycles the record of a segment to which nothing refers.
     void recycle(ConstraintSegment2* pCSeg);
-    /// Makes a segment and enters it into the list and the table of the mesh.
-    ConstraintSegment2* enterSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
+    /// Makes a segment and enters it into the list. Its ends are in the order of their addresses.
+    ConstraintSegment2* makeSegment(Point2* p0, Point2* p1, ConstraintInsertionStrategy cis);
     /// Enters copies of another manager's segments, without graphs.
     void copySegments(const ConstraintMgr& other, const RecordCopies<Point2>& vertices,
                       PointerMap<ConstraintSegment2*>& mSegments);

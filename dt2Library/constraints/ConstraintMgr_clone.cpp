@@ -52,7 +52,8 @@ void ConstraintMgr::copySegments(const ConstraintMgr& other, const RecordCopies<
     for (size_t i = 0; i < other.vSegments_.size(); ++i) {
         const ConstraintSegment2* pCSeg = other.vSegments_[i];
         if (!other.isKept(pCSeg)) continue;
-        mSegments.add(pCSeg, enterSegment(vertices(pCSeg->getSrc()), vertices(pCSeg->getTrg()), pCSeg->getCIS()));
+        Point2 *p0 = vertices(pCSeg->getSrc()), *p1 = vertices(pCSeg->getTrg());
+        mSegments.add(pCSeg, addConstraintSegment(p0, p1, pCSeg->getCIS()));
         if (i % 4096 == 0) throwIfStopped();
     }
 }

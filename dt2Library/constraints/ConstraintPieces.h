@@ -37,11 +37,18 @@ inline void sortByPlace(std::vector<ConstraintSegment2*>& vCSegs, size_t begin =
 inline void appendAlivePieces(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vPieces) {
     if (pCSeg->isAlive()) {
         vPieces.push_back(pCSeg);
-    } else {
-        const size_t begin = vPieces.size();
-        pCSeg->getChildrenRec(vPieces);
-        sortByPlace(vPieces, begin);
+        return;
     }
+    ConstraintSegment2 *pChild0 = nullptr, *pChild1 = nullptr;
+    Point2* pSplit = nullptr;
+    pCSeg->getChildrenAndSplitPoint(pChild0, pChild1, pSplit);
+    const size_t begin = vPieces.size();
+    if (pChild0 && pChild0->isAlive() && pChild1->isAlive()) {  // as after each split
+        vPieces.insert(vPieces.end(), {pChild0, pChild1});
+    } else {
+        pCSeg->getChildrenRec(vPieces);
+    }
+    sortByPlace(vPieces, begin);
 }
 
 /// The alive pieces of graphs, as edges.

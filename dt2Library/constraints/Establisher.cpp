@@ -133,6 +133,8 @@ void Establisher::establish(const std::vector<ConstraintSegment2*>& vCSegs, size
         if (bLast) first = i + 1;
         if (pProgress) pProgress->incProgress(1);
     }
+    // Vertices at crossings are not found by the order of the vault until it is sorted.
+    if (bOutermost) mesh_.getVertexVault().sortIV(VertexVault::SM_IF_DUE);
     if (!bAllDone) warnOfInaccuracy();
 }
 

@@ -78,8 +78,8 @@ Point2 getRoundedCrossing(const Point2& s0, const Point2& s1, const Point2& t0, 
     const Point2* pNearest = nullptr;
     double sqNearest = std::numeric_limits<double>::max();
     const auto consider = [&](const Point2& end, const Point2& otherSrc, const Point2& otherTrg) {
-        if (!approxHasOn(otherSrc, otherTrg, end)) return;
         const double sqDistance = sqDistance2D(end, exact);
+        if (sqDistance >= SNAP_DISTANCE * SNAP_DISTANCE || !approxHasOn(otherSrc, otherTrg, end)) return;
         if (sqDistance > sqNearest || (pNearest && sqDistance == sqNearest && !(end < *pNearest))) return;
         pNearest = &end;
         sqNearest = sqDistance;
@@ -88,7 +88,7 @@ Point2 getRoundedCrossing(const Point2& s0, const Point2& s1, const Point2& t0, 
     consider(s1, t0, t1);
     consider(t0, s0, s1);
     consider(t1, s0, s1);
-    if (!pNearest || sqNearest >= SNAP_DISTANCE * SNAP_DISTANCE) return Point2(x, y, getHeightOn(s0, s1, x, y));
+    if (!pNearest) return Point2(x, y, getHeightOn(s0, s1, x, y));
     Point2 end(pNearest->x(), pNearest->y(), pNearest->z());
     end.setCustomIndex(pNearest->getCustomIndex());
     return end;
@@ -132,7 +132,7 @@ bool SegmentInserter::newCDT_applyOneCS(ConstraintSegment2* pInitialCSeg) {
 bool SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
     std::vector<ConstraintSegment2*> vStack;  // needs no memory where nothing is split
     for (ConstraintSegment2* pCSeg = pInitialCSeg; pCSeg; pCSeg = takeLast(vStack)) {
-        throwIfStopped();
+        cancelPoint_.pass();
         if (!pCSeg->isAlive()) {
             appendAlivePieces(pCSeg, vStack);
         } else if (pCSeg->getSrc() == pCSeg->getTrg()) {
@@ -147,10 +147,10 @@ bool SegmentInserter::forceIntoMesh(ConstraintSegment2* pInitialCSeg) {
 }
 
 bool SegmentInserter::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack) {
-    std::vector<Crossing> vPairIspCS;
-    Point2* pExistingVertex = newCDT_traverseCZ(pCSeg, vPairIspCS);
+    std::optional<Crossing> crossing;
+    Point2* pExistingVertex = newCDT_traverseCZ(pCSeg, crossing);
     if (pExistingVertex) {
-        TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");
+        TARO_ASSERT_TEXT(!crossing, "vPairIspCS.empty()");
         TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getSrc(), "pExistingVertex!=pCSeg->getSrc()");
         TARO_ASSERT_TEXT(pExistingVertex != pCSeg->getTrg(), "pExistingVertex!=pCSeg->getTrg()");
         mesh_.getInnerVtxMgr().eraseVtx(pExistingVertex);
@@ -158,10 +158,9 @@ bool SegmentInserter::newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vecto
         if (pCSeg->split_combinatorialOnly(pExistingVertex)) appendAlivePieces(pCSeg, vStack);
         return true;
     }
-    if (vPairIspCS.empty()) return true;
-    TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
+    if (!crossing) return true;
     if (isQuotaUsedUp()) return false;
-    splitBothAt(vPairIspCS[0], pCSeg, vStack);
+    splitBothAt(*crossing, pCSeg, vStack);
     return true;
 }
 
@@ -175,7 +174,7 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
     TARO_ASSERT_TEXT(splitPoint != *pCrossingCSeg->getSrc() && splitPoint != *pCrossingCSeg->getTrg(),
                      "splitPoint!=*pCrossingCSeg->getSrc() && splitPoint!=*pCrossingCSeg->getTrg()");
     if (bSplitBoth) pCSeg->kill();
-    Point2* pSplit = insertOnEdge(crossing);
+    Point2* pSplit = insertOnEdge(crossing, pCSeg);
     const bool bOnEdge = pSplit;
     bool bNew = true;
     if (!bOnEdge) {
@@ -215,7 +214,7 @@ void SegmentInserter::splitBothAt(const Crossing& crossing, ConstraintSegment2* 
 
 /// Makes a vertex at a crossing and splits the crossed edge there, so that its halves are edges at once; null, with no
 /// effect, if rounding has moved the crossing out of sight of a corner of the two triangles.
-Point2* SegmentInserter::insertOnEdge(const Crossing& crossing) {
+Point2* SegmentInserter::insertOnEdge(const Crossing& crossing, const ConstraintSegment2* pCrossing) {
     const auto& [place, pCrossed, pT, i] = crossing;
     const Triangle2* pN = pT->getOppositeTriangle(i);
     if (!pN || !isFinite(place)) return nullptr;
@@ -229,7 +228,7 @@ Point2* SegmentInserter::insertOnEdge(const Crossing& crossing) {
     };
     const bool bSeesAll =
         isLeftOf(pT, i) && isLeftOf(pT, incIndexBy2(i)) && isLeftOf(pN, j) && isLeftOf(pN, incIndexBy2(j));
-    return bSeesAll ? manager_.bringVertexOnEdge(place, pT, i) : nullptr;
+    return bSeesAll ? manager_.bringVertexOnEdge(place, pT, i, pCrossing) : nullptr;
 }
 
 void SegmentInserter::runThrough(const ConstraintSegment2* pCSeg, Point2* pVtx) {
@@ -316,7 +315,7 @@ void SegmentInserter::giveHeights(ConstraintSegment2* const* aPieces, size_t num
     }
 }
 
-Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) {
+Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::optional<Crossing>& crossing) {
     Point2 *pSrc = nullptr, *pTrg = nullptr;
     std::tie(pSrc, pTrg) = getEndsByPlace(pCSeg);
     if (pSrc == pTrg) {
@@ -338,29 +337,27 @@ Point2* SegmentInserter::newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vecto
     Orientation2 ori = ORIENTATION2_CCW;
     while (ori != ORIENTATION2_COLLINEAR) {
         cancelPoint.pass();
-        if (mesh_.isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, vPairIspCS);
+        if (mesh_.isConstraint(pT, i)) return getCrossing(pT, i, pCSeg, crossing);
         ori = crossEdge(geomTest, pSrc, pTrg, pT, i);
         region_.add(pT, i, ori);
         Point2* pFar = ori == ORIENTATION2_CCW ? pT->getCorner(incIndexBy2(i)) : pT->getCorner(incIndexBy1(i));
         if (ori != ORIENTATION2_COLLINEAR && isOnPath(pFar)) return pFar;
     }
     if (pT->getCorner(i) != pTrg) return pT->getCorner(i);
-    TARO_ASSERT_TEXT(vPairIspCS.empty(), "vPairIspCS.empty()");
     region_.replace(mesh_);
     return nullptr;
 }
 
 Point2* SegmentInserter::getCrossing(Triangle2* pT, int i, const ConstraintSegment2* pCSeg,
-                                     std::vector<Crossing>& vPairIspCS) const {
+                                     std::optional<Crossing>& crossing) const {
     Point2 *pE0 = pT->getCorner(incIndexBy1(i)), *pE1 = pT->getCorner(incIndexBy2(i));
     ConstraintSegment2* pCrossingCSeg = manager_.getAliveConstraintSegment(pE0, pE1);
     const auto [pOlder, pYounger] = orderByAge(pCrossingCSeg, pCSeg);
-    const Point2 crossing =
+    const Point2 place =
         getRoundedCrossing(*pOlder->getSrc(), *pOlder->getTrg(), *pYounger->getSrc(), *pYounger->getTrg());
-    if (crossing == *pE0) return pE0;
-    if (crossing == *pE1) return pE1;
-    vPairIspCS.push_back({crossing, pCrossingCSeg, pT, i});
-    TARO_ASSERT_TEXT(vPairIspCS.size() == 1, "vPairIspCS.size()==1");
+    if (place == *pE0) return pE0;
+    if (place == *pE1) return pE1;
+    crossing = {place, pCrossingCSeg, pT, i};
     return nullptr;
 }
 

@@ -2,11 +2,13 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "kernel/flatSets.h"
 #include "mesh/CrossedRegion.h"
+#include "support/stopping.h"
 #include "taro25d/ConstraintSegment2.h"
 #include "taro25d/Point2.h"
 
@@ -50,8 +52,8 @@ class SegmentInserter {
     void killAndUnestablishConstraintSegment(ConstraintSegment2* pCSeg);
 
     /// Where a segment crosses the constraint edge i of a triangle: returns the end of that edge to which the crossing
-    /// snaps; otherwise appends the crossing and returns null.
-    Point2* getCrossing(Triangle2* pT, int i, const ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS) const;
+    /// snaps; otherwise sets the crossing and returns null.
+    Point2* getCrossing(Triangle2* pT, int i, const ConstraintSegment2* pCSeg, std::optional<Crossing>& crossing) const;
     /// Announces a new vertex at a crossing, which gets its height from the first segment that runs through it.
     void awaitHeight(const Point2* pVtx) { sAwaiting_.insert(pVtx); }
     /// Begins the establishing of a segment, with its own quota of crossings.
@@ -69,18 +71,19 @@ class SegmentInserter {
     void splitBothAt(const Crossing& crossing, ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
 
   private:
-    Point2* insertOnEdge(const Crossing& crossing);
+    Point2* insertOnEdge(const Crossing& crossing, const ConstraintSegment2* pCrossing);
     bool isPresent(const ConstraintSegment2* pCSeg) const;
     void advanceThrough(const ConstraintSegment2* pCSeg, Point2* pVtx);
     /// Makes an edge of a segment, or removes one obstacle and appends the remaining pieces; false if the quota is used
     /// up.
     bool newCDT_insertOrSplit(ConstraintSegment2* pCSeg, std::vector<ConstraintSegment2*>& vStack);
-    /// Makes the segment an edge, unless there is an obstacle: returns a vertex, or appends a crossing.
-    Point2* newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::vector<Crossing>& vPairIspCS);
+    /// Makes the segment an edge, unless there is an obstacle: returns a vertex, or sets a crossing.
+    Point2* newCDT_traverseCZ(ConstraintSegment2* pCSeg, std::optional<Crossing>& crossing);
 
     Dt2& mesh_;
     ConstraintMgr& manager_;
     CrossedRegion region_;  // of the segment that is being followed
+    CancelPoint<8> cancelPoint_;
     size_t crossingQuota_ = 0, closeCrossingQuota_ = 0;
     AddressSet sAwaiting_;
     ConstraintSegment2::Age present_{0, 0};

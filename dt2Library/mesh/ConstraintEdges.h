@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "taro25d/ConstraintSegment2.h"
@@ -46,16 +47,22 @@ class ConstraintEdges {
         return vSlots_.empty() ? nullptr : getSegment(vSlots_[findSlot(p0, p1)]);
     }
 
-    /// Adds a segment; there must be none between its ends. It belongs to the caller and must outlive the entry.
-    void add(ConstraintSegment2* pCSeg) {
+    /// The segment between two vertices, in any order, and false. If there is none, the segment that make() returns is
+    /// added, with true; it belongs to the caller and must outlive the entry.
+    template <class Make>
+    std::pair<ConstraintSegment2*, bool> findOrAdd(const Point2* p0, const Point2* p1, const Make& make) {
+        reserve(numEntries_ + 1);
+        std::uint64_t& slot = vSlots_[findSlot(p0, p1)];
+        if (slot != 0) return {getSegment(slot), false};
         if (!aVertexBits_) aVertexBits_ = std::make_unique<std::uint64_t[]>(NUM_WORDS);
-        for (const Point2* pEnd : {pCSeg->getSrc(), pCSeg->getTrg()}) {
+        for (const Point2* pEnd : {p0, p1}) {
             const size_t bit = getBit(pEnd);
             aVertexBits_[bit / 64] |= std::uint64_t(1) << (bit % 64);
         }
-        reserve(numEntries_ + 1);
-        place(pCSeg);
+        ConstraintSegment2* pCSeg = make();
+        slot = makeSlot(hash(p0, p1), pCSeg);
         ++numEntries_;
+        return {pCSeg, true};
     }
     /// Removes the segment between two vertices, if there is one.
     void erase(const Point2* p0, const Point2* p1) {
@@ -72,6 +79,10 @@ class ConstraintEdges {
         }
         vSlots_[gap] = 0;
         --numEntries_;
+    }
+    /// Asks for the slot of the segment between two vertices, which is looked up or added soon. There is a segment.
+    void prefetch(const Point2* p0, const Point2* p1) const {
+        __builtin_prefetch(&vSlots_[hash(p0, p1) & (vSlots_.size() - 1)], 1);
     }
     /// Makes room for n segments.
     void reserve(size_t n) {
@@ -101,6 +112,9 @@ class ConstraintEdges {
         const std::uint64_t product = (a ^ (b * 0xC2B2AE3D27D4EB4Fu)) * 0x9E3779B97F4A7C15u;
         return product >> 32 | product << 32;
     }
+    static std::uint64_t makeSlot(std::uint64_t key, const ConstraintSegment2* pCSeg) {
+        return (key & ~ADDRESS_MASK) | reinterpret_cast<std::uintptr_t>(pCSeg);
+    }
     static ConstraintSegment2* getSegment(std::uint64_t slot) {
         return reinterpret_cast<ConstraintSegment2*>(slot & ADDRESS_MASK);
     }
@@ -121,7 +135,7 @@ class ConstraintEdges {
         const std::uint64_t key = hash(pCSeg->getSrc(), pCSeg->getTrg()), mask = vSlots_.size() - 1;
         size_t i = key & mask;
         while (vSlots_[i] != 0) i = (i + 1) & mask;
-        vSlots_[i] = (key & ~ADDRESS_MASK) | reinterpret_cast<std::uintptr_t>(pCSeg);
+        vSlots_[i] = makeSlot(key, pCSeg);
     }
     void rehash(size_t size) {
         std::vector<std::uint64_t> vOld(size);

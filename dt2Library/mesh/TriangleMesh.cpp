@@ -197,7 +197,8 @@ void TriangleMesh::rememberEncroached(const Triangle2* pT, int i) {
 void TriangleMesh::bendConstraintsTo(Point2* v) {
     const auto isBesideConstraint = [this, v](const Triangle2* pT) {
         const int i = indexOfVertex(pT, v);
-        return isConstraint(pT, i) && isBeside(*pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i)), *v);
+        // First the test that needs no search and is rarely passed.
+        return isBeside(*pT->getCorner(incIndexBy1(i)), *pT->getCorner(incIndexBy2(i)), *v) && isConstraint(pT, i);
     };
     while (Triangle2* pT = findIncidentTriangle(v, isBesideConstraint)) {
         splitConstraintOn(pT, 0, v);

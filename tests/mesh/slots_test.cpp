@@ -62,7 +62,9 @@ TEST(ConstraintEdges, FindSegmentsByTheirEndsUntilTheyAreErased) {
         ASSERT_EQ(edges.contains(q, p), pCSeg && pCSeg->isAlive());
         if (!pCSeg) {
             pCSeg = std::make_unique<ConstraintSegment2>(std::min(p, q), std::max(p, q), CIS_CONSTRAINED_DELAUNAY);
-            edges.add(pCSeg.get());
+            const auto add = [&] { return edges.findOrAdd(p, q, [&pNew = pCSeg] { return pNew.get(); }); };
+            EXPECT_EQ(add(), std::pair(pCSeg.get(), true));
+            EXPECT_EQ(add(), std::pair(pCSeg.get(), false));
         } else if (random() % 2 == 0) {
             pCSeg->kill();
         } else {
