@@ -220,6 +220,10 @@ void Rasterizer::scan(const Triangle2& triangle, const RasterGrid::Cells& cells,
 void Rasterizer::scanLargeTriangles() {
     std::vector<const Triangle2*> vLarge;
     for (const auto& pWorker : vWorkers_) vLarge.insert(vLarge.end(), pWorker->vLarge.begin(), pWorker->vLarge.end());
+    if (vLarge.empty()) {  // no threads are started for nothing
+        progress_.incProgress(grid_.getNumRows());
+        return;
+    }
     shareRows([&](const RasterGrid::Span& rows, Worker& worker) {
         for (const Triangle2* pT : vLarge) {
             RasterGrid::Cells cells = grid_.getCellsAround(*pT);
