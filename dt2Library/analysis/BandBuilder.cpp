@@ -50,11 +50,22 @@ std::pair<const Point2*, const Point2*> getEnds(const Triangle2& triangle, int i
     return isClockwise(triangle) ? std::make_pair(pTrg, pSrc) : std::make_pair(pSrc, pTrg);
 }
 
-/// Whether a share of the least altitude of a triangle is well above the rounding of its coordinates.
-bool isFarApart(const Triangle2& triangle, double share) {
+/// The largest coordinate of triangles.
+double getMagnitudeOf(const std::vector<Triangle2*>& vTriangles) {
+    double magnitude = 0.0;
+    for (size_t k = 0; k < vTriangles.size(); ++k) {
+        prefetchTriangles(vTriangles, k);
+        for (int i = 0; i < 3; ++i) {
+            const Point2& corner = *vTriangles[k]->getCorner(i);
+            magnitude = std::max({magnitude, std::abs(corner.x()), std::abs(corner.y())});
+        }
+    }
+    return magnitude;
+}
+
+/// Whether a share of the least altitude of a triangle is well above the rounding of coordinates.
+bool isFarApart(const Triangle2& triangle, double share, double magnitude) {
     const Point2 &a = *triangle.getCorner(0), &b = *triangle.getCorner(1), &c = *triangle.getCorner(2);
-    const double magnitude = std::max(
-        {std::abs(a.x()), std::abs(a.y()), std::abs(b.x()), std::abs(b.y()), std::abs(c.x()), std::abs(c.y())});
     const double ux = b.x() - a.x(), uy = b.y() - a.y(), vx = c.x() - a.x(), vy = c.y() - a.y();
     const double longest =
         std::max({std::abs(ux), std::abs(uy), std::abs(vx), std::abs(vy), std::abs(ux - vx), std::abs(uy - vy)});
@@ -93,6 +104,10 @@ void BandBuilder::collectSides() {
     tree_.forEachLeaf([&](double minZ, double maxZ, Triangle2* pT) {
         if (countBelow(minZ) != countUpTo(maxZ)) vAtLevels.push_back(pT);
     });
+    std::vector<Triangle2*> vTriangles;
+    vTriangles.reserve(tree_.getNumTriangles());
+    tree_.forEachLeaf([&vTriangles](double, double, Triangle2* pT) { vTriangles.push_back(pT); });
+    magnitude_ = getMagnitudeOf(vTriangles);  // of all, since the overlay rounds by its largest coordinate
     for (size_t k = 0; k < vAtLevels.size(); ++k) {
         progress_.throwIfStopped();
         prefetchTriangles(vAtLevels, k);
@@ -108,9 +123,6 @@ void BandBuilder::collectSides() {
         cut(triangle);
     }
     progress_.incProgress(tree_.getNumTriangles());
-    std::vector<Triangle2*> vTriangles;
-    vTriangles.reserve(tree_.getNumTriangles());
-    tree_.forEachLeaf([&vTriangles](double, double, Triangle2* pT) { vTriangles.push_back(pT); });
     std::vector<Edge2> vBorder;
     findBorder(vTriangles, vBorder);
     for (const Edge2& edge : vBorder) {
@@ -155,7 +167,7 @@ void BandBuilder::markThin(const Triangle2& triangle) {
     }
     // Crossings, levels and edges that do not meet are at least the gap's share of the least altitude apart.
     const double share = gap / (pHigh->z() - pLow->z());
-    if (isFarApart(triangle, share)) return;
+    if (isFarApart(triangle, share, magnitude_)) return;
     for (int i = 0; i < 3; ++i) thinCorners_.addCorner(*triangle.getCorner(i));
 }
 

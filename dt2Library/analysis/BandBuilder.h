@@ -60,6 +60,7 @@ class BandBuilder {
     Progress& progress_;  // counts triangles and bands
     BandNodes nodes_;
     std::vector<std::vector<RingBuilder::Side>> vSidesOf_;  // for each band, with its area on the left
+    double magnitude_ = 0.0;                                // of coordinates
     BandNodes thinCorners_;                                 // of triangles with pieces thinner than rounding
     bool bNearThin_ = false;                                // whether the current triangle has such a corner
     BandOverlay overlay_;                                   // of the triangles that have one

@@ -261,6 +261,28 @@ TEST(Bands, GiveHolesToTheRingsAroundThem) {
     EXPECT_EQ(vBands[3].high, MAX);
 }
 
+/// Rounding of the largest coordinates is wide beside the distances of the smallest.
+TEST(Bands, AreSoundWhereDistancesDifferByMagnitudes) {
+    for (unsigned seed = 0; seed < 200; ++seed) {
+        SCOPED_TRACE(seed);
+        Random r(seed);
+        const auto coordinate = [&r] {
+            const double mantissa = uniform(r, -1, 1);
+            return std::ldexp(mantissa, static_cast<int>(integer(r, -60, 60)));
+        };
+        PointVector vPoints;
+        for (int i = 0; i < 25; ++i) {
+            const double x = coordinate(), y = coordinate();
+            vPoints.emplace_back(x, y, uniform(r, 0, 1));
+        }
+        Taro_2D mesh;
+        mesh.insert(vPoints);
+        std::vector<double> vLevels{0.5};
+        for (size_t i = 0; i < 4; ++i) vLevels.push_back(std::nextafter(vPoints[i].z(), i % 2 ? 9 : -9));
+        for (const ContourBand& band : bandsOf(trianglesOf(mesh), vLevels)) expectSound(band);
+    }
+}
+
 /// Products of such coordinates are neither finite nor distinct from 0.
 TEST(Bands, AreSoundWhereAreasLeaveTheRangeOfDoubles) {
     Random r(8);
