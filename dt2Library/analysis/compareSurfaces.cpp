@@ -5,11 +5,11 @@
 // the two triangles reaches. It does not go on from a common part that is mere rounding along an edge of the outer
 // triangle: since triangles are convex, all triangles that overlap the interior of the outer one are connected without
 // it. The search starts at a triangle that is known to contain a corner of the outer one, since a search before has
-// reached that vertex. If there is none, or it only touches the outer triangle, the search starts at the triangle that
-// contains the centre, found by a walk from the nearest of the last searches. If the centre is outside the hull of the
-// other triangulation, it starts at near hull edges. If the first triangle has the same corners, it is the only one.
-// Where coordinates are so coarse that the rounded centre is outside the outer triangle, the search starts at all
-// triangles in its box.
+// reached that vertex. If there is none, or it only touches the outer triangle, or that is thin, the search starts at
+// the triangle that contains the centre, found by a walk from the nearest of the last searches. If the centre is outside
+// the hull of the other triangulation, it starts at near hull edges. If the first triangle has the same corners, it is
+// the only one. Where coordinates are so coarse that the rounded centre is outside the outer triangle, the search starts
+// at all triangles in its box.
 //
 // Heights are linear on each common part, so that its volume and areas are simple sums (OverlayPiece). They are
 // computed in coordinates relative to a corner of the outer triangle, so that no digits are lost far from the origin.
@@ -68,6 +68,11 @@ bool isRoundedOut(const LocalTriangle& triangle, const Point2& place, const Poin
     const double x = place.x() - origin.x(), y = place.y() - origin.y(), extent = triangle.getExtent();
     const double least = std::min({triangle.getSide(0, x, y), triangle.getSide(1, x, y), triangle.getSide(2, x, y)});
     return least <= 0.0 && triangle.getSide(0, triangle.x(0), triangle.y(0)) > MIN_PIECE_AREA * extent * extent;
+}
+
+bool isWide(const LocalTriangle& triangle) {
+    const double extent = triangle.getExtent();
+    return triangle.getSide(0, triangle.x(0), triangle.y(0)) > MIN_WIDE_AREA * extent * extent;
 }
 
 void prefetchCorners(const Triangle2& triangle) {
@@ -178,7 +183,8 @@ void Comparison::compare(const Triangle2& outer, Walk& walk) const {
     if (!inner_.getBox().doIntersect(getBoxOf(outer))) return;
     const LocalTriangle localOuter(outer, *outer.getCorner(0));
     walk.reached.clear();
-    for (int i = 0; i < 3 && walk.reached.size() == 0; ++i) {
+    const bool bWide = isWide(localOuter);
+    for (int i = 0; bWide && i < 3 && walk.reached.size() == 0; ++i) {
         if (Triangle2* pT = walk.vertices.find(outer.getCorner(i))) walk.reached.add(pT);
     }
     if (addPieces(outer, localOuter, walk)) {

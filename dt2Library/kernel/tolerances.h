@@ -61,6 +61,9 @@ constexpr double MAX_AREA_ERROR = 1e-6, MAX_BORDER_ERROR = 64.0;
 /// Share of the squared extent of triangles: an overlay of larger area is no artefact of rounding along a common side
 /// (OverlayPiece), and a triangle of larger area must be found although its centre is rounded out of it (InnerSurface).
 constexpr double MIN_PIECE_AREA = 0x1p-30;
+/// Share of the squared extent of a triangle: if its doubled area is smaller, overlays at its corners may be connected
+/// with the others only by overlays that are mere rounding (compareSurfaces).
+constexpr double MIN_WIDE_AREA = 0x1p-12;
 
 // ---- Heights ----
 
