@@ -195,6 +195,26 @@ TEST(CompareSurfaces, FollowsLargeTrianglesOverManySmallOnes) {
     expectNear({1e4, 0, 1e4, 0, 0}, compareSurfaces(square.pZone, pClustered, 0), 1e-12);
 }
 
+/// At a corner of a thin triangle the common parts may be cut off from the others by parts that count as rounding.
+TEST(CompareSurfaces, CountsAllOfThinTriangles) {
+    for (const unsigned seed : {1163u, 4350u, 4956u}) {
+        Random r(seed);
+        const auto fill = [&r](Taro_2D& mesh, unsigned n) {
+            PointVector vPoints = {Point2(0, 0, 0), Point2(0, 1, 0), Point2(30, 0, 0), Point2(30, 1, 0)};
+            for (unsigned k = 0; k < n; ++k) {
+                const double x = integer(r, 0, 30);
+                const double y = 1e-7 * integer(r, 0, 2) + (integer(r, 0, 1) > 0 ? uniform(r, 0, 1 - 1e-6) : 0.0);
+                vPoints.emplace_back(x, y, 0);
+            }
+            mesh.insert(vPoints);
+            return mesh.createZone(nullptr, ZL_GLOBAL);
+        };
+        Taro_2D before, after;
+        const Zone2* pBefore = fill(before, 5 + seed % 380);
+        EXPECT_NEAR(compareSurfaces(pBefore, fill(after, 5 + seed * 7 % 390), 0).unchangedArea, 30, 1e-9) << seed;
+    }
+}
+
 TEST(CompareSurfaces, CountsTrianglesWhoseCentresRoundOutOfThem) {
     Random r(27);
     PointVector vPoints;
