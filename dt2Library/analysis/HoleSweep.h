@@ -11,10 +11,10 @@
 
 namespace LUMO_TARO25D {
 
-/// Finds the nearest ring to the south of a point, just west of it. The rings must not cross, and none may reach the point
-/// from the west. A sweep line moves from west to east; the chains that cross it are kept in order from south to north
-/// (Shamos and Hoey 1976). Rings are cut into chains that run from west to east, and only their ends are events. O(n
-/// log n) at worst.
+/// Finds the nearest ring to the south of a point, just west of it. The rings must not cross, and none may reach the
+/// point from the west. A sweep line moves from west to east; the chains that cross it are kept in order from south
+/// to north (Shamos and Hoey 1976). Rings are cut into chains that run from west to east, and only their ends are
+/// events. O(n log n) at worst.
 class HoleSweep {
   public:
     explicit HoleSweep(GeomTest& geomTest) : geomTest_(geomTest), status_(Order{this}) {}

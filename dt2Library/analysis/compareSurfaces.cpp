@@ -1,21 +1,21 @@
 // The difference of two surfaces without an overlay mesh.
 //
 // The zone with more triangles is the outer one. For each of its triangles, a search from neighbour to neighbour
-// finds the triangles of the other triangulation that overlap it. The search crosses each edge that the common part of
-// the two triangles reaches. It does not go on from a common part that is mere rounding along an edge of the outer
-// triangle: since triangles are convex, all triangles that overlap the interior of the outer one are connected without
-// it. The search starts at a triangle that is known to contain a corner of the outer one, since a search before has
-// reached that vertex. If there is none, or it only touches the outer triangle, or that is thin, the search starts at
-// the triangle that contains the centre, found by a walk from the nearest of the last searches. If the centre is outside
-// the hull of the other triangulation, it starts at near hull edges. If the first triangle has the same corners, it is
-// the only one. Where coordinates are so coarse that the rounded centre is outside the outer triangle, the search starts
-// at all triangles in its box.
+// finds the triangles of the other triangulation that overlap it. The search crosses each edge that the common part
+// of the two triangles reaches. It does not go on from a common part that is mere rounding along an edge of the outer
+// triangle: since triangles are convex, all triangles that overlap the interior of the outer one are connected
+// without it. The search starts at a triangle that is known to contain a corner of the outer one, since a search
+// before has reached that vertex. If there is none, or it only touches the outer triangle, or that is thin, the
+// search starts at the triangle that contains the centre, found by a walk from the nearest of the last searches. If
+// the centre is outside the hull of the other triangulation, it starts at near hull edges. If the first triangle has
+// the same corners, it is the only one. Where coordinates are so coarse that the rounded centre is outside the outer
+// triangle, the search starts at all triangles in its box.
 //
 // Heights are linear on each common part, so that its volume and areas are simple sums (OverlayPiece). They are
 // computed in coordinates relative to a corner of the outer triangle, so that no digits are lost far from the origin.
 //
-// The outer triangles are processed in batches of fixed size. No search starts from the result of another batch, and the
-// sums of batches are added in order, so the result does not depend on threads.
+// The outer triangles are processed in batches of fixed size. No search starts from the result of another batch, and
+// the sums of batches are added in order, so the result does not depend on threads.
 
 #include "taro25d/compareSurfaces.h"
 
